@@ -1,0 +1,85 @@
+// qor::TexProbe: what the renderer of the current OpenGL context really does with sixteen texture
+// formats, as measured by the texprobe tool. The only header an application needs; C++11.
+
+#ifndef QOR_TEXPROBE_H
+#define QOR_TEXPROBE_H
+
+#include <map>
+
+// The two platform types in this interface, declared here exactly as CoreFoundation and OpenGL do,
+// so that an application is not made to include either.
+typedef const struct __CFString* CFStringRef;
+typedef unsigned int GLenum;
+
+#define QOR_TEXPROBE_EXPORT __attribute__((visibility("default")))
+
+namespace qor {
+
+/// The measured capabilities of one renderer, read once at construction and answered from memory.
+///
+/// A texture format is named by its OpenGL internal format, one of
+///   GL_LUMINANCE8    GL_LUMINANCE8_ALPHA8       GL_RGB8        GL_RGBA8
+///   GL_LUMINANCE16   GL_LUMINANCE16_ALPHA16     GL_RGB16       GL_RGBA16
+///   GL_LUMINANCE16F_ARB GL_LUMINANCE_ALPHA16F_ARB GL_RGB16F_ARB GL_RGBA16F_ARB
+///   GL_LUMINANCE32F_ARB GL_LUMINANCE_ALPHA32F_ARB GL_RGB32F_ARB GL_RGBA32F_ARB
+///
+/// Thread safety: construction belongs to the thread whose OpenGL context is current. The queries
+/// of a constructed object may be called from several threads at once.
+///
+/// Errors: nothing is thrown by this class. A construction that finds no records and cannot produce
+/// them says so on standard error and leaves an empty object, for which every query prints its
+/// message and returns false. (std::bad_alloc may pass through the constructor.)
+class QOR_TEXPROBE_EXPORT TexProbe {
+public:
+    /// The verdicts on one format: six flags in bits 0 to 5 of a 32-bit record, the rest zero.
+    struct TexFormatCaps {
+        unsigned supported : 1;      ///< A texture of the format can be created.
+        unsigned renderable : 1;     ///< The format can be a render target.
+        unsigned upload_set : 1;     ///< Filled from a pixel buffer object, glTexSubImage2D.
+        unsigned upload_reset : 1;   ///< Defined from a pixel buffer object, glTexImage2D.
+        unsigned download_get : 1;   ///< Read into a pixel buffer object, glGetTexImage.
+        unsigned download_read : 1;  ///< Read into a pixel buffer object, glReadPixels.
+        unsigned unused : 26;
+    };
+
+    /// Finds the records of the current context's renderer. When there are none that are usable,
+    /// runs the tool at `toolPath` once, waits for it, and looks again. `toolPath` is passed to the
+    /// shell between double quotes and is not used at all when records exist. The context stays
+    /// current and its state is not changed.
+    explicit TexProbe(const char* toolPath);
+    ~TexProbe();
+
+    TexProbe(const TexProbe&) = delete;
+    TexProbe& operator=(const TexProbe&) = delete;
+
+    /// Reads the six records of one format under an application identifier, both borrowed. A record
+    /// that is absent or not a boolean reads as false; so does every record of a null identifier.
+    TexFormatCaps GetTextureFormatCaps(CFStringRef appID, CFStringRef formatName);
+
+    /// Can textures of this format be created and, when `renderable`, be rendered to as well?
+    bool IsTextureFormatSupported(GLenum format, bool renderable) const;
+    /// Does a sub-image upload from a pixel buffer object arrive as it was sent?
+    bool IsTextureFormatSettable(GLenum format) const;
+    /// Does a definition of the texture from a pixel buffer object arrive as it was sent?
+    bool IsTextureFormatResettable(GLenum format) const;
+    /// Does reading the texture image into a pixel buffer object give what was rendered?
+    bool IsTextureFormatGettable(GLenum format) const;
+    /// Does reading the framebuffer into a pixel buffer object give what was rendered?
+    bool IsTextureFormatReadable(GLenum format) const;
+
+    /// The tool's test driver: measures every renderer behind every active display and records the
+    /// verdicts in the user's preferences. Progress goes to the standard streams. Ends the process
+    /// with status 1 when a renderer's context cannot be set up, and may die inside a driver, which
+    /// is why it belongs in a process of its own. Replaces the calling thread's current context.
+    static void RunTest();
+
+private:
+    TexProbe();
+
+    CFStringRef appID_;  // Owned; null when there are no records.
+    std::map<unsigned, TexFormatCaps> caps_;
+};
+
+}  // namespace qor
+
+#endif

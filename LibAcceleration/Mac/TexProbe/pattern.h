@@ -1,0 +1,149 @@
+// What is sent through the renderer and how: the transfer format of each texture format, the test
+// pattern, and the quad that draws the test texture into the render target.
+
+#ifndef TEXPROBE_PATTERN_H
+#define TEXPROBE_PATTERN_H
+
+#include <OpenGL/gl.h>
+#include <OpenGL/glext.h>
+
+#include <cmath>
+#include <cstddef>
+#include <cstdint>
+#include <cstdlib>
+#include <cstring>
+
+namespace {
+
+// Object names are fixed and never generated: the test driver creates the render target under these
+// names, and every renderer gets a fresh context, in which they are free.
+constexpr GLuint kTestTexture = 1;
+constexpr GLuint kTargetTexture = 2;
+
+constexpr GLsizei kImageSize = 128;
+
+/// The client-side format, type and size in bytes of one texel in which a texture of
+/// `internalFormat` is uploaded and read back. Returns false, and writes nothing, for a format that
+/// is not listed. Integer colours travel blue first, and 8-bit RGBA as one packed word per texel,
+/// on purpose.
+inline bool best_pixel_format(GLenum internalFormat, unsigned* format, unsigned* type,
+                              unsigned* bytesPerPixel) {
+    const auto choose = [=](unsigned chosenFormat, unsigned chosenType, unsigned bytes) {
+        *format = chosenFormat;
+        *type = chosenType;
+        *bytesPerPixel = bytes;
+        return true;
+    };
+    switch (internalFormat) {
+        case GL_LUMINANCE8:
+            return choose(GL_LUMINANCE, GL_UNSIGNED_BYTE, 1);
+        case GL_LUMINANCE16:
+            return choose(GL_LUMINANCE, GL_UNSIGNED_SHORT, 2);
+        case GL_LUMINANCE8_ALPHA8:
+            return choose(GL_LUMINANCE_ALPHA, GL_UNSIGNED_BYTE, 2);
+        case GL_LUMINANCE16_ALPHA16:
+            return choose(GL_LUMINANCE_ALPHA, GL_UNSIGNED_SHORT, 4);
+        case GL_RGB8:
+            return choose(GL_BGR, GL_UNSIGNED_BYTE, 3);
+        case GL_RGB16:
+            return choose(GL_BGR, GL_UNSIGNED_SHORT, 6);
+        case GL_RGBA8:
+            return choose(GL_BGRA, GL_UNSIGNED_INT_8_8_8_8_REV, 4);
+        case GL_RGBA16:
+            return choose(GL_BGRA, GL_UNSIGNED_SHORT, 8);
+        case GL_RGBA32F_ARB:
+            return choose(GL_RGBA, GL_FLOAT, 16);
+        case GL_RGB32F_ARB:
+            return choose(GL_RGB, GL_FLOAT, 12);
+        case GL_LUMINANCE32F_ARB:
+            return choose(GL_LUMINANCE, GL_FLOAT, 4);
+        case GL_LUMINANCE_ALPHA32F_ARB:
+            return choose(GL_LUMINANCE_ALPHA, GL_FLOAT, 8);
+        case GL_RGBA16F_ARB:
+            return choose(GL_RGBA, GL_HALF_FLOAT_ARB, 8);
+        case GL_RGB16F_ARB:
+            return choose(GL_RGB, GL_HALF_FLOAT_ARB, 6);
+        case GL_LUMINANCE16F_ARB:
+            return choose(GL_LUMINANCE, GL_HALF_FLOAT_ARB, 2);
+        case GL_LUMINANCE_ALPHA16F_ARB:
+            return choose(GL_LUMINANCE_ALPHA, GL_HALF_FLOAT_ARB, 4);
+        default:
+            return false;
+    }
+}
+
+/// (word + 1) / 2^32, in (0, 1], to nearest.
+inline float pattern_float(std::uint32_t word) {
+    return static_cast<float>(std::ldexp(static_cast<double>(word) + 1.0, -32));
+}
+
+/// (element + 1) / 65536 as a half float, truncated toward zero. The two smallest inputs give the
+/// same value on purpose.
+inline std::uint16_t pattern_half(std::uint16_t element) {
+    const std::uint32_t h = element + 1u;
+    if (h == 65536u) return 0x3C00u;
+    unsigned leadingZeros = 0;
+    while (!((h << leadingZeros) & 0x8000u)) ++leadingZeros;
+    if (leadingZeros >= 14) return static_cast<std::uint16_t>(((h << leadingZeros) >> 6) & 0x3FFu);
+    const std::uint32_t mantissa = ((h << (leadingZeros + 1)) >> 6) & 0x3FFu;
+    return static_cast<std::uint16_t>(((14u - leadingZeros) << 10) | mantissa);
+}
+
+template <typename Element, typename Convert>
+void convert_in_place(void* data, std::size_t count, Convert convert) {
+    unsigned char* bytes = static_cast<unsigned char*>(data);
+    for (std::size_t i = 0; i < count; ++i, bytes += sizeof(Element)) {
+        Element element;
+        std::memcpy(&element, bytes, sizeof element);
+        const auto converted = convert(element);
+        static_assert(sizeof converted == sizeof element, "elements are replaced in place");
+        std::memcpy(bytes, &converted, sizeof converted);
+    }
+}
+
+/// Fills `size` bytes with the pattern for pixels of `type`: an arithmetic progression of 32-bit
+/// words from 0, as raw bits for the integer types and scaled to (0, 1] for the float types. Its
+/// step is one value of random(), never seeded, so that every run of the tool sends the same
+/// patterns.
+inline void test_fill_data(void* data, std::size_t size, GLenum type) {
+    const std::uint32_t step = static_cast<std::uint32_t>(random());
+    unsigned char* bytes = static_cast<unsigned char*>(data);
+    for (std::size_t i = 0; i < size / 4; ++i) {
+        const std::uint32_t word = static_cast<std::uint32_t>(i) * step;
+        std::memcpy(bytes + 4 * i, &word, sizeof word);
+    }
+    if (type == GL_FLOAT) {
+        convert_in_place<std::uint32_t>(data, size / 4, pattern_float);
+    } else if (type == GL_HALF_FLOAT_ARB) {
+        convert_in_place<std::uint16_t>(data, size / 2, pattern_half);
+    }
+}
+
+/// Redefines the render target's texture, empty, and draws the test texture over the whole
+/// viewport, one texel to a pixel. Leaves the test texture bound and GL_TEXTURE_2D enabled; does
+/// not flush.
+inline void texture_render(GLenum internalFormat, GLenum format, GLenum type) {
+    glBindTexture(GL_TEXTURE_2D, kTargetTexture);
+    glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MIN_FILTER, GL_NEAREST);
+    glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MAG_FILTER, GL_NEAREST);
+    glBindBuffer(GL_PIXEL_UNPACK_BUFFER, 0);
+    glTexImage2D(GL_TEXTURE_2D, 0, static_cast<GLint>(internalFormat), kImageSize, kImageSize, 0,
+                 format, type, nullptr);
+
+    glEnable(GL_TEXTURE_2D);
+    glBindTexture(GL_TEXTURE_2D, kTestTexture);
+    glBegin(GL_QUADS);
+    glTexCoord2f(0.0f, 0.0f);
+    glVertex2f(-1.0f, -1.0f);
+    glTexCoord2f(0.0f, 1.0f);
+    glVertex2f(-1.0f, 1.0f);
+    glTexCoord2f(1.0f, 1.0f);
+    glVertex2f(1.0f, 1.0f);
+    glTexCoord2f(1.0f, 0.0f);
+    glVertex2f(1.0f, -1.0f);
+    glEnd();
+}
+
+}  // namespace
+
+#endif

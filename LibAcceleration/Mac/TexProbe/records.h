@@ -1,0 +1,135 @@
+// The records that the tool writes and applications read, in the user's preferences: identifiers,
+// keys, the version rule, and the reading and writing of verdicts.
+//
+// A verdict is one boolean under a flag key, and a crash-safe state machine:
+//   absent  not measured yet; the only state in which a test runs
+//   false   measured and failed, or a test that began and never came back: it is written, and
+//   synchronized
+//           to disk, before the test touches the driver
+//   true    measured and passed
+// An outcome overwrites the provisional false without a synchronization of its own: when the
+// process dies before the next one, the test counts as failed.
+
+#ifndef TEXPROBE_RECORDS_H
+#define TEXPROBE_RECORDS_H
+
+#include <CoreFoundation/CoreFoundation.h>
+#include <sys/sysctl.h>
+
+#include <array>
+#include <cstddef>
+#include <iterator>
+
+namespace {
+
+// The version of the measurement. Records of an older one are removed and measured again.
+const double __version = 0.21;
+
+/// The domain of the tool's own messages and the prefix of every application identifier.
+inline CFStringRef preferences_domain() {
+    return CFSTR("org.texprobe.texprobe2");
+}
+
+/// Text for a "%s": never null, so that a missing string shows as it would be printed anyway.
+inline const char* text_of(CFStringRef string) {
+    const char* text = string ? CFStringGetCStringPtr(string, kCFStringEncodingMacRoman) : nullptr;
+    return text ? text : "(null)";
+}
+
+inline void release(CFTypeRef object) {
+    if (object) CFRelease(object);
+}
+
+/// The operating system's build string; read once and never freed.
+inline const char* get_system_version() {
+    static char* osver = nullptr;
+    if (!osver) {
+        std::size_t length = 0;
+        sysctlbyname("kern.osversion", nullptr, &length, nullptr, 0);
+        osver = new char[length];
+        sysctlbyname("kern.osversion", osver, &length, nullptr, 0);
+    }
+    return osver;
+}
+
+/// The identifier under which one renderer's records of one system build live; owned by the caller.
+inline CFStringRef create_application_id(int rendererID) {
+    return CFStringCreateWithFormat(nullptr, nullptr, CFSTR("%@.%x.%s"), preferences_domain(),
+                                    static_cast<unsigned>(rendererID), get_system_version());
+}
+
+/// The version rule: reads "VERSION" into `*version` and tells whether `value` is a number that is
+/// not older than ours. A NaN is not.
+inline bool is_current_version(CFTypeRef value, double* version) {
+    return value && CFGetTypeID(value) == CFNumberGetTypeID() &&
+           CFNumberGetValue(static_cast<CFNumberRef>(value), kCFNumberDoubleType, version) &&
+           *version >= __version;
+}
+
+inline void write_version(CFStringRef appID) {
+    const CFNumberRef number = CFNumberCreate(nullptr, kCFNumberDoubleType, &__version);
+    CFPreferencesSetAppValue(CFSTR("VERSION"), number, appID);
+    release(number);
+}
+
+/// A string value for an identification string of the driver; owned by the caller. Null for a
+/// driver that returns none, or one that is not ASCII.
+inline CFStringRef create_identification(const unsigned char* text) {
+    return text ? CFStringCreateWithCString(nullptr, reinterpret_cast<const char*>(text),
+                                            kCFStringEncodingASCII)
+                : nullptr;
+}
+
+// The six capabilities, in the order of their tests and of the bits that applications see.
+enum Capability : std::size_t {
+    kSupported,
+    kRenderable,
+    kUploadSet,
+    kUploadReset,
+    kDownloadGet,
+    kDownloadRead,
+    kCapabilityCount
+};
+
+/// The six flag keys of one format.
+class FlagKeys {
+public:
+    explicit FlagKeys(CFStringRef formatName) {
+        const CFStringRef patterns[] = {CFSTR("%@_SUPPORTED"),    CFSTR("%@_RENDERABLE"),
+                                        CFSTR("%@_UPLOAD_SET"),   CFSTR("%@_UPLOAD_RESET"),
+                                        CFSTR("%@_DOWNLOAD_GET"), CFSTR("%@_DOWNLOAD_READ")};
+        static_assert(std::size(patterns) == kCapabilityCount, "one pattern per capability");
+        for (std::size_t i = 0; i < kCapabilityCount; ++i) {
+            keys_[i] = CFStringCreateWithFormat(nullptr, nullptr, patterns[i], formatName);
+        }
+    }
+    ~FlagKeys() {
+        for (CFStringRef key : keys_) release(key);
+    }
+    FlagKeys(const FlagKeys&) = delete;
+    FlagKeys& operator=(const FlagKeys&) = delete;
+
+    CFStringRef operator[](Capability capability) const { return keys_[capability]; }
+
+    /// Removes the six records, and only those, in one operation.
+    void remove_records(CFStringRef appID) const {
+        std::array<const void*, kCapabilityCount> values;
+        for (std::size_t i = 0; i < kCapabilityCount; ++i) values[i] = keys_[i];
+        const CFArrayRef list =
+            CFArrayCreate(nullptr, values.data(), kCapabilityCount, &kCFTypeArrayCallBacks);
+        CFPreferencesSetMultiple(nullptr, list, appID, kCFPreferencesCurrentUser,
+                                 kCFPreferencesAnyHost);
+        release(list);
+    }
+
+private:
+    std::array<CFStringRef, kCapabilityCount> keys_;
+};
+
+inline void write_verdict(CFStringRef key, bool verdict, CFStringRef appID) {
+    CFPreferencesSetAppValue(key, verdict ? kCFBooleanTrue : kCFBooleanFalse, appID);
+}
+
+}  // namespace
+
+#endif

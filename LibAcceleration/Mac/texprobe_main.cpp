@@ -1,0 +1,76 @@
+// The tool's command line, and safe mode: running the tool in a child process until a run
+// completes.
+
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+
+#include "TexProbe.h"
+
+namespace {
+
+constexpr std::size_t kPathSize = 1024;  // PATH_MAX of macOS, with its NUL.
+
+char* envp[] = {nullptr};
+
+[[noreturn]] void fail(const char* call) {
+    const int error = errno;
+    std::fprintf(stderr, "texprobe[%d] *** %s() failed : %s (%d)\n", getpid(), call,
+                 std::strerror(error), error);
+    std::exit(1);
+}
+
+/// Killed, stopped, or exited with another status than 0? Whether it dumped core does not matter.
+bool must_run_again(int status) {
+    return (status & 0xffff & 0xff7f) != 0;
+}
+
+/// Runs the tool at `path` in child processes, one at a time, until one exits with status 0. Every
+/// test is recorded as failed before it starts, so each child goes on behind the test that ended
+/// the last one. There is no limit: a failure that repeats on every run keeps this looping, on
+/// purpose. A stopped child is left stopped.
+void test_run_safe(const char* path) {
+    std::printf("texprobe[%d] safe mode testing...\n", getpid());
+    char buffer[kPathSize];
+    if (std::strlen(path) >= sizeof buffer) {
+        std::fprintf(stderr, "texprobe[%d] *** path too long : %zu bytes, at most %zu\n", getpid(),
+                     std::strlen(path), sizeof buffer - 1);
+        std::exit(1);
+    }
+    std::strcpy(buffer, path);
+
+    int status = 0;
+    do {
+        const pid_t pid = fork();
+        if (pid == 0) {
+            char* arguments[] = {buffer, nullptr};
+            // Not _exit: a failed child flushes the banner that it inherited, on purpose.
+            std::exit(execve(buffer, arguments, envp));
+        }
+        if (pid == -1) fail("fork");
+        if (waitpid(pid, &status, WUNTRACED) != pid) fail("waitpid");
+    } while (must_run_again(status));
+}
+
+[[noreturn]] void exit_with_usage(const char* program) {
+    std::fprintf(stderr, "Usage: %s [--safe]\n", program ? program : "texprobe");
+    std::exit(1);
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    if (argc == 1) {
+        std::printf("texprobe[%d] testing...\n", getpid());
+        qor::TexProbe::RunTest();
+        return 0;
+    }
+    // The first six characters decide, on purpose: anything may follow them.
+    if (argc != 2 || std::strncmp(argv[1], "--safe", 6) != 0) exit_with_usage(argv[0]);
+    test_run_safe(argv[0]);
+    return 0;
+}

@@ -1,0 +1,156 @@
+// The part of CoreFoundation that texprobe calls, under the names, types and values that macOS
+// publishes. Written from the published interface and implemented in Platform/Linux/CoreFoundation.
+//
+// Objects are reference counted. A function with "Create" or "Copy" in its name returns a reference
+// that the caller owns and gives back with CFRelease; every other object is borrowed. All functions
+// may be called from any thread; an object may be shared between threads because none of these
+// types can change after its creation.
+
+#ifndef TEXPROBE_PLATFORM_COREFOUNDATION_H
+#define TEXPROBE_PLATFORM_COREFOUNDATION_H
+
+#include <cstdint>
+
+extern "C" {
+
+// Types.
+
+typedef unsigned char Boolean;
+typedef std::uint32_t UInt32;
+typedef long CFIndex;
+typedef unsigned long CFTypeID;
+typedef unsigned long CFOptionFlags;
+
+typedef const void* CFTypeRef;
+typedef CFTypeRef CFPropertyListRef;
+typedef const struct __CFAllocator* CFAllocatorRef;
+typedef const struct __CFString* CFStringRef;
+typedef const struct __CFNumber* CFNumberRef;
+typedef const struct __CFBoolean* CFBooleanRef;
+typedef const struct __CFArray* CFArrayRef;
+typedef const struct __CFDictionary* CFDictionaryRef;
+
+// Object identity and lifetime.
+
+/// Gives back one reference; the object is destroyed with its last one. `object` must not be null.
+/// Differs from macOS: a null object is ignored instead of ending the process.
+void CFRelease(CFTypeRef object);
+
+/// The type of a non-null object, comparable with the Get*TypeID functions.
+CFTypeID CFGetTypeID(CFTypeRef object);
+
+// Strings.
+
+typedef UInt32 CFStringEncoding;
+enum : CFStringEncoding { kCFStringEncodingMacRoman = 0, kCFStringEncodingASCII = 0x0600 };
+
+typedef CFOptionFlags CFStringCompareFlags;
+typedef enum : CFIndex {
+    kCFCompareLessThan = -1,
+    kCFCompareEqualTo = 0,
+    kCFCompareGreaterThan = 1
+} CFComparisonResult;
+
+CFTypeID CFStringGetTypeID(void);
+
+/// A constant string from a literal: lives for the whole process and is never released.
+#define CFSTR(literal) __CFStringMakeConstantString("" literal "")
+CFStringRef __CFStringMakeConstantString(const char* literal);
+
+/// A new string that the caller owns, or null when `text` is null or holds a byte that `encoding`
+/// does not define (ASCII: any byte above 0x7F).
+/// Differs from macOS: ASCII is the only encoding, any other yields null; a null `text` yields null
+/// instead of ending the process. `allocator` is ignored.
+CFStringRef CFStringCreateWithCString(CFAllocatorRef allocator, const char* text,
+                                      CFStringEncoding encoding);
+
+/// printf for strings: a new string that the caller owns.
+/// Differs from macOS: knows "%@" (a CFStringRef, "(null)" for null), "%x", "%s" and "%%" only; any
+/// other conversion yields null. `allocator` and `options` are ignored.
+CFStringRef CFStringCreateWithFormat(CFAllocatorRef allocator, CFDictionaryRef options,
+                                     CFStringRef format, ...);
+
+/// The text as a NUL-terminated string that lives as long as the string does.
+/// Differs from macOS: never null for a valid string, since every string here is stored as ASCII,
+/// which is the same in every encoding that may be asked for.
+const char* CFStringGetCStringPtr(CFStringRef string, CFStringEncoding encoding);
+
+/// Compares by code unit. Differs from macOS: `options` must be 0 (exact and case-sensitive).
+CFComparisonResult CFStringCompare(CFStringRef a, CFStringRef b, CFStringCompareFlags options);
+
+// Numbers and booleans.
+
+typedef CFIndex CFNumberType;
+enum : CFNumberType { kCFNumberDoubleType = 13 };
+
+CFTypeID CFNumberGetTypeID(void);
+
+/// A new number that the caller owns; `value` points to a double.
+/// Differs from macOS: kCFNumberDoubleType is the only type, any other yields null.
+CFNumberRef CFNumberCreate(CFAllocatorRef allocator, CFNumberType type, const void* value);
+
+/// Writes the number to `value` (a double) and returns true, or returns false and writes nothing.
+/// Differs from macOS: kCFNumberDoubleType is the only type.
+Boolean CFNumberGetValue(CFNumberRef number, CFNumberType type, void* value);
+
+extern const CFBooleanRef kCFBooleanTrue;
+extern const CFBooleanRef kCFBooleanFalse;
+
+// Arrays.
+
+typedef struct {
+    CFIndex version;
+    const void* (*retain)(CFAllocatorRef allocator, const void* value);
+    void (*release)(CFAllocatorRef allocator, const void* value);
+    CFStringRef (*copyDescription)(const void* value);
+    Boolean (*equal)(const void* a, const void* b);
+} CFArrayCallBacks;
+
+/// Callbacks that retain and release CoreFoundation objects.
+/// Differs from macOS: copyDescription and equal are null, since nothing here calls them.
+extern const CFArrayCallBacks kCFTypeArrayCallBacks;
+
+/// A new array that the caller owns, holding `count` values, each retained through `callBacks`
+/// (null: not retained).
+CFArrayRef CFArrayCreate(CFAllocatorRef allocator, const void** values, CFIndex count,
+                         const CFArrayCallBacks* callBacks);
+
+// Preferences: typed values under (application, key), one store per user.
+//
+// A set or a removal is seen at once by this process and reaches the disk at the next synchronize
+// of its application. Failures of the store are reported on standard error, once per cause; the
+// process then goes on with its own view.
+
+extern const CFStringRef kCFPreferencesCurrentUser;
+extern const CFStringRef kCFPreferencesAnyHost;
+
+/// The stored value, owned by the caller, or null when there is none.
+/// Differs from macOS: only booleans, doubles and strings are stored; a value of another type in
+/// the store reads as none.
+CFPropertyListRef CFPreferencesCopyAppValue(CFStringRef key, CFStringRef applicationID);
+
+/// The value as a boolean: a boolean itself, or the texts "true", "yes", "false" and "no" in any
+/// case. `*keyExistsAndHasValidFormat` (may be null) tells a stored false from everything that
+/// cannot be read as a boolean, for which the result is false as well.
+Boolean CFPreferencesGetAppBooleanValue(CFStringRef key, CFStringRef applicationID,
+                                        Boolean* keyExistsAndHasValidFormat);
+
+/// Stores or replaces one value; a null value removes the key.
+/// Differs from macOS: a value that is not a boolean, a double or a string is refused with a line
+/// on standard error.
+void CFPreferencesSetAppValue(CFStringRef key, CFPropertyListRef value, CFStringRef applicationID);
+
+/// Removes every key of `keysToRemove`, an array of strings, as one operation.
+/// Differs from macOS: `keysToSet` must be null; `userName` and `hostName` must be
+/// kCFPreferencesCurrentUser and kCFPreferencesAnyHost.
+void CFPreferencesSetMultiple(CFDictionaryRef keysToSet, CFArrayRef keysToRemove,
+                              CFStringRef applicationID, CFStringRef userName,
+                              CFStringRef hostName);
+
+/// Makes all sets and removals of this application durable in one transaction and refreshes this
+/// process's view of it. Returns false when the store could not be read or written.
+Boolean CFPreferencesAppSynchronize(CFStringRef applicationID);
+
+}  // extern "C"
+
+#endif

@@ -1,0 +1,103 @@
+// The part of CGL that texprobe calls, under the names, types and values that macOS publishes;
+// implemented on EGL in Platform/Linux/CGL. Every function returns kCGLNoError (0) or an error
+// code.
+//
+// CGLQueryRendererInfo, CGLDestroyRendererInfo and CGLDescribeRenderer may be called from any
+// thread and never touch the calling thread's current context. The others belong to the thread that
+// uses the context.
+
+#ifndef TEXPROBE_PLATFORM_OPENGL_H
+#define TEXPROBE_PLATFORM_OPENGL_H
+
+#include <OpenGL/gl.h>
+
+extern "C" {
+
+typedef struct _CGLContextObject* CGLContextObj;
+typedef struct _CGLPixelFormatObject* CGLPixelFormatObj;
+typedef struct _CGLRendererInfoObject* CGLRendererInfoObj;
+typedef struct _CGLPBufferObject* CGLPBufferObj;
+
+typedef enum _CGLPixelFormatAttribute {
+    kCGLPFARendererID = 70,
+    kCGLPFAVirtualScreenCount = 128
+} CGLPixelFormatAttribute;
+
+typedef enum _CGLRendererProperty {
+    kCGLRPRendererID = 70,
+    kCGLRPTextureMemory = 121,
+    kCGLRPRendererCount = 128
+} CGLRendererProperty;
+
+typedef enum _CGLError {
+    kCGLNoError = 0,
+    kCGLBadAttribute = 10000,
+    kCGLBadProperty = 10001,
+    kCGLBadPixelFormat = 10002,
+    kCGLBadRendererInfo = 10003,
+    kCGLBadContext = 10004,
+    kCGLBadDrawable = 10005,
+    kCGLBadDisplay = 10006,
+    kCGLBadState = 10007,
+    kCGLBadValue = 10008,
+    kCGLBadMatch = 10009,
+    kCGLBadEnumeration = 10010,
+    kCGLBadOffScreen = 10011,
+    kCGLBadFullScreen = 10012,
+    kCGLBadWindow = 10013,
+    kCGLBadAddress = 10014,
+    kCGLBadCodeModule = 10015,
+    kCGLBadAlloc = 10016,
+    kCGLBadConnection = 10017
+} CGLError;
+
+/// Lists the renderers that can drive the displays of `display_mask`. `*rend` is owned by the
+/// caller (CGLDestroyRendererInfo); on an error it is not written. Differs from macOS: a renderer
+/// is an EGL device and can drive every display. Listing asks for device strings only: it opens no
+/// driver and creates no context.
+CGLError CGLQueryRendererInfo(GLuint display_mask, CGLRendererInfoObj* rend, GLint* nrend);
+CGLError CGLDestroyRendererInfo(CGLRendererInfoObj rend);
+
+/// One property of renderer `rend_num`: kCGLRPRendererID, or kCGLRPTextureMemory in bytes.
+/// Differs from macOS: texture memory is clamped to 2^31 - 1. The first question for it opens every
+/// hardware device once, each in a child process; a device that cannot be opened answers that
+/// question and every later one with kCGLBadRendererInfo and says why on standard error.
+CGLError CGLDescribeRenderer(CGLRendererInfoObj rend, GLint rend_num, CGLRendererProperty prop,
+                             GLint* value);
+
+/// Chooses the offscreen pixel format of the one renderer that the attribute list (pairs, ended by
+/// a 0) names with kCGLPFARendererID. `*pix` is owned by the caller; `*npix` becomes 1. Differs
+/// from macOS: kCGLPFARendererID is the only attribute and must be present; a renderer that does
+/// not exist or cannot be opened is kCGLBadPixelFormat instead of a null pixel format.
+CGLError CGLChoosePixelFormat(const CGLPixelFormatAttribute* attribs, CGLPixelFormatObj* pix,
+                              GLint* npix);
+CGLError CGLDestroyPixelFormat(CGLPixelFormatObj pix);
+
+/// Creates a compatibility-profile context of the renderer's highest version.
+/// Differs from macOS: `share` must be null.
+CGLError CGLCreateContext(CGLPixelFormatObj pix, CGLContextObj share, CGLContextObj* ctx);
+
+/// Destroys the context; when it is current on this thread, nothing is current afterwards.
+CGLError CGLDestroyContext(CGLContextObj ctx);
+
+/// Makes the context current with the pixel buffer that was set on it (null: nothing current).
+CGLError CGLSetCurrentContext(CGLContextObj ctx);
+
+/// The context's virtual screen. Differs from macOS: always 0, a context has one renderer.
+CGLError CGLGetVirtualScreen(CGLContextObj ctx, GLint* screen);
+
+/// Remembers an offscreen drawable of the given size in pixels.
+/// Differs from macOS: it becomes a surface when it is set on a context, and cannot be used as a
+/// texture: `target`, `internalFormat` and `max_level` are checked and otherwise ignored.
+CGLError CGLCreatePBuffer(GLsizei width, GLsizei height, GLenum target, GLenum internalFormat,
+                          GLint max_level, CGLPBufferObj* pbuffer);
+CGLError CGLDestroyPBuffer(CGLPBufferObj pbuffer);
+
+/// Makes the pixel buffer the context's drawable. Differs from macOS: `face`, `level` and `screen`
+/// must be 0.
+CGLError CGLSetPBuffer(CGLContextObj ctx, CGLPBufferObj pbuffer, GLenum face, GLint level,
+                       GLint screen);
+
+}  // extern "C"
+
+#endif

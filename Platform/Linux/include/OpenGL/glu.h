@@ -1,0 +1,8 @@
+// macOS keeps GLU's header in the OpenGL framework.
+
+#ifndef TEXPROBE_PLATFORM_GLU_H
+#define TEXPROBE_PLATFORM_GLU_H
+
+#include <GL/glu.h>
+
+#endif

@@ -1,0 +1,19 @@
+# texprobe_target(<target>): the language level, warnings and instrumentation of all our own code.
+function(texprobe_target target)
+  target_compile_features(${target} PRIVATE cxx_std_20)
+  set_target_properties(${target} PROPERTIES CXX_EXTENSIONS OFF CXX_VISIBILITY_PRESET hidden
+                                             VISIBILITY_INLINES_HIDDEN ON)
+  target_compile_options(${target} PRIVATE -Wall -Wextra -Wpedantic -Wconversion -Wshadow)
+  if(TEXPROBE_WERROR)
+    target_compile_options(${target} PRIVATE -Werror)
+  endif()
+  if(TEXPROBE_SANITIZE)
+    target_compile_options(${target} PRIVATE -fsanitize=${TEXPROBE_SANITIZE}
+                                             -fno-sanitize-recover=all -fno-omit-frame-pointer)
+    target_link_options(${target} PUBLIC -fsanitize=${TEXPROBE_SANITIZE})
+  endif()
+  if(TEXPROBE_COVERAGE)
+    target_compile_options(${target} PRIVATE --coverage)
+    target_link_options(${target} PUBLIC --coverage)
+  endif()
+endfunction()
