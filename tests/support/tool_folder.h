@@ -1,0 +1,61 @@
+// A folder of its own for one test, with copies of executables whose records lie beside them.
+
+#ifndef TEXPROBE_TESTS_TOOL_FOLDER_H
+#define TEXPROBE_TESTS_TOOL_FOLDER_H
+
+#include <filesystem>
+#include <map>
+#include <string>
+#include <vector>
+
+namespace texprobe::tests {
+
+/// What a process did: its wait status and all that it wrote.
+struct Finished {
+    int status = 0;
+    std::string out;
+    std::string err;
+
+    bool exited_with(int code) const;
+};
+
+/// Environment variables, "NAME=value" each. Nothing of the test's own environment is inherited.
+using Environment = std::vector<std::string>;
+
+/// One record as its type and text, such as "boolean 1" or "string Mesa".
+using Records = std::map<std::string, std::string>;
+/// Records by application identifier.
+using RecordSets = std::map<std::string, Records>;
+
+class ToolFolder {
+public:
+    /// Makes the folder and copies `executable` into it under the name "texprobe".
+    explicit ToolFolder(const std::filesystem::path& executable);
+    ~ToolFolder();
+    ToolFolder(const ToolFolder&) = delete;
+    ToolFolder& operator=(const ToolFolder&) = delete;
+
+    const std::filesystem::path& path() const { return path_; }
+    std::filesystem::path tool() const { return path_ / "texprobe"; }
+    std::filesystem::path database() const { return path_ / "records" / "records.sqlite3"; }
+
+    /// Runs the tool to its end.
+    Finished run(const std::vector<std::string>& arguments = {},
+                 const Environment& environment = {}) const;
+
+    /// Everything in the store, read without any of texprobe's own code.
+    RecordSets records() const;
+
+    /// Runs one SQL statement on the store.
+    void execute(const std::string& sql) const;
+
+private:
+    std::filesystem::path path_;
+};
+
+/// The lines of a text, without their line feeds.
+std::vector<std::string> lines(const std::string& text);
+
+}  // namespace texprobe::tests
+
+#endif
