@@ -1,0 +1,56 @@
+# The installed prefix: the tool, the library, its one header, a CMake package, a pkg-config file and the
+# man pages. Nothing in it names the prefix, so that it can be moved.
+
+include(GNUInstallDirs)
+include(CMakePackageConfigHelpers)
+
+set(texprobe_package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/TexProbe)
+set(texprobe_package_files ${CMAKE_CURRENT_BINARY_DIR}/package)
+get_target_property(texprobe_library_type TexProbe TYPE)
+
+file(RELATIVE_PATH texprobe_lib_from_bin ${CMAKE_INSTALL_FULL_BINDIR} ${CMAKE_INSTALL_FULL_LIBDIR})
+if(APPLE)
+  set_target_properties(texprobe PROPERTIES INSTALL_RPATH "@loader_path/${texprobe_lib_from_bin}")
+elseif(texprobe_library_type STREQUAL "SHARED_LIBRARY")
+  set_target_properties(texprobe PROPERTIES INSTALL_RPATH "$ORIGIN/${texprobe_lib_from_bin}")
+endif()
+
+install(TARGETS texprobe RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
+install(TARGETS TexProbe EXPORT TexProbe
+        ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR} LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
+        INCLUDES DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
+install(FILES LibAcceleration/Mac/TexProbe.h DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
+install(FILES docs/man/texprobe.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)
+install(FILES docs/man/TexProbe.3 DESTINATION ${CMAKE_INSTALL_MANDIR}/man3)
+
+# find_package(TexProbe) gives TexProbe::TexProbe.
+install(EXPORT TexProbe NAMESPACE TexProbe:: FILE TexProbeTargets.cmake
+        DESTINATION ${texprobe_package_dir})
+configure_package_config_file(cmake/TexProbeConfig.cmake.in ${texprobe_package_files}/TexProbeConfig.cmake
+                              INSTALL_DESTINATION ${texprobe_package_dir})
+write_basic_package_version_file(${texprobe_package_files}/TexProbeConfigVersion.cmake
+                                 COMPATIBILITY SameMajorVersion)
+install(FILES ${texprobe_package_files}/TexProbeConfig.cmake
+              ${texprobe_package_files}/TexProbeConfigVersion.cmake
+        DESTINATION ${texprobe_package_dir})
+
+# pkg-config texprobe. A static library's needs are the application's, so they are public ones: the
+# same command serves both kinds, with or without --static.
+set(texprobe_requires "")
+set(texprobe_libs "-lTexProbe")
+if(APPLE)
+  if(texprobe_library_type STREQUAL "STATIC_LIBRARY")
+    string(APPEND texprobe_libs
+           " -framework ApplicationServices -framework CoreFoundation -framework OpenGL")
+  endif()
+elseif(texprobe_library_type STREQUAL "STATIC_LIBRARY")
+  set(texprobe_requires "egl gl glu sqlite3")
+  string(APPEND texprobe_libs " -pthread")
+  foreach(library IN LISTS CMAKE_DL_LIBS)
+    string(APPEND texprobe_libs " -l${library}")
+  endforeach()
+endif()
+file(RELATIVE_PATH texprobe_prefix_from_pc ${CMAKE_INSTALL_FULL_LIBDIR}/pkgconfig ${CMAKE_INSTALL_PREFIX})
+string(REGEX REPLACE "/$" "" texprobe_prefix_from_pc ${texprobe_prefix_from_pc})
+configure_file(cmake/texprobe.pc.in ${texprobe_package_files}/texprobe.pc @ONLY)
+install(FILES ${texprobe_package_files}/texprobe.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
