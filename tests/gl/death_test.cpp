@@ -1,0 +1,114 @@
+// A real renderer's driver dies inside each of the 96 tests in turn, under safe mode.
+
+#include <gtest/gtest.h>
+#include <sys/resource.h>
+#include <sys/wait.h>
+
+#include <array>
+#include <csignal>
+#include <filesystem>
+#include <fstream>
+
+#include "support/tool_folder.h"
+
+namespace texprobe::tests {
+namespace {
+
+struct Format {
+    const char* name;
+    unsigned internalFormat;
+};
+
+// The published values of the internal formats.
+constexpr std::array<Format, 16> kFormats = {{{"GL_RGB32F_ARB", 0x8815},
+                                              {"GL_RGBA32F_ARB", 0x8814},
+                                              {"GL_LUMINANCE32F_ARB", 0x8818},
+                                              {"GL_LUMINANCE_ALPHA32F_ARB", 0x8819},
+                                              {"GL_LUMINANCE8", 0x8040},
+                                              {"GL_LUMINANCE8_ALPHA8", 0x8045},
+                                              {"GL_RGB8", 0x8051},
+                                              {"GL_RGBA8", 0x8058},
+                                              {"GL_LUMINANCE16", 0x8042},
+                                              {"GL_LUMINANCE16_ALPHA16", 0x8048},
+                                              {"GL_RGB16", 0x8054},
+                                              {"GL_RGBA16", 0x805B},
+                                              {"GL_LUMINANCE16F_ARB", 0x881E},
+                                              {"GL_LUMINANCE_ALPHA16F_ARB", 0x881F},
+                                              {"GL_RGB16F_ARB", 0x881B},
+                                              {"GL_RGBA16F_ARB", 0x881A}}};
+
+constexpr std::array<const char*, 6> kCapabilities = {
+    "_SUPPORTED", "_RENDERABLE", "_UPLOAD_SET", "_UPLOAD_RESET", "_DOWNLOAD_GET", "_DOWNLOAD_READ"};
+
+constexpr std::array<int, 4> kSignals = {SIGSEGV, SIGABRT, SIGBUS, SIGKILL};
+
+/// The records of a run in which the driver died in that test: its verdict is false, and what
+/// depends on it was never tried.
+Records records_after_death(Records undisturbed, const std::string& format,
+                            std::size_t capability) {
+    undisturbed[format + kCapabilities[capability]] = "boolean 0";
+    const std::size_t firstDependent = capability == 0 ? 1 : capability == 1 ? 4 : 6;
+    for (std::size_t i = firstDependent; i < kCapabilities.size(); ++i) {
+        undisturbed.erase(format + kCapabilities[i]);
+    }
+    return undisturbed;
+}
+
+/// The application identifiers in the order of their renderer runs.
+std::vector<std::string> run_order(const Finished& run) {
+    std::vector<std::string> applications;
+    for (const std::string& line : lines(run.err)) {
+        if (line.find("] testing renderer: ") != std::string::npos) {
+            applications.push_back(line.substr(0, line.find('[')));
+        }
+    }
+    return applications;
+}
+
+class Death : public testing::TestWithParam<std::size_t> {
+protected:
+    void SetUp() override {
+        const rlimit noCores = {0, 0};
+        setrlimit(RLIMIT_CORE, &noCores);
+    }
+};
+
+TEST_P(Death, in_a_test_costs_that_verdict_and_no_other) {
+    const Format format = kFormats[GetParam()];
+    const ToolFolder healthy(TOOL);
+    const Finished healthyRun = healthy.run({"--safe"});
+    ASSERT_TRUE(healthyRun.exited_with(0)) << healthyRun.err;
+    const RecordSets undisturbed = healthy.records();
+    ASSERT_FALSE(undisturbed.empty()) << "no renderer was found";
+
+    for (std::size_t capability = 0; capability < kCapabilities.size(); ++capability) {
+        const std::string key = std::string(format.name) + kCapabilities[capability];
+        const int signal = kSignals[(GetParam() + capability) % kSignals.size()];
+        const ToolFolder folder(TOOL);
+        const std::filesystem::path order = folder.path() / "die";
+        std::ofstream(order) << format.internalFormat << ' ' << capability << ' ' << signal;
+
+        const Finished run = folder.run({"--safe"});
+        EXPECT_TRUE(run.exited_with(0)) << key << '\n' << run.err;
+
+        // The first renderer that runs the test at all dies in it, and the order is spent.
+        RecordSets expected = undisturbed;
+        bool tried = false;
+        for (const std::string& application : run_order(healthyRun)) {
+            Records& records = expected.at(application);
+            if (tried || records.count(key) == 0) continue;
+            tried = true;
+            records = records_after_death(records, format.name, capability);
+        }
+        EXPECT_EQ(std::filesystem::exists(order), !tried) << key;
+        EXPECT_EQ(folder.records(), expected) << key;
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(OfAllFormats, Death, testing::Range<std::size_t>(0, kFormats.size()),
+                         [](const auto& format) {
+                             return std::string(kFormats[format.param].name);
+                         });
+
+}  // namespace
+}  // namespace texprobe::tests
