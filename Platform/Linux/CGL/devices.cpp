@@ -1,0 +1,121 @@
+#include "CGL/devices.h"
+
+#include <algorithm>
+#include <cstdlib>
+
+namespace texprobe::platform {
+
+namespace {
+
+/// One entry of EGL's list. Names are asked for only where the entry's extensions offer them, since
+/// an error would stay with the application's thread.
+class Entry {
+public:
+    Entry(const Egl& egl, EGLDeviceEXT device)
+        : egl_(egl),
+          device_(device),
+          extensions_(egl.query_device_string(device, EGL_EXTENSIONS)) {}
+
+    bool is_software() const { return has_extension(extensions_, "EGL_MESA_device_software"); }
+
+    /// The file of its DRM node; empty when the entry has none.
+    std::string node() const {
+        std::string file = string("EGL_EXT_device_drm_render_node", EGL_DRM_RENDER_NODE_FILE_EXT);
+        if (file.empty()) file = string("EGL_EXT_device_drm", EGL_DRM_DEVICE_FILE_EXT);
+        return file;
+    }
+
+    /// The driver's own words for the device.
+    std::string description() const {
+        return string("EGL_EXT_device_query_name", EGL_VENDOR) + '/' +
+               string("EGL_EXT_device_query_name", EGL_RENDERER_EXT) + '/' +
+               string("EGL_EXT_device_persistent_id", EGL_DRIVER_NAME_EXT);
+    }
+
+private:
+    std::string string(const char* extension, EGLint name) const {
+        if (!has_extension(extensions_, extension)) return {};
+        const char* text = egl_.query_device_string(device_, name);
+        return text ? text : "";
+    }
+
+    const Egl& egl_;
+    EGLDeviceEXT device_;
+    const char* extensions_;
+};
+
+std::vector<EGLDeviceEXT> list_entries(const Egl& egl) {
+    EGLint count = 0;
+    if (!egl.query_devices || !egl.query_device_string || !egl.query_devices(0, nullptr, &count) ||
+        count <= 0) {
+        return {};
+    }
+    std::vector<EGLDeviceEXT> entries(static_cast<std::size_t>(count));
+    if (!egl.query_devices(count, entries.data(), &count) || count <= 0) return {};
+    entries.resize(std::min(entries.size(), static_cast<std::size_t>(count)));
+    return entries;
+}
+
+Device describe(const Entry& entry, const std::filesystem::path& sysfs) {
+    Device device;
+    if (entry.is_software()) {
+        device.software = true;
+        device.name = device.identity = "software";
+        return device;
+    }
+    const std::string node = entry.node();
+    if (!node.empty()) device.gpu = read_gpu(sysfs, node);
+    if (device.gpu.directory.empty()) {
+        device.name = device.identity = entry.description();
+        if (!node.empty()) device.name = node;
+    } else {
+        device.name = node;
+        device.identity = device.gpu.vendor + '/' + device.gpu.device + '/' + device.gpu.driver;
+    }
+    return device;
+}
+
+bool same_device(const Device& a, const Device& b) {
+    if (a.software || b.software) return a.software && b.software;
+    return !a.gpu.directory.empty() && a.gpu.directory == b.gpu.directory;
+}
+
+}  // namespace
+
+std::vector<Device> list_devices(const Egl& egl, const std::filesystem::path& sysfs) {
+    std::vector<Device> devices;
+    for (EGLDeviceEXT entry : list_entries(egl)) {
+        Device device = describe(Entry(egl, entry), sysfs);
+        auto known = std::find_if(devices.begin(), devices.end(),
+                                  [&](const Device& other) { return same_device(device, other); });
+        if (known == devices.end()) known = devices.insert(devices.end(), std::move(device));
+        known->entries.push_back(entry);
+    }
+    std::stable_partition(devices.begin(), devices.end(),
+                          [](const Device& device) { return !device.software; });
+    return devices;
+}
+
+std::string driver_overrides() {
+    std::string overrides;
+    for (const char* name :
+         {"GALLIUM_DRIVER", "MESA_LOADER_DRIVER_OVERRIDE", "LIBGL_ALWAYS_SOFTWARE"}) {
+        const char* value = std::getenv(name);
+        if (value && *value) overrides += std::string(name) + '=' + value + '\n';
+    }
+    return overrides;
+}
+
+std::uint32_t renderer_id(std::string_view identity, std::string_view overrides) {
+    // FNV-1a.
+    std::uint32_t hash = 2166136261u;
+    const auto add = [&hash](std::string_view text) {
+        for (const char c : text) hash = (hash ^ static_cast<unsigned char>(c)) * 16777619u;
+    };
+    add(identity);
+    add("\n");
+    add(overrides);
+    return hash == 0 ? 1 : hash;
+}
+
+}  // namespace texprobe::platform

@@ -1,0 +1,65 @@
+#include "CGL/egl.h"
+
+#include <cstdio>
+#include <iterator>
+
+namespace texprobe::platform {
+
+namespace {
+
+template <typename Function>
+void load(Function& function, const char* name) {
+    function = reinterpret_cast<Function>(eglGetProcAddress(name));
+}
+
+Egl load_egl() {
+    Egl egl;
+    const char* extensions = eglQueryString(EGL_NO_DISPLAY, EGL_EXTENSIONS);
+    const bool lists_devices = has_extension(extensions, "EGL_EXT_device_base") ||
+                               (has_extension(extensions, "EGL_EXT_device_enumeration") &&
+                                has_extension(extensions, "EGL_EXT_device_query"));
+    if (lists_devices) {
+        load(egl.query_devices, "eglQueryDevicesEXT");
+        load(egl.query_device_string, "eglQueryDeviceStringEXT");
+    }
+    load(egl.get_string, "glGetString");
+    load(egl.get_integerv, "glGetIntegerv");
+    return egl;
+}
+
+}  // namespace
+
+const Egl& system_egl() {
+    static const Egl egl = load_egl();
+    return egl;
+}
+
+bool has_extension(const char* extensions, std::string_view name) {
+    std::string_view rest = extensions ? extensions : "";
+    while (!rest.empty()) {
+        const std::size_t end = rest.find(' ');
+        if (rest.substr(0, end) == name) return true;
+        rest = end == std::string_view::npos ? std::string_view() : rest.substr(end + 1);
+    }
+    return false;
+}
+
+std::string describe_failure(const Egl& egl, std::string_view call) {
+    static constexpr const char* kNames[] = {
+        "EGL_SUCCESS",       "EGL_NOT_INITIALIZED",     "EGL_BAD_ACCESS",
+        "EGL_BAD_ALLOC",     "EGL_BAD_ATTRIBUTE",       "EGL_BAD_CONFIG",
+        "EGL_BAD_CONTEXT",   "EGL_BAD_CURRENT_SURFACE", "EGL_BAD_DISPLAY",
+        "EGL_BAD_MATCH",     "EGL_BAD_NATIVE_PIXMAP",   "EGL_BAD_NATIVE_WINDOW",
+        "EGL_BAD_PARAMETER", "EGL_BAD_SURFACE",         "EGL_CONTEXT_LOST"};
+    const EGLint error = egl.get_error();
+    std::string text(call);
+    text += " failed";
+    // Some drivers refuse without naming an error.
+    if (error > EGL_SUCCESS && error <= EGL_CONTEXT_LOST) {
+        text += " with ";
+        text += kNames[error - EGL_SUCCESS];
+    }
+    return text;
+}
+
+}  // namespace texprobe::platform

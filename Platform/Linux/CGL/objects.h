@@ -1,0 +1,14 @@
+// What is behind CGL's handles for pixel formats.
+
+#ifndef TEXPROBE_PLATFORM_CGL_OBJECTS_H
+#define TEXPROBE_PLATFORM_CGL_OBJECTS_H
+
+#include <OpenGL/OpenGL.h>
+
+#include "CGL/offscreen.h"
+
+struct _CGLPixelFormatObject {
+    texprobe::platform::Offscreen offscreen;
+};
+
+#endif

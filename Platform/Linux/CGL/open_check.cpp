@@ -1,0 +1,157 @@
+#include "CGL/open_check.h"
+
+#include <fcntl.h>
+#include <poll.h>
+#include <sys/prctl.h>
+#include <sys/resource.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <csignal>
+#include <cstdio>
+#include <cstring>
+#include <optional>
+#include <thread>
+
+#include "CGL/offscreen.h"
+
+namespace texprobe::platform {
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+// The published values of GL_NVX_gpu_memory_info and GL_ATI_meminfo; both count kibibytes.
+constexpr GLenum kTotalMemoryNvx = 0x9048;
+constexpr GLenum kTextureFreeMemoryAti = 0x87FC;
+
+/// What the child tells its parent. Smaller than PIPE_BUF, so that it arrives whole or not at all.
+struct Report {
+    std::uint64_t memory;
+    char failure[256];
+};
+
+std::uint64_t read_memory(const Egl& egl) {
+    const auto* extensions = reinterpret_cast<const char*>(egl.get_string(GL_EXTENSIONS));
+    GLint kibibytes[4] = {};
+    if (has_extension(extensions, "GL_NVX_gpu_memory_info")) {
+        egl.get_integerv(kTotalMemoryNvx, kibibytes);
+    } else if (has_extension(extensions, "GL_ATI_meminfo")) {
+        egl.get_integerv(kTextureFreeMemoryAti, kibibytes);
+    }
+    return static_cast<std::uint64_t>(std::max(kibibytes[0], 0)) * 1024;
+}
+
+OpenCheck open_here(const Egl& egl, EGLDeviceEXT device) {
+    const Offscreen offscreen = open_device(egl, device);
+    if (!offscreen.failure.empty()) return {offscreen.failure, 0};
+    EGLContext context = create_context(egl, offscreen);
+    if (context == EGL_NO_CONTEXT) return {describe_failure(egl, "eglCreateContext"), 0};
+    EGLSurface surface = create_surface(egl, offscreen, 16, 16);
+    if (surface == EGL_NO_SURFACE) return {describe_failure(egl, "eglCreatePbufferSurface"), 0};
+    if (!egl.make_current(offscreen.display, surface, surface, context)) {
+        return {describe_failure(egl, "eglMakeCurrent"), 0};
+    }
+    if (!egl.get_string || !egl.get_integerv || !egl.get_string(GL_RENDERER)) {
+        return {"its context has no renderer string", 0};
+    }
+    return {"", read_memory(egl)};
+}
+
+[[noreturn]] void run_child(const Egl& egl, EGLDeviceEXT device, int pipe_end) {
+    // A child whose driver hangs must not outlive a parent that is killed.
+    prctl(PR_SET_PDEATHSIG, SIGKILL);
+    // A death is told by its signal: the application's crash handler is not for it, nor a core
+    // file.
+    for (const int signal : {SIGSEGV, SIGBUS, SIGABRT, SIGILL, SIGFPE, SIGTERM}) {
+        std::signal(signal, SIG_DFL);
+    }
+    const rlimit no_core = {0, 0};
+    setrlimit(RLIMIT_CORE, &no_core);
+    // What waits in the parent's buffer would be printed twice if the driver writes to the stream.
+    const int null = open("/dev/null", O_WRONLY | O_CLOEXEC);
+    if (null >= 0) dup2(null, STDOUT_FILENO);
+
+    const OpenCheck check = open_here(egl, device);
+    Report report = {check.memory, {}};
+    std::snprintf(report.failure, sizeof report.failure, "%s", check.failure.c_str());
+    const bool sent = write(pipe_end, &report, sizeof report) == sizeof report;
+    // No destructor, exit handler or stream of the parent's may run here.
+    _exit(sent ? 0 : 1);
+}
+
+/// Waits for the report; empty when the child ended without one or `deadline` passed.
+std::optional<Report> receive(int pipe_end, Clock::time_point deadline) {
+    for (;;) {
+        const auto left = std::chrono::ceil<std::chrono::milliseconds>(deadline - Clock::now());
+        if (left.count() <= 0) return {};
+        pollfd descriptor = {pipe_end, POLLIN, 0};
+        const int ready = poll(&descriptor, 1, static_cast<int>(left.count()));
+        if (ready < 0 && errno == EINTR) continue;
+        if (ready <= 0) return {};
+        Report report;
+        const ssize_t size = read(pipe_end, &report, sizeof report);
+        if (size < 0 && errno == EINTR) continue;
+        if (size != sizeof report) return {};
+        return report;
+    }
+}
+
+/// The child's wait status; empty when it cannot be had. A process that the kernel cannot end at
+/// once, stuck in its driver, is left behind rather than waited for.
+std::optional<int> reap(pid_t child) {
+    const Clock::time_point deadline = Clock::now() + std::chrono::seconds(1);
+    do {
+        int status = 0;
+        const pid_t ended = waitpid(child, &status, WNOHANG);
+        if (ended == child) return status;
+        if (ended < 0 && errno != EINTR) return {};
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    } while (Clock::now() < deadline);
+    return {};
+}
+
+std::string describe_limit(std::chrono::milliseconds limit) {
+    char text[64];
+    std::snprintf(text, sizeof text, "it did not answer within %g s",
+                  std::chrono::duration<double>(limit).count());
+    return text;
+}
+
+std::string describe_death(std::optional<int> status) {
+    if (status && WIFSIGNALED(*status)) {
+        return "opening it died of signal " + std::to_string(WTERMSIG(*status));
+    }
+    if (status && WIFEXITED(*status)) {
+        return "opening it ended the process with status " + std::to_string(WEXITSTATUS(*status));
+    }
+    return "opening it ended the process";
+}
+
+}  // namespace
+
+OpenCheck check_device(const Egl& egl, EGLDeviceEXT device, std::chrono::milliseconds limit) {
+    int ends[2];
+    if (pipe2(ends, O_CLOEXEC) != 0) return {std::string("pipe: ") + std::strerror(errno), 0};
+    const pid_t child = fork();
+    if (child == 0) run_child(egl, device, ends[1]);
+    const int fork_error = errno;
+    close(ends[1]);
+    if (child < 0) {
+        close(ends[0]);
+        return {std::string("fork: ") + std::strerror(fork_error), 0};
+    }
+
+    const Clock::time_point deadline = Clock::now() + limit;
+    const std::optional<Report> report = receive(ends[0], deadline);
+    const bool late = !report && Clock::now() >= deadline;
+    close(ends[0]);
+    if (late) kill(child, SIGKILL);
+    const std::optional<int> status = reap(child);
+    if (report) return {report->failure, report->memory};
+    return {late ? describe_limit(limit) : describe_death(status), 0};
+}
+
+}  // namespace texprobe::platform

@@ -1,0 +1,41 @@
+#include <OpenGL/OpenGL.h>
+
+#include "CGL/renderers.h"
+
+using texprobe::platform::Renderers;
+using texprobe::platform::system_renderers;
+
+struct _CGLRendererInfoObject {
+    Renderers* renderers;
+    GLint count;
+};
+
+CGLError CGLQueryRendererInfo(GLuint display_mask, CGLRendererInfoObj* rend, GLint* nrend) {
+    if (!rend || !nrend) return kCGLBadAddress;
+    Renderers& renderers = system_renderers();
+    // Every renderer can drive every display, but no display needs none.
+    *nrend = display_mask == 0 ? 0 : renderers.count();
+    *rend = new _CGLRendererInfoObject{&renderers, *nrend};
+    return kCGLNoError;
+}
+
+CGLError CGLDestroyRendererInfo(CGLRendererInfoObj rend) {
+    delete rend;
+    return kCGLNoError;
+}
+
+CGLError CGLDescribeRenderer(CGLRendererInfoObj rend, GLint rend_num, CGLRendererProperty prop,
+                             GLint* value) {
+    if (!rend) return kCGLBadRendererInfo;
+    if (!value) return kCGLBadAddress;
+    if (rend_num < 0 || rend_num >= rend->count) return kCGLBadValue;
+    const auto index = static_cast<std::size_t>(rend_num);
+    switch (prop) {
+        case kCGLRPRendererID:
+            return rend->renderers->describe_id(index, value);
+        case kCGLRPTextureMemory:
+            return rend->renderers->describe_texture_memory(index, value);
+        default:
+            return kCGLBadProperty;
+    }
+}

@@ -1,0 +1,117 @@
+#include "CGL/renderers.h"
+
+#include <unistd.h>
+
+#include <algorithm>
+#include <cstdio>
+#include <limits>
+#include <utility>
+
+#include "CGL/offscreen.h"
+#include "CGL/open_check.h"
+
+namespace texprobe::platform {
+
+namespace {
+
+std::uint64_t system_memory() {
+    const long pages = sysconf(_SC_PHYS_PAGES);
+    const long page_size = sysconf(_SC_PAGESIZE);
+    if (pages < 0 || page_size < 0) return 0;
+    return static_cast<std::uint64_t>(pages) * static_cast<std::uint64_t>(page_size);
+}
+
+}  // namespace
+
+Renderers::Renderers(System system) : system_(std::move(system)) {
+    const std::string overrides = driver_overrides();
+    for (Device& device : list_devices(system_.egl, system_.sysfs)) {
+        Renderer renderer;
+        renderer.id = static_cast<GLint>(renderer_id(device.identity, overrides));
+        renderer.device = std::move(device);
+        renderers_.push_back(std::move(renderer));
+    }
+}
+
+bool Renderers::is_unusable(std::size_t index) const {
+    return checked_.load(std::memory_order_acquire) && !renderers_[index].usable;
+}
+
+CGLError Renderers::describe_id(std::size_t index, GLint* id) const {
+    if (is_unusable(index)) return kCGLBadRendererInfo;
+    *id = renderers_[index].id;
+    return kCGLNoError;
+}
+
+CGLError Renderers::describe_texture_memory(std::size_t index, GLint* bytes) {
+    check_all();
+    if (is_unusable(index)) return kCGLBadRendererInfo;
+    *bytes = renderers_[index].memory;
+    return kCGLNoError;
+}
+
+CGLError Renderers::find_device(GLint id, EGLDeviceEXT* device) {
+    check_all();
+    CGLError error = kCGLBadPixelFormat;
+    for (const Renderer& renderer : renderers_) {
+        if (renderer.id != id) continue;
+        if (renderer.usable) {
+            *device = renderer.entry;
+            return kCGLNoError;
+        }
+        error = kCGLBadRendererInfo;
+    }
+    return error;
+}
+
+void Renderers::check_all() {
+    std::call_once(check_once_, [this] {
+        for (Renderer& renderer : renderers_) check(renderer);
+        checked_.store(true, std::memory_order_release);
+    });
+}
+
+void Renderers::check(Renderer& renderer) const {
+    std::string reasons;
+    std::uint64_t memory = 0;
+    renderer.usable = false;
+    for (EGLDeviceEXT entry : renderer.device.entries) {
+        OpenCheck result;
+        if (renderer.device.software) {
+            // Last in the list, no GPU's driver, and needed by this process right after: opened
+            // here.
+            result.failure = open_device(system_.egl, entry).failure;
+        } else {
+            result = check_device(system_.egl, entry, system_.open_limit);
+        }
+        if (result.failure.empty()) {
+            renderer.usable = true;
+            renderer.entry = entry;
+            memory = result.memory;
+            break;
+        }
+        reasons += (reasons.empty() ? "" : "; ") + result.failure;
+    }
+    if (!renderer.usable) {
+        std::fprintf(stderr, "*** EGL: the device %s cannot be used: %s\n",
+                     renderer.device.name.c_str(), reasons.c_str());
+        return;
+    }
+    if (const std::uint64_t video_memory = read_video_memory(renderer.device.gpu)) {
+        memory = video_memory;
+    }
+    renderer.memory = clamp_bytes(memory ? memory : system_memory());
+}
+
+Renderers& system_renderers() {
+    // Never destroyed: another thread may be using it while the process exits.
+    static Renderers& renderers = *new Renderers({});
+    return renderers;
+}
+
+GLint clamp_bytes(std::uint64_t bytes) {
+    constexpr std::uint64_t kMost = std::numeric_limits<GLint>::max();
+    return static_cast<GLint>(std::min(bytes, kMost));
+}
+
+}  // namespace texprobe::platform

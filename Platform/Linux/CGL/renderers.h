@@ -1,0 +1,77 @@
+// The renderers of this process: what each is called, whether it can be used, how much it holds.
+
+#ifndef TEXPROBE_PLATFORM_CGL_RENDERERS_H
+#define TEXPROBE_PLATFORM_CGL_RENDERERS_H
+
+#include <OpenGL/OpenGL.h>
+
+#include <atomic>
+#include <chrono>
+#include <cstddef>
+#include <cstdint>
+#include <filesystem>
+#include <mutex>
+#include <string>
+#include <vector>
+
+#include "CGL/devices.h"
+#include "CGL/egl.h"
+
+namespace texprobe::platform {
+
+/// Lists once and checks once; may be used from any thread.
+class Renderers {
+public:
+    struct System {
+        Egl egl = system_egl();
+        std::filesystem::path sysfs = "/sys";
+        std::chrono::milliseconds open_limit = std::chrono::seconds(30);
+    };
+
+    explicit Renderers(System system);
+
+    GLint count() const { return static_cast<GLint>(renderers_.size()); }
+
+    /// The renderer ID, without opening anything. kCGLBadRendererInfo for a renderer that
+    /// check_all() has found unusable.
+    CGLError describe_id(std::size_t index, GLint* id) const;
+
+    /// The texture memory in bytes, at most 2^31 - 1; checks all renderers first.
+    CGLError describe_texture_memory(std::size_t index, GLint* bytes);
+
+    /// The device of the renderer with this ID; checks all renderers first. kCGLBadPixelFormat when
+    /// there is no such renderer.
+    CGLError find_device(GLint id, EGLDeviceEXT* device);
+
+    const Egl& egl() const { return system_.egl; }
+
+private:
+    struct Renderer {
+        Device device;
+        GLint id = 0;
+        bool usable = true;
+        EGLDeviceEXT entry = nullptr;  ///< The one of the device's entries that can be opened.
+        GLint memory = 0;
+    };
+
+    /// Opens every renderer, the first time it is called: GPUs in child processes, in which the
+    /// driver may do what it likes. Says on standard error why one cannot be used.
+    void check_all();
+    void check(Renderer& renderer) const;
+    bool is_unusable(std::size_t index) const;
+
+    System system_;
+    std::vector<Renderer> renderers_;
+    std::once_flag check_once_;
+    std::atomic<bool> checked_{false};
+};
+
+/// The renderers of this machine.
+Renderers& system_renderers();
+
+/// A number of bytes as CGL returns it.
+GLint clamp_bytes(std::uint64_t bytes);
+
+}  // namespace texprobe::platform
+
+#endif

@@ -1,0 +1,63 @@
+#include "CoreGraphics/displays.h"
+
+#include <algorithm>
+#include <cstdint>
+#include <fstream>
+#include <string>
+#include <system_error>
+
+namespace texprobe::platform {
+
+namespace {
+
+namespace fs = std::filesystem;
+
+bool holds(const fs::path& file, const char* word) {
+    std::string first;
+    std::ifstream(file) >> first;
+    return first == word;
+}
+
+/// The connectors ("card0-HDMI-A-1") that have a display which is switched on.
+std::uint32_t count_active_connectors(const fs::path& sysfs) {
+    std::uint32_t count = 0;
+    std::error_code error;
+    fs::directory_iterator entry(sysfs / "class" / "drm", error);
+    for (; !error && entry != fs::directory_iterator(); entry.increment(error)) {
+        const std::string name = entry->path().filename();
+        const bool connector = name.rfind("card", 0) == 0 && name.find('-') != std::string::npos;
+        if (connector && holds(entry->path() / "status", "connected") &&
+            holds(entry->path() / "enabled", "enabled")) {
+            ++count;
+        }
+    }
+    return count;
+}
+
+}  // namespace
+
+CGError get_active_displays(const fs::path& sysfs, std::uint32_t max_displays,
+                            CGDirectDisplayID* displays, std::uint32_t* count) {
+    if (!count) return kCGErrorIllegalArgument;
+    // Without a connector there is one display that nobody sees, so that there is always something
+    // to measure behind.
+    *count = std::max<std::uint32_t>(count_active_connectors(sysfs), 1);
+    if (!displays) return kCGErrorSuccess;
+    *count = std::min(*count, max_displays);
+    // Every renderer can drive every display, so that nothing depends on which one has which
+    // number.
+    for (std::uint32_t i = 0; i < *count; ++i) displays[i] = i + 1;
+    return kCGErrorSuccess;
+}
+
+}  // namespace texprobe::platform
+
+CGError CGGetActiveDisplayList(std::uint32_t maxDisplays, CGDirectDisplayID* activeDisplays,
+                               std::uint32_t* displayCount) {
+    return texprobe::platform::get_active_displays("/sys", maxDisplays, activeDisplays,
+                                                   displayCount);
+}
+
+CGOpenGLDisplayMask CGDisplayIDToOpenGLDisplayMask(CGDirectDisplayID display) {
+    return display >= 1 && display <= 32 ? 1u << (display - 1) : 0;
+}

@@ -1,0 +1,91 @@
+#include "sysctl/build_id.h"
+
+#include <elf.h>
+#include <link.h>
+
+#include <algorithm>
+#include <cstddef>
+#include <cstring>
+#include <fstream>
+#include <string_view>
+#include <system_error>
+
+namespace texprobe::platform {
+
+namespace {
+
+constexpr std::size_t kLongestNotes = 64 * 1024;
+
+/// `size` bytes of the file from `offset`; fewer where the file ends.
+std::string read_bytes(std::istream& file, std::uint64_t offset, std::size_t size) {
+    std::string bytes(size, '\0');
+    file.clear();
+    file.seekg(static_cast<std::streamoff>(offset));
+    file.read(bytes.data(), static_cast<std::streamsize>(size));
+    bytes.resize(file.gcount() > 0 ? static_cast<std::size_t>(file.gcount()) : 0);
+    return bytes;
+}
+
+template <typename Header>
+bool read_header(std::istream& file, std::uint64_t offset, Header* header) {
+    const std::string bytes = read_bytes(file, offset, sizeof *header);
+    if (bytes.size() != sizeof *header) return false;
+    std::memcpy(header, bytes.data(), sizeof *header);
+    return true;
+}
+
+/// The first `size` bytes of `notes`, which are cut off, rounded up to the notes' alignment.
+std::string_view take(std::string_view* notes, std::size_t size) {
+    const std::string_view part = notes->substr(0, size);
+    notes->remove_prefix(std::min(notes->size(), (size + 3) & ~std::size_t{3}));
+    return part;
+}
+
+std::string find_build_id(std::string_view notes) {
+    ElfW(Nhdr) note;
+    while (notes.size() >= sizeof note) {
+        std::memcpy(&note, notes.data(), sizeof note);
+        notes.remove_prefix(sizeof note);
+        const std::string_view name = take(&notes, note.n_namesz);
+        const std::string_view id = take(&notes, note.n_descsz);
+        if (note.n_type == NT_GNU_BUILD_ID && name == std::string_view("GNU", 4)) {
+            return std::string(id);
+        }
+    }
+    return {};
+}
+
+}  // namespace
+
+std::string read_build_id(std::istream& elf) {
+    constexpr unsigned char kClass = sizeof(void*) == 8 ? ELFCLASS64 : ELFCLASS32;
+    ElfW(Ehdr) file;
+    if (!read_header(elf, 0, &file) || std::memcmp(file.e_ident, ELFMAG, SELFMAG) != 0 ||
+        file.e_ident[EI_CLASS] != kClass || file.e_phentsize != sizeof(ElfW(Phdr))) {
+        return {};
+    }
+    for (std::uint64_t i = 0; i < file.e_phnum; ++i) {
+        ElfW(Phdr) segment;
+        if (!read_header(elf, file.e_phoff + i * sizeof segment, &segment)) return {};
+        if (segment.p_type != PT_NOTE || segment.p_filesz > kLongestNotes) continue;
+        const std::string notes = read_bytes(elf, segment.p_offset, segment.p_filesz);
+        if (std::string id = find_build_id(notes); !id.empty()) return id;
+    }
+    return {};
+}
+
+std::string identify_library(const std::filesystem::path& library) {
+    std::error_code error;
+    // Opening anything else could block.
+    if (!std::filesystem::is_regular_file(library, error)) return {};
+    std::ifstream file(library, std::ios::binary);
+    std::string identity = read_build_id(file);
+    if (identity.empty()) {
+        const auto time = std::filesystem::last_write_time(library, error);
+        identity = std::to_string(std::filesystem::file_size(library, error)) + ' ' +
+                   std::to_string(time.time_since_epoch().count());
+    }
+    return identity;
+}
+
+}  // namespace texprobe::platform

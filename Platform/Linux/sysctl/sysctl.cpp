@@ -1,0 +1,52 @@
+#include <sys/sysctl.h>
+#include <sys/utsname.h>
+
+#include <cerrno>
+#include <cstring>
+#include <string>
+
+#include "sysctl/graphics_build.h"
+
+namespace {
+
+using texprobe::platform::Directories;
+
+std::string describe_system() {
+    // GLVND's own directories and the dynamic linker's, without what the environment may add to
+    // either: applications and the tool in safe mode must come to the same result.
+    const Directories vendors = {"/etc/glvnd/egl_vendor.d", "/usr/share/glvnd/egl_vendor.d"};
+    const Directories libraries = {"/usr/local/lib/" TEXPROBE_MULTIARCH,
+                                   "/usr/local/lib",
+                                   "/lib/" TEXPROBE_MULTIARCH,
+                                   "/usr/lib/" TEXPROBE_MULTIARCH,
+                                   "/lib64",
+                                   "/usr/lib64",
+                                   "/lib",
+                                   "/usr/lib"};
+    utsname kernel = {};
+    uname(&kernel);
+    return texprobe::platform::describe_graphics_build(kernel.release, vendors, libraries);
+}
+
+int fail(int error) {
+    errno = error;
+    return -1;
+}
+
+}  // namespace
+
+int sysctlbyname(const char* name, void* oldp, std::size_t* oldlenp, void* newp,
+                 std::size_t newlen) {
+    if (std::strcmp(name, "kern.osversion") != 0) return fail(ENOENT);
+    if (newp || newlen != 0) return fail(EPERM);
+    if (!oldlenp) return oldp ? fail(EFAULT) : 0;
+    // A driver that is replaced while the process runs is the next process's news: this one may
+    // have the old one loaded.
+    static const std::string build = describe_system();
+    const std::size_t room = *oldlenp;
+    *oldlenp = build.size() + 1;
+    if (!oldp) return 0;
+    if (room < *oldlenp) return fail(ENOMEM);
+    std::memcpy(oldp, build.c_str(), *oldlenp);
+    return 0;
+}

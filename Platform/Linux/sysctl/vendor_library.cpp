@@ -1,0 +1,83 @@
+#include "sysctl/vendor_library.h"
+
+#include <algorithm>
+#include <fstream>
+#include <iterator>
+#include <system_error>
+
+namespace texprobe::platform {
+
+namespace fs = std::filesystem;
+
+namespace {
+
+constexpr std::string_view kWhiteSpace = " \t\r\n";
+
+/// Cuts off white space and then `expected`; false when something else comes first.
+bool skip(std::string_view* json, char expected) {
+    json->remove_prefix(std::min(json->find_first_not_of(kWhiteSpace), json->size()));
+    if (json->empty() || json->front() != expected) return false;
+    json->remove_prefix(1);
+    return true;
+}
+
+/// The text up to the closing quote; empty when that is missing. An escaped character stands for
+/// itself: file names need no others than the quote, the slash and the backslash.
+std::string read_string(std::string_view json) {
+    std::string text;
+    for (std::size_t i = 0; i < json.size(); ++i) {
+        if (json[i] == '"') return text;
+        if (json[i] == '\\' && ++i == json.size()) break;
+        text += json[i];
+    }
+    return {};
+}
+
+std::vector<fs::path> list_json_files(const fs::path& directory) {
+    std::vector<fs::path> files;
+    std::error_code error;
+    fs::directory_iterator entry(directory, error);
+    for (; !error && entry != fs::directory_iterator(); entry.increment(error)) {
+        std::error_code unreadable;
+        if (entry->path().extension() == ".json" && entry->is_regular_file(unreadable)) {
+            files.push_back(entry->path());
+        }
+    }
+    std::sort(files.begin(), files.end());
+    return files;
+}
+
+}  // namespace
+
+std::string read_library_path(std::string_view json) {
+    constexpr std::string_view kKey = "\"library_path\"";
+    const std::size_t key = json.find(kKey);
+    if (key == std::string_view::npos) return {};
+    json.remove_prefix(key + kKey.size());
+    return skip(&json, ':') && skip(&json, '"') ? read_string(json) : std::string();
+}
+
+std::vector<std::string> list_vendor_libraries(const Directories& vendor_directories) {
+    std::vector<std::string> libraries;
+    for (const fs::path& directory : vendor_directories) {
+        for (const fs::path& file : list_json_files(directory)) {
+            std::ifstream stream(file);
+            const std::string json{std::istreambuf_iterator<char>(stream), {}};
+            std::string library = read_library_path(json);
+            if (!library.empty()) libraries.push_back(std::move(library));
+        }
+    }
+    return libraries;
+}
+
+fs::path find_library(const std::string& name, const Directories& library_directories) {
+    for (const fs::path& directory : library_directories) {
+        // An absolute name replaces the directory.
+        const fs::path file = directory / name;
+        std::error_code error;
+        if (fs::exists(file, error)) return file;
+    }
+    return name;
+}
+
+}  // namespace texprobe::platform
