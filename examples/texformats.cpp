@@ -20,24 +20,22 @@ namespace {
 const struct {
     GLenum value;
     const char* name;
-} kFormats[] = {
-    FORMAT(GL_LUMINANCE8),
-    FORMAT(GL_LUMINANCE8_ALPHA8),
-    FORMAT(GL_RGB8),
-    FORMAT(GL_RGBA8),
-    FORMAT(GL_LUMINANCE16),
-    FORMAT(GL_LUMINANCE16_ALPHA16),
-    FORMAT(GL_RGB16),
-    FORMAT(GL_RGBA16),
-    FORMAT(GL_LUMINANCE16F_ARB),
-    FORMAT(GL_LUMINANCE_ALPHA16F_ARB),
-    FORMAT(GL_RGB16F_ARB),
-    FORMAT(GL_RGBA16F_ARB),
-    FORMAT(GL_LUMINANCE32F_ARB),
-    FORMAT(GL_LUMINANCE_ALPHA32F_ARB),
-    FORMAT(GL_RGB32F_ARB),
-    FORMAT(GL_RGBA32F_ARB),
-};
+} kFormats[] = {FORMAT(GL_LUMINANCE8),
+                FORMAT(GL_LUMINANCE8_ALPHA8),
+                FORMAT(GL_RGB8),
+                FORMAT(GL_RGBA8),
+                FORMAT(GL_LUMINANCE16),
+                FORMAT(GL_LUMINANCE16_ALPHA16),
+                FORMAT(GL_RGB16),
+                FORMAT(GL_RGBA16),
+                FORMAT(GL_LUMINANCE16F_ARB),
+                FORMAT(GL_LUMINANCE_ALPHA16F_ARB),
+                FORMAT(GL_RGB16F_ARB),
+                FORMAT(GL_RGBA16F_ARB),
+                FORMAT(GL_LUMINANCE32F_ARB),
+                FORMAT(GL_LUMINANCE_ALPHA32F_ARB),
+                FORMAT(GL_RGB32F_ARB),
+                FORMAT(GL_RGBA32F_ARB)};
 
 const char* const kColumns[] = {"create", "render", "set", "reset", "get", "read"};
 constexpr int kNameWidth = 25;
