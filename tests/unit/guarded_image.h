@@ -1,0 +1,60 @@
+// Memory for one image that faults when it is read or written outside of its bytes.
+
+#ifndef TEXPROBE_TESTS_GUARDED_IMAGE_H
+#define TEXPROBE_TESTS_GUARDED_IMAGE_H
+
+#include <sys/mman.h>
+#include <unistd.h>
+
+#include <cstddef>
+#include <new>
+#include <random>
+
+namespace texprobe::tests {
+
+/// `size` zero bytes that end where an inaccessible page begins. A whole number of pages also
+/// begins where one ends.
+class GuardedImage {
+public:
+    explicit GuardedImage(std::size_t size)
+        : size_(size),
+          page_(static_cast<std::size_t>(sysconf(_SC_PAGESIZE))),
+          accessible_((size + page_ - 1) / page_ * page_) {
+        void* mapping =
+            mmap(nullptr, accessible_ + 2 * page_, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+        if (mapping == MAP_FAILED) throw std::bad_alloc();
+        mapping_ = static_cast<unsigned char*>(mapping);
+        if (mprotect(mapping_ + page_, accessible_, PROT_READ | PROT_WRITE) != 0) {
+            munmap(mapping_, accessible_ + 2 * page_);
+            throw std::bad_alloc();
+        }
+    }
+    ~GuardedImage() { munmap(mapping_, accessible_ + 2 * page_); }
+    GuardedImage(const GuardedImage&) = delete;
+    GuardedImage& operator=(const GuardedImage&) = delete;
+
+    std::size_t size() const { return size_; }
+    unsigned char* data() { return mapping_ + page_ + accessible_ - size_; }
+    const unsigned char* data() const { return mapping_ + page_ + accessible_ - size_; }
+
+    /// The image as elements; `size` must be a multiple of the element's.
+    template <typename Element>
+    Element* elements() {
+        return static_cast<Element*>(static_cast<void*>(data()));
+    }
+
+    void fill_randomly(unsigned seed) {
+        std::mt19937 bits(seed);
+        for (std::size_t i = 0; i < size_; ++i) data()[i] = static_cast<unsigned char>(bits());
+    }
+
+private:
+    std::size_t size_;
+    std::size_t page_;
+    std::size_t accessible_;
+    unsigned char* mapping_ = nullptr;
+};
+
+}  // namespace texprobe::tests
+
+#endif

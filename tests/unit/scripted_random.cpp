@@ -1,0 +1,16 @@
+#include "scripted_random.h"
+
+namespace texprobe::tests {
+
+long scriptedRandom = 0;
+int randomCalls = 0;
+
+}  // namespace texprobe::tests
+
+// Without the library's header, whose declaration says more on some systems than on others.
+extern "C" long random();
+
+long random() {
+    ++texprobe::tests::randomCalls;
+    return texprobe::tests::scriptedRandom;
+}

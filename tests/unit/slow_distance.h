@@ -1,0 +1,35 @@
+// The comparison once more, written down literally and without regard to speed, to check the
+// product's against. Shares no code with it.
+
+#ifndef TEXPROBE_TESTS_SLOW_DISTANCE_H
+#define TEXPROBE_TESTS_SLOW_DISTANCE_H
+
+#include <cstddef>
+#include <cstdint>
+#include <vector>
+
+namespace texprobe::tests {
+
+constexpr std::uint64_t kAllOnes = 0xFFFFFFFFFFFFFFFFu;
+
+int slow_half_to_8bit(std::uint16_t half);
+int slow_float_to_8bit(float value);
+
+/// Bytes of one element of a pixel type; 0 for a type that is not compared.
+std::size_t element_size(unsigned type);
+
+/// Elements per pixel of a layout code; 0 for an unknown one.
+std::size_t elements_per_pixel(unsigned format);
+
+/// All elements of an image of `type` on the 8-bit scale.
+std::vector<int> slow_8bit_elements(const void* data, std::size_t count, unsigned type);
+
+/// The distance of two images that are given on the 8-bit scale, with the layouts and types that
+/// they had.
+std::uint64_t slow_distance(const std::vector<int>& source, unsigned sourceFormat,
+                            unsigned sourceType, const std::vector<int>& readBack,
+                            unsigned readFormat, unsigned readType);
+
+}  // namespace texprobe::tests
+
+#endif
