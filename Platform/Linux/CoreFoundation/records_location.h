@@ -7,8 +7,8 @@
 
 namespace texprobe::platform {
 
-/// The absolute path of the directory that holds the records database; empty when the user has no home.
-/// Does not depend on the environment where the user has a password entry. Creates nothing.
+/// The absolute path of the directory that holds the records database; empty when the user has no
+/// home. Does not depend on the environment where the user has a password entry. Creates nothing.
 std::string records_directory();
 
 }  // namespace texprobe::platform

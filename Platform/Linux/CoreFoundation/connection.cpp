@@ -1,0 +1,321 @@
+#include "connection.h"
+
+#include <bit>
+#include <cmath>
+#include <cstring>
+#include <limits>
+#include <utility>
+
+namespace texprobe::platform {
+
+namespace {
+
+constexpr const char* kSchema =
+    "CREATE TABLE record (application TEXT NOT NULL, key TEXT NOT NULL, value NOT NULL,"
+    " PRIMARY KEY (application, key)) WITHOUT ROWID";
+constexpr const char* kSchemaVersion = "PRAGMA user_version = 1";
+
+// A statement of ours looks at one application's records. One that runs this long follows a
+// damaged tree.
+constexpr int kBudgetStep = 100'000;
+constexpr int kBudget = 100;
+
+std::uint64_t bits_of(double value) {
+    return std::bit_cast<std::uint64_t>(value);
+}
+
+bool is_kept_by_sqlite(double value) {
+    return !std::isnan(value) && bits_of(value) != bits_of(-0.0);
+}
+
+int bind(sqlite3_stmt* statement, int index, std::string_view text) {
+    return sqlite3_bind_text64(statement, index, text.data(), text.size(), SQLITE_TRANSIENT,
+                               SQLITE_UTF8);
+}
+
+int bind(sqlite3_stmt* statement, int index, double value) {
+    if (is_kept_by_sqlite(value)) return sqlite3_bind_double(statement, index, value);
+    std::array<unsigned char, sizeof value> bytes;
+    for (std::size_t i = 0; i < bytes.size(); ++i) {
+        bytes[i] = static_cast<unsigned char>(bits_of(value) >> (56 - 8 * i));
+    }
+    return sqlite3_bind_blob(statement, index, bytes.data(), bytes.size(), SQLITE_TRANSIENT);
+}
+
+int bind(sqlite3_stmt* statement, int index, const Value& value) {
+    if (const auto* boolean = std::get_if<bool>(&value)) {
+        return sqlite3_bind_int(statement, index, *boolean ? 1 : 0);
+    }
+    if (const auto* number = std::get_if<double>(&value)) return bind(statement, index, *number);
+    return bind(statement, index, std::string_view(std::get<std::string>(value)));
+}
+
+std::string_view bytes_of(sqlite3_stmt* statement, int column) {
+    const void* bytes = sqlite3_column_blob(statement, column);
+    const int size = sqlite3_column_bytes(statement, column);
+    return bytes ? std::string_view(static_cast<const char*>(bytes), static_cast<std::size_t>(size))
+                 : std::string_view();
+}
+
+/// Text that a string here can hold: ASCII without a NUL.
+std::optional<std::string> text_of(sqlite3_stmt* statement, int column) {
+    const std::string_view text = bytes_of(statement, column);
+    for (const char c : text) {
+        if (c <= 0) return std::nullopt;
+    }
+    return std::string(text);
+}
+
+std::optional<Value> double_of(std::string_view bytes) {
+    if (bytes.size() != sizeof(double)) return std::nullopt;
+    std::uint64_t bits = 0;
+    for (const char byte : bytes) bits = bits << 8 | static_cast<unsigned char>(byte);
+    return std::bit_cast<double>(bits);
+}
+
+std::optional<Value> value_of(sqlite3_stmt* statement, int column) {
+    switch (sqlite3_column_type(statement, column)) {
+        case SQLITE_INTEGER: {
+            const sqlite3_int64 number = sqlite3_column_int64(statement, column);
+            return number == 0 || number == 1 ? std::optional<Value>(number == 1) : std::nullopt;
+        }
+        case SQLITE_FLOAT:
+            return sqlite3_column_double(statement, column);
+        case SQLITE_TEXT:
+            return text_of(statement, column);
+        case SQLITE_BLOB:
+            return double_of(bytes_of(statement, column));
+        default:
+            return std::nullopt;
+    }
+}
+
+/// The path as a URI, for what can be said in no other way.
+std::string frozen_uri(const std::string& path) {
+    std::string uri = "file:";
+    for (const char c : path) {
+        if (c == '%') {
+            uri += "%25";
+        } else if (c == '?') {
+            uri += "%3f";
+        } else if (c == '#') {
+            uri += "%23";
+        } else {
+            uri += c;
+        }
+    }
+    return uri + "?immutable=1";
+}
+
+}  // namespace
+
+int Connection::open(const std::string& path, Access access) {
+    const bool frozen = access == Access::kFrozen;
+    // One thread at a time uses a connection, so SQLite need not lock it. The file system layer is
+    // named, because an application may have made another one its default.
+    const int flags = SQLITE_OPEN_NOMUTEX | SQLITE_OPEN_PRIVATECACHE |
+                      (frozen ? SQLITE_OPEN_READONLY | SQLITE_OPEN_URI : SQLITE_OPEN_READWRITE);
+    sqlite3* database = nullptr;
+    int code =
+        sqlite3_open_v2((frozen ? frozen_uri(path) : path).c_str(), &database, flags, "unix");
+    database_.reset(database);
+    if (code == SQLITE_OK) code = configure();
+    if (code == SQLITE_OK) code = check_schema();
+    return code;
+}
+
+int Connection::configure() {
+    sqlite3* database = database_.get();
+    sqlite3_extended_result_codes(database, 1);
+    // Nothing in the file is executed: no triggers, no views, no functions from its schema.
+    for (const int feature : {SQLITE_DBCONFIG_ENABLE_TRIGGER, SQLITE_DBCONFIG_ENABLE_VIEW,
+                              SQLITE_DBCONFIG_TRUSTED_SCHEMA}) {
+        sqlite3_db_config(database, feature, 0, nullptr);
+    }
+    sqlite3_db_config(database, SQLITE_DBCONFIG_DEFENSIVE, 1, nullptr);
+    sqlite3_progress_handler(database, kBudgetStep, spend_budget, this);
+    set_patience(std::chrono::seconds(1));
+    // A commit must survive a power cut. EXTRA is FULL, and with a rollback journal it also waits
+    // until the journal's removal, which is the commit, is on disk.
+    // A log of 1000 pages holds several runs of a hundred synchronizations, and the last one to
+    // close empties it: so no synchronization of an ordinary run also pays for a checkpoint.
+    return execute(
+        "PRAGMA synchronous = EXTRA; PRAGMA wal_autocheckpoint = 1000; PRAGMA mmap_size = 0;"
+        "PRAGMA temp_store = MEMORY; PRAGMA cell_size_check = ON; PRAGMA page_size = 4096");
+}
+
+/// Learns whether the file holds our table, nothing yet, or something else.
+int Connection::check_schema() {
+    sqlite3_stmt* prepared = nullptr;
+    int code = sqlite3_prepare_v2(database_.get(),
+                                  "SELECT sql, (SELECT user_version FROM pragma_user_version)"
+                                  " FROM sqlite_schema",
+                                  -1, &prepared, nullptr);
+    const Statement statement(prepared);
+    if (code != SQLITE_OK) return code;
+    has_table_ = false;
+    while ((code = sqlite3_step(prepared)) == SQLITE_ROW) {
+        const bool is_ours =
+            bytes_of(prepared, 0) == kSchema && sqlite3_column_int64(prepared, 1) == 1;
+        if (!is_ours || has_table_) return SQLITE_FORMAT;
+        has_table_ = true;
+    }
+    return code == SQLITE_DONE ? SQLITE_OK : code;
+}
+
+void Connection::close_keeping_log(bool keep) {
+    if (!database_) return;
+    sqlite3_db_config(database_.get(), SQLITE_DBCONFIG_NO_CKPT_ON_CLOSE, keep ? 1 : 0, nullptr);
+    for (Statement& statement : statements_) statement.reset();
+    database_.reset();
+    has_table_ = false;
+    has_journal_ = false;
+}
+
+void Connection::abandon() {
+    close_keeping_log(true);
+}
+
+void Connection::close() {
+    close_keeping_log(false);
+}
+
+void Connection::set_patience(std::chrono::milliseconds patience) {
+    if (database_) sqlite3_busy_timeout(database_.get(), static_cast<int>(patience.count()));
+}
+
+int Connection::spend_budget(void* connection) {
+    return ++static_cast<Connection*>(connection)->budget_ > kBudget;
+}
+
+int Connection::execute(const char* sql) {
+    budget_ = 0;
+    return sqlite3_exec(database_.get(), sql, nullptr, nullptr, nullptr);
+}
+
+int Connection::prepare(Query query, sqlite3_stmt** statement) {
+    static constexpr std::array<const char*, kQueryCount> kSql = {
+        "PRAGMA data_version",
+        "SELECT key, value FROM record WHERE application = ?1",
+        "REPLACE INTO record VALUES (?1, ?2, ?3)",
+        "DELETE FROM record WHERE application = ?1 AND key = ?2",
+        "BEGIN IMMEDIATE",
+        "COMMIT",
+        "ROLLBACK"};
+    budget_ = 0;
+    Statement& cached = statements_[query];
+    if (!cached) {
+        sqlite3_stmt* prepared = nullptr;
+        const int code = sqlite3_prepare_v3(database_.get(), kSql[query], -1,
+                                            SQLITE_PREPARE_PERSISTENT, &prepared, nullptr);
+        if (code != SQLITE_OK) return code;
+        cached.reset(prepared);
+    }
+    *statement = cached.get();
+    return SQLITE_OK;
+}
+
+/// Steps a statement that yields no row that anybody wants.
+static int finish(sqlite3_stmt* statement) {
+    int code = SQLITE_ROW;
+    while (code == SQLITE_ROW) code = sqlite3_step(statement);
+    sqlite3_reset(statement);
+    return code == SQLITE_DONE ? SQLITE_OK : code;
+}
+
+int Connection::run(Query query) {
+    sqlite3_stmt* statement = nullptr;
+    const int code = prepare(query, &statement);
+    return code == SQLITE_OK ? finish(statement) : code;
+}
+
+int Connection::version(int* version) {
+    sqlite3_stmt* statement = nullptr;
+    const int code = prepare(kVersion, &statement);
+    if (code != SQLITE_OK) return code;
+    const int stepped = sqlite3_step(statement);
+    if (stepped == SQLITE_ROW) *version = sqlite3_column_int(statement, 0);
+    sqlite3_reset(statement);
+    return stepped == SQLITE_ROW ? SQLITE_OK : stepped;
+}
+
+int Connection::read(std::string_view application, Records* records) {
+    records->clear();
+    if (!has_table_) {
+        const int code = check_schema();
+        if (code != SQLITE_OK || !has_table_) return code;
+    }
+    sqlite3_stmt* statement = nullptr;
+    int code = prepare(kRead, &statement);
+    if (code == SQLITE_OK) code = bind(statement, 1, application);
+    if (code != SQLITE_OK) return code;
+    while ((code = sqlite3_step(statement)) == SQLITE_ROW) {
+        auto key = text_of(statement, 0);
+        auto value = value_of(statement, 1);
+        if (key && value) records->insert_or_assign(std::move(*key), std::move(*value));
+    }
+    sqlite3_reset(statement);
+    return code == SQLITE_DONE ? SQLITE_OK : code;
+}
+
+int Connection::choose_journal(Journal journal) {
+    if (has_journal_) return SQLITE_OK;
+    const int code = execute(journal == Journal::kWriteAhead ? "PRAGMA journal_mode = WAL"
+                                                             : "PRAGMA journal_mode = DELETE");
+    // Another process that uses the database at this moment keeps it in its present mode, which is
+    // as safe. That is not worth asking, and waiting, again.
+    has_journal_ = true;
+    return (code & 0xff) == SQLITE_BUSY ? SQLITE_OK : code;
+}
+
+int Connection::begin(Journal journal) {
+    int code = choose_journal(journal);
+    if (code == SQLITE_OK) code = run(kBegin);
+    if (code != SQLITE_OK || has_table_) return code;
+    code = check_schema();
+    if (code == SQLITE_OK && !has_table_) {
+        code = execute(kSchema);
+        if (code == SQLITE_OK) code = execute(kSchemaVersion);
+        has_table_ = code == SQLITE_OK;
+    }
+    if (code != SQLITE_OK) rollback();
+    return code;
+}
+
+int Connection::set(std::string_view application, std::string_view key, const Value& value) {
+    sqlite3_stmt* statement = nullptr;
+    int code = prepare(kSet, &statement);
+    if (code == SQLITE_OK) code = bind(statement, 1, application);
+    if (code == SQLITE_OK) code = bind(statement, 2, key);
+    if (code == SQLITE_OK) code = bind(statement, 3, value);
+    return code == SQLITE_OK ? finish(statement) : code;
+}
+
+int Connection::remove(std::string_view application, std::string_view key) {
+    sqlite3_stmt* statement = nullptr;
+    int code = prepare(kRemove, &statement);
+    if (code == SQLITE_OK) code = bind(statement, 1, application);
+    if (code == SQLITE_OK) code = bind(statement, 2, key);
+    return code == SQLITE_OK ? finish(statement) : code;
+}
+
+int Connection::commit() {
+    const int code = run(kCommit);
+    if (code != SQLITE_OK) rollback();
+    return code;
+}
+
+void Connection::rollback() {
+    if (!sqlite3_get_autocommit(database_.get())) run(kRollback);
+    has_table_ = false;
+}
+
+std::string Connection::reason(int code) const {
+    const int system_error = database_ ? sqlite3_system_errno(database_.get()) : 0;
+    const int primary = code & 0xff;
+    const bool is_systems = primary == SQLITE_IOERR || primary == SQLITE_CANTOPEN;
+    if (is_systems && system_error != 0) return std::strerror(system_error);
+    return sqlite3_errstr(primary);
+}
+
+}  // namespace texprobe::platform

@@ -1,0 +1,28 @@
+// Numbers and booleans.
+
+#include "object.h"
+
+using texprobe::platform::Kind;
+using texprobe::platform::object_cast;
+
+// Constant-initialized, so that they are there for the initializers of every other file.
+static constinit __CFBoolean true_object(true);
+static constinit __CFBoolean false_object(false);
+const CFBooleanRef kCFBooleanTrue = &true_object;
+const CFBooleanRef kCFBooleanFalse = &false_object;
+
+CFTypeID CFNumberGetTypeID(void) {
+    return static_cast<CFTypeID>(Kind::kNumber);
+}
+
+CFNumberRef CFNumberCreate(CFAllocatorRef, CFNumberType type, const void* value) {
+    if (type != kCFNumberDoubleType || !value) return nullptr;
+    return new __CFNumber(*static_cast<const double*>(value));
+}
+
+Boolean CFNumberGetValue(CFNumberRef number, CFNumberType type, void* value) {
+    const auto* object = object_cast<__CFNumber>(number);
+    if (!object || type != kCFNumberDoubleType || !value) return false;
+    *static_cast<double*>(value) = object->value;
+    return true;
+}

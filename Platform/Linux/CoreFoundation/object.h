@@ -1,0 +1,80 @@
+// What every CoreFoundation object is, below the opaque types of the public header.
+
+#ifndef TEXPROBE_PLATFORM_OBJECT_H
+#define TEXPROBE_PLATFORM_OBJECT_H
+
+#include <CoreFoundation/CoreFoundation.h>
+
+#include <atomic>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace texprobe::platform {
+
+enum class Kind : CFTypeID { kArray = 1, kBoolean, kNumber, kString };
+
+/// A constant lives for the whole process: releasing it does nothing.
+enum class Lifetime : bool { kCounted, kConstant };
+
+struct Object {
+    constexpr Object(Kind its_kind, Lifetime its_lifetime)
+        : kind(its_kind), lifetime(its_lifetime) {}
+    virtual ~Object() = default;
+    Object(const Object&) = delete;
+    Object& operator=(const Object&) = delete;
+
+    const Kind kind;
+    const Lifetime lifetime;
+    mutable std::atomic<long> references{1};
+};
+
+/// The object behind a non-null reference.
+inline const Object& object_of(CFTypeRef reference) {
+    return *static_cast<const Object*>(reference);
+}
+
+/// The reference as an object of one kind; null for a null reference and for every other kind.
+template <class Type>
+const Type* object_cast(CFTypeRef reference) {
+    if (!reference || object_of(reference).kind != Type::kKind) return nullptr;
+    return static_cast<const Type*>(&object_of(reference));
+}
+
+void retain(CFTypeRef object);
+
+}  // namespace texprobe::platform
+
+// The names are the public header's.
+
+struct __CFString final : texprobe::platform::Object {
+    static constexpr auto kKind = texprobe::platform::Kind::kString;
+    explicit __CFString(std::string its_text, texprobe::platform::Lifetime its_lifetime =
+                                                  texprobe::platform::Lifetime::kCounted)
+        : Object(kKind, its_lifetime), text(std::move(its_text)) {}
+    const std::string text;
+};
+
+struct __CFNumber final : texprobe::platform::Object {
+    static constexpr auto kKind = texprobe::platform::Kind::kNumber;
+    explicit __CFNumber(double its_value)
+        : Object(kKind, texprobe::platform::Lifetime::kCounted), value(its_value) {}
+    const double value;
+};
+
+struct __CFBoolean final : texprobe::platform::Object {
+    static constexpr auto kKind = texprobe::platform::Kind::kBoolean;
+    constexpr explicit __CFBoolean(bool its_value)
+        : Object(kKind, texprobe::platform::Lifetime::kConstant), value(its_value) {}
+    const bool value;
+};
+
+struct __CFArray final : texprobe::platform::Object {
+    static constexpr auto kKind = texprobe::platform::Kind::kArray;
+    __CFArray(std::vector<const void*> its_values, const CFArrayCallBacks& its_callbacks);
+    ~__CFArray() override;
+    const std::vector<const void*> values;
+    const CFArrayCallBacks callbacks;
+};
+
+#endif

@@ -1,0 +1,52 @@
+// This process's view of all preferences, over the store.
+
+#ifndef TEXPROBE_PLATFORM_PREFERENCES_H
+#define TEXPROBE_PLATFORM_PREFERENCES_H
+
+#include <map>
+#include <mutex>
+#include <optional>
+#include <string>
+
+#include "store.h"
+#include "value.h"
+
+namespace texprobe::platform {
+
+/// May be used by several threads.
+class Preferences {
+public:
+    explicit Preferences(std::string directory) : store_(std::move(directory)) {}
+
+    /// The one that the public functions work on. Lives until the process has ended, so that it
+    /// serves the destructors of the application's own objects, too.
+    static Preferences& of_process();
+
+    std::optional<Value> value(const std::string& application, const std::string& key);
+
+    /// Sets and removes at once, as far as this process sees.
+    void change(const std::string& application, Changes changes);
+
+    bool synchronize(const std::string& application);
+
+    void close();
+
+    /// Around a fork: no other thread is in here, and nothing is open that parent and child would
+    /// both own.
+    void lock_for_fork();
+    void unlock_after_fork();
+
+private:
+    struct Application {
+        ApplicationRecords records;
+        bool is_known = false;
+    };
+
+    std::mutex mutex_;
+    Store store_;
+    std::map<std::string, Application> applications_;
+};
+
+}  // namespace texprobe::platform
+
+#endif

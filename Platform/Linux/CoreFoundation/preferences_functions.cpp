@@ -1,0 +1,106 @@
+// The public functions, between CoreFoundation objects and the values of the store.
+
+#include <algorithm>
+#include <cctype>
+#include <cstdio>
+#include <optional>
+#include <string>
+
+#include "object.h"
+#include "preferences.h"
+
+using texprobe::platform::Changes;
+using texprobe::platform::object_cast;
+using texprobe::platform::Preferences;
+using texprobe::platform::Value;
+
+const CFStringRef kCFPreferencesCurrentUser = CFSTR("kCFPreferencesCurrentUser");
+const CFStringRef kCFPreferencesAnyHost = CFSTR("kCFPreferencesAnyHost");
+
+namespace {
+
+std::optional<Value> stored_value(CFStringRef key, CFStringRef application) {
+    const auto* key_string = object_cast<__CFString>(key);
+    const auto* application_string = object_cast<__CFString>(application);
+    if (!key_string || !application_string) return std::nullopt;
+    return Preferences::of_process().value(application_string->text, key_string->text);
+}
+
+CFPropertyListRef create_object(const Value& value) {
+    if (const auto* boolean = std::get_if<bool>(&value)) {
+        return *boolean ? kCFBooleanTrue : kCFBooleanFalse;
+    }
+    if (const auto* number = std::get_if<double>(&value)) return new __CFNumber(*number);
+    return new __CFString(std::get<std::string>(value));
+}
+
+std::optional<Value> value_of(CFPropertyListRef object) {
+    if (const auto* boolean = object_cast<__CFBoolean>(object)) return boolean->value;
+    if (const auto* number = object_cast<__CFNumber>(object)) return number->value;
+    if (const auto* string = object_cast<__CFString>(object)) return string->text;
+    return std::nullopt;
+}
+
+std::optional<bool> boolean_of(const Value& value) {
+    if (const auto* boolean = std::get_if<bool>(&value)) return *boolean;
+    const auto* string = std::get_if<std::string>(&value);
+    if (!string) return std::nullopt;
+    std::string text = *string;
+    for (char& c : text) {
+        if (c >= 'A' && c <= 'Z') c = static_cast<char>(c - 'A' + 'a');
+    }
+    if (text == "true" || text == "yes") return true;
+    if (text == "false" || text == "no") return false;
+    return std::nullopt;
+}
+
+}  // namespace
+
+CFPropertyListRef CFPreferencesCopyAppValue(CFStringRef key, CFStringRef applicationID) {
+    const auto value = stored_value(key, applicationID);
+    return value ? create_object(*value) : nullptr;
+}
+
+Boolean CFPreferencesGetAppBooleanValue(CFStringRef key, CFStringRef applicationID,
+                                        Boolean* keyExistsAndHasValidFormat) {
+    const auto value = stored_value(key, applicationID);
+    const auto boolean = value ? boolean_of(*value) : std::nullopt;
+    if (keyExistsAndHasValidFormat) *keyExistsAndHasValidFormat = boolean.has_value();
+    return boolean.value_or(false);
+}
+
+void CFPreferencesSetAppValue(CFStringRef key, CFPropertyListRef value, CFStringRef applicationID) {
+    const auto* key_string = object_cast<__CFString>(key);
+    const auto* application = object_cast<__CFString>(applicationID);
+    if (!key_string || !application) return;
+    auto converted = value_of(value);
+    if (value && !converted) {
+        std::fprintf(stderr, "*** texprobe records: a value of this type cannot be stored: %s\n",
+                     key_string->text.c_str());
+        return;
+    }
+    Preferences::of_process().change(application->text, {{key_string->text, std::move(converted)}});
+}
+
+void CFPreferencesSetMultiple(CFDictionaryRef keysToSet, CFArrayRef keysToRemove,
+                              CFStringRef applicationID, CFStringRef userName,
+                              CFStringRef hostName) {
+    const auto* application = object_cast<__CFString>(applicationID);
+    const auto* keys = object_cast<__CFArray>(keysToRemove);
+    if (keysToSet || !application || !keys || userName != kCFPreferencesCurrentUser ||
+        hostName != kCFPreferencesAnyHost) {
+        return;
+    }
+    Changes removals;
+    for (const void* key : keys->values) {
+        if (const auto* string = object_cast<__CFString>(key)) {
+            removals.insert_or_assign(string->text, std::nullopt);
+        }
+    }
+    Preferences::of_process().change(application->text, std::move(removals));
+}
+
+Boolean CFPreferencesAppSynchronize(CFStringRef applicationID) {
+    const auto* application = object_cast<__CFString>(applicationID);
+    return application && Preferences::of_process().synchronize(application->text);
+}

@@ -1,0 +1,12 @@
+#include "records_location.h"
+
+#include "home.h"
+
+namespace texprobe::platform {
+
+std::string records_directory() {
+    const std::string home = home_of_user();
+    return home.empty() ? home : home + "/.config/texprobe";
+}
+
+}  // namespace texprobe::platform

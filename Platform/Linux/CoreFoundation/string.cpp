@@ -1,0 +1,123 @@
+// Strings: immutable and ASCII.
+
+#include <algorithm>
+#include <cstdarg>
+#include <cstdio>
+#include <functional>
+#include <map>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include "object.h"
+
+using texprobe::platform::Kind;
+using texprobe::platform::Lifetime;
+using texprobe::platform::object_cast;
+
+namespace {
+
+bool is_ascii(std::string_view text) {
+    return std::all_of(text.begin(), text.end(),
+                       [](char c) { return static_cast<unsigned char>(c) < 0x80; });
+}
+
+/// The constant strings by their text, so that a literal met twice is one object.
+class ConstantStrings {
+public:
+    CFStringRef get(const char* literal) {
+        const std::lock_guard lock(mutex_);
+        auto found = strings_.find(literal);
+        if (found == strings_.end()) {
+            auto string = std::make_unique<__CFString>(literal, Lifetime::kConstant);
+            found = strings_.emplace(literal, std::move(string)).first;
+        }
+        return found->second.get();
+    }
+
+private:
+    std::mutex mutex_;
+    std::map<std::string, std::unique_ptr<__CFString>, std::less<>> strings_;
+};
+
+/// What one "%" conversion yields; none for a conversion that is not known or not ASCII. The
+/// argument list travels by pointer, since each conversion goes on where the last one stopped.
+std::optional<std::string> convert(char conversion, std::va_list* arguments) {
+    switch (conversion) {
+        case '%':
+            return "%";
+        case 'x': {
+            char digits[2 * sizeof(unsigned) + 1];
+            std::snprintf(digits, sizeof digits, "%x", va_arg(*arguments, unsigned));
+            return digits;
+        }
+        case 's': {
+            const char* text = va_arg(*arguments, const char*);
+            return text ? text : "(null)";
+        }
+        case '@': {
+            const CFTypeRef object = va_arg(*arguments, CFTypeRef);
+            if (!object) return "(null)";
+            const auto* string = object_cast<__CFString>(object);
+            return string ? std::optional(string->text) : std::nullopt;
+        }
+        default:
+            return std::nullopt;
+    }
+}
+
+std::optional<std::string> format_text(std::string_view format, std::va_list* arguments) {
+    std::string text;
+    for (std::size_t i = 0; i < format.size(); ++i) {
+        if (format[i] != '%') {
+            text += format[i];
+            continue;
+        }
+        if (++i == format.size()) return std::nullopt;
+        const auto converted = convert(format[i], arguments);
+        if (!converted || !is_ascii(*converted)) return std::nullopt;
+        text += *converted;
+    }
+    return text;
+}
+
+}  // namespace
+
+CFTypeID CFStringGetTypeID(void) {
+    return static_cast<CFTypeID>(Kind::kString);
+}
+
+CFStringRef __CFStringMakeConstantString(const char* literal) {
+    if (!literal || !is_ascii(literal)) return nullptr;
+    // Never destroyed: constants are in use until the very end of the process.
+    static auto& constants = *new ConstantStrings;
+    return constants.get(literal);
+}
+
+CFStringRef CFStringCreateWithCString(CFAllocatorRef, const char* text, CFStringEncoding encoding) {
+    if (!text || encoding != kCFStringEncodingASCII || !is_ascii(text)) return nullptr;
+    return new __CFString(text);
+}
+
+CFStringRef CFStringCreateWithFormat(CFAllocatorRef, CFDictionaryRef, CFStringRef format, ...) {
+    const auto* string = object_cast<__CFString>(format);
+    if (!string) return nullptr;
+    std::va_list arguments;
+    va_start(arguments, format);
+    const auto text = format_text(string->text, &arguments);
+    va_end(arguments);
+    return text ? new __CFString(*text) : nullptr;
+}
+
+const char* CFStringGetCStringPtr(CFStringRef string, CFStringEncoding) {
+    const auto* object = object_cast<__CFString>(string);
+    return object ? object->text.c_str() : nullptr;
+}
+
+CFComparisonResult CFStringCompare(CFStringRef a, CFStringRef b, CFStringCompareFlags) {
+    const int order = a->text.compare(b->text);
+    if (order == 0) return kCFCompareEqualTo;
+    return order < 0 ? kCFCompareLessThan : kCFCompareGreaterThan;
+}
