@@ -53,7 +53,9 @@ typedef enum : CFIndex {
 
 CFTypeID CFStringGetTypeID(void);
 
-/// A constant string from a literal: lives for the whole process and is never released.
+/// A constant string from a literal: lives for the whole process, and releasing it does nothing. The
+/// same text gives the same object.
+/// Differs from macOS: null when the literal is not ASCII.
 #define CFSTR(literal) __CFStringMakeConstantString("" literal "")
 CFStringRef __CFStringMakeConstantString(const char* literal);
 
@@ -65,8 +67,9 @@ CFStringRef CFStringCreateWithCString(CFAllocatorRef allocator, const char* text
                                       CFStringEncoding encoding);
 
 /// printf for strings: a new string that the caller owns.
-/// Differs from macOS: knows "%@" (a CFStringRef, "(null)" for null), "%x", "%s" and "%%" only; any
-/// other conversion yields null. `allocator` and `options` are ignored.
+/// Differs from macOS: knows "%@" (a CFStringRef), "%x", "%s" and "%%" only, "(null)" standing for a
+/// null argument; null for any other conversion, for an object of another type and for text that is
+/// not ASCII. `allocator` and `options` are ignored.
 CFStringRef CFStringCreateWithFormat(CFAllocatorRef allocator, CFDictionaryRef options,
                                      CFStringRef format, ...);
 
@@ -75,7 +78,8 @@ CFStringRef CFStringCreateWithFormat(CFAllocatorRef allocator, CFDictionaryRef o
 /// which is the same in every encoding that may be asked for.
 const char* CFStringGetCStringPtr(CFStringRef string, CFStringEncoding encoding);
 
-/// Compares by code unit. Differs from macOS: `options` must be 0 (exact and case-sensitive).
+/// Compares two non-null strings by code unit.
+/// Differs from macOS: always exact and case-sensitive; `options` is ignored.
 CFComparisonResult CFStringCompare(CFStringRef a, CFStringRef b, CFStringCompareFlags options);
 
 // Numbers and booleans.
@@ -111,7 +115,7 @@ typedef struct {
 extern const CFArrayCallBacks kCFTypeArrayCallBacks;
 
 /// A new array that the caller owns, holding `count` values, each retained through `callBacks`
-/// (null: not retained).
+/// (null: not retained). Null for a negative `count`, and for null `values` unless there are none.
 CFArrayRef CFArrayCreate(CFAllocatorRef allocator, const void** values, CFIndex count,
                          const CFArrayCallBacks* callBacks);
 
@@ -119,7 +123,8 @@ CFArrayRef CFArrayCreate(CFAllocatorRef allocator, const void** values, CFIndex 
 //
 // A set or a removal is seen at once by this process and reaches the disk at the next synchronize
 // of its application. Failures of the store are reported on standard error, once per cause; the
-// process then goes on with its own view.
+// process then goes on with its own view, and what is not on disk is tried again at the next
+// synchronize. An application identifier or a key that is null means no record.
 
 extern const CFStringRef kCFPreferencesCurrentUser;
 extern const CFStringRef kCFPreferencesAnyHost;
@@ -142,7 +147,7 @@ void CFPreferencesSetAppValue(CFStringRef key, CFPropertyListRef value, CFString
 
 /// Removes every key of `keysToRemove`, an array of strings, as one operation.
 /// Differs from macOS: `keysToSet` must be null; `userName` and `hostName` must be
-/// kCFPreferencesCurrentUser and kCFPreferencesAnyHost.
+/// kCFPreferencesCurrentUser and kCFPreferencesAnyHost. Does nothing otherwise.
 void CFPreferencesSetMultiple(CFDictionaryRef keysToSet, CFArrayRef keysToRemove,
                               CFStringRef applicationID, CFStringRef userName,
                               CFStringRef hostName);
