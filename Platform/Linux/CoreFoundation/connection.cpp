@@ -11,8 +11,8 @@ namespace texprobe::platform {
 namespace {
 
 constexpr const char* kSchema =
-    "CREATE TABLE record (application TEXT NOT NULL, key TEXT NOT NULL, value NOT NULL,"
-    " PRIMARY KEY (application, key)) WITHOUT ROWID";
+    "CREATE TABLE records (application TEXT NOT NULL, key TEXT NOT NULL, type TEXT NOT NULL,"
+    " value NOT NULL, PRIMARY KEY (application, key)) WITHOUT ROWID";
 constexpr const char* kSchemaVersion = "PRAGMA user_version = 1";
 
 // A statement of ours looks at one application's records. One that runs this long follows a
@@ -50,6 +50,15 @@ int bind(sqlite3_stmt* statement, int index, const Value& value) {
     return bind(statement, index, std::string_view(std::get<std::string>(value)));
 }
 
+constexpr std::string_view kBoolean = "boolean";
+constexpr std::string_view kDouble = "double";
+constexpr std::string_view kString = "string";
+
+std::string_view type_of(const Value& value) {
+    if (std::holds_alternative<bool>(value)) return kBoolean;
+    return std::holds_alternative<double>(value) ? kDouble : kString;
+}
+
 std::string_view bytes_of(sqlite3_stmt* statement, int column) {
     const void* bytes = sqlite3_column_blob(statement, column);
     const int size = sqlite3_column_bytes(statement, column);
@@ -66,6 +75,11 @@ std::optional<std::string> text_of(sqlite3_stmt* statement, int column) {
     return std::string(text);
 }
 
+std::optional<Value> boolean_of(sqlite3_stmt* statement, int column) {
+    const sqlite3_int64 number = sqlite3_column_int64(statement, column);
+    return number == 0 || number == 1 ? std::optional<Value>(number == 1) : std::nullopt;
+}
+
 std::optional<Value> double_of(std::string_view bytes) {
     if (bytes.size() != sizeof(double)) return std::nullopt;
     std::uint64_t bits = 0;
@@ -73,18 +87,18 @@ std::optional<Value> double_of(std::string_view bytes) {
     return std::bit_cast<double>(bits);
 }
 
-std::optional<Value> value_of(sqlite3_stmt* statement, int column) {
+std::optional<Value> value_of(sqlite3_stmt* statement, int type_column, int column) {
+    const std::string_view type = bytes_of(statement, type_column);
     switch (sqlite3_column_type(statement, column)) {
-        case SQLITE_INTEGER: {
-            const sqlite3_int64 number = sqlite3_column_int64(statement, column);
-            return number == 0 || number == 1 ? std::optional<Value>(number == 1) : std::nullopt;
-        }
+        case SQLITE_INTEGER:
+            return type == kBoolean ? boolean_of(statement, column) : std::nullopt;
         case SQLITE_FLOAT:
-            return sqlite3_column_double(statement, column);
+            if (type == kDouble) return sqlite3_column_double(statement, column);
+            return std::nullopt;
         case SQLITE_TEXT:
-            return text_of(statement, column);
+            return type == kString ? text_of(statement, column) : std::nullopt;
         case SQLITE_BLOB:
-            return double_of(bytes_of(statement, column));
+            return type == kDouble ? double_of(bytes_of(statement, column)) : std::nullopt;
         default:
             return std::nullopt;
     }
@@ -144,7 +158,7 @@ int Connection::configure() {
         "PRAGMA temp_store = MEMORY; PRAGMA cell_size_check = ON; PRAGMA page_size = 4096");
 }
 
-/// Learns whether the file holds our table, nothing yet, or something else.
+/// Learns whether the file holds our table, nothing yet, or something else (SQLITE_FORMAT).
 int Connection::check_schema() {
     sqlite3_stmt* prepared = nullptr;
     int code = sqlite3_prepare_v2(database_.get(),
@@ -196,9 +210,9 @@ int Connection::execute(const char* sql) {
 int Connection::prepare(Query query, sqlite3_stmt** statement) {
     static constexpr std::array<const char*, kQueryCount> kSql = {
         "PRAGMA data_version",
-        "SELECT key, value FROM record WHERE application = ?1",
-        "REPLACE INTO record VALUES (?1, ?2, ?3)",
-        "DELETE FROM record WHERE application = ?1 AND key = ?2",
+        "SELECT key, type, value FROM records WHERE application = ?1",
+        "REPLACE INTO records VALUES (?1, ?2, ?3, ?4)",
+        "DELETE FROM records WHERE application = ?1 AND key = ?2",
         "BEGIN IMMEDIATE",
         "COMMIT",
         "ROLLBACK"};
@@ -251,7 +265,7 @@ int Connection::read(std::string_view application, Records* records) {
     if (code != SQLITE_OK) return code;
     while ((code = sqlite3_step(statement)) == SQLITE_ROW) {
         auto key = text_of(statement, 0);
-        auto value = value_of(statement, 1);
+        auto value = value_of(statement, 1, 2);
         if (key && value) records->insert_or_assign(std::move(*key), std::move(*value));
     }
     sqlite3_reset(statement);
@@ -287,7 +301,8 @@ int Connection::set(std::string_view application, std::string_view key, const Va
     int code = prepare(kSet, &statement);
     if (code == SQLITE_OK) code = bind(statement, 1, application);
     if (code == SQLITE_OK) code = bind(statement, 2, key);
-    if (code == SQLITE_OK) code = bind(statement, 3, value);
+    if (code == SQLITE_OK) code = bind(statement, 3, type_of(value));
+    if (code == SQLITE_OK) code = bind(statement, 4, value);
     return code == SQLITE_OK ? finish(statement) : code;
 }
 
@@ -315,6 +330,7 @@ std::string Connection::reason(int code) const {
     const int primary = code & 0xff;
     const bool is_systems = primary == SQLITE_IOERR || primary == SQLITE_CANTOPEN;
     if (is_systems && system_error != 0) return std::strerror(system_error);
+    if (primary == SQLITE_FORMAT) return "it holds other tables than records";
     return sqlite3_errstr(primary);
 }
 

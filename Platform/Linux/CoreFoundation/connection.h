@@ -1,9 +1,9 @@
 // One open database: its schema, its settings and its statements. What is in a file that somebody
 // else may have written or damaged is met here and nowhere else.
 //
-// The storage class of a record's value is its type: INTEGER 0 or 1 a boolean, REAL a double, TEXT
-// a string. A double that SQLite does not promise to keep (it turns NaN into NULL) is a BLOB of its
-// eight bytes, the highest first. Everything else reads as no record.
+// A record has a type and a value that must fit it: a "boolean" is the INTEGER 0 or 1, a "double" a
+// REAL, a "string" a TEXT. A double that SQLite does not promise to keep (it turns NaN into NULL)
+// is a BLOB of its eight bytes, the highest first. Everything else reads as no record.
 
 #ifndef TEXPROBE_PLATFORM_CONNECTION_H
 #define TEXPROBE_PLATFORM_CONNECTION_H
