@@ -1,0 +1,277 @@
+// CGL's functions on the software renderer of this machine.
+
+#include <EGL/egl.h>
+#include <OpenGL/OpenGL.h>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <cstring>
+
+namespace {
+
+/// An attribute list as applications write them: plain integers.
+CGLError choose_pixel_format(std::initializer_list<GLint> attributes, CGLPixelFormatObj* format,
+                             GLint* count) {
+    CGLPixelFormatAttribute list[8] = {};
+    std::memcpy(list, std::data(attributes), attributes.size() * sizeof(GLint));
+    return CGLChoosePixelFormat(list, format, count);
+}
+
+class Cgl : public testing::Test {
+protected:
+    void SetUp() override {
+        ASSERT_EQ(CGLQueryRendererInfo(1, &info_, &count_), kCGLNoError);
+        ASSERT_GE(count_, 1) << "EGL lists no device: Mesa's drivers are not installed";
+        // Software comes last.
+        ASSERT_EQ(CGLDescribeRenderer(info_, count_ - 1, kCGLRPRendererID, &id_), kCGLNoError);
+    }
+    void TearDown() override {
+        CGLSetCurrentContext(nullptr);
+        CGLDestroyRendererInfo(info_);
+        EXPECT_EQ(eglQueryAPI(), static_cast<EGLenum>(EGL_OPENGL_ES_API))
+            << "the thread's choice of a client API was not restored";
+    }
+
+    CGLPixelFormatObj create_pixel_format() const {
+        CGLPixelFormatObj format = nullptr;
+        GLint screens = 0;
+        EXPECT_EQ(choose_pixel_format({kCGLPFARendererID, id_, 0}, &format, &screens), kCGLNoError);
+        EXPECT_EQ(screens, 1);
+        return format;
+    }
+
+    CGLContextObj create_context() const {
+        CGLPixelFormatObj format = create_pixel_format();
+        CGLContextObj context = nullptr;
+        EXPECT_EQ(CGLCreateContext(format, nullptr, &context), kCGLNoError);
+        EXPECT_EQ(CGLDestroyPixelFormat(format), kCGLNoError);
+        return context;
+    }
+
+    static CGLPBufferObj create_pbuffer(GLsizei width, GLsizei height) {
+        CGLPBufferObj pbuffer = nullptr;
+        EXPECT_EQ(CGLCreatePBuffer(width, height, GL_TEXTURE_2D, GL_RGBA, 0, &pbuffer),
+                  kCGLNoError);
+        return pbuffer;
+    }
+
+    CGLRendererInfoObj info_ = nullptr;
+    GLint count_ = 0;
+    GLint id_ = 0;
+};
+
+EGLint current_surface_size(EGLint dimension) {
+    EGLint size = 0;
+    eglQuerySurface(eglGetCurrentDisplay(), eglGetCurrentSurface(EGL_DRAW), dimension, &size);
+    return size;
+}
+
+TEST_F(Cgl, draws_to_a_pixel_buffer_of_the_size_asked_for) {
+    CGLContextObj context = create_context();
+    CGLPBufferObj pbuffer = create_pbuffer(37, 21);
+    EXPECT_EQ(CGLSetPBuffer(context, pbuffer, 0, 0, 0), kCGLNoError);
+    EXPECT_EQ(CGLSetCurrentContext(context), kCGLNoError);
+    EXPECT_EQ(current_surface_size(EGL_WIDTH), 37);
+    EXPECT_EQ(current_surface_size(EGL_HEIGHT), 21);
+    GLint viewport[4] = {};
+    glGetIntegerv(GL_VIEWPORT, viewport);
+    EXPECT_THAT(viewport, testing::ElementsAre(0, 0, 37, 21));
+
+    // 51 and 204 are 0.2 and 0.8 of 255.
+    glDrawBuffer(GL_FRONT);
+    glReadBuffer(GL_FRONT);
+    glClearColor(0.2f, 0.8f, 1.0f, 0.0f);
+    glClear(GL_COLOR_BUFFER_BIT);
+    GLubyte pixel[4] = {};
+    glReadPixels(36, 20, 1, 1, GL_RGBA, GL_UNSIGNED_BYTE, pixel);
+    EXPECT_THAT(pixel, testing::ElementsAre(51, 204, 255, 0));
+    EXPECT_EQ(glGetError(), static_cast<GLenum>(GL_NO_ERROR));
+    CGLDestroyContext(context);
+    CGLDestroyPBuffer(pbuffer);
+}
+
+TEST_F(Cgl, gives_a_compatibility_profile_with_eight_bits_a_channel) {
+    CGLContextObj context = create_context();
+    CGLPBufferObj pbuffer = create_pbuffer(128, 128);
+    CGLSetPBuffer(context, pbuffer, 0, 0, 0);
+    ASSERT_EQ(CGLSetCurrentContext(context), kCGLNoError);
+    const auto* version = reinterpret_cast<const char*>(glGetString(GL_VERSION));
+    EXPECT_THAT(version, testing::HasSubstr("Compatibility Profile"));
+    // Only a compatibility profile has one string of all extensions.
+    EXPECT_NE(glGetString(GL_EXTENSIONS), nullptr);
+    for (const GLenum channel : {GL_RED_BITS, GL_GREEN_BITS, GL_BLUE_BITS, GL_ALPHA_BITS}) {
+        GLint bits = 0;
+        glGetIntegerv(channel, &bits);
+        EXPECT_EQ(bits, 8);
+    }
+    CGLDestroyContext(context);
+    CGLDestroyPBuffer(pbuffer);
+}
+
+TEST_F(Cgl, makes_nothing_current_before_it_destroys_the_current_context) {
+    CGLContextObj context = create_context();
+    CGLPBufferObj pbuffer = create_pbuffer(16, 16);
+    CGLSetPBuffer(context, pbuffer, 0, 0, 0);
+    ASSERT_EQ(CGLSetCurrentContext(context), kCGLNoError);
+    EXPECT_NE(eglGetCurrentContext(), EGL_NO_CONTEXT);
+    EXPECT_EQ(CGLDestroyContext(context), kCGLNoError);
+    EXPECT_EQ(eglGetCurrentContext(), EGL_NO_CONTEXT);
+    EXPECT_EQ(eglGetCurrentSurface(EGL_DRAW), EGL_NO_SURFACE);
+    CGLDestroyPBuffer(pbuffer);
+}
+
+TEST_F(Cgl, leaves_the_current_context_current_when_another_is_destroyed) {
+    CGLContextObj current = create_context();
+    CGLContextObj other = create_context();
+    CGLPBufferObj pbuffer = create_pbuffer(16, 16);
+    CGLSetPBuffer(current, pbuffer, 0, 0, 0);
+    CGLSetPBuffer(other, pbuffer, 0, 0, 0);
+    ASSERT_EQ(CGLSetCurrentContext(current), kCGLNoError);
+    const EGLContext before = eglGetCurrentContext();
+    EXPECT_EQ(CGLDestroyContext(other), kCGLNoError);
+    EXPECT_EQ(eglGetCurrentContext(), before);
+    EXPECT_NE(glGetString(GL_RENDERER), nullptr);
+    CGLDestroyContext(current);
+    CGLDestroyPBuffer(pbuffer);
+}
+
+TEST_F(Cgl, gives_a_fresh_context_after_each_other) {
+    for (int run = 0; run < 3; ++run) {
+        CGLContextObj context = create_context();
+        CGLPBufferObj pbuffer = create_pbuffer(128, 128);
+        CGLSetPBuffer(context, pbuffer, 0, 0, 0);
+        ASSERT_EQ(CGLSetCurrentContext(context), kCGLNoError);
+        EXPECT_EQ(glIsTexture(1), GL_FALSE) << "a name of the context before";
+        glBindTexture(GL_TEXTURE_2D, 1);
+        EXPECT_EQ(glIsTexture(1), GL_TRUE);
+        CGLDestroyContext(context);
+        CGLDestroyPBuffer(pbuffer);
+    }
+}
+
+TEST_F(Cgl, replaces_the_pixel_buffer_of_the_current_context_at_once) {
+    CGLContextObj context = create_context();
+    CGLPBufferObj small = create_pbuffer(16, 16);
+    CGLPBufferObj large = create_pbuffer(64, 32);
+    CGLSetPBuffer(context, small, 0, 0, 0);
+    ASSERT_EQ(CGLSetCurrentContext(context), kCGLNoError);
+    EXPECT_EQ(CGLSetPBuffer(context, large, 0, 0, 0), kCGLNoError);
+    EXPECT_EQ(current_surface_size(EGL_WIDTH), 64);
+    CGLDestroyPBuffer(small);
+    CGLDestroyPBuffer(large);
+    EXPECT_EQ(current_surface_size(EGL_HEIGHT), 32) << "the context lost its surface";
+    CGLDestroyContext(context);
+}
+
+TEST_F(Cgl, makes_nothing_current_for_a_null_context) {
+    EXPECT_EQ(CGLSetCurrentContext(nullptr), kCGLNoError);
+    CGLContextObj context = create_context();
+    CGLPBufferObj pbuffer = create_pbuffer(16, 16);
+    CGLSetPBuffer(context, pbuffer, 0, 0, 0);
+    ASSERT_EQ(CGLSetCurrentContext(context), kCGLNoError);
+    EXPECT_EQ(CGLSetCurrentContext(nullptr), kCGLNoError);
+    EXPECT_EQ(eglGetCurrentContext(), EGL_NO_CONTEXT);
+    CGLDestroyContext(context);
+    CGLDestroyPBuffer(pbuffer);
+}
+
+TEST_F(Cgl, has_no_drawable_before_a_pixel_buffer_is_set) {
+    CGLContextObj context = create_context();
+    EXPECT_EQ(CGLSetCurrentContext(context), kCGLBadDrawable);
+    EXPECT_EQ(eglGetCurrentContext(), EGL_NO_CONTEXT);
+    EXPECT_EQ(CGLDestroyContext(context), kCGLNoError);
+}
+
+TEST_F(Cgl, has_one_virtual_screen) {
+    CGLContextObj context = create_context();
+    GLint screen = -1;
+    EXPECT_EQ(CGLGetVirtualScreen(context, &screen), kCGLNoError);
+    EXPECT_EQ(screen, 0);
+    EXPECT_EQ(CGLGetVirtualScreen(context, nullptr), kCGLBadAddress);
+    EXPECT_EQ(CGLGetVirtualScreen(nullptr, &screen), kCGLBadContext);
+    CGLDestroyContext(context);
+}
+
+TEST_F(Cgl, describes_the_id_and_the_memory_of_a_renderer_in_the_list_only) {
+    GLint value = -7;
+    EXPECT_EQ(CGLDescribeRenderer(info_, -1, kCGLRPRendererID, &value), kCGLBadValue);
+    EXPECT_EQ(CGLDescribeRenderer(info_, count_, kCGLRPRendererID, &value), kCGLBadValue);
+    EXPECT_EQ(CGLDescribeRenderer(info_, 0, kCGLRPRendererCount, &value), kCGLBadProperty);
+    EXPECT_EQ(CGLDescribeRenderer(nullptr, 0, kCGLRPRendererID, &value), kCGLBadRendererInfo);
+    EXPECT_EQ(CGLDescribeRenderer(info_, 0, kCGLRPRendererID, nullptr), kCGLBadAddress);
+    EXPECT_EQ(value, -7);
+    EXPECT_EQ(CGLDescribeRenderer(info_, count_ - 1, kCGLRPTextureMemory, &value), kCGLNoError);
+    EXPECT_GT(value, 0);
+}
+
+TEST_F(Cgl, lists_no_renderer_for_no_display_and_the_same_for_every_other_mask) {
+    for (const GLuint mask : {0u, 2u, 0x80000000u, 0xFFFFFFFFu}) {
+        CGLRendererInfoObj info = nullptr;
+        GLint count = -1;
+        ASSERT_EQ(CGLQueryRendererInfo(mask, &info, &count), kCGLNoError);
+        EXPECT_EQ(count, mask == 0 ? 0 : count_);
+        EXPECT_EQ(CGLDestroyRendererInfo(info), kCGLNoError);
+    }
+    EXPECT_EQ(CGLQueryRendererInfo(1, nullptr, &count_), kCGLBadAddress);
+    EXPECT_EQ(CGLQueryRendererInfo(1, &info_, nullptr), kCGLBadAddress);
+}
+
+TEST_F(Cgl, refuses_attribute_lists_that_do_not_name_one_renderer) {
+    CGLPixelFormatObj format = nullptr;
+    GLint screens = -1;
+    EXPECT_EQ(choose_pixel_format({0}, &format, &screens), kCGLBadAttribute);
+    EXPECT_EQ(choose_pixel_format({kCGLPFARendererID, 0}, &format, &screens), kCGLBadAttribute);
+    EXPECT_EQ(choose_pixel_format({kCGLPFAVirtualScreenCount, 1, 0}, &format, &screens),
+              kCGLBadAttribute);
+    EXPECT_EQ(choose_pixel_format({kCGLPFARendererID, id_, 5, 0}, &format, &screens),
+              kCGLBadAttribute);
+    EXPECT_EQ(choose_pixel_format({kCGLPFARendererID, id_ + 1, 0}, &format, &screens),
+              kCGLBadPixelFormat);
+    EXPECT_EQ(format, nullptr);
+    EXPECT_EQ(screens, 0);
+    EXPECT_EQ(CGLChoosePixelFormat(nullptr, &format, &screens), kCGLBadAddress);
+    EXPECT_EQ(choose_pixel_format({0}, nullptr, &screens), kCGLBadAddress);
+    EXPECT_EQ(choose_pixel_format({0}, &format, nullptr), kCGLBadAddress);
+}
+
+TEST_F(Cgl, refuses_contexts_without_a_pixel_format_and_shared_ones) {
+    CGLContextObj context = nullptr;
+    EXPECT_EQ(CGLCreateContext(nullptr, nullptr, &context), kCGLBadPixelFormat);
+    CGLPixelFormatObj format = create_pixel_format();
+    CGLContextObj first = create_context();
+    EXPECT_EQ(CGLCreateContext(format, first, &context), kCGLBadMatch);
+    EXPECT_EQ(context, nullptr);
+    EXPECT_EQ(CGLCreateContext(format, nullptr, nullptr), kCGLBadAddress);
+    EXPECT_EQ(CGLDestroyContext(nullptr), kCGLBadContext);
+    CGLDestroyContext(first);
+    CGLDestroyPixelFormat(format);
+}
+
+TEST_F(Cgl, refuses_pixel_buffers_of_impossible_sizes_and_kinds) {
+    CGLPBufferObj pbuffer = nullptr;
+    const auto create = [&](GLsizei width, GLsizei height, GLenum target, GLenum format,
+                            GLint level) {
+        return CGLCreatePBuffer(width, height, target, format, level, &pbuffer);
+    };
+    EXPECT_EQ(create(0, 1, GL_TEXTURE_2D, GL_RGBA, 0), kCGLBadValue);
+    EXPECT_EQ(create(1, -1, GL_TEXTURE_2D, GL_RGBA, 0), kCGLBadValue);
+    EXPECT_EQ(create(1, 1, GL_TEXTURE_2D, GL_RGBA, -1), kCGLBadValue);
+    EXPECT_EQ(create(1, 1, GL_TEXTURE_3D, GL_RGBA, 0), kCGLBadEnumeration);
+    EXPECT_EQ(create(1, 1, GL_TEXTURE_2D, GL_RGBA8, 0), kCGLBadEnumeration);
+    EXPECT_EQ(pbuffer, nullptr);
+    EXPECT_EQ(CGLCreatePBuffer(1, 1, GL_TEXTURE_2D, GL_RGBA, 0, nullptr), kCGLBadAddress);
+}
+
+TEST_F(Cgl, sets_one_face_and_level_of_a_pixel_buffer_on_a_context) {
+    CGLContextObj context = create_context();
+    CGLPBufferObj pbuffer = create_pbuffer(16, 16);
+    EXPECT_EQ(CGLSetPBuffer(nullptr, pbuffer, 0, 0, 0), kCGLBadContext);
+    EXPECT_EQ(CGLSetPBuffer(context, nullptr, 0, 0, 0), kCGLBadDrawable);
+    EXPECT_EQ(CGLSetPBuffer(context, pbuffer, 1, 0, 0), kCGLBadValue);
+    EXPECT_EQ(CGLSetPBuffer(context, pbuffer, 0, 1, 0), kCGLBadValue);
+    EXPECT_EQ(CGLSetPBuffer(context, pbuffer, 0, 0, 1), kCGLBadValue);
+    CGLDestroyPBuffer(pbuffer);
+    CGLDestroyContext(context);
+}
+
+}  // namespace

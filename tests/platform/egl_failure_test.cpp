@@ -1,0 +1,131 @@
+// CGL's functions on the software renderer of this machine, where a call of EGL fails on order:
+// this program's own definitions of these calls come before those of libEGL.
+
+#include <EGL/egl.h>
+#include <OpenGL/OpenGL.h>
+#include <dlfcn.h>
+#include <gtest/gtest.h>
+
+#include <string>
+#include <string_view>
+
+namespace {
+
+std::string_view failing_call;
+
+/// EGL's own function; null when it is the one to fail.
+template <typename Function>
+Function next(const char* name, Function) {
+    return failing_call == name ? nullptr : reinterpret_cast<Function>(dlsym(RTLD_NEXT, name));
+}
+
+}  // namespace
+
+extern "C" {
+
+EGLBoolean eglInitialize(EGLDisplay display, EGLint* major, EGLint* minor) {
+    const auto function = next("eglInitialize", &eglInitialize);
+    return function ? function(display, major, minor) : EGL_FALSE;
+}
+
+EGLContext eglCreateContext(EGLDisplay display, EGLConfig config, EGLContext share,
+                            const EGLint* attributes) {
+    const auto function = next("eglCreateContext", &eglCreateContext);
+    return function ? function(display, config, share, attributes) : EGL_NO_CONTEXT;
+}
+
+EGLSurface eglCreatePbufferSurface(EGLDisplay display, EGLConfig config, const EGLint* attributes) {
+    const auto function = next("eglCreatePbufferSurface", &eglCreatePbufferSurface);
+    return function ? function(display, config, attributes) : EGL_NO_SURFACE;
+}
+
+EGLBoolean eglMakeCurrent(EGLDisplay display, EGLSurface draw, EGLSurface read,
+                          EGLContext context) {
+    const auto function = next("eglMakeCurrent", &eglMakeCurrent);
+    return function ? function(display, draw, read, context) : EGL_FALSE;
+}
+
+EGLint eglGetError() {
+    if (!failing_call.empty()) return EGL_BAD_ALLOC;
+    return next("eglGetError", &eglGetError)();
+}
+
+}  // extern "C"
+
+namespace {
+
+/// A pixel format, a context and a pixel buffer, made before anything fails.
+class EglFailure : public testing::Test {
+protected:
+    void SetUp() override {
+        CGLRendererInfoObj info = nullptr;
+        GLint count = 0;
+        ASSERT_EQ(CGLQueryRendererInfo(1, &info, &count), kCGLNoError);
+        ASSERT_EQ(CGLDescribeRenderer(info, count - 1, kCGLRPRendererID, &id_), kCGLNoError);
+        CGLDestroyRendererInfo(info);
+        ASSERT_EQ(choose_pixel_format(&format_), kCGLNoError);
+        ASSERT_EQ(CGLCreateContext(format_, nullptr, &context_), kCGLNoError);
+        ASSERT_EQ(CGLCreatePBuffer(8, 8, GL_TEXTURE_2D, GL_RGBA, 0, &pbuffer_), kCGLNoError);
+    }
+    void TearDown() override {
+        failing_call = {};
+        CGLDestroyContext(context_);
+        CGLDestroyPBuffer(pbuffer_);
+        CGLDestroyPixelFormat(format_);
+    }
+
+    CGLError choose_pixel_format(CGLPixelFormatObj* format) const {
+        const CGLPixelFormatAttribute attributes[] = {kCGLPFARendererID,
+                                                      static_cast<CGLPixelFormatAttribute>(id_),
+                                                      static_cast<CGLPixelFormatAttribute>(0)};
+        GLint screens = 0;
+        return CGLChoosePixelFormat(attributes, format, &screens);
+    }
+
+    void fail(std::string_view call) {
+        failing_call = call;
+        testing::internal::CaptureStderr();
+    }
+    static std::string message() {
+        failing_call = {};
+        return testing::internal::GetCapturedStderr();
+    }
+
+    GLint id_ = 0;
+    CGLPixelFormatObj format_ = nullptr;
+    CGLContextObj context_ = nullptr;
+    CGLPBufferObj pbuffer_ = nullptr;
+};
+
+TEST_F(EglFailure, of_a_display_is_a_bad_pixel_format) {
+    CGLPixelFormatObj format = nullptr;
+    fail("eglInitialize");
+    EXPECT_EQ(choose_pixel_format(&format), kCGLBadPixelFormat);
+    EXPECT_EQ(message(), "*** EGL: eglInitialize failed with EGL_BAD_ALLOC\n");
+    EXPECT_EQ(format, nullptr);
+}
+
+TEST_F(EglFailure, of_a_context_is_a_bad_allocation) {
+    CGLContextObj context = nullptr;
+    fail("eglCreateContext");
+    EXPECT_EQ(CGLCreateContext(format_, nullptr, &context), kCGLBadAlloc);
+    EXPECT_EQ(message(), "*** EGL: eglCreateContext failed with EGL_BAD_ALLOC\n");
+    EXPECT_EQ(context, nullptr);
+}
+
+TEST_F(EglFailure, of_a_surface_is_a_bad_allocation_and_keeps_the_pixel_buffer_set_before) {
+    ASSERT_EQ(CGLSetPBuffer(context_, pbuffer_, 0, 0, 0), kCGLNoError);
+    fail("eglCreatePbufferSurface");
+    EXPECT_EQ(CGLSetPBuffer(context_, pbuffer_, 0, 0, 0), kCGLBadAlloc);
+    EXPECT_EQ(message(), "*** EGL: eglCreatePbufferSurface failed with EGL_BAD_ALLOC\n");
+    EXPECT_EQ(CGLSetCurrentContext(context_), kCGLNoError);
+}
+
+TEST_F(EglFailure, of_making_current_is_a_bad_state) {
+    ASSERT_EQ(CGLSetPBuffer(context_, pbuffer_, 0, 0, 0), kCGLNoError);
+    fail("eglMakeCurrent");
+    EXPECT_EQ(CGLSetCurrentContext(context_), kCGLBadState);
+    EXPECT_EQ(message(), "*** EGL: eglMakeCurrent failed with EGL_BAD_ALLOC\n");
+}
+
+}  // namespace

@@ -1,0 +1,223 @@
+// What the child process that opens a device tells of it, on scripted devices.
+
+#include "CGL/open_check.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <csignal>
+#include <cstdio>
+#include <cstdlib>
+#include <thread>
+
+#include "scripted_egl.h"
+
+namespace {
+
+using namespace std::chrono_literals;
+using testing::Contains;
+using testing::IsEmpty;
+using texprobe::platform::check_device;
+using texprobe::platform::OpenCheck;
+using texprobe::tests::ScriptedDevice;
+using texprobe::tests::ScriptedEgl;
+using texprobe::tests::Step;
+
+OpenCheck check(const ScriptedDevice& device, std::chrono::milliseconds limit = 20s) {
+    ScriptedEgl egl({device});
+    const OpenCheck result = check_device(egl.functions(), egl.device(0), limit);
+    EXPECT_THAT(egl.calls_here(), IsEmpty());
+    return result;
+}
+
+std::string failure(Step step, EGLint error = EGL_SUCCESS) {
+    ScriptedDevice device;
+    device.fails_at = step;
+    device.error = error;
+    return check(device).failure;
+}
+
+std::string failure_of_initialize(std::function<void()> action,
+                                  std::chrono::milliseconds limit = 20s) {
+    ScriptedDevice device;
+    device.on_initialize = std::move(action);
+    return check(device, limit).failure;
+}
+
+TEST(OpenCheck, passes_a_device_that_opens) {
+    const OpenCheck result = check({});
+    EXPECT_EQ(result.failure, "");
+    EXPECT_EQ(result.memory, 0u);
+}
+
+TEST(OpenCheck, names_the_call_that_was_refused_and_the_error) {
+    EXPECT_EQ(failure(Step::kGetPlatformDisplay, EGL_BAD_PARAMETER),
+              "eglGetPlatformDisplay failed with EGL_BAD_PARAMETER");
+    EXPECT_EQ(failure(Step::kInitialize, EGL_NOT_INITIALIZED),
+              "eglInitialize failed with EGL_NOT_INITIALIZED");
+    EXPECT_EQ(failure(Step::kCreateContext, EGL_BAD_MATCH),
+              "eglCreateContext failed with EGL_BAD_MATCH");
+    EXPECT_EQ(failure(Step::kCreateSurface, EGL_BAD_ALLOC),
+              "eglCreatePbufferSurface failed with EGL_BAD_ALLOC");
+    EXPECT_EQ(failure(Step::kMakeCurrent, EGL_CONTEXT_LOST),
+              "eglMakeCurrent failed with EGL_CONTEXT_LOST");
+}
+
+TEST(OpenCheck, names_the_call_alone_where_the_error_has_no_name) {
+    EXPECT_EQ(failure(Step::kInitialize, EGL_SUCCESS), "eglInitialize failed");
+    EXPECT_EQ(failure(Step::kInitialize, 0x4242), "eglInitialize failed");
+}
+
+TEST(OpenCheck, refuses_a_device_without_a_configuration_of_eight_bits) {
+    EXPECT_EQ(failure(Step::kChooseConfig), "it cannot draw RGBA8 to a pbuffer with OpenGL");
+    ScriptedDevice deep;
+    deep.config_bits = {16, 10};
+    EXPECT_EQ(check(deep).failure, "it cannot draw RGBA8 to a pbuffer with OpenGL");
+}
+
+TEST(OpenCheck, takes_the_first_configuration_of_exactly_eight_bits) {
+    ScriptedDevice device;
+    device.config_bits = {16, 10, 8, 8};
+    ScriptedEgl egl({device});
+    EXPECT_EQ(check_device(egl.functions(), egl.device(0), 20s).failure, "");
+    EXPECT_THAT(egl.calls(), Contains("config 2"));
+}
+
+TEST(OpenCheck, refuses_a_context_without_a_renderer_string) {
+    EXPECT_EQ(failure(Step::kGetString), "its context has no renderer string");
+    ScriptedEgl egl({ScriptedDevice()});
+    texprobe::platform::Egl functions = egl.functions();
+    functions.get_string = nullptr;
+    EXPECT_EQ(check_device(functions, egl.device(0), 20s).failure,
+              "its context has no renderer string");
+}
+
+TEST(OpenCheck, survives_a_device_that_kills_whoever_opens_it) {
+    for (const int signal : {SIGSEGV, SIGBUS, SIGABRT, SIGILL, SIGFPE, SIGTERM, SIGKILL}) {
+        EXPECT_EQ(failure_of_initialize([signal] { raise(signal); }),
+                  "opening it died of signal " + std::to_string(signal));
+    }
+}
+
+TEST(OpenCheck, does_not_call_the_crash_handler_of_the_application) {
+    const auto before = std::signal(SIGSEGV, [](int) { _exit(77); });
+    EXPECT_EQ(failure_of_initialize([] { raise(SIGSEGV); }), "opening it died of signal 11");
+    std::signal(SIGSEGV, before);
+}
+
+TEST(OpenCheck, survives_a_device_that_ends_the_process) {
+    EXPECT_EQ(failure_of_initialize([] { _exit(0); }),
+              "opening it ended the process with status 0");
+    EXPECT_EQ(failure_of_initialize([] { _exit(3); }),
+              "opening it ended the process with status 3");
+}
+
+TEST(OpenCheck, gives_up_a_device_that_hangs) {
+    const auto begin = std::chrono::steady_clock::now();
+    EXPECT_EQ(failure_of_initialize(
+                  [] {
+                      for (;;) pause();
+                  },
+                  300ms),
+              "it did not answer within 0.3 s");
+    EXPECT_GE(std::chrono::steady_clock::now() - begin, 300ms);
+    EXPECT_LT(std::chrono::steady_clock::now() - begin, 10s);
+    EXPECT_EQ(waitpid(-1, nullptr, WNOHANG), -1) << "the child was left behind";
+}
+
+TEST(OpenCheck, gives_up_a_device_that_leaves_a_hanging_process_behind) {
+    EXPECT_EQ(failure_of_initialize(
+                  [] {
+                      if (fork() == 0) {
+                          std::this_thread::sleep_for(2s);
+                          _exit(0);
+                      }
+                      _exit(0);
+                  },
+                  300ms),
+              "it did not answer within 0.3 s");
+}
+
+TEST(OpenCheck, works_where_the_application_ignores_its_children) {
+    const auto before = std::signal(SIGCHLD, SIG_IGN);
+    EXPECT_EQ(check({}).failure, "");
+    EXPECT_EQ(failure_of_initialize([] { _exit(3); }), "opening it ended the process");
+    std::signal(SIGCHLD, before);
+}
+
+TEST(OpenCheck, works_while_signals_arrive) {
+    // A handler without SA_RESTART interrupts the waiting.
+    struct sigaction action = {};
+    struct sigaction before = {};
+    action.sa_handler = [](int) {};
+    sigaction(SIGUSR1, &action, &before);
+    const pid_t parent = getpid();
+    EXPECT_EQ(failure_of_initialize([parent] {
+                  for (int i = 0; i < 50; ++i) {
+                      kill(parent, SIGUSR1);
+                      std::this_thread::sleep_for(1ms);
+                  }
+              }),
+              "");
+    sigaction(SIGUSR1, &before, nullptr);
+}
+
+TEST(OpenCheck, reads_the_memory_that_nvidia_tells) {
+    ScriptedDevice device;
+    device.gl_extensions = "GL_ARB_imaging GL_NVX_gpu_memory_info GL_ATI_meminfo";
+    device.gl_integers = {{0x9048, 8 * 1024 * 1024}, {0x87FC, 1}};
+    EXPECT_EQ(check(device).memory, 8ull << 30);
+}
+
+TEST(OpenCheck, reads_the_memory_that_ati_tells) {
+    ScriptedDevice device;
+    device.gl_extensions = "GL_ATI_meminfo";
+    device.gl_integers = {{0x9048, 1}, {0x87FC, 3}};
+    EXPECT_EQ(check(device).memory, 3u * 1024);
+}
+
+TEST(OpenCheck, takes_a_negative_memory_for_none) {
+    ScriptedDevice device;
+    device.gl_extensions = "GL_ATI_meminfo";
+    device.gl_integers = {{0x87FC, -1}};
+    EXPECT_EQ(check(device).memory, 0u);
+}
+
+TEST(OpenCheck, runs_no_exit_handler_of_the_parent_in_the_child) {
+    const auto check_and_exit = [] {
+        std::atexit([] { std::fputs("exit handler\n", stderr); });
+        std::fprintf(stderr, "[%s]\n", check({}).failure.c_str());
+        std::exit(0);
+    };
+    EXPECT_EXIT(check_and_exit(), testing::ExitedWithCode(0), "^\\[\\]\nexit handler\n$");
+}
+
+TEST(OpenCheck, leaves_the_random_numbers_of_the_parent_alone) {
+    srandom(1);
+    const long first = random();
+    const long second = random();
+    srandom(1);
+    EXPECT_EQ(random(), first);
+    EXPECT_EQ(failure_of_initialize([] {
+                  for (int i = 0; i < 10; ++i) random();
+              }),
+              "");
+    EXPECT_EQ(random(), second);
+}
+
+TEST(OpenCheck, prints_what_waits_in_the_stream_of_the_parent_once) {
+    testing::internal::CaptureStdout();
+    std::printf("waiting;");
+    const std::string reason = failure_of_initialize([] {
+        std::printf("driver;");
+        std::fflush(stdout);
+    });
+    std::printf("after\n");
+    EXPECT_EQ(testing::internal::GetCapturedStdout(), "waiting;after\n");
+    EXPECT_EQ(reason, "");
+}
+
+}  // namespace

@@ -1,0 +1,35 @@
+// A folder for one test, removed with all that is in it.
+
+#ifndef TEXPROBE_TESTS_SCRATCH_FOLDER_H
+#define TEXPROBE_TESTS_SCRATCH_FOLDER_H
+
+#include <cstdlib>
+#include <filesystem>
+#include <stdexcept>
+#include <string>
+
+namespace texprobe::tests {
+
+class ScratchFolder {
+public:
+    ScratchFolder() {
+        std::string name = std::filesystem::temp_directory_path() / "texprobe-test-XXXXXX";
+        if (!mkdtemp(name.data())) throw std::runtime_error("cannot make a folder for a test");
+        path_ = std::filesystem::canonical(name);
+    }
+    ~ScratchFolder() {
+        std::error_code ignored;
+        std::filesystem::remove_all(path_, ignored);
+    }
+    ScratchFolder(const ScratchFolder&) = delete;
+    ScratchFolder& operator=(const ScratchFolder&) = delete;
+
+    const std::filesystem::path& path() const { return path_; }
+
+private:
+    std::filesystem::path path_;
+};
+
+}  // namespace texprobe::tests
+
+#endif
