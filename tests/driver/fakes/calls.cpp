@@ -1,0 +1,134 @@
+// The log of calls, and the deaths.
+
+#include <fcntl.h>
+#include <signal.h>
+#include <unistd.h>
+
+#include <cstdarg>
+#include <cstdio>
+#include <cstdlib>
+#include <fstream>
+#include <iterator>
+
+#include "fakes.h"
+
+namespace fakes {
+
+namespace {
+
+unsigned calls = 0;
+unsigned callsInTest = 0;
+std::string test;
+
+/// The words of a file under /proc, which NULs end, with a space before each.
+std::string words_of(const char* path) {
+    std::ifstream file(path, std::ios::binary);
+    std::string text;
+    for (std::string word; std::getline(file, word, '\0');) text += " " + word;
+    return text;
+}
+
+int open_log() {
+    return open(beside_executable(".calls").c_str(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC,
+                0600);
+}
+
+void write_line(const std::string& line) {
+    static const int file = open_log();
+    const std::string text = line + "\n";
+    if (write(file, text.data(), text.size()) < 0) std::abort();
+}
+
+void write_first_line() {
+    static pid_t writer = 0;
+    if (writer == getpid()) return;
+    writer = getpid();
+    write_line("process " + std::to_string(writer) + words_of("/proc/self/cmdline") + " |" +
+               words_of("/proc/self/environ"));
+}
+
+void log_call(const char* format, va_list arguments) {
+    if (!script().log) return;
+    write_first_line();
+    char line[1024];
+    std::vsnprintf(line, sizeof line, format, arguments);
+    write_line(line);
+}
+
+/// True in exactly one process.
+bool is_first_death() {
+    const int file = open(beside_executable(".died").c_str(), O_WRONLY | O_CREAT | O_EXCL, 0600);
+    if (file == -1) return false;
+    close(file);
+    return true;
+}
+
+void raise_fatal(int signal) {
+    // A sanitizer's handler would turn the signal into an exit.
+    ::signal(signal, SIG_DFL);
+    raise(signal);
+}
+
+void die(const std::string& way) {
+    if (way == "_exit(1)") _exit(1);
+    if (way == "exit(255)") std::exit(255);
+    if (way == "SIGSEGV") raise_fatal(SIGSEGV);
+    if (way == "SIGABRT") raise_fatal(SIGABRT);
+    if (way == "SIGBUS") raise_fatal(SIGBUS);
+    if (way == "SIGKILL") raise(SIGKILL);
+    if (way == "SIGSTOP") {
+        std::ofstream(beside_executable(".stopped")) << getpid();
+        raise(SIGSTOP);
+        return;
+    }
+    std::fprintf(stderr, "no way to die: %s\n", way.c_str());
+    std::abort();
+}
+
+bool is_time(const Death& death) {
+    if (death.place == Death::Place::kTest) return test == death.key && callsInTest == death.call;
+    return calls == death.call && (death.place == Death::Place::kCall || is_first_death());
+}
+
+}  // namespace
+
+void call(const char* format, ...) {
+    va_list arguments;
+    va_start(arguments, format);
+    log_call(format, arguments);
+    va_end(arguments);
+    ++calls;
+    if (!test.empty()) ++callsInTest;
+    const std::optional<Death>& death = script().death;
+    if (death && is_time(*death)) die(death->way);
+}
+
+void note(const char* format, ...) {
+    va_list arguments;
+    va_start(arguments, format);
+    log_call(format, arguments);
+    va_end(arguments);
+}
+
+int failure(const char* name) {
+    static std::map<std::string, unsigned> counts;
+    const auto found = script().failures.find(name);
+    const unsigned count = ++counts[name];
+    if (found == script().failures.end()) return 0;
+    return found->second.call.value_or(count) == count ? found->second.code : 0;
+}
+
+void enter_test(const std::string& key) {
+    test = key;
+    callsInTest = 0;
+}
+
+void leave_test() {
+    test.clear();
+}
+
+const std::string& current_test() {
+    return test;
+}
+
+}  // namespace fakes

@@ -1,0 +1,173 @@
+// Scripted fakes of everything below the product: GL, GLU, CGL, CoreGraphics, sysctl, and a layer
+// of counters over the record store, random(), fork() and waitpid(). They are linked into
+// `texprobe_on_fakes`, the tool that the tests run, and never into the tool itself.
+//
+// They model just enough of a renderer that a run gives sensible verdicts; they are for order,
+// messages, failures and deaths. Safe mode empties the environment, so their orders lie in a file
+// beside the executable, and what they report does too:
+//
+//   EXECUTABLE.script   the orders, one a line, see below
+//   EXECUTABLE.calls    every call as a line of text, when the script says "log"
+//   EXECUTABLE.died     made by a death that is to happen once
+//   EXECUTABLE.stopped  the process that stopped itself
+//
+// Orders (numbers as C writes them, GL names or numbers for formats, N counts from 1):
+//
+//   display ID MASK           an active display
+//   renderer MASK ID MEMORY   a renderer that drives the displays of MASK
+//   string NAME TEXT          what glGetString(NAME) gives on the renderer above
+//   null NAME                 it gives null
+//   build TEXT                the system's build string
+//   fail CALL CODE [N]        the N-th such call, or every one, fails with CODE
+//   substitute T FORMAT OTHER the renderer takes OTHER for FORMAT when it defines texture T
+//   incomplete FORMAT         a render target of FORMAT is incomplete
+//   change KEY SUM            alters the bytes read back in the test of KEY: the squares add up to
+//   SUM die WAY at N              dies at the process's N-th call die WAY once at N         the
+//   same, in the first process that gets there die WAY in KEY N          dies at the N-th call
+//   inside the test of KEY, whenever it is tried records DIRECTORY         where the records are;
+//   beside the executable by default log                       write the calls
+
+#ifndef TEXPROBE_TESTS_FAKES_H
+#define TEXPROBE_TESTS_FAKES_H
+
+#include <OpenGL/gl.h>
+
+#include <cstddef>
+#include <cstdint>
+#include <map>
+#include <optional>
+#include <set>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace fakes {
+
+// The script.
+
+struct Display {
+    std::uint32_t id;
+    std::uint32_t mask;
+};
+
+struct Renderer {
+    std::uint32_t mask;
+    int id;
+    int memory;
+    std::map<std::string, std::optional<std::string>> strings;
+};
+
+struct Failure {
+    int code;
+    std::optional<unsigned> call;
+};
+
+struct Death {
+    enum class Place { kCall, kCallOnce, kTest };
+    std::string way;
+    Place place;
+    std::string key;
+    unsigned call;
+};
+
+struct Script {
+    std::vector<Display> displays;
+    std::vector<Renderer> renderers;
+    std::string build = "TESTBUILD";
+    std::map<std::string, Failure> failures;
+    std::map<std::pair<GLuint, GLenum>, GLenum> substitutes;
+    std::set<GLenum> incomplete;
+    std::map<std::string, unsigned long> changes;
+    std::optional<Death> death;
+    std::string records;
+    std::string observer;
+    bool log = false;
+};
+
+/// The orders of this process; read at the first use.
+const Script& script();
+
+/// The executable's path with `suffix` appended.
+std::string beside_executable(const char* suffix);
+
+// Calls.
+
+/// Counts a call, writes it down and, when the script says so, dies here, before it has any effect.
+void call(const char* format, ...) __attribute__((format(printf, 1, 2)));
+
+/// Writes a line among the calls, without counting it.
+void note(const char* format, ...) __attribute__((format(printf, 1, 2)));
+
+/// The code with which this call of `name` fails; 0 when it succeeds.
+int failure(const char* name);
+
+/// Between the synchronize that follows a provisional false of `key` and the writing of its
+/// verdict, the process is inside the test of `key`. Empty: outside the tests.
+void enter_test(const std::string& key);
+void leave_test();
+const std::string& current_test();
+
+/// An enumerant's name as the specification of OpenGL prints it, or its number.
+std::string name(GLenum value);
+/// The value of a name or a number.
+GLenum enumerant(const std::string& word);
+
+// The renderer.
+
+/// The bytes of a buffer object. They end at a page that nobody may touch, so that whoever reads
+/// past a mapping dies.
+class GuardedMemory {
+public:
+    explicit GuardedMemory(std::size_t size);
+    ~GuardedMemory();
+    GuardedMemory(GuardedMemory&& other) noexcept;
+    GuardedMemory& operator=(GuardedMemory&& other) noexcept;
+
+    unsigned char* data() const { return data_; }
+    std::size_t size() const { return size_; }
+
+private:
+    void* pages_ = nullptr;
+    std::size_t length_ = 0;
+    unsigned char* data_ = nullptr;
+    std::size_t size_ = 0;
+};
+
+struct Buffer {
+    GuardedMemory memory{0};
+    bool mapped = false;
+};
+
+/// An image of 128 x 128 pixels as it was described, or no pixels at all: black.
+struct Image {
+    GLenum internalFormat = 0;
+    GLenum format = 0;
+    GLenum type = 0;
+    std::vector<unsigned char> pixels;
+};
+
+std::size_t bytes_per_pixel(GLenum format, GLenum type);
+
+/// The image as red, green, blue, alpha bytes, to nearest.
+std::vector<unsigned char> rgba_bytes(const Image& image);
+
+struct Context {
+    const Renderer* renderer = nullptr;
+    std::map<GLuint, Image> textures;
+    std::map<GLuint, Buffer> buffers;
+    Image frame;  // Of the pixel buffer.
+    GLuint texture = 0;
+    GLuint unpackBuffer = 0;
+    GLuint packBuffer = 0;
+    GLuint attachedTexture = 0;  // 0: drawing goes to the pixel buffer.
+    bool texturing = false;
+};
+
+/// The current context. Without one the process is ended: no call may be made then.
+Context& context();
+/// Whether a context is current.
+bool has_context();
+
+}  // namespace fakes
+
+#endif

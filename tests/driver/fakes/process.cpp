@@ -1,0 +1,41 @@
+// What the product asks of the system library; the linker puts these in the way (--wrap).
+
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdlib>
+
+#include "fakes.h"
+
+extern "C" {
+
+long __real_random();
+pid_t __real_fork();
+pid_t __real_waitpid(pid_t, int*, int);
+
+long __wrap_random() {
+    const long value = __real_random();
+    fakes::call("random() = %ld", value);
+    return value;
+}
+
+pid_t __wrap_fork() {
+    fakes::note("fork()");
+    if (const int error = fakes::failure("fork")) {
+        errno = error;
+        return -1;
+    }
+    return __real_fork();
+}
+
+pid_t __wrap_waitpid(pid_t child, int* status, int options) {
+    fakes::note("waitpid(%s, %d)", child > 0 ? "child" : "any", options);
+    if (const int error = fakes::failure("waitpid")) {
+        errno = error;
+        return -1;
+    }
+    return __real_waitpid(child, status, options);
+}
+
+}  // extern "C"

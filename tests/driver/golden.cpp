@@ -1,0 +1,319 @@
+#include "golden.h"
+
+#include <stdlib.h>
+
+#include <cstdio>
+#include <sstream>
+
+#include "fake_tool.h"
+
+namespace texprobe::tests {
+
+namespace {
+
+const char* const kSupported = R"(glBindTexture(GL_TEXTURE_2D, 1)
+glTexImage2D(GL_TEXTURE_2D, 0, {I}, 128, 128, 0, GL_LUMINANCE, GL_BYTE, NULL)
+glGetTexLevelParameteriv(GL_TEXTURE_2D, 0, GL_TEXTURE_INTERNAL_FORMAT, 0)
+)";
+
+const char* const kRenderable = R"(glBindTexture(GL_TEXTURE_2D, 2)
+glTexImage2D(GL_TEXTURE_2D, 0, {I}, 128, 128, 0, GL_LUMINANCE, GL_BYTE, NULL)
+glCheckFramebufferStatusEXT(GL_FRAMEBUFFER_EXT)
+glGetTexLevelParameteriv(GL_TEXTURE_2D, 0, GL_TEXTURE_INTERNAL_FORMAT, 0)
+)";
+
+const char* const kFilters = R"(glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MIN_FILTER, GL_NEAREST)
+glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MAG_FILTER, GL_NEAREST)
+)";
+
+const char* const kFill = R"(glBindBuffer(GL_PIXEL_UNPACK_BUFFER, 1)
+glBufferData(GL_PIXEL_UNPACK_BUFFER, {S}, NULL, GL_STREAM_DRAW)
+glMapBuffer(GL_PIXEL_UNPACK_BUFFER, GL_WRITE_ONLY)
+random() = {R}
+glUnmapBuffer(GL_PIXEL_UNPACK_BUFFER)
+)";
+
+// Texture 2 becomes {TI}, {TF}, {TT} and texture 1 is drawn into it.
+const char* const kRender = R"(glBindTexture(GL_TEXTURE_2D, 2)
+glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MIN_FILTER, GL_NEAREST)
+glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MAG_FILTER, GL_NEAREST)
+glBindBuffer(GL_PIXEL_UNPACK_BUFFER, 0)
+glTexImage2D(GL_TEXTURE_2D, 0, {TI}, 128, 128, 0, {TF}, {TT}, NULL)
+glEnable(GL_TEXTURE_2D)
+glBindTexture(GL_TEXTURE_2D, 1)
+glBegin(GL_QUADS)
+glTexCoord2f(0, 0)
+glVertex2f(-1, -1)
+glTexCoord2f(0, 1)
+glVertex2f(-1, 1)
+glTexCoord2f(1, 1)
+glVertex2f(1, 1)
+glTexCoord2f(1, 0)
+glVertex2f(1, -1)
+glEnd()
+)";
+
+const char* const kCheckUpload = R"(glFinish()
+glBindBuffer(GL_PIXEL_PACK_BUFFER, 0)
+glReadPixels(0, 0, 128, 128, GL_RGBA, GL_UNSIGNED_BYTE, memory)
+glBindBuffer(GL_PIXEL_UNPACK_BUFFER, 1)
+glMapBuffer(GL_PIXEL_UNPACK_BUFFER, GL_READ_ONLY)
+glUnmapBuffer(GL_PIXEL_UNPACK_BUFFER)
+)";
+
+std::string upload_set() {
+    return std::string("glBindTexture(GL_TEXTURE_2D, 1)\n") + kFilters +
+           "glBindBuffer(GL_PIXEL_UNPACK_BUFFER, 0)\n"
+           "glTexImage2D(GL_TEXTURE_2D, 0, {I}, 128, 128, 0, {F}, {T}, NULL)\n" +
+           kFill +
+           "glTexSubImage2D(GL_TEXTURE_2D, 0, 0, 0, 128, 128, {F}, {T}, offset 0)\n"
+           "glFlush()\n" +
+           kRender + kCheckUpload;
+}
+
+std::string upload_reset() {
+    return std::string(kFill) + "glBindTexture(GL_TEXTURE_2D, 1)\n" + kFilters +
+           "glTexImage2D(GL_TEXTURE_2D, 0, {I}, 128, 128, 0, {F}, {T}, offset 0)\n"
+           "glFlush()\n" +
+           kRender + kCheckUpload;
+}
+
+std::string download(const std::string& fetch) {
+    return std::string(
+               "random() = {R}\n"
+               "glBindTexture(GL_TEXTURE_2D, 1)\n") +
+           kFilters +
+           "glBindBuffer(GL_PIXEL_UNPACK_BUFFER, 0)\n"
+           "glTexImage2D(GL_TEXTURE_2D, 0, {I}, 128, 128, 0, {F}, {T}, memory)\n" +
+           kRender +
+           "glBindTexture(GL_TEXTURE_2D, 2)\n"
+           "glBindBuffer(GL_PIXEL_PACK_BUFFER, 2)\n"
+           "glBufferData(GL_PIXEL_PACK_BUFFER, {S}, NULL, GL_STREAM_READ)\n" +
+           fetch +
+           "glMapBuffer(GL_PIXEL_PACK_BUFFER, GL_READ_ONLY)\n"
+           "glUnmapBuffer(GL_PIXEL_PACK_BUFFER)\n";
+}
+
+std::string test_text(const std::string& capability) {
+    if (capability == "SUPPORTED") return kSupported;
+    if (capability == "RENDERABLE") return kRenderable;
+    if (capability == "UPLOAD_SET") return upload_set();
+    if (capability == "UPLOAD_RESET") return upload_reset();
+    if (capability == "DOWNLOAD_GET") {
+        return download("glGetTexImage(GL_TEXTURE_2D, 0, {F}, {T}, offset 0)\n");
+    }
+    return download("glReadPixels(0, 0, 128, 128, {F}, {T}, offset 0)\n");
+}
+
+bool is_upload(const std::string& capability) {
+    return capability.compare(0, 6, "UPLOAD") == 0;
+}
+
+bool is_transfer(const std::string& capability) {
+    return is_upload(capability) || capability.compare(0, 8, "DOWNLOAD") == 0;
+}
+
+const char* const kListing = R"(CGGetActiveDisplayList(32)
+CGDisplayIDToOpenGLDisplayMask(1)
+CGLQueryRendererInfo(0x1)
+CGLDescribeRenderer(info 1, 0, 121)
+CGLDescribeRenderer(info 1, 0, 70)
+sysctlbyname(kern.osversion, NULL, 0)
+sysctlbyname(kern.osversion, memory, 10)
+CFPreferencesCopyAppValue(VERSION, {A})
+)";
+
+const char* const kSetUp = R"(CGLChoosePixelFormat({70, 132096, 0})
+CGLCreateContext(pixel format 1, NULL)
+CGLGetVirtualScreen(context 1)
+CGLCreatePBuffer(128, 128, GL_TEXTURE_2D, GL_RGBA, 0)
+CGLSetPBuffer(context 1, pixel buffer 1, 0, 0, 3)
+CGLSetCurrentContext(context 1)
+glGetString(GL_EXTENSIONS)
+gluCheckExtension(GL_EXT_framebuffer_object)
+gluCheckExtension(GL_ARB_pixel_buffer_object)
+glBindFramebufferEXT(GL_FRAMEBUFFER_EXT, 1)
+glBindTexture(GL_TEXTURE_2D, 2)
+glTexImage2D(GL_TEXTURE_2D, 0, GL_RGBA, 128, 128, 0, GL_RGBA, GL_BYTE, NULL)
+glFramebufferTexture2DEXT(GL_FRAMEBUFFER_EXT, GL_COLOR_ATTACHMENT0_EXT, GL_TEXTURE_2D, 2, 0)
+glDrawBuffer(GL_COLOR_ATTACHMENT0_EXT)
+glReadBuffer(GL_COLOR_ATTACHMENT0_EXT)
+glViewport(0, 0, 128, 128)
+)";
+
+const char* const kEnd = R"(glGetString(GL_VENDOR)
+CFPreferencesSetAppValue(GL_VENDOR, "Fake Vendor", {A})
+glGetString(GL_VERSION)
+CFPreferencesSetAppValue(GL_VERSION, "2.1 Fake", {A})
+glGetString(GL_RENDERER)
+CFPreferencesSetAppValue(GL_RENDERER, "Fake Renderer", {A})
+CFPreferencesAppSynchronize({A})
+CGLDestroyContext(context 1)
+CGLDestroyPBuffer(pixel buffer 1)
+CGLDestroyPixelFormat(pixel format 1)
+CGLDestroyRendererInfo(info 1)
+)";
+
+std::string reset_text() {
+    std::string text;
+    for (const Format& format : kFormats) {
+        text += filled(
+            "CFPreferencesSetMultiple(NULL, {{N}_SUPPORTED {N}_RENDERABLE {N}_UPLOAD_SET "
+            "{N}_UPLOAD_RESET {N}_DOWNLOAD_GET {N}_DOWNLOAD_READ}, {A}, current user, any host)\n",
+            {{"N", format.name}, {"A", kAppID}});
+    }
+    return text;
+}
+
+void append(std::vector<std::string>* lines, const std::string& text) {
+    for (const std::string& line : lines_of(filled(text, {{"A", kAppID}}))) lines->push_back(line);
+}
+
+/// The lines that one test prints.
+std::string test_lines(const Format& format, const std::string& capability, bool verdict,
+                       const std::string& score, const std::string& prefix) {
+    static const std::map<std::string, std::string> labels = {
+        {"SUPPORTED", "supported"},       {"RENDERABLE", "renderable"},
+        {"UPLOAD_SET", "upload SET"},     {"UPLOAD_RESET", "upload RESET"},
+        {"DOWNLOAD_GET", "download GET"}, {"DOWNLOAD_READ", "download READ"}};
+    std::string text;
+    if (capability == "UPLOAD_SET") text += "Testing UPLOAD SET...\n";
+    if (capability == "UPLOAD_RESET") text += "Testing UPLOAD RESET...\n";
+    return text + score + prefix + format.name + " " + labels.at(capability) + ": " +
+           (verdict ? "1" : "0") + "\n";
+}
+
+std::string score_line(unsigned long long distance) {
+    char text[128];
+    std::snprintf(text, sizeof text,
+                  "test_check_data score: %g%% (dist: %llu size: 268435456) match: %d\n",
+                  100.0 * (1.0 - static_cast<double>(distance) / 268435456.0), distance,
+                  is_match(distance) ? 1 : 0);
+    return text;
+}
+
+}  // namespace
+
+std::string filled(std::string text, const std::map<std::string, std::string>& values) {
+    for (const auto& [name, value] : values) {
+        const std::string mark = "{" + name + "}";
+        for (std::size_t at = text.find(mark); at != std::string::npos;
+             at = text.find(mark, at + value.size())) {
+            text.replace(at, mark.size(), value);
+        }
+    }
+    return text;
+}
+
+std::vector<std::string> golden_test_calls(const Format& format, const std::string& capability,
+                                           long random) {
+    const bool toBytes = is_upload(capability);
+    return lines_of(
+        filled(test_text(capability), {{"I", format.name},
+                                       {"F", format.formatName},
+                                       {"T", format.typeName},
+                                       {"S", std::to_string(format.bytesPerPixel * 16384)},
+                                       {"R", std::to_string(random)},
+                                       {"TI", toBytes ? "GL_RGBA8" : format.name},
+                                       {"TF", toBytes ? "GL_RGBA" : format.formatName},
+                                       {"TT", toBytes ? "GL_UNSIGNED_BYTE" : format.typeName}}));
+}
+
+std::vector<std::string> golden_first_run() {
+    std::vector<std::string> lines;
+    append(&lines, kListing);
+    append(&lines, reset_text());
+    append(&lines, "CFPreferencesSetAppValue(VERSION, 0.20999999999999999, {A})\n");
+    append(&lines, "CFPreferencesAppSynchronize({A})\n");
+    append(&lines, kSetUp);
+    const std::map<std::string, std::string> verdicts = golden_verdicts();
+    RandomSequence random;
+    for (const Format& format : kFormats) {
+        for (const std::string capability : kCapabilities) {
+            const std::string key = std::string(format.name) + "_" + capability;
+            append(&lines, "CFPreferencesGetAppBooleanValue(" + key + ", {A})\n");
+            append(&lines, "CFPreferencesSetAppValue(" + key + ", false, {A})\n");
+            append(&lines, "CFPreferencesAppSynchronize({A})\n");
+            const long value = is_transfer(capability) ? random.next() : 0;
+            for (const std::string& line : golden_test_calls(format, capability, value)) {
+                lines.push_back(line);
+            }
+            append(&lines,
+                   "CFPreferencesSetAppValue(" + key + ", " + verdicts.at(key) + ", {A})\n");
+        }
+    }
+    append(&lines, kEnd);
+    return lines;
+}
+
+std::vector<std::string> golden_second_run() {
+    std::vector<std::string> lines;
+    append(&lines, kListing);
+    append(&lines, kSetUp);
+    for (const Format& format : kFormats) {
+        for (const std::string capability : kCapabilities) {
+            append(&lines, "CFPreferencesGetAppBooleanValue(" + std::string(format.name) + "_" +
+                               capability + ", {A})\n");
+        }
+    }
+    append(&lines, kEnd);
+    return lines;
+}
+
+bool is_match(unsigned long long distance) {
+    return distance <= 2684354;
+}
+
+RandomSequence::RandomSequence() {
+    srandom(1);  // What a generator that nobody seeded begins with.
+}
+
+long RandomSequence::next() {
+    return random();
+}
+
+std::string golden_pass_text(const std::string& application, pid_t pid,
+                             const std::map<std::string, unsigned long long>& distances) {
+    const std::string prefix = application + "[" + std::to_string(pid) + "] ";
+    RandomSequence random;
+    std::string text;
+    for (const Format& format : kFormats) {
+        for (const std::string capability : kCapabilities) {
+            if (!is_transfer(capability)) {
+                text += test_lines(format, capability, true, "", prefix);
+                continue;
+            }
+            const long value = random.next();
+            const auto set = distances.find(std::string(format.name) + "_" + capability);
+            const unsigned long long distance =
+                set != distances.end() ? set->second : expected_distance(format, capability, value);
+            text +=
+                test_lines(format, capability, is_match(distance), score_line(distance), prefix);
+        }
+    }
+    return text;
+}
+
+std::map<std::string, std::string> golden_verdicts() {
+    std::map<std::string, std::string> verdicts;
+    RandomSequence random;
+    for (const Format& format : kFormats) {
+        for (const std::string capability : kCapabilities) {
+            const bool verdict = !is_transfer(capability) ||
+                                 is_match(expected_distance(format, capability, random.next()));
+            verdicts[std::string(format.name) + "_" + capability] = verdict ? "true" : "false";
+        }
+    }
+    return verdicts;
+}
+
+std::map<std::string, std::string> golden_records() {
+    std::map<std::string, std::string> records = golden_verdicts();
+    records["VERSION"] = "0.20999999999999999";
+    records["GL_VENDOR"] = "\"Fake Vendor\"";
+    records["GL_VERSION"] = "\"2.1 Fake\"";
+    records["GL_RENDERER"] = "\"Fake Renderer\"";
+    return records;
+}
+
+}  // namespace texprobe::tests
