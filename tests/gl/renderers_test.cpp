@@ -101,8 +101,8 @@ TEST_P(Renderers, listing_on_standard_output_is_whole) {
 TEST_P(Renderers, second_run_measures_nothing_and_rewrites_the_strings) {
     ASSERT_TRUE(folder_.run({}, environment()).exited_with(0));
     const RecordSets first = folder_.records();
-    folder_.execute("UPDATE record SET value = 'stale' WHERE key LIKE 'GL\\_VE%' ESCAPE '\\'");
-    folder_.execute("DELETE FROM record WHERE key = 'GL_RENDERER'");
+    folder_.execute("UPDATE records SET value = 'stale' WHERE key LIKE 'GL\\_VE%' ESCAPE '\\'");
+    folder_.execute("DELETE FROM records WHERE key = 'GL_RENDERER'");
     ASSERT_NE(folder_.records(), first);
 
     const Finished second = folder_.run({}, environment());
@@ -124,7 +124,7 @@ TEST_P(Renderers, two_first_runs_print_the_same_distances) {
 TEST_P(Renderers, missing_records_alone_are_measured_again) {
     ASSERT_TRUE(folder_.run({}, environment()).exited_with(0));
     const RecordSets first = folder_.records();
-    folder_.execute("DELETE FROM record WHERE key = 'GL_RGBA8_SUPPORTED'");
+    folder_.execute("DELETE FROM records WHERE key = 'GL_RGBA8_SUPPORTED'");
     const Finished second = folder_.run({}, environment());
     EXPECT_THAT(second.err, HasSubstr(" GL_RGBA8 supported: 1\n"));
     EXPECT_THAT(second.err, testing::Not(HasSubstr("renderable")));
@@ -134,8 +134,8 @@ TEST_P(Renderers, missing_records_alone_are_measured_again) {
 TEST_P(Renderers, old_records_are_all_measured_again) {
     ASSERT_TRUE(folder_.run({}, environment()).exited_with(0));
     const RecordSets first = folder_.records();
-    folder_.execute("UPDATE record SET value = 0.2 WHERE key = 'VERSION'");
-    folder_.execute("UPDATE record SET value = 1 - value WHERE typeof(value) = 'integer'");
+    folder_.execute("UPDATE records SET value = 0.2 WHERE key = 'VERSION'");
+    folder_.execute("UPDATE records SET value = 1 - value WHERE type = 'boolean'");
     const Finished second = folder_.run({}, environment());
     ASSERT_TRUE(second.exited_with(0));
     for (const Transcript& transcript : read_transcripts(second.err, true)) {

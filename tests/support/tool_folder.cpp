@@ -111,12 +111,8 @@ Finished ToolFolder::run(const std::vector<std::string>& arguments,
 
 RecordSets ToolFolder::records() const {
     RecordSets sets;
-    must_execute(
-        Database(database()),
-        "SELECT application, key, CASE typeof(value) WHEN 'integer' THEN 'boolean'"
-        " WHEN 'real' THEN 'double' WHEN 'text' THEN 'string' ELSE typeof(value) END, value"
-        " FROM record",
-        collect, &sets);
+    must_execute(Database(database()), "SELECT application, key, type, value FROM records", collect,
+                 &sets);
     return sets;
 }
 
