@@ -1,0 +1,263 @@
+// qor::TexProbe in applications that have a context of their own, with the real tool.
+
+#include <EGL/egl.h>
+#include <EGL/eglext.h>
+#include <OpenGL/gl.h>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <sqlite3.h>
+
+#include <cstdlib>
+#include <fstream>
+#include <ostream>
+#include <set>
+
+#include "TexProbe.h"
+#include "application_context.h"
+#include "drawing.h"
+#include "egl_calls.h"
+#include "records_of_test.h"
+#include "support/tool_folder.h"
+#include "tool_scripts.h"
+#include "x_server.h"
+
+namespace texprobe::tests {
+namespace {
+
+const std::map<GLenum, std::string> kFormats = {
+    {GL_LUMINANCE8, "GL_LUMINANCE8"},
+    {GL_LUMINANCE8_ALPHA8, "GL_LUMINANCE8_ALPHA8"},
+    {GL_RGB8, "GL_RGB8"},
+    {GL_RGBA8, "GL_RGBA8"},
+    {GL_LUMINANCE16, "GL_LUMINANCE16"},
+    {GL_LUMINANCE16_ALPHA16, "GL_LUMINANCE16_ALPHA16"},
+    {GL_RGB16, "GL_RGB16"},
+    {GL_RGBA16, "GL_RGBA16"},
+    {GL_LUMINANCE16F_ARB, "GL_LUMINANCE16F_ARB"},
+    {GL_LUMINANCE_ALPHA16F_ARB, "GL_LUMINANCE_ALPHA16F_ARB"},
+    {GL_RGB16F_ARB, "GL_RGB16F_ARB"},
+    {GL_RGBA16F_ARB, "GL_RGBA16F_ARB"},
+    {GL_LUMINANCE32F_ARB, "GL_LUMINANCE32F_ARB"},
+    {GL_LUMINANCE_ALPHA32F_ARB, "GL_LUMINANCE_ALPHA32F_ARB"},
+    {GL_RGB32F_ARB, "GL_RGB32F_ARB"},
+    {GL_RGBA32F_ARB, "GL_RGBA32F_ARB"},
+};
+
+std::string text(GLenum name) {
+    return reinterpret_cast<const char*>(glGetString(name));
+}
+
+/// The drivers and devices that this process has loaded or opened.
+std::set<std::string> drivers_and_devices() {
+    std::set<std::string> result;
+    const auto keep = [&result](const std::string& file) {
+        for (const char* part : {"/dev/dri", "/dev/nvidia", "_dri.so", "libgallium", "libLLVM"}) {
+            if (file.find(part) != std::string::npos) result.insert(file);
+        }
+    };
+    for (const auto& entry : std::filesystem::directory_iterator("/proc/self/fd")) {
+        std::error_code closed_meanwhile;
+        keep(std::filesystem::read_symlink(entry.path(), closed_meanwhile));
+    }
+    std::ifstream maps("/proc/self/maps");
+    for (std::string line; std::getline(maps, line);) {
+        const std::size_t path = line.find('/');
+        if (path != std::string::npos) keep(line.substr(path));
+    }
+    return result;
+}
+
+class ApplicationFixture : public testing::Test {
+protected:
+    ApplicationFixture() {
+        unsetenv("DISPLAY");
+        unsetenv("WAYLAND_DISPLAY");
+    }
+
+    /// Constructs the class, keeping all that is written to standard error meanwhile.
+    std::unique_ptr<qor::TexProbe> construct(const std::string& toolPath) {
+        testing::internal::CaptureStderr();
+        auto probe = std::make_unique<qor::TexProbe>(toolPath.c_str());
+        messages_ = testing::internal::GetCapturedStderr();
+        return probe;
+    }
+
+    /// The real tool, counted and without its own messages.
+    std::string tool() const {
+        return scripts_.write("tool", scripts_.count_run() + "\nexec " +
+                                          ToolScripts::quote(folder_.tool()) + " >/dev/null 2>&1");
+    }
+
+    /// The records under the identification strings of the current context.
+    Records records_of_context() const {
+        for (const auto& [application, records] : folder_.records()) {
+            const auto renderer = records.find("GL_RENDERER");
+            if (renderer != records.end() && renderer->second == "string " + text(GL_RENDERER)) {
+                EXPECT_EQ(records.at("GL_VENDOR"), "string " + text(GL_VENDOR));
+                EXPECT_EQ(records.at("GL_VERSION"), "string " + text(GL_VERSION));
+                return records;
+            }
+        }
+        ADD_FAILURE() << "no records of " << text(GL_RENDERER);
+        return {};
+    }
+
+    const ToolFolder& folder_ = empty_folder(TOOL);
+    const ToolScripts scripts_{folder_};
+    std::string messages_;
+};
+
+void expect_answers_equal_records(const qor::TexProbe& probe, const Records& records) {
+    for (const auto& [format, name] : kFormats) {
+        const auto recorded = [&records, key = name](const char* capability) {
+            const auto found = records.find(key + capability);
+            EXPECT_NE(found, records.end()) << key << capability;
+            return found != records.end() && found->second == "boolean 1";
+        };
+        const bool supported = recorded("_SUPPORTED");
+        EXPECT_EQ(probe.IsTextureFormatSupported(format, false), supported) << name;
+        EXPECT_EQ(probe.IsTextureFormatSupported(format, true),
+                  supported && recorded("_RENDERABLE"))
+            << name;
+        EXPECT_EQ(probe.IsTextureFormatSettable(format), recorded("_UPLOAD_SET")) << name;
+        EXPECT_EQ(probe.IsTextureFormatResettable(format), recorded("_UPLOAD_RESET")) << name;
+        EXPECT_EQ(probe.IsTextureFormatGettable(format), recorded("_DOWNLOAD_GET")) << name;
+        EXPECT_EQ(probe.IsTextureFormatReadable(format), recorded("_DOWNLOAD_READ")) << name;
+    }
+}
+
+struct Kind {
+    const char* name;
+    std::unique_ptr<ApplicationContext> (*open)();
+    bool window;
+};
+
+void PrintTo(const Kind& kind, std::ostream* stream) {
+    *stream << kind.name;
+}
+
+class Application : public ApplicationFixture, public testing::WithParamInterface<Kind> {
+protected:
+    void SetUp() override {
+        if (GetParam().window) {
+            if (!has_glfw()) GTEST_SKIP() << "built without GLFW";
+            server_ = std::make_unique<XServer>();
+            if (!server_->runs()) GTEST_SKIP() << "Xvfb does not run here";
+        }
+        context_ = GetParam().open();
+        set_up_drawing();
+    }
+
+    std::unique_ptr<XServer> server_;
+    std::unique_ptr<ApplicationContext> context_;
+};
+
+TEST_P(Application, runs_the_tool_at_the_first_construction_only) {
+    const auto first = construct(tool());
+    EXPECT_EQ(messages_, "");
+    EXPECT_EQ(scripts_.runs(), 1u);
+    expect_answers_equal_records(*first, records_of_context());
+
+    const auto second = construct(tool());
+    EXPECT_EQ(messages_, "");
+    EXPECT_EQ(scripts_.runs(), 1u);
+    expect_answers_equal_records(*second, records_of_context());
+}
+
+TEST_P(Application, keeps_its_context_as_it_is) {
+    EXPECT_EQ(draw(), expected_image());
+    const auto handles = current_handles();
+    const auto state = context_state();
+    const auto files = drivers_and_devices();
+    const int calls = disturbing_egl_calls();
+    // An error that the application has not asked for yet.
+    ASSERT_EQ(glGetError(), static_cast<GLenum>(GL_NO_ERROR));
+    glEnable(0xdead);
+
+    construct(tool());
+    ASSERT_EQ(scripts_.runs(), 1u);
+
+    EXPECT_EQ(glGetError(), static_cast<GLenum>(GL_INVALID_ENUM));
+    EXPECT_EQ(glGetError(), static_cast<GLenum>(GL_NO_ERROR));
+    EXPECT_EQ(current_handles(), handles);
+    EXPECT_EQ(context_state(), state);
+    EXPECT_EQ(drivers_and_devices(), files);
+    EXPECT_EQ(disturbing_egl_calls(), calls);
+    EXPECT_EQ(draw(), expected_image());
+}
+
+INSTANTIATE_TEST_SUITE_P(, Application,
+                         testing::Values(Kind{"glx_window", open_glx_window, true},
+                                         Kind{"egl_window", open_egl_window, true},
+                                         Kind{"surfaceless", open_surfaceless, false}),
+                         [](const auto& param) { return param.param.name; });
+
+class SurfacelessApplication : public ApplicationFixture {};
+
+TEST_F(SurfacelessApplication, is_the_one_whose_calls_are_counted) {
+    const auto context = open_surfaceless();
+    EXPECT_GT(disturbing_egl_calls(), 0);
+    EXPECT_NE(drivers_and_devices(), std::set<std::string>{});
+}
+
+TEST_F(SurfacelessApplication, finds_nothing_with_a_core_profile) {
+    const auto context = open_surfaceless_core();
+    const auto probe = construct(tool());
+    EXPECT_EQ(messages_, "*** cannot get renderer\n");
+    EXPECT_EQ(scripts_.runs(), 1u);
+    testing::internal::CaptureStderr();
+    EXPECT_FALSE(probe->IsTextureFormatSupported(GL_RGBA8, false));
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), "unsupported texture format: 0x8058\n");
+    // Every construction runs the tool again, which finds every verdict recorded.
+    construct(tool());
+    EXPECT_EQ(scripts_.runs(), 2u);
+}
+
+TEST_F(SurfacelessApplication, keeps_its_other_displays) {
+    const auto context = open_surfaceless();
+    const auto query_devices =
+        reinterpret_cast<PFNEGLQUERYDEVICESEXTPROC>(eglGetProcAddress("eglQueryDevicesEXT"));
+    EGLDeviceEXT device = nullptr;
+    EGLint count = 0;
+    ASSERT_TRUE(query_devices(1, &device, &count));
+    const EGLDisplay display = eglGetPlatformDisplay(EGL_PLATFORM_DEVICE_EXT, device, nullptr);
+    ASSERT_TRUE(eglInitialize(display, nullptr, nullptr));
+    construct(tool()).reset();
+    EXPECT_NE(eglQueryString(display, EGL_VERSION), nullptr);
+    EXPECT_NE(eglQueryString(eglGetCurrentDisplay(), EGL_VERSION), nullptr);
+    eglTerminate(display);
+}
+
+TEST_F(SurfacelessApplication, keeps_its_own_sqlite) {
+    sqlite3* database = nullptr;
+    ASSERT_EQ(sqlite3_open(":memory:", &database), SQLITE_OK);
+    sqlite3_exec(database, "CREATE TABLE t(x); BEGIN; INSERT INTO t VALUES (7)", nullptr, nullptr,
+                 nullptr);
+    sqlite3_soft_heap_limit64(12345678);
+    const auto context = open_surfaceless();
+
+    construct(tool()).reset();
+    EXPECT_EQ(messages_, "");
+
+    EXPECT_EQ(sqlite3_soft_heap_limit64(-1), 12345678);
+    EXPECT_EQ(sqlite3_get_autocommit(database), 0);
+    EXPECT_EQ(sqlite3_exec(database, "COMMIT", nullptr, nullptr, nullptr), SQLITE_OK);
+    EXPECT_EQ(sqlite3_close(database), SQLITE_OK);
+}
+
+TEST(ApplicationWithoutContext, opens_no_driver_and_no_device) {
+    empty_folder(TOOL);
+    // Loads the vendors' EGL libraries, which the list of devices comes from; what they link with
+    // is loaded then, and nothing more may be later.
+    eglQueryString(EGL_NO_DISPLAY, EGL_EXTENSIONS);
+    const auto before = drivers_and_devices();
+    const int calls = disturbing_egl_calls();
+    testing::internal::CaptureStderr();
+    const qor::TexProbe probe("/bin/true");
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), "*** cannot get renderer\n");
+    EXPECT_EQ(drivers_and_devices(), before);
+    EXPECT_EQ(disturbing_egl_calls(), calls);
+}
+
+}  // namespace
+}  // namespace texprobe::tests

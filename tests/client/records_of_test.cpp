@@ -1,0 +1,81 @@
+#include "records_of_test.h"
+
+#include <CoreFoundation/CoreFoundation.h>
+#include <CoreFoundation/records_location.h>
+
+#include <cstdlib>
+
+namespace {
+
+std::filesystem::path& records_of_test() {
+    static std::filesystem::path directory;
+    return directory;
+}
+
+CFStringRef create_string(const char* text) {
+    return CFStringCreateWithCString(nullptr, text, kCFStringEncodingASCII);
+}
+
+/// Stores `value`, which it takes over.
+void write(const std::string& application, const char* key, CFTypeRef value) {
+    const CFStringRef applicationID = create_string(application.c_str());
+    const CFStringRef keyName = create_string(key);
+    CFPreferencesSetAppValue(keyName, value, applicationID);
+    CFPreferencesAppSynchronize(applicationID);
+    CFRelease(value);
+    CFRelease(keyName);
+    CFRelease(applicationID);
+}
+
+}  // namespace
+
+namespace texprobe::platform {
+
+std::string records_directory() {
+    // Never the user's own: a test that forgot to say where must not go on.
+    if (records_of_test().empty()) std::abort();
+    return records_of_test();
+}
+
+}  // namespace texprobe::platform
+
+namespace texprobe::tests {
+
+void use_records_in(const std::filesystem::path& directory) {
+    records_of_test() = directory;
+}
+
+const ToolFolder& empty_folder(const std::filesystem::path& executable) {
+    static const ToolFolder folder(executable);
+    const std::filesystem::path records = folder.database().parent_path();
+    use_records_in(records);
+    for (const auto& entry : std::filesystem::directory_iterator(folder.path())) {
+        if (entry.path() != folder.tool() && entry.path() != records) {
+            std::filesystem::remove_all(entry.path());
+        }
+    }
+    if (exists(folder.database())) folder.execute("DELETE FROM records");
+    return folder;
+}
+
+void write_number(const std::string& application, const char* key, double value) {
+    write(application, key, CFNumberCreate(nullptr, kCFNumberDoubleType, &value));
+}
+
+void write_string(const std::string& application, const char* key, const char* value) {
+    write(application, key, create_string(value));
+}
+
+void write_boolean(const std::string& application, const char* key, bool value) {
+    write(application, key, value ? kCFBooleanTrue : kCFBooleanFalse);
+}
+
+void write_identity(const std::string& application, const char* vendor, const char* version,
+                    const char* renderer) {
+    write_number(application, "VERSION", 0.21);
+    write_string(application, "GL_VENDOR", vendor);
+    write_string(application, "GL_VERSION", version);
+    write_string(application, "GL_RENDERER", renderer);
+}
+
+}  // namespace texprobe::tests

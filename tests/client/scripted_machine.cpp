@@ -1,0 +1,138 @@
+#include "scripted_machine.h"
+
+#include <ApplicationServices/ApplicationServices.h>
+#include <OpenGL/OpenGL.h>
+#include <OpenGL/gl.h>
+#include <sys/sysctl.h>
+
+#include <algorithm>
+#include <cstdio>
+#include <cstring>
+
+using texprobe::tests::machine;
+using texprobe::tests::ScriptedDisplay;
+
+namespace texprobe::tests {
+
+ScriptedMachine& machine() {
+    static ScriptedMachine instance;
+    return instance;
+}
+
+}  // namespace texprobe::tests
+
+namespace {
+
+void log(const char* call, unsigned argument) {
+    char text[64];
+    std::snprintf(text, sizeof text, "%s %#x", call, argument);
+    machine().calls.emplace_back(text);
+}
+
+const ScriptedDisplay& display_of(CGLRendererInfoObj info) {
+    return *reinterpret_cast<const ScriptedDisplay*>(info);
+}
+
+}  // namespace
+
+extern "C" {
+
+CGError CGGetActiveDisplayList(std::uint32_t maxDisplays, CGDirectDisplayID* activeDisplays,
+                               std::uint32_t* displayCount) {
+    log("CGGetActiveDisplayList", maxDisplays);
+    if (machine().displayListError) return machine().displayListError;
+    *displayCount = 0;
+    for (const ScriptedDisplay& display : machine().displays) {
+        if (*displayCount < maxDisplays) activeDisplays[(*displayCount)++] = display.id;
+    }
+    return kCGErrorSuccess;
+}
+
+CGOpenGLDisplayMask CGDisplayIDToOpenGLDisplayMask(CGDirectDisplayID display) {
+    return display * 0x100;
+}
+
+CGLError CGLQueryRendererInfo(GLuint display_mask, CGLRendererInfoObj* rend, GLint* nrend) {
+    log("CGLQueryRendererInfo", display_mask);
+    for (ScriptedDisplay& display : machine().displays) {
+        if (display.id * 0x100 != display_mask) continue;
+        if (display.error) return static_cast<CGLError>(display.error);
+        *rend = reinterpret_cast<CGLRendererInfoObj>(&display);
+        *nrend = display.count.value_or(static_cast<int>(display.renderers.size()));
+        return kCGLNoError;
+    }
+    return kCGLBadDisplay;
+}
+
+CGLError CGLDescribeRenderer(CGLRendererInfoObj rend, GLint rend_num, CGLRendererProperty prop,
+                             GLint* value) {
+    log("CGLDescribeRenderer", static_cast<unsigned>(rend_num));
+    if (prop != kCGLRPRendererID) return kCGLBadProperty;
+    const auto& renderer = display_of(rend).renderers.at(static_cast<std::size_t>(rend_num));
+    if (renderer.error) return static_cast<CGLError>(renderer.error);
+    *value = renderer.id;
+    return kCGLNoError;
+}
+
+CGLError CGLDestroyRendererInfo(CGLRendererInfoObj rend) {
+    log("CGLDestroyRendererInfo", display_of(rend).id);
+    return kCGLNoError;
+}
+
+int sysctlbyname(const char* /*name*/, void* oldp, std::size_t* oldlenp, void* /*newp*/,
+                 std::size_t /*newlen*/) {
+    constexpr char kBuild[] = "22G120";
+    if (oldp) std::memcpy(oldp, kBuild, std::min(sizeof kBuild, *oldlenp));
+    *oldlenp = sizeof kBuild;
+    return 0;
+}
+
+const GLubyte* glGetString(GLenum name) {
+    log("glGetString", name);
+    const char* text = name == GL_VENDOR     ? machine().vendor
+                       : name == GL_VERSION  ? machine().version
+                       : name == GL_RENDERER ? machine().renderer
+                                             : nullptr;
+    return reinterpret_cast<const GLubyte*>(text);
+}
+
+// The tool's part of CGL: an application that asks for any of it would disturb its own context.
+
+CGLError CGLChoosePixelFormat(const CGLPixelFormatAttribute*, CGLPixelFormatObj*, GLint*) {
+    log("CGLChoosePixelFormat", 0);
+    return kCGLBadPixelFormat;
+}
+CGLError CGLDestroyPixelFormat(CGLPixelFormatObj) {
+    log("CGLDestroyPixelFormat", 0);
+    return kCGLBadPixelFormat;
+}
+CGLError CGLCreateContext(CGLPixelFormatObj, CGLContextObj, CGLContextObj*) {
+    log("CGLCreateContext", 0);
+    return kCGLBadContext;
+}
+CGLError CGLDestroyContext(CGLContextObj) {
+    log("CGLDestroyContext", 0);
+    return kCGLBadContext;
+}
+CGLError CGLSetCurrentContext(CGLContextObj) {
+    log("CGLSetCurrentContext", 0);
+    return kCGLBadContext;
+}
+CGLError CGLGetVirtualScreen(CGLContextObj, GLint*) {
+    log("CGLGetVirtualScreen", 0);
+    return kCGLBadContext;
+}
+CGLError CGLCreatePBuffer(GLsizei, GLsizei, GLenum, GLenum, GLint, CGLPBufferObj*) {
+    log("CGLCreatePBuffer", 0);
+    return kCGLBadAlloc;
+}
+CGLError CGLDestroyPBuffer(CGLPBufferObj) {
+    log("CGLDestroyPBuffer", 0);
+    return kCGLBadAlloc;
+}
+CGLError CGLSetPBuffer(CGLContextObj, CGLPBufferObj, GLenum, GLint, GLint) {
+    log("CGLSetPBuffer", 0);
+    return kCGLBadContext;
+}
+
+}  // extern "C"
