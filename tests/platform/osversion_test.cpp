@@ -255,7 +255,7 @@ TEST(BuildId, survives_every_byte_being_any_of_the_worst) {
 }
 
 TEST(BuildId, of_a_real_library_is_found) {
-    EXPECT_EQ(identify_library("/proc/self/exe").find(' '), std::string::npos);
+    // A SHA-1, where a size and a time would be longer.
     EXPECT_EQ(identify_library("/proc/self/exe").size(), 20u);
     EXPECT_EQ(identify_library("/missing"), "");
     EXPECT_EQ(identify_library("/"), "");
