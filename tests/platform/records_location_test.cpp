@@ -8,7 +8,6 @@
 #include <unistd.h>
 
 #include <cstdlib>
-#include <filesystem>
 #include <string>
 
 namespace {
@@ -41,12 +40,6 @@ TEST(RecordsDirectory, is_below_the_home_of_the_password_entry_whatever_the_envi
     EXPECT_EQ(records_directory(), expected);
     clearenv();
     EXPECT_EQ(records_directory(), expected);
-}
-
-TEST(RecordsDirectory, creates_nothing) {
-    const std::string directory = records_directory();
-    const bool before = std::filesystem::exists(directory);
-    EXPECT_EQ(std::filesystem::exists(records_directory()), before);
 }
 
 /// What records_directory() says in a process of a user without a password entry.

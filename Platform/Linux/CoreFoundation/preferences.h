@@ -3,10 +3,12 @@
 #ifndef TEXPROBE_PLATFORM_PREFERENCES_H
 #define TEXPROBE_PLATFORM_PREFERENCES_H
 
+#include <chrono>
 #include <map>
 #include <mutex>
 #include <optional>
 #include <string>
+#include <utility>
 
 #include "store.h"
 #include "value.h"
@@ -16,7 +18,9 @@ namespace texprobe::platform {
 /// May be used by several threads.
 class Preferences {
 public:
-    explicit Preferences(std::string directory) : store_(std::move(directory)) {}
+    explicit Preferences(std::string directory,
+                         std::chrono::milliseconds patience = Store::kPatience)
+        : store_(std::move(directory), patience) {}
 
     /// The one that the public functions work on. Lives until the process has ended, so that it
     /// serves the destructors of the application's own objects, too.

@@ -1,7 +1,5 @@
 // The public functions, between CoreFoundation objects and the values of the store.
 
-#include <algorithm>
-#include <cctype>
 #include <cstdio>
 #include <optional>
 #include <string>
@@ -75,7 +73,8 @@ void CFPreferencesSetAppValue(CFStringRef key, CFPropertyListRef value, CFString
     if (!key_string || !application) return;
     auto converted = value_of(value);
     if (value && !converted) {
-        std::fprintf(stderr, "*** texprobe records: a value of this type cannot be stored: %s\n",
+        std::fprintf(stderr,
+                     "*** texprobe records: %s: only booleans, doubles and strings can be stored\n",
                      key_string->text.c_str());
         return;
     }

@@ -1,0 +1,107 @@
+// A user's store in a folder of the test, looked at with our code and with none of it.
+
+#ifndef TEXPROBE_TESTS_STORE_FIXTURE_H
+#define TEXPROBE_TESTS_STORE_FIXTURE_H
+
+#include <CoreFoundation/preferences.h>
+#include <gtest/gtest.h>
+#include <sqlite3.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <filesystem>
+#include <functional>
+#include <memory>
+#include <stdexcept>
+#include <string>
+
+#include "platform/scratch_folder.h"
+
+namespace texprobe::tests {
+
+using platform::Changes;
+using platform::Preferences;
+using platform::Value;
+
+/// Executes SQL on a database; the rows' columns joined by "|", each row ended by a line feed.
+inline std::string query(const std::filesystem::path& database, const std::string& sql) {
+    sqlite3* opened = nullptr;
+    sqlite3_open(database.c_str(), &opened);
+    const std::unique_ptr<sqlite3, int (*)(sqlite3*)> closing(opened, sqlite3_close);
+    std::string rows;
+    const auto collect = [](void* text, int count, char** columns, char**) {
+        for (int i = 0; i < count; ++i) {
+            if (i > 0) *static_cast<std::string*>(text) += '|';
+            *static_cast<std::string*>(text) += columns[i] ? columns[i] : "NULL";
+        }
+        *static_cast<std::string*>(text) += '\n';
+        return 0;
+    };
+    if (sqlite3_exec(opened, sql.c_str(), collect, &rows, nullptr) != SQLITE_OK) {
+        throw std::runtime_error(sql + ": " + sqlite3_errmsg(opened));
+    }
+    return rows;
+}
+
+/// What `action` writes to standard error.
+inline std::string errors_of(const std::function<void()>& action) {
+    testing::internal::CaptureStderr();
+    action();
+    return testing::internal::GetCapturedStderr();
+}
+
+/// Runs `action` in a process of its own, as an ordinary user if this one is root. True when it
+/// returned true and did not die.
+inline bool in_child(const std::function<bool()>& action, uid_t user = geteuid()) {
+    std::fflush(nullptr);
+    const pid_t child = fork();
+    if (child == 0) {
+        const bool became = user == geteuid() || setresuid(user, user, user) == 0;
+        _exit(became && action() ? 0 : 1);
+    }
+    int status = 0;
+    waitpid(child, &status, 0);
+    return status == 0;
+}
+
+/// Somebody who is not root and not likely to be the user who runs the tests.
+constexpr uid_t kAnotherUser = 54321;
+
+class StoreFixture : public testing::Test {
+protected:
+    static constexpr const char* kApp = "org.example.app";
+
+    const std::filesystem::path& home() const { return folder_.path(); }
+    std::filesystem::path config() const { return home() / ".config"; }
+    std::filesystem::path directory() const { return config() / "texprobe"; }
+    std::filesystem::path database() const { return directory() / "records.sqlite3"; }
+    std::filesystem::path aside(int number) const {
+        return database().string() + ".damaged-" + std::to_string(number);
+    }
+
+    std::string rows(const std::string& sql) const { return query(database(), sql); }
+
+    /// Sets one value and synchronizes, as a process of its own would.
+    void write(const std::string& key, const Value& value) const {
+        Preferences preferences(directory());
+        preferences.change(kApp, {{key, value}});
+        if (!preferences.synchronize(kApp)) throw std::runtime_error("cannot write " + key);
+    }
+
+    /// The value as another process sees it.
+    std::optional<Value> read(const std::string& key) const {
+        return Preferences(directory()).value(kApp, key);
+    }
+
+    mode_t mode_of(const std::filesystem::path& path) const {
+        return static_cast<mode_t>(std::filesystem::status(path).permissions());
+    }
+
+private:
+    ScratchFolder folder_;
+};
+
+}  // namespace texprobe::tests
+
+#endif
