@@ -209,6 +209,10 @@ bool FakeTool::has_stopped() const {
     return fs::exists(file(".stopped"));
 }
 
+bool FakeTool::has_died() const {
+    return fs::exists(file(".died"));
+}
+
 std::vector<std::string> lines_of(const std::string& text) {
     std::vector<std::string> lines;
     std::istringstream stream(text);

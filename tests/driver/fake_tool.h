@@ -69,6 +69,8 @@ public:
 
     /// Whether a process stopped itself.
     bool has_stopped() const;
+    /// Whether a process died a death that was to happen once.
+    bool has_died() const;
 
 private:
     pid_t start(const std::vector<std::string>& arguments, const std::string& program) const;

@@ -1,0 +1,220 @@
+// A process that dies at any call of a run over sixteen formats, under safe mode, costs the verdict
+// of the test that it was in, and nothing else.
+//
+// Inside a test the driver dies whenever that test is tried. Outside, a death that repeated would
+// keep safe mode looping by contract: there it dies once.
+
+#include <gtest/gtest.h>
+
+#include <array>
+
+#include "driver/fake_tool.h"
+#include "driver/golden.h"
+#include "fault_rows.h"
+
+namespace texprobe::tests {
+namespace {
+
+constexpr std::array<const char*, 7> kWays = {"SIGSEGV",  "SIGABRT",   "SIGBUS", "SIGKILL",
+                                              "_exit(1)", "exit(255)", "SIGSTOP"};
+constexpr std::size_t kShards = 16;
+
+/// One call of a run without deaths, and what a death there must cost.
+struct Call {
+    enum class Place { kTest, kStore, kOutside };
+    Place place;
+    std::string order;  ///< Where to die, as the fakes are told.
+    std::string test;   ///< The key whose verdict it costs; empty: none.
+};
+
+bool begins_with(const std::string& text, const std::string& word) {
+    return text.compare(0, word.size(), word) == 0;
+}
+
+/// The key of a flag that a call writes; empty for any other call.
+std::string written_flag(const std::string& call) {
+    const std::string write = "CFPreferencesSetAppValue(";
+    if (!begins_with(call, write)) return {};
+    const std::string rest = call.substr(write.size());
+    const bool isFlag = rest.find(", true, ") != rest.npos || rest.find(", false, ") != rest.npos;
+    return isFlag ? rest.substr(0, rest.find(',')) : std::string();
+}
+
+/// Follows the recording rule through the calls of a run: a test costs its verdict from the moment
+/// its provisional false is on disk until its verdict is.
+class CallReader {
+public:
+    Call read(const std::string& text) {
+        ++calls_;
+        const std::string flag = written_flag(text);
+        if (!running_.empty() && flag.empty()) {
+            return {Call::Place::kTest, "in " + running_ + " " + std::to_string(++callsInTest_),
+                    running_};
+        }
+        const bool isStore = begins_with(text, "CFPreferences");
+        const Call call = {isStore ? Call::Place::kStore : Call::Place::kOutside,
+                           "once at " + std::to_string(calls_), unsettled_};
+        follow(flag, begins_with(text, "CFPreferencesAppSynchronize"));
+        return call;
+    }
+
+private:
+    void follow(const std::string& flag, bool isSynchronize) {
+        if (!flag.empty() && flag == running_) {
+            running_.clear();
+        } else if (!flag.empty()) {
+            provisional_ = flag;
+        } else if (isSynchronize) {
+            unsettled_ = running_ = provisional_;
+            provisional_.clear();
+            callsInTest_ = 0;
+        }
+    }
+
+    unsigned calls_ = 0;
+    unsigned callsInTest_ = 0;
+    std::string provisional_;  // Written false, not on disk yet.
+    std::string running_;
+    std::string unsettled_;  // False on disk, whatever its verdict.
+};
+
+std::vector<Call> calls_of_a_run() {
+    const FakeTool tool(kOneRenderer + "log\n");
+    tool.run();
+    const std::vector<std::string> lines = tool.calls();
+    CallReader reader;
+    std::vector<Call> calls;
+    for (std::size_t i = 1; i < lines.size(); ++i) calls.push_back(reader.read(lines[i]));
+    return calls;
+}
+
+/// The records that must be there when `test` is the one that died.
+Values expected_records(const std::string& test) {
+    Values records = golden_records();
+    if (test.empty()) return records;
+    records[test] = "false";
+    for (const Format& format : kFormats) {
+        const std::string prefix = std::string(format.name) + "_";
+        const bool isSupported = test == prefix + "SUPPORTED";
+        if (isSupported) {
+            for (const char* key : {"RENDERABLE", "UPLOAD_SET", "UPLOAD_RESET"}) {
+                records.erase(prefix + key);
+            }
+        }
+        if (isSupported || test == prefix + "RENDERABLE") {
+            records.erase(prefix + "DOWNLOAD_GET");
+            records.erase(prefix + "DOWNLOAD_READ");
+        }
+    }
+    return records;
+}
+
+unsigned differences(const Values& actual, const Values& expected) {
+    unsigned count = 0;
+    for (const auto& [key, value] : expected) {
+        const auto found = actual.find(key);
+        count += found == actual.end() || found->second != value;
+    }
+    for (const auto& entry : actual) count += expected.count(entry.first) == 0;
+    return count;
+}
+
+/// Runs safe mode with a death, and checks what is left.
+void try_death(FakeTool* tool, const Call& call, const std::string& way, FaultCount* count) {
+    SCOPED_TRACE("die " + way + " " + call.order);
+    tool->remove_records();
+    tool->set_script(kOneRenderer + "die " + way + " " + call.order + "\n");
+    const ToolRun run = tool->run({"--safe"});
+    const unsigned lost = differences(tool->records(), expected_records(call.test));
+    EXPECT_FALSE(run.hung);
+    EXPECT_TRUE(run.exited_with(0));
+    EXPECT_EQ(lost, 0u);
+    EXPECT_EQ(tool->has_stopped(), way == "SIGSTOP");
+    EXPECT_TRUE(tool->has_died() || call.place == Call::Place::kTest);
+    ++count->cases;
+    count->lostVerdicts += lost;
+    count->hangs += run.hung;
+}
+
+class DeathAtEveryCallTest : public testing::TestWithParam<std::size_t> {
+protected:
+    /// Of the calls at `place`, those of this shard, each with one way of dying.
+    void try_each(Call::Place place, const std::string& fault) {
+        FakeTool tool(kOneRenderer);
+        FaultCount count;
+        const std::vector<Call> calls = calls_of_a_run();
+        for (std::size_t i = GetParam(); i < calls.size(); i += kShards * FAULT_STRIDE) {
+            if (calls[i].place != place) continue;
+            try_death(&tool, calls[i], kWays[i / kShards % 6], &count);
+        }
+        EXPECT_GT(count.cases, 0u);
+        write_fault_row(fault, std::to_string(GetParam()), count);
+    }
+};
+
+TEST_P(DeathAtEveryCallTest, inside_a_test_costs_that_verdict_alone) {
+    try_each(Call::Place::kTest, "Driver dies at a call inside a test, whenever it is tried");
+}
+
+TEST_P(DeathAtEveryCallTest, at_a_store_operation_costs_at_most_the_verdict_not_yet_on_disk) {
+    try_each(Call::Place::kStore, "Process dies before a store operation");
+}
+
+INSTANTIATE_TEST_SUITE_P(Shard, DeathAtEveryCallTest, testing::Range<std::size_t>(0, kShards));
+
+TEST(DeathOutsideTest, outside_the_tests_costs_at_most_the_verdict_not_yet_on_disk) {
+    FakeTool tool(kOneRenderer);
+    FaultCount count;
+    std::size_t way = 0;
+    for (const Call& call : calls_of_a_run()) {
+        if (call.place == Call::Place::kOutside) {
+            try_death(&tool, call, kWays[way++ % 6], &count);
+        }
+    }
+    EXPECT_GT(count.cases, 20u);
+    write_fault_row("Driver dies at a call outside the tests", "all", count);
+}
+
+class WayOfDyingTest : public testing::TestWithParam<const char*> {};
+
+TEST_P(WayOfDyingTest, costs_no_more_than_any_other) {
+    // A step without a common factor with what a format's tests have in common.
+    constexpr std::size_t kStep = 101;
+    FakeTool tool(kOneRenderer);
+    FaultCount count;
+    const std::vector<Call> calls = calls_of_a_run();
+    for (std::size_t i = 7; i < calls.size(); i += kStep * FAULT_STRIDE) {
+        try_death(&tool, calls[i], GetParam(), &count);
+    }
+    EXPECT_GT(count.cases, 0u);
+    write_fault_row(std::string("Any call, by ") + GetParam(), "sample", count);
+}
+
+INSTANTIATE_TEST_SUITE_P(Ways, WayOfDyingTest, testing::ValuesIn(kWays), [](const auto& test) {
+    std::string name = test.param;
+    for (char& c : name) {
+        if (c == '(' || c == ')') c = '_';
+    }
+    return name;
+});
+
+TEST(CallReaderTest, run_has_a_known_number_of_calls_of_each_place) {
+    std::array<std::size_t, 3> counts = {};
+    std::size_t unsettled = 0;
+    for (const Call& call : calls_of_a_run()) {
+        ++counts[static_cast<std::size_t>(call.place)];
+        unsettled += call.place == Call::Place::kOutside && !call.test.empty();
+    }
+    // Six tests of 3, 4, 35, 33, 29 and 29 calls. Flags: a read, a write, a synchronize and a
+    // write. The others: the version's read, write and synchronize, sixteen removals, three strings
+    // and the last synchronize.
+    EXPECT_EQ(counts[0], 16u * (3 + 4 + 35 + 33 + 29 + 29));
+    EXPECT_EQ(counts[1], 96u * 4 + 3 + 16 + 4);
+    // 7 of the listing, 16 of the set-up, 3 strings, 4 at the end; of these the strings alone lie
+    // between a verdict and its synchronize.
+    EXPECT_EQ(counts[2], 7u + 16 + 3 + 4);
+    EXPECT_EQ(unsettled, 3u);
+}
+
+}  // namespace
+}  // namespace texprobe::tests
