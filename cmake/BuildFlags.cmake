@@ -4,6 +4,8 @@ function(texprobe_target target)
   set_target_properties(${target} PROPERTIES CXX_EXTENSIONS OFF CXX_VISIBILITY_PRESET hidden
                                              VISIBILITY_INLINES_HIDDEN ON)
   target_compile_options(${target} PRIVATE -Wall -Wextra -Wpedantic -Wconversion -Wshadow)
+  # A unique symbol cannot be made local, so it would clash with an application's (Exports.cmake).
+  target_compile_options(${target} PRIVATE $<$<CXX_COMPILER_ID:GNU>:-fno-gnu-unique>)
   if(TEXPROBE_WERROR)
     target_compile_options(${target} PRIVATE -Werror)
   endif()

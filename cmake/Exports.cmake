@@ -7,7 +7,13 @@ function(texprobe_hide_internals target)
   if(type STREQUAL "SHARED_LIBRARY")
     texprobe_export_class_only(${target})
   elseif(NOT APPLE AND NOT TEXPROBE_SANITIZE AND NOT TEXPROBE_COVERAGE)
-    texprobe_close_archive(${target})
+    # GNU's, whatever the compiler links with: others cannot dissolve groups.
+    find_program(GNU_LD NAMES ld.bfd)
+    if(GNU_LD)
+      texprobe_close_archive(${target})
+    else()
+      message(STATUS "No ld.bfd: the static library shows its CoreFoundation, CoreGraphics and CGL")
+    endif()
   endif()
 endfunction()
 
@@ -22,15 +28,16 @@ function(texprobe_export_class_only target)
   endif()
 endfunction()
 
-# An archive has no export list: visibility means nothing until a final link. So its members are linked
-# into one, in which every hidden symbol is local. Section groups are dissolved first, because a group
-# that is also in the application would be dropped here and leave local symbols without a section.
+# An archive has no export list, and visibility means nothing before a final link. So its members are
+# linked into one, in which everything but the class is local. Section groups are dissolved first, because
+# a group that is also in the application would be dropped here and leave local symbols without a section.
 function(texprobe_close_archive target)
   set(object ${CMAKE_CURRENT_BINARY_DIR}/${target}-closed.o)
   add_custom_command(TARGET ${target} POST_BUILD VERBATIM
-    COMMAND ${CMAKE_LINKER} -r --force-group-allocation -o ${object}
+    COMMAND ${GNU_LD} -r --force-group-allocation -o ${object}
             --whole-archive $<TARGET_FILE:${target}>
-    COMMAND ${CMAKE_OBJCOPY} --localize-hidden ${object}
+    COMMAND ${CMAKE_OBJCOPY} --wildcard --keep-global-symbol=_ZN3qor8TexProbe*
+            --keep-global-symbol=_ZNK3qor8TexProbe* ${object}
     COMMAND ${CMAKE_COMMAND} -E rm $<TARGET_FILE:${target}>
     COMMAND ${CMAKE_AR} qcs $<TARGET_FILE:${target}> ${object})
 endfunction()
