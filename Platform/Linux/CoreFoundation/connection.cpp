@@ -1,8 +1,8 @@
 #include "connection.h"
 
 #include <bit>
+#include <cerrno>
 #include <cmath>
-#include <cstring>
 #include <limits>
 #include <utility>
 
@@ -325,13 +325,10 @@ void Connection::rollback() {
     has_table_ = false;
 }
 
-std::string Connection::reason(int code) const {
-    const int system_error = database_ ? sqlite3_system_errno(database_.get()) : 0;
-    const int primary = code & 0xff;
-    const bool is_systems = primary == SQLITE_IOERR || primary == SQLITE_CANTOPEN;
-    if (is_systems && system_error != 0) return std::strerror(system_error);
-    if (primary == SQLITE_FORMAT) return "it holds other tables than records";
-    return sqlite3_errstr(primary);
+int Connection::system_error() const {
+    const int error = database_ ? sqlite3_system_errno(database_.get()) : 0;
+    // Left over from SQLite's looking for files that need not be there.
+    return error == ENOENT ? 0 : error;
 }
 
 }  // namespace texprobe::platform

@@ -63,8 +63,9 @@ public:
     int commit();
     void rollback();
 
-    /// Why the last function failed, in words.
-    std::string reason(int code) const;
+    /// What the system said when SQLite last failed to open, read or write; 0 where that is not
+    /// known.
+    int system_error() const;
 
 private:
     struct Close {

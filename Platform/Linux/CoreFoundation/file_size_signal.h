@@ -18,15 +18,20 @@ public:
         sigemptyset(&signal_);
         sigaddset(&signal_, SIGXFSZ);
         pthread_sigmask(SIG_BLOCK, &signal_, &before_);
-        sigset_t pending;
-        sigpending(&pending);
-        was_pending_ = sigismember(&pending, SIGXFSZ) == 1;
+        was_pending_ = is_pending();
     }
     ~FileSizeSignalBlocked() {
         const timespec at_once{0, 0};
         if (!was_pending_) sigtimedwait(&signal_, nullptr, &at_once);
         pthread_sigmask(SIG_SETMASK, &before_, nullptr);
     }
+    /// Whether a write has met the limit, seen from inside.
+    static bool is_pending() {
+        sigset_t pending;
+        sigpending(&pending);
+        return sigismember(&pending, SIGXFSZ) == 1;
+    }
+
     FileSizeSignalBlocked(const FileSizeSignalBlocked&) = delete;
     FileSizeSignalBlocked& operator=(const FileSizeSignalBlocked&) = delete;
 

@@ -48,8 +48,9 @@ void Preferences::change(const std::string& application, Changes changes) {
 bool Preferences::synchronize(const std::string& application) {
     const std::lock_guard lock(mutex_);
     auto& [records, is_known] = applications_[application];
-    is_known = true;
-    return store_.synchronize(application, &records);
+    const bool synchronized = store_.synchronize(application, &records);
+    is_known = is_known || synchronized;
+    return synchronized;
 }
 
 void Preferences::close() {

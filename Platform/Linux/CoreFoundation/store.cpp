@@ -12,6 +12,7 @@ namespace texprobe::platform {
 namespace {
 
 constexpr std::chrono::milliseconds kShortPatience{100};
+constexpr const char* kLocked = "another process keeps it locked";
 
 /// One line stays one line, whatever the path holds.
 std::string printable(std::string text) {
@@ -46,6 +47,10 @@ bool is_about_content(int code) {
         default:
             return false;
     }
+}
+
+bool is_about_lock(int code) {
+    return (code & 0xff) == SQLITE_BUSY || (code & 0xff) == SQLITE_LOCKED;
 }
 
 }  // namespace
@@ -89,7 +94,9 @@ bool Store::use(const std::string& application, ApplicationRecords* records, Pur
         records->revision = 0;
         return true;
     }
-    report(failure->path + failure->reason, "cannot use " + failure->path + ": " + failure->reason);
+    // One disk's trouble has many names, depending on where it is met: the first one says it.
+    const std::string cause = failure->error != 0 ? "disk" : failure->reason;
+    report(failure->path + cause, "cannot use " + failure->path + ": " + failure->reason);
     return false;
 }
 
@@ -97,6 +104,10 @@ Store::Failure Store::attempt(const std::string& application, ApplicationRecords
                               Purpose purpose) {
     if (Failure failure = have_directory(purpose)) return failure;
     const DirectoryLock lock(directory_, DirectoryLock::Mode::kShared, present_patience_);
+    if (lock.error() == EWOULDBLOCK) {
+        present_patience_ = kShortPatience;
+        return Problem{directory_, kLocked};
+    }
     if (lock.error() != 0) {
         return Problem{directory_, std::strerror(lock.error()), lock.error()};
     }
@@ -212,19 +223,35 @@ int Store::apply(const std::string& application, const ApplicationRecords& recor
 }
 
 Problem Store::failed(int code) {
-    const int primary = code & 0xff;
-    Problem problem{path_, connection_.reason(code)};
-    if (primary == SQLITE_BUSY || primary == SQLITE_LOCKED) {
-        problem.reason = "another process keeps it locked";
+    Problem problem{path_, sqlite3_errstr(code & 0xff)};
+    if (is_about_lock(code)) {
+        problem.reason = kLocked;
         present_patience_ = kShortPatience;
         connection_.set_patience(present_patience_);
+    } else if (is_about_content(code)) {
+        problem.is_damage = access_ != Access::kFrozen;
+        if (code == SQLITE_FORMAT) problem.reason = "it holds other tables than records";
+    } else {
+        problem.error = disk_error(code);
+        if (problem.error != 0) problem.reason = std::strerror(problem.error);
+        // A file that SQLite calls read-only although the system does not has a damaged header.
+        const bool is_readonly = (code & 0xff) == SQLITE_READONLY;
+        problem.is_damage = is_readonly && problem.error == 0 && access_ != Access::kFrozen;
     }
-    // A file that SQLite calls read-only although the system does not has a damaged header.
-    const bool claims_to_be_readonly =
-        primary == SQLITE_READONLY && is_writable(path_) && is_writable(directory_);
-    problem.is_damage =
-        access_ != Access::kFrozen && (is_about_content(code) || claims_to_be_readonly);
     return problem;
+}
+
+/// SQLite's codes name the operation that failed. The reason is what its user can do something
+/// about.
+int Store::disk_error(int code) const {
+    for (const std::string& path : {directory_, path_}) {
+        if (const int error = writing_error(path)) return error;
+    }
+    if (FileSizeSignalBlocked::is_pending()) return EFBIG;
+    if ((code & 0xff) == SQLITE_FULL) return ENOSPC;
+    if ((code & 0xff) == SQLITE_READONLY) return 0;
+    const int error = connection_.system_error();
+    return error == 0 && (code & 0xff) == SQLITE_IOERR ? EIO : error;
 }
 
 /// Puts the damaged file out of the way; the next one to write begins a new one. False when that is

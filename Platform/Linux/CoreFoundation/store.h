@@ -70,6 +70,7 @@ private:
     Failure write(const std::string& application, ApplicationRecords* records);
     int apply(const std::string& application, const ApplicationRecords& records);
     Problem failed(int code);
+    int disk_error(int code) const;
     bool begin_anew(const Problem& damage);
     void report(const std::string& cause, const std::string& line);
 

@@ -174,8 +174,8 @@ bool is_on_network(const std::string& path) {
            is_network_file_system(static_cast<unsigned long>(status.f_type) & 0xFFFFFFFF);
 }
 
-bool is_writable(const std::string& path) {
-    return faccessat(AT_FDCWD, path.c_str(), W_OK, AT_EACCESS) == 0;
+int writing_error(const std::string& path) {
+    return faccessat(AT_FDCWD, path.c_str(), W_OK, AT_EACCESS) == 0 ? 0 : errno;
 }
 
 std::optional<Problem> set_aside(const std::string& path, std::string* aside) {

@@ -54,8 +54,8 @@ std::optional<std::string> foreign_link(const std::string& path);
 bool is_network_file_system(unsigned long type);
 bool is_on_network(const std::string& path);
 
-/// Whether this process may change the file's content.
-bool is_writable(const std::string& path);
+/// Why this process may not change the file or the directory; 0 when it may.
+int writing_error(const std::string& path);
 
 /// Renames a database and what SQLite keeps beside it, and says how it is called now.
 std::optional<Problem> set_aside(const std::string& path, std::string* aside);
