@@ -1,0 +1,146 @@
+// The example application: what a person sees of it, whole.
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <pty.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <array>
+#include <cstdio>
+
+#include "support/tool_folder.h"
+
+namespace texprobe::tests {
+namespace {
+
+using testing::EndsWith;
+using testing::HasSubstr;
+
+const std::array<const char*, 16> kFormats = {
+    "GL_LUMINANCE8",       "GL_LUMINANCE8_ALPHA8",      "GL_RGB8",       "GL_RGBA8",
+    "GL_LUMINANCE16",      "GL_LUMINANCE16_ALPHA16",    "GL_RGB16",      "GL_RGBA16",
+    "GL_LUMINANCE16F_ARB", "GL_LUMINANCE_ALPHA16F_ARB", "GL_RGB16F_ARB", "GL_RGBA16F_ARB",
+    "GL_LUMINANCE32F_ARB", "GL_LUMINANCE_ALPHA32F_ARB", "GL_RGB32F_ARB", "GL_RGBA32F_ARB"};
+const std::array<const char*, 6> kCapabilities = {
+    "_SUPPORTED", "_RENDERABLE", "_UPLOAD_SET", "_UPLOAD_RESET", "_DOWNLOAD_GET", "_DOWNLOAD_READ"};
+
+std::string right_aligned(const std::string& text, std::size_t visible_width) {
+    std::string result(9 - visible_width, ' ');
+    result += text;
+    return result;
+}
+
+/// All that can be read from a descriptor until its other end is closed.
+std::string read_all(int descriptor) {
+    std::string text;
+    std::array<char, 4096> buffer{};
+    for (ssize_t size = 0; (size = read(descriptor, buffer.data(), buffer.size())) > 0;) {
+        text.append(buffer.data(), static_cast<std::size_t>(size));
+    }
+    return text;
+}
+
+class Example : public testing::Test {
+protected:
+    Example() { std::filesystem::copy_file(EXAMPLE, program()); }
+
+    std::filesystem::path program() const { return folder_.path() / "texformats"; }
+
+    /// Runs the example with words of a shell, its standard error with its output; returns both.
+    std::string run(const std::string& arguments) {
+        std::string command = "env -i '";
+        command += program();
+        command += "' " + arguments;
+        FILE* pipe = popen(command.c_str(), "re");
+        if (!pipe) return "popen failed";
+        const std::string text = read_all(fileno(pipe));
+        status_ = pclose(pipe);
+        return text;
+    }
+
+    /// Runs it on a terminal; returns what a person would see, with its colours.
+    std::string run_on_terminal(const char* variable) {
+        int terminal = -1;
+        const pid_t process = forkpty(&terminal, nullptr, nullptr, nullptr);
+        if (process == 0) {
+            execle(program().c_str(), program().c_str(), nullptr,
+                   std::array<const char*, 2>{variable, nullptr}.data());
+            _exit(127);
+        }
+        std::string text = read_all(terminal);
+        close(terminal);
+        waitpid(process, &status_, 0);
+        // The terminal's own line ends.
+        for (std::size_t at = 0; (at = text.find('\r')) != std::string::npos;) text.erase(at, 1);
+        return text;
+    }
+
+    /// The table of the recorded verdicts.
+    std::string table(bool colour) const {
+        const RecordSets sets = folder_.records();
+        EXPECT_EQ(sets.size(), 1u);
+        const Records& records = sets.begin()->second;
+        std::string text = records.at("GL_RENDERER").substr(std::string("string ").size()) + "\n\n";
+        text += "                            create   render      set    reset      get     read\n";
+        for (const std::string format : kFormats) {
+            text += format + std::string(25 - format.size(), ' ');
+            for (const char* capability : kCapabilities) {
+                const bool verdict = records.at(format + capability) == "boolean 1";
+                if (colour) {
+                    text += right_aligned(verdict ? "\033[32m✓\033[0m" : "\033[31m✗\033[0m", 1);
+                } else {
+                    text += verdict ? right_aligned("yes", 3) : right_aligned("no", 2);
+                }
+            }
+            text += '\n';
+        }
+        return text;
+    }
+
+    const ToolFolder folder_{TOOL};
+    int status_ = -1;
+};
+
+TEST_F(Example, measures_once_with_the_tool_beside_it_and_prints_the_table) {
+    const std::string first = run("2>/dev/null");
+    EXPECT_THAT(first, EndsWith(table(false)));
+    EXPECT_THAT(first, HasSubstr("] testing...\n"));
+    EXPECT_EQ(status_, 0);
+    EXPECT_EQ(run("2>&1"), table(false));
+    EXPECT_EQ(status_, 0);
+}
+
+TEST_F(Example, prints_ticks_and_crosses_in_colour_on_a_terminal) {
+    folder_.run();
+    EXPECT_EQ(run_on_terminal("TERM=dumb"), table(true));
+    EXPECT_EQ(status_, 0);
+}
+
+TEST_F(Example, prints_words_on_a_terminal_of_who_wants_no_colour) {
+    folder_.run();
+    EXPECT_EQ(run_on_terminal("NO_COLOR=1"), table(false));
+    // An empty value is no wish.
+    EXPECT_EQ(run_on_terminal("NO_COLOR="), table(true));
+}
+
+TEST_F(Example, takes_the_path_of_a_tool) {
+    EXPECT_THAT(run("/no/such/tool 2>&1"), EndsWith(": /no/such/tool: not found\n"
+                                                    "Running texprobe failed\n"
+                                                    "*** texprobe() failed\n"
+                                                    "unsupported texture format: 0x8058\n"));
+    EXPECT_EQ(WEXITSTATUS(status_), 1);
+}
+
+TEST_F(Example, says_how_it_is_used) {
+    std::string usage = "Usage: ";
+    usage += program();
+    usage += " [TOOL]\n";
+    for (const char* arguments : {"--help 2>&1", "one two 2>&1", "-x 2>&1"}) {
+        EXPECT_EQ(run(arguments), usage);
+        EXPECT_EQ(WEXITSTATUS(status_), 1);
+    }
+}
+
+}  // namespace
+}  // namespace texprobe::tests
