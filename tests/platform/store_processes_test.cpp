@@ -1,0 +1,216 @@
+// Several processes on one store, forks, and deaths.
+
+#include <atomic>
+#include <csignal>
+#include <fstream>
+#include <thread>
+#include <vector>
+
+#include "platform/store_fixture.h"
+
+namespace {
+
+namespace fs = std::filesystem;
+using namespace std::chrono_literals;
+using texprobe::platform::Access;
+using texprobe::platform::Connection;
+using texprobe::platform::Journal;
+using texprobe::platform::same;
+using texprobe::tests::in_child;
+using texprobe::tests::Preferences;
+using texprobe::tests::query;
+
+class StoreProcesses : public texprobe::tests::StoreFixture {
+protected:
+    /// Whether this process has a file of the store open.
+    bool has_open_files() const {
+        for (const auto& entry : fs::directory_iterator("/proc/self/fd")) {
+            std::error_code gone;
+            const fs::path target = fs::read_symlink(entry.path(), gone);
+            if (target.string().rfind(directory().string(), 0) == 0) return true;
+        }
+        return false;
+    }
+};
+
+TEST_F(StoreProcesses, lose_nothing_of_each_other) {
+    constexpr int kProcesses = 4;
+    constexpr int kRecords = 25;
+    std::vector<pid_t> children;
+    for (int i = 0; i < kProcesses; ++i) {
+        const pid_t child = fork();
+        if (child != 0) {
+            children.push_back(child);
+            continue;
+        }
+        Preferences preferences(directory());
+        bool good = true;
+        for (int j = 0; j < kRecords; ++j) {
+            preferences.change(kApp, {{std::to_string(kRecords * i + j), true}});
+            good = preferences.synchronize(kApp) && good;
+        }
+        preferences.close();
+        _exit(good ? 0 : 1);
+    }
+    for (const pid_t child : children) {
+        int status = 0;
+        waitpid(child, &status, 0);
+        EXPECT_EQ(status, 0);
+    }
+    EXPECT_EQ(rows("SELECT count(*) FROM records"), "100\n");
+    EXPECT_EQ(rows("PRAGMA integrity_check"), "ok\n");
+}
+
+TEST_F(StoreProcesses, that_damage_meets_together_put_it_aside_once) {
+    for (int round = 0; round < 10; ++round) {
+        fs::create_directories(directory());
+        std::ofstream(database()) << "damage";
+        std::vector<pid_t> children;
+        for (int i = 0; i < 4; ++i) {
+            const pid_t child = fork();
+            if (child != 0) {
+                children.push_back(child);
+                continue;
+            }
+            close(STDERR_FILENO);
+            write(std::to_string(i), true);
+            _exit(0);
+        }
+        for (const pid_t child : children) {
+            int status = 0;
+            waitpid(child, &status, 0);
+            EXPECT_EQ(status, 0);
+        }
+        EXPECT_EQ(rows("SELECT count(*) FROM records"), "4\n");
+        EXPECT_FALSE(fs::exists(aside(2)));
+        fs::remove_all(config());
+    }
+}
+
+TEST_F(StoreProcesses, that_are_killed_while_they_hold_the_lock_free_it) {
+    write("key", true);
+    int ends[2];
+    ASSERT_EQ(pipe(ends), 0);
+    const pid_t child = fork();
+    if (child == 0) {
+        Connection connection;
+        connection.open(database(), Access::kReadWrite);
+        const bool locked = connection.begin(Journal::kWriteAhead) == SQLITE_OK &&
+                            connection.set(kApp, "key", false) == SQLITE_OK;
+        if (::write(ends[1], locked ? "1" : "0", 1) == 1) pause();
+        _exit(1);
+    }
+    char locked = '?';
+    ASSERT_EQ(::read(ends[0], &locked, 1), 1);
+    EXPECT_EQ(locked, '1');
+    Preferences impatient(directory(), 50ms);
+    impatient.change(kApp, {{"other", true}});
+    testing::internal::CaptureStderr();
+    EXPECT_FALSE(impatient.synchronize(kApp));
+    testing::internal::GetCapturedStderr();
+    kill(child, SIGKILL);
+    waitpid(child, nullptr, 0);
+    EXPECT_TRUE(impatient.synchronize(kApp));
+    EXPECT_TRUE(same(*read("key"), true));
+    close(ends[0]);
+    close(ends[1]);
+}
+
+TEST_F(StoreProcesses, that_are_killed_at_any_moment_lose_nothing_that_they_synchronized) {
+    for (int round = 0; round < 20; ++round) {
+        int ends[2];
+        ASSERT_EQ(pipe(ends), 0);
+        const pid_t child = fork();
+        if (child == 0) {
+            Preferences preferences(directory());
+            for (unsigned char i = 0;; ++i) {
+                preferences.change(kApp, {{std::to_string(i), true}});
+                if (!preferences.synchronize(kApp) || ::write(ends[1], &i, 1) != 1) _exit(1);
+            }
+        }
+        close(ends[1]);
+        unsigned char last = 0;
+        unsigned char next = 0;
+        for (int i = 0; i <= round && ::read(ends[0], &next, 1) == 1; ++i) last = next;
+        kill(child, SIGKILL);
+        while (::read(ends[0], &next, 1) == 1) last = next;
+        close(ends[0]);
+        waitpid(child, nullptr, 0);
+        Preferences preferences(directory());
+        for (int i = 0; i <= last; ++i) {
+            EXPECT_TRUE(preferences.value(kApp, std::to_string(i)).has_value()) << i;
+        }
+        preferences.close();
+        EXPECT_EQ(rows("PRAGMA integrity_check"), "ok\n");
+        fs::remove_all(config());
+    }
+}
+
+/// On the process's own preferences, which know of forks.
+class Forks : public StoreProcesses {
+protected:
+    static Preferences& preferences() { return Preferences::of_process(); }
+
+    /// Beside the executable, as long as the test's own application is used.
+    fs::path directory_of_process() const {
+        return fs::read_symlink("/proc/self/exe").parent_path() / "records";
+    }
+    void SetUp() override {
+        app_ = testing::UnitTest::GetInstance()->current_test_info()->name();
+        app_ += std::to_string(getpid());
+    }
+    void TearDown() override {
+        query(directory_of_process() / "records.sqlite3",
+              "DELETE FROM records WHERE application = '" + app_ + "'");
+    }
+    bool has_open_records() const {
+        for (const auto& entry : fs::directory_iterator("/proc/self/fd")) {
+            std::error_code gone;
+            const fs::path target = fs::read_symlink(entry.path(), gone);
+            if (target.string().rfind(directory_of_process().string(), 0) == 0) return true;
+        }
+        return false;
+    }
+    std::string app_;
+};
+
+TEST_F(Forks, find_nothing_open_and_disturb_nobody) {
+    preferences().change(app_, {{"before", true}});
+    ASSERT_TRUE(preferences().synchronize(app_));
+    EXPECT_TRUE(has_open_records());
+    EXPECT_TRUE(in_child([this] {
+        if (has_open_records()) return false;
+        preferences().change(app_, {{"child", true}});
+        const bool good = preferences().value(app_, "before") && preferences().synchronize(app_);
+        preferences().close();
+        return good;
+    }));
+    preferences().change(app_, {{"after", true}});
+    EXPECT_TRUE(preferences().synchronize(app_));
+    EXPECT_TRUE(preferences().value(app_, "child").has_value());
+}
+
+TEST_F(Forks, while_another_thread_synchronizes_leave_both_processes_working) {
+    std::atomic<bool> done{false};
+    std::thread busy([this, &done] {
+        for (int i = 0; !done; ++i) {
+            preferences().change(app_, {{"busy", i % 2 == 0}});
+            EXPECT_TRUE(preferences().synchronize(app_));
+        }
+    });
+    for (int i = 0; i < 20; ++i) {
+        EXPECT_TRUE(in_child([this, i] {
+            alarm(60);
+            preferences().change(app_, {{std::to_string(i), true}});
+            return preferences().synchronize(app_);
+        })) << i;
+    }
+    done = true;
+    busy.join();
+    ASSERT_TRUE(preferences().synchronize(app_));
+    for (int i = 0; i < 20; ++i) {
+        EXPECT_TRUE(preferences().value(app_, std::to_string(i)).has_value()) << i;
+    }
+}
+
+}  // namespace
