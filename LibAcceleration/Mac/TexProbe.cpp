@@ -366,7 +366,8 @@ TexProbe::~TexProbe() {
 TexProbe::TexFormatCaps TexProbe::GetTextureFormatCaps(CFStringRef appID, CFStringRef formatName) {
     const FlagKeys keys(formatName);
     const auto flag = [&](Capability capability) {
-        return appID && CFPreferencesGetAppBooleanValue(keys[capability], appID, nullptr);
+        Boolean recorded = 0;  // Of no interest: what is absent reads as false.
+        return appID && CFPreferencesGetAppBooleanValue(keys[capability], appID, &recorded);
     };
     TexFormatCaps caps = {};
     caps.supported = flag(kSupported);

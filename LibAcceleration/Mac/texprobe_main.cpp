@@ -36,12 +36,13 @@ bool must_run_again(int status) {
 void test_run_safe(const char* path) {
     std::printf("texprobe[%d] safe mode testing...\n", getpid());
     char buffer[kPathSize];
-    if (std::strlen(path) >= sizeof buffer) {
+    const std::size_t length = std::strlen(path);
+    if (length >= sizeof buffer) {
         std::fprintf(stderr, "texprobe[%d] *** path too long : %zu bytes, at most %zu\n", getpid(),
-                     std::strlen(path), sizeof buffer - 1);
+                     length, sizeof buffer - 1);
         std::exit(1);
     }
-    std::strcpy(buffer, path);
+    std::memcpy(buffer, path, length + 1);
 
     int status = 0;
     do {
