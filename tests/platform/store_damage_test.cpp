@@ -147,6 +147,21 @@ TEST_F(StoreDamage, in_the_middle_of_a_run_does_not_cost_what_the_run_has_writte
     EXPECT_FALSE(preferences.value(kApp, "somebody's").has_value());
 }
 
+TEST_F(StoreDamage, of_the_log_is_noticed_by_a_run_that_has_it_open) {
+    Preferences preferences(directory());
+    Preferences other(directory());
+    preferences.change(kApp, {{"first", true}});
+    ASSERT_TRUE(preferences.synchronize(kApp));
+    other.change(kApp, {{"other", true}});
+    ASSERT_TRUE(other.synchronize(kApp));
+    fs::resize_file(database().string() + "-wal", 0);
+    preferences.change(kApp, {{"second", true}});
+    EXPECT_EQ(errors_of([&preferences] { EXPECT_TRUE(preferences.synchronize(kApp)); }),
+              line("it ends too early", 1));
+    preferences.close();
+    EXPECT_EQ(rows("SELECT key FROM records"), "first\nsecond\n");
+}
+
 TEST_F(StoreDamage, is_put_aside_once_by_two_processes) {
     Preferences one(directory());
     Preferences other(directory());

@@ -153,7 +153,7 @@ int disk_open(sqlite3_vfs*, const char* path, sqlite3_file* file, int flags, int
 
 int disk_delete(sqlite3_vfs*, const char* path, int sync_directory) {
     const int code = tell(DiskEvent::kDelete, path, sync_directory);
-    return code != SQLITE_OK ? code : real_vfs->xDelete(real_vfs, path, sync_directory);
+    return code != SQLITE_OK ? code : real_vfs->xDelete(real_vfs, path, 0);
 }
 
 }  // namespace

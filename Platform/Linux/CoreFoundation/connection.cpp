@@ -253,23 +253,45 @@ int Connection::version(int* version) {
     return stepped == SQLITE_ROW ? SQLITE_OK : stepped;
 }
 
+/// Calls `row` with each record, in the order of the keys, until it returns false.
+int Connection::read_rows(std::string_view application, const Row& row) {
+    sqlite3_stmt* statement = nullptr;
+    int code = prepare(kRead, &statement);
+    if (code == SQLITE_OK) code = bind(statement, 1, application);
+    if (code != SQLITE_OK) return code;
+    bool goes_on = true;
+    while (goes_on && (code = sqlite3_step(statement)) == SQLITE_ROW) {
+        auto key = text_of(statement, 0);
+        auto value = value_of(statement, 1, 2);
+        if (key && value) goes_on = row(std::move(*key), std::move(*value));
+    }
+    sqlite3_reset(statement);
+    return code == SQLITE_ROW || code == SQLITE_DONE ? SQLITE_OK : code;
+}
+
 int Connection::read(std::string_view application, Records* records) {
     records->clear();
     if (!has_table_) {
         const int code = check_schema();
         if (code != SQLITE_OK || !has_table_) return code;
     }
-    sqlite3_stmt* statement = nullptr;
-    int code = prepare(kRead, &statement);
-    if (code == SQLITE_OK) code = bind(statement, 1, application);
+    return read_rows(application, [records](std::string key, Value value) {
+        records->insert_or_assign(records->end(), std::move(key), std::move(value));
+        return true;
+    });
+}
+
+int Connection::confirm(std::string_view application, const Records& records) {
+    auto expected = records.begin();
+    bool agrees = true;
+    const int code = read_rows(application, [&](const std::string& key, const Value& value) {
+        agrees =
+            expected != records.end() && expected->first == key && same(expected->second, value);
+        if (agrees) ++expected;
+        return agrees;
+    });
     if (code != SQLITE_OK) return code;
-    while ((code = sqlite3_step(statement)) == SQLITE_ROW) {
-        auto key = text_of(statement, 0);
-        auto value = value_of(statement, 1, 2);
-        if (key && value) records->insert_or_assign(std::move(*key), std::move(*value));
-    }
-    sqlite3_reset(statement);
-    return code == SQLITE_DONE ? SQLITE_OK : code;
+    return agrees && expected == records.end() ? SQLITE_OK : SQLITE_CORRUPT;
 }
 
 int Connection::choose_journal(Journal journal) {
@@ -327,8 +349,8 @@ void Connection::rollback() {
 
 int Connection::system_error() const {
     const int error = database_ ? sqlite3_system_errno(database_.get()) : 0;
-    // Left over from SQLite's looking for files that need not be there.
-    return error == ENOENT ? 0 : error;
+    // Left over from looking for files that need not be there, and from trying locks.
+    return error == ENOENT || error == EAGAIN ? 0 : error;
 }
 
 }  // namespace texprobe::platform

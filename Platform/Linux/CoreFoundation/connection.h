@@ -12,6 +12,7 @@
 
 #include <array>
 #include <chrono>
+#include <functional>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -60,6 +61,10 @@ public:
     int begin(Journal journal);
     int set(std::string_view application, std::string_view key, const Value& value);
     int remove(std::string_view application, std::string_view key);
+    /// SQLITE_CORRUPT unless reading gives exactly these records. A tree whose order is damaged
+    /// takes a record in one place and looks for it in another.
+    int confirm(std::string_view application, const Records& records);
+
     int commit();
     void rollback();
 
@@ -77,6 +82,8 @@ private:
     using Statement = std::unique_ptr<sqlite3_stmt, Finalize>;
     enum Query { kVersion, kRead, kSet, kRemove, kBegin, kCommit, kRollback, kQueryCount };
 
+    using Row = std::function<bool(std::string key, Value value)>;
+    int read_rows(std::string_view application, const Row& row);
     int execute(const char* sql);
     int prepare(Query query, sqlite3_stmt** statement);
     int run(Query query);

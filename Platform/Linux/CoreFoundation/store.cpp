@@ -34,6 +34,7 @@ bool is_missing(const std::string& path) {
 
 /// What a file with foreign or damaged content answers.
 bool is_about_content(int code) {
+    if (code == SQLITE_IOERR_SHORT_READ) return true;
     switch (code & 0xff) {
         case SQLITE_CORRUPT:
         case SQLITE_NOTADB:
@@ -186,19 +187,17 @@ Store::Failure Store::write(const std::string& application, ApplicationRecords* 
         connection_.rollback();
         return failure;
     }
-    code = apply(application, *records);
+    Records after = records->stored;
+    code = apply(application, records->pending, &after);
+    if (code == SQLITE_OK) code = connection_.confirm(application, after);
     if (code == SQLITE_OK) code = connection_.commit();
     if (code != SQLITE_OK) {
         Problem failure = failed(code);
         connection_.rollback();
         return failure;
     }
+    records->stored = std::move(after);
     for (auto& [key, value] : records->pending) {
-        if (value) {
-            records->stored.insert_or_assign(key, *value);
-        } else {
-            records->stored.erase(key);
-        }
         records->written.insert_or_assign(key, std::move(value));
     }
     records->pending.clear();
@@ -206,16 +205,18 @@ Store::Failure Store::write(const std::string& application, ApplicationRecords* 
 }
 
 /// Leaves alone what is already as it should be: where nothing differs, nothing goes to disk.
-int Store::apply(const std::string& application, const ApplicationRecords& records) {
+int Store::apply(const std::string& application, const Changes& changes, Records* records) {
     int code = SQLITE_OK;
-    for (const auto& [key, value] : records.pending) {
-        const auto stored = records.stored.find(key);
-        const bool is_stored = stored != records.stored.end();
-        if (value && !(is_stored && same(stored->second, *value))) {
-            code = connection_.set(application, key, *value);
-        } else if (!value) {
+    for (const auto& [key, value] : changes) {
+        const auto stored = records->find(key);
+        const bool is_stored = stored != records->end();
+        if (!value) {
             // Also a record that reads as none, so that none is what stays.
             code = connection_.remove(application, key);
+            records->erase(key);
+        } else if (!is_stored || !same(stored->second, *value)) {
+            code = connection_.set(application, key, *value);
+            records->insert_or_assign(key, *value);
         }
         if (code != SQLITE_OK) break;
     }
@@ -231,6 +232,7 @@ Problem Store::failed(int code) {
     } else if (is_about_content(code)) {
         problem.is_damage = access_ != Access::kFrozen;
         if (code == SQLITE_FORMAT) problem.reason = "it holds other tables than records";
+        if (code == SQLITE_IOERR_SHORT_READ) problem.reason = "it ends too early";
     } else {
         problem.error = disk_error(code);
         if (problem.error != 0) problem.reason = std::strerror(problem.error);

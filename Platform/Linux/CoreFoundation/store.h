@@ -68,7 +68,7 @@ private:
     Failure open(Purpose purpose);
     Failure refresh(const std::string& application, ApplicationRecords* records);
     Failure write(const std::string& application, ApplicationRecords* records);
-    int apply(const std::string& application, const ApplicationRecords& records);
+    int apply(const std::string& application, const Changes& changes, Records* records);
     Problem failed(int code);
     int disk_error(int code) const;
     bool begin_anew(const Problem& damage);

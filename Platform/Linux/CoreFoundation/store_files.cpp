@@ -84,6 +84,7 @@ std::optional<Problem> make_file(const std::string& path) {
     if (descriptor >= 0) {
         fchmod(descriptor, kPrivateFile);
         close(descriptor);
+        sync_names(parent_of(path));
         return std::nullopt;
     }
     if (errno != EEXIST) return problem(path, errno);

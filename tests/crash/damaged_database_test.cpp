@@ -1,0 +1,177 @@
+// Databases with flipped, lost and foreign bytes, by the thousand and reproducible: each is read or
+// put aside, and takes new records at once.
+
+#include <CoreFoundation/preferences.h>
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <filesystem>
+#include <fstream>
+#include <map>
+#include <random>
+#include <sstream>
+#include <string>
+
+#include "crash/fault_rows.h"
+#include "platform/scratch_folder.h"
+#include "support/watched_disk.h"
+
+namespace {
+
+namespace fs = std::filesystem;
+using texprobe::platform::Preferences;
+using texprobe::platform::same;
+using texprobe::tests::DiskEvent;
+using texprobe::tests::FaultCount;
+using texprobe::tests::ScratchFolder;
+using texprobe::tests::WatchedDisk;
+using texprobe::tests::write_fault_row;
+
+/// Files by name.
+using Files = std::map<std::string, std::string>;
+using Random = std::mt19937;
+using Damage = void (*)(std::string& bytes, Random& random);
+
+std::size_t any(Random& random, std::size_t below) {
+    return below == 0 ? 0 : random() % below;
+}
+
+std::string noise(std::size_t size, Random& random) {
+    std::string bytes(size, '\0');
+    for (char& byte : bytes) byte = static_cast<char>(random());
+    return bytes;
+}
+
+void flip_bits(std::string& bytes, Random& random) {
+    for (std::size_t flips = 1 + any(random, 64); flips > 0 && !bytes.empty(); --flips) {
+        char& byte = bytes[any(random, bytes.size())];
+        byte = static_cast<char>(byte ^ 1 << any(random, 8));
+    }
+}
+
+void flip_bits_of_a_header(std::string& bytes, Random& random) {
+    const std::size_t page = 4096 * any(random, 1 + bytes.size() / 4096);
+    for (std::size_t flips = 1 + any(random, 8); flips > 0 && page < bytes.size(); --flips) {
+        char& byte = bytes[page + any(random, std::min<std::size_t>(120, bytes.size() - page))];
+        byte = static_cast<char>(byte ^ 1 << any(random, 8));
+    }
+}
+
+void cut_off(std::string& bytes, Random& random) {
+    bytes.resize(any(random, bytes.size()));
+}
+
+void overwrite(std::string& bytes, Random& random) {
+    const std::size_t begin = any(random, bytes.size());
+    const std::size_t size = any(random, bytes.size() - begin);
+    bytes.replace(begin, size, noise(size, random));
+}
+
+void clear(std::string& bytes, Random& random) {
+    const std::size_t begin = any(random, bytes.size());
+    const std::size_t size = any(random, bytes.size() - begin);
+    bytes.replace(begin, size, std::string(size, '\0'));
+}
+
+void replace_all(std::string& bytes, Random& random) {
+    bytes = noise(any(random, 20'000), random);
+}
+
+void exchange_pages(std::string& bytes, Random& random) {
+    const std::size_t pages = bytes.size() / 4096;
+    const std::size_t one = 4096 * any(random, pages);
+    const std::size_t other = 4096 * any(random, pages);
+    for (std::size_t i = 0; i < 4096 && pages > 0; ++i) std::swap(bytes[one + i], bytes[other + i]);
+}
+
+void write_files(const fs::path& directory, const Files& files) {
+    fs::create_directories(directory);
+    for (const auto& [name, bytes] : files) {
+        std::ofstream(directory / name, std::ios::binary) << bytes;
+    }
+}
+
+Files read_files(const fs::path& directory) {
+    Files files;
+    for (const auto& entry : fs::directory_iterator(directory)) {
+        std::ostringstream bytes;
+        bytes << std::ifstream(entry.path(), std::ios::binary).rdbuf();
+        files[entry.path().filename()] = bytes.str();
+    }
+    return files;
+}
+
+/// Three complete record sets; `later` changes half of them and leaves that in the log.
+void fill(Preferences& preferences, bool later) {
+    for (const char* app : {"org.example.1", "org.example.2", "org.example.3"}) {
+        for (int i = 0; i < 96; ++i) {
+            if (!later || i % 2 == 0) preferences.change(app, {{std::to_string(i), later}});
+        }
+        preferences.change(app, {{"VERSION", 0.21}, {"GL_VENDOR", std::string("Mesa")}});
+        ASSERT_TRUE(preferences.synchronize(app));
+    }
+}
+
+/// Whether a store of these files answers, and takes a new record that another process then sees.
+bool is_usable(const Files& files) {
+    const ScratchFolder folder;
+    const fs::path directory = folder.path() / "records";
+    write_files(directory, files);
+    Preferences preferences(directory);
+    for (const char* app : {"org.example.1", "org.example.2", "org.example.3"}) {
+        preferences.value(app, "VERSION");
+    }
+    preferences.change("org.example.2", {{"new", true}, {"0", std::nullopt}});
+    if (!preferences.synchronize("org.example.2")) return false;
+    preferences.close();
+    const auto seen = Preferences(directory).value("org.example.2", "new");
+    return seen && same(*seen, true);
+}
+
+/// Damages one file of the store in every way, many times.
+void damage(const std::string& part, const Files& whole, const std::string& name) {
+    constexpr Damage kDamages[] = {flip_bits, flip_bits_of_a_header, cut_off,       overwrite,
+                                   clear,     replace_all,           exchange_pages};
+    const WatchedDisk quick([](const DiskEvent&) { return SQLITE_OK; });
+    FaultCount count;
+    testing::internal::CaptureStderr();
+    for (unsigned seed = 0; seed < DAMAGED_DATABASES; ++seed) {
+        Random random(seed);
+        Files files = whole;
+        kDamages[seed % std::size(kDamages)](files[name], random);
+        const auto begin = std::chrono::steady_clock::now();
+        const bool usable = is_usable(files);
+        EXPECT_TRUE(usable) << name << ", seed " << seed;
+        ++count.cases;
+        count.lostVerdicts += !usable;
+        count.hangs += std::chrono::steady_clock::now() - begin > std::chrono::seconds(10);
+    }
+    const std::string said = testing::internal::GetCapturedStderr();
+    EXPECT_EQ(count.lostVerdicts, 0u) << said.substr(0, 2000);
+    EXPECT_EQ(count.hangs, 0u);
+    write_fault_row("database with damaged bytes", part, count);
+}
+
+TEST(DamagedDatabases, are_read_or_put_aside) {
+    const ScratchFolder folder;
+    {
+        Preferences preferences(folder.path() / "records");
+        fill(preferences, false);
+    }
+    damage("database", read_files(folder.path() / "records"), "records.sqlite3");
+}
+
+TEST(DamagedDatabases, with_a_log_are_read_or_put_aside) {
+    const ScratchFolder folder;
+    Preferences preferences(folder.path() / "records");
+    fill(preferences, false);
+    preferences.close();
+    fill(preferences, true);
+    const Files files = read_files(folder.path() / "records");
+    ASSERT_EQ(files.size(), 3u);
+    damage("log", files, "records.sqlite3-wal");
+    damage("database_with_log", files, "records.sqlite3");
+    damage("map", files, "records.sqlite3-shm");
+}
+
+}  // namespace

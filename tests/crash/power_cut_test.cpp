@@ -1,0 +1,257 @@
+// The power fails at every moment between the store's writes and syncs: the files as the disk would
+// then hold them open again, and hold what was synchronized before.
+
+#include <CoreFoundation/preferences.h>
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <chrono>
+#include <filesystem>
+#include <fstream>
+#include <map>
+#include <optional>
+#include <random>
+#include <string>
+#include <vector>
+
+#include "crash/fault_rows.h"
+#include "platform/scratch_folder.h"
+#include "support/watched_disk.h"
+
+namespace {
+
+namespace fs = std::filesystem;
+using texprobe::platform::Access;
+using texprobe::platform::ApplicationRecords;
+using texprobe::platform::Changes;
+using texprobe::platform::Connection;
+using texprobe::platform::Journal;
+using texprobe::platform::Records;
+using texprobe::platform::same;
+using texprobe::platform::Store;
+using texprobe::tests::DiskEvent;
+using texprobe::tests::FaultCount;
+using texprobe::tests::ScratchFolder;
+using texprobe::tests::WatchedDisk;
+using texprobe::tests::write_fault_row;
+
+constexpr const char* kApp = "org.example.app";
+
+/// One operation on one file, in the order in which they were asked for.
+struct Operation {
+    DiskEvent::Kind kind;
+    std::string name;
+    sqlite3_int64 offset;
+    std::string bytes;
+};
+
+/// All operations of a run, and how far each synchronization's promise reaches.
+struct Recording {
+    std::vector<Operation> operations;
+    /// The records after each synchronization, and how many operations there were when it returned.
+    std::vector<Records> states{Records()};
+    std::vector<std::size_t> promised_at{0};
+
+    void promise(const Records& records) {
+        states.push_back(records);
+        promised_at.push_back(operations.size());
+    }
+};
+
+/// What the disk holds of one file, and what it has only been told.
+struct File {
+    std::optional<std::string> content;
+    std::vector<Operation> told;
+};
+
+void perform(const Operation& operation, std::optional<std::string>& content) {
+    if (operation.kind == DiskEvent::kDelete) {
+        content.reset();
+        return;
+    }
+    if (!content) content.emplace();
+    const auto offset = static_cast<std::size_t>(operation.offset);
+    if (operation.kind == DiskEvent::kTruncate) content->resize(offset);
+    if (operation.kind != DiskEvent::kWrite) return;
+    const std::size_t end = offset + operation.bytes.size();
+    if (content->size() < end) content->resize(end);
+    content->replace(offset, operation.bytes.size(), operation.bytes);
+}
+
+/// Which of the operations that were not synced the disk has done all the same.
+enum class Luck { kNone, kAll, kSome };
+
+/// Some operations are done in part: a disk writes sectors.
+std::optional<Operation> some_of(Operation operation, std::mt19937& random) {
+    if (random() % 2 == 0) return std::nullopt;
+    if (operation.kind == DiskEvent::kWrite && random() % 4 == 0) {
+        const std::size_t sectors = operation.bytes.size() / 512;
+        operation.bytes.resize(512 * (sectors == 0 ? 0 : random() % sectors));
+    }
+    return operation;
+}
+
+std::map<std::string, std::string> files_after_cut(const Recording& recording, std::size_t cut,
+                                                   Luck luck, unsigned seed) {
+    std::map<std::string, File> files;
+    files["records.sqlite3"].content.emplace();
+    for (std::size_t i = 0; i < cut; ++i) {
+        const Operation& operation = recording.operations[i];
+        File& file = files[operation.name];
+        const bool is_sync = operation.kind == DiskEvent::kSync;
+        // The offset of a deletion tells whether the directory is synced as part of it.
+        const bool is_durable = operation.kind == DiskEvent::kDelete && operation.offset != 0;
+        if (!is_sync) file.told.push_back(operation);
+        if (!is_sync && !is_durable) continue;
+        for (const Operation& told : file.told) perform(told, file.content);
+        file.told.clear();
+    }
+    std::mt19937 random(seed);
+    std::map<std::string, std::string> contents;
+    for (auto& [name, file] : files) {
+        for (const Operation& told : file.told) {
+            std::optional<Operation> done = told;
+            if (luck == Luck::kNone) done.reset();
+            if (luck == Luck::kSome) done = some_of(told, random);
+            if (done) perform(*done, file.content);
+        }
+        if (file.content) contents[name] = *file.content;
+    }
+    // The map of the log is in memory: what is left of it on the disk may be anything.
+    if (luck == Luck::kSome) contents["records.sqlite3-shm"] = std::string(32768, char(random()));
+    return contents;
+}
+
+bool equal(const Records& a, const Records& b) {
+    return std::equal(a.begin(), a.end(), b.begin(), b.end(), [](const auto& x, const auto& y) {
+        return x.first == y.first && same(x.second, y.second);
+    });
+}
+
+/// Whether a store with these files holds what was promised, whole, or the next state, whole.
+bool holds_what_was_promised(const Recording& recording, std::size_t cut,
+                             const std::map<std::string, std::string>& contents) {
+    const ScratchFolder folder;
+    const fs::path directory = folder.path() / "records";
+    fs::create_directory(directory);
+    for (const auto& [name, content] : contents) {
+        std::ofstream(directory / name, std::ios::binary) << content;
+    }
+    const auto promised =
+        std::upper_bound(recording.promised_at.begin(), recording.promised_at.end(), cut) -
+        recording.promised_at.begin() - 1;
+    Store store(directory);
+    ApplicationRecords records;
+    if (!store.look(kApp, &records)) return false;
+    const auto state = static_cast<std::size_t>(promised);
+    const bool is_next =
+        state + 1 < recording.states.size() && equal(records.stored, recording.states[state + 1]);
+    if (!is_next && !equal(records.stored, recording.states[state])) return false;
+    records.pending["after the cut"] = true;
+    return store.synchronize(kApp, &records) &&
+           !fs::exists(directory / "records.sqlite3.damaged-1");
+}
+
+FaultCount cut_everywhere(const Recording& recording) {
+    constexpr unsigned kSeeds = 3;
+    FaultCount count;
+    const auto is_good = [&recording](std::size_t cut, Luck luck, unsigned seed) {
+        return holds_what_was_promised(recording, cut, files_after_cut(recording, cut, luck, seed));
+    };
+    const WatchedDisk quick([](const DiskEvent&) { return SQLITE_OK; });
+    for (std::size_t cut = 0; cut <= recording.operations.size(); ++cut) {
+        for (unsigned seed = 0; seed < kSeeds + 2; ++seed) {
+            const Luck luck = seed == 0 ? Luck::kNone : seed == 1 ? Luck::kAll : Luck::kSome;
+            const auto begin = std::chrono::steady_clock::now();
+            const bool good = is_good(cut, luck, 1000 * seed + static_cast<unsigned>(cut));
+            EXPECT_TRUE(good) << "cut " << cut << " seed " << seed;
+            ++count.cases;
+            count.lostVerdicts += !good;
+            count.hangs += std::chrono::steady_clock::now() - begin > std::chrono::seconds(10);
+        }
+    }
+    return count;
+}
+
+/// Records what happens to the files while it lives.
+class Recorder {
+public:
+    explicit Recorder(Recording& recording)
+        : disk_([&recording](const DiskEvent& event) {
+              recording.operations.push_back({event.kind, fs::path(event.path).filename(),
+                                              event.offset, std::string(event.bytes)});
+              return SQLITE_OK;
+          }) {}
+
+private:
+    WatchedDisk disk_;
+};
+
+/// The changes of a run, synchronization by synchronization: the version and a reset, provisional
+/// falses that become verdicts, and the strings at the end.
+std::vector<Changes> run_of_the_tool() {
+    std::vector<Changes> steps(1);
+    for (int i = 0; i < 30; ++i) steps[0]["FORMAT_" + std::to_string(i)] = std::nullopt;
+    steps[0]["VERSION"] = 0.21;
+    for (int i = 0; i < 30; ++i) {
+        Changes step;
+        if (i > 0) step["FORMAT_" + std::to_string(i - 1)] = i % 3 != 0;
+        step["FORMAT_" + std::to_string(i)] = false;
+        steps.push_back(step);
+    }
+    steps.push_back({{"GL_VENDOR", std::string("Mesa")}, {"GL_VERSION", std::string(5000, '4')}});
+    return steps;
+}
+
+void record(const std::vector<Changes>& steps, const fs::path& directory, Recording& recording) {
+    Store store(directory);
+    ApplicationRecords records;
+    for (const Changes& step : steps) {
+        for (const auto& [key, value] : step) records.pending.insert_or_assign(key, value);
+        ASSERT_TRUE(store.synchronize(kApp, &records));
+        recording.promise(records.stored);
+    }
+}
+
+TEST(PowerCut, loses_nothing_that_was_synchronized) {
+    const ScratchFolder folder;
+    const fs::path directory = folder.path() / "records";
+    Recording recording;
+    {
+        const Recorder recorder(recording);
+        record(run_of_the_tool(), directory, recording);
+        // A second run, on what the first one has left.
+        record({{{"FORMAT_0", false}}, {{"FORMAT_0", true}, {"FORMAT_1", std::nullopt}}}, directory,
+               recording);
+    }
+    ASSERT_GT(recording.operations.size(), 100u);
+    write_fault_row("power cut between the store's writes and syncs", "log",
+                    cut_everywhere(recording));
+}
+
+TEST(PowerCut, loses_nothing_that_was_synchronized_with_a_rollback_journal) {
+    const ScratchFolder folder;
+    const fs::path database = folder.path() / "records.sqlite3";
+    std::ofstream(database).flush();
+    Recording recording;
+    {
+        const Recorder recorder(recording);
+        Connection connection;
+        ASSERT_EQ(connection.open(database, Access::kReadWrite), SQLITE_OK);
+        Records records;
+        for (int i = 0; i < 12; ++i) {
+            ASSERT_EQ(connection.begin(Journal::kRollback), SQLITE_OK);
+            const std::string key = std::to_string(i);
+            ASSERT_EQ(connection.set(kApp, key, std::string(1000, 'x')), SQLITE_OK);
+            ASSERT_EQ(connection.commit(), SQLITE_OK);
+            records[key] = std::string(1000, 'x');
+            recording.promise(records);
+        }
+        connection.close();
+    }
+    ASSERT_GT(recording.operations.size(), 50u);
+    write_fault_row("power cut between the store's writes and syncs", "journal",
+                    cut_everywhere(recording));
+}
+
+}  // namespace
