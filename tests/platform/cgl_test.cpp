@@ -99,9 +99,9 @@ TEST_F(Cgl, gives_a_compatibility_profile_with_eight_bits_a_channel) {
     EXPECT_THAT(version, testing::HasSubstr("Compatibility Profile"));
     // Only a compatibility profile has one string of all extensions.
     EXPECT_NE(glGetString(GL_EXTENSIONS), nullptr);
-    for (const GLenum channel : {GL_RED_BITS, GL_GREEN_BITS, GL_BLUE_BITS, GL_ALPHA_BITS}) {
+    for (const int channel : {GL_RED_BITS, GL_GREEN_BITS, GL_BLUE_BITS, GL_ALPHA_BITS}) {
         GLint bits = 0;
-        glGetIntegerv(channel, &bits);
+        glGetIntegerv(static_cast<GLenum>(channel), &bits);
         EXPECT_EQ(bits, 8);
     }
     CGLDestroyContext(context);
@@ -127,7 +127,7 @@ TEST_F(Cgl, leaves_the_current_context_current_when_another_is_destroyed) {
     CGLSetPBuffer(current, pbuffer, 0, 0, 0);
     CGLSetPBuffer(other, pbuffer, 0, 0, 0);
     ASSERT_EQ(CGLSetCurrentContext(current), kCGLNoError);
-    const EGLContext before = eglGetCurrentContext();
+    EGLContext before = eglGetCurrentContext();
     EXPECT_EQ(CGLDestroyContext(other), kCGLNoError);
     EXPECT_EQ(eglGetCurrentContext(), before);
     EXPECT_NE(glGetString(GL_RENDERER), nullptr);

@@ -25,6 +25,7 @@ using texprobe::tests::Step;
 
 std::vector<std::string> identities(const std::vector<Device>& devices) {
     std::vector<std::string> texts;
+    texts.reserve(devices.size());
     for (const Device& device : devices) texts.push_back(device.identity);
     return texts;
 }

@@ -24,6 +24,7 @@ std::vector<EGLDisplay> device_displays() {
     EGLint count = 0;
     EXPECT_TRUE(query_devices(16, devices, &count));
     std::vector<EGLDisplay> displays;
+    displays.reserve(static_cast<std::size_t>(count));
     for (EGLint i = 0; i < count; ++i) {
         displays.push_back(eglGetPlatformDisplay(EGL_PLATFORM_DEVICE_EXT, devices[i], nullptr));
     }
@@ -95,7 +96,7 @@ TEST(Listing, initializes_no_display_and_opens_no_device) {
         EXPECT_EQ(file.rfind("/dev/dri/", 0), std::string::npos) << file;
     }
     // The test would see a display that is initialized, and a driver that is loaded.
-    const EGLDisplay last = device_displays().back();
+    EGLDisplay last = device_displays().back();
     ASSERT_TRUE(eglInitialize(last, nullptr, nullptr));
     EXPECT_TRUE(is_initialized(last));
 }

@@ -28,7 +28,7 @@ using texprobe::tests::Step;
 
 OpenCheck check(const ScriptedDevice& device, std::chrono::milliseconds limit = 20s) {
     ScriptedEgl egl({device});
-    const OpenCheck result = check_device(egl.functions(), egl.device(0), limit);
+    OpenCheck result = check_device(egl.functions(), egl.device(0), limit);
     EXPECT_THAT(egl.calls_here(), IsEmpty());
     return result;
 }

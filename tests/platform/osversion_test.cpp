@@ -20,6 +20,8 @@
 
 namespace {
 
+using namespace std::string_literals;
+
 using texprobe::platform::describe_graphics_build;
 using texprobe::platform::find_library;
 using texprobe::platform::identify_library;
@@ -63,7 +65,7 @@ std::string elf_with_notes(const std::string& notes) {
 }
 
 std::string elf_with_build_id(const std::string& id) {
-    const std::string gnu("GNU", 4);
+    const std::string gnu = "GNU\0"s;
     return elf_with_notes(note(NT_GNU_ABI_TAG, gnu, "0123456789abcdef") +
                           note(NT_GNU_BUILD_ID, gnu, id));
 }
@@ -223,7 +225,7 @@ TEST(LibraryPath, is_empty_where_a_file_has_none) {
 }
 
 TEST(BuildId, is_the_note_of_that_name_and_type) {
-    const std::string gnu("GNU", 4);
+    const std::string gnu = "GNU\0"s;
     EXPECT_EQ(build_id_of(elf_with_build_id("\x01\x02\x03\x04\x05")), "\x01\x02\x03\x04\x05");
     EXPECT_EQ(build_id_of(elf_with_notes(note(NT_GNU_ABI_TAG, gnu, "id"))), "");
     EXPECT_EQ(build_id_of(elf_with_notes(note(NT_GNU_BUILD_ID, "Xen", "id"))), "");

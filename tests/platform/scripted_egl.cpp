@@ -3,7 +3,6 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <cstdint>
 #include <fstream>
 #include <utility>
 
@@ -15,14 +14,15 @@ ScriptedEgl* script = nullptr;
 thread_local EGLint last_error = EGL_SUCCESS;
 thread_local std::size_t current = 0;
 
-// Handles are an index and one, since null is none of them.
-template <typename Handle>
-Handle handle_of(std::size_t index) {
-    return reinterpret_cast<Handle>(index + 1);
+// What all handles point to: the index of one is its place.
+char handles[64];
+
+void* handle_of(std::size_t index) {
+    return &handles[index];
 }
 
 std::size_t index_of(const void* handle) {
-    return reinterpret_cast<std::uintptr_t>(handle) - 1;
+    return static_cast<std::size_t>(static_cast<const char*>(handle) - handles);
 }
 
 }  // namespace
@@ -44,7 +44,7 @@ struct Script {
         const auto listed = static_cast<EGLint>(script->devices_.size());
         *count = devices ? std::min(room, listed) : listed;
         for (EGLint i = 0; devices && i < *count; ++i) {
-            devices[i] = handle_of<EGLDeviceEXT>(static_cast<std::size_t>(i));
+            devices[i] = handle_of(static_cast<std::size_t>(i));
         }
         return EGL_TRUE;
     }
@@ -80,7 +80,7 @@ struct Script {
         const auto listed = static_cast<EGLint>(at(index).config_bits.size());
         *count = configs ? std::min(room, listed) : listed;
         for (EGLint i = 0; configs && i < *count; ++i) {
-            configs[i] = handle_of<EGLConfig>(static_cast<std::size_t>(i));
+            configs[i] = handle_of(static_cast<std::size_t>(i));
         }
         return EGL_TRUE;
     }
@@ -98,13 +98,13 @@ struct Script {
         const bool versionless = !attributes || attributes[0] == EGL_NONE;
         const bool passed = passes(index, Step::kCreateContext, "create_context");
         script->log("config " + std::to_string(index_of(config)));
-        return passed && versionless ? handle_of<EGLContext>(index) : EGL_NO_CONTEXT;
+        return passed && versionless ? handle_of(index) : EGL_NO_CONTEXT;
     }
 
     static EGLSurface create_pbuffer_surface(EGLDisplay display, EGLConfig, const EGLint*) {
         const std::size_t index = index_of(display);
         const bool passed = passes(index, Step::kCreateSurface, "create_surface");
-        return passed ? handle_of<EGLSurface>(index) : EGL_NO_SURFACE;
+        return passed ? handle_of(index) : EGL_NO_SURFACE;
     }
 
     static EGLBoolean make_current(EGLDisplay display, EGLSurface, EGLSurface, EGLContext) {
@@ -164,7 +164,7 @@ platform::Egl ScriptedEgl::functions() const {
 }
 
 EGLDeviceEXT ScriptedEgl::device(std::size_t index) {
-    return handle_of<EGLDeviceEXT>(index);
+    return handle_of(index);
 }
 
 // A file, because the children's calls count too. Each line begins with the caller's process.

@@ -38,7 +38,7 @@ CGLError make_current(EGLDisplay display, EGLSurface surface, EGLContext context
 }
 
 CGLError make_nothing_current() {
-    const EGLDisplay display = eglGetCurrentDisplay();
+    EGLDisplay display = eglGetCurrentDisplay();
     if (display == EGL_NO_DISPLAY) return kCGLNoError;
     return make_current(display, EGL_NO_SURFACE, EGL_NO_CONTEXT);
 }

@@ -14,7 +14,9 @@ namespace texprobe::platform {
 
 namespace {
 
-constexpr std::size_t kLongestNotes = 64 * 1024;
+using namespace std::string_view_literals;
+
+constexpr std::size_t kLongestNotes = 65536;
 
 /// `size` bytes of the file from `offset`; fewer where the file ends.
 std::string read_bytes(std::istream& file, std::uint64_t offset, std::size_t size) {
@@ -48,7 +50,7 @@ std::string find_build_id(std::string_view notes) {
         notes.remove_prefix(sizeof note);
         const std::string_view name = take(&notes, note.n_namesz);
         const std::string_view id = take(&notes, note.n_descsz);
-        if (note.n_type == NT_GNU_BUILD_ID && name == std::string_view("GNU", 4)) {
+        if (note.n_type == NT_GNU_BUILD_ID && name == "GNU\0"sv) {
             return std::string(id);
         }
     }

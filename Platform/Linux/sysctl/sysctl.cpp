@@ -15,14 +15,18 @@ std::string describe_system() {
     // GLVND's own directories and the dynamic linker's, without what the environment may add to
     // either: applications and the tool in safe mode must come to the same result.
     const Directories vendors = {"/etc/glvnd/egl_vendor.d", "/usr/share/glvnd/egl_vendor.d"};
-    const Directories libraries = {"/usr/local/lib/" TEXPROBE_MULTIARCH,
-                                   "/usr/local/lib",
-                                   "/lib/" TEXPROBE_MULTIARCH,
-                                   "/usr/lib/" TEXPROBE_MULTIARCH,
+    const std::filesystem::path multiarch = TEXPROBE_MULTIARCH;
+    const std::filesystem::path local = "/usr/local/lib";
+    const std::filesystem::path root = "/lib";
+    const std::filesystem::path usr = "/usr/lib";
+    const Directories libraries = {local / multiarch,
+                                   local,
+                                   root / multiarch,
+                                   usr / multiarch,
                                    "/lib64",
                                    "/usr/lib64",
-                                   "/lib",
-                                   "/usr/lib"};
+                                   root,
+                                   usr};
     utsname kernel = {};
     uname(&kernel);
     return texprobe::platform::describe_graphics_build(kernel.release, vendors, libraries);

@@ -73,7 +73,7 @@ std::vector<std::string> list_vendor_libraries(const Directories& vendor_directo
 fs::path find_library(const std::string& name, const Directories& library_directories) {
     for (const fs::path& directory : library_directories) {
         // An absolute name replaces the directory.
-        const fs::path file = directory / name;
+        fs::path file = directory / name;
         std::error_code error;
         if (fs::exists(file, error)) return file;
     }
