@@ -2,6 +2,7 @@
 
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 
 #include "fakes.h"
 
@@ -40,6 +41,15 @@ constexpr GLint kVirtualScreen = 3;
 
 CGLError failure(const char* name) {
     return static_cast<CGLError>(fakes::failure(name));
+}
+
+/// The number in an attribute list: renderer IDs stand there too, which the enumeration does not
+/// have.
+int number_of(const CGLPixelFormatAttribute& attribute) {
+    static_assert(sizeof(int) == sizeof attribute, "attributes are 32-bit numbers");
+    int number = 0;
+    std::memcpy(&number, &attribute, sizeof number);
+    return number;
 }
 
 const fakes::Renderer* find_renderer(int id) {
@@ -99,9 +109,9 @@ CGLError CGLDescribeRenderer(CGLRendererInfoObj info, GLint index, CGLRendererPr
 
 CGLError CGLChoosePixelFormat(const CGLPixelFormatAttribute* attributes,
                               CGLPixelFormatObj* pixelFormat, GLint* screens) {
-    const int id = static_cast<int>(attributes[1]);
-    call("CGLChoosePixelFormat({%d, %d, %d})", static_cast<int>(attributes[0]), id,
-         static_cast<int>(attributes[2]));
+    const int id = number_of(attributes[1]);
+    call("CGLChoosePixelFormat({%d, %d, %d})", number_of(attributes[0]), id,
+         number_of(attributes[2]));
     if (const CGLError error = failure("CGLChoosePixelFormat")) return error;
     *pixelFormat = new _CGLPixelFormatObject{++pixelFormats, find_renderer(id)};
     *screens = 1;
