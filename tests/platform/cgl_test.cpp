@@ -221,6 +221,9 @@ TEST_F(Cgl, refuses_attribute_lists_that_do_not_name_one_renderer) {
     GLint screens = -1;
     EXPECT_EQ(choose_pixel_format({0}, &format, &screens), kCGLBadAttribute);
     EXPECT_EQ(choose_pixel_format({kCGLPFARendererID, 0}, &format, &screens), kCGLBadAttribute);
+    EXPECT_EQ(
+        choose_pixel_format({kCGLPFARendererID, 0, kCGLPFARendererID, id_, 0}, &format, &screens),
+        kCGLBadAttribute);
     EXPECT_EQ(choose_pixel_format({kCGLPFAVirtualScreenCount, 1, 0}, &format, &screens),
               kCGLBadAttribute);
     EXPECT_EQ(choose_pixel_format({kCGLPFARendererID, id_, 5, 0}, &format, &screens),

@@ -230,6 +230,10 @@ TEST(BuildId, is_the_note_of_that_name_and_type) {
     EXPECT_EQ(build_id_of(elf_with_notes(note(NT_GNU_ABI_TAG, gnu, "id"))), "");
     EXPECT_EQ(build_id_of(elf_with_notes(note(NT_GNU_BUILD_ID, "Xen", "id"))), "");
     EXPECT_EQ(build_id_of(elf_with_notes("")), "");
+    // Names and descriptions are padded to four bytes.
+    EXPECT_EQ(
+        build_id_of(elf_with_notes(note(1, "ab\0"s, "12345") + note(NT_GNU_BUILD_ID, gnu, "id"))),
+        "id");
 }
 
 TEST(BuildId, is_empty_in_a_file_of_another_word_size) {
