@@ -147,7 +147,6 @@ protected:
             if (calls[i].place != place) continue;
             try_death(&tool, calls[i], kWays[i / kShards % 6], &count);
         }
-        EXPECT_GT(count.cases, 0u);
         write_fault_row(fault, std::to_string(GetParam()), count);
     }
 };
