@@ -149,7 +149,7 @@ void damage(const std::string& part, const Files& whole, const std::string& name
     const std::string said = testing::internal::GetCapturedStderr();
     EXPECT_EQ(count.lostVerdicts, 0u) << said.substr(0, 2000);
     EXPECT_EQ(count.hangs, 0u);
-    write_fault_row("database with damaged bytes", part, count);
+    write_fault_row("Database with damaged bytes", part, count);
 }
 
 TEST(DamagedDatabases, are_read_or_put_aside) {

@@ -225,7 +225,7 @@ TEST(PowerCut, loses_nothing_that_was_synchronized) {
                recording);
     }
     ASSERT_GT(recording.operations.size(), 100u);
-    write_fault_row("power cut between the store's writes and syncs", "log",
+    write_fault_row("Power cut between the store's writes and syncs", "log",
                     cut_everywhere(recording));
 }
 
@@ -250,7 +250,7 @@ TEST(PowerCut, loses_nothing_that_was_synchronized_with_a_rollback_journal) {
         connection.close();
     }
     ASSERT_GT(recording.operations.size(), 50u);
-    write_fault_row("power cut between the store's writes and syncs", "journal",
+    write_fault_row("Power cut between the store's writes and syncs", "journal",
                     cut_everywhere(recording));
 }
 

@@ -68,17 +68,19 @@ TEST(Preferences, give_each_type_back_as_itself) {
     set_number("double", 0.21);
     set_string("string", "Mesa");
 
-    EXPECT_EQ(CFPreferencesCopyAppValue(CFSTR("boolean"), app_of_test()), kCFBooleanTrue);
+    const CFTypeRef boolean = CFPreferencesCopyAppValue(CFSTR("boolean"), app_of_test());
+    EXPECT_EQ(boolean, kCFBooleanTrue);
+    CFRelease(boolean);
 
     const CFTypeRef number = CFPreferencesCopyAppValue(CFSTR("double"), app_of_test());
-    ASSERT_EQ(CFGetTypeID(number), CFNumberGetTypeID());
+    EXPECT_EQ(CFGetTypeID(number), CFNumberGetTypeID());
     double value = 0;
     EXPECT_TRUE(CFNumberGetValue(static_cast<CFNumberRef>(number), kCFNumberDoubleType, &value));
     EXPECT_EQ(value, 0.21);
     CFRelease(number);
 
     const CFTypeRef string = CFPreferencesCopyAppValue(CFSTR("string"), app_of_test());
-    ASSERT_EQ(CFGetTypeID(string), CFStringGetTypeID());
+    EXPECT_EQ(CFGetTypeID(string), CFStringGetTypeID());
     EXPECT_STREQ(CFStringGetCStringPtr(static_cast<CFStringRef>(string), 0), "Mesa");
     CFRelease(string);
 }
@@ -117,7 +119,7 @@ TEST(Preferences, read_nothing_else_as_a_boolean) {
 TEST(Preferences, are_seen_at_once_and_stored_by_the_synchronization) {
     set_string("key", "value");
     const CFTypeRef seen = CFPreferencesCopyAppValue(CFSTR("key"), app_of_test());
-    ASSERT_NE(seen, nullptr);
+    EXPECT_NE(seen, nullptr);
     CFRelease(seen);
     set_string("other", "value");
     ASSERT_TRUE(CFPreferencesAppSynchronize(app_of_test()));

@@ -32,7 +32,7 @@ TEST(Home, is_none_without_an_absolute_path) {
 }
 
 TEST(RecordsDirectory, is_below_the_home_of_the_password_entry_whatever_the_environment_says) {
-    const passwd* entry = getpwuid(getuid());
+    const passwd* entry = getpwuid(getuid());  // cppcheck-suppress getpwuidCalled
     if (!entry) GTEST_SKIP() << "the user who runs the tests has no password entry";
     const std::string expected = std::string(entry->pw_dir) + "/.config/texprobe";
     setenv("HOME", "/elsewhere", 1);
@@ -52,7 +52,7 @@ std::string directory_of_unknown_user(const char* home) {
         if (setuid(kUnknown) != 0 || clearenv() != 0) _exit(1);
         if (home) setenv("HOME", home, 1);
         const std::string directory = records_directory();
-        _exit(write(ends[1], directory.data(), directory.size()) < 0);
+        _exit(write(ends[1], directory.data(), directory.size()) < 0 ? 1 : 0);
     }
     close(ends[1]);
     int status = 0;

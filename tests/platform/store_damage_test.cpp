@@ -46,7 +46,7 @@ protected:
     /// What somebody who looks, and then writes, says; what was damaged is kept as it was.
     std::string said_by_next_user() const {
         const std::string damaged = contents(database());
-        const std::string said = errors_of([this] {
+        std::string said = errors_of([this] {
             EXPECT_FALSE(read("key").has_value());
             write("key", true);
         });

@@ -188,7 +188,7 @@ TEST_F(StoreFailures, at_each_access_to_the_disk_in_turn_lose_nothing) {
 }
 
 TEST_F(StoreFailures, of_a_file_size_limit_cost_one_line_and_not_the_process) {
-    for (const rlim_t limit : {1000, 4096, 8192, 12288, 30000}) {
+    for (const rlim_t limit : {1000u, 4096u, 8192u, 12288u, 30000u}) {
         const std::string said = errors_of([this, limit] {
             EXPECT_TRUE(in_child([this, limit] {
                 signal(SIGXFSZ, SIG_DFL);

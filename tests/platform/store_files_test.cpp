@@ -42,7 +42,7 @@ protected:
 };
 
 TEST_F(StoreFiles, are_private_whatever_the_umask) {
-    for (const mode_t mask : {0000, 0022, 0777}) {
+    for (const mode_t mask : {0000u, 0022u, 0777u}) {
         const mode_t before = umask(mask);
         Preferences preferences(directory());
         preferences.change(kApp, {{"key", true}});

@@ -196,6 +196,7 @@ TEST_F(Forks, while_another_thread_synchronizes_leave_both_processes_working) {
         for (int i = 0; !done; ++i) {
             preferences().change(app_, {{"busy", i % 2 == 0}});
             EXPECT_TRUE(preferences().synchronize(app_));
+            std::this_thread::sleep_for(100us);  // a mutex is not a queue: let the fork have it
         }
     });
     for (int i = 0; i < 20; ++i) {

@@ -330,6 +330,7 @@ TEST_F(Store, keeps_a_rollback_journal_where_it_is_asked_to) {
 TEST_F(Store, may_be_used_by_several_threads) {
     Preferences preferences(directory());
     std::vector<std::thread> threads;
+    threads.reserve(4);
     for (int i = 0; i < 4; ++i) {
         threads.emplace_back([&preferences, i] {
             for (int j = 0; j < 25; ++j) {

@@ -39,10 +39,10 @@ std::optional<Value> Preferences::value(const std::string& application, const st
     return stored == records.stored.end() ? std::nullopt : std::optional(stored->second);
 }
 
-void Preferences::change(const std::string& application, Changes changes) {
+void Preferences::change(const std::string& application, const Changes& changes) {
     const std::lock_guard lock(mutex_);
     Changes& pending = applications_[application].records.pending;
-    for (auto& [key, value] : changes) pending.insert_or_assign(key, std::move(value));
+    for (const auto& [key, value] : changes) pending.insert_or_assign(key, value);
 }
 
 bool Preferences::synchronize(const std::string& application) {

@@ -29,7 +29,7 @@ public:
     std::optional<Value> value(const std::string& application, const std::string& key);
 
     /// Sets and removes at once, as far as this process sees.
-    void change(const std::string& application, Changes changes);
+    void change(const std::string& application, const Changes& changes);
 
     bool synchronize(const std::string& application);
 

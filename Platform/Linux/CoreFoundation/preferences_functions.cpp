@@ -96,7 +96,7 @@ void CFPreferencesSetMultiple(CFDictionaryRef keysToSet, CFArrayRef keysToRemove
             removals.insert_or_assign(string->text, std::nullopt);
         }
     }
-    Preferences::of_process().change(application->text, std::move(removals));
+    Preferences::of_process().change(application->text, removals);
 }
 
 Boolean CFPreferencesAppSynchronize(CFStringRef applicationID) {
