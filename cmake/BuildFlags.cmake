@@ -14,7 +14,7 @@ function(texprobe_target target)
     # reports need lines only. GCC's warning has false positives in instrumented code.
     target_compile_options(${target} PRIVATE -fsanitize=${TEXPROBE_SANITIZE}
                                              -fno-sanitize-recover=all -fno-omit-frame-pointer
-                                             -O1 -g1 -Wno-maybe-uninitialized)
+                                             -O1 -g1 $<$<CXX_COMPILER_ID:GNU>:-Wno-maybe-uninitialized>)
     target_link_options(${target} PUBLIC -fsanitize=${TEXPROBE_SANITIZE})
   endif()
   if(TEXPROBE_COVERAGE)
