@@ -220,7 +220,7 @@ TEST_F(SurfacelessApplication, keeps_its_other_displays) {
     EGLDeviceEXT device = nullptr;
     EGLint count = 0;
     ASSERT_TRUE(query_devices(1, &device, &count));
-    const EGLDisplay display = eglGetPlatformDisplay(EGL_PLATFORM_DEVICE_EXT, device, nullptr);
+    EGLDisplay display = eglGetPlatformDisplay(EGL_PLATFORM_DEVICE_EXT, device, nullptr);
     ASSERT_TRUE(eglInitialize(display, nullptr, nullptr));
     construct(tool()).reset();
     EXPECT_NE(eglQueryString(display, EGL_VERSION), nullptr);

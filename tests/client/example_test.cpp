@@ -54,7 +54,7 @@ protected:
         command += "' " + arguments;
         FILE* pipe = popen(command.c_str(), "re");
         if (!pipe) return "popen failed";
-        const std::string text = read_all(fileno(pipe));
+        std::string text = read_all(fileno(pipe));
         status_ = pclose(pipe);
         return text;
     }

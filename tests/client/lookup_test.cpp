@@ -32,7 +32,7 @@ protected:
         testing::internal::CaptureStderr();
         const CFStringRef appID = copyCurrentRendererID();
         messages_ = testing::internal::GetCapturedStderr();
-        const std::string text = appID ? text_of(appID) : "none";
+        std::string text = appID ? text_of(appID) : "none";
         release(appID);
         return text;
     }

@@ -175,6 +175,7 @@ TEST_F(Queries, may_come_from_several_threads_at_once) {
     testing::internal::CaptureStderr();
     std::array<unsigned, 8> results{};
     std::vector<std::thread> threads;
+    threads.reserve(results.size());
     for (unsigned& result : results) {
         threads.emplace_back([&probe, &result] {
             for (int i = 0; i < 100; ++i)
