@@ -22,9 +22,9 @@ void must(bool succeeded, const char* call) {
 
 class SurfacelessContext : public ApplicationContext {
 public:
-    explicit SurfacelessContext(const EGLint* attributes) {
-        display_ =
-            eglGetPlatformDisplay(EGL_PLATFORM_SURFACELESS_MESA, EGL_DEFAULT_DISPLAY, nullptr);
+    explicit SurfacelessContext(const EGLint* attributes)
+        : display_(
+              eglGetPlatformDisplay(EGL_PLATFORM_SURFACELESS_MESA, EGL_DEFAULT_DISPLAY, nullptr)) {
         must(eglInitialize(display_, nullptr, nullptr), "eglInitialize");
         must(eglBindAPI(EGL_OPENGL_API), "eglBindAPI");
         const EGLint wanted[] = {EGL_SURFACE_TYPE, 0, EGL_RENDERABLE_TYPE, EGL_OPENGL_BIT,
@@ -45,7 +45,7 @@ public:
     SurfacelessContext& operator=(const SurfacelessContext&) = delete;
 
 private:
-    EGLDisplay display_ = EGL_NO_DISPLAY;
+    EGLDisplay display_;
     EGLContext context_ = EGL_NO_CONTEXT;
 };
 

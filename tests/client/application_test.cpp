@@ -186,7 +186,7 @@ TEST_P(Application, keeps_its_context_as_it_is) {
     EXPECT_EQ(draw(), expected_image());
 }
 
-INSTANTIATE_TEST_SUITE_P(, Application,
+INSTANTIATE_TEST_SUITE_P(On, Application,
                          testing::Values(Kind{"glx_window", open_glx_window, true},
                                          Kind{"egl_window", open_egl_window, true},
                                          Kind{"surfaceless", open_surfaceless, false}),
