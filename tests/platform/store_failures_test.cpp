@@ -11,7 +11,6 @@
 #include <fstream>
 
 #include "platform/store_fixture.h"
-#include "support/watched_disk.h"
 
 namespace {
 
@@ -21,12 +20,10 @@ using texprobe::platform::Access;
 using texprobe::platform::Connection;
 using texprobe::platform::Journal;
 using texprobe::platform::same;
-using texprobe::tests::DiskEvent;
 using texprobe::tests::errors_of;
 using texprobe::tests::in_child;
 using texprobe::tests::kAnotherUser;
 using texprobe::tests::Preferences;
-using texprobe::tests::WatchedDisk;
 
 class StoreFailures : public texprobe::tests::StoreFixture {
 protected:
@@ -148,42 +145,6 @@ TEST_F(StoreFailures, of_a_full_disk_cost_one_line_and_are_made_up_for) {
         EXPECT_EQ(said.rfind("*** texprobe records: cannot use " + config().string(), 0), 0u);
         EXPECT_EQ(said.substr(said.find(": No ")), ": No space left on device\n") << said;
         EXPECT_EQ(std::count(said.begin(), said.end(), '\n'), 1) << said;
-    }
-}
-
-TEST_F(StoreFailures, at_each_access_to_the_disk_in_turn_lose_nothing) {
-    for (const int error : {SQLITE_FULL, SQLITE_IOERR_WRITE, SQLITE_IOERR_FSYNC}) {
-        int failed_at = 0;
-        bool failed = true;
-        while (failed) {
-            failed = false;
-            ++failed_at;
-            int accesses = 0;
-            bool armed = true;
-            const WatchedDisk disk([&](const DiskEvent&) {
-                if (!armed || ++accesses < failed_at) return SQLITE_OK;
-                failed = true;
-                return error;
-            });
-            const std::string said = errors_of([&] {
-                Preferences preferences(directory());
-                for (int i = 0; i < 3; ++i) {
-                    preferences.change(kApp, {{std::to_string(i), true}});
-                    preferences.synchronize(kApp);
-                }
-                for (int i = 0; i < 3; ++i) {
-                    EXPECT_TRUE(preferences.value(kApp, std::to_string(i))) << failed_at;
-                }
-                armed = false;
-                EXPECT_TRUE(preferences.synchronize(kApp)) << failed_at;
-            });
-            // A disk that fails after the last synchronization is nobody's loss.
-            EXPECT_LE(std::count(said.begin(), said.end(), '\n'), 1) << failed_at << said;
-            EXPECT_EQ(rows("SELECT key FROM records"), "0\n1\n2\n") << failed_at;
-            EXPECT_FALSE(fs::exists(aside(1))) << failed_at << said;
-            fs::remove_all(config());
-        }
-        EXPECT_GT(failed_at, 10);
     }
 }
 

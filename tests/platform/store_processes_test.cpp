@@ -116,36 +116,6 @@ TEST_F(StoreProcesses, that_are_killed_while_they_hold_the_lock_free_it) {
     close(ends[1]);
 }
 
-TEST_F(StoreProcesses, that_are_killed_at_any_moment_lose_nothing_that_they_synchronized) {
-    for (int round = 0; round < 20; ++round) {
-        int ends[2];
-        ASSERT_EQ(pipe(ends), 0);
-        const pid_t child = fork();
-        if (child == 0) {
-            Preferences preferences(directory());
-            for (unsigned char i = 0;; ++i) {
-                preferences.change(kApp, {{std::to_string(i), true}});
-                if (!preferences.synchronize(kApp) || ::write(ends[1], &i, 1) != 1) _exit(1);
-            }
-        }
-        close(ends[1]);
-        unsigned char last = 0;
-        unsigned char next = 0;
-        for (int i = 0; i <= round && ::read(ends[0], &next, 1) == 1; ++i) last = next;
-        kill(child, SIGKILL);
-        while (::read(ends[0], &next, 1) == 1) last = next;
-        close(ends[0]);
-        waitpid(child, nullptr, 0);
-        Preferences preferences(directory());
-        for (int i = 0; i <= last; ++i) {
-            EXPECT_TRUE(preferences.value(kApp, std::to_string(i)).has_value()) << i;
-        }
-        preferences.close();
-        EXPECT_EQ(rows("PRAGMA integrity_check"), "ok\n");
-        fs::remove_all(config());
-    }
-}
-
 /// On the process's own preferences, which know of forks.
 class Forks : public StoreProcesses {
 protected:

@@ -1,0 +1,93 @@
+// A disk that is full or fails, from any access on, or now and then: what was promised stays, what
+// was not is tried again, and all of it costs one line.
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <chrono>
+#include <functional>
+#include <iterator>
+#include <random>
+#include <string>
+#include <vector>
+
+#include "crash/fault_rows.h"
+#include "platform/store_fixture.h"
+#include "support/watched_disk.h"
+
+namespace {
+
+namespace fs = std::filesystem;
+using texprobe::tests::DiskEvent;
+using texprobe::tests::errors_of;
+using texprobe::tests::FaultCount;
+using texprobe::tests::Preferences;
+using texprobe::tests::WatchedDisk;
+using texprobe::tests::write_fault_row;
+
+constexpr unsigned kCases = 300;
+constexpr int kErrors[] = {SQLITE_FULL, SQLITE_IOERR_WRITE, SQLITE_IOERR_FSYNC};
+constexpr unsigned kErrorCount = std::size(kErrors);
+
+class FailingDisk : public texprobe::tests::StoreFixture {
+protected:
+    /// Three synchronizations on a disk whose n-th access ends in `error_at(n)`, and a last one
+    /// when it is sound again. Whether nothing is lost.
+    bool loses_nothing(const std::function<int(unsigned)>& error_at) const {
+        bool is_sound = false;
+        bool good = true;
+        unsigned accesses = 0;
+        const WatchedDisk disk(
+            [&](const DiskEvent&) { return is_sound ? SQLITE_OK : error_at(++accesses); });
+        const std::string said = errors_of([&] {
+            Preferences preferences(directory());
+            std::vector<std::string> promised;
+            for (const char* key : {"0", "1", "2"}) {
+                preferences.change(kApp, {{key, true}});
+                if (preferences.synchronize(kApp)) promised.emplace_back(key);
+                good = good && preferences.value(kApp, key);
+            }
+            is_sound = true;
+            for (const std::string& key : promised) good = good && read(key);
+            good = good && preferences.synchronize(kApp);
+        });
+        good = good && rows("SELECT key FROM records") == "0\n1\n2\n" && !fs::exists(aside(1)) &&
+               std::count(said.begin(), said.end(), '\n') <= 1;
+        EXPECT_TRUE(good) << said;
+        fs::remove_all(config());
+        return good;
+    }
+
+    /// How many accesses there are when nothing fails.
+    unsigned accesses() const {
+        unsigned count = 0;
+        loses_nothing([&count](unsigned access) {
+            count = access;
+            return SQLITE_OK;
+        });
+        return count;
+    }
+};
+
+TEST_F(FailingDisk, loses_nothing) {
+    const unsigned last = accesses();
+    // Every access for every error, and room for the other kind of failure.
+    ASSERT_LT(last * kErrorCount, kCases);
+    FaultCount count;
+    for (; count.cases < kCases; ++count.cases) {
+        const unsigned number = count.cases / kErrorCount + 1;
+        const int error = kErrors[count.cases % kErrorCount];
+        std::mt19937 random(count.cases);
+        const auto begin = std::chrono::steady_clock::now();
+        const bool good = loses_nothing([&](unsigned access) {
+            const bool fails = number <= last ? access >= number : random() % 8 == 0;
+            return fails ? error : SQLITE_OK;
+        });
+        EXPECT_TRUE(good) << "case " << count.cases;
+        count.lostVerdicts += !good;
+        count.hangs += std::chrono::steady_clock::now() - begin > std::chrono::seconds(10);
+    }
+    write_fault_row("Disk full or failing at any access", "all", count);
+}
+
+}  // namespace
