@@ -54,7 +54,7 @@ unsigned long long distance(const Bytes& source, unsigned sourceFormat, unsigned
 
 TEST(Dispatch, of_an_image_and_its_copy_gives_0_for_every_format_but_luminance_alpha) {
     const Bytes image = random_bytes(1);
-    const Bytes copy = image;
+    const Bytes copy(image.begin(), image.end());
     for (const unsigned type : kTypes) {
         for (const unsigned format : kFormats) {
             // There each alpha is compared with the next luminance.

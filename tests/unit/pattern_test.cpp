@@ -23,8 +23,9 @@ constexpr GLenum kTypes[] = {GL_UNSIGNED_BYTE, GL_UNSIGNED_SHORT, GL_UNSIGNED_IN
                              GL_FLOAT, GL_HALF_FLOAT_ARB};
 constexpr GLenum kIntegerTypes[] = {GL_UNSIGNED_BYTE, GL_UNSIGNED_SHORT,
                                     GL_UNSIGNED_INT_8_8_8_8_REV, GL_UNSIGNED_INT, 0};
-constexpr std::size_t kSizesOfImages[] = {16384,     2 * 16384, 3 * 16384,  4 * 16384,
-                                          6 * 16384, 8 * 16384, 12 * 16384, 16 * 16384};
+constexpr std::size_t kPixels = 16384;
+constexpr std::size_t kSizesOfImages[] = {kPixels,     2 * kPixels, 3 * kPixels,  4 * kPixels,
+                                          6 * kPixels, 8 * kPixels, 12 * kPixels, 16 * kPixels};
 
 template <typename Element>
 std::vector<Element> pattern(std::size_t size, GLenum type, long step) {
@@ -75,8 +76,8 @@ TEST(Pattern, of_step_0_is_all_zeros_or_all_the_smallest_value) {
 }
 
 TEST(Pattern, of_floats_is_the_word_plus_1_scaled_and_rounded_to_nearest) {
-    const auto words = pattern<std::uint32_t>(16 * 16384, GL_UNSIGNED_BYTE, 0x327B23C6);
-    const auto floats = pattern<float>(16 * 16384, GL_FLOAT, 0x327B23C6);
+    const auto words = pattern<std::uint32_t>(16 * kPixels, GL_UNSIGNED_BYTE, 0x327B23C6);
+    const auto floats = pattern<float>(16 * kPixels, GL_FLOAT, 0x327B23C6);
     for (std::size_t i = 0; i < words.size(); ++i) {
         // A double holds all 33 bits, and dividing by a power of two is exact.
         const double exact = (static_cast<double>(words[i]) + 1) / 4294967296.0;

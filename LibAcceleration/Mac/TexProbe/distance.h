@@ -7,14 +7,18 @@
 #include <OpenGL/gl.h>
 #include <OpenGL/glext.h>
 
-#include <cmath>
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
+#include <iterator>
+
+#include "vectors.h"
 
 namespace {
 
 // Every image is 128 x 128 pixels, tightly packed.
-constexpr std::size_t kImagePixels = 128 * 128;
+constexpr std::size_t kImagePixels = std::size_t{128} * 128;
 
 // The distance of a pair of layouts that cannot be compared; far above any real distance, the
 // largest of which is 16384 * 255^2.
@@ -29,7 +33,8 @@ struct QORFloat16 {
     std::uint16_t bits;
 };
 
-// Conversions of one element to the common 8-bit scale.
+// Conversions of one element to the common 8-bit scale. They have no branch and no shift by a
+// varying count, so that the compiler can convert many elements at once on every processor.
 
 inline int to_8bit(std::uint8_t value) {
     return value;
@@ -39,54 +44,92 @@ inline int to_8bit(std::uint16_t value) {
     return value >> 8;
 }
 
-/// Negative values give 0, values from 1.0 up (infinity and NaN included) give 255. In between only
-/// bits 8 to 15 of an intermediate are kept, so that adding 65535 takes 1 from it.
+/// Negative values give 0, values from 1.0 up (infinity and NaN included) give 255. In between, the
+/// eleven significant bits, followed by their first six once more, are shifted right by what the
+/// biased exponent lacks of 15; the result is bits 8 to 15 of that less 1.
 inline int to_8bit(QORFloat16 value) {
-    const std::uint32_t exponent = (value.bits >> 10) & 0x1Fu;
-    const std::uint32_t mantissa = value.bits & 0x3FFu;
-    if (value.bits & 0x8000u) return 0;
-    if (exponent >= 15) return 255;
-    if (exponent == 0) return 0;  // The wrap-around below makes 0 of every subnormal.
-    const std::uint32_t significand = mantissa | 0x400u;
-    const std::uint32_t spread = (significand << 6) | (significand >> 5);
-    return static_cast<int>((((spread >> (15 - exponent)) + 65535u) >> 8) & 255u);
+    // Up to 2^-8 the result is 0, from the last value before 1.0 on it is 255.
+    constexpr std::int16_t kHighestOf0 = 0x1C00;
+    constexpr std::int16_t kLowestOf255 = 0x3BFF;
+    const auto ordered = static_cast<std::int16_t>(value.bits);  // Negative ones come first.
+    const auto bits =
+        static_cast<std::uint16_t>(std::min(std::max(ordered, kHighestOf0), kLowestOf255));
+    // Shifted by 1, the least count. What is left, 0 to 7, are the bits that are 0 in exponent + 1.
+    auto shifted = static_cast<std::uint16_t>((bits << 5) | 0x8010 | ((bits >> 6) & 0xF));
+    const auto next = static_cast<std::uint16_t>(bits + 0x400);
+    shifted = next & 0x1000 ? shifted : static_cast<std::uint16_t>(shifted >> 4);
+    shifted = next & 0x0800 ? shifted : static_cast<std::uint16_t>(shifted >> 2);
+    shifted = next & 0x0400 ? shifted : static_cast<std::uint16_t>(shifted >> 1);
+    return static_cast<std::uint16_t>(shifted - 1) >> 8;
 }
 
-/// The low 32 bits of value * 2^32 truncated toward zero; 0 where that does not fit 64 bits.
-inline std::uint32_t low_word_of_scaled(float value) {
-    constexpr double kTwo63 = 9223372036854775808.0;
-    const double scaled = std::ldexp(static_cast<double>(value), 32);
-    if (scaled > -kTwo63 && scaled < kTwo63) {
-        return static_cast<std::uint32_t>(static_cast<std::int64_t>(scaled));
-    }
-    // Above 2^63 a float is a multiple of 2^40: its low word is 0, as it is for whatever does not
-    // fit.
-    return 0;
-}
-
-/// The wrap-around is intended: 0.0 and 1.0 both give 255, 1.5 gives 127, NaN and infinities give
-/// 255.
+/// Of value * 2^32, truncated toward zero: the high byte of the low word less 1, which is that of
+/// 256 * value, rounded up, less 1. A value that does not fit 64 bits has the low word 0. The
+/// wrap-around is intended: 0.0 and 1.0 both give 255, 1.5 gives 127, NaN and infinities give 255.
 inline int to_8bit(float value) {
-    return static_cast<int>((low_word_of_scaled(value) - 1u) >> 24);
+    // Bits of positive floats are in the order of the floats. 2^-32 is the smallest that is not
+    // truncated to 0; from 2^15 on 256 * value is an integer, from 2^23 on the value itself.
+    constexpr std::int32_t k2ToMinus32 = 0x2F800000;
+    constexpr std::int32_t k2To15 = 0x47000000;
+    constexpr std::int32_t k2To23 = 0x4B000000;
+    std::int32_t bits = 0;
+    std::memcpy(&bits, &value, sizeof bits);
+    // The low word of an integer is that of 0.0, and so is that of infinities and NaN.
+    bits &= -static_cast<std::int32_t>((bits & 0x7FFFFFFF) < k2To23);
+    // Where 256 * value is positive and may have a fraction, truncating it from the next float
+    // below is rounding it up less 1. Everywhere else truncating it is rounding it up.
+    const std::int32_t isStepped = (bits >= k2ToMinus32) & (bits < k2To15);
+    bits -= isStepped;
+    std::memcpy(&value, &bits, sizeof value);
+    return (static_cast<std::int32_t>(256.0f * value) + isStepped - 1) & 0xFF;
 }
 
-/// The sum of squared differences of one channel pair, over the image. The strides are the elements
-/// per pixel of the two layouts.
-template <unsigned firstStride, unsigned secondStride, typename T, typename U>
-unsigned long long channel_distance(const U* first, const T* second) {
-    // 256 squares of at most 255^2 fit 32 bits, which lets the compiler use wider vectors.
-    constexpr std::size_t kBlock = 256;
-    unsigned long long sum = 0;
-    for (std::size_t block = 0; block < kImagePixels; block += kBlock) {
-        std::uint32_t blockSum = 0;
-        for (std::size_t p = block; p < block + kBlock; ++p) {
-            const int difference =
-                to_8bit(second[p * secondStride]) - to_8bit(first[p * firstStride]);
-            blockSum += static_cast<std::uint32_t>(difference * difference);
+// Images are compared block by block: each is brought to the 8-bit scale in a buffer that stays in
+// the cache, then compared as bytes.
+
+constexpr std::size_t kBlockPixels = 256;
+
+/// `count` elements on the 8-bit scale: in `buffer`, or where they are when they are bytes.
+inline const std::uint8_t* on_8bit_scale(const std::uint8_t* elements, std::size_t /*count*/,
+                                         std::uint8_t* /*buffer*/) {
+    return elements;
+}
+
+template <typename T>
+const std::uint8_t* on_8bit_scale(const T* elements, std::size_t count, std::uint8_t* buffer) {
+    return run_on_widest_vectors([=] {
+        for (std::size_t i = 0; i < count; ++i) {
+            buffer[i] = static_cast<std::uint8_t>(to_8bit(elements[i]));
         }
-        sum += blockSum;
+        return buffer;
+    });
+}
+
+/// The sum of the squared differences of at most 32768 bytes, which fits 31 bits.
+inline unsigned squared_differences(const std::uint8_t* first, const std::uint8_t* second,
+                                    std::size_t count) {
+    int sum = 0;
+    for (std::size_t i = 0; i < count; ++i) {
+        const int difference = second[i] - first[i];
+        sum += difference * difference;
     }
-    return sum;
+    return static_cast<unsigned>(sum);
+}
+
+// The sums of all channels are exact, so they are added as they come.
+
+/// The mean distance of the channels of two images of one layout, compared in place.
+template <unsigned elements, typename T, typename U>
+unsigned long long mean_distance(const U* first, const T* second) {
+    constexpr std::size_t kCount = kBlockPixels * elements;
+    std::uint8_t firstBuffer[kCount];
+    std::uint8_t secondBuffer[kCount];
+    unsigned long long sum = 0;
+    for (std::size_t i = 0; i < kImagePixels * elements; i += kCount) {
+        sum += squared_differences(on_8bit_scale(first + i, kCount, firstBuffer),
+                                   on_8bit_scale(second + i, kCount, secondBuffer), kCount);
+    }
+    return sum / elements;
 }
 
 /// Which element of the second image each element of the first is compared with, by position.
@@ -95,28 +138,56 @@ struct ChannelPair {
     unsigned second;
 };
 
-template <unsigned firstStride, unsigned secondStride, typename T, typename U, std::size_t count>
-unsigned long long mean_distance(const U* first, const T* second,
-                                 const ChannelPair (&pairs)[count]) {
-    unsigned long long sum = 0;
-    for (const ChannelPair& pair : pairs) {
-        sum +=
-            channel_distance<firstStride, secondStride>(first + pair.first, second + pair.second);
+/// The first `channels` elements of each pixel of a block, each channel on its own.
+template <unsigned channels>
+struct Planes {
+    std::uint8_t planes[channels][kBlockPixels];
+
+    template <unsigned stride, typename T>
+    void split(const T* pixels) {
+        constexpr std::size_t kCount = stride * (kBlockPixels - 1) + channels;
+        std::uint8_t buffer[kCount];
+        const std::uint8_t* bytes = on_8bit_scale(pixels, kCount, buffer);
+        for (std::size_t p = 0; p < kBlockPixels; ++p) {
+            for (unsigned c = 0; c < channels; ++c) planes[c][p] = bytes[p * stride + c];
+        }
     }
-    return sum / count;
+};
+
+template <std::size_t count>
+constexpr unsigned channels_of(const ChannelPair (&pairs)[count], unsigned ChannelPair::*side) {
+    unsigned highest = 0;
+    for (const ChannelPair& pair : pairs) highest = std::max(highest, pair.*side);
+    return highest + 1;
+}
+
+/// The mean distance of the paired channels. The strides are the elements per pixel.
+template <unsigned firstStride, unsigned secondStride, const auto& pairs, typename T, typename U>
+unsigned long long mean_distance(const U* first, const T* second) {
+    Planes<channels_of(pairs, &ChannelPair::first)> firstPlanes;
+    Planes<channels_of(pairs, &ChannelPair::second)> secondPlanes;
+    unsigned long long sum = 0;
+    for (std::size_t p = 0; p < kImagePixels; p += kBlockPixels) {
+        firstPlanes.template split<firstStride>(first + p * firstStride);
+        secondPlanes.template split<secondStride>(second + p * secondStride);
+        for (const ChannelPair& pair : pairs) {
+            sum += squared_differences(firstPlanes.planes[pair.first],
+                                       secondPlanes.planes[pair.second], kBlockPixels);
+        }
+    }
+    return sum / std::size(pairs);
 }
 
 // The pairings. They are not symmetric, and every oddity is intended.
 
 constexpr ChannelPair kSameOrder3[] = {{0, 0}, {1, 1}, {2, 2}};
 constexpr ChannelPair kSwapped3[] = {{0, 2}, {1, 1}, {2, 0}};
-constexpr ChannelPair kSameOrder4[] = {{0, 0}, {1, 1}, {2, 2}, {3, 3}};
 constexpr ChannelPair kReversed4[] = {{0, 3}, {1, 2}, {2, 1}, {3, 0}};
 constexpr ChannelPair kSwapped4[] = {{0, 2}, {1, 1}, {2, 0}, {3, 3}};
 constexpr ChannelPair kLuminance[] = {{0, 0}};
 constexpr ChannelPair kLuminanceColor[] = {{0, 0}, {0, 1}, {0, 2}};
-// The alpha of a pixel against the luminance of the next one: for the last pixel this reads one
-// element past a two-element image, which the second image therefore has to provide.
+// The alpha of a pixel against element 2, the luminance of the next pixel: for the last pixel this
+// reads one element past a two-element image, which the second image therefore has to provide.
 constexpr ChannelPair kLuminanceAlpha[] = {{0, 0}, {1, 2}};
 constexpr ChannelPair kLuminanceAlphaColor[] = {{0, 0}, {0, 1}, {0, 2}, {1, 3}};
 
@@ -141,11 +212,11 @@ unsigned long long distance_from_rgb(const U* first, unsigned firstFormat, const
     const bool same = is_rgb_order(firstFormat) == is_rgb_order(secondFormat);
     switch (color_elements(secondFormat)) {
         case 3:
-            return same ? mean_distance<3, 3>(first, second, kSameOrder3)
-                        : mean_distance<3, 3>(first, second, kSwapped3);
+            return same ? mean_distance<3>(first, second)
+                        : mean_distance<3, 3, kSwapped3>(first, second);
         case 4:
-            return same ? mean_distance<3, 4>(first, second, kSameOrder3)
-                        : mean_distance<3, 4>(first, second, kSwapped3);
+            return same ? mean_distance<3, 4, kSameOrder3>(first, second)
+                        : mean_distance<3, 4, kSwapped3>(first, second);
         default:
             return kUnsupportedDistance;
     }
@@ -158,21 +229,21 @@ unsigned long long distance_from_rgba(const U* first, unsigned firstFormat, cons
                                       unsigned secondFormat) {
     if (color_elements(secondFormat) != 4) return kUnsupportedDistance;
     if ((firstFormat == GL_RGBA) == (secondFormat == GL_RGBA)) {
-        return mean_distance<4, 4>(first, second, kSameOrder4);
+        return mean_distance<4>(first, second);
     }
-    return firstFormat == kPackedBGRA ? mean_distance<4, 4>(first, second, kSwapped4)
-                                      : mean_distance<4, 4>(first, second, kReversed4);
+    return firstFormat == kPackedBGRA ? mean_distance<4, 4, kSwapped4>(first, second)
+                                      : mean_distance<4, 4, kReversed4>(first, second);
 }
 
 template <typename T, typename U>
 unsigned long long distance_from_luminance(const U* first, const T* second, unsigned secondFormat) {
-    if (secondFormat == GL_LUMINANCE) return mean_distance<1, 1>(first, second, kLuminance);
-    if (secondFormat == GL_LUMINANCE_ALPHA) return mean_distance<1, 2>(first, second, kLuminance);
+    if (secondFormat == GL_LUMINANCE) return mean_distance<1>(first, second);
+    if (secondFormat == GL_LUMINANCE_ALPHA) return mean_distance<1, 2, kLuminance>(first, second);
     switch (color_elements(secondFormat)) {
         case 3:
-            return mean_distance<1, 3>(first, second, kLuminanceColor);
+            return mean_distance<1, 3, kLuminanceColor>(first, second);
         case 4:
-            return mean_distance<1, 4>(first, second, kLuminanceColor);
+            return mean_distance<1, 4, kLuminanceColor>(first, second);
         default:
             return kUnsupportedDistance;
     }
@@ -182,10 +253,10 @@ template <typename T, typename U>
 unsigned long long distance_from_luminance_alpha(const U* first, const T* second,
                                                  unsigned secondFormat) {
     if (secondFormat == GL_LUMINANCE_ALPHA) {
-        return mean_distance<2, 2>(first, second, kLuminanceAlpha);
+        return mean_distance<2, 2, kLuminanceAlpha>(first, second);
     }
     return color_elements(secondFormat) == 4
-               ? mean_distance<2, 4>(first, second, kLuminanceAlphaColor)
+               ? mean_distance<2, 4, kLuminanceAlphaColor>(first, second)
                : kUnsupportedDistance;
 }
 
