@@ -141,6 +141,18 @@ TEST(OpenCheck, gives_up_a_device_that_leaves_a_hanging_process_behind) {
               "it did not answer within 0.3 s");
 }
 
+TEST(OpenCheck, kills_a_device_that_closes_its_files_and_stays) {
+    EXPECT_EQ(failure_of_initialize([] {
+                  for (int file = 3; file < 256; ++file) close(file);
+                  for (;;) pause();
+              }),
+              "opening it ended the process");
+    int status = 0;
+    EXPECT_GT(waitpid(-1, &status, 0), 0);
+    EXPECT_TRUE(WIFSIGNALED(status));
+    EXPECT_EQ(WTERMSIG(status), SIGKILL);
+}
+
 TEST(OpenCheck, works_where_the_application_ignores_its_children) {
     const auto before = std::signal(SIGCHLD, SIG_IGN);
     EXPECT_EQ(check({}).failure, "");

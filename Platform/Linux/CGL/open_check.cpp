@@ -89,8 +89,8 @@ std::optional<Report> receive(int pipe_end, Clock::time_point deadline) {
         if (left.count() <= 0) return {};
         pollfd descriptor = {pipe_end, POLLIN, 0};
         const int ready = poll(&descriptor, 1, static_cast<int>(left.count()));
-        if (ready < 0 && errno == EINTR) continue;
-        if (ready <= 0) return {};
+        if (ready == 0 || (ready < 0 && errno == EINTR)) continue;
+        if (ready < 0) return {};
         Report report;
         const ssize_t size = read(pipe_end, &report, sizeof report);
         if (size < 0 && errno == EINTR) continue;
@@ -99,17 +99,19 @@ std::optional<Report> receive(int pipe_end, Clock::time_point deadline) {
     }
 }
 
-/// The child's wait status; empty when it cannot be had. A process that the kernel cannot end at
-/// once, stuck in its driver, is left behind rather than waited for.
+/// The child's wait status; empty when it cannot be had. A child that does not end by itself is
+/// killed, and one that the kernel cannot end at once, stuck in its driver, is left behind.
 std::optional<int> reap(pid_t child) {
     const Clock::time_point deadline = Clock::now() + std::chrono::seconds(1);
-    do {
+    for (;;) {
         int status = 0;
         const pid_t ended = waitpid(child, &status, WNOHANG);
         if (ended == child) return status;
         if (ended < 0 && errno != EINTR) return {};
+        if (Clock::now() >= deadline) break;
         std::this_thread::sleep_for(std::chrono::milliseconds(1));
-    } while (Clock::now() < deadline);
+    }
+    kill(child, SIGKILL);
     return {};
 }
 
