@@ -107,6 +107,14 @@ TEST_F(StoreDamage, puts_aside_a_database_that_claims_to_be_read_only) {
     EXPECT_TRUE(same(*read("other"), true));
 }
 
+TEST_F(StoreDamage, puts_aside_a_database_that_takes_for_ever_to_read) {
+    write("key", true);
+    rows(
+        "WITH RECURSIVE number(n) AS (SELECT 1 UNION ALL SELECT n + 1 FROM number LIMIT 300000)"
+        " INSERT INTO records SELECT 'org.example.app', n, 'boolean', 1 FROM number");
+    EXPECT_EQ(said_by_next_user(), line("it takes for ever to read", 1));
+}
+
 TEST_F(StoreDamage, puts_the_log_aside_with_its_database) {
     fs::create_directories(directory());
     replace(database(), std::string(4096, 'x'));

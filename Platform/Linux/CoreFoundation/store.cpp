@@ -232,6 +232,7 @@ Problem Store::failed(int code) {
     } else if (is_about_content(code)) {
         problem.is_damage = access_ != Access::kFrozen;
         if (code == SQLITE_FORMAT) problem.reason = "it holds other tables than records";
+        if (code == SQLITE_INTERRUPT) problem.reason = "it takes for ever to read";
         if (code == SQLITE_IOERR_SHORT_READ) problem.reason = "it ends too early";
     } else {
         problem.error = disk_error(code);
