@@ -52,8 +52,8 @@ public:
                     running_};
         }
         const bool isStore = begins_with(text, "CFPreferences");
-        const Call call = {isStore ? Call::Place::kStore : Call::Place::kOutside,
-                           "once at " + std::to_string(calls_), unsettled_};
+        Call call = {isStore ? Call::Place::kStore : Call::Place::kOutside,
+                     "once at " + std::to_string(calls_), unsettled_};
         follow(flag, begins_with(text, "CFPreferencesAppSynchronize"));
         return call;
     }

@@ -76,7 +76,7 @@ unsigned char shown(const std::vector<unsigned char>& bytes, std::size_t index, 
     } else {
         return bytes[index];
     }
-    return static_cast<unsigned char>(value * 255.0f + 0.5f);
+    return static_cast<unsigned char>(std::floor(value * 255.0f + 0.5f));
 }
 
 /// Where red, green, blue and alpha lie in a pixel; beyond it for an alpha of 1.
@@ -117,7 +117,7 @@ unsigned long long expected_distance(const Format& format, const std::string& ca
                                      long random) {
     const std::size_t count = 16384 * elements_per_pixel(format.format);
     const std::vector<unsigned char> sent =
-        pattern(16384 * format.bytesPerPixel, format.type, random);
+        pattern(std::size_t{16384} * format.bytesPerPixel, format.type, random);
     const std::vector<int> source = slow_8bit_elements(sent.data(), count, format.type);
     if (capability.compare(0, 6, "UPLOAD") == 0) {
         const std::vector<unsigned char> frame = drawn(sent, format);

@@ -44,6 +44,7 @@ fs::path records_parent() {
 
 std::vector<char*> pointers(std::vector<std::string>& words) {
     std::vector<char*> result;
+    result.reserve(words.size() + 1);
     for (std::string& word : words) result.push_back(word.data());
     result.push_back(nullptr);
     return result;

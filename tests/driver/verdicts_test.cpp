@@ -11,7 +11,9 @@ namespace {
 /// The records of a run without those keys of `format` that are not in `kept`.
 Values without(const std::string& format, const std::string& kept, Values values) {
     for (const std::string capability : kCapabilities) {
-        if (kept.find(capability) == std::string::npos) values.erase(format + "_" + capability);
+        std::string key = format;
+        key.append("_").append(capability);
+        if (kept.find(capability) == std::string::npos) values.erase(key);
     }
     return values;
 }
@@ -109,10 +111,10 @@ INSTANTIATE_TEST_SUITE_P(
                     Distance{"GL_LUMINANCE8_DOWNLOAD_GET", 2684355, 2684355, false},
                     Distance{"GL_LUMINANCE8_DOWNLOAD_READ", 2684354, 2684354, true},
                     Distance{"GL_LUMINANCE8_DOWNLOAD_READ", 2684355, 2684355, false},
-                    Distance{"GL_RGBA8_UPLOAD_SET", 4 * 2684354 + 3, 2684354, true},
-                    Distance{"GL_RGBA8_UPLOAD_SET", 4 * 2684355, 2684355, false},
-                    Distance{"GL_RGBA8_UPLOAD_RESET", 4 * 2684354 + 3, 2684354, true},
-                    Distance{"GL_RGBA8_UPLOAD_RESET", 4 * 2684355, 2684355, false}),
+                    Distance{"GL_RGBA8_UPLOAD_SET", 4UL * 2684354 + 3, 2684354, true},
+                    Distance{"GL_RGBA8_UPLOAD_SET", 4UL * 2684355, 2684355, false},
+                    Distance{"GL_RGBA8_UPLOAD_RESET", 4UL * 2684354 + 3, 2684354, true},
+                    Distance{"GL_RGBA8_UPLOAD_RESET", 4UL * 2684355, 2684355, false}),
     [](const auto& test) {
         return std::string(test.param.key) + (test.param.match ? "_matches" : "_does_not");
     });

@@ -16,6 +16,8 @@ namespace fakes {
 
 namespace {
 
+constexpr std::size_t kLongestLine = 1024;
+
 unsigned calls = 0;
 unsigned callsInTest = 0;
 std::string test;
@@ -47,11 +49,9 @@ void write_first_line() {
                words_of("/proc/self/environ"));
 }
 
-void log_call(const char* format, va_list arguments) {
+void log_line(const char* line) {
     if (!script().log) return;
     write_first_line();
-    char line[1024];
-    std::vsnprintf(line, sizeof line, format, arguments);
     write_line(line);
 }
 
@@ -93,10 +93,12 @@ bool is_time(const Death& death) {
 }  // namespace
 
 void call(const char* format, ...) {
+    char line[kLongestLine];
     va_list arguments;
     va_start(arguments, format);
-    log_call(format, arguments);
+    std::vsnprintf(line, sizeof line, format, arguments);
     va_end(arguments);
+    log_line(line);
     ++calls;
     if (!test.empty()) ++callsInTest;
     const std::optional<Death>& death = script().death;
@@ -104,10 +106,12 @@ void call(const char* format, ...) {
 }
 
 void note(const char* format, ...) {
+    char line[kLongestLine];
     va_list arguments;
     va_start(arguments, format);
-    log_call(format, arguments);
+    std::vsnprintf(line, sizeof line, format, arguments);
     va_end(arguments);
+    log_line(line);
 }
 
 int failure(const char* name) {

@@ -122,6 +122,8 @@ public:
     ~GuardedMemory();
     GuardedMemory(GuardedMemory&& other) noexcept;
     GuardedMemory& operator=(GuardedMemory&& other) noexcept;
+    GuardedMemory(const GuardedMemory&) = delete;
+    GuardedMemory& operator=(const GuardedMemory&) = delete;
 
     unsigned char* data() const { return data_; }
     std::size_t size() const { return size_; }

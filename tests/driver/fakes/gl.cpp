@@ -11,7 +11,7 @@ using fakes::name;
 
 namespace {
 
-constexpr std::size_t kPixels = 128 * 128;
+constexpr std::size_t kPixels = std::size_t{128} * 128;
 
 // Enumerants as text for the calls; a macro because the text must outlive the call's arguments.
 #define NAME(value) name(value).c_str()

@@ -14,7 +14,7 @@ namespace fakes {
 
 namespace {
 
-constexpr std::size_t kPixels = 128 * 128;
+constexpr std::size_t kPixels = std::size_t{128} * 128;
 
 /// The channels, 0 red to 3 alpha, that the elements of a pixel hold, in memory order.
 std::vector<unsigned> channels(GLenum format) {
@@ -88,6 +88,7 @@ GuardedMemory::GuardedMemory(std::size_t size) : size_(size) {
     const std::size_t page = static_cast<std::size_t>(sysconf(_SC_PAGESIZE));
     const std::size_t used = (size + page - 1) / page * page;
     length_ = used + page;
+    // cppcheck-suppress invalidFunctionArg  // No file.
     pages_ = mmap(nullptr, length_, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
     if (pages_ == MAP_FAILED) std::abort();
     mprotect(static_cast<unsigned char*>(pages_) + used, page, PROT_NONE);
