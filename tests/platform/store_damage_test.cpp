@@ -1,14 +1,18 @@
 // Databases that are damaged, foreign, lost or exchanged while the store is in use.
 
 #include <algorithm>
+#include <chrono>
 #include <fstream>
+#include <memory>
 #include <sstream>
+#include <thread>
 
 #include "platform/store_fixture.h"
 
 namespace {
 
 namespace fs = std::filesystem;
+using namespace std::chrono_literals;
 using texprobe::platform::same;
 using texprobe::tests::errors_of;
 using texprobe::tests::Preferences;
@@ -83,6 +87,21 @@ TEST_F(StoreDamage, puts_aside_a_database_with_other_tables) {
     fs::permissions(directory(), fs::perms::owner_all);
     rows("CREATE TABLE bookmarks (address TEXT)");
     EXPECT_EQ(said_by_next_user(), line("it holds other tables than records", 1));
+}
+
+TEST_F(StoreDamage, puts_aside_a_database_whose_table_is_another_one) {
+    fs::create_directories(directory());
+    fs::permissions(directory(), fs::perms::owner_all);
+    rows("CREATE TABLE records (application, key, type, value); PRAGMA user_version = 1");
+    EXPECT_EQ(said_by_next_user(), line("it holds other tables than records", 1));
+}
+
+TEST_F(StoreDamage, puts_aside_a_database_in_a_format_of_the_future) {
+    write("key", true);
+    std::string bytes = contents(database());
+    bytes[47] = 9;  // the schema's format
+    replace(database(), bytes);
+    EXPECT_EQ(said_by_next_user(), line("SQL logic error", 1));
 }
 
 TEST_F(StoreDamage, puts_aside_a_database_that_holds_more_than_records) {
@@ -193,6 +212,25 @@ TEST_F(StoreDamage, is_put_aside_once_by_two_processes) {
     one.close();
     other.close();
     EXPECT_EQ(rows("SELECT key, value FROM records"), "one|0\nother|0\n");
+}
+
+TEST_F(StoreDamage, that_another_process_has_put_aside_meanwhile_is_not_put_aside_again) {
+    using texprobe::platform::DirectoryLock;
+    fs::create_directories(directory());
+    fs::permissions(directory(), fs::perms::owner_all);
+    replace(database(), "damage");
+    auto busy = std::make_unique<DirectoryLock>(directory(), DirectoryLock::Mode::kShared, 0ms);
+    std::string said;
+    std::thread late(
+        [this, &said] { said = errors_of([this] { EXPECT_TRUE(same(*read("key"), true)); }); });
+    // By now it has met the damage and waits to be alone.
+    std::this_thread::sleep_for(200ms);
+    fs::rename(database(), aside(1));
+    write("key", true);
+    busy.reset();
+    late.join();
+    EXPECT_EQ(said, "");
+    EXPECT_FALSE(fs::exists(aside(2)));
 }
 
 TEST_F(StoreDamage, of_the_old_database_is_not_done_to_the_new_one_by_whoever_still_has_it_open) {

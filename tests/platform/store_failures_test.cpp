@@ -117,6 +117,52 @@ TEST_F(StoreFailures, of_a_read_only_disk_cost_one_line_and_its_records_are_read
     EXPECT_EQ(said, line(database(), "Read-only file system"));
 }
 
+TEST_F(StoreFailures, of_a_read_only_disk_end_with_it) {
+    bool allowed = false;
+    const bool passed = in_child_with_mount(
+        home(), "1m", true,
+        [this] {
+            write("key", true);
+            return true;
+        },
+        [this] {
+            Preferences preferences(directory());
+            if (!preferences.value(kApp, "key")) return false;
+            if (mount(nullptr, home().c_str(), nullptr, MS_REMOUNT, nullptr) != 0) return false;
+            write("later", true);
+            return preferences.synchronize(kApp) && preferences.value(kApp, "later");
+        },
+        &allowed);
+    EXPECT_EQ(passed, allowed);
+    if (!allowed) GTEST_SKIP() << "mounting is not allowed here";
+}
+
+TEST_F(StoreFailures, of_a_read_only_disk_do_not_make_old_records_of_those_in_a_log) {
+    bool allowed = false;
+    errors_of([this, &allowed] {
+        const bool passed = in_child_with_mount(
+            home(), "1m", true,
+            [this] {
+                write("key", false);
+                // A process that dies leaves its log; without the map to it, it cannot be read
+                // here.
+                const bool written = in_child([this] {
+                    auto& preferences = *new Preferences(directory());
+                    preferences.change(kApp, {{"key", true}});
+                    return preferences.synchronize(kApp);
+                });
+                return written && fs::remove(database().string() + "-shm");
+            },
+            [this] {
+                const auto seen = read("key");
+                return !seen || same(*seen, true);
+            },
+            &allowed);
+        EXPECT_EQ(passed, allowed);
+    });
+    if (!allowed) GTEST_SKIP() << "mounting is not allowed here";
+}
+
 TEST_F(StoreFailures, of_a_full_disk_cost_one_line_and_are_made_up_for) {
     bool allowed = false;
     // The file system's size in kilobytes, from one that holds next to nothing to one that has room

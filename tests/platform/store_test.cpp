@@ -14,6 +14,7 @@
 
 namespace {
 
+using texprobe::platform::Access;
 using texprobe::platform::Connection;
 using texprobe::platform::Journal;
 using texprobe::platform::same;
@@ -230,6 +231,11 @@ TEST_F(Store, takes_names_and_folders_with_any_characters) {
         ASSERT_TRUE(preferences.synchronize(app));
     }
     EXPECT_TRUE(same(*Preferences((odd / "records").string()).value(app, key), true));
+    Connection frozen;
+    ASSERT_EQ(frozen.open(odd / "records/records.sqlite3", Access::kFrozen), SQLITE_OK);
+    texprobe::platform::Records records;
+    ASSERT_EQ(frozen.read(app, &records), SQLITE_OK);
+    EXPECT_EQ(records.count(key), 1u);
 }
 
 /// What a synchronization costs, on the disk.
@@ -313,7 +319,7 @@ TEST_F(Store, keeps_a_rollback_journal_where_it_is_asked_to) {
     std::filesystem::create_directories(directory());
     std::ofstream(database()).flush();
     Connection connection;
-    ASSERT_EQ(connection.open(database(), texprobe::platform::Access::kReadWrite), SQLITE_OK);
+    ASSERT_EQ(connection.open(database(), Access::kReadWrite), SQLITE_OK);
     ASSERT_EQ(connection.begin(Journal::kRollback), SQLITE_OK);
     ASSERT_EQ(connection.set(kApp, "key", true), SQLITE_OK);
     EXPECT_FALSE(std::filesystem::exists(database().string() + "-wal"));

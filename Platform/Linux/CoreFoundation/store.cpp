@@ -276,7 +276,9 @@ void Store::close() {
     if (!connection_.is_open()) return;
     const FileSizeSignalBlocked blocked;
     const DirectoryLock lock(directory_, DirectoryLock::Mode::kShared, present_patience_);
-    if (lock.error() == 0 && identity_of(path_) == identity_) {
+    // SQLite itself keeps its hands off the names when they have come to mean other files; the lock
+    // sees to it that they do not change in the meantime.
+    if (lock.error() == 0) {
         connection_.close();
     } else {
         connection_.abandon();

@@ -82,7 +82,6 @@ std::optional<Problem> make_file(const std::string& path) {
     const int flags = O_RDWR | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC;
     const int descriptor = ::open(path.c_str(), flags, kPrivateFile);
     if (descriptor >= 0) {
-        fchmod(descriptor, kPrivateFile);
         close(descriptor);
         sync_names(parent_of(path));
         return std::nullopt;
@@ -187,7 +186,6 @@ std::optional<Problem> set_aside(const std::string& path, std::string* aside) {
     do {
         *aside = path + ".damaged-" + std::to_string(number);
     } while (identity_of(*aside) && ++number <= kMostKept);
-    if (number > kMostKept) *aside = path + ".damaged-" + std::to_string(kMostKept);
     // The database last: what lies beside it would otherwise be taken for the new one's.
     for (const char* suffix : kCompanions) {
         if (rename((path + suffix).c_str(), (*aside + suffix).c_str()) != 0 && errno != ENOENT) {
