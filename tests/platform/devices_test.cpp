@@ -12,6 +12,7 @@ namespace {
 
 using testing::ElementsAre;
 using testing::IsEmpty;
+using texprobe::platform::can_list_devices;
 using texprobe::platform::Device;
 using texprobe::platform::Egl;
 using texprobe::platform::has_extension;
@@ -146,6 +147,14 @@ TEST(Devices, with_null_strings_are_listed) {
     device.extensions = "EGL_EXT_device_query_name EGL_EXT_device_drm EGL_EXT_device_persistent_id";
     ScriptedEgl egl({device});
     EXPECT_THAT(identities(list_devices(egl.functions(), "/nowhere")), ElementsAre("//"));
+}
+
+TEST(Devices, can_be_listed_with_either_of_two_sets_of_extensions) {
+    EXPECT_TRUE(can_list_devices("EGL_EXT_platform_base EGL_EXT_device_base"));
+    EXPECT_TRUE(can_list_devices("EGL_EXT_device_enumeration EGL_EXT_device_query"));
+    EXPECT_FALSE(can_list_devices("EGL_EXT_device_enumeration"));
+    EXPECT_FALSE(can_list_devices("EGL_EXT_device_query EGL_EXT_platform_device"));
+    EXPECT_FALSE(can_list_devices(nullptr));
 }
 
 TEST(HasExtension, finds_whole_words_only) {

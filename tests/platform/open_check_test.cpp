@@ -4,6 +4,7 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -175,6 +176,18 @@ TEST(OpenCheck, works_while_signals_arrive) {
               }),
               "");
     sigaction(SIGUSR1, &before, nullptr);
+}
+
+TEST(OpenCheck, refuses_a_device_that_it_has_no_pipe_to_hear_from) {
+    ScriptedEgl egl({ScriptedDevice()});
+    rlimit before = {};
+    getrlimit(RLIMIT_NOFILE, &before);
+    const rlimit none = {0, before.rlim_max};
+    setrlimit(RLIMIT_NOFILE, &none);
+    const OpenCheck result = check_device(egl.functions(), egl.device(0), 20s);
+    setrlimit(RLIMIT_NOFILE, &before);
+    EXPECT_EQ(result.failure, "pipe: Too many open files");
+    EXPECT_THAT(egl.calls(), IsEmpty());
 }
 
 TEST(OpenCheck, reads_the_memory_that_nvidia_tells) {

@@ -14,11 +14,7 @@ void load(Function& function, const char* name) {
 
 Egl load_egl() {
     Egl egl;
-    const char* extensions = eglQueryString(EGL_NO_DISPLAY, EGL_EXTENSIONS);
-    const bool lists_devices = has_extension(extensions, "EGL_EXT_device_base") ||
-                               (has_extension(extensions, "EGL_EXT_device_enumeration") &&
-                                has_extension(extensions, "EGL_EXT_device_query"));
-    if (lists_devices) {
+    if (can_list_devices(eglQueryString(EGL_NO_DISPLAY, EGL_EXTENSIONS))) {
         load(egl.query_devices, "eglQueryDevicesEXT");
         load(egl.query_device_string, "eglQueryDeviceStringEXT");
     }
@@ -32,6 +28,12 @@ Egl load_egl() {
 const Egl& system_egl() {
     static const Egl egl = load_egl();
     return egl;
+}
+
+bool can_list_devices(const char* client_extensions) {
+    return has_extension(client_extensions, "EGL_EXT_device_base") ||
+           (has_extension(client_extensions, "EGL_EXT_device_enumeration") &&
+            has_extension(client_extensions, "EGL_EXT_device_query"));
 }
 
 bool has_extension(const char* extensions, std::string_view name) {

@@ -34,6 +34,10 @@ struct Egl {
 /// The EGL of this system. Asks for client extensions; initializes no display.
 const Egl& system_egl();
 
+/// Do EGL's client extensions offer the list of devices? One extension does, which others took
+/// apart.
+bool can_list_devices(const char* client_extensions);
+
 /// Is `name` one of the words of an extension string? A null string has none.
 bool has_extension(const char* extensions, std::string_view name);
 
