@@ -7,7 +7,7 @@
 #include <OpenGL/gl.h>
 #include <OpenGL/glext.h>
 
-#include <cmath>
+#include <bit>
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>
@@ -74,7 +74,7 @@ inline bool best_pixel_format(GLenum internalFormat, unsigned* format, unsigned*
 
 /// (word + 1) / 2^32, in (0, 1], to nearest.
 inline float pattern_float(std::uint32_t word) {
-    return static_cast<float>(std::ldexp(static_cast<double>(word) + 1.0, -32));
+    return static_cast<float>((static_cast<double>(word) + 1.0) * 0x1p-32);
 }
 
 /// (element + 1) / 65536 as a half float, truncated toward zero. The two smallest inputs give the
@@ -82,8 +82,8 @@ inline float pattern_float(std::uint32_t word) {
 inline std::uint16_t pattern_half(std::uint16_t element) {
     const std::uint32_t h = element + 1u;
     if (h == 65536u) return 0x3C00u;
-    unsigned leadingZeros = 0;
-    while (!((h << leadingZeros) & 0x8000u)) ++leadingZeros;
+    const auto leadingZeros =
+        static_cast<unsigned>(std::countl_zero(static_cast<std::uint16_t>(h)));
     if (leadingZeros >= 14) return static_cast<std::uint16_t>(((h << leadingZeros) >> 6) & 0x3FFu);
     const std::uint32_t mantissa = ((h << (leadingZeros + 1)) >> 6) & 0x3FFu;
     return static_cast<std::uint16_t>(((14u - leadingZeros) << 10) | mantissa);
