@@ -36,10 +36,8 @@ fs::path make_folder(const fs::path& parent) {
     return name;
 }
 
-/// Records lie in memory where that can be had: thousands of runs synchronize each test.
-fs::path records_parent() {
-    const fs::path memory = "/dev/shm";
-    return access(memory.c_str(), W_OK) == 0 ? memory : fs::temp_directory_path();
+fs::path writable(const fs::path& folder) {
+    return access(folder.c_str(), W_OK) == 0 ? folder : fs::temp_directory_path();
 }
 
 std::vector<char*> pointers(std::vector<std::string>& words) {
@@ -80,8 +78,10 @@ bool ToolRun::exited_with(int code) const {
 }
 
 FakeTool::FakeTool(const std::string& script)
-    : folder_(make_folder(fs::read_symlink("/proc/self/exe").parent_path())),
-      records_(make_folder(records_parent())) {
+    // A link is made in no time beside the executable; and records lie in memory where that can be
+    // had, because thousands of runs synchronize each test.
+    : folder_(make_folder(writable(fs::read_symlink("/proc/self/exe").parent_path()))),
+      records_(make_folder(writable("/dev/shm"))) {
     std::error_code failed;
     fs::create_hard_link(TOOL_ON_FAKES, path(), failed);
     if (failed) fs::copy_file(TOOL_ON_FAKES, path());
