@@ -20,7 +20,7 @@ int main(int argc, char** argv) {
     }
     std::mt19937_64 random(seed);
     // Bytes at the ends of their range, and those that texts are made of, find more than others.
-    const char likely[] = "\"\\:/ \n0129aGNU\x7f\xff";
+    const unsigned char likely[] = "\"\\:/ \n0129aGNU\x7f\xff";
     for (unsigned long run = 0; run < runs; ++run) {
         std::vector<std::uint8_t> input(random() % 512);
         for (std::uint8_t& byte : input) {
