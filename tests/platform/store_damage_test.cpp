@@ -219,7 +219,8 @@ TEST_F(StoreDamage, that_another_process_has_put_aside_meanwhile_is_not_put_asid
     fs::create_directories(directory());
     fs::permissions(directory(), fs::perms::owner_all);
     replace(database(), "damage");
-    auto busy = std::make_unique<DirectoryLock>(directory(), DirectoryLock::Mode::kShared, 0ms);
+    auto busy = std::make_unique<DirectoryLock>(directory(), DirectoryLock::Mode::kShared,
+                                                std::chrono::milliseconds(0));
     std::string said;
     std::thread late(
         [this, &said] { said = errors_of([this] { EXPECT_TRUE(same(*read("key"), true)); }); });
