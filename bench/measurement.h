@@ -1,0 +1,77 @@
+// The tool's measurement and nothing else: the product's own tests of the sixteen formats, in the
+// tool's order, on a context that is current. No records, no listing, no identifiers.
+
+#ifndef TEXPROBE_BENCH_MEASUREMENT_H
+#define TEXPROBE_BENCH_MEASUREMENT_H
+
+#include <OpenGL/gl.h>
+#include <OpenGL/glext.h>
+#include <OpenGL/glu.h>
+
+#include "TexProbe/probe.h"
+
+namespace texprobe::bench {
+
+inline bool has_extension(const char* name) {
+    return gluCheckExtension(reinterpret_cast<const GLubyte*>(name), glGetString(GL_EXTENSIONS));
+}
+
+/// As the tool's test driver sets it up.
+inline void set_up_render_target() {
+    __hasFBO = has_extension("GL_EXT_framebuffer_object");
+    __hasPBO = has_extension("GL_ARB_pixel_buffer_object");
+    if (__hasFBO) {
+        glBindFramebufferEXT(GL_FRAMEBUFFER_EXT, 1);
+        glBindTexture(GL_TEXTURE_2D, kTargetTexture);
+        glTexImage2D(GL_TEXTURE_2D, 0, GL_RGBA, kImageSize, kImageSize, 0, GL_RGBA, GL_BYTE,
+                     nullptr);
+        glFramebufferTexture2DEXT(GL_FRAMEBUFFER_EXT, GL_COLOR_ATTACHMENT0_EXT, GL_TEXTURE_2D,
+                                  kTargetTexture, 0);
+    }
+    const GLenum buffer = __hasFBO ? GL_COLOR_ATTACHMENT0_EXT : GL_FRONT;
+    glDrawBuffer(buffer);
+    glReadBuffer(buffer);
+    glViewport(0, 0, kImageSize, kImageSize);
+}
+
+/// Runs every test whose precondition holds, `before` before each. Returns how many passed.
+template <typename Before>
+int measure_format(GLenum internalFormat, Before before) {
+    bool verdicts[kCapabilityCount] = {};
+    int passed = 0;
+    for (const CapabilityTest& test : kCapabilityTests) {
+        const bool applies = test.precondition == test.capability || verdicts[test.precondition];
+        if (!applies) continue;
+        before();
+        verdicts[test.capability] = test.run(internalFormat);
+        passed += verdicts[test.capability];
+    }
+    return passed;
+}
+
+template <typename Before>
+int measure_all_formats(Before before) {
+    constexpr GLenum kFormats[] = {GL_RGB32F_ARB,
+                                   GL_RGBA32F_ARB,
+                                   GL_LUMINANCE32F_ARB,
+                                   GL_LUMINANCE_ALPHA32F_ARB,
+                                   GL_LUMINANCE8,
+                                   GL_LUMINANCE8_ALPHA8,
+                                   GL_RGB8,
+                                   GL_RGBA8,
+                                   GL_LUMINANCE16,
+                                   GL_LUMINANCE16_ALPHA16,
+                                   GL_RGB16,
+                                   GL_RGBA16,
+                                   GL_LUMINANCE16F_ARB,
+                                   GL_LUMINANCE_ALPHA16F_ARB,
+                                   GL_RGB16F_ARB,
+                                   GL_RGBA16F_ARB};
+    int passed = 0;
+    for (const GLenum format : kFormats) passed += measure_format(format, before);
+    return passed;
+}
+
+}  // namespace texprobe::bench
+
+#endif

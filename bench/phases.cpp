@@ -1,0 +1,184 @@
+// One first run, one second run and one construction taken apart, in one process each. Prints a
+// line for each phase: its name, a tab and its seconds. Usage: phases first | phases second |
+// phases client. The records are beside this executable; "second" and "client" need those of
+// "first".
+
+#include <ApplicationServices/ApplicationServices.h>
+#include <CoreFoundation/CoreFoundation.h>
+#include <OpenGL/OpenGL.h>
+
+#include <cstdio>
+#include <cstring>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "TexProbe/distance.h"
+#include "TexProbe/pattern.h"
+#include "egl_context.h"
+#include "interleaved.h"
+
+namespace {
+
+double patternSeconds = 0.0;
+double comparisonSeconds = 0.0;
+
+void timed_fill_data(void* data, std::size_t size, GLenum type) {
+    patternSeconds += texprobe::bench::time_of([=] { test_fill_data(data, size, type); });
+}
+
+unsigned long long timed_distance(const void* srcData, unsigned srcFormat, unsigned srcType,
+                                  const void* readData, unsigned readFormat, unsigned readType,
+                                  unsigned pixelCount) {
+    unsigned long long distance = 0;
+    comparisonSeconds += texprobe::bench::time_of([&] {
+        distance = distance_data_switch(srcData, srcFormat, srcType, readData, readFormat, readType,
+                                        pixelCount);
+    });
+    return distance;
+}
+
+}  // namespace
+
+// The probe calls these instead.
+#define test_fill_data timed_fill_data
+#define distance_data_switch timed_distance
+#include "measurement.h"
+
+namespace {
+
+using namespace texprobe::bench;
+
+void print_phase(const char* name, double seconds) {
+    std::printf("%s\t%.9f\n", name, seconds);
+}
+
+int first_renderer_id() {
+    CGLRendererInfoObj info = nullptr;
+    GLint count = 0;
+    GLint rendererID = 0;
+    CGLQueryRendererInfo(1, &info, &count);
+    CGLDescribeRenderer(info, 0, kCGLRPRendererID, &rendererID);
+    CGLDestroyRendererInfo(info);
+    return rendererID;
+}
+
+const EglContext& open_driver(std::optional<EglContext>* context) {
+    EGLDeviceEXT device = nullptr;
+    print_phase("listing devices", time_of([&] { device = list_devices().front(); }));
+    print_phase("driver start-up and context", time_of([&] { context->emplace(device); }));
+    return **context;
+}
+
+/// Names of sixteen formats, as good as any.
+const std::vector<CFStringRef>& format_names() {
+    static const std::vector<CFStringRef> names = [] {
+        std::vector<CFStringRef> made;
+        for (int i = 0; i < 16; ++i) {
+            made.push_back(CFStringCreateWithFormat(nullptr, nullptr, CFSTR("GL_FORMAT%x"), i));
+        }
+        return made;
+    }();
+    return names;
+}
+
+/// All record work of a first run: the version, then each test's two verdicts and the
+/// synchronization between them, then the strings.
+void keep_records(CFStringRef appID) {
+    write_version(appID);
+    CFPreferencesAppSynchronize(appID);
+    for (const CFStringRef format : format_names()) {
+        const FlagKeys keys(format);
+        for (std::size_t i = 0; i < kCapabilityCount; ++i) {
+            const CFStringRef key = keys[static_cast<Capability>(i)];
+            CFPreferencesGetAppBooleanValue(key, appID, nullptr);
+            write_verdict(key, false, appID);
+            CFPreferencesAppSynchronize(appID);
+            write_verdict(key, true, appID);
+        }
+    }
+    for (const CFStringRef key : {CFSTR("GL_VENDOR"), CFSTR("GL_VERSION"), CFSTR("GL_RENDERER")}) {
+        CFPreferencesSetAppValue(key, CFSTR("text"), appID);
+    }
+    CFPreferencesAppSynchronize(appID);
+}
+
+double measure_pass(double* pattern, double* comparison) {
+    patternSeconds = comparisonSeconds = 0.0;
+    const double seconds = time_of([] { measure_all_formats([] {}); });
+    *pattern = patternSeconds;
+    *comparison = comparisonSeconds;
+    return seconds - patternSeconds - comparisonSeconds;
+}
+
+void take_first_run_apart() {
+    std::optional<EglContext> context;
+    open_driver(&context);
+    set_up_render_target();
+    double pattern = 0.0;
+    double comparison = 0.0;
+    const double first = measure_pass(&pattern, &comparison);
+    const double again = measure_pass(&pattern, &comparison);
+    print_phase("shaders and other first use", first - again);
+    print_phase("GL work", again);
+    print_phase("pattern", pattern);
+    print_phase("comparison", comparison);
+    CFStringRef appID = nullptr;
+    print_phase("identifier", time_of([&] { appID = create_application_id(first_renderer_id()); }));
+    print_phase("records", time_of([&] { keep_records(appID); }));
+    print_phase("end of the context", time_of([&] { context.reset(); }));
+}
+
+void take_second_run_apart() {
+    CFStringRef appID = nullptr;
+    print_phase("identifier", time_of([&] { appID = create_application_id(first_renderer_id()); }));
+    print_phase("opening the store", time_of([&] { CFPreferencesAppSynchronize(appID); }));
+    std::optional<EglContext> context;
+    open_driver(&context);
+    print_phase("extensions and render target", time_of([] { set_up_render_target(); }));
+    print_phase("rewriting the strings", time_of([&] {
+                    CFPreferencesSetAppValue(CFSTR("GL_VENDOR"), CFSTR("text"), appID);
+                    CFPreferencesAppSynchronize(appID);
+                }));
+    print_phase("end of the context", time_of([&] { context.reset(); }));
+}
+
+void take_construction_apart() {
+    std::optional<EglContext> context;
+    context.emplace(list_devices().front());
+    print_phase("the system's build", time_of([] { get_system_version(); }));
+    print_phase("listing displays", time_of([] {
+                    CGDirectDisplayID displays[32];
+                    std::uint32_t count = 0;
+                    CGGetActiveDisplayList(32, displays, &count);
+                }));
+    CFStringRef appID = nullptr;
+    print_phase("listing renderers",
+                time_of([&] { appID = create_application_id(first_renderer_id()); }));
+    print_phase("opening the store", time_of([&] { CFPreferencesAppSynchronize(appID); }));
+    print_phase("96 flags", time_of([&] {
+                    for (const CFStringRef format : format_names()) {
+                        const FlagKeys keys(format);
+                        for (std::size_t i = 0; i < kCapabilityCount; ++i) {
+                            CFPreferencesGetAppBooleanValue(keys[static_cast<Capability>(i)], appID,
+                                                            nullptr);
+                        }
+                    }
+                }));
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    const std::string what = argc == 2 ? argv[1] : "";
+    if (what == "first") {
+        take_first_run_apart();
+    } else if (what == "second") {
+        take_second_run_apart();
+    } else if (what == "client") {
+        take_construction_apart();
+    } else {
+        std::fprintf(stderr, "Usage: %s first|second|client\n", argv[0]);
+        return 1;
+    }
+}

@@ -1,0 +1,29 @@
+// Records as the tool leaves them, for renderers that there may be or not.
+
+#ifndef TEXPROBE_BENCH_RECORD_SETS_H
+#define TEXPROBE_BENCH_RECORD_SETS_H
+
+#include <string>
+
+namespace texprobe::bench {
+
+/// The strings by which an application's context is found.
+struct Identification {
+    std::string vendor;
+    std::string version;
+    std::string renderer;
+};
+
+/// Adds `count` complete record sets, of renderers with the IDs `firstID` and up, to the records
+/// beside this executable.
+void add_record_sets(int count, int firstID, const Identification& identification);
+
+/// Changes one record of a set of its own and synchronizes.
+void synchronize_one_record();
+
+/// Where this executable lies.
+std::string folder_of_executable();
+
+}  // namespace texprobe::bench
+
+#endif

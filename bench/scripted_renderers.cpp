@@ -1,0 +1,63 @@
+// As many renderers as TEXPROBE_BENCH_RENDERERS says, with the IDs 1 and up. They can be listed, as
+// an application does, and not be opened.
+
+#include <OpenGL/OpenGL.h>
+
+#include <cstdlib>
+
+extern "C" {
+
+CGLError CGLQueryRendererInfo(GLuint, CGLRendererInfoObj* rend, GLint* nrend) {
+    const char* count = std::getenv("TEXPROBE_BENCH_RENDERERS");
+    *rend = nullptr;
+    *nrend = count ? std::atoi(count) : 1;
+    return kCGLNoError;
+}
+
+CGLError CGLDestroyRendererInfo(CGLRendererInfoObj) {
+    return kCGLNoError;
+}
+
+CGLError CGLDescribeRenderer(CGLRendererInfoObj, GLint rend_num, CGLRendererProperty,
+                             GLint* value) {
+    *value = rend_num + 1;
+    return kCGLNoError;
+}
+
+CGLError CGLChoosePixelFormat(const CGLPixelFormatAttribute*, CGLPixelFormatObj*, GLint*) {
+    return kCGLBadPixelFormat;
+}
+
+CGLError CGLDestroyPixelFormat(CGLPixelFormatObj) {
+    return kCGLNoError;
+}
+
+CGLError CGLCreateContext(CGLPixelFormatObj, CGLContextObj, CGLContextObj*) {
+    return kCGLBadContext;
+}
+
+CGLError CGLDestroyContext(CGLContextObj) {
+    return kCGLNoError;
+}
+
+CGLError CGLSetCurrentContext(CGLContextObj) {
+    return kCGLBadContext;
+}
+
+CGLError CGLGetVirtualScreen(CGLContextObj, GLint*) {
+    return kCGLBadContext;
+}
+
+CGLError CGLCreatePBuffer(GLsizei, GLsizei, GLenum, GLenum, GLint, CGLPBufferObj*) {
+    return kCGLBadDrawable;
+}
+
+CGLError CGLDestroyPBuffer(CGLPBufferObj) {
+    return kCGLNoError;
+}
+
+CGLError CGLSetPBuffer(CGLContextObj, CGLPBufferObj, GLenum, GLint, GLint) {
+    return kCGLBadDrawable;
+}
+
+}  // extern "C"

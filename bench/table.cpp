@@ -1,0 +1,235 @@
+// Prints what texprobe's speed and memory are, as ratios to what they are held against, and writes
+// them as JSON. Usage: texprobe_bench_table [--rounds N] [--json FILE]
+
+#include <algorithm>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <filesystem>
+#include <functional>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include "interleaved.h"
+#include "process.h"
+#include "program_folder.h"
+
+namespace {
+
+using namespace texprobe::bench;
+namespace fs = std::filesystem;
+
+struct Row {
+    std::string what;
+    double subject;
+    double baseline;
+    const char* unit;
+    double ratio;
+    double aim;  // At most; 0: for information.
+};
+
+struct Cell {
+    std::string name;
+    bool is8bit;
+    bool isSameLayout;
+    double microseconds;
+    double toSumming;
+    double toOpenCV;  // 0: not installed.
+};
+
+Row row_of(const std::string& what, double subject, double baseline, const char* unit, double aim) {
+    return {what, subject, baseline, unit, subject / baseline, aim};
+}
+
+std::vector<std::vector<std::string>> tab_separated(const std::string& text) {
+    std::vector<std::vector<std::string>> lines;
+    std::istringstream stream(text);
+    for (std::string line; std::getline(stream, line);) {
+        lines.emplace_back();
+        std::istringstream fields(line);
+        for (std::string field; std::getline(fields, field, '\t');) lines.back().push_back(field);
+    }
+    return lines;
+}
+
+double number(const std::string& text) {
+    return std::strtod(text.c_str(), nullptr);
+}
+
+/// The kernels' cells, and the row of the store.
+std::vector<Cell> measure_inside(const fs::path& folder, int rounds, std::vector<Row>* rows) {
+    std::vector<Cell> cells;
+    const auto run = run_process({folder / "inside", std::to_string(2 * rounds + 1)});
+    for (const auto& fields : tab_separated(run.output)) {
+        if (fields[0] == "cell") {
+            cells.push_back({fields[1], fields[2] == "8bit", fields[3] == "same",
+                             number(fields[4]) * 1e6, number(fields[5]), number(fields[6])});
+        } else {
+            rows->push_back(row_of("one synchronize of one record : pwrite + fdatasync",
+                                   number(fields[1]) * 1e6, number(fields[2]) * 1e6, "us", 3.0));
+        }
+    }
+    return cells;
+}
+
+/// The cell that is furthest from its aim.
+void add_worst(const char* what, const std::vector<Cell>& cells, double aim,
+               const std::function<double(const Cell&)>& ratio, std::vector<Row>* rows) {
+    const auto worst =
+        std::max_element(cells.begin(), cells.end(),
+                         [&](const Cell& a, const Cell& b) { return ratio(a) < ratio(b); });
+    if (ratio(*worst) <= 0.0) {
+        std::printf("%s: OpenCV is not installed\n", what);
+        return;
+    }
+    rows->push_back({std::string(what) + ", worst: " + worst->name, worst->microseconds,
+                     worst->microseconds / ratio(*worst), "us", ratio(*worst), aim});
+}
+
+void add_kernels(const std::vector<Cell>& cells, std::vector<Row>* rows) {
+    add_worst(
+        "8-bit kernels : OpenCV", cells, 1.0,
+        [](const Cell& cell) { return cell.is8bit ? cell.toOpenCV : 0.0; }, rows);
+    add_worst(
+        "16-bit, half and float kernels : OpenCV", cells, 1.0,
+        [](const Cell& cell) { return cell.is8bit ? 0.0 : cell.toOpenCV; }, rows);
+    add_worst(
+        "8-bit same-layout kernels : summing pass", cells, 2.0,
+        [](const Cell& cell) { return cell.is8bit && cell.isSameLayout ? cell.toSumming : 0.0; },
+        rows);
+}
+
+/// Runs of one command.
+struct Runs {
+    std::vector<double> milliseconds;
+    std::vector<double> peakMiB;
+
+    void add(const ProcessRun& run) {
+        milliseconds.push_back(run.seconds * 1e3);
+        peakMiB.push_back(run.peakKiB / 1024);
+    }
+};
+
+Row time_row(const char* what, const Runs& subject, const Runs& baseline, double aim) {
+    return row_of(what, median(subject.milliseconds), median(baseline.milliseconds), "ms", aim);
+}
+
+void measure_processes(const fs::path& folder, int rounds, std::vector<Row>* rows) {
+    const ProgramFolder onDisk(folder, {folder / "texprobe_for_bench"});
+    const ProgramFolder inMemory("/dev/shm", {folder / "texprobe_for_bench"});
+    const ProgramFolder application(folder, {folder / "client", folder / "texprobe_for_bench"});
+    const std::string tool = application / "texprobe_for_bench";
+    run_process({tool});
+
+    Runs first, firstInMemory, bare, bareWithWrites, floor, second, eglinfo;
+    std::vector<double> contexts;
+    std::vector<double> constructions;
+    for (int round = 0; round < rounds; ++round) {
+        onDisk.remove_records();
+        inMemory.remove_records();
+        first.add(run_process({onDisk / "texprobe_for_bench"}));
+        bare.add(run_process({folder / "bare_measurement"}));
+        bareWithWrites.add(run_process({folder / "bare_measurement", onDisk / ""}));
+        floor.add(run_process({folder / "floor_measurement"}));
+        firstInMemory.add(run_process({inMemory / "texprobe_for_bench"}));
+        second.add(run_process({onDisk / "texprobe_for_bench"}));
+        // Ends with 1 where one of the window systems is missing.
+        eglinfo.add(run_foreign_process({"eglinfo", "-B"}));
+        std::istringstream times(run_process({application / "client", tool}).output);
+        double context = 0.0;
+        double construction = 0.0;
+        times >> context >> construction;
+        contexts.push_back(context * 1e3);
+        constructions.push_back(construction * 1e3);
+    }
+    rows->push_back(time_row("whole first run : bare measurement", first, bare, 1.05));
+    rows->push_back(time_row("whole first run : floor", first, floor, 1.10));
+    rows->push_back(time_row("second run : eglinfo -B", second, eglinfo, 1.0));
+    rows->push_back(row_of("client construction : creating the application's context",
+                           median(constructions), median(contexts), "ms", 0.05));
+    rows->push_back(row_of("peak memory of a first run : bare measurement", median(first.peakMiB),
+                           median(bare.peakMiB), "MiB", 1.05));
+    rows->push_back(
+        time_row("whole first run : bare measurement with a disk write before each test", first,
+                 bareWithWrites, 0.0));
+    rows->push_back(
+        time_row("first run, records in memory : bare measurement", firstInMemory, bare, 0.0));
+    rows->push_back(time_row("first run, records in memory : floor", firstInMemory, floor, 0.0));
+    rows->push_back(time_row("bare measurement : floor", bare, floor, 0.0));
+}
+
+void print_cells(const std::vector<Cell>& cells) {
+    std::printf("%-30s %10s %12s %10s\n", "kernel", "us", ": summing", ": OpenCV");
+    for (const Cell& cell : cells) {
+        std::printf("%-30s %10.2f %12.2f %10.2f\n", cell.name.c_str(), cell.microseconds,
+                    cell.toSumming, cell.toOpenCV);
+    }
+}
+
+void print_rows(const std::vector<Row>& rows) {
+    std::printf("\n%-72s %9s %9s %4s %7s %6s\n", "what : against what", "measured", "against", "",
+                "ratio", "aim");
+    for (const Row& row : rows) {
+        std::printf("%-72s %9.2f %9.2f %4s %7.3f ", row.what.c_str(), row.subject, row.baseline,
+                    row.unit, row.ratio);
+        if (row.aim > 0) {
+            std::printf("%6.2f %s\n", row.aim, row.ratio <= row.aim ? "" : "missed");
+        } else {
+            std::printf("%6s\n", "-");
+        }
+    }
+}
+
+void write_json(const std::string& path, const std::vector<Row>& rows,
+                const std::vector<Cell>& cells) {
+    std::FILE* file = std::fopen(path.c_str(), "w");
+    if (!file) {
+        std::perror(path.c_str());
+        std::exit(1);
+    }
+    std::fputs("{\n  \"rows\": [", file);
+    const char* separator = "\n";
+    for (const Row& row : rows) {
+        std::fprintf(file,
+                     "%s    {\"what\": \"%s\", \"measured\": %.6g, \"against\": %.6g, "
+                     "\"unit\": \"%s\", \"ratio\": %.4g, \"aim\": %.4g}",
+                     separator, row.what.c_str(), row.subject, row.baseline, row.unit, row.ratio,
+                     row.aim);
+        separator = ",\n";
+    }
+    std::fputs("\n  ],\n  \"kernels\": [", file);
+    separator = "\n";
+    for (const Cell& cell : cells) {
+        std::fprintf(file,
+                     "%s    {\"kernel\": \"%s\", \"us\": %.6g, \"to_summing\": %.4g, "
+                     "\"to_opencv\": %.4g}",
+                     separator, cell.name.c_str(), cell.microseconds, cell.toSumming,
+                     cell.toOpenCV);
+        separator = ",\n";
+    }
+    std::fputs("\n  ]\n}\n", file);
+    std::fclose(file);
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    int rounds = 25;
+    std::string json = "texprobe_bench.json";
+    for (int i = 1; i + 1 < argc; i += 2) {
+        if (std::strcmp(argv[i], "--rounds") == 0) rounds = std::max(1, std::atoi(argv[i + 1]));
+        if (std::strcmp(argv[i], "--json") == 0) json = argv[i + 1];
+    }
+    const fs::path folder = fs::read_symlink("/proc/self/exe").parent_path();
+    std::vector<Row> rows;
+    std::vector<Row> storeRow;
+    const std::vector<Cell> cells = measure_inside(folder, rounds, &storeRow);
+    add_kernels(cells, &rows);
+    rows.insert(rows.end(), storeRow.begin(), storeRow.end());
+    measure_processes(folder, rounds, &rows);
+    print_cells(cells);
+    print_rows(rows);
+    write_json(json, rows, cells);
+    std::printf("\n%d interleaved rounds, medians; written to %s\n", rounds, json.c_str());
+}
