@@ -49,10 +49,10 @@ void print_growth_with_record_sets(const fs::path& programs) {
         sets = wanted - 1;
         run_process({tool});
         std::printf(
-            "%11d | %14.2f | %16.3f | %15.2f | %10ju\n", wanted, milliseconds_of({tool}),
+            "%11d | %14.2f | %16.3f | %15.2f | %10lu\n", wanted, milliseconds_of({tool}),
             milliseconds_printed_by({folder / "client", tool}),
             milliseconds_printed_by({folder / "records_tool", "synchronize", "15"}),
-            static_cast<std::uintmax_t>(fs::file_size(folder / "records/records.sqlite3") / 1024));
+            static_cast<unsigned long>(fs::file_size(folder / "records/records.sqlite3") / 1024));
     }
 }
 

@@ -40,6 +40,10 @@ pid_t start(const std::vector<std::string>& command, int outputPipe) {
     return process;
 }
 
+double seconds_of(const timeval& time) {
+    return static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_usec) * 1e-6;
+}
+
 std::string read_all(int pipe) {
     std::string text;
     std::array<char, 4096> block;
@@ -63,6 +67,7 @@ ProcessRun run_foreign_process(const std::vector<std::string>& command) {
     rusage usage{};
     wait4(process, &run.status, 0, &usage);
     run.seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - begin).count();
+    run.cpuSeconds = seconds_of(usage.ru_utime) + seconds_of(usage.ru_stime);
     run.peakKiB = static_cast<double>(usage.ru_maxrss);
     if (!WIFEXITED(run.status)) fail(command[0], "was killed");
     return run;

@@ -10,6 +10,7 @@ namespace texprobe::bench {
 
 struct ProcessRun {
     double seconds;
+    double cpuSeconds;
     double peakKiB;
     std::string output;  // Standard output.
     int status;          // As of wait4().

@@ -103,16 +103,23 @@ void add_kernels(const std::vector<Cell>& cells, std::vector<Row>* rows) {
 /// Runs of one command.
 struct Runs {
     std::vector<double> milliseconds;
+    std::vector<double> cpuMilliseconds;
     std::vector<double> peakMiB;
 
     void add(const ProcessRun& run) {
         milliseconds.push_back(run.seconds * 1e3);
+        cpuMilliseconds.push_back(run.cpuSeconds * 1e3);
         peakMiB.push_back(run.peakKiB / 1024);
     }
 };
 
 Row time_row(const char* what, const Runs& subject, const Runs& baseline, double aim) {
     return row_of(what, median(subject.milliseconds), median(baseline.milliseconds), "ms", aim);
+}
+
+Row cpu_row(const char* what, const Runs& subject, const Runs& baseline) {
+    return row_of(what, median(subject.cpuMilliseconds), median(baseline.cpuMilliseconds), "ms",
+                  0.0);
 }
 
 void measure_processes(const fs::path& folder, int rounds, std::vector<Row>* rows) {
@@ -157,6 +164,8 @@ void measure_processes(const fs::path& folder, int rounds, std::vector<Row>* row
         time_row("first run, records in memory : bare measurement", firstInMemory, bare, 0.0));
     rows->push_back(time_row("first run, records in memory : floor", firstInMemory, floor, 0.0));
     rows->push_back(time_row("bare measurement : floor", bare, floor, 0.0));
+    rows->push_back(cpu_row("processor time of a first run : bare measurement", first, bare));
+    rows->push_back(cpu_row("processor time of a second run : eglinfo -B", second, eglinfo));
 }
 
 void print_cells(const std::vector<Cell>& cells) {
