@@ -1,5 +1,5 @@
-// What the sanitizers of instrumented tests pass over: OpenGL's own libraries are not instrumented, keep
-// memory until the process ends, and synchronize in ways that cannot be followed.
+// What the sanitizers of instrumented tests pass over: OpenGL's own libraries are not instrumented,
+// keep memory until the process ends, and synchronize in ways that cannot be followed.
 
 #pragma GCC visibility push(default)
 extern "C" {

@@ -38,7 +38,8 @@ std::optional<Identity> identity_of(const std::string& path);
 /// which would be the user's home. Its name is on disk when this returns.
 std::optional<Problem> make_directory(const std::string& directory);
 
-/// Makes an empty file where there is none; check_file makes it private. Its name is on disk when this returns.
+/// Makes an empty file where there is none; check_file makes it private. Its name is on disk when
+/// this returns.
 std::optional<Problem> make_file(const std::string& path);
 
 /// Refuses what is not this user's own, or is reached through a link that is neither this user's

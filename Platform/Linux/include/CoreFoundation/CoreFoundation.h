@@ -53,9 +53,8 @@ typedef enum : CFIndex {
 
 CFTypeID CFStringGetTypeID(void);
 
-/// A constant string from a literal: lives for the whole process, and releasing it does nothing. The
-/// same text gives the same object.
-/// Differs from macOS: null when the literal is not ASCII.
+/// A constant string from a literal: lives for the whole process, and releasing it does nothing.
+/// The same text gives the same object. Differs from macOS: null when the literal is not ASCII.
 #define CFSTR(literal) __CFStringMakeConstantString("" literal "")
 CFStringRef __CFStringMakeConstantString(const char* literal);
 
@@ -67,9 +66,9 @@ CFStringRef CFStringCreateWithCString(CFAllocatorRef allocator, const char* text
                                       CFStringEncoding encoding);
 
 /// printf for strings: a new string that the caller owns.
-/// Differs from macOS: knows "%@" (a CFStringRef), "%x", "%s" and "%%" only, "(null)" standing for a
-/// null argument; null for any other conversion, for an object of another type and for text that is
-/// not ASCII. `allocator` and `options` are ignored.
+/// Differs from macOS: knows "%@" (a CFStringRef), "%x", "%s" and "%%" only, "(null)" standing for
+/// a null argument; null for any other conversion, for an object of another type and for text that
+/// is not ASCII. `allocator` and `options` are ignored.
 CFStringRef CFStringCreateWithFormat(CFAllocatorRef allocator, CFDictionaryRef options,
                                      CFStringRef format, ...);
 
