@@ -7,6 +7,7 @@
 #include <cstring>
 #include <filesystem>
 #include <functional>
+#include <random>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -122,50 +123,84 @@ Row cpu_row(const char* what, const Runs& subject, const Runs& baseline) {
                   0.0);
 }
 
-void measure_processes(const fs::path& folder, int rounds, std::vector<Row>* rows) {
+/// All that is run as whole processes.
+struct Processes {
+    Runs first, firstInMemory, bare, bareWithWrites, floor, second, eglinfo;
+    std::vector<double> contextMilliseconds;
+    std::vector<double> constructionMilliseconds;
+
+    void add_client(const ProcessRun& run) {
+        std::istringstream times(run.output);
+        double context = 0.0;
+        double construction = 0.0;
+        times >> context >> construction;
+        contextMilliseconds.push_back(context * 1e3);
+        constructionMilliseconds.push_back(construction * 1e3);
+    }
+};
+
+Processes run_processes(const fs::path& folder, int rounds) {
     const ProgramFolder onDisk(folder, {folder / "texprobe_for_bench"});
     const ProgramFolder inMemory("/dev/shm", {folder / "texprobe_for_bench"});
     const ProgramFolder application(folder, {folder / "client", folder / "texprobe_for_bench"});
     const std::string tool = application / "texprobe_for_bench";
     run_process({tool});
 
-    Runs first, firstInMemory, bare, bareWithWrites, floor, second, eglinfo;
-    std::vector<double> contexts;
-    std::vector<double> constructions;
+    Processes all;
+    const auto bareMeasurement = folder / "bare_measurement";
+    std::vector<std::function<void()>> steps = {
+        [&] {
+            onDisk.remove_records();
+            all.first.add(run_process({onDisk / "texprobe_for_bench"}));
+        },
+        [&] {
+            inMemory.remove_records();
+            all.firstInMemory.add(run_process({inMemory / "texprobe_for_bench"}));
+        },
+        [&] { all.bare.add(run_process({bareMeasurement})); },
+        [&] {
+            all.bareWithWrites.add(run_process({bareMeasurement, onDisk / ""}));
+        },
+        [&] { all.floor.add(run_process({folder / "floor_measurement"})); },
+        [&] { all.second.add(run_process({tool})); },
+        // Ends with another status than 0 where one of the window systems is missing.
+        [&] {
+            all.eglinfo.add(run_foreign_process({"eglinfo", "-B"}));
+        },
+        [&] {
+            all.add_client(run_process({application / "client", tool}));
+        },
+    };
+    std::mt19937 random;
     for (int round = 0; round < rounds; ++round) {
-        onDisk.remove_records();
-        inMemory.remove_records();
-        first.add(run_process({onDisk / "texprobe_for_bench"}));
-        bare.add(run_process({folder / "bare_measurement"}));
-        bareWithWrites.add(run_process({folder / "bare_measurement", onDisk / ""}));
-        floor.add(run_process({folder / "floor_measurement"}));
-        firstInMemory.add(run_process({inMemory / "texprobe_for_bench"}));
-        second.add(run_process({onDisk / "texprobe_for_bench"}));
-        // Ends with 1 where one of the window systems is missing.
-        eglinfo.add(run_foreign_process({"eglinfo", "-B"}));
-        std::istringstream times(run_process({application / "client", tool}).output);
-        double context = 0.0;
-        double construction = 0.0;
-        times >> context >> construction;
-        contexts.push_back(context * 1e3);
-        constructions.push_back(construction * 1e3);
+        // None always follows the same one, which may have left the disk busy.
+        std::shuffle(steps.begin(), steps.end(), random);
+        for (const auto& step : steps) step();
     }
-    rows->push_back(time_row("whole first run : bare measurement", first, bare, 1.05));
-    rows->push_back(time_row("whole first run : floor", first, floor, 1.10));
-    rows->push_back(time_row("second run : eglinfo -B", second, eglinfo, 1.0));
+    return all;
+}
+
+void measure_processes(const fs::path& folder, int rounds, std::vector<Row>* rows) {
+    const Processes all = run_processes(folder, rounds);
+    rows->push_back(time_row("whole first run : bare measurement", all.first, all.bare, 1.05));
+    rows->push_back(time_row("whole first run : floor", all.first, all.floor, 1.10));
+    rows->push_back(time_row("second run : eglinfo -B", all.second, all.eglinfo, 1.0));
     rows->push_back(row_of("client construction : creating the application's context",
-                           median(constructions), median(contexts), "ms", 0.05));
-    rows->push_back(row_of("peak memory of a first run : bare measurement", median(first.peakMiB),
-                           median(bare.peakMiB), "MiB", 1.05));
+                           median(all.constructionMilliseconds), median(all.contextMilliseconds),
+                           "ms", 0.05));
+    rows->push_back(row_of("peak memory of a first run : bare measurement",
+                           median(all.first.peakMiB), median(all.bare.peakMiB), "MiB", 1.05));
     rows->push_back(
-        time_row("whole first run : bare measurement with a disk write before each test", first,
-                 bareWithWrites, 0.0));
+        time_row("whole first run : bare measurement with a disk write before each test", all.first,
+                 all.bareWithWrites, 0.0));
+    rows->push_back(time_row("first run, records in memory : bare measurement", all.firstInMemory,
+                             all.bare, 0.0));
     rows->push_back(
-        time_row("first run, records in memory : bare measurement", firstInMemory, bare, 0.0));
-    rows->push_back(time_row("first run, records in memory : floor", firstInMemory, floor, 0.0));
-    rows->push_back(time_row("bare measurement : floor", bare, floor, 0.0));
-    rows->push_back(cpu_row("processor time of a first run : bare measurement", first, bare));
-    rows->push_back(cpu_row("processor time of a second run : eglinfo -B", second, eglinfo));
+        time_row("first run, records in memory : floor", all.firstInMemory, all.floor, 0.0));
+    rows->push_back(time_row("bare measurement : floor", all.bare, all.floor, 0.0));
+    rows->push_back(cpu_row("processor time, first run in memory : bare measurement",
+                            all.firstInMemory, all.bare));
+    rows->push_back(cpu_row("processor time, second run : eglinfo -B", all.second, all.eglinfo));
 }
 
 void print_cells(const std::vector<Cell>& cells) {
