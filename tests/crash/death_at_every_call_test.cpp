@@ -17,7 +17,8 @@ namespace {
 
 constexpr std::array<const char*, 7> kWays = {"SIGSEGV",  "SIGABRT",   "SIGBUS", "SIGKILL",
                                               "_exit(1)", "exit(255)", "SIGSTOP"};
-constexpr std::size_t kShards = 16;
+// A sample is not worth many processes.
+constexpr std::size_t kShards = FAULT_STRIDE == 1 ? 16 : 4;
 
 /// One call of a run without deaths, and what a death there must cost.
 struct Call {
