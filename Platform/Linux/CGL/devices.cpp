@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <cstdlib>
 
+#include "fnv1a.h"
+
 namespace texprobe::platform {
 
 namespace {
@@ -107,15 +109,11 @@ std::string driver_overrides() {
 }
 
 std::uint32_t renderer_id(std::string_view identity, std::string_view overrides) {
-    // FNV-1a.
-    std::uint32_t hash = 2166136261u;
-    const auto add = [&hash](std::string_view text) {
-        for (const char c : text) hash = (hash ^ static_cast<unsigned char>(c)) * 16777619u;
-    };
-    add(identity);
-    add("\n");
-    add(overrides);
-    return hash == 0 ? 1 : hash;
+    Fnv1a hash;
+    hash.add(identity);
+    hash.add("\n");
+    hash.add(overrides);
+    return hash.hash() == 0 ? 1 : hash.hash();
 }
 
 }  // namespace texprobe::platform
