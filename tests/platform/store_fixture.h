@@ -28,6 +28,7 @@ using platform::Value;
 inline std::string query(const std::filesystem::path& database, const std::string& sql) {
     sqlite3* opened = nullptr;
     sqlite3_open(database.c_str(), &opened);
+    sqlite3_busy_timeout(opened, 10'000);
     const std::unique_ptr<sqlite3, int (*)(sqlite3*)> closing(opened, sqlite3_close);
     std::string rows;
     const auto collect = [](void* text, int count, char** columns, char**) {

@@ -15,10 +15,14 @@ struct ClosedAtExit {
     ~ClosedAtExit() { preferences.close(); }
 };
 
+// When the program is loaded, and so before there are threads: a fork in the midst of the first use
+// would leave the child with a first use that never ends.
+[[maybe_unused]] const Preferences& made_at_load = Preferences::of_process();
+
 }  // namespace
 
 Preferences& Preferences::of_process() {
-    static Preferences& preferences = *new Preferences(records_directory());
+    static Preferences& preferences = *new Preferences;
     static const ClosedAtExit closed_at_exit{preferences};
     // The files' locks are not inherited by a child, and closing there would act on the parent's
     // files.
@@ -28,12 +32,17 @@ Preferences& Preferences::of_process() {
     return preferences;
 }
 
+Store& Preferences::store() {
+    if (!store_) store_.emplace(records_directory());
+    return *store_;
+}
+
 std::optional<Value> Preferences::value(const std::string& application, const std::string& key) {
     const std::lock_guard lock(mutex_);
     auto& [records, is_known] = applications_[application];
     const auto changed = records.pending.find(key);
     if (changed != records.pending.end()) return changed->second;
-    if (!is_known) store_.look(application, &records);
+    if (!is_known) store().look(application, &records);
     is_known = true;
     const auto stored = records.stored.find(key);
     return stored == records.stored.end() ? std::nullopt : std::optional(stored->second);
@@ -48,19 +57,19 @@ void Preferences::change(const std::string& application, const Changes& changes)
 bool Preferences::synchronize(const std::string& application) {
     const std::lock_guard lock(mutex_);
     auto& [records, is_known] = applications_[application];
-    const bool synchronized = store_.synchronize(application, &records);
+    const bool synchronized = store().synchronize(application, &records);
     is_known = is_known || synchronized;
     return synchronized;
 }
 
 void Preferences::close() {
     const std::lock_guard lock(mutex_);
-    store_.close();
+    if (store_) store_->close();
 }
 
 void Preferences::lock_for_fork() {
     mutex_.lock();
-    store_.abandon();
+    if (store_) store_->abandon();
 }
 
 void Preferences::unlock_after_fork() {

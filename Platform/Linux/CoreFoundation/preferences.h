@@ -19,8 +19,9 @@ namespace texprobe::platform {
 class Preferences {
 public:
     explicit Preferences(std::string directory,
-                         std::chrono::milliseconds patience = Store::kPatience)
-        : store_(std::move(directory), patience) {}
+                         std::chrono::milliseconds patience = Store::kPatience) {
+        store_.emplace(std::move(directory), patience);
+    }
 
     /// The one that the public functions work on. Lives until the process has ended, so that it
     /// serves the destructors of the application's own objects, too.
@@ -41,13 +42,18 @@ public:
     void unlock_after_fork();
 
 private:
+    /// Those in `records_directory()`, which is asked for at the first use.
+    Preferences() = default;
+
+    Store& store();
+
     struct Application {
         ApplicationRecords records;
         bool is_known = false;
     };
 
     std::mutex mutex_;
-    Store store_;
+    std::optional<Store> store_;
     std::map<std::string, Application> applications_;
 };
 

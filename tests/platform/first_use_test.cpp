@@ -1,0 +1,46 @@
+// A process forked while one of its threads asks for a record for the first time.
+
+#include <CoreFoundation/preferences.h>
+#include <CoreFoundation/records_location.h>
+#include <gtest/gtest.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <chrono>
+#include <thread>
+
+namespace {
+
+std::atomic<bool> is_asked{false};
+
+}  // namespace
+
+namespace texprobe::platform {
+
+/// Takes its time, so that the fork comes in the midst of the first use.
+std::string records_directory() {
+    is_asked = true;
+    std::this_thread::sleep_for(std::chrono::milliseconds(300));
+    return "/nonexistent/records";
+}
+
+namespace {
+
+TEST(FirstUse, in_another_thread_does_not_hang_a_forked_child) {
+    std::thread first([] { Preferences::of_process().value("app", "key"); });
+    while (!is_asked) std::this_thread::yield();
+    const pid_t child = fork();
+    if (child == 0) {
+        alarm(20);
+        _exit(Preferences::of_process().value("app", "key") ? 1 : 0);
+    }
+    int status = -1;
+    waitpid(child, &status, 0);
+    EXPECT_EQ(status, 0);
+    first.join();
+}
+
+}  // namespace
+
+}  // namespace texprobe::platform
