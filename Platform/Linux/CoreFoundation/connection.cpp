@@ -1,10 +1,12 @@
 #include "connection.h"
 
+#include <algorithm>
 #include <bit>
 #include <cerrno>
 #include <cmath>
 #include <limits>
 #include <utility>
+#include <vector>
 
 namespace texprobe::platform {
 
@@ -14,6 +16,12 @@ constexpr const char* kSchema =
     "CREATE TABLE records (application TEXT NOT NULL, key TEXT NOT NULL, type TEXT NOT NULL,"
     " value NOT NULL, PRIMARY KEY (application, key)) WITHOUT ROWID";
 constexpr const char* kSchemaVersion = "PRAGMA user_version = 1";
+
+// How much the log holds before it is carried over into the database and written again from its
+// beginning: all of a first run's hundred synchronizations, a page each, with some to spare.
+constexpr int kPageSize = 4096;
+constexpr int kLogPages = 128;
+constexpr sqlite3_int64 kLogSize = 32 + kLogPages * (24 + kPageSize);  // headers of log and page
 
 // A statement of ours looks at one application's hundred records. One that takes a million steps
 // follows a tree that was made, or damaged, to have no end.
@@ -151,11 +159,11 @@ int Connection::configure() {
     set_patience(std::chrono::seconds(1));
     // A commit must survive a power cut. EXTRA is FULL, and with a rollback journal it also waits
     // until the journal's removal, which is the commit, is on disk.
-    // A log of 1000 pages holds several runs of a hundred synchronizations, and the last one to
-    // close empties it: so no synchronization of an ordinary run also pays for a checkpoint.
-    return execute(
-        "PRAGMA synchronous = EXTRA; PRAGMA wal_autocheckpoint = 1000; PRAGMA mmap_size = 0;"
-        "PRAGMA temp_store = MEMORY; PRAGMA cell_size_check = ON; PRAGMA page_size = 4096");
+    return execute(("PRAGMA synchronous = EXTRA; PRAGMA mmap_size = 0; PRAGMA temp_store = MEMORY;"
+                    "PRAGMA cell_size_check = ON; PRAGMA page_size = " +
+                    std::to_string(kPageSize) +
+                    "; PRAGMA wal_autocheckpoint = " + std::to_string(kLogPages))
+                       .c_str());
 }
 
 /// Learns whether the file holds our table, nothing yet, or something else (SQLITE_FORMAT).
@@ -184,6 +192,7 @@ void Connection::close_keeping_log(bool keep) {
     database_.reset();
     has_table_ = false;
     has_journal_ = false;
+    has_growing_log_ = false;
 }
 
 void Connection::abandon() {
@@ -296,17 +305,45 @@ int Connection::confirm(std::string_view application, const Records& records) {
 
 int Connection::choose_journal(Journal journal) {
     if (has_journal_) return SQLITE_OK;
-    const int code = execute(journal == Journal::kWriteAhead ? "PRAGMA journal_mode = WAL"
-                                                             : "PRAGMA journal_mode = DELETE");
+    budget_ = 0;
+    const char* sql = journal == Journal::kWriteAhead ? "PRAGMA journal_mode = WAL"
+                                                      : "PRAGMA journal_mode = DELETE";
+    const auto learn = [](void* is_log, int, char** mode, char**) {
+        *static_cast<bool*>(is_log) = mode[0] == std::string_view("wal");
+        return 0;
+    };
+    const int code = sqlite3_exec(database_.get(), sql, learn, &has_growing_log_, nullptr);
     // Another process that uses the database at this moment keeps it in its present mode, which is
     // as safe. That is not worth asking, and waiting, again.
     has_journal_ = true;
     return (code & 0xff) == SQLITE_BUSY ? SQLITE_OK : code;
 }
 
+/// In a log that grows, every commit costs two writes to the disk: its pages, and the file's new
+/// size. So the log gets its size at once, and is then written over. Other writers are locked out,
+/// and nobody reads beyond the last commit. Where there is no room for that, the log grows.
+void Connection::extend_log() {
+    if (!std::exchange(has_growing_log_, false)) return;
+    sqlite3_file* log = nullptr;
+    sqlite3_file_control(database_.get(), "main", SQLITE_FCNTL_JOURNAL_POINTER, &log);
+    sqlite3_int64 size = 0;
+    if (!log || !log->pMethods || log->pMethods->xFileSize(log, &size) != SQLITE_OK) return;
+    // SQLite's files take fewer than 128 KiB at a time.
+    const std::vector<char> zeros(std::size_t{1} << 15);
+    for (auto end = size; end < kLogSize; end += static_cast<sqlite3_int64>(zeros.size())) {
+        const auto rest = static_cast<std::size_t>(kLogSize - end);
+        const auto count = static_cast<int>(std::min(zeros.size(), rest));
+        if (log->pMethods->xWrite(log, zeros.data(), count, end) != SQLITE_OK) {
+            log->pMethods->xTruncate(log, size);
+            return;
+        }
+    }
+}
+
 int Connection::begin(Journal journal) {
     int code = choose_journal(journal);
     if (code == SQLITE_OK) code = run(kBegin);
+    changes_before_ = sqlite3_total_changes(database_.get());
     if (code != SQLITE_OK || has_table_) return code;
     code = check_schema();
     if (code == SQLITE_OK && !has_table_) {
@@ -337,6 +374,7 @@ int Connection::remove(std::string_view application, std::string_view key) {
 }
 
 int Connection::commit() {
+    if (sqlite3_total_changes(database_.get()) != changes_before_) extend_log();
     const int code = run(kCommit);
     if (code != SQLITE_OK) rollback();
     return code;

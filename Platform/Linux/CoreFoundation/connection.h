@@ -90,6 +90,7 @@ private:
     int configure();
     int check_schema();
     int choose_journal(Journal journal);
+    void extend_log();
     void close_keeping_log(bool keep);
 
     static int spend_budget(void* connection);
@@ -98,6 +99,8 @@ private:
     std::array<Statement, kQueryCount> statements_;
     bool has_table_ = false;
     bool has_journal_ = false;
+    bool has_growing_log_ = false;
+    int changes_before_ = 0;
     int budget_ = 0;
 };
 
