@@ -9,6 +9,7 @@
 #include <OpenGL/glu.h>
 
 #include "TexProbe/probe.h"
+#include "support/formats.h"
 
 namespace texprobe::bench {
 
@@ -51,24 +52,10 @@ int measure_format(GLenum internalFormat, Before before) {
 
 template <typename Before>
 int measure_all_formats(Before before) {
-    constexpr GLenum kFormats[] = {GL_RGB32F_ARB,
-                                   GL_RGBA32F_ARB,
-                                   GL_LUMINANCE32F_ARB,
-                                   GL_LUMINANCE_ALPHA32F_ARB,
-                                   GL_LUMINANCE8,
-                                   GL_LUMINANCE8_ALPHA8,
-                                   GL_RGB8,
-                                   GL_RGBA8,
-                                   GL_LUMINANCE16,
-                                   GL_LUMINANCE16_ALPHA16,
-                                   GL_RGB16,
-                                   GL_RGBA16,
-                                   GL_LUMINANCE16F_ARB,
-                                   GL_LUMINANCE_ALPHA16F_ARB,
-                                   GL_RGB16F_ARB,
-                                   GL_RGBA16F_ARB};
     int passed = 0;
-    for (const GLenum format : kFormats) passed += measure_format(format, before);
+    for (const tests::Format& format : tests::kFormats) {
+        passed += measure_format(format.internalFormat, before);
+    }
     return passed;
 }
 

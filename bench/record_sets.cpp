@@ -6,27 +6,11 @@
 #include <filesystem>
 
 #include "TexProbe/records.h"
+#include "support/formats.h"
 
 namespace texprobe::bench {
 
 namespace {
-
-constexpr const char* kFormatNames[] = {"GL_RGB32F_ARB",
-                                        "GL_RGBA32F_ARB",
-                                        "GL_LUMINANCE32F_ARB",
-                                        "GL_LUMINANCE_ALPHA32F_ARB",
-                                        "GL_LUMINANCE8",
-                                        "GL_LUMINANCE8_ALPHA8",
-                                        "GL_RGB8",
-                                        "GL_RGBA8",
-                                        "GL_LUMINANCE16",
-                                        "GL_LUMINANCE16_ALPHA16",
-                                        "GL_RGB16",
-                                        "GL_RGBA16",
-                                        "GL_LUMINANCE16F_ARB",
-                                        "GL_LUMINANCE_ALPHA16F_ARB",
-                                        "GL_RGB16F_ARB",
-                                        "GL_RGBA16F_ARB"};
 
 CFStringRef string_of(const std::string& text) {
     return CFStringCreateWithCString(nullptr, text.c_str(), kCFStringEncodingASCII);
@@ -41,8 +25,8 @@ void write_string(CFStringRef key, const std::string& text, CFStringRef appID) {
 void add_record_set(int rendererID, const Identification& identification) {
     const CFStringRef appID = create_application_id(rendererID);
     write_version(appID);
-    for (const char* name : kFormatNames) {
-        const CFStringRef formatName = string_of(name);
+    for (const tests::Format& format : tests::kFormats) {
+        const CFStringRef formatName = string_of(format.name);
         const FlagKeys keys(formatName);
         for (std::size_t i = 0; i < kCapabilityCount; ++i) {
             write_verdict(keys[static_cast<Capability>(i)], true, appID);

@@ -17,31 +17,13 @@
 #include "drawing.h"
 #include "egl_calls.h"
 #include "records_of_test.h"
+#include "support/formats.h"
 #include "support/tool_folder.h"
 #include "tool_scripts.h"
 #include "x_server.h"
 
 namespace texprobe::tests {
 namespace {
-
-const std::map<GLenum, std::string> kFormats = {
-    {GL_LUMINANCE8, "GL_LUMINANCE8"},
-    {GL_LUMINANCE8_ALPHA8, "GL_LUMINANCE8_ALPHA8"},
-    {GL_RGB8, "GL_RGB8"},
-    {GL_RGBA8, "GL_RGBA8"},
-    {GL_LUMINANCE16, "GL_LUMINANCE16"},
-    {GL_LUMINANCE16_ALPHA16, "GL_LUMINANCE16_ALPHA16"},
-    {GL_RGB16, "GL_RGB16"},
-    {GL_RGBA16, "GL_RGBA16"},
-    {GL_LUMINANCE16F_ARB, "GL_LUMINANCE16F_ARB"},
-    {GL_LUMINANCE_ALPHA16F_ARB, "GL_LUMINANCE_ALPHA16F_ARB"},
-    {GL_RGB16F_ARB, "GL_RGB16F_ARB"},
-    {GL_RGBA16F_ARB, "GL_RGBA16F_ARB"},
-    {GL_LUMINANCE32F_ARB, "GL_LUMINANCE32F_ARB"},
-    {GL_LUMINANCE_ALPHA32F_ARB, "GL_LUMINANCE_ALPHA32F_ARB"},
-    {GL_RGB32F_ARB, "GL_RGB32F_ARB"},
-    {GL_RGBA32F_ARB, "GL_RGBA32F_ARB"},
-};
 
 std::string text(GLenum name) {
     return reinterpret_cast<const char*>(glGetString(name));
@@ -108,7 +90,9 @@ protected:
 };
 
 void expect_answers_equal_records(const qor::TexProbe& probe, const Records& records) {
-    for (const auto& [format, name] : kFormats) {
+    for (const Format& tested : kFormats) {
+        const GLenum format = tested.internalFormat;
+        const std::string name = tested.name;
         const auto recorded = [&records, key = name](const char* capability) {
             const auto found = records.find(key + capability);
             EXPECT_NE(found, records.end()) << key << capability;

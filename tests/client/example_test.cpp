@@ -31,6 +31,14 @@ std::string right_aligned(const std::string& text, std::size_t visible_width) {
     return result;
 }
 
+/// A container need not have terminals.
+bool has_terminals() {
+    int ends[2];
+    if (openpty(&ends[0], &ends[1], nullptr, nullptr, nullptr) != 0) return false;
+    for (const int end : ends) close(end);
+    return true;
+}
+
 /// All that can be read from a descriptor until its other end is closed.
 std::string read_all(int descriptor) {
     std::string text;
@@ -112,12 +120,14 @@ TEST_F(Example, measures_once_with_the_tool_beside_it_and_prints_the_table) {
 }
 
 TEST_F(Example, prints_ticks_and_crosses_in_colour_on_a_terminal) {
+    if (!has_terminals()) GTEST_SKIP() << "no pseudo-terminal can be had";
     folder_.run();
     EXPECT_EQ(run_on_terminal("TERM=dumb"), table(true));
     EXPECT_EQ(status_, 0);
 }
 
 TEST_F(Example, prints_words_on_a_terminal_of_who_wants_no_colour) {
+    if (!has_terminals()) GTEST_SKIP() << "no pseudo-terminal can be had";
     folder_.run();
     EXPECT_EQ(run_on_terminal("NO_COLOR=1"), table(false));
     // An empty value is no wish.

@@ -9,6 +9,7 @@
 #include <thread>
 
 #include "scripted_application.h"
+#include "support/formats.h"
 
 namespace texprobe::tests {
 namespace {
@@ -16,28 +17,6 @@ namespace {
 using qor::TexProbe;
 
 constexpr GLenum kRGBA8 = 0x8058;
-
-const std::map<GLenum, std::string> kFormats = {
-    {0x8040, "GL_LUMINANCE8"},
-    {0x8045, "GL_LUMINANCE8_ALPHA8"},
-    {0x8051, "GL_RGB8"},
-    {0x8058, "GL_RGBA8"},
-    {0x8042, "GL_LUMINANCE16"},
-    {0x8048, "GL_LUMINANCE16_ALPHA16"},
-    {0x8054, "GL_RGB16"},
-    {0x805B, "GL_RGBA16"},
-    {0x881E, "GL_LUMINANCE16F_ARB"},
-    {0x881F, "GL_LUMINANCE_ALPHA16F_ARB"},
-    {0x881B, "GL_RGB16F_ARB"},
-    {0x881A, "GL_RGBA16F_ARB"},
-    {0x8818, "GL_LUMINANCE32F_ARB"},
-    {0x8819, "GL_LUMINANCE_ALPHA32F_ARB"},
-    {0x8815, "GL_RGB32F_ARB"},
-    {0x8814, "GL_RGBA32F_ARB"},
-};
-
-const std::array<std::string, 6> kCapabilities = {
-    "_SUPPORTED", "_RENDERABLE", "_UPLOAD_SET", "_UPLOAD_RESET", "_DOWNLOAD_GET", "_DOWNLOAD_READ"};
 
 /// The record as the 32 bits that it is.
 std::uint32_t bits(TexProbe::TexFormatCaps caps) {
@@ -71,16 +50,20 @@ TEST_F(Queries, answer_each_format_from_its_own_records) {
     // A different set of flags for each format; SUPPORTED in all, because RENDERABLE needs it.
     unsigned flags = 1;
     std::map<GLenum, unsigned> expected;
-    for (const auto& [format, name] : kFormats) {
+    for (const Format& tested : kFormats) {
+        const GLenum format = tested.internalFormat;
+        const std::string name = tested.name;
         expected[format] = flags;
         for (std::size_t i = 0; i < kCapabilities.size(); ++i) {
-            record(name + kCapabilities[i], flags >> i & 1);
+            record(name + "_" + kCapabilities[i], flags >> i & 1);
         }
         flags += 2;
     }
     const auto probe = construct();
     testing::internal::CaptureStderr();
-    for (const auto& [format, name] : kFormats) {
+    for (const Format& tested : kFormats) {
+        const GLenum format = tested.internalFormat;
+        const std::string name = tested.name;
         EXPECT_EQ(answers(*probe, format), expected[format]) << name;
     }
     EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
@@ -107,7 +90,7 @@ TEST_F(Queries, renderable_asks_for_both_flags) {
 }
 
 TEST_F(Queries, of_transfers_do_not_look_at_supported) {
-    for (const std::string& capability : kCapabilities) record("GL_RGBA8" + capability, true);
+    for (const std::string capability : kCapabilities) record("GL_RGBA8_" + capability, true);
     record("GL_RGBA8_SUPPORTED", false);
     EXPECT_EQ(answers(*construct(), kRGBA8), 0b111100u);
 }
@@ -146,7 +129,9 @@ TEST_F(Queries, of_an_empty_object_print_their_messages_for_every_format) {
     folder_.execute("DELETE FROM records");
     const auto probe = ScriptedApplication::construct("/bin/true");
     EXPECT_EQ(messages_, "*** cannot get renderer\n");
-    for (const auto& [format, name] : kFormats) {
+    for (const Format& tested : kFormats) {
+        const GLenum format = tested.internalFormat;
+        const std::string name = tested.name;
         EXPECT_FALSE(ask([&, value = format] { return answers(*probe, value) != 0; })) << name;
         EXPECT_EQ(lines(messages_).size(), 6u) << name;
     }
@@ -202,10 +187,10 @@ protected:
 
 TEST_F(Caps, are_bits_0_to_5_in_the_order_of_the_tests) {
     std::uint32_t expected = 1;
-    for (const std::string& capability : kCapabilities) {
-        record("GL_RGB16" + capability, true);
+    for (const std::string capability : kCapabilities) {
+        record("GL_RGB16_" + capability, true);
         EXPECT_EQ(read(kScriptedApplication, "GL_RGB16"), expected) << capability;
-        record("GL_RGB16" + capability, false);
+        record("GL_RGB16_" + capability, false);
         expected <<= 1;
     }
     EXPECT_EQ(bits({}), 0u);

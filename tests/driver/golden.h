@@ -10,7 +10,7 @@
 #include <string>
 #include <vector>
 
-#include "formats.h"
+#include "support/formats.h"
 
 namespace texprobe::tests {
 

@@ -14,7 +14,7 @@
 #include <string>
 #include <vector>
 
-#include "formats.h"
+#include "support/formats.h"
 
 namespace {
 

@@ -9,36 +9,11 @@
 #include <filesystem>
 #include <fstream>
 
+#include "support/formats.h"
 #include "support/tool_folder.h"
 
 namespace texprobe::tests {
 namespace {
-
-struct Format {
-    const char* name;
-    unsigned internalFormat;
-};
-
-// The published values of the internal formats.
-constexpr std::array<Format, 16> kFormats = {{{"GL_RGB32F_ARB", 0x8815},
-                                              {"GL_RGBA32F_ARB", 0x8814},
-                                              {"GL_LUMINANCE32F_ARB", 0x8818},
-                                              {"GL_LUMINANCE_ALPHA32F_ARB", 0x8819},
-                                              {"GL_LUMINANCE8", 0x8040},
-                                              {"GL_LUMINANCE8_ALPHA8", 0x8045},
-                                              {"GL_RGB8", 0x8051},
-                                              {"GL_RGBA8", 0x8058},
-                                              {"GL_LUMINANCE16", 0x8042},
-                                              {"GL_LUMINANCE16_ALPHA16", 0x8048},
-                                              {"GL_RGB16", 0x8054},
-                                              {"GL_RGBA16", 0x805B},
-                                              {"GL_LUMINANCE16F_ARB", 0x881E},
-                                              {"GL_LUMINANCE_ALPHA16F_ARB", 0x881F},
-                                              {"GL_RGB16F_ARB", 0x881B},
-                                              {"GL_RGBA16F_ARB", 0x881A}}};
-
-constexpr std::array<const char*, 6> kCapabilities = {
-    "_SUPPORTED", "_RENDERABLE", "_UPLOAD_SET", "_UPLOAD_RESET", "_DOWNLOAD_GET", "_DOWNLOAD_READ"};
 
 constexpr std::array<int, 4> kSignals = {SIGSEGV, SIGABRT, SIGBUS, SIGKILL};
 
@@ -46,10 +21,10 @@ constexpr std::array<int, 4> kSignals = {SIGSEGV, SIGABRT, SIGBUS, SIGKILL};
 /// depends on it was never tried.
 Records records_after_death(Records undisturbed, const std::string& format,
                             std::size_t capability) {
-    undisturbed[format + kCapabilities[capability]] = "boolean 0";
+    undisturbed[format + '_' + kCapabilities[capability]] = "boolean 0";
     const std::size_t firstDependent = capability == 0 ? 1 : capability == 1 ? 4 : 6;
     for (std::size_t i = firstDependent; i < kCapabilities.size(); ++i) {
-        undisturbed.erase(format + kCapabilities[i]);
+        undisturbed.erase(format + '_' + kCapabilities[i]);
     }
     return undisturbed;
 }
@@ -74,7 +49,7 @@ protected:
 };
 
 TEST_P(Death, in_a_test_costs_that_verdict_and_no_other) {
-    const Format format = kFormats[GetParam()];
+    const Format& format = kFormats[GetParam()];
     const ToolFolder healthy(TOOL);
     const Finished healthyRun = healthy.run({"--safe"});
     ASSERT_TRUE(healthyRun.exited_with(0)) << healthyRun.err;
@@ -82,7 +57,7 @@ TEST_P(Death, in_a_test_costs_that_verdict_and_no_other) {
     ASSERT_FALSE(undisturbed.empty()) << "no renderer was found";
 
     for (std::size_t capability = 0; capability < kCapabilities.size(); ++capability) {
-        const std::string key = std::string(format.name) + kCapabilities[capability];
+        const std::string key = std::string(format.name) + '_' + kCapabilities[capability];
         const int signal = kSignals[(GetParam() + capability) % kSignals.size()];
         const ToolFolder folder(TOOL);
         const std::filesystem::path order = folder.path() / "die";

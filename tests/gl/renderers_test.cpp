@@ -9,6 +9,7 @@
 #include <regex>
 #include <set>
 
+#include "support/formats.h"
 #include "support/tool_folder.h"
 #include "transcript.h"
 
@@ -155,7 +156,8 @@ TEST_P(Renderers, without_framebuffer_objects_nothing_is_renderable_and_download
     ASSERT_TRUE(transcript);
     EXPECT_FALSE(transcript->hasFBO);
     const Records& records = sets.at(transcript->application);
-    for (const std::string& format : kFormats) {
+    for (const Format& tested : kFormats) {
+        const std::string format = tested.name;
         if (records.at(format + "_SUPPORTED") == "boolean 0") continue;
         EXPECT_EQ(records.at(format + "_RENDERABLE"), "boolean 0") << format;
         EXPECT_EQ(records.count(format + "_DOWNLOAD_GET"), 0u) << format;
@@ -177,7 +179,8 @@ TEST_P(Renderers, without_pixel_buffer_objects_no_transfer_passes) {
     EXPECT_FALSE(transcript->hasPBO);
     EXPECT_TRUE(transcript->scores.empty());
     const Records& records = sets.at(transcript->application);
-    for (const std::string& format : kFormats) {
+    for (const Format& tested : kFormats) {
+        const std::string format = tested.name;
         if (records.at(format + "_SUPPORTED") == "boolean 0") continue;
         EXPECT_EQ(records.at(format + "_UPLOAD_SET"), "boolean 0") << format;
         EXPECT_EQ(records.at(format + "_UPLOAD_RESET"), "boolean 0") << format;

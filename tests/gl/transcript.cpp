@@ -4,6 +4,8 @@
 #include <sstream>
 #include <stdexcept>
 
+#include "support/formats.h"
+
 namespace texprobe::tests {
 
 namespace {
@@ -91,7 +93,7 @@ Transcript read_transcript(Reader& reader, bool measured) {
     transcript.hasPBO =
         reader.flag(head + "GL_ARB_pixel_buffer_object : ", "SUPPORTED", "UNSUPPORTED");
     if (measured) {
-        for (const std::string& format : kFormats) read_format(reader, format, transcript);
+        for (const Format& format : kFormats) read_format(reader, format.name, transcript);
     }
     transcript.vendor = reader.after(head + "GL_VENDOR: ");
     transcript.version = reader.after(head + "GL_VERSION: ");

@@ -10,23 +10,6 @@
 
 namespace texprobe::tests {
 
-inline const std::vector<std::string> kFormats = {"GL_RGB32F_ARB",
-                                                  "GL_RGBA32F_ARB",
-                                                  "GL_LUMINANCE32F_ARB",
-                                                  "GL_LUMINANCE_ALPHA32F_ARB",
-                                                  "GL_LUMINANCE8",
-                                                  "GL_LUMINANCE8_ALPHA8",
-                                                  "GL_RGB8",
-                                                  "GL_RGBA8",
-                                                  "GL_LUMINANCE16",
-                                                  "GL_LUMINANCE16_ALPHA16",
-                                                  "GL_RGB16",
-                                                  "GL_RGBA16",
-                                                  "GL_LUMINANCE16F_ARB",
-                                                  "GL_LUMINANCE_ALPHA16F_ARB",
-                                                  "GL_RGB16F_ARB",
-                                                  "GL_RGBA16F_ARB"};
-
 /// The text with every process ID in brackets replaced by "[PID]".
 std::string without_process_ids(const std::string& text);
 
