@@ -18,6 +18,7 @@ namespace fs = std::filesystem;
 using namespace std::chrono_literals;
 using texprobe::platform::Access;
 using texprobe::platform::Connection;
+using texprobe::platform::DirectoryLock;
 using texprobe::platform::Journal;
 using texprobe::platform::same;
 using texprobe::tests::errors_of;
@@ -252,6 +253,31 @@ TEST_F(StoreFailures, of_a_lock_that_is_never_freed_cost_one_line_and_one_long_w
     holder.rollback();
     EXPECT_TRUE(preferences.synchronize(kApp));
     EXPECT_TRUE(read("late").has_value());
+}
+
+TEST_F(StoreFailures, of_a_store_that_is_being_set_aside_for_ever_cost_one_line) {
+    write("key", true);
+    const DirectoryLock alone(directory(), DirectoryLock::Mode::kAlone, 0ms);
+    ASSERT_EQ(alone.error(), 0);
+    Preferences preferences(directory(), 50ms);
+    EXPECT_EQ(errors_of([&preferences] { EXPECT_TRUE(goes_on_alone(preferences)); }),
+              line(directory(), "another process keeps it locked"));
+}
+
+TEST_F(StoreFailures, of_a_process_without_descriptors_cost_one_line) {
+    write("key", true);
+    Preferences preferences(directory());
+    rlimit before;
+    ASSERT_EQ(getrlimit(RLIMIT_NOFILE, &before), 0);
+    const rlimit none = {0, before.rlim_max};
+    const std::string said = errors_of([&] {
+        setrlimit(RLIMIT_NOFILE, &none);
+        EXPECT_TRUE(goes_on_alone(preferences));
+        setrlimit(RLIMIT_NOFILE, &before);
+    });
+    EXPECT_EQ(said, line(directory(), "Too many open files"));
+    EXPECT_TRUE(preferences.synchronize(kApp));
+    EXPECT_TRUE(read("second").has_value());
 }
 
 }  // namespace
