@@ -12,9 +12,20 @@
 
 namespace {
 
+int registrations = 0;
 std::atomic<bool> is_asked{false};
 
 }  // namespace
+
+extern "C" {
+
+/// What the C library's own does, counted. That one is linked into each program, so this one wins.
+int __register_atfork(void (*)(), void (*)(), void (*)(), void*) noexcept;  // NOLINT
+int pthread_atfork(void (*prepare)(), void (*parent)(), void (*child)()) noexcept {
+    ++registrations;
+    return __register_atfork(prepare, parent, child, nullptr);
+}
+}
 
 namespace texprobe::platform {
 
@@ -26,6 +37,10 @@ std::string records_directory() {
 }
 
 namespace {
+
+TEST(FirstUse, finds_forks_provided_for) {
+    EXPECT_EQ(registrations, 1);
+}
 
 TEST(FirstUse, in_another_thread_does_not_hang_a_forked_child) {
     std::thread first([] { Preferences::of_process().value("app", "key"); });

@@ -19,9 +19,8 @@ namespace texprobe::platform {
 class Preferences {
 public:
     explicit Preferences(std::string directory,
-                         std::chrono::milliseconds patience = Store::kPatience) {
-        store_.emplace(std::move(directory), patience);
-    }
+                         std::chrono::milliseconds patience = Store::kPatience)
+        : store_(std::in_place, std::move(directory), patience) {}
 
     /// The one that the public functions work on. Lives until the process has ended, so that it
     /// serves the destructors of the application's own objects, too.
