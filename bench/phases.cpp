@@ -44,6 +44,7 @@ unsigned long long timed_distance(const void* srcData, unsigned srcFormat, unsig
 #define test_fill_data timed_fill_data
 #define distance_data_switch timed_distance
 #include "measurement.h"
+#include "phases.h"
 
 namespace {
 
@@ -103,26 +104,29 @@ void keep_records(CFStringRef appID) {
     CFPreferencesAppSynchronize(appID);
 }
 
-double measure_pass(double* pattern, double* comparison) {
+struct Pass {
+    double glWork;
+    double pattern;
+    double comparison;
+};
+
+Pass measure_pass() {
     patternSeconds = comparisonSeconds = 0.0;
     const double seconds = time_of([] { measure_all_formats([] {}); });
-    *pattern = patternSeconds;
-    *comparison = comparisonSeconds;
-    return seconds - patternSeconds - comparisonSeconds;
+    return {seconds - patternSeconds - comparisonSeconds, patternSeconds, comparisonSeconds};
 }
 
 void take_first_run_apart() {
     std::optional<EglContext> context;
     open_driver(&context);
     set_up_render_target();
-    double pattern = 0.0;
-    double comparison = 0.0;
-    const double first = measure_pass(&pattern, &comparison);
-    const double again = measure_pass(&pattern, &comparison);
-    print_phase("shaders and other first use", first - again);
-    print_phase("GL work", again);
-    print_phase("pattern", pattern);
-    print_phase("comparison", comparison);
+    const Pass first = measure_pass();
+    const Pass again = measure_pass();
+    print_phase("shaders and other first use", first.glWork - again.glWork);
+    print_phase("GL work", again.glWork);
+    print_phase("pattern", first.pattern);
+    print_phase("comparison", first.comparison);
+    print_phase(kNotInARun, again.glWork + again.pattern + again.comparison);
     CFStringRef appID = nullptr;
     print_phase("identifier", time_of([&] { appID = create_application_id(first_renderer_id()); }));
     print_phase("records", time_of([&] { keep_records(appID); }));

@@ -1,15 +1,16 @@
 // Where the time of a first run, a second run and a construction goes: the medians of fresh
 // processes, and each phase's share.
 
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
-#include <map>
 #include <sstream>
 #include <string>
 #include <vector>
 
 #include "interleaved.h"
+#include "phases.h"
 #include "process.h"
 #include "program_folder.h"
 
@@ -22,23 +23,25 @@ constexpr int kRounds = 15;
 
 using Phases = std::vector<std::pair<std::string, std::vector<double>>>;
 
-void add_phase(Phases* phases, std::size_t index, const std::string& name, double seconds) {
-    if (phases->size() <= index) phases->emplace_back(name, std::vector<double>());
-    (*phases)[index].second.push_back(seconds);
+void add_phase(Phases* phases, const std::string& name, double seconds) {
+    const auto isNamed = [&](const auto& phase) { return phase.first == name; };
+    auto phase = std::find_if(phases->begin(), phases->end(), isNamed);
+    if (phase == phases->end()) phase = phases->insert(phase, {name, {}});
+    phase->second.push_back(seconds);
 }
 
 /// One process's phases, and what of its time none of them accounts for.
 void add_run(Phases* phases, const ProcessRun& run, bool isWholeProcess) {
     std::istringstream lines(run.output);
-    std::size_t index = 0;
     double rest = run.seconds;
-    for (std::string line; std::getline(lines, line); ++index) {
+    for (std::string line; std::getline(lines, line);) {
         const std::size_t tab = line.find('\t');
+        const std::string name = line.substr(0, tab);
         const double seconds = std::strtod(line.c_str() + tab, nullptr);
-        add_phase(phases, index, line.substr(0, tab), seconds);
+        if (name != kNotInARun) add_phase(phases, name, seconds);
         rest -= seconds;
     }
-    if (isWholeProcess) add_phase(phases, index, "start and end of the process", rest);
+    if (isWholeProcess) add_phase(phases, "start and end of the process", rest);
 }
 
 void print(const char* title, const Phases& phases) {

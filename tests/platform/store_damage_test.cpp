@@ -110,6 +110,15 @@ TEST_F(StoreDamage, puts_aside_a_database_that_holds_more_than_records) {
     EXPECT_EQ(said_by_next_user(), line("it holds other tables than records", 1));
 }
 
+TEST_F(StoreDamage, puts_aside_a_database_that_held_something_before_the_records) {
+    write("key", true);
+    std::string table = rows("SELECT sql FROM sqlite_schema");
+    table.pop_back();  // the line's end
+    fs::remove(database());
+    rows("CREATE TABLE bookmarks (address TEXT);" + table + "; PRAGMA user_version = 1");
+    EXPECT_EQ(said_by_next_user(), line("it holds other tables than records", 1));
+}
+
 TEST_F(StoreDamage, puts_aside_a_database_of_another_layout) {
     write("key", true);
     rows("PRAGMA user_version = 2");

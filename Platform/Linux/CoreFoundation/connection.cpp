@@ -168,21 +168,22 @@ int Connection::configure() {
 
 /// Learns whether the file holds our table, nothing yet, or something else (SQLITE_FORMAT).
 int Connection::check_schema() {
-    sqlite3_stmt* prepared = nullptr;
-    int code = sqlite3_prepare_v2(database_.get(),
-                                  "SELECT sql, (SELECT user_version FROM pragma_user_version)"
-                                  " FROM sqlite_schema",
-                                  -1, &prepared, nullptr);
-    const Statement statement(prepared);
+    sqlite3_stmt* statement = nullptr;
+    int code = prepare(kTables, &statement);
     if (code != SQLITE_OK) return code;
-    has_table_ = false;
-    while ((code = sqlite3_step(prepared)) == SQLITE_ROW) {
-        const bool is_ours =
-            bytes_of(prepared, 0) == kSchema && sqlite3_column_int64(prepared, 1) == 1;
-        if (!is_ours || has_table_) return SQLITE_FORMAT;
-        has_table_ = true;
+    bool is_empty = true;
+    bool is_ours = true;
+    while ((code = sqlite3_step(statement)) == SQLITE_ROW) {
+        is_empty = false;
+        is_ours = is_ours && bytes_of(statement, 0) == kSchema;
     }
-    return code == SQLITE_DONE ? SQLITE_OK : code;
+    sqlite3_reset(statement);
+    int version = 0;
+    code = code == SQLITE_DONE ? SQLITE_OK : code;
+    // Asked for last: whoever makes the table gives it its version in the same transaction.
+    if (code == SQLITE_OK && !is_empty) code = ask(kTablesVersion, &version);
+    has_table_ = code == SQLITE_OK && is_ours && version == 1;
+    return code == SQLITE_OK && !is_empty && !has_table_ ? SQLITE_FORMAT : code;
 }
 
 void Connection::close_keeping_log(bool keep) {
@@ -218,6 +219,8 @@ int Connection::execute(const char* sql) {
 
 int Connection::prepare(Query query, sqlite3_stmt** statement) {
     static constexpr std::array<const char*, kQueryCount> kSql = {
+        "SELECT sql FROM sqlite_schema",
+        "PRAGMA user_version",
         "PRAGMA data_version",
         "SELECT key, type, value FROM records WHERE application = ?1",
         "REPLACE INTO records VALUES (?1, ?2, ?3, ?4)",
@@ -252,14 +255,19 @@ int Connection::run(Query query) {
     return code == SQLITE_OK ? finish(statement) : code;
 }
 
-int Connection::version(int* version) {
+/// The number that a query of one row answers.
+int Connection::ask(Query query, int* number) {
     sqlite3_stmt* statement = nullptr;
-    const int code = prepare(kVersion, &statement);
+    const int code = prepare(query, &statement);
     if (code != SQLITE_OK) return code;
     const int stepped = sqlite3_step(statement);
-    if (stepped == SQLITE_ROW) *version = sqlite3_column_int(statement, 0);
+    if (stepped == SQLITE_ROW) *number = sqlite3_column_int(statement, 0);
     sqlite3_reset(statement);
     return stepped == SQLITE_ROW ? SQLITE_OK : stepped;
+}
+
+int Connection::version(int* version) {
+    return ask(kVersion, version);
 }
 
 /// Calls `row` with each record, in the order of the keys, until it returns false.

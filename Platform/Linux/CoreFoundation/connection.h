@@ -80,13 +80,25 @@ private:
         void operator()(sqlite3_stmt* statement) const { sqlite3_finalize(statement); }
     };
     using Statement = std::unique_ptr<sqlite3_stmt, Finalize>;
-    enum Query { kVersion, kRead, kSet, kRemove, kBegin, kCommit, kRollback, kQueryCount };
+    enum Query {
+        kTables,
+        kTablesVersion,
+        kVersion,
+        kRead,
+        kSet,
+        kRemove,
+        kBegin,
+        kCommit,
+        kRollback,
+        kQueryCount
+    };
 
     using Row = std::function<bool(std::string key, Value value)>;
     int read_rows(std::string_view application, const Row& row);
     int execute(const char* sql);
     int prepare(Query query, sqlite3_stmt** statement);
     int run(Query query);
+    int ask(Query query, int* number);
     int configure();
     int check_schema();
     int choose_journal(Journal journal);
