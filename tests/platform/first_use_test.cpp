@@ -43,13 +43,20 @@ TEST(FirstUse, finds_forks_provided_for) {
 }
 
 TEST(FirstUse, in_another_thread_does_not_hang_a_forked_child) {
-    std::thread first([] { Preferences::of_process().value("app", "key"); });
+    // The thread outlives the fork: the child would be taken for having left one that has ended
+    // unjoined.
+    std::atomic<bool> isForked{false};
+    std::thread first([&isForked] {
+        Preferences::of_process().value("app", "key");
+        while (!isForked) std::this_thread::yield();
+    });
     while (!is_asked) std::this_thread::yield();
     const pid_t child = fork();
     if (child == 0) {
         alarm(20);
         _exit(Preferences::of_process().value("app", "key") ? 1 : 0);
     }
+    isForked = true;
     int status = -1;
     waitpid(child, &status, 0);
     EXPECT_EQ(status, 0);
