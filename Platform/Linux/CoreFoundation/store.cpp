@@ -122,6 +122,8 @@ Store::Failure Store::attempt(const std::string& application, ApplicationRecords
 }
 
 Store::Failure Store::have_directory(Purpose purpose) {
+    // The way to the open file was looked at when it was opened.
+    if (connection_.is_open() && identity_of(path_) == identity_) return std::nullopt;
     Failure failure = check_directory(directory_);
     if (!failure || !is_absence(*failure) || purpose == Purpose::kLook) return failure;
     failure = make_directory(directory_);
