@@ -1,4 +1,4 @@
-// What the phases of a run are told from.
+// What the program `phases` tells the profile besides names and times.
 
 #ifndef TEXPROBE_BENCH_PHASES_H
 #define TEXPROBE_BENCH_PHASES_H
