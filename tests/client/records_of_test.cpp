@@ -1,7 +1,7 @@
 #include "records_of_test.h"
 
 #include <CoreFoundation/CoreFoundation.h>
-#include <CoreFoundation/records_location.h>
+#include <RecordStore/location.h>
 
 #include <cstdlib>
 

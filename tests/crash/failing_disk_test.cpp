@@ -21,7 +21,7 @@ namespace fs = std::filesystem;
 using texprobe::tests::DiskEvent;
 using texprobe::tests::errors_of;
 using texprobe::tests::FaultCount;
-using texprobe::tests::Preferences;
+using texprobe::tests::RecordStore;
 using texprobe::tests::WatchedDisk;
 using texprobe::tests::write_fault_row;
 
@@ -40,18 +40,18 @@ protected:
         const WatchedDisk disk(
             [&](const DiskEvent&) { return is_sound ? SQLITE_OK : error_at(++accesses); });
         const std::string said = errors_of([&] {
-            Preferences preferences(directory());
+            RecordStore store(directory());
             std::vector<std::string> promised;
             for (const char* key : {"0", "1", "2"}) {
-                preferences.change(kApp, {{key, true}});
-                if (preferences.synchronize(kApp)) promised.emplace_back(key);
-                good = good && preferences.value(kApp, key);
+                store.change(kApp, {{key, true}});
+                if (store.synchronize(kApp)) promised.emplace_back(key);
+                good = good && store.value(kApp, key);
             }
             is_sound = true;
             for (const std::string& key : promised) good = good && read(key);
-            good = good && preferences.synchronize(kApp);
+            good = good && store.synchronize(kApp);
         });
-        good = good && rows("SELECT key FROM records") == "0\n1\n2\n" && !fs::exists(aside(1)) &&
+        good = good && rows("SELECT key FROM records") == "0\n1\n2\n" && !fs::exists(aside()) &&
                std::count(said.begin(), said.end(), '\n') <= 1;
         EXPECT_TRUE(good) << said;
         fs::remove_all(config());

@@ -13,7 +13,7 @@ namespace {
 
 namespace fs = std::filesystem;
 using texprobe::tests::FaultCount;
-using texprobe::tests::Preferences;
+using texprobe::tests::RecordStore;
 using texprobe::tests::write_fault_row;
 
 constexpr unsigned kCases = 40;
@@ -27,10 +27,10 @@ protected:
         if (pipe(ends) != 0) return 0;
         const pid_t child = fork();
         if (child == 0) {
-            Preferences preferences(directory());
+            RecordStore store(directory());
             for (unsigned i = 0;; ++i) {
-                preferences.change(kApp, {{std::to_string(i), true}});
-                if (!preferences.synchronize(kApp) || ::write(ends[1], ".", 1) != 1) _exit(1);
+                store.change(kApp, {{std::to_string(i), true}});
+                if (!store.synchronize(kApp) || ::write(ends[1], ".", 1) != 1) _exit(1);
             }
         }
         close(ends[1]);
@@ -53,9 +53,9 @@ TEST_F(KilledProcesses, lose_nothing_that_they_synchronized) {
         const unsigned reported = records_of_killed_process(patience);
         EXPECT_GE(reported, patience);
         {
-            Preferences preferences(directory());
+            RecordStore store(directory());
             for (unsigned i = 0; i < reported; ++i) {
-                const bool is_there = preferences.value(kApp, std::to_string(i)).has_value();
+                const bool is_there = store.value(kApp, std::to_string(i)).has_value();
                 EXPECT_TRUE(is_there) << i;
                 count.lostVerdicts += !is_there;
             }

@@ -1,7 +1,7 @@
 // The power fails at every moment between the store's writes and syncs: the files as the disk would
 // then hold them open again, and hold what was synchronized before.
 
-#include <CoreFoundation/preferences.h>
+#include <RecordStore/record_store.h>
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -16,21 +16,19 @@
 
 #include "crash/fault_rows.h"
 #include "platform/scratch_folder.h"
+#include "support/same_value.h"
 #include "support/watched_disk.h"
 
 namespace {
 
 namespace fs = std::filesystem;
-using texprobe::platform::Access;
-using texprobe::platform::ApplicationRecords;
 using texprobe::platform::Changes;
-using texprobe::platform::Connection;
-using texprobe::platform::Journal;
+using texprobe::platform::Database;
 using texprobe::platform::Records;
-using texprobe::platform::same;
-using texprobe::platform::Store;
+using texprobe::platform::RecordStore;
 using texprobe::tests::DiskEvent;
 using texprobe::tests::FaultCount;
+using texprobe::tests::same;
 using texprobe::tests::ScratchFolder;
 using texprobe::tests::WatchedDisk;
 using texprobe::tests::write_fault_row;
@@ -143,16 +141,17 @@ bool holds_what_was_promised(const Recording& recording, std::size_t cut,
     const auto promised =
         std::upper_bound(recording.promised_at.begin(), recording.promised_at.end(), cut) -
         recording.promised_at.begin() - 1;
-    Store store(directory);
-    ApplicationRecords records;
-    if (!store.look(kApp, &records)) return false;
+    RecordStore store(directory);
+    // The transaction that a rollback journal undoes is undone by who writes.
+    store.change(kApp, {{"after the cut", true}});
+    if (!store.synchronize(kApp)) return false;
+    Records stored = store.records(kApp);
+    stored.erase("after the cut");
     const auto state = static_cast<std::size_t>(promised);
     const bool is_next =
-        state + 1 < recording.states.size() && equal(records.stored, recording.states[state + 1]);
-    if (!is_next && !equal(records.stored, recording.states[state])) return false;
-    records.pending["after the cut"] = true;
-    return store.synchronize(kApp, &records) &&
-           !fs::exists(directory / "records.sqlite3.damaged-1");
+        state + 1 < recording.states.size() && equal(stored, recording.states[state + 1]);
+    return (is_next || equal(stored, recording.states[state])) &&
+           !fs::exists(directory / "records.sqlite3.damaged");
 }
 
 /// First the power fails at every moment for a disk that has done nothing and for one that has done
@@ -208,12 +207,11 @@ std::vector<Changes> run_of_the_tool() {
 }
 
 void record(const std::vector<Changes>& steps, const fs::path& directory, Recording& recording) {
-    Store store(directory);
-    ApplicationRecords records;
+    RecordStore store(directory);
     for (const Changes& step : steps) {
-        for (const auto& [key, value] : step) records.pending.insert_or_assign(key, value);
-        ASSERT_TRUE(store.synchronize(kApp, &records));
-        recording.promise(records.stored);
+        store.change(kApp, step);
+        ASSERT_TRUE(store.synchronize(kApp));
+        recording.promise(store.records(kApp));
     }
 }
 
@@ -234,10 +232,10 @@ TEST(PowerCut, loses_nothing_that_was_synchronized) {
 }
 
 TEST(PowerCut, loses_nothing_that_was_synchronized_in_a_log_that_is_written_over) {
-    // Each of the long values takes 25 pages of the log, which is carried over after 128.
+    // Each of the long values takes 13 pages of the log, which is carried over after 128.
     std::vector<Changes> steps;
-    for (const char letter : {'a', 'b', 'c', 'd', 'e', 'f'}) {
-        steps.push_back({{"LONG", std::string(100'000, letter)}});
+    for (const char letter : {'a', 'b', 'c', 'd', 'e', 'f', 'g', 'h', 'i', 'j', 'k', 'l'}) {
+        steps.push_back({{"LONG", std::string(50'000, letter)}});
     }
     for (int i = 0; i < 3; ++i) steps.push_back({{"SHORT", i % 2 == 0}});
     const ScratchFolder folder;
@@ -263,18 +261,15 @@ TEST(PowerCut, loses_nothing_that_was_synchronized_with_a_rollback_journal) {
     Recording recording;
     {
         const Recorder recorder(recording);
-        Connection connection;
-        ASSERT_EQ(connection.open(database, Access::kReadWrite), SQLITE_OK);
+        Database opened;
+        ASSERT_TRUE(opened.open(database, Database::kWrite, Database::kRollback).ok());
         Records records;
         for (int i = 0; i < 12; ++i) {
-            ASSERT_EQ(connection.begin(Journal::kRollback), SQLITE_OK);
-            const std::string key = std::to_string(i);
-            ASSERT_EQ(connection.set(kApp, key, std::string(1000, 'x')), SQLITE_OK);
-            ASSERT_EQ(connection.commit(), SQLITE_OK);
-            records[key] = std::string(1000, 'x');
+            const Changes change = {{std::to_string(i), std::string(1000, 'x')}};
+            ASSERT_TRUE(opened.write(kApp, change, &records).ok());
             recording.promise(records);
         }
-        connection.close();
+        opened.close(false);
     }
     ASSERT_GT(recording.operations.size(), 50u);
     write_fault_row("Power cut between the store's writes and syncs", "journal",

@@ -6,7 +6,7 @@
 //   records_program DIRECTORY APPID KEY TYPE [VALUE]  writes one: boolean, double, string or none
 
 #include <CoreFoundation/CoreFoundation.h>
-#include <CoreFoundation/records_location.h>
+#include <RecordStore/location.h>
 
 #include <cstdio>
 #include <cstdlib>

@@ -1,6 +1,6 @@
 // A format that has no transfer format. The pass knows none; the probe must stand it all the same.
 
-#include <CoreFoundation/records_location.h>
+#include <RecordStore/location.h>
 #include <gtest/gtest.h>
 
 #include <filesystem>

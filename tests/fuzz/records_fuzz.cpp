@@ -2,7 +2,7 @@
 // that is even is followed by records, which are put into a sound database; an odd one by the file
 // itself.
 
-#include <CoreFoundation/preferences.h>
+#include <RecordStore/record_store.h>
 #include <sqlite3.h>
 
 #include <cstdint>
@@ -16,15 +16,16 @@
 #include <string_view>
 
 #include "platform/scratch_folder.h"
+#include "support/same_value.h"
 #include "support/watched_disk.h"
 
 namespace {
 
 namespace fs = std::filesystem;
-using texprobe::platform::Preferences;
-using texprobe::platform::same;
+using texprobe::platform::RecordStore;
 using texprobe::platform::Value;
 using texprobe::tests::DiskEvent;
+using texprobe::tests::same;
 using texprobe::tests::ScratchFolder;
 using texprobe::tests::WatchedDisk;
 
@@ -139,12 +140,12 @@ std::map<std::string, std::optional<Value>> insert_records(const fs::path& datab
 
 void expect_usable(const fs::path& directory) {
     {
-        Preferences preferences(directory);
-        preferences.value(kApp, "VERSION");
-        preferences.change(kApp, {{"new", true}});
-        must(preferences.synchronize(kApp));
+        RecordStore store(directory);
+        store.value(kApp, "VERSION");
+        store.change(kApp, {{"new", true}});
+        must(store.synchronize(kApp));
     }
-    const auto seen = Preferences(directory).value(kApp, "new");
+    const auto seen = RecordStore(directory).value(kApp, "new");
     must(seen && same(*seen, true));
 }
 
@@ -152,14 +153,14 @@ void read_records(const fs::path& directory, const Input& input) {
     expect_usable(directory);
     const auto expected = insert_records(directory / "records.sqlite3", input);
     {
-        Preferences preferences(directory);
+        RecordStore store(directory);
         for (const auto& [key, value] : expected) {
-            const auto seen = preferences.value(kApp, key);
+            const auto seen = store.value(kApp, key);
             must(seen.has_value() == value.has_value() && (!seen || same(*seen, *value)));
         }
     }
     expect_usable(directory);
-    must(!fs::exists(directory / "records.sqlite3.damaged-1"));
+    must(!fs::exists(directory / "records.sqlite3.damaged"));
 }
 
 void read_file(const fs::path& directory, std::string_view bytes) {

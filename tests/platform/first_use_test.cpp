@@ -1,7 +1,7 @@
 // A process forked while one of its threads asks for a record for the first time.
 
-#include <CoreFoundation/preferences.h>
-#include <CoreFoundation/records_location.h>
+#include <RecordStore/location.h>
+#include <RecordStore/record_store.h>
 #include <gtest/gtest.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -47,14 +47,14 @@ TEST(FirstUse, in_another_thread_does_not_hang_a_forked_child) {
     // unjoined.
     std::atomic<bool> isForked{false};
     std::thread first([&isForked] {
-        Preferences::of_process().value("app", "key");
+        RecordStore::of_process().value("app", "key");
         while (!isForked) std::this_thread::yield();
     });
     while (!is_asked) std::this_thread::yield();
     const pid_t child = fork();
     if (child == 0) {
         alarm(20);
-        _exit(Preferences::of_process().value("app", "key") ? 1 : 0);
+        _exit(RecordStore::of_process().value("app", "key") ? 1 : 0);
     }
     isForked = true;
     int status = -1;

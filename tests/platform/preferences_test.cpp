@@ -1,7 +1,7 @@
 // The public functions for preferences, on a store in a folder of this process.
 
 #include <CoreFoundation/CoreFoundation.h>
-#include <CoreFoundation/records_location.h>
+#include <RecordStore/location.h>
 #include <gtest/gtest.h>
 
 #include <cstdlib>
@@ -199,9 +199,18 @@ TEST(Preferences, refuse_a_value_of_another_type_and_keep_the_old_one) {
     CFPreferencesSetAppValue(CFSTR("key"), kCFBooleanTrue, app_of_test());
     const CFArrayRef array = CFArrayCreate(nullptr, nullptr, 0, nullptr);
     EXPECT_EQ(errors_of([array] { CFPreferencesSetAppValue(CFSTR("key"), array, app_of_test()); }),
-              "*** texprobe records: key: only booleans, doubles and strings can be stored\n");
+              "*** texprobe records: key: only booleans, doubles and strings of at most 65536 bytes"
+              " can be stored\n");
     CFRelease(array);
     EXPECT_EQ(boolean("key"), "true");
+    const std::string longest(65536, 'x');
+    EXPECT_EQ(errors_of([&longest] { set_string("key", (longest + "x").c_str()); }),
+              "*** texprobe records: key: only booleans, doubles and strings of at most 65536 bytes"
+              " can be stored\n");
+    EXPECT_EQ(boolean("key"), "true");
+    set_string("key", longest.c_str());
+    ASSERT_TRUE(CFPreferencesAppSynchronize(app_of_test()));
+    EXPECT_EQ(stored("key"), "string|" + longest + "\n");
 }
 
 TEST(Preferences, have_no_value_under_a_null_key_or_application) {

@@ -1,7 +1,6 @@
 // Where the user's records are. Looks, and writes nothing.
 
-#include <CoreFoundation/home.h>
-#include <CoreFoundation/records_location.h>
+#include <RecordStore/location.h>
 #include <gtest/gtest.h>
 #include <pwd.h>
 #include <sys/wait.h>
@@ -12,24 +11,7 @@
 
 namespace {
 
-using texprobe::platform::choose_home;
 using texprobe::platform::records_directory;
-
-TEST(Home, comes_from_the_password_entry_where_there_is_one) {
-    EXPECT_EQ(choose_home("/home/user", "/elsewhere"), "/home/user");
-    EXPECT_EQ(choose_home("/home/user", nullptr), "/home/user");
-}
-
-TEST(Home, comes_from_the_environment_where_there_is_no_password_entry) {
-    EXPECT_EQ(choose_home(nullptr, "/elsewhere"), "/elsewhere");
-}
-
-TEST(Home, is_none_without_an_absolute_path) {
-    EXPECT_EQ(choose_home(nullptr, nullptr), "");
-    EXPECT_EQ(choose_home(nullptr, ""), "");
-    EXPECT_EQ(choose_home(nullptr, "relative"), "");
-    EXPECT_EQ(choose_home("", "/elsewhere"), "/elsewhere");
-}
 
 TEST(RecordsDirectory, is_below_the_home_of_the_password_entry_whatever_the_environment_says) {
     const passwd* entry = getpwuid(getuid());  // cppcheck-suppress getpwuidCalled
@@ -68,6 +50,8 @@ TEST(RecordsDirectory, of_a_user_without_a_password_entry_is_below_HOME) {
     if (geteuid() != 0) GTEST_SKIP() << "only root can become another user";
     EXPECT_EQ(directory_of_unknown_user("/somewhere"), "/somewhere/.config/texprobe");
     EXPECT_EQ(directory_of_unknown_user(nullptr), "");
+    EXPECT_EQ(directory_of_unknown_user(""), "");
+    EXPECT_EQ(directory_of_unknown_user("relative"), "");
 }
 
 }  // namespace

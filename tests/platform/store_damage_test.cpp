@@ -4,7 +4,6 @@
 #include <chrono>
 #include <fstream>
 #include <memory>
-#include <sstream>
 #include <thread>
 
 #include "platform/store_fixture.h"
@@ -13,16 +12,10 @@ namespace {
 
 namespace fs = std::filesystem;
 using namespace std::chrono_literals;
-using texprobe::platform::same;
+using texprobe::platform::DirectoryLock;
 using texprobe::tests::errors_of;
-using texprobe::tests::Preferences;
-
-std::string contents(const fs::path& path) {
-    std::ifstream file(path, std::ios::binary);
-    std::ostringstream text;
-    text << file.rdbuf();
-    return text.str();
-}
+using texprobe::tests::RecordStore;
+using texprobe::tests::same;
 
 void replace(const fs::path& path, const std::string& bytes) {
     std::ofstream(path, std::ios::binary) << bytes;
@@ -30,117 +23,149 @@ void replace(const fs::path& path, const std::string& bytes) {
 
 class StoreDamage : public texprobe::tests::StoreFixture {
 protected:
-    std::string line(const std::string& reason, int number) const {
+    std::string put_aside(const std::string& reason) const {
         return "*** texprobe records: " + database().string() + " is damaged (" + reason +
-               "); it is kept as " + aside(number).string() + ", and a new one is begun\n";
+               "); it is kept as " + aside().string() + ", and a new one is begun\n";
     }
-
-    /// Everything is overwritten, under whoever has it open.
-    void damage() const {
-        replace(database(), std::string(8192, '\xAA'));
-        replace(database().string() + "-wal", std::string(8192, '\xAA'));
+    std::string refused(const std::string& reason) const {
+        return "*** texprobe records: cannot use " + database().string() + ": " + reason + "\n";
     }
 
     /// What a fork does.
-    static void reopen_at_next_use(Preferences& preferences) {
-        preferences.lock_for_fork();
-        preferences.unlock_after_fork();
+    static void reopen_at_next_use(RecordStore& store) {
+        store.lock_for_fork();
+        store.unlock_after_fork();
     }
 
-    /// What somebody who looks, and then writes, says; what was damaged is kept as it was.
-    std::string said_by_next_user() const {
+    /// Somebody who looks says that the file is damaged and leaves it; somebody who writes keeps it
+    /// under another name.
+    void expect_put_aside(const std::string& reason) const {
         const std::string damaged = contents(database());
-        std::string said = errors_of([this] {
-            EXPECT_FALSE(read("key").has_value());
-            write("key", true);
-        });
-        EXPECT_EQ(contents(aside(1)), damaged);
+        EXPECT_EQ(errors_of([this] { EXPECT_FALSE(read("key").has_value()); }), refused(reason));
+        EXPECT_EQ(contents(database()), damaged);
+        EXPECT_FALSE(fs::exists(aside()));
+        EXPECT_EQ(errors_of([this] { write("key", true); }), put_aside(reason));
+        EXPECT_EQ(contents(aside()), damaged);
         EXPECT_TRUE(same(*read("key"), true));
         EXPECT_EQ(rows("SELECT count(*) FROM records"), "1\n");
-        EXPECT_EQ(mode_of(aside(1)), 0600u);
-        return said;
+    }
+
+    /// Nobody changes the file, and a process that looks and writes says so in two lines.
+    void expect_left_alone(const std::string& reason) const {
+        const std::string before = contents(database());
+        const std::string said = errors_of([this] {
+            RecordStore store(directory());
+            EXPECT_FALSE(store.value(kApp, "new").has_value());
+            store.change(kApp, {{"new", true}});
+            EXPECT_FALSE(store.synchronize(kApp));
+            EXPECT_TRUE(store.value(kApp, "new").has_value());
+        });
+        EXPECT_EQ(said, refused(reason) +
+                            "*** texprobe records: 1 record is missing or in doubt in " +
+                            database().string() +
+                            ": new; remove that file and run texprobe again to measure everything"
+                            " anew\n");
+        EXPECT_EQ(contents(database()), before);
+        EXPECT_FALSE(fs::exists(aside()));
     }
 };
 
-TEST_F(StoreDamage, puts_aside_a_file_that_is_no_database) {
+TEST_F(StoreDamage, of_a_file_that_is_no_database_puts_it_aside) {
     fs::create_directories(directory());
     replace(database(), "This is not a database. " + std::string(1000, '.'));
-    EXPECT_EQ(said_by_next_user(), line("file is not a database", 1));
+    expect_put_aside("file is not a database");
 }
 
-TEST_F(StoreDamage, puts_aside_a_file_that_is_cut_off) {
+TEST_F(StoreDamage, of_a_file_that_is_cut_off_puts_it_aside) {
     write("key", true);
     fs::resize_file(database(), 4096);
-    EXPECT_EQ(said_by_next_user(), line("database disk image is malformed", 1));
+    expect_put_aside("database disk image is malformed");
 }
 
-TEST_F(StoreDamage, puts_aside_a_database_whose_page_is_overwritten) {
+TEST_F(StoreDamage, of_a_page_puts_the_database_aside) {
     write("key", true);
     std::string bytes = contents(database());
     std::fill(bytes.begin() + 4096, bytes.end(), '\xAA');
     replace(database(), bytes);
-    EXPECT_EQ(said_by_next_user(), line("database disk image is malformed", 1));
+    expect_put_aside("database disk image is malformed");
 }
 
-TEST_F(StoreDamage, puts_aside_a_database_with_other_tables) {
+TEST_F(StoreDamage, of_the_order_of_records_puts_the_database_aside) {
+    write("apple", true);
+    write("melon", true);
+    write("zebra", true);
+    std::string bytes = contents(database());
+    bytes[bytes.find("melon")] = '~';
+    replace(database(), bytes);
+    EXPECT_EQ(errors_of([this] { write("key", true); }),
+              put_aside("database disk image is malformed"));
+    EXPECT_TRUE(same(*read("key"), true));
+}
+
+TEST_F(StoreDamage, is_not_what_others_keep_in_the_database) {
+    write("GL_RGB8_SUPPORTED", true);
+    for (const char* const change :
+         {"ANALYZE", "CREATE TABLE bookmarks (address TEXT)",
+          "CREATE INDEX by_key ON records (key)",
+          "CREATE VIEW verdicts AS SELECT * FROM records WHERE type = 'boolean'",
+          "CREATE TRIGGER spy AFTER INSERT ON records BEGIN DELETE FROM records; END", "VACUUM",
+          "PRAGMA application_id = 7", "PRAGMA user_version = 0", "ANALYZE"}) {
+        rows(change);
+        EXPECT_EQ(errors_of([this] {
+                      EXPECT_TRUE(same(*read("GL_RGB8_SUPPORTED"), true));
+                      write("new", true);
+                      write("new", false);
+                  }),
+                  "")
+            << change;
+        EXPECT_TRUE(same(*read("GL_RGB8_SUPPORTED"), true)) << change;
+        EXPECT_TRUE(same(*read("new"), false)) << change;
+    }
+    EXPECT_EQ(rows("SELECT name FROM sqlite_schema WHERE name IN ('bookmarks', 'by_key', 'spy',"
+                   " 'verdicts') ORDER BY name"),
+              "bookmarks\nby_key\nspy\nverdicts\n");
+    EXPECT_FALSE(fs::exists(aside()));
+}
+
+TEST_F(StoreDamage, is_not_a_database_of_somebody_elses_without_records) {
     fs::create_directories(directory());
-    fs::permissions(directory(), fs::perms::owner_all);
-    rows("CREATE TABLE bookmarks (address TEXT)");
-    EXPECT_EQ(said_by_next_user(), line("it holds other tables than records", 1));
+    rows("CREATE TABLE bookmarks (address TEXT); INSERT INTO bookmarks VALUES ('here')");
+    EXPECT_EQ(errors_of([this] {
+                  EXPECT_FALSE(read("key").has_value());
+                  write("key", true);
+              }),
+              "");
+    EXPECT_TRUE(same(*read("key"), true));
+    EXPECT_EQ(rows("SELECT address FROM bookmarks"), "here\n");
 }
 
-TEST_F(StoreDamage, puts_aside_a_database_whose_table_is_another_one) {
+TEST_F(StoreDamage, is_not_a_newer_layout) {
+    write("key", true);
+    rows("PRAGMA user_version = 2");
+    expect_left_alone("a newer texprobe, or another program, made it");
+}
+
+TEST_F(StoreDamage, is_not_another_programs_table_of_records) {
     fs::create_directories(directory());
-    fs::permissions(directory(), fs::perms::owner_all);
-    rows("CREATE TABLE records (application, key, type, value); PRAGMA user_version = 1");
-    EXPECT_EQ(said_by_next_user(), line("it holds other tables than records", 1));
+    rows("CREATE TABLE records (name TEXT, artist TEXT)");
+    expect_left_alone("a newer texprobe, or another program, made it");
 }
 
-TEST_F(StoreDamage, puts_aside_a_database_in_a_format_of_the_future) {
+TEST_F(StoreDamage, is_not_a_format_that_this_sqlite_does_not_know) {
     write("key", true);
     std::string bytes = contents(database());
     bytes[47] = 9;  // the schema's format
     replace(database(), bytes);
-    EXPECT_EQ(said_by_next_user(), line("SQL logic error", 1));
+    expect_left_alone("a newer texprobe, or another program, made it");
 }
 
-TEST_F(StoreDamage, puts_aside_a_database_that_holds_more_than_records) {
-    write("key", true);
-    rows("CREATE TRIGGER spy AFTER INSERT ON records BEGIN DELETE FROM records; END");
-    EXPECT_EQ(said_by_next_user(), line("it holds other tables than records", 1));
-}
-
-TEST_F(StoreDamage, puts_aside_a_database_that_held_something_before_the_records) {
-    write("key", true);
-    std::string table = rows("SELECT sql FROM sqlite_schema");
-    table.pop_back();  // the line's end
-    fs::remove(database());
-    rows("CREATE TABLE bookmarks (address TEXT);" + table + "; PRAGMA user_version = 1");
-    EXPECT_EQ(said_by_next_user(), line("it holds other tables than records", 1));
-}
-
-TEST_F(StoreDamage, puts_aside_a_database_of_another_layout) {
-    write("key", true);
-    rows("PRAGMA user_version = 2");
-    EXPECT_EQ(said_by_next_user(), line("it holds other tables than records", 1));
-}
-
-TEST_F(StoreDamage, puts_aside_a_database_that_claims_to_be_read_only) {
+TEST_F(StoreDamage, is_not_a_database_that_only_a_newer_sqlite_may_write) {
     write("key", true);
     std::string bytes = contents(database());
     bytes[18] = 3;  // the lowest version of the format that may write the file
     replace(database(), bytes);
-    const std::string said = errors_of([this] { write("other", true); });
-    EXPECT_EQ(said, line("attempt to write a readonly database", 1));
-    EXPECT_TRUE(same(*read("other"), true));
-}
-
-TEST_F(StoreDamage, puts_aside_a_database_that_takes_for_ever_to_read) {
-    write("key", true);
-    rows(
-        "WITH RECURSIVE number(n) AS (SELECT 1 UNION ALL SELECT n + 1 FROM number LIMIT 300000)"
-        " INSERT INTO records SELECT 'org.example.app', n, 'boolean', 1 FROM number");
-    EXPECT_EQ(said_by_next_user(), line("it takes for ever to read", 1));
+    expect_left_alone("attempt to write a readonly database");
+    EXPECT_TRUE(same(*read("key"), true));
 }
 
 TEST_F(StoreDamage, puts_the_log_aside_with_its_database) {
@@ -148,109 +173,83 @@ TEST_F(StoreDamage, puts_the_log_aside_with_its_database) {
     replace(database(), std::string(4096, 'x'));
     replace(database().string() + "-wal", "log");
     errors_of([this] { write("key", true); });
-    EXPECT_EQ(contents(aside(1).string() + "-wal"), "log");
+    EXPECT_EQ(contents(aside().string() + "-wal"), "log");
     EXPECT_TRUE(same(*read("key"), true));
 }
 
-TEST_F(StoreDamage, keeps_nine_and_no_more) {
-    for (int i = 1; i <= 12; ++i) {
+TEST_F(StoreDamage, keeps_what_was_damaged_last) {
+    for (int i = 1; i <= 3; ++i) {
         fs::create_directories(directory());
         replace(database(), "damage number " + std::to_string(i));
-        EXPECT_EQ(errors_of([this] { read("key"); }),
-                  line("file is not a database", std::min(i, 9)));
+        if (i == 2) replace(database().string() + "-wal", "log");
+        EXPECT_EQ(errors_of([this] { write("key", true); }), put_aside("file is not a database"));
+        EXPECT_EQ(contents(aside()), "damage number " + std::to_string(i));
+        EXPECT_EQ(fs::exists(aside().string() + "-wal"), i == 2);
     }
-    EXPECT_EQ(contents(aside(1)), "damage number 1");
-    EXPECT_EQ(contents(aside(9)), "damage number 12");
-    EXPECT_FALSE(fs::exists(aside(10)));
 }
 
-TEST_F(StoreDamage, in_the_middle_of_a_run_does_not_cost_what_the_run_has_written) {
-    write("somebody's", true);
-    Preferences preferences(directory());
-    EXPECT_TRUE(preferences.value(kApp, "somebody's").has_value());
-    preferences.change(kApp, {{"VERSION", 0.21}, {"first", false}, {"removed", true}});
-    ASSERT_TRUE(preferences.synchronize(kApp));
-    preferences.change(kApp, {{"first", true}, {"removed", std::nullopt}});
-    ASSERT_TRUE(preferences.synchronize(kApp));
-
-    damage();
-    reopen_at_next_use(preferences);
-    preferences.change(kApp, {{"second", true}});
-    const std::string said =
-        errors_of([&preferences] { EXPECT_TRUE(preferences.synchronize(kApp)); });
+TEST_F(StoreDamage, in_the_middle_of_a_run_costs_what_was_recorded_and_not_the_run) {
+    RecordStore store(directory());
+    store.change(kApp, {{"VERSION", 0.21}, {"first", false}});
+    ASSERT_TRUE(store.synchronize(kApp));
+    replace(database(), std::string(8192, '\xAA'));
+    replace(database().string() + "-wal", std::string(8192, '\xAA'));
+    reopen_at_next_use(store);
+    store.change(kApp, {{"first", true}, {"second", true}});
+    const std::string said = errors_of([&store] { EXPECT_TRUE(store.synchronize(kApp)); });
     EXPECT_EQ(std::count(said.begin(), said.end(), '\n'), 1) << said;
-    EXPECT_EQ(rows("SELECT key, value FROM records"), "VERSION|0.21\nfirst|1\nsecond|1\n");
-    EXPECT_FALSE(preferences.value(kApp, "somebody's").has_value());
+    // Without a version the next run measures everything again.
+    EXPECT_EQ(rows("SELECT key, value FROM records"), "first|1\nsecond|1\n");
+    EXPECT_FALSE(store.value(kApp, "VERSION").has_value());
 }
 
 TEST_F(StoreDamage, of_the_log_is_noticed_by_a_run_that_has_it_open) {
-    Preferences preferences(directory());
-    Preferences other(directory());
-    preferences.change(kApp, {{"first", true}});
-    ASSERT_TRUE(preferences.synchronize(kApp));
+    RecordStore store(directory());
+    RecordStore other(directory());
+    store.change(kApp, {{"first", true}});
+    ASSERT_TRUE(store.synchronize(kApp));
     other.change(kApp, {{"other", true}});
     ASSERT_TRUE(other.synchronize(kApp));
     fs::resize_file(database().string() + "-wal", 0);
-    preferences.change(kApp, {{"second", true}});
-    EXPECT_EQ(errors_of([&preferences] { EXPECT_TRUE(preferences.synchronize(kApp)); }),
-              line("it ends too early", 1));
-    preferences.close();
-    EXPECT_EQ(rows("SELECT key FROM records"), "first\nsecond\n");
-}
-
-TEST_F(StoreDamage, is_put_aside_once_by_two_processes) {
-    Preferences one(directory());
-    Preferences other(directory());
-    one.change(kApp, {{"one", true}});
-    ASSERT_TRUE(one.synchronize(kApp));
-    other.change(kApp, {{"other", true}});
-    ASSERT_TRUE(other.synchronize(kApp));
-
-    damage();
-    reopen_at_next_use(one);
-    const std::string said = errors_of([&] {
-        one.change(kApp, {{"one", false}});
-        EXPECT_TRUE(one.synchronize(kApp));
-        other.change(kApp, {{"other", false}});
-        EXPECT_TRUE(other.synchronize(kApp));
-        EXPECT_TRUE(one.synchronize(kApp));
-    });
-    EXPECT_EQ(std::count(said.begin(), said.end(), '\n'), 1) << said;
-    EXPECT_FALSE(fs::exists(aside(2)));
-    EXPECT_TRUE(same(*one.value(kApp, "other"), false));
-    one.close();
+    store.change(kApp, {{"second", true}});
+    EXPECT_EQ(errors_of([&store] {
+                  EXPECT_FALSE(store.synchronize(kApp));
+                  EXPECT_TRUE(store.value(kApp, "second").has_value());
+              }),
+              refused("disk I/O error"));
+    // Nobody has the map of the log's old content any more.
     other.close();
-    EXPECT_EQ(rows("SELECT key, value FROM records"), "one|0\nother|0\n");
+    EXPECT_TRUE(store.synchronize(kApp));
+    EXPECT_TRUE(same(*read("second"), true));
+    EXPECT_FALSE(fs::exists(aside()));
 }
 
 TEST_F(StoreDamage, that_another_process_has_put_aside_meanwhile_is_not_put_aside_again) {
-    using texprobe::platform::DirectoryLock;
     fs::create_directories(directory());
-    fs::permissions(directory(), fs::perms::owner_all);
     replace(database(), "damage");
-    auto busy = std::make_unique<DirectoryLock>(directory(), DirectoryLock::Mode::kShared,
-                                                std::chrono::milliseconds(0));
+    auto busy = std::make_unique<DirectoryLock>(directory(), DirectoryLock::kShared);
     std::string said;
-    std::thread late(
-        [this, &said] { said = errors_of([this] { EXPECT_TRUE(same(*read("key"), true)); }); });
+    std::thread late([this, &said] { said = errors_of([this] { write("late", true); }); });
     // By now it has met the damage and waits to be alone.
     std::this_thread::sleep_for(200ms);
-    fs::rename(database(), aside(1));
+    fs::rename(database(), aside());
     write("key", true);
     busy.reset();
     late.join();
     EXPECT_EQ(said, "");
-    EXPECT_FALSE(fs::exists(aside(2)));
+    EXPECT_EQ(contents(aside()), "damage");
+    EXPECT_TRUE(same(*read("key"), true));
+    EXPECT_TRUE(same(*read("late"), true));
 }
 
 TEST_F(StoreDamage, of_the_old_database_is_not_done_to_the_new_one_by_whoever_still_has_it_open) {
-    Preferences late(directory());
+    RecordStore late(directory());
     late.change(kApp, {{"late", true}});
     ASSERT_TRUE(late.synchronize(kApp));
     for (const char* suffix : {"", "-wal", "-shm"}) {
-        fs::rename(database().string() + suffix, aside(1).string() + suffix);
+        fs::rename(database().string() + suffix, aside().string() + suffix);
     }
-    Preferences early(directory());
+    RecordStore early(directory());
     early.change(kApp, {{"early", true}});
     ASSERT_TRUE(early.synchronize(kApp));
     // Closing a database deletes its log by name: by now the name is the new one's.
@@ -259,35 +258,39 @@ TEST_F(StoreDamage, of_the_old_database_is_not_done_to_the_new_one_by_whoever_st
     EXPECT_TRUE(same(*read("early"), true));
 }
 
-TEST_F(StoreDamage, that_removes_the_whole_store_costs_a_run_nothing) {
-    Preferences preferences(directory());
-    preferences.change(kApp, {{"first", true}});
-    ASSERT_TRUE(preferences.synchronize(kApp));
+TEST_F(StoreDamage, that_removes_the_whole_store_does_not_end_a_run) {
+    RecordStore store(directory());
+    store.change(kApp, {{"first", true}});
+    ASSERT_TRUE(store.synchronize(kApp));
     fs::remove_all(config());
-    preferences.change(kApp, {{"second", true}});
-    EXPECT_EQ(errors_of([&preferences] { EXPECT_TRUE(preferences.synchronize(kApp)); }), "");
-    preferences.close();
-    EXPECT_EQ(rows("SELECT key FROM records"), "first\nsecond\n");
+    store.change(kApp, {{"second", true}});
+    EXPECT_EQ(errors_of([&store] { EXPECT_TRUE(store.synchronize(kApp)); }), "");
+    store.close();
+    EXPECT_EQ(rows("SELECT key FROM records"), "second\n");
 }
 
 TEST_F(StoreDamage, that_removes_the_whole_store_is_accepted_by_somebody_who_only_looks) {
     write("key", true);
-    Preferences preferences(directory());
-    EXPECT_TRUE(preferences.value(kApp, "key").has_value());
+    RecordStore store(directory());
+    EXPECT_TRUE(store.value(kApp, "key").has_value());
     fs::remove_all(config());
-    EXPECT_TRUE(preferences.synchronize(kApp));
-    EXPECT_FALSE(preferences.value(kApp, "key").has_value());
+    EXPECT_TRUE(store.synchronize(kApp));
+    EXPECT_FALSE(store.value(kApp, "key").has_value());
     EXPECT_FALSE(fs::exists(config()));
 }
 
-TEST_F(StoreDamage, that_cannot_be_put_aside_is_reported_and_left) {
-    write("key", true);
+TEST_F(StoreDamage, that_cannot_be_put_aside_is_left_with_its_log) {
+    fs::create_directories(directory());
     replace(database(), "damage");
-    fs::create_directories(database().string() + "-wal");
-    EXPECT_EQ(errors_of([this] { EXPECT_FALSE(read("key").has_value()); }),
-              "*** texprobe records: cannot use " + database().string() +
-                  "-wal: it is not a regular file\n");
+    replace(database().string() + "-wal", "log");
+    fs::create_directories(aside());
+    RecordStore store(directory());
+    store.change(kApp, {{"key", true}});
+    EXPECT_EQ(errors_of([&store] { EXPECT_FALSE(store.synchronize(kApp)); }),
+              "*** texprobe records: cannot use " + database().string() + ": Is a directory\n");
     EXPECT_EQ(contents(database()), "damage");
+    EXPECT_EQ(contents(database().string() + "-wal"), "log");
+    errors_of([&store] { store.close(); });
 }
 
 }  // namespace

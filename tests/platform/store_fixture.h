@@ -3,7 +3,7 @@
 #ifndef TEXPROBE_TESTS_STORE_FIXTURE_H
 #define TEXPROBE_TESTS_STORE_FIXTURE_H
 
-#include <CoreFoundation/preferences.h>
+#include <RecordStore/record_store.h>
 #include <gtest/gtest.h>
 #include <sqlite3.h>
 #include <sys/wait.h>
@@ -11,17 +11,20 @@
 
 #include <chrono>
 #include <filesystem>
+#include <fstream>
 #include <functional>
 #include <memory>
+#include <sstream>
 #include <stdexcept>
 #include <string>
 
 #include "platform/scratch_folder.h"
+#include "support/same_value.h"
 
 namespace texprobe::tests {
 
 using platform::Changes;
-using platform::Preferences;
+using platform::RecordStore;
 using platform::Value;
 
 /// Executes SQL on a database; the rows' columns joined by "|", each row ended by a line feed.
@@ -77,22 +80,28 @@ protected:
     std::filesystem::path config() const { return home() / ".config"; }
     std::filesystem::path directory() const { return config() / "texprobe"; }
     std::filesystem::path database() const { return directory() / "records.sqlite3"; }
-    std::filesystem::path aside(int number) const {
-        return database().string() + ".damaged-" + std::to_string(number);
+    std::filesystem::path aside() const { return database().string() + ".damaged"; }
+
+    /// All bytes of a file.
+    static std::string contents(const std::filesystem::path& path) {
+        std::ifstream file(path, std::ios::binary);
+        std::ostringstream text;
+        text << file.rdbuf();
+        return text.str();
     }
 
     std::string rows(const std::string& sql) const { return query(database(), sql); }
 
     /// Sets one value and synchronizes, as a process of its own would.
     void write(const std::string& key, const Value& value) const {
-        Preferences preferences(directory());
-        preferences.change(kApp, {{key, value}});
-        if (!preferences.synchronize(kApp)) throw std::runtime_error("cannot write " + key);
+        RecordStore store(directory());
+        store.change(kApp, {{key, value}});
+        if (!store.synchronize(kApp)) throw std::runtime_error("cannot write " + key);
     }
 
     /// The value as another process sees it.
     std::optional<Value> read(const std::string& key) const {
-        return Preferences(directory()).value(kApp, key);
+        return RecordStore(directory()).value(kApp, key);
     }
 
     mode_t mode_of(const std::filesystem::path& path) const {

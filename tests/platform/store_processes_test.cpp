@@ -12,24 +12,19 @@ namespace {
 
 namespace fs = std::filesystem;
 using namespace std::chrono_literals;
-using texprobe::platform::Access;
-using texprobe::platform::Connection;
-using texprobe::platform::Journal;
-using texprobe::platform::same;
 using texprobe::tests::in_child;
-using texprobe::tests::Preferences;
 using texprobe::tests::query;
+using texprobe::tests::RecordStore;
+using texprobe::tests::same;
 
 class StoreProcesses : public texprobe::tests::StoreFixture {
 protected:
-    /// Whether this process has a file of the store open.
-    bool has_open_files() const {
-        for (const auto& entry : fs::directory_iterator("/proc/self/fd")) {
-            std::error_code gone;
-            const fs::path target = fs::read_symlink(entry.path(), gone);
-            if (target.string().rfind(directory().string(), 0) == 0) return true;
-        }
-        return false;
+    /// Holds the lock of a writer in this process until it ends.
+    bool lock_database() const {
+        sqlite3* opened = nullptr;
+        return sqlite3_open(database().c_str(), &opened) == SQLITE_OK &&
+               sqlite3_exec(opened, "BEGIN IMMEDIATE; UPDATE records SET value = 0", nullptr,
+                            nullptr, nullptr) == SQLITE_OK;
     }
 };
 
@@ -43,13 +38,13 @@ TEST_F(StoreProcesses, lose_nothing_of_each_other) {
             children.push_back(child);
             continue;
         }
-        Preferences preferences(directory());
+        RecordStore store(directory());
         bool good = true;
         for (int j = 0; j < kRecords; ++j) {
-            preferences.change(kApp, {{std::to_string(kRecords * i + j), true}});
-            good = preferences.synchronize(kApp) && good;
+            store.change(kApp, {{std::to_string(kRecords * i + j), true}});
+            good = store.synchronize(kApp) && good;
         }
-        preferences.close();
+        store.close();
         _exit(good ? 0 : 1);
     }
     for (const pid_t child : children) {
@@ -82,7 +77,7 @@ TEST_F(StoreProcesses, that_damage_meets_together_put_it_aside_once) {
             EXPECT_EQ(status, 0);
         }
         EXPECT_EQ(rows("SELECT count(*) FROM records"), "4\n");
-        EXPECT_FALSE(fs::exists(aside(2)));
+        EXPECT_EQ(contents(aside()), "damage");
         fs::remove_all(config());
     }
 }
@@ -93,17 +88,14 @@ TEST_F(StoreProcesses, that_are_killed_while_they_hold_the_lock_free_it) {
     ASSERT_EQ(pipe(ends), 0);
     const pid_t child = fork();
     if (child == 0) {
-        Connection connection;
-        connection.open(database(), Access::kReadWrite);
-        const bool locked = connection.begin(Journal::kWriteAhead) == SQLITE_OK &&
-                            connection.set(kApp, "key", false) == SQLITE_OK;
+        const bool locked = lock_database();
         if (::write(ends[1], locked ? "1" : "0", 1) == 1) pause();
         _exit(1);
     }
     char locked = '?';
     ASSERT_EQ(::read(ends[0], &locked, 1), 1);
     EXPECT_EQ(locked, '1');
-    Preferences impatient(directory(), 50ms);
+    RecordStore impatient(directory(), {50ms, 50ms});
     impatient.change(kApp, {{"other", true}});
     testing::internal::CaptureStderr();
     EXPECT_FALSE(impatient.synchronize(kApp));
@@ -116,10 +108,10 @@ TEST_F(StoreProcesses, that_are_killed_while_they_hold_the_lock_free_it) {
     close(ends[1]);
 }
 
-/// On the process's own preferences, which know of forks.
+/// On the process's own store, which know of forks.
 class Forks : public StoreProcesses {
 protected:
-    static Preferences& preferences() { return Preferences::of_process(); }
+    static RecordStore& store() { return RecordStore::of_process(); }
 
     /// Beside the executable, as long as the test's own application is used.
     fs::path directory_of_process() const {
@@ -145,43 +137,71 @@ protected:
 };
 
 TEST_F(Forks, find_nothing_open_and_disturb_nobody) {
-    preferences().change(app_, {{"before", true}});
-    ASSERT_TRUE(preferences().synchronize(app_));
+    store().change(app_, {{"before", true}});
+    ASSERT_TRUE(store().synchronize(app_));
     EXPECT_TRUE(has_open_records());
     EXPECT_TRUE(in_child([this] {
         if (has_open_records()) return false;
-        preferences().change(app_, {{"child", true}});
-        const bool good = preferences().value(app_, "before") && preferences().synchronize(app_);
-        preferences().close();
+        store().change(app_, {{"child", true}});
+        const bool good = store().value(app_, "before") && store().synchronize(app_);
+        store().close();
         return good;
     }));
-    preferences().change(app_, {{"after", true}});
-    EXPECT_TRUE(preferences().synchronize(app_));
-    EXPECT_TRUE(preferences().value(app_, "child").has_value());
+    store().change(app_, {{"after", true}});
+    EXPECT_TRUE(store().synchronize(app_));
+    EXPECT_TRUE(store().value(app_, "child").has_value());
 }
 
 TEST_F(Forks, while_another_thread_synchronizes_leave_both_processes_working) {
     std::atomic<bool> done{false};
     std::thread busy([this, &done] {
         for (int i = 0; !done; ++i) {
-            preferences().change(app_, {{"busy", i % 2 == 0}});
-            EXPECT_TRUE(preferences().synchronize(app_));
+            store().change(app_, {{"busy", i % 2 == 0}});
+            EXPECT_TRUE(store().synchronize(app_));
             std::this_thread::sleep_for(100us);  // a mutex is not a queue: let the fork have it
         }
     });
     for (int i = 0; i < 20; ++i) {
         EXPECT_TRUE(in_child([this, i] {
             alarm(60);
-            preferences().change(app_, {{std::to_string(i), true}});
-            return preferences().synchronize(app_);
+            store().change(app_, {{std::to_string(i), true}});
+            return store().synchronize(app_);
         })) << i;
     }
     done = true;
     busy.join();
-    ASSERT_TRUE(preferences().synchronize(app_));
+    ASSERT_TRUE(store().synchronize(app_));
     for (int i = 0; i < 20; ++i) {
-        EXPECT_TRUE(preferences().value(app_, std::to_string(i)).has_value()) << i;
+        EXPECT_TRUE(store().value(app_, std::to_string(i)).has_value()) << i;
     }
+}
+
+TEST_F(Forks, do_not_wait_for_a_lock_that_another_thread_waits_for) {
+    store().change(app_, {{"before", true}});
+    ASSERT_TRUE(store().synchronize(app_));
+    sqlite3* holder = nullptr;
+    ASSERT_EQ(sqlite3_open((directory_of_process() / "records.sqlite3").c_str(), &holder),
+              SQLITE_OK);
+    ASSERT_EQ(sqlite3_exec(holder, "BEGIN IMMEDIATE", nullptr, nullptr, nullptr), SQLITE_OK);
+    testing::internal::CaptureStderr();
+    std::atomic<bool> waits{false};
+    std::thread busy([this, &waits] {
+        store().change(app_, {{"busy", true}});
+        waits = true;
+        EXPECT_FALSE(store().synchronize(app_));
+    });
+    while (!waits) std::this_thread::yield();
+    std::this_thread::sleep_for(100ms);
+    const auto begin = std::chrono::steady_clock::now();
+    const pid_t child = fork();
+    if (child == 0) _exit(0);
+    // The other thread waits for a second.
+    EXPECT_LT(std::chrono::steady_clock::now() - begin, 500ms);
+    waitpid(child, nullptr, 0);
+    busy.join();
+    testing::internal::GetCapturedStderr();
+    sqlite3_close(holder);
+    EXPECT_TRUE(store().synchronize(app_));
 }
 
 }  // namespace

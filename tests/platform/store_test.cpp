@@ -1,12 +1,16 @@
-// What is pending, what is on disk, and what another process sees. A second Preferences stands for
+// What is pending, what is on disk, and what another process sees. A second RecordStore stands for
 // another process.
+
+#include <sys/resource.h>
 
 #include <array>
 #include <bit>
+#include <chrono>
 #include <cmath>
 #include <fstream>
 #include <limits>
 #include <thread>
+#include <utility>
 #include <vector>
 
 #include "platform/store_fixture.h"
@@ -14,13 +18,11 @@
 
 namespace {
 
-using texprobe::platform::Access;
-using texprobe::platform::Connection;
-using texprobe::platform::Journal;
-using texprobe::platform::same;
+using texprobe::platform::Database;
 using texprobe::tests::Changes;
 using texprobe::tests::DiskEvent;
-using texprobe::tests::Preferences;
+using texprobe::tests::RecordStore;
+using texprobe::tests::same;
 using texprobe::tests::Value;
 using texprobe::tests::WatchedDisk;
 
@@ -48,7 +50,7 @@ TEST_F(Store, gives_values_back_as_written) {
                             std::string("0"),
                             std::string("Mesa"),
                             all,
-                            std::string(100'000, 'x')};
+                            std::string(texprobe::platform::kLongestString, 'x')};
     for (const Value& value : values) {
         write("key", value);
         const auto seen = read("key");
@@ -106,16 +108,16 @@ TEST_F(Store, replaces_and_removes_a_record_that_reads_as_none) {
     write("key", true);
     EXPECT_TRUE(same(*read("key"), true));
     rows("UPDATE records SET value = 'maybe' WHERE key = 'key'");
-    Preferences preferences(directory());
-    preferences.change(kApp, {{"key", std::nullopt}});
-    ASSERT_TRUE(preferences.synchronize(kApp));
+    RecordStore store(directory());
+    store.change(kApp, {{"key", std::nullopt}});
+    ASSERT_TRUE(store.synchronize(kApp));
     EXPECT_EQ(rows("SELECT key FROM records"), "VERSION\n");
 }
 
 TEST_F(Store, shows_a_change_to_another_process_when_both_have_synchronized) {
     write("key", std::string("old"));
-    Preferences one(directory());
-    Preferences other(directory());
+    RecordStore one(directory());
+    RecordStore other(directory());
     EXPECT_TRUE(same(*other.value(kApp, "key"), std::string("old")));
 
     one.change(kApp, {{"key", std::string("new")}});
@@ -136,7 +138,7 @@ TEST_F(Store, shows_a_change_to_another_process_when_both_have_synchronized) {
 }
 
 TEST_F(Store, shows_others_changes_when_own_ones_are_synchronized) {
-    Preferences one(directory());
+    RecordStore one(directory());
     one.change(kApp, {{"mine", true}});
     ASSERT_TRUE(one.synchronize(kApp));
     write("theirs", true);
@@ -146,8 +148,8 @@ TEST_F(Store, shows_others_changes_when_own_ones_are_synchronized) {
 }
 
 TEST_F(Store, keeps_the_last_synchronized_value_of_each_key) {
-    Preferences one(directory());
-    Preferences other(directory());
+    RecordStore one(directory());
+    RecordStore other(directory());
     one.change(kApp, {{"both", std::string("one")}, {"one", true}});
     other.change(kApp, {{"both", std::string("other")}, {"other", true}});
     ASSERT_TRUE(other.synchronize(kApp));
@@ -158,7 +160,7 @@ TEST_F(Store, keeps_the_last_synchronized_value_of_each_key) {
 }
 
 TEST_F(Store, writes_an_equal_value_over_what_another_process_wrote_meanwhile) {
-    Preferences one(directory());
+    RecordStore one(directory());
     one.change(kApp, {{"key", false}});
     ASSERT_TRUE(one.synchronize(kApp));
     write("key", true);
@@ -168,19 +170,19 @@ TEST_F(Store, writes_an_equal_value_over_what_another_process_wrote_meanwhile) {
 }
 
 TEST_F(Store, synchronizes_one_application_at_a_time) {
-    Preferences preferences(directory());
-    preferences.change(kApp, {{"key", true}});
-    preferences.change("org.example.other", {{"key", true}});
-    ASSERT_TRUE(preferences.synchronize(kApp));
+    RecordStore store(directory());
+    store.change(kApp, {{"key", true}});
+    store.change("org.example.other", {{"key", true}});
+    ASSERT_TRUE(store.synchronize(kApp));
     EXPECT_EQ(rows("SELECT application FROM records"), "org.example.app\n");
-    EXPECT_TRUE(preferences.value("org.example.other", "key").has_value());
+    EXPECT_TRUE(store.value("org.example.other", "key").has_value());
 }
 
 TEST_F(Store, makes_nothing_for_somebody_who_only_looks) {
     {
-        Preferences preferences(directory());
-        EXPECT_FALSE(preferences.value(kApp, "key").has_value());
-        EXPECT_TRUE(preferences.synchronize(kApp));
+        RecordStore store(directory());
+        EXPECT_FALSE(store.value(kApp, "key").has_value());
+        EXPECT_TRUE(store.synchronize(kApp));
         EXPECT_FALSE(std::filesystem::exists(config()));
     }
     std::filesystem::create_directories(directory());
@@ -192,11 +194,11 @@ TEST_F(Store, makes_nothing_for_somebody_who_only_looks) {
 }
 
 TEST_F(Store, sees_a_store_that_another_process_makes_later) {
-    Preferences preferences(directory());
-    EXPECT_FALSE(preferences.value(kApp, "key").has_value());
+    RecordStore store(directory());
+    EXPECT_FALSE(store.value(kApp, "key").has_value());
     write("key", true);
-    ASSERT_TRUE(preferences.synchronize(kApp));
-    EXPECT_TRUE(same(*preferences.value(kApp, "key"), true));
+    ASSERT_TRUE(store.synchronize(kApp));
+    EXPECT_TRUE(same(*store.value(kApp, "key"), true));
 }
 
 TEST_F(Store, takes_an_empty_file_for_a_store_without_records) {
@@ -226,16 +228,11 @@ TEST_F(Store, takes_names_and_folders_with_any_characters) {
     const std::string app = "it's \"an\" app; -- %s ?1";
     const std::string key = "'; DROP TABLE records; --";
     {
-        Preferences preferences((odd / "records").string());
-        preferences.change(app, {{key, true}});
-        ASSERT_TRUE(preferences.synchronize(app));
+        RecordStore store((odd / "records").string());
+        store.change(app, {{key, true}});
+        ASSERT_TRUE(store.synchronize(app));
     }
-    EXPECT_TRUE(same(*Preferences((odd / "records").string()).value(app, key), true));
-    Connection frozen;
-    ASSERT_EQ(frozen.open(odd / "records/records.sqlite3", Access::kFrozen), SQLITE_OK);
-    texprobe::platform::Records records;
-    ASSERT_EQ(frozen.read(app, &records), SQLITE_OK);
-    EXPECT_EQ(records.count(key), 1u);
+    EXPECT_TRUE(same(*RecordStore((odd / "records").string()).value(app, key), true));
 }
 
 /// What a synchronization costs, on the disk.
@@ -256,77 +253,120 @@ private:
 };
 
 TEST_F(StoreOnDisk, waits_for_the_disk_once_in_each_of_a_runs_synchronizations) {
-    Preferences preferences(directory());
-    preferences.change(kApp, {{"VERSION", 0.21}});
-    ASSERT_TRUE(preferences.synchronize(kApp));
+    RecordStore store(directory());
+    store.change(kApp, {{"VERSION", 0.21}});
+    ASSERT_TRUE(store.synchronize(kApp));
     constexpr int kSynchronizations = 100;
     for (int i = 0; i < kSynchronizations; ++i) {
         forget();
-        preferences.change(kApp,
-                           {{"verdict of the last", true},
+        store.change(kApp, {{"verdict of the last", true},
                             {"GL_LUMINANCE16_ALPHA16_DOWNLOAD_READ" + std::to_string(i), false}});
-        ASSERT_TRUE(preferences.synchronize(kApp));
+        ASSERT_TRUE(store.synchronize(kApp));
         ASSERT_EQ(syncs(), 1) << i;
     }
 }
 
 TEST_F(StoreOnDisk, touches_nothing_when_nothing_changes) {
-    Preferences preferences(directory());
+    RecordStore store(directory());
     const Changes changes = {
         {"VERSION", 0.21}, {"nan", std::nan("")}, {"GL_VENDOR", std::string("Mesa")}};
-    preferences.change(kApp, changes);
-    ASSERT_TRUE(preferences.synchronize(kApp));
+    store.change(kApp, changes);
+    ASSERT_TRUE(store.synchronize(kApp));
     forget();
-    ASSERT_TRUE(preferences.synchronize(kApp));
-    preferences.change(kApp, changes);
-    preferences.change(kApp, {{"never set", std::nullopt}});
-    ASSERT_TRUE(preferences.synchronize(kApp));
+    ASSERT_TRUE(store.synchronize(kApp));
+    store.change(kApp, changes);
+    store.change(kApp, {{"never set", std::nullopt}});
+    ASSERT_TRUE(store.synchronize(kApp));
     EXPECT_EQ(syncs(), 0);
     EXPECT_EQ(writes(), 0);
 }
 
 TEST_F(StoreOnDisk, removes_a_list_in_one_transaction) {
-    Preferences preferences(directory());
+    RecordStore store(directory());
     Changes removals;
     for (int i = 0; i < 96; ++i) {
-        preferences.change(kApp, {{std::to_string(i), true}});
+        store.change(kApp, {{std::to_string(i), true}});
         removals[std::to_string(i)] = std::nullopt;
     }
-    ASSERT_TRUE(preferences.synchronize(kApp));
+    ASSERT_TRUE(store.synchronize(kApp));
     forget();
-    preferences.change(kApp, removals);
-    ASSERT_TRUE(preferences.synchronize(kApp));
+    store.change(kApp, removals);
+    ASSERT_TRUE(store.synchronize(kApp));
     EXPECT_EQ(syncs(), 1);
     EXPECT_EQ(rows("SELECT count(*) FROM records"), "0\n");
 }
 
-TEST_F(Store, reads_an_unchanged_database_once) {
-    using texprobe::platform::ApplicationRecords;
+TEST_F(Store, reads_past_a_record_that_is_too_long_to_be_one_and_writing_removes_it) {
+    write("a", true);
+    rows(
+        "INSERT INTO records VALUES ('org.example.app', 'b', 'string', zeroblob(10000000));"
+        "INSERT INTO records VALUES ('org.example.app', 'c', 'string', zeroblob(10000000));"
+        "INSERT INTO records VALUES ('org.example.app', 'd', 'boolean', 1)");
+    EXPECT_TRUE(same(*read("a"), true));
+    EXPECT_FALSE(read("b").has_value());
+    EXPECT_TRUE(same(*read("d"), true));
+    EXPECT_EQ(rows("SELECT key FROM records"), "a\nb\nc\nd\n");
+    write("b", std::string("short"));
+    EXPECT_TRUE(same(*read("b"), std::string("short")));
+    EXPECT_EQ(rows("SELECT key FROM records"), "a\nb\nd\n");
+}
+
+#ifndef __SANITIZE_ADDRESS__
+TEST_F(Store, with_a_record_that_does_not_fit_into_memory_ends_nobody) {
+    write("a", true);
+    rows(
+        "INSERT INTO records VALUES ('org.example.app', 'b', 'string', zeroblob(75000000));"
+        "INSERT INTO records VALUES ('org.example.app', 'c', 'boolean', 1)");
+    EXPECT_TRUE(texprobe::tests::in_child([this] {
+        rlimit limit;
+        getrlimit(RLIMIT_DATA, &limit);
+        limit.rlim_cur = 60'000'000;
+        if (setrlimit(RLIMIT_DATA, &limit) != 0) return false;
+        testing::internal::CaptureStderr();
+        RecordStore store(directory());
+        store.value(kApp, "a");
+        store.change(kApp, {{"new", true}});
+        store.synchronize(kApp);
+        return store.value(kApp, "new").has_value();
+    }));
+}
+#endif
+
+TEST_F(Store, that_takes_too_long_to_read_costs_one_line) {
     write("key", true);
-    texprobe::platform::Store store(directory());
-    ApplicationRecords records;
-    ASSERT_TRUE(store.look(kApp, &records));
-    // A sign that only reading would wipe out.
-    records.stored["sign"] = true;
-    ASSERT_TRUE(store.synchronize(kApp, &records));
-    EXPECT_EQ(records.stored.count("sign"), 1u);
-    write("key", false);
-    ASSERT_TRUE(store.synchronize(kApp, &records));
-    EXPECT_EQ(records.stored.count("sign"), 0u);
+    rows(
+        "WITH RECURSIVE number(n) AS (SELECT 1 UNION ALL SELECT n + 1 FROM number LIMIT 20000)"
+        " INSERT INTO records SELECT 'org.example.app', n, 'boolean', 1 FROM number");
+    EXPECT_TRUE(read("key").has_value());
+    const auto usual = std::exchange(Database::longest_statement, std::chrono::milliseconds(-1));
+    EXPECT_EQ(texprobe::tests::errors_of([this] { EXPECT_FALSE(read("key").has_value()); }),
+              "*** texprobe records: cannot use " + database().string() +
+                  ": reading it takes too long\n");
+    Database::longest_statement = usual;
+}
+
+TEST_F(Store, is_opened_for_no_longer_than_a_look) {
+    write("key", true);
+    RecordStore store(directory());
+    EXPECT_TRUE(store.value(kApp, "key").has_value());
+    EXPECT_TRUE(store.synchronize(kApp));
+    for (const auto& entry : std::filesystem::directory_iterator("/proc/self/fd")) {
+        std::error_code gone;
+        const auto target = std::filesystem::read_symlink(entry.path(), gone).string();
+        EXPECT_NE(target.rfind(directory().string(), 0), 0u) << target;
+    }
 }
 
 TEST_F(Store, keeps_a_rollback_journal_where_it_is_asked_to) {
     std::filesystem::create_directories(directory());
     std::ofstream(database()).flush();
-    Connection connection;
-    ASSERT_EQ(connection.open(database(), Access::kReadWrite), SQLITE_OK);
-    ASSERT_EQ(connection.begin(Journal::kRollback), SQLITE_OK);
-    ASSERT_EQ(connection.set(kApp, "key", true), SQLITE_OK);
+    Database opened;
+    texprobe::platform::Records records;
+    ASSERT_TRUE(opened.open(database(), Database::kWrite, Database::kRollback).ok());
+    ASSERT_TRUE(opened.write(kApp, {{"key", true}}, &records).ok());
     EXPECT_FALSE(std::filesystem::exists(database().string() + "-wal"));
-    ASSERT_EQ(connection.commit(), SQLITE_OK);
     EXPECT_EQ(rows("PRAGMA journal_mode"), "delete\n");
-    connection.close();
-    std::filesystem::permissions(directory(), std::filesystem::perms::owner_all);
+    opened.close(false);
     // The next one may have a local disk again.
     write("other", true);
     EXPECT_EQ(rows("PRAGMA journal_mode"), "wal\n");
@@ -334,15 +374,15 @@ TEST_F(Store, keeps_a_rollback_journal_where_it_is_asked_to) {
 }
 
 TEST_F(Store, may_be_used_by_several_threads) {
-    Preferences preferences(directory());
+    RecordStore store(directory());
     std::vector<std::thread> threads;
     threads.reserve(4);
     for (int i = 0; i < 4; ++i) {
-        threads.emplace_back([&preferences, i] {
+        threads.emplace_back([&store, i] {
             for (int j = 0; j < 25; ++j) {
-                preferences.change(kApp, {{std::to_string(25 * i + j), true}});
-                EXPECT_TRUE(preferences.value(kApp, std::to_string(25 * i + j)).has_value());
-                EXPECT_TRUE(preferences.synchronize(kApp));
+                store.change(kApp, {{std::to_string(25 * i + j), true}});
+                EXPECT_TRUE(store.value(kApp, std::to_string(25 * i + j)).has_value());
+                EXPECT_TRUE(store.synchronize(kApp));
             }
         });
     }

@@ -1,4 +1,4 @@
-#include <CoreFoundation/records_location.h>
+#include <RecordStore/location.h>
 
 #include <filesystem>
 

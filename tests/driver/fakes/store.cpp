@@ -2,7 +2,7 @@
 // is inside a test. The linker puts these in the way (--wrap).
 
 #include <CoreFoundation/CoreFoundation.h>
-#include <CoreFoundation/records_location.h>
+#include <RecordStore/location.h>
 
 #include <cstdio>
 #include <cstdlib>

@@ -121,9 +121,9 @@ CFArrayRef CFArrayCreate(CFAllocatorRef allocator, const void** values, CFIndex 
 // Preferences: typed values under (application, key), one store per user.
 //
 // A set or a removal is seen at once by this process and reaches the disk at the next synchronize
-// of its application. Failures of the store are reported on standard error, once per cause; the
-// process then goes on with its own view, and what is not on disk is tried again at the next
-// synchronize. An application identifier or a key that is null means no record.
+// of its application. Failures of the store are reported on standard error, once of each kind; the
+// process then goes on with its own view. What is not on disk is tried again at the next synchronize
+// and for a last time when the process ends, which then says how many records are missing. An application identifier or a key that is null means no record.
 
 extern const CFStringRef kCFPreferencesCurrentUser;
 extern const CFStringRef kCFPreferencesAnyHost;
@@ -140,8 +140,8 @@ Boolean CFPreferencesGetAppBooleanValue(CFStringRef key, CFStringRef application
                                         Boolean* keyExistsAndHasValidFormat);
 
 /// Stores or replaces one value; a null value removes the key.
-/// Differs from macOS: a value that is not a boolean, a double or a string is refused with a line
-/// on standard error.
+/// Differs from macOS: a value that is not a boolean, a double or a string of at most 65,536 bytes is
+/// refused with a line on standard error.
 void CFPreferencesSetAppValue(CFStringRef key, CFPropertyListRef value, CFStringRef applicationID);
 
 /// Removes every key of `keysToRemove`, an array of strings, as one operation.

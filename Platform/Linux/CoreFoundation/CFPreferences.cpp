@@ -4,12 +4,13 @@
 #include <optional>
 #include <string>
 
+#include "RecordStore/record_store.h"
 #include "object.h"
-#include "preferences.h"
 
 using texprobe::platform::Changes;
+using texprobe::platform::kLongestString;
 using texprobe::platform::object_cast;
-using texprobe::platform::Preferences;
+using texprobe::platform::RecordStore;
 using texprobe::platform::Value;
 
 const CFStringRef kCFPreferencesCurrentUser = CFSTR("kCFPreferencesCurrentUser");
@@ -21,7 +22,7 @@ std::optional<Value> stored_value(CFStringRef key, CFStringRef application) {
     const auto* key_string = object_cast<__CFString>(key);
     const auto* application_string = object_cast<__CFString>(application);
     if (!key_string || !application_string) return std::nullopt;
-    return Preferences::of_process().value(application_string->text, key_string->text);
+    return RecordStore::of_process().value(application_string->text, key_string->text);
 }
 
 CFPropertyListRef create_object(const Value& value) {
@@ -72,13 +73,15 @@ void CFPreferencesSetAppValue(CFStringRef key, CFPropertyListRef value, CFString
     const auto* application = object_cast<__CFString>(applicationID);
     if (!key_string || !application) return;
     auto converted = value_of(value);
-    if (value && !converted) {
+    const auto* text = object_cast<__CFString>(value);
+    if ((value && !converted) || (text && text->text.size() > kLongestString)) {
         std::fprintf(stderr,
-                     "*** texprobe records: %s: only booleans, doubles and strings can be stored\n",
-                     key_string->text.c_str());
+                     "*** texprobe records: %s: only booleans, doubles and strings of at most %zu"
+                     " bytes can be stored\n",
+                     key_string->text.c_str(), kLongestString);
         return;
     }
-    Preferences::of_process().change(application->text, {{key_string->text, std::move(converted)}});
+    RecordStore::of_process().change(application->text, {{key_string->text, std::move(converted)}});
 }
 
 void CFPreferencesSetMultiple(CFDictionaryRef keysToSet, CFArrayRef keysToRemove,
@@ -96,10 +99,10 @@ void CFPreferencesSetMultiple(CFDictionaryRef keysToSet, CFArrayRef keysToRemove
             removals.insert_or_assign(string->text, std::nullopt);
         }
     }
-    Preferences::of_process().change(application->text, removals);
+    RecordStore::of_process().change(application->text, removals);
 }
 
 Boolean CFPreferencesAppSynchronize(CFStringRef applicationID) {
     const auto* application = object_cast<__CFString>(applicationID);
-    return application && Preferences::of_process().synchronize(application->text);
+    return application && RecordStore::of_process().synchronize(application->text);
 }

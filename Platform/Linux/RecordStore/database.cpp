@@ -1,0 +1,399 @@
+#include "database.h"
+
+#include <unistd.h>
+
+#include <algorithm>
+#include <bit>
+#include <cerrno>
+#include <cmath>
+#include <cstdint>
+#include <utility>
+#include <vector>
+
+namespace texprobe::platform {
+
+namespace {
+
+constexpr const char* kLayout =
+    "CREATE TABLE records (application TEXT NOT NULL, key TEXT NOT NULL, type TEXT NOT NULL,"
+    " value NOT NULL, PRIMARY KEY (application, key)) WITHOUT ROWID; PRAGMA user_version = 1";
+constexpr int kLayoutVersion = 1;
+
+// How much the log holds before it is carried over into the database and written again from its
+// beginning: all of a first run's hundred synchronizations, a page each, with some to spare.
+constexpr int kPageSize = 4096;
+constexpr int kLogPages = 128;
+constexpr sqlite3_int64 kLogSize = 32 + kLogPages * (24 + kPageSize);  // headers of log and page
+
+constexpr int kStepsBetweenLooksAtTheClock = 10'000;
+
+int bind_value(sqlite3_stmt* statement, int index, std::string_view text) {
+    return sqlite3_bind_text64(statement, index, text.data(), text.size(), SQLITE_TRANSIENT,
+                               SQLITE_UTF8);
+}
+
+int bind_value(sqlite3_stmt* statement, int index, double value) {
+    const auto bits = std::bit_cast<std::uint64_t>(value);
+    const bool is_minus_zero = value == 0 && bits != 0;
+    if (!std::isnan(value) && !is_minus_zero) return sqlite3_bind_double(statement, index, value);
+    std::array<unsigned char, sizeof bits> bytes;
+    for (std::size_t i = 0; i < bytes.size(); ++i) {
+        bytes[i] = static_cast<unsigned char>(bits >> (56 - 8 * i));
+    }
+    return sqlite3_bind_blob(statement, index, bytes.data(), bytes.size(), SQLITE_TRANSIENT);
+}
+
+int bind_value(sqlite3_stmt* statement, int index, const Value& value) {
+    if (const auto* boolean = std::get_if<bool>(&value)) {
+        return sqlite3_bind_int(statement, index, *boolean ? 1 : 0);
+    }
+    if (const auto* number = std::get_if<double>(&value))
+        return bind_value(statement, index, *number);
+    return bind_value(statement, index, std::string_view(std::get<std::string>(value)));
+}
+
+std::string_view type_of(const Value& value) {
+    constexpr std::string_view kTypes[] = {"boolean", "double", "string"};
+    return kTypes[value.index()];
+}
+
+std::string_view bytes_of(sqlite3_stmt* statement, int column) {
+    const void* bytes = sqlite3_column_blob(statement, column);
+    const int size = sqlite3_column_bytes(statement, column);
+    return bytes ? std::string_view(static_cast<const char*>(bytes), static_cast<std::size_t>(size))
+                 : std::string_view();
+}
+
+/// What a string here can hold: ASCII without a NUL, not too long.
+bool is_string(std::string_view text) {
+    return text.size() <= kLongestString && std::all_of(text.begin(), text.end(), [](char c) {
+               const auto byte = static_cast<unsigned char>(c);
+               return byte > 0 && byte < 0x80;
+           });
+}
+
+double double_of(std::string_view bytes) {
+    std::uint64_t bits = 0;
+    for (const char byte : bytes) bits = bits << 8 | static_cast<unsigned char>(byte);
+    return std::bit_cast<double>(bits);
+}
+
+/// The record in the columns type and value, if they make one.
+std::optional<Value> value_of(sqlite3_stmt* statement, int type_column, int column) {
+    const std::string_view type = bytes_of(statement, type_column);
+    const int stored_as = sqlite3_column_type(statement, column);
+    if (type == "boolean" && stored_as == SQLITE_INTEGER) {
+        const sqlite3_int64 number = sqlite3_column_int64(statement, column);
+        if (number == 0 || number == 1) return number == 1;
+    } else if (type == "double" && stored_as == SQLITE_FLOAT) {
+        return sqlite3_column_double(statement, column);
+    } else if (type == "double" && stored_as == SQLITE_BLOB) {
+        const std::string_view bytes = bytes_of(statement, column);
+        if (bytes.size() == sizeof(double)) return double_of(bytes);
+    } else if (type == "string" && stored_as == SQLITE_TEXT) {
+        const std::string_view text = bytes_of(statement, column);
+        if (is_string(text)) return std::string(text);
+    }
+    return std::nullopt;
+}
+
+/// The path as a URI that says: nothing can change this file, so lock nothing and make no files.
+std::string frozen_uri(const std::string& path) {
+    std::string uri = "file:";
+    for (const char c : path) {
+        char escaped[4];
+        sqlite3_snprintf(sizeof escaped, escaped, "%%%02x", static_cast<unsigned char>(c));
+        uri += escaped;
+    }
+    return uri + "?immutable=1";
+}
+
+/// Steps a statement whose rows nobody wants.
+int finish(sqlite3_stmt* statement) {
+    int code = SQLITE_ROW;
+    while (code == SQLITE_ROW) code = sqlite3_step(statement);
+    sqlite3_reset(statement);
+    return code == SQLITE_DONE ? SQLITE_OK : code;
+}
+
+}  // namespace
+
+Status Database::open(const std::string& path, Purpose purpose, Journal journal) {
+    path_ = path;
+    journal_ = journal;
+    int code = open_file(path, purpose == kWrite ? SQLITE_OPEN_READWRITE : SQLITE_OPEN_READONLY);
+    if (purpose == kWrite && (code == SQLITE_OK || code == SQLITE_ERROR)) code = check_all(code);
+    // Reading, too, needs files beside the database. Where they cannot be made, and there is no log
+    // to be read, the database alone says everything.
+    const int kind = code & 0xff;
+    if (purpose == kLook && (kind == SQLITE_CANTOPEN || kind == SQLITE_READONLY) &&
+        access((path + "-wal").c_str(), F_OK) != 0) {
+        code = open_file(frozen_uri(path), SQLITE_OPEN_READONLY | SQLITE_OPEN_URI);
+    }
+    return status_of(code);
+}
+
+int Database::open_file(const std::string& path, int flags) {
+    close(true);
+    // One thread at a time uses a connection, so SQLite need not lock it. The file system layer is
+    // named, because an application may have made another one its default.
+    sqlite3* database = nullptr;
+    int code = sqlite3_open_v2(path.c_str(), &database,
+                               flags | SQLITE_OPEN_NOMUTEX | SQLITE_OPEN_PRIVATECACHE, "unix");
+    database_.reset(database);
+    if (code == SQLITE_OK) code = configure();
+    if (code == SQLITE_OK) code = learn_layout();
+    return code;
+}
+
+int Database::configure() {
+    sqlite3* database = database_.get();
+    sqlite3_extended_result_codes(database, 1);
+    // Nothing that is in the file is executed.
+    sqlite3_db_config(database, SQLITE_DBCONFIG_ENABLE_TRIGGER, 0, nullptr);
+    sqlite3_db_config(database, SQLITE_DBCONFIG_TRUSTED_SCHEMA, 0, nullptr);
+    // The types and keys beside a string are short.
+    sqlite3_limit(database, SQLITE_LIMIT_LENGTH, 2 * static_cast<int>(kLongestString));
+    sqlite3_progress_handler(database, kStepsBetweenLooksAtTheClock, is_out_of_time, this);
+    // A commit must survive a power cut. EXTRA is FULL, and with a rollback journal it also waits
+    // until the journal's removal, which is the commit, is on disk.
+    return execute(("PRAGMA synchronous = EXTRA; PRAGMA page_size = " + std::to_string(kPageSize) +
+                    "; PRAGMA wal_autocheckpoint = " + std::to_string(kLogPages))
+                       .c_str());
+}
+
+/// Learns whether our table is there, and can be used.
+int Database::learn_layout() {
+    int tables = 0;
+    int version = 0;
+    int code = ask(kTables, &tables);
+    // Asked for last: whoever makes the table gives it its version in the same transaction.
+    if (code == SQLITE_OK) code = ask(kVersion, &version);
+    has_table_ = code == SQLITE_OK && tables > 0;
+    if (has_table_) {
+        sqlite3_stmt* statement = nullptr;
+        code = prepare(kRead, &statement);
+        if (code == SQLITE_OK) code = prepare(kSet, &statement);
+    }
+    return version > kLayoutVersion ? SQLITE_ERROR : code;
+}
+
+/// A tree whose order is damaged takes a record in one place and looks for it in another, for ever.
+/// So somebody who writes lets SQLite look at all of it once, as far as it gets in its time. `code`
+/// is what opening gave, and stays where nothing worse is found.
+int Database::check_all(int code) {
+    sqlite3_stmt* statement = nullptr;
+    if (prepare(kCheck, &statement) != SQLITE_OK) return code;
+    const int stepped = sqlite3_step(statement);
+    const bool is_corrupt = (stepped == SQLITE_ROW && bytes_of(statement, 0) != "ok") ||
+                            (stepped & 0xff) == SQLITE_CORRUPT;
+    sqlite3_reset(statement);
+    return is_corrupt ? SQLITE_CORRUPT : code;
+}
+
+void Database::close(bool keep_log) {
+    if (!database_) return;
+    sqlite3_db_config(database_.get(), SQLITE_DBCONFIG_NO_CKPT_ON_CLOSE, keep_log ? 1 : 0, nullptr);
+    for (auto& statement : statements_) statement.reset();
+    database_.reset();
+    has_table_ = has_journal_ = has_whole_log_ = false;
+}
+
+int Database::is_out_of_time(void* database) {
+    return std::chrono::steady_clock::now() > static_cast<Database*>(database)->deadline_;
+}
+
+int Database::execute(const char* sql) {
+    deadline_ = std::chrono::steady_clock::now() + longest_statement;
+    return sqlite3_exec(database_.get(), sql, nullptr, nullptr, nullptr);
+}
+
+int Database::prepare(Query query, sqlite3_stmt** statement) {
+    // The schema's table by the name that it has in every version of SQLite.
+    static constexpr std::array<const char*, kQueryCount> kSql = {
+        "SELECT count(*) FROM sqlite_master WHERE name = 'records'",
+        "PRAGMA user_version",
+        "PRAGMA integrity_check(1)",
+        "SELECT key, type, value FROM records WHERE application = ?1 AND key >= ?2 ORDER BY key",
+        "SELECT key FROM records WHERE application = ?1 AND key >= ?2 ORDER BY key LIMIT 1",
+        "INSERT INTO records (application, key, type, value) VALUES (?1, ?2, ?3, ?4)"
+        " ON CONFLICT (application, key) DO UPDATE SET type = ?3, value = ?4"
+        " WHERE type IS NOT ?3 OR value IS NOT ?4 OR typeof(value) IS NOT typeof(?4)",
+        "DELETE FROM records WHERE application = ?1 AND key = ?2"};
+    deadline_ = std::chrono::steady_clock::now() + longest_statement;
+    auto& cached = statements_[query];
+    if (!cached) {
+        sqlite3_stmt* prepared = nullptr;
+        const int code = sqlite3_prepare_v3(database_.get(), kSql[query], -1,
+                                            SQLITE_PREPARE_PERSISTENT, &prepared, nullptr);
+        if (code != SQLITE_OK) return code;
+        cached.reset(prepared);
+    }
+    *statement = cached.get();
+    return SQLITE_OK;
+}
+
+/// A statement about records, with its first two parameters.
+int Database::prepare(Query query, std::string_view application, std::string_view key,
+                      sqlite3_stmt** statement) {
+    int code = prepare(query, statement);
+    if (code == SQLITE_OK) code = bind_value(*statement, 1, application);
+    return code == SQLITE_OK ? bind_value(*statement, 2, key) : code;
+}
+
+/// The number that a query of one row answers.
+int Database::ask(Query query, int* number) {
+    sqlite3_stmt* statement = nullptr;
+    const int code = prepare(query, &statement);
+    if (code != SQLITE_OK) return code;
+    const int stepped = sqlite3_step(statement);
+    if (stepped == SQLITE_ROW) *number = sqlite3_column_int(statement, 0);
+    sqlite3_reset(statement);
+    return stepped == SQLITE_ROW ? SQLITE_OK : stepped;
+}
+
+Status Database::read(std::string_view application, Records* records) {
+    Records fresh;
+    const int code = read_records(application, &fresh);
+    if (code == SQLITE_OK) *records = std::move(fresh);
+    return status_of(code);
+}
+
+int Database::read_records(std::string_view application, Records* records) {
+    if (!has_table_) {
+        const int code = learn_layout();
+        if (code != SQLITE_OK || !has_table_) return code;
+    }
+    std::string from;  // The keys before it have been read.
+    for (;;) {
+        sqlite3_stmt* statement = nullptr;
+        int code = prepare(kRead, application, from, &statement);
+        if (code != SQLITE_OK) return code;
+        while ((code = sqlite3_step(statement)) == SQLITE_ROW) {
+            const std::string_view key = bytes_of(statement, 0);
+            from.assign(key).push_back('\0');
+            auto value = value_of(statement, 1, 2);
+            if (value && is_string(key)) records->insert_or_assign(std::string(key), *value);
+        }
+        sqlite3_reset(statement);
+        if (code == SQLITE_TOOBIG) code = skip_record(application, &from);
+        if (code != SQLITE_ROW) return code == SQLITE_DONE ? SQLITE_OK : code;
+    }
+}
+
+/// Goes past a record that is too long to be one: SQLITE_ROW, and `*key` is the place behind it.
+/// Somebody who writes removes it, because SQLite loads all of it whenever it looks for a
+/// neighbour.
+int Database::skip_record(std::string_view application, std::string* key) {
+    sqlite3_stmt* statement = nullptr;
+    int code = prepare(kNextKey, application, *key, &statement);
+    if (code == SQLITE_OK) code = sqlite3_step(statement);
+    if (code == SQLITE_ROW) key->assign(bytes_of(statement, 0));
+    sqlite3_reset(statement);
+    if (code != SQLITE_ROW) return code;
+    const bool is_writing = sqlite3_get_autocommit(database_.get()) == 0;
+    if (is_writing) code = change(application, *key, std::nullopt);
+    key->push_back('\0');
+    return is_writing && code != SQLITE_OK ? code : SQLITE_ROW;
+}
+
+Status Database::write(std::string_view application, const Changes& changes, Records* records) {
+    Records fresh;
+    int code = begin();
+    const int before = sqlite3_total_changes(database_.get());
+    for (const auto& [key, value] : changes) {
+        if (code == SQLITE_OK) code = change(application, key, value);
+    }
+    if (code == SQLITE_OK) code = read_records(application, &fresh);
+    if (code == SQLITE_OK) {
+        if (sqlite3_total_changes(database_.get()) != before) extend_log();
+        code = execute("COMMIT");
+    }
+    if (code == SQLITE_OK) {
+        *records = std::move(fresh);
+        return {};
+    }
+    const Status status = status_of(code);
+    if (!sqlite3_get_autocommit(database_.get())) execute("ROLLBACK");
+    has_table_ = false;
+    return status;
+}
+
+/// Begins a transaction that no other writer can interleave with; makes the table where there is
+/// none yet.
+int Database::begin() {
+    if (!has_journal_) {
+        const int code = execute(journal_ == kLog ? "PRAGMA journal_mode = WAL"
+                                                  : "PRAGMA journal_mode = DELETE");
+        // Another process that uses the database at this moment keeps it in its present mode, which
+        // is as safe.
+        if (code != SQLITE_OK && (code & 0xff) != SQLITE_BUSY) return code;
+        has_journal_ = true;
+    }
+    int code = execute("BEGIN IMMEDIATE");
+    if (code == SQLITE_OK && !has_table_) code = learn_layout();
+    if (code == SQLITE_OK && !has_table_) {
+        code = execute(kLayout);
+        has_table_ = code == SQLITE_OK;
+    }
+    return code;
+}
+
+int Database::change(std::string_view application, std::string_view key,
+                     const std::optional<Value>& value) {
+    sqlite3_stmt* statement = nullptr;
+    int code = prepare(value ? kSet : kRemove, application, key, &statement);
+    if (code == SQLITE_OK && value) code = bind_value(statement, 3, type_of(*value));
+    if (code == SQLITE_OK && value) code = bind_value(statement, 4, *value);
+    if (code == SQLITE_OK) code = finish(statement);
+    if (code != SQLITE_TOOBIG || !value) return code;
+    // What is there is too long even to be compared with.
+    code = change(application, key, std::nullopt);
+    return code == SQLITE_OK ? finish(statement) : code;
+}
+
+/// In a log that grows, every commit costs two writes to the disk: its pages, and the file's new
+/// size. So the log gets its size at once, and is then written over. Other writers are locked out,
+/// and nobody reads beyond the last commit. Where there is no room for that, the log grows.
+void Database::extend_log() {
+    if (std::exchange(has_whole_log_, true)) return;
+    sqlite3_file* log = nullptr;
+    sqlite3_file_control(database_.get(), "main", SQLITE_FCNTL_JOURNAL_POINTER, &log);
+    sqlite3_int64 size = 0;
+    const bool is_log = log && log->pMethods && access((path_ + "-wal").c_str(), F_OK) == 0;
+    if (!is_log || log->pMethods->xFileSize(log, &size) != SQLITE_OK) return;
+    const std::vector<char> zeros(8 *
+                                  kPageSize);  // SQLite's files take less than 128 KiB at a time.
+    for (auto end = size; end < kLogSize; end += static_cast<sqlite3_int64>(zeros.size())) {
+        const auto count = static_cast<int>(zeros.size());
+        if (log->pMethods->xWrite(log, zeros.data(), count, end) != SQLITE_OK) {
+            log->pMethods->xTruncate(log, size);
+            return;
+        }
+    }
+}
+
+Status Database::status_of(int code) const {
+    const int kind = code & 0xff;
+    if (code == SQLITE_OK) return {};
+    // A format, a layout or a table that is not known here.
+    if (kind == SQLITE_ERROR) {
+        return {Status::kUnusable, path_, "a newer texprobe, or another program, made it"};
+    }
+    if (code == SQLITE_READONLY_ROLLBACK) {
+        return {Status::kUnusable, path_, "it was left half-written; running texprobe mends it"};
+    }
+    if (kind == SQLITE_BUSY || kind == SQLITE_LOCKED) {
+        return {Status::kLocked, path_, "another process keeps it locked"};
+    }
+    if (kind == SQLITE_INTERRUPT) return {Status::kUnusable, path_, "reading it takes too long"};
+    if (kind == SQLITE_IOERR || kind == SQLITE_CANTOPEN) {
+        const int error = sqlite3_system_errno(database_.get());
+        // That there is no log, say, is not why.
+        if (error != 0 && error != ENOENT) return Status::system(path_, error);
+    }
+    const bool is_damage = kind == SQLITE_CORRUPT || kind == SQLITE_NOTADB;
+    return {is_damage ? Status::kDamaged : Status::kUnusable, path_, sqlite3_errstr(kind)};
+}
+
+}  // namespace texprobe::platform

@@ -1,0 +1,254 @@
+#include "record_store.h"
+
+#include <pthread.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdio>
+#include <thread>
+#include <utility>
+#include <vector>
+
+#include "location.h"
+
+namespace texprobe::platform {
+
+namespace {
+
+struct ClosedAtExit {
+    RecordStore& store;
+    ~ClosedAtExit() { store.close(); }
+};
+
+// When the program is loaded, and so before there are threads: a fork in the midst of the first use
+// would leave the child with a first use that never ends.
+[[maybe_unused]] const RecordStore& made_at_load = RecordStore::of_process();
+
+/// One line, whatever the path holds.
+void say(std::string line) {
+    for (char& c : line) {
+        if (static_cast<unsigned char>(c) < 0x20 || c == 0x7F) c = '?';
+    }
+    std::fputs(("*** texprobe records: " + line + "\n").c_str(), stderr);
+}
+
+}  // namespace
+
+RecordStore& RecordStore::of_process() {
+    static RecordStore& store = *new RecordStore;
+    static const ClosedAtExit closed_at_exit{store};
+    // A child inherits the files and not their locks, and closing there would act on the parent's
+    // files.
+    [[maybe_unused]] static const int registered =
+        pthread_atfork([] { store.lock_for_fork(); }, [] { store.unlock_after_fork(); },
+                       [] { store.unlock_after_fork(); });
+    return store;
+}
+
+const std::string& RecordStore::directory() {
+    if (!directory_) directory_ = records_directory();
+    return *directory_;
+}
+
+std::optional<Value> RecordStore::value(const std::string& application, const std::string& key) {
+    std::unique_lock lock(mutex_);
+    const Application& view = known(application, lock);
+    const auto changed = view.pending.find(key);
+    if (changed != view.pending.end()) return changed->second;
+    const auto stored = view.stored.find(key);
+    return stored == view.stored.end() ? std::nullopt : std::optional(stored->second);
+}
+
+Records RecordStore::records(const std::string& application) {
+    std::unique_lock lock(mutex_);
+    const Application& view = known(application, lock);
+    Records records = view.stored;
+    for (const auto& [key, value] : view.pending) {
+        if (value) {
+            records.insert_or_assign(key, *value);
+        } else {
+            records.erase(key);
+        }
+    }
+    return records;
+}
+
+/// The view of an application, for which the store is looked at where that was never done.
+RecordStore::Application& RecordStore::known(const std::string& application,
+                                             std::unique_lock<std::mutex>& lock) {
+    Application& view = applications_[application];
+    // Whatever comes of it: a store that fails is not tried for each key.
+    if (std::exchange(view.is_known, true)) return view;
+    lock.unlock();
+    const Status status = settle(application, Database::kLook, patience_.usual);
+    lock.lock();
+    report(status);
+    return view;
+}
+
+void RecordStore::change(const std::string& application, const Changes& changes) {
+    const std::lock_guard lock(mutex_);
+    Changes& pending = applications_[application].pending;
+    for (const auto& [key, value] : changes) pending.insert_or_assign(key, value);
+}
+
+bool RecordStore::synchronize(const std::string& application) {
+    const Status status = settle(application, Database::kWrite, patience_.usual);
+    const std::lock_guard lock(mutex_);
+    Application& view = applications_[application];
+    view.has_failed = !status.ok() && !view.pending.empty();
+    return report(status);
+}
+
+/// Tries until it is done or the patience is over. Waits outside of the lock, for a fork's sake.
+Status RecordStore::settle(const std::string& application, Database::Purpose purpose,
+                           std::chrono::milliseconds patience) {
+    const auto deadline = std::chrono::steady_clock::now() + patience;
+    for (;;) {
+        Status status;
+        {
+            const std::lock_guard lock(mutex_);
+            status = attempt(applications_[application], application, purpose);
+        }
+        if (status.kind != Status::kLocked || std::chrono::steady_clock::now() >= deadline) {
+            return status;
+        }
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    }
+}
+
+Status RecordStore::attempt(Application& application, const std::string& name,
+                            Database::Purpose purpose) {
+    if (directory().empty()) return {Status::kUnusable, "", "the user has no home directory"};
+    if (database_.is_open() && identity_of(path()) != identity_) database_.close(true);
+    Status status;
+    if (purpose == Database::kLook || application.pending.empty()) {
+        status = look(application, name);
+    } else {
+        status = write(application, name);
+        if (status.kind == Status::kDamaged) {
+            status = begin_anew(status);
+            if (status.ok()) status = write(application, name);
+        }
+    }
+    if (!status.ok() && status.kind != Status::kLocked) database_.close(true);
+    if (status.ok()) application.is_known = true;
+    return status;
+}
+
+Status RecordStore::look(Application& application, const std::string& name) {
+    if (access(path().c_str(), F_OK) != 0 && errno == ENOENT) {
+        application.stored.clear();
+        return {};
+    }
+    Status status = check(directory(), S_IFDIR);
+    if (status.ok()) status = check(path(), S_IFREG);
+    if (!status.ok()) return status;
+    const DirectoryLock lock(directory(), DirectoryLock::kShared);
+    if (!lock.status().ok()) return lock.status();
+    if (database_.is_open()) return database_.read(name, &application.stored);
+    Database looked_at;
+    status = looked_at.open(path(), Database::kLook);
+    if (status.ok()) status = looked_at.read(name, &application.stored);
+    looked_at.close(true);
+    return status;
+}
+
+Status RecordStore::write(Application& application, const std::string& name) {
+    Status status;
+    if (!database_.is_open()) {
+        status = make_directory(directory());
+        if (status.ok()) status = check(directory(), S_IFDIR);
+        if (!status.ok()) return status;
+    }
+    const DirectoryLock lock(directory(), DirectoryLock::kShared);
+    if (!lock.status().ok()) return lock.status();
+    if (!database_.is_open()) {
+        status = make_file(path());
+        if (status.ok()) status = check(path(), S_IFREG);
+        if (!status.ok()) return status;
+        if (access(path().c_str(), W_OK) != 0) return Status::system(path(), errno);
+        identity_ = identity_of(path()).value_or(Identity());
+        status = database_.open(path(), Database::kWrite,
+                                is_on_local_disk(path()) ? Database::kLog : Database::kRollback);
+        if (!status.ok()) return status;
+    }
+    status = database_.write(name, application.pending, &application.stored);
+    if (!status.ok()) return status;
+    application.pending.clear();
+    // Only now is it known to be a store of ours.
+    make_private(directory(), path());
+    return status;
+}
+
+/// Puts the damaged database aside, unless another process has done so meanwhile.
+Status RecordStore::begin_anew(const Status& damage) {
+    database_.close(true);
+    const DirectoryLock lock(directory(), DirectoryLock::kAlone);
+    if (!lock.status().ok()) return lock.status();
+    if (identity_of(path()) != identity_) return {};
+    Status status = put_aside(path());
+    if (status.ok()) {
+        say(path() + " is damaged (" + damage.reason + "); it is kept as " + path() +
+            ".damaged, and a new one is begun");
+    }
+    return status;
+}
+
+void RecordStore::close() {
+    std::vector<std::string> failed;
+    {
+        const std::lock_guard lock(mutex_);
+        for (const auto& [name, application] : applications_) {
+            if (application.has_failed && !application.pending.empty()) failed.push_back(name);
+        }
+    }
+    auto patience = patience_.last;
+    for (const std::string& name : failed) {
+        // One wait for all of them.
+        const Status status = settle(name, Database::kWrite, patience);
+        if (status.kind == Status::kLocked) patience = std::chrono::milliseconds(0);
+    }
+    const std::lock_guard lock(mutex_);
+    report_missing();
+    if (!database_.is_open()) return;
+    // SQLite deletes the log by name; the lock sees to it that the name still means this log.
+    const DirectoryLock held(directory(), DirectoryLock::kShared);
+    database_.close(!held.status().ok() || identity_of(path()) != identity_);
+}
+
+/// Says which records are not on disk, or may not be, although somebody was told their values.
+void RecordStore::report_missing() {
+    constexpr std::size_t kNamed = 3;
+    std::size_t count = 0;
+    std::string keys;
+    for (auto& [name, application] : applications_) {
+        if (!std::exchange(application.has_failed, false)) continue;
+        for (const auto& [key, value] : application.pending) {
+            if (++count <= kNamed) keys += (keys.empty() ? "" : ", ") + key;
+        }
+    }
+    if (count == 0) return;
+    if (count > kNamed) keys += ", ...";
+    say(std::to_string(count) + (count == 1 ? " record is" : " records are") +
+        " missing or in doubt in " + path() + ": " + keys +
+        "; remove that file and run texprobe again to measure everything anew");
+}
+
+void RecordStore::lock_for_fork() {
+    mutex_.lock();
+    database_.close(true);
+}
+
+/// True for success; says everything else once.
+bool RecordStore::report(const Status& status) {
+    if (status.ok()) return true;
+    if (reported_.insert(status.kind).second) {
+        say(status.path.empty() ? status.reason
+                                : "cannot use " + status.path + ": " + status.reason);
+    }
+    return false;
+}
+
+}  // namespace texprobe::platform

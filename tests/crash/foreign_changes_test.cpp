@@ -1,0 +1,132 @@
+// What others do to the database beside our table: with their tools, with a newer texprobe, or by
+// bringing an older SQLite. Records stay where they are, and are read and written.
+
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <cstring>
+#include <string>
+
+#include "crash/fault_rows.h"
+#include "platform/store_fixture.h"
+
+namespace {
+
+bool is_old_sqlite = false;
+
+}  // namespace
+
+// The linker puts this in front of SQLite's (--wrap). Before 3.33 there was no sqlite_schema.
+extern "C" {
+int __real_sqlite3_prepare_v3(sqlite3*, const char*, int, unsigned, sqlite3_stmt**, const char**);
+int __wrap_sqlite3_prepare_v3(sqlite3* database, const char* sql, int size, unsigned flags,
+                              sqlite3_stmt** statement, const char** tail) {
+    if (is_old_sqlite && std::strstr(sql, "sqlite_schema")) return SQLITE_ERROR;
+    return __real_sqlite3_prepare_v3(database, sql, size, flags, statement, tail);
+}
+}
+
+namespace {
+
+namespace fs = std::filesystem;
+using texprobe::tests::errors_of;
+using texprobe::tests::FaultCount;
+using texprobe::tests::in_child;
+using texprobe::tests::RecordStore;
+using texprobe::tests::same;
+using texprobe::tests::write_fault_row;
+
+constexpr const char* kChanges[] = {
+    "",
+    "ANALYZE",
+    "CREATE INDEX by_key ON records (key)",
+    "CREATE UNIQUE INDEX once ON records (application, key, type)",
+    "CREATE TABLE bookmarks (address TEXT); INSERT INTO bookmarks VALUES ('here')",
+    "CREATE VIEW verdicts AS SELECT * FROM records",
+    "CREATE TRIGGER spy AFTER UPDATE ON records BEGIN DELETE FROM records; END",
+    "CREATE VIRTUAL TABLE words USING fts5(word)",
+    "VACUUM",
+    "REINDEX",
+    "PRAGMA journal_mode = DELETE",
+    "PRAGMA auto_vacuum = FULL; VACUUM",
+    "PRAGMA application_id = 1",
+};
+
+class ForeignChanges : public texprobe::tests::StoreFixture {
+protected:
+    /// Eight records, with a log that a dead process has left where it is asked for.
+    void make_store(bool with_log) {
+        fs::remove_all(config());
+        write("VERSION", 0.21);
+        const auto fill = [this] {
+            auto& store = *new RecordStore(directory());
+            for (int i = 0; i < 8; ++i) store.change(kApp, {{std::to_string(i), i % 2 == 0}});
+            if (!store.synchronize(kApp)) return false;
+            return true;
+        };
+        ASSERT_TRUE(in_child(fill));
+        if (!with_log) rows("PRAGMA wal_checkpoint(TRUNCATE)");
+    }
+
+    bool has_all_records() const {
+        RecordStore store(directory());
+        bool good = same(*store.value(kApp, "VERSION"), 0.21);
+        for (int i = 0; i < 8; ++i) {
+            const auto value = store.value(kApp, std::to_string(i));
+            good = good && value && same(*value, i % 2 == 0);
+        }
+        return good;
+    }
+
+    /// An application looks, a run writes, an application looks; nobody says anything.
+    bool goes_on() const {
+        bool good = false;
+        const std::string said = errors_of([this, &good] {
+            good = has_all_records();
+            write("new", true);
+            write("new", false);
+            good = good && has_all_records() && same(*read("new"), false);
+        });
+        EXPECT_EQ(said, "");
+        return good && said.empty() && !fs::exists(aside());
+    }
+};
+
+TEST_F(ForeignChanges, cost_no_record) {
+    FaultCount count;
+    for (const bool old : {false, true}) {
+        for (const bool with_log : {false, true}) {
+            for (const char* const change : kChanges) {
+                make_store(with_log);
+                const auto begin = std::chrono::steady_clock::now();
+                rows(change);
+                is_old_sqlite = old;
+                const bool good = goes_on();
+                is_old_sqlite = false;
+                EXPECT_TRUE(good) << change << (with_log ? ", with a log" : "");
+                ++count.cases;
+                count.lostVerdicts += !good;
+                count.hangs += std::chrono::steady_clock::now() - begin > std::chrono::seconds(10);
+            }
+        }
+    }
+    write_fault_row("Foreign changes to the database", "all", count);
+}
+
+TEST_F(ForeignChanges, by_a_newer_texprobe_leave_its_records_to_it) {
+    for (const bool with_log : {false, true}) {
+        make_store(with_log);
+        rows("PRAGMA user_version = 2");
+        errors_of([this] {
+            RecordStore store(directory());
+            EXPECT_FALSE(store.value(kApp, "VERSION").has_value());
+            store.change(kApp, {{"0", false}});
+            EXPECT_FALSE(store.synchronize(kApp));
+        });
+        EXPECT_FALSE(fs::exists(aside()));
+        rows("PRAGMA user_version = 1");
+        EXPECT_TRUE(has_all_records());
+    }
+}
+
+}  // namespace

@@ -1,0 +1,139 @@
+// A damaged database with a log is put aside, and the process dies, or the system refuses, at any
+// moment: what is left is the old database with its log, or the new one with both kept beside it.
+
+#include <gtest/gtest.h>
+
+#include <cerrno>
+#include <chrono>
+#include <map>
+#include <string>
+
+#include "crash/fault_rows.h"
+#include "platform/store_fixture.h"
+
+namespace {
+
+enum class Fault { kNone, kDeath, kRefusal, kRefusalFromHereOn };
+Fault fault = Fault::kNone;
+int calls = 0;
+int faulty_call = 0;
+
+/// Before each call that changes names: whether the system refuses it. May not return.
+bool is_refused() {
+    ++calls;
+    if (fault == Fault::kDeath && calls == faulty_call) _exit(0);
+    errno = EPERM;
+    return (fault == Fault::kRefusal && calls == faulty_call) ||
+           (fault == Fault::kRefusalFromHereOn && calls >= faulty_call);
+}
+
+}  // namespace
+
+// The linker puts these in front of the C library's (--wrap).
+extern "C" {
+int __real_link(const char* from, const char* to);
+int __wrap_link(const char* from, const char* to) {
+    return is_refused() ? -1 : __real_link(from, to);
+}
+int __real_rename(const char* from, const char* to);
+int __wrap_rename(const char* from, const char* to) {
+    return is_refused() ? -1 : __real_rename(from, to);
+}
+int __real_unlink(const char* path);
+int __wrap_unlink(const char* path) {
+    return is_refused() ? -1 : __real_unlink(path);
+}
+}
+
+namespace {
+
+namespace fs = std::filesystem;
+using texprobe::tests::FaultCount;
+using texprobe::tests::in_child;
+using texprobe::tests::RecordStore;
+using texprobe::tests::same;
+using texprobe::tests::write_fault_row;
+
+class PutAside : public texprobe::tests::StoreFixture {
+protected:
+    std::string log() const { return database().string() + "-wal"; }
+
+    /// Sound records, half of them in a log whose writer has died; then the header is damaged.
+    void make_damaged_store() {
+        fs::remove_all(config());
+        write("VERSION", 0.21);
+        ASSERT_TRUE(in_child([this] {
+            auto& store = *new RecordStore(directory());
+            for (int i = 0; i < 51; ++i) store.change(kApp, {{std::to_string(i), true}});
+            return store.synchronize(kApp);
+        }));
+        old_database_ = "damage" + contents(database()).substr(6);
+        old_log_ = contents(log());
+        std::ofstream(database(), std::ios::binary) << old_database_;
+    }
+
+    bool is_old() const {
+        return contents(database()) == old_database_ && contents(log()) == old_log_;
+    }
+    bool is_kept() const {
+        return contents(aside()) == old_database_ &&
+               contents(aside().string() + "-wal") == old_log_;
+    }
+
+    /// A process that writes one record, with a fault at the `number`-th call. How many calls it
+    /// made if it lived.
+    int write_with(Fault its_fault, int number) {
+        int ends[2];
+        EXPECT_EQ(pipe(ends), 0);
+        EXPECT_TRUE(in_child([&] {
+            std::freopen("/dev/null", "w", stderr);
+            fault = its_fault;
+            faulty_call = number;
+            RecordStore store(directory(),
+                              {std::chrono::milliseconds(0), std::chrono::milliseconds(0)});
+            store.change(kApp, {{"new", true}});
+            store.synchronize(kApp);
+            const bool goes_on = store.value(kApp, "new").has_value();
+            return ::write(ends[1], &calls, sizeof calls) == sizeof calls && goes_on;
+        }));
+        close(ends[1]);
+        int made = -1;
+        if (::read(ends[0], &made, sizeof made) != sizeof made) made = -1;
+        close(ends[0]);
+        return made;
+    }
+
+    /// Whether everything is there, and the next one to write finds or makes a sound store.
+    bool loses_nothing() {
+        if (!is_old() && !is_kept()) return false;
+        if (write_with(Fault::kNone, 0) < 0 || !is_kept()) return false;
+        const auto seen = read("new");
+        return seen && same(*seen, true) && !read("0").has_value();
+    }
+
+    std::string old_database_;
+    std::string old_log_;
+};
+
+TEST_F(PutAside, loses_nothing_whatever_dies_or_is_refused) {
+    make_damaged_store();
+    const int last = write_with(Fault::kNone, 0);
+    ASSERT_GE(last, 8);
+    EXPECT_TRUE(is_kept());
+    FaultCount count;
+    for (const Fault each : {Fault::kDeath, Fault::kRefusal, Fault::kRefusalFromHereOn}) {
+        for (int number = 1; number <= last; ++number) {
+            make_damaged_store();
+            const auto begin = std::chrono::steady_clock::now();
+            write_with(each, number);
+            const bool good = loses_nothing();
+            EXPECT_TRUE(good) << "fault " << static_cast<int>(each) << " at call " << number;
+            ++count.cases;
+            count.lostVerdicts += !good;
+            count.hangs += std::chrono::steady_clock::now() - begin > std::chrono::seconds(10);
+        }
+    }
+    write_fault_row("Death or refusal while a database is put aside", "all", count);
+}
+
+}  // namespace
