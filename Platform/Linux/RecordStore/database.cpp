@@ -152,8 +152,6 @@ int Database::configure() {
     // Nothing that is in the file is executed.
     sqlite3_db_config(database, SQLITE_DBCONFIG_ENABLE_TRIGGER, 0, nullptr);
     sqlite3_db_config(database, SQLITE_DBCONFIG_TRUSTED_SCHEMA, 0, nullptr);
-    // The types and keys beside a string are short.
-    sqlite3_limit(database, SQLITE_LIMIT_LENGTH, 2 * static_cast<int>(kLongestString));
     sqlite3_progress_handler(database, kStepsBetweenLooksAtTheClock, is_out_of_time, this);
     // A commit must survive a power cut. EXTRA is FULL, and with a rollback journal it also waits
     // until the journal's removal, which is the commit, is on disk.
@@ -214,8 +212,7 @@ int Database::prepare(Query query, sqlite3_stmt** statement) {
         "SELECT count(*) FROM sqlite_master WHERE name = 'records'",
         "PRAGMA user_version",
         "PRAGMA integrity_check(1)",
-        "SELECT key, type, value FROM records WHERE application = ?1 AND key >= ?2 ORDER BY key",
-        "SELECT key FROM records WHERE application = ?1 AND key >= ?2 ORDER BY key LIMIT 1",
+        "SELECT key, type, value FROM records WHERE application = ?1",
         "INSERT INTO records (application, key, type, value) VALUES (?1, ?2, ?3, ?4)"
         " ON CONFLICT (application, key) DO UPDATE SET type = ?3, value = ?4"
         " WHERE type IS NOT ?3 OR value IS NOT ?4 OR typeof(value) IS NOT typeof(?4)",
@@ -231,14 +228,6 @@ int Database::prepare(Query query, sqlite3_stmt** statement) {
     }
     *statement = cached.get();
     return SQLITE_OK;
-}
-
-/// A statement about records, with its first two parameters.
-int Database::prepare(Query query, std::string_view application, std::string_view key,
-                      sqlite3_stmt** statement) {
-    int code = prepare(query, statement);
-    if (code == SQLITE_OK) code = bind_value(*statement, 1, application);
-    return code == SQLITE_OK ? bind_value(*statement, 2, key) : code;
 }
 
 /// The number that a query of one row answers.
@@ -264,37 +253,26 @@ int Database::read_records(std::string_view application, Records* records) {
         const int code = learn_layout();
         if (code != SQLITE_OK || !has_table_) return code;
     }
-    std::string from;  // The keys before it have been read.
-    for (;;) {
-        sqlite3_stmt* statement = nullptr;
-        int code = prepare(kRead, application, from, &statement);
-        if (code != SQLITE_OK) return code;
-        while ((code = sqlite3_step(statement)) == SQLITE_ROW) {
-            const std::string_view key = bytes_of(statement, 0);
-            from.assign(key).push_back('\0');
-            auto value = value_of(statement, 1, 2);
-            if (value && is_string(key)) records->insert_or_assign(std::string(key), *value);
-        }
-        sqlite3_reset(statement);
-        if (code == SQLITE_TOOBIG) code = skip_record(application, &from);
-        if (code != SQLITE_ROW) return code == SQLITE_DONE ? SQLITE_OK : code;
-    }
-}
-
-/// Goes past a record that is too long to be one: SQLITE_ROW, and `*key` is the place behind it.
-/// Somebody who writes removes it, because SQLite loads all of it whenever it looks for a
-/// neighbour.
-int Database::skip_record(std::string_view application, std::string* key) {
     sqlite3_stmt* statement = nullptr;
-    int code = prepare(kNextKey, application, *key, &statement);
-    if (code == SQLITE_OK) code = sqlite3_step(statement);
-    if (code == SQLITE_ROW) key->assign(bytes_of(statement, 0));
+    int code = prepare(kRead, &statement);
+    if (code == SQLITE_OK) code = bind_value(statement, 1, application);
+    if (code != SQLITE_OK) return code;
+    std::vector<std::string> too_long;
+    while ((code = sqlite3_step(statement)) == SQLITE_ROW) {
+        const std::string_view key = bytes_of(statement, 0);
+        auto value = value_of(statement, 1, 2);
+        if (value && is_string(key)) records->insert_or_assign(std::string(key), *value);
+        if (bytes_of(statement, 2).size() > kLongestString) too_long.emplace_back(key);
+    }
     sqlite3_reset(statement);
-    if (code != SQLITE_ROW) return code;
+    // SQLite loads all of a record whenever it looks for a neighbour, so who writes removes these.
     const bool is_writing = sqlite3_get_autocommit(database_.get()) == 0;
-    if (is_writing) code = change(application, *key, std::nullopt);
-    key->push_back('\0');
-    return is_writing && code != SQLITE_OK ? code : SQLITE_ROW;
+    for (auto key = too_long.begin(); is_writing && code == SQLITE_DONE && key != too_long.end();
+         ++key) {
+        const int removed = change(application, *key, std::nullopt);
+        if (removed != SQLITE_OK) code = removed;
+    }
+    return code == SQLITE_DONE ? SQLITE_OK : code;
 }
 
 Status Database::write(std::string_view application, const Changes& changes, Records* records) {
@@ -342,13 +320,11 @@ int Database::begin() {
 int Database::change(std::string_view application, std::string_view key,
                      const std::optional<Value>& value) {
     sqlite3_stmt* statement = nullptr;
-    int code = prepare(value ? kSet : kRemove, application, key, &statement);
+    int code = prepare(value ? kSet : kRemove, &statement);
+    if (code == SQLITE_OK) code = bind_value(statement, 1, application);
+    if (code == SQLITE_OK) code = bind_value(statement, 2, key);
     if (code == SQLITE_OK && value) code = bind_value(statement, 3, type_of(*value));
     if (code == SQLITE_OK && value) code = bind_value(statement, 4, *value);
-    if (code == SQLITE_OK) code = finish(statement);
-    if (code != SQLITE_TOOBIG || !value) return code;
-    // What is there is too long even to be compared with.
-    code = change(application, key, std::nullopt);
     return code == SQLITE_OK ? finish(statement) : code;
 }
 

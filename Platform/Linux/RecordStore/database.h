@@ -63,7 +63,7 @@ private:
     struct Finalize {
         void operator()(sqlite3_stmt* statement) const { sqlite3_finalize(statement); }
     };
-    enum Query { kTables, kVersion, kCheck, kRead, kNextKey, kSet, kRemove, kQueryCount };
+    enum Query { kTables, kVersion, kCheck, kRead, kSet, kRemove, kQueryCount };
 
     // SQLite's result codes inside, a Status outside.
     int open_file(const std::string& path, int flags);
@@ -71,14 +71,11 @@ private:
     int learn_layout();
     int check_all(int code);
     int read_records(std::string_view application, Records* records);
-    int skip_record(std::string_view application, std::string* key);
     int begin();
     int change(std::string_view application, std::string_view key,
                const std::optional<Value>& value);
     int execute(const char* sql);
     int prepare(Query query, sqlite3_stmt** statement);
-    int prepare(Query query, std::string_view application, std::string_view key,
-                sqlite3_stmt** statement);
     int ask(Query query, int* number);
     void extend_log();
     Status status_of(int code) const;
