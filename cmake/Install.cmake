@@ -8,13 +8,6 @@ set(texprobe_package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/TexProbe)
 set(texprobe_package_files ${CMAKE_CURRENT_BINARY_DIR}/package)
 get_target_property(texprobe_library_type TexProbe TYPE)
 
-file(RELATIVE_PATH texprobe_lib_from_bin ${CMAKE_INSTALL_FULL_BINDIR} ${CMAKE_INSTALL_FULL_LIBDIR})
-if(APPLE)
-  set_target_properties(texprobe PROPERTIES INSTALL_RPATH "@loader_path/${texprobe_lib_from_bin}")
-elseif(texprobe_library_type STREQUAL "SHARED_LIBRARY")
-  set_target_properties(texprobe PROPERTIES INSTALL_RPATH "$ORIGIN/${texprobe_lib_from_bin}")
-endif()
-
 install(TARGETS texprobe RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
 install(TARGETS TexProbe EXPORT TexProbe
         ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR} LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}

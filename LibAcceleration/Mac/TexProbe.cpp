@@ -23,6 +23,8 @@
 #include "TexProbe/pattern.h"
 #include "TexProbe/probe.h"
 #include "TexProbe/records.h"
+#include "interruption.h"
+#include "measuring_turn.h"
 
 namespace {
 
@@ -136,21 +138,57 @@ void prepare_records(CFStringRef appID) {
     CFPreferencesAppSynchronize(appID);
 }
 
+[[noreturn]] void end_interrupted_run() {
+    std::fflush(stdout);
+    qor::end_by_interruption();
+}
+
+/// One renderer run's turn to measure.
+class Turn {
+public:
+    explicit Turn(CFStringRef appID) : appID_(appID) {
+        if (turn_.had_to_wait()) CFPreferencesAppSynchronize(appID_);
+        __betweenTests = [this] { go_on(); };
+    }
+    ~Turn() { __betweenTests = nullptr; }
+    Turn(const Turn&) = delete;
+    Turn& operator=(const Turn&) = delete;
+
+    /// Between two tests: ends the process if its user interrupted it, and keeps the turn.
+    void go_on() {
+        if (qor::is_interrupted()) {
+            CFPreferencesAppSynchronize(appID_);
+            end_interrupted_run();
+        }
+        // Another run may have measured the rest while this one hung.
+        if (!turn_.advance()) CFPreferencesAppSynchronize(appID_);
+    }
+
+private:
+    const CFStringRef appID_;
+    qor::MeasuringTurn turn_{qor::turn_settings(), [] {
+                                 if (qor::is_interrupted()) end_interrupted_run();
+                             }};
+};
+
 void run_renderer(GLint rendererID) {
     const CFStringRef appID = create_application_id(rendererID);
     std::fprintf(stderr, "%s[%d] testing renderer: %d\n", text_of(appID), getpid(), rendererID);
-    prepare_records(appID);
     {
+        Turn turn(appID);
+        prepare_records(appID);
         const OffscreenContext context(rendererID);
         read_extensions(appID);
         set_up_render_target();
         test_texture_format_caps(appID, 0);
+        turn.go_on();
         // Last, because applications take complete strings for a complete measurement.
         write_identification(GL_VENDOR, CFSTR("GL_VENDOR"), "GL_VENDOR", appID);
         write_identification(GL_VERSION, CFSTR("GL_VERSION"), "GL_VERSION", appID);
         write_identification(GL_RENDERER, CFSTR("GL_RENDERER"), nullptr, appID);
         CFPreferencesAppSynchronize(appID);
     }
+    if (qor::is_interrupted()) end_interrupted_run();
     release(appID);
 }
 

@@ -77,14 +77,16 @@ bool ToolRun::exited_with(int code) const {
     return WIFEXITED(status) && WEXITSTATUS(status) == code;
 }
 
-FakeTool::FakeTool(const std::string& script)
+FakeTool::FakeTool(const std::string& script) : FakeTool(script, TOOL_ON_FAKES) {}
+
+FakeTool::FakeTool(const std::string& script, const fs::path& executable)
     // A link is made in no time beside the executable; and records lie in memory where that can be
     // had, because thousands of runs synchronize each test.
     : folder_(make_folder(writable(fs::read_symlink("/proc/self/exe").parent_path()))),
       records_(make_folder(writable("/dev/shm"))) {
     std::error_code failed;
-    fs::create_hard_link(TOOL_ON_FAKES, path(), failed);
-    if (failed) fs::copy_file(TOOL_ON_FAKES, path());
+    fs::create_hard_link(executable, path(), failed);
+    if (failed) fs::copy_file(executable, path());
     set_script(script);
 }
 
@@ -104,6 +106,10 @@ void FakeTool::set_script(const std::string& script) {
     }
     std::ofstream(file(".script")) << "records " << (records_ / "records").string() << "\n"
                                    << script;
+}
+
+void FakeTool::set_patience(unsigned looks) const {
+    std::ofstream(folder_ / "patience") << looks;
 }
 
 void FakeTool::remove_records() {

@@ -32,6 +32,8 @@ inline const std::string kAppID = "org.texprobe.texprobe2.20400.TESTBUILD";
 class FakeTool {
 public:
     explicit FakeTool(const std::string& script);
+    /// The same with another program on the fakes.
+    FakeTool(const std::string& script, const std::filesystem::path& executable);
     ~FakeTool();
     FakeTool(const FakeTool&) = delete;
     FakeTool& operator=(const FakeTool&) = delete;
@@ -44,6 +46,9 @@ public:
 
     std::string path() const { return folder_ / "texprobe"; }
 
+    /// After how many looks a run that waits takes another one for hanging.
+    void set_patience(unsigned looks) const;
+
     /// Runs the tool to its end, and then ends whatever it left behind. `program` is what it is
     /// told as its own name; its path when empty.
     ToolRun run(const std::vector<std::string>& arguments = {},
@@ -52,6 +57,11 @@ public:
     /// The same, but ended with SIGKILL once its standard output has `lines` lines.
     ToolRun run_until(std::size_t lines, const std::vector<std::string>& arguments,
                       const std::string& program) const;
+
+    /// Runs that overlap, without what they print.
+    pid_t start(const std::vector<std::string>& arguments = {},
+                const std::string& program = {}) const;
+    ToolRun finish(pid_t pid) const;
 
     /// The lines of all calls, a line "process PID WORDS | VARIABLES" before those of each process.
     std::vector<std::string> calls() const;
@@ -73,8 +83,6 @@ public:
     bool has_died() const;
 
 private:
-    pid_t start(const std::vector<std::string>& arguments, const std::string& program) const;
-    ToolRun finish(pid_t pid) const;
     Values read_records(const std::string& arguments) const;
     std::filesystem::path file(const char* suffix) const;
 

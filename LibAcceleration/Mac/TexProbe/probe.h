@@ -16,6 +16,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <functional>
 #include <memory>
 
 #include "distance.h"
@@ -27,6 +28,9 @@ namespace {
 // What the current renderer offers; set by the test driver for each renderer.
 bool __hasFBO = false;
 bool __hasPBO = false;
+
+// Called before each test, and before its record is read; set by the test driver.
+std::function<void()> __betweenTests;
 
 constexpr GLuint kUnpackBuffer = 1;
 constexpr GLuint kPackBuffer = 2;
@@ -248,6 +252,7 @@ inline void test_texture_format(CFStringRef appID, unsigned char reset, GLenum i
     }
     bool verdicts[kCapabilityCount] = {};
     for (const CapabilityTest& test : kCapabilityTests) {
+        if (__betweenTests) __betweenTests();
         const CFStringRef key = keys[test.capability];
         Boolean recorded = 0;
         bool verdict = CFPreferencesGetAppBooleanValue(key, appID, &recorded);

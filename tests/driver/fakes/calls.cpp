@@ -2,15 +2,21 @@
 
 #include <fcntl.h>
 #include <signal.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
+#include <chrono>
 #include <cstdarg>
 #include <cstdio>
 #include <cstdlib>
 #include <fstream>
 #include <iterator>
+#include <thread>
 
 #include "fakes.h"
+
+extern "C" pid_t __real_fork();
+extern "C" pid_t __real_waitpid(pid_t, int*, int);
 
 namespace fakes {
 
@@ -55,6 +61,31 @@ void log_line(const char* line) {
     write_line(line);
 }
 
+int signal_named(const std::string& name) {
+    if (name == "SIGINT") return SIGINT;
+    if (name == "SIGTERM") return SIGTERM;
+    if (name == "SIGHUP") return SIGHUP;
+    return 0;
+}
+
+/// Returns when another process has sent all of it.
+void interrupt(const Interruption& interruption) {
+    const pid_t interrupted = getpid();
+    const pid_t sender = __real_fork();
+    if (sender == 0) {
+        for (const auto& [signal, milliseconds] : interruption.signals) {
+            usleep(1000 * milliseconds);
+            kill(interrupted, signal_named(signal));
+        }
+        // A sanitizer's _exit would print what waits in the parent's buffer.
+        raise(SIGKILL);
+    }
+    // The thread sanitizer delivers signals while a thread sleeps.
+    do {
+        usleep(1000);
+    } while (__real_waitpid(sender, nullptr, WNOHANG) == 0);
+}
+
 /// True in exactly one process.
 bool is_first_death() {
     const int file = open(beside_executable(".died").c_str(), O_WRONLY | O_CREAT | O_EXCL, 0600);
@@ -81,6 +112,8 @@ void die(const std::string& way) {
         raise(SIGSTOP);
         return;
     }
+    // As a driver gives up: whatever handlers there are.
+    if (const int signal = signal_named(way)) raise(signal);
     std::fprintf(stderr, "no way to die: %s\n", way.c_str());
     std::abort();
 }
@@ -101,6 +134,12 @@ void call(const char* format, ...) {
     log_line(line);
     ++calls;
     if (!test.empty()) ++callsInTest;
+    const std::optional<Interruption>& interruption = script().interruption;
+    if (interruption && interruption->call == calls) interrupt(*interruption);
+    const std::optional<Pause>& pause = script().pause;
+    if (pause && pause->call == calls && (!pause->once || is_first_death())) {
+        std::this_thread::sleep_for(std::chrono::milliseconds(pause->milliseconds));
+    }
     const std::optional<Death>& death = script().death;
     if (death && is_time(*death)) die(death->way);
 }

@@ -21,11 +21,18 @@
 //   fail CALL CODE [N]        the N-th such call, or every one, fails with CODE
 //   substitute T FORMAT OTHER the renderer takes OTHER for FORMAT when it defines texture T
 //   incomplete FORMAT         a render target of FORMAT is incomplete
-//   change KEY SUM            alters the bytes read back in the test of KEY: the squares add up to
-//   SUM die WAY at N              dies at the process's N-th call die WAY once at N         the
-//   same, in the first process that gets there die WAY in KEY N          dies at the N-th call
-//   inside the test of KEY, whenever it is tried records DIRECTORY         where the records are;
-//   beside the executable by default log                       write the calls
+//   change KEY SUM            alters the bytes read back in the test of KEY: the squares
+//                             add up to SUM
+//   die WAY at N              dies at the process's N-th call
+//   die WAY once at N         the same, in the first process that gets there
+//   die WAY in KEY N          dies at the N-th call inside the test of KEY, whenever it is
+//                             tried
+//   interrupt N SIGNAL [MS SIGNAL]...
+//                             another process sends these at the process's N-th call
+//   pause N MS                the process's N-th call takes MS milliseconds longer
+//   pause once N MS           the same, in the first process that gets there
+//   records DIRECTORY         where the records are; beside the executable by default
+//   log                       write the calls
 
 #ifndef TEXPROBE_TESTS_FAKES_H
 #define TEXPROBE_TESTS_FAKES_H
@@ -70,6 +77,18 @@ struct Death {
     unsigned call;
 };
 
+/// Signals from another process, each some milliseconds after the one before.
+struct Interruption {
+    std::vector<std::pair<std::string, unsigned>> signals;
+    unsigned call;
+};
+
+struct Pause {
+    unsigned milliseconds;
+    unsigned call;
+    bool once;
+};
+
 struct Script {
     std::vector<Display> displays;
     std::vector<Renderer> renderers;
@@ -79,6 +98,8 @@ struct Script {
     std::set<GLenum> incomplete;
     std::map<std::string, unsigned long> changes;
     std::optional<Death> death;
+    std::optional<Interruption> interruption;
+    std::optional<Pause> pause;
     std::string records;
     std::string observer;
     bool log = false;

@@ -48,12 +48,36 @@ Death death(std::istringstream& line) {
     return result;
 }
 
+Interruption interruption(std::istringstream& line) {
+    Interruption result;
+    line >> result.call;
+    std::string signal;
+    for (unsigned milliseconds = 0; line >> signal; line >> milliseconds) {
+        result.signals.emplace_back(signal, milliseconds);
+    }
+    return result;
+}
+
+Pause pause(std::istringstream& line) {
+    std::string word;
+    line >> word;
+    const bool once = word == "once";
+    if (once) line >> word;
+    Pause result = {0, static_cast<unsigned>(number(word)), once};
+    line >> result.milliseconds;
+    return result;
+}
+
 void obey(const std::string& order, std::istringstream& line, Script* script) {
     std::string first, second, third;
     if (order == "renderer") {
         script->renderers.push_back(default_renderer(line));
     } else if (order == "die") {
         script->death = death(line);
+    } else if (order == "interrupt") {
+        script->interruption = interruption(line);
+    } else if (order == "pause") {
+        script->pause = pause(line);
     } else if (order == "build") {
         script->build = rest_of(line);
     } else if (order == "records") {

@@ -1,0 +1,141 @@
+// A run that its user interrupts: it ends by that signal after the test in hand. Calls of the fakes
+// are the moments.
+
+#include <gtest/gtest.h>
+#include <signal.h>
+#include <sys/wait.h>
+
+#include <algorithm>
+#include <chrono>
+#include <thread>
+
+#include "fake_tool.h"
+#include "golden.h"
+
+namespace texprobe::tests {
+namespace {
+
+// The calls of golden_first_run(), counted from 1.
+constexpr unsigned kFirstCall = 1;
+const std::string kTest = "GL_RGBA32F_ARB_UPLOAD_SET";
+
+bool ended_by(const ToolRun& run, int signal) {
+    return WIFSIGNALED(run.status) && WTERMSIG(run.status) == signal;
+}
+
+/// The number of the call that stands `offset` calls behind the first synchronize of kTest.
+unsigned call_in_test(unsigned offset) {
+    const std::vector<std::string> calls = golden_first_run();
+    const std::string write = "CFPreferencesSetAppValue(" + kTest + ", false, " + kAppID + ")";
+    const auto found = std::find(calls.begin(), calls.end(), write);
+    EXPECT_NE(found, calls.end());
+    return static_cast<unsigned>(found - calls.begin()) + kFirstCall + 1 + offset;
+}
+
+std::string interrupt_in_test(const std::string& signals) {
+    return kOneRenderer + "interrupt " + std::to_string(call_in_test(5)) + " " + signals + "\n";
+}
+
+Values records_with_failed_test() {
+    Values records = golden_records();
+    records[kTest] = "false";
+    return records;
+}
+
+class InterruptionTest : public testing::TestWithParam<std::pair<const char*, int>> {
+protected:
+    const std::string name_ = GetParam().first;
+    const int signal_ = GetParam().second;
+};
+
+TEST_P(InterruptionTest, ends_the_run_by_its_signal_after_the_test_in_hand) {
+    FakeTool tool(interrupt_in_test(name_));
+    const ToolRun run = tool.run();
+    EXPECT_TRUE(ended_by(run, signal_)) << run.status;
+    EXPECT_EQ(lines_of(run.err).back(),
+              kAppID + "[" + std::to_string(run.pid) + "] GL_RGBA32F_ARB upload SET: 1");
+    EXPECT_EQ(lines_of(run.out).size(), 4u) << "what was printed is not lost";
+    EXPECT_EQ(tool.record(kTest), "true");
+    EXPECT_EQ(tool.records().count("GL_RGBA32F_ARB_UPLOAD_RESET"), 0u) << "the next was not begun";
+    EXPECT_EQ(tool.records().count("GL_VENDOR"), 0u);
+
+    tool.set_script(kOneRenderer);
+    EXPECT_TRUE(tool.run().exited_with(0));
+    EXPECT_EQ(tool.records(), golden_records());
+}
+
+TEST_P(InterruptionTest, is_one_when_its_signal_comes_twice_within_a_moment) {
+    const FakeTool tool(interrupt_in_test(name_ + " 0 SIGTERM"));
+    EXPECT_TRUE(WIFSIGNALED(tool.run().status));
+    EXPECT_EQ(tool.record(kTest), "true");
+}
+
+TEST_P(InterruptionTest, ends_the_run_at_once_the_second_time) {
+    FakeTool tool(interrupt_in_test("SIGTERM 300 " + name_));
+    const ToolRun run = tool.run();
+    EXPECT_TRUE(ended_by(run, signal_)) << run.status;
+    EXPECT_EQ(lines_of(run.err).back(), "Testing UPLOAD SET...");
+    EXPECT_EQ(tool.record(kTest), "false");
+
+    tool.set_script(kOneRenderer);
+    tool.run();
+    EXPECT_EQ(tool.records(), records_with_failed_test()) << "as after a crash";
+}
+
+TEST_P(InterruptionTest, ends_a_test_that_hangs_after_two_seconds) {
+    const FakeTool tool(interrupt_in_test(name_) + "pause " + std::to_string(call_in_test(6)) +
+                        " 60000\n");
+    const auto begin = std::chrono::steady_clock::now();
+    EXPECT_TRUE(ended_by(tool.run(), signal_));
+    const auto time = std::chrono::steady_clock::now() - begin;
+    EXPECT_GE(time, std::chrono::seconds(1));
+    EXPECT_LT(time, std::chrono::seconds(30));
+    EXPECT_EQ(tool.record(kTest), "false");
+}
+
+TEST_P(InterruptionTest, is_no_matter_to_a_run_that_was_told_to_ignore_it) {
+    const FakeTool tool(interrupt_in_test(name_));
+    const auto former = signal(signal_, SIG_IGN);
+    const ToolRun run = tool.run();
+    signal(signal_, former);
+    EXPECT_TRUE(run.exited_with(0));
+    EXPECT_EQ(tool.records(), golden_records());
+}
+
+TEST_P(InterruptionTest, that_the_driver_raises_is_a_death) {
+    FakeTool tool(kOneRenderer + "die " + name_ + " in " + kTest + " 5\n");
+    const ToolRun run = tool.run();
+    EXPECT_TRUE(ended_by(run, signal_));
+    EXPECT_EQ(lines_of(run.err).back(), "Testing UPLOAD SET...");
+    tool.run();
+    EXPECT_EQ(tool.records(), records_with_failed_test());
+}
+
+TEST_P(InterruptionTest, of_another_program_that_runs_the_tests_is_that_program_s) {
+    const FakeTool application(interrupt_in_test(name_), APPLICATION_ON_FAKES);
+    const ToolRun run = application.run();
+    EXPECT_TRUE(ended_by(run, signal_));
+    EXPECT_EQ(lines_of(run.err).back(), "Testing UPLOAD SET...") << "it died at once";
+    EXPECT_EQ(application.record(kTest), "false");
+}
+
+TEST_P(InterruptionTest, ends_a_run_that_waits_for_its_turn) {
+    FakeTool tool(kOneRenderer + "pause once " + std::to_string(call_in_test(5)) + " 60000\n");
+    const pid_t first = tool.start();
+    while (!tool.has_died()) std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    const pid_t second = tool.start();
+    std::this_thread::sleep_for(std::chrono::milliseconds(500));
+    kill(second, signal_);
+    const ToolRun run = tool.finish(second);
+    EXPECT_TRUE(ended_by(run, signal_));
+    kill(first, SIGKILL);
+    tool.finish(first);
+}
+
+INSTANTIATE_TEST_SUITE_P(By, InterruptionTest,
+                         testing::Values(std::pair{"SIGINT", SIGINT}, std::pair{"SIGTERM", SIGTERM},
+                                         std::pair{"SIGHUP", SIGHUP}),
+                         [](const auto& test) { return std::string(test.param.first); });
+
+}  // namespace
+}  // namespace texprobe::tests

@@ -1,0 +1,325 @@
+// The turn to measure, by itself: who gets it when others have it, die, hang, stop or fork.
+
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <signal.h>
+#include <sys/mman.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <chrono>
+#include <functional>
+#include <new>
+#include <thread>
+#include <vector>
+
+#include "measuring_turn.h"
+#include "platform/scratch_folder.h"
+
+namespace {
+
+using qor::MeasuringTurn;
+using qor::TurnSettings;
+using std::chrono::milliseconds;
+using texprobe::tests::ScratchFolder;
+
+constexpr unsigned kNever = 1000000;  // More looks than a test has time for.
+
+/// What the processes of a test count together.
+struct Counts {
+    std::atomic<int> started{0};
+    std::atomic<int> inside{0};
+    std::atomic<int> most{0};
+    std::atomic<int> through{0};
+    std::atomic<bool> mayGoOn{false};
+};
+
+bool wait_for(const std::function<bool()>& condition) {
+    for (int i = 0; i < 30000 && !condition(); ++i) {
+        std::this_thread::sleep_for(milliseconds(1));
+    }
+    return condition();
+}
+
+class MeasuringTurnTest : public testing::Test {
+protected:
+    ~MeasuringTurnTest() override {
+        for (const pid_t child : children_) {
+            kill(child, SIGKILL);
+            waitpid(child, nullptr, 0);
+        }
+        munmap(&counts_, sizeof(Counts));
+    }
+
+    TurnSettings settings(unsigned patience = kNever) const {
+        TurnSettings result;
+        result.file = folder_.path() / "lock";
+        result.pause = milliseconds(1);
+        result.patience = patience;
+        return result;
+    }
+
+    pid_t start(const std::function<void()>& work) {
+        const pid_t child = fork();
+        if (child == 0) {
+            work();
+            _exit(0);
+        }
+        children_.push_back(child);
+        return child;
+    }
+
+    /// A process that takes the turn and keeps it until it is ended.
+    pid_t start_holder(unsigned patience = kNever) {
+        const int before = counts_.started;
+        const pid_t child = start([this, patience] {
+            const MeasuringTurn turn(settings(patience), [] {});
+            ++counts_.started;
+            for (;;) pause();
+        });
+        EXPECT_TRUE(wait_for([&] { return counts_.started > before; }));
+        return child;
+    }
+
+    /// A process that takes the turn, stays for a while, and leaves.
+    pid_t start_visitor(unsigned patience) {
+        return start([this, patience] {
+            const MeasuringTurn turn(settings(patience), [] {});
+            const int now = ++counts_.inside;
+            if (now > counts_.most) counts_.most = now;
+            std::this_thread::sleep_for(milliseconds(5));
+            --counts_.inside;
+            ++counts_.through;
+        });
+    }
+
+    void end(pid_t child) {
+        kill(child, SIGKILL);
+        waitpid(child, nullptr, 0);
+        std::erase(children_, child);
+    }
+
+    bool gets_turn_at_once() {
+        bool waited = false;
+        const MeasuringTurn turn(settings(1), [&] { waited = true; });
+        return !waited;
+    }
+
+    const ScratchFolder folder_;
+    Counts& counts_ = *new (mmap(nullptr, sizeof(Counts), PROT_READ | PROT_WRITE,
+                                 MAP_SHARED | MAP_ANONYMOUS, -1, 0)) Counts;
+    std::vector<pid_t> children_;
+};
+
+TEST_F(MeasuringTurnTest, is_had_at_once_when_nobody_measures) {
+    MeasuringTurn turn(settings(), [] { ADD_FAILURE() << "it waits"; });
+    EXPECT_FALSE(turn.had_to_wait());
+    EXPECT_TRUE(turn.advance());
+}
+
+TEST_F(MeasuringTurnTest, comes_when_the_one_before_leaves) {
+    const pid_t holder = start([this] {
+        const MeasuringTurn turn(settings(), [] {});
+        ++counts_.started;
+        wait_for([this] { return counts_.mayGoOn.load(); });
+        counts_.through = 1;
+    });
+    ASSERT_TRUE(wait_for([&] { return counts_.started == 1; }));
+    const MeasuringTurn turn(settings(), [this] { counts_.mayGoOn = true; });
+    EXPECT_TRUE(turn.had_to_wait());
+    EXPECT_EQ(counts_.through, 1) << holder;
+}
+
+TEST_F(MeasuringTurnTest, is_one_process_s_at_a_time) {
+    for (int i = 0; i < 24; ++i) start_visitor(kNever);
+    EXPECT_TRUE(wait_for([&] { return counts_.through == 24; }));
+    EXPECT_EQ(counts_.most, 1);
+}
+
+TEST_F(MeasuringTurnTest, is_free_when_its_process_is_killed) {
+    end(start_holder());
+    EXPECT_TRUE(gets_turn_at_once());
+}
+
+TEST_F(MeasuringTurnTest, is_not_kept_by_a_child_of_a_dead_process) {
+    const pid_t holder = start([this] {
+        const MeasuringTurn turn(settings(), [] {});
+        if (fork() == 0) {
+            ++counts_.started;
+            wait_for([this] { return counts_.mayGoOn.load(); });
+            ++counts_.through;
+            _exit(0);
+        }
+        for (;;) pause();
+    });
+    ASSERT_TRUE(wait_for([&] { return counts_.started == 1; }));
+    end(holder);
+    EXPECT_TRUE(gets_turn_at_once());
+    counts_.mayGoOn = true;
+    EXPECT_TRUE(wait_for([&] { return counts_.through == 1; })) << "the child lived";
+}
+
+TEST_F(MeasuringTurnTest, stays_with_a_process_whose_child_ends) {
+    start([this] {
+        const MeasuringTurn turn(settings(), [] {});
+        const pid_t child = fork();
+        if (child == 0) _exit(0);
+        waitpid(child, nullptr, 0);
+        ++counts_.started;
+        for (;;) pause();
+    });
+    ASSERT_TRUE(wait_for([&] { return counts_.started == 1; }));
+    EXPECT_FALSE(gets_turn_at_once());
+}
+
+TEST_F(MeasuringTurnTest, is_taken_from_a_process_that_hangs_and_goes_to_one_at_a_time) {
+    start_holder();
+    for (int i = 0; i < 12; ++i) start_visitor(300);
+    EXPECT_TRUE(wait_for([&] { return counts_.through == 12; }));
+    EXPECT_EQ(counts_.most, 1);
+}
+
+TEST_F(MeasuringTurnTest, is_taken_from_one_process_that_hangs_after_the_other) {
+    for (int i = 0; i < 4; ++i) start_holder(50);
+    for (int i = 0; i < 6; ++i) start_visitor(300);
+    EXPECT_TRUE(wait_for([&] { return counts_.through == 6; }));
+    EXPECT_EQ(counts_.most, 1);
+}
+
+TEST_F(MeasuringTurnTest, comes_at_once_after_it_was_taken_from_one_that_hangs) {
+    start_holder();
+    start_visitor(20);
+    ASSERT_TRUE(wait_for([&] { return counts_.through == 1; }));
+    EXPECT_TRUE(gets_turn_at_once());
+}
+
+TEST_F(MeasuringTurnTest, stays_with_a_slow_process_that_goes_on) {
+    const pid_t holder = start([this] {
+        MeasuringTurn turn(settings(), [] {});
+        ++counts_.started;
+        for (int i = 0; i < 50; ++i) {
+            std::this_thread::sleep_for(milliseconds(20));
+            if (!turn.advance()) _exit(1);
+        }
+        counts_.through = 1;
+        _exit(0);
+    });
+    ASSERT_TRUE(wait_for([&] { return counts_.started == 1; }));
+    // It measures for a second, where a process that hangs for a fifth of it loses its turn.
+    const MeasuringTurn turn(settings(200), [] {});
+    EXPECT_EQ(counts_.through, 1);
+    int status = 0;
+    waitpid(holder, &status, 0);
+    children_.clear();
+    EXPECT_EQ(status, 0) << "it kept its turn";
+}
+
+TEST_F(MeasuringTurnTest, stays_with_a_process_that_was_stopped_together_with_those_who_wait) {
+    const pid_t holder = start([this] {
+        MeasuringTurn turn(settings(), [] {});
+        ++counts_.started;
+        for (;;) {
+            std::this_thread::sleep_for(milliseconds(20));
+            if (!turn.advance()) ++counts_.most;
+        }
+    });
+    ASSERT_TRUE(wait_for([&] { return counts_.started == 1; }));
+    const pid_t visitor = start([this] {
+        const MeasuringTurn turn(settings(400), [this] { counts_.inside = 1; });
+        ++counts_.through;
+    });
+    ASSERT_TRUE(wait_for([&] { return counts_.inside == 1; }));
+    for (const pid_t process : {holder, visitor}) kill(process, SIGSTOP);
+    std::this_thread::sleep_for(milliseconds(800));
+    kill(visitor, SIGCONT);
+    std::this_thread::sleep_for(milliseconds(50));
+    kill(holder, SIGCONT);
+    std::this_thread::sleep_for(milliseconds(100));
+    EXPECT_EQ(counts_.most, 0) << "the holder lost its turn";
+    EXPECT_EQ(counts_.through, 0) << "the visitor took it";
+}
+
+TEST_F(MeasuringTurnTest, is_waited_for_again_by_one_who_lost_it_and_comes_back_to_life) {
+    start([this] {
+        MeasuringTurn turn(settings(), [] {});
+        ++counts_.started;
+        wait_for([this] { return counts_.mayGoOn.load(); });
+        if (!turn.advance()) ++counts_.through;
+        for (;;) pause();
+    });
+    ASSERT_TRUE(wait_for([&] { return counts_.started == 1; }));
+    {
+        MeasuringTurn turn(settings(20), [] {});
+        counts_.mayGoOn = true;
+        std::this_thread::sleep_for(milliseconds(100));
+        EXPECT_EQ(counts_.through, 0) << "somebody else measures";
+        EXPECT_TRUE(turn.advance());
+    }
+    EXPECT_TRUE(wait_for([&] { return counts_.through == 1; }));
+    EXPECT_FALSE(gets_turn_at_once()) << "it has a turn again";
+}
+
+TEST_F(MeasuringTurnTest, is_taken_from_a_stopped_process_at_once) {
+    const pid_t holder = start_holder();
+    kill(holder, SIGSTOP);
+    qor::take_turn_from(holder, settings());
+    EXPECT_TRUE(gets_turn_at_once());
+}
+
+TEST_F(MeasuringTurnTest, stays_when_the_stopped_process_is_another_one) {
+    start_holder();
+    const pid_t visitor = start_visitor(kNever);
+    qor::take_turn_from(visitor, settings());
+    EXPECT_FALSE(gets_turn_at_once());
+}
+
+class UnlockablePlaceTest : public MeasuringTurnTest {
+protected:
+    void expect_run_without_turn(const std::filesystem::path& file) {
+        TurnSettings place = settings();
+        place.file = file;
+        MeasuringTurn turn(place, [] { ADD_FAILURE() << "it waits"; });
+        EXPECT_FALSE(turn.had_to_wait());
+        EXPECT_TRUE(turn.advance());
+        qor::take_turn_from(getpid(), place);
+    }
+};
+
+TEST_F(UnlockablePlaceTest, no_place_costs_the_turn_alone) {
+    expect_run_without_turn("");
+    expect_run_without_turn(folder_.path() / "missing" / "lock");
+}
+
+TEST_F(UnlockablePlaceTest, something_else_in_the_place_costs_the_turn_alone) {
+    std::filesystem::create_directory(folder_.path() / "folder");
+    expect_run_without_turn(folder_.path() / "folder");
+    ASSERT_EQ(mkfifo((folder_.path() / "pipe").c_str(), 0600), 0);
+    expect_run_without_turn(folder_.path() / "pipe");
+    std::filesystem::create_symlink("elsewhere", folder_.path() / "link");
+    expect_run_without_turn(folder_.path() / "link");
+    EXPECT_FALSE(std::filesystem::exists(folder_.path() / "elsewhere"));
+}
+
+TEST_F(UnlockablePlaceTest, folder_that_cannot_be_changed_ends_the_wait_behind_one_that_hangs) {
+    if (geteuid() != 0) GTEST_SKIP() << "needs a folder of another user's";
+    constexpr uid_t kNobody = 65534;
+    const pid_t holder = start([this] {
+        std::filesystem::permissions(folder_.path(), std::filesystem::perms::all);
+        if (setuid(kNobody) != 0) _exit(1);
+        const MeasuringTurn turn(settings(), [] {});
+        ++counts_.started;
+        for (;;) pause();
+    });
+    ASSERT_TRUE(wait_for([&] { return counts_.started == 1; })) << holder;
+    std::filesystem::permissions(folder_.path(), std::filesystem::perms(0755));
+    start([this] {
+        if (setuid(kNobody) != 0) _exit(1);
+        const MeasuringTurn turn(settings(20), [] {});
+        ++counts_.through;
+    });
+    EXPECT_TRUE(wait_for([&] { return counts_.through == 1; }));
+}
+
+}  // namespace

@@ -1,0 +1,19 @@
+// The turn of the tests' tools lies beside the executable, as their records do. A file "patience"
+// there says after how many looks a run counts as hanging.
+
+#include <filesystem>
+#include <fstream>
+
+#include "turn_settings.h"
+
+namespace qor {
+
+TurnSettings turn_settings() {
+    const auto folder = std::filesystem::read_symlink("/proc/self/exe").parent_path();
+    TurnSettings settings;
+    settings.file = folder / "measuring.lock";
+    std::ifstream(folder / "patience") >> settings.patience;
+    return settings;
+}
+
+}  // namespace qor
