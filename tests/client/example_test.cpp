@@ -16,6 +16,7 @@ namespace {
 
 using testing::EndsWith;
 using testing::HasSubstr;
+using testing::Not;
 
 const std::array<const char*, 16> kFormats = {
     "GL_LUMINANCE8",       "GL_LUMINANCE8_ALPHA8",      "GL_RGB8",       "GL_RGBA8",
@@ -55,9 +56,10 @@ protected:
 
     std::filesystem::path program() const { return folder_.path() / "texformats"; }
 
-    /// Runs the example with words of a shell, its standard error with its output; returns both.
-    std::string run(const std::string& arguments) {
-        std::string command = "env -i '";
+    /// Runs the example with words of a shell, in an environment of `variables`; returns its
+    /// output.
+    std::string run(const std::string& arguments, const std::string& variables = "") {
+        std::string command = "env -i " + variables + " '";
         command += program();
         command += "' " + arguments;
         FILE* pipe = popen(command.c_str(), "re");
@@ -116,6 +118,15 @@ TEST_F(Example, measures_once_with_the_tool_beside_it_and_prints_the_table) {
     EXPECT_THAT(first, HasSubstr("] testing...\n"));
     EXPECT_EQ(status_, 0);
     EXPECT_EQ(run("2>&1"), table(false));
+    EXPECT_EQ(status_, 0);
+}
+
+TEST_F(Example, measures_once_in_each_of_two_environments_that_take_turns) {
+    const std::string other = "MESA_GL_VERSION_OVERRIDE=2.1";
+    EXPECT_THAT(run("2>&1"), HasSubstr("] testing...\n"));
+    EXPECT_THAT(run("2>&1", other), HasSubstr("] testing...\n"));
+    EXPECT_THAT(run("2>&1"), Not(HasSubstr("testing")));
+    EXPECT_THAT(run("2>&1", other), Not(HasSubstr("testing")));
     EXPECT_EQ(status_, 0);
 }
 

@@ -4,8 +4,11 @@
 #include <gtest/gtest.h>
 
 #include <cstdlib>
+#include <map>
+#include <string>
 
 #include "CGL/devices.h"
+#include "CGL/driver_overrides.h"
 #include "laid_out_machine.h"
 #include "scripted_egl.h"
 
@@ -17,34 +20,6 @@ using texprobe::platform::renderer_id;
 using texprobe::tests::hardware;
 using texprobe::tests::LaidOutMachine;
 using texprobe::tests::ScriptedEgl;
-
-/// Sets a variable of the environment while it lives; a null value takes it away.
-class Variable {
-public:
-    Variable(const char* name, const char* value) : name_(name) {
-        if (const char* before = std::getenv(name)) {
-            was_set_ = true;
-            before_ = before;
-        }
-        set(value);
-    }
-    ~Variable() { set(was_set_ ? before_.c_str() : nullptr); }
-    Variable(const Variable&) = delete;
-    Variable& operator=(const Variable&) = delete;
-
-private:
-    void set(const char* value) const {
-        if (value) {
-            setenv(name_, value, 1);
-        } else {
-            unsetenv(name_);
-        }
-    }
-
-    const char* name_;
-    bool was_set_ = false;
-    std::string before_;
-};
 
 std::uint32_t id_of_gpu(const std::string& slot, const std::string& node,
                         const std::string& driver) {
@@ -75,27 +50,55 @@ TEST(RendererId, of_a_gpu_depends_on_its_kernel_driver) {
     EXPECT_NE(id_of_gpu("pci0/a", "renderD128", "radeon"), 0x944e81a2u);
 }
 
-TEST(DriverOverrides, are_the_set_variables_in_a_fixed_order) {
-    const Variable gallium("GALLIUM_DRIVER", "softpipe");
-    const Variable loader("MESA_LOADER_DRIVER_OVERRIDE", "zink");
-    const Variable always("LIBGL_ALWAYS_SOFTWARE", "1");
-    EXPECT_EQ(
-        driver_overrides(),
-        "GALLIUM_DRIVER=softpipe\nMESA_LOADER_DRIVER_OVERRIDE=zink\nLIBGL_ALWAYS_SOFTWARE=1\n");
-}
-
-TEST(DriverOverrides, leave_out_variables_that_are_empty_or_not_set) {
-    const Variable gallium("GALLIUM_DRIVER", "");
-    const Variable loader("MESA_LOADER_DRIVER_OVERRIDE", nullptr);
-    const Variable always("LIBGL_ALWAYS_SOFTWARE", "true");
-    EXPECT_EQ(driver_overrides(), "LIBGL_ALWAYS_SOFTWARE=true\n");
+/// What a process with these variables and no others makes of them.
+std::string overrides_of(const std::map<std::string, std::string>& variables) {
+    clearenv();
+    for (const auto& [name, value] : variables) setenv(name.c_str(), value.c_str(), 1);
+    return driver_overrides();
 }
 
 TEST(DriverOverrides, are_empty_in_an_empty_environment) {
-    const Variable gallium("GALLIUM_DRIVER", nullptr);
-    const Variable loader("MESA_LOADER_DRIVER_OVERRIDE", nullptr);
-    const Variable always("LIBGL_ALWAYS_SOFTWARE", nullptr);
-    EXPECT_EQ(driver_overrides(), "");
+    EXPECT_EQ(overrides_of({}), "");
+}
+
+TEST(DriverOverrides, are_the_set_variables_in_a_fixed_order) {
+    EXPECT_EQ(
+        overrides_of({{"LIBGL_ALWAYS_SOFTWARE", "1"},
+                      {"MESA_LOADER_DRIVER_OVERRIDE", "zink"},
+                      {"GALLIUM_DRIVER", "softpipe"}}),
+        "GALLIUM_DRIVER=softpipe\nMESA_LOADER_DRIVER_OVERRIDE=zink\nLIBGL_ALWAYS_SOFTWARE=1\n");
+    EXPECT_EQ(overrides_of({{"MESA_GL_VERSION_OVERRIDE", "2.1"}, {"GALLIUM_DRIVER", "softpipe"}}),
+              "GALLIUM_DRIVER=softpipe\nMESA_GL_VERSION_OVERRIDE=2.1\n");
+}
+
+TEST(DriverOverrides, leave_out_variables_that_are_empty_or_not_set) {
+    EXPECT_EQ(overrides_of({{"GALLIUM_DRIVER", ""}, {"LIBGL_ALWAYS_SOFTWARE", "true"}}),
+              "LIBGL_ALWAYS_SOFTWARE=true\n");
+}
+
+TEST(DriverOverrides, leave_out_variables_that_change_no_verdict_and_no_string) {
+    EXPECT_EQ(overrides_of({{"HOME", "/home/user"},
+                            {"DISPLAY", ":0"},
+                            {"MESA_DEBUG", "context"},
+                            {"MESA_GLES_VERSION_OVERRIDE", "2.0"},
+                            {"MESA_SHADER_CACHE_DISABLE", "1"},
+                            {"LIBGL_DRI3_DISABLE", "1"},
+                            {"GALLIUM_HUD", "fps"},
+                            {"LP_NUM_THREADS", "2"},
+                            {"LD_LIBRARY_PATH", "/opt/lib"},
+                            {"vblank_mode", "0"}}),
+              "");
+}
+
+// Each changes what Mesa 22.3 reports or does on a software renderer, as runs of the tool showed.
+TEST(DriverOverrides, are_all_that_are_known_to_matter) {
+    for (const std::string name :
+         {"MESA_EXTENSION_OVERRIDE", "MESA_EXTENSION_MAX_YEAR", "MESA_GL_VERSION_OVERRIDE",
+          "mesa_extension_override", "force_gl_vendor", "force_gl_renderer",
+          "LP_NATIVE_VECTOR_WIDTH", "GALLIUM_OVERRIDE_CPU_CAPS", "GALLIUM_NOSSE", "LP_NO_RAST",
+          "GALLIUM_NOOP", "ST_DEBUG", "SOFTPIPE_DEBUG", "LIBGL_DRIVERS_PATH"}) {
+        EXPECT_EQ(overrides_of({{name, "x y"}}), name + "=x y\n");
+    }
 }
 
 }  // namespace

@@ -48,9 +48,7 @@ ScriptedDevice with_nvidia_memory(const std::string& node, GLint kibibytes) {
 class RendererList : public testing::Test {
 protected:
     void SetUp() override {
-        unsetenv("GALLIUM_DRIVER");
-        unsetenv("MESA_LOADER_DRIVER_OVERRIDE");
-        unsetenv("LIBGL_ALWAYS_SOFTWARE");
+        clearenv();  // Some variables would change the IDs.
         machine_.add_gpu("pci0/a", {"card0", "renderD128"}, "0x1002", "0x73df", "amdgpu");
         machine_.add_gpu("pci0/b", {"card1", "renderD129"}, "0x10de", "0x2204", "nvidia");
     }

@@ -1,7 +1,6 @@
 #include "CGL/devices.h"
 
 #include <algorithm>
-#include <cstdlib>
 
 #include "fnv1a.h"
 
@@ -96,16 +95,6 @@ std::vector<Device> list_devices(const Egl& egl, const std::filesystem::path& sy
     std::stable_partition(devices.begin(), devices.end(),
                           [](const Device& device) { return !device.software; });
     return devices;
-}
-
-std::string driver_overrides() {
-    std::string overrides;
-    for (const char* name :
-         {"GALLIUM_DRIVER", "MESA_LOADER_DRIVER_OVERRIDE", "LIBGL_ALWAYS_SOFTWARE"}) {
-        const char* value = std::getenv(name);
-        if (value && *value) overrides += std::string(name) + '=' + value + '\n';
-    }
-    return overrides;
 }
 
 std::uint32_t renderer_id(std::string_view identity, std::string_view overrides) {

@@ -27,10 +27,8 @@ struct Device {
 /// Hardware before software, each in EGL's order. Empty when EGL cannot list devices.
 std::vector<Device> list_devices(const Egl& egl, const std::filesystem::path& sysfs);
 
-/// The variables of the environment that make Mesa load another driver for the same device.
-std::string driver_overrides();
-
-/// A stable hash of what renders; never 0, which ends CGL's attribute lists.
+/// A stable hash of what renders, the device and the driver_overrides(); never 0, which ends CGL's
+/// attribute lists.
 std::uint32_t renderer_id(std::string_view identity, std::string_view overrides);
 
 }  // namespace texprobe::platform

@@ -7,6 +7,7 @@
 #include <limits>
 #include <utility>
 
+#include "CGL/driver_overrides.h"
 #include "CGL/offscreen.h"
 #include "CGL/open_check.h"
 
