@@ -40,15 +40,17 @@ inline void release(CFTypeRef object) {
     if (object) CFRelease(object);
 }
 
-/// The operating system's build string; read once and never freed.
+inline const char* read_system_version() {
+    std::size_t length = 0;
+    sysctlbyname("kern.osversion", nullptr, &length, nullptr, 0);
+    char* version = new char[length];
+    sysctlbyname("kern.osversion", version, &length, nullptr, 0);
+    return version;
+}
+
+/// The operating system's build string; read once, by the first thread that asks, and never freed.
 inline const char* get_system_version() {
-    static char* osver = nullptr;
-    if (!osver) {
-        std::size_t length = 0;
-        sysctlbyname("kern.osversion", nullptr, &length, nullptr, 0);
-        osver = new char[length];
-        sysctlbyname("kern.osversion", osver, &length, nullptr, 0);
-    }
+    static const char* const osver = read_system_version();
     return osver;
 }
 

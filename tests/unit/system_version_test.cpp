@@ -1,0 +1,47 @@
+// The system's build string under many threads. On one, the test driver's calls show it.
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <chrono>
+#include <cstddef>
+#include <cstring>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "TexProbe/records.h"
+
+namespace {
+
+constexpr char kBuild[] = "22G120";
+std::atomic<int> calls{0};
+
+}  // namespace
+
+/// A system that takes its time before it fills the text in.
+extern "C" int sysctlbyname(const char*, void* old, std::size_t* length, void*, std::size_t) {
+    ++calls;
+    *length = sizeof kBuild;
+    if (old) {
+        std::memset(old, 0, sizeof kBuild);
+        std::this_thread::sleep_for(std::chrono::milliseconds(100));
+        std::memcpy(old, kBuild, sizeof kBuild);
+    }
+    return 0;
+}
+
+namespace {
+
+TEST(SystemVersion, is_read_once_and_whole_for_all_threads) {
+    std::vector<std::string> seen(8);
+    std::vector<std::thread> threads;
+    for (std::string& text : seen) {
+        threads.emplace_back([&text] { text = get_system_version(); });
+    }
+    for (std::thread& thread : threads) thread.join();
+    EXPECT_EQ(seen, std::vector<std::string>(8, "22G120"));
+    EXPECT_EQ(calls, 2);
+}
+
+}  // namespace
