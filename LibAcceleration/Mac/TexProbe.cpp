@@ -333,6 +333,14 @@ CFStringRef copyCurrentRendererID() {
     return nullptr;
 }
 
+/// Runs the tool and tells whether it succeeded. Without a path there is none to start.
+bool run_tool(const char* toolPath) {
+    if (!toolPath) return false;
+    // Passed to the shell as it is: a path that contains a double quote breaks the quoting.
+    const std::string command = std::string("\"") + toolPath + "\"";
+    return std::system(command.c_str()) == 0;
+}
+
 }  // namespace
 
 namespace qor {
@@ -358,9 +366,7 @@ TexProbe::TexProbe() : appID_(nullptr) {}
 TexProbe::TexProbe(const char* toolPath) : TexProbe() {
     appID_ = copyCurrentRendererID();
     if (!appID_) {
-        // Passed to the shell as it is: a path that contains a double quote breaks the quoting.
-        const std::string command = std::string("\"") + toolPath + "\"";
-        if (std::system(command.c_str()) != 0) {
+        if (!run_tool(toolPath)) {
             std::cerr << "Running texprobe failed" << std::endl;
             std::fputs("*** texprobe() failed\n", stderr);
             return;

@@ -149,6 +149,22 @@ TEST_F(Construction, prints_the_errors_of_both_lookups) {
               "*** cannot get renderer\n");
 }
 
+TEST_F(Construction, is_empty_without_a_tool_path_and_without_records) {
+    testing::internal::CaptureStderr();
+    const TexProbe probe(nullptr);
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), kToolFailed);
+    expect_empty(probe);
+}
+
+TEST_F(Construction, needs_no_tool_path_when_there_are_records) {
+    write_identity_of_renderer();
+    write_boolean(kScriptedApplication, "GL_RGB16F_ARB_SUPPORTED", true);
+    testing::internal::CaptureStderr();
+    const TexProbe probe(nullptr);
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
+    expect_loaded(probe);
+}
+
 TEST_F(Construction, accepts_a_path_with_spaces) {
     const auto probe =
         construct(scripts_.write("a folder/the tool", ToolScripts::quote(folder_.tool())));
