@@ -7,10 +7,14 @@
 #include <gtest/gtest.h>
 #include <sqlite3.h>
 
+#include <array>
 #include <cstdlib>
 #include <fstream>
+#include <latch>
 #include <ostream>
 #include <set>
+#include <thread>
+#include <vector>
 
 #include "TexProbe.h"
 #include "application_context.h"
@@ -210,6 +214,47 @@ TEST_F(SurfacelessApplication, keeps_its_other_displays) {
     EXPECT_NE(eglQueryString(display, EGL_VERSION), nullptr);
     EXPECT_NE(eglQueryString(eglGetCurrentDisplay(), EGL_VERSION), nullptr);
     eglTerminate(display);
+}
+
+// EGL's own error, and one of its vendor's library. The first lookup of a process is the one that
+// asks EGL for its devices.
+TEST_F(SurfacelessApplication, keeps_a_pending_error_of_egl) {
+    const auto context = open_surfaceless();
+    eglQueryString(reinterpret_cast<EGLDisplay>(1), EGL_VERSION);
+    construct("/bin/true");
+    EXPECT_EQ(messages_, "*** cannot get renderer\n");
+    EXPECT_EQ(eglGetError(), EGL_BAD_DISPLAY);
+    EXPECT_EQ(eglGetError(), EGL_SUCCESS);
+}
+
+TEST_F(SurfacelessApplication, keeps_a_pending_error_of_egl_s_vendor) {
+    const auto context = open_surfaceless();
+    EGLint value = 0;
+    eglQueryContext(eglGetCurrentDisplay(), eglGetCurrentContext(), EGL_NONE, &value);
+    construct("/bin/true");
+    EXPECT_EQ(messages_, "*** cannot get renderer\n");
+    EXPECT_EQ(eglGetError(), EGL_BAD_ATTRIBUTE);
+    EXPECT_EQ(eglGetError(), EGL_SUCCESS);
+}
+
+TEST_F(SurfacelessApplication, may_construct_on_several_threads_at_once) {
+    ASSERT_TRUE(folder_.run().exited_with(0));
+    std::array<bool, 4> found{};
+    // Together to the end, too: they share EGL's one display, which the first to close ends.
+    std::latch opened(found.size());
+    std::latch asked(found.size());
+    std::vector<std::thread> threads;
+    for (bool& is_found : found) {
+        threads.emplace_back([&] {
+            const auto context = open_surfaceless();
+            opened.arrive_and_wait();
+            const qor::TexProbe probe(nullptr);
+            is_found = probe.IsTextureFormatSupported(GL_RGBA8, true);
+            asked.arrive_and_wait();
+        });
+    }
+    for (std::thread& thread : threads) thread.join();
+    EXPECT_THAT(found, testing::Each(true));
 }
 
 TEST_F(SurfacelessApplication, keeps_its_own_sqlite) {

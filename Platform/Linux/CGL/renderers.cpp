@@ -1,10 +1,14 @@
 #include "CGL/renderers.h"
 
+#include <pthread.h>
+#include <signal.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <cstdio>
+#include <future>
 #include <limits>
+#include <system_error>
 #include <utility>
 
 #include "CGL/driver_overrides.h"
@@ -20,6 +24,37 @@ std::uint64_t system_memory() {
     const long page_size = sysconf(_SC_PAGESIZE);
     if (pages < 0 || page_size < 0) return 0;
     return static_cast<std::uint64_t>(pages) * static_cast<std::uint64_t>(page_size);
+}
+
+/// Blocks all signals on this thread, and on those that it starts meanwhile.
+class BlockedSignals {
+public:
+    BlockedSignals() {
+        sigset_t all;
+        sigfillset(&all);
+        pthread_sigmask(SIG_SETMASK, &all, &before_);
+    }
+    ~BlockedSignals() { pthread_sigmask(SIG_SETMASK, &before_, nullptr); }
+    BlockedSignals(const BlockedSignals&) = delete;
+    BlockedSignals& operator=(const BlockedSignals&) = delete;
+
+private:
+    sigset_t before_;
+};
+
+/// Lists the renderers on a thread that ends with it. EGL keeps one error for each thread, and
+/// every call replaces it: the calling thread may have one that the application has yet to ask for.
+/// The application's signal handlers do not run on that thread.
+Renderers* list_renderers() {
+    std::future<Renderers*> list;
+    try {
+        const BlockedSignals blocked;
+        list = std::async(std::launch::async, [] { return new Renderers({}); });
+    } catch (const std::system_error&) {
+        // No more threads: a list is worth more than an error.
+        return new Renderers({});
+    }
+    return list.get();
 }
 
 }  // namespace
@@ -106,7 +141,7 @@ void Renderers::check(Renderer& renderer) const {
 
 Renderers& system_renderers() {
     // Never destroyed: another thread may be using it while the process exits.
-    static Renderers& renderers = *new Renderers({});
+    static Renderers& renderers = *list_renderers();
     return renderers;
 }
 
