@@ -13,6 +13,18 @@ typedef unsigned int GLenum;
 
 #define QOR_TEXPROBE_EXPORT __attribute__((visibility("default")))
 
+// The object holds a std::map, whose size is the standard library's business. ELF systems may have
+// several standard libraries, GNU's being the usual one. With another, or with GNU's debug mode,
+// the constructor gets another name: then an application and a library that do not fit cannot be
+// linked, and what the linker misses says why.
+#if defined(__ELF__) && defined(_LIBCPP_VERSION)
+#define QOR_TEXPROBE_FITS __attribute__((abi_tag("needs_TexProbe_built_with_libcxx")))
+#elif defined(_GLIBCXX_DEBUG)
+#define QOR_TEXPROBE_FITS __attribute__((abi_tag("needs_TexProbe_built_with_GLIBCXX_DEBUG")))
+#else
+#define QOR_TEXPROBE_FITS
+#endif
+
 namespace qor {
 
 /// The measured capabilities of one renderer, read once at construction and answered from memory.
@@ -46,7 +58,7 @@ public:
     /// runs the tool at `toolPath` once, waits for it, and looks again. `toolPath` is passed to the
     /// shell between double quotes and is not used at all when records exist. The context stays
     /// current and its state is not changed.
-    explicit TexProbe(const char* toolPath);
+    QOR_TEXPROBE_FITS explicit TexProbe(const char* toolPath);
     ~TexProbe();
 
     TexProbe(const TexProbe&) = delete;
