@@ -30,8 +30,10 @@ void define_texture(GLuint name, GLsizei size, const void* pixels) {
 void set_up_drawing() {
     define_texture(kTarget, kSize, nullptr);
     define_texture(kTexture, 1, kTexel.data());
-    glBindFramebuffer(GL_FRAMEBUFFER, kFramebuffer);
-    glFramebufferTexture2D(GL_FRAMEBUFFER, GL_COLOR_ATTACHMENT0, GL_TEXTURE_2D, kTarget, 0);
+    // libGL's, by the names that the library uses as well: they must not reach the library.
+    glBindFramebufferEXT(GL_FRAMEBUFFER_EXT, kFramebuffer);
+    glFramebufferTexture2DEXT(GL_FRAMEBUFFER_EXT, GL_COLOR_ATTACHMENT0_EXT, GL_TEXTURE_2D, kTarget,
+                              0);
     glBindBuffer(GL_ARRAY_BUFFER, kBuffer);
     glViewport(0, 0, kSize, kSize);
     glClearColor(0.0f, 0.0f, 1.0f, 1.0f);

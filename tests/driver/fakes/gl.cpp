@@ -1,6 +1,8 @@
+#include <EGL/egl.h>
 #include <OpenGL/gl.h>
-#include <OpenGL/glext.h>
 
+#include <GL/glext.h>
+#include <cstdlib>
 #include <cstring>
 
 #include "fakes.h"
@@ -202,6 +204,21 @@ GLenum glCheckFramebufferStatusEXT(GLenum target) {
     return fakes::script().incomplete.count(format) != 0
                ? static_cast<GLenum>(GL_FRAMEBUFFER_INCOMPLETE_ATTACHMENT_EXT)
                : static_cast<GLenum>(GL_FRAMEBUFFER_COMPLETE_EXT);
+}
+
+// How the product comes by the functions of extensions. Any other would be a change.
+void (*eglGetProcAddress(const char* function))() {
+    const std::string wanted = function;
+    if (wanted == "glBindFramebufferEXT") {
+        return reinterpret_cast<void (*)()>(&glBindFramebufferEXT);
+    }
+    if (wanted == "glFramebufferTexture2DEXT") {
+        return reinterpret_cast<void (*)()>(&glFramebufferTexture2DEXT);
+    }
+    if (wanted == "glCheckFramebufferStatusEXT") {
+        return reinterpret_cast<void (*)()>(&glCheckFramebufferStatusEXT);
+    }
+    std::abort();
 }
 
 void glDrawBuffer(GLenum buffer) {
