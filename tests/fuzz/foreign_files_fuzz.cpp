@@ -10,7 +10,6 @@
 #include <cstring>
 #include <filesystem>
 #include <fstream>
-#include <sstream>
 #include <string>
 #include <string_view>
 
@@ -39,8 +38,10 @@ void read_vendor_file(const std::string& text) {
 
 /// The input as a whole file, and behind a header that leads the reader to its segments.
 void read_elf(std::string text) {
-    std::istringstream whole(text);
-    require(read_build_id(whole).size() <= text.size(), "a longer build ID than the file");
+    const auto read_at = [&text](std::uint64_t offset, std::size_t size) {
+        return offset < text.size() ? text.substr(offset, size) : std::string();
+    };
+    require(read_build_id(read_at).size() <= text.size(), "a longer build ID than the file");
 
     ElfW(Ehdr) header;
     if (text.size() < sizeof header) return;
@@ -57,8 +58,7 @@ void read_elf(std::string text) {
     if (header.e_phoff + sizeof segment <= text.size()) {
         std::memcpy(text.data() + header.e_phoff, &segment, sizeof segment);
     }
-    std::istringstream led(text);
-    require(read_build_id(led).size() <= text.size(), "a longer build ID than the file");
+    require(read_build_id(read_at).size() <= text.size(), "a longer build ID than the file");
 }
 
 /// Makes a new file: file systems put one on the disk that is written over.

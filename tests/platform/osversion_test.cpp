@@ -11,7 +11,6 @@
 
 #include <cerrno>
 #include <cstring>
-#include <sstream>
 #include <string>
 
 #include "laid_out_machine.h"
@@ -71,8 +70,9 @@ std::string elf_with_build_id(const std::string& id) {
 }
 
 std::string build_id_of(const std::string& file) {
-    std::istringstream stream(file);
-    return read_build_id(stream);
+    return read_build_id([&file](std::uint64_t offset, std::size_t size) {
+        return offset < file.size() ? file.substr(offset, size) : std::string();
+    });
 }
 
 /// A system with vendor directories "etc" and "usr", and library directories "lib1" and "lib2".

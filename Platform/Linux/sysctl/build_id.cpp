@@ -1,12 +1,13 @@
 #include "sysctl/build_id.h"
 
 #include <elf.h>
+#include <fcntl.h>
 #include <link.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <cstddef>
 #include <cstring>
-#include <fstream>
 #include <string_view>
 #include <system_error>
 
@@ -18,19 +19,9 @@ using namespace std::string_view_literals;
 
 constexpr std::size_t kLongestNotes = 65536;
 
-/// `size` bytes of the file from `offset`; fewer where the file ends.
-std::string read_bytes(std::istream& file, std::uint64_t offset, std::size_t size) {
-    std::string bytes(size, '\0');
-    file.clear();
-    file.seekg(static_cast<std::streamoff>(offset));
-    file.read(bytes.data(), static_cast<std::streamsize>(size));
-    bytes.resize(file.gcount() > 0 ? static_cast<std::size_t>(file.gcount()) : 0);
-    return bytes;
-}
-
 template <typename Header>
-bool read_header(std::istream& file, std::uint64_t offset, Header* header) {
-    const std::string bytes = read_bytes(file, offset, sizeof *header);
+bool read_header(const ReadAt& read_at, std::uint64_t offset, Header* header) {
+    const std::string bytes = read_at(offset, sizeof *header);
     if (bytes.size() != sizeof *header) return false;
     std::memcpy(header, bytes.data(), sizeof *header);
     return true;
@@ -59,18 +50,18 @@ std::string find_build_id(std::string_view notes) {
 
 }  // namespace
 
-std::string read_build_id(std::istream& elf) {
+std::string read_build_id(const ReadAt& read_at) {
     constexpr unsigned char kClass = sizeof(void*) == 8 ? ELFCLASS64 : ELFCLASS32;
     ElfW(Ehdr) file;
-    if (!read_header(elf, 0, &file) || std::memcmp(file.e_ident, ELFMAG, SELFMAG) != 0 ||
+    if (!read_header(read_at, 0, &file) || std::memcmp(file.e_ident, ELFMAG, SELFMAG) != 0 ||
         file.e_ident[EI_CLASS] != kClass || file.e_phentsize != sizeof(ElfW(Phdr))) {
         return {};
     }
     for (std::uint64_t i = 0; i < file.e_phnum; ++i) {
         ElfW(Phdr) segment;
-        if (!read_header(elf, file.e_phoff + i * sizeof segment, &segment)) return {};
+        if (!read_header(read_at, file.e_phoff + i * sizeof segment, &segment)) return {};
         if (segment.p_type != PT_NOTE || segment.p_filesz > kLongestNotes) continue;
-        const std::string notes = read_bytes(elf, segment.p_offset, segment.p_filesz);
+        const std::string notes = read_at(segment.p_offset, segment.p_filesz);
         if (std::string id = find_build_id(notes); !id.empty()) return id;
     }
     return {};
@@ -80,8 +71,16 @@ std::string identify_library(const std::filesystem::path& library) {
     std::error_code error;
     // Opening anything else could block.
     if (!std::filesystem::is_regular_file(library, error)) return {};
-    std::ifstream file(library, std::ios::binary);
-    std::string identity = read_build_id(file);
+    std::string identity;
+    if (const int file = open(library.c_str(), O_RDONLY | O_CLOEXEC); file >= 0) {
+        identity = read_build_id([file](std::uint64_t offset, std::size_t size) {
+            std::string bytes(size, '\0');
+            const ssize_t count = pread(file, bytes.data(), size, static_cast<off_t>(offset));
+            bytes.resize(count > 0 ? static_cast<std::size_t>(count) : 0);
+            return bytes;
+        });
+        close(file);
+    }
     if (identity.empty()) {
         const auto time = std::filesystem::last_write_time(library, error);
         identity = std::to_string(std::filesystem::file_size(library, error)) + ' ' +

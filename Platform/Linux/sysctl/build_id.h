@@ -3,15 +3,20 @@
 #ifndef TEXPROBE_PLATFORM_SYSCTL_BUILD_ID_H
 #define TEXPROBE_PLATFORM_SYSCTL_BUILD_ID_H
 
+#include <cstddef>
+#include <cstdint>
 #include <filesystem>
-#include <istream>
+#include <functional>
 #include <string>
 
 namespace texprobe::platform {
 
+/// `size` bytes of a file from `offset`; fewer where the file ends.
+using ReadAt = std::function<std::string(std::uint64_t offset, std::size_t size)>;
+
 /// The bytes of an ELF file's GNU build ID; empty when there is none, or the file is no ELF file of
 /// this machine's word size.
-std::string read_build_id(std::istream& elf);
+std::string read_build_id(const ReadAt& read_at);
 
 /// The library's build ID, or its size and time where it has none; empty when there is no such
 /// file.
