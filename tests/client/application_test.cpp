@@ -3,9 +3,11 @@
 #include <EGL/egl.h>
 #include <EGL/eglext.h>
 #include <OpenGL/gl.h>
+#include <dlfcn.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <sqlite3.h>
+#include <unistd.h>
 
 #include <array>
 #include <cstdlib>
@@ -182,6 +184,26 @@ INSTANTIATE_TEST_SUITE_P(On, Application,
 
 class SurfacelessApplication : public ApplicationFixture {};
 
+int constructionsByPlugin = 0;
+
+}  // namespace
+}  // namespace texprobe::tests
+
+extern "C" __attribute__((visibility("default"))) void texprobe_on_plugin_load() {
+    const qor::TexProbe probe("/bin/true");
+    ++texprobe::tests::constructionsByPlugin;
+}
+
+namespace texprobe::tests {
+namespace {
+
+bool constructs_while_a_plugin_is_loaded() {
+    alarm(60);
+    dlopen(PLUGIN, RTLD_NOW);
+    alarm(0);
+    return constructionsByPlugin == 1;
+}
+
 TEST_F(SurfacelessApplication, is_the_one_whose_calls_are_counted) {
     const auto context = open_surfaceless();
     EXPECT_GT(disturbing_egl_calls(), 0);
@@ -255,6 +277,17 @@ TEST_F(SurfacelessApplication, may_construct_on_several_threads_at_once) {
     }
     for (std::thread& thread : threads) thread.join();
     EXPECT_THAT(found, testing::Each(true));
+}
+
+// The loader's lock is held by then; a first construction that waited for another thread to load
+// something would wait for ever.
+TEST_F(SurfacelessApplication, may_construct_while_a_plugin_is_loaded) {
+    const auto context = open_surfaceless();
+    EXPECT_TRUE(constructs_while_a_plugin_is_loaded());
+}
+
+TEST_F(SurfacelessApplication, may_construct_while_a_plugin_is_loaded_before_it_uses_egl) {
+    EXPECT_TRUE(constructs_while_a_plugin_is_loaded());
 }
 
 TEST_F(SurfacelessApplication, keeps_its_own_sqlite) {

@@ -1,5 +1,6 @@
 #include "CGL/renderers.h"
 
+#include <link.h>
 #include <pthread.h>
 #include <signal.h>
 #include <unistd.h>
@@ -8,6 +9,7 @@
 #include <cstdio>
 #include <future>
 #include <limits>
+#include <string_view>
 #include <system_error>
 #include <utility>
 
@@ -42,10 +44,22 @@ private:
     sigset_t before_;
 };
 
-/// Lists the renderers on a thread that ends with it. EGL keeps one error for each thread, and
-/// every call replaces it: the calling thread may have one that the application has yet to ask for.
-/// The application's signal handlers do not run on that thread.
+/// Has EGL loaded a vendor's library? Those are called "libEGL_<vendor>.so".
+bool is_egl_in_use() {
+    const auto is_vendor = [](dl_phdr_info* object, std::size_t, void*) -> int {
+        const std::string_view path = object->dlpi_name ? object->dlpi_name : "";
+        return path.substr(path.rfind('/') + 1).starts_with("libEGL_");
+    };
+    return dl_iterate_phdr(is_vendor, nullptr) != 0;
+}
+
+/// EGL keeps one error for each thread, and every call replaces it. In an application that uses EGL
+/// the calling thread may have one that has yet to be asked for; so the renderers are listed on a
+/// thread that ends with it, on which none of the application's signal handlers run. Where EGL is
+/// not in use, asking it loads libraries. Another thread could not do that while this one holds the
+/// loader's lock, as the constructor of a plugin's global object does.
 Renderers* list_renderers() {
+    if (!is_egl_in_use()) return new Renderers({});
     std::future<Renderers*> list;
     try {
         const BlockedSignals blocked;
