@@ -135,7 +135,12 @@ void take_first_run_apart() {
 
 void take_second_run_apart() {
     CFStringRef appID = nullptr;
-    print_phase("identifier", time_of([&] { appID = create_application_id(first_renderer_id()); }));
+    int rendererID = 0;
+    // Who first asks EGL for anything waits until it has loaded its vendors' libraries.
+    print_phase("EGL's vendors, listing devices",
+                time_of([&] { rendererID = first_renderer_id(); }));
+    print_phase("the system's build", time_of([] { get_system_version(); }));
+    print_phase("identifier", time_of([&] { appID = create_application_id(rendererID); }));
     print_phase("opening the store", time_of([&] { CFPreferencesAppSynchronize(appID); }));
     std::optional<EglContext> context;
     open_driver(&context);

@@ -266,6 +266,7 @@ TEST_F(SurfacelessApplication, may_construct_on_several_threads_at_once) {
     std::latch opened(found.size());
     std::latch asked(found.size());
     std::vector<std::thread> threads;
+    threads.reserve(found.size());
     for (bool& is_found : found) {
         threads.emplace_back([&] {
             const auto context = open_surfaceless();

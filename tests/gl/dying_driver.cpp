@@ -1,4 +1,4 @@
-// A driver that dies inside one chosen test: linked into a build of the tool, in front of libOpenGL.
+// A driver that dies inside one chosen test: linked into a build of the tool, before libOpenGL.
 //
 // The order comes in a file "die" beside the executable, since safe mode empties the environment:
 //   <internal format> <index of the capability> <signal>

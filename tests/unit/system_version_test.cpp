@@ -36,6 +36,7 @@ namespace {
 TEST(SystemVersion, is_read_once_and_whole_for_all_threads) {
     std::vector<std::string> seen(8);
     std::vector<std::thread> threads;
+    threads.reserve(seen.size());
     for (std::string& text : seen) {
         threads.emplace_back([&text] { text = get_system_version(); });
     }
