@@ -8,7 +8,7 @@
 #include <limits>
 #include <random>
 
-#include "TexProbe/distance.h"
+#include "TexProbe/conversions.h"
 #include "slow_distance.h"
 
 namespace {

@@ -2,12 +2,12 @@
 
 #include <gtest/gtest.h>
 
+#include <cstddef>
 #include <cstdint>
 #include <cstring>
 #include <random>
 #include <vector>
 
-#include "TexProbe/distance.h"
 #include "TexProbe/vectors.h"
 #include "slow_distance.h"
 
@@ -41,53 +41,52 @@ std::vector<float> floats_of_every_kind() {
     return floats;
 }
 
-template <typename Element, typename Run>
-std::vector<std::uint8_t> convert(const std::vector<Element>& elements, Run run) {
-    std::vector<std::uint8_t> bytes(elements.size());
-    const Element* source = elements.data();
-    std::uint8_t* target = bytes.data();
-    const std::size_t count = elements.size();
-    run([=] {
-        for (std::size_t i = 0; i < count; ++i) {
-            target[i] = static_cast<std::uint8_t>(to_8bit(source[i]));
-        }
-        return true;
-    });
-    return bytes;
-}
+template <typename Element>
+using Conversion = void (*)(const Element* elements, std::size_t count, std::uint8_t* bytes);
 
-template <typename Run>
-void expect_conversions_equal_the_slow_ones(Run run) {
+void expect_conversions_equal_the_slow_ones(Conversion<QORFloat16> convertHalves,
+                                            Conversion<float> convertFloats) {
     const auto halves = all_halves();
-    const auto fromHalves = convert(halves, run);
+    std::vector<std::uint8_t> bytes(halves.size());
+    convertHalves(halves.data(), halves.size(), bytes.data());
     for (std::size_t i = 0; i < halves.size(); ++i) {
-        ASSERT_EQ(fromHalves[i], slow_half_to_8bit(halves[i].bits)) << i;
+        ASSERT_EQ(bytes[i], slow_half_to_8bit(halves[i].bits)) << i;
     }
     const auto floats = floats_of_every_kind();
-    const auto fromFloats = convert(floats, run);
+    bytes.resize(floats.size());
+    convertFloats(floats.data(), floats.size(), bytes.data());
     for (std::size_t i = 0; i < floats.size(); ++i) {
-        ASSERT_EQ(fromFloats[i], slow_float_to_8bit(floats[i])) << floats[i];
+        ASSERT_EQ(bytes[i], slow_float_to_8bit(floats[i])) << floats[i];
     }
 }
 
 TEST(Vectors, convert_alike_on_any_processor) {
-    expect_conversions_equal_the_slow_ones([](auto loop) { return run_portably(loop); });
+    expect_conversions_equal_the_slow_ones(convert_portably, convert_portably);
 }
 
 TEST(Vectors, convert_alike_on_the_widest) {
-    expect_conversions_equal_the_slow_ones([](auto loop) { return run_on_widest_vectors(loop); });
+    expect_conversions_equal_the_slow_ones(convert, convert);
+}
+
+TEST(Vectors, convert_as_many_elements_as_they_are_told) {
+    const std::vector<float> halves(100, 0.5f);
+    for (std::size_t count = 0; count < halves.size(); ++count) {
+        std::vector<std::uint8_t> bytes(halves.size(), 1);
+        convert(halves.data(), count, bytes.data());
+        for (std::size_t i = 0; i < bytes.size(); ++i) ASSERT_EQ(bytes[i], i < count ? 127 : 1);
+    }
 }
 
 #ifdef __x86_64__
 
 TEST(Vectors, convert_alike_on_avx2) {
     if (!has_avx2()) GTEST_SKIP() << "this processor has no AVX2";
-    expect_conversions_equal_the_slow_ones([](auto loop) { return run_on_avx2(loop); });
+    expect_conversions_equal_the_slow_ones(convert_on_avx2, convert_on_avx2);
 }
 
 TEST(Vectors, convert_alike_on_avx512) {
     if (!has_avx512()) GTEST_SKIP() << "this processor has no AVX-512";
-    expect_conversions_equal_the_slow_ones([](auto loop) { return run_on_avx512(loop); });
+    expect_conversions_equal_the_slow_ones(convert_on_avx512, convert_on_avx512);
 }
 
 #endif

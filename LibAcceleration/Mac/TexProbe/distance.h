@@ -7,12 +7,10 @@
 #include <OpenGL/gl.h>
 #include <OpenGL/glext.h>
 
-#include <algorithm>
 #include <cstddef>
 #include <cstdint>
-#include <cstring>
-#include <iterator>
 
+#include "conversions.h"
 #include "vectors.h"
 
 namespace {
@@ -24,70 +22,190 @@ constexpr std::size_t kImagePixels = std::size_t{128} * 128;
 // largest of which is 16384 * 255^2.
 constexpr unsigned long long kUnsupportedDistance = ~0ULL;
 
-// Four bytes per pixel in the order B, G, R, A. The value of a pixel type, used on purpose as a
-// pixel format: it marks a source whose bytes were one packed word per pixel.
+// Four bytes per pixel in the order B, G, R, A. The value of a pixel type in the place of a pixel
+// format: it marks a source whose bytes were one packed word per pixel.
 constexpr unsigned kPackedBGRA = GL_UNSIGNED_INT_8_8_8_8_REV;
 
-/// IEEE 754 binary16 as OpenGL stores it. Converted straight to 8 bits, never to a float.
-struct QORFloat16 {
-    std::uint16_t bits;
+// Images are compared block by block: each is brought to the 8-bit scale in a buffer that stays in
+// the cache, then compared as bytes. So what is compared does not know the types.
+
+constexpr std::size_t kBlockPixels = 512;
+
+// The first byte of a pixel.
+using Pixel = const std::uint8_t*;
+
+/// The squared differences of the channels of two pixels, 0 where there are fewer than four.
+struct Squares {
+    int channel0;
+    int channel1;
+    int channel2;
+    int channel3;
 };
 
-// Conversions of one element to the common 8-bit scale. They have no branch and no shift by a
-// varying count, so that the compiler can convert many elements at once on every processor.
-
-inline int to_8bit(std::uint8_t value) {
-    return value;
+inline int square(int difference) {
+    return difference * difference;
 }
 
-inline int to_8bit(std::uint16_t value) {
-    return value >> 8;
+// The pairings: which byte of a pixel of the first image is compared with which one of the second.
+// They are not symmetric, and every oddity is intended.
+
+inline Squares same_order_3(Pixel a, Pixel b) {
+    return {square(a[0] - b[0]), square(a[1] - b[1]), square(a[2] - b[2]), 0};
 }
 
-/// Negative values give 0, values from 1.0 up (infinity and NaN included) give 255. In between, the
-/// eleven significant bits, followed by their first six once more, are shifted right by what the
-/// biased exponent lacks of 15; the result is bits 8 to 15 of that less 1.
-inline int to_8bit(QORFloat16 value) {
-    // Up to 2^-8 the result is 0, from the last value before 1.0 on it is 255.
-    constexpr std::int16_t kHighestOf0 = 0x1C00;
-    constexpr std::int16_t kLowestOf255 = 0x3BFF;
-    const auto ordered = static_cast<std::int16_t>(value.bits);  // Negative ones come first.
-    const auto bits =
-        static_cast<std::uint16_t>(std::min(std::max(ordered, kHighestOf0), kLowestOf255));
-    // Shifted by 1, the least count. What is left, 0 to 7, are the bits that are 0 in exponent + 1.
-    auto shifted = static_cast<std::uint16_t>((bits << 5) | 0x8010 | ((bits >> 6) & 0xF));
-    const auto next = static_cast<std::uint16_t>(bits + 0x400);
-    shifted = next & 0x1000 ? shifted : static_cast<std::uint16_t>(shifted >> 4);
-    shifted = next & 0x0800 ? shifted : static_cast<std::uint16_t>(shifted >> 2);
-    shifted = next & 0x0400 ? shifted : static_cast<std::uint16_t>(shifted >> 1);
-    return static_cast<std::uint16_t>(shifted - 1) >> 8;
+inline Squares swapped_3(Pixel a, Pixel b) {
+    return {square(a[0] - b[2]), square(a[1] - b[1]), square(a[2] - b[0]), 0};
 }
 
-/// Of value * 2^32, truncated toward zero: the high byte of the low word less 1, which is that of
-/// 256 * value, rounded up, less 1. A value that does not fit 64 bits has the low word 0. The
-/// wrap-around is intended: 0.0 and 1.0 both give 255, 1.5 gives 127, NaN and infinities give 255.
-inline int to_8bit(float value) {
-    // Bits of positive floats are in the order of the floats. 2^-32 is the smallest that is not
-    // truncated to 0; from 2^15 on 256 * value is an integer, from 2^23 on the value itself.
-    constexpr std::int32_t k2ToMinus32 = 0x2F800000;
-    constexpr std::int32_t k2To15 = 0x47000000;
-    constexpr std::int32_t k2To23 = 0x4B000000;
-    std::int32_t bits = 0;
-    std::memcpy(&bits, &value, sizeof bits);
-    // The low word of an integer is that of 0.0, and so is that of infinities and NaN.
-    bits &= -static_cast<std::int32_t>((bits & 0x7FFFFFFF) < k2To23);
-    // Where 256 * value is positive and may have a fraction, truncating it from the next float
-    // below is rounding it up less 1. Everywhere else truncating it is rounding it up.
-    const std::int32_t isStepped = (bits >= k2ToMinus32) & (bits < k2To15);
-    bits -= isStepped;
-    std::memcpy(&value, &bits, sizeof value);
-    return (static_cast<std::int32_t>(256.0f * value) + isStepped - 1) & 0xFF;
+inline Squares swapped_4(Pixel a, Pixel b) {
+    return {square(a[0] - b[2]), square(a[1] - b[1]), square(a[2] - b[0]), square(a[3] - b[3])};
 }
 
-// Images are compared block by block: each is brought to the 8-bit scale in a buffer that stays in
-// the cache, then compared as bytes.
+inline Squares reversed_4(Pixel a, Pixel b) {
+    return {square(a[0] - b[3]), square(a[1] - b[2]), square(a[2] - b[1]), square(a[3] - b[0])};
+}
 
-constexpr std::size_t kBlockPixels = 256;
+inline Squares luminance(Pixel a, Pixel b) {
+    return {square(a[0] - b[0]), 0, 0, 0};
+}
+
+inline Squares luminance_with_color(Pixel a, Pixel b) {
+    return {square(a[0] - b[0]), square(a[0] - b[1]), square(a[0] - b[2]), 0};
+}
+
+/// The alpha is compared with byte 2, the luminance of the next pixel. For the last pixel that is
+/// one element past the image, which the second image therefore has to provide.
+inline Squares luminance_alpha(Pixel a, Pixel b) {
+    return {square(a[0] - b[0]), square(a[1] - b[2]), 0, 0};
+}
+
+inline Squares luminance_alpha_with_color(Pixel a, Pixel b) {
+    return {square(a[0] - b[0]), square(a[0] - b[1]), square(a[0] - b[2]), square(a[1] - b[3])};
+}
+
+// The sum over all channels of one block, at most 512 * 4 * 255^2. Sums are exact, so the order in
+// which they are added up does not matter.
+
+/// Both blocks have the same layout and are compared in place.
+template <unsigned elements>
+int sum_in_place(Pixel first, Pixel second) {
+    int sum = 0;
+    for (std::size_t i = 0; i < kBlockPixels * elements; ++i) sum += square(first[i] - second[i]);
+    return sum;
+}
+
+/// One sum per channel: GCC's vectors then take half as long as with one sum for all.
+template <unsigned firstElements, unsigned secondElements, Squares (*compare)(Pixel, Pixel)>
+int sum_by_pixel(Pixel first, Pixel second) {
+    Squares sums{};
+    for (std::size_t p = 0; p < kBlockPixels; ++p) {
+        const Squares squares = compare(first + p * firstElements, second + p * secondElements);
+        sums.channel0 += squares.channel0;
+        sums.channel1 += squares.channel1;
+        sums.channel2 += squares.channel2;
+        sums.channel3 += squares.channel3;
+    }
+    return sums.channel0 + sums.channel1 + sums.channel2 + sums.channel3;
+}
+
+/// How two layouts are compared.
+struct Comparison {
+    unsigned channels;       // 0: not at all.
+    unsigned firstElements;  // Per pixel.
+    unsigned secondElements;
+    unsigned secondElementsPastBlock;
+    int (*sum)(Pixel firstBlock, Pixel secondBlock);
+};
+
+constexpr Comparison kNotCompared{};
+
+template <unsigned elements>
+constexpr Comparison kInPlace{elements, elements, elements, 0, sum_in_place<elements>};
+
+template <unsigned channels, unsigned firstElements, unsigned secondElements,
+          Squares (*compare)(Pixel, Pixel)>
+constexpr Comparison kByPixel{channels, firstElements, secondElements, 0,
+                              sum_by_pixel<firstElements, secondElements, compare>};
+
+constexpr Comparison kLuminanceAlpha{2, 2, 2, 1, sum_by_pixel<2, 2, luminance_alpha>};
+
+inline bool is_rgb_order(unsigned format) {
+    return format == GL_RGB || format == GL_RGBA;
+}
+
+/// Elements per pixel of a colour layout; 0 for any other.
+inline unsigned color_elements(unsigned format) {
+    switch (format) {
+        case GL_RGB:
+        case GL_BGR:
+            return 3;
+        case GL_RGBA:
+        case GL_BGRA:
+        case kPackedBGRA:
+            return 4;
+        default:
+            return 0;
+    }
+}
+
+// A three-element colour against any colour: the alpha of a four-element side is ignored.
+inline Comparison comparison_of_rgb(unsigned firstFormat, unsigned secondFormat) {
+    const bool same = is_rgb_order(firstFormat) == is_rgb_order(secondFormat);
+    switch (color_elements(secondFormat)) {
+        case 3:
+            return same ? kInPlace<3> : kByPixel<3, 3, 3, swapped_3>;
+        case 4:
+            return same ? kByPixel<3, 3, 4, same_order_3> : kByPixel<3, 3, 4, swapped_3>;
+        default:
+            return kNotCompared;
+    }
+}
+
+// A four-element colour against a four-element colour. RGBA against BGRA is a full reversal; only
+// the packed code on the first side exchanges red and blue.
+inline Comparison comparison_of_rgba(unsigned firstFormat, unsigned secondFormat) {
+    if (color_elements(secondFormat) != 4) return kNotCompared;
+    if ((firstFormat == GL_RGBA) == (secondFormat == GL_RGBA)) return kInPlace<4>;
+    return firstFormat == kPackedBGRA ? kByPixel<4, 4, 4, swapped_4>
+                                      : kByPixel<4, 4, 4, reversed_4>;
+}
+
+inline Comparison comparison_of_luminance(unsigned secondFormat) {
+    if (secondFormat == GL_LUMINANCE) return kInPlace<1>;
+    if (secondFormat == GL_LUMINANCE_ALPHA) return kByPixel<1, 1, 2, luminance>;
+    switch (color_elements(secondFormat)) {
+        case 3:
+            return kByPixel<3, 1, 3, luminance_with_color>;
+        case 4:
+            return kByPixel<3, 1, 4, luminance_with_color>;
+        default:
+            return kNotCompared;
+    }
+}
+
+inline Comparison comparison_of_luminance_alpha(unsigned secondFormat) {
+    if (secondFormat == GL_LUMINANCE_ALPHA) return kLuminanceAlpha;
+    return color_elements(secondFormat) == 4 ? kByPixel<4, 2, 4, luminance_alpha_with_color>
+                                             : kNotCompared;
+}
+
+inline Comparison comparison_of(unsigned firstFormat, unsigned secondFormat) {
+    switch (firstFormat) {
+        case GL_RGB:
+        case GL_BGR:
+            return comparison_of_rgb(firstFormat, secondFormat);
+        case GL_RGBA:
+        case GL_BGRA:
+        case kPackedBGRA:
+            return comparison_of_rgba(firstFormat, secondFormat);
+        case GL_LUMINANCE:
+            return comparison_of_luminance(secondFormat);
+        case GL_LUMINANCE_ALPHA:
+            return comparison_of_luminance_alpha(secondFormat);
+        default:
+            return kNotCompared;
+    }
+}
 
 /// `count` elements on the 8-bit scale: in `buffer`, or where they are when they are bytes.
 inline const std::uint8_t* on_8bit_scale(const std::uint8_t* elements, std::size_t /*count*/,
@@ -97,167 +215,8 @@ inline const std::uint8_t* on_8bit_scale(const std::uint8_t* elements, std::size
 
 template <typename T>
 const std::uint8_t* on_8bit_scale(const T* elements, std::size_t count, std::uint8_t* buffer) {
-    return run_on_widest_vectors([=] {
-        for (std::size_t i = 0; i < count; ++i) {
-            buffer[i] = static_cast<std::uint8_t>(to_8bit(elements[i]));
-        }
-        return buffer;
-    });
-}
-
-/// The sum of the squared differences of at most 32768 bytes, which fits 31 bits.
-inline unsigned squared_differences(const std::uint8_t* first, const std::uint8_t* second,
-                                    std::size_t count) {
-    int sum = 0;
-    for (std::size_t i = 0; i < count; ++i) {
-        const int difference = second[i] - first[i];
-        sum += difference * difference;
-    }
-    return static_cast<unsigned>(sum);
-}
-
-// The sums of all channels are exact, so they are added as they come.
-
-/// The mean distance of the channels of two images of one layout, compared in place.
-template <unsigned elements, typename T, typename U>
-unsigned long long mean_distance(const U* first, const T* second) {
-    constexpr std::size_t kCount = kBlockPixels * elements;
-    std::uint8_t firstBuffer[kCount];
-    std::uint8_t secondBuffer[kCount];
-    unsigned long long sum = 0;
-    for (std::size_t i = 0; i < kImagePixels * elements; i += kCount) {
-        sum += squared_differences(on_8bit_scale(first + i, kCount, firstBuffer),
-                                   on_8bit_scale(second + i, kCount, secondBuffer), kCount);
-    }
-    return sum / elements;
-}
-
-/// Which element of the second image each element of the first is compared with, by position.
-struct ChannelPair {
-    unsigned first;
-    unsigned second;
-};
-
-/// The first `channels` elements of each pixel of a block, each channel on its own.
-template <unsigned channels>
-struct Planes {
-    std::uint8_t planes[channels][kBlockPixels];
-
-    template <unsigned stride, typename T>
-    void split(const T* pixels) {
-        constexpr std::size_t kCount = stride * (kBlockPixels - 1) + channels;
-        std::uint8_t buffer[kCount];
-        const std::uint8_t* bytes = on_8bit_scale(pixels, kCount, buffer);
-        for (std::size_t p = 0; p < kBlockPixels; ++p) {
-            for (unsigned c = 0; c < channels; ++c) planes[c][p] = bytes[p * stride + c];
-        }
-    }
-};
-
-template <std::size_t count>
-constexpr unsigned channels_of(const ChannelPair (&pairs)[count], unsigned ChannelPair::*side) {
-    unsigned highest = 0;
-    for (const ChannelPair& pair : pairs) highest = std::max(highest, pair.*side);
-    return highest + 1;
-}
-
-/// The mean distance of the paired channels. The strides are the elements per pixel.
-template <unsigned firstStride, unsigned secondStride, const auto& pairs, typename T, typename U>
-unsigned long long mean_distance(const U* first, const T* second) {
-    Planes<channels_of(pairs, &ChannelPair::first)> firstPlanes;
-    Planes<channels_of(pairs, &ChannelPair::second)> secondPlanes;
-    unsigned long long sum = 0;
-    for (std::size_t p = 0; p < kImagePixels; p += kBlockPixels) {
-        firstPlanes.template split<firstStride>(first + p * firstStride);
-        secondPlanes.template split<secondStride>(second + p * secondStride);
-        for (const ChannelPair& pair : pairs) {
-            sum += squared_differences(firstPlanes.planes[pair.first],
-                                       secondPlanes.planes[pair.second], kBlockPixels);
-        }
-    }
-    return sum / std::size(pairs);
-}
-
-// The pairings. They are not symmetric, and every oddity is intended.
-
-constexpr ChannelPair kSameOrder3[] = {{0, 0}, {1, 1}, {2, 2}};
-constexpr ChannelPair kSwapped3[] = {{0, 2}, {1, 1}, {2, 0}};
-constexpr ChannelPair kReversed4[] = {{0, 3}, {1, 2}, {2, 1}, {3, 0}};
-constexpr ChannelPair kSwapped4[] = {{0, 2}, {1, 1}, {2, 0}, {3, 3}};
-constexpr ChannelPair kLuminance[] = {{0, 0}};
-constexpr ChannelPair kLuminanceColor[] = {{0, 0}, {0, 1}, {0, 2}};
-// The alpha of a pixel against element 2, the luminance of the next pixel: for the last pixel this
-// reads one element past a two-element image, which the second image therefore has to provide.
-constexpr ChannelPair kLuminanceAlpha[] = {{0, 0}, {1, 2}};
-constexpr ChannelPair kLuminanceAlphaColor[] = {{0, 0}, {0, 1}, {0, 2}, {1, 3}};
-
-inline bool is_rgb_order(unsigned format) {
-    return format == GL_RGB || format == GL_RGBA;
-}
-
-inline bool is_bgra(unsigned format) {
-    return format == GL_BGRA || format == kPackedBGRA;
-}
-
-/// Elements per pixel of a colour layout; 0 for any other.
-inline unsigned color_elements(unsigned format) {
-    if (format == GL_RGB || format == GL_BGR) return 3;
-    return format == GL_RGBA || is_bgra(format) ? 4 : 0;
-}
-
-// A three-element colour against any colour: the alpha of a four-element side is ignored.
-template <typename T, typename U>
-unsigned long long distance_from_rgb(const U* first, unsigned firstFormat, const T* second,
-                                     unsigned secondFormat) {
-    const bool same = is_rgb_order(firstFormat) == is_rgb_order(secondFormat);
-    switch (color_elements(secondFormat)) {
-        case 3:
-            return same ? mean_distance<3>(first, second)
-                        : mean_distance<3, 3, kSwapped3>(first, second);
-        case 4:
-            return same ? mean_distance<3, 4, kSameOrder3>(first, second)
-                        : mean_distance<3, 4, kSwapped3>(first, second);
-        default:
-            return kUnsupportedDistance;
-    }
-}
-
-// A four-element colour against a four-element colour. RGBA against BGRA is a full reversal; only
-// the packed code on the first side exchanges red and blue.
-template <typename T, typename U>
-unsigned long long distance_from_rgba(const U* first, unsigned firstFormat, const T* second,
-                                      unsigned secondFormat) {
-    if (color_elements(secondFormat) != 4) return kUnsupportedDistance;
-    if ((firstFormat == GL_RGBA) == (secondFormat == GL_RGBA)) {
-        return mean_distance<4>(first, second);
-    }
-    return firstFormat == kPackedBGRA ? mean_distance<4, 4, kSwapped4>(first, second)
-                                      : mean_distance<4, 4, kReversed4>(first, second);
-}
-
-template <typename T, typename U>
-unsigned long long distance_from_luminance(const U* first, const T* second, unsigned secondFormat) {
-    if (secondFormat == GL_LUMINANCE) return mean_distance<1>(first, second);
-    if (secondFormat == GL_LUMINANCE_ALPHA) return mean_distance<1, 2, kLuminance>(first, second);
-    switch (color_elements(secondFormat)) {
-        case 3:
-            return mean_distance<1, 3, kLuminanceColor>(first, second);
-        case 4:
-            return mean_distance<1, 4, kLuminanceColor>(first, second);
-        default:
-            return kUnsupportedDistance;
-    }
-}
-
-template <typename T, typename U>
-unsigned long long distance_from_luminance_alpha(const U* first, const T* second,
-                                                 unsigned secondFormat) {
-    if (secondFormat == GL_LUMINANCE_ALPHA) {
-        return mean_distance<2, 2, kLuminanceAlpha>(first, second);
-    }
-    return color_elements(secondFormat) == 4
-               ? mean_distance<2, 4, kLuminanceAlphaColor>(first, second)
-               : kUnsupportedDistance;
+    convert(elements, count, buffer);
+    return buffer;
 }
 
 /// The mean, over the compared channels, of each channel's sum of squared differences on the 8-bit
@@ -267,21 +226,21 @@ unsigned long long distance_from_luminance_alpha(const U* first, const T* second
 template <typename T, typename U>
 unsigned long long distance_data_format(const U* first, unsigned firstFormat, const T* second,
                                         unsigned secondFormat, unsigned /*count*/) {
-    switch (firstFormat) {
-        case GL_RGB:
-        case GL_BGR:
-            return distance_from_rgb(first, firstFormat, second, secondFormat);
-        case GL_RGBA:
-        case GL_BGRA:
-        case kPackedBGRA:
-            return distance_from_rgba(first, firstFormat, second, secondFormat);
-        case GL_LUMINANCE:
-            return distance_from_luminance(first, second, secondFormat);
-        case GL_LUMINANCE_ALPHA:
-            return distance_from_luminance_alpha(first, second, secondFormat);
-        default:
-            return kUnsupportedDistance;
+    const Comparison comparison = comparison_of(firstFormat, secondFormat);
+    if (comparison.channels == 0) return kUnsupportedDistance;
+    const std::size_t firstCount = kBlockPixels * comparison.firstElements;
+    const std::size_t secondCount = kBlockPixels * comparison.secondElements;
+    std::uint8_t firstBuffer[kBlockPixels * 4];
+    std::uint8_t secondBuffer[kBlockPixels * 4];
+    unsigned long long sum = 0;
+    for (std::size_t block = 0; block < kImagePixels / kBlockPixels; ++block) {
+        const int blockSum = comparison.sum(
+            on_8bit_scale(first + block * firstCount, firstCount, firstBuffer),
+            on_8bit_scale(second + block * secondCount,
+                          secondCount + comparison.secondElementsPastBlock, secondBuffer));
+        sum += static_cast<unsigned>(blockSum);
     }
+    return sum / comparison.channels;
 }
 
 /// The source's element type is known; chooses the kernel by the type of the read-back.

@@ -1,0 +1,55 @@
+// Converts every float there is, and compares with the slow conversion. The tests of the suite take
+// a sample.
+
+#include <cinttypes>
+#include <cstdint>
+#include <cstdio>
+#include <cstring>
+#include <utility>
+#include <vector>
+
+#include "TexProbe/vectors.h"
+#include "slow_distance.h"
+
+namespace {
+
+using Conversion = void (*)(const float* elements, std::size_t count, std::uint8_t* bytes);
+
+/// The conversions that this processor can run.
+std::vector<std::pair<const char*, Conversion>> conversions() {
+    std::vector<std::pair<const char*, Conversion>> all = {{"portable", convert_portably}};
+#ifdef __x86_64__
+    if (has_avx2()) all.push_back({"AVX2", convert_on_avx2});
+    if (has_avx512()) all.push_back({"AVX-512", convert_on_avx512});
+#endif
+    return all;
+}
+
+}  // namespace
+
+int main() {
+    constexpr std::size_t kCount = 1 << 16;
+    std::vector<float> floats(kCount);
+    std::vector<std::uint8_t> expected(kCount);
+    std::vector<std::uint8_t> converted(kCount);
+    for (std::uint32_t high = 0; high < 1 << 16; ++high) {
+        for (std::uint32_t low = 0; low < kCount; ++low) {
+            const std::uint32_t bits = (high << 16) | low;
+            std::memcpy(&floats[low], &bits, sizeof bits);
+            expected[low] =
+                static_cast<std::uint8_t>(texprobe::tests::slow_float_to_8bit(floats[low]));
+        }
+        for (const auto& [name, convert_floats] : conversions()) {
+            convert_floats(floats.data(), kCount, converted.data());
+            for (std::uint32_t low = 0; low < kCount; ++low) {
+                if (converted[low] == expected[low]) continue;
+                std::printf("%s: %08" PRIx32 " gives %d instead of %d\n", name, (high << 16) | low,
+                            converted[low], expected[low]);
+                return 1;
+            }
+        }
+    }
+    for (const auto& conversion : conversions()) {
+        std::printf("%s: as expected for all 2^32 floats\n", conversion.first);
+    }
+}
