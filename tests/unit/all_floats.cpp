@@ -8,7 +8,7 @@
 #include <utility>
 #include <vector>
 
-#include "TexProbe/vectors.h"
+#include "TexProbe/conversions.h"
 #include "slow_distance.h"
 
 namespace {
@@ -17,10 +17,10 @@ using Conversion = void (*)(const float* elements, std::size_t count, std::uint8
 
 /// The conversions that this processor can run.
 std::vector<std::pair<const char*, Conversion>> conversions() {
-    std::vector<std::pair<const char*, Conversion>> all = {{"portable", convert_portably}};
-#ifdef __x86_64__
-    if (has_avx2()) all.push_back({"AVX2", convert_on_avx2});
-    if (has_avx512()) all.push_back({"AVX-512", convert_on_avx512});
+    std::vector<std::pair<const char*, Conversion>> all = {{"portable", convert}};
+#ifdef TEXPROBE_X86_VECTORS
+    if (has_avx2()) all.push_back({"AVX2", call_on_avx2<convert<float>>});
+    if (has_avx512()) all.push_back({"AVX-512", call_on_avx512<convert<float>>});
 #endif
     return all;
 }

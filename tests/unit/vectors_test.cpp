@@ -8,6 +8,7 @@
 #include <random>
 #include <vector>
 
+#include "TexProbe/conversions.h"
 #include "TexProbe/vectors.h"
 #include "slow_distance.h"
 
@@ -61,32 +62,40 @@ void expect_conversions_equal_the_slow_ones(Conversion<QORFloat16> convertHalves
 }
 
 TEST(Vectors, convert_alike_on_any_processor) {
-    expect_conversions_equal_the_slow_ones(convert_portably, convert_portably);
-}
-
-TEST(Vectors, convert_alike_on_the_widest) {
     expect_conversions_equal_the_slow_ones(convert, convert);
 }
 
+TEST(Vectors, convert_alike_on_wide_ones) {
+    expect_conversions_equal_the_slow_ones(call_on_wide_vectors<convert<QORFloat16>>,
+                                           call_on_wide_vectors<convert<float>>);
+}
+
+TEST(Vectors, convert_alike_on_the_widest) {
+    expect_conversions_equal_the_slow_ones(call_on_widest_vectors<convert<QORFloat16>>,
+                                           call_on_widest_vectors<convert<float>>);
+}
+
 TEST(Vectors, convert_as_many_elements_as_they_are_told) {
-    const std::vector<float> halves(100, 0.5f);
-    for (std::size_t count = 0; count < halves.size(); ++count) {
-        std::vector<std::uint8_t> bytes(halves.size(), 1);
-        convert(halves.data(), count, bytes.data());
+    const std::vector<float> floats(100, 0.5f);
+    for (std::size_t count = 0; count < floats.size(); ++count) {
+        std::vector<std::uint8_t> bytes(floats.size(), 1);
+        call_on_widest_vectors<convert<float>>(floats.data(), count, bytes.data());
         for (std::size_t i = 0; i < bytes.size(); ++i) ASSERT_EQ(bytes[i], i < count ? 127 : 1);
     }
 }
 
-#ifdef __x86_64__
+#ifdef TEXPROBE_X86_VECTORS
 
 TEST(Vectors, convert_alike_on_avx2) {
     if (!has_avx2()) GTEST_SKIP() << "this processor has no AVX2";
-    expect_conversions_equal_the_slow_ones(convert_on_avx2, convert_on_avx2);
+    expect_conversions_equal_the_slow_ones(call_on_avx2<convert<QORFloat16>>,
+                                           call_on_avx2<convert<float>>);
 }
 
 TEST(Vectors, convert_alike_on_avx512) {
     if (!has_avx512()) GTEST_SKIP() << "this processor has no AVX-512";
-    expect_conversions_equal_the_slow_ones(convert_on_avx512, convert_on_avx512);
+    expect_conversions_equal_the_slow_ones(call_on_avx512<convert<QORFloat16>>,
+                                           call_on_avx512<convert<float>>);
 }
 
 #endif

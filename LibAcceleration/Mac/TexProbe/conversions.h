@@ -1,10 +1,11 @@
-// One element of each type on the 8-bit scale. No conversion has a branch, so that the compiler can
+// Elements of each type on the 8-bit scale. No conversion has a branch, so that the compiler can
 // convert many elements at once.
 
 #ifndef TEXPROBE_CONVERSIONS_H
 #define TEXPROBE_CONVERSIONS_H
 
 #include <algorithm>
+#include <cstddef>
 #include <cstdint>
 #include <cstring>
 
@@ -59,6 +60,12 @@ inline std::uint8_t to_8bit(float value) {
     const int whole = static_cast<int>(scaled);
     const int roundingUp = scaled - static_cast<float>(whole) >= 0x1p-24f;
     return static_cast<std::uint8_t>(whole + roundingUp - 1);
+}
+
+/// Writes `count` elements on the 8-bit scale.
+template <typename Element>
+void convert(const Element* elements, std::size_t count, std::uint8_t* bytes) {
+    for (std::size_t i = 0; i < count; ++i) bytes[i] = to_8bit(elements[i]);
 }
 
 }  // namespace

@@ -27,14 +27,26 @@ constexpr unsigned long long kUnsupportedDistance = ~0ULL;
 constexpr unsigned kPackedBGRA = GL_UNSIGNED_INT_8_8_8_8_REV;
 
 // Images are compared block by block: each is brought to the 8-bit scale in a buffer that stays in
-// the cache, then compared as bytes. So what is compared does not know the types.
+// the cache, then compared as bytes.
 
 constexpr std::size_t kBlockPixels = 512;
 
-// The first byte of a pixel.
-using Pixel = const std::uint8_t*;
+/// `count` elements on the 8-bit scale: in `buffer`, or where they are when they are bytes.
+inline const std::uint8_t* on_8bit_scale(const std::uint8_t* elements, std::size_t /*count*/,
+                                         std::uint8_t* /*buffer*/) {
+    return elements;
+}
 
-/// The squared differences of the channels of two pixels, 0 where there are fewer than four.
+template <typename T>
+const std::uint8_t* on_8bit_scale(const T* elements, std::size_t count, std::uint8_t* buffer) {
+    call_on_widest_vectors<convert<T>>(elements, count, buffer);
+    return buffer;
+}
+
+// The bytes of a pixel, or of a block of pixels.
+using Pixels = const std::uint8_t*;
+
+/// The squared differences of at most four channels.
 struct Squares {
     int channel0;
     int channel1;
@@ -47,56 +59,53 @@ inline int square(int difference) {
 }
 
 // The pairings: which byte of a pixel of the first image is compared with which one of the second.
-// They are not symmetric, and every oddity is intended.
 
-inline Squares same_order_3(Pixel a, Pixel b) {
+inline Squares same_order_3(Pixels a, Pixels b) {
     return {square(a[0] - b[0]), square(a[1] - b[1]), square(a[2] - b[2]), 0};
 }
 
-inline Squares swapped_3(Pixel a, Pixel b) {
+inline Squares swapped_3(Pixels a, Pixels b) {
     return {square(a[0] - b[2]), square(a[1] - b[1]), square(a[2] - b[0]), 0};
 }
 
-inline Squares swapped_4(Pixel a, Pixel b) {
+inline Squares swapped_4(Pixels a, Pixels b) {
     return {square(a[0] - b[2]), square(a[1] - b[1]), square(a[2] - b[0]), square(a[3] - b[3])};
 }
 
-inline Squares reversed_4(Pixel a, Pixel b) {
+inline Squares reversed_4(Pixels a, Pixels b) {
     return {square(a[0] - b[3]), square(a[1] - b[2]), square(a[2] - b[1]), square(a[3] - b[0])};
 }
 
-inline Squares luminance(Pixel a, Pixel b) {
+inline Squares luminance(Pixels a, Pixels b) {
     return {square(a[0] - b[0]), 0, 0, 0};
 }
 
-inline Squares luminance_with_color(Pixel a, Pixel b) {
+inline Squares luminance_with_color(Pixels a, Pixels b) {
     return {square(a[0] - b[0]), square(a[0] - b[1]), square(a[0] - b[2]), 0};
 }
 
-/// The alpha is compared with byte 2, the luminance of the next pixel. For the last pixel that is
-/// one element past the image, which the second image therefore has to provide.
-inline Squares luminance_alpha(Pixel a, Pixel b) {
+/// b[2] is the luminance of the next pixel.
+inline Squares luminance_alpha(Pixels a, Pixels b) {
     return {square(a[0] - b[0]), square(a[1] - b[2]), 0, 0};
 }
 
-inline Squares luminance_alpha_with_color(Pixel a, Pixel b) {
+inline Squares luminance_alpha_with_color(Pixels a, Pixels b) {
     return {square(a[0] - b[0]), square(a[0] - b[1]), square(a[0] - b[2]), square(a[1] - b[3])};
 }
 
-// The sum over all channels of one block, at most 512 * 4 * 255^2. Sums are exact, so the order in
-// which they are added up does not matter.
+// The kernels add up one block, over all channels: at most 512 * 4 * 255^2.
 
-/// Both blocks have the same layout and are compared in place.
+/// Two blocks of the same layout.
 template <unsigned elements>
-int sum_in_place(Pixel first, Pixel second) {
+int sum_in_place(Pixels first, Pixels second) {
     int sum = 0;
     for (std::size_t i = 0; i < kBlockPixels * elements; ++i) sum += square(first[i] - second[i]);
     return sum;
 }
 
-/// One sum per channel: GCC's vectors then take half as long as with one sum for all.
-template <unsigned firstElements, unsigned secondElements, Squares (*compare)(Pixel, Pixel)>
-int sum_by_pixel(Pixel first, Pixel second) {
+/// Each channel has a sum of its own, because compilers make slower vectors of a single one.
+template <unsigned firstElements, unsigned secondElements, Squares (*compare)(Pixels, Pixels)>
+int sum_by_pixel(Pixels first, Pixels second) {
     Squares sums{};
     for (std::size_t p = 0; p < kBlockPixels; ++p) {
         const Squares squares = compare(first + p * firstElements, second + p * secondElements);
@@ -108,115 +117,77 @@ int sum_by_pixel(Pixel first, Pixel second) {
     return sums.channel0 + sums.channel1 + sums.channel2 + sums.channel3;
 }
 
-/// How two layouts are compared.
-struct Comparison {
-    unsigned channels;       // 0: not at all.
-    unsigned firstElements;  // Per pixel.
+/// How two layouts are compared: over how many channels, with how many elements per pixel, and how
+/// many elements past the second block are read.
+struct Kernel {
+    unsigned channels;
+    unsigned firstElements;
     unsigned secondElements;
     unsigned secondElementsPastBlock;
-    int (*sum)(Pixel firstBlock, Pixel secondBlock);
+    int (*sum)(Pixels firstBlock, Pixels secondBlock);
 };
 
-constexpr Comparison kNotCompared{};
-
 template <unsigned elements>
-constexpr Comparison kInPlace{elements, elements, elements, 0, sum_in_place<elements>};
+constexpr Kernel kInPlace = {elements, elements, elements, 0,
+                             call_on_wide_vectors<sum_in_place<elements>>};
 
 template <unsigned channels, unsigned firstElements, unsigned secondElements,
-          Squares (*compare)(Pixel, Pixel)>
-constexpr Comparison kByPixel{channels, firstElements, secondElements, 0,
-                              sum_by_pixel<firstElements, secondElements, compare>};
+          Squares (*compare)(Pixels, Pixels)>
+constexpr Kernel kByPixel = {
+    channels, firstElements, secondElements, 0,
+    call_on_wide_vectors<sum_by_pixel<firstElements, secondElements, compare>>};
 
-constexpr Comparison kLuminanceAlpha{2, 2, 2, 1, sum_by_pixel<2, 2, luminance_alpha>};
+// Each alpha is compared with the luminance of the next pixel. For the last pixel that is one
+// element past the image, which the second image therefore has to provide.
+constexpr Kernel kLuminanceAlpha = {2, 2, 2, 1,
+                                    call_on_wide_vectors<sum_by_pixel<2, 2, luminance_alpha>>};
 
-inline bool is_rgb_order(unsigned format) {
-    return format == GL_RGB || format == GL_RGBA;
-}
+// All pairs of layouts that are compared. They are not symmetric, and every oddity is intended.
+constexpr struct {
+    unsigned firstFormat;
+    unsigned secondFormat;
+    const Kernel& kernel;
+} kComparisons[] = {
+    {GL_RGB, GL_RGB, kInPlace<3>},
+    {GL_BGR, GL_BGR, kInPlace<3>},
+    {GL_RGB, GL_BGR, kByPixel<3, 3, 3, swapped_3>},
+    {GL_BGR, GL_RGB, kByPixel<3, 3, 3, swapped_3>},
+    // The alpha is ignored.
+    {GL_RGB, GL_RGBA, kByPixel<3, 3, 4, same_order_3>},
+    {GL_BGR, GL_BGRA, kByPixel<3, 3, 4, same_order_3>},
+    {GL_BGR, kPackedBGRA, kByPixel<3, 3, 4, same_order_3>},
+    {GL_RGB, GL_BGRA, kByPixel<3, 3, 4, swapped_3>},
+    {GL_RGB, kPackedBGRA, kByPixel<3, 3, 4, swapped_3>},
+    {GL_BGR, GL_RGBA, kByPixel<3, 3, 4, swapped_3>},
+    {GL_RGBA, GL_RGBA, kInPlace<4>},
+    {GL_BGRA, GL_BGRA, kInPlace<4>},
+    {GL_BGRA, kPackedBGRA, kInPlace<4>},
+    {kPackedBGRA, GL_BGRA, kInPlace<4>},
+    {kPackedBGRA, kPackedBGRA, kInPlace<4>},
+    // Only the packed code on the first side exchanges red and blue.
+    {GL_RGBA, GL_BGRA, kByPixel<4, 4, 4, reversed_4>},
+    {GL_RGBA, kPackedBGRA, kByPixel<4, 4, 4, reversed_4>},
+    {GL_BGRA, GL_RGBA, kByPixel<4, 4, 4, reversed_4>},
+    {kPackedBGRA, GL_RGBA, kByPixel<4, 4, 4, swapped_4>},
+    {GL_LUMINANCE, GL_LUMINANCE, kInPlace<1>},
+    {GL_LUMINANCE, GL_LUMINANCE_ALPHA, kByPixel<1, 1, 2, luminance>},
+    {GL_LUMINANCE, GL_RGB, kByPixel<3, 1, 3, luminance_with_color>},
+    {GL_LUMINANCE, GL_BGR, kByPixel<3, 1, 3, luminance_with_color>},
+    {GL_LUMINANCE, GL_RGBA, kByPixel<3, 1, 4, luminance_with_color>},
+    {GL_LUMINANCE, GL_BGRA, kByPixel<3, 1, 4, luminance_with_color>},
+    {GL_LUMINANCE, kPackedBGRA, kByPixel<3, 1, 4, luminance_with_color>},
+    {GL_LUMINANCE_ALPHA, GL_LUMINANCE_ALPHA, kLuminanceAlpha},
+    {GL_LUMINANCE_ALPHA, GL_RGBA, kByPixel<4, 2, 4, luminance_alpha_with_color>},
+    {GL_LUMINANCE_ALPHA, GL_BGRA, kByPixel<4, 2, 4, luminance_alpha_with_color>},
+    {GL_LUMINANCE_ALPHA, kPackedBGRA, kByPixel<4, 2, 4, luminance_alpha_with_color>},
+};
 
-/// Elements per pixel of a colour layout; 0 for any other.
-inline unsigned color_elements(unsigned format) {
-    switch (format) {
-        case GL_RGB:
-        case GL_BGR:
-            return 3;
-        case GL_RGBA:
-        case GL_BGRA:
-        case kPackedBGRA:
-            return 4;
-        default:
-            return 0;
+/// Null for two layouts that are not compared.
+inline const Kernel* find_kernel(unsigned firstFormat, unsigned secondFormat) {
+    for (const auto& [first, second, kernel] : kComparisons) {
+        if (first == firstFormat && second == secondFormat) return &kernel;
     }
-}
-
-// A three-element colour against any colour: the alpha of a four-element side is ignored.
-inline Comparison comparison_of_rgb(unsigned firstFormat, unsigned secondFormat) {
-    const bool same = is_rgb_order(firstFormat) == is_rgb_order(secondFormat);
-    switch (color_elements(secondFormat)) {
-        case 3:
-            return same ? kInPlace<3> : kByPixel<3, 3, 3, swapped_3>;
-        case 4:
-            return same ? kByPixel<3, 3, 4, same_order_3> : kByPixel<3, 3, 4, swapped_3>;
-        default:
-            return kNotCompared;
-    }
-}
-
-// A four-element colour against a four-element colour. RGBA against BGRA is a full reversal; only
-// the packed code on the first side exchanges red and blue.
-inline Comparison comparison_of_rgba(unsigned firstFormat, unsigned secondFormat) {
-    if (color_elements(secondFormat) != 4) return kNotCompared;
-    if ((firstFormat == GL_RGBA) == (secondFormat == GL_RGBA)) return kInPlace<4>;
-    return firstFormat == kPackedBGRA ? kByPixel<4, 4, 4, swapped_4>
-                                      : kByPixel<4, 4, 4, reversed_4>;
-}
-
-inline Comparison comparison_of_luminance(unsigned secondFormat) {
-    if (secondFormat == GL_LUMINANCE) return kInPlace<1>;
-    if (secondFormat == GL_LUMINANCE_ALPHA) return kByPixel<1, 1, 2, luminance>;
-    switch (color_elements(secondFormat)) {
-        case 3:
-            return kByPixel<3, 1, 3, luminance_with_color>;
-        case 4:
-            return kByPixel<3, 1, 4, luminance_with_color>;
-        default:
-            return kNotCompared;
-    }
-}
-
-inline Comparison comparison_of_luminance_alpha(unsigned secondFormat) {
-    if (secondFormat == GL_LUMINANCE_ALPHA) return kLuminanceAlpha;
-    return color_elements(secondFormat) == 4 ? kByPixel<4, 2, 4, luminance_alpha_with_color>
-                                             : kNotCompared;
-}
-
-inline Comparison comparison_of(unsigned firstFormat, unsigned secondFormat) {
-    switch (firstFormat) {
-        case GL_RGB:
-        case GL_BGR:
-            return comparison_of_rgb(firstFormat, secondFormat);
-        case GL_RGBA:
-        case GL_BGRA:
-        case kPackedBGRA:
-            return comparison_of_rgba(firstFormat, secondFormat);
-        case GL_LUMINANCE:
-            return comparison_of_luminance(secondFormat);
-        case GL_LUMINANCE_ALPHA:
-            return comparison_of_luminance_alpha(secondFormat);
-        default:
-            return kNotCompared;
-    }
-}
-
-/// `count` elements on the 8-bit scale: in `buffer`, or where they are when they are bytes.
-inline const std::uint8_t* on_8bit_scale(const std::uint8_t* elements, std::size_t /*count*/,
-                                         std::uint8_t* /*buffer*/) {
-    return elements;
-}
-
-template <typename T>
-const std::uint8_t* on_8bit_scale(const T* elements, std::size_t count, std::uint8_t* buffer) {
-    convert(elements, count, buffer);
-    return buffer;
+    return nullptr;
 }
 
 /// The mean, over the compared channels, of each channel's sum of squared differences on the 8-bit
@@ -226,21 +197,23 @@ const std::uint8_t* on_8bit_scale(const T* elements, std::size_t count, std::uin
 template <typename T, typename U>
 unsigned long long distance_data_format(const U* first, unsigned firstFormat, const T* second,
                                         unsigned secondFormat, unsigned /*count*/) {
-    const Comparison comparison = comparison_of(firstFormat, secondFormat);
-    if (comparison.channels == 0) return kUnsupportedDistance;
-    const std::size_t firstCount = kBlockPixels * comparison.firstElements;
-    const std::size_t secondCount = kBlockPixels * comparison.secondElements;
+    const Kernel* kernel = find_kernel(firstFormat, secondFormat);
+    if (!kernel) return kUnsupportedDistance;
+    const std::size_t firstCount = kBlockPixels * kernel->firstElements;
+    const std::size_t secondCount = kBlockPixels * kernel->secondElements;
     std::uint8_t firstBuffer[kBlockPixels * 4];
     std::uint8_t secondBuffer[kBlockPixels * 4];
+    // Sums are exact, so all channels share one.
     unsigned long long sum = 0;
-    for (std::size_t block = 0; block < kImagePixels / kBlockPixels; ++block) {
-        const int blockSum = comparison.sum(
-            on_8bit_scale(first + block * firstCount, firstCount, firstBuffer),
-            on_8bit_scale(second + block * secondCount,
-                          secondCount + comparison.secondElementsPastBlock, secondBuffer));
-        sum += static_cast<unsigned>(blockSum);
+    for (std::size_t p = 0; p < kImagePixels; p += kBlockPixels) {
+        const Pixels firstBlock = on_8bit_scale(first, firstCount, firstBuffer);
+        const Pixels secondBlock =
+            on_8bit_scale(second, secondCount + kernel->secondElementsPastBlock, secondBuffer);
+        sum += static_cast<unsigned>(kernel->sum(firstBlock, secondBlock));
+        first += firstCount;
+        second += secondCount;
     }
-    return sum / comparison.channels;
+    return sum / kernel->channels;
 }
 
 /// The source's element type is known; chooses the kernel by the type of the read-back.
@@ -271,9 +244,9 @@ unsigned long long distance_from_source(const void* srcData, unsigned srcFormat,
 }
 
 /// The distance between the pattern as uploaded and what came back, each described by its OpenGL
-/// pixel format and type; kUnsupportedDistance for a pair that is not compared. `pixelCount` is
-/// deliberately not consulted. The table of types is not symmetric: a packed read-back is only
-/// accepted against a packed source.
+/// pixel format and type; kUnsupportedDistance for a pair that is not compared. `pixelCount` is not
+/// consulted, since all images have one size. The table of types is not symmetric: a packed
+/// read-back is only accepted against a packed source.
 inline unsigned long long distance_data_switch(const void* srcData, unsigned srcFormat,
                                                unsigned srcType, const void* readData,
                                                unsigned readFormat, unsigned readType,
