@@ -2,22 +2,26 @@
 // a sample.
 
 #include <cinttypes>
+#include <cstddef>
 #include <cstdint>
 #include <cstdio>
 #include <cstring>
-#include <utility>
 #include <vector>
 
 #include "TexProbe/conversions.h"
+#include "TexProbe/vectors.h"
 #include "slow_distance.h"
 
 namespace {
 
-using Conversion = void (*)(const float* elements, std::size_t count, std::uint8_t* bytes);
+struct Conversion {
+    const char* name;
+    void (*convert)(const float* elements, std::size_t count, std::uint8_t* bytes);
+};
 
 /// The conversions that this processor can run.
-std::vector<std::pair<const char*, Conversion>> conversions() {
-    std::vector<std::pair<const char*, Conversion>> all = {{"portable", convert}};
+std::vector<Conversion> conversions() {
+    std::vector<Conversion> all = {{"portable", convert}};
 #ifdef TEXPROBE_X86_VECTORS
     if (has_avx2()) all.push_back({"AVX2", call_on_avx2<convert<float>>});
     if (has_avx512()) all.push_back({"AVX-512", call_on_avx512<convert<float>>});
@@ -39,17 +43,17 @@ int main() {
             expected[low] =
                 static_cast<std::uint8_t>(texprobe::tests::slow_float_to_8bit(floats[low]));
         }
-        for (const auto& [name, convert_floats] : conversions()) {
-            convert_floats(floats.data(), kCount, converted.data());
+        for (const Conversion& conversion : conversions()) {
+            conversion.convert(floats.data(), kCount, converted.data());
             for (std::uint32_t low = 0; low < kCount; ++low) {
                 if (converted[low] == expected[low]) continue;
-                std::printf("%s: %08" PRIx32 " gives %d instead of %d\n", name, (high << 16) | low,
-                            converted[low], expected[low]);
+                std::printf("%s: %08" PRIx32 " gives %d instead of %d\n", conversion.name,
+                            (high << 16) | low, converted[low], expected[low]);
                 return 1;
             }
         }
     }
-    for (const auto& conversion : conversions()) {
-        std::printf("%s: as expected for all 2^32 floats\n", conversion.first);
+    for (const Conversion& conversion : conversions()) {
+        std::printf("%s: as expected for all 2^32 floats\n", conversion.name);
     }
 }
