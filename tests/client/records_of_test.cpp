@@ -45,7 +45,7 @@ void use_records_in(const std::filesystem::path& directory) {
     records_of_test() = directory;
 }
 
-const ToolFolder& empty_folder(const std::filesystem::path& executable) {
+const ToolFolder& empty_folder(const char* executable) {
     static const ToolFolder folder(executable);
     const std::filesystem::path records = folder.database().parent_path();
     use_records_in(records);

@@ -16,7 +16,7 @@ void use_records_in(const std::filesystem::path& directory);
 
 /// The folder of this process, whose tool is a copy of `executable` and whose records are those of
 /// this process. Nothing but the tool and an empty store is in it after each call.
-const ToolFolder& empty_folder(const std::filesystem::path& executable);
+const ToolFolder& empty_folder(const char* executable);
 
 // What the tool writes, under an application identifier given as text; synchronized.
 void write_number(const std::string& application, const char* key, double value);

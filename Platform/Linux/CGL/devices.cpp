@@ -92,8 +92,10 @@ std::vector<Device> list_devices(const Egl& egl, const std::filesystem::path& sy
         if (known == devices.end()) known = devices.insert(devices.end(), std::move(device));
         known->entries.push_back(entry);
     }
-    std::stable_partition(devices.begin(), devices.end(),
-                          [](const Device& device) { return !device.software; });
+    // Hardware before software, of which there is one device at most.
+    const auto software = std::find_if(devices.begin(), devices.end(),
+                                       [](const Device& device) { return device.software; });
+    if (software != devices.end()) std::rotate(software, software + 1, devices.end());
     return devices;
 }
 

@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <cstdint>
 #include <cstring>
 #include <string_view>
 #include <system_error>
@@ -83,8 +84,10 @@ std::string identify_library(const std::filesystem::path& library) {
     }
     if (identity.empty()) {
         const auto time = std::filesystem::last_write_time(library, error);
+        // libc++ counts in 128 bits, of which no text can be made.
+        const auto ticks = static_cast<std::int64_t>(time.time_since_epoch().count());
         identity = std::to_string(std::filesystem::file_size(library, error)) + ' ' +
-                   std::to_string(time.time_since_epoch().count());
+                   std::to_string(ticks);
     }
     return identity;
 }
