@@ -1,3 +1,5 @@
+include(CheckLinkerFlag)
+
 # texprobe_hide_internals(<target>): the library shows the class and nothing else. On Linux it carries the
 # platform's functions under the names that macOS gives them (CFRelease, CGLCreateContext, ...), which an
 # application may well have from somewhere else; and templates of the standard library that are
@@ -7,9 +9,10 @@ function(texprobe_hide_internals target)
   if(type STREQUAL "SHARED_LIBRARY")
     texprobe_export_class_only(${target})
   elseif(NOT APPLE AND NOT TEXPROBE_SANITIZE AND NOT TEXPROBE_COVERAGE)
-    # GNU's, whatever the compiler links with: others cannot dissolve groups.
-    find_program(GNU_LD NAMES ld.bfd)
-    if(GNU_LD)
+    # GNU's, whatever the compiler links with: others cannot dissolve groups. The compiler knows the
+    # one of its target, which a name alone does not find in a cross-build.
+    check_linker_flag(CXX -fuse-ld=bfd HAVE_GNU_LD)
+    if(HAVE_GNU_LD)
       texprobe_close_archive(${target})
     else()
       message(STATUS "No ld.bfd: the static library shows its CoreFoundation, CoreGraphics and CGL")
@@ -33,9 +36,14 @@ endfunction()
 # a group that is also in the application would be dropped here and leave local symbols without a section.
 function(texprobe_close_archive target)
   set(object ${CMAKE_CURRENT_BINARY_DIR}/${target}-closed.o)
+  # What decides about the target's architecture: -m32, say, or clang's --target.
+  separate_arguments(flags NATIVE_COMMAND "${CMAKE_CXX_FLAGS}")
+  if(CMAKE_CXX_COMPILER_TARGET AND CMAKE_CXX_COMPILER_ID MATCHES "Clang")
+    list(APPEND flags --target=${CMAKE_CXX_COMPILER_TARGET})
+  endif()
   add_custom_command(TARGET ${target} POST_BUILD VERBATIM
-    COMMAND ${GNU_LD} -r --force-group-allocation -o ${object}
-            --whole-archive $<TARGET_FILE:${target}>
+    COMMAND ${CMAKE_CXX_COMPILER} ${flags} -r -nostdlib -fuse-ld=bfd -o ${object}
+            -Wl,--force-group-allocation -Wl,--whole-archive $<TARGET_FILE:${target}>
     COMMAND ${CMAKE_OBJCOPY} --wildcard --keep-global-symbol=_ZN3qor8TexProbe*
             --keep-global-symbol=_ZNK3qor8TexProbe* ${object}
     COMMAND ${CMAKE_COMMAND} -E rm $<TARGET_FILE:${target}>
