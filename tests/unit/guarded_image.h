@@ -25,7 +25,9 @@ public:
             mmap(nullptr, accessible_ + 2 * page_, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
         if (mapping == MAP_FAILED) throw std::bad_alloc();
         mapping_ = static_cast<unsigned char*>(mapping);
-        if (mprotect(mapping_ + page_, accessible_, PROT_READ | PROT_WRITE) != 0) {
+        // Systems differ in what they answer for no pages.
+        if (accessible_ > 0 &&
+            mprotect(mapping_ + page_, accessible_, PROT_READ | PROT_WRITE) != 0) {
             munmap(mapping_, accessible_ + 2 * page_);
             throw std::bad_alloc();
         }
