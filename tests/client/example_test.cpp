@@ -56,10 +56,14 @@ protected:
 
     std::filesystem::path program() const { return folder_.path() / "texformats"; }
 
-    /// Runs the example with words of a shell, in an environment of `variables`; returns its
-    /// output.
+    /// A session's folder without a Wayland socket. Without the variable, GLFW 3.4 lets Wayland's
+    /// library complain on standard error.
+    std::string session() const { return "XDG_RUNTIME_DIR=" + folder_.path().string(); }
+
+    /// Runs the example with words of a shell, in an environment of `variables`, its standard error
+    /// with its output; returns both.
     std::string run(const std::string& arguments, const std::string& variables = "") {
-        std::string command = "env -i " + variables + " '";
+        std::string command = "env -i '" + session() + "' " + variables + " '";
         command += program();
         command += "' " + arguments;
         FILE* pipe = popen(command.c_str(), "re");
@@ -72,10 +76,11 @@ protected:
     /// Runs it on a terminal; returns what a person would see, with its colours.
     std::string run_on_terminal(const char* variable) {
         int terminal = -1;
+        const std::string folder = session();
         const pid_t process = forkpty(&terminal, nullptr, nullptr, nullptr);
         if (process == 0) {
             execle(program().c_str(), program().c_str(), nullptr,
-                   std::array<const char*, 2>{variable, nullptr}.data());
+                   std::array<const char*, 3>{variable, folder.c_str(), nullptr}.data());
             _exit(127);
         }
         std::string text = read_all(terminal);

@@ -9,6 +9,7 @@
 #include <regex>
 #include <set>
 
+#include "mesa_renderer.h"
 #include "support/formats.h"
 #include "support/tool_folder.h"
 #include "transcript.h"
@@ -48,13 +49,30 @@ void expect_records_equal_verdicts(const Records& records, const Transcript& tra
     EXPECT_EQ(records.at("GL_VERSION"), "string " + transcript.version);
 }
 
-class Renderers : public testing::TestWithParam<const char*> {
+class Renderers : public testing::TestWithParam<MesaRenderer> {
 protected:
-    Environment environment() const {
-        return std::string(GetParam()) == "softpipe" ? kSoftpipe : Environment{};
+    explicit Renderers(const char* tool = TOOL) : folder_(tool) {}
+
+    void SetUp() override {
+        const std::string missing = prepare(GetParam());
+        if (!missing.empty()) GTEST_SKIP() << missing;
     }
 
-    const ToolFolder folder_{TOOL};
+    const Environment& environment() const { return GetParam().environment; }
+
+    const ToolFolder folder_;
+};
+
+/// The same on a driver that lacks the extension.
+class RenderersWithout : public Renderers {
+protected:
+    RenderersWithout() : Renderers(TOOL_WITHOUT_EXTENSION) {}
+
+    Finished run_without(const std::string& extension) const {
+        Environment variables = environment();
+        variables.push_back("MISSING_EXTENSION=" + extension);
+        return folder_.run({}, variables);
+    }
 };
 
 TEST_P(Renderers, first_run_prints_and_records_every_verdict) {
@@ -62,8 +80,8 @@ TEST_P(Renderers, first_run_prints_and_records_every_verdict) {
     ASSERT_TRUE(run.exited_with(0)) << run.err;
     const std::vector<Transcript> transcripts = read_transcripts(run.err, true);
     const RecordSets sets = folder_.records();
-    const Transcript* transcript = find_renderer(transcripts, sets, GetParam());
-    ASSERT_TRUE(transcript) << "no " << GetParam() << " among the renderers:\n" << run.err;
+    const Transcript* transcript = find_renderer(transcripts, sets, GetParam().name);
+    ASSERT_TRUE(transcript) << "no " << GetParam().name << " among the renderers:\n" << run.err;
     EXPECT_FALSE(transcript->upToDate);
     expect_records_equal_verdicts(sets.at(transcript->application), *transcript);
 }
@@ -71,7 +89,7 @@ TEST_P(Renderers, first_run_prints_and_records_every_verdict) {
 TEST_P(Renderers, first_run_finds_what_mesa_certainly_does) {
     const Finished run = folder_.run({}, environment());
     const std::vector<Transcript> transcripts = read_transcripts(run.err, true);
-    const Transcript* transcript = find_renderer(transcripts, folder_.records(), GetParam());
+    const Transcript* transcript = find_renderer(transcripts, folder_.records(), GetParam().name);
     ASSERT_TRUE(transcript);
     for (const char* format : {"GL_RGBA8", "GL_RGBA16", "GL_RGBA32F_ARB", "GL_LUMINANCE8"}) {
         EXPECT_TRUE(transcript->verdicts.at(std::string(format) + "_SUPPORTED")) << format;
@@ -145,16 +163,15 @@ TEST_P(Renderers, old_records_are_all_measured_again) {
     EXPECT_EQ(folder_.records(), first);
 }
 
-TEST_P(Renderers, without_framebuffer_objects_nothing_is_renderable_and_downloads_stay_absent) {
-    Environment variables = environment();
-    variables.push_back("MESA_EXTENSION_OVERRIDE=-GL_EXT_framebuffer_object");
-    const Finished run = folder_.run({}, variables);
+TEST_P(RenderersWithout, framebuffer_objects_nothing_is_renderable_and_downloads_stay_absent) {
+    const Finished run = run_without("GL_EXT_framebuffer_object");
     ASSERT_TRUE(run.exited_with(0)) << run.err;
     const std::vector<Transcript> transcripts = read_transcripts(run.err, true);
     const RecordSets sets = folder_.records();
-    const Transcript* transcript = find_renderer(transcripts, sets, GetParam());
+    const Transcript* transcript = find_renderer(transcripts, sets, GetParam().name);
     ASSERT_TRUE(transcript);
     EXPECT_FALSE(transcript->hasFBO);
+    EXPECT_TRUE(transcript->hasPBO);
     const Records& records = sets.at(transcript->application);
     for (const Format& tested : kFormats) {
         const std::string format = tested.name;
@@ -167,15 +184,14 @@ TEST_P(Renderers, without_framebuffer_objects_nothing_is_renderable_and_download
     EXPECT_EQ(records.at("GL_RGBA8_UPLOAD_SET"), "boolean 1");
 }
 
-TEST_P(Renderers, without_pixel_buffer_objects_no_transfer_passes) {
-    Environment variables = environment();
-    variables.push_back("MESA_EXTENSION_OVERRIDE=-GL_ARB_pixel_buffer_object");
-    const Finished run = folder_.run({}, variables);
+TEST_P(RenderersWithout, pixel_buffer_objects_no_transfer_passes) {
+    const Finished run = run_without("GL_ARB_pixel_buffer_object");
     ASSERT_TRUE(run.exited_with(0)) << run.err;
     const std::vector<Transcript> transcripts = read_transcripts(run.err, true);
     const RecordSets sets = folder_.records();
-    const Transcript* transcript = find_renderer(transcripts, sets, GetParam());
+    const Transcript* transcript = find_renderer(transcripts, sets, GetParam().name);
     ASSERT_TRUE(transcript);
+    EXPECT_TRUE(transcript->hasFBO);
     EXPECT_FALSE(transcript->hasPBO);
     EXPECT_TRUE(transcript->scores.empty());
     const Records& records = sets.at(transcript->application);
@@ -191,8 +207,11 @@ TEST_P(Renderers, without_pixel_buffer_objects_no_transfer_passes) {
     EXPECT_EQ(records.at("GL_RGBA8_RENDERABLE"), "boolean 1");
 }
 
-INSTANTIATE_TEST_SUITE_P(Mesa, Renderers, testing::Values("llvmpipe", "softpipe"),
-                         [](const auto& renderer) { return std::string(renderer.param); });
+std::string name_of(const testing::TestParamInfo<MesaRenderer>& renderer) {
+    return renderer.param.name;
+}
+INSTANTIATE_TEST_SUITE_P(Mesa, Renderers, testing::ValuesIn(mesa_renderers()), name_of);
+INSTANTIATE_TEST_SUITE_P(Mesa, RenderersWithout, testing::ValuesIn(mesa_renderers()), name_of);
 
 TEST(SafeMode, in_an_empty_environment_gives_the_records_of_a_direct_run) {
     const ToolFolder direct(TOOL);

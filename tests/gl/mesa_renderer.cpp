@@ -1,0 +1,105 @@
+#include "mesa_renderer.h"
+
+#include <fcntl.h>
+#include <signal.h>
+#include <spawn.h>
+#include <sys/file.h>
+#include <sys/socket.h>
+#include <sys/un.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <filesystem>
+#include <thread>
+
+namespace texprobe::tests {
+
+namespace {
+
+/// Whether lavapipe, the Vulkan driver on which zink runs, is installed: the file that names it is.
+bool has_lavapipe() {
+    std::error_code error;
+    for (const auto& file : std::filesystem::directory_iterator("/usr/share/vulkan/icd.d", error)) {
+        if (file.path().filename().string().rfind("lvp_icd.", 0) == 0) return true;
+    }
+    return false;
+}
+
+/// The server that renders for virpipe. It has one socket for all, so that one test at a time has
+/// it.
+class VirglServer {
+public:
+    VirglServer() {
+        const std::filesystem::path file =
+            std::filesystem::temp_directory_path() / "texprobe-virgl.lock";
+        lock_ = open(file.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600);
+        flock(lock_, LOCK_EX);
+        if (accepts()) return;
+        posix_spawn_file_actions_t actions;
+        posix_spawn_file_actions_init(&actions);
+        posix_spawn_file_actions_addopen(&actions, 1, "/dev/null", O_WRONLY, 0);
+        posix_spawn_file_actions_addopen(&actions, 2, "/dev/null", O_WRONLY, 0);
+        char name[] = "virgl_test_server";
+        char surfaceless[] = "--use-egl-surfaceless";
+        char* arguments[] = {name, surfaceless, nullptr};
+        if (posix_spawnp(&process_, name, &actions, nullptr, arguments, environ) != 0)
+            process_ = -1;
+        posix_spawn_file_actions_destroy(&actions);
+        for (int i = 0; process_ > 0 && i < kStartTries && !accepts(); ++i)
+            std::this_thread::sleep_for(kStartPause);
+    }
+    ~VirglServer() {
+        if (process_ > 0) {
+            kill(process_, SIGTERM);
+            waitpid(process_, nullptr, 0);
+        }
+        close(lock_);
+    }
+    VirglServer(const VirglServer&) = delete;
+    VirglServer& operator=(const VirglServer&) = delete;
+
+    bool accepts() const {
+        sockaddr_un address = {AF_UNIX, "/tmp/.virgl_test"};
+        const int connection = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
+        const bool accepted =
+            connect(connection, reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0;
+        close(connection);
+        return accepted;
+    }
+
+private:
+    static constexpr int kStartTries = 200;
+    static constexpr std::chrono::milliseconds kStartPause{50};
+
+    int lock_ = -1;
+    pid_t process_ = -1;
+};
+
+}  // namespace
+
+std::ostream& operator<<(std::ostream& stream, const MesaRenderer& renderer) {
+    return stream << renderer.name;
+}
+
+std::vector<MesaRenderer> mesa_renderers() {
+    // A layer of Mesa's Vulkan looks for a Wayland session, and complains where none can be.
+    const std::string session =
+        "XDG_RUNTIME_DIR=" + std::filesystem::temp_directory_path().string();
+    return {{"llvmpipe", {}},
+            {"softpipe", {"GALLIUM_DRIVER=softpipe"}},
+            {"zink", {"LIBGL_ALWAYS_SOFTWARE=1", "GALLIUM_DRIVER=zink", session}},
+            {"virgl", {"LIBGL_ALWAYS_SOFTWARE=1", "GALLIUM_DRIVER=virpipe"}}};
+}
+
+std::string prepare(const MesaRenderer& renderer) {
+    if (renderer.name == "zink" && !has_lavapipe())
+        return "lavapipe is not installed (package mesa-vulkan-drivers)";
+    if (renderer.name == "virgl") {
+        static const VirglServer server;
+        if (!server.accepts()) return "virgl_test_server cannot be started (package virgl-server)";
+    }
+    return {};
+}
+
+}  // namespace texprobe::tests
