@@ -121,27 +121,30 @@ int finish(sqlite3_stmt* statement) {
 Status Database::open(const std::string& path, Purpose purpose, Journal journal) {
     path_ = path;
     journal_ = journal;
-    int code = open_file(path, purpose == kWrite ? SQLITE_OPEN_READWRITE : SQLITE_OPEN_READONLY);
+    int code = open_file(path, purpose);
     if (purpose == kWrite && (code == SQLITE_OK || code == SQLITE_ERROR)) code = check_all(code);
     // Reading, too, needs files beside the database. Where they cannot be made, and there is no log
     // to be read, the database alone says everything.
     const int kind = code & 0xff;
     if (purpose == kLook && (kind == SQLITE_CANTOPEN || kind == SQLITE_READONLY) &&
         access((path + "-wal").c_str(), F_OK) != 0) {
-        code = open_file(frozen_uri(path), SQLITE_OPEN_READONLY | SQLITE_OPEN_URI);
+        code = open_file(frozen_uri(path), kLook);
     }
     return status_of(code);
 }
 
-int Database::open_file(const std::string& path, int flags) {
+int Database::open_file(const std::string& name, Purpose purpose) {
     close(true);
     // One thread at a time uses a connection, so SQLite need not lock it. The file system layer is
     // named, because an application may have made another one its default.
+    const int flags = SQLITE_OPEN_NOMUTEX | SQLITE_OPEN_PRIVATECACHE | SQLITE_OPEN_URI |
+                      (purpose == kWrite ? SQLITE_OPEN_READWRITE : SQLITE_OPEN_READONLY);
     sqlite3* database = nullptr;
-    int code = sqlite3_open_v2(path.c_str(), &database,
-                               flags | SQLITE_OPEN_NOMUTEX | SQLITE_OPEN_PRIVATECACHE, "unix");
+    int code = sqlite3_open_v2(name.c_str(), &database, flags, "unix");
     database_.reset(database);
     if (code == SQLITE_OK) code = configure();
+    // One transaction for all that is looked at: each takes locks.
+    if (code == SQLITE_OK && purpose == kLook) code = execute("BEGIN");
     if (code == SQLITE_OK) code = learn_layout();
     return code;
 }
@@ -168,11 +171,6 @@ int Database::learn_layout() {
     // Asked for last: whoever makes the table gives it its version in the same transaction.
     if (code == SQLITE_OK) code = ask(kVersion, &version);
     has_table_ = code == SQLITE_OK && tables > 0;
-    if (has_table_) {
-        sqlite3_stmt* statement = nullptr;
-        code = prepare(kRead, &statement);
-        if (code == SQLITE_OK) code = prepare(kSet, &statement);
-    }
     return version > kLayoutVersion ? SQLITE_ERROR : code;
 }
 
@@ -243,12 +241,14 @@ int Database::ask(Query query, int* number) {
 
 Status Database::read(std::string_view application, Records* records) {
     Records fresh;
-    const int code = read_records(application, &fresh);
+    std::vector<std::string> too_long;
+    const int code = read_records(application, &fresh, &too_long);
     if (code == SQLITE_OK) *records = std::move(fresh);
     return status_of(code);
 }
 
-int Database::read_records(std::string_view application, Records* records) {
+int Database::read_records(std::string_view application, Records* records,
+                           std::vector<std::string>* too_long) {
     if (!has_table_) {
         const int code = learn_layout();
         if (code != SQLITE_OK || !has_table_) return code;
@@ -257,32 +257,29 @@ int Database::read_records(std::string_view application, Records* records) {
     int code = prepare(kRead, &statement);
     if (code == SQLITE_OK) code = bind_value(statement, 1, application);
     if (code != SQLITE_OK) return code;
-    std::vector<std::string> too_long;
     while ((code = sqlite3_step(statement)) == SQLITE_ROW) {
         const std::string_view key = bytes_of(statement, 0);
         auto value = value_of(statement, 1, 2);
         if (value && is_string(key)) records->insert_or_assign(std::string(key), *value);
-        if (bytes_of(statement, 2).size() > kLongestString) too_long.emplace_back(key);
+        if (bytes_of(statement, 2).size() > kLongestString) too_long->emplace_back(key);
     }
     sqlite3_reset(statement);
-    // SQLite loads all of a record whenever it looks for a neighbour, so who writes removes these.
-    const bool is_writing = sqlite3_get_autocommit(database_.get()) == 0;
-    for (auto key = too_long.begin(); is_writing && code == SQLITE_DONE && key != too_long.end();
-         ++key) {
-        const int removed = change(application, *key, std::nullopt);
-        if (removed != SQLITE_OK) code = removed;
-    }
     return code == SQLITE_DONE ? SQLITE_OK : code;
 }
 
 Status Database::write(std::string_view application, const Changes& changes, Records* records) {
     Records fresh;
+    std::vector<std::string> too_long;
     int code = begin();
     const int before = sqlite3_total_changes(database_.get());
     for (const auto& [key, value] : changes) {
         if (code == SQLITE_OK) code = change(application, key, value);
     }
-    if (code == SQLITE_OK) code = read_records(application, &fresh);
+    if (code == SQLITE_OK) code = read_records(application, &fresh, &too_long);
+    // SQLite loads all of a record whenever it looks for a neighbour of it.
+    for (const std::string& key : too_long) {
+        if (code == SQLITE_OK) code = change(application, key, std::nullopt);
+    }
     if (code == SQLITE_OK) {
         if (sqlite3_total_changes(database_.get()) != before) extend_log();
         code = execute("COMMIT");

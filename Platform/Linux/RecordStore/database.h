@@ -16,6 +16,7 @@
 #include <memory>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "status.h"
 #include "value.h"
@@ -66,11 +67,12 @@ private:
     enum Query { kTables, kVersion, kCheck, kRead, kSet, kRemove, kQueryCount };
 
     // SQLite's result codes inside, a Status outside.
-    int open_file(const std::string& path, int flags);
+    int open_file(const std::string& name, Purpose purpose);
     int configure();
     int learn_layout();
     int check_all(int code);
-    int read_records(std::string_view application, Records* records);
+    int read_records(std::string_view application, Records* records,
+                     std::vector<std::string>* too_long);
     int begin();
     int change(std::string_view application, std::string_view key,
                const std::optional<Value>& value);
