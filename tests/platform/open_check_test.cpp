@@ -99,21 +99,22 @@ TEST(OpenCheck, refuses_a_context_without_a_renderer_string) {
 TEST(OpenCheck, survives_a_device_that_kills_whoever_opens_it) {
     for (const int signal : {SIGSEGV, SIGBUS, SIGABRT, SIGILL, SIGFPE, SIGTERM, SIGKILL}) {
         EXPECT_EQ(failure_of_initialize([signal] { raise(signal); }),
-                  "opening it died of signal " + std::to_string(signal));
+                  "the process opening it was killed by signal " + std::to_string(signal));
     }
 }
 
 TEST(OpenCheck, does_not_call_the_crash_handler_of_the_application) {
     const auto before = std::signal(SIGSEGV, [](int) { _exit(77); });
-    EXPECT_EQ(failure_of_initialize([] { raise(SIGSEGV); }), "opening it died of signal 11");
+    EXPECT_EQ(failure_of_initialize([] { raise(SIGSEGV); }),
+              "the process opening it was killed by signal 11");
     std::signal(SIGSEGV, before);
 }
 
 TEST(OpenCheck, survives_a_device_that_ends_the_process) {
     EXPECT_EQ(failure_of_initialize([] { _exit(0); }),
-              "opening it ended the process with status 0");
+              "the process opening it exited with status 0");
     EXPECT_EQ(failure_of_initialize([] { _exit(3); }),
-              "opening it ended the process with status 3");
+              "the process opening it exited with status 3");
 }
 
 TEST(OpenCheck, gives_up_a_device_that_hangs) {
@@ -147,7 +148,7 @@ TEST(OpenCheck, kills_a_device_that_closes_its_files_and_stays) {
                   for (int file = 3; file < 256; ++file) close(file);
                   for (;;) pause();
               }),
-              "opening it ended the process");
+              "the process opening it ended without an answer");
     int status = 0;
     EXPECT_GT(waitpid(-1, &status, 0), 0);
     EXPECT_TRUE(WIFSIGNALED(status));
@@ -157,7 +158,8 @@ TEST(OpenCheck, kills_a_device_that_closes_its_files_and_stays) {
 TEST(OpenCheck, works_where_the_application_ignores_its_children) {
     const auto before = std::signal(SIGCHLD, SIG_IGN);
     EXPECT_EQ(check({}).failure, "");
-    EXPECT_EQ(failure_of_initialize([] { _exit(3); }), "opening it ended the process");
+    EXPECT_EQ(failure_of_initialize([] { _exit(3); }),
+              "the process opening it ended without an answer");
     std::signal(SIGCHLD, before);
 }
 

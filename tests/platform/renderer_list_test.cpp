@@ -178,7 +178,8 @@ TEST_F(RendererList, survives_devices_that_kill_and_devices_that_hang) {
     EXPECT_EQ(renderers.describe_texture_memory(1, &bytes), kCGLBadRendererInfo);
     EXPECT_EQ(renderers.describe_texture_memory(2, &bytes), kCGLNoError);
     EXPECT_EQ(testing::internal::GetCapturedStderr(),
-              "*** EGL: the device /dev/dri/renderD128 cannot be used: opening it died of signal "
+              "*** EGL: the device /dev/dri/renderD128 cannot be used: the process opening it was "
+              "killed by signal "
               "11\n"
               "*** EGL: the device /dev/dri/renderD129 cannot be used: it did not answer within "
               "0.2 s\n");
@@ -210,7 +211,7 @@ TEST_F(RendererList, says_why_each_entry_of_an_unusable_gpu_cannot_be_opened) {
     EXPECT_EQ(renderers.describe_texture_memory(0, &bytes), kCGLBadRendererInfo);
     EXPECT_EQ(testing::internal::GetCapturedStderr(),
               "*** EGL: the device /dev/dri/renderD129 cannot be used: eglInitialize failed with "
-              "EGL_NOT_INITIALIZED; opening it ended the process with status 1\n");
+              "EGL_NOT_INITIALIZED; the process opening it exited with status 1\n");
 }
 
 TEST_F(RendererList, passes_over_an_unusable_gpu_for_a_usable_one_of_the_same_kind) {

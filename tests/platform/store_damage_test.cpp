@@ -25,7 +25,7 @@ class StoreDamage : public texprobe::tests::StoreFixture {
 protected:
     std::string put_aside(const std::string& reason) const {
         return "*** texprobe records: " + database().string() + " is damaged (" + reason +
-               "); it is kept as " + aside().string() + ", and a new one is begun\n";
+               "); it was moved to " + aside().string() + ", and a new one was created\n";
     }
     std::string refused(const std::string& reason) const {
         return "*** texprobe records: cannot use " + database().string() + ": " + reason + "\n";
@@ -63,8 +63,8 @@ protected:
         EXPECT_EQ(said, refused(reason) +
                             "*** texprobe records: 1 record is missing or in doubt in " +
                             database().string() +
-                            ": new; remove that file and run texprobe again to measure everything"
-                            " anew\n");
+                            ": new; remove that file and run texprobe to measure everything"
+                            " again\n");
         EXPECT_EQ(contents(database()), before);
         EXPECT_FALSE(fs::exists(aside()));
     }
@@ -143,13 +143,13 @@ TEST_F(StoreDamage, is_not_a_database_of_somebody_elses_without_records) {
 TEST_F(StoreDamage, is_not_a_newer_layout) {
     write("key", true);
     rows("PRAGMA user_version = 2");
-    expect_left_alone("a newer texprobe, or another program, made it");
+    expect_left_alone("it was made by a newer texprobe or another program");
 }
 
 TEST_F(StoreDamage, is_not_another_programs_table_of_records) {
     fs::create_directories(directory());
     rows("CREATE TABLE records (name TEXT, artist TEXT)");
-    expect_left_alone("a newer texprobe, or another program, made it");
+    expect_left_alone("it was made by a newer texprobe or another program");
 }
 
 TEST_F(StoreDamage, is_not_a_format_that_this_sqlite_does_not_know) {
@@ -157,7 +157,7 @@ TEST_F(StoreDamage, is_not_a_format_that_this_sqlite_does_not_know) {
     std::string bytes = contents(database());
     bytes[47] = 9;  // the schema's format
     replace(database(), bytes);
-    expect_left_alone("a newer texprobe, or another program, made it");
+    expect_left_alone("it was made by a newer texprobe or another program");
 }
 
 TEST_F(StoreDamage, is_not_a_database_that_only_a_newer_sqlite_may_write) {

@@ -33,8 +33,7 @@ protected:
     /// What a process that could not store two records says when it ends.
     std::string missing(const std::string& keys) const {
         return "*** texprobe records: 2 records are missing or in doubt in " + database().string() +
-               ": " + keys +
-               "; remove that file and run texprobe again to measure everything anew\n";
+               ": " + keys + "; remove that file and run texprobe to measure everything again\n";
     }
 
     /// An ordinary user, to whom the folders of the test are given.
@@ -288,8 +287,7 @@ TEST_F(StoreFailures, that_last_until_the_end_name_what_is_missing) {
         EXPECT_FALSE(store.synchronize(kApp));
     });
     const std::string place = " missing or in doubt in " + database().string() + ": ";
-    const std::string advice =
-        "; remove that file and run texprobe again to measure everything anew\n";
+    const std::string advice = "; remove that file and run texprobe to measure everything again\n";
     EXPECT_EQ(errors_of([&store] { store.close(); }),
               "*** texprobe records: 1 record is" + place + "GL_RGB8_SUPPORTED" + advice);
     // Said once; what comes later is said again.

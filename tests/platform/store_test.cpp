@@ -339,9 +339,9 @@ TEST_F(Store, that_takes_too_long_to_read_costs_one_line) {
         " INSERT INTO records SELECT 'org.example.app', n, 'boolean', 1 FROM number");
     EXPECT_TRUE(read("key").has_value());
     const auto usual = std::exchange(Database::longest_statement, std::chrono::milliseconds(-1));
-    EXPECT_EQ(texprobe::tests::errors_of([this] { EXPECT_FALSE(read("key").has_value()); }),
-              "*** texprobe records: cannot use " + database().string() +
-                  ": reading it takes too long\n");
+    EXPECT_EQ(
+        texprobe::tests::errors_of([this] { EXPECT_FALSE(read("key").has_value()); }),
+        "*** texprobe records: cannot use " + database().string() + ": reading it took too long\n");
     Database::longest_statement = usual;
 }
 

@@ -8,8 +8,8 @@ namespace texprobe::platform {
 
 namespace {
 
-/// One entry of EGL's list. Names are asked for only where the entry's extensions offer them, since
-/// an error would stay with the application's thread.
+/// One entry of EGL's list. Names are queried only if the entry's extensions offer them: a failed
+/// query would leave an EGL error on the application's thread.
 class Entry {
 public:
     Entry(const Egl& egl, EGLDeviceEXT device)
@@ -19,14 +19,14 @@ public:
 
     bool is_software() const { return has_extension(extensions_, "EGL_MESA_device_software"); }
 
-    /// The file of its DRM node; empty when the entry has none.
+    /// The path of its DRM node; empty if it has none.
     std::string node() const {
         std::string file = string("EGL_EXT_device_drm_render_node", EGL_DRM_RENDER_NODE_FILE_EXT);
         if (file.empty()) file = string("EGL_EXT_device_drm", EGL_DRM_DEVICE_FILE_EXT);
         return file;
     }
 
-    /// The driver's own words for the device.
+    /// The driver's own names for the device.
     std::string description() const {
         return string("EGL_EXT_device_query_name", EGL_VENDOR) + '/' +
                string("EGL_EXT_device_query_name", EGL_RENDERER_EXT) + '/' +
@@ -92,7 +92,7 @@ std::vector<Device> list_devices(const Egl& egl, const std::filesystem::path& sy
         if (known == devices.end()) known = devices.insert(devices.end(), std::move(device));
         known->entries.push_back(entry);
     }
-    // Hardware before software, of which there is one device at most.
+    // Hardware first. There is at most one software device.
     const auto software = std::find_if(devices.begin(), devices.end(),
                                        [](const Device& device) { return device.software; });
     if (software != devices.end()) std::rotate(software, software + 1, devices.end());

@@ -1,4 +1,4 @@
-// The machine's renderers, as EGL lists them. Asks for device strings only: nothing is opened.
+// The machine's renderers, as EGL lists them. Only device strings are queried; nothing is opened.
 
 #ifndef TEXPROBE_PLATFORM_CGL_DEVICES_H
 #define TEXPROBE_PLATFORM_CGL_DEVICES_H
@@ -20,15 +20,15 @@ struct Device {
     std::string name;      ///< For messages.
     std::string identity;  ///< What the device is: the same after a reboot or in another slot.
     Gpu gpu;
-    /// Its entries in EGL's list: each vendor's library lists the GPUs that it believes to know.
+    /// Its entries in EGL's list: one from each vendor's library that claims to support it.
     std::vector<EGLDeviceEXT> entries;
 };
 
-/// Hardware before software, each in EGL's order. Empty when EGL cannot list devices.
+/// Hardware first, then software, each in EGL's order. Empty if EGL cannot list devices.
 std::vector<Device> list_devices(const Egl& egl, const std::filesystem::path& sysfs);
 
-/// A stable hash of what renders, the device and the driver_overrides(); never 0, which ends CGL's
-/// attribute lists.
+/// A stable hash of the device and the driver_overrides(). Never 0, because 0 ends CGL's attribute
+/// lists.
 std::uint32_t renderer_id(std::string_view identity, std::string_view overrides);
 
 }  // namespace texprobe::platform

@@ -1,4 +1,4 @@
-// The variables of the environment by which the same device becomes another renderer.
+// The environment variables that turn the same device into another renderer.
 
 #ifndef TEXPROBE_PLATFORM_CGL_DRIVER_OVERRIDES_H
 #define TEXPROBE_PLATFORM_CGL_DRIVER_OVERRIDES_H
@@ -7,8 +7,8 @@
 
 namespace texprobe::platform {
 
-/// A line "NAME=value" for each variable of the table that has a value, in the table's order. Empty
-/// when none has: then a device has its own ID.
+/// One line "NAME=value" for each variable of the table that is set and not empty, in the table's
+/// order. If there is none, the device keeps its own ID.
 std::string driver_overrides();
 
 }  // namespace texprobe::platform

@@ -56,7 +56,7 @@ std::string describe_failure(const Egl& egl, std::string_view call) {
     const EGLint error = egl.get_error();
     std::string text(call);
     text += " failed";
-    // Some drivers refuse without naming an error.
+    // Some drivers fail without setting an error.
     if (error > EGL_SUCCESS && error <= EGL_CONTEXT_LOST) {
         text += " with ";
         text += kNames[error - EGL_SUCCESS];

@@ -1,4 +1,4 @@
-// EGL and the GL functions that look at a device, as pointers, so that the tests can script
+// EGL, and the GL functions that inspect a device, as function pointers, so that tests can script
 // devices.
 
 #ifndef TEXPROBE_PLATFORM_CGL_EGL_H
@@ -31,21 +31,21 @@ struct Egl {
     decltype(&glGetIntegerv) get_integerv = nullptr;
 };
 
-/// The EGL of this system. Asks for client extensions; initializes no display.
+/// The system's EGL. Queries the client extensions; initializes no display.
 const Egl& system_egl();
 
-/// Do EGL's client extensions offer the list of devices? One extension does, which others took
-/// apart.
+/// Can EGL list devices? EGL_EXT_device_base says so, and so do the two extensions that replaced
+/// it.
 bool can_list_devices(const char* client_extensions);
 
 /// Is `name` one of the words of an extension string? A null string has none.
 bool has_extension(const char* extensions, std::string_view name);
 
-/// "eglInitialize failed with EGL_NOT_INITIALIZED", say.
+/// For example "eglInitialize failed with EGL_NOT_INITIALIZED".
 std::string describe_failure(const Egl& egl, std::string_view call);
 
-/// Desktop OpenGL as the calling thread's EGL client API, for the life of this object: an
-/// application that uses OpenGL ES on the same thread finds its choice again.
+/// Binds desktop OpenGL as the calling thread's EGL API. The destructor restores the previous API,
+/// for applications that use OpenGL ES on the same thread.
 class DesktopGl {
 public:
     explicit DesktopGl(const Egl& egl) : egl_(egl), before_(eglQueryAPI()) {

@@ -1,4 +1,4 @@
-// What is behind CGL's handles for pixel formats.
+// The object behind a CGLPixelFormatObj.
 
 #ifndef TEXPROBE_PLATFORM_CGL_OBJECTS_H
 #define TEXPROBE_PLATFORM_CGL_OBJECTS_H

@@ -1,5 +1,5 @@
-// The way from a device to a current context with an offscreen surface, step by step. The check
-// that runs in a child process and CGL's own functions take the same steps.
+// The steps from a device to a current context with an offscreen surface. CGL's functions and the
+// check in a child process share them.
 
 #ifndef TEXPROBE_PLATFORM_CGL_OFFSCREEN_H
 #define TEXPROBE_PLATFORM_CGL_OFFSCREEN_H
@@ -10,21 +10,20 @@
 
 namespace texprobe::platform {
 
-/// A device that is open, or the reason why it is not.
+/// An open device, or the reason why it could not be opened.
 struct Offscreen {
     EGLDisplay display = EGL_NO_DISPLAY;
     EGLConfig config = nullptr;
     std::string failure;  ///< Empty when the device is open.
 };
 
-/// Opens the device's driver and chooses a configuration of eight bits a channel that draws to
-/// pbuffers. The display stays initialized for the life of the process: EGL has one display for a
-/// device, and the application may be using it, so terminating it would end the application's
-/// contexts.
+/// Opens the device's driver and chooses a configuration with eight bits per channel that can draw
+/// to pbuffers. The display is never terminated: EGL has one per device, and terminating it would
+/// destroy the application's contexts, too.
 Offscreen open_device(const Egl& egl, EGLDeviceEXT device);
 
-/// A context of the highest version that is still compatible with the first: no version is asked
-/// for.
+/// A compatibility-profile context of the highest version. EGL creates that if no version is
+/// requested.
 EGLContext create_context(const Egl& egl, const Offscreen& offscreen);
 
 EGLSurface create_surface(const Egl& egl, const Offscreen& offscreen, EGLint width, EGLint height);

@@ -23,11 +23,11 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-// The published values of GL_NVX_gpu_memory_info and GL_ATI_meminfo; both count kibibytes.
+// Values published with GL_NVX_gpu_memory_info and GL_ATI_meminfo; both count in KiB.
 constexpr GLenum kTotalMemoryNvx = 0x9048;
 constexpr GLenum kTextureFreeMemoryAti = 0x87FC;
 
-/// What the child tells its parent. Smaller than PIPE_BUF, so that it arrives whole or not at all.
+/// The child's report. Smaller than PIPE_BUF, so that it is written whole or not at all.
 struct Report {
     std::uint64_t memory;
     char failure[256];
@@ -63,14 +63,14 @@ OpenCheck open_here(const Egl& egl, EGLDeviceEXT device) {
 [[noreturn]] void run_child(const Egl& egl, EGLDeviceEXT device, int pipe_end) {
     // A child whose driver hangs must not outlive a parent that is killed.
     prctl(PR_SET_PDEATHSIG, SIGKILL);
-    // A death is told by its signal: the application's crash handler is not for it, nor a core
-    // file.
+    // The parent reports the signal, so the application's crash handler must not run, and no core
+    // file is wanted.
     for (const int signal : {SIGSEGV, SIGBUS, SIGABRT, SIGILL, SIGFPE, SIGTERM}) {
         std::signal(signal, SIG_DFL);
     }
     const rlimit no_core = {0, 0};
     setrlimit(RLIMIT_CORE, &no_core);
-    // What waits in the parent's buffer would be printed twice if the driver writes to the stream.
+    // A driver that prints to stdout would flush the parent's buffered text a second time.
     const int null = open("/dev/null", O_WRONLY | O_CLOEXEC);
     if (null >= 0) dup2(null, STDOUT_FILENO);
 
@@ -78,7 +78,7 @@ OpenCheck open_here(const Egl& egl, EGLDeviceEXT device) {
     Report report = {check.memory, {}};
     std::snprintf(report.failure, sizeof report.failure, "%s", check.failure.c_str());
     const bool sent = write(pipe_end, &report, sizeof report) == sizeof report;
-    // No destructor, exit handler or stream of the parent's may run here.
+    // None of the parent's destructors, exit handlers or stream buffers may run or be flushed here.
     _exit(sent ? 0 : 1);
 }
 
@@ -99,8 +99,8 @@ std::optional<Report> receive(int pipe_end, Clock::time_point deadline) {
     }
 }
 
-/// The child's wait status; empty when it cannot be had. A child that does not end by itself is
-/// killed, and one that the kernel cannot end at once, stuck in its driver, is left behind.
+/// The child's wait status; empty if it is unknown. A child that does not exit is killed; one that
+/// is stuck in the kernel and does not die at once is left behind.
 std::optional<int> reap(pid_t child) {
     const Clock::time_point deadline = Clock::now() + std::chrono::seconds(1);
     for (;;) {
@@ -124,12 +124,12 @@ std::string describe_limit(std::chrono::milliseconds limit) {
 
 std::string describe_death(std::optional<int> status) {
     if (status && WIFSIGNALED(*status)) {
-        return "opening it died of signal " + std::to_string(WTERMSIG(*status));
+        return "the process opening it was killed by signal " + std::to_string(WTERMSIG(*status));
     }
     if (status && WIFEXITED(*status)) {
-        return "opening it ended the process with status " + std::to_string(WEXITSTATUS(*status));
+        return "the process opening it exited with status " + std::to_string(WEXITSTATUS(*status));
     }
-    return "opening it ended the process";
+    return "the process opening it ended without an answer";
 }
 
 }  // namespace

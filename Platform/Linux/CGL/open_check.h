@@ -1,5 +1,4 @@
-// Finds out whether a device can be used, in a child process: opening it may fail, hang, or kill
-// whoever tries.
+// Checks in a child process whether a device can be used: opening it may fail, hang or crash.
 
 #ifndef TEXPROBE_PLATFORM_CGL_OPEN_CHECK_H
 #define TEXPROBE_PLATFORM_CGL_OPEN_CHECK_H
@@ -17,10 +16,9 @@ struct OpenCheck {
     std::uint64_t memory = 0;  ///< Its texture memory in bytes; 0 when the driver does not say.
 };
 
-/// Opens the device in a child process up to a current context. Returns within `limit` and a
-/// second. The child leaves no trace in this process: not in its streams, nor in its random
-/// numbers. Call it before this process opens a driver of its own, whose locks the child would
-/// inherit.
+/// Opens the device in a child process and makes a context current there. Returns within `limit`
+/// plus one second. The child does not affect this process, not even its streams or random numbers.
+/// Call this before the process opens a driver itself: the child would inherit that driver's locks.
 OpenCheck check_device(const Egl& egl, EGLDeviceEXT device, std::chrono::milliseconds limit);
 
 }  // namespace texprobe::platform

@@ -11,7 +11,7 @@ using namespace texprobe::platform;
 
 namespace {
 
-/// Attribute lists hold plain integers, renderer IDs among them, that the enumeration cannot hold.
+/// Attribute lists hold plain integers, such as renderer IDs, which are not in the enumeration.
 GLint read_attribute(const CGLPixelFormatAttribute* attribute) {
     static_assert(sizeof(GLint) == sizeof(CGLPixelFormatAttribute));
     GLint value = 0;
@@ -19,7 +19,7 @@ GLint read_attribute(const CGLPixelFormatAttribute* attribute) {
     return value;
 }
 
-/// The renderer that the list names; 0, which no renderer has, when it names none or asks for more.
+/// The renderer ID in the list; 0, which no renderer has, if it has none or other attributes.
 GLint read_renderer_id(const CGLPixelFormatAttribute* attribs) {
     GLint id = 0;
     for (; read_attribute(attribs) != 0; attribs += 2) {

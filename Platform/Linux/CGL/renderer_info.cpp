@@ -13,7 +13,7 @@ struct _CGLRendererInfoObject {
 CGLError CGLQueryRendererInfo(GLuint display_mask, CGLRendererInfoObj* rend, GLint* nrend) {
     if (!rend || !nrend) return kCGLBadAddress;
     Renderers& renderers = system_renderers();
-    // Every renderer can drive every display, but no display needs none.
+    // Every renderer can drive every display. An empty mask names no display.
     *nrend = display_mask == 0 ? 0 : renderers.count();
     *rend = new _CGLRendererInfoObject{&renderers, *nrend};
     return kCGLNoError;

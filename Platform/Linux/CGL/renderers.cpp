@@ -28,7 +28,7 @@ std::uint64_t system_memory() {
     return static_cast<std::uint64_t>(pages) * static_cast<std::uint64_t>(page_size);
 }
 
-/// Blocks all signals on this thread, and on those that it starts meanwhile.
+/// Blocks all signals on this thread, and on threads that it starts meanwhile.
 class BlockedSignals {
 public:
     BlockedSignals() {
@@ -44,7 +44,7 @@ private:
     sigset_t before_;
 };
 
-/// Has EGL loaded a vendor's library? Those are called "libEGL_<vendor>.so".
+/// Has EGL loaded a vendor's library? They are called "libEGL_<vendor>.so".
 bool is_egl_in_use() {
     const auto is_vendor = [](dl_phdr_info* object, std::size_t, void*) -> int {
         const std::string_view path = object->dlpi_name ? object->dlpi_name : "";
@@ -53,11 +53,12 @@ bool is_egl_in_use() {
     return dl_iterate_phdr(is_vendor, nullptr) != 0;
 }
 
-/// EGL keeps one error for each thread, and every call replaces it. In an application that uses EGL
-/// the calling thread may have one that has yet to be asked for; so the renderers are listed on a
-/// thread that ends with it, on which none of the application's signal handlers run. Where EGL is
-/// not in use, asking it loads libraries. Another thread could not do that while this one holds the
-/// loader's lock, as the constructor of a plugin's global object does.
+/// EGL keeps one error per thread, and every call overwrites it. If the application uses EGL, the
+/// calling thread may have an error that the application has yet to read. So the renderers are
+/// listed on a short-lived thread, where none of the application's signal handlers run. If EGL is
+/// not in use, listing loads libraries. That must happen on the calling thread: it may hold the
+/// loader's lock, in the constructor of a plugin's global object, and another thread would
+/// deadlock.
 Renderers* list_renderers() {
     if (!is_egl_in_use()) return new Renderers({});
     std::future<Renderers*> list;
@@ -65,7 +66,7 @@ Renderers* list_renderers() {
         const BlockedSignals blocked;
         list = std::async(std::launch::async, [] { return new Renderers({}); });
     } catch (const std::system_error&) {
-        // No more threads: a list is worth more than an error.
+        // No thread could be started. Losing an EGL error is better than having no renderers.
         return new Renderers({});
     }
     return list.get();
@@ -128,8 +129,8 @@ void Renderers::check(Renderer& renderer) const {
     for (EGLDeviceEXT entry : renderer.device.entries) {
         OpenCheck result;
         if (renderer.device.software) {
-            // Last in the list, no GPU's driver, and needed by this process right after: opened
-            // here.
+            // The software device is last in the list, has no hardware that could hang, and is
+            // needed by this process next. So it is opened here.
             result.failure = open_device(system_.egl, entry).failure;
         } else {
             result = check_device(system_.egl, entry, system_.open_limit);

@@ -1,4 +1,4 @@
-// The renderers of this process: what each is called, whether it can be used, how much it holds.
+// The renderers of this process: their IDs, whether they can be used, and their texture memory.
 
 #ifndef TEXPROBE_PLATFORM_CGL_RENDERERS_H
 #define TEXPROBE_PLATFORM_CGL_RENDERERS_H
@@ -19,7 +19,7 @@
 
 namespace texprobe::platform {
 
-/// Lists once and checks once; may be used from any thread.
+/// Lists the devices once and checks them once. Thread-safe.
 class Renderers {
 public:
     struct System {
@@ -54,8 +54,8 @@ private:
         GLint memory = 0;
     };
 
-    /// Opens every renderer, the first time it is called: GPUs in child processes, in which the
-    /// driver may do what it likes. Says on standard error why one cannot be used.
+    /// On the first call, opens every renderer, GPUs in child processes, where a crash does no
+    /// harm. Prints on standard error why a renderer cannot be used.
     void check_all();
     void check(Renderer& renderer) const;
     bool is_unusable(std::size_t index) const;

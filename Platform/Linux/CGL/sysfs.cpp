@@ -10,7 +10,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-/// The file's first line, cut at a length that no attribute of a device reaches.
+/// The file's first line, cut off at a length that no device attribute reaches.
 std::string read_line(const fs::path& file) {
     constexpr std::streamsize kLongest = 256;
     char line[kLongest] = {};

@@ -1,4 +1,4 @@
-// What the kernel says about a GPU, from sysfs. Reads only; every file may be missing.
+// What sysfs says about a GPU. Reads only; any file may be missing.
 
 #ifndef TEXPROBE_PLATFORM_CGL_SYSFS_H
 #define TEXPROBE_PLATFORM_CGL_SYSFS_H
@@ -19,7 +19,7 @@ struct Gpu {
 /// The GPU behind a DRM node such as "/dev/dri/renderD128", which is not opened.
 Gpu read_gpu(const std::filesystem::path& sysfs, const std::filesystem::path& node);
 
-/// The GPU's own memory in bytes where its kernel driver says (amdgpu does); 0 elsewhere.
+/// The GPU's own memory in bytes if its kernel driver reports it (amdgpu does), otherwise 0.
 std::uint64_t read_video_memory(const Gpu& gpu);
 
 }  // namespace texprobe::platform

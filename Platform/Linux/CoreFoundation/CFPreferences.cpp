@@ -1,4 +1,4 @@
-// The public functions, between CoreFoundation objects and the values of the store.
+// The public functions. They convert between CoreFoundation objects and the values of the store.
 
 #include <cstdio>
 #include <optional>

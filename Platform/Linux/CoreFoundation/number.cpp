@@ -5,7 +5,7 @@
 using texprobe::platform::Kind;
 using texprobe::platform::object_cast;
 
-// Constant-initialized, so that they are there for the initializers of every other file.
+// Constant-initialized, so that static initializers in other files can use them.
 static constinit __CFBoolean true_object(true);
 static constinit __CFBoolean false_object(false);
 const CFBooleanRef kCFBooleanTrue = &true_object;

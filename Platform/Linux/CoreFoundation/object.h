@@ -1,4 +1,4 @@
-// What every CoreFoundation object is, below the opaque types of the public header.
+// The object behind each opaque type of the public header.
 
 #ifndef TEXPROBE_PLATFORM_OBJECT_H
 #define TEXPROBE_PLATFORM_OBJECT_H

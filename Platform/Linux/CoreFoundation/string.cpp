@@ -24,7 +24,7 @@ bool is_ascii(std::string_view text) {
                        [](char c) { return static_cast<unsigned char>(c) < 0x80; });
 }
 
-/// The constant strings by their text, so that a literal met twice is one object.
+/// The constant strings by their text, so that equal literals are one object.
 class ConstantStrings {
 public:
     CFStringRef get(const char* literal) {
@@ -42,8 +42,8 @@ private:
     std::map<std::string, std::unique_ptr<__CFString>, std::less<>> strings_;
 };
 
-/// What one "%" conversion yields; none for a conversion that is not known or not ASCII. The
-/// argument list travels by pointer, since each conversion goes on where the last one stopped.
+/// The text of one "%" conversion; nothing if it is unknown or its text is not ASCII. The argument
+/// list is passed by pointer because each conversion continues where the last one stopped.
 std::optional<std::string> convert(char conversion, std::va_list* arguments) {
     switch (conversion) {
         case '%':
@@ -91,7 +91,7 @@ CFTypeID CFStringGetTypeID(void) {
 
 CFStringRef __CFStringMakeConstantString(const char* literal) {
     if (!literal || !is_ascii(literal)) return nullptr;
-    // Never destroyed: constants are in use until the very end of the process.
+    // Never destroyed: static destructors may still use constants.
     static auto& constants = *new ConstantStrings;
     return constants.get(literal);
 }

@@ -18,7 +18,7 @@ bool holds(const fs::path& file, const char* word) {
     return first == word;
 }
 
-/// The connectors ("card0-HDMI-A-1") that have a display which is switched on.
+/// The connectors ("card0-HDMI-A-1") with a display that is switched on.
 std::uint32_t count_active_connectors(const fs::path& sysfs) {
     std::uint32_t count = 0;
     std::error_code error;
@@ -39,13 +39,12 @@ std::uint32_t count_active_connectors(const fs::path& sysfs) {
 CGError get_active_displays(const fs::path& sysfs, std::uint32_t max_displays,
                             CGDirectDisplayID* displays, std::uint32_t* count) {
     if (!count) return kCGErrorIllegalArgument;
-    // Without a connector there is one display that nobody sees, so that there is always something
-    // to measure behind.
+    // A machine without an active connector has one headless display, so that its renderers can be
+    // measured.
     *count = std::max<std::uint32_t>(count_active_connectors(sysfs), 1);
     if (!displays) return kCGErrorSuccess;
     *count = std::min(*count, max_displays);
-    // Every renderer can drive every display, so that nothing depends on which one has which
-    // number.
+    // Every renderer can drive every display, so the order of the connectors does not matter.
     for (std::uint32_t i = 0; i < *count; ++i) displays[i] = i + 1;
     return kCGErrorSuccess;
 }

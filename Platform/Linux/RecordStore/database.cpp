@@ -19,8 +19,8 @@ constexpr const char* kLayout =
     " value NOT NULL, PRIMARY KEY (application, key)) WITHOUT ROWID; PRAGMA user_version = 1";
 constexpr int kLayoutVersion = 1;
 
-// How much the log holds before it is carried over into the database and written again from its
-// beginning: all of a first run's hundred synchronizations, a page each, with some to spare.
+// The pages that the log holds before it is checkpointed and written from its beginning again. A
+// first run's hundred synchronizations, one page each, fit with room to spare.
 constexpr int kPageSize = 4096;
 constexpr int kLogPages = 128;
 constexpr sqlite3_int64 kLogSize = 32 + kLogPages * (24 + kPageSize);  // headers of log and page
@@ -64,7 +64,7 @@ std::string_view bytes_of(sqlite3_stmt* statement, int column) {
                  : std::string_view();
 }
 
-/// What a string here can hold: ASCII without a NUL, not too long.
+/// Can this be stored as a string? Only ASCII without a NUL, and not too long.
 bool is_string(std::string_view text) {
     return text.size() <= kLongestString && std::all_of(text.begin(), text.end(), [](char c) {
                const auto byte = static_cast<unsigned char>(c);
@@ -78,7 +78,7 @@ double double_of(std::string_view bytes) {
     return std::bit_cast<double>(bits);
 }
 
-/// The record in the columns type and value, if they make one.
+/// The record in the columns type and value, if they form a valid one.
 std::optional<Value> value_of(sqlite3_stmt* statement, int type_column, int column) {
     const std::string_view type = bytes_of(statement, type_column);
     const int stored_as = sqlite3_column_type(statement, column);
@@ -97,7 +97,7 @@ std::optional<Value> value_of(sqlite3_stmt* statement, int type_column, int colu
     return std::nullopt;
 }
 
-/// The path as a URI that says: nothing can change this file, so lock nothing and make no files.
+/// The path as a URI that tells SQLite that the file cannot change: no locks, no files beside it.
 std::string frozen_uri(const std::string& path) {
     std::string uri = "file:";
     for (const char c : path) {
@@ -108,7 +108,7 @@ std::string frozen_uri(const std::string& path) {
     return uri + "?immutable=1";
 }
 
-/// Steps a statement whose rows nobody wants.
+/// Runs a statement and ignores its rows.
 int finish(sqlite3_stmt* statement) {
     int code = SQLITE_ROW;
     while (code == SQLITE_ROW) code = sqlite3_step(statement);
@@ -123,8 +123,8 @@ Status Database::open(const std::string& path, Purpose purpose, Journal journal)
     journal_ = journal;
     int code = open_file(path, purpose);
     if (purpose == kWrite && (code == SQLITE_OK || code == SQLITE_ERROR)) code = check_all(code);
-    // Reading, too, needs files beside the database. Where they cannot be made, and there is no log
-    // to be read, the database alone says everything.
+    // Reading needs files beside the database, too. If they cannot be created and there is no log,
+    // the database file alone is complete.
     const int kind = code & 0xff;
     if (purpose == kLook && (kind == SQLITE_CANTOPEN || kind == SQLITE_READONLY) &&
         access((path + "-wal").c_str(), F_OK) != 0) {
@@ -135,48 +135,53 @@ Status Database::open(const std::string& path, Purpose purpose, Journal journal)
 
 int Database::open_file(const std::string& name, Purpose purpose) {
     close(true);
-    // One thread at a time uses a connection, so SQLite need not lock it. The file system layer is
-    // named, because an application may have made another one its default.
+    // Only one thread at a time uses a connection, so SQLite need not lock it. The VFS is named
+    // because the application may have changed the default.
     const int flags = SQLITE_OPEN_NOMUTEX | SQLITE_OPEN_PRIVATECACHE | SQLITE_OPEN_URI |
                       (purpose == kWrite ? SQLITE_OPEN_READWRITE : SQLITE_OPEN_READONLY);
     sqlite3* database = nullptr;
     int code = sqlite3_open_v2(name.c_str(), &database, flags, "unix");
     database_.reset(database);
     if (code == SQLITE_OK) code = configure();
-    // One transaction for all that is looked at: each takes locks.
+    // One transaction for the whole look, because each takes locks.
     if (code == SQLITE_OK && purpose == kLook) code = execute("BEGIN");
     if (code == SQLITE_OK) code = learn_layout();
+    // Another program's table is found out before the file is changed.
+    sqlite3_stmt* statement = nullptr;
+    if (code == SQLITE_OK && purpose == kWrite && has_table_) code = prepare(kSet, &statement);
     return code;
 }
 
 int Database::configure() {
     sqlite3* database = database_.get();
     sqlite3_extended_result_codes(database, 1);
-    // Nothing that is in the file is executed.
+    // Nothing stored in the file is executed.
     sqlite3_db_config(database, SQLITE_DBCONFIG_ENABLE_TRIGGER, 0, nullptr);
     sqlite3_db_config(database, SQLITE_DBCONFIG_TRUSTED_SCHEMA, 0, nullptr);
     sqlite3_progress_handler(database, kStepsBetweenLooksAtTheClock, is_out_of_time, this);
-    // A commit must survive a power cut. EXTRA is FULL, and with a rollback journal it also waits
-    // until the journal's removal, which is the commit, is on disk.
+    // A commit must survive a power cut. With a rollback journal, removing the journal is the
+    // commit; EXTRA, unlike FULL, waits until that is on disk.
     return execute(("PRAGMA synchronous = EXTRA; PRAGMA page_size = " + std::to_string(kPageSize) +
                     "; PRAGMA wal_autocheckpoint = " + std::to_string(kLogPages))
                        .c_str());
 }
 
-/// Learns whether our table is there, and can be used.
+/// Finds out whether our table exists and can be used.
 int Database::learn_layout() {
     int tables = 0;
     int version = 0;
     int code = ask(kTables, &tables);
-    // Asked for last: whoever makes the table gives it its version in the same transaction.
+    // Read last, because table and version are created in one transaction.
     if (code == SQLITE_OK) code = ask(kVersion, &version);
     has_table_ = code == SQLITE_OK && tables > 0;
+    sqlite3_stmt* statement = nullptr;
+    if (has_table_) code = prepare(kRead, &statement);
     return version > kLayoutVersion ? SQLITE_ERROR : code;
 }
 
-/// A tree whose order is damaged takes a record in one place and looks for it in another, for ever.
-/// So somebody who writes lets SQLite look at all of it once, as far as it gets in its time. `code`
-/// is what opening gave, and stays where nothing worse is found.
+/// In a damaged tree, a record can be inserted in one place and searched for in another, again and
+/// again. So a writer has SQLite check the whole tree once, within the time limit. `code` is the
+/// result of opening; it is returned unless the check finds something worse.
 int Database::check_all(int code) {
     sqlite3_stmt* statement = nullptr;
     if (prepare(kCheck, &statement) != SQLITE_OK) return code;
@@ -205,7 +210,7 @@ int Database::execute(const char* sql) {
 }
 
 int Database::prepare(Query query, sqlite3_stmt** statement) {
-    // The schema's table by the name that it has in every version of SQLite.
+    // sqlite_schema is a name that SQLite 3.31 does not know.
     static constexpr std::array<const char*, kQueryCount> kSql = {
         "SELECT count(*) FROM sqlite_master WHERE name = 'records'",
         "PRAGMA user_version",
@@ -228,7 +233,7 @@ int Database::prepare(Query query, sqlite3_stmt** statement) {
     return SQLITE_OK;
 }
 
-/// The number that a query of one row answers.
+/// The number that a one-row query returns.
 int Database::ask(Query query, int* number) {
     sqlite3_stmt* statement = nullptr;
     const int code = prepare(query, &statement);
@@ -276,7 +281,7 @@ Status Database::write(std::string_view application, const Changes& changes, Rec
         if (code == SQLITE_OK) code = change(application, key, value);
     }
     if (code == SQLITE_OK) code = read_records(application, &fresh, &too_long);
-    // SQLite loads all of a record whenever it looks for a neighbour of it.
+    // SQLite loads a whole record when it only passes by it, so a writer removes overlong ones.
     for (const std::string& key : too_long) {
         if (code == SQLITE_OK) code = change(application, key, std::nullopt);
     }
@@ -294,14 +299,13 @@ Status Database::write(std::string_view application, const Changes& changes, Rec
     return status;
 }
 
-/// Begins a transaction that no other writer can interleave with; makes the table where there is
-/// none yet.
+/// Begins a transaction that excludes other writers; creates the table if it is missing.
 int Database::begin() {
     if (!has_journal_) {
         const int code = execute(journal_ == kLog ? "PRAGMA journal_mode = WAL"
                                                   : "PRAGMA journal_mode = DELETE");
-        // Another process that uses the database at this moment keeps it in its present mode, which
-        // is as safe.
+        // This fails while another process uses the database. The present mode is then kept, which
+        // is just as safe.
         if (code != SQLITE_OK && (code & 0xff) != SQLITE_BUSY) return code;
         has_journal_ = true;
     }
@@ -325,9 +329,9 @@ int Database::change(std::string_view application, std::string_view key,
     return code == SQLITE_OK ? finish(statement) : code;
 }
 
-/// In a log that grows, every commit costs two writes to the disk: its pages, and the file's new
-/// size. So the log gets its size at once, and is then written over. Other writers are locked out,
-/// and nobody reads beyond the last commit. Where there is no room for that, the log grows.
+/// If a commit makes the log grow, it costs two disk writes: the pages and the file's new size. So
+/// the log gets its full size at once and is then overwritten. No other writer can interfere, and
+/// readers stop at the last commit. Without room on the disk, the log grows as usual.
 void Database::extend_log() {
     if (std::exchange(has_whole_log_, true)) return;
     sqlite3_file* log = nullptr;
@@ -349,20 +353,21 @@ void Database::extend_log() {
 Status Database::status_of(int code) const {
     const int kind = code & 0xff;
     if (code == SQLITE_OK) return {};
-    // A format, a layout or a table that is not known here.
+    // An unknown file format, layout or table.
     if (kind == SQLITE_ERROR) {
-        return {Status::kUnusable, path_, "a newer texprobe, or another program, made it"};
+        return {Status::kUnusable, path_, "it was made by a newer texprobe or another program"};
     }
     if (code == SQLITE_READONLY_ROLLBACK) {
-        return {Status::kUnusable, path_, "it was left half-written; running texprobe mends it"};
+        return {Status::kUnusable, path_,
+                "a write to it was interrupted; run texprobe to repair it"};
     }
     if (kind == SQLITE_BUSY || kind == SQLITE_LOCKED) {
         return {Status::kLocked, path_, "another process keeps it locked"};
     }
-    if (kind == SQLITE_INTERRUPT) return {Status::kUnusable, path_, "reading it takes too long"};
+    if (kind == SQLITE_INTERRUPT) return {Status::kUnusable, path_, "reading it took too long"};
     if (kind == SQLITE_IOERR || kind == SQLITE_CANTOPEN) {
         const int error = sqlite3_system_errno(database_.get());
-        // That there is no log, say, is not why.
+        // ENOENT may only mean that there is no log.
         if (error != 0 && error != ENOENT) return Status::system(path_, error);
     }
     const bool is_damage = kind == SQLITE_CORRUPT || kind == SQLITE_NOTADB;

@@ -1,10 +1,10 @@
-// One open database of records: its table, its settings, its statements. What is in a file that
-// somebody else may have written or damaged is met here and nowhere else.
+// One open database of records: its table, settings and statements. Contents that another program
+// wrote, or that are damaged, are handled here and nowhere else.
 //
-// A record has a type and a value that must fit it: a "boolean" is the INTEGER 0 or 1, a "double" a
+// A record has a type and a value that must match: a "boolean" is the INTEGER 0 or 1, a "double" a
 // REAL, a "string" a TEXT. A double that SQLite does not promise to keep (it turns NaN into NULL)
-// is a BLOB of its eight bytes, the highest first. Everything else reads as no record. Other
-// tables, indexes, views and triggers in the file are left alone; none of them is executed.
+// is a BLOB of its eight bytes, big-endian. Anything else is no record. Other tables, indexes,
+// views and triggers in the file are left alone and never executed.
 
 #ifndef TEXPROBE_PLATFORM_DATABASE_H
 #define TEXPROBE_PLATFORM_DATABASE_H
@@ -23,38 +23,37 @@
 
 namespace texprobe::platform {
 
-/// Never waits for another process: what somebody else has at this moment is kLocked. Not for
-/// several threads at a time.
+/// Never waits for another process: returns kLocked instead. Not thread-safe.
 class Database {
 public:
     enum Purpose { kLook, kWrite };
-    /// A log is one disk write a commit and needs memory that all who use it share.
+    /// A log costs one disk write per commit, and needs memory that all its users share.
     enum Journal { kLog, kRollback };
 
-    /// After this time a statement is given up. Ours look at one application's hundred records,
-    /// which takes less than a millisecond. Only tests change it.
+    /// A statement that takes longer is aborted. Ours read one application's hundred records, which
+    /// takes less than a millisecond. Only tests change the limit.
     static inline std::chrono::milliseconds longest_statement{1'000};
 
     Database() = default;
     Database(const Database&) = delete;
     Database& operator=(const Database&) = delete;
 
-    /// Opens an existing file; an empty one is a database without records. Somebody who looks
-    /// changes nothing in it; the journal is for somebody who writes.
+    /// Opens an existing file; an empty one is a database without records. kLook changes nothing in
+    /// it; `journal` only matters for kWrite.
     Status open(const std::string& path, Purpose purpose, Journal journal = kLog);
 
-    /// The last writer to close carries the log over into the database and deletes it, by its name.
-    /// `keep_log` leaves the files as they are, which is right even when their names have come to
-    /// mean other files.
+    /// The last writer to close checkpoints the log and deletes it by name. With `keep_log` the
+    /// files stay as they are; that is safe even if their names refer to other files by now.
     void close(bool keep_log);
 
     bool is_open() const { return database_ != nullptr; }
 
-    /// Makes `records` all records of one application; leaves them as they are on failure.
+    /// Replaces `records` by all records of one application; leaves them unchanged on failure.
     Status read(std::string_view application, Records* records);
 
-    /// Makes the changes durable in one transaction, and `records` all records of the application
-    /// thereafter. On failure nothing is changed. Nothing goes to disk where nothing differs.
+    /// Makes the changes durable in one transaction and then replaces `records` by all records of
+    /// the application. On failure nothing is changed. If no value differs, nothing is written to
+    /// disk.
     Status write(std::string_view application, const Changes& changes, Records* records);
 
 private:

@@ -42,7 +42,7 @@ void set_mode(const std::string& path, mode_t mode) {
     }
 }
 
-/// Gives a file a second name, in place of the file that has it. A file that is not there has none.
+/// Gives a file a second name, replacing any file that had it. Without a file, removes the name.
 Status keep_as(const std::string& path, const std::string& kept) {
     const std::string linked = kept + ".new";
     unlink(linked.c_str());
@@ -119,15 +119,15 @@ bool is_on_local_disk(const std::string& path) {
 Status put_aside(const std::string& path) {
     const std::string kept = path + ".damaged";
     const std::string fresh = path + ".new";
-    // The old files get second names first, so that they have both until the new file takes over,
-    // which is one rename. SQLite deletes a log that it finds beside an empty database.
+    // The old files first get second names and keep both until one rename puts the new file in
+    // place. SQLite deletes a log that it finds beside an empty database.
     unlink(fresh.c_str());
     Status status = make_file(fresh);
     for (const char* suffix : {"", "-wal", "-journal"}) {
         if (status.ok()) status = keep_as(path + suffix, kept + suffix);
     }
     if (!status.ok()) return status;
-    // The map of the old log would be taken for the new log's.
+    // SQLite would take the old log's index for the new log's.
     unlink((path + "-shm").c_str());
     if (rename(fresh.c_str(), path.c_str()) != 0) return Status::system(path, errno);
     unlink((path + "-wal").c_str());

@@ -7,9 +7,9 @@
 
 namespace texprobe::platform {
 
-/// The absolute path of the directory that holds the records database: below the home that the
-/// password entry of the process's real user names, or HOME where there is no such entry. Empty
-/// when there is no absolute path. Creates nothing.
+/// The absolute path of the directory of the records: below the home directory in the real user's
+/// password entry, or below HOME if there is no entry. Empty if there is no absolute path. Creates
+/// nothing.
 std::string records_directory();
 
 }  // namespace texprobe::platform

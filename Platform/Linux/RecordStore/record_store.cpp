@@ -21,11 +21,11 @@ struct ClosedAtExit {
     ~ClosedAtExit() { store.close(); }
 };
 
-// When the program is loaded, and so before there are threads: a fork in the midst of the first use
-// would leave the child with a first use that never ends.
+// Called when the program is loaded, before there are threads. Later, a fork while another thread
+// is in here for the first time would leave the child waiting for that first use forever.
 [[maybe_unused]] const RecordStore& made_at_load = RecordStore::of_process();
 
-/// One line, whatever the path holds.
+/// Prints one line, whatever characters a path contains.
 void say(std::string line) {
     for (char& c : line) {
         if (static_cast<unsigned char>(c) < 0x20 || c == 0x7F) c = '?';
@@ -38,8 +38,8 @@ void say(std::string line) {
 RecordStore& RecordStore::of_process() {
     static RecordStore& store = *new RecordStore;
     static const ClosedAtExit closed_at_exit{store};
-    // A child inherits the files and not their locks, and closing there would act on the parent's
-    // files.
+    // A child inherits the open files but not their locks. Closing them there would affect the
+    // parent.
     [[maybe_unused]] static const int registered =
         pthread_atfork([] { store.lock_for_fork(); }, [] { store.unlock_after_fork(); },
                        [] { store.unlock_after_fork(); });
@@ -74,11 +74,11 @@ Records RecordStore::records(const std::string& application) {
     return records;
 }
 
-/// The view of an application, for which the store is looked at where that was never done.
+/// The application's records, read from the store on first use.
 RecordStore::Application& RecordStore::known(const std::string& application,
                                              std::unique_lock<std::mutex>& lock) {
     Application& view = applications_[application];
-    // Whatever comes of it: a store that fails is not tried for each key.
+    // Even on failure: a store that fails is not tried again for each key.
     if (std::exchange(view.is_known, true)) return view;
     lock.unlock();
     const Status status = settle(application, Database::kLook, patience_.usual);
@@ -101,7 +101,7 @@ bool RecordStore::synchronize(const std::string& application) {
     return report(status);
 }
 
-/// Tries until it is done or the patience is over. Waits outside of the lock, for a fork's sake.
+/// Retries until it succeeds or the time is over. Waits without the mutex, because a fork takes it.
 Status RecordStore::settle(const std::string& application, Database::Purpose purpose,
                            std::chrono::milliseconds patience) {
     const auto deadline = std::chrono::steady_clock::now() + patience;
@@ -177,7 +177,7 @@ Status RecordStore::write(Application& application, const std::string& name) {
     status = database_.write(name, application.pending, &application.stored);
     if (!status.ok()) return status;
     application.pending.clear();
-    // Only now is it known to be a store of ours.
+    // Only now is it certain that the store is ours.
     make_private(directory(), path());
     return status;
 }
@@ -190,8 +190,8 @@ Status RecordStore::begin_anew(const Status& damage) {
     if (identity_of(path()) != identity_) return {};
     Status status = put_aside(path());
     if (status.ok()) {
-        say(path() + " is damaged (" + damage.reason + "); it is kept as " + path() +
-            ".damaged, and a new one is begun");
+        say(path() + " is damaged (" + damage.reason + "); it was moved to " + path() +
+            ".damaged, and a new one was created");
     }
     return status;
 }
@@ -206,19 +206,19 @@ void RecordStore::close() {
     }
     auto patience = patience_.last;
     for (const std::string& name : failed) {
-        // One wait for all of them.
+        // One time limit for all of them.
         const Status status = settle(name, Database::kWrite, patience);
         if (status.kind == Status::kLocked) patience = std::chrono::milliseconds(0);
     }
     const std::lock_guard lock(mutex_);
     report_missing();
     if (!database_.is_open()) return;
-    // SQLite deletes the log by name; the lock sees to it that the name still means this log.
+    // SQLite deletes the log by name; the lock guarantees that the name still refers to this log.
     const DirectoryLock held(directory(), DirectoryLock::kShared);
     database_.close(!held.status().ok() || identity_of(path()) != identity_);
 }
 
-/// Says which records are not on disk, or may not be, although somebody was told their values.
+/// Prints which records may not be on disk although a caller has seen their values.
 void RecordStore::report_missing() {
     constexpr std::size_t kNamed = 3;
     std::size_t count = 0;
@@ -233,7 +233,7 @@ void RecordStore::report_missing() {
     if (count > kNamed) keys += ", ...";
     say(std::to_string(count) + (count == 1 ? " record is" : " records are") +
         " missing or in doubt in " + path() + ": " + keys +
-        "; remove that file and run texprobe again to measure everything anew");
+        "; remove that file and run texprobe to measure everything again");
 }
 
 void RecordStore::lock_for_fork() {
@@ -241,7 +241,7 @@ void RecordStore::lock_for_fork() {
     database_.close(true);
 }
 
-/// True for success; says everything else once.
+/// True on success. Prints each kind of failure once.
 bool RecordStore::report(const Status& status) {
     if (status.ok()) return true;
     if (reported_.insert(status.kind).second) {

@@ -1,6 +1,6 @@
-// The records of all applications: what this process knows and has changed, over one database in
-// one directory. Decides who waits for a locked store and how long, what happens to a damaged one,
-// and what its user is told.
+// The records of all applications: this process's view and its changes, over one database in one
+// directory. Decides how long to wait for a locked store, what happens to a damaged one, and what
+// the user is told.
 
 #ifndef TEXPROBE_PLATFORM_RECORD_STORE_H
 #define TEXPROBE_PLATFORM_RECORD_STORE_H
@@ -19,8 +19,8 @@
 
 namespace texprobe::platform {
 
-/// May be used by several threads. A failure is said once for each kind, on standard error, and the
-/// caller goes on with what this process knows.
+/// Thread-safe. Each kind of failure is printed once on standard error, and the process continues
+/// with its own view.
 class RecordStore {
 public:
     /// How long one synchronization, and the last attempt at the end of the process, wait for
@@ -30,7 +30,7 @@ public:
         std::chrono::milliseconds last{10'000};
     };
 
-    /// An empty directory means that the user has none.
+    /// An empty directory: the user has none.
     explicit RecordStore(std::string directory) : RecordStore(std::move(directory), Patience()) {}
     RecordStore(std::string directory, Patience patience)
         : directory_(std::move(directory)), patience_(patience) {}
@@ -38,8 +38,8 @@ public:
     RecordStore(const RecordStore&) = delete;
     RecordStore& operator=(const RecordStore&) = delete;
 
-    /// The one that the public functions work on. Lives until the process has ended, so that it
-    /// serves the destructors of the application's own objects, too.
+    /// The instance behind the public functions. Never destroyed, so that destructors of the
+    /// application's static objects can use it, too.
     static RecordStore& of_process();
 
     std::optional<Value> value(const std::string& application, const std::string& key);
@@ -47,25 +47,25 @@ public:
     /// All records of one application, as this process sees them.
     Records records(const std::string& application);
 
-    /// Sets and removes at once, as far as this process sees.
+    /// Sets and removes values in this process's view.
     void change(const std::string& application, const Changes& changes);
 
-    /// Makes the changes of one application durable in one transaction, and sees what other
-    /// processes have made durable. False when that failed: the changes wait for the next time.
-    /// Without a change it only looks, which makes no file and no record.
+    /// Makes one application's changes durable in one transaction and reads what other processes
+    /// have stored. On failure it returns false and keeps the changes for the next time. Without
+    /// changes it only reads, and creates no file and no record.
     bool synchronize(const std::string& application);
 
-    /// Tries for the last time what could not be made durable, and says what is missing. Nothing
-    /// stays open; the next use opens it again.
+    /// Tries one last time to store what is pending, and prints what is missing. Closes everything;
+    /// the next use opens it again.
     void close();
 
-    /// Around a fork: no other thread is in here, and nothing is open that parent and child would
-    /// both own. Nobody waits for another process in here, so a fork does not either.
+    /// Around a fork: keeps other threads out, and closes what parent and child would both own. No
+    /// thread holds the mutex while it waits for another process, so a fork never waits for one.
     void lock_for_fork();
     void unlock_after_fork() { mutex_.unlock(); }
 
 private:
-    /// The one of the process asks where the records are at its first use.
+    /// The process's instance looks up the directory on first use.
     RecordStore() = default;
 
     struct Application {
@@ -91,7 +91,7 @@ private:
     std::optional<std::string> directory_;
     Patience patience_;
     std::map<std::string, Application> applications_;
-    /// Open in a process that writes, once it has; looking opens one of its own.
+    /// Stays open after the first write. Reads before that open a database of their own.
     Database database_;
     Identity identity_;
     std::set<Status::Kind> reported_;

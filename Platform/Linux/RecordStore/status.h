@@ -9,11 +9,11 @@
 
 namespace texprobe::platform {
 
-/// Every function of this folder that may fail returns one.
+/// Every function in this folder that may fail returns one.
 struct [[nodiscard]] Status {
     enum Kind {
         kOk,
-        kLocked,   ///< Another process has it at this moment. Trying again may help.
+        kLocked,   ///< In use by another process. Trying again may help.
         kDamaged,  ///< SQLite calls the file corrupt, or no database.
         kUnusable  ///< Everything else: no room, no permission, not our file.
     };
@@ -23,7 +23,7 @@ struct [[nodiscard]] Status {
 
     bool ok() const { return kind == kOk; }
 
-    /// What the system refused, by its errno.
+    /// A failed system call, described by its errno.
     static Status system(std::string path, int error) {
         return {kUnusable, std::move(path), std::strerror(error)};
     }

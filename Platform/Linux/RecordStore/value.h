@@ -20,7 +20,7 @@ constexpr std::size_t kLongestString = 64 * 1024;
 /// The records of one application, by key.
 using Records = std::map<std::string, Value, std::less<>>;
 
-/// Sets, and removals (no value), by key.
+/// Changes by key; no value means removal.
 using Changes = std::map<std::string, std::optional<Value>, std::less<>>;
 
 }  // namespace texprobe::platform

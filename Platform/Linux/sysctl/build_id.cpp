@@ -28,7 +28,7 @@ bool read_header(const ReadAt& read_at, std::uint64_t offset, Header* header) {
     return true;
 }
 
-/// The first `size` bytes of `notes`, which are cut off, rounded up to the notes' alignment.
+/// Removes and returns the first `size` bytes of `notes`, with padding to the notes' alignment.
 std::string_view take(std::string_view* notes, std::size_t size) {
     const std::string_view part = notes->substr(0, size);
     notes->remove_prefix(std::min(notes->size(), (size + 3) & ~std::size_t{3}));
@@ -84,7 +84,7 @@ std::string identify_library(const std::filesystem::path& library) {
     }
     if (identity.empty()) {
         const auto time = std::filesystem::last_write_time(library, error);
-        // libc++ counts in 128 bits, of which no text can be made.
+        // libc++ counts in 128 bits, which std::to_string does not accept.
         const auto ticks = static_cast<std::int64_t>(time.time_since_epoch().count());
         identity = std::to_string(std::filesystem::file_size(library, error)) + ' ' +
                    std::to_string(ticks);

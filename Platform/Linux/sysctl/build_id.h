@@ -1,4 +1,4 @@
-// What tells one build of a library from another.
+// Tells one build of a library from another.
 
 #ifndef TEXPROBE_PLATFORM_SYSCTL_BUILD_ID_H
 #define TEXPROBE_PLATFORM_SYSCTL_BUILD_ID_H

@@ -20,7 +20,7 @@ std::string describe_graphics_build(std::string kernel_release,
     }
     char suffix[16];
     std::snprintf(suffix, sizeof suffix, "-%08x", libraries_hash.hash());
-    // The build becomes part of names that hold neither.
+    // The build becomes part of identifiers that allow neither white space nor slashes.
     const auto is_unfit = [](char c) { return c == '/' || static_cast<unsigned char>(c) <= ' '; };
     std::replace_if(kernel_release.begin(), kernel_release.end(), is_unfit, '_');
     return kernel_release + suffix;

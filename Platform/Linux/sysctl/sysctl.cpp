@@ -12,8 +12,8 @@ namespace {
 using texprobe::platform::Directories;
 
 std::string describe_system() {
-    // GLVND's own directories and the dynamic linker's, without what the environment may add to
-    // either: applications and the tool in safe mode must come to the same result.
+    // GLVND's own directories and the dynamic linker's, without those that the environment can add:
+    // applications and the tool in safe mode must get the same result.
     const Directories vendors = {"/etc/glvnd/egl_vendor.d", "/usr/share/glvnd/egl_vendor.d"};
     const std::filesystem::path multiarch = TEXPROBE_MULTIARCH;
     const std::filesystem::path local = "/usr/local/lib";
@@ -44,8 +44,8 @@ int sysctlbyname(const char* name, void* oldp, std::size_t* oldlenp, void* newp,
     if (std::strcmp(name, "kern.osversion") != 0) return fail(ENOENT);
     if (newp || newlen != 0) return fail(EPERM);
     if (!oldlenp) return oldp ? fail(EFAULT) : 0;
-    // A driver that is replaced while the process runs is the next process's news: this one may
-    // have the old one loaded.
+    // Read once: when a driver is replaced while the process runs, the process may still have the
+    // old one loaded.
     static const std::string build = describe_system();
     const std::size_t room = *oldlenp;
     *oldlenp = build.size() + 1;

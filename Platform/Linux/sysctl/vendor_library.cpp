@@ -25,8 +25,8 @@ bool skip(std::string_view* json, char expected) {
     return true;
 }
 
-/// The text up to the closing quote; empty when that is missing. An escaped character stands for
-/// itself: file names need no others than the quote, the slash and the backslash.
+/// The text up to the closing quote; empty if that is missing. A character after a backslash is
+/// taken literally: in file names only quotes, slashes and backslashes are escaped.
 std::string read_string(std::string_view json) {
     std::string text;
     for (std::size_t i = 0; i < json.size(); ++i) {
@@ -37,14 +37,14 @@ std::string read_string(std::string_view json) {
     return {};
 }
 
-// The system's calls instead of streams and iterators: those take ten times as long on their first
-// use, which this is in most processes.
+// System calls instead of streams and iterators, which take ten times as long on first use. Most
+// processes use this once.
 
 std::vector<fs::path> list_json_files(const fs::path& directory) {
     std::vector<fs::path> files;
     DIR* stream = opendir(directory.c_str());
     if (!stream) return files;
-    // Only two threads that share a stream need more than this.
+    // readdir is unsafe only when threads share a stream.
     // cppcheck-suppress readdirCalled
     while (const dirent* entry = readdir(stream)) {
         fs::path file = directory / entry->d_name;
@@ -59,7 +59,7 @@ std::vector<fs::path> list_json_files(const fs::path& directory) {
     return files;
 }
 
-/// What can be read of the file.
+/// As much of the file as can be read.
 std::string read_file(const fs::path& file) {
     std::string text;
     const int descriptor = open(file.c_str(), O_RDONLY | O_CLOEXEC);

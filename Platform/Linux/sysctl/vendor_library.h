@@ -20,8 +20,8 @@ std::string read_library_path(std::string_view json);
 /// file name.
 std::vector<std::string> list_vendor_libraries(const Directories& vendor_directories);
 
-/// The library's file: an absolute name itself, any other in the first directory that has it. The
-/// bare name when none has.
+/// The library's file: the name itself if it is absolute, otherwise the first directory that has
+/// it. The bare name if none has.
 std::filesystem::path find_library(const std::string& name, const Directories& library_directories);
 
 }  // namespace texprobe::platform

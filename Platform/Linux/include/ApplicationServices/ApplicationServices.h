@@ -18,13 +18,12 @@ enum : CGError { kCGErrorSuccess = 0, kCGErrorIllegalArgument = 1001 };
 /// Writes the IDs of at most `maxDisplays` active displays to `activeDisplays` and their number to
 /// `*displayCount`. With a null `activeDisplays` only the number is written.
 /// kCGErrorIllegalArgument when `displayCount` is null.
-/// Differs from macOS: a display is a connected and enabled DRM connector; a machine without any
-/// has one headless display, so there is always a display to measure behind.
+/// Differs from macOS: a display is a connected and enabled DRM connector. A machine without one
+/// has one headless display, so that its renderers can be measured.
 CGError CGGetActiveDisplayList(std::uint32_t maxDisplays, CGDirectDisplayID* activeDisplays,
                                std::uint32_t* displayCount);
 
-/// The bit that stands for a display in CGLQueryRendererInfo's display mask; 0 for an ID that names
-/// no possible display.
+/// A display's bit in CGLQueryRendererInfo's display mask; 0 for an ID that no display can have.
 CGOpenGLDisplayMask CGDisplayIDToOpenGLDisplayMask(CGDirectDisplayID display);
 
 }  // extern "C"

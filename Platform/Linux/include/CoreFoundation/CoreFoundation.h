@@ -66,8 +66,8 @@ CFStringRef CFStringCreateWithCString(CFAllocatorRef allocator, const char* text
                                       CFStringEncoding encoding);
 
 /// printf for strings: a new string that the caller owns.
-/// Differs from macOS: knows "%@" (a CFStringRef), "%x", "%s" and "%%" only, "(null)" standing for
-/// a null argument; null for any other conversion, for an object of another type and for text that
+/// Differs from macOS: supports only "%@" (a CFStringRef), "%x", "%s" and "%%". A null argument
+/// gives "(null)". Returns null for any other conversion, an object of another type, or text that
 /// is not ASCII. `allocator` and `options` are ignored.
 CFStringRef CFStringCreateWithFormat(CFAllocatorRef allocator, CFDictionaryRef options,
                                      CFStringRef format, ...);
@@ -120,10 +120,11 @@ CFArrayRef CFArrayCreate(CFAllocatorRef allocator, const void** values, CFIndex 
 
 // Preferences: typed values under (application, key), one store per user.
 //
-// A set or a removal is seen at once by this process and reaches the disk at the next synchronize
-// of its application. Failures of the store are reported on standard error, once of each kind; the
-// process then goes on with its own view. What is not on disk is tried again at the next synchronize
-// and for a last time when the process ends, which then says how many records are missing. An application identifier or a key that is null means no record.
+// This process sees a set or a removal at once; it reaches the disk at the next synchronize of its
+// application. Each kind of failure is printed once on standard error, and the process continues
+// with its own view. What could not be stored is tried again at the next synchronize, and a last
+// time when the process ends, which then prints how many records are missing. A null application
+// identifier or key means no record.
 
 extern const CFStringRef kCFPreferencesCurrentUser;
 extern const CFStringRef kCFPreferencesAnyHost;
@@ -140,8 +141,8 @@ Boolean CFPreferencesGetAppBooleanValue(CFStringRef key, CFStringRef application
                                         Boolean* keyExistsAndHasValidFormat);
 
 /// Stores or replaces one value; a null value removes the key.
-/// Differs from macOS: a value that is not a boolean, a double or a string of at most 65,536 bytes is
-/// refused with a line on standard error.
+/// Differs from macOS: a value that is not a boolean, a double or a string of at most 65,536 bytes
+/// is refused with a line on standard error.
 void CFPreferencesSetAppValue(CFStringRef key, CFPropertyListRef value, CFStringRef applicationID);
 
 /// Removes every key of `keysToRemove`, an array of strings, as one operation.

@@ -53,17 +53,18 @@ typedef enum _CGLError {
 
 /// Lists the renderers that can drive the displays of `display_mask`. `*rend` is owned by the
 /// caller (CGLDestroyRendererInfo); on an error it is not written. Differs from macOS: a renderer
-/// is an EGL device and can drive every display, so every mask but 0, which has none, lists all.
-/// The list is made once in a process, hardware before software, from device strings alone: that
-/// opens no driver and creates no context. Without a device there are 0 renderers and no error.
+/// is an EGL device and can drive every display, so every mask except 0 lists all of them. The list
+/// is made once per process, hardware before software, from device strings alone: no driver is
+/// opened and no context created. Without devices there are 0 renderers and no error.
 CGLError CGLQueryRendererInfo(GLuint display_mask, CGLRendererInfoObj* rend, GLint* nrend);
 CGLError CGLDestroyRendererInfo(CGLRendererInfoObj rend);
 
 /// One property of renderer `rend_num`: kCGLRPRendererID, or kCGLRPTextureMemory in bytes.
 /// kCGLBadValue for a number that is not in the list, kCGLBadProperty for another property.
-/// Differs from macOS: texture memory is clamped to 2^31 - 1. The first question for it opens every
-/// device once, hardware in a child process each; a device that cannot be opened answers that
-/// question and every later one with kCGLBadRendererInfo and says why on standard error.
+/// Differs from macOS: texture memory is clamped to 2
+/// 31 - 1. The first query for it opens every device once, hardware in one child process each. A
+/// device that cannot be opened answers this query and every later one with kCGLBadRendererInfo and
+/// prints why on standard error.
 CGLError CGLDescribeRenderer(CGLRendererInfoObj rend, GLint rend_num, CGLRendererProperty prop,
                              GLint* value);
 
@@ -80,29 +81,28 @@ CGLError CGLDestroyPixelFormat(CGLPixelFormatObj pix);
 /// Differs from macOS: `share` must be null.
 CGLError CGLCreateContext(CGLPixelFormatObj pix, CGLContextObj share, CGLContextObj* ctx);
 
-/// Destroys the context and its surface; when it is current on this thread, nothing is current
-/// afterwards.
+/// Destroys the context and its surface. If it is current on this thread, no context is afterwards.
 CGLError CGLDestroyContext(CGLContextObj ctx);
 
 /// Makes the context current with the pixel buffer that was set on it (null: nothing current).
-/// kCGLBadState when EGL refuses: a context of GLX is current on this thread, say. Differs from
-/// macOS: kCGLBadDrawable for a context on which no pixel buffer was set.
+/// kCGLBadState if EGL refuses, for example because a GLX context is current on this thread.
+/// Differs from macOS: kCGLBadDrawable for a context without a pixel buffer.
 CGLError CGLSetCurrentContext(CGLContextObj ctx);
 
 /// The context's virtual screen. Differs from macOS: always 0, a context has one renderer.
 CGLError CGLGetVirtualScreen(CGLContextObj ctx, GLint* screen);
 
-/// Remembers an offscreen drawable of the given size in pixels.
+/// Remembers the size of an offscreen drawable, in pixels.
 /// Differs from macOS: it becomes a surface when it is set on a context, and cannot be used as a
-/// texture: `target`, `internalFormat` (GL_RGB or GL_RGBA) and `max_level` are checked and
+/// texture. `target`, `internalFormat` (GL_RGB or GL_RGBA) and `max_level` are checked and
 /// otherwise ignored.
 CGLError CGLCreatePBuffer(GLsizei width, GLsizei height, GLenum target, GLenum internalFormat,
                           GLint max_level, CGLPBufferObj* pbuffer);
 CGLError CGLDestroyPBuffer(CGLPBufferObj pbuffer);
 
-/// Makes the pixel buffer the context's drawable, at once when the context is current. The pixel
+/// Makes the pixel buffer the context's drawable, at once if the context is current. The pixel
 /// buffer may be destroyed before the context. Differs from macOS: `face`, `level` and `screen`
-/// must be 0, and the context draws to a surface of its own, not to one shared with other contexts.
+/// must be 0, and each context draws to a surface of its own.
 CGLError CGLSetPBuffer(CGLContextObj ctx, CGLPBufferObj pbuffer, GLenum face, GLint level,
                        GLint screen);
 

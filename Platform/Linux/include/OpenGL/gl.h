@@ -1,4 +1,4 @@
-// macOS keeps OpenGL's headers in the OpenGL framework; here they are the GL vendor-neutral ones.
+// macOS has OpenGL's headers in the OpenGL framework; here they are the vendor-neutral ones.
 
 #ifndef TEXPROBE_PLATFORM_GL_H
 #define TEXPROBE_PLATFORM_GL_H

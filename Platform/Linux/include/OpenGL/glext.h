@@ -1,9 +1,8 @@
 // OpenGL's extensions and post-1.1 functions, as macOS declares them.
 //
-// libOpenGL has the functions of OpenGL itself and none of its extensions, and libGL, which has
-// some, brings X11 with it. So the three that the product calls are asked of EGL. They have names
-// of their own here: a symbol of OpenGL's name would take the place of libGL's in an application
-// that calls it.
+// libOpenGL has OpenGL's core functions but no extensions; libGL has some, but needs X11. So the
+// three that the product calls come from eglGetProcAddress. They have names of our own: a symbol
+// with OpenGL's name would replace libGL's in an application that calls it.
 
 #ifndef TEXPROBE_PLATFORM_GLEXT_H
 #define TEXPROBE_PLATFORM_GLEXT_H
@@ -15,7 +14,7 @@
 
 namespace texprobe::platform {
 
-// What EGL gives serves every context, so each is asked for once.
+// EGL's pointers are valid for every context, so each is looked up once.
 
 inline void bind_framebuffer(GLenum target, GLuint framebuffer) {
     static const auto function =

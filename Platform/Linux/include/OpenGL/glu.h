@@ -1,4 +1,4 @@
-// macOS keeps GLU's header in the OpenGL framework.
+// macOS has GLU's header in the OpenGL framework.
 
 #ifndef TEXPROBE_PLATFORM_GLU_H
 #define TEXPROBE_PLATFORM_GLU_H
