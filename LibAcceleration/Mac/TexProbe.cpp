@@ -37,7 +37,7 @@ constexpr std::uint32_t kMaxDisplays = 32;
     std::exit(1);
 }
 
-/// An offscreen context bound to exactly one renderer. Ends the process when it cannot be had.
+/// An offscreen context bound to exactly one renderer. Ends the process on failure.
 class OffscreenContext {
 public:
     explicit OffscreenContext(GLint rendererID) {
@@ -63,7 +63,7 @@ public:
         CGLSetCurrentContext(context_);
     }
     ~OffscreenContext() {
-        // The platform accepts the destruction of the current context.
+        // The platform allows destroying the current context.
         CGLDestroyContext(context_);
         CGLDestroyPBuffer(pbuffer_);
         CGLDestroyPixelFormat(pixelFormat_);
@@ -97,7 +97,8 @@ void set_up_render_target() {
         constexpr GLuint kFramebuffer = 1;
         glBindFramebufferEXT(GL_FRAMEBUFFER_EXT, kFramebuffer);
         glBindTexture(GL_TEXTURE_2D, kTargetTexture);
-        // Signed bytes, on purpose.
+        // There is no data, but a driver may choose the storage by this type, and with it the
+        // verdicts.
         glTexImage2D(GL_TEXTURE_2D, 0, GL_RGBA, kImageSize, kImageSize, 0, GL_RGBA, GL_BYTE,
                      nullptr);
         glFramebufferTexture2DEXT(GL_FRAMEBUFFER_EXT, GL_COLOR_ATTACHMENT0_EXT, GL_TEXTURE_2D,
@@ -110,8 +111,8 @@ void set_up_render_target() {
 }
 
 /// Stores one identification string of the current context and prints it under `label`, if any. A
-/// string that the driver does not have, or that is not ASCII, leaves no record: a stale one would
-/// let applications take these verdicts for another driver's.
+/// string that is missing or not ASCII removes the record: with a stale one, applications would
+/// take these verdicts for another driver's.
 void write_identification(GLenum name, CFStringRef key, const char* label, CFStringRef appID) {
     const CFStringRef value = create_identification(glGetString(name));
     CFPreferencesSetAppValue(key, value, appID);
@@ -121,7 +122,7 @@ void write_identification(GLenum name, CFStringRef key, const char* label, CFStr
     release(value);
 }
 
-/// Keeps records that are current; removes the verdicts of others and begins a set of this version.
+/// Keeps current records. Otherwise removes the old verdicts and starts a set of this version.
 void prepare_records(CFStringRef appID) {
     const CFTypeRef value = CFPreferencesCopyAppValue(CFSTR("VERSION"), appID);
     double version = 0.0;
@@ -154,7 +155,7 @@ public:
     Turn(const Turn&) = delete;
     Turn& operator=(const Turn&) = delete;
 
-    /// Between two tests: ends the process if its user interrupted it, and keeps the turn.
+    /// Between two tests: ends the run if the user interrupted it, and keeps the turn otherwise.
     void go_on() {
         if (qor::is_interrupted()) {
             CFPreferencesAppSynchronize(appID_);
@@ -210,7 +211,7 @@ void run_listed_renderer(CGLRendererInfoObj info, GLint index, CGDirectDisplayID
     run_renderer(rendererID);
 }
 
-/// The renderers that can drive one display; empty, with a message, when they cannot be had.
+/// The renderers that can drive one display; empty, with a message, on failure.
 class RendererList {
 public:
     explicit RendererList(CGOpenGLDisplayMask mask) {
@@ -288,7 +289,7 @@ public:
     }
 
 private:
-    /// False without a context string: one that could not be read equals nothing.
+    /// False without a context string: one that could not be read matches nothing.
     static bool is_equal_string(CFTypeRef record, CFStringRef string) {
         return record && string && CFGetTypeID(record) == CFStringGetTypeID() &&
                CFStringCompare(static_cast<CFStringRef>(record), string, 0) == kCFCompareEqualTo;
@@ -333,7 +334,7 @@ CFStringRef copyCurrentRendererID() {
     return nullptr;
 }
 
-/// Runs the tool and tells whether it succeeded. Without a path there is none to start.
+/// Runs the tool and returns whether it succeeded; false without a path.
 bool run_tool(const char* toolPath) {
     if (!toolPath) return false;
     // Passed to the shell as it is: a path that contains a double quote breaks the quoting.
@@ -362,7 +363,7 @@ void TexProbe::RunTest() {
 
 TexProbe::TexProbe() : appID_(nullptr) {}
 
-// Delegates so that the destructor runs should anything throw from here on.
+// Delegates, so that the destructor runs if anything below throws.
 TexProbe::TexProbe(const char* toolPath) : TexProbe() {
     appID_ = copyCurrentRendererID();
     if (!appID_) {
@@ -410,7 +411,7 @@ TexProbe::~TexProbe() {
 TexProbe::TexFormatCaps TexProbe::GetTextureFormatCaps(CFStringRef appID, CFStringRef formatName) {
     const FlagKeys keys(formatName);
     const auto flag = [&](Capability capability) {
-        Boolean recorded = 0;  // Of no interest: what is absent reads as false.
+        Boolean recorded = 0;  // Not needed: an absent record reads as false.
         return appID && CFPreferencesGetAppBooleanValue(keys[capability], appID, &recorded);
     };
     TexFormatCaps caps = {};

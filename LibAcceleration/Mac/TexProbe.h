@@ -13,10 +13,9 @@ typedef unsigned int GLenum;
 
 #define QOR_TEXPROBE_EXPORT __attribute__((visibility("default")))
 
-// The object holds a std::map, whose size is the standard library's business. ELF systems may have
-// several standard libraries, GNU's being the usual one. With another, or with GNU's debug mode,
-// the constructor gets another name: then an application and a library that do not fit cannot be
-// linked, and what the linker misses says why.
+// The object holds a std::map, whose layout depends on the standard library. ELF systems may have
+// several, usually GNU's. With another one, or with GNU's debug mode, the constructor has another
+// name: if application and library do not match, they do not link, and the missing symbol says why.
 #if defined(__ELF__) && defined(_LIBCPP_VERSION)
 #define QOR_TEXPROBE_FITS __attribute__((abi_tag("needs_TexProbe_built_with_libcxx")))
 #elif defined(_GLIBCXX_DEBUG)
@@ -54,15 +53,16 @@ public:
         unsigned unused : 26;
     };
 
-    /// Finds the records of the current context's renderer. When there are none that are usable,
-    /// runs the tool at `toolPath` once, waits for it, and looks again. `toolPath` is passed to the
-    /// shell between double quotes and is not used at all when records exist; null is a tool that
-    /// cannot be started. The context stays current and its state is not changed. Core-profile and
-    /// OpenGL ES contexts report other strings than the tool's, so they match nothing.
+    /// Finds the records of the current context's renderer. If there are no usable ones, runs the
+    /// tool at `toolPath` once, waits for it, and looks again. `toolPath` is passed to the shell
+    /// between double quotes. It is not used if records exist; null counts as a tool that cannot be
+    /// started. The context stays current and its state is not changed. Core-profile and OpenGL ES
+    /// contexts report other strings than the tool's, so they match nothing.
     ///
-    /// Takes about a millisecond with records, and as long as the tool without. Nothing ends a tool
-    /// whose driver hangs. The tool is started by system(): meanwhile the application ignores
-    /// SIGINT and SIGQUIT, and when it ignores SIGCHLD, a tool that succeeded counts as failed.
+    /// Takes about a millisecond with records, and as long as the tool without. A tool whose driver
+    /// hangs is not killed. The tool is started by system(): meanwhile the application ignores
+    /// SIGINT and SIGQUIT. If the application ignores SIGCHLD, a tool that succeeded counts as
+    /// failed.
     QOR_TEXPROBE_FITS explicit TexProbe(const char* toolPath);
     ~TexProbe();
 
@@ -86,8 +86,8 @@ public:
 
     /// The tool's test driver: measures every renderer behind every active display and records the
     /// verdicts in the user's preferences. Progress goes to the standard streams. Ends the process
-    /// with status 1 when a renderer's context cannot be set up, and may die inside a driver, which
-    /// is why it belongs in a process of its own. Replaces the calling thread's current context.
+    /// with status 1 if a renderer's context cannot be set up. A driver may crash, so call it in a
+    /// process of its own. Replaces the calling thread's current context.
     static void RunTest();
 
 private:

@@ -13,12 +13,12 @@ namespace qor {
 namespace {
 
 constexpr unsigned kSecondsForTestInHand = 2;
-// timeout(1) signals a process and its group; a closed terminal and the end of a session reach it
-// two ways, too. What comes as fast as that is one interruption.
+// timeout(1) signals a process and its group. A closed terminal and the end of a session signal
+// twice, too. Signals this close together are one interruption.
 constexpr int kMillisecondsOfOne = 100;
 constexpr int kInterruptions[] = {SIGINT, SIGTERM, SIGHUP};
 
-// A driver has threads, and a signal comes to any of them.
+// Drivers have threads, and any of them may receive the signal.
 std::atomic<int> remembered{0};
 std::atomic<unsigned> timeOfFirst{0};
 std::atomic<bool (*)()> is_too_late{nullptr};
@@ -44,7 +44,7 @@ void unblock(int number) {
     pthread_sigmask(SIG_UNBLOCK, &set, nullptr);
 }
 
-/// The death that the signal is without a handler; from within a handler, too.
+/// Dies of the signal as if there were no handler. Works inside a handler, too.
 void die_of(int number) {
     signal(number, SIG_DFL);
     unblock(number);
@@ -57,7 +57,7 @@ void end_by_remembered(int /*alarm*/) {
 
 void handle(int number, siginfo_t* info, void* /*context*/) {
     const int error = errno;
-    // What this process sends itself is a driver that gives up.
+    // A signal from this process itself comes from a driver that gives up.
     if (info->si_pid == getpid() || is_too_late.load()()) {
         die_of(number);
         return;
@@ -85,7 +85,7 @@ void remember_interruptions(bool (*isTooLate)()) {
     is_too_late = isTooLate;
     struct sigaction action = {};
     action.sa_sigaction = handle;
-    // Drivers see no interrupted calls.
+    // Drivers must not see interrupted system calls.
     action.sa_flags = SA_SIGINFO | SA_RESTART;
     sigemptyset(&action.sa_mask);
     for (const int number : kInterruptions) sigaddset(&action.sa_mask, number);
@@ -104,7 +104,7 @@ bool is_interrupted() {
 
 void end_by_interruption() {
     die_of(remembered);
-    // The signal cannot be blocked or handled any more.
+    // Not reached: raise() has ended the process.
     _exit(1);
 }
 

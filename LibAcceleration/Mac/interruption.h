@@ -5,20 +5,20 @@
 
 namespace qor {
 
-/// A reader that goes away, or a file that may not grow, is an error of the write and not a death:
-/// that would leave the test in hand recorded as failed. Children inherit it.
+/// Turns a closed output, or a file that has reached its size limit, into a write error. Dying of
+/// it would leave the current test recorded as failed. Children inherit this.
 void survive_closed_outputs();
 
 /// From now on the first SIGINT, SIGTERM or SIGHUP is remembered. A second one ends the process at
-/// once, and so do two seconds, unless end_by_interruption() comes first. What is ignored stays
-/// ignored. For our own program only: signals belong to the program, not to a library.
+/// once; so do two seconds without a call of end_by_interruption(). Ignored signals stay ignored.
+/// For the tool only: signals belong to the program, not to a library.
 ///
-/// A process of which `isTooLate` is true ends at the first one. The handlers call it.
+/// If `isTooLate` returns true, the first signal ends the process. Signal handlers call it.
 void remember_interruptions(bool (*isTooLate)());
 
 bool is_interrupted();
 
-/// Ends the process by the signal that is_interrupted() is about.
+/// Ends the process by the remembered signal.
 [[noreturn]] void end_by_interruption();
 
 }  // namespace qor

@@ -13,16 +13,15 @@ namespace qor {
 
 namespace {
 
-// Whoever has the turn locks the first byte; whoever removes the file, the second one.
+// The run that has the turn locks the first byte; a run that removes the file, the second one.
 constexpr off_t kTurn = 0;
 constexpr off_t kRemoval = 1;
 
-// Files that are replaced between open and lock. More than any crowd causes: a file system whose
-// inode numbers change from call to call.
+// How often the file may be replaced between open and lock. No crowd of runs gets there, but a file
+// system whose inode numbers change from call to call does.
 constexpr unsigned kMostReplacements = 1000;
 
-// The turn of this process, where a signal's handler can look at it. The path changes only while
-// there is no descriptor.
+// This process's turn, for signal handlers. The path only changes while there is no descriptor.
 std::atomic<int> heldDescriptor{-1};
 char heldFile[1024];
 
@@ -44,7 +43,7 @@ bool is_same_file(const struct stat& a, const struct stat& b) {
     return a.st_dev == b.st_dev && a.st_ino == b.st_ino;
 }
 
-/// Does the path still lead to the open file, or has that been removed?
+/// Is the open file still the one at this path?
 bool is_in_place(int descriptor, const char* path) {
     struct stat opened;
     struct stat placed;
@@ -52,14 +51,14 @@ bool is_in_place(int descriptor, const char* path) {
            is_same_file(opened, placed);
 }
 
-/// Removes the open file, so that all who come meet on a new one. The lock keeps others from doing
-/// so at the same time, and with it from removing the new one. False: it cannot be removed.
+/// Removes the open file, so that all runs meet on a new one. The lock ensures that only one run
+/// does so, and that no other removes the new file. False if the file cannot be removed.
 bool remove_file(int descriptor, const std::string& path) {
     if (!lock(descriptor, kRemoval) || !is_in_place(descriptor, path.c_str())) return true;
     return unlink(path.c_str()) == 0;
 }
 
-/// The file's time is the counter, which takes no room on a full disk. It only goes up.
+/// The file's time is the counter: it takes no space on a full disk. It only goes up.
 void count_step(int descriptor) {
     struct stat file;
     if (fstat(descriptor, &file) != 0) return;
@@ -115,10 +114,10 @@ void MeasuringTurn::take() {
     }
 }
 
-/// Opens the file anew each time: it may have been replaced, and a network file system tells its
-/// true time to those who open it.
+/// Opens the file anew each time: it may have been replaced, and a network file system may report
+/// an old time until the file is opened.
 MeasuringTurn::Attempt MeasuringTurn::attempt() {
-    // O_NONBLOCK is for what is not a file of ours, and may make an open wait.
+    // O_NONBLOCK, because opening anything but a regular file may block.
     const int descriptor =
         open(settings_.file.c_str(), O_RDWR | O_CREAT | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC, 0600);
     if (descriptor < 0) return Attempt::kImpossible;
@@ -148,7 +147,7 @@ MeasuringTurn::Attempt MeasuringTurn::attempt() {
     return result;
 }
 
-/// Counts looks, not time: a clock goes on while this process itself is stopped.
+/// Counts looks instead of time, because a clock goes on while this process itself is stopped.
 void MeasuringTurn::look_at_progress(const struct stat& file) {
     const bool same = is_same_file(file, seen_) && file.st_mtime == seen_.st_mtime;
     looksWithoutProgress_ = same ? looksWithoutProgress_ + 1 : 0;

@@ -1,12 +1,12 @@
-// One measuring run per user at a time: whoever measures has the turn, the others wait for it.
+// One measuring run per user at a time: it has the turn, and the others wait.
 //
-// A test that is under way is recorded as false. Another run would take that for a verdict, so it
-// waits until this one is through.
+// A test in progress is recorded as false. Another run would take that for a verdict, so it waits
+// until this run is done.
 //
-// The turn is a record lock on a file: the kernel takes it from a process that dies, and a child
-// does not inherit it. Who has it touches the file as it goes on. When those who wait see nothing
-// of that for so long that it must hang, one of them removes the file, and all meet again on a new
-// one. A place that cannot be locked costs the turn and nothing else: the run goes on without it.
+// The turn is a record lock on a file: the kernel releases it when the process dies, and a child
+// does not inherit it. The run that has it touches the file as it progresses. If the others see no
+// progress for a long time, one of them removes the file, and all meet again on a new one. If the
+// file cannot be locked, runs do not wait for each other.
 
 #ifndef TEXPROBE_MEASURING_TURN_H
 #define TEXPROBE_MEASURING_TURN_H
@@ -29,11 +29,11 @@ public:
     MeasuringTurn(const MeasuringTurn&) = delete;
     MeasuringTurn& operator=(const MeasuringTurn&) = delete;
 
-    /// Whether somebody else had the turn first, who may have written records meanwhile.
+    /// Did another run have the turn first? It may have written records meanwhile.
     bool had_to_wait() const { return hadToWait_; }
 
-    /// Shows those who wait that this process goes on. If its turn is lost, it waits for a new
-    /// one and returns false: others may have written records meanwhile.
+    /// Shows waiting runs that this one makes progress. If the turn was lost, waits for a new one
+    /// and returns false: other runs may have written records meanwhile.
     bool advance();
 
 private:
@@ -49,14 +49,14 @@ private:
     // The only descriptor of the file: closing any other would drop the lock. -1: no turn.
     int descriptor_ = -1;
     bool hadToWait_ = false;
-    struct stat seen_ = {};  // Of another's file, at the last look.
+    struct stat seen_ = {};  // The other run's file when last looked at.
     unsigned looksWithoutProgress_ = 0;
 };
 
-/// Has this process's turn been taken from it? For the handlers of signals, too.
+/// Has this process lost its turn? Signal handlers may call it.
 bool is_turn_lost();
 
-/// Takes the turn from a process that is stopped, if that one has it.
+/// Takes the turn from a stopped process, if it has it.
 void take_turn_from(pid_t process, const TurnSettings& settings);
 
 }  // namespace qor

@@ -26,15 +26,15 @@ char* envp[] = {nullptr};
     std::exit(1);
 }
 
-/// Killed, stopped, or exited with another status than 0? Whether it dumped core does not matter.
+/// Killed, stopped, or exited with a status other than 0? A core dump does not matter.
 bool must_run_again(int status) {
     return (status & 0xffff & 0xff7f) != 0;
 }
 
 /// Runs the tool at `path` in child processes, one at a time, until one exits with status 0. Every
-/// test is recorded as failed before it starts, so each child goes on behind the test that ended
-/// the last one. There is no limit: a failure that repeats on every run keeps this looping, on
-/// purpose. A stopped child is left stopped.
+/// test is recorded as failed before it starts, so each child continues after the test that ended
+/// the last one. The number of children is not limited, because every test may end one; so a
+/// failure on every run repeats forever. A stopped child is left stopped.
 void test_run_safe(const char* path) {
     std::printf("texprobe[%d] safe mode testing...\n", getpid());
     char buffer[kPathSize];
@@ -51,12 +51,13 @@ void test_run_safe(const char* path) {
         const pid_t pid = fork();
         if (pid == 0) {
             char* arguments[] = {buffer, nullptr};
-            // Not _exit: a failed child flushes the banner that it inherited, on purpose.
+            // Not _exit: if execve fails, the child prints the banner that it inherited, so that
+            // each attempt is visible.
             std::exit(execve(buffer, arguments, envp));
         }
         if (pid == -1) fail("fork");
         if (waitpid(pid, &status, WUNTRACED) != pid) fail("waitpid");
-        // The next child need not wait for one that is stopped.
+        // The next child must not wait for a stopped one.
         if (WIFSTOPPED(status)) qor::take_turn_from(pid, qor::turn_settings());
     } while (must_run_again(status));
 }
@@ -71,14 +72,14 @@ void test_run_safe(const char* path) {
 int main(int argc, char** argv) {
     qor::survive_closed_outputs();
     if (argc == 1) {
-        // Without its turn the process hung or was stopped, which is a death of its test. A stopped
-        // child of safe mode wakes up to a SIGHUP when safe mode is through.
+        // A run that has lost its turn was hanging or stopped, so its test counts as failed. A
+        // stopped child of safe mode gets a SIGHUP when safe mode ends.
         qor::remember_interruptions(qor::is_turn_lost);
         std::printf("texprobe[%d] testing...\n", getpid());
         qor::TexProbe::RunTest();
         return 0;
     }
-    // The first six characters decide, on purpose: anything may follow them.
+    // Only the first six characters count, so that --safe-mode, for example, works as well.
     if (argc != 2 || std::strncmp(argv[1], "--safe", 6) != 0) exit_with_usage(argv[0]);
     test_run_safe(argv[0]);
     return 0;

@@ -10,8 +10,8 @@
 
 namespace {
 
-/// The user's home by the password database, since safe mode empties the environment; by the
-/// environment where the user has no entry. Empty when neither knows.
+/// The user's home: from the password database, since safe mode empties the environment, or from
+/// HOME if the user has no entry. Empty if neither knows.
 std::string home_of_user() {
     std::vector<char> buffer(1024);
     passwd entry;
@@ -31,7 +31,7 @@ TurnSettings turn_settings() {
     TurnSettings settings;
     std::string folder = home_of_user();
     if (folder.empty()) return settings;
-    // One that cannot be made shows when the file is opened.
+    // If this fails, opening the file fails, too.
     for (const char* name : {"/.config", "/texprobe"}) mkdir((folder += name).c_str(), 0700);
     settings.file = folder + "/measuring.lock";
     return settings;

@@ -1,4 +1,4 @@
-// How far an image read back from the renderer lies from the pattern that was sent: pixels in, one
+// The distance between the pattern that was sent and the image that was read back: pixels in, one
 // number out. Makes no GL call and touches no record. Pure functions, safe on any thread.
 
 #ifndef TEXPROBE_DISTANCE_H
@@ -22,8 +22,8 @@ constexpr std::size_t kImagePixels = std::size_t{128} * 128;
 // largest of which is 16384 * 255^2.
 constexpr unsigned long long kUnsupportedDistance = ~0ULL;
 
-// Four bytes per pixel in the order B, G, R, A. The value of a pixel type in the place of a pixel
-// format: it marks a source whose bytes were one packed word per pixel.
+// Four bytes per pixel in the order B, G, R, A. This is a pixel type in the place of a pixel
+// format; it marks a source with one packed word per pixel.
 constexpr unsigned kPackedBGRA = GL_UNSIGNED_INT_8_8_8_8_REV;
 
 // Images are compared block by block: each is brought to the 8-bit scale in a buffer that stays in
@@ -31,7 +31,7 @@ constexpr unsigned kPackedBGRA = GL_UNSIGNED_INT_8_8_8_8_REV;
 
 constexpr std::size_t kBlockPixels = 512;
 
-/// `count` elements on the 8-bit scale: in `buffer`, or where they are when they are bytes.
+/// `count` elements on the 8-bit scale: in `buffer`, or in place if they are bytes.
 inline const std::uint8_t* on_8bit_scale(const std::uint8_t* elements, std::size_t /*count*/,
                                          std::uint8_t* /*buffer*/) {
     return elements;
@@ -103,7 +103,7 @@ int sum_in_place(Pixels first, Pixels second) {
     return sum;
 }
 
-/// Each channel has a sum of its own, because compilers make slower vectors of a single one.
+/// Each channel has its own sum, because compilers vectorize a single one worse.
 template <unsigned firstElements, unsigned secondElements, Squares (*compare)(Pixels, Pixels)>
 int sum_by_pixel(Pixels first, Pixels second) {
     Squares sums{};
@@ -142,7 +142,7 @@ constexpr Kernel kByPixel = {
 constexpr Kernel kLuminanceAlpha = {2, 2, 2, 1,
                                     call_on_wide_vectors<sum_by_pixel<2, 2, luminance_alpha>>};
 
-// All pairs of layouts that are compared. They are not symmetric, and every oddity is intended.
+// All pairs of layouts that are compared. They are not symmetric. Verdicts depend on every oddity.
 constexpr struct {
     unsigned firstFormat;
     unsigned secondFormat;
@@ -216,7 +216,7 @@ unsigned long long distance_data_format(const U* first, unsigned firstFormat, co
     return sum / kernel->channels;
 }
 
-/// The source's element type is known; chooses the kernel by the type of the read-back.
+/// For a source element type, chooses the kernel by the type of the read-back.
 template <typename U>
 unsigned long long distance_from_source(const void* srcData, unsigned srcFormat,
                                         const void* readData, unsigned readFormat,

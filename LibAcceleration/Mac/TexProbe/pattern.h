@@ -23,8 +23,8 @@ constexpr GLuint kTargetTexture = 2;
 constexpr GLsizei kImageSize = 128;
 
 /// The client-side format, type and size in bytes of one texel in which a texture of
-/// `internalFormat` is uploaded and read back. Returns false, and writes nothing, for a format that
-/// is not listed. Integer colours travel blue first, and 8-bit RGBA as one packed word per texel:
+/// `internalFormat` is uploaded and read back. Returns false, and writes nothing, for an unlisted
+/// format. Integer colours are transferred blue first, and 8-bit RGBA as one packed word per texel;
 /// the verdicts are about exactly these layouts.
 inline bool best_pixel_format(GLenum internalFormat, unsigned* format, unsigned* type,
                               unsigned* bytesPerPixel) {
@@ -78,7 +78,7 @@ inline float pattern_float(std::uint32_t word) {
 }
 
 /// (element + 1) / 65536 as a half float, truncated toward zero. The two smallest inputs give the
-/// same value, and have to: the records were made with this pattern.
+/// same value. Keep that: existing records were made with this pattern.
 inline std::uint16_t pattern_half(std::uint16_t element) {
     const std::uint32_t h = element + 1u;
     if (h == 65536u) return 0x3C00u;

@@ -1,9 +1,8 @@
 // The measurement: the six tests of one texture format, and the pass over the sixteen formats.
 //
 // Runs on the thread whose current context is the renderer's offscreen one, with the render target
-// that the test driver has set up. OpenGL errors are never queried: an outcome comes only from what
-// can be observed, and a null mapping or a failed allocation is left to crash, which costs the one
-// test.
+// that the test driver has set up. OpenGL errors are never queried: only what can be observed
+// decides. A null mapping or a failed allocation crashes, which costs that one test.
 
 #ifndef TEXPROBE_PROBE_H
 #define TEXPROBE_PROBE_H
@@ -60,15 +59,15 @@ inline bool test_check_data(unsigned long long distance) {
     return match;
 }
 
-/// The format that the driver chose for the bound texture; 0 when it says nothing.
+/// The format that the driver chose for the bound texture; 0 if it reports none.
 inline GLenum internal_format_of_bound_texture() {
     GLint value = 0;
     glGetTexLevelParameteriv(GL_TEXTURE_2D, 0, GL_TEXTURE_INTERNAL_FORMAT, &value);
     return static_cast<GLenum>(value);
 }
 
-/// Defines a texture without data. The source is signed luminance bytes for every format, on
-/// purpose: only the internal format that the driver chooses matters.
+/// Defines a texture without data. The source is signed luminance bytes for every format, because
+/// only the internal format that the driver chooses matters.
 inline void define_empty_texture(GLuint texture, GLenum internalFormat) {
     glBindTexture(GL_TEXTURE_2D, texture);
     glTexImage2D(GL_TEXTURE_2D, 0, static_cast<GLint>(internalFormat), kImageSize, kImageSize, 0,
@@ -87,7 +86,7 @@ inline void define_texture(GLenum internalFormat, const Transfer& transfer, cons
                  transfer.format, transfer.type, pixels);
 }
 
-/// Leaves the pattern in the unpack buffer, bound.
+/// Fills the unpack buffer with the pattern and leaves it bound.
 inline void fill_unpack_buffer(const Transfer& transfer) {
     glBindBuffer(GL_PIXEL_UNPACK_BUFFER, kUnpackBuffer);
     glBufferData(GL_PIXEL_UNPACK_BUFFER, static_cast<GLsizeiptr>(transfer.size()), nullptr,
@@ -115,8 +114,8 @@ inline bool drawn_texture_matches_unpack_buffer(const Transfer& transfer) {
     return match;
 }
 
-/// The distance of a download from the pattern. Two luminance-alpha images are compared one element
-/// past the read-back; the mapping ends there, so that element, a zero, is provided by a copy.
+/// The distance of a download from the pattern. For luminance-alpha, the comparison reads one
+/// element past the read-back, where the mapping ends; so it gets a copy followed by a zero.
 inline unsigned long long download_distance(const void* pattern, const void* mapping,
                                             const Transfer& transfer) {
     const void* readBack = mapping;
@@ -214,7 +213,7 @@ inline bool test_download_read(GLenum internalFormat) {
 /// One capability's test, its place among the preconditions, and its messages.
 struct CapabilityTest {
     Capability capability;
-    Capability precondition;  // Its own for the test that has none.
+    Capability precondition;  // The capability itself if there is none.
     bool (*run)(GLenum internalFormat);
     const char* announcement;  // Null: none.
     const char* label;
@@ -242,7 +241,7 @@ inline bool run_guarded(const CapabilityTest& test, CFStringRef key, CFStringRef
     return verdict;
 }
 
-/// Measures what has no record yet of one format; with `reset`, removes its six records instead.
+/// Runs one format's tests that have no record yet; with `reset`, removes its six records instead.
 inline void test_texture_format(CFStringRef appID, unsigned char reset, GLenum internalFormat,
                                 CFStringRef formatName) {
     const FlagKeys keys(formatName);
@@ -264,7 +263,7 @@ inline void test_texture_format(CFStringRef appID, unsigned char reset, GLenum i
     }
 }
 
-/// The pass over the sixteen formats. The order is deliberate: all formats share a context, so each
+/// The pass over the sixteen formats. The order matters: all formats share a context, so each
 /// inherits the state that the one before it left.
 inline void test_texture_format_caps(CFStringRef appID, unsigned char reset) {
     const struct {

@@ -3,12 +3,11 @@
 //
 // A verdict is one boolean under a flag key, and a crash-safe state machine:
 //   absent  not measured yet; the only state in which a test runs
-//   false   measured and failed, or a test that began and never came back: it is written, and
-//   synchronized
-//           to disk, before the test touches the driver
+//   false   measured and failed, or started and never finished
 //   true    measured and passed
-// An outcome overwrites the provisional false without a synchronization of its own: when the
-// process dies before the next one, the test counts as failed.
+// Before a test touches the driver, false is written and synchronized to disk. The outcome then
+// replaces it without a synchronization of its own: if the process dies before the next one, the
+// test counts as failed.
 
 #ifndef TEXPROBE_RECORDS_H
 #define TEXPROBE_RECORDS_H
@@ -30,7 +29,7 @@ inline CFStringRef preferences_domain() {
     return CFSTR("org.texprobe.texprobe2");
 }
 
-/// Text for a "%s": never null, so that a missing string shows as it would be printed anyway.
+/// Text for a "%s": never null, a missing string is printed as "(null)".
 inline const char* text_of(CFStringRef string) {
     const char* text = string ? CFStringGetCStringPtr(string, kCFStringEncodingMacRoman) : nullptr;
     return text ? text : "(null)";
@@ -60,8 +59,8 @@ inline CFStringRef create_application_id(int rendererID) {
                                     static_cast<unsigned>(rendererID), get_system_version());
 }
 
-/// The version rule: reads "VERSION" into `*version` and tells whether `value` is a number that is
-/// not older than ours. A NaN is not.
+/// The version rule: reads `value` into `*version`. True if it is a number and not older than ours;
+/// false for a NaN.
 inline bool is_current_version(CFTypeRef value, double* version) {
     return value && CFGetTypeID(value) == CFNumberGetTypeID() &&
            CFNumberGetValue(static_cast<CFNumberRef>(value), kCFNumberDoubleType, version) &&

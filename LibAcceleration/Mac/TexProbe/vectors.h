@@ -1,5 +1,5 @@
-// The one place that knows processors: calls a function as compiled for the vectors that this
-// processor has. The function is portable, and is what is called where nothing is known.
+// The only code that depends on the processor: calls a function as compiled for the vectors that
+// this processor has. On other processors it calls the portable function itself.
 
 #ifndef TEXPROBE_VECTORS_H
 #define TEXPROBE_VECTORS_H
@@ -20,7 +20,7 @@ inline bool has_avx512() {
     return __builtin_cpu_supports("avx512bw") && __builtin_cpu_supports("avx512vl");
 }
 
-// Flattened: what they call becomes part of them, and so is compiled for their vectors.
+// Flattened: whatever they call is inlined, and so compiled for the same vectors.
 
 template <auto function, typename... Arguments>
 [[gnu::target("avx2"), gnu::flatten]] auto call_on_avx2(Arguments... arguments) {

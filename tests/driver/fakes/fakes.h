@@ -21,18 +21,15 @@
 //   fail CALL CODE [N]        the N-th such call, or every one, fails with CODE
 //   substitute T FORMAT OTHER the renderer takes OTHER for FORMAT when it defines texture T
 //   incomplete FORMAT         a render target of FORMAT is incomplete
-//   change KEY SUM            alters the bytes read back in the test of KEY: the squares
-//                             add up to SUM
+//   change KEY SUM            alters what the test of KEY reads back: the squares add up to SUM
 //   die WAY at N              dies at the process's N-th call
-//   die WAY once at N         the same, in the first process that gets there
-//   die WAY in KEY N          dies at the N-th call inside the test of KEY, whenever it is
-//                             tried
-//   interrupt N SIGNAL [MS SIGNAL]...
-//                             another process sends these at the process's N-th call
+//   die WAY once at N         the same, but only in the first process that gets there
+//   die WAY in KEY N          dies at the N-th call in every test of KEY
+//   interrupt N SIGNALS       another process sends SIGNAL [MS SIGNAL]... at the N-th call
 //   pause N MS                the process's N-th call takes MS milliseconds longer
-//   pause once N MS           the same, in the first process that gets there
+//   pause once N MS           the same, but only in the first process that gets there
 //   records DIRECTORY         where the records are; beside the executable by default
-//   log                       write the calls
+//   log                       writes the calls
 
 #ifndef TEXPROBE_TESTS_FAKES_H
 #define TEXPROBE_TESTS_FAKES_H
