@@ -1,6 +1,6 @@
-// What a first run is measured against: the same GL work, pattern and comparison on every device,
-// nothing recorded. With a folder as its argument, one block reaches the disk there before each
-// test: the least that recording could cost.
+// The least that a first run could take: the same GL work, pattern and comparison on every device,
+// with nothing recorded. With a folder as its argument, one block is flushed to disk there before
+// each test: recording could not cost less.
 
 #include <cstdio>
 #include <optional>

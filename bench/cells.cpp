@@ -42,7 +42,7 @@ constexpr struct {
     {GL_RGBA32F_ARB, "RGBA32F"},
 };
 
-/// An image with the one element more that the luminance-alpha comparison reads.
+/// An image with one extra element, which the luminance-alpha comparison reads.
 Image make_image(const Layout& layout) {
     return std::make_shared<std::vector<std::uint8_t>>(kImagePixels * layout.bytesPerPixel + 16);
 }
@@ -70,7 +70,7 @@ int element_on_8bit_scale(const std::vector<std::uint8_t>& image, unsigned type,
     }
 }
 
-/// Where the red, green, blue and alpha of a layout are; -1: nowhere, it is opaque.
+/// Where the red, green, blue and alpha of a layout are; -1: none, it is opaque.
 std::array<int, 5> elements_of_rgba(unsigned format) {
     switch (format) {
         case GL_LUMINANCE:
@@ -88,7 +88,7 @@ std::array<int, 5> elements_of_rgba(unsigned format) {
     }
 }
 
-/// What a faithful renderer draws from the pattern, off by one in every seventh element.
+/// What a correct renderer draws from the pattern, off by one in every seventh element.
 Image draw(const std::vector<std::uint8_t>& pattern, const Layout& layout) {
     const Image frame = make_image({GL_RGBA, GL_UNSIGNED_BYTE, 4});
     const auto elements = elements_of_rgba(layout.format);
@@ -111,8 +111,8 @@ std::uint64_t sum_of_bytes(const std::vector<std::uint8_t>& image, std::size_t s
     return std::accumulate(image.data(), image.data() + size, 0u);
 }
 
-/// Two pairs that OpenCV has no operation for: the alpha of luminance-alpha against the next pixel,
-/// and the full reversal of BGRA shorts. It gets the nearest that it is fast at.
+/// Two pairs that OpenCV has no operation for: luminance-alpha's alpha against the next pixel, and
+/// BGRA shorts in reverse. OpenCV gets the nearest operation that it is fast at.
 bool is_paired_otherwise(const Cell& cell) {
     return cell.isDownload ? cell.source.format == GL_LUMINANCE_ALPHA
                            : cell.source.format == GL_BGRA && cell.source.type == GL_UNSIGNED_SHORT;
@@ -122,8 +122,8 @@ bool is_8bit(unsigned type) {
     return type == GL_UNSIGNED_BYTE || type == GL_UNSIGNED_INT_8_8_8_8_REV;
 }
 
-/// Ends the program unless both did the same job. Only 8-bit images are compared without a
-/// conversion, which rounds where the kernel truncates: by at most 2 squared in an element.
+/// Ends the program unless both give the same result. Only 8-bit images need no conversion;
+/// OpenCV's rounds where the kernel truncates, which is at most 2 squared per element.
 void expect_same_job(const Cell& cell, std::uint64_t channels) {
     if (!cell.opencv || is_paired_otherwise(cell)) return;
     const std::uint64_t kernel = cell.kernel();
@@ -158,7 +158,7 @@ Cell make_cell(const std::string& name, const Layout& source, const Image& patte
     return cell;
 }
 
-/// A frame has its own red, green and blue for one luminance.
+/// A frame has separate red, green and blue for one luminance.
 std::uint64_t compared_channels(unsigned format, bool isDownload) {
     switch (format) {
         case GL_LUMINANCE:

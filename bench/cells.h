@@ -26,12 +26,12 @@ struct Cell {
     std::function<std::uint64_t()> kernel;
     /// A plain pass over the same bytes that only sums them.
     std::function<std::uint64_t()> summing;
-    /// The same comparison by OpenCV, conversions included; empty where it is not installed.
+    /// The same comparison by OpenCV, conversions included; empty if it is not installed.
     std::function<std::uint64_t()> opencv;
 };
 
-/// Ends the program when OpenCV's result is another than the kernel's, beyond the rounding of its
-/// conversions: a comparison of two different jobs would be worthless.
+/// Ends the program if OpenCV's result differs from the kernel's by more than the rounding of its
+/// conversions: timing two different jobs would be worthless.
 std::vector<Cell> make_cells();
 
 }  // namespace texprobe::bench

@@ -1,5 +1,5 @@
-// An application: makes its context, then constructs the class on the records beside this
-// executable. Prints the seconds of both.
+// An application: creates its context, then constructs the class on the records beside this
+// executable. Prints the seconds for both.
 
 #include <TexProbe.h>
 

@@ -1,6 +1,6 @@
-// An application on a machine with as many renderers as TEXPROBE_BENCH_RENDERERS says, its own
-// being the last. Usage: client_with_renderers prepare | client_with_renderers measure, which
-// prints the seconds that the construction takes.
+// An application on a machine with TEXPROBE_BENCH_RENDERERS renderers, of which its own is the
+// last. Usage: client_with_renderers prepare | client_with_renderers measure, which prints the
+// seconds that a construction takes.
 
 #include <OpenGL/gl.h>
 #include <TexProbe.h>

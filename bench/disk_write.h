@@ -1,4 +1,4 @@
-// The least that making one record durable can cost: one block, written and flushed to the disk.
+// The least that a durable record can cost: one block, written and flushed to disk.
 
 #ifndef TEXPROBE_BENCH_DISK_WRITE_H
 #define TEXPROBE_BENCH_DISK_WRITE_H
@@ -14,7 +14,7 @@ namespace texprobe::bench {
 
 class DiskWrite {
 public:
-    /// The file is made in `folder`, and removed again.
+    /// The file is created in `folder`, and removed by the destructor.
     explicit DiskWrite(const std::string& folder) : path_(folder + "/disk_write.tmp") {
         file_ = open(path_.c_str(), O_RDWR | O_CREAT | O_TRUNC | O_CLOEXEC, 0600);
         if (file_ < 0) std::abort();

@@ -14,8 +14,7 @@ namespace texprobe::bench {
 /// Every EGL device of this machine.
 std::vector<EGLDeviceEXT> list_devices();
 
-/// Current from its construction to its destruction. Ends the program where there is no context to
-/// be had.
+/// Current from its construction to its destruction. Ends the program if there is no context.
 class EglContext {
 public:
     explicit EglContext(EGLDeviceEXT device);

@@ -1,10 +1,10 @@
-// The floor under a first run: the same GL work and pattern, nothing compared and nothing recorded.
+// The floor of a first run: the same GL work and pattern, with nothing compared or recorded.
 
 #include "TexProbe/distance.h"
 
 namespace {
 
-/// Every distance is 0, so that the same tests go on.
+/// Every distance is 0, so the same tests run.
 template <typename... Arguments>
 unsigned long long nothing_compared(Arguments...) {
     return 0;

@@ -1,5 +1,5 @@
-// What texprobe costs as records, displays and renderers become more. There is one real renderer on
-// most machines, so more of them, and more displays, are scripted; the records are real.
+// What texprobe costs as records, displays and renderers grow in number. Most machines have one
+// real renderer, so more of them, and more displays, are scripted; the records are real.
 
 #include <cstdio>
 #include <cstdlib>

@@ -1,5 +1,5 @@
-// What is compared within one process: the kernels and the store. Prints one line for each cell and
-// one for the store, fields separated by tabs, for texprobe_bench_table.
+// The comparisons within one process: the kernels and the store. Prints one tab-separated line for
+// each cell and one for the store, for texprobe_bench_table.
 
 #include <OpenGL/gl.h>
 #include <OpenGL/glext.h>
@@ -19,7 +19,7 @@ using namespace texprobe::bench;
 volatile std::uint64_t result;
 
 std::function<void()> several(const std::function<std::uint64_t()>& work) {
-    constexpr int kTimes = 16;  // Enough for the clock.
+    constexpr int kTimes = 16;  // Long enough for the clock.
     return [work] {
         for (int i = 0; work && i < kTimes; ++i) result = work();
     };

@@ -1,5 +1,5 @@
-// Timing of things against each other: every round times each of them once, so that whatever slows
-// the machine down meanwhile slows all of them down.
+// Times several things against each other: every round times each of them once, so that a slow
+// machine slows all of them down.
 
 #ifndef TEXPROBE_BENCH_INTERLEAVED_H
 #define TEXPROBE_BENCH_INTERLEAVED_H

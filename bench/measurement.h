@@ -1,5 +1,5 @@
-// The tool's measurement and nothing else: the product's own tests of the sixteen formats, in the
-// tool's order, on a context that is current. No records, no listing, no identifiers.
+// The tool's measurement alone: the product's own tests of the sixteen formats, in the tool's
+// order, on a current context. No records, no listing, no identifiers.
 
 #ifndef TEXPROBE_BENCH_MEASUREMENT_H
 #define TEXPROBE_BENCH_MEASUREMENT_H
@@ -35,7 +35,7 @@ inline void set_up_render_target() {
     glViewport(0, 0, kImageSize, kImageSize);
 }
 
-/// Runs every test whose precondition holds, `before` before each. Returns how many passed.
+/// Runs every test whose precondition holds, calling `before` first. Returns how many passed.
 template <typename Before>
 int measure_format(GLenum internalFormat, Before before) {
     bool verdicts[kCapabilityCount] = {};

@@ -44,7 +44,7 @@ cv::Mat image_of(const Layout& layout, void* data) {
     return {kSide, kSide, CV_MAKETYPE(depth_of(layout.type), channels_of(layout.format)), data};
 }
 
-/// An image on the 8-bit scale, converted where it is not.
+/// An image on the 8-bit scale, converted if necessary.
 class EightBitImage {
 public:
     EightBitImage(const Layout& layout, void* data) : image_(image_of(layout, data)) {}

@@ -10,9 +10,9 @@
 
 namespace texprobe::bench {
 
-/// The sum of squared differences of two images on the 8-bit scale by OpenCV's norm(), with the
-/// conversions of type and layout before it. Its images are allocated once, outside of what is
-/// measured. Empty where OpenCV is not installed.
+/// The sum of squared differences of two images on the 8-bit scale by OpenCV's norm(), after
+/// converting type and layout. Its images are allocated once and not timed. Empty if OpenCV is not
+/// installed.
 std::function<std::uint64_t()> make_opencv_distance(const Layout& source, void* sourceData,
                                                     const Layout& readBack, void* readData);
 

@@ -1,5 +1,5 @@
-// One first run, one second run and one construction taken apart, in one process each. Prints a
-// line for each phase: its name, a tab and its seconds. Usage: phases first | phases second |
+// Splits one first run, one second run or one construction into phases, in one process each. Prints
+// a line for each phase: its name, a tab and its seconds. Usage: phases first | phases second |
 // phases client. The records are beside this executable; "second" and "client" need those of
 // "first".
 
@@ -40,7 +40,7 @@ unsigned long long timed_distance(const void* srcData, unsigned srcFormat, unsig
 
 }  // namespace
 
-// The probe calls these instead.
+// The probe calls these instead of the real functions.
 #define test_fill_data timed_fill_data
 #define distance_data_switch timed_distance
 #include "measurement.h"
@@ -71,7 +71,7 @@ const EglContext& open_driver(std::optional<EglContext>* context) {
     return **context;
 }
 
-/// Names of sixteen formats, as good as any.
+/// Any sixteen format names will do.
 const std::vector<CFStringRef>& format_names() {
     static const std::vector<CFStringRef> names = [] {
         std::vector<CFStringRef> made;
@@ -83,7 +83,7 @@ const std::vector<CFStringRef>& format_names() {
     return names;
 }
 
-/// All record work of a first run: the version, then each test's two verdicts and the
+/// All record keeping of a first run: the version, then each test's two verdicts with a
 /// synchronization between them, then the strings.
 void keep_records(CFStringRef appID) {
     write_version(appID);
@@ -136,7 +136,7 @@ void take_first_run_apart() {
 void take_second_run_apart() {
     CFStringRef appID = nullptr;
     int rendererID = 0;
-    // Who first asks EGL for anything waits until it has loaded its vendors' libraries.
+    // The first call of EGL waits until it has loaded its vendors' libraries.
     print_phase("EGL's vendors, listing devices",
                 time_of([&] { rendererID = first_renderer_id(); }));
     print_phase("the system's build", time_of([] { get_system_version(); }));

@@ -1,4 +1,4 @@
-// Whole processes: how long they take and how much memory they have at most.
+// Whole processes: their time and peak memory.
 
 #ifndef TEXPROBE_BENCH_PROCESS_H
 #define TEXPROBE_BENCH_PROCESS_H
@@ -13,14 +13,15 @@ struct ProcessRun {
     double cpuSeconds;
     double peakKiB;
     std::string output;  // Standard output.
-    int status;          // As of wait4().
+    int status;          // From wait4().
 };
 
-/// Runs a command to its end, its standard error unheard. Ends the program when it fails.
-/// The kernel counts the memory of who starts a process to its peak, so keep that small.
+/// Runs a command to its end and discards its standard error. Ends the program if the command
+/// fails. The kernel counts the memory of the parent as part of the command's peak, so keep that
+/// small.
 ProcessRun run_process(const std::vector<std::string>& command);
 
-/// The same for a command of which any exit status is fine.
+/// The same for a command that may exit with any status.
 ProcessRun run_foreign_process(const std::vector<std::string>& command);
 
 }  // namespace texprobe::bench

@@ -30,7 +30,7 @@ void add_phase(Phases* phases, const std::string& name, double seconds) {
     phase->second.push_back(seconds);
 }
 
-/// One process's phases, and what of its time none of them accounts for.
+/// One process's phases, and the part of its time that is in none of them.
 void add_run(Phases* phases, const ProcessRun& run, bool isWholeProcess) {
     std::istringstream lines(run.output);
     double rest = run.seconds;

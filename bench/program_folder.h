@@ -1,4 +1,4 @@
-// Folders for the programs that keep records beside themselves.
+// Folders for programs that keep records beside themselves.
 
 #ifndef TEXPROBE_BENCH_PROGRAM_FOLDER_H
 #define TEXPROBE_BENCH_PROGRAM_FOLDER_H
@@ -9,7 +9,7 @@
 
 namespace texprobe::bench {
 
-/// A folder of its own with copies of programs, and of the records that they write.
+/// A folder of its own with copies of programs and the records that they write.
 class ProgramFolder {
 public:
     ProgramFolder(const std::filesystem::path& parent,

@@ -1,4 +1,4 @@
-// Records as the tool leaves them, for renderers that there may be or not.
+// Records as the tool leaves them, for renderers that need not exist.
 
 #ifndef TEXPROBE_BENCH_RECORD_SETS_H
 #define TEXPROBE_BENCH_RECORD_SETS_H
@@ -14,14 +14,14 @@ struct Identification {
     std::string renderer;
 };
 
-/// Adds `count` complete record sets, of renderers with the IDs `firstID` and up, to the records
-/// beside this executable.
+/// Adds `count` complete record sets to the records beside this executable, for renderers with IDs
+/// from `firstID` up.
 void add_record_sets(int count, int firstID, const Identification& identification);
 
-/// Changes one record of a set of its own and synchronizes.
+/// Changes one record in a set of its own and synchronizes.
 void synchronize_one_record();
 
-/// Where this executable lies.
+/// The folder of this executable.
 std::string folder_of_executable();
 
 }  // namespace texprobe::bench

@@ -1,4 +1,4 @@
-// Works on the records beside this executable, for texprobe_bench_growth.
+// Changes the records beside this executable, for texprobe_bench_growth.
 // Usage: records_tool add COUNT | records_tool synchronize ROUNDS
 
 #include <cstdio>

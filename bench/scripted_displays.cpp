@@ -1,4 +1,4 @@
-// As many active displays as TEXPROBE_BENCH_DISPLAYS says, all driven by the same renderers.
+// TEXPROBE_BENCH_DISPLAYS active displays, all driven by the same renderers.
 
 #include <ApplicationServices/ApplicationServices.h>
 

@@ -1,5 +1,5 @@
-// As many renderers as TEXPROBE_BENCH_RENDERERS says, with the IDs 1 and up. They can be listed, as
-// an application does, and not be opened.
+// TEXPROBE_BENCH_RENDERERS renderers with IDs from 1 up. Applications can list them, but not open
+// them.
 
 #include <OpenGL/OpenGL.h>
 

@@ -1,4 +1,4 @@
-// One record made durable, against the least that this disk can do.
+// One durable record, compared with the least that this disk needs.
 
 #include <benchmark/benchmark.h>
 

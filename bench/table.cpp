@@ -1,5 +1,5 @@
-// Prints what texprobe's speed and memory are, as ratios to what they are held against, and writes
-// them as JSON. Usage: texprobe_bench_table [--rounds N] [--json FILE]
+// Prints texprobe's speed and memory as ratios to their baselines, and writes them as JSON. Usage:
+// texprobe_bench_table [--rounds N] [--json FILE]
 
 #include <algorithm>
 #include <cstdio>
@@ -27,7 +27,7 @@ struct Row {
     double baseline;
     const char* unit;
     double ratio;
-    double aim;  // At most; 0: for information.
+    double aim;  // The highest acceptable ratio; 0: none.
 };
 
 struct Cell {
@@ -36,7 +36,7 @@ struct Cell {
     bool isSameLayout;
     double microseconds;
     double toSumming;
-    double toOpenCV;  // 0: not installed.
+    double toOpenCV;  // 0: OpenCV is not installed.
 };
 
 Row row_of(const std::string& what, double subject, double baseline, const char* unit, double aim) {
@@ -58,7 +58,7 @@ double number(const std::string& text) {
     return std::strtod(text.c_str(), nullptr);
 }
 
-/// The kernels' cells, and the row of the store.
+/// The cells of the kernels, and the row of the store.
 std::vector<Cell> measure_inside(const fs::path& folder, int rounds, std::vector<Row>* rows) {
     std::vector<Cell> cells;
     const auto run = run_process({folder / "inside", std::to_string(2 * rounds + 1)});
@@ -74,7 +74,7 @@ std::vector<Cell> measure_inside(const fs::path& folder, int rounds, std::vector
     return cells;
 }
 
-/// The cell that is furthest from its aim.
+/// The cell that is worst relative to its aim.
 void add_worst(const char* what, const std::vector<Cell>& cells, double aim,
                const std::function<double(const Cell&)>& ratio, std::vector<Row>* rows) {
     const auto worst =
@@ -123,7 +123,7 @@ Row cpu_row(const char* what, const Runs& subject, const Runs& baseline) {
                   0.0);
 }
 
-/// All that is run as whole processes.
+/// All runs of whole processes.
 struct Processes {
     Runs first, firstInMemory, bare, bareWithWrites, floor, second, eglinfo;
     std::vector<double> contextMilliseconds;
@@ -163,7 +163,7 @@ Processes run_processes(const fs::path& folder, int rounds) {
         },
         [&] { all.floor.add(run_process({folder / "floor_measurement"})); },
         [&] { all.second.add(run_process({tool})); },
-        // Ends with another status than 0 where one of the window systems is missing.
+        // eglinfo fails if one of the window systems is missing.
         [&] {
             all.eglinfo.add(run_foreign_process({"eglinfo", "-B"}));
         },
@@ -173,7 +173,7 @@ Processes run_processes(const fs::path& folder, int rounds) {
     };
     std::mt19937 random;
     for (int round = 0; round < rounds; ++round) {
-        // None always follows the same one, which may have left the disk busy.
+        // The order changes, because the program before may have left the disk busy.
         std::shuffle(steps.begin(), steps.end(), random);
         for (const auto& step : steps) step();
     }

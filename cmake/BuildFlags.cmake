@@ -10,8 +10,8 @@ function(texprobe_target target)
     target_compile_options(${target} PRIVATE -Werror)
   endif()
   if(TEXPROBE_SANITIZE)
-    # Little optimization and debug information: instrumented code takes long to compile, and the
-    # reports need lines only. GCC's warning has false positives in instrumented code.
+    # Instrumented code takes long to compile, so optimize little, with line numbers only. GCC's warning has false
+    # positives in instrumented code.
     target_compile_options(${target} PRIVATE -fsanitize=${TEXPROBE_SANITIZE}
                                              -fno-sanitize-recover=all -fno-omit-frame-pointer
                                              -O1 -g1 $<$<CXX_COMPILER_ID:GNU>:-Wno-maybe-uninitialized>)

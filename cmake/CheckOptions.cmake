@@ -1,4 +1,4 @@
-# A misspelt option would be accepted in silence and change nothing: refuse it.
+# CMake silently accepts a misspelt option, which then changes nothing. Refuse it.
 set(texprobe_options
     TEXPROBE_BUILD_TESTS TEXPROBE_BUILD_BENCH TEXPROBE_BUILD_EXAMPLES TEXPROBE_INSTALL
     TEXPROBE_WERROR TEXPROBE_COVERAGE TEXPROBE_SANITIZE TEXPROBE_ALL_FAULTS)

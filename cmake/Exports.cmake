@@ -1,16 +1,15 @@
 include(CheckLinkerFlag)
 
-# texprobe_hide_internals(<target>): the library shows the class and nothing else. On Linux it carries the
-# platform's functions under the names that macOS gives them (CFRelease, CGLCreateContext, ...), which an
-# application may well have from somewhere else; and templates of the standard library that are
-# instantiated with the class would be exported with it.
+# texprobe_hide_internals(<target>): the library exports only the class. On Linux it contains the platform's functions
+# under their macOS names (CFRelease, CGLCreateContext, ...), which an application may also get from elsewhere; and
+# templates of the standard library that are instantiated with the class would be exported with it.
 function(texprobe_hide_internals target)
   get_target_property(type ${target} TYPE)
   if(type STREQUAL "SHARED_LIBRARY")
     texprobe_export_class_only(${target})
   elseif(NOT APPLE AND NOT TEXPROBE_SANITIZE AND NOT TEXPROBE_COVERAGE)
-    # GNU's, whatever the compiler links with: others cannot dissolve groups. The compiler knows the
-    # one of its target, which a name alone does not find in a cross-build.
+    # GNU's linker, even if the compiler links with another: others cannot dissolve groups. The compiler knows its
+    # target's, which a search by name does not find in a cross-build.
     check_linker_flag(CXX -fuse-ld=bfd HAVE_GNU_LD)
     if(HAVE_GNU_LD)
       texprobe_close_archive(${target})
@@ -31,12 +30,12 @@ function(texprobe_export_class_only target)
   endif()
 endfunction()
 
-# An archive has no export list, and visibility means nothing before a final link. So its members are
-# linked into one, in which everything but the class is local. Section groups are dissolved first, because
-# a group that is also in the application would be dropped here and leave local symbols without a section.
+# An archive has no export list, and visibility has no effect before the final link. So its members are linked into one
+# object, in which everything but the class is local. Section groups are dissolved first: if the application had the
+# same group, the linker would drop it here and leave local symbols without a section.
 function(texprobe_close_archive target)
   set(object ${CMAKE_CURRENT_BINARY_DIR}/${target}-closed.o)
-  # What decides about the target's architecture: -m32, say, or clang's --target.
+  # The flags that decide the target's architecture, such as -m32, or clang's --target.
   separate_arguments(flags NATIVE_COMMAND "${CMAKE_CXX_FLAGS}")
   if(CMAKE_CXX_COMPILER_TARGET AND CMAKE_CXX_COMPILER_ID MATCHES "Clang")
     list(APPEND flags --target=${CMAKE_CXX_COMPILER_TARGET})

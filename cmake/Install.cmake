@@ -1,5 +1,5 @@
-# The installed prefix: the tool, the library, its one header, a CMake package, a pkg-config file and the
-# man pages. Nothing in it names the prefix, so that it can be moved.
+# The installed files: the tool, the library, its one header, a CMake package, a pkg-config file and the man pages. None
+# contains the prefix, so it can be moved.
 
 include(GNUInstallDirs)
 include(CMakePackageConfigHelpers)
@@ -16,7 +16,7 @@ install(FILES LibAcceleration/Mac/TexProbe.h DESTINATION ${CMAKE_INSTALL_INCLUDE
 install(FILES docs/man/texprobe.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)
 install(FILES docs/man/TexProbe.3 DESTINATION ${CMAKE_INSTALL_MANDIR}/man3)
 
-# find_package(TexProbe) gives TexProbe::TexProbe.
+# find_package(TexProbe) provides TexProbe::TexProbe.
 install(EXPORT TexProbe NAMESPACE TexProbe:: FILE TexProbeTargets.cmake
         DESTINATION ${texprobe_package_dir})
 configure_package_config_file(cmake/TexProbeConfig.cmake.in ${texprobe_package_files}/TexProbeConfig.cmake
@@ -27,8 +27,8 @@ install(FILES ${texprobe_package_files}/TexProbeConfig.cmake
               ${texprobe_package_files}/TexProbeConfigVersion.cmake
         DESTINATION ${texprobe_package_dir})
 
-# pkg-config texprobe. A static library's needs are the application's, so they are public ones: the
-# same command serves both kinds, with or without --static.
+# pkg-config texprobe. An application has to link what a static library needs, so these are public: the same command
+# works for both kinds, with or without --static.
 set(texprobe_requires "")
 set(texprobe_libs "-lTexProbe")
 if(APPLE)

@@ -10,9 +10,9 @@
 #include <GL/gl.h>
 #endif
 
-/// Opens a context and makes it current for the rest of the program: in an invisible window where
-/// there is a display, on the first graphics device that works where there is none. False when
-/// neither can be had.
+/// Opens a context and makes it current for the rest of the program: in an invisible window if
+/// there is a display, otherwise on the first graphics device that works. False if neither can be
+/// had.
 bool open_context();
 
 #endif

@@ -1,7 +1,7 @@
 // What the sixteen texture formats really do on this machine's OpenGL renderer, as a table.
 //
 // Usage: texformats [TOOL]
-// TOOL is the path of texprobe; without it, the one beside this program. It runs only when the
+// TOOL is the path of texprobe; by default, the one beside this program. It only runs if the
 // renderer has not been measured yet.
 
 #include <TexProbe.h>
@@ -41,7 +41,7 @@ const char* const kColumns[] = {"create", "render", "set", "reset", "get", "read
 constexpr int kNameWidth = 25;
 constexpr int kColumnWidth = 9;
 
-/// Ticks and crosses in colour for a person, words for a pipe and for who asked for no colour.
+/// Coloured ticks and crosses for a terminal; words for a pipe, or if the user asked for no colour.
 bool wants_colour() {
     const char* refused = std::getenv("NO_COLOR");
     return isatty(STDOUT_FILENO) && !(refused && *refused);
@@ -81,7 +81,7 @@ int main(int argc, char** argv) {
         std::fprintf(stderr, "Usage: %s [TOOL]\n", argv[0]);
         return 1;
     }
-    // Started by a bare name, this program was found in PATH, and so is the tool.
+    // If this program was started by a bare name and found in PATH, so is the tool.
     const std::string program = argv[0];
     const std::string beside = program.substr(0, program.rfind('/') + 1) + "texprobe";
     if (!open_context()) {
@@ -91,7 +91,8 @@ int main(int argc, char** argv) {
 
     const qor::TexProbe probe(argc == 2 ? argv[1] : beside.c_str());
 
-    // Every renderer has this format: without it there are no verdicts, and the class has said why.
+    // Every renderer supports this format. If not, there are no verdicts, and the class has printed
+    // why.
     if (!probe.IsTextureFormatSupported(GL_RGBA8, false)) return 1;
     std::printf("%s\n\n", reinterpret_cast<const char*>(glGetString(GL_RENDERER)));
     print_table(probe, wants_colour());
