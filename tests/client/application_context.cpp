@@ -5,7 +5,7 @@
 
 #include <stdexcept>
 
-// GLX without the headers of X.
+// GLX, declared without X's headers.
 extern "C" {
 void* glXGetCurrentContext(void);
 void* glXGetCurrentDisplay(void);

@@ -1,4 +1,4 @@
-// The context that an application opens for itself, and what is current on its thread.
+// A context that an application opens for itself, and what is current on its thread.
 
 #ifndef TEXPROBE_TESTS_APPLICATION_CONTEXT_H
 #define TEXPROBE_TESTS_APPLICATION_CONTEXT_H
@@ -16,12 +16,12 @@ public:
     virtual ~ApplicationContext() = default;
 };
 
-// Each throws std::runtime_error when the context cannot be had.
+// All throw std::runtime_error if the context cannot be created.
 
 /// An invisible GLFW window of the X server, on GLX or on EGL.
 std::unique_ptr<ApplicationContext> open_glx_window();
 std::unique_ptr<ApplicationContext> open_egl_window();
-/// False where this was built without GLFW.
+/// False if this was built without GLFW.
 bool has_glfw();
 
 /// An EGL context without a surface or a display.
@@ -29,7 +29,7 @@ std::unique_ptr<ApplicationContext> open_surfaceless();
 /// The same with a core profile.
 std::unique_ptr<ApplicationContext> open_surfaceless_core();
 
-/// Every handle by which GLX and EGL name what is current on this thread.
+/// All the handles by which GLX and EGL name what is current on this thread.
 std::vector<std::uintptr_t> current_handles();
 
 }  // namespace texprobe::tests

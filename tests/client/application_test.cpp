@@ -62,7 +62,7 @@ protected:
         unsetenv("WAYLAND_DISPLAY");
     }
 
-    /// Constructs the class, keeping all that is written to standard error meanwhile.
+    /// Constructs the class and keeps everything written to standard error meanwhile.
     std::unique_ptr<qor::TexProbe> construct(const std::string& toolPath) {
         testing::internal::CaptureStderr();
         auto probe = std::make_unique<qor::TexProbe>(toolPath.c_str());
@@ -70,7 +70,7 @@ protected:
         return probe;
     }
 
-    /// The real tool, counted and without its own messages.
+    /// The real tool, with its runs counted and its messages discarded.
     std::string tool() const {
         return scripts_.write("tool", scripts_.count_run() + "\nexec " +
                                           ToolScripts::quote(folder_.tool()) + " >/dev/null 2>&1");
@@ -160,7 +160,7 @@ TEST_P(Application, keeps_its_context_as_it_is) {
     const auto state = context_state();
     const auto files = drivers_and_devices();
     const int calls = disturbing_egl_calls();
-    // An error that the application has not asked for yet.
+    // An error that the application has not read yet.
     ASSERT_EQ(glGetError(), static_cast<GLenum>(GL_NO_ERROR));
     glEnable(0xdead);
 
@@ -218,7 +218,7 @@ TEST_F(SurfacelessApplication, finds_nothing_with_a_core_profile) {
     testing::internal::CaptureStderr();
     EXPECT_FALSE(probe->IsTextureFormatSupported(GL_RGBA8, false));
     EXPECT_EQ(testing::internal::GetCapturedStderr(), "unsupported texture format: 0x8058\n");
-    // Every construction runs the tool again, which finds every verdict recorded.
+    // Every construction runs the tool again, which finds all verdicts recorded.
     construct(tool());
     EXPECT_EQ(scripts_.runs(), 2u);
 }
@@ -238,8 +238,8 @@ TEST_F(SurfacelessApplication, keeps_its_other_displays) {
     eglTerminate(display);
 }
 
-// EGL's own error, and one of its vendor's library. The first lookup of a process is the one that
-// asks EGL for its devices.
+// An error of EGL itself, and one of its vendor's library. Only a process's first lookup lists
+// EGL's devices.
 TEST_F(SurfacelessApplication, keeps_a_pending_error_of_egl) {
     const auto context = open_surfaceless();
     eglQueryString(reinterpret_cast<EGLDisplay>(1), EGL_VERSION);
@@ -262,7 +262,8 @@ TEST_F(SurfacelessApplication, keeps_a_pending_error_of_egl_s_vendor) {
 TEST_F(SurfacelessApplication, may_construct_on_several_threads_at_once) {
     ASSERT_TRUE(folder_.run().exited_with(0));
     std::array<bool, 4> found{};
-    // Together to the end, too: they share EGL's one display, which the first to close ends.
+    // They also wait for each other at the end: they share EGL's one display, and the first to
+    // finish terminates it.
     std::latch opened(found.size());
     std::latch asked(found.size());
     std::vector<std::thread> threads;
@@ -280,8 +281,8 @@ TEST_F(SurfacelessApplication, may_construct_on_several_threads_at_once) {
     EXPECT_THAT(found, testing::Each(true));
 }
 
-// The loader's lock is held by then; a first construction that waited for another thread to load
-// something would wait for ever.
+// The loader's lock is held meanwhile. A first construction that waited for another thread to load
+// something would wait forever.
 TEST_F(SurfacelessApplication, may_construct_while_a_plugin_is_loaded) {
     const auto context = open_surfaceless();
     EXPECT_TRUE(constructs_while_a_plugin_is_loaded());
@@ -310,8 +311,8 @@ TEST_F(SurfacelessApplication, keeps_its_own_sqlite) {
 
 TEST(ApplicationWithoutContext, opens_no_driver_and_no_device) {
     empty_folder(TOOL);
-    // Loads the vendors' EGL libraries, which the list of devices comes from; what they link with
-    // is loaded then, and nothing more may be later.
+    // Loads the vendors' EGL libraries, from which the list of devices comes, and their
+    // dependencies. Nothing else may be loaded later.
     eglQueryString(EGL_NO_DISPLAY, EGL_EXTENSIONS);
     const auto before = drivers_and_devices();
     const int calls = disturbing_egl_calls();

@@ -1,5 +1,5 @@
-// Construction of qor::TexProbe: when the tool runs, what is printed, and what the object then
-// knows.
+// Construction of qor::TexProbe: when the tool runs, what is printed, and what the object knows
+// afterwards.
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -28,7 +28,7 @@ static_assert(sizeof(TexProbe) ==
 
 class Construction : public ScriptedApplication {
 protected:
-    /// Neither an identifier nor a format: every query prints its message and is false.
+    /// With neither an identifier nor a format, every query prints its message and returns false.
     void expect_empty(const TexProbe& probe) {
         EXPECT_FALSE(ask([&] { return probe.IsTextureFormatSupported(kRGB16F, false); }));
         EXPECT_EQ(messages_, "unsupported texture format: 0x881b\n");
@@ -100,7 +100,7 @@ TEST_F(Construction, is_empty_when_the_tool_fails) {
 }
 
 TEST_F(Construction, does_not_look_again_when_the_tool_fails) {
-    // Records that are complete do not make up for the exit status.
+    // Complete records do not make up for the exit status.
     const auto probe =
         construct(scripts_.write("tool", ToolScripts::quote(folder_.tool()) + "; exit 1"));
     EXPECT_EQ(messages_, kToolFailed);
@@ -110,7 +110,7 @@ TEST_F(Construction, does_not_look_again_when_the_tool_fails) {
 
 TEST_F(Construction, is_empty_when_the_tool_crashes) {
     const auto probe = construct(scripts_.write("tool", scripts_.count_run() + "; kill -SEGV $$"));
-    // The shell may say that its child crashed.
+    // The shell may report that its child crashed.
     EXPECT_THAT(messages_, EndsWith(kToolFailed));
     EXPECT_EQ(scripts_.runs(), 1u);
     expect_empty(*probe);

@@ -11,8 +11,8 @@ constexpr GLsizei kSize = 16;
 constexpr std::array<unsigned char, 4> kBackground = {0, 0, 255, 255};
 constexpr std::array<unsigned char, 4> kTexel = {0, 255, 0, 255};
 
-// The tool's render target has texture 2 and framebuffer 1, its test texture is 1, its buffers are
-// 1 and 2.
+// The tool uses texture 2 and framebuffer 1 as its render target, texture 1 as its test texture,
+// and buffers 1 and 2.
 constexpr GLuint kTexture = 1;
 constexpr GLuint kTarget = 2;
 constexpr GLuint kFramebuffer = 1;
@@ -30,7 +30,7 @@ void define_texture(GLuint name, GLsizei size, const void* pixels) {
 void set_up_drawing() {
     define_texture(kTarget, kSize, nullptr);
     define_texture(kTexture, 1, kTexel.data());
-    // libGL's, by the names that the library uses as well: they must not reach the library.
+    // These must be libGL's functions, not any of the library's.
     glBindFramebufferEXT(GL_FRAMEBUFFER_EXT, kFramebuffer);
     glFramebufferTexture2DEXT(GL_FRAMEBUFFER_EXT, GL_COLOR_ATTACHMENT0_EXT, GL_TEXTURE_2D, kTarget,
                               0);

@@ -9,7 +9,7 @@ namespace {
 
 std::atomic<int> calls{0};
 
-/// EGL's own function, behind the one of this file that has its name.
+/// EGL's own function, which the one of the same name in this file hides.
 template <typename Function>
 Function* next(Function* /*type*/, const char* name) {
     ++calls;

@@ -1,12 +1,12 @@
-// The EGL calls that disturb an application when they come from a library: counted, then passed on.
+// The EGL calls that would disturb an application if a library made them: counted, then passed on.
 
 #ifndef TEXPROBE_TESTS_EGL_CALLS_H
 #define TEXPROBE_TESTS_EGL_CALLS_H
 
 namespace texprobe::tests {
 
-/// How many displays this program's own code has opened, initialized or terminated, contexts it has
-/// created, and times it has changed what is current.
+/// How often this program's own code has opened, initialized or terminated a display, created a
+/// context, or changed what is current.
 int disturbing_egl_calls();
 
 }  // namespace texprobe::tests

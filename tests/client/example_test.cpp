@@ -1,4 +1,4 @@
-// The example application: what a person sees of it, whole.
+// The example application: its whole output.
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -32,7 +32,7 @@ std::string right_aligned(const std::string& text, std::size_t visible_width) {
     return result;
 }
 
-/// A container need not have terminals.
+/// A container may have no terminals.
 bool has_terminals() {
     int ends[2];
     if (openpty(&ends[0], &ends[1], nullptr, nullptr, nullptr) != 0) return false;
@@ -40,7 +40,7 @@ bool has_terminals() {
     return true;
 }
 
-/// All that can be read from a descriptor until its other end is closed.
+/// Everything that can be read from a descriptor until its other end is closed.
 std::string read_all(int descriptor) {
     std::string text;
     std::array<char, 4096> buffer{};
@@ -56,12 +56,12 @@ protected:
 
     std::filesystem::path program() const { return folder_.path() / "texformats"; }
 
-    /// A session's folder without a Wayland socket. Without the variable, GLFW 3.4 lets Wayland's
-    /// library complain on standard error.
+    /// A session folder without a Wayland socket. If the variable is not set, GLFW 3.4 lets
+    /// Wayland's library print an error.
     std::string session() const { return "XDG_RUNTIME_DIR=" + folder_.path().string(); }
 
-    /// Runs the example with words of a shell, in an environment of `variables`, its standard error
-    /// with its output; returns both.
+    /// Runs the example with shell words as arguments in an environment of `variables`. Returns its
+    /// output and standard error together.
     std::string run(const std::string& arguments, const std::string& variables = "") {
         std::string command = "env -i '" + session() + "' " + variables + " '";
         command += program();
@@ -73,7 +73,7 @@ protected:
         return text;
     }
 
-    /// Runs it on a terminal; returns what a person would see, with its colours.
+    /// Runs it on a terminal and returns what a person would see, with colours.
     std::string run_on_terminal(const char* variable) {
         int terminal = -1;
         const std::string folder = session();
@@ -146,7 +146,7 @@ TEST_F(Example, prints_words_on_a_terminal_of_who_wants_no_colour) {
     if (!has_terminals()) GTEST_SKIP() << "no pseudo-terminal can be had";
     folder_.run();
     EXPECT_EQ(run_on_terminal("NO_COLOR=1"), table(false));
-    // An empty value is no wish.
+    // An empty value does not count.
     EXPECT_EQ(run_on_terminal("NO_COLOR="), table(true));
 }
 

@@ -1,4 +1,4 @@
-// Which renderer's records belong to the application's context: copyCurrentRendererID().
+// Finds the records of the application's context: copyCurrentRendererID().
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -26,7 +26,7 @@ protected:
         machine().displays = {{1, {{0xff}, {0x1021a00}}}};
     }
 
-    /// The text of the identifier that is found, or "none".
+    /// The text of the identifier that was found, or "none".
     std::string find() {
         machine().calls.clear();
         testing::internal::CaptureStderr();

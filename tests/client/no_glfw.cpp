@@ -1,4 +1,4 @@
-// Where GLFW is not installed: the tests that need a window skip.
+// If GLFW is not installed, the tests that need a window are skipped.
 
 #include "application_context.h"
 

@@ -1,4 +1,4 @@
-// A plugin whose global object does something while the plugin is being loaded.
+// A plugin whose global object runs code while the plugin is being loaded.
 
 extern "C" void texprobe_on_plugin_load();
 

@@ -1,4 +1,4 @@
-// What a constructed qor::TexProbe answers.
+// The answers of a constructed qor::TexProbe.
 
 #include <CoreFoundation/CoreFoundation.h>
 #include <gmock/gmock.h>
@@ -18,7 +18,7 @@ using qor::TexProbe;
 
 constexpr GLenum kRGBA8 = 0x8058;
 
-/// The record as the 32 bits that it is.
+/// The record as 32 bits.
 std::uint32_t bits(TexProbe::TexFormatCaps caps) {
     static_assert(sizeof caps == sizeof(std::uint32_t));
     std::uint32_t result = 0;

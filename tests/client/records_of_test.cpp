@@ -16,7 +16,7 @@ CFStringRef create_string(const char* text) {
     return CFStringCreateWithCString(nullptr, text, kCFStringEncodingASCII);
 }
 
-/// Stores `value`, which it takes over.
+/// Stores `value` and takes ownership of it.
 void write(const std::string& application, const char* key, CFTypeRef value) {
     const CFStringRef applicationID = create_string(application.c_str());
     const CFStringRef keyName = create_string(key);
@@ -32,7 +32,7 @@ void write(const std::string& application, const char* key, CFTypeRef value) {
 namespace texprobe::platform {
 
 std::string records_directory() {
-    // Never the user's own: a test that forgot to say where must not go on.
+    // Never the user's own: a test that forgot to set the location must fail.
     if (records_of_test().empty()) std::abort();
     return records_of_test();
 }

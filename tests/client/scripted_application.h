@@ -1,5 +1,4 @@
-// An application on the scripted machine: it constructs the class with tools that are shell
-// scripts.
+// An application on the scripted machine that constructs the class with shell scripts as tools.
 
 #ifndef TEXPROBE_TESTS_SCRIPTED_APPLICATION_H
 #define TEXPROBE_TESTS_SCRIPTED_APPLICATION_H
@@ -24,10 +23,10 @@ protected:
 
     void write_identity_of_renderer() const;
 
-    /// Constructs the class, keeping all that is written to standard error meanwhile.
+    /// Constructs the class and keeps everything written to standard error meanwhile.
     std::unique_ptr<qor::TexProbe> construct(const std::string& toolPath);
 
-    /// The answer of one query, keeping what it writes to standard error.
+    /// The answer of one query; keeps what it writes to standard error.
     template <typename Query>
     bool ask(Query query) {
         testing::internal::CaptureStderr();

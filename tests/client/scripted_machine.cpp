@@ -96,7 +96,7 @@ const GLubyte* glGetString(GLenum name) {
     return reinterpret_cast<const GLubyte*>(text);
 }
 
-// The tool's part of CGL: an application that asks for any of it would disturb its own context.
+// The part of CGL that only the tool uses: in an application, it would disturb the current context.
 
 CGLError CGLChoosePixelFormat(const CGLPixelFormatAttribute*, CGLPixelFormatObj*, GLint*) {
     log("CGLChoosePixelFormat", 0);

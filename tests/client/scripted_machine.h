@@ -1,5 +1,5 @@
-// A machine made of data: displays, the renderers behind them, and the strings of the current
-// context. It stands in for CoreGraphics, CGL, sysctl and glGetString, and logs the calls.
+// A scripted machine: displays, their renderers, and the strings of the current context. It
+// replaces CoreGraphics, CGL, sysctl and glGetString, and logs the calls.
 
 #ifndef TEXPROBE_TESTS_SCRIPTED_MACHINE_H
 #define TEXPROBE_TESTS_SCRIPTED_MACHINE_H
@@ -13,14 +13,14 @@ namespace texprobe::tests {
 
 struct ScriptedRenderer {
     int id = 0;
-    int error = 0;  ///< What describing it returns.
+    int error = 0;  ///< What CGLDescribeRenderer returns for it.
 };
 
 struct ScriptedDisplay {
     std::uint32_t id = 0;
     std::vector<ScriptedRenderer> renderers;
-    int error = 0;               ///< What querying its renderers returns.
-    std::optional<int> count{};  ///< The number of renderers it claims, when not the true one.
+    int error = 0;               ///< What CGLQueryRendererInfo returns.
+    std::optional<int> count{};  ///< The reported number of renderers, if wrong.
 };
 
 struct ScriptedMachine {
@@ -33,8 +33,8 @@ struct ScriptedMachine {
     std::vector<std::string> calls;
 };
 
-/// The machine of this test. Its build of the system is "22G120"; the OpenGL display mask of a
-/// display is 0x100 times its ID.
+/// The machine of this test. Its system build is "22G120"; a display's OpenGL mask is 0x100 times
+/// its ID.
 ScriptedMachine& machine();
 
 }  // namespace texprobe::tests

@@ -1,5 +1,5 @@
-// Stands in for the tool: leaves the complete records of one scripted renderer beside itself, and
-// one line in the file "runs" for each time it is started.
+// Replaces the tool: writes the complete records of one scripted renderer beside itself, and
+// appends a line to the file "runs" each time it starts.
 
 #include <filesystem>
 #include <fstream>

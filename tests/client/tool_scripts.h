@@ -1,4 +1,4 @@
-// Shell scripts that an application may take for the tool.
+// Shell scripts that an application can use as the tool.
 
 #ifndef TEXPROBE_TESTS_TOOL_SCRIPTS_H
 #define TEXPROBE_TESTS_TOOL_SCRIPTS_H
@@ -17,7 +17,7 @@ public:
     /// Writes an executable script; returns its path.
     std::string write(const std::string& name, const std::string& body) const;
 
-    /// The command by which a script counts that it was run.
+    /// The command with which a script counts its runs.
     std::string count_run() const;
     std::size_t runs() const;
 

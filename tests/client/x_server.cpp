@@ -16,8 +16,8 @@ namespace {
 
 constexpr int kStartLimitMs = 20000;
 
-/// What the server writes when it accepts connections: the number of its display. Empty when it
-/// ends, or takes too long.
+/// The number of its display, which the server writes when it accepts connections. Empty if it ends
+/// or takes too long.
 std::string read_display_number(int pipe) {
     std::string number;
     char digit = 0;

@@ -1,4 +1,4 @@
-// An X server without a screen, for applications that want a window.
+// An X server without a screen, for applications that open a window.
 
 #ifndef TEXPROBE_TESTS_X_SERVER_H
 #define TEXPROBE_TESTS_X_SERVER_H
@@ -15,7 +15,7 @@ public:
     XServer(const XServer&) = delete;
     XServer& operator=(const XServer&) = delete;
 
-    /// False where Xvfb is not installed or does not start.
+    /// False if Xvfb is not installed or does not start.
     bool runs() const { return runs_; }
 
 private:

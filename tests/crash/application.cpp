@@ -1,5 +1,4 @@
-// Applications that start together: each thread opens a context of its own and constructs the
-// class.
+// Applications that start together: each thread opens its own context and constructs the class.
 //
 // Usage: application THREADS TOOL
 // Prints the verdicts of each object as a line of 96 digits.

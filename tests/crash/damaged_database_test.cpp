@@ -1,5 +1,5 @@
-// Databases with flipped, lost and foreign bytes, by the thousand and reproducible: each is read or
-// put aside, and takes new records at once.
+// Thousands of databases with flipped, lost and foreign bytes, all reproducible: each is read or
+// put aside, and accepts new records at once.
 
 #include <RecordStore/record_store.h>
 #include <gtest/gtest.h>
@@ -102,7 +102,7 @@ Files read_files(const fs::path& directory) {
     return files;
 }
 
-/// Three complete record sets; `later` changes half of them and leaves that in the log.
+/// Three complete record sets; `later` changes half of them and leaves the changes in the log.
 void fill(RecordStore& store, bool later) {
     for (const char* app : {"org.example.1", "org.example.2", "org.example.3"}) {
         for (int i = 0; i < 96; ++i) {
@@ -113,8 +113,8 @@ void fill(RecordStore& store, bool later) {
     }
 }
 
-/// Whether the files are as they were, and SQLite by itself finds nothing wrong with them: bytes
-/// that say that a newer program made the file, or that its table is another program's.
+/// Are the files unchanged, and does SQLite alone find nothing wrong with them? Their bytes may say
+/// that a newer program made the file, or that the table belongs to another program.
 bool is_left_alone(const fs::path& directory, const Files& files) {
     const Files now = read_files(directory);
     for (const auto& [name, bytes] : files) {
@@ -136,8 +136,8 @@ bool is_left_alone(const fs::path& directory, const Files& files) {
     return code == SQLITE_ERROR || (code == SQLITE_OK && found == "ok");
 }
 
-/// Whether a store of these files answers, and takes a new record that another process then sees,
-/// or is left alone where SQLite finds nothing wrong.
+/// Does a store with these files answer, and accept a new record that another process sees? Or is
+/// it left alone, with nothing wrong for SQLite?
 bool is_usable(const Files& files) {
     const ScratchFolder folder;
     const fs::path directory = folder.path() / "records";
@@ -194,7 +194,7 @@ TEST(DamagedDatabases, with_a_log_are_read_or_put_aside) {
     fill(store, true);
     Files files = read_files(folder.path() / "records");
     ASSERT_EQ(files.size(), 3u);
-    // Behind its pages the log has room, whose damage nobody would meet.
+    // After its pages, the log has unused room, where damage would never be noticed.
     constexpr std::size_t kHeader = 32;
     constexpr std::size_t kPage = 24 + 4096;
     std::string& log = files["records.sqlite3-wal"];

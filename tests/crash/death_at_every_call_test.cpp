@@ -1,8 +1,8 @@
-// A process that dies at any call of a run over sixteen formats, under safe mode, costs the verdict
-// of the test that it was in, and nothing else.
+// Under safe mode, a process that dies at any call of a run over sixteen formats only costs the
+// verdict of the test that it was in.
 //
-// Inside a test the driver dies whenever that test is tried. Outside, a death that repeated would
-// keep safe mode looping by contract: there it dies once.
+// Inside a test, the driver dies every time the test is run. Outside, it only dies once, because
+// safe mode never ends if a death repeats there.
 
 #include <gtest/gtest.h>
 
@@ -18,14 +18,14 @@ namespace {
 
 constexpr std::array<const char*, 7> kWays = {"SIGSEGV",  "SIGABRT",   "SIGBUS", "SIGKILL",
                                               "_exit(1)", "exit(255)", "SIGSTOP"};
-// A sample is not worth many processes.
+// A sample is too small for many processes.
 constexpr std::size_t kShards = FAULT_STRIDE == 1 ? 16 : 4;
 
-/// One call of a run without deaths, and what a death there must cost.
+/// One call of a run without deaths, and what a death there is allowed to cost.
 struct Call {
     enum class Place { kTest, kStore, kOutside };
     Place place;
-    std::string order;  ///< Where to die, as the fakes are told.
+    std::string order;  ///< Where to die, as an order to the fakes.
     std::string test;   ///< The key whose verdict it costs; empty: none.
 };
 
@@ -42,8 +42,8 @@ std::string written_flag(const std::string& call) {
     return isFlag ? rest.substr(0, rest.find(',')) : std::string();
 }
 
-/// Follows the recording rule through the calls of a run: a test costs its verdict from the moment
-/// its provisional false is on disk until its verdict is.
+/// Follows the recording rule through the calls of a run: a death costs a test its verdict from
+/// when its provisional false is on disk until its verdict is.
 class CallReader {
 public:
     Call read(const std::string& text) {
@@ -75,9 +75,9 @@ private:
 
     unsigned calls_ = 0;
     unsigned callsInTest_ = 0;
-    std::string provisional_;  // Written false, not on disk yet.
+    std::string provisional_;  // Written as false, not on disk yet.
     std::string running_;
-    std::string unsettled_;  // False on disk, whatever its verdict.
+    std::string unsettled_;  // False on disk, with any verdict.
 };
 
 std::vector<Call> calls_of_a_run() {
@@ -90,7 +90,7 @@ std::vector<Call> calls_of_a_run() {
     return calls;
 }
 
-/// The records that must be there when `test` is the one that died.
+/// The records that must exist after a death in `test`.
 Values expected_records(const std::string& test) {
     Values records = golden_records();
     if (test.empty()) return records;
@@ -179,8 +179,8 @@ TEST(DeathOutsideTest, outside_the_tests_costs_at_most_the_verdict_not_yet_on_di
 class WayOfDyingTest : public testing::TestWithParam<const char*> {};
 
 TEST_P(WayOfDyingTest, costs_no_more_than_any_other) {
-    // Every call by every way takes minutes: by command, `scripts/faults --every-way`. The usual
-    // step has no common factor with what a format's tests have in common.
+    // Every call in every way takes minutes, so only `scripts/faults --every-way` does that. The
+    // usual step has no common factor with the number of calls per format.
     const bool every = std::getenv("EVERY_WAY") != nullptr;
     const std::size_t step = every ? 1 : 101 * FAULT_STRIDE;
     FakeTool tool(kOneRenderer);
@@ -208,13 +208,13 @@ TEST(CallReaderTest, run_has_a_known_number_of_calls_of_each_place) {
         ++counts[static_cast<std::size_t>(call.place)];
         unsettled += call.place == Call::Place::kOutside && !call.test.empty();
     }
-    // Six tests of 3, 4, 35, 33, 29 and 29 calls. Flags: a read, a write, a synchronize and a
-    // write. The others: the version's read, write and synchronize, sixteen removals, three strings
+    // Six tests of 3, 4, 35, 33, 29 and 29 calls. Per flag: a read, a write, a synchronize and a
+    // write. Besides: the version's read, write and synchronize, sixteen removals, three strings
     // and the last synchronize.
     EXPECT_EQ(counts[0], 16u * (3 + 4 + 35 + 33 + 29 + 29));
     EXPECT_EQ(counts[1], 96u * 4 + 3 + 16 + 4);
-    // 7 of the listing, 16 of the set-up, 3 strings, 4 at the end; of these the strings alone lie
-    // between a verdict and its synchronize.
+    // 7 for listing, 16 for setting up, 3 strings, 4 at the end. Only the strings are between a
+    // verdict and its synchronize.
     EXPECT_EQ(counts[2], 7u + 16 + 3 + 4);
     EXPECT_EQ(unsettled, 3u);
 }

@@ -1,5 +1,5 @@
-// A disk that is full or fails, from any access on, or now and then: what was promised stays, what
-// was not is tried again, and all of it costs one line.
+// A disk that is full or fails, from any access on or now and then: what was promised is kept, the
+// rest is tried again, and the whole of it costs one line.
 
 #include <gtest/gtest.h>
 
@@ -31,8 +31,8 @@ constexpr unsigned kErrorCount = std::size(kErrors);
 
 class FailingDisk : public texprobe::tests::StoreFixture {
 protected:
-    /// Three synchronizations on a disk whose n-th access ends in `error_at(n)`, and a last one
-    /// when it is sound again. Whether nothing is lost.
+    /// Three synchronizations on a disk whose n-th access fails with `error_at(n)`, and a last one
+    /// on the healthy disk. Is nothing lost?
     bool loses_nothing(const std::function<int(unsigned)>& error_at) const {
         bool is_sound = false;
         bool good = true;
@@ -58,7 +58,7 @@ protected:
         return good;
     }
 
-    /// How many accesses there are when nothing fails.
+    /// The number of accesses if nothing fails.
     unsigned accesses() const {
         unsigned count = 0;
         loses_nothing([&count](unsigned access) {
@@ -71,7 +71,7 @@ protected:
 
 TEST_F(FailingDisk, loses_nothing) {
     const unsigned last = accesses();
-    // Every access for every error, and room for the other kind of failure.
+    // Every access with every error, and enough cases left for random failures.
     ASSERT_LT(last * kErrorCount, kCases);
     FaultCount count;
     for (; count.cases < kCases; ++count.cases) {

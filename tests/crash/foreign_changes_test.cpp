@@ -1,5 +1,5 @@
-// What others do to the database beside our table: with their tools, with a newer texprobe, or by
-// bringing an older SQLite. Records stay where they are, and are read and written.
+// What others do to the database beside our table, with their tools, with a newer texprobe, or with
+// an older SQLite. Records stay where they are, and can be read and written.
 
 #include <gtest/gtest.h>
 
@@ -16,7 +16,7 @@ bool is_old_sqlite = false;
 
 }  // namespace
 
-// The linker puts this in front of SQLite's (--wrap). Before 3.33 there was no sqlite_schema.
+// The linker redirects SQLite's function here (--wrap). Before 3.33 there was no sqlite_schema.
 extern "C" {
 int __real_sqlite3_prepare_v3(sqlite3*, const char*, int, unsigned, sqlite3_stmt**, const char**);
 int __wrap_sqlite3_prepare_v3(sqlite3* database, const char* sql, int size, unsigned flags,
@@ -54,7 +54,7 @@ constexpr const char* kChanges[] = {
 
 class ForeignChanges : public texprobe::tests::StoreFixture {
 protected:
-    /// Eight records, with a log that a dead process has left where it is asked for.
+    /// Eight records. If asked for, some are in a log that a dead process has left.
     void make_store(bool with_log) {
         fs::remove_all(config());
         write("VERSION", 0.21);
@@ -78,7 +78,7 @@ protected:
         return good;
     }
 
-    /// An application looks, a run writes, an application looks; nobody says anything.
+    /// An application reads, a run writes, an application reads; nothing is printed.
     bool goes_on() const {
         bool good = false;
         const std::string said = errors_of([this, &good] {

@@ -1,5 +1,5 @@
-// Runs that are interrupted by their user, or whose readers go away: the next one ends with the
-// records of an undisturbed run.
+// Runs that are interrupted, or whose output is closed: the next run ends with the records of an
+// undisturbed one.
 
 #include <gtest/gtest.h>
 #include <sys/wait.h>
@@ -24,7 +24,7 @@ unsigned differences(const Values& actual, const Values& expected) {
     return count;
 }
 
-/// What the next run leaves, against what an undisturbed one does.
+/// Compares the records after the next run with those of an undisturbed run.
 void run_again(FakeTool* tool, FaultCount* count) {
     tool->set_script(kOneRenderer);
     const ToolRun run = tool->run();
@@ -57,7 +57,7 @@ TEST_P(InterruptedRunTest, costs_nothing_at_any_moment) {
 INSTANTIATE_TEST_SUITE_P(By, InterruptedRunTest, testing::Values("SIGINT", "SIGTERM", "SIGHUP"),
                          [](const auto& test) { return std::string(test.param); });
 
-/// Runs words of a shell in which TOOL is the tool; a hang ends after two minutes.
+/// Runs shell words in which TOOL is the tool; kills it after two minutes.
 int run_in_shell(const FakeTool& tool, const std::string& words) {
     const std::string command = "TOOL='" + tool.path() + "'; LC_ALL=C; " + words;
     const int status = std::system(command.c_str());
@@ -89,7 +89,7 @@ TEST(ClosedOutputTest, does_not_keep_safe_mode_from_its_end) {
 TEST(ClosedOutputTest, that_may_not_grow_does_not_end_the_run) {
     FakeTool tool(kOneRenderer);
     FaultCount count;
-    // Blocks of 512 bytes: the output ends in the midst, and the records have no room.
+    // In blocks of 512 bytes: the output is cut off, and there is no room for the records.
     EXPECT_EQ(run_in_shell(tool, "ulimit -f 8; timeout 120 \"$TOOL\" >\"$TOOL.big\" 2>&1"), 0);
     tool.remove_records();
     run_again(&tool, &count);

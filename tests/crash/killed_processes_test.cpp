@@ -20,8 +20,8 @@ constexpr unsigned kCases = 40;
 
 class KilledProcesses : public texprobe::tests::StoreFixture {
 protected:
-    /// A process that sets one record after the other until it is killed, some time after it has
-    /// reported `patience` of them. Returns how many it has reported.
+    /// A process that sets one record after the other. It is killed some time after it has reported
+    /// `patience` of them. Returns how many it has reported.
     unsigned records_of_killed_process(unsigned patience) const {
         int ends[2];
         if (pipe(ends) != 0) return 0;

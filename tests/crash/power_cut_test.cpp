@@ -1,5 +1,5 @@
-// The power fails at every moment between the store's writes and syncs: the files as the disk would
-// then hold them open again, and hold what was synchronized before.
+// The power fails at every moment between the store's writes and syncs. The files that the disk
+// would then hold can be opened and contain what was synchronized before.
 
 #include <RecordStore/record_store.h>
 #include <gtest/gtest.h>
@@ -36,7 +36,7 @@ using texprobe::tests::write_fault_row;
 constexpr const char* kApp = "org.example.app";
 constexpr unsigned kCases = 1000;
 
-/// One operation on one file, in the order in which they were asked for.
+/// One operation on one file, in the order of the calls.
 struct Operation {
     DiskEvent::Kind kind;
     std::string name;
@@ -44,10 +44,10 @@ struct Operation {
     std::string bytes;
 };
 
-/// All operations of a run, and how far each synchronization's promise reaches.
+/// All operations of a run, and what each synchronization has promised.
 struct Recording {
     std::vector<Operation> operations;
-    /// The records after each synchronization, and how many operations there were when it returned.
+    /// The records after each synchronization, and the number of operations when it returned.
     std::vector<Records> states{Records()};
     std::vector<std::size_t> promised_at{0};
 
@@ -57,7 +57,7 @@ struct Recording {
     }
 };
 
-/// What the disk holds of one file, and what it has only been told.
+/// What the disk holds of one file, and the operations that it has not synced yet.
 struct File {
     std::optional<std::string> content;
     std::vector<Operation> told;
@@ -77,10 +77,10 @@ void perform(const Operation& operation, std::optional<std::string>& content) {
     content->replace(offset, operation.bytes.size(), operation.bytes);
 }
 
-/// Which of the operations that were not synced the disk has done all the same.
+/// Which of the operations that were not synced are on disk nevertheless.
 enum class Luck { kNone, kAll, kSome };
 
-/// Some operations are done in part: a disk writes sectors.
+/// Some operations are partly done, because a disk writes sectors.
 std::optional<Operation> some_of(Operation operation, std::mt19937& random) {
     if (random() % 2 == 0) return std::nullopt;
     if (operation.kind == DiskEvent::kWrite && random() % 4 == 0) {
@@ -98,7 +98,7 @@ std::map<std::string, std::string> files_after_cut(const Recording& recording, s
         const Operation& operation = recording.operations[i];
         File& file = files[operation.name];
         const bool is_sync = operation.kind == DiskEvent::kSync;
-        // The offset of a deletion tells whether the directory is synced as part of it.
+        // The offset of a deletion tells whether it also syncs the directory.
         const bool is_durable = operation.kind == DiskEvent::kDelete && operation.offset != 0;
         if (!is_sync) file.told.push_back(operation);
         if (!is_sync && !is_durable) continue;
@@ -113,12 +113,12 @@ std::map<std::string, std::string> files_after_cut(const Recording& recording, s
             if (luck == Luck::kNone) done.reset();
             if (luck == Luck::kSome) done = some_of(told, random);
             if (done) perform(*done, file.content);
-            // What follows a deletion happens to another file, whose name the disk has not got.
+            // Operations after a deletion are on another file, whose name is not on disk yet.
             if (told.kind == DiskEvent::kDelete && !done) break;
         }
         if (file.content) contents[name] = *file.content;
     }
-    // The map of the log is in memory: what is left of it on the disk may be anything.
+    // The log's index is shared memory: what the disk has of it may be anything.
     if (luck == Luck::kSome) contents["records.sqlite3-shm"] = std::string(32768, char(random()));
     return contents;
 }
@@ -129,7 +129,7 @@ bool equal(const Records& a, const Records& b) {
     });
 }
 
-/// Whether a store with these files holds what was promised, whole, or the next state, whole.
+/// Does a store with these files hold exactly what was promised, or exactly the next state?
 bool holds_what_was_promised(const Recording& recording, std::size_t cut,
                              const std::map<std::string, std::string>& contents) {
     const ScratchFolder folder;
@@ -142,7 +142,7 @@ bool holds_what_was_promised(const Recording& recording, std::size_t cut,
         std::upper_bound(recording.promised_at.begin(), recording.promised_at.end(), cut) -
         recording.promised_at.begin() - 1;
     RecordStore store(directory);
-    // The transaction that a rollback journal undoes is undone by who writes.
+    // A rollback journal is only rolled back by a writer.
     store.change(kApp, {{"after the cut", true}});
     if (!store.synchronize(kApp)) return false;
     Records stored = store.records(kApp);
@@ -154,9 +154,9 @@ bool holds_what_was_promised(const Recording& recording, std::size_t cut,
            !fs::exists(directory / "records.sqlite3.damaged");
 }
 
-/// First the power fails at every moment for a disk that has done nothing and for one that has done
-/// everything that was asked; the other cases go through the moments again and again, with a disk
-/// that has done some of it. Their number does not depend on how many operations SQLite needs.
+/// First the power fails at every moment on a disk that has done nothing, and on one that has done
+/// everything. Then it fails at all moments in turn on a disk that has done part of it, until the
+/// number of cases is reached, which does not depend on how many operations SQLite needs.
 FaultCount cut_everywhere(const Recording& recording) {
     const std::size_t moments = recording.operations.size() + 1;
     EXPECT_LE(2 * moments, kCases);
@@ -176,7 +176,7 @@ FaultCount cut_everywhere(const Recording& recording) {
     return count;
 }
 
-/// Records what happens to the files while it lives.
+/// Records the operations on the files as long as it exists.
 class Recorder {
 public:
     explicit Recorder(Recording& recording)
@@ -190,8 +190,8 @@ private:
     WatchedDisk disk_;
 };
 
-/// The changes of a run, synchronization by synchronization: the version and a reset, provisional
-/// falses that become verdicts, and the strings at the end.
+/// The changes of a run, by synchronization: the version and a reset, provisional falses that
+/// become verdicts, and the strings at the end.
 std::vector<Changes> run_of_the_tool() {
     std::vector<Changes> steps(1);
     for (int i = 0; i < 30; ++i) steps[0]["FORMAT_" + std::to_string(i)] = std::nullopt;
@@ -222,7 +222,7 @@ TEST(PowerCut, loses_nothing_that_was_synchronized) {
     {
         const Recorder recorder(recording);
         record(run_of_the_tool(), directory, recording);
-        // A second run, on what the first one has left.
+        // A second run, on the results of the first.
         record({{{"FORMAT_0", false}}, {{"FORMAT_0", true}, {"FORMAT_1", std::nullopt}}}, directory,
                recording);
     }
@@ -232,7 +232,7 @@ TEST(PowerCut, loses_nothing_that_was_synchronized) {
 }
 
 TEST(PowerCut, loses_nothing_that_was_synchronized_in_a_log_that_is_written_over) {
-    // Each of the long values takes 13 pages of the log, which is carried over after 128.
+    // Each long value takes 13 pages of the log, which is checkpointed after 128.
     std::vector<Changes> steps;
     for (const char letter : {'a', 'b', 'c', 'd', 'e', 'f', 'g', 'h', 'i', 'j', 'k', 'l'}) {
         steps.push_back({{"LONG", std::string(50'000, letter)}});

@@ -1,5 +1,5 @@
-// A damaged database with a log is put aside, and the process dies, or the system refuses, at any
-// moment: what is left is the old database with its log, or the new one with both kept beside it.
+// While a damaged database with a log is put aside, the process dies, or the system refuses a call.
+// The result is either the old database with its log, or a new one with both kept beside it.
 
 #include <gtest/gtest.h>
 
@@ -18,7 +18,7 @@ Fault fault = Fault::kNone;
 int calls = 0;
 int faulty_call = 0;
 
-/// Before each call that changes names: whether the system refuses it. May not return.
+/// Called before each call that changes names: does the system refuse it? May not return.
 bool is_refused() {
     ++calls;
     if (fault == Fault::kDeath && calls == faulty_call) _exit(0);
@@ -29,7 +29,7 @@ bool is_refused() {
 
 }  // namespace
 
-// The linker puts these in front of the C library's (--wrap).
+// The linker redirects the C library's functions here (--wrap).
 extern "C" {
 int __real_link(const char* from, const char* to);
 int __wrap_link(const char* from, const char* to) {
@@ -58,7 +58,7 @@ class PutAside : public texprobe::tests::StoreFixture {
 protected:
     std::string log() const { return database().string() + "-wal"; }
 
-    /// Sound records, half of them in a log whose writer has died; then the header is damaged.
+    /// Valid records, half of them in a log whose writer has died; then the header is damaged.
     void make_damaged_store() {
         fs::remove_all(config());
         write("VERSION", 0.21);
@@ -80,8 +80,8 @@ protected:
                contents(aside().string() + "-wal") == old_log_;
     }
 
-    /// A process that writes one record, with a fault at the `number`-th call. How many calls it
-    /// made if it lived.
+    /// A process that writes one record, with a fault at the `number`-th call. Returns the number
+    /// of its calls if it survived.
     int write_with(Fault its_fault, int number) {
         int ends[2];
         EXPECT_EQ(pipe(ends), 0);
@@ -103,7 +103,7 @@ protected:
         return made;
     }
 
-    /// Whether everything is there, and the next one to write finds or makes a sound store.
+    /// Is everything there, and does the next writer find or create a valid store?
     bool loses_nothing() {
         if (!is_old() && !is_kept()) return false;
         if (write_with(Fault::kNone, 0) < 0 || !is_kept()) return false;

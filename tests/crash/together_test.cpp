@@ -1,5 +1,5 @@
-// Tools and applications that start together on a renderer that was never measured: each ends with
-// the right verdicts, whatever becomes of the others.
+// Tools and applications that start together on an unmeasured renderer: each ends with the right
+// verdicts, whatever happens to the others.
 
 #include <gtest/gtest.h>
 #include <signal.h>
@@ -20,10 +20,10 @@ namespace texprobe::tests {
 namespace {
 
 constexpr const char* kFault = "Several tools and applications at once";
-// Instrumented applications take long.
+// Instrumented applications are slow.
 constexpr unsigned kApplications = FAULT_STRIDE == 1 ? 40 : 6;
 constexpr unsigned kTools = 12;
-// In looks of ten milliseconds: many times what a run takes from one test to the next.
+// In looks of ten milliseconds: many times as long as a run's longest test.
 constexpr unsigned kPatience = FAULT_STRIDE == 1 ? 100 : 300;
 const std::string kTest = "GL_RGB32F_ARB_UPLOAD_SET";
 
@@ -61,7 +61,7 @@ class RealFolder {
 public:
     RealFolder() { std::filesystem::copy_file(APPLICATION, application()); }
 
-    /// Starts an application with so many objects.
+    /// Starts an application with this number of objects.
     std::unique_ptr<FILE, ClosePipe> start(unsigned objects) const {
         const std::string command = "env -i timeout 240 '" + application().string() + "' " +
                                     std::to_string(objects) + " '" + folder_.tool().string() +
@@ -77,7 +77,7 @@ private:
     const ToolFolder folder_{TOOL};
 };
 
-/// The lines of digits that an application prints, without those of the tool.
+/// The lines of digits that an application prints, without the tool's lines.
 std::vector<std::string> read_verdicts(FILE* stream) {
     std::string text;
     char block[4096];
@@ -89,7 +89,7 @@ std::vector<std::string> read_verdicts(FILE* stream) {
     return verdicts;
 }
 
-/// The verdicts when nothing happens at the same time.
+/// The verdicts of an undisturbed run.
 std::string undisturbed_verdicts() {
     const RealFolder folder;
     EXPECT_TRUE(folder.run_tool().exited_with(0));
@@ -138,7 +138,7 @@ protected:
         return runs;
     }
 
-    /// Waits for all of them, of which so many die; counts what the records lack.
+    /// Waits for all of them, of which `deaths` die; counts the missing records.
     void finish(const FakeTool& tool, const std::vector<pid_t>& runs, const Values& expected,
                 unsigned deaths = 0) {
         unsigned completed = 0;
@@ -159,7 +159,7 @@ protected:
         while (!tool.has_died()) std::this_thread::sleep_for(std::chrono::milliseconds(1));
     }
 
-    /// A false verdict in the test where the first run hung or died.
+    /// False for the test in which the first run hung or died.
     static Values records_without_test() {
         Values records = golden_records();
         records[kTest] = "false";
@@ -178,7 +178,7 @@ TEST_F(ToolsTogetherTest, leave_the_records_of_one) {
 }
 
 TEST_F(ToolsTogetherTest, wait_for_a_slow_driver) {
-    // Inside of a test, which takes longer than all the tests of another run.
+    // Inside a test, and longer than another run takes for all tests.
     const FakeTool tool(kOneRenderer + "pause " + call_in_test() + " 300\n");
     finish(tool, start_tools(tool, 4), golden_records());
     write_fault_row(kFault, "slow", count_);

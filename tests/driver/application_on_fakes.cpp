@@ -1,4 +1,4 @@
-// A program of somebody else's that runs the tool's test driver: its signals are its own.
+// Another program that runs the tool's test driver. It handles its own signals.
 
 #include "TexProbe.h"
 

@@ -17,7 +17,7 @@ std::vector<std::string> calls_of(const FakeTool& tool) {
     return calls;
 }
 
-/// Compares long lists by the first line that differs.
+/// Compares long lists and reports the first line that differs.
 void expect_same(std::vector<std::string> actual, std::vector<std::string> expected) {
     actual.emplace_back("(the end)");
     expected.emplace_back("(the end)");
@@ -26,7 +26,7 @@ void expect_same(std::vector<std::string> actual, std::vector<std::string> expec
     }
 }
 
-/// The calls between the synchronize after the provisional false of `key` and its verdict.
+/// The calls from the synchronize after the provisional false of `key` to its verdict.
 std::vector<std::string> calls_in_test(const std::vector<std::string>& calls,
                                        const std::string& key) {
     const std::string write = "CFPreferencesSetAppValue(" + key + ", ";

@@ -18,7 +18,7 @@ std::string supervisor_banner(const ToolRun& run) {
     return "texprobe[" + std::to_string(run.pid) + "] safe mode testing...\n";
 }
 
-/// What a child that measured kOneRenderer to its end printed.
+/// The output of a child that has measured kOneRenderer completely.
 std::string child_out(const std::string& pid) {
     return filled(
         "texprobe[{P}] testing...\n"
@@ -28,7 +28,7 @@ std::string child_out(const std::string& pid) {
         {{"P", pid}});
 }
 
-/// The lines that begin the calls of a process: "process PID WORDS | VARIABLES".
+/// The lines at the start of each process's calls: "process PID WORDS | VARIABLES".
 Words processes(const FakeTool& tool) {
     Words lines = tool.calls();
     lines.erase(

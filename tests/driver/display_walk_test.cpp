@@ -14,7 +14,7 @@ std::string app_id(const std::string& rendererID) {
     return "org.texprobe.texprobe2." + rendererID + ".TESTBUILD";
 }
 
-/// The banner lines of a direct run, with "{P}" for its process.
+/// The banner lines of a direct run, with "{P}" for its process ID.
 std::string banner(pid_t pid, const std::string& rest) {
     return filled("texprobe[{P}] testing...\norg.texprobe.texprobe2[{P}] testing...\n" + rest,
                   {{"P", std::to_string(pid)}});

@@ -1,5 +1,5 @@
-// The distance of a test on the fakes: the pattern, what the fakes' renderer makes of it, and the
-// slow comparison.
+// The expected distance of a test on the fakes: the pattern, what the fake renderer does to it, and
+// the slow comparison.
 
 #include <cmath>
 #include <cstdint>
@@ -61,7 +61,7 @@ std::vector<unsigned char> pattern(std::size_t size, unsigned type, long random)
     return bytes;
 }
 
-/// An element as the renderer shows it in a byte, to nearest.
+/// An element as the renderer draws it to a byte, rounded to nearest.
 unsigned char shown(const std::vector<unsigned char>& bytes, std::size_t index, unsigned type) {
     float value = 0.0f;
     if (type == kFloat) {
@@ -79,7 +79,7 @@ unsigned char shown(const std::vector<unsigned char>& bytes, std::size_t index, 
     return static_cast<unsigned char>(std::floor(value * 255.0f + 0.5f));
 }
 
-/// Where red, green, blue and alpha lie in a pixel; beyond it for an alpha of 1.
+/// The positions of red, green, blue and alpha in a pixel; past its end for an alpha of 1.
 std::array<std::size_t, 4> element_of_channel(unsigned format) {
     constexpr std::size_t kNone = 4;
     switch (format) {
@@ -124,7 +124,7 @@ unsigned long long expected_distance(const Format& format, const std::string& ca
         return slow_distance(source, format.format, format.type,
                              slow_8bit_elements(frame.data(), frame.size(), kByte), kRGBA, kByte);
     }
-    // It comes back as it was sent, and a zero stands where the comparison reads past its end.
+    // It comes back as it was sent, with a zero where the comparison reads past its end.
     std::vector<unsigned char> back = sent;
     back.resize(sent.size() + 4, 0);
     return slow_distance(source, format.format, format.type,

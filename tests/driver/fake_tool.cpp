@@ -20,7 +20,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-// Far more than any run takes under a sanitizer on a busy machine.
+// Far longer than any run takes, even under a sanitizer on a busy machine.
 constexpr unsigned kSeconds = 120;
 
 std::string contents(const fs::path& file) {
@@ -80,8 +80,8 @@ bool ToolRun::exited_with(int code) const {
 FakeTool::FakeTool(const std::string& script) : FakeTool(script, TOOL_ON_FAKES) {}
 
 FakeTool::FakeTool(const std::string& script, const fs::path& executable)
-    // A link is made in no time beside the executable; and records lie in memory where that can be
-    // had, because thousands of runs synchronize each test.
+    // The folder is beside the executable, so that the tool can be a hard link. The records are in
+    // memory if possible, because thousands of runs synchronize before each test.
     : folder_(make_folder(writable(fs::read_symlink("/proc/self/exe").parent_path()))),
       records_(make_folder(writable("/dev/shm"))) {
     std::error_code failed;
@@ -138,7 +138,7 @@ pid_t FakeTool::start(const std::vector<std::string>& arguments, const std::stri
 }
 
 ToolRun FakeTool::finish(pid_t pid) const {
-    // Not reaped before its group is ended, so that the number cannot be another process's.
+    // The process group is killed before the process is reaped, while its ID cannot be reused.
     siginfo_t info;
     while (waitid(P_PID, static_cast<id_t>(pid), &info, WEXITED | WNOWAIT) == -1) {
     }

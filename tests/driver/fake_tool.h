@@ -18,7 +18,7 @@ using Values = std::map<std::string, std::string>;
 struct ToolRun {
     pid_t pid = 0;
     int status = 0;
-    bool hung = false;  ///< It was ended because it took too long.
+    bool hung = false;  ///< It took too long and was killed.
     std::string out;
     std::string err;
 
@@ -38,7 +38,7 @@ public:
     FakeTool(const FakeTool&) = delete;
     FakeTool& operator=(const FakeTool&) = delete;
 
-    /// Replaces the script and forgets the calls, the deaths and the observations so far.
+    /// Replaces the script, and removes the calls, deaths and observations so far.
     void set_script(const std::string& script);
 
     /// Removes the records.
@@ -46,40 +46,40 @@ public:
 
     std::string path() const { return folder_ / "texprobe"; }
 
-    /// After how many looks a run that waits takes another one for hanging.
+    /// The number of looks after which a waiting run assumes that the other one hangs.
     void set_patience(unsigned looks) const;
 
-    /// Runs the tool to its end, and then ends whatever it left behind. `program` is what it is
-    /// told as its own name; its path when empty.
+    /// Runs the tool to its end and then kills any process that it left behind. `program` is its
+    /// argv[0]; by default its path.
     ToolRun run(const std::vector<std::string>& arguments = {},
                 const std::string& program = {}) const;
 
-    /// The same, but ended with SIGKILL once its standard output has `lines` lines.
+    /// The same, but kills it with SIGKILL once its standard output has `lines` lines.
     ToolRun run_until(std::size_t lines, const std::vector<std::string>& arguments,
                       const std::string& program) const;
 
-    /// Runs that overlap, without what they print.
+    /// For runs that overlap; their output is discarded.
     pid_t start(const std::vector<std::string>& arguments = {},
                 const std::string& program = {}) const;
     ToolRun finish(pid_t pid) const;
 
-    /// The lines of all calls, a line "process PID WORDS | VARIABLES" before those of each process.
+    /// All calls, a line each. Each process's begin with a line "process PID WORDS | VARIABLES".
     std::vector<std::string> calls() const;
 
     /// The records that the tool keeps.
     Values records(const std::string& appID = kAppID) const;
-    /// One record, whatever its key; empty when there is none.
+    /// One record, whatever its key; empty if there is none.
     std::string record(const std::string& key, const std::string& appID = kAppID) const;
     void set_record(const std::string& key, const std::string& type, const std::string& value,
                     const std::string& appID = kAppID) const;
 
-    /// What another process saw after each synchronize: the test that then began, or nothing, and
-    /// the records.
+    /// What another process sees after each synchronize: the test that then starts, if any, and the
+    /// records.
     std::vector<std::pair<std::string, Values>> observations() const;
 
-    /// Whether a process stopped itself.
+    /// Did a process stop itself?
     bool has_stopped() const;
-    /// Whether a process died a death that was to happen once.
+    /// Has the death that happens only once happened?
     bool has_died() const;
 
 private:

@@ -33,7 +33,7 @@ random() = {R}
 glUnmapBuffer(GL_PIXEL_UNPACK_BUFFER)
 )";
 
-// Texture 2 becomes {TI}, {TF}, {TT} and texture 1 is drawn into it.
+// Texture 2 is defined with {TI}, {TF}, {TT}, and texture 1 is drawn into it.
 const char* const kRender = R"(glBindTexture(GL_TEXTURE_2D, 2)
 glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MIN_FILTER, GL_NEAREST)
 glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MAG_FILTER, GL_NEAREST)
@@ -283,7 +283,7 @@ bool is_match(unsigned long long distance) {
 }
 
 RandomSequence::RandomSequence() {
-    srandom(1);  // What a generator that nobody seeded begins with.
+    srandom(1);  // The default seed.
 }
 
 long RandomSequence::next() {

@@ -1,4 +1,4 @@
-// What the tool must do and print on the fakes, written down by hand.
+// What the tool must do and print on the fakes, written by hand.
 
 #ifndef TEXPROBE_TESTS_GOLDEN_H
 #define TEXPROBE_TESTS_GOLDEN_H
@@ -17,33 +17,33 @@ namespace texprobe::tests {
 /// `text` with every "{NAME}" replaced by the value of NAME.
 std::string filled(std::string text, const std::map<std::string, std::string>& values);
 
-/// The calls inside one test, on a renderer with both extensions. `random` is the value that it
-/// draws.
+/// The calls inside one test, on a renderer with both extensions. `random` is the value that
+/// random() returns.
 std::vector<std::string> golden_test_calls(const Format& format, const std::string& capability,
                                            long random);
 
-/// All calls of a first run of kOneRenderer without verdicts of false from the format query, the
-/// first line of its process left out.
+/// All calls of a first run of kOneRenderer in which the format query supports everything, without
+/// the first line of its process.
 std::vector<std::string> golden_first_run();
 
-/// All calls of a run of kOneRenderer that finds every record and a current version.
+/// All calls of a run of kOneRenderer that finds all records and a current version.
 std::vector<std::string> golden_second_run();
 
-/// The distance that the fakes' renderer gives, worked out slowly.
+/// The distance that the fake renderer gives, computed slowly.
 unsigned long long expected_distance(const Format& format, const std::string& capability,
                                      long random);
 
-/// The verdict that a distance means.
+/// The verdict for a distance.
 bool is_match(unsigned long long distance);
 
-/// The values that an unseeded generator draws, in order.
+/// The values that an unseeded generator returns, in order.
 class RandomSequence {
 public:
     RandomSequence();
     long next();
 };
 
-/// The lines of a first pass over the sixteen formats, whose tests print `application` and `pid`.
+/// The lines of a first pass over the sixteen formats, printed by `application` and `pid`.
 /// `distances` overrides the fakes' distances, by flag key.
 std::string golden_pass_text(const std::string& application, pid_t pid,
                              const std::map<std::string, unsigned long long>& distances = {});

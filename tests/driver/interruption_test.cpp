@@ -1,5 +1,5 @@
-// A run that its user interrupts: it ends by that signal after the test in hand. Calls of the fakes
-// are the moments.
+// A run that its user interrupts dies of that signal after its current test. Calls of the fakes
+// determine the moment.
 
 #include <gtest/gtest.h>
 #include <signal.h>
@@ -23,7 +23,7 @@ bool ended_by(const ToolRun& run, int signal) {
     return WIFSIGNALED(run.status) && WTERMSIG(run.status) == signal;
 }
 
-/// The number of the call that stands `offset` calls behind the first synchronize of kTest.
+/// The number of the call that is `offset` calls after the first synchronize of kTest.
 unsigned call_in_test(unsigned offset) {
     const std::vector<std::string> calls = golden_first_run();
     const std::string write = "CFPreferencesSetAppValue(" + kTest + ", false, " + kAppID + ")";

@@ -1,4 +1,4 @@
-// The turn to measure, by itself: who gets it when others have it, die, hang, stop or fork.
+// The measuring turn alone: who gets it while others hold it, die, hang, stop or fork.
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
@@ -25,9 +25,9 @@ using qor::TurnSettings;
 using std::chrono::milliseconds;
 using texprobe::tests::ScratchFolder;
 
-constexpr unsigned kNever = 1000000;  // More looks than a test has time for.
+constexpr unsigned kNever = 1000000;  // More looks than any test takes.
 
-/// What the processes of a test count together.
+/// Counters shared by the processes of a test.
 struct Counts {
     std::atomic<int> started{0};
     std::atomic<int> inside{0};
@@ -71,7 +71,7 @@ protected:
         return child;
     }
 
-    /// A process that takes the turn and keeps it until it is ended.
+    /// A process that takes the turn and keeps it until it is killed.
     pid_t start_holder(unsigned patience = kNever) {
         const int before = counts_.started;
         const pid_t child = start([this, patience] {
@@ -83,7 +83,7 @@ protected:
         return child;
     }
 
-    /// A process that takes the turn, stays for a while, and leaves.
+    /// A process that takes the turn, keeps it for a while, and leaves.
     pid_t start_visitor(unsigned patience) {
         return start([this, patience] {
             const MeasuringTurn turn(settings(patience), [] {});
@@ -207,7 +207,8 @@ TEST_F(MeasuringTurnTest, stays_with_a_slow_process_that_goes_on) {
         _exit(0);
     });
     ASSERT_TRUE(wait_for([&] { return counts_.started == 1; }));
-    // It measures for a second, where a process that hangs for a fifth of it loses its turn.
+    // The other process measures for a second. If it hung, it would lose its turn after a fifth of
+    // one.
     const MeasuringTurn turn(settings(200), [] {});
     EXPECT_EQ(counts_.through, 1);
     int status = 0;

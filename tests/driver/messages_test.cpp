@@ -63,7 +63,7 @@ TEST(MessagesTest, newer_version_is_printed_with_two_decimals) {
               with_run("{A}[{P}] UP TO DATE (version: 12.35 >= 0.21)", run.pid));
 }
 
-/// The lines of the sixteen formats, each as `text` has it.
+/// The lines of the sixteen formats, each with `text`.
 std::string sixteen_times(const std::string& text, pid_t pid) {
     std::string result;
     for (const Format& format : kFormats) {

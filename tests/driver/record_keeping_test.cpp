@@ -91,7 +91,7 @@ TEST(ResetTest, removes_the_96_flags_and_keeps_everything_else) {
     tool.set_record("VERSION", "double", "0.2");
     tool.set_record("GL_RGBA8_OTHER", "boolean", "true");
     tool.set_record("GL_RGBA8_SUPPORTED", "boolean", "true", other);
-    // Ends the process right behind the reset.
+    // Ends the process right after the reset.
     tool.set_script(kOneRenderer + "fail CGLChoosePixelFormat 1\n");
     ASSERT_TRUE(tool.run().exited_with(1));
     EXPECT_EQ(tool.records(), (Values{{"VERSION", "0.20999999999999999"},
@@ -175,7 +175,7 @@ TEST(FlagTest, single_absent_flag_is_the_only_one_measured) {
     }
 }
 
-// Another process looks at the records after each synchronization.
+// Another process reads the records after each synchronization.
 TEST(SynchronizationTest, version_provisional_falses_and_earlier_verdicts_are_on_disk) {
     const FakeTool tool(kOneRenderer + "observe " RECORDS_PROGRAM "\n");
     ASSERT_TRUE(tool.run().exited_with(0));

@@ -1,7 +1,7 @@
-// Reads or writes one renderer's records, through the store's own interface and in a process of its
-// own: what it sees is what any other process would.
+// Reads or writes one renderer's records through the store's own interface, in a separate process:
+// it sees what any other process would.
 //
-//   records_program DIRECTORY APPID                   prints every record of the tool, a line each
+//   records_program DIRECTORY APPID                   prints every record of the tool, one per line
 //   records_program DIRECTORY APPID KEY               prints one record
 //   records_program DIRECTORY APPID KEY TYPE [VALUE]  writes one: boolean, double, string or none
 

@@ -1,4 +1,4 @@
-// A format that has no transfer format. The pass knows none; the probe must stand it all the same.
+// A format without a transfer format. The pass has none, but the probe must handle it.
 
 #include <RecordStore/location.h>
 #include <gtest/gtest.h>
@@ -21,7 +21,7 @@ protected:
         write_verdict(keys[kRenderable], true, appID_);
     }
 
-    /// '0' or '1' for the verdict of each capability, '-' where there is none.
+    /// '0' or '1' for the verdict on each capability, '-' if there is none.
     std::string verdicts() const {
         const FlagKeys keys(name_);
         std::string text;

@@ -1,4 +1,4 @@
-// Which verdicts a renderer's behaviour gives.
+// The verdicts that a renderer's behaviour leads to.
 
 #include <gtest/gtest.h>
 
@@ -8,7 +8,7 @@
 namespace texprobe::tests {
 namespace {
 
-/// The records of a run without those keys of `format` that are not in `kept`.
+/// The records of a run without the keys of `format` that are not in `kept`.
 Values without(const std::string& format, const std::string& kept, Values values) {
     for (const std::string capability : kCapabilities) {
         std::string key = format;
@@ -26,7 +26,7 @@ TEST(VerdictsTest, good_renderer_passes_wherever_the_comparison_can) {
           "GL_RGBA16_DOWNLOAD_READ", "GL_RGBA16F_ARB_UPLOAD_SET"}) {
         EXPECT_EQ(verdicts.at(key), "true") << key;
     }
-    // A full reversal of the channels, and the alpha against the next pixel's luminance.
+    // All channels reversed, and the alpha compared with the next pixel's luminance.
     EXPECT_EQ(verdicts.at("GL_RGBA16_UPLOAD_SET"), "false");
     EXPECT_EQ(verdicts.at("GL_LUMINANCE8_ALPHA8_DOWNLOAD_GET"), "false");
 }
@@ -83,7 +83,7 @@ TEST(VerdictsTest, transfers_are_false_without_pixel_buffer_objects) {
 
 struct Distance {
     const char* key;
-    unsigned long change;  // The sum of the squares, over the bytes that come back.
+    unsigned long change;  // The sum of squares over the bytes that come back.
     unsigned long distance;
     bool match;
 };

@@ -1,4 +1,4 @@
-// The readers of files that others write: GLVND's vendor files, ELF libraries, sysfs attributes.
+// The readers of foreign files: GLVND's vendor files, ELF libraries, sysfs attributes.
 
 #include <elf.h>
 #include <link.h>
@@ -36,7 +36,7 @@ void read_vendor_file(const std::string& text) {
     require(library.size() <= text.size(), "a longer path than the value");
 }
 
-/// The input as a whole file, and behind a header that leads the reader to its segments.
+/// The input as a whole file, and with a header that leads the reader to its segments.
 void read_elf(std::string text) {
     const auto read_at = [&text](std::uint64_t offset, std::size_t size) {
         return offset < text.size() ? text.substr(offset, size) : std::string();
@@ -61,13 +61,13 @@ void read_elf(std::string text) {
     require(read_build_id(read_at).size() <= text.size(), "a longer build ID than the file");
 }
 
-/// Makes a new file: file systems put one on the disk that is written over.
+/// Creates a new file: overwriting one makes some file systems write it to disk.
 void replace(const fs::path& file, const std::string& text) {
     fs::remove(file);
     std::ofstream(file) << text;
 }
 
-/// A machine of one GPU and one connector whose attributes all are the input.
+/// A machine of one GPU and one connector, all of whose attributes are the input.
 class FuzzedMachine {
 public:
     FuzzedMachine() {
@@ -111,7 +111,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const std::string text(reinterpret_cast<const char*>(data), size);
     read_vendor_file(text);
     read_elf(text);
-    // Files are slow: every sixteenth input will do.
+    // Files are slow, so only one input in sixteen is used.
     if (size > 0 && data[0] % 16 == 0) machine.read(text);
     return 0;
 }

@@ -1,4 +1,4 @@
-// Stands in for libFuzzer where the compiler has none: runs a target on reproducible random inputs.
+// Replaces libFuzzer if the compiler has none: runs a target on reproducible random inputs.
 // Usage: TARGET -runs=N -seed=N
 
 #include <cstddef>
@@ -19,7 +19,7 @@ int main(int argc, char** argv) {
         if (std::strncmp(argv[i], "-seed=", 6) == 0) seed = std::strtoul(argv[i] + 6, nullptr, 10);
     }
     std::mt19937_64 random(seed);
-    // Bytes at the ends of their range, and those that texts are made of, find more than others.
+    // Extreme bytes and those of plain text find more than others.
     const unsigned char likely[] = "\"\\:/ \n0129aGNU\x7f\xff";
     for (unsigned long run = 0; run < runs; ++run) {
         std::vector<std::uint8_t> input(random() % 512);

@@ -1,6 +1,5 @@
-// What a store makes of records, and of whole files, that somebody else has written. A first byte
-// that is even is followed by records, which are put into a sound database; an odd one by the file
-// itself.
+// What a store makes of records and whole files that another program has written. If the first byte
+// is even, records follow, which are put into a valid database; if it is odd, the file itself.
 
 #include <RecordStore/record_store.h>
 #include <sqlite3.h>
@@ -35,7 +34,7 @@ void must(bool condition) {
     if (!condition) std::abort();
 }
 
-/// Takes the input apart, byte by byte; zeros when there is no more.
+/// Takes the input apart, byte by byte; zeros after its end.
 class Input {
 public:
     explicit Input(std::string_view bytes) : rest_(bytes) {}
@@ -74,8 +73,8 @@ bool is_plain(std::string_view text) {
     return true;
 }
 
-/// Binds one value of any type. Returns what it is worth as a record of that type, by the rule of
-/// the store's documentation and with none of its code.
+/// Binds one value of any type. Returns its value as a record of that type, by the rules in the
+/// store's documentation and without its code.
 std::optional<Value> bind_value(sqlite3_stmt* statement, std::string_view type, Input& input) {
     switch (input.byte() % 4) {
         case 0: {
@@ -87,7 +86,7 @@ std::optional<Value> bind_value(sqlite3_stmt* statement, std::string_view type, 
         case 1: {
             const auto number = input.number<double>();
             sqlite3_bind_double(statement, 4, number);
-            // SQLite makes a NaN a NULL, which the table refuses.
+            // SQLite turns a NaN into NULL, which the table refuses.
             if (type == "double" && number == number) return number;
             return std::nullopt;
         }

@@ -1,4 +1,4 @@
-// A real renderer's driver dies inside each of the 96 tests in turn, under safe mode.
+// Under safe mode, a real renderer's driver dies in each of the 96 tests in turn.
 
 #include <gtest/gtest.h>
 #include <sys/resource.h>
@@ -17,8 +17,8 @@ namespace {
 
 constexpr std::array<int, 4> kSignals = {SIGSEGV, SIGABRT, SIGBUS, SIGKILL};
 
-/// The records of a run in which the driver died in that test: its verdict is false, and what
-/// depends on it was never tried.
+/// The records of a run in which the driver died in that test: its verdict is false, and tests that
+/// depend on it were not run.
 Records records_after_death(Records undisturbed, const std::string& format,
                             std::size_t capability) {
     undisturbed[format + '_' + kCapabilities[capability]] = "boolean 0";
@@ -68,7 +68,7 @@ TEST_P(Death, in_a_test_costs_that_verdict_and_no_other) {
         const Finished run = folder.run({"--safe"});
         EXPECT_TRUE(run.exited_with(0)) << key << '\n' << run.err;
 
-        // The first renderer that runs the test at all dies in it, and the order is spent.
+        // The first renderer that runs the test dies in it. The order is used up then.
         RecordSets expected = undisturbed;
         bool tried = false;
         for (const std::string& application : run_order(healthyRun)) {

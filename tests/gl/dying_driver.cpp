@@ -1,9 +1,8 @@
-// A driver that dies inside one chosen test: linked into a build of the tool, before libOpenGL.
+// A driver that dies inside a chosen test: linked into a build of the tool, before libOpenGL.
 //
-// The order comes in a file "die" beside the executable, since safe mode empties the environment:
+// The order is in a file "die" beside the executable, because safe mode empties the environment:
 //   <internal format> <index of the capability> <signal>
-// It is carried out once; a test that was tried again would then pass, which the records would
-// show.
+// It is only followed once. If a test were run again, it would pass, and the records would show it.
 
 #include <OpenGL/gl.h>
 #include <dlfcn.h>
@@ -38,7 +37,7 @@ GLuint boundTexture = 0;
 int definitions = 0;  // Of the test texture, in the ordered format.
 
 /// Which of the six tests defines a texture with this call, in a process that measures the format
-/// from the first test on; -1 for a call that is no test's first.
+/// from its first test on; -1 if the call is not the first of a test.
 int capability_of(GLenum internalFormat, GLenum format) {
     constexpr GLuint kTestTexture = 1;
     constexpr int kSupported = 0;

@@ -17,7 +17,7 @@ namespace texprobe::tests {
 
 namespace {
 
-/// Whether lavapipe, the Vulkan driver on which zink runs, is installed: the file that names it is.
+/// Is lavapipe installed, the Vulkan driver that zink uses? This file names it.
 bool has_lavapipe() {
     std::error_code error;
     for (const auto& file : std::filesystem::directory_iterator("/usr/share/vulkan/icd.d", error)) {
@@ -26,8 +26,7 @@ bool has_lavapipe() {
     return false;
 }
 
-/// The server that renders for virpipe. It has one socket for all, so that one test at a time has
-/// it.
+/// The server that renders for virpipe. It has one socket, so only one test at a time can use it.
 class VirglServer {
 public:
     VirglServer() {
@@ -83,7 +82,7 @@ std::ostream& operator<<(std::ostream& stream, const MesaRenderer& renderer) {
 }
 
 std::vector<MesaRenderer> mesa_renderers() {
-    // A layer of Mesa's Vulkan looks for a Wayland session, and complains where none can be.
+    // One of Mesa's Vulkan layers looks for a Wayland session and prints an error if there is none.
     const std::string session =
         "XDG_RUNTIME_DIR=" + std::filesystem::temp_directory_path().string();
     return {{"llvmpipe", {}},

@@ -1,4 +1,4 @@
-// The renderers of Mesa that the tests measure: two are always there, two where their packages are.
+// Mesa's renderers that the tests measure: two are always there, two if their packages are.
 
 #ifndef TEXPROBE_TESTS_MESA_RENDERER_H
 #define TEXPROBE_TESTS_MESA_RENDERER_H
@@ -12,9 +12,9 @@
 namespace texprobe::tests {
 
 struct MesaRenderer {
-    /// What GL_RENDERER begins with.
+    /// How GL_RENDERER begins.
     std::string name;
-    /// What makes Mesa choose it.
+    /// The variable that makes Mesa choose it.
     Environment environment;
 };
 
@@ -23,8 +23,8 @@ std::ostream& operator<<(std::ostream& stream, const MesaRenderer& renderer);
 /// llvmpipe, softpipe, zink on lavapipe, and virpipe.
 std::vector<MesaRenderer> mesa_renderers();
 
-/// Makes the renderer usable by the processes that are started from now on; returns what is
-/// missing, or nothing.
+/// Makes the renderer usable for processes started from now on. Returns what is missing, if
+/// anything.
 std::string prepare(const MesaRenderer& renderer);
 
 }  // namespace texprobe::tests

@@ -1,6 +1,6 @@
-// A driver that does not offer one extension: linked into a build of the tool, in front of the
-// system's OpenGL. The environment names the extension: MISSING_EXTENSION. Mesa's own variable for
-// that, MESA_EXTENSION_OVERRIDE, takes others away as well in some versions.
+// A driver that lacks one extension: linked into a build of the tool, before the system's OpenGL.
+// The environment variable MISSING_EXTENSION names it. Mesa's own MESA_EXTENSION_OVERRIDE removes
+// other extensions as well in some versions.
 
 #include <OpenGL/gl.h>
 #include <dlfcn.h>
@@ -10,7 +10,7 @@
 
 namespace {
 
-/// `words`, which blanks separate, without `word`.
+/// `words`, separated by blanks, without `word`.
 std::string without(const std::string& words, const std::string& word) {
     std::string padded = " " + words + " ";
     const std::size_t found = padded.find(" " + word + " ");

@@ -1,5 +1,5 @@
-// Variables of Mesa's that change what the software renderer offers: the tool takes it for another
-// renderer then.
+// With Mesa's variables that change what the software renderer offers, the tool measures another
+// renderer.
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-// The tool, as it is built for users but for the place of its records, on real renderers.
+// The tool, as built for users except for the location of its records, on real renderers.
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -63,7 +63,7 @@ protected:
     const ToolFolder folder_;
 };
 
-/// The same on a driver that lacks the extension.
+/// The same with a driver that lacks the extension.
 class RenderersWithout : public Renderers {
 protected:
     RenderersWithout() : Renderers(TOOL_WITHOUT_EXTENSION) {}
@@ -94,7 +94,7 @@ TEST_P(Renderers, first_run_finds_what_mesa_certainly_does) {
     for (const char* format : {"GL_RGBA8", "GL_RGBA16", "GL_RGBA32F_ARB", "GL_LUMINANCE8"}) {
         EXPECT_TRUE(transcript->verdicts.at(std::string(format) + "_SUPPORTED")) << format;
     }
-    // 8-bit BGRA survives every way there is.
+    // 8-bit BGRA passes every test.
     for (const char* key : {"GL_RGBA8_RENDERABLE", "GL_RGBA8_UPLOAD_SET", "GL_RGBA8_UPLOAD_RESET",
                             "GL_RGBA8_DOWNLOAD_GET", "GL_RGBA8_DOWNLOAD_READ"}) {
         EXPECT_TRUE(transcript->verdicts.at(key)) << key;
@@ -180,7 +180,7 @@ TEST_P(RenderersWithout, framebuffer_objects_nothing_is_renderable_and_downloads
         EXPECT_EQ(records.count(format + "_DOWNLOAD_GET"), 0u) << format;
         EXPECT_EQ(records.count(format + "_DOWNLOAD_READ"), 0u) << format;
     }
-    // Drawing goes to the pixel buffer itself, from which an upload still comes back.
+    // Drawing goes to the pixel buffer itself; uploads still come back from it.
     EXPECT_EQ(records.at("GL_RGBA8_UPLOAD_SET"), "boolean 1");
 }
 

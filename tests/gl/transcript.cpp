@@ -17,7 +17,7 @@ public:
     bool done() const { return done_; }
     const std::string& line() const { return line_; }
 
-    /// The text behind `prefix`, which the current line must begin with; goes to the next line.
+    /// The text after `prefix`, with which the current line must begin; moves on to the next line.
     std::string after(const std::string& prefix) {
         if (done_ || line_.compare(0, prefix.size(), prefix) != 0) fail(prefix);
         std::string rest = line_.substr(prefix.size());

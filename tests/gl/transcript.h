@@ -1,5 +1,5 @@
-// Reads what a run of the tool printed for one renderer, strictly: every line must be the one that
-// the verdicts before it call for.
+// Reads a run's output for one renderer strictly: every line must follow from the verdicts before
+// it.
 
 #ifndef TEXPROBE_TESTS_TRANSCRIPT_H
 #define TEXPROBE_TESTS_TRANSCRIPT_H
@@ -26,8 +26,7 @@ struct Transcript {
 };
 
 /// Reads the whole text: one transcript per renderer run. Throws std::runtime_error, naming the
-/// line, at the first line that should not stand where it does. With `measured` false, no test line
-/// may occur.
+/// line, at the first unexpected line. If `measured` is false, no test line may occur.
 std::vector<Transcript> read_transcripts(const std::string& err, bool measured);
 
 }  // namespace texprobe::tests

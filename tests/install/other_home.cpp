@@ -1,5 +1,5 @@
-// Preloaded: gives the user another home, the folder named by $OTHER_HOME, so that what is
-// installed for users cannot touch the records of the user who tests it.
+// Preloaded: gives the user the home folder named by $OTHER_HOME, so that the installed tool cannot
+// touch the records of the user who runs the test.
 
 #include <pwd.h>
 #include <stdlib.h>

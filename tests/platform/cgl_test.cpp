@@ -97,7 +97,7 @@ TEST_F(Cgl, gives_a_compatibility_profile_with_eight_bits_a_channel) {
     ASSERT_EQ(CGLSetCurrentContext(context), kCGLNoError);
     const auto* version = reinterpret_cast<const char*>(glGetString(GL_VERSION));
     EXPECT_THAT(version, testing::HasSubstr("Compatibility Profile"));
-    // Only a compatibility profile has one string of all extensions.
+    // Only compatibility profiles have one string of all extensions.
     EXPECT_NE(glGetString(GL_EXTENSIONS), nullptr);
     for (const int channel : {GL_RED_BITS, GL_GREEN_BITS, GL_BLUE_BITS, GL_ALPHA_BITS}) {
         GLint bits = 0;

@@ -18,7 +18,7 @@ CFStringRef ascii(const char* text) {
     return CFStringCreateWithCString(nullptr, text, kCFStringEncodingASCII);
 }
 
-/// The text of an owned string, which is given back.
+/// The text of an owned string, which is released.
 std::string take(CFStringRef string) {
     if (!string) return "(none)";
     std::string text = CFStringGetCStringPtr(string, kCFStringEncodingMacRoman);

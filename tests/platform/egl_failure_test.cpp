@@ -1,5 +1,5 @@
-// CGL's functions on the software renderer of this machine, where a call of EGL fails on order:
-// this program's own definitions of these calls come before those of libEGL.
+// CGL's functions on the software renderer of this machine, with EGL calls that fail when a test
+// says so: this program's own definitions of these calls replace libEGL's.
 
 #include <EGL/egl.h>
 #include <OpenGL/OpenGL.h>
@@ -13,7 +13,7 @@ namespace {
 
 std::string_view failing_call;
 
-/// EGL's own function; null when it is the one to fail.
+/// EGL's own function; null if this call is to fail.
 template <typename Function>
 Function next(const char* name, Function) {
     return failing_call == name ? nullptr : reinterpret_cast<Function>(dlsym(RTLD_NEXT, name));
@@ -54,7 +54,7 @@ EGLint eglGetError() {
 
 namespace {
 
-/// A pixel format, a context and a pixel buffer, made before anything fails.
+/// A pixel format, a context and a pixel buffer, created before anything fails.
 class EglFailure : public testing::Test {
 protected:
     void SetUp() override {

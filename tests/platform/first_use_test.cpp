@@ -19,7 +19,8 @@ std::atomic<bool> is_asked{false};
 
 extern "C" {
 
-/// What the C library's own does, counted. That one is linked into each program, so this one wins.
+/// Does what the C library's own does, and counts. That one is linked statically, so this replaces
+/// it.
 int __register_atfork(void (*)(), void (*)(), void (*)(), void*) noexcept;  // NOLINT
 int pthread_atfork(void (*prepare)(), void (*parent)(), void (*child)()) noexcept {
     ++registrations;
@@ -29,7 +30,7 @@ int pthread_atfork(void (*prepare)(), void (*parent)(), void (*child)()) noexcep
 
 namespace texprobe::platform {
 
-/// Takes its time, so that the fork comes in the midst of the first use.
+/// Slow, so that the fork happens during the first use.
 std::string records_directory() {
     is_asked = true;
     std::this_thread::sleep_for(std::chrono::milliseconds(300));
@@ -43,8 +44,8 @@ TEST(FirstUse, finds_forks_provided_for) {
 }
 
 TEST(FirstUse, in_another_thread_does_not_hang_a_forked_child) {
-    // The thread outlives the fork: the child would be taken for having left one that has ended
-    // unjoined.
+    // The thread outlives the fork. Otherwise the thread sanitizer would report it in the child as
+    // ended but not joined.
     std::atomic<bool> isForked{false};
     std::thread first([&isForked] {
         RecordStore::of_process().value("app", "key");

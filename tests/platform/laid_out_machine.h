@@ -9,7 +9,7 @@
 
 namespace texprobe::tests {
 
-/// A folder that lives as long as this object.
+/// A folder that exists as long as this object.
 class TemporaryFolder {
 public:
     TemporaryFolder();
@@ -19,7 +19,7 @@ public:
 
     const std::filesystem::path& path() const { return path_; }
 
-    /// Writes a file below the folder, and the directories on the way to it.
+    /// Writes a file below the folder, and creates the directories that lead to it.
     void write(const std::filesystem::path& file, const std::string& text) const;
 
 private:
@@ -33,8 +33,8 @@ public:
     void add_connector(const std::string& name, const std::string& status,
                        const std::string& enabled) const;
 
-    /// A GPU in a slot such as "pci0000:00/0000:01:00.0", with its DRM nodes, as the kernel shows
-    /// it: the nodes' entries are links into the device's directory.
+    /// A GPU in a slot such as "pci0000:00/0000:01:00.0", with its DRM nodes, laid out as by the
+    /// kernel: the nodes' entries are links into the device's directory.
     void add_gpu(const std::string& slot, const std::vector<std::string>& nodes,
                  const std::string& vendor, const std::string& device,
                  const std::string& driver) const;

@@ -1,5 +1,5 @@
-// Listing renderers inside an application. Nothing in this program opens a device before a test
-// that says so: the tests look at what listing leaves alone.
+// Listing renderers in an application. Nothing in this program opens a device before a test that
+// does so explicitly, because the tests check what listing leaves alone.
 
 #include <EGL/egl.h>
 #include <EGL/eglext.h>
@@ -48,7 +48,7 @@ bool is_initialized(EGLDisplay display) {
     return eglQueryString(display, EGL_VERSION) != nullptr;
 }
 
-/// An application's own context on a surface of its own, current while it lives.
+/// An application's own context on its own surface, current as long as it exists.
 class ApplicationContext {
 public:
     explicit ApplicationContext(EGLDisplay display) : display_(display) {
@@ -95,7 +95,7 @@ TEST(Listing, initializes_no_display_and_opens_no_device) {
         const std::string file = std::filesystem::read_symlink(descriptor.path(), error);
         EXPECT_EQ(file.rfind("/dev/dri/", 0), std::string::npos) << file;
     }
-    // The test would see a display that is initialized, and a driver that is loaded.
+    // The check does detect an initialized display and a loaded driver.
     EGLDisplay last = device_displays().back();
     ASSERT_TRUE(eglInitialize(last, nullptr, nullptr));
     EXPECT_TRUE(is_initialized(last));

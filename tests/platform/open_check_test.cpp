@@ -1,4 +1,4 @@
-// What the child process that opens a device tells of it, on scripted devices.
+// What the child process that opens a device reports, on scripted devices.
 
 #include "CGL/open_check.h"
 
@@ -164,7 +164,7 @@ TEST(OpenCheck, works_where_the_application_ignores_its_children) {
 }
 
 TEST(OpenCheck, works_while_signals_arrive) {
-    // A handler without SA_RESTART interrupts the waiting.
+    // A handler without SA_RESTART interrupts the wait.
     struct sigaction action = {};
     struct sigaction before = {};
     action.sa_handler = [](int) {};

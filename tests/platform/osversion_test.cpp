@@ -261,7 +261,7 @@ TEST(BuildId, survives_every_byte_being_any_of_the_worst) {
 }
 
 TEST(BuildId, of_a_real_library_is_found) {
-    // A SHA-1, where a size and a time would be longer.
+    // As long as a SHA-1; a size and a time would be longer.
     EXPECT_EQ(identify_library("/proc/self/exe").size(), 20u);
     EXPECT_EQ(identify_library("/missing"), "");
     EXPECT_EQ(identify_library("/"), "");
@@ -287,7 +287,7 @@ TEST(OsVersion, begins_with_the_release_of_the_kernel) {
 }
 
 TEST(OsVersion, is_the_same_in_an_empty_environment) {
-    // The process that asks in an empty environment is this program again.
+    // This program again, in an empty environment, prints the build string.
     int ends[2];
     ASSERT_EQ(pipe(ends), 0);
     const pid_t child = fork();

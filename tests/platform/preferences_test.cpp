@@ -27,7 +27,7 @@ namespace {
 using texprobe::tests::errors_of;
 using texprobe::tests::query;
 
-/// An application whose name no other test of this process has.
+/// An application name that no other test in this process uses.
 CFStringRef app_of_test() {
     const auto* test = testing::UnitTest::GetInstance()->current_test_info();
     return __CFStringMakeConstantString(test->name());
@@ -51,7 +51,7 @@ void set_number(const char* key, double value) {
     CFRelease(number);
 }
 
-/// "true", "false", or "none" for what cannot be read as a boolean.
+/// "true", "false", or "none" for a value that cannot be read as a boolean.
 std::string boolean(const char* key) {
     Boolean valid = 77;
     const Boolean value =
@@ -147,7 +147,7 @@ TEST(Preferences, replace_a_value_by_one_of_another_type) {
     CFPreferencesSetAppValue(CFSTR("key"), kCFBooleanTrue, app_of_test());
     ASSERT_TRUE(CFPreferencesAppSynchronize(app_of_test()));
     EXPECT_EQ(stored("key"), "boolean|1\n");
-    // Equal as numbers, and yet another value.
+    // Equal as numbers, but a different value.
     set_number("key", 1);
     ASSERT_TRUE(CFPreferencesAppSynchronize(app_of_test()));
     EXPECT_EQ(stored("key"), "double|1.0\n");

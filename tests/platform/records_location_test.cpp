@@ -1,4 +1,4 @@
-// Where the user's records are. Looks, and writes nothing.
+// Where the user's records are. Only looks, and writes nothing.
 
 #include <RecordStore/location.h>
 #include <gtest/gtest.h>
@@ -24,7 +24,7 @@ TEST(RecordsDirectory, is_below_the_home_of_the_password_entry_whatever_the_envi
     EXPECT_EQ(records_directory(), expected);
 }
 
-/// What records_directory() says in a process of a user without a password entry.
+/// What records_directory() returns in a process of a user without a password entry.
 std::string directory_of_unknown_user(const char* home) {
     int ends[2];
     if (pipe(ends) != 0) return "no pipe";

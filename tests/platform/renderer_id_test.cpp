@@ -1,5 +1,5 @@
-// What a renderer ID depends on, and what it does not. The records of every user are found by these
-// numbers: a change here loses all verdicts.
+// What a renderer ID depends on, and what it does not. Every user's records are found by these
+// numbers: if they change, all verdicts are lost.
 
 #include <gtest/gtest.h>
 
@@ -29,7 +29,7 @@ std::uint32_t id_of_gpu(const std::string& slot, const std::string& node,
     return renderer_id(list_devices(egl.functions(), machine.sysfs()).at(0).identity, "");
 }
 
-// Computed apart from this program, with FNV-1a over the identity, a line feed and the overrides.
+// Computed without this program: FNV-1a over the identity, a line feed and the overrides.
 TEST(RendererId, is_the_published_hash) {
     EXPECT_EQ(renderer_id("software", ""), 0xbe457c6eu);
     EXPECT_EQ(renderer_id("software", "GALLIUM_DRIVER=softpipe\n"), 0x3534fc5du);
@@ -50,7 +50,7 @@ TEST(RendererId, of_a_gpu_depends_on_its_kernel_driver) {
     EXPECT_NE(id_of_gpu("pci0/a", "renderD128", "radeon"), 0x944e81a2u);
 }
 
-/// What a process with these variables and no others makes of them.
+/// The result in a process with these variables and no others.
 std::string overrides_of(const std::map<std::string, std::string>& variables) {
     clearenv();
     for (const auto& [name, value] : variables) setenv(name.c_str(), value.c_str(), 1);
@@ -90,7 +90,7 @@ TEST(DriverOverrides, leave_out_variables_that_change_no_verdict_and_no_string) 
               "");
 }
 
-// Each changes what Mesa 22.3 reports or does on a software renderer, as runs of the tool showed.
+// Each changes what Mesa 22.3 reports or does on a software renderer, as seen in runs of the tool.
 TEST(DriverOverrides, are_all_that_are_known_to_matter) {
     for (const std::string name :
          {"MESA_EXTENSION_OVERRIDE", "MESA_EXTENSION_MAX_YEAR", "MESA_GL_VERSION_OVERRIDE",

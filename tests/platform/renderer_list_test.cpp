@@ -1,4 +1,4 @@
-// Which renderers there are, which can be used, and how much they hold, on scripted devices.
+// The renderers on scripted devices: which there are, which can be used, and their memory.
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

@@ -1,4 +1,4 @@
-// A folder for one test, removed with all that is in it.
+// A folder for one test, removed with everything in it.
 
 #ifndef TEXPROBE_TESTS_SCRATCH_FOLDER_H
 #define TEXPROBE_TESTS_SCRATCH_FOLDER_H
@@ -15,7 +15,7 @@ namespace texprobe::tests {
 class ScratchFolder {
 public:
     ScratchFolder() {
-        // In memory where there is such a place: thousands of stores need not wait for a disk.
+        // In memory if possible, so that thousands of stores need not wait for a disk.
         const bool has_memory = access("/dev/shm", W_OK | X_OK) == 0;
         std::string name =
             has_memory ? "/dev/shm" : std::filesystem::temp_directory_path().string();

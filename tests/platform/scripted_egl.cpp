@@ -14,7 +14,7 @@ ScriptedEgl* script = nullptr;
 thread_local EGLint last_error = EGL_SUCCESS;
 thread_local std::size_t current = 0;
 
-// What all handles point to: the index of one is its place.
+// All handles point into this array; an object's index is its position.
 char handles[64];
 
 void* handle_of(std::size_t index) {
@@ -27,7 +27,7 @@ std::size_t index_of(const void* handle) {
 
 }  // namespace
 
-/// EGL's functions, on the script.
+/// EGL's functions, as scripted.
 struct Script {
     static ScriptedDevice& at(std::size_t index) { return script->devices_.at(index); }
 
@@ -94,7 +94,7 @@ struct Script {
     static EGLContext create_context(EGLDisplay display, EGLConfig config, EGLContext,
                                      const EGLint* attributes) {
         const std::size_t index = index_of(display);
-        // A version would give another profile than the compatible one.
+        // With a version, EGL would choose another profile.
         const bool versionless = !attributes || attributes[0] == EGL_NONE;
         const bool passed = passes(index, Step::kCreateContext, "create_context");
         script->log("config " + std::to_string(index_of(config)));
@@ -167,7 +167,8 @@ EGLDeviceEXT ScriptedEgl::device(std::size_t index) {
     return handle_of(index);
 }
 
-// A file, because the children's calls count too. Each line begins with the caller's process.
+// A file, because the calls of child processes count too. Each line begins with the caller's
+// process ID.
 void ScriptedEgl::log(const std::string& call) const {
     std::ofstream(folder_.path() / "calls", std::ios::app) << getpid() << ' ' << call << std::endl;
 }

@@ -1,4 +1,4 @@
-// An EGL whose devices do what a test tells them to.
+// A scripted EGL, whose devices do what a test tells them.
 
 #ifndef TEXPROBE_TESTS_SCRIPTED_EGL_H
 #define TEXPROBE_TESTS_SCRIPTED_EGL_H
@@ -13,7 +13,7 @@
 
 namespace texprobe::tests {
 
-/// The call that a device fails at.
+/// The call that fails on a device.
 enum class Step {
     kNone,
     kQueryDevices,
@@ -31,18 +31,18 @@ struct ScriptedDevice {
     std::map<EGLint, std::string> strings;
 
     Step fails_at = Step::kNone;
-    EGLint error = EGL_SUCCESS;           ///< What eglGetError says of that failure.
-    std::function<void()> on_initialize;  ///< Runs in eglInitialize, in whichever process that is.
+    EGLint error = EGL_SUCCESS;           ///< What eglGetError returns for that failure.
+    std::function<void()> on_initialize;  ///< Runs in eglInitialize, in any process.
     std::string gl_extensions;
     std::map<GLenum, GLint> gl_integers;
-    std::vector<int> config_bits = {8};  ///< The bits a channel of each configuration.
+    std::vector<int> config_bits = {8};  ///< The bits per channel of each configuration.
 };
 
 /// A hardware device with a render node.
 ScriptedDevice hardware(const std::string& node);
 ScriptedDevice software();
 
-/// The one EGL that is scripted at a time. Its devices are called by their index.
+/// There is one scripted EGL at a time. Its devices are referred to by index.
 class ScriptedEgl {
 public:
     explicit ScriptedEgl(std::vector<ScriptedDevice> devices);
@@ -53,12 +53,12 @@ public:
     platform::Egl functions() const;
     EGLDeviceEXT device(std::size_t index);
 
-    /// The calls so far, of this process and of its children: "initialize 0", say.
+    /// The calls so far, of this process and its children, such as "initialize 0".
     std::vector<std::string> calls() const;
-    /// Those that were made by this process.
+    /// The calls of this process only.
     std::vector<std::string> calls_here() const;
 
-    Step fails_at = Step::kNone;  ///< kQueryDevices, which concerns no single device.
+    Step fails_at = Step::kNone;  ///< kQueryDevices, which is for no single device.
 
 private:
     friend struct Script;

@@ -1,4 +1,4 @@
-// Databases that are damaged, foreign, lost or exchanged while the store is in use.
+// Databases that are damaged, foreign, lost or replaced while the store is in use.
 
 #include <algorithm>
 #include <chrono>
@@ -37,8 +37,8 @@ protected:
         store.unlock_after_fork();
     }
 
-    /// Somebody who looks says that the file is damaged and leaves it; somebody who writes keeps it
-    /// under another name.
+    /// A reader reports that the file is damaged and leaves it; a writer keeps it under another
+    /// name.
     void expect_put_aside(const std::string& reason) const {
         const std::string damaged = contents(database());
         EXPECT_EQ(errors_of([this] { EXPECT_FALSE(read("key").has_value()); }), refused(reason));
@@ -50,7 +50,7 @@ protected:
         EXPECT_EQ(rows("SELECT count(*) FROM records"), "1\n");
     }
 
-    /// Nobody changes the file, and a process that looks and writes says so in two lines.
+    /// The file is not changed, and a process that reads and writes prints two lines.
     void expect_left_alone(const std::string& reason) const {
         const std::string before = contents(database());
         const std::string said = errors_of([this] {
@@ -163,7 +163,7 @@ TEST_F(StoreDamage, is_not_a_format_that_this_sqlite_does_not_know) {
 TEST_F(StoreDamage, is_not_a_database_that_only_a_newer_sqlite_may_write) {
     write("key", true);
     std::string bytes = contents(database());
-    bytes[18] = 3;  // the lowest version of the format that may write the file
+    bytes[18] = 3;  // the lowest format version that may write the file
     replace(database(), bytes);
     expect_left_alone("attempt to write a readonly database");
     EXPECT_TRUE(same(*read("key"), true));
@@ -218,7 +218,7 @@ TEST_F(StoreDamage, of_the_log_is_noticed_by_a_run_that_has_it_open) {
                   EXPECT_TRUE(store.value(kApp, "second").has_value());
               }),
               refused("disk I/O error"));
-    // Nobody has the map of the log's old content any more.
+    // Now no process has the index of the log's old content any more.
     other.close();
     EXPECT_TRUE(store.synchronize(kApp));
     EXPECT_TRUE(same(*read("second"), true));
@@ -231,7 +231,7 @@ TEST_F(StoreDamage, that_another_process_has_put_aside_meanwhile_is_not_put_asid
     auto busy = std::make_unique<DirectoryLock>(directory(), DirectoryLock::kShared);
     std::string said;
     std::thread late([this, &said] { said = errors_of([this] { write("late", true); }); });
-    // By now it has met the damage and waits to be alone.
+    // By now it has found the damage and waits for the exclusive lock.
     std::this_thread::sleep_for(200ms);
     fs::rename(database(), aside());
     write("key", true);
@@ -253,7 +253,7 @@ TEST_F(StoreDamage, of_the_old_database_is_not_done_to_the_new_one_by_whoever_st
     RecordStore early(directory());
     early.change(kApp, {{"early", true}});
     ASSERT_TRUE(early.synchronize(kApp));
-    // Closing a database deletes its log by name: by now the name is the new one's.
+    // Closing a database deletes its log by name, and the name is the new log's by now.
     late.close();
     EXPECT_TRUE(fs::exists(database().string() + "-wal"));
     EXPECT_TRUE(same(*read("early"), true));

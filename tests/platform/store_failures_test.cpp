@@ -1,4 +1,4 @@
-// A store that cannot be written: one line, and the process goes on with what it has.
+// A store that cannot be written: one line, and the process continues with its own view.
 
 #include <sched.h>
 #include <sys/mount.h>
@@ -30,13 +30,13 @@ protected:
         return "*** texprobe records: cannot use " + path.string() + ": " + reason + "\n";
     }
 
-    /// What a process that could not store two records says when it ends.
+    /// What a process that could not store two records prints when it ends.
     std::string missing(const std::string& keys) const {
         return "*** texprobe records: 2 records are missing or in doubt in " + database().string() +
                ": " + keys + "; remove that file and run texprobe to measure everything again\n";
     }
 
-    /// An ordinary user, to whom the folders of the test are given.
+    /// An ordinary user, who gets the folders of the test.
     uid_t ordinary_user() const {
         if (geteuid() != 0) return geteuid();
         for (const auto& entry : fs::recursive_directory_iterator(home())) {
@@ -46,7 +46,7 @@ protected:
         return kAnotherUser;
     }
 
-    /// Sets two values, one a synchronization, neither of which reaches the disk.
+    /// Sets two values, with a synchronization each; neither reaches the disk.
     static bool goes_on_alone(RecordStore& store) {
         store.change(kApp, {{"first", true}});
         const bool first = store.synchronize(kApp);
@@ -59,7 +59,7 @@ protected:
 TEST_F(StoreFailures, of_a_folder_that_may_not_be_written_cost_one_line) {
     write("key", true);
     const uid_t user = ordinary_user();
-    // One's own folder is made writable again, so it is the one above that must refuse.
+    // The store restores write permission on its own folder, so the parent must refuse.
     fs::remove_all(directory());
     ASSERT_EQ(chmod(config().c_str(), 0500), 0);
     const std::string said = errors_of([this, user] {
@@ -74,8 +74,7 @@ TEST_F(StoreFailures, of_a_folder_that_may_not_be_written_cost_one_line) {
     ASSERT_EQ(chmod(config().c_str(), 0700), 0);
 }
 
-/// A process of its own with a file system of its own over the home; skipped where that is not
-/// allowed.
+/// A process with a file system of its own mounted at the home; skipped if mounting is not allowed.
 bool in_child_with_mount(const fs::path& home, const std::string& size, bool read_only,
                          const std::function<bool()>& before, const std::function<bool()>& action,
                          bool* allowed) {
@@ -148,8 +147,7 @@ TEST_F(StoreFailures, of_a_read_only_disk_do_not_make_old_records_of_those_in_a_
             home(), "1m", true,
             [this] {
                 write("key", false);
-                // A process that dies leaves its log; without the map to it, it cannot be read
-                // here.
+                // A process that dies leaves its log, which cannot be read here without its index.
                 const bool written = in_child([this] {
                     auto& store = *new RecordStore(directory());
                     store.change(kApp, {{"key", true}});
@@ -169,8 +167,8 @@ TEST_F(StoreFailures, of_a_read_only_disk_do_not_make_old_records_of_those_in_a_
 
 TEST_F(StoreFailures, of_a_full_disk_cost_one_line_and_are_made_up_for) {
     bool allowed = false;
-    // The file system's size in kilobytes, from one that holds next to nothing to one that has room
-    // for the first synchronization and not for the second.
+    // The file system's size in kilobytes: from room for almost nothing to room for the first
+    // synchronization but not for the second.
     for (const int size : {4, 8, 12, 16, 24, 32, 40, 44, 48}) {
         const std::string said = errors_of([this, size, &allowed] {
             const bool passed = in_child_with_mount(
@@ -191,7 +189,7 @@ TEST_F(StoreFailures, of_a_full_disk_cost_one_line_and_are_made_up_for) {
             EXPECT_EQ(passed, allowed) << size;
         });
         if (!allowed) GTEST_SKIP() << "mounting is not allowed here";
-        // The first thing that finds no room may be the folder.
+        // The folder may be the first thing for which there is no room.
         EXPECT_EQ(said.rfind("*** texprobe records: cannot use " + config().string(), 0), 0u);
         EXPECT_EQ(std::count(said.begin(), said.end(), '\n'), 1) << said;
     }
@@ -219,7 +217,7 @@ TEST_F(StoreFailures, of_a_file_size_limit_cost_one_line_and_not_the_process) {
     }
 }
 
-/// Another process's transaction, for as long as this object lives.
+/// Another process's transaction, as long as this object exists.
 class Holder {
 public:
     explicit Holder(const fs::path& database) {
@@ -290,7 +288,7 @@ TEST_F(StoreFailures, that_last_until_the_end_name_what_is_missing) {
     const std::string advice = "; remove that file and run texprobe to measure everything again\n";
     EXPECT_EQ(errors_of([&store] { store.close(); }),
               "*** texprobe records: 1 record is" + place + "GL_RGB8_SUPPORTED" + advice);
-    // Said once; what comes later is said again.
+    // Printed once, until more records are missing.
     EXPECT_EQ(errors_of([&store] { store.close(); }), "");
     errors_of([&store] {
         store.change(kApp, {{"a", true}, {"b", true}, {"c", true}});

@@ -1,4 +1,4 @@
-// Whose the store's files are, who may read them, and where they may lie.
+// The store's files: their owner, their permissions, and where they may be.
 
 #include <sys/resource.h>
 #include <sys/stat.h>
@@ -23,7 +23,7 @@ using texprobe::tests::same;
 
 class StoreFiles : public texprobe::tests::StoreFixture {
 protected:
-    /// The one line that a synchronization which cannot use the store writes, twice asked.
+    /// The one line printed by a process that twice fails to synchronize.
     std::string failure() const { return failure_in(directory()); }
     static std::string failure_in(const fs::path& directory) {
         RecordStore store(directory);
@@ -132,7 +132,7 @@ TEST_F(StoreFiles, that_are_not_a_store_keep_their_modes) {
               line(database(), "file is not a database"));
     EXPECT_EQ(mode_of(letter), 0644u);
     EXPECT_EQ(mode_of(directory()), 0755u);
-    // Somebody who writes makes a store in the link's place and leaves the text alone.
+    // A writer creates a store in place of the link and leaves its target alone.
     errors_of([this] { write("key", true); });
     EXPECT_EQ(contents(letter), "Dear reader, this is a text and no database.");
     EXPECT_EQ(mode_of(letter), 0644u);

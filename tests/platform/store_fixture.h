@@ -1,4 +1,4 @@
-// A user's store in a folder of the test, looked at with our code and with none of it.
+// A user's store in a folder of the test, examined with our code and without it.
 
 #ifndef TEXPROBE_TESTS_STORE_FIXTURE_H
 #define TEXPROBE_TESTS_STORE_FIXTURE_H
@@ -27,7 +27,7 @@ using platform::Changes;
 using platform::RecordStore;
 using platform::Value;
 
-/// Executes SQL on a database; the rows' columns joined by "|", each row ended by a line feed.
+/// Executes SQL on a database. Columns are joined by "|", and each row ends with a line feed.
 inline std::string query(const std::filesystem::path& database, const std::string& sql) {
     sqlite3* opened = nullptr;
     sqlite3_open(database.c_str(), &opened);
@@ -55,7 +55,7 @@ inline std::string errors_of(const std::function<void()>& action) {
     return testing::internal::GetCapturedStderr();
 }
 
-/// Runs `action` in a process of its own, as an ordinary user if this one is root. True when it
+/// Runs `action` in a separate process, as an ordinary user if this one is root. True if it
 /// returned true and did not die.
 inline bool in_child(const std::function<bool()>& action, uid_t user = geteuid()) {
     std::fflush(nullptr);
@@ -69,7 +69,7 @@ inline bool in_child(const std::function<bool()>& action, uid_t user = geteuid()
     return status == 0;
 }
 
-/// Somebody who is not root and not likely to be the user who runs the tests.
+/// A user other than root, and probably other than the one who runs the tests.
 constexpr uid_t kAnotherUser = 54321;
 
 class StoreFixture : public testing::Test {
@@ -92,7 +92,7 @@ protected:
 
     std::string rows(const std::string& sql) const { return query(database(), sql); }
 
-    /// Sets one value and synchronizes, as a process of its own would.
+    /// Sets one value and synchronizes, as a separate process would.
     void write(const std::string& key, const Value& value) const {
         RecordStore store(directory());
         store.change(kApp, {{key, value}});

@@ -1,4 +1,4 @@
-// What a synchronization asks of the disk.
+// The disk operations of a synchronization.
 
 #include <string>
 #include <vector>
@@ -16,12 +16,12 @@ using texprobe::tests::WatchedDisk;
 
 class StoreLog : public texprobe::tests::StoreFixture {
 protected:
-    /// 128 pages of 4096 bytes with a header of 24 each, behind a header of 32.
+    /// 128 pages of 4096 bytes, each with a header of 24, after a header of 32.
     static constexpr std::uintmax_t kLeast = 527'392;
 
     std::uintmax_t size() const { return std::filesystem::file_size(database().string() + "-wal"); }
 
-    /// `count` synchronizations of a changed record each.
+    /// `count` synchronizations, each of one changed record.
     void synchronize(RecordStore& store, int count) {
         for (int i = 0; i < count; ++i) {
             store.change(kApp, {{"key", ++last_}});
@@ -80,7 +80,7 @@ TEST_F(StoreLog, grows_where_the_disk_has_no_room_for_its_size) {
     RecordStore store(directory());
     EXPECT_EQ(errors_of([&] { synchronize(store, 3); }), "");
     EXPECT_EQ(refused, 1);
-    // Two pages of the first change, which makes the table, and one of each other.
+    // Two pages for the first change, which creates the table, and one for each other.
     EXPECT_EQ(size(), 32u + 4 * 4120);
     EXPECT_TRUE(same(*read("key"), 3.0));
 }

@@ -1,4 +1,4 @@
-// Several processes on one store, forks, and deaths.
+// Several processes that use one store, forks, and deaths.
 
 #include <atomic>
 #include <csignal>
@@ -19,7 +19,7 @@ using texprobe::tests::same;
 
 class StoreProcesses : public texprobe::tests::StoreFixture {
 protected:
-    /// Holds the lock of a writer in this process until it ends.
+    /// Holds the write lock in this process until it is destroyed.
     bool lock_database() const {
         sqlite3* opened = nullptr;
         return sqlite3_open(database().c_str(), &opened) == SQLITE_OK &&
@@ -108,12 +108,12 @@ TEST_F(StoreProcesses, that_are_killed_while_they_hold_the_lock_free_it) {
     close(ends[1]);
 }
 
-/// On the process's own store, which know of forks.
+/// On the process's own store, which handles forks.
 class Forks : public StoreProcesses {
 protected:
     static RecordStore& store() { return RecordStore::of_process(); }
 
-    /// Beside the executable, as long as the test's own application is used.
+    /// Beside the executable, as in all tests of this program.
     fs::path directory_of_process() const {
         return fs::read_symlink("/proc/self/exe").parent_path() / "records";
     }
@@ -158,7 +158,7 @@ TEST_F(Forks, while_another_thread_synchronizes_leave_both_processes_working) {
         for (int i = 0; !done; ++i) {
             store().change(app_, {{"busy", i % 2 == 0}});
             EXPECT_TRUE(store().synchronize(app_));
-            std::this_thread::sleep_for(100us);  // a mutex is not a queue: let the fork have it
+            std::this_thread::sleep_for(100us);  // mutexes are not fair: let the fork get it
         }
     });
     for (int i = 0; i < 20; ++i) {

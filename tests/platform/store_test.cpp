@@ -1,4 +1,4 @@
-// What is pending, what is on disk, and what another process sees. A second RecordStore stands for
+// What is pending, what is on disk, and what another process sees. A second RecordStore acts as
 // another process.
 
 #include <sys/resource.h>
@@ -235,7 +235,7 @@ TEST_F(Store, takes_names_and_folders_with_any_characters) {
     EXPECT_TRUE(same(*RecordStore((odd / "records").string()).value(app, key), true));
 }
 
-/// What a synchronization costs, on the disk.
+/// What a synchronization costs on the disk.
 class StoreOnDisk : public Store {
 protected:
     int syncs() const { return syncs_; }
@@ -367,7 +367,7 @@ TEST_F(Store, keeps_a_rollback_journal_where_it_is_asked_to) {
     EXPECT_FALSE(std::filesystem::exists(database().string() + "-wal"));
     EXPECT_EQ(rows("PRAGMA journal_mode"), "delete\n");
     opened.close(false);
-    // The next one may have a local disk again.
+    // The next process finds it on a local disk again.
     write("other", true);
     EXPECT_EQ(rows("PRAGMA journal_mode"), "wal\n");
     EXPECT_TRUE(same(*read("key"), true));

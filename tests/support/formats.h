@@ -7,8 +7,8 @@
 
 namespace texprobe::tests {
 
-/// The published value of an internal format, and how it travels: the names and values of its
-/// transfer format and type, and the bytes of one pixel.
+/// An internal format's published value and its transfer: the names and values of the transfer
+/// format and type, and the bytes per pixel.
 struct Format {
     const char* name;
     unsigned internalFormat;

@@ -1,4 +1,4 @@
-// Are two values of records the same, to the bit?
+// Bitwise comparison of two record values.
 
 #ifndef TEXPROBE_TESTS_SAME_VALUE_H
 #define TEXPROBE_TESTS_SAME_VALUE_H
@@ -10,7 +10,7 @@
 
 namespace texprobe::tests {
 
-/// The same type and the same bits: a NaN is the same as itself, -0.0 is not the same as 0.0.
+/// True for the same type and the same bits: a NaN equals itself, and -0.0 does not equal 0.0.
 inline bool same(const platform::Value& a, const platform::Value& b) {
     const auto* x = std::get_if<double>(&a);
     const auto* y = std::get_if<double>(&b);

@@ -1,5 +1,5 @@
-// What the sanitizers of instrumented tests pass over: OpenGL's own libraries are not instrumented,
-// keep memory until the process ends, and synchronize in ways that cannot be followed.
+// What the sanitizers ignore in instrumented tests: OpenGL's own libraries are not instrumented,
+// keep memory until the process ends, and synchronize in ways that sanitizers cannot follow.
 
 #pragma GCC visibility push(default)
 extern "C" {
@@ -11,9 +11,9 @@ int dlclose(void* library);
 }
 #pragma GCC visibility pop
 
-// Where a library's thread-local block begins, the sanitizers guess from its place in its page. A
-// guess that is wrong, which depends on no more than the length of a path, crashes the search for
-// leaks. So they do not look: the block is an allocation like any other.
+// Sanitizers guess where a library's thread-local block begins, from its position in its page. A
+// wrong guess, which may depend on the length of a path, crashes the leak check. So they must not
+// look; the block is an ordinary allocation.
 const char* __asan_default_options() {
     return "intercept_tls_get_addr=0";
 }
@@ -30,7 +30,7 @@ const char* __tsan_default_suppressions() {
     return "race:swrast_dri.so\n";
 }
 
-// A library that is gone cannot be named, and what it left behind could not be told from our own.
+// The leak check could not name a library that has been unloaded, nor tell its leaks from ours.
 int dlclose(void* /*library*/) {
     return 0;
 }

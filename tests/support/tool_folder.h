@@ -1,4 +1,4 @@
-// A folder of its own for one test, with copies of executables whose records lie beside them.
+// A folder for one test, with copies of executables, which keep their records beside themselves.
 
 #ifndef TEXPROBE_TESTS_TOOL_FOLDER_H
 #define TEXPROBE_TESTS_TOOL_FOLDER_H
@@ -10,7 +10,7 @@
 
 namespace texprobe::tests {
 
-/// What a process did: its wait status and all that it wrote.
+/// The result of a process: its wait status and everything that it wrote.
 struct Finished {
     int status = 0;
     std::string out;
@@ -19,7 +19,7 @@ struct Finished {
     bool exited_with(int code) const;
 };
 
-/// Environment variables, "NAME=value" each. Nothing of the test's own environment is inherited.
+/// Environment variables, each "NAME=value". Nothing is inherited from the test's own environment.
 using Environment = std::vector<std::string>;
 
 /// One record as its type and text, such as "boolean 1" or "string Mesa".
@@ -29,7 +29,7 @@ using RecordSets = std::map<std::string, Records>;
 
 class ToolFolder {
 public:
-    /// Makes the folder and copies `executable` into it under the name "texprobe".
+    /// Creates the folder and copies `executable` into it as "texprobe".
     explicit ToolFolder(const std::filesystem::path& executable);
     ~ToolFolder();
     ToolFolder(const ToolFolder&) = delete;
@@ -43,7 +43,7 @@ public:
     Finished run(const std::vector<std::string>& arguments = {},
                  const Environment& environment = {}) const;
 
-    /// Everything in the store, read without any of texprobe's own code.
+    /// Everything in the store, read without texprobe's own code.
     RecordSets records() const;
 
     /// Runs one SQL statement on the store.

@@ -1,5 +1,5 @@
-// The turn of the tests' tools lies beside the executable, as their records do. A file "patience"
-// there says after how many looks a run counts as hanging.
+// The measuring turn of the tests' tools is beside the executable, like their records. A file
+// "patience" there gives the number of looks after which a run counts as hanging.
 
 #include <filesystem>
 #include <fstream>

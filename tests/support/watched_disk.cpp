@@ -14,7 +14,7 @@ namespace {
 sqlite3_vfs* real_vfs = nullptr;
 WatchedDisk::Listener listener;
 
-/// What SQLite calls a file: its methods first, and behind it the file that does the work.
+/// What SQLite sees as a file: the methods come first, followed by the real file.
 struct File {
     sqlite3_file base;
     const char* path;
@@ -37,7 +37,7 @@ const sqlite3_io_methods& methods(sqlite3_file* file) {
 int tell(DiskEvent::Kind kind, const char* path, sqlite3_int64 offset = 0,
          std::string_view bytes = {}) {
     const int code = path ? listener({kind, path, offset, bytes}) : SQLITE_OK;
-    // SQLite asks the system for the reason.
+    // SQLite reads the reason from errno.
     if (code != SQLITE_OK) errno = code == SQLITE_FULL ? ENOSPC : EIO;
     return code;
 }
@@ -61,7 +61,7 @@ int file_truncate(sqlite3_file* file, sqlite3_int64 size) {
     return code != SQLITE_OK ? code : methods(file).xTruncate(real(file), size);
 }
 
-/// Told, and not done: no test takes the power away, and most of them would wait for nothing else.
+/// Reported but not done: no test cuts the power, and most of them would only wait for syncs.
 int file_sync(sqlite3_file* file, int) {
     return tell(DiskEvent::kSync, file_of(file).path);
 }
@@ -168,7 +168,7 @@ WatchedDisk::WatchedDisk(Listener its_listener) {
     vfs_.szOsFile = static_cast<int>(sizeof(File)) + real_vfs->szOsFile;
     vfs_.xOpen = disk_open;
     vfs_.xDelete = disk_delete;
-    // As the default it comes before the one whose name it bears.
+    // As the default it takes precedence over the real one of the same name.
     sqlite3_vfs_register(&vfs_, 1);
 }
 

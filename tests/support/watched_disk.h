@@ -1,5 +1,5 @@
-// SQLite's own file layer with a listener in front: a test counts, records or refuses what reaches
-// the disk. Registered under the layer's own name, since the store asks for it by name.
+// SQLite's own VFS behind a listener: a test counts, records or refuses what reaches the disk. It
+// is registered under the original's name, because the store asks for that.
 
 #ifndef TEXPROBE_TESTS_WATCHED_DISK_H
 #define TEXPROBE_TESTS_WATCHED_DISK_H
@@ -17,15 +17,15 @@ struct DiskEvent {
     enum Kind { kCreate, kWrite, kTruncate, kSync, kDelete, kShare };
     Kind kind;
     std::string_view path;
-    /// Of a write: where and what. Of a truncation: the new size.
+    /// For a write: its position and bytes. For a truncation: the new size.
     sqlite3_int64 offset = 0;
     std::string_view bytes = {};
 };
 
-/// One at a time. Databases that are open when it begins or ends stay with the layer they have.
+/// One at a time. Databases that are open when it is created or destroyed keep their VFS.
 class WatchedDisk {
 public:
-    /// Returns SQLITE_OK to let the event happen, or the error that it ends in.
+    /// Returns SQLITE_OK to let the event happen, or the error to fail with.
     using Listener = std::function<int(const DiskEvent&)>;
 
     explicit WatchedDisk(Listener listener);

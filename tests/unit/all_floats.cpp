@@ -1,5 +1,5 @@
-// Converts every float there is, and compares with the slow conversion. The tests of the suite take
-// a sample.
+// Converts every float and compares it with the slow conversion. The test suite only takes a
+// sample.
 
 #include <cinttypes>
 #include <cstddef>

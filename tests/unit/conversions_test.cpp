@@ -178,7 +178,7 @@ TEST(FloatConversion, equals_the_slow_one_for_every_sign_and_exponent) {
     std::mt19937 random(20);
     for (std::uint32_t signAndExponent = 0; signAndExponent < 512; ++signAndExponent) {
         for (int i = 0; i < 400; ++i) {
-            // The ends of the range of mantissas, then any.
+            // The ends of each range of mantissas, then random ones.
             const std::uint32_t mantissa = i < 8    ? static_cast<std::uint32_t>(i)
                                            : i < 16 ? 0x7FFFFFu - static_cast<std::uint32_t>(i - 8)
                                            : i < 39

@@ -1,4 +1,4 @@
-// The comparison again, as it is on processors that nothing is known of.
+// The comparison again, with the portable functions that other processors use.
 
 #define TEXPROBE_PORTABLE_LOOPS
 #define Dispatch PortableDispatch

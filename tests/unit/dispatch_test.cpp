@@ -1,4 +1,4 @@
-// The one entry point of the comparison: which kernel serves which pair of pixel types.
+// The comparison's single entry point: which kernel is used for which pair of pixel types.
 
 #include <gtest/gtest.h>
 
@@ -37,7 +37,7 @@ Bytes uniform(const Bytes& pixel) {
     return image;
 }
 
-/// Bytes enough for any layout and type, and for the element past a luminance-alpha image.
+/// Enough bytes for any layout and type, and for the element after a luminance-alpha image.
 Bytes random_bytes(unsigned seed) {
     std::mt19937 random(seed);
     Bytes bytes(kPixels * 4 * 4 + 4);
@@ -57,7 +57,7 @@ TEST(Dispatch, of_an_image_and_its_copy_gives_0_for_every_format_but_luminance_a
     const Bytes copy(image.begin(), image.end());
     for (const unsigned type : kTypes) {
         for (const unsigned format : kFormats) {
-            // There each alpha is compared with the next luminance.
+            // Here each alpha is compared with the next luminance.
             if (format == GL_LUMINANCE_ALPHA && type != kPacked) continue;
             EXPECT_EQ(distance(image, format, type, copy, format, type), 0u)
                 << std::hex << format << " " << type;
@@ -201,14 +201,14 @@ float float_of_bits(std::uint32_t bits) {
     return value;
 }
 
-/// Fills `image` with elements of `type`, as far as whole elements go.
+/// Fills `image` with as many elements of `type` as fit.
 using Fill = void (*)(unsigned type, unsigned seed, GuardedImage& image);
 
 void fill_randomly(unsigned, unsigned seed, GuardedImage& image) {
     image.fill_randomly(seed);
 }
 
-/// The ends of the range, among values in between.
+/// The ends of the range among ordinary values.
 void fill_with_extremes(unsigned type, unsigned seed, GuardedImage& image) {
     std::mt19937 random(seed);
     const std::size_t elementSize = element_size(type);
@@ -218,7 +218,7 @@ void fill_with_extremes(unsigned type, unsigned seed, GuardedImage& image) {
     }
 }
 
-/// What floats and halves have of special values, at every place of a vector register.
+/// Special values of floats and halves, at every position of a vector register.
 void fill_with_special_values(unsigned type, unsigned seed, GuardedImage& image) {
     using Limits = std::numeric_limits<float>;
     const float floats[] = {0.0f,
@@ -268,8 +268,8 @@ void fill_with_the_pattern(unsigned type, unsigned, GuardedImage& image) {
     test_fill_data(image.data(), image.size(), type);
 }
 
-/// One side of a comparison: an image of exactly the size that may be read, once as memory and once
-/// converted slowly.
+/// One side of a comparison: an image of exactly the size that may be read, as memory and as slowly
+/// converted elements.
 struct Side {
     Side(unsigned format, unsigned type, std::size_t pastTheEnd, Fill fill, unsigned seed)
         : elements(elements_per_pixel(format) * kPixels + pastTheEnd),
@@ -300,7 +300,7 @@ private:
     std::map<std::pair<unsigned, unsigned>, std::unique_ptr<Side>> sides_;
 };
 
-/// The layout in which a side is really stored: four bytes per pixel when it is packed.
+/// The layout in which a side is really stored: four bytes per pixel if it is packed.
 unsigned stored_format(unsigned format, unsigned type, unsigned otherType, bool isSource) {
     const bool bytes = otherType == kPacked || (isSource && otherType == GL_UNSIGNED_BYTE);
     return type == kPacked && bytes ? kPacked : format;
@@ -330,9 +330,9 @@ void expect_equal_to_slow_comparison(Fill fill, unsigned seed) {
             }
         }
     }
-    // 16 cells without a packed side and 3 that keep the format have 30 pairs of layouts each; a
-    // packed source against bytes has the 3 pairs of the packed code, for each of 7 formats; two
-    // packed images have all 49.
+    // 16 cells without a packed side, and 3 that keep the format, have 30 pairs of layouts each. A
+    // packed source against bytes has the packed code's 3 pairs, for each of 7 formats. Two packed
+    // images have all 49.
     EXPECT_EQ(compared, 19 * 30 + 7 * 3 + 49);
 }
 
@@ -352,7 +352,7 @@ TEST(DispatchAgainstSlowComparison, gives_the_same_on_the_pattern) {
     expect_equal_to_slow_comparison(fill_with_the_pattern, 5);
 }
 
-/// All 65536 values of a 16-bit element against bytes that rise as the elements do.
+/// All 65536 values of a 16-bit element against bytes that increase with them.
 void expect_all_16_bit_values_equal_the_slow_comparison(unsigned type) {
     GuardedImage source(kPixels * 4);
     GuardedImage readBack(kPixels * 4 * 2);

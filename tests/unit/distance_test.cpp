@@ -23,7 +23,7 @@ constexpr unsigned kLayouts[] = {GL_RGB, GL_RGBA, GL_LUMINANCE, GL_LUMINANCE_ALP
 using Bytes = std::vector<std::uint8_t>;
 using Codes = std::vector<unsigned>;
 
-/// An image whose every pixel is `pixel`.
+/// An image with all pixels equal to `pixel`.
 template <typename Element>
 std::vector<Element> uniform(const std::vector<Element>& pixel) {
     std::vector<Element> image;
@@ -294,7 +294,7 @@ TEST(Distance, of_layouts_that_are_not_compared_is_all_ones_with_nothing_read) {
     constexpr unsigned kCodes[] = {GL_RGB,  GL_RGBA,   GL_LUMINANCE, GL_LUMINANCE_ALPHA, GL_BGR,
                                    GL_BGRA, kPacked,   GL_RED,       GL_ALPHA,           GL_RG,
                                    0,       0xFFFFFFFF};
-    // Where the images would be, reading faults.
+    // Any access to the images would crash.
     GuardedImage nothing(0);
     const auto* image = static_cast<const std::uint8_t*>(nothing.data());
     int refused = 0;

@@ -1,4 +1,4 @@
-// Memory for one image that faults when it is read or written outside of its bytes.
+// Memory for one image that crashes on any access outside of its bytes.
 
 #ifndef TEXPROBE_TESTS_GUARDED_IMAGE_H
 #define TEXPROBE_TESTS_GUARDED_IMAGE_H
@@ -12,8 +12,8 @@
 
 namespace texprobe::tests {
 
-/// `size` zero bytes that end where an inaccessible page begins. A whole number of pages also
-/// begins where one ends.
+/// `size` zero bytes that end at an inaccessible page. If that is a whole number of pages, they
+/// also begin after one.
 class GuardedImage {
 public:
     explicit GuardedImage(std::size_t size)
@@ -25,7 +25,7 @@ public:
             mmap(nullptr, accessible_ + 2 * page_, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
         if (mapping == MAP_FAILED) throw std::bad_alloc();
         mapping_ = static_cast<unsigned char*>(mapping);
-        // Systems differ in what they answer for no pages.
+        // Systems differ in what mprotect returns for zero pages.
         if (accessible_ > 0 &&
             mprotect(mapping_ + page_, accessible_, PROT_READ | PROT_WRITE) != 0) {
             munmap(mapping_, accessible_ + 2 * page_);

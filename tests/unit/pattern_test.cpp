@@ -110,7 +110,7 @@ TEST(Pattern, of_halves_converts_every_16_bit_element_in_memory_order) {
 }
 
 TEST(Pattern, of_halves_gives_the_values_worked_out_by_hand) {
-    EXPECT_EQ(pattern_half(0x0000), 0x0200);  // The two smallest are the same on purpose.
+    EXPECT_EQ(pattern_half(0x0000), 0x0200);  // Existing records were made with this pattern.
     EXPECT_EQ(pattern_half(0x0001), 0x0200);
     EXPECT_EQ(pattern_half(0x0002), 0x0300);
     EXPECT_EQ(pattern_half(0x0003), 0x0400);  // 2^-14

@@ -7,7 +7,7 @@ int randomCalls = 0;
 
 }  // namespace texprobe::tests
 
-// Without the library's header, whose declaration says more on some systems than on others.
+// Without the library's header, whose declaration is stricter on some systems.
 extern "C" long random();
 
 long random() {

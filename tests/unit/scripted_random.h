@@ -1,4 +1,4 @@
-// random() as the test says: the library's own is replaced in the whole program.
+// A scripted random(), which replaces the library's in the whole program.
 
 #ifndef TEXPROBE_TESTS_SCRIPTED_RANDOM_H
 #define TEXPROBE_TESTS_SCRIPTED_RANDOM_H
@@ -8,7 +8,7 @@ namespace texprobe::tests {
 /// What random() returns.
 extern long scriptedRandom;
 
-/// How often it was called.
+/// The number of calls so far.
 extern int randomCalls;
 
 }  // namespace texprobe::tests

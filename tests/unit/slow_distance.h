@@ -1,5 +1,5 @@
-// The comparison once more, written down literally and without regard to speed, to check the
-// product's against. Shares no code with it.
+// The comparison again, written literally and slowly, to check the product's. Shares no code with
+// it.
 
 #ifndef TEXPROBE_TESTS_SLOW_DISTANCE_H
 #define TEXPROBE_TESTS_SLOW_DISTANCE_H
@@ -24,8 +24,7 @@ std::size_t elements_per_pixel(unsigned format);
 /// All elements of an image of `type` on the 8-bit scale.
 std::vector<int> slow_8bit_elements(const void* data, std::size_t count, unsigned type);
 
-/// The distance of two images that are given on the 8-bit scale, with the layouts and types that
-/// they had.
+/// The distance of two images on the 8-bit scale, for the layouts and types that they had.
 std::uint64_t slow_distance(const std::vector<int>& source, unsigned sourceFormat,
                             unsigned sourceType, const std::vector<int>& readBack,
                             unsigned readFormat, unsigned readType);

@@ -1,4 +1,4 @@
-// The system's build string under many threads. On one, the test driver's calls show it.
+// Many threads read the system's build string. The test driver's calls cover a single thread.
 
 #include <gtest/gtest.h>
 
@@ -19,7 +19,7 @@ std::atomic<int> calls{0};
 
 }  // namespace
 
-/// A system that takes its time before it fills the text in.
+/// A slow system, which takes its time to write the text.
 extern "C" int sysctlbyname(const char*, void* old, std::size_t* length, void*, std::size_t) {
     ++calls;
     *length = sizeof kBuild;

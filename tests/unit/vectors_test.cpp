@@ -1,4 +1,4 @@
-// The conversions as compiled for each kind of vectors that this processor has.
+// The conversions as compiled for each kind of vector that this processor has.
 
 #include <gtest/gtest.h>
 
@@ -25,7 +25,7 @@ std::vector<QORFloat16> all_halves() {
     return halves;
 }
 
-/// Floats of every sign and exponent, the ends of each range of mantissas among them.
+/// Floats of every sign and exponent, with the ends of each range of mantissas.
 std::vector<float> floats_of_every_kind() {
     std::mt19937 random(31);
     std::vector<float> floats;

@@ -28,7 +28,7 @@ unsigned calls = 0;
 unsigned callsInTest = 0;
 std::string test;
 
-/// The words of a file under /proc, which NULs end, with a space before each.
+/// The NUL-terminated words of a file under /proc, with a space before each.
 std::string words_of(const char* path) {
     std::ifstream file(path, std::ios::binary);
     std::string text;
@@ -68,7 +68,7 @@ int signal_named(const std::string& name) {
     return 0;
 }
 
-/// Returns when another process has sent all of it.
+/// Returns when the other process has sent all signals.
 void interrupt(const Interruption& interruption) {
     const pid_t interrupted = getpid();
     const pid_t sender = __real_fork();
@@ -77,7 +77,7 @@ void interrupt(const Interruption& interruption) {
             usleep(1000 * milliseconds);
             kill(interrupted, signal_named(signal));
         }
-        // A sanitizer's _exit would print what waits in the parent's buffer.
+        // Not _exit, which under a sanitizer would print the parent's buffered output.
         raise(SIGKILL);
     }
     // The thread sanitizer delivers signals while a thread sleeps.
@@ -112,7 +112,7 @@ void die(const std::string& way) {
         raise(SIGSTOP);
         return;
     }
-    // As a driver gives up: whatever handlers there are.
+    // As a driver that gives up does, with handlers in place.
     if (const int signal = signal_named(way)) raise(signal);
     std::fprintf(stderr, "no way to die: %s\n", way.c_str());
     std::abort();

@@ -43,8 +43,7 @@ CGLError failure(const char* name) {
     return static_cast<CGLError>(fakes::failure(name));
 }
 
-/// The number in an attribute list: renderer IDs stand there too, which the enumeration does not
-/// have.
+/// An entry of an attribute list as a number: renderer IDs are not in the enumeration.
 int number_of(const CGLPixelFormatAttribute& attribute) {
     static_assert(sizeof(int) == sizeof attribute, "attributes are 32-bit numbers");
     int number = 0;
@@ -86,7 +85,7 @@ CGLError CGLQueryRendererInfo(GLuint mask, CGLRendererInfoObj* info, GLint* coun
     for (const fakes::Renderer& renderer : fakes::script().renderers) {
         if (renderer.mask & mask) (*info)->renderers.push_back(&renderer);
     }
-    // An empty list is reported below zero, which stands for none as well.
+    // An empty list has a negative count, which the product must also treat as empty.
     *count = (*info)->renderers.empty() ? -1 : static_cast<GLint>((*info)->renderers.size());
     return kCGLNoError;
 }

@@ -2,24 +2,24 @@
 // of counters over the record store, random(), fork() and waitpid(). They are linked into
 // `texprobe_on_fakes`, the tool that the tests run, and never into the tool itself.
 //
-// They model just enough of a renderer that a run gives sensible verdicts; they are for order,
-// messages, failures and deaths. Safe mode empties the environment, so their orders lie in a file
-// beside the executable, and what they report does too:
+// They model just enough of a renderer to give sensible verdicts. They serve tests of order,
+// messages, failures and deaths. Safe mode empties the environment, so their orders are in a file
+// beside the executable, and so is what they report:
 //
 //   EXECUTABLE.script   the orders, one a line, see below
 //   EXECUTABLE.calls    every call as a line of text, when the script says "log"
-//   EXECUTABLE.died     made by a death that is to happen once
+//   EXECUTABLE.died     created by a death that happens only once
 //   EXECUTABLE.stopped  the process that stopped itself
 //
-// Orders (numbers as C writes them, GL names or numbers for formats, N counts from 1):
+// Orders (numbers as in C, formats as GL names or numbers, N counts from 1):
 //
 //   display ID MASK           an active display
 //   renderer MASK ID MEMORY   a renderer that drives the displays of MASK
-//   string NAME TEXT          what glGetString(NAME) gives on the renderer above
-//   null NAME                 it gives null
+//   string NAME TEXT          what glGetString(NAME) returns on the renderer above
+//   null NAME                 it returns null
 //   build TEXT                the system's build string
 //   fail CALL CODE [N]        the N-th such call, or every one, fails with CODE
-//   substitute T FORMAT OTHER the renderer takes OTHER for FORMAT when it defines texture T
+//   substitute T FORMAT OTHER the renderer uses OTHER for FORMAT when it defines texture T
 //   incomplete FORMAT         a render target of FORMAT is incomplete
 //   change KEY SUM            alters what the test of KEY reads back: the squares add up to SUM
 //   die WAY at N              dies at the process's N-th call
@@ -74,7 +74,7 @@ struct Death {
     unsigned call;
 };
 
-/// Signals from another process, each some milliseconds after the one before.
+/// Signals from another process. Each is sent some milliseconds after the previous one.
 struct Interruption {
     std::vector<std::pair<std::string, unsigned>> signals;
     unsigned call;
@@ -110,30 +110,30 @@ std::string beside_executable(const char* suffix);
 
 // Calls.
 
-/// Counts a call, writes it down and, when the script says so, dies here, before it has any effect.
+/// Counts a call and logs it. If the script says so, dies here, before the call has any effect.
 void call(const char* format, ...) __attribute__((format(printf, 1, 2)));
 
-/// Writes a line among the calls, without counting it.
+/// Logs a line that is no call and is not counted.
 void note(const char* format, ...) __attribute__((format(printf, 1, 2)));
 
 /// The code with which this call of `name` fails; 0 when it succeeds.
 int failure(const char* name);
 
-/// Between the synchronize that follows a provisional false of `key` and the writing of its
-/// verdict, the process is inside the test of `key`. Empty: outside the tests.
+/// From the synchronize after a provisional false of `key` to the verdict, the process is inside
+/// the test of `key`. Empty: outside all tests.
 void enter_test(const std::string& key);
 void leave_test();
 const std::string& current_test();
 
-/// An enumerant's name as the specification of OpenGL prints it, or its number.
+/// The name of an enumerant in the OpenGL specification, or its number.
 std::string name(GLenum value);
 /// The value of a name or a number.
 GLenum enumerant(const std::string& word);
 
 // The renderer.
 
-/// The bytes of a buffer object. They end at a page that nobody may touch, so that whoever reads
-/// past a mapping dies.
+/// The bytes of a buffer object. They end at an inaccessible page, so that reading past a mapping
+/// crashes.
 class GuardedMemory {
 public:
     explicit GuardedMemory(std::size_t size);
@@ -158,7 +158,7 @@ struct Buffer {
     bool mapped = false;
 };
 
-/// An image of 128 x 128 pixels as it was described, or no pixels at all: black.
+/// An image of 128 x 128 pixels as it was defined. Without pixels it is black.
 struct Image {
     GLenum internalFormat = 0;
     GLenum format = 0;
@@ -168,7 +168,7 @@ struct Image {
 
 std::size_t bytes_per_pixel(GLenum format, GLenum type);
 
-/// The image as red, green, blue, alpha bytes, to nearest.
+/// The image as red, green, blue and alpha bytes, rounded to nearest.
 std::vector<unsigned char> rgba_bytes(const Image& image);
 
 struct Context {
@@ -183,7 +183,7 @@ struct Context {
     bool texturing = false;
 };
 
-/// The current context. Without one the process is ended: no call may be made then.
+/// The current context. Ends the process if there is none, because no call is allowed then.
 Context& context();
 /// Whether a context is current.
 bool has_context();

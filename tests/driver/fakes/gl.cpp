@@ -36,7 +36,7 @@ std::string pointer_text(const void* pointer, GLuint buffer) {
     return pointer ? "memory" : "NULL";
 }
 
-/// The pixels that an upload names: client memory, or an offset into the bound unpack buffer.
+/// The pixels of an upload: client memory, or an offset into the bound unpack buffer.
 const unsigned char* source_of(const void* pointer) {
     const GLuint buffer = context().unpackBuffer;
     if (buffer == 0) return static_cast<const unsigned char*>(pointer);
@@ -70,14 +70,14 @@ void draw(const fakes::Image& source, fakes::Image* target) {
     }
 }
 
-/// The largest number of at most `limit` whose square is at most `sum`.
+/// The largest number, at most `limit`, whose square is at most `sum`.
 unsigned largest_root(unsigned long sum, unsigned limit) {
     unsigned root = limit;
     while (static_cast<unsigned long>(root) * root > sum) --root;
     return root;
 }
 
-/// Alters bytes so that the squares of the changes add up to what the script asks for.
+/// Alters bytes so that the squared differences add up to the sum in the script.
 void change(unsigned char* bytes, std::size_t count) {
     const auto found = fakes::script().changes.find(fakes::current_test());
     if (found == fakes::script().changes.end()) return;
@@ -206,7 +206,7 @@ GLenum glCheckFramebufferStatusEXT(GLenum target) {
                : static_cast<GLenum>(GL_FRAMEBUFFER_COMPLETE_EXT);
 }
 
-// How the product comes by the functions of extensions. Any other would be a change.
+// How the product gets extension functions. It may ask for no others.
 void (*eglGetProcAddress(const char* function))() {
     const std::string wanted = function;
     if (wanted == "glBindFramebufferEXT") {

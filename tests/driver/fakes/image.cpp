@@ -16,7 +16,7 @@ namespace {
 
 constexpr std::size_t kPixels = std::size_t{128} * 128;
 
-/// The channels, 0 red to 3 alpha, that the elements of a pixel hold, in memory order.
+/// The channels, from 0 for red to 3 for alpha, of a pixel's elements in memory order.
 std::vector<unsigned> channels(GLenum format) {
     switch (format) {
         case GL_RGB:

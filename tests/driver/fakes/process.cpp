@@ -1,4 +1,4 @@
-// What the product asks of the system library; the linker puts these in the way (--wrap).
+// The system calls that the product makes. The linker redirects them here (--wrap).
 
 #include <sys/wait.h>
 #include <unistd.h>

@@ -1,5 +1,5 @@
-// Counts what the product asks of the record store, passes it on, and tells by it when the process
-// is inside a test. The linker puts these in the way (--wrap).
+// Counts the product's calls of the record store and passes them on. They also show whether the
+// process is inside a test. The linker redirects them here (--wrap).
 
 #include <CoreFoundation/CoreFoundation.h>
 #include <RecordStore/location.h>
@@ -32,7 +32,7 @@ std::string describe(CFTypeRef value) {
     return text;
 }
 
-/// What another process sees now.
+/// What another process sees at this moment.
 void observe(CFStringRef appID) {
     const std::string& program = fakes::script().observer;
     if (program.empty()) return;

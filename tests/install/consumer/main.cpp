@@ -1,5 +1,5 @@
-// An application as its users write it: C++11, a context of its own, and functions that happen to
-// have the names of a platform's. Usage: consumer TOOL
+// An application as users write it: C++11, a context of its own, and functions that happen to have
+// a platform function's name. Usage: consumer TOOL
 
 #include <EGL/egl.h>
 #include <EGL/eglext.h>
@@ -8,7 +8,7 @@
 #include <cstdio>
 #include <cstdlib>
 
-// The library has functions of these names for itself. It must neither clash with these nor call
+// The library has its own functions of these names. It must neither conflict with these nor call
 // them.
 extern "C" {
 void CFRelease(const void*) {
