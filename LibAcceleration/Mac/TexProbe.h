@@ -37,9 +37,9 @@ namespace qor {
 /// Thread safety: construction belongs to the thread whose OpenGL context is current. The queries
 /// of a constructed object may be called from several threads at once.
 ///
-/// Errors: nothing is thrown by this class. A construction that finds no records and cannot produce
-/// them says so on standard error and leaves an empty object, for which every query prints its
-/// message and returns false. (std::bad_alloc may pass through the constructor.)
+/// Errors: the constructor throws nothing but std::bad_alloc. If it finds no records and the tool
+/// produces none, it prints that on standard error and leaves an empty object, for which every
+/// query prints its message and returns false.
 class QOR_TEXPROBE_EXPORT TexProbe {
 public:
     /// The verdicts on one format: six flags in bits 0 to 5 of a 32-bit record, the rest zero.

@@ -114,7 +114,7 @@ void MeasuringTurn::take() {
     }
 }
 
-/// Opens the file anew each time: it may have been replaced, and a network file system may report
+/// Reopens the file each time: it may have been replaced, and a network file system may report
 /// an old time until the file is opened.
 MeasuringTurn::Attempt MeasuringTurn::attempt() {
     // O_NONBLOCK, because opening anything but a regular file may block.
@@ -147,7 +147,8 @@ MeasuringTurn::Attempt MeasuringTurn::attempt() {
     return result;
 }
 
-/// Counts looks instead of time, because a clock goes on while this process itself is stopped.
+/// Counts looks instead of time, because a clock keeps running while this process itself is
+/// stopped.
 void MeasuringTurn::look_at_progress(const struct stat& file) {
     const bool same = is_same_file(file, seen_) && file.st_mtime == seen_.st_mtime;
     looksWithoutProgress_ = same ? looksWithoutProgress_ + 1 : 0;

@@ -20,7 +20,7 @@ public:
         : size_(size),
           page_(static_cast<std::size_t>(sysconf(_SC_PAGESIZE))),
           accessible_((size + page_ - 1) / page_ * page_) {
-        // cppcheck-suppress invalidFunctionArg  // No file stands behind anonymous memory.
+        // cppcheck-suppress invalidFunctionArg  // Anonymous memory has no file.
         void* mapping =
             mmap(nullptr, accessible_ + 2 * page_, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
         if (mapping == MAP_FAILED) throw std::bad_alloc();

@@ -192,7 +192,7 @@ inline const Kernel* find_kernel(unsigned firstFormat, unsigned secondFormat) {
 
 /// The mean, over the compared channels, of each channel's sum of squared differences on the 8-bit
 /// scale; kUnsupportedDistance, with nothing read, for layouts that are not compared. Both images
-/// hold 16384 pixels whatever `count` says; two luminance-alpha images need one more element in
+/// hold 16384 pixels, and `count` is ignored; two luminance-alpha images need one more element in
 /// `second`.
 template <typename T, typename U>
 unsigned long long distance_data_format(const U* first, unsigned firstFormat, const T* second,
@@ -265,7 +265,7 @@ inline unsigned long long distance_data_switch(const void* srcData, unsigned src
             return distance_from_source<QORFloat16>(srcData, srcFormat, readData, readFormat,
                                                     readType, pixelCount);
         case GL_UNSIGNED_INT_8_8_8_8_REV:
-            // Both packed: all four bytes in place, whatever the caller's formats say.
+            // Both packed: all four bytes in place; the caller's formats do not matter.
             if (readType == GL_UNSIGNED_INT_8_8_8_8_REV) {
                 return distance_from_source<std::uint8_t>(
                     srcData, kPackedBGRA, readData, kPackedBGRA, GL_UNSIGNED_BYTE, pixelCount);

@@ -34,8 +34,8 @@ struct Egl {
 /// The system's EGL. Queries the client extensions; initializes no display.
 const Egl& system_egl();
 
-/// Can EGL list devices? EGL_EXT_device_base says so, and so do the two extensions that replaced
-/// it.
+/// Can EGL list devices? EGL_EXT_device_base offers that, and so do the two extensions that it was
+/// split into.
 bool can_list_devices(const char* client_extensions);
 
 /// Is `name` one of the words of an extension string? A null string has none.

@@ -6,7 +6,7 @@
 // messages, failures and deaths. Safe mode empties the environment, so their orders are in a file
 // beside the executable, and so is what they report:
 //
-//   EXECUTABLE.script   the orders, one a line, see below
+//   EXECUTABLE.script   the orders, one per line, see below
 //   EXECUTABLE.calls    every call as a line of text, when the script says "log"
 //   EXECUTABLE.died     created by a death that happens only once
 //   EXECUTABLE.stopped  the process that stopped itself
