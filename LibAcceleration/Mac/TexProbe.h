@@ -7,7 +7,7 @@
 #include <map>
 
 // The two platform types in this interface, declared here exactly as CoreFoundation and OpenGL do,
-// so that an application is not made to include either.
+// so that applications need not include either.
 typedef const struct __CFString* CFStringRef;
 typedef unsigned int GLenum;
 
@@ -77,7 +77,7 @@ public:
     bool IsTextureFormatSupported(GLenum format, bool renderable) const;
     /// Does a sub-image upload from a pixel buffer object arrive as it was sent?
     bool IsTextureFormatSettable(GLenum format) const;
-    /// Does a definition of the texture from a pixel buffer object arrive as it was sent?
+    /// Does a texture defined from a pixel buffer object hold what was sent?
     bool IsTextureFormatResettable(GLenum format) const;
     /// Does reading the texture image into a pixel buffer object give what was rendered?
     bool IsTextureFormatGettable(GLenum format) const;

@@ -243,9 +243,9 @@ unsigned long long distance_from_source(const void* srcData, unsigned srcFormat,
     }
 }
 
-/// The distance between the pattern as uploaded and what came back, each described by its OpenGL
-/// pixel format and type; kUnsupportedDistance for a pair that is not compared. `pixelCount` is not
-/// consulted, since all images have one size. The table of types is not symmetric: a packed
+/// The distance between the uploaded pattern and what came back, each described by its OpenGL
+/// pixel format and type; kUnsupportedDistance for a pair that is not compared. `pixelCount` is
+/// ignored, since all images have one size. The table of types is not symmetric: a packed
 /// read-back is only accepted against a packed source.
 inline unsigned long long distance_data_switch(const void* srcData, unsigned srcFormat,
                                                unsigned srcType, const void* readData,

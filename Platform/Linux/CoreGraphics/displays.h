@@ -1,4 +1,4 @@
-// The active displays of a machine whose sysfs is given.
+// The active displays of a machine, given its sysfs.
 
 #ifndef TEXPROBE_PLATFORM_COREGRAPHICS_DISPLAYS_H
 #define TEXPROBE_PLATFORM_COREGRAPHICS_DISPLAYS_H

@@ -65,7 +65,7 @@ private:
     };
     enum Query { kTables, kVersion, kCheck, kRead, kSet, kRemove, kQueryCount };
 
-    // SQLite's result codes inside, a Status outside.
+    // These return SQLite's result codes; the public functions return a Status.
     int open_file(const std::string& name, Purpose purpose);
     int configure();
     int learn_layout();
