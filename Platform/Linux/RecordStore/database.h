@@ -14,6 +14,7 @@
 #include <array>
 #include <chrono>
 #include <memory>
+#include <set>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -53,6 +54,9 @@ public:
     /// Makes `records` all records of one application; leaves them as they are on failure.
     Status read(std::string_view application, Records* records);
 
+    /// Adds the names of all applications that have records.
+    Status read_applications(std::set<std::string>* names);
+
     /// Makes the changes durable in one transaction, and `records` all records of the application
     /// thereafter. On failure nothing is changed. Nothing goes to disk where nothing differs.
     Status write(std::string_view application, const Changes& changes, Records* records);
@@ -64,7 +68,7 @@ private:
     struct Finalize {
         void operator()(sqlite3_stmt* statement) const { sqlite3_finalize(statement); }
     };
-    enum Query { kTables, kVersion, kCheck, kRead, kSet, kRemove, kQueryCount };
+    enum Query { kTables, kVersion, kCheck, kApplications, kRead, kSet, kRemove, kQueryCount };
 
     // SQLite's result codes inside, a Status outside.
     int open_file(const std::string& name, Purpose purpose);
