@@ -12,8 +12,6 @@
 
 namespace texprobe::ctl {
 
-using RecordSets = std::vector<RecordSet>;
-
 /// Those of the present build first, in the order of this machine's renderers; then by identifier.
 /// Where the system does not list applications: those of this machine's renderers.
 RecordSets read_record_sets(const Machine& machine);

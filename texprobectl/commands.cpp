@@ -20,8 +20,8 @@ namespace texprobe::ctl {
 
 namespace {
 
-constexpr const char* kSet = "a record set: its identifier, a part of one, or its number in `list`";
-constexpr const char* kSetOrFile = "a record set or an exported file; \"-\" is standard input";
+constexpr const char* kSet = "an identifier, a part of it, or a number of `list`";
+constexpr const char* kSetOrFile = "a record set, an exported file, or - for stdin";
 
 // What the options of one command leave for it. Shared, because the command runs later.
 struct Arguments {
@@ -54,6 +54,19 @@ void print(const Arguments& arguments, const std::function<void(Output&)>& write
 
 void add_json(CLI::App* command, const Shared& arguments) {
     command->add_flag("--json", arguments->json, "Print a JSON document");
+}
+
+CLI::Validator number_between(int least, int most) {
+    return CLI::Validator(
+        [=](const std::string& text) {
+            int number = 0;
+            if (CLI::detail::lexical_cast(text, number) && number >= least && number <= most) {
+                return std::string();
+            }
+            return "expected a number from " + std::to_string(least) + " to " +
+                   std::to_string(most) + ", not \"" + text + '"';
+        },
+        "");
 }
 
 // measure
@@ -129,15 +142,15 @@ void add_measure(CLI::App* app, Session* session) {
     command
         ->add_option("--timeout", arguments->seconds, "How long a test may take")
         ->type_name("SECONDS")
-        ->check(CLI::Range(1, 86400))
+        ->check(number_between(1, 86400))
         ->capture_default_str();
     command
         ->add_option("--attempts", arguments->attempts, "How many runs to try before giving up")
         ->type_name("N")
-        ->check(CLI::Range(1, 1000000))
+        ->check(number_between(1, 1000000))
         ->capture_default_str();
-    command->footer(
-        "Ends with the table of what changed. Status 0 when a run completed, whatever crashed.");
+    command->footer("Ends with the table of what changed.\n"
+                    "Status 0 when a run completed, whatever crashed.");
     command->callback([=] { session->status = run_measure(*arguments, *session); });
 }
 
@@ -154,6 +167,7 @@ void add_list(CLI::App* app) {
 void run_show(const Arguments& arguments) {
     const RecordSets all = read_all();
     RecordSets shown;
+    if (arguments.names.size() > 1) throw UsageError("show expects one record set, or none");
     for (const std::string& name : arguments.names) shown.push_back(find_set(name, all));
     if (arguments.names.empty()) shown = present_sets(all);
     if (shown.empty() && !arguments.json) {
@@ -167,7 +181,7 @@ void add_show(CLI::App* app) {
     CLI::App* command =
         app->add_subcommand("show", "The sixteen formats by six capabilities of a record set");
     const auto arguments = std::make_shared<Arguments>();
-    command->add_option("SET", arguments->names, kSet)->expected(0, 1)->type_name("");
+    command->add_option("SET", arguments->names, kSet)->type_name("");
     add_json(command, arguments);
     command->footer("Without SET: the sets of this machine's present build.");
     command->callback([=] { run_show(*arguments); });
@@ -185,7 +199,7 @@ Comparison compare_named(const Arguments& arguments) {
         }
         return comparison;
     }
-    if (arguments.names.size() == 1) {
+    if (arguments.names.size() != 2) {
         throw UsageError("compare expects two record sets or exported files, or none");
     }
     return compare(find_sets_or_file(arguments.names[0], all),
@@ -195,7 +209,7 @@ Comparison compare_named(const Arguments& arguments) {
 void add_compare(CLI::App* app, Session* session) {
     CLI::App* command = app->add_subcommand("compare", "What differs between two record sets");
     const auto arguments = std::make_shared<Arguments>();
-    command->add_option("A B", arguments->names, kSetOrFile)->expected(0, 2)->type_name("");
+    command->add_option("A B", arguments->names, kSetOrFile)->type_name("");
     add_json(command, arguments);
     command->footer("Without A and B: the present build of each renderer with the one before it.\n"
                     "Status 0 when equal, 1 when not, 2 on trouble.");
@@ -227,7 +241,7 @@ void add_export(CLI::App* app) {
     const auto arguments = std::make_shared<Arguments>();
     command->add_option("SET", arguments->names, kSet)->type_name("");
     command->add_flag("--present", arguments->present,
-                      "Those of this machine's renderers and present build");
+                      "Those of this machine and its present build");
     command->add_option("-o", arguments->file, "Write to a file")->type_name("FILE");
     command->footer("Without SET: all of them.");
     command->callback([=] { run_export(*arguments); });
@@ -260,7 +274,7 @@ void add_merge(CLI::App* app) {
         app->add_subcommand("merge", "What the record sets of many machines say together");
     const auto arguments = std::make_shared<Arguments>();
     command->add_option("FILE", arguments->names,
-                        "an exported file, or what merge --json has printed; \"-\" is standard input")
+                        "exported, or printed by merge --json; - for stdin")
         ->required()
         ->type_name("");
     add_json(command, arguments);
@@ -310,7 +324,7 @@ void add_forget(CLI::App* app, Session* session) {
     command->add_option("SET", arguments->names, kSet)->type_name("");
     command->add_flag("--all", arguments->all, "All of them");
     command->add_flag("--outdated", arguments->outdated,
-                      "Those that are not of this machine's renderers and present build");
+                      "Those of other machines and builds");
     command->add_flag("--yes", arguments->yes, "Do not ask");
     command->callback([=] { session->status = run_forget(*arguments); });
 }

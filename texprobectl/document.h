@@ -14,8 +14,6 @@
 
 namespace texprobe::ctl {
 
-using RecordSets = std::vector<RecordSet>;
-
 inline constexpr const char* kRecordsSchema = "texprobe-records";
 inline constexpr int kSchemaVersion = 1;
 

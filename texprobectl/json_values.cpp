@@ -20,9 +20,27 @@ struct Progress {
     std::istream& text;
     std::string file;
     Position position;
-    /// Before the last character: a number is known to end only when the next character is read.
-    Position before;
+    /// Where the value in hand begins. The parser sees the end of a number only behind it.
+    Position value;
+    bool isInValue = false;
+    bool isInString = false;
+    bool isEscaped = false;
     std::size_t sinceLastValue = 0;
+
+    void look_for_value(char character) {
+        constexpr std::string_view kBetween = " \t\r\n,:]}";
+        constexpr std::string_view kOpening = "[{";
+        if (isInString) {
+            isInString = isEscaped || character != '"';
+            isEscaped = !isEscaped && character == '\\';
+        } else if (kBetween.find(character) != std::string_view::npos) {
+            isInValue = false;
+        } else {
+            if (!isInValue || kOpening.find(character) != std::string_view::npos) value = position;
+            isInValue = kOpening.find(character) == std::string_view::npos;
+            isInString = character == '"';
+        }
+    }
 };
 
 /// The characters of a stream, counted. Copies share the stream, as input iterators do.
@@ -62,7 +80,7 @@ private:
     }
     void count() {
         Progress& progress = *progress_;
-        progress.before = progress.position;
+        progress.look_for_value(character_);
         if (character_ == '\n') {
             ++progress.position.line;
             progress.position.column = 1;
@@ -87,16 +105,16 @@ public:
     bool null() override { return add({JsonValue::Null{}, position()}); }
     bool boolean(bool value) override { return add({value, position()}); }
     bool number_integer(number_integer_t value) override {
-        return add({std::int64_t{value}, progress_.before});
+        return add({std::int64_t{value}, position()});
     }
     bool number_unsigned(number_unsigned_t value) override {
         if (value > static_cast<number_unsigned_t>(INT64_MAX)) {
-            return add({static_cast<double>(value), progress_.before});
+            return add({static_cast<double>(value), position()});
         }
-        return add({static_cast<std::int64_t>(value), progress_.before});
+        return add({static_cast<std::int64_t>(value), position()});
     }
     bool number_float(number_float_t value, const string_t&) override {
-        return add({value, progress_.before});
+        return add({value, position()});
     }
     bool string(string_t& value) override { return add({std::move(value), position()}); }
     bool binary(binary_t&) override { return false; }
@@ -121,11 +139,11 @@ public:
         std::string text = error.what();
         const std::size_t reason = text.find("syntax error");
         if (reason != std::string::npos) text = text.substr(reason);
-        fail(progress_.file, progress_.before, "not JSON: " + text);
+        fail(progress_.file, position(), "not JSON: " + text);
     }
 
 private:
-    Position position() const { return progress_.position; }
+    Position position() const { return progress_.value; }
 
     bool open(decltype(JsonValue::value) value) {
         if (open_.empty() && !std::holds_alternative<JsonValue::Object>(value)) {
@@ -183,7 +201,7 @@ const JsonValue* JsonValue::member(std::string_view name) const {
 }
 
 void read_json(std::istream& text, const std::string& file, const TopLevel& top) {
-    Progress progress{text, file, {}, {}, 0};
+    Progress progress{text, file, {}, {}};
     Builder builder(progress, top);
     Json::sax_parse(CountedCharacters(&progress), CountedCharacters(), &builder);
 }

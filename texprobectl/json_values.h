@@ -33,7 +33,7 @@ struct JsonValue {
     using Array = std::vector<JsonValue>;
     using Object = std::vector<std::pair<std::string, JsonValue>>;
     std::variant<Null, bool, std::int64_t, double, std::string, Array, Object> value;
-    /// Where it ends, or for an object or array where it begins.
+    /// Where it begins.
     Position position;
 
     template <class Type>

@@ -24,7 +24,7 @@ std::string expected_by(const CLI::App& app) {
     for (const CLI::App* command : app.get_subcommands({})) words.push_back(command->get_name());
     if (!words.empty()) return "one of " + join(words);
     for (const CLI::Option* option : app.get_options()) {
-        if (!option->get_group().empty()) words.push_back(option->get_name(true));
+        if (!option->get_group().empty()) words.push_back(option->get_name());
     }
     return join(words);
 }
@@ -33,15 +33,15 @@ std::string expected_by(const CLI::App& app) {
 int explain(const CLI::App& app, const CLI::ParseError& error) {
     const auto given = app.get_subcommands();
     const CLI::App& command = given.empty() ? app : *given.front();
-    std::string text = error.what();
-    if (error.get_name() == "ExtrasError") {
-        text = "unknown argument: " + join(app.remaining(true));
-    } else if (error.get_name() == "RequiredError" && given.empty()) {
-        text = "a command is missing";
-    }
     const std::string name = given.empty() ? "" : command.get_name() + ' ';
-    std::cerr << "texprobectl: " << text << "; expected " << expected_by(command)
-              << "; see `texprobectl " << name << "--help`\n";
+    std::string text = error.what();
+    const auto unknown = app.remaining(true);
+    if (!unknown.empty()) {
+        text = "unknown argument: " + unknown.front() + "; expected " + expected_by(command);
+    } else if (given.empty()) {
+        text = "a command is missing; expected " + expected_by(command);
+    }
+    std::cerr << "texprobectl: " << text << "; see `texprobectl " << name << "--help`\n";
     return kTrouble;
 }
 

@@ -5,6 +5,7 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
+#include <filesystem>
 #include <fstream>
 #include <iostream>
 #include <stdexcept>
@@ -17,6 +18,15 @@ namespace {
     throw std::runtime_error("cannot write " + path + ": " + std::strerror(error));
 }
 
+void write_into(const std::string& file, const std::string& path,
+                const std::function<void(std::ostream&)>& write) {
+    std::ofstream stream(file, std::ios::binary | std::ios::trunc);
+    if (!stream) fail(path, errno);
+    write(stream);
+    stream.close();
+    if (!stream) fail(path, errno);
+}
+
 }  // namespace
 
 void write_output(const std::string& path, const std::function<void(std::ostream&)>& write) {
@@ -26,16 +36,24 @@ void write_output(const std::string& path, const std::function<void(std::ostream
         if (!std::cout.flush()) fail("to standard output", errno);
         return;
     }
-    // In the same folder, so that it can take the place of the old one.
-    const std::string draft = path + "." + std::to_string(getpid());
-    std::ofstream stream(draft, std::ios::binary | std::ios::trunc);
-    if (!stream) fail(path, errno);
-    write(stream);
-    stream.close();
-    if (!stream || std::rename(draft.c_str(), path.c_str()) != 0) {
-        const int error = errno;
+    std::error_code error;
+    const bool isNew = !std::filesystem::exists(path, error);
+    const bool isDangling = isNew && std::filesystem::is_symlink(path, error);
+    if (isDangling || (!isNew && !std::filesystem::is_regular_file(path, error))) {
+        write_into(path, path, write);
+        return;
+    }
+    // A link stays one. The draft is in the same folder, so that it can take the place of the old
+    // file.
+    const std::filesystem::path target = std::filesystem::weakly_canonical(path, error);
+    const std::string place = error ? path : target.string();
+    const std::string draft = place + "." + std::to_string(getpid());
+    try {
+        write_into(draft, path, write);
+        if (std::rename(draft.c_str(), place.c_str()) != 0) fail(path, errno);
+    } catch (...) {
         std::remove(draft.c_str());
-        fail(path, error);
+        throw;
     }
 }
 

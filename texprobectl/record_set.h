@@ -99,6 +99,8 @@ struct RecordSet {
     bool operator==(const RecordSet&) const = default;
 };
 
+using RecordSets = std::vector<RecordSet>;
+
 /// An identifier taken apart.
 struct Identity {
     std::string rendererID;
