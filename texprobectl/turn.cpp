@@ -1,19 +1,16 @@
 #include "turn.h"
 
 #include <fcntl.h>
+#include <measuring_turn.h>
 #include <unistd.h>
-
-#include <cstdlib>
 
 namespace texprobe::ctl {
 
-std::string turn_file() {
-    const char* home = std::getenv("HOME");
-    return home ? std::string(home) + "/.config/texprobe/measuring.lock" : "";
-}
-
+// Closing the file drops a lock that this process has on it, so this is never asked with the turn
+// in hand.
 int turn_holder() {
-    const int descriptor = open(turn_file().c_str(), O_RDWR | O_CLOEXEC | O_NOFOLLOW);
+    const int descriptor =
+        open(qor::turn_settings().file.c_str(), O_RDWR | O_CLOEXEC | O_NOFOLLOW);
     if (descriptor < 0) return 0;
     struct flock lock = {};
     lock.l_type = F_WRLCK;
@@ -25,6 +22,8 @@ int turn_holder() {
 
 bool while_nobody_measures(const std::function<void()>& action) {
     if (turn_holder() != 0) return false;
+    // Waits for somebody who has begun since.
+    const qor::MeasuringTurn turn(qor::turn_settings(), [] {});
     action();
     return true;
 }

@@ -4,12 +4,8 @@
 #define TEXPROBECTL_TURN_H
 
 #include <functional>
-#include <string>
 
 namespace texprobe::ctl {
-
-/// The file whose lock is the turn; empty when there is no place for one.
-std::string turn_file();
 
 /// The process that measures now; 0 for none.
 int turn_holder();

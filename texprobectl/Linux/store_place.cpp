@@ -1,6 +1,6 @@
 // The preferences of Linux: one SQLite database.
 
-#include <CoreFoundation/records_location.h>
+#include <RecordStore/location.h>
 #include <sqlite3.h>
 #include <sys/stat.h>
 #include <unistd.h>
