@@ -204,6 +204,95 @@ TEST_F(Measure, prints_one_line_for_each_renderer_where_there_is_no_terminal) {
     EXPECT_THAT(run.err, HasSubstr(": 1 of 96 verdicts"));
 }
 
+/// A process that has the turn of a folder's tools, until it is killed.
+class TurnHolder {
+public:
+    explicit TurnHolder(const std::filesystem::path& file) {
+        int ready[2];
+        EXPECT_EQ(pipe(ready), 0);
+        process_ = fork();
+        if (process_ == 0) {
+            const int lock = open(file.c_str(), O_RDWR | O_CREAT, 0600);
+            struct flock whole = {};
+            whole.l_type = F_WRLCK;
+            const bool isTaken = fcntl(lock, F_SETLK, &whole) == 0;
+            if (write(ready[1], isTaken ? "y" : "n", 1) == 1) pause();
+            _exit(0);
+        }
+        char answer = 'n';
+        EXPECT_EQ(read(ready[0], &answer, 1), 1);
+        EXPECT_EQ(answer, 'y');
+        close(ready[0]);
+        close(ready[1]);
+    }
+    ~TurnHolder() {
+        kill(process_, SIGKILL);
+        waitpid(process_, nullptr, 0);
+    }
+    TurnHolder(const TurnHolder&) = delete;
+    TurnHolder& operator=(const TurnHolder&) = delete;
+
+    pid_t process() const { return process_; }
+
+private:
+    pid_t process_ = -1;
+};
+
+TEST_F(Measure, says_whom_it_waits_for_and_does_not_take_that_for_a_hang) {
+    const TurnHolder holder(folder_.file("measuring.lock"));
+    folder_.script(opening() + "sleep 3500\n" +
+                   test("GL_RGB32F_ARB_SUPPORTED", "GL_RGB32F_ARB supported", true));
+    const Finished run = folder_.ctl({"measure", "--timeout", "2"});
+    EXPECT_TRUE(run.exited_with(0)) << run.err;
+    EXPECT_EQ(folder_.runs(), 1);
+    EXPECT_THAT(run.err, HasSubstr("Process " + std::to_string(holder.process()) +
+                                   " is measuring; waiting for it.\n"));
+}
+
+TEST_F(Measure, is_not_disturbed_by_forget) {
+    folder_.prepare(SCRIPTED_TOOL, "set " + *id_ + " VERSION number 0.21\nsync " + *id_ + "\n");
+    {
+        const TurnHolder holder(folder_.file("measuring.lock"));
+        const Finished run = folder_.ctl({"forget", "--all", "--yes"});
+        EXPECT_TRUE(run.exited_with(1));
+        EXPECT_THAT(run.err, HasSubstr("process " + std::to_string(holder.process()) +
+                                       " is measuring; try again when it has ended"));
+        EXPECT_EQ(folder_.records().size(), 1u);
+    }
+    EXPECT_TRUE(folder_.ctl({"forget", "--all", "--yes"}).exited_with(0));
+    EXPECT_TRUE(folder_.records().empty());
+}
+
+TEST_F(Measure, forgotten_leaves_no_mark) {
+    folder_.script(1, opening() + begin("GL_RGB32F_ARB_SUPPORTED") + "raise 11\n");
+    folder_.script(2, "exit 0\n");
+    folder_.ctl({"measure"});
+    EXPECT_EQ(folder_.records().size(), 2u);
+    folder_.ctl({"forget", "--all", "--yes"});
+    EXPECT_TRUE(folder_.records().empty());
+}
+
+TEST_F(Measure, tests_again_what_the_tool_of_a_killed_one_had_in_hand) {
+    folder_.script(1, opening() + test("GL_RGB32F_ARB_SUPPORTED", "GL_RGB32F_ARB supported", true) +
+                          begin("GL_RGB32F_ARB_RENDERABLE") + "hang\n");
+    const pid_t process = folder_.start_ctl({"measure"});
+    while (read_file(folder_.file("runs")).empty()) usleep(10000);
+    usleep(700000);
+    kill(process, SIGKILL);
+    waitpid(process, nullptr, 0);
+    // The tool hangs on, and nobody has the turn: the scripted one takes none.
+    folder_.script(2, "exit 0\n");
+    EXPECT_TRUE(folder_.ctl({"measure"}).exited_with(0));
+    EXPECT_EQ(verdict(0, "supported"), "yes");
+    EXPECT_EQ(verdict(0, "renderable"), "unmeasured");
+    for (const auto& entry : std::filesystem::directory_iterator("/proc")) {
+        std::error_code ignored;
+        if (std::filesystem::read_symlink(entry.path() / "exe", ignored) == folder_.tool()) {
+            kill(std::stoi(entry.path().filename()), SIGKILL);
+        }
+    }
+}
+
 /// Ten crashes and two hangs in transfer tests that a healthy run passes or fails.
 struct Fault {
     std::size_t format;

@@ -29,7 +29,15 @@ Data list_columns() {
     return columns;
 }
 
-/// Rows of cells; `cell` gives the class and the text of each.
+/// A narrow screen may break a name behind an underscore.
+std::string breakable(std::string name) {
+    for (std::size_t at = 0; (at = name.find('_', at)) != std::string::npos;) {
+        name.insert(++at, "<wbr>");
+    }
+    return name;
+}
+
+/// Rows of cells; `cell_of` gives the class and the text of each.
 template <class CellOf>
 Data list_rows(CellOf cell_of) {
     Data rows(Data::type::list);
@@ -43,7 +51,7 @@ Data list_rows(CellOf cell_of) {
             cells << cell;
         }
         Data row;
-        row.set("name", kFormats[format].name);
+        row.set("name", breakable(kFormats[format].name));
         row.set("cells", cells);
         rows << row;
     }

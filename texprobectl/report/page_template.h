@@ -57,10 +57,10 @@ tbody th { text-align: left; font-weight: 400; font-family: ui-monospace, monosp
 .differs { box-shadow: inset 0 0 0 3px var(--mark); }
 @media (max-width: 40rem) {
   body { padding: 0.75rem; }
-  table { font-size: 0.75rem; table-layout: fixed; }
-  th, td { padding: 0.2rem 0.1rem; overflow-wrap: anywhere; }
-  thead th:first-child { width: 34%; }
-  thead th { font-weight: 400; font-size: 0.7rem; }
+  table { font-size: 0.72rem; table-layout: fixed; }
+  th, td { padding: 0.3rem 0; }
+  th:first-child { width: 27%; padding-left: 0.2rem; }
+  thead th, .crashed { font-weight: 400; font-size: 0.68rem; letter-spacing: -0.02em; }
   dl { grid-template-columns: 1fr; }
   dd { margin-bottom: 0.25rem; }
 }
@@ -99,7 +99,7 @@ tbody th { text-align: left; font-weight: 400; font-family: ui-monospace, monosp
 <caption>On how many of the {{total}} sets it works</caption>
 <thead><tr><th scope="col">format</th>{{#columns}}<th scope="col">{{name}}</th>{{/columns}}</tr></thead>
 <tbody>
-{{#rows}}<tr><th scope="row">{{name}}</th>{{#cells}}<td class="{{kind}}">{{text}}</td>{{/cells}}</tr>
+{{#rows}}<tr><th scope="row">{{{name}}}</th>{{#cells}}<td class="{{kind}}">{{text}}</td>{{/cells}}</tr>
 {{/rows}}</tbody>
 </table>
 </div>{{/several}}
@@ -126,7 +126,7 @@ tbody th { text-align: left; font-weight: 400; font-family: ui-monospace, monosp
 <caption>{{caption}}</caption>
 <thead><tr><th scope="col">format</th>{{#columns}}<th scope="col">{{name}}</th>{{/columns}}</tr></thead>
 <tbody>
-{{#rows}}<tr><th scope="row">{{name}}</th>{{#cells}}<td class="{{kind}}">{{text}}</td>{{/cells}}</tr>
+{{#rows}}<tr><th scope="row">{{{name}}}</th>{{#cells}}<td class="{{kind}}">{{text}}</td>{{/cells}}</tr>
 {{/rows}}</tbody>
 </table>
 </div>
