@@ -60,7 +60,8 @@ tbody th { text-align: left; font-weight: 400; font-family: ui-monospace, monosp
   table { font-size: 0.72rem; table-layout: fixed; }
   th, td { padding: 0.3rem 0; }
   th:first-child { width: 27%; padding-left: 0.2rem; }
-  thead th, .crashed { font-weight: 400; font-size: 0.68rem; letter-spacing: -0.02em; }
+  thead th { font-weight: 400; font-size: 0.68rem; letter-spacing: -0.02em; }
+  .crashed, .unmeasured { font-weight: 400; font-size: 0.62rem; letter-spacing: -0.04em; }
   dl { grid-template-columns: 1fr; }
   dd { margin-bottom: 0.25rem; }
 }
