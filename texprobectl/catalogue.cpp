@@ -85,8 +85,7 @@ std::optional<RecordSet> read_record_set(const std::string& id, const Machine& m
     for_each_cell([&](const Cell& cell) {
         hasFlags |= flags.recorded[cell.format][cell.capability].has_value();
     });
-    const bool hasRecords =
-        hasFlags || set.version || set.vendor || set.glVersion || set.renderer;
+    const bool hasRecords = hasFlags || set.version || set.vendor || set.glVersion || set.renderer;
     return hasRecords ? std::optional(std::move(set)) : std::nullopt;
 }
 
@@ -112,9 +111,9 @@ const RecordSet* find_predecessor(const RecordSet& set, const RecordSets& all) {
         if (other.rendererID != set.rendererID || other.id == set.id) continue;
         // A set that was measured without `measure` has no time, and counts as older.
         const std::string time = read_time(other.id).value_or("");
-        const bool isLater = !latest || time > latestTime ||
-                             (time == latestTime &&
-                              is_older_build(latest->systemBuild, other.systemBuild));
+        const bool isLater =
+            !latest || time > latestTime ||
+            (time == latestTime && is_older_build(latest->systemBuild, other.systemBuild));
         if (!isLater) continue;
         latest = &other;
         latestTime = time;

@@ -139,18 +139,17 @@ void add_measure(CLI::App* app, Session* session) {
         "measure", "Measure this machine, past every crash and hang of its drivers");
     const auto arguments = std::make_shared<Arguments>();
     command->add_option("--tool", arguments->tool, "The texprobe to run")->type_name("PATH");
-    command
-        ->add_option("--timeout", arguments->seconds, "How long a test may take")
+    command->add_option("--timeout", arguments->seconds, "How long a test may take")
         ->type_name("SECONDS")
         ->check(number_between(1, 86400))
         ->capture_default_str();
-    command
-        ->add_option("--attempts", arguments->attempts, "How many runs to try before giving up")
+    command->add_option("--attempts", arguments->attempts, "How many runs to try before giving up")
         ->type_name("N")
         ->check(number_between(1, 1000000))
         ->capture_default_str();
-    command->footer("Ends with the table of what changed.\n"
-                    "Status 0 when a run completed, whatever crashed.");
+    command->footer(
+        "Ends with the table of what changed.\n"
+        "Status 0 when a run completed, whatever crashed.");
     command->callback([=] { session->status = run_measure(*arguments, *session); });
 }
 
@@ -160,8 +159,7 @@ void add_list(CLI::App* app) {
     CLI::App* command = app->add_subcommand("list", "One line for each record set");
     const auto arguments = std::make_shared<Arguments>();
     add_json(command, arguments);
-    command->callback(
-        [=] { print(*arguments, [](Output& output) { output.list(read_all()); }); });
+    command->callback([=] { print(*arguments, [](Output& output) { output.list(read_all()); }); });
 }
 
 void run_show(const Arguments& arguments) {
@@ -171,8 +169,9 @@ void run_show(const Arguments& arguments) {
     for (const std::string& name : arguments.names) shown.push_back(find_set(name, all));
     if (arguments.names.empty()) shown = present_sets(all);
     if (shown.empty() && !arguments.json) {
-        throw UsageError("nothing is recorded for this machine's present build; "
-                         "`texprobectl measure` measures it");
+        throw UsageError(
+            "nothing is recorded for this machine's present build; "
+            "`texprobectl measure` measures it");
     }
     print(arguments, [&](Output& output) { output.show(shown); });
 }
@@ -194,8 +193,9 @@ Comparison compare_named(const Arguments& arguments) {
     if (arguments.names.empty()) {
         Comparison comparison = compare_builds(all);
         if (comparison.pairs.empty()) {
-            throw UsageError("there is no earlier build to compare with; expected two record sets "
-                             "or exported files");
+            throw UsageError(
+                "there is no earlier build to compare with; expected two record sets "
+                "or exported files");
         }
         return comparison;
     }
@@ -211,8 +211,9 @@ void add_compare(CLI::App* app, Session* session) {
     const auto arguments = std::make_shared<Arguments>();
     command->add_option("A B", arguments->names, kSetOrFile)->type_name("");
     add_json(command, arguments);
-    command->footer("Without A and B: the present build of each renderer with the one before it.\n"
-                    "Status 0 when equal, 1 when not, 2 on trouble.");
+    command->footer(
+        "Without A and B: the present build of each renderer with the one before it.\n"
+        "Status 0 when equal, 1 when not, 2 on trouble.");
     command->callback([=] {
         const Comparison comparison = compare_named(*arguments);
         print(*arguments, [&](Output& output) { output.comparison(comparison); });
@@ -273,8 +274,8 @@ void add_merge(CLI::App* app) {
     CLI::App* command =
         app->add_subcommand("merge", "What the record sets of many machines say together");
     const auto arguments = std::make_shared<Arguments>();
-    command->add_option("FILE", arguments->names,
-                        "exported, or printed by merge --json; - for stdin")
+    command
+        ->add_option("FILE", arguments->names, "exported, or printed by merge --json; - for stdin")
         ->required()
         ->type_name("");
     add_json(command, arguments);
@@ -323,8 +324,7 @@ void add_forget(CLI::App* app, Session* session) {
     const auto arguments = std::make_shared<Arguments>();
     command->add_option("SET", arguments->names, kSet)->type_name("");
     command->add_flag("--all", arguments->all, "All of them");
-    command->add_flag("--outdated", arguments->outdated,
-                      "Those of other machines and builds");
+    command->add_flag("--outdated", arguments->outdated, "Those of other machines and builds");
     command->add_flag("--yes", arguments->yes, "Do not ask");
     command->callback([=] { session->status = run_forget(*arguments); });
 }

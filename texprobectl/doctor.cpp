@@ -27,8 +27,8 @@ constexpr std::chrono::seconds kOpenLimit{60};
 
 /// What decides which driver is loaded, and what it offers.
 constexpr std::array<const char*, 13> kVariables = {
-    "MESA_", "LIBGL_",   "GALLIUM_",         "EGL_",        "__EGL_",          "__GLX_",    "__NV_",
-    "VK_",   "DISPLAY=", "WAYLAND_DISPLAY=", "LP_",         "LD_LIBRARY_PATH", "LD_PRELOAD"};
+    "MESA_", "LIBGL_",   "GALLIUM_",         "EGL_", "__EGL_",          "__GLX_",    "__NV_",
+    "VK_",   "DISPLAY=", "WAYLAND_DISPLAY=", "LP_",  "LD_LIBRARY_PATH", "LD_PRELOAD"};
 
 class OpeningObserver : public RunObserver {
 public:

@@ -27,10 +27,11 @@ Verdict read_verdict(const JsonValue& format, const char* name, const Expect& ex
     for (std::size_t i = 0; i < kVerdictCount; ++i) {
         if (text == kVerdictNames[i]) return static_cast<Verdict>(i);
     }
-    expect.fail(expect.member(format, name),
-                fmt::format("\"{}\" is {}; expected yes, no, unmeasured, not_applicable, crashed or "
-                            "hung",
-                            name, in_quotes(text)));
+    expect.fail(
+        expect.member(format, name),
+        fmt::format("\"{}\" is {}; expected yes, no, unmeasured, not_applicable, crashed or "
+                    "hung",
+                    name, in_quotes(text)));
 }
 
 std::size_t read_format_name(const JsonValue& value, const Expect& expect) {
@@ -197,8 +198,8 @@ const JsonValue::Array& Expect::formats(const JsonValue& object) const {
     }
     for (std::size_t i = 0; i < kFormatCount; ++i) {
         if (text(formats[i], "name") != kFormats[i].name) {
-            fail(member(formats[i], "name"),
-                 "expected " + in_quotes(kFormats[i].name) + ": the formats are in the tool's order");
+            fail(member(formats[i], "name"), "expected " + in_quotes(kFormats[i].name) +
+                                                 ": the formats are in the tool's order");
         }
     }
     return formats;
@@ -209,7 +210,8 @@ RecordSet read_set(const JsonValue& value, const Expect& expect) {
     set.id = expect.text(value, "id");
     const auto identity = parse_id(set.id);
     if (!identity) {
-        expect.fail(expect.member(value, "id"), in_quotes(set.id) + " is no record set's identifier");
+        expect.fail(expect.member(value, "id"),
+                    in_quotes(set.id) + " is no record set's identifier");
     }
     set.rendererID = expect.text(value, "renderer_id");
     set.systemBuild = expect.text(value, "system_build");

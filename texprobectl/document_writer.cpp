@@ -80,8 +80,8 @@ Json identification(const RecordSet& set) {
 
 // One format a line: a person can read it, and diff(1) shows what differs.
 void write_document(const RecordSets& sets, std::ostream& output) {
-    output << "{\n  \"schema\": \"" << kRecordsSchema << "\",\n  \"schema_version\": "
-           << kSchemaVersion << ",\n  \"record_sets\": [";
+    output << "{\n  \"schema\": \"" << kRecordsSchema
+           << "\",\n  \"schema_version\": " << kSchemaVersion << ",\n  \"record_sets\": [";
     for (std::size_t i = 0; i < sets.size(); ++i) {
         output << (i == 0 ? "\n" : ",\n");
         write_set(sets[i], output);

@@ -49,13 +49,13 @@ struct JsonValue {
 struct TopLevel {
     /// A member that is neither an object nor an array.
     std::function<void(const std::string& name, const JsonValue& value)> member;
-    /// One element of a member that is an array. It is gone afterwards, so that memory does not grow
-    /// with the number of elements.
+    /// One element of a member that is an array. It is gone afterwards, so that memory does not
+    /// grow with the number of elements.
     std::function<void(const std::string& name, const JsonValue& element)> element;
 };
 
-/// Reads one JSON text. Throws DocumentError, also for what `top` throws through `fail`: a text that
-/// is not JSON, is no object, gives a member twice, is nested deeply or has a very long value.
+/// Reads one JSON text. Throws DocumentError, also for what `top` throws through `fail`: a text
+/// that is not JSON, is no object, gives a member twice, is nested deeply or has a very long value.
 void read_json(std::istream& text, const std::string& file, const TopLevel& top);
 
 [[noreturn]] void fail(const std::string& file, const Position& position,

@@ -96,9 +96,8 @@ Opening ask_memory(std::uint32_t renderer) {
 }  // namespace
 
 bool Machine::lists(const std::string& rendererID) const {
-    return std::any_of(renderers.begin(), renderers.end(), [&](std::uint32_t renderer) {
-        return hexadecimal(renderer) == rendererID;
-    });
+    return std::any_of(renderers.begin(), renderers.end(),
+                       [&](std::uint32_t renderer) { return hexadecimal(renderer) == rendererID; });
 }
 
 Machine look_at_machine() {

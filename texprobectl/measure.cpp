@@ -68,8 +68,8 @@ public:
             idle = recorded == 0 ? idle + 1 : 0;
             if (!isOver_ && idle == 2) give_up("two runs in a row recorded nothing: " + lastEnd_);
             if (!isOver_ && result_.runs == options_.attempts) {
-                give_up(std::to_string(options_.attempts) +
-                        " runs were not enough; the last one " + lastEnd_);
+                give_up(std::to_string(options_.attempts) + " runs were not enough; the last one " +
+                        lastEnd_);
             }
         }
         result_.after = read_sets();
@@ -191,9 +191,9 @@ private:
         std::optional<Cell> guilty;
         for (const std::string& id : ids_) {
             const auto said = watch.said().find(id);
-            recorded += remember_set(id, before.at(id),
-                                     said == watch.said().end() ? Flags{} : said->second, end,
-                                     &guilty);
+            recorded +=
+                remember_set(id, before.at(id), said == watch.said().end() ? Flags{} : said->second,
+                             end, &guilty);
         }
         const auto cause = cause_of(end);
         const bool hasEnded = end.kind == RunEnd::Kind::kExited && end.number == 0;

@@ -1,5 +1,5 @@
-// Measuring: the tool, run as often as needed until a run completes, with a time limit for each test,
-// and with the memory of what crashed and what hung.
+// Measuring: the tool, run as often as needed until a run completes, with a time limit for each
+// test, and with the memory of what crashed and what hung.
 
 #ifndef TEXPROBECTL_MEASURE_H
 #define TEXPROBECTL_MEASURE_H

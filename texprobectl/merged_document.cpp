@@ -74,9 +74,9 @@ VerdictCounts read_counts(const JsonValue& format, const char* name, Count sets,
 
 void write_merged(const Merged& merged, std::ostream& output) {
     const Counted total = merged.total();
-    output << "{\n  \"schema\": \"" << kMergedSchema << "\",\n  \"schema_version\": "
-           << kSchemaVersion << ",\n  \"sets\": " << total.sets << ",\n  \"complete\": "
-           << total.complete << ",\n  ";
+    output << "{\n  \"schema\": \"" << kMergedSchema
+           << "\",\n  \"schema_version\": " << kSchemaVersion << ",\n  \"sets\": " << total.sets
+           << ",\n  \"complete\": " << total.complete << ",\n  ";
     write_formats(total.cells, "  ", output);
     output << ",\n  \"drivers\": [";
     bool isFirst = true;
@@ -99,9 +99,8 @@ void read_merged(const JsonValue& value, const Expect& expect, Merged* merged) {
         expect.integer(value, "complete", 0, static_cast<std::int64_t>(counted.sets)));
     const JsonValue::Array& formats = expect.formats(value);
     for_each_cell([&](const Cell& cell) {
-        counted.cells[cell.format][cell.capability] =
-            read_counts(formats[cell.format], kCapabilities[cell.capability].member, counted.sets,
-                        expect);
+        counted.cells[cell.format][cell.capability] = read_counts(
+            formats[cell.format], kCapabilities[cell.capability].member, counted.sets, expect);
     });
     merged->add(driver, counted);
 }

@@ -57,15 +57,15 @@ Owned make_value(const std::variant<double, std::string>& value) {
 }  // namespace
 
 std::vector<std::string> list_applications() {
-    return texts_of(Owned(
-        CFPreferencesCopyApplicationList(kCFPreferencesCurrentUser, kCFPreferencesAnyHost)));
+    return texts_of(
+        Owned(CFPreferencesCopyApplicationList(kCFPreferencesCurrentUser, kCFPreferencesAnyHost)));
 }
 
 std::vector<std::string> list_keys(const std::string& application) {
     const Owned id = make_string(application);
     if (!id) return {};
-    return texts_of(Owned(CFPreferencesCopyKeyList(string_in(id), kCFPreferencesCurrentUser,
-                                                   kCFPreferencesAnyHost)));
+    return texts_of(Owned(
+        CFPreferencesCopyKeyList(string_in(id), kCFPreferencesCurrentUser, kCFPreferencesAnyHost)));
 }
 
 bool refresh(const std::string& application) {
@@ -115,10 +115,9 @@ bool write(const std::string& application, const Changes& changes) {
     for (const Owned& object : owned) {
         if (!object) return false;
     }
-    const Owned set(CFDictionaryCreate(nullptr, keys.data(), values.data(),
-                                       static_cast<CFIndex>(keys.size()),
-                                       &kCFTypeDictionaryKeyCallBacks,
-                                       &kCFTypeDictionaryValueCallBacks));
+    const Owned set(
+        CFDictionaryCreate(nullptr, keys.data(), values.data(), static_cast<CFIndex>(keys.size()),
+                           &kCFTypeDictionaryKeyCallBacks, &kCFTypeDictionaryValueCallBacks));
     const Owned gone(CFArrayCreate(nullptr, removed.data(), static_cast<CFIndex>(removed.size()),
                                    &kCFTypeArrayCallBacks));
     if (!id || !set || !gone) return false;

@@ -7,9 +7,9 @@ namespace texprobe::ctl {
 namespace {
 
 bool is_lower_hexadecimal(std::string_view text) {
-    return !text.empty() && text.size() <= 8 &&
-           std::all_of(text.begin(), text.end(),
-                       [](char c) { return (c >= '0' && c <= '9') || (c >= 'a' && c <= 'f'); });
+    return !text.empty() && text.size() <= 8 && std::all_of(text.begin(), text.end(), [](char c) {
+        return (c >= '0' && c <= '9') || (c >= 'a' && c <= 'f');
+    });
 }
 
 Verdict failed_by(const std::optional<Cause>& cause) {

@@ -9,8 +9,7 @@ namespace texprobe::ctl {
 // Closing the file drops a lock that this process has on it, so this is never asked with the turn
 // in hand.
 int turn_holder() {
-    const int descriptor =
-        open(qor::turn_settings().file.c_str(), O_RDWR | O_CLOEXEC | O_NOFOLLOW);
+    const int descriptor = open(qor::turn_settings().file.c_str(), O_RDWR | O_CLOEXEC | O_NOFOLLOW);
     if (descriptor < 0) return 0;
     struct flock lock = {};
     lock.l_type = F_WRLCK;

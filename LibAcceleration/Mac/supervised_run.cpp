@@ -255,8 +255,7 @@ private:
             const RunObserver::Wish wish = observer_.look();
             if (wish == RunObserver::Wish::kGoOnAnew) stepBegin_ = Clock::now();
             if (wish == RunObserver::Wish::kStop) return stop(process);
-            if (program_.stepLimit.count() > 0 &&
-                Clock::now() - stepBegin_ >= program_.stepLimit) {
+            if (program_.stepLimit.count() > 0 && Clock::now() - stepBegin_ >= program_.stepLimit) {
                 return end(process, RunEnd::Kind::kTimeLimit);
             }
         }

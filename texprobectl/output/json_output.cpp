@@ -41,12 +41,9 @@ Json renderer_of(const ExaminedRenderer& renderer) {
 }
 
 Json store_of(const ExaminedStore& store) {
-    return {{"place", store.place},
-            {"exists", store.exists},
-            {"owner_is_user", store.isOwn},
-            {"folder_mode", store.folderMode},
-            {"file_mode", store.fileMode},
-            {"bytes", store.bytes},
+    return {{"place", store.place},         {"exists", store.exists},
+            {"owner_is_user", store.isOwn}, {"folder_mode", store.folderMode},
+            {"file_mode", store.fileMode},  {"bytes", store.bytes},
             {"health", store.health}};
 }
 

@@ -8,9 +8,9 @@ namespace {
 
 std::string describe_death(const std::string& rendererID, const std::optional<Cell>& cell,
                            const Cause& cause) {
-    const std::string where =
-        cell ? fmt::format("{} {}", kFormats[cell->format].name, kCapabilities[cell->capability].words)
-             : std::string("outside a test");
+    const std::string where = cell ? fmt::format("{} {}", kFormats[cell->format].name,
+                                                 kCapabilities[cell->capability].words)
+                                   : std::string("outside a test");
     return fmt::format("{}: {}: {}", rendererID, where, describe(cause));
 }
 
@@ -29,8 +29,8 @@ public:
         return ask("End it?");
     }
     void left_behind(int process) override {
-        say(fmt::format("Process {} was killed and has not gone: its driver holds it in the kernel.",
-                        process));
+        say(fmt::format(
+            "Process {} was killed and has not gone: its driver holds it in the kernel.", process));
     }
     bool is_interrupted() override { return isInterrupted_(); }
 
@@ -80,18 +80,18 @@ public:
 
     void progress(const MeasureProgress& progress) override {
         constexpr int kBarWidth = 20;
-        const double share =
-            progress.all == 0 ? 0.0
-                              : static_cast<double>(progress.done) / static_cast<double>(progress.all);
+        const double share = progress.all == 0 ? 0.0
+                                               : static_cast<double>(progress.done) /
+                                                     static_cast<double>(progress.all);
         const auto filled = static_cast<std::size_t>(share * kBarWidth);
-        const std::string test =
-            progress.cell ? fmt::format("{} {}", kFormats[progress.cell->format].name,
-                                        kCapabilities[progress.cell->capability].words)
-                          : "setting up";
-        const std::string left =
-            progress.secondsLeft && progress.done < progress.all
-                ? fmt::format(", {}:{:02} left", *progress.secondsLeft / 60, *progress.secondsLeft % 60)
-                : "";
+        const std::string test = progress.cell
+                                     ? fmt::format("{} {}", kFormats[progress.cell->format].name,
+                                                   kCapabilities[progress.cell->capability].words)
+                                     : "setting up";
+        const std::string left = progress.secondsLeft && progress.done < progress.all
+                                     ? fmt::format(", {}:{:02} left", *progress.secondsLeft / 60,
+                                                   *progress.secondsLeft % 60)
+                                     : "";
         draw(fmt::format("[{}{}] {}/{}{}  {} {}", std::string(filled, '#'),
                          std::string(kBarWidth - filled, '.'), progress.done, progress.all, left,
                          progress.rendererID, test));

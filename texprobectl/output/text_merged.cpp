@@ -48,7 +48,8 @@ std::string list_failures(const Counted& counted) {
         for (std::size_t i = 0; i < kCapabilityCount; ++i) {
             const Count failed = failures(counted.cells[format][i]);
             if (failed == 0) continue;
-            capabilities += (capabilities.empty() ? "" : ", ") + std::string(kCapabilities[i].column);
+            capabilities +=
+                (capabilities.empty() ? "" : ", ") + std::string(kCapabilities[i].column);
             if (failed != counted.sets) capabilities += fmt::format(" on {}", failed);
         }
         if (capabilities.empty()) continue;
@@ -74,8 +75,8 @@ void write_merged_text(const Merged& merged, const Terminal& terminal, std::ostr
     for (const auto& [driver, counted] : merged.drivers()) {
         const std::string list = list_failures(counted);
         if (list.empty()) continue;
-        stream << fmt::format("\nDoes not work on {}, {} {}:\n{}", name_driver(driver), counted.sets,
-                              plural(counted.sets, "set", "sets"), list);
+        stream << fmt::format("\nDoes not work on {}, {} {}:\n{}", name_driver(driver),
+                              counted.sets, plural(counted.sets, "set", "sets"), list);
     }
 }
 

@@ -135,8 +135,9 @@ private:
             return fmt::format("{:<{}}", shortened(text, static_cast<int>(width)), width);
         };
         stream_ << fmt::format("{:>2}  {}  {}  {}  {}  {}\n", number,
-                               fmt::format("{:<{}}", id, columns.id), cut(renderer, columns.renderer),
-                               cut(driver, columns.driver), cut(build, columns.build), state);
+                               fmt::format("{:<{}}", id, columns.id),
+                               cut(renderer, columns.renderer), cut(driver, columns.driver),
+                               cut(build, columns.build), state);
     }
 
     void write_heading(const RecordSet& set) {
@@ -211,9 +212,8 @@ void write_changes(const MeasureResult& result, std::ostream& stream, const Term
     RecordSets fresh;
     Comparison changed;
     for (const RecordSet& after : result.after) {
-        const auto before =
-            std::find_if(result.before.begin(), result.before.end(),
-                         [&](const RecordSet& set) { return set.id == after.id; });
+        const auto before = std::find_if(result.before.begin(), result.before.end(),
+                                         [&](const RecordSet& set) { return set.id == after.id; });
         if (before == result.before.end()) {
             fresh.push_back(after);
         } else {

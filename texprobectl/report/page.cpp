@@ -94,8 +94,8 @@ Data describe_set(const RecordSet& set, std::size_t number, const RecordSets& al
                  if (differs(all, cell)) kind += " differs";
                  return std::pair<std::string, std::string>(kind, word(verdict));
              }));
-    data.set("hasDetails", Data(set.details.empty() ? Data::type::bool_false
-                                                    : Data::type::bool_true));
+    data.set("hasDetails",
+             Data(set.details.empty() ? Data::type::bool_false : Data::type::bool_true));
     data.set("details", list_details(set));
     return data;
 }
@@ -121,8 +121,9 @@ std::string summarize(const RecordSets& sets) {
         if (none) hopeless.emplace_back(kFormats[format].name);
     }
     const std::string where = sets.size() > 1 ? " in every set" : "";
-    std::string text = whole.empty() ? "No format has all six capabilities" + where + "."
-                                     : "All six capabilities" + where + ": " + list_names(whole) + ".";
+    std::string text = whole.empty()
+                           ? "No format has all six capabilities" + where + "."
+                           : "All six capabilities" + where + ": " + list_names(whole) + ".";
     if (!hopeless.empty()) text += " Cannot be created at all: " + list_names(hopeless) + ".";
     return text;
 }
@@ -133,10 +134,13 @@ Data list_totals(const RecordSets& sets) {
             return set.verdict(cell) == Verdict::kYes;
         });
         const auto all = static_cast<std::ptrdiff_t>(sets.size());
-        const std::string text =
-            yes == all ? "all" : yes == 0 ? "none" : std::to_string(yes) + "/" + std::to_string(all);
-        return std::pair<std::string, std::string>(
-            yes == all ? "yes" : yes == 0 ? "no" : "some", text);
+        const std::string text = yes == all ? "all"
+                                 : yes == 0 ? "none"
+                                            : std::to_string(yes) + "/" + std::to_string(all);
+        return std::pair<std::string, std::string>(yes == all ? "yes"
+                                                   : yes == 0 ? "no"
+                                                              : "some",
+                                                   text);
     });
 }
 
@@ -148,8 +152,8 @@ void write_page(const RecordSets& sets, std::ostream& stream) {
     Data list(Data::type::list);
     for (std::size_t i = 0; i < sets.size(); ++i) list << describe_set(sets[i], i + 1, sets);
     const bool several = sets.size() > 1;
-    const bool hasUnseenNo = std::any_of(sets.begin(), sets.end(),
-                                         [](const RecordSet& set) { return set.hasUnseenNo; });
+    const bool hasUnseenNo =
+        std::any_of(sets.begin(), sets.end(), [](const RecordSet& set) { return set.hasUnseenNo; });
     data.set("version", TEXPROBECTL_VERSION);
     data.set("title", several ? std::string("Texture formats on several renderers")
                               : "Texture formats on " +

@@ -80,9 +80,8 @@ CFArrayRef create_array(const Texts& texts, TextOf text_of) {
     std::vector<const void*> strings;
     for (const auto& text : texts) strings.push_back(new __CFString(text_of(text)));
     if (strings.empty()) return nullptr;
-    const CFArrayRef array =
-        CFArrayCreate(nullptr, strings.data(), static_cast<CFIndex>(strings.size()),
-                      &kCFTypeArrayCallBacks);
+    const CFArrayRef array = CFArrayCreate(
+        nullptr, strings.data(), static_cast<CFIndex>(strings.size()), &kCFTypeArrayCallBacks);
     for (const void* string : strings) CFRelease(string);
     return array;
 }

@@ -142,8 +142,8 @@ Status RecordStore::patiently(std::chrono::milliseconds patience,
 
 Status RecordStore::settle(const std::string& application, Database::Purpose purpose,
                            std::chrono::milliseconds patience) {
-    return patiently(
-        patience, [&] { return attempt(applications_[application], application, purpose); });
+    return patiently(patience,
+                     [&] { return attempt(applications_[application], application, purpose); });
 }
 
 Status RecordStore::attempt(Application& application, const std::string& name,

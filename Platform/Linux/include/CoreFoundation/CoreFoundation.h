@@ -158,21 +158,21 @@ typedef struct {
 extern const CFDictionaryKeyCallBacks kCFTypeDictionaryKeyCallBacks;
 extern const CFDictionaryValueCallBacks kCFTypeDictionaryValueCallBacks;
 
-/// A new dictionary that the caller owns, holding `numValues` pairs. Null for a negative number, and
-/// for null `keys` or `values` unless there are none.
-/// Differs from macOS: the callbacks must be the two above; keys are not compared, so that the
-/// later one of two equal keys counts where a dictionary is used.
-CFDictionaryRef CFDictionaryCreate(CFAllocatorRef allocator, const void** keys,
-                                   const void** values, CFIndex numValues,
-                                   const CFDictionaryKeyCallBacks* keyCallBacks,
+/// A new dictionary that the caller owns, holding `numValues` pairs. Null for a negative number,
+/// and for null `keys` or `values` unless there are none. Differs from macOS: the callbacks must be
+/// the two above; keys are not compared, so that the later one of two equal keys counts where a
+/// dictionary is used.
+CFDictionaryRef CFDictionaryCreate(CFAllocatorRef allocator, const void** keys, const void** values,
+                                   CFIndex numValues, const CFDictionaryKeyCallBacks* keyCallBacks,
                                    const CFDictionaryValueCallBacks* valueCallBacks);
 
 // Preferences: typed values under (application, key), one store per user.
 //
 // A set or a removal is seen at once by this process and reaches the disk at the next synchronize
 // of its application. Failures of the store are reported on standard error, once of each kind; the
-// process then goes on with its own view. What is not on disk is tried again at the next synchronize
-// and for a last time when the process ends, which then says how many records are missing. An application identifier or a key that is null means no record.
+// process then goes on with its own view. What is not on disk is tried again at the next
+// synchronize and for a last time when the process ends, which then says how many records are
+// missing. An application identifier or a key that is null means no record.
 
 extern const CFStringRef kCFPreferencesCurrentUser;
 extern const CFStringRef kCFPreferencesAnyHost;
@@ -189,8 +189,8 @@ Boolean CFPreferencesGetAppBooleanValue(CFStringRef key, CFStringRef application
                                         Boolean* keyExistsAndHasValidFormat);
 
 /// Stores or replaces one value; a null value removes the key.
-/// Differs from macOS: a value that is not a boolean, a double or a string of at most 65,536 bytes is
-/// refused with a line on standard error.
+/// Differs from macOS: a value that is not a boolean, a double or a string of at most 65,536 bytes
+/// is refused with a line on standard error.
 void CFPreferencesSetAppValue(CFStringRef key, CFPropertyListRef value, CFStringRef applicationID);
 
 /// Sets every pair of `keysToSet` and removes every key of `keysToRemove`, as one operation; either

@@ -1,4 +1,5 @@
-// A tool that does what a file beside it says: "script.N" in its N-th run, else "script". Its lines:
+// A tool that does what a file beside it says: "script.N" in its N-th run, else "script". Its
+// lines:
 //   set APPLICATION KEY true|false|number N|text T    removed APPLICATION KEY
 //   sync APPLICATION    say TEXT    said TEXT (without a line feed)    out TEXT
 //   sleep MILLISECONDS    hang    raise SIGNAL    exit STATUS    mute (closes its streams)

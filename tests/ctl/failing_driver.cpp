@@ -1,5 +1,5 @@
-// A driver that fails in chosen transfer tests, each time that it is asked: linked into a build of the
-// tool, in front of the system's OpenGL. The file "faults" beside the executable says in which:
+// A driver that fails in chosen transfer tests, each time that it is asked: linked into a build of
+// the tool, in front of the system's OpenGL. The file "faults" beside the executable says in which:
 //   <internal format> <index of the capability> <signal, or 0 to hang>
 
 #include <OpenGL/gl.h>
@@ -92,8 +92,7 @@ EXPORTED void glTexSubImage2D(GLenum target, GLint level, GLint x, GLint y, GLsi
 
 EXPORTED void glGetTexImage(GLenum target, GLint level, GLenum format, GLenum type, void* pixels) {
     fail_in(kDownloadGet);
-    static const auto real =
-        next<void (*)(GLenum, GLint, GLenum, GLenum, void*)>("glGetTexImage");
+    static const auto real = next<void (*)(GLenum, GLint, GLenum, GLenum, void*)>("glGetTexImage");
     real(target, level, format, type, pixels);
 }
 

@@ -145,8 +145,8 @@ TEST(SupervisedRun, begins_the_limit_anew_with_each_step) {
 
 TEST(SupervisedRun, takes_no_other_line_for_a_step) {
     Recorder recorder;
-    const RunEnd end = run_shell("while true; do sleep 0.05; echo noise; done", recorder,
-                                 milliseconds(500));
+    const RunEnd end =
+        run_shell("while true; do sleep 0.05; echo noise; done", recorder, milliseconds(500));
     EXPECT_EQ(end.kind, Kind::kTimeLimit);
 }
 
@@ -162,8 +162,8 @@ TEST(SupervisedRun, asks_a_program_to_stop_before_it_kills_it) {
     recorder.onLook = [&] {
         return recorder.out.empty() ? RunObserver::Wish::kGoOn : RunObserver::Wish::kStop;
     };
-    const RunEnd end =
-        run_shell("trap 'echo ended; exit 0' TERM; echo here; while true; do sleep 0.01; done", recorder);
+    const RunEnd end = run_shell(
+        "trap 'echo ended; exit 0' TERM; echo here; while true; do sleep 0.01; done", recorder);
     EXPECT_EQ(end.kind, Kind::kStopped);
     EXPECT_THAT(recorder.out, ElementsAre("here", "ended"));
 }
@@ -259,8 +259,8 @@ TEST(SupervisedRun, serves_several_threads_at_once) {
     for (int i = 0; i < 8; ++i) {
         threads.emplace_back([&results, i] {
             Recorder recorder;
-            const RunEnd end = run_shell("echo " + std::to_string(i) + "; exit " + std::to_string(i),
-                                         recorder);
+            const RunEnd end =
+                run_shell("echo " + std::to_string(i) + "; exit " + std::to_string(i), recorder);
             if (recorder.out == std::vector<std::string>{std::to_string(i)}) {
                 results[static_cast<std::size_t>(i)] = end.number;
             }

@@ -1,14 +1,14 @@
 // list, show, compare, forget and doctor, on prepared records.
 
+#include <fcntl.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <fcntl.h>
 #include <unistd.h>
 
 #include <nlohmann/json.hpp>
 
-#include "texprobectl/ctl_folder.h"
-#include "texprobectl/prepared_records.h"
+#include "ctl/ctl_folder.h"
+#include "ctl/prepared_records.h"
 
 namespace texprobe::tests {
 namespace {
@@ -47,8 +47,7 @@ TEST_F(Records, are_listed_one_line_each) {
 TEST_F(Records, are_none_at_first) {
     const Finished run = folder_.ctl({"list"});
     EXPECT_TRUE(run.exited_with(0));
-    EXPECT_EQ(run.out,
-              "Nothing is recorded yet: `texprobectl measure` measures this machine.\n");
+    EXPECT_EQ(run.out, "Nothing is recorded yet: `texprobectl measure` measures this machine.\n");
     EXPECT_FALSE(std::filesystem::exists(folder_.database()));
 }
 
@@ -75,19 +74,19 @@ TEST_F(Records, are_not_found_by_a_part_that_several_have) {
 }
 
 TEST_F(Records, are_shown_in_words_within_80_columns) {
-    folder_.prepare(SCRIPTED_TOOL,
-                    "set " + kOld + " VERSION number 0.21\nset " + kOld +
-                        " GL_RGB32F_ARB_SUPPORTED false\nset " + kOld +
-                        " GL_RGBA32F_ARB_SUPPORTED true\nset " + kOld +
-                        " GL_RGBA32F_ARB_RENDERABLE false\nsync " + kOld + "\n");
+    folder_.prepare(SCRIPTED_TOOL, "set " + kOld + " VERSION number 0.21\nset " + kOld +
+                                       " GL_RGB32F_ARB_SUPPORTED false\nset " + kOld +
+                                       " GL_RGBA32F_ARB_SUPPORTED true\nset " + kOld +
+                                       " GL_RGBA32F_ARB_RENDERABLE false\nsync " + kOld + "\n");
     const Finished run = folder_.ctl({"show", "1"});
     EXPECT_TRUE(run.exited_with(0));
     EXPECT_THAT(
         run.out,
-        HasSubstr("                            create   render      set    reset      get     read\n"
-                  "GL_RGB32F_ARB                   no      n/a      n/a      n/a      n/a      n/a\n"
-                  "GL_RGBA32F_ARB                 yes       no untested untested      n/a      n/a\n"
-                  "GL_LUMINANCE32F_ARB       untested untested untested untested untested untested\n"));
+        HasSubstr(
+            "                            create   render      set    reset      get     read\n"
+            "GL_RGB32F_ARB                   no      n/a      n/a      n/a      n/a      n/a\n"
+            "GL_RGBA32F_ARB                 yes       no untested untested      n/a      n/a\n"
+            "GL_LUMINANCE32F_ARB       untested untested untested untested untested untested\n"));
     EXPECT_THAT(run.out, AllOf(HasSubstr("untested: not measured yet\n"),
                                HasSubstr("n/a: not applicable, because what it needs is a no\n"),
                                Not(HasSubstr("\x1b"))));
@@ -216,9 +215,9 @@ TEST_F(Records, doctor_names_no_user_and_no_host) {
     prepare_three();
     char host[256] = {};
     gethostname(host, sizeof host - 1);
-    const Finished run = folder_.ctl({"doctor", "--json"}, {"HOME=" + folder_.path().string(),
-                                                            "MESA_DEBUG=" + std::string(host),
-                                                            "SECRET=1"});
+    const Finished run = folder_.ctl(
+        {"doctor", "--json"},
+        {"HOME=" + folder_.path().string(), "MESA_DEBUG=" + std::string(host), "SECRET=1"});
     EXPECT_TRUE(run.exited_with(0)) << run.err;
     const json document = json::parse(run.out);
     EXPECT_EQ(document["store"]["place"], "~/records/records.sqlite3");
@@ -226,15 +225,15 @@ TEST_F(Records, doctor_names_no_user_and_no_host) {
     EXPECT_EQ(document["store"]["file_mode"], "0600");
     EXPECT_EQ(document["store"]["health"], "good");
     EXPECT_EQ(document["record_sets"], 3);
-    EXPECT_EQ(document["variables"],
-              json::parse(R"([{"name": "MESA_DEBUG", "value": "HOST"}])"));
+    EXPECT_EQ(document["variables"], json::parse(R"([{"name": "MESA_DEBUG", "value": "HOST"}])"));
     EXPECT_FALSE(document["renderers"].empty());
 }
 
 TEST_F(Records, unknown_arguments_get_one_line_and_status_2) {
     const std::pair<std::vector<std::string>, std::string> cases[] = {
-        {{}, "texprobectl: a command is missing; expected one of measure, list, show, compare, "
-             "export, report, merge, forget, doctor; see `texprobectl --help`\n"},
+        {{},
+         "texprobectl: a command is missing; expected one of measure, list, show, compare, "
+         "export, report, merge, forget, doctor; see `texprobectl --help`\n"},
         {{"frobnicate"},
          "texprobectl: unknown argument: frobnicate; expected one of measure, list, show, compare, "
          "export, report, merge, forget, doctor; see `texprobectl --help`\n"},
@@ -254,8 +253,8 @@ TEST_F(Records, unknown_arguments_get_one_line_and_status_2) {
 }
 
 TEST_F(Records, every_command_has_help) {
-    for (const char* command : {"measure", "list", "show", "compare", "export", "report", "merge",
-                                "forget", "doctor"}) {
+    for (const char* command :
+         {"measure", "list", "show", "compare", "export", "report", "merge", "forget", "doctor"}) {
         const Finished run = folder_.ctl({command, "--help"});
         EXPECT_TRUE(run.exited_with(0)) << command;
         EXPECT_THAT(run.out, HasSubstr("Usage: texprobectl " + std::string(command)));

@@ -10,10 +10,10 @@
 #include <random>
 #include <sstream>
 
+#include "ctl/ctl_folder.h"
+#include "ctl/prepared_records.h"
 #include "document.h"
 #include "merged_document.h"
-#include "texprobectl/ctl_folder.h"
-#include "texprobectl/prepared_records.h"
 
 namespace texprobe::tests {
 namespace {
@@ -54,9 +54,11 @@ protected:
 };
 
 TEST_F(Document, of_every_kind_is_valid_for_a_validator_that_is_not_ours) {
-    const std::vector<std::vector<std::string>> commands = {
-        {"list", "--json"},   {"show", "1", "--json"}, {"export"}, {"compare", "1", "2", "--json"},
-        {"doctor", "--json"}};
+    const std::vector<std::vector<std::string>> commands = {{"list", "--json"},
+                                                            {"show", "1", "--json"},
+                                                            {"export"},
+                                                            {"compare", "1", "2", "--json"},
+                                                            {"doctor", "--json"}};
     std::string files;
     const auto keep = [&](const std::string& name, const std::string& text) {
         write_file(folder_.file(name), text);
@@ -108,8 +110,9 @@ TEST_F(Document, that_is_wrong_gets_its_line_and_column) {
     EXPECT_EQ(complaint("[]"), ":1:1: expected an object\n");
     EXPECT_EQ(complaint("{}"), ": no document of texprobectl: it has no \"schema\"\n");
     EXPECT_THAT(complaint("{\n\"schema\":\n nonsense}"), HasSubstr(":3:"));
-    EXPECT_THAT(complaint(with("\"texprobe-records\"", "\"texprobe-records\",\n \"schema\": \"x\"")),
-                HasSubstr(":3:"));
+    EXPECT_THAT(
+        complaint(with("\"texprobe-records\"", "\"texprobe-records\",\n \"schema\": \"x\"")),
+        HasSubstr(":3:"));
     // The first set's RGB8 is the seventh of the formats that begin on line 16.
     EXPECT_EQ(complaint(with("\"upload_set\":\"no\"", "\"upload_set\":\"perhaps\"")),
               ":22:101: \"upload_set\" is \"perhaps\"; expected yes, no, unmeasured, "
@@ -122,12 +125,14 @@ TEST_F(Document, that_is_wrong_gets_its_line_and_column) {
                 HasSubstr("expected \"GL_RGB8\": the formats are in the tool's order"));
     EXPECT_THAT(complaint(with("\"renderer_id\": \"abcd1234\"", "\"renderer_id\": \"0\"")),
                 HasSubstr("must be those of \"id\""));
-    EXPECT_THAT(complaint(with(kID, "org.example.other")), HasSubstr("is no record set's identifier"));
+    EXPECT_THAT(complaint(with(kID, "org.example.other")),
+                HasSubstr("is no record set's identifier"));
 }
 
 TEST_F(Document, of_another_version_is_refused_with_a_clear_line) {
-    EXPECT_EQ(complaint(with("\"schema_version\": 1", "\"schema_version\": 2")),
-              ":3:21: \"schema_version\" is 2: this texprobectl reads version 1; use a newer one\n");
+    EXPECT_EQ(
+        complaint(with("\"schema_version\": 1", "\"schema_version\": 2")),
+        ":3:21: \"schema_version\" is 2: this texprobectl reads version 1; use a newer one\n");
     EXPECT_THAT(complaint(with("  \"schema_version\": 1,\n", "")),
                 HasSubstr("\"schema\" and \"schema_version\" must come first"));
 }
@@ -142,8 +147,10 @@ TEST_F(Document, with_members_that_are_not_known_is_read) {
 TEST_F(Document, cannot_take_the_memory_or_the_stack) {
     EXPECT_THAT(complaint("{\"schema\": \"" + std::string(1000000, 'x') + "\"}"),
                 HasSubstr("a value of more than 65536 bytes"));
-    EXPECT_THAT(complaint("{\"schema\": " + std::string(100000, '[')), HasSubstr("nested too deeply"));
-    std::string many = "{\"schema\": \"texprobe-records\", \"schema_version\": 1, \"record_sets\": [[";
+    EXPECT_THAT(complaint("{\"schema\": " + std::string(100000, '[')),
+                HasSubstr("nested too deeply"));
+    std::string many =
+        "{\"schema\": \"texprobe-records\", \"schema_version\": 1, \"record_sets\": [[";
     for (int i = 0; i < 2000; ++i) many += "1,";
     EXPECT_THAT(complaint(many + "1]]}"), HasSubstr("too many elements"));
 }
@@ -167,8 +174,9 @@ std::string mutated(std::string text, std::mt19937& random) {
             break;
         }
         default:
-            static constexpr const char* kTokens[] = {"null", "-1", "1e999", "{", "]", "\"",
-                                                      "true", "[]", "99999999999999999999", "\\u0000"};
+            static constexpr const char* kTokens[] = {
+                "null",   "-1", "1e999", "{", "]", "\"", "true", "[]", "99999999999999999999",
+                "\\u0000"};
             text.insert(at(), kTokens[random() % std::size(kTokens)]);
     }
     return text;

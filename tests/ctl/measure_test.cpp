@@ -12,8 +12,8 @@
 #include <nlohmann/json.hpp>
 #include <thread>
 
+#include "ctl/ctl_folder.h"
 #include "support/formats.h"
-#include "texprobectl/ctl_folder.h"
 
 namespace texprobe::tests {
 namespace {
@@ -45,8 +45,8 @@ protected:
         return "set " + *id_ + " " + key + " false\nsync " + *id_ + "\n";
     }
     static std::string opening() {
-        return "say " + line("testing renderer: 1") + "set " + *id_ + " VERSION number 0.21\nsync " +
-               *id_ + "\n";
+        return "say " + line("testing renderer: 1") + "set " + *id_ +
+               " VERSION number 0.21\nsync " + *id_ + "\n";
     }
 
     json first_set() const {
@@ -88,9 +88,8 @@ TEST_F(Measure, kills_a_tool_that_hangs_and_remembers_it) {
 TEST_F(Measure, does_not_take_slow_tests_for_a_hang) {
     std::string script = opening();
     for (int i = 0; i < 4; ++i) {
-        script += "sleep 600\n" +
-                  test(std::string(kFormats[i].name) + "_SUPPORTED",
-                       std::string(kFormats[i].name) + " supported", true);
+        script += "sleep 600\n" + test(std::string(kFormats[i].name) + "_SUPPORTED",
+                                       std::string(kFormats[i].name) + " supported", true);
     }
     folder_.script(script);
     const Finished run = folder_.ctl({"measure", "--timeout", "2"});
@@ -135,8 +134,8 @@ TEST_F(Measure, ends_after_two_runs_that_record_nothing) {
 
 TEST_F(Measure, ends_after_the_attempts_that_it_was_given) {
     for (int run = 1; run <= 3; ++run) {
-        folder_.script(run, opening() +
-                                begin(std::string(kFormats[run].name) + "_SUPPORTED") + "raise 6\n");
+        folder_.script(
+            run, opening() + begin(std::string(kFormats[run].name) + "_SUPPORTED") + "raise 6\n");
     }
     const Finished run = folder_.ctl({"measure", "--attempts", "3"});
     EXPECT_TRUE(run.exited_with(1));
@@ -164,7 +163,8 @@ TEST_F(Measure, forgets_a_crash_that_is_measured_again) {
     folder_.script(2, "exit 0\n");
     folder_.ctl({"measure"});
     EXPECT_EQ(verdict(0, "supported"), "crashed");
-    folder_.script(3, "removed " + *id_ + " GL_RGB32F_ARB_SUPPORTED\nsync " + *id_ + "\n" + opening() +
+    folder_.script(3, "removed " + *id_ + " GL_RGB32F_ARB_SUPPORTED\nsync " + *id_ + "\n" +
+                          opening() +
                           test("GL_RGB32F_ARB_SUPPORTED", "GL_RGB32F_ARB supported", false));
     folder_.ctl({"measure"});
     EXPECT_EQ(verdict(0, "supported"), "no");
@@ -299,9 +299,9 @@ struct Fault {
     std::size_t capability;
     int signal;
 };
-constexpr Fault kFaults[] = {{0, 2, SIGSEGV}, {0, 3, SIGABRT}, {1, 4, SIGBUS}, {2, 5, SIGSEGV},
-                             {4, 2, SIGSEGV}, {6, 3, 0},       {7, 4, SIGABRT}, {9, 5, SIGFPE},
-                             {10, 2, SIGILL}, {12, 3, SIGSEGV}, {14, 4, 0},     {15, 5, SIGABRT}};
+constexpr Fault kFaults[] = {{0, 2, SIGSEGV}, {0, 3, SIGABRT},  {1, 4, SIGBUS},  {2, 5, SIGSEGV},
+                             {4, 2, SIGSEGV}, {6, 3, 0},        {7, 4, SIGABRT}, {9, 5, SIGFPE},
+                             {10, 2, SIGILL}, {12, 3, SIGSEGV}, {14, 4, 0},      {15, 5, SIGABRT}};
 
 TEST(MeasureOnARealDriver, survives_ten_crashes_and_two_hangs) {
     const ToolFolder healthy(TOOL);
@@ -336,7 +336,8 @@ TEST(MeasureOnARealDriver, survives_ten_crashes_and_two_hangs) {
             << kFormats[fault.format].name;
     }
     EXPECT_EQ(set.at("details").size(), std::size(kFaults));
-    EXPECT_THAT(folder.ctl({"show"}).out, HasSubstr("GL_RGB8 upload reset: did not end within 5 s"));
+    EXPECT_THAT(folder.ctl({"show"}).out,
+                HasSubstr("GL_RGB8 upload reset: did not end within 5 s"));
 }
 
 TEST(MeasureOnARealDriver, loses_nothing_when_it_is_killed_itself) {

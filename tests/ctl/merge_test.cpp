@@ -11,9 +11,9 @@
 #include <nlohmann/json.hpp>
 #include <random>
 
+#include "ctl/ctl_folder.h"
+#include "ctl/prepared_records.h"
 #include "document.h"
-#include "texprobectl/ctl_folder.h"
-#include "texprobectl/prepared_records.h"
 
 namespace texprobe::tests {
 namespace {
@@ -87,7 +87,8 @@ TEST_F(Merge, counts_each_verdict_of_each_driver) {
     const std::string text = folder_.ctl({"merge", folder_.file("a.json")}).out;
     EXPECT_THAT(text, HasSubstr("3 record sets of 2 drivers, 3 complete."));
     EXPECT_THAT(text, HasSubstr("GL_RGBA8                       all      all      1/3      all"));
-    EXPECT_THAT(text, HasSubstr("another, build build-0, 1 set:\n  GL_RGBA8                   set\n"));
+    EXPECT_THAT(text,
+                HasSubstr("another, build build-0, 1 set:\n  GL_RGBA8                   set\n"));
     EXPECT_THAT(text, HasSubstr("2 sets:\n  GL_RGBA8                   set on 1\n"));
 }
 
@@ -95,8 +96,9 @@ TEST_F(Merge, comes_to_the_same_in_any_order_and_grouping) {
     const ctl::RecordSets sets = random_sets(60, 7, 2);
     const std::vector<std::string> parts = {"a.json", "b.json", "c.json", "d.json"};
     for (std::size_t i = 0; i < parts.size(); ++i) {
-        write_sets(folder_.file(parts[i]), {sets.begin() + static_cast<std::ptrdiff_t>(i * 15),
-                                            sets.begin() + static_cast<std::ptrdiff_t>(i * 15 + 15)});
+        write_sets(folder_.file(parts[i]),
+                   {sets.begin() + static_cast<std::ptrdiff_t>(i * 15),
+                    sets.begin() + static_cast<std::ptrdiff_t>(i * 15 + 15)});
     }
     const std::string whole = merge(parts);
     EXPECT_EQ(merge({"d.json", "b.json", "a.json", "c.json"}), whole);
