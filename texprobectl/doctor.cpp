@@ -17,7 +17,8 @@
 #include "signals.h"
 #include "turn.h"
 
-extern char** environ;
+// POSIX leaves the declaration to its users; some systems make it nevertheless.
+extern char** environ;  // NOLINT(readability-redundant-declaration)
 
 namespace texprobe::ctl {
 

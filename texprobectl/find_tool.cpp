@@ -5,6 +5,7 @@
 #include <cstdlib>
 #include <filesystem>
 #include <sstream>
+#include <utility>
 
 namespace texprobe::ctl {
 
@@ -16,7 +17,8 @@ std::string find_in_path(const std::string& name) {
     for (std::string folder; std::getline(folders, folder, ':');) {
         // An empty entry means the working directory, which is no place to find programs.
         if (folder.empty()) continue;
-        const std::string program = folder + '/' + name;
+        std::string program = std::move(folder);
+        program.append("/").append(name);
         if (is_program(program)) return program;
     }
     return {};

@@ -3,6 +3,7 @@
 #include <iterator>
 #include <memory>
 #include <nlohmann/json.hpp>
+#include <utility>
 
 namespace texprobe::ctl {
 
@@ -129,7 +130,7 @@ public:
             if (other == name) fail(progress_.file, position(), "\"" + name + "\" is given twice");
         }
         if (object.size() == kMostMembers) fail(progress_.file, position(), "too many members");
-        object.emplace_back(name, JsonValue{});
+        object.push_back({name, JsonValue{}});
         progress_.sinceLastValue = 0;
         return true;
     }
@@ -169,13 +170,13 @@ private:
         JsonValue& parent = open_.back();
         if (auto* object = std::get_if<JsonValue::Object>(&parent.value)) {
             const bool isSimple = !value.as<JsonValue::Array>() && !value.as<JsonValue::Object>();
-            if (open_.size() == 1 && isSimple) top_.member(object->back().first, value);
-            if (open_.size() > 1) object->back().second = std::move(value);
+            if (open_.size() == 1 && isSimple) top_.member(object->back().name, value);
+            if (open_.size() > 1) object->back().value = std::move(value);
             return true;
         }
         if (open_.size() == 2) {
             const auto& top = std::get<JsonValue::Object>(open_.front().value);
-            top_.element(top.back().first, value);
+            top_.element(top.back().name, value);
             return true;
         }
         auto& array = std::get<JsonValue::Array>(parent.value);

@@ -11,7 +11,6 @@
 #include <stdexcept>
 #include <string>
 #include <string_view>
-#include <utility>
 #include <variant>
 #include <vector>
 
@@ -28,10 +27,12 @@ public:
     using std::runtime_error::runtime_error;
 };
 
+struct JsonMember;
+
 struct JsonValue {
     struct Null {};
     using Array = std::vector<JsonValue>;
-    using Object = std::vector<std::pair<std::string, JsonValue>>;
+    using Object = std::vector<JsonMember>;
     std::variant<Null, bool, std::int64_t, double, std::string, Array, Object> value;
     /// Where it begins.
     Position position;
@@ -43,6 +44,11 @@ struct JsonValue {
     bool is_null() const { return std::holds_alternative<Null>(value); }
     /// The member of an object; null for everything else.
     const JsonValue* member(std::string_view name) const;
+};
+
+struct JsonMember {
+    std::string name;
+    JsonValue value;
 };
 
 /// What a reader is told about the top-level object.

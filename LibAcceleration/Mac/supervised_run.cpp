@@ -13,7 +13,8 @@
 #include <cstdlib>
 #include <utility>
 
-extern char** environ;
+// POSIX leaves the declaration to its users; some systems make it nevertheless.
+extern char** environ;  // NOLINT(readability-redundant-declaration)
 
 namespace texprobe {
 

@@ -103,7 +103,9 @@ public:
         item("record sets", std::to_string(diagnosis.recordSets));
         item("measuring now",
              diagnosis.measuring == 0 ? "nobody" : fmt::format("process {}", diagnosis.measuring));
-        for (const auto& [name, value] : diagnosis.variables) item("variable", name + '=' + value);
+        for (const auto& [name, value] : diagnosis.variables) {
+            item("variable", fmt::format("{}={}", name, value));
+        }
     }
 
 private:
