@@ -1,6 +1,6 @@
 # CMake silently accepts a misspelt option, which then changes nothing. Refuse it.
 set(texprobe_options
-    TEXPROBE_BUILD_TESTS TEXPROBE_BUILD_BENCH TEXPROBE_BUILD_EXAMPLES TEXPROBE_INSTALL
+    TEXPROBE_BUILD_TESTS TEXPROBE_BUILD_BENCH TEXPROBE_BUILD_CTL TEXPROBE_BUILD_EXAMPLES TEXPROBE_INSTALL
     TEXPROBE_WERROR TEXPROBE_COVERAGE TEXPROBE_SANITIZE TEXPROBE_ALL_FAULTS)
 get_cmake_property(texprobe_cache_variables CACHE_VARIABLES)
 foreach(variable IN LISTS texprobe_cache_variables)

@@ -14,6 +14,16 @@ install(TARGETS TexProbe EXPORT TexProbe
         INCLUDES DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
 install(FILES LibAcceleration/Mac/TexProbe.h DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
 install(FILES docs/man/texprobe.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)
+if(texprobe_has_ctl)
+  install(TARGETS texprobectl RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
+  install(FILES docs/man/texprobectl.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)
+  install(FILES docs/texprobe-records.schema.json DESTINATION ${CMAKE_INSTALL_DATADIR}/texprobe)
+  install(FILES completions/texprobectl.bash RENAME texprobectl
+          DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions)
+  install(FILES completions/_texprobectl DESTINATION ${CMAKE_INSTALL_DATADIR}/zsh/site-functions)
+  install(FILES completions/texprobectl.fish
+          DESTINATION ${CMAKE_INSTALL_DATADIR}/fish/vendor_completions.d)
+endif()
 install(FILES docs/man/TexProbe.3 DESTINATION ${CMAKE_INSTALL_MANDIR}/man3)
 
 # find_package(TexProbe) provides TexProbe::TexProbe.

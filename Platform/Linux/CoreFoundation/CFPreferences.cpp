@@ -3,6 +3,7 @@
 #include <cstdio>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "RecordStore/record_store.h"
 #include "object.h"
@@ -53,6 +54,38 @@ std::optional<bool> boolean_of(const Value& value) {
     return std::nullopt;
 }
 
+/// No object removes the key. What is no key, or cannot be stored, is left out.
+void add_change(CFTypeRef key, CFPropertyListRef object, Changes* changes) {
+    const auto* string = object_cast<__CFString>(key);
+    if (!string) return;
+    auto value = value_of(object);
+    const auto* text = object_cast<__CFString>(object);
+    if ((object && !value) || (text && text->text.size() > kLongestString)) {
+        std::fprintf(stderr,
+                     "*** texprobe records: %s: only booleans, doubles and strings of at most %zu"
+                     " bytes can be stored\n",
+                     string->text.c_str(), kLongestString);
+        return;
+    }
+    changes->insert_or_assign(string->text, std::move(value));
+}
+
+bool is_any_host_of_user(CFStringRef userName, CFStringRef hostName) {
+    return userName == kCFPreferencesCurrentUser && hostName == kCFPreferencesAnyHost;
+}
+
+/// The texts as an array of strings; null when there are none.
+template <class Texts, class TextOf>
+CFArrayRef create_array(const Texts& texts, TextOf text_of) {
+    std::vector<const void*> strings;
+    for (const auto& text : texts) strings.push_back(new __CFString(text_of(text)));
+    if (strings.empty()) return nullptr;
+    const CFArrayRef array = CFArrayCreate(
+        nullptr, strings.data(), static_cast<CFIndex>(strings.size()), &kCFTypeArrayCallBacks);
+    for (const void* string : strings) CFRelease(string);
+    return array;
+}
+
 }  // namespace
 
 CFPropertyListRef CFPreferencesCopyAppValue(CFStringRef key, CFStringRef applicationID) {
@@ -69,37 +102,39 @@ Boolean CFPreferencesGetAppBooleanValue(CFStringRef key, CFStringRef application
 }
 
 void CFPreferencesSetAppValue(CFStringRef key, CFPropertyListRef value, CFStringRef applicationID) {
-    const auto* key_string = object_cast<__CFString>(key);
     const auto* application = object_cast<__CFString>(applicationID);
-    if (!key_string || !application) return;
-    auto converted = value_of(value);
-    const auto* text = object_cast<__CFString>(value);
-    if ((value && !converted) || (text && text->text.size() > kLongestString)) {
-        std::fprintf(stderr,
-                     "*** texprobe records: %s: only booleans, doubles and strings of at most %zu"
-                     " bytes can be stored\n",
-                     key_string->text.c_str(), kLongestString);
-        return;
-    }
-    RecordStore::of_process().change(application->text, {{key_string->text, std::move(converted)}});
+    Changes changes;
+    add_change(key, value, &changes);
+    if (application) RecordStore::of_process().change(application->text, changes);
 }
 
 void CFPreferencesSetMultiple(CFDictionaryRef keysToSet, CFArrayRef keysToRemove,
                               CFStringRef applicationID, CFStringRef userName,
                               CFStringRef hostName) {
     const auto* application = object_cast<__CFString>(applicationID);
-    const auto* keys = object_cast<__CFArray>(keysToRemove);
-    if (keysToSet || !application || !keys || userName != kCFPreferencesCurrentUser ||
-        hostName != kCFPreferencesAnyHost) {
-        return;
+    if (!application || !is_any_host_of_user(userName, hostName)) return;
+    Changes changes;
+    if (const auto* set = object_cast<__CFDictionary>(keysToSet)) {
+        for (const auto& [key, value] : set->pairs) add_change(key, value, &changes);
     }
-    Changes removals;
-    for (const void* key : keys->values) {
-        if (const auto* string = object_cast<__CFString>(key)) {
-            removals.insert_or_assign(string->text, std::nullopt);
-        }
+    if (const auto* removed = object_cast<__CFArray>(keysToRemove)) {
+        for (const void* key : removed->values) add_change(key, nullptr, &changes);
     }
-    RecordStore::of_process().change(application->text, removals);
+    RecordStore::of_process().change(application->text, changes);
+}
+
+CFArrayRef CFPreferencesCopyKeyList(CFStringRef applicationID, CFStringRef userName,
+                                    CFStringRef hostName) {
+    const auto* application = object_cast<__CFString>(applicationID);
+    if (!application || !is_any_host_of_user(userName, hostName)) return nullptr;
+    return create_array(RecordStore::of_process().records(application->text),
+                        [](const auto& record) { return record.first; });
+}
+
+CFArrayRef CFPreferencesCopyApplicationList(CFStringRef userName, CFStringRef hostName) {
+    if (!is_any_host_of_user(userName, hostName)) return nullptr;
+    return create_array(RecordStore::of_process().applications(),
+                        [](const std::string& name) { return name; });
 }
 
 Boolean CFPreferencesAppSynchronize(CFStringRef applicationID) {

@@ -32,3 +32,11 @@ CFArrayRef CFArrayCreate(CFAllocatorRef, const void** values, CFIndex count,
     return new __CFArray(std::vector<const void*>(values, values + count),
                          callBacks ? *callBacks : CFArrayCallBacks{});
 }
+
+CFIndex CFArrayGetCount(CFArrayRef array) {
+    return static_cast<CFIndex>(array->values.size());
+}
+
+const void* CFArrayGetValueAtIndex(CFArrayRef array, CFIndex index) {
+    return array->values.at(static_cast<std::size_t>(index));
+}

@@ -12,7 +12,7 @@
 
 namespace texprobe::platform {
 
-enum class Kind : CFTypeID { kArray = 1, kBoolean, kNumber, kString };
+enum class Kind : CFTypeID { kArray = 1, kBoolean, kDictionary, kNumber, kString };
 
 /// A constant lives for the whole process: releasing it does nothing.
 enum class Lifetime : bool { kCounted, kConstant };
@@ -75,6 +75,14 @@ struct __CFArray final : texprobe::platform::Object {
     ~__CFArray() override;
     const std::vector<const void*> values;
     const CFArrayCallBacks callbacks;
+};
+
+struct __CFDictionary final : texprobe::platform::Object {
+    static constexpr auto kKind = texprobe::platform::Kind::kDictionary;
+    using Pairs = std::vector<std::pair<const void*, const void*>>;
+    explicit __CFDictionary(Pairs its_pairs);
+    ~__CFDictionary() override;
+    const Pairs pairs;
 };
 
 #endif

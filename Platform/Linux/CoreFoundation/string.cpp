@@ -116,6 +116,23 @@ const char* CFStringGetCStringPtr(CFStringRef string, CFStringEncoding) {
     return object ? object->text.c_str() : nullptr;
 }
 
+CFIndex CFStringGetLength(CFStringRef string) {
+    const auto* object = object_cast<__CFString>(string);
+    return object ? static_cast<CFIndex>(object->text.size()) : 0;
+}
+
+Boolean CFStringGetCString(CFStringRef string, char* buffer, CFIndex bufferSize,
+                           CFStringEncoding encoding) {
+    const auto* object = object_cast<__CFString>(string);
+    if (!object || !buffer || encoding != kCFStringEncodingASCII ||
+        bufferSize <= static_cast<CFIndex>(object->text.size())) {
+        return false;
+    }
+    object->text.copy(buffer, object->text.size());
+    buffer[object->text.size()] = '\0';
+    return true;
+}
+
 CFComparisonResult CFStringCompare(CFStringRef a, CFStringRef b, CFStringCompareFlags) {
     const int order = a->text.compare(b->text);
     if (order == 0) return kCFCompareEqualTo;

@@ -215,6 +215,7 @@ int Database::prepare(Query query, sqlite3_stmt** statement) {
         "SELECT count(*) FROM sqlite_master WHERE name = 'records'",
         "PRAGMA user_version",
         "PRAGMA integrity_check(1)",
+        "SELECT DISTINCT application FROM records",
         "SELECT key, type, value FROM records WHERE application = ?1",
         "INSERT INTO records (application, key, type, value) VALUES (?1, ?2, ?3, ?4)"
         " ON CONFLICT (application, key) DO UPDATE SET type = ?3, value = ?4"
@@ -250,6 +251,20 @@ Status Database::read(std::string_view application, Records* records) {
     const int code = read_records(application, &fresh, &too_long);
     if (code == SQLITE_OK) *records = std::move(fresh);
     return status_of(code);
+}
+
+Status Database::read_applications(std::set<std::string>* names) {
+    int code = has_table_ ? SQLITE_OK : learn_layout();
+    if (code != SQLITE_OK || !has_table_) return status_of(code);
+    sqlite3_stmt* statement = nullptr;
+    code = prepare(kApplications, &statement);
+    if (code != SQLITE_OK) return status_of(code);
+    while ((code = sqlite3_step(statement)) == SQLITE_ROW) {
+        const std::string_view name = bytes_of(statement, 0);
+        if (is_string(name)) names->emplace(name);
+    }
+    sqlite3_reset(statement);
+    return status_of(code == SQLITE_DONE ? SQLITE_OK : code);
 }
 
 int Database::read_records(std::string_view application, Records* records,

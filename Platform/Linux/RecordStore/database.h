@@ -14,6 +14,7 @@
 #include <array>
 #include <chrono>
 #include <memory>
+#include <set>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -51,6 +52,9 @@ public:
     /// Replaces `records` by all records of one application; leaves them unchanged on failure.
     Status read(std::string_view application, Records* records);
 
+    /// Adds the names of all applications that have records.
+    Status read_applications(std::set<std::string>* names);
+
     /// Makes the changes durable in one transaction and then replaces `records` by all records of
     /// the application. On failure nothing is changed. If no value differs, nothing is written to
     /// disk.
@@ -63,7 +67,7 @@ private:
     struct Finalize {
         void operator()(sqlite3_stmt* statement) const { sqlite3_finalize(statement); }
     };
-    enum Query { kTables, kVersion, kCheck, kRead, kSet, kRemove, kQueryCount };
+    enum Query { kTables, kVersion, kCheck, kApplications, kRead, kSet, kRemove, kQueryCount };
 
     // These return SQLite's result codes; the public functions return a Status.
     int open_file(const std::string& name, Purpose purpose);

@@ -74,6 +74,23 @@ Records RecordStore::records(const std::string& application) {
     return records;
 }
 
+std::set<std::string> RecordStore::applications() {
+    std::set<std::string> names;
+    const Status status = patiently(patience_.usual, [&] {
+        return look([&](Database* database) {
+            return database ? database->read_applications(&names) : Status();
+        });
+    });
+    const std::lock_guard lock(mutex_);
+    for (const auto& [name, application] : applications_) {
+        for (const auto& [key, value] : application.pending) {
+            if (value) names.insert(name);
+        }
+    }
+    report(status);
+    return names;
+}
+
 /// The application's records, read from the store on first use.
 RecordStore::Application& RecordStore::known(const std::string& application,
                                              std::unique_lock<std::mutex>& lock) {
@@ -102,14 +119,19 @@ bool RecordStore::synchronize(const std::string& application) {
 }
 
 /// Retries until it succeeds or the time is over. Waits without the mutex, because a fork takes it.
-Status RecordStore::settle(const std::string& application, Database::Purpose purpose,
-                           std::chrono::milliseconds patience) {
+Status RecordStore::patiently(std::chrono::milliseconds patience,
+                              const std::function<Status()>& attempt) {
     const auto deadline = std::chrono::steady_clock::now() + patience;
     for (;;) {
         Status status;
         {
             const std::lock_guard lock(mutex_);
-            status = attempt(applications_[application], application, purpose);
+            if (directory().empty()) {
+                return {Status::kUnusable, "", "the user has no home directory"};
+            }
+            if (database_.is_open() && identity_of(path()) != identity_) database_.close(true);
+            status = attempt();
+            if (!status.ok() && status.kind != Status::kLocked) database_.close(true);
         }
         if (status.kind != Status::kLocked || std::chrono::steady_clock::now() >= deadline) {
             return status;
@@ -118,13 +140,21 @@ Status RecordStore::settle(const std::string& application, Database::Purpose pur
     }
 }
 
+Status RecordStore::settle(const std::string& application, Database::Purpose purpose,
+                           std::chrono::milliseconds patience) {
+    return patiently(patience,
+                     [&] { return attempt(applications_[application], application, purpose); });
+}
+
 Status RecordStore::attempt(Application& application, const std::string& name,
                             Database::Purpose purpose) {
-    if (directory().empty()) return {Status::kUnusable, "", "the user has no home directory"};
-    if (database_.is_open() && identity_of(path()) != identity_) database_.close(true);
     Status status;
     if (purpose == Database::kLook || application.pending.empty()) {
-        status = look(application, name);
+        status = look([&](Database* database) {
+            if (database) return database->read(name, &application.stored);
+            application.stored.clear();
+            return Status();
+        });
     } else {
         status = write(application, name);
         if (status.kind == Status::kDamaged) {
@@ -132,25 +162,22 @@ Status RecordStore::attempt(Application& application, const std::string& name,
             if (status.ok()) status = write(application, name);
         }
     }
-    if (!status.ok() && status.kind != Status::kLocked) database_.close(true);
     if (status.ok()) application.is_known = true;
     return status;
 }
 
-Status RecordStore::look(Application& application, const std::string& name) {
-    if (access(path().c_str(), F_OK) != 0 && errno == ENOENT) {
-        application.stored.clear();
-        return {};
-    }
+/// Has the database read; a null one stands for a store that is not there yet.
+Status RecordStore::look(const std::function<Status(Database*)>& read) {
+    if (access(path().c_str(), F_OK) != 0 && errno == ENOENT) return read(nullptr);
     Status status = check(directory(), S_IFDIR);
     if (status.ok()) status = check(path(), S_IFREG);
     if (!status.ok()) return status;
     const DirectoryLock lock(directory(), DirectoryLock::kShared);
     if (!lock.status().ok()) return lock.status();
-    if (database_.is_open()) return database_.read(name, &application.stored);
+    if (database_.is_open()) return read(&database_);
     Database looked_at;
     status = looked_at.open(path(), Database::kLook);
-    if (status.ok()) status = looked_at.read(name, &application.stored);
+    if (status.ok()) status = read(&looked_at);
     looked_at.close(true);
     return status;
 }

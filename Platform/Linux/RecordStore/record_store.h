@@ -6,6 +6,7 @@
 #define TEXPROBE_PLATFORM_RECORD_STORE_H
 
 #include <chrono>
+#include <functional>
 #include <map>
 #include <mutex>
 #include <optional>
@@ -47,6 +48,9 @@ public:
     /// All records of one application, as this process sees them.
     Records records(const std::string& application);
 
+    /// The applications that have records, in the store or in this process's changes.
+    std::set<std::string> applications();
+
     /// Sets and removes values in this process's view.
     void change(const std::string& application, const Changes& changes);
 
@@ -76,10 +80,11 @@ private:
     };
 
     Application& known(const std::string& application, std::unique_lock<std::mutex>& lock);
+    Status patiently(std::chrono::milliseconds patience, const std::function<Status()>& attempt);
     Status settle(const std::string& application, Database::Purpose purpose,
                   std::chrono::milliseconds patience);
     Status attempt(Application& application, const std::string& name, Database::Purpose purpose);
-    Status look(Application& application, const std::string& name);
+    Status look(const std::function<Status(Database*)>& read);
     Status write(Application& application, const std::string& name);
     Status begin_anew(const Status& damage);
     const std::string& directory();

@@ -77,6 +77,15 @@ CFStringRef CFStringCreateWithFormat(CFAllocatorRef allocator, CFDictionaryRef o
 /// which is the same in every encoding that may be asked for.
 const char* CFStringGetCStringPtr(CFStringRef string, CFStringEncoding encoding);
 
+/// How many code units the string has.
+CFIndex CFStringGetLength(CFStringRef string);
+
+/// Copies the text and a NUL into `buffer`. False, with nothing useful in it, when `bufferSize`
+/// bytes are too few or the text is not in `encoding`.
+/// Differs from macOS: ASCII is the only encoding.
+Boolean CFStringGetCString(CFStringRef string, char* buffer, CFIndex bufferSize,
+                           CFStringEncoding encoding);
+
 /// Compares two non-null strings by code unit.
 /// Differs from macOS: always exact and case-sensitive; `options` is ignored.
 CFComparisonResult CFStringCompare(CFStringRef a, CFStringRef b, CFStringCompareFlags options);
@@ -118,6 +127,45 @@ extern const CFArrayCallBacks kCFTypeArrayCallBacks;
 CFArrayRef CFArrayCreate(CFAllocatorRef allocator, const void** values, CFIndex count,
                          const CFArrayCallBacks* callBacks);
 
+CFIndex CFArrayGetCount(CFArrayRef array);
+
+/// The value at `index`, which must be below the count; it belongs to the array.
+const void* CFArrayGetValueAtIndex(CFArrayRef array, CFIndex index);
+
+// Dictionaries.
+
+typedef unsigned long CFHashCode;
+
+typedef struct {
+    CFIndex version;
+    const void* (*retain)(CFAllocatorRef allocator, const void* value);
+    void (*release)(CFAllocatorRef allocator, const void* value);
+    CFStringRef (*copyDescription)(const void* value);
+    Boolean (*equal)(const void* a, const void* b);
+    CFHashCode (*hash)(const void* value);
+} CFDictionaryKeyCallBacks;
+
+typedef struct {
+    CFIndex version;
+    const void* (*retain)(CFAllocatorRef allocator, const void* value);
+    void (*release)(CFAllocatorRef allocator, const void* value);
+    CFStringRef (*copyDescription)(const void* value);
+    Boolean (*equal)(const void* a, const void* b);
+} CFDictionaryValueCallBacks;
+
+/// Callbacks that retain and release CoreFoundation objects.
+/// Differs from macOS: copyDescription, equal and hash are null, since nothing here calls them.
+extern const CFDictionaryKeyCallBacks kCFTypeDictionaryKeyCallBacks;
+extern const CFDictionaryValueCallBacks kCFTypeDictionaryValueCallBacks;
+
+/// A new dictionary that the caller owns, holding `numValues` pairs. Null for a negative number,
+/// and for null `keys` or `values` unless there are none. Differs from macOS: the callbacks must be
+/// the two above; keys are not compared, so that the later one of two equal keys counts where a
+/// dictionary is used.
+CFDictionaryRef CFDictionaryCreate(CFAllocatorRef allocator, const void** keys, const void** values,
+                                   CFIndex numValues, const CFDictionaryKeyCallBacks* keyCallBacks,
+                                   const CFDictionaryValueCallBacks* valueCallBacks);
+
 // Preferences: typed values under (application, key), one store per user.
 //
 // This process sees a set or a removal at once; it reaches the disk at the next synchronize of its
@@ -145,12 +193,22 @@ Boolean CFPreferencesGetAppBooleanValue(CFStringRef key, CFStringRef application
 /// is refused with a line on standard error.
 void CFPreferencesSetAppValue(CFStringRef key, CFPropertyListRef value, CFStringRef applicationID);
 
-/// Removes every key of `keysToRemove`, an array of strings, as one operation.
-/// Differs from macOS: `keysToSet` must be null; `userName` and `hostName` must be
-/// kCFPreferencesCurrentUser and kCFPreferencesAnyHost. Does nothing otherwise.
+/// Sets every pair of `keysToSet` and removes every key of `keysToRemove`, as one operation; either
+/// may be null. Differs from macOS: `userName` and `hostName` must be kCFPreferencesCurrentUser and
+/// kCFPreferencesAnyHost, or nothing happens; values are those of CFPreferencesSetAppValue.
 void CFPreferencesSetMultiple(CFDictionaryRef keysToSet, CFArrayRef keysToRemove,
                               CFStringRef applicationID, CFStringRef userName,
                               CFStringRef hostName);
+
+/// The keys that have values, in no particular order: an array of strings that the caller owns, or
+/// null when there are none. Differs from macOS: `userName` and `hostName` as above, or null.
+CFArrayRef CFPreferencesCopyKeyList(CFStringRef applicationID, CFStringRef userName,
+                                    CFStringRef hostName);
+
+/// The applications that have values: an array of strings that the caller owns, or null when there
+/// are none. Unsupported on macOS since 10.9, where it may yield nothing.
+/// Differs from macOS: `userName` and `hostName` as above, or null.
+CFArrayRef CFPreferencesCopyApplicationList(CFStringRef userName, CFStringRef hostName);
 
 /// Makes all sets and removals of this application durable in one transaction and refreshes this
 /// process's view of it. Returns false when the store could not be read or written.

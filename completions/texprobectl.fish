@@ -1,0 +1,32 @@
+# fish completion for texprobectl(1)
+
+function __texprobectl_sets
+    texprobectl list 2>/dev/null | awk '$1 ~ /^[0-9]+$/ { print $2 }'
+end
+
+set -l commands measure list show compare export report merge forget doctor
+complete -c texprobectl -f
+complete -c texprobectl -n "not __fish_seen_subcommand_from $commands" -l help -d 'Show help'
+complete -c texprobectl -n "not __fish_seen_subcommand_from $commands" -l version -d 'Show the version'
+complete -c texprobectl -n "not __fish_seen_subcommand_from $commands" -a measure -d 'Measure this machine'
+complete -c texprobectl -n "not __fish_seen_subcommand_from $commands" -a list -d 'One line for each record set'
+complete -c texprobectl -n "not __fish_seen_subcommand_from $commands" -a show -d 'The verdicts of a record set'
+complete -c texprobectl -n "not __fish_seen_subcommand_from $commands" -a compare -d 'What differs'
+complete -c texprobectl -n "not __fish_seen_subcommand_from $commands" -a export -d 'Record sets as JSON'
+complete -c texprobectl -n "not __fish_seen_subcommand_from $commands" -a report -d 'Record sets as a page'
+complete -c texprobectl -n "not __fish_seen_subcommand_from $commands" -a merge -d 'What many machines say'
+complete -c texprobectl -n "not __fish_seen_subcommand_from $commands" -a forget -d 'Remove record sets'
+complete -c texprobectl -n "not __fish_seen_subcommand_from $commands" -a doctor -d 'What to send with a problem'
+
+complete -c texprobectl -n "__fish_seen_subcommand_from $commands" -l help -d 'Show help'
+complete -c texprobectl -n '__fish_seen_subcommand_from list show compare merge doctor' -l json -d 'Print a JSON document'
+complete -c texprobectl -n '__fish_seen_subcommand_from show compare export report forget' -a '(__texprobectl_sets)'
+complete -c texprobectl -n '__fish_seen_subcommand_from compare report merge' -F
+complete -c texprobectl -n '__fish_seen_subcommand_from export report' -s o -r -F -d 'Write to a file'
+complete -c texprobectl -n '__fish_seen_subcommand_from export' -l present -d 'Those of this machine'
+complete -c texprobectl -n '__fish_seen_subcommand_from measure' -l tool -r -F -d 'The texprobe to run'
+complete -c texprobectl -n '__fish_seen_subcommand_from measure' -l timeout -x -d 'Seconds a test may take'
+complete -c texprobectl -n '__fish_seen_subcommand_from measure' -l attempts -x -d 'How many runs to try'
+complete -c texprobectl -n '__fish_seen_subcommand_from forget' -l all -d 'All of them'
+complete -c texprobectl -n '__fish_seen_subcommand_from forget' -l outdated -d 'Those of other machines and builds'
+complete -c texprobectl -n '__fish_seen_subcommand_from forget' -l yes -d 'Do not ask'

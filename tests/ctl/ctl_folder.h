@@ -1,0 +1,43 @@
+// A folder of its own for one test, with texprobectl, a tool and their records side by side.
+
+#ifndef TEXPROBE_TESTS_CTL_FOLDER_H
+#define TEXPROBE_TESTS_CTL_FOLDER_H
+
+#include <sys/types.h>
+
+#include <filesystem>
+#include <string>
+#include <vector>
+
+#include "support/tool_folder.h"
+
+namespace texprobe::tests {
+
+class CtlFolder : public ToolFolder {
+public:
+    CtlFolder(const std::filesystem::path& ctl, const std::filesystem::path& tool);
+
+    /// Runs texprobectl to its end, with nothing on its standard input.
+    Finished ctl(const std::vector<std::string>& arguments,
+                 const Environment& environment = {}) const;
+    /// Starts it, and returns its process.
+    pid_t start_ctl(const std::vector<std::string>& arguments,
+                    const Environment& environment = {}) const;
+
+    /// What the scripted tool does: in each of its runs, or in the run of that number (from 1).
+    void script(const std::string& text) const;
+    void script(int run, const std::string& text) const;
+    int runs() const;
+
+    /// Writes records by the product's own way into the preferences: a script of "set" lines.
+    void prepare(const std::filesystem::path& scriptedTool, const std::string& text) const;
+
+    std::filesystem::path file(const std::string& name) const { return path() / name; }
+};
+
+std::string read_file(const std::filesystem::path& file);
+void write_file(const std::filesystem::path& file, const std::string& text);
+
+}  // namespace texprobe::tests
+
+#endif

@@ -1,0 +1,213 @@
+// Documents: what is written is valid, what is read back is the same, and what strangers write gets
+// its line.
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <sys/wait.h>
+
+#include <iostream>
+#include <nlohmann/json.hpp>
+#include <random>
+#include <sstream>
+
+#include "ctl/ctl_folder.h"
+#include "ctl/prepared_records.h"
+#include "document.h"
+#include "merged_document.h"
+
+namespace texprobe::tests {
+namespace {
+
+using nlohmann::json;
+using testing::HasSubstr;
+
+const std::string kID = kIDPrefix + "abcd1234.build-9";
+const std::string kOtherID = kIDPrefix + "ff.build-9";
+
+class Document : public testing::Test {
+protected:
+    void SetUp() override {
+        folder_.prepare(SCRIPTED_TOOL, complete_set(kID, "1.0", {{"GL_RGB8_UPLOAD_SET", false}}) +
+                                           complete_set(kOtherID, "2.0"));
+        exported_ = folder_.ctl({"export"}).out;
+    }
+
+    /// What compare says to a document of this text.
+    std::string complaint(const std::string& text) const {
+        write_file(folder_.file("bad.json"), text);
+        const Finished run = folder_.ctl({"compare", folder_.file("bad.json"), "1"});
+        EXPECT_TRUE(run.exited_with(2)) << run.err;
+        EXPECT_EQ(lines(run.err).size(), 1u) << run.err;
+        const std::string beginning = "texprobectl: " + folder_.file("bad.json").string();
+        EXPECT_EQ(run.err.substr(0, beginning.size()), beginning) << run.err;
+        return run.err.substr(std::min(run.err.size(), beginning.size()));
+    }
+    std::string with(const std::string& old, const std::string& now) const {
+        std::string text = exported_;
+        const std::size_t at = text.find(old);
+        EXPECT_NE(at, std::string::npos) << old;
+        return text.replace(at, old.size(), now);
+    }
+
+    CtlFolder folder_{CTL, SCRIPTED_TOOL};
+    std::string exported_;
+};
+
+TEST_F(Document, of_every_kind_is_valid_for_a_validator_that_is_not_ours) {
+    const std::vector<std::vector<std::string>> commands = {{"list", "--json"},
+                                                            {"show", "1", "--json"},
+                                                            {"export"},
+                                                            {"compare", "1", "2", "--json"},
+                                                            {"doctor", "--json"}};
+    std::string files;
+    const auto keep = [&](const std::string& name, const std::string& text) {
+        write_file(folder_.file(name), text);
+        files += " '" + folder_.file(name).string() + "'";
+    };
+    for (const auto& command : commands) {
+        keep(command.front() + ".json", folder_.ctl(command).out);
+    }
+    keep("merge.json", folder_.ctl({"merge", folder_.file("export.json"), "--json"}).out);
+    const int status = std::system((std::string(VALIDATOR) + " " + SCHEMA + files).c_str());
+    if (WEXITSTATUS(status) == 77) GTEST_SKIP() << "python3-jsonschema is not installed";
+    EXPECT_EQ(WEXITSTATUS(status), 0);
+    // The validator is awake.
+    keep("wrong.json", with("\"yes\"", "\"maybe\""));
+    EXPECT_NE(std::system((std::string(VALIDATOR) + " " + SCHEMA + files + " >/dev/null").c_str()),
+              0);
+}
+
+TEST_F(Document, holds_what_is_recorded) {
+    const json set = json::parse(exported_)["record_sets"][0];
+    EXPECT_EQ(set["id"], kID);
+    EXPECT_EQ(set["renderer_id"], "abcd1234");
+    EXPECT_EQ(set["system_build"], "build-9");
+    EXPECT_EQ(set["version"], 0.21);
+    EXPECT_EQ(set["present"], false);
+    EXPECT_EQ(set["complete"], true);
+    EXPECT_EQ(set["vendor"], "Mesa");
+    EXPECT_EQ(set["gl_version"], "1.0");
+    EXPECT_EQ(set["renderer"], "a renderer");
+    ASSERT_EQ(set["formats"].size(), 16u);
+    for (std::size_t i = 0; i < 16; ++i) {
+        EXPECT_EQ(set["formats"][i]["name"], kFormats[i].name);
+        EXPECT_EQ(set["formats"][i]["internal_format"], kFormats[i].internalFormat);
+    }
+    EXPECT_EQ(set["formats"][6]["upload_set"], "no");
+    EXPECT_EQ(set["formats"][6]["upload_reset"], "yes");
+}
+
+TEST_F(Document, read_back_is_the_same) {
+    write_file(folder_.file("a.json"), exported_);
+    std::ostringstream again;
+    ctl::write_document(ctl::read_documents({folder_.file("a.json")}), again);
+    EXPECT_EQ(again.str(), exported_);
+}
+
+TEST_F(Document, that_is_wrong_gets_its_line_and_column) {
+    EXPECT_EQ(complaint("{\n  \"schema\": \"something\"\n}\n"),
+              ":2:13: \"schema\" must be \"texprobe-records\"\n");
+    EXPECT_EQ(complaint("[]"), ":1:1: expected an object\n");
+    EXPECT_EQ(complaint("{}"), ": no document of texprobectl: it has no \"schema\"\n");
+    EXPECT_THAT(complaint("{\n\"schema\":\n nonsense}"), HasSubstr(":3:"));
+    EXPECT_THAT(
+        complaint(with("\"texprobe-records\"", "\"texprobe-records\",\n \"schema\": \"x\"")),
+        HasSubstr(":3:"));
+    // The first set's RGB8 is the seventh of the formats that begin on line 16.
+    EXPECT_EQ(complaint(with("\"upload_set\":\"no\"", "\"upload_set\":\"perhaps\"")),
+              ":22:101: \"upload_set\" is \"perhaps\"; expected yes, no, unmeasured, "
+              "not_applicable, crashed or hung\n");
+    EXPECT_EQ(complaint(with("\"complete\": true", "\"complete\": 1")),
+              ":11:19: \"complete\" must be true or false\n");
+    EXPECT_THAT(complaint(with("      \"complete\": true,\n", "")),
+                HasSubstr(":5:5: \"complete\" is missing"));
+    EXPECT_THAT(complaint(with("GL_RGB8\"", "GL_RGB9\"")),
+                HasSubstr("expected \"GL_RGB8\": the formats are in the tool's order"));
+    EXPECT_THAT(complaint(with("\"renderer_id\": \"abcd1234\"", "\"renderer_id\": \"0\"")),
+                HasSubstr("must be those of \"id\""));
+    EXPECT_THAT(complaint(with(kID, "org.example.other")),
+                HasSubstr("is no record set's identifier"));
+}
+
+TEST_F(Document, of_another_version_is_refused_with_a_clear_line) {
+    EXPECT_EQ(
+        complaint(with("\"schema_version\": 1", "\"schema_version\": 2")),
+        ":3:21: \"schema_version\" is 2: this texprobectl reads version 1; use a newer one\n");
+    EXPECT_THAT(complaint(with("  \"schema_version\": 1,\n", "")),
+                HasSubstr("\"schema\" and \"schema_version\" must come first"));
+}
+
+TEST_F(Document, with_members_that_are_not_known_is_read) {
+    write_file(folder_.file("more.json"),
+               with("\"record_sets\"", "\"note\": {\"a\": [1, 2]}, \"record_sets\""));
+    EXPECT_TRUE(folder_.ctl({"compare", folder_.file("more.json"), folder_.file("more.json")})
+                    .exited_with(0));
+}
+
+TEST_F(Document, cannot_take_the_memory_or_the_stack) {
+    EXPECT_THAT(complaint("{\"schema\": \"" + std::string(1000000, 'x') + "\"}"),
+                HasSubstr("a value of more than 65536 bytes"));
+    EXPECT_THAT(complaint("{\"schema\": " + std::string(100000, '[')),
+                HasSubstr("nested too deeply"));
+    std::string many =
+        "{\"schema\": \"texprobe-records\", \"schema_version\": 1, \"record_sets\": [[";
+    for (int i = 0; i < 2000; ++i) many += "1,";
+    EXPECT_THAT(complaint(many + "1]]}"), HasSubstr("too many elements"));
+}
+
+/// One change to a text at a random place: a byte, a cut, a repetition, an exchange.
+std::string mutated(std::string text, std::mt19937& random) {
+    const auto at = [&] { return random() % text.size(); };
+    switch (random() % 5) {
+        case 0:
+            text[at()] = static_cast<char>(random());
+            break;
+        case 1:
+            text.resize(at());
+            break;
+        case 2:
+            text.erase(at(), random() % 40);
+            break;
+        case 3: {
+            const std::string part = text.substr(at(), random() % 200);
+            text.insert(at(), part);
+            break;
+        }
+        default:
+            static constexpr const char* kTokens[] = {
+                "null",   "-1", "1e999", "{", "]", "\"", "true", "[]", "99999999999999999999",
+                "\\u0000"};
+            text.insert(at(), kTokens[random() % std::size(kTokens)]);
+    }
+    return text;
+}
+
+TEST_F(Document, mutated_ten_thousand_times_ends_in_sets_or_an_error) {
+    write_file(folder_.file("a.json"), exported_);
+    const std::string merged = folder_.ctl({"merge", folder_.file("a.json"), "--json"}).out;
+    const RecordSets before = folder_.records();
+    std::mt19937 random(4711);
+    int accepted = 0;
+    for (int i = 0; i < 10000; ++i) {
+        std::string text = i % 2 == 0 ? exported_ : merged;
+        for (unsigned long n = random() % 3 + 1; n > 0; --n) {
+            if (!text.empty()) text = mutated(std::move(text), random);
+        }
+        std::istringstream input(text);
+        std::streambuf* const old = std::cin.rdbuf(input.rdbuf());
+        try {
+            ctl::merge_files({"-"});
+            ++accepted;
+        } catch (const ctl::DocumentError& error) {
+            EXPECT_EQ(std::string(error.what()).find('\n'), std::string::npos) << error.what();
+        }
+        std::cin.rdbuf(old);
+    }
+    // Some changes leave a valid document; most do not.
+    EXPECT_GT(accepted, 0);
+    EXPECT_LT(accepted, 5000);
+    EXPECT_EQ(folder_.records(), before);
+}
+
+}  // namespace
+}  // namespace texprobe::tests

@@ -1,0 +1,166 @@
+// merge: counts that are right, the same in any order, and in memory that does not grow with the
+// number of sets.
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <sys/resource.h>
+#include <sys/wait.h>
+
+#include <chrono>
+#include <fstream>
+#include <nlohmann/json.hpp>
+#include <random>
+
+#include "ctl/ctl_folder.h"
+#include "ctl/prepared_records.h"
+#include "document.h"
+
+namespace texprobe::tests {
+namespace {
+
+using nlohmann::json;
+using testing::HasSubstr;
+
+/// A set of one of `drivers` drivers with verdicts by chance.
+ctl::RecordSet random_set(std::mt19937& random, unsigned drivers) {
+    ctl::RecordSet set;
+    const unsigned long driver = random() % drivers;
+    set.rendererID = "ab" + std::to_string(driver % 10);
+    set.systemBuild = "build-" + std::to_string(driver);
+    set.id = kIDPrefix + set.rendererID + "." + set.systemBuild;
+    set.version = 0.21;
+    set.vendor = "Vendor";
+    set.glVersion = "4.5 driver " + std::to_string(driver);
+    if (driver % 3 != 0) set.renderer = "Renderer " + std::to_string(driver % 10);
+    set.isComplete = random() % 4 != 0;
+    ctl::for_each_cell([&](const ctl::Cell& cell) {
+        const unsigned long chance = random() % 100;
+        set.verdicts[cell.format][cell.capability] =
+            chance < 90 ? ctl::Verdict::kYes : static_cast<ctl::Verdict>(chance % 6);
+    });
+    return set;
+}
+
+ctl::RecordSets random_sets(std::size_t count, unsigned drivers, unsigned seed) {
+    std::mt19937 random(seed);
+    ctl::RecordSets sets;
+    for (std::size_t i = 0; i < count; ++i) sets.push_back(random_set(random, drivers));
+    return sets;
+}
+
+void write_sets(const std::filesystem::path& file, const ctl::RecordSets& sets) {
+    std::ofstream stream(file);
+    ctl::write_document(sets, stream);
+}
+
+class Merge : public testing::Test {
+protected:
+    std::string merge(const std::vector<std::string>& names) const {
+        std::vector<std::string> arguments = {"merge", "--json"};
+        for (const std::string& name : names) arguments.push_back(folder_.file(name));
+        const Finished run = folder_.ctl(arguments);
+        EXPECT_TRUE(run.exited_with(0)) << run.err;
+        return run.out;
+    }
+
+    CtlFolder folder_{CTL, SCRIPTED_TOOL};
+};
+
+TEST_F(Merge, counts_each_verdict_of_each_driver) {
+    ctl::RecordSets sets = random_sets(3, 1, 1);
+    for (ctl::RecordSet& set : sets) {
+        set.verdicts = {};
+        set.isComplete = true;
+    }
+    sets[1].verdicts[7][2] = ctl::Verdict::kCrashed;
+    sets[2].verdicts[7][2] = ctl::Verdict::kNo;
+    sets[2].glVersion = "another";
+    write_sets(folder_.file("a.json"), sets);
+    const json merged = json::parse(merge({"a.json"}));
+    EXPECT_EQ(merged["sets"], 3);
+    EXPECT_EQ(merged["complete"], 3);
+    EXPECT_EQ(merged["drivers"].size(), 2u);
+    EXPECT_EQ(merged["formats"][7]["name"], "GL_RGBA8");
+    EXPECT_EQ(merged["formats"][7]["upload_set"],
+              json::parse(R"({"yes": 1, "no": 1, "unmeasured": 0, "not_applicable": 0,
+                              "crashed": 1, "hung": 0})"));
+    const std::string text = folder_.ctl({"merge", folder_.file("a.json")}).out;
+    EXPECT_THAT(text, HasSubstr("3 record sets of 2 drivers, 3 complete."));
+    EXPECT_THAT(text, HasSubstr("GL_RGBA8                       all      all      1/3      all"));
+    EXPECT_THAT(text,
+                HasSubstr("another, build build-0, 1 set:\n  GL_RGBA8                   set\n"));
+    EXPECT_THAT(text, HasSubstr("2 sets:\n  GL_RGBA8                   set on 1\n"));
+}
+
+TEST_F(Merge, comes_to_the_same_in_any_order_and_grouping) {
+    const ctl::RecordSets sets = random_sets(60, 7, 2);
+    const std::vector<std::string> parts = {"a.json", "b.json", "c.json", "d.json"};
+    for (std::size_t i = 0; i < parts.size(); ++i) {
+        write_sets(folder_.file(parts[i]),
+                   {sets.begin() + static_cast<std::ptrdiff_t>(i * 15),
+                    sets.begin() + static_cast<std::ptrdiff_t>(i * 15 + 15)});
+    }
+    const std::string whole = merge(parts);
+    EXPECT_EQ(merge({"d.json", "b.json", "a.json", "c.json"}), whole);
+    write_file(folder_.file("ab.json"), merge({"a.json", "b.json"}));
+    write_file(folder_.file("cd.json"), merge({"c.json", "d.json"}));
+    EXPECT_EQ(merge({"ab.json", "cd.json"}), whole);
+    EXPECT_EQ(merge({"cd.json", "b.json", "a.json"}), whole);
+    write_file(folder_.file("whole.json"), whole);
+    EXPECT_EQ(merge({"whole.json"}), whole);
+}
+
+TEST_F(Merge, refuses_counts_that_no_sets_can_have) {
+    write_sets(folder_.file("a.json"), random_sets(2, 1, 3));
+    std::string text = merge({"a.json"});
+    const std::size_t driver = text.find("\"drivers\"");
+    const std::size_t at = text.find("\"yes\":", driver) + 6;
+    text.replace(at, text.find(',', at) - at, "7");
+    write_file(folder_.file("b.json"), text);
+    const Finished run = folder_.ctl({"merge", folder_.file("b.json")});
+    EXPECT_TRUE(run.exited_with(2));
+    EXPECT_THAT(run.err, HasSubstr("sets; expected 2"));
+}
+
+TEST_F(Merge, of_nothing_is_nothing) {
+    write_sets(folder_.file("a.json"), {});
+    EXPECT_EQ(json::parse(merge({"a.json"}))["sets"], 0);
+}
+
+/// The peak of memory of merging that many sets, in kilobytes.
+long peak_of(const CtlFolder& folder, std::size_t count) {
+    const std::filesystem::path file = folder.file("many.json");
+    {
+        std::ofstream stream(file);
+        // Ten thousand sets at a time: this process does not stream.
+        stream << "{\"schema\": \"texprobe-records\", \"schema_version\": 1, \"record_sets\": [\n";
+        std::mt19937 random(5);
+        for (std::size_t i = 0; i < count; ++i) {
+            std::ostringstream one;
+            ctl::write_document({random_set(random, 20)}, one);
+            const std::string text = one.str();
+            const std::size_t begin = text.find("    {");
+            stream << (i == 0 ? "" : ",\n") << text.substr(begin, text.rfind("\n  ]") - begin);
+        }
+        stream << "]}\n";
+    }
+    const auto begin = std::chrono::steady_clock::now();
+    const pid_t process = folder.start_ctl({"merge", file, "--json"});
+    int status = -1;
+    rusage usage = {};
+    wait4(process, &status, 0, &usage);
+    EXPECT_EQ(status, 0) << read_file(folder.file("ctl.err"));
+    const std::chrono::duration<double> time = std::chrono::steady_clock::now() - begin;
+    std::printf("merge: %zu sets, %.2f s, peak %ld KB\n", count, time.count(), usage.ru_maxrss);
+    EXPECT_EQ(json::parse(read_file(folder.file("ctl.out")))["sets"], count);
+    return usage.ru_maxrss;
+}
+
+TEST_F(Merge, needs_no_more_memory_for_more_sets) {
+    const long few = peak_of(folder_, 1000);
+    const long many = peak_of(folder_, MERGED_SETS);
+    EXPECT_LT(many, few + 4096);
+}
+
+}  // namespace
+}  // namespace texprobe::tests

@@ -1,0 +1,116 @@
+// Every command on the real tool and on the software renderers of this machine; and the transcript
+// in the README.
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <nlohmann/json.hpp>
+#include <regex>
+
+#include "ctl/ctl_folder.h"
+
+namespace texprobe::tests {
+namespace {
+
+using nlohmann::json;
+using testing::HasSubstr;
+
+/// What the programs are told to render with; the environment is otherwise empty.
+class OnRenderer : public testing::TestWithParam<const char*> {
+protected:
+    static Environment environment() {
+        return {"GALLIUM_DRIVER=" + std::string(GetParam()), "LIBGL_ALWAYS_SOFTWARE=1"};
+    }
+
+    CtlFolder folder_{CTL, TOOL};
+};
+
+TEST_P(OnRenderer, every_command_does_its_work) {
+    const auto ctl = [&](const std::vector<std::string>& arguments) {
+        return folder_.ctl(arguments, environment());
+    };
+    const Finished first = ctl({"measure"});
+    const json probe = json::parse(ctl({"export"}).out);
+    if (probe["record_sets"].empty() || !probe["record_sets"][0]["renderer"].is_string() ||
+        probe["record_sets"][0]["renderer"].get<std::string>().find(GetParam()) ==
+            std::string::npos) {
+        GTEST_SKIP() << GetParam() << " is not installed";
+    }
+    ASSERT_TRUE(first.exited_with(0)) << first.err;
+    EXPECT_THAT(first.out, HasSubstr("complete; of this machine's present build"));
+    EXPECT_THAT(first.err, HasSubstr("96 of 96 verdicts"));
+    const Finished again = ctl({"measure"});
+    EXPECT_TRUE(again.exited_with(0));
+    EXPECT_EQ(again.out, "Nothing has changed.\n");
+
+    // The verdicts are those in the store, read without any of our own code.
+    const json set = probe["record_sets"][0];
+    EXPECT_EQ(set["complete"], true);
+    EXPECT_EQ(set["present"], true);
+    const Records records = folder_.records().at(set["id"]);
+    const std::pair<const char*, const char*> capabilities[] = {
+        {"SUPPORTED", "supported"},       {"RENDERABLE", "renderable"},
+        {"UPLOAD_SET", "upload_set"},     {"UPLOAD_RESET", "upload_reset"},
+        {"DOWNLOAD_GET", "download_get"}, {"DOWNLOAD_READ", "download_read"}};
+    for (const json& format : set["formats"]) {
+        for (const auto& [key, member] : capabilities) {
+            const auto record = records.find(format["name"].get<std::string>() + '_' + key);
+            const std::string expected = record == records.end()         ? "not_applicable"
+                                         : record->second == "boolean 1" ? "yes"
+                                                                         : "no";
+            EXPECT_EQ(format[member], expected) << format["name"] << ' ' << member;
+        }
+    }
+
+    EXPECT_EQ(lines(ctl({"list"}).out).size(), 2u);
+    EXPECT_THAT(ctl({"show"}).out, HasSubstr("GL_RGBA8                       yes"));
+    EXPECT_TRUE(ctl({"compare", "1", "1"}).exited_with(0));
+    write_file(folder_.file("a.json"), ctl({"export", "--present"}).out);
+    EXPECT_TRUE(ctl({"compare", "1", folder_.file("a.json")}).exited_with(0));
+    EXPECT_TRUE(ctl({"report", "-o", folder_.file("a.html")}).exited_with(0));
+    EXPECT_THAT(ctl({"merge", folder_.file("a.json")}).out, HasSubstr("1 record set of 1 driver"));
+    EXPECT_THAT(ctl({"doctor"}).out, HasSubstr("can be opened"));
+    EXPECT_TRUE(ctl({"forget", "--all", "--yes"}).exited_with(0));
+    EXPECT_TRUE(folder_.records().empty());
+}
+
+INSTANTIATE_TEST_SUITE_P(Software, OnRenderer, testing::Values("llvmpipe", "softpipe", "zink"),
+                         [](const auto& renderer) { return std::string(renderer.param); });
+
+/// What differs between machines: identifiers, builds, versions of Mesa and of LLVM, and with them
+/// the widths of columns.
+std::string without_versions(std::string text) {
+    const std::pair<const char*, const char*> replacements[] = {
+        {R"(llvmpipe \(LLVM [0-9.]+, [0-9]+ bits\))", "LLVMPIPE"},
+        {R"([0-9.]+ (\(Compatibility Profile\) )?Mesa [^ ,\n]+)", "MESA"},
+        {R"(\.[0-9a-f]{1,8}\.[^ \n]+)", ".ID"},
+        {R"(  [0-9a-f]{1,8}  )", "  ID  "},
+        {R"(  [^ ]+-[0-9a-f]{8}  )", "  BUILD  "},
+        {R"( {2,})", "  "}};
+    for (const auto& [pattern, replacement] : replacements) {
+        text = std::regex_replace(text, std::regex(pattern), replacement);
+    }
+    return text;
+}
+
+TEST(Readme, shows_what_the_program_prints) {
+    const std::string readme = read_file(README);
+    const CtlFolder folder(CTL, TOOL);
+    folder.ctl({"measure"});
+    const std::string list = folder.ctl({"list"}).out;
+    if (lines(list).size() != 2 || list.find("  llvmpipe") == std::string::npos) {
+        GTEST_SKIP() << "llvmpipe is not the only renderer";
+    }
+    // A transcript is a block that begins with "$ texprobectl COMMAND".
+    const std::regex transcript("```text\n\\$ texprobectl ([a-z]+)\n([^`]*)```");
+    int found = 0;
+    for (std::sregex_iterator block(readme.begin(), readme.end(), transcript), end; block != end;
+         ++block) {
+        ++found;
+        EXPECT_EQ(without_versions((*block)[2]), without_versions(folder.ctl({(*block)[1]}).out));
+    }
+    EXPECT_GE(found, 2);
+}
+
+}  // namespace
+}  // namespace texprobe::tests

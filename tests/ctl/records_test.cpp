@@ -1,0 +1,281 @@
+// list, show, compare, forget and doctor, on prepared records.
+
+#include <fcntl.h>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <nlohmann/json.hpp>
+
+#include "ctl/ctl_folder.h"
+#include "ctl/prepared_records.h"
+
+namespace texprobe::tests {
+namespace {
+
+using nlohmann::json;
+using testing::AllOf;
+using testing::HasSubstr;
+using testing::Not;
+
+const std::string kOld = kIDPrefix + "abcd1234.build-9";
+const std::string kNew = kIDPrefix + "abcd1234.build-10";
+const std::string kOther = kIDPrefix + "ff.build-10";
+
+class Records : public testing::Test {
+protected:
+    /// Two builds of one renderer, that differ in two verdicts, and another renderer.
+    void prepare_three() const {
+        folder_.prepare(SCRIPTED_TOOL,
+                        complete_set(kOld, "1.0", {{"GL_RGB8_UPLOAD_SET", false}}) +
+                            complete_set(kNew, "2.0", {{"GL_RGBA8_DOWNLOAD_GET", false}}) +
+                            complete_set(kOther, "3.0"));
+    }
+
+    CtlFolder folder_{CTL, SCRIPTED_TOOL};
+};
+
+TEST_F(Records, are_listed_one_line_each) {
+    prepare_three();
+    EXPECT_EQ(folder_.ctl({"list"}).out,
+              " #  id                 renderer    driver  build     measured\n"
+              " 1  abcd1234.build-10  a renderer  2.0     build-10  complete\n"
+              " 2  abcd1234.build-9   a renderer  1.0     build-9   complete\n"
+              " 3  ff                 a renderer  3.0     build-10  complete\n");
+}
+
+TEST_F(Records, are_none_at_first) {
+    const Finished run = folder_.ctl({"list"});
+    EXPECT_TRUE(run.exited_with(0));
+    EXPECT_EQ(run.out, "Nothing is recorded yet: `texprobectl measure` measures this machine.\n");
+    EXPECT_FALSE(std::filesystem::exists(folder_.database()));
+}
+
+TEST_F(Records, are_found_by_number_part_and_identifier) {
+    prepare_three();
+    for (const std::string& name : {std::string("3"), std::string("ff"), kOther}) {
+        const Finished run = folder_.ctl({"show", name});
+        EXPECT_TRUE(run.exited_with(0)) << name;
+        EXPECT_THAT(run.out, HasSubstr(kOther)) << name;
+    }
+    EXPECT_THAT(folder_.ctl({"show", "build-9"}).out, HasSubstr(kOld));
+}
+
+TEST_F(Records, are_not_found_by_a_part_that_several_have) {
+    prepare_three();
+    const Finished run = folder_.ctl({"show", "build-10"});
+    EXPECT_TRUE(run.exited_with(2));
+    EXPECT_EQ(run.err,
+              "texprobectl: \"build-10\" matches 2 record sets; expected a part that only one "
+              "identifier has, or a number that `texprobectl list` shows\n");
+    EXPECT_EQ(folder_.ctl({"show", "nothing"}).err,
+              "texprobectl: no record set matches \"nothing\"; expected an identifier, a part of "
+              "one, or a number that `texprobectl list` shows\n");
+}
+
+TEST_F(Records, are_shown_in_words_within_80_columns) {
+    folder_.prepare(SCRIPTED_TOOL, "set " + kOld + " VERSION number 0.21\nset " + kOld +
+                                       " GL_RGB32F_ARB_SUPPORTED false\nset " + kOld +
+                                       " GL_RGBA32F_ARB_SUPPORTED true\nset " + kOld +
+                                       " GL_RGBA32F_ARB_RENDERABLE false\nsync " + kOld + "\n");
+    const Finished run = folder_.ctl({"show", "1"});
+    EXPECT_TRUE(run.exited_with(0));
+    EXPECT_THAT(
+        run.out,
+        HasSubstr(
+            "                            create   render      set    reset      get     read\n"
+            "GL_RGB32F_ARB                   no      n/a      n/a      n/a      n/a      n/a\n"
+            "GL_RGBA32F_ARB                 yes       no untested untested      n/a      n/a\n"
+            "GL_LUMINANCE32F_ARB       untested untested untested untested untested untested\n"));
+    EXPECT_THAT(run.out, AllOf(HasSubstr("untested: not measured yet\n"),
+                               HasSubstr("n/a: not applicable, because what it needs is a no\n"),
+                               Not(HasSubstr("\x1b"))));
+    for (const std::string& line : lines(run.out)) EXPECT_LE(line.size(), 80u) << line;
+}
+
+TEST_F(Records, of_an_older_version_are_not_complete) {
+    std::string script = complete_set(kOld, "1.0");
+    script.replace(script.find("0.21"), 4, "0.20");
+    folder_.prepare(SCRIPTED_TOOL, script);
+    EXPECT_THAT(folder_.ctl({"list"}).out, HasSubstr("of an older version"));
+    EXPECT_EQ(json::parse(folder_.ctl({"export"}).out)["record_sets"][0]["complete"], false);
+}
+
+TEST_F(Records, without_a_string_are_not_complete) {
+    folder_.prepare(SCRIPTED_TOOL, complete_set(kOld, "1.0") + "removed " + kOld +
+                                       " GL_RENDERER\nsync " + kOld + "\n");
+    const json set = json::parse(folder_.ctl({"export"}).out)["record_sets"][0];
+    EXPECT_EQ(set["complete"], false);
+    EXPECT_EQ(set["renderer"], nullptr);
+}
+
+TEST_F(Records, that_differ_are_compared_with_status_1) {
+    prepare_three();
+    const Finished run = folder_.ctl({"compare", "build-9", "abcd1234.build-10"});
+    EXPECT_TRUE(run.exited_with(1));
+    EXPECT_EQ(run.out, "A: " + kOld + "\n   a renderer, 1.0\nB: " + kNew +
+                           "\n   a renderer, 2.0\n\n"
+                           "                                                  A         B\n"
+                           "GL_RGB8 upload set                               no       yes\n"
+                           "GL_RGBA8 download get                           yes        no\n\n");
+}
+
+TEST_F(Records, that_are_equal_are_compared_with_status_0_and_silence) {
+    prepare_three();
+    const Finished run = folder_.ctl({"compare", "3", "3"});
+    EXPECT_TRUE(run.exited_with(0));
+    EXPECT_EQ(run.out, "");
+}
+
+TEST_F(Records, that_cannot_be_compared_give_status_2) {
+    prepare_three();
+    EXPECT_TRUE(folder_.ctl({"compare", "3", "/no/such/file"}).exited_with(2));
+    EXPECT_TRUE(folder_.ctl({"compare", "3"}).exited_with(2));
+    const Finished run = folder_.ctl({"compare"});
+    EXPECT_TRUE(run.exited_with(2));
+    EXPECT_THAT(run.err, HasSubstr("there is no earlier build to compare with"));
+}
+
+TEST_F(Records, are_compared_with_exported_files_of_several_sets) {
+    prepare_three();
+    write_file(folder_.file("all.json"), folder_.ctl({"export"}).out);
+    EXPECT_TRUE(folder_.ctl({"compare", folder_.file("all.json"), folder_.file("all.json")})
+                    .exited_with(0));
+    const Finished run = folder_.ctl({"compare", folder_.file("all.json"), "3", "--json"});
+    EXPECT_TRUE(run.exited_with(1));
+    const json document = json::parse(run.out);
+    EXPECT_EQ(document["pairs"].size(), 1u);
+    EXPECT_EQ(document["only_a"].size(), 2u);
+}
+
+TEST_F(Records, are_forgotten_only_when_told_so) {
+    prepare_three();
+    const Finished refused = folder_.ctl({"forget", "3"});
+    EXPECT_TRUE(refused.exited_with(2));
+    EXPECT_THAT(refused.err, HasSubstr("--yes removes these record sets unasked"));
+    EXPECT_EQ(folder_.records().size(), 3u);
+    EXPECT_TRUE(folder_.ctl({"forget", "3", "--yes"}).exited_with(0));
+    EXPECT_EQ(folder_.records().count(kOther), 0u);
+    EXPECT_EQ(folder_.records().size(), 2u);
+}
+
+TEST_F(Records, of_other_builds_and_renderers_are_outdated) {
+    prepare_three();
+    EXPECT_TRUE(folder_.ctl({"forget", "--outdated", "--yes"}).exited_with(0));
+    EXPECT_TRUE(folder_.records().empty());
+    EXPECT_EQ(folder_.ctl({"forget", "--all", "--yes"}).err, "There is nothing to forget.\n");
+}
+
+TEST_F(Records, are_forgotten_by_one_way_of_naming_them) {
+    prepare_three();
+    for (const std::vector<std::string>& arguments :
+         {std::vector<std::string>{"forget", "--yes"}, {"forget", "3", "--all", "--yes"}}) {
+        const Finished run = folder_.ctl(arguments);
+        EXPECT_TRUE(run.exited_with(2));
+        EXPECT_EQ(run.err, "texprobectl: forget expects record sets, --all or --outdated\n");
+    }
+    EXPECT_EQ(folder_.records().size(), 3u);
+}
+
+TEST_F(Records, that_are_foreign_are_left_alone) {
+    folder_.prepare(SCRIPTED_TOOL, complete_set(kOld, "1.0") +
+                                       "set org.example.other KEY text value\nsync "
+                                       "org.example.other\nset org.texprobe.texprobe2.NOID.x KEY "
+                                       "true\nsync org.texprobe.texprobe2.NOID.x\n");
+    EXPECT_EQ(lines(folder_.ctl({"list"}).out).size(), 2u);
+    folder_.ctl({"forget", "--all", "--yes"});
+    EXPECT_EQ(folder_.records().size(), 2u);
+}
+
+TEST_F(Records, are_exported_to_a_file_that_is_whole_or_not_there) {
+    prepare_three();
+    EXPECT_TRUE(folder_.ctl({"export", "3", "-o", folder_.file("a.json")}).exited_with(0));
+    EXPECT_EQ(json::parse(read_file(folder_.file("a.json")))["record_sets"].size(), 1u);
+    const Finished run = folder_.ctl({"export", "-o", "/no/such/folder/a.json"});
+    EXPECT_TRUE(run.exited_with(2));
+    EXPECT_EQ(run.err,
+              "texprobectl: cannot write /no/such/folder/a.json: No such file or directory\n");
+}
+
+TEST_F(Records, are_told_from_those_of_this_machine) {
+    prepare_three();
+    EXPECT_TRUE(json::parse(folder_.ctl({"export", "--present"}).out)["record_sets"].empty());
+    EXPECT_TRUE(folder_.ctl({"show"}).exited_with(2));
+}
+
+TEST_F(Records, are_put_on_a_page_that_escapes_what_drivers_say) {
+    folder_.prepare(SCRIPTED_TOOL, complete_set(kOld, "<script>alert(1)</script>"));
+    EXPECT_TRUE(folder_.ctl({"report", "1", "-o", folder_.file("page.html")}).exited_with(0));
+    const std::string page = read_file(folder_.file("page.html"));
+    EXPECT_THAT(page, AllOf(HasSubstr("&lt;script&gt;alert(1)&lt;/script&gt;"),
+                            Not(HasSubstr("<script")), Not(HasSubstr("http"))));
+}
+
+TEST_F(Records, doctor_names_no_user_and_no_host) {
+    prepare_three();
+    char host[256] = {};
+    gethostname(host, sizeof host - 1);
+    const Finished run = folder_.ctl(
+        {"doctor", "--json"},
+        {"HOME=" + folder_.path().string(), "MESA_DEBUG=" + std::string(host), "SECRET=1"});
+    EXPECT_TRUE(run.exited_with(0)) << run.err;
+    const json document = json::parse(run.out);
+    EXPECT_EQ(document["store"]["place"], "~/records/records.sqlite3");
+    EXPECT_EQ(document["store"]["folder_mode"], "0700");
+    EXPECT_EQ(document["store"]["file_mode"], "0600");
+    EXPECT_EQ(document["store"]["health"], "good");
+    EXPECT_EQ(document["record_sets"], 3);
+    EXPECT_EQ(document["variables"], json::parse(R"([{"name": "MESA_DEBUG", "value": "HOST"}])"));
+    EXPECT_FALSE(document["renderers"].empty());
+}
+
+TEST_F(Records, unknown_arguments_get_one_line_and_status_2) {
+    const std::pair<std::vector<std::string>, std::string> cases[] = {
+        {{},
+         "texprobectl: a command is missing; expected one of measure, list, show, compare, "
+         "export, report, merge, forget, doctor; see `texprobectl --help`\n"},
+        {{"frobnicate"},
+         "texprobectl: unknown argument: frobnicate; expected one of measure, list, show, compare, "
+         "export, report, merge, forget, doctor; see `texprobectl --help`\n"},
+        {{"list", "--yes"},
+         "texprobectl: unknown argument: --yes; expected --help, --json; see `texprobectl list "
+         "--help`\n"},
+        {{"measure", "--timeout", "soon"},
+         "texprobectl: --timeout: expected a number from 1 to 86400, not \"soon\"; see "
+         "`texprobectl measure --help`\n"},
+    };
+    for (const auto& [arguments, line] : cases) {
+        const Finished run = folder_.ctl(arguments);
+        EXPECT_TRUE(run.exited_with(2)) << line;
+        EXPECT_EQ(run.err, line);
+        EXPECT_EQ(run.out, "");
+    }
+}
+
+TEST_F(Records, every_command_has_help) {
+    for (const char* command :
+         {"measure", "list", "show", "compare", "export", "report", "merge", "forget", "doctor"}) {
+        const Finished run = folder_.ctl({command, "--help"});
+        EXPECT_TRUE(run.exited_with(0)) << command;
+        EXPECT_THAT(run.out, HasSubstr("Usage: texprobectl " + std::string(command)));
+        for (const std::string& line : lines(run.out)) EXPECT_LE(line.size(), 80u) << line;
+    }
+    EXPECT_EQ(folder_.ctl({"--version"}).out, "texprobectl 0.21\n");
+}
+
+TEST_F(Records, the_link_that_a_file_is_named_by_stays) {
+    std::filesystem::create_symlink(folder_.file("real.json"), folder_.file("link.json"));
+    folder_.ctl({"export", "-o", folder_.file("link.json")});
+    EXPECT_TRUE(std::filesystem::is_symlink(folder_.file("link.json")));
+    EXPECT_TRUE(std::filesystem::is_regular_file(folder_.file("real.json")));
+}
+
+TEST_F(Records, a_full_disk_is_said) {
+    prepare_three();
+    const Finished run = folder_.ctl({"export", "-o", "/dev/full"});
+    EXPECT_TRUE(run.exited_with(2));
+    EXPECT_EQ(run.err, "texprobectl: cannot write /dev/full: No space left on device\n");
+}
+
+}  // namespace
+}  // namespace texprobe::tests

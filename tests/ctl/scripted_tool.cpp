@@ -1,0 +1,107 @@
+// A tool that does what a file beside it says: "script.N" in its N-th run, else "script". Its
+// lines:
+//   set APPLICATION KEY true|false|number N|text T    removed APPLICATION KEY
+//   sync APPLICATION    say TEXT    said TEXT (without a line feed)    out TEXT
+//   sleep MILLISECONDS    hang    raise SIGNAL    exit STATUS    mute (closes its streams)
+// "%p" in a text stands for the process ID.
+
+#include <CoreFoundation/CoreFoundation.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <csignal>
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+#include <string>
+#include <thread>
+
+namespace {
+
+CFStringRef string_of(const std::string& text) {
+    return CFStringCreateWithCString(nullptr, text.c_str(), kCFStringEncodingASCII);
+}
+
+std::string rest_of(std::istringstream& line) {
+    std::string text;
+    std::getline(line >> std::ws, text);
+    const std::size_t at = text.find("%p");
+    if (at != std::string::npos) text.replace(at, 2, std::to_string(getpid()));
+    return text;
+}
+
+void set_record(std::istringstream& line) {
+    std::string application;
+    std::string key;
+    std::string kind;
+    line >> application >> key >> kind;
+    CFTypeRef value = kCFBooleanTrue;
+    if (kind == "false") value = kCFBooleanFalse;
+    if (kind == "text") value = string_of(rest_of(line));
+    if (kind == "number") {
+        double number = 0.0;
+        line >> number;
+        value = CFNumberCreate(nullptr, kCFNumberDoubleType, &number);
+    }
+    CFPreferencesSetAppValue(string_of(key), value, string_of(application));
+}
+
+void carry_out(const std::string& command, std::istringstream& line) {
+    std::string word;
+    if (command == "set") {
+        set_record(line);
+    } else if (command == "removed") {
+        std::string key;
+        line >> word >> key;
+        CFPreferencesSetAppValue(string_of(key), nullptr, string_of(word));
+    } else if (command == "sync") {
+        line >> word;
+        CFPreferencesAppSynchronize(string_of(word));
+    } else if (command == "say") {
+        std::fprintf(stderr, "%s\n", rest_of(line).c_str());
+    } else if (command == "said") {
+        std::fprintf(stderr, "%s", rest_of(line).c_str());
+    } else if (command == "out") {
+        std::printf("%s\n", rest_of(line).c_str());
+    } else if (command == "sleep") {
+        int milliseconds = 0;
+        line >> milliseconds;
+        std::this_thread::sleep_for(std::chrono::milliseconds(milliseconds));
+    } else if (command == "hang") {
+        while (true) pause();
+    } else if (command == "raise") {
+        int number = 0;
+        line >> number;
+        std::raise(number);
+    } else if (command == "exit") {
+        int status = 0;
+        line >> status;
+        std::exit(status);
+    } else if (command == "mute") {
+        close(1);
+        close(2);
+    } else {
+        std::fprintf(stderr, "the script is wrong: %s\n", command.c_str());
+        std::exit(99);
+    }
+}
+
+}  // namespace
+
+int main() {
+    const auto folder = std::filesystem::read_symlink("/proc/self/exe").parent_path();
+    int run = 0;
+    std::ifstream(folder / "runs") >> run;
+    std::ofstream(folder / "runs") << ++run;
+    std::filesystem::path script = folder / ("script." + std::to_string(run));
+    if (!std::filesystem::exists(script)) script = folder / "script";
+    std::ifstream stream(script);
+    for (std::string text; std::getline(stream, text);) {
+        std::istringstream line(text);
+        std::string command;
+        if (line >> command) carry_out(command, line);
+    }
+    return 0;
+}

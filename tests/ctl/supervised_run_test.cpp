@@ -1,0 +1,295 @@
+// One supervised run: what the program gets, what is handed over, and how it ends.
+
+#include "supervised_run.h"
+
+#include <fcntl.h>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <chrono>
+#include <csignal>
+#include <functional>
+#include <thread>
+
+namespace texprobe::tests {
+namespace {
+
+using std::chrono::milliseconds;
+using std::chrono::steady_clock;
+using testing::Contains;
+using testing::ElementsAre;
+using testing::HasSubstr;
+using Kind = RunEnd::Kind;
+
+class Recorder : public RunObserver {
+public:
+    void started(int processID) override { process = processID; }
+    bool line(Stream stream, std::string_view text) override {
+        (stream == Stream::kOutput ? out : err).emplace_back(text);
+        return text == "step";
+    }
+    Wish look() override { return onLook ? onLook() : Wish::kGoOn; }
+
+    int process = 0;
+    std::vector<std::string> out;
+    std::vector<std::string> err;
+    std::function<Wish()> onLook;
+};
+
+RunEnd run_shell(const std::string& script, Recorder& recorder,
+                 milliseconds limit = milliseconds(0)) {
+    return run_supervised({"/bin/sh", {"-c", script}, limit, milliseconds(500)}, recorder);
+}
+
+bool is_gone(int process) {
+    for (int i = 0; i < 100; ++i) {
+        if (kill(process, 0) != 0 && errno == ESRCH) return true;
+        std::this_thread::sleep_for(milliseconds(20));
+    }
+    return false;
+}
+
+TEST(SupervisedRun, hands_over_the_lines_of_both_streams) {
+    Recorder recorder;
+    const RunEnd end = run_shell("echo one; echo two >&2; printf 'three'", recorder);
+    EXPECT_EQ(end.kind, Kind::kExited);
+    EXPECT_EQ(end.number, 0);
+    EXPECT_THAT(recorder.out, ElementsAre("one", "three"));
+    EXPECT_THAT(recorder.err, ElementsAre("two"));
+}
+
+TEST(SupervisedRun, hands_over_all_that_is_written_before_the_end) {
+    Recorder recorder;
+    run_shell("i=0; while [ $i -lt 20000 ]; do echo $i; i=$((i+1)); done", recorder);
+    ASSERT_EQ(recorder.out.size(), 20000u);
+    EXPECT_EQ(recorder.out.back(), "19999");
+}
+
+TEST(SupervisedRun, tells_the_exit_status_and_the_signal) {
+    Recorder recorder;
+    RunEnd end = run_shell("exit 7", recorder);
+    EXPECT_EQ(end.kind, Kind::kExited);
+    EXPECT_EQ(end.number, 7);
+    end = run_shell("kill -SEGV $$", recorder);
+    EXPECT_EQ(end.kind, Kind::kSignalled);
+    EXPECT_EQ(end.number, SIGSEGV);
+}
+
+TEST(SupervisedRun, tells_why_a_program_was_not_started) {
+    Recorder recorder;
+    const RunEnd end = run_supervised({"/no/such/program", {}}, recorder);
+    EXPECT_EQ(end.kind, Kind::kNotStarted);
+    EXPECT_EQ(end.number, ENOENT);
+}
+
+TEST(SupervisedRun, takes_arguments_as_they_are) {
+    Recorder recorder;
+    run_supervised({"/usr/bin/printf", {"%s\n", "a b", "$HOME", "*"}}, recorder);
+    EXPECT_THAT(recorder.out, ElementsAre("a b", "$HOME", "*"));
+}
+
+TEST(SupervisedRun, gives_the_program_three_descriptors_and_nothing_to_read) {
+    // Without close-on-exec, and with a number that the shell does not use itself.
+    const int leak = dup2(STDERR_FILENO, 50);
+    Recorder recorder;
+    run_shell("cat; for n in /proc/$$/fd/*; do echo ${n##*/}; done", recorder);
+    close(leak);
+    EXPECT_THAT(recorder.out, testing::Not(Contains(std::to_string(leak))));
+    EXPECT_THAT(recorder.out, testing::IsSupersetOf({"0", "1", "2"}));
+}
+
+TEST(SupervisedRun, gives_the_program_an_empty_mask_and_default_actions) {
+    sigset_t mask;
+    sigset_t old;
+    sigemptyset(&mask);
+    sigaddset(&mask, SIGUSR1);
+    pthread_sigmask(SIG_BLOCK, &mask, &old);
+    const auto oldAction = std::signal(SIGUSR2, SIG_IGN);
+    Recorder recorder;
+    run_shell("grep -E 'SigBlk|SigIgn' /proc/self/status", recorder);
+    std::signal(SIGUSR2, oldAction);
+    pthread_sigmask(SIG_SETMASK, &old, nullptr);
+    ASSERT_EQ(recorder.out.size(), 2u);
+    EXPECT_EQ(recorder.out[0], "SigBlk:\t0000000000000000");
+    // The C library keeps the signals 32 and 33 to itself, whatever they were.
+    const unsigned long ignored = std::stoul(recorder.out[1].substr(8), nullptr, 16);
+    EXPECT_EQ(ignored & ~(3UL << 31), 0u);
+}
+
+TEST(SupervisedRun, gives_the_program_a_group_of_its_own) {
+    Recorder recorder;
+    run_shell("ps -o pgid= -p $$ 2>/dev/null || cut -d' ' -f5 /proc/$$/stat", recorder);
+    ASSERT_EQ(recorder.out.size(), 1u);
+    EXPECT_EQ(std::stoi(recorder.out[0]), recorder.process);
+}
+
+TEST(SupervisedRun, kills_a_program_that_does_not_go_on) {
+    Recorder recorder;
+    const auto begin = steady_clock::now();
+    const RunEnd end = run_shell("trap '' TERM; sleep 100", recorder, milliseconds(300));
+    EXPECT_EQ(end.kind, Kind::kTimeLimit);
+    EXPECT_FALSE(end.isLeftBehind);
+    EXPECT_LT(steady_clock::now() - begin, std::chrono::seconds(5));
+    EXPECT_TRUE(is_gone(recorder.process));
+}
+
+TEST(SupervisedRun, begins_the_limit_anew_with_each_step) {
+    Recorder recorder;
+    const RunEnd end = run_shell("for i in 1 2 3 4 5 6; do sleep 0.3; echo step; done", recorder,
+                                 milliseconds(1000));
+    EXPECT_EQ(end.kind, Kind::kExited);
+}
+
+TEST(SupervisedRun, takes_no_other_line_for_a_step) {
+    Recorder recorder;
+    const RunEnd end =
+        run_shell("while true; do sleep 0.05; echo noise; done", recorder, milliseconds(500));
+    EXPECT_EQ(end.kind, Kind::kTimeLimit);
+}
+
+TEST(SupervisedRun, does_not_count_the_time_that_the_observer_excuses) {
+    Recorder recorder;
+    recorder.onLook = [] { return RunObserver::Wish::kGoOnAnew; };
+    const RunEnd end = run_shell("sleep 1", recorder, milliseconds(300));
+    EXPECT_EQ(end.kind, Kind::kExited);
+}
+
+TEST(SupervisedRun, asks_a_program_to_stop_before_it_kills_it) {
+    Recorder recorder;
+    recorder.onLook = [&] {
+        return recorder.out.empty() ? RunObserver::Wish::kGoOn : RunObserver::Wish::kStop;
+    };
+    const RunEnd end = run_shell(
+        "trap 'echo ended; exit 0' TERM; echo here; while true; do sleep 0.01; done", recorder);
+    EXPECT_EQ(end.kind, Kind::kStopped);
+    EXPECT_THAT(recorder.out, ElementsAre("here", "ended"));
+}
+
+TEST(SupervisedRun, kills_a_program_that_does_not_stop) {
+    Recorder recorder;
+    recorder.onLook = [&] {
+        return recorder.out.empty() ? RunObserver::Wish::kGoOn : RunObserver::Wish::kStop;
+    };
+    const RunEnd end = run_shell("trap '' TERM; echo here; sleep 100", recorder);
+    EXPECT_EQ(end.kind, Kind::kStopped);
+    EXPECT_TRUE(is_gone(recorder.process));
+}
+
+TEST(SupervisedRun, ends_what_the_program_left_running) {
+    Recorder recorder;
+    const auto begin = steady_clock::now();
+    const RunEnd end = run_shell("sleep 100 & echo $!; exit 3", recorder);
+    EXPECT_EQ(end.kind, Kind::kExited);
+    EXPECT_EQ(end.number, 3);
+    EXPECT_LT(steady_clock::now() - begin, std::chrono::seconds(5));
+    ASSERT_EQ(recorder.out.size(), 1u);
+    // Its parent has gone, and the process that inherits it may be slow to reap it.
+    const int orphan = std::stoi(recorder.out[0]);
+    bool isDead = false;
+    for (int i = 0; i < 100 && !isDead; ++i) {
+        Recorder state;
+        run_shell("cut -d' ' -f3 /proc/" + std::to_string(orphan) + "/stat 2>/dev/null || echo Z",
+                  state);
+        isDead = state.out == std::vector<std::string>{"Z"};
+        std::this_thread::sleep_for(milliseconds(10));
+    }
+    EXPECT_TRUE(isDead);
+}
+
+TEST(SupervisedRun, sees_the_end_of_a_program_that_has_closed_its_streams) {
+    Recorder recorder;
+    const RunEnd end = run_shell("exec 1>&- 2>&-; sleep 0.3; exit 5", recorder);
+    EXPECT_EQ(end.kind, Kind::kExited);
+    EXPECT_EQ(end.number, 5);
+}
+
+TEST(SupervisedRun, does_not_know_the_status_where_SIGCHLD_is_ignored) {
+    const auto old = std::signal(SIGCHLD, SIG_IGN);
+    Recorder recorder;
+    const RunEnd end = run_shell("echo done; exit 7", recorder);
+    std::signal(SIGCHLD, old);
+    EXPECT_EQ(end.kind, Kind::kUnknown);
+    EXPECT_THAT(recorder.out, ElementsAre("done"));
+}
+
+TEST(SupervisedRun, still_kills_a_hanging_program_where_SIGCHLD_is_ignored) {
+    const auto old = std::signal(SIGCHLD, SIG_IGN);
+    Recorder recorder;
+    const RunEnd end = run_shell("sleep 100", recorder, milliseconds(300));
+    std::signal(SIGCHLD, old);
+    EXPECT_EQ(end.kind, Kind::kTimeLimit);
+    EXPECT_TRUE(is_gone(recorder.process));
+}
+
+TEST(SupervisedRun, does_not_know_the_status_where_a_handler_reaps_every_child) {
+    const auto old = std::signal(SIGCHLD, [](int) {
+        const int saved = errno;
+        while (waitpid(-1, nullptr, WNOHANG) > 0) {
+        }
+        errno = saved;
+    });
+    Recorder recorder;
+    const RunEnd end = run_shell("sleep 0.2; exit 7", recorder);
+    std::signal(SIGCHLD, old);
+    EXPECT_EQ(end.kind, Kind::kUnknown);
+}
+
+TEST(SupervisedRun, works_for_a_caller_without_standard_streams) {
+    const pid_t child = fork();
+    if (child == 0) {
+        for (int i = 0; i < 64; ++i) close(i);
+        Recorder recorder;
+        const RunEnd end = run_shell("echo out; echo err >&2", recorder);
+        const bool right = end.kind == Kind::kExited && end.number == 0 &&
+                           recorder.out == std::vector<std::string>{"out"} &&
+                           recorder.err == std::vector<std::string>{"err"};
+        _exit(right ? 0 : 1);
+    }
+    int status = -1;
+    waitpid(child, &status, 0);
+    EXPECT_EQ(status, 0);
+}
+
+TEST(SupervisedRun, serves_several_threads_at_once) {
+    std::vector<std::thread> threads;
+    std::vector<int> results(8, -1);
+    for (int i = 0; i < 8; ++i) {
+        threads.emplace_back([&results, i] {
+            Recorder recorder;
+            const RunEnd end =
+                run_shell("echo " + std::to_string(i) + "; exit " + std::to_string(i), recorder);
+            if (recorder.out == std::vector<std::string>{std::to_string(i)}) {
+                results[static_cast<std::size_t>(i)] = end.number;
+            }
+        });
+    }
+    for (std::thread& thread : threads) thread.join();
+    EXPECT_THAT(results, ElementsAre(0, 1, 2, 3, 4, 5, 6, 7));
+}
+
+TEST(SupervisedRun, leaves_no_descriptor_open) {
+    const int before = open("/dev/null", O_RDONLY);
+    close(before);
+    Recorder recorder;
+    run_shell("true", recorder);
+    run_supervised({"/no/such/program", {}}, recorder);
+    const int after = open("/dev/null", O_RDONLY);
+    close(after);
+    EXPECT_EQ(before, after);
+}
+
+TEST(SupervisedRun, cuts_an_endless_line_and_still_looks) {
+    Recorder recorder;
+    recorder.onLook = [&] {
+        return recorder.out.size() > 3 ? RunObserver::Wish::kStop : RunObserver::Wish::kGoOn;
+    };
+    const RunEnd end = run_shell("tr '\\0' x </dev/zero", recorder);
+    EXPECT_EQ(end.kind, Kind::kStopped);
+    EXPECT_EQ(recorder.out[0].size(), 65536u);
+}
+
+}  // namespace
+}  // namespace texprobe::tests

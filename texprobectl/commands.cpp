@@ -1,0 +1,364 @@
+#include "commands.h"
+
+#include <unistd.h>
+
+#include <csignal>
+#include <iostream>
+#include <memory>
+
+#include "compare.h"
+#include "document.h"
+#include "find_tool.h"
+#include "forget.h"
+#include "output/output.h"
+#include "output/progress.h"
+#include "output_file.h"
+#include "report/page.h"
+#include "selection.h"
+
+namespace texprobe::ctl {
+
+namespace {
+
+constexpr const char* kSet = "an identifier, a part of it, or a number of `list`";
+constexpr const char* kSetOrFile = "a record set, an exported file, or - for stdin";
+
+// What the options of one command leave for it. Shared, because the command runs later.
+struct Arguments {
+    std::vector<std::string> names;
+    std::string file;
+    std::string tool;
+    std::string renderer;
+    int seconds = 60;
+    int attempts = 200;
+    bool json = false;
+    bool present = false;
+    bool all = false;
+    bool outdated = false;
+    bool yes = false;
+};
+using Shared = std::shared_ptr<Arguments>;
+
+RecordSets read_all() {
+    return read_record_sets(look_at_machine());
+}
+
+std::unique_ptr<Output> make_output(const Arguments& arguments, std::ostream& stream) {
+    if (arguments.json) return make_json_output(stream);
+    return make_text_output(stream, look_at_terminal(STDOUT_FILENO));
+}
+
+void print(const Arguments& arguments, const std::function<void(Output&)>& write) {
+    write_output({}, [&](std::ostream& stream) { write(*make_output(arguments, stream)); });
+}
+
+void add_json(CLI::App* command, const Shared& arguments) {
+    command->add_flag("--json", arguments->json, "Print a JSON document");
+}
+
+CLI::Validator number_between(int least, int most) {
+    return CLI::Validator(
+        [=](const std::string& text) {
+            int number = 0;
+            if (CLI::detail::lexical_cast(text, number) && number >= least && number <= most) {
+                return std::string();
+            }
+            return "expected a number from " + std::to_string(least) + " to " +
+                   std::to_string(most) + ", not \"" + text + '"';
+        },
+        "");
+}
+
+// measure
+
+volatile std::sig_atomic_t interruption = 0;
+
+extern "C" void remember_interruption(int number) {
+    interruption = number;
+}
+
+bool is_interrupted() {
+    return interruption != 0;
+}
+
+void listen_to_interruptions() {
+    struct sigaction action = {};
+    action.sa_handler = remember_interruption;
+    for (const int number : {SIGINT, SIGTERM, SIGHUP}) {
+        struct sigaction old = {};
+        // What was ignored at the start stays ignored, as nohup wants it.
+        if (sigaction(number, nullptr, &old) == 0 && old.sa_handler == SIG_IGN) continue;
+        sigaction(number, &action, nullptr);
+    }
+}
+
+int report_measuring(const MeasureResult& result) {
+    std::size_t open = 0;
+    for (const RecordSet& set : result.after) open += set.unmeasured();
+    switch (result.kind) {
+        case MeasureResult::Kind::kComplete:
+            return 0;
+        case MeasureResult::Kind::kInterrupted:
+            std::cerr << "Interrupted, and nothing is lost: `texprobectl measure` goes on with the "
+                      << open << " verdicts that are still missing.\n";
+            return 128 + interruption;
+        default:
+            std::cerr << "texprobectl: not complete: " << result.reason << '\n';
+            return 1;
+    }
+}
+
+int run_measure(const Arguments& arguments, const Session& session) {
+    const std::string tool = arguments.tool.empty() ? find_tool(session.self) : arguments.tool;
+    if (tool.empty()) {
+        std::cerr << "texprobectl: texprobe was not found beside texprobectl or in PATH; give it "
+                     "with --tool PATH\n";
+        return 1;
+    }
+    const Machine machine = look_at_machine();
+    if (machine.renderers.empty()) {
+        std::cerr << "texprobectl: this machine lists no renderer"
+                  << (machine.trouble.empty() ? "" : ": " + machine.trouble)
+                  << "; `texprobectl doctor` says more\n";
+        return 1;
+    }
+    listen_to_interruptions();
+    const auto view =
+        make_progress_view(std::cerr, look_at_terminal(STDERR_FILENO), is_interrupted);
+    const MeasureResult result =
+        measure({tool, arguments.seconds, arguments.attempts}, machine, *view);
+    view->finish();
+    write_output({}, [&](std::ostream& stream) {
+        write_changes(result, stream, look_at_terminal(STDOUT_FILENO));
+    });
+    return report_measuring(result);
+}
+
+void add_measure(CLI::App* app, Session* session) {
+    CLI::App* command = app->add_subcommand(
+        "measure", "Measure this machine, past every crash and hang of its drivers");
+    const auto arguments = std::make_shared<Arguments>();
+    command->add_option("--tool", arguments->tool, "The texprobe to run")->type_name("PATH");
+    command->add_option("--timeout", arguments->seconds, "How long a test may take")
+        ->type_name("SECONDS")
+        ->check(number_between(1, 86400))
+        ->capture_default_str();
+    command->add_option("--attempts", arguments->attempts, "How many runs to try before giving up")
+        ->type_name("N")
+        ->check(number_between(1, 1000000))
+        ->capture_default_str();
+    command->footer(
+        "Ends with the table of what changed.\n"
+        "Status 0 when a run completed, whatever crashed.");
+    command->callback([=] { session->status = run_measure(*arguments, *session); });
+}
+
+// list, show
+
+void add_list(CLI::App* app) {
+    CLI::App* command = app->add_subcommand("list", "One line for each record set");
+    const auto arguments = std::make_shared<Arguments>();
+    add_json(command, arguments);
+    command->callback([=] { print(*arguments, [](Output& output) { output.list(read_all()); }); });
+}
+
+void run_show(const Arguments& arguments) {
+    const RecordSets all = read_all();
+    RecordSets shown;
+    if (arguments.names.size() > 1) throw UsageError("show expects one record set, or none");
+    for (const std::string& name : arguments.names) shown.push_back(find_set(name, all));
+    if (arguments.names.empty()) shown = present_sets(all);
+    if (shown.empty() && !arguments.json) {
+        throw UsageError(
+            "nothing is recorded for this machine's present build; "
+            "`texprobectl measure` measures it");
+    }
+    print(arguments, [&](Output& output) { output.show(shown); });
+}
+
+void add_show(CLI::App* app) {
+    CLI::App* command =
+        app->add_subcommand("show", "The sixteen formats by six capabilities of a record set");
+    const auto arguments = std::make_shared<Arguments>();
+    command->add_option("SET", arguments->names, kSet)->type_name("");
+    add_json(command, arguments);
+    command->footer("Without SET: the sets of this machine's present build.");
+    command->callback([=] { run_show(*arguments); });
+}
+
+// compare
+
+Comparison compare_named(const Arguments& arguments) {
+    const RecordSets all = read_all();
+    if (arguments.names.empty()) {
+        Comparison comparison = compare_builds(all);
+        if (comparison.pairs.empty()) {
+            throw UsageError(
+                "there is no earlier build to compare with; expected two record sets "
+                "or exported files");
+        }
+        return comparison;
+    }
+    if (arguments.names.size() != 2) {
+        throw UsageError("compare expects two record sets or exported files, or none");
+    }
+    return compare(find_sets_or_file(arguments.names[0], all),
+                   find_sets_or_file(arguments.names[1], all));
+}
+
+void add_compare(CLI::App* app, Session* session) {
+    CLI::App* command = app->add_subcommand("compare", "What differs between two record sets");
+    const auto arguments = std::make_shared<Arguments>();
+    command->add_option("A B", arguments->names, kSetOrFile)->type_name("");
+    add_json(command, arguments);
+    command->footer(
+        "Without A and B: the present build of each renderer with the one before it.\n"
+        "Status 0 when equal, 1 when not, 2 on trouble.");
+    command->callback([=] {
+        const Comparison comparison = compare_named(*arguments);
+        print(*arguments, [&](Output& output) { output.comparison(comparison); });
+        session->status = comparison.is_equal() ? 0 : 1;
+    });
+}
+
+// export, report, merge
+
+void run_export(const Arguments& arguments) {
+    const RecordSets all = read_all();
+    RecordSets sets = all;
+    if (arguments.present) sets = present_sets(all);
+    if (!arguments.names.empty()) {
+        if (arguments.present) {
+            throw UsageError("export expects record sets or --present, not both");
+        }
+        sets.clear();
+        for (const std::string& name : arguments.names) sets.push_back(find_set(name, all));
+    }
+    write_output(arguments.file, [&](std::ostream& stream) { write_document(sets, stream); });
+}
+
+void add_export(CLI::App* app) {
+    CLI::App* command = app->add_subcommand("export", "Record sets as a JSON document");
+    const auto arguments = std::make_shared<Arguments>();
+    command->add_option("SET", arguments->names, kSet)->type_name("");
+    command->add_flag("--present", arguments->present,
+                      "Those of this machine and its present build");
+    command->add_option("-o", arguments->file, "Write to a file")->type_name("FILE");
+    command->footer("Without SET: all of them.");
+    command->callback([=] { run_export(*arguments); });
+}
+
+void run_report(const Arguments& arguments) {
+    const RecordSets all = read_all();
+    RecordSets sets;
+    for (const std::string& name : arguments.names) {
+        for (RecordSet& set : find_sets_or_file(name, all)) sets.push_back(std::move(set));
+    }
+    if (arguments.names.empty()) sets = present_sets(all);
+    if (sets.empty()) throw UsageError("there is no record set to report on");
+    write_output(arguments.file, [&](std::ostream& stream) { write_page(sets, stream); });
+}
+
+void add_report(CLI::App* app) {
+    CLI::App* command = app->add_subcommand("report", "Record sets as one page for a browser");
+    const auto arguments = std::make_shared<Arguments>();
+    command->add_option("SET or FILE", arguments->names, kSetOrFile)->type_name("");
+    command->add_option("-o", arguments->file, "The page to write")
+        ->type_name("FILE.html")
+        ->required();
+    command->footer("Without SET or FILE: the sets of this machine's present build.");
+    command->callback([=] { run_report(*arguments); });
+}
+
+void add_merge(CLI::App* app) {
+    CLI::App* command =
+        app->add_subcommand("merge", "What the record sets of many machines say together");
+    const auto arguments = std::make_shared<Arguments>();
+    command
+        ->add_option("FILE", arguments->names, "exported, or printed by merge --json; - for stdin")
+        ->required()
+        ->type_name("");
+    add_json(command, arguments);
+    command->callback([=] {
+        const Merged merged = merge_files(arguments->names);
+        print(*arguments, [&](Output& output) { output.merged(merged); });
+    });
+}
+
+// forget
+
+RecordSets sets_to_forget(const Arguments& arguments, const RecordSets& all) {
+    const int ways = (arguments.names.empty() ? 0 : 1) + arguments.all + arguments.outdated;
+    if (ways != 1) throw UsageError("forget expects record sets, --all or --outdated");
+    if (arguments.all) return all;
+    if (arguments.outdated) return outdated_sets(all);
+    RecordSets sets;
+    for (const std::string& name : arguments.names) sets.push_back(find_set(name, all));
+    return sets;
+}
+
+int run_forget(const Arguments& arguments) {
+    const RecordSets sets = sets_to_forget(arguments, read_all());
+    if (sets.empty()) {
+        std::cerr << "There is nothing to forget.\n";
+        return 0;
+    }
+    for (const RecordSet& set : sets) std::cerr << set.id << '\n';
+    if (!arguments.yes) {
+        if (!isatty(STDIN_FILENO)) {
+            throw UsageError("nobody can be asked here; --yes removes these record sets unasked");
+        }
+        if (!ask("Remove these record sets?")) return 1;
+    }
+    const Forgotten forgotten = forget(sets);
+    std::cerr << forgotten.sets << (forgotten.sets == 1 ? " record set" : " record sets")
+              << " removed.\n";
+    if (forgotten.trouble.empty()) return 0;
+    std::cerr << "texprobectl: " << forgotten.trouble << '\n';
+    return 1;
+}
+
+void add_forget(CLI::App* app, Session* session) {
+    CLI::App* command =
+        app->add_subcommand("forget", "Remove record sets, so that they are measured again");
+    const auto arguments = std::make_shared<Arguments>();
+    command->add_option("SET", arguments->names, kSet)->type_name("");
+    command->add_flag("--all", arguments->all, "All of them");
+    command->add_flag("--outdated", arguments->outdated, "Those of other machines and builds");
+    command->add_flag("--yes", arguments->yes, "Do not ask");
+    command->callback([=] { session->status = run_forget(*arguments); });
+}
+
+// doctor
+
+void add_doctor(CLI::App* app, Session* session) {
+    CLI::App* command =
+        app->add_subcommand("doctor", "What to send with a problem; names no user and no host");
+    const auto arguments = std::make_shared<Arguments>();
+    add_json(command, arguments);
+    command->add_option(kOpenOption, arguments->renderer)->group("");
+    command->callback([=] {
+        if (!arguments->renderer.empty()) {
+            session->status = open_for_doctor(arguments->renderer);
+            return;
+        }
+        const Diagnosis diagnosis = examine(session->self, find_tool(session->self));
+        print(*arguments, [&](Output& output) { output.diagnosis(diagnosis); });
+    });
+}
+
+}  // namespace
+
+void add_commands(CLI::App* app, Session* session) {
+    add_measure(app, session);
+    add_list(app);
+    add_show(app);
+    add_compare(app, session);
+    add_export(app);
+    add_report(app);
+    add_merge(app);
+    add_forget(app, session);
+    add_doctor(app, session);
+}
+
+}  // namespace texprobe::ctl

@@ -1,0 +1,190 @@
+#include "doctor.h"
+
+#include <pwd.h>
+#include <supervised_run.h>
+#include <sys/utsname.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <charconv>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+
+#include "catalogue.h"
+#include "machine.h"
+#include "signals.h"
+#include "turn.h"
+
+// POSIX leaves the declaration to its users; some systems make it nevertheless.
+extern char** environ;  // NOLINT(readability-redundant-declaration)
+
+namespace texprobe::ctl {
+
+namespace {
+
+constexpr std::chrono::seconds kOpenLimit{60};
+
+/// What decides which driver is loaded, and what it offers.
+constexpr std::array<const char*, 13> kVariables = {
+    "MESA_", "LIBGL_",   "GALLIUM_",         "EGL_", "__EGL_",          "__GLX_",    "__NV_",
+    "VK_",   "DISPLAY=", "WAYLAND_DISPLAY=", "LP_",  "LD_LIBRARY_PATH", "LD_PRELOAD"};
+
+class OpeningObserver : public RunObserver {
+public:
+    explicit OpeningObserver(ExaminedRenderer* renderer) : renderer_(renderer) {}
+
+    bool line(Stream stream, std::string_view text) override {
+        if (stream == Stream::kError) {
+            renderer_->messages.emplace_back(text);
+            return false;
+        }
+        int megabytes = 0;
+        if (std::sscanf(std::string(text).c_str(), "opened %d", &megabytes) == 1) {
+            renderer_->canBeOpened = true;
+            renderer_->megabytes = megabytes;
+        } else {
+            renderer_->trouble = text;
+        }
+        return false;
+    }
+
+private:
+    ExaminedRenderer* renderer_;
+};
+
+ExaminedRenderer examine_renderer(const std::string& self, std::uint32_t id) {
+    ExaminedRenderer renderer;
+    renderer.rendererID = hexadecimal(id);
+    OpeningObserver observer(&renderer);
+    const RunEnd end =
+        run_supervised({self, {"doctor", kOpenOption, renderer.rendererID}, kOpenLimit}, observer);
+    if (end.kind == RunEnd::Kind::kExited && end.number == 0) return renderer;
+    renderer.canBeOpened = false;
+    renderer.megabytes.reset();
+    if (end.kind == RunEnd::Kind::kSignalled) {
+        renderer.trouble = "opening it ended the process by " + signal_name(end.number);
+    } else if (end.kind == RunEnd::Kind::kTimeLimit) {
+        renderer.trouble =
+            "opening it did not end within " + std::to_string(kOpenLimit.count()) + " s";
+    } else if (end.kind == RunEnd::Kind::kNotStarted) {
+        renderer.trouble = std::string("could not be tried: ") + std::strerror(end.number);
+    } else if (renderer.trouble.empty()) {
+        renderer.trouble = "opening it ended the process";
+    }
+    return renderer;
+}
+
+std::string describe_system() {
+    utsname name;
+    if (uname(&name) != 0) return {};
+    return std::string(name.sysname) + ' ' + name.release + ' ' + name.machine;
+}
+
+/// Replaces what names the user or the host.
+class Anonymizer {
+public:
+    Anonymizer() {
+        std::array<char, 256> host = {};
+        if (gethostname(host.data(), host.size() - 1) == 0) add(host.data(), "HOST");
+        if (const passwd* entry = getpwuid(getuid())) {
+            add(entry->pw_dir, "~");
+            add(entry->pw_name, "USER");
+        }
+        if (const char* home = std::getenv("HOME")) add(home, "~");
+    }
+
+    void clean(std::string* text) const {
+        for (const auto& [name, replacement] : names_) {
+            std::size_t at = 0;
+            while ((at = text->find(name, at)) != std::string::npos) {
+                const bool isWhole = !is_word(*text, at - 1) && !is_word(*text, at + name.size());
+                if (isWhole) text->replace(at, name.size(), replacement);
+                at += isWhole ? replacement.size() : 1;
+            }
+        }
+    }
+
+private:
+    void add(const std::string& name, const char* replacement) {
+        if (name.size() > 1) names_.emplace_back(name, replacement);
+        // A home may hold the user's name: longer names go first.
+        std::stable_sort(names_.begin(), names_.end(), [](const auto& a, const auto& b) {
+            return a.first.size() > b.first.size();
+        });
+    }
+    static bool is_word(const std::string& text, std::size_t at) {
+        if (at >= text.size()) return false;
+        const auto c = static_cast<unsigned char>(text[at]);
+        return std::isalnum(c) != 0 || c == '_' || c == '-';
+    }
+
+    std::vector<std::pair<std::string, std::string>> names_;
+};
+
+std::vector<std::pair<std::string, std::string>> list_variables() {
+    std::vector<std::pair<std::string, std::string>> variables;
+    for (char** entry = environ; *entry; ++entry) {
+        const std::string text = *entry;
+        const bool matters =
+            std::any_of(kVariables.begin(), kVariables.end(), [&](const char* beginning) {
+                return text.compare(0, std::strlen(beginning), beginning) == 0;
+            });
+        const std::size_t equals = text.find('=');
+        if (matters && equals != std::string::npos) {
+            variables.emplace_back(text.substr(0, equals), text.substr(equals + 1));
+        }
+    }
+    std::sort(variables.begin(), variables.end());
+    return variables;
+}
+
+void anonymize(Diagnosis* diagnosis) {
+    const Anonymizer anonymizer;
+    for (std::string* text : {&diagnosis->tool, &diagnosis->trouble, &diagnosis->store.place,
+                              &diagnosis->store.health}) {
+        anonymizer.clean(text);
+    }
+    for (ExaminedRenderer& renderer : diagnosis->renderers) {
+        anonymizer.clean(&renderer.trouble);
+        for (std::string& message : renderer.messages) anonymizer.clean(&message);
+    }
+    for (auto& [name, value] : diagnosis->variables) anonymizer.clean(&value);
+}
+
+}  // namespace
+
+Diagnosis examine(const std::string& self, const std::string& tool) {
+    const Machine machine = look_at_machine();
+    Diagnosis diagnosis;
+    diagnosis.version = TEXPROBECTL_VERSION;
+    diagnosis.system = describe_system();
+    diagnosis.systemBuild = machine.systemBuild;
+    diagnosis.tool = tool;
+    diagnosis.displays = machine.displayCount;
+    diagnosis.trouble = machine.trouble;
+    for (const std::uint32_t renderer : machine.renderers) {
+        diagnosis.renderers.push_back(examine_renderer(self, renderer));
+    }
+    diagnosis.store = examine_store();
+    diagnosis.recordSets = read_record_sets(machine).size();
+    diagnosis.measuring = turn_holder();
+    diagnosis.variables = list_variables();
+    anonymize(&diagnosis);
+    return diagnosis;
+}
+
+int open_for_doctor(const std::string& rendererID) {
+    std::uint32_t id = 0;
+    std::from_chars(rendererID.data(), rendererID.data() + rendererID.size(), id, 16);
+    const Opening opening = open_renderer(id);
+    if (opening.isOpened) {
+        std::printf("opened %d\n", opening.megabytes);
+    } else {
+        std::printf("%s\n", opening.trouble.c_str());
+    }
+    return opening.isOpened ? 0 : 1;
+}
+
+}  // namespace texprobe::ctl

@@ -1,0 +1,64 @@
+// What a person sends with a problem. Names no user and no host.
+
+#ifndef TEXPROBECTL_DOCTOR_H
+#define TEXPROBECTL_DOCTOR_H
+
+#include <cstddef>
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace texprobe::ctl {
+
+struct ExaminedRenderer {
+    std::string rendererID;
+    bool canBeOpened = false;
+    std::optional<int> megabytes;
+    /// Why it cannot be opened; empty otherwise.
+    std::string trouble;
+    /// What the driver and the platform wrote meanwhile.
+    std::vector<std::string> messages;
+};
+
+struct ExaminedStore {
+    std::string place;
+    bool exists = false;
+    bool isOwn = false;
+    /// Octal, of the folder and of the file.
+    std::string folderMode;
+    std::string fileMode;
+    std::size_t bytes = 0;
+    /// "good", or what is wrong with it.
+    std::string health;
+};
+
+struct Diagnosis {
+    std::string version;
+    std::string system;
+    std::string systemBuild;
+    std::string tool;
+    std::size_t displays = 0;
+    std::string trouble;
+    std::vector<ExaminedRenderer> renderers;
+    ExaminedStore store;
+    std::size_t recordSets = 0;
+    /// The process that measures now; 0 for none.
+    int measuring = 0;
+    std::vector<std::pair<std::string, std::string>> variables;
+};
+
+/// `self` opens each renderer in a process of its own, so that a driver that dies or hangs is a
+/// finding, not the end.
+Diagnosis examine(const std::string& self, const std::string& tool);
+
+/// The hidden command by which `self` is started, and what it does.
+inline constexpr const char* kOpenOption = "--open-renderer";
+int open_for_doctor(const std::string& rendererID);
+
+/// Where the preferences are, and what state they are in. The system decides, so each has its file.
+ExaminedStore examine_store();
+
+}  // namespace texprobe::ctl
+
+#endif

@@ -1,0 +1,21 @@
+// Where the tool is.
+
+#ifndef TEXPROBECTL_FIND_TOOL_H
+#define TEXPROBECTL_FIND_TOOL_H
+
+#include <string>
+
+namespace texprobe::ctl {
+
+/// This program's own file, from the name it was started by; empty when it cannot be told.
+std::string find_self(const std::string& name);
+
+/// The tool: the one beside `self`, the installed one, the first in PATH; empty when there is none.
+std::string find_tool(const std::string& self);
+
+/// Whether the file can be started.
+bool is_program(const std::string& path);
+
+}  // namespace texprobe::ctl
+
+#endif

@@ -1,0 +1,215 @@
+#include "json_values.h"
+
+#include <iterator>
+#include <memory>
+#include <nlohmann/json.hpp>
+#include <utility>
+
+namespace texprobe::ctl {
+
+namespace {
+
+using Json = nlohmann::json;
+
+// What no document of ours comes near; a hostile one must not take the memory.
+constexpr std::size_t kDeepest = 8;
+constexpr std::size_t kLongestValue = 65536;
+constexpr std::size_t kMostMembers = 1024;
+
+/// How far the parser has read.
+struct Progress {
+    std::istream& text;
+    std::string file;
+    Position position;
+    /// Where the value in hand begins. The parser sees the end of a number only behind it.
+    Position value;
+    bool isInValue = false;
+    bool isInString = false;
+    bool isEscaped = false;
+    std::size_t sinceLastValue = 0;
+
+    void look_for_value(char character) {
+        constexpr std::string_view kBetween = " \t\r\n,:]}";
+        constexpr std::string_view kOpening = "[{";
+        if (isInString) {
+            isInString = isEscaped || character != '"';
+            isEscaped = !isEscaped && character == '\\';
+        } else if (kBetween.find(character) != std::string_view::npos) {
+            isInValue = false;
+        } else {
+            if (!isInValue || kOpening.find(character) != std::string_view::npos) value = position;
+            isInValue = kOpening.find(character) == std::string_view::npos;
+            isInString = character == '"';
+        }
+    }
+};
+
+/// The characters of a stream, counted. Copies share the stream, as input iterators do.
+class CountedCharacters {
+public:
+    using difference_type = std::ptrdiff_t;
+    using value_type = char;
+    using pointer = const char*;
+    using reference = const char&;
+    using iterator_category = std::input_iterator_tag;
+
+    CountedCharacters() = default;
+    explicit CountedCharacters(Progress* progress) : progress_(progress) { read(); }
+
+    reference operator*() const { return character_; }
+    CountedCharacters& operator++() {
+        count();
+        read();
+        return *this;
+    }
+    CountedCharacters operator++(int) {
+        CountedCharacters old = *this;
+        ++*this;
+        return old;
+    }
+    bool operator==(const CountedCharacters& other) const { return progress_ == other.progress_; }
+    bool operator!=(const CountedCharacters& other) const { return !(*this == other); }
+
+private:
+    void read() {
+        const auto next = progress_->text.rdbuf()->sbumpc();
+        if (std::istream::traits_type::eq_int_type(next, std::istream::traits_type::eof())) {
+            progress_ = nullptr;
+            return;
+        }
+        character_ = std::istream::traits_type::to_char_type(next);
+    }
+    void count() {
+        Progress& progress = *progress_;
+        progress.look_for_value(character_);
+        if (character_ == '\n') {
+            ++progress.position.line;
+            progress.position.column = 1;
+        } else {
+            ++progress.position.column;
+        }
+        if (++progress.sinceLastValue > kLongestValue) {
+            fail(progress.file, progress.position,
+                 "a value of more than " + std::to_string(kLongestValue) + " bytes");
+        }
+    }
+
+    Progress* progress_ = nullptr;
+    char character_ = '\0';
+};
+
+/// Builds values, and hands over what stands at the top.
+class Builder : public Json::json_sax_t {
+public:
+    Builder(Progress& progress, const TopLevel& top) : progress_(progress), top_(top) {}
+
+    bool null() override { return add({JsonValue::Null{}, position()}); }
+    bool boolean(bool value) override { return add({value, position()}); }
+    bool number_integer(number_integer_t value) override {
+        return add({std::int64_t{value}, position()});
+    }
+    bool number_unsigned(number_unsigned_t value) override {
+        if (value > static_cast<number_unsigned_t>(INT64_MAX)) {
+            return add({static_cast<double>(value), position()});
+        }
+        return add({static_cast<std::int64_t>(value), position()});
+    }
+    bool number_float(number_float_t value, const string_t&) override {
+        return add({value, position()});
+    }
+    bool string(string_t& value) override { return add({std::move(value), position()}); }
+    bool binary(binary_t&) override { return false; }
+    bool start_object(std::size_t) override { return open(JsonValue::Object{}); }
+    bool start_array(std::size_t) override { return open(JsonValue::Array{}); }
+    bool end_object() override { return close(); }
+    bool end_array() override { return close(); }
+
+    bool key(string_t& name) override {
+        auto& object = std::get<JsonValue::Object>(open_.back().value);
+        for (const auto& [other, value] : object) {
+            if (other == name) fail(progress_.file, position(), "\"" + name + "\" is given twice");
+        }
+        if (object.size() == kMostMembers) fail(progress_.file, position(), "too many members");
+        object.push_back({name, JsonValue{}});
+        progress_.sinceLastValue = 0;
+        return true;
+    }
+
+    bool parse_error(std::size_t, const std::string&, const Json::exception& error) override {
+        // The library counts in its own way; the reason follows its last ": ".
+        std::string text = error.what();
+        const std::size_t reason = text.find("syntax error");
+        if (reason != std::string::npos) text = text.substr(reason);
+        fail(progress_.file, position(), "not JSON: " + text);
+    }
+
+private:
+    Position position() const { return progress_.value; }
+
+    bool open(decltype(JsonValue::value) value) {
+        if (open_.empty() && !std::holds_alternative<JsonValue::Object>(value)) {
+            fail(progress_.file, position(), "expected an object");
+        }
+        if (open_.size() == kDeepest) fail(progress_.file, position(), "nested too deeply");
+        open_.push_back({std::move(value), position()});
+        progress_.sinceLastValue = 0;
+        return true;
+    }
+
+    bool close() {
+        JsonValue value = std::move(open_.back());
+        open_.pop_back();
+        const Position begin = value.position;
+        // The top-level object has been handed over already, member by member.
+        return open_.empty() || add({std::move(value.value), begin});
+    }
+
+    bool add(JsonValue value) {
+        progress_.sinceLastValue = 0;
+        if (open_.empty()) fail(progress_.file, value.position, "expected an object");
+        JsonValue& parent = open_.back();
+        if (auto* object = std::get_if<JsonValue::Object>(&parent.value)) {
+            const bool isSimple = !value.as<JsonValue::Array>() && !value.as<JsonValue::Object>();
+            if (open_.size() == 1 && isSimple) top_.member(object->back().name, value);
+            if (open_.size() > 1) object->back().value = std::move(value);
+            return true;
+        }
+        if (open_.size() == 2) {
+            const auto& top = std::get<JsonValue::Object>(open_.front().value);
+            top_.element(top.back().name, value);
+            return true;
+        }
+        auto& array = std::get<JsonValue::Array>(parent.value);
+        if (array.size() == kMostMembers) fail(progress_.file, position(), "too many elements");
+        array.push_back(std::move(value));
+        return true;
+    }
+
+    Progress& progress_;
+    const TopLevel& top_;
+    std::vector<JsonValue> open_;
+};
+
+}  // namespace
+
+const JsonValue* JsonValue::member(std::string_view name) const {
+    const auto* object = as<Object>();
+    if (!object) return nullptr;
+    for (const auto& [key, found] : *object) {
+        if (key == name) return &found;
+    }
+    return nullptr;
+}
+
+void read_json(std::istream& text, const std::string& file, const TopLevel& top) {
+    Progress progress{text, file, {}, {}};
+    Builder builder(progress, top);
+    Json::sax_parse(CountedCharacters(&progress), CountedCharacters(), &builder);
+}
+
+void fail(const std::string& file, const Position& position, const std::string& message) {
+    throw DocumentError(file + ":" + std::to_string(position.line) + ":" +
+                        std::to_string(position.column) + ": " + message);
+}
+
+}  // namespace texprobe::ctl

@@ -1,0 +1,40 @@
+// This machine as the tool finds it: its displays, its renderers and its build.
+
+#ifndef TEXPROBECTL_MACHINE_H
+#define TEXPROBECTL_MACHINE_H
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+namespace texprobe::ctl {
+
+struct Machine {
+    std::string systemBuild;
+    std::size_t displayCount = 0;
+    /// In the order in which they are measured, each once.
+    std::vector<std::uint32_t> renderers;
+    /// What could not be asked, as a sentence; empty when all was told.
+    std::string trouble;
+
+    bool lists(const std::string& rendererID) const;
+};
+
+/// Opens no driver.
+Machine look_at_machine();
+
+/// What opening a renderer has come to.
+struct Opening {
+    bool isOpened = false;
+    int megabytes = 0;
+    /// The call that failed and its error.
+    std::string trouble;
+};
+/// Creates a context on the renderer and destroys it again. A driver may end the process.
+Opening open_renderer(std::uint32_t renderer);
+
+std::string hexadecimal(std::uint32_t rendererID);
+
+}  // namespace texprobe::ctl
+
+#endif

@@ -1,0 +1,77 @@
+// texprobectl: the records, for people and for programs.
+
+#include <clocale>
+#include <csignal>
+#include <exception>
+#include <iostream>
+
+#include "commands.h"
+#include "find_tool.h"
+
+namespace {
+
+constexpr int kTrouble = 2;
+
+std::string join(const std::vector<std::string>& words) {
+    std::string text;
+    for (const std::string& word : words) text += (text.empty() ? "" : ", ") + word;
+    return text;
+}
+
+/// What may stand after `app`'s name.
+std::string expected_by(const CLI::App& app) {
+    std::vector<std::string> words;
+    for (const CLI::App* command : app.get_subcommands({})) words.push_back(command->get_name());
+    if (!words.empty()) return "one of " + join(words);
+    for (const CLI::Option* option : app.get_options()) {
+        if (!option->get_group().empty()) words.push_back(option->get_name());
+    }
+    return join(words);
+}
+
+/// One line: what was wrong, and what was expected.
+int explain(const CLI::App& app, const CLI::ParseError& error) {
+    const auto given = app.get_subcommands();
+    const CLI::App& command = given.empty() ? app : *given.front();
+    const std::string name = given.empty() ? "" : command.get_name() + ' ';
+    std::string text = error.what();
+    const auto unknown = app.remaining(true);
+    if (!unknown.empty()) {
+        text = "unknown argument: " + unknown.front() + "; expected " + expected_by(command);
+    } else if (given.empty()) {
+        text = "a command is missing; expected " + expected_by(command);
+    }
+    std::cerr << "texprobectl: " << text << "; see `texprobectl " << name << "--help`\n";
+    return kTrouble;
+}
+
+int run(int argc, char** argv) {
+    CLI::App app("The records of texprobe: measure, read, compare and share them.", "texprobectl");
+    texprobe::ctl::Session session;
+    session.self = texprobe::ctl::find_self(argv[0]);
+    app.set_version_flag("--version", "texprobectl " TEXPROBECTL_VERSION);
+    app.require_subcommand(1);
+    app.footer("`texprobectl COMMAND --help` says more of each; texprobectl(1) says all.");
+    texprobe::ctl::add_commands(&app, &session);
+    try {
+        app.parse(argc, argv);
+    } catch (const CLI::ParseError& error) {
+        if (error.get_exit_code() == 0) return app.exit(error);
+        return explain(app, error);
+    }
+    return session.status;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    std::setlocale(LC_CTYPE, "");
+    // A reader that goes away is an error of the write, which is reported.
+    std::signal(SIGPIPE, SIG_IGN);
+    try {
+        return run(argc, argv);
+    } catch (const std::exception& error) {
+        std::cerr << "texprobectl: " << error.what() << '\n';
+        return kTrouble;
+    }
+}

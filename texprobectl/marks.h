@@ -1,0 +1,34 @@
+// What `measure` remembers, under identifiers of its own beside the tool's: how a false record came
+// about, when a set was measured, and which process measures.
+//
+// A mark is one text under the key of the record that it explains: "signal SIGSEGV", "status 3",
+// "seconds 60", or "seen" for a test that came back. It counts only while that record is false.
+
+#ifndef TEXPROBECTL_MARKS_H
+#define TEXPROBECTL_MARKS_H
+
+#include <optional>
+#include <string>
+
+#include "preferences.h"
+#include "record_set.h"
+
+namespace texprobe::ctl {
+
+/// Where the marks of one record set are.
+std::string marks_of(const std::string& id);
+
+std::optional<Cause> read_mark(const std::string& id, const Cell& cell);
+std::string mark_text(const Cause& cause);
+
+/// When `measure` last completed this set: "2026-11-21T19:56:43Z". Texts of this form sort by time.
+std::optional<std::string> read_time(const std::string& id);
+inline constexpr const char* kTimeKey = "MEASURED";
+
+/// The tool that a `measure` has started and has not seen end; 0 for none.
+int read_running_tool();
+bool write_running_tool(int processID);
+
+}  // namespace texprobe::ctl
+
+#endif

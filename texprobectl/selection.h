@@ -1,0 +1,32 @@
+// Which record sets an argument means: an identifier, a part of one, the number that `list` shows,
+// or an exported file.
+
+#ifndef TEXPROBECTL_SELECTION_H
+#define TEXPROBECTL_SELECTION_H
+
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+#include "catalogue.h"
+
+namespace texprobe::ctl {
+
+/// What the user asked for cannot be done; the text is one line for the user.
+class UsageError : public std::runtime_error {
+public:
+    using std::runtime_error::runtime_error;
+};
+
+/// The one set that `text` names. Throws UsageError when there is none, or more than one.
+const RecordSet& find_set(const std::string& text, const RecordSets& all);
+
+/// The sets of an exported file when `text` names a file, else the one set that it names.
+RecordSets find_sets_or_file(const std::string& text, const RecordSets& all);
+
+/// Those of the present build.
+RecordSets present_sets(const RecordSets& all);
+
+}  // namespace texprobe::ctl
+
+#endif
