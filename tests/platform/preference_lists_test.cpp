@@ -69,6 +69,7 @@ TEST(PreferenceLists, name_what_was_set_and_not_what_was_removed) {
 }
 
 TEST(PreferenceLists, name_what_other_processes_have_stored) {
+    texprobe::platform::records_directory();  // Makes the folder that the child shares.
     const pid_t child = fork();
     if (child == 0) {
         CFPreferencesSetAppValue(CFSTR("KEY"), kCFBooleanTrue, CFSTR("of another"));
