@@ -63,7 +63,7 @@ std::string* Measure::id_ = nullptr;
 
 TEST_F(Measure, remembers_the_signal_of_a_crash) {
     folder_.script(1, opening() + test("GL_RGB32F_ARB_SUPPORTED", "GL_RGB32F_ARB supported", true) +
-                          begin("GL_RGB32F_ARB_RENDERABLE") + "raise 11\n");
+                          begin("GL_RGB32F_ARB_RENDERABLE") + "raise 6\n");
     folder_.script(2, "exit 0\n");
     const Finished run = folder_.ctl({"measure"});
     EXPECT_TRUE(run.exited_with(0)) << run.err;
@@ -71,8 +71,8 @@ TEST_F(Measure, remembers_the_signal_of_a_crash) {
     EXPECT_EQ(verdict(0, "supported"), "yes");
     EXPECT_EQ(verdict(0, "renderable"), "crashed");
     EXPECT_EQ(first_set().at("details"), json::parse(R"([{"name": "GL_RGB32F_ARB",
-        "capability": "renderable", "signal": "SIGSEGV"}])"));
-    EXPECT_THAT(run.out, HasSubstr("GL_RGB32F_ARB render: ended by SIGSEGV"));
+        "capability": "renderable", "signal": "SIGABRT"}])"));
+    EXPECT_THAT(run.out, HasSubstr("GL_RGB32F_ARB render: ended by SIGABRT"));
 }
 
 TEST_F(Measure, kills_a_tool_that_hangs_and_remembers_it) {

@@ -20,8 +20,9 @@
 
 namespace {
 
+/// A constant string, which nobody releases.
 CFStringRef string_of(const std::string& text) {
-    return CFStringCreateWithCString(nullptr, text.c_str(), kCFStringEncodingASCII);
+    return __CFStringMakeConstantString(text.c_str());
 }
 
 std::string rest_of(std::istringstream& line) {
@@ -46,6 +47,7 @@ void set_record(std::istringstream& line) {
         value = CFNumberCreate(nullptr, kCFNumberDoubleType, &number);
     }
     CFPreferencesSetAppValue(string_of(key), value, string_of(application));
+    CFRelease(value);
 }
 
 void carry_out(const std::string& command, std::istringstream& line) {
