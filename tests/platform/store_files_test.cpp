@@ -27,7 +27,7 @@ protected:
     std::string failure() const { return failure_in(directory()); }
     static std::string failure_in(const fs::path& directory) {
         RecordStore store(directory);
-        const std::string said = errors_of([&store] {
+        std::string said = errors_of([&store] {
             store.change(kApp, {{"key", true}});
             EXPECT_FALSE(store.synchronize(kApp));
             EXPECT_FALSE(store.synchronize(kApp));

@@ -78,6 +78,7 @@ bool is_any_host_of_user(CFStringRef userName, CFStringRef hostName) {
 template <class Texts, class TextOf>
 CFArrayRef create_array(const Texts& texts, TextOf text_of) {
     std::vector<const void*> strings;
+    strings.reserve(texts.size());
     for (const auto& text : texts) strings.push_back(new __CFString(text_of(text)));
     if (strings.empty()) return nullptr;
     const CFArrayRef array = CFArrayCreate(

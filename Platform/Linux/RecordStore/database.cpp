@@ -308,7 +308,7 @@ Status Database::write(std::string_view application, const Changes& changes, Rec
         *records = std::move(fresh);
         return {};
     }
-    const Status status = status_of(code);
+    Status status = status_of(code);
     if (!sqlite3_get_autocommit(database_.get())) execute("ROLLBACK");
     has_table_ = false;
     return status;
@@ -354,8 +354,8 @@ void Database::extend_log() {
     sqlite3_int64 size = 0;
     const bool is_log = log && log->pMethods && access((path_ + "-wal").c_str(), F_OK) == 0;
     if (!is_log || log->pMethods->xFileSize(log, &size) != SQLITE_OK) return;
-    const std::vector<char> zeros(8 *
-                                  kPageSize);  // SQLite's files take less than 128 KiB at a time.
+    // SQLite's files take less than 128 KiB at a time.
+    const std::vector<char> zeros(std::size_t{8} * kPageSize);
     for (auto end = size; end < kLogSize; end += static_cast<sqlite3_int64>(zeros.size())) {
         const auto count = static_cast<int>(zeros.size());
         if (log->pMethods->xWrite(log, zeros.data(), count, end) != SQLITE_OK) {

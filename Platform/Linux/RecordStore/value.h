@@ -15,7 +15,7 @@ namespace texprobe::platform {
 using Value = std::variant<bool, double, std::string>;
 
 /// The longest string that is stored or read, in bytes.
-constexpr std::size_t kLongestString = 64 * 1024;
+constexpr std::size_t kLongestString = 65'536;
 
 /// The records of one application, by key.
 using Records = std::map<std::string, Value, std::less<>>;
