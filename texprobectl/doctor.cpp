@@ -88,6 +88,7 @@ public:
     Anonymizer() {
         std::array<char, 256> host = {};
         if (gethostname(host.data(), host.size() - 1) == 0) add(host.data(), "HOST");
+        // cppcheck-suppress getpwuidCalled
         if (const passwd* entry = getpwuid(getuid())) {
             add(entry->pw_dir, "~");
             add(entry->pw_name, "USER");

@@ -67,8 +67,9 @@ std::optional<double> read_version(const JsonValue& set, const Expect& expect) {
     const JsonValue& value = expect.member(set, "version");
     if (value.is_null()) return std::nullopt;
     if (const auto* integer = value.as<std::int64_t>()) return static_cast<double>(*integer);
-    if (const auto* number = value.as<double>()) return *number;
-    expect.fail(value, "\"version\" must be a number or null");
+    const auto* number = value.as<double>();
+    if (!number) expect.fail(value, "\"version\" must be a number or null");
+    return *number;
 }
 
 /// What a document says of itself, before its elements.

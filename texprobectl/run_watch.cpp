@@ -1,6 +1,7 @@
 #include "run_watch.h"
 
 #include <algorithm>
+#include <cmath>
 
 #include "marks.h"
 #include "turn.h"
@@ -93,7 +94,7 @@ void RunWatch::tell_progress() {
         const std::chrono::duration<double> elapsed = std::chrono::steady_clock::now() - begin_;
         const double each = elapsed.count() / static_cast<double>(gained);
         progress.secondsLeft =
-            static_cast<int>(each * static_cast<double>(progress.all - progress.done) + 0.5);
+            static_cast<int>(std::lround(each * static_cast<double>(progress.all - progress.done)));
     }
     watcher_.progress(progress);
 }

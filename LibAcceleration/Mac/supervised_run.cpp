@@ -176,6 +176,7 @@ private:
             return POSIX_SPAWN_CLOEXEC_DEFAULT;
 #else
             if (DIR* folder = opendir("/dev/fd")) {
+                // cppcheck-suppress readdirCalled
                 while (const dirent* entry = readdir(folder)) {
                     const int number = std::atoi(entry->d_name);
                     if (number < kFirstInherited || number == dirfd(folder)) continue;

@@ -87,7 +87,7 @@ TEST_F(Measure, kills_a_tool_that_hangs_and_remembers_it) {
 
 TEST_F(Measure, does_not_take_slow_tests_for_a_hang) {
     std::string script = opening();
-    for (int i = 0; i < 4; ++i) {
+    for (std::size_t i = 0; i < 4; ++i) {
         script += "sleep 600\n" + test(std::string(kFormats[i].name) + "_SUPPORTED",
                                        std::string(kFormats[i].name) + " supported", true);
     }
@@ -134,8 +134,10 @@ TEST_F(Measure, ends_after_two_runs_that_record_nothing) {
 
 TEST_F(Measure, ends_after_the_attempts_that_it_was_given) {
     for (int run = 1; run <= 3; ++run) {
-        folder_.script(
-            run, opening() + begin(std::string(kFormats[run].name) + "_SUPPORTED") + "raise 6\n");
+        folder_.script(run, opening() +
+                                begin(std::string(kFormats[static_cast<std::size_t>(run)].name) +
+                                      "_SUPPORTED") +
+                                "raise 6\n");
     }
     const Finished run = folder_.ctl({"measure", "--attempts", "3"});
     EXPECT_TRUE(run.exited_with(1));

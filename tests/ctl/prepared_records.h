@@ -21,7 +21,8 @@ inline std::string complete_set(const std::string& id, const std::string& versio
             const std::string key = std::string(format.name) + '_' + capability;
             const auto found = verdicts.find(key);
             const bool verdict = found == verdicts.end() || found->second;
-            text += "set " + id + ' ' + key + (verdict ? " true\n" : " false\n");
+            text.append("set ").append(id).append(" ").append(key);
+            text += verdict ? " true\n" : " false\n";
         }
     }
     return text + "sync " + id + '\n';

@@ -21,7 +21,6 @@ using std::chrono::milliseconds;
 using std::chrono::steady_clock;
 using testing::Contains;
 using testing::ElementsAre;
-using testing::HasSubstr;
 using Kind = RunEnd::Kind;
 
 class Recorder : public RunObserver {
@@ -255,6 +254,7 @@ TEST(SupervisedRun, works_for_a_caller_without_standard_streams) {
 
 TEST(SupervisedRun, serves_several_threads_at_once) {
     std::vector<std::thread> threads;
+    threads.reserve(8);
     std::vector<int> results(8, -1);
     for (int i = 0; i < 8; ++i) {
         threads.emplace_back([&results, i] {
