@@ -18,9 +18,8 @@ CGLError CGLDestroyRendererInfo(CGLRendererInfoObj) {
     return kCGLNoError;
 }
 
-CGLError CGLDescribeRenderer(CGLRendererInfoObj, GLint rend_num, CGLRendererProperty,
-                             GLint* value) {
-    *value = rend_num + 1;
+CGLError CGLDescribeRenderer(CGLRendererInfoObj, GLint rendNum, CGLRendererProperty, GLint* value) {
+    *value = rendNum + 1;
     return kCGLNoError;
 }
 

@@ -41,9 +41,9 @@ std::vector<std::string> list_ids(const Machine& machine) {
 bool is_older_build(const std::string& a, const std::string& b) {
     std::size_t i = 0;
     std::size_t j = 0;
-    const auto is_digit = [](char c) { return c >= '0' && c <= '9'; };
+    const auto isDigit = [](char c) { return c >= '0' && c <= '9'; };
     while (i < a.size() && j < b.size()) {
-        if (!is_digit(a[i]) || !is_digit(b[j])) {
+        if (!isDigit(a[i]) || !isDigit(b[j])) {
             if (a[i] != b[j]) return a[i] < b[j];
             ++i;
             ++j;
@@ -52,7 +52,7 @@ bool is_older_build(const std::string& a, const std::string& b) {
         const auto digits = [&](const std::string& text, std::size_t* at) {
             while (*at < text.size() && text[*at] == '0') ++*at;
             const std::size_t begin = *at;
-            while (*at < text.size() && is_digit(text[*at])) ++*at;
+            while (*at < text.size() && isDigit(text[*at])) ++*at;
             return text.substr(begin, *at - begin);
         };
         const std::string x = digits(a, &i);

@@ -44,8 +44,8 @@ std::set<std::string> drivers_and_devices() {
         }
     };
     for (const auto& entry : std::filesystem::directory_iterator("/proc/self/fd")) {
-        std::error_code closed_meanwhile;
-        keep(std::filesystem::read_symlink(entry.path(), closed_meanwhile));
+        std::error_code closedMeanwhile;
+        keep(std::filesystem::read_symlink(entry.path(), closedMeanwhile));
     }
     std::ifstream maps("/proc/self/maps");
     for (std::string line; std::getline(maps, line);) {
@@ -226,11 +226,11 @@ TEST_F(SurfacelessApplication, finds_nothing_with_a_core_profile) {
 
 TEST_F(SurfacelessApplication, keeps_its_other_displays) {
     const auto context = open_surfaceless();
-    const auto query_devices =
+    const auto queryDevices =
         reinterpret_cast<PFNEGLQUERYDEVICESEXTPROC>(eglGetProcAddress("eglQueryDevicesEXT"));
     EGLDeviceEXT device = nullptr;
     EGLint count = 0;
-    ASSERT_TRUE(query_devices(1, &device, &count));
+    ASSERT_TRUE(queryDevices(1, &device, &count));
     EGLDisplay display = eglGetPlatformDisplay(EGL_PLATFORM_DEVICE_EXT, device, nullptr);
     ASSERT_TRUE(eglInitialize(display, nullptr, nullptr));
     construct(tool()).reset();
@@ -269,12 +269,12 @@ TEST_F(SurfacelessApplication, may_construct_on_several_threads_at_once) {
     std::latch asked(found.size());
     std::vector<std::thread> threads;
     threads.reserve(found.size());
-    for (bool& is_found : found) {
+    for (bool& isFound : found) {
         threads.emplace_back([&] {
             const auto context = open_surfaceless();
             opened.arrive_and_wait();
             const qor::TexProbe probe(nullptr);
-            is_found = probe.IsTextureFormatSupported(GL_RGBA8, true);
+            isFound = probe.IsTextureFormatSupported(GL_RGBA8, true);
             asked.arrive_and_wait();
         });
     }

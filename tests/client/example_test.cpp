@@ -26,8 +26,8 @@ const std::array<const char*, 16> kFormats = {
 const std::array<const char*, 6> kCapabilities = {
     "_SUPPORTED", "_RENDERABLE", "_UPLOAD_SET", "_UPLOAD_RESET", "_DOWNLOAD_GET", "_DOWNLOAD_READ"};
 
-std::string right_aligned(const std::string& text, std::size_t visible_width) {
-    std::string result(9 - visible_width, ' ');
+std::string right_aligned(const std::string& text, std::size_t visibleWidth) {
+    std::string result(9 - visibleWidth, ' ');
     result += text;
     return result;
 }

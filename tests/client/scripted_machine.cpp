@@ -52,10 +52,10 @@ CGOpenGLDisplayMask CGDisplayIDToOpenGLDisplayMask(CGDirectDisplayID display) {
     return display * 0x100;
 }
 
-CGLError CGLQueryRendererInfo(GLuint display_mask, CGLRendererInfoObj* rend, GLint* nrend) {
-    log("CGLQueryRendererInfo", display_mask);
+CGLError CGLQueryRendererInfo(GLuint displayMask, CGLRendererInfoObj* rend, GLint* nrend) {
+    log("CGLQueryRendererInfo", displayMask);
     for (ScriptedDisplay& display : machine().displays) {
-        if (display.id * 0x100 != display_mask) continue;
+        if (display.id * 0x100 != displayMask) continue;
         if (display.error) return static_cast<CGLError>(display.error);
         *rend = reinterpret_cast<CGLRendererInfoObj>(&display);
         *nrend = display.count.value_or(static_cast<int>(display.renderers.size()));
@@ -64,11 +64,11 @@ CGLError CGLQueryRendererInfo(GLuint display_mask, CGLRendererInfoObj* rend, GLi
     return kCGLBadDisplay;
 }
 
-CGLError CGLDescribeRenderer(CGLRendererInfoObj rend, GLint rend_num, CGLRendererProperty prop,
+CGLError CGLDescribeRenderer(CGLRendererInfoObj rend, GLint rendNum, CGLRendererProperty prop,
                              GLint* value) {
-    log("CGLDescribeRenderer", static_cast<unsigned>(rend_num));
+    log("CGLDescribeRenderer", static_cast<unsigned>(rendNum));
     if (prop != kCGLRPRendererID) return kCGLBadProperty;
-    const auto& renderer = display_of(rend).renderers.at(static_cast<std::size_t>(rend_num));
+    const auto& renderer = display_of(rend).renderers.at(static_cast<std::size_t>(rendNum));
     if (renderer.error) return static_cast<CGLError>(renderer.error);
     *value = renderer.id;
     return kCGLNoError;

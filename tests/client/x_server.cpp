@@ -42,10 +42,10 @@ XServer::XServer() {
     char name[] = "Xvfb";
     char option[] = "-displayfd";
     char descriptor[] = "7";
-    char no_network[] = "-nolisten";
+    char noNetwork[] = "-nolisten";
     char tcp[] = "tcp";
-    char until_unused[] = "-terminate";
-    char* arguments[] = {name, option, descriptor, no_network, tcp, until_unused, nullptr};
+    char untilUnused[] = "-terminate";
+    char* arguments[] = {name, option, descriptor, noNetwork, tcp, untilUnused, nullptr};
     if (posix_spawnp(&process_, name, &actions, nullptr, arguments, environ) != 0) process_ = -1;
     posix_spawn_file_actions_destroy(&actions);
     close(ends[1]);

@@ -34,11 +34,11 @@ protected:
     /// Three synchronizations on a disk whose n-th access fails with `error_at(n)`, and a last one
     /// on the healthy disk. Is nothing lost?
     bool loses_nothing(const std::function<int(unsigned)>& error_at) const {
-        bool is_sound = false;
+        bool isSound = false;
         bool good = true;
         unsigned accesses = 0;
         const WatchedDisk disk(
-            [&](const DiskEvent&) { return is_sound ? SQLITE_OK : error_at(++accesses); });
+            [&](const DiskEvent&) { return isSound ? SQLITE_OK : error_at(++accesses); });
         const std::string said = errors_of([&] {
             RecordStore store(directory());
             std::vector<std::string> promised;
@@ -47,7 +47,7 @@ protected:
                 if (store.synchronize(kApp)) promised.emplace_back(key);
                 good = good && store.value(kApp, key);
             }
-            is_sound = true;
+            isSound = true;
             for (const std::string& key : promised) good = good && read(key);
             good = good && store.synchronize(kApp);
         });

@@ -12,7 +12,7 @@
 
 namespace {
 
-bool is_old_sqlite = false;
+bool isOldSqlite = false;
 
 }  // namespace
 
@@ -21,7 +21,7 @@ extern "C" {
 int __real_sqlite3_prepare_v3(sqlite3*, const char*, int, unsigned, sqlite3_stmt**, const char**);
 int __wrap_sqlite3_prepare_v3(sqlite3* database, const char* sql, int size, unsigned flags,
                               sqlite3_stmt** statement, const char** tail) {
-    if (is_old_sqlite && std::strstr(sql, "sqlite_schema")) return SQLITE_ERROR;
+    if (isOldSqlite && std::strstr(sql, "sqlite_schema")) return SQLITE_ERROR;
     return __real_sqlite3_prepare_v3(database, sql, size, flags, statement, tail);
 }
 }
@@ -55,7 +55,7 @@ constexpr const char* kChanges[] = {
 class ForeignChanges : public texprobe::tests::StoreFixture {
 protected:
     /// Eight records. If asked for, some are in a log that a dead process has left.
-    void make_store(bool with_log) {
+    void make_store(bool withLog) {
         fs::remove_all(config());
         write("VERSION", 0.21);
         const auto fill = [this] {
@@ -65,7 +65,7 @@ protected:
             return true;
         };
         ASSERT_TRUE(in_child(fill));
-        if (!with_log) rows("PRAGMA wal_checkpoint(TRUNCATE)");
+        if (!withLog) rows("PRAGMA wal_checkpoint(TRUNCATE)");
     }
 
     bool has_all_records() const {
@@ -95,15 +95,15 @@ protected:
 TEST_F(ForeignChanges, cost_no_record) {
     FaultCount count;
     for (const bool old : {false, true}) {
-        for (const bool with_log : {false, true}) {
+        for (const bool withLog : {false, true}) {
             for (const char* const change : kChanges) {
-                make_store(with_log);
+                make_store(withLog);
                 const auto begin = std::chrono::steady_clock::now();
                 rows(change);
-                is_old_sqlite = old;
+                isOldSqlite = old;
                 const bool good = goes_on();
-                is_old_sqlite = false;
-                EXPECT_TRUE(good) << change << (with_log ? ", with a log" : "");
+                isOldSqlite = false;
+                EXPECT_TRUE(good) << change << (withLog ? ", with a log" : "");
                 ++count.cases;
                 count.lostVerdicts += !good;
                 count.hangs += std::chrono::steady_clock::now() - begin > std::chrono::seconds(10);
@@ -114,8 +114,8 @@ TEST_F(ForeignChanges, cost_no_record) {
 }
 
 TEST_F(ForeignChanges, by_a_newer_texprobe_leave_its_records_to_it) {
-    for (const bool with_log : {false, true}) {
-        make_store(with_log);
+    for (const bool withLog : {false, true}) {
+        make_store(withLog);
         rows("PRAGMA user_version = 2");
         errors_of([this] {
             RecordStore store(directory());

@@ -55,9 +55,9 @@ TEST_F(KilledProcesses, lose_nothing_that_they_synchronized) {
         {
             RecordStore store(directory());
             for (unsigned i = 0; i < reported; ++i) {
-                const bool is_there = store.value(kApp, std::to_string(i)).has_value();
-                EXPECT_TRUE(is_there) << i;
-                count.lostVerdicts += !is_there;
+                const bool isThere = store.value(kApp, std::to_string(i)).has_value();
+                EXPECT_TRUE(isThere) << i;
+                count.lostVerdicts += !isThere;
             }
         }
         EXPECT_EQ(rows("PRAGMA integrity_check"), "ok\n");

@@ -49,11 +49,11 @@ struct Recording {
     std::vector<Operation> operations;
     /// The records after each synchronization, and the number of operations when it returned.
     std::vector<Records> states{Records()};
-    std::vector<std::size_t> promised_at{0};
+    std::vector<std::size_t> promisedAt{0};
 
     void promise(const Records& records) {
         states.push_back(records);
-        promised_at.push_back(operations.size());
+        promisedAt.push_back(operations.size());
     }
 };
 
@@ -97,11 +97,11 @@ std::map<std::string, std::string> files_after_cut(const Recording& recording, s
     for (std::size_t i = 0; i < cut; ++i) {
         const Operation& operation = recording.operations[i];
         File& file = files[operation.name];
-        const bool is_sync = operation.kind == DiskEvent::kSync;
+        const bool isSync = operation.kind == DiskEvent::kSync;
         // The offset of a deletion tells whether it also syncs the directory.
-        const bool is_durable = operation.kind == DiskEvent::kDelete && operation.offset != 0;
-        if (!is_sync) file.told.push_back(operation);
-        if (!is_sync && !is_durable) continue;
+        const bool isDurable = operation.kind == DiskEvent::kDelete && operation.offset != 0;
+        if (!isSync) file.told.push_back(operation);
+        if (!isSync && !isDurable) continue;
         for (const Operation& told : file.told) perform(told, file.content);
         file.told.clear();
     }
@@ -139,8 +139,8 @@ bool holds_what_was_promised(const Recording& recording, std::size_t cut,
         std::ofstream(directory / name, std::ios::binary) << content;
     }
     const auto promised =
-        std::upper_bound(recording.promised_at.begin(), recording.promised_at.end(), cut) -
-        recording.promised_at.begin() - 1;
+        std::upper_bound(recording.promisedAt.begin(), recording.promisedAt.end(), cut) -
+        recording.promisedAt.begin() - 1;
     RecordStore store(directory);
     // A rollback journal is only rolled back by a writer.
     store.change(kApp, {{"after the cut", true}});
@@ -148,9 +148,9 @@ bool holds_what_was_promised(const Recording& recording, std::size_t cut,
     Records stored = store.records(kApp);
     stored.erase("after the cut");
     const auto state = static_cast<std::size_t>(promised);
-    const bool is_next =
+    const bool isNext =
         state + 1 < recording.states.size() && equal(stored, recording.states[state + 1]);
-    return (is_next || equal(stored, recording.states[state])) &&
+    return (isNext || equal(stored, recording.states[state])) &&
            !fs::exists(directory / "records.sqlite3.damaged");
 }
 
@@ -244,11 +244,11 @@ TEST(PowerCut, loses_nothing_that_was_synchronized_in_a_log_that_is_written_over
         const Recorder recorder(recording);
         record(steps, folder.path() / "records", recording);
     }
-    const auto begins_log = [](const Operation& operation) {
+    const auto beginsLog = [](const Operation& operation) {
         return operation.kind == DiskEvent::kWrite && operation.name == "records.sqlite3-wal" &&
                operation.offset == 0 && operation.bytes.size() == 32;
     };
-    ASSERT_EQ(std::count_if(recording.operations.begin(), recording.operations.end(), begins_log),
+    ASSERT_EQ(std::count_if(recording.operations.begin(), recording.operations.end(), beginsLog),
               2);
     write_fault_row("Power cut between the store's writes and syncs", "log written over",
                     cut_everywhere(recording));

@@ -16,15 +16,15 @@ namespace {
 enum class Fault { kNone, kDeath, kRefusal, kRefusalFromHereOn };
 Fault fault = Fault::kNone;
 int calls = 0;
-int faulty_call = 0;
+int faultyCall = 0;
 
 /// Called before each call that changes names: does the system refuse it? May not return.
 bool is_refused() {
     ++calls;
-    if (fault == Fault::kDeath && calls == faulty_call) _exit(0);
+    if (fault == Fault::kDeath && calls == faultyCall) _exit(0);
     errno = EPERM;
-    return (fault == Fault::kRefusal && calls == faulty_call) ||
-           (fault == Fault::kRefusalFromHereOn && calls >= faulty_call);
+    return (fault == Fault::kRefusal && calls == faultyCall) ||
+           (fault == Fault::kRefusalFromHereOn && calls >= faultyCall);
 }
 
 }  // namespace
@@ -82,13 +82,13 @@ protected:
 
     /// A process that writes one record, with a fault at the `number`-th call. Returns the number
     /// of its calls if it survived.
-    int write_with(Fault its_fault, int number) {
+    int write_with(Fault itsFault, int number) {
         int ends[2];
         EXPECT_EQ(pipe(ends), 0);
         EXPECT_TRUE(in_child([&] {
             std::freopen("/dev/null", "w", stderr);
-            fault = its_fault;
-            faulty_call = number;
+            fault = itsFault;
+            faultyCall = number;
             RecordStore store(directory(),
                               {std::chrono::milliseconds(0), std::chrono::milliseconds(0)});
             store.change(kApp, {{"new", true}});

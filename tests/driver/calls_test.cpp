@@ -30,12 +30,12 @@ void expect_same(std::vector<std::string> actual, std::vector<std::string> expec
 std::vector<std::string> calls_in_test(const std::vector<std::string>& calls,
                                        const std::string& key) {
     const std::string write = "CFPreferencesSetAppValue(" + key + ", ";
-    const auto writes_key = [&](const std::string& line) {
+    const auto writesKey = [&](const std::string& line) {
         return line.compare(0, write.size(), write) == 0;
     };
-    const auto first = std::find_if(calls.begin(), calls.end(), writes_key);
+    const auto first = std::find_if(calls.begin(), calls.end(), writesKey);
     if (calls.end() - first < 2) return {};
-    return {first + 2, std::find_if(first + 1, calls.end(), writes_key)};
+    return {first + 2, std::find_if(first + 1, calls.end(), writesKey)};
 }
 
 class CapabilityCallsTest : public testing::TestWithParam<const char*> {};
@@ -124,15 +124,15 @@ TEST(CallsTest, every_renderer_gets_a_fresh_context_and_the_same_object_names) {
     const std::ptrdiff_t created = position("CGLCreateContext(pixel format 2, NULL)");
     EXPECT_LT(destroyed, created);
     EXPECT_LT(created, static_cast<std::ptrdiff_t>(calls.size()));
-    const auto of_gl = [](std::vector<std::string>::const_iterator begin,
-                          std::vector<std::string>::const_iterator end) {
+    const auto ofGl = [](std::vector<std::string>::const_iterator begin,
+                         std::vector<std::string>::const_iterator end) {
         std::vector<std::string> result;
         std::copy_if(begin, end, std::back_inserter(result),
                      [](const std::string& call) { return call.compare(0, 2, "gl") == 0; });
         return result;
     };
-    expect_same(of_gl(calls.begin() + created, calls.end()),
-                of_gl(calls.begin(), calls.begin() + destroyed));
+    expect_same(ofGl(calls.begin() + created, calls.end()),
+                ofGl(calls.begin(), calls.begin() + destroyed));
 }
 
 }  // namespace

@@ -38,10 +38,10 @@ void read_vendor_file(const std::string& text) {
 
 /// The input as a whole file, and with a header that leads the reader to its segments.
 void read_elf(std::string text) {
-    const auto read_at = [&text](std::uint64_t offset, std::size_t size) {
+    const auto readAt = [&text](std::uint64_t offset, std::size_t size) {
         return offset < text.size() ? text.substr(offset, size) : std::string();
     };
-    require(read_build_id(read_at).size() <= text.size(), "a longer build ID than the file");
+    require(read_build_id(readAt).size() <= text.size(), "a longer build ID than the file");
 
     ElfW(Ehdr) header;
     if (text.size() < sizeof header) return;
@@ -58,7 +58,7 @@ void read_elf(std::string text) {
     if (header.e_phoff + sizeof segment <= text.size()) {
         std::memcpy(text.data() + header.e_phoff, &segment, sizeof segment);
     }
-    require(read_build_id(read_at).size() <= text.size(), "a longer build ID than the file");
+    require(read_build_id(readAt).size() <= text.size(), "a longer build ID than the file");
 }
 
 /// Creates a new file: overwriting one makes some file systems write it to disk.

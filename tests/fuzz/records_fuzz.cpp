@@ -128,9 +128,9 @@ std::map<std::string, std::optional<Value>> insert_records(const fs::path& datab
         sqlite3_bind_text(statement, 3, type.data(), static_cast<int>(type.size()),
                           SQLITE_TRANSIENT);
         const std::optional<Value> value = bind_value(statement, type, input);
-        const bool is_in = sqlite3_step(statement) == SQLITE_DONE;
+        const bool isIn = sqlite3_step(statement) == SQLITE_DONE;
         sqlite3_reset(statement);
-        if (is_in && is_plain(key)) expected[std::string(key)] = value;
+        if (isIn && is_plain(key)) expected[std::string(key)] = value;
     }
     sqlite3_finalize(statement);
     sqlite3_close(opened);

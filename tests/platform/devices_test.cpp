@@ -37,7 +37,7 @@ TEST(Devices, are_none_where_egl_cannot_list_them) {
 
 TEST(Devices, are_none_where_egl_fails_to_list_them) {
     ScriptedEgl egl({software()});
-    egl.fails_at = Step::kQueryDevices;
+    egl.failsAt = Step::kQueryDevices;
     EXPECT_THAT(list_devices(egl.functions(), "/nowhere"), IsEmpty());
 }
 
@@ -62,10 +62,10 @@ TEST(Devices, that_are_hardware_come_before_software) {
 TEST(Devices, are_one_for_a_gpu_that_two_vendors_list) {
     const LaidOutMachine machine;
     machine.add_gpu("pci0/a", {"card0", "renderD128"}, "0x10de", "0x2204", "nvidia");
-    ScriptedDevice by_primary_node;
-    by_primary_node.extensions = "EGL_EXT_device_drm";
-    by_primary_node.strings[EGL_DRM_DEVICE_FILE_EXT] = "/dev/dri/card0";
-    ScriptedEgl egl({by_primary_node, software(), hardware("/dev/dri/renderD128")});
+    ScriptedDevice byPrimaryNode;
+    byPrimaryNode.extensions = "EGL_EXT_device_drm";
+    byPrimaryNode.strings[EGL_DRM_DEVICE_FILE_EXT] = "/dev/dri/card0";
+    ScriptedEgl egl({byPrimaryNode, software(), hardware("/dev/dri/renderD128")});
     const std::vector<Device> devices = list_devices(egl.functions(), machine.sysfs());
     ASSERT_THAT(identities(devices), ElementsAre("0x10de/0x2204/nvidia", "software"));
     EXPECT_THAT(devices[0].entries, ElementsAre(egl.device(0), egl.device(2)));
@@ -93,9 +93,9 @@ TEST(Devices, are_one_for_all_software_entries) {
 TEST(Devices, of_the_software_renderer_are_the_same_with_and_without_a_node) {
     const LaidOutMachine machine;
     machine.add_gpu("platform/vgem", {"renderD128"}, "", "", "vgem");
-    ScriptedDevice with_node = hardware("/dev/dri/renderD128");
-    with_node.extensions += " EGL_MESA_device_software";
-    ScriptedEgl egl({with_node, software()});
+    ScriptedDevice withNode = hardware("/dev/dri/renderD128");
+    withNode.extensions += " EGL_MESA_device_software";
+    ScriptedEgl egl({withNode, software()});
     EXPECT_THAT(identities(list_devices(egl.functions(), machine.sysfs())),
                 ElementsAre("software"));
 }

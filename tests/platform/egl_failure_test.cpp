@@ -11,12 +11,12 @@
 
 namespace {
 
-std::string_view failing_call;
+std::string_view failingCall;
 
 /// EGL's own function; null if this call is to fail.
 template <typename Function>
 Function next(const char* name, Function) {
-    return failing_call == name ? nullptr : reinterpret_cast<Function>(dlsym(RTLD_NEXT, name));
+    return failingCall == name ? nullptr : reinterpret_cast<Function>(dlsym(RTLD_NEXT, name));
 }
 
 }  // namespace
@@ -46,7 +46,7 @@ EGLBoolean eglMakeCurrent(EGLDisplay display, EGLSurface draw, EGLSurface read,
 }
 
 EGLint eglGetError() {
-    if (!failing_call.empty()) return EGL_BAD_ALLOC;
+    if (!failingCall.empty()) return EGL_BAD_ALLOC;
     return next("eglGetError", &eglGetError)();
 }
 
@@ -68,7 +68,7 @@ protected:
         ASSERT_EQ(CGLCreatePBuffer(8, 8, GL_TEXTURE_2D, GL_RGBA, 0, &pbuffer_), kCGLNoError);
     }
     void TearDown() override {
-        failing_call = {};
+        failingCall = {};
         CGLDestroyContext(context_);
         CGLDestroyPBuffer(pbuffer_);
         CGLDestroyPixelFormat(format_);
@@ -83,11 +83,11 @@ protected:
     }
 
     void fail(std::string_view call) {
-        failing_call = call;
+        failingCall = call;
         testing::internal::CaptureStderr();
     }
     static std::string message() {
-        failing_call = {};
+        failingCall = {};
         return testing::internal::GetCapturedStderr();
     }
 

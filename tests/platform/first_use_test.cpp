@@ -13,7 +13,7 @@
 namespace {
 
 int registrations = 0;
-std::atomic<bool> is_asked{false};
+std::atomic<bool> isAsked{false};
 
 }  // namespace
 
@@ -32,7 +32,7 @@ namespace texprobe::platform {
 
 /// Slow, so that the fork happens during the first use.
 std::string records_directory() {
-    is_asked = true;
+    isAsked = true;
     std::this_thread::sleep_for(std::chrono::milliseconds(300));
     return "/nonexistent/records";
 }
@@ -51,7 +51,7 @@ TEST(FirstUse, in_another_thread_does_not_hang_a_forked_child) {
         RecordStore::of_process().value("app", "key");
         while (!isForked) std::this_thread::yield();
     });
-    while (!is_asked) std::this_thread::yield();
+    while (!isAsked) std::this_thread::yield();
     const pid_t child = fork();
     if (child == 0) {
         alarm(20);

@@ -19,10 +19,10 @@ Function load(const char* name) {
 }
 
 std::vector<EGLDisplay> device_displays() {
-    const auto query_devices = load<PFNEGLQUERYDEVICESEXTPROC>("eglQueryDevicesEXT");
+    const auto queryDevices = load<PFNEGLQUERYDEVICESEXTPROC>("eglQueryDevicesEXT");
     EGLDeviceEXT devices[16] = {};
     EGLint count = 0;
-    EXPECT_TRUE(query_devices(16, devices, &count));
+    EXPECT_TRUE(queryDevices(16, devices, &count));
     std::vector<EGLDisplay> displays;
     displays.reserve(static_cast<std::size_t>(count));
     for (EGLint i = 0; i < count; ++i) {

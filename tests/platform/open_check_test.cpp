@@ -36,7 +36,7 @@ OpenCheck check(const ScriptedDevice& device, std::chrono::milliseconds limit = 
 
 std::string failure(Step step, EGLint error = EGL_SUCCESS) {
     ScriptedDevice device;
-    device.fails_at = step;
+    device.failsAt = step;
     device.error = error;
     return check(device).failure;
 }
@@ -44,7 +44,7 @@ std::string failure(Step step, EGLint error = EGL_SUCCESS) {
 std::string failure_of_initialize(std::function<void()> action,
                                   std::chrono::milliseconds limit = 20s) {
     ScriptedDevice device;
-    device.on_initialize = std::move(action);
+    device.onInitialize = std::move(action);
     return check(device, limit).failure;
 }
 
@@ -75,13 +75,13 @@ TEST(OpenCheck, names_the_call_alone_where_the_error_has_no_name) {
 TEST(OpenCheck, refuses_a_device_without_a_configuration_of_eight_bits) {
     EXPECT_EQ(failure(Step::kChooseConfig), "it cannot draw RGBA8 to a pbuffer with OpenGL");
     ScriptedDevice deep;
-    deep.config_bits = {16, 10};
+    deep.configBits = {16, 10};
     EXPECT_EQ(check(deep).failure, "it cannot draw RGBA8 to a pbuffer with OpenGL");
 }
 
 TEST(OpenCheck, takes_the_first_configuration_of_exactly_eight_bits) {
     ScriptedDevice device;
-    device.config_bits = {16, 10, 8, 8};
+    device.configBits = {16, 10, 8, 8};
     ScriptedEgl egl({device});
     EXPECT_EQ(check_device(egl.functions(), egl.device(0), 20s).failure, "");
     EXPECT_THAT(egl.calls(), Contains("config 2"));
@@ -91,7 +91,7 @@ TEST(OpenCheck, refuses_a_context_without_a_renderer_string) {
     EXPECT_EQ(failure(Step::kGetString), "its context has no renderer string");
     ScriptedEgl egl({ScriptedDevice()});
     texprobe::platform::Egl functions = egl.functions();
-    functions.get_string = nullptr;
+    functions.getString = nullptr;
     EXPECT_EQ(check_device(functions, egl.device(0), 20s).failure,
               "its context has no renderer string");
 }
@@ -194,32 +194,32 @@ TEST(OpenCheck, refuses_a_device_that_it_has_no_pipe_to_hear_from) {
 
 TEST(OpenCheck, reads_the_memory_that_nvidia_tells) {
     ScriptedDevice device;
-    device.gl_extensions = "GL_ARB_imaging GL_NVX_gpu_memory_info GL_ATI_meminfo";
-    device.gl_integers = {{0x9048, 8 * 1024 * 1024}, {0x87FC, 1}};
+    device.glExtensions = "GL_ARB_imaging GL_NVX_gpu_memory_info GL_ATI_meminfo";
+    device.glIntegers = {{0x9048, 8 * 1024 * 1024}, {0x87FC, 1}};
     EXPECT_EQ(check(device).memory, 8ull << 30);
 }
 
 TEST(OpenCheck, reads_the_memory_that_ati_tells) {
     ScriptedDevice device;
-    device.gl_extensions = "GL_ATI_meminfo";
-    device.gl_integers = {{0x9048, 1}, {0x87FC, 3}};
+    device.glExtensions = "GL_ATI_meminfo";
+    device.glIntegers = {{0x9048, 1}, {0x87FC, 3}};
     EXPECT_EQ(check(device).memory, 3u * 1024);
 }
 
 TEST(OpenCheck, takes_a_negative_memory_for_none) {
     ScriptedDevice device;
-    device.gl_extensions = "GL_ATI_meminfo";
-    device.gl_integers = {{0x87FC, -1}};
+    device.glExtensions = "GL_ATI_meminfo";
+    device.glIntegers = {{0x87FC, -1}};
     EXPECT_EQ(check(device).memory, 0u);
 }
 
 TEST(OpenCheck, runs_no_exit_handler_of_the_parent_in_the_child) {
-    const auto check_and_exit = [] {
+    const auto checkAndExit = [] {
         std::atexit([] { std::fputs("exit handler\n", stderr); });
         std::fprintf(stderr, "[%s]\n", check({}).failure.c_str());
         std::exit(0);
     };
-    EXPECT_EXIT(check_and_exit(), testing::ExitedWithCode(0), "^\\[\\]\nexit handler\n$");
+    EXPECT_EXIT(checkAndExit(), testing::ExitedWithCode(0), "^\\[\\]\nexit handler\n$");
 }
 
 TEST(OpenCheck, leaves_the_random_numbers_of_the_parent_alone) {

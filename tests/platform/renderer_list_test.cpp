@@ -32,15 +32,15 @@ constexpr GLint kUnset = -7;
 
 ScriptedDevice refusing(const std::string& node) {
     ScriptedDevice device = hardware(node);
-    device.fails_at = Step::kInitialize;
+    device.failsAt = Step::kInitialize;
     device.error = EGL_NOT_INITIALIZED;
     return device;
 }
 
 ScriptedDevice with_nvidia_memory(const std::string& node, GLint kibibytes) {
     ScriptedDevice device = hardware(node);
-    device.gl_extensions = "GL_NVX_gpu_memory_info";
-    device.gl_integers = {{0x9048, kibibytes}};
+    device.glExtensions = "GL_NVX_gpu_memory_info";
+    device.glIntegers = {{0x9048, kibibytes}};
     return device;
 }
 
@@ -163,14 +163,14 @@ TEST_F(RendererList, answers_every_question_about_an_unusable_device_with_an_err
 
 TEST_F(RendererList, survives_devices_that_kill_and_devices_that_hang) {
     ScriptedDevice killing = hardware("/dev/dri/renderD128");
-    killing.on_initialize = [] { raise(SIGSEGV); };
+    killing.onInitialize = [] { raise(SIGSEGV); };
     ScriptedDevice hanging = hardware("/dev/dri/renderD129");
-    hanging.on_initialize = [] {
+    hanging.onInitialize = [] {
         for (;;) pause();
     };
     ScriptedEgl egl({killing, hanging, software()});
     Renderers::System settings = system(egl);
-    settings.open_limit = 200ms;
+    settings.openLimit = 200ms;
     Renderers renderers(std::move(settings));
     GLint bytes = 0;
     testing::internal::CaptureStderr();
@@ -203,7 +203,7 @@ TEST_F(RendererList, uses_the_first_entry_of_a_gpu_that_can_be_opened) {
 
 TEST_F(RendererList, says_why_each_entry_of_an_unusable_gpu_cannot_be_opened) {
     ScriptedDevice exiting = hardware("/dev/dri/renderD129");
-    exiting.on_initialize = [] { _exit(1); };
+    exiting.onInitialize = [] { _exit(1); };
     ScriptedEgl egl({refusing("/dev/dri/renderD129"), exiting});
     Renderers renderers(system(egl));
     GLint bytes = 0;
@@ -234,7 +234,7 @@ TEST_F(RendererList, has_no_device_for_an_unknown_id) {
 
 TEST_F(RendererList, answers_for_a_software_device_that_refuses_with_an_error) {
     ScriptedDevice device = software();
-    device.fails_at = Step::kInitialize;
+    device.failsAt = Step::kInitialize;
     device.error = EGL_NOT_INITIALIZED;
     ScriptedEgl egl({device});
     Renderers renderers(system(egl));

@@ -16,9 +16,8 @@ class ScratchFolder {
 public:
     ScratchFolder() {
         // In memory if possible, so that thousands of stores need not wait for a disk.
-        const bool has_memory = access("/dev/shm", W_OK | X_OK) == 0;
-        std::string name =
-            has_memory ? "/dev/shm" : std::filesystem::temp_directory_path().string();
+        const bool hasMemory = access("/dev/shm", W_OK | X_OK) == 0;
+        std::string name = hasMemory ? "/dev/shm" : std::filesystem::temp_directory_path().string();
         name += "/texprobe-test-XXXXXX";
         if (!mkdtemp(name.data())) throw std::runtime_error("cannot make a folder for a test");
         path_ = std::filesystem::canonical(name);

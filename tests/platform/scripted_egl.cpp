@@ -11,7 +11,7 @@ namespace texprobe::tests {
 namespace {
 
 ScriptedEgl* script = nullptr;
-thread_local EGLint last_error = EGL_SUCCESS;
+thread_local EGLint lastError = EGL_SUCCESS;
 thread_local std::size_t current = 0;
 
 // All handles point into this array; an object's index is its position.
@@ -33,14 +33,14 @@ struct Script {
 
     static bool passes(std::size_t index, Step step, const char* call) {
         script->log(std::string(call) + ' ' + std::to_string(index));
-        if (at(index).fails_at != step) return true;
-        last_error = at(index).error;
+        if (at(index).failsAt != step) return true;
+        lastError = at(index).error;
         return false;
     }
 
     static EGLBoolean query_devices(EGLint room, EGLDeviceEXT* devices, EGLint* count) {
         script->log("query_devices");
-        if (script->fails_at == Step::kQueryDevices) return EGL_FALSE;
+        if (script->failsAt == Step::kQueryDevices) return EGL_FALSE;
         const auto listed = static_cast<EGLint>(script->devices_.size());
         *count = devices ? std::min(room, listed) : listed;
         for (EGLint i = 0; devices && i < *count; ++i) {
@@ -67,7 +67,7 @@ struct Script {
     static EGLBoolean initialize(EGLDisplay display, EGLint*, EGLint*) {
         const std::size_t index = index_of(display);
         const bool opens = passes(index, Step::kInitialize, "initialize");
-        if (at(index).on_initialize) at(index).on_initialize();
+        if (at(index).onInitialize) at(index).onInitialize();
         return opens;
     }
 
@@ -77,7 +77,7 @@ struct Script {
                                     EGLint room, EGLint* count) {
         const std::size_t index = index_of(display);
         if (!passes(index, Step::kChooseConfig, "choose_config")) return EGL_FALSE;
-        const auto listed = static_cast<EGLint>(at(index).config_bits.size());
+        const auto listed = static_cast<EGLint>(at(index).configBits.size());
         *count = configs ? std::min(room, listed) : listed;
         for (EGLint i = 0; configs && i < *count; ++i) {
             configs[i] = handle_of(static_cast<std::size_t>(i));
@@ -87,7 +87,7 @@ struct Script {
 
     static EGLBoolean get_config_attrib(EGLDisplay display, EGLConfig config, EGLint,
                                         EGLint* value) {
-        *value = at(index_of(display)).config_bits.at(index_of(config));
+        *value = at(index_of(display)).configBits.at(index_of(config));
         return EGL_TRUE;
     }
 
@@ -112,16 +112,16 @@ struct Script {
         return passes(current, Step::kMakeCurrent, "make_current");
     }
 
-    static EGLint get_error() { return std::exchange(last_error, EGL_SUCCESS); }
+    static EGLint get_error() { return std::exchange(lastError, EGL_SUCCESS); }
 
     static const GLubyte* get_string(GLenum name) {
-        if (at(current).fails_at == Step::kGetString) return nullptr;
+        if (at(current).failsAt == Step::kGetString) return nullptr;
         const char* text =
-            name == GL_EXTENSIONS ? at(current).gl_extensions.c_str() : "scripted renderer";
+            name == GL_EXTENSIONS ? at(current).glExtensions.c_str() : "scripted renderer";
         return reinterpret_cast<const GLubyte*>(text);
     }
 
-    static void get_integerv(GLenum name, GLint* value) { *value = at(current).gl_integers[name]; }
+    static void get_integerv(GLenum name, GLint* value) { *value = at(current).glIntegers[name]; }
 };
 
 ScriptedDevice hardware(const std::string& node) {
@@ -147,19 +147,19 @@ ScriptedEgl::~ScriptedEgl() {
 
 platform::Egl ScriptedEgl::functions() const {
     platform::Egl egl;
-    egl.query_devices = Script::query_devices;
-    egl.query_device_string = Script::query_device_string;
-    egl.get_platform_display = Script::get_platform_display;
+    egl.queryDevices = Script::query_devices;
+    egl.queryDeviceString = Script::query_device_string;
+    egl.getPlatformDisplay = Script::get_platform_display;
     egl.initialize = Script::initialize;
-    egl.bind_api = Script::bind_api;
-    egl.choose_config = Script::choose_config;
-    egl.get_config_attrib = Script::get_config_attrib;
-    egl.create_context = Script::create_context;
-    egl.create_pbuffer_surface = Script::create_pbuffer_surface;
-    egl.make_current = Script::make_current;
-    egl.get_error = Script::get_error;
-    egl.get_string = Script::get_string;
-    egl.get_integerv = Script::get_integerv;
+    egl.bindApi = Script::bind_api;
+    egl.chooseConfig = Script::choose_config;
+    egl.getConfigAttrib = Script::get_config_attrib;
+    egl.createContext = Script::create_context;
+    egl.createPbufferSurface = Script::create_pbuffer_surface;
+    egl.makeCurrent = Script::make_current;
+    egl.getError = Script::get_error;
+    egl.getString = Script::get_string;
+    egl.getIntegerv = Script::get_integerv;
     return egl;
 }
 

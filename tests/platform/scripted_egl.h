@@ -30,12 +30,12 @@ struct ScriptedDevice {
     std::string extensions;
     std::map<EGLint, std::string> strings;
 
-    Step fails_at = Step::kNone;
-    EGLint error = EGL_SUCCESS;           ///< What eglGetError returns for that failure.
-    std::function<void()> on_initialize;  ///< Runs in eglInitialize, in any process.
-    std::string gl_extensions;
-    std::map<GLenum, GLint> gl_integers;
-    std::vector<int> config_bits = {8};  ///< The bits per channel of each configuration.
+    Step failsAt = Step::kNone;
+    EGLint error = EGL_SUCCESS;          ///< What eglGetError returns for that failure.
+    std::function<void()> onInitialize;  ///< Runs in eglInitialize, in any process.
+    std::string glExtensions;
+    std::map<GLenum, GLint> glIntegers;
+    std::vector<int> configBits = {8};  ///< The bits per channel of each configuration.
 };
 
 /// A hardware device with a render node.
@@ -58,7 +58,7 @@ public:
     /// The calls of this process only.
     std::vector<std::string> calls_here() const;
 
-    Step fails_at = Step::kNone;  ///< kQueryDevices, which is for no single device.
+    Step failsAt = Step::kNone;  ///< kQueryDevices, which is for no single device.
 
 private:
     friend struct Script;

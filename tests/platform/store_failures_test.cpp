@@ -75,7 +75,7 @@ TEST_F(StoreFailures, of_a_folder_that_may_not_be_written_cost_one_line) {
 }
 
 /// A process with a file system of its own mounted at the home; skipped if mounting is not allowed.
-bool in_child_with_mount(const fs::path& home, const std::string& size, bool read_only,
+bool in_child_with_mount(const fs::path& home, const std::string& size, bool readOnly,
                          const std::function<bool()>& before, const std::function<bool()>& action,
                          bool* allowed) {
     *allowed = in_child([&home, &size] {
@@ -90,7 +90,7 @@ bool in_child_with_mount(const fs::path& home, const std::string& size, bool rea
             mount("none", home.c_str(), "tmpfs", 0, ("size=" + size).c_str()) != 0 || !before()) {
             return false;
         }
-        if (read_only &&
+        if (readOnly &&
             mount(nullptr, home.c_str(), nullptr, MS_REMOUNT | MS_RDONLY, nullptr) != 0) {
             return false;
         }

@@ -73,9 +73,9 @@ TEST_F(StoreLog, is_left_alone_by_a_synchronization_that_changes_nothing) {
 TEST_F(StoreLog, grows_where_the_disk_has_no_room_for_its_size) {
     int refused = 0;
     const WatchedDisk disk([&refused](const DiskEvent& event) {
-        const bool is_beyond = event.kind == DiskEvent::kWrite && event.offset >= 100'000;
-        refused += is_beyond;
-        return is_beyond ? SQLITE_FULL : SQLITE_OK;
+        const bool isBeyond = event.kind == DiskEvent::kWrite && event.offset >= 100'000;
+        refused += isBeyond;
+        return isBeyond ? SQLITE_FULL : SQLITE_OK;
     });
     RecordStore store(directory());
     EXPECT_EQ(errors_of([&] { synchronize(store, 3); }), "");

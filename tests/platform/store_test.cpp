@@ -338,11 +338,11 @@ TEST_F(Store, that_takes_too_long_to_read_costs_one_line) {
         "WITH RECURSIVE number(n) AS (SELECT 1 UNION ALL SELECT n + 1 FROM number LIMIT 20000)"
         " INSERT INTO records SELECT 'org.example.app', n, 'boolean', 1 FROM number");
     EXPECT_TRUE(read("key").has_value());
-    const auto usual = std::exchange(Database::longest_statement, std::chrono::milliseconds(-1));
+    const auto usual = std::exchange(Database::longestStatement, std::chrono::milliseconds(-1));
     EXPECT_EQ(
         texprobe::tests::errors_of([this] { EXPECT_FALSE(read("key").has_value()); }),
         "*** texprobe records: cannot use " + database().string() + ": reading it took too long\n");
-    Database::longest_statement = usual;
+    Database::longestStatement = usual;
 }
 
 TEST_F(Store, is_opened_for_no_longer_than_a_look) {

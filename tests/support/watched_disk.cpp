@@ -11,7 +11,7 @@ namespace texprobe::tests {
 
 namespace {
 
-sqlite3_vfs* real_vfs = nullptr;
+sqlite3_vfs* realVfs = nullptr;
 WatchedDisk::Listener listener;
 
 /// What SQLite sees as a file: the methods come first, followed by the real file.
@@ -140,32 +140,32 @@ constexpr sqlite3_io_methods kMethods = {3,
                                          file_fetch,
                                          file_unfetch};
 
-int disk_open(sqlite3_vfs*, const char* path, sqlite3_file* file, int flags, int* out_flags) {
+int disk_open(sqlite3_vfs*, const char* path, sqlite3_file* file, int flags, int* outFlags) {
     File* opened = new (file) File{{nullptr}, path};
     if (path && (flags & SQLITE_OPEN_CREATE) && access(path, F_OK) != 0) {
         const int code = tell(DiskEvent::kCreate, path);
         if (code != SQLITE_OK) return code;
     }
-    const int code = real_vfs->xOpen(real_vfs, path, opened->real(), flags, out_flags);
+    const int code = realVfs->xOpen(realVfs, path, opened->real(), flags, outFlags);
     if (code == SQLITE_OK) file->pMethods = &kMethods;
     return code;
 }
 
-int disk_delete(sqlite3_vfs*, const char* path, int sync_directory) {
-    const int code = tell(DiskEvent::kDelete, path, sync_directory);
-    return code != SQLITE_OK ? code : real_vfs->xDelete(real_vfs, path, 0);
+int disk_delete(sqlite3_vfs*, const char* path, int syncDirectory) {
+    const int code = tell(DiskEvent::kDelete, path, syncDirectory);
+    return code != SQLITE_OK ? code : realVfs->xDelete(realVfs, path, 0);
 }
 
 }  // namespace
 
-WatchedDisk::WatchedDisk(Listener its_listener) {
-    if (real_vfs) throw std::logic_error("the disk is watched already");
+WatchedDisk::WatchedDisk(Listener itsListener) {
+    if (realVfs) throw std::logic_error("the disk is watched already");
     sqlite3_initialize();
-    real_vfs = sqlite3_vfs_find("unix");
-    if (!real_vfs) throw std::runtime_error("SQLite has no file layer named unix");
-    listener = std::move(its_listener);
-    vfs_ = *real_vfs;
-    vfs_.szOsFile = static_cast<int>(sizeof(File)) + real_vfs->szOsFile;
+    realVfs = sqlite3_vfs_find("unix");
+    if (!realVfs) throw std::runtime_error("SQLite has no file layer named unix");
+    listener = std::move(itsListener);
+    vfs_ = *realVfs;
+    vfs_.szOsFile = static_cast<int>(sizeof(File)) + realVfs->szOsFile;
     vfs_.xOpen = disk_open;
     vfs_.xDelete = disk_delete;
     // As the default it takes precedence over the real one of the same name.
@@ -174,8 +174,8 @@ WatchedDisk::WatchedDisk(Listener its_listener) {
 
 WatchedDisk::~WatchedDisk() {
     sqlite3_vfs_unregister(&vfs_);
-    sqlite3_vfs_register(real_vfs, 1);
-    real_vfs = nullptr;
+    sqlite3_vfs_register(realVfs, 1);
+    realVfs = nullptr;
 }
 
 }  // namespace texprobe::tests

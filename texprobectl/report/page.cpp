@@ -39,12 +39,12 @@ std::string breakable(std::string name) {
 
 /// Rows of cells; `cell_of` gives the class and the text of each.
 template <class CellOf>
-Data list_rows(CellOf cell_of) {
+Data list_rows(CellOf cellOf) {
     Data rows(Data::type::list);
     for (std::size_t format = 0; format < kFormatCount; ++format) {
         Data cells(Data::type::list);
         for (std::size_t i = 0; i < kCapabilityCount; ++i) {
-            const auto [kind, text] = cell_of(Cell{format, static_cast<Capability>(i)});
+            const auto [kind, text] = cellOf(Cell{format, static_cast<Capability>(i)});
             Data cell;
             cell.set("kind", kind);
             cell.set("text", text);

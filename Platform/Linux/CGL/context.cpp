@@ -26,12 +26,12 @@ void complain(const char* call) {
 }
 
 bool is_current(const _CGLContextObject& ctx) {
-    const DesktopGl desktop_gl(system_egl());
+    const DesktopGl desktopGl(system_egl());
     return eglGetCurrentContext() == ctx.context;
 }
 
 CGLError make_current(EGLDisplay display, EGLSurface surface, EGLContext context) {
-    const DesktopGl desktop_gl(system_egl());
+    const DesktopGl desktopGl(system_egl());
     if (eglMakeCurrent(display, surface, surface, context)) return kCGLNoError;
     complain("eglMakeCurrent");
     return kCGLBadState;
@@ -88,15 +88,15 @@ CGLError CGLGetVirtualScreen(CGLContextObj ctx, GLint* screen) {
 }
 
 CGLError CGLCreatePBuffer(GLsizei width, GLsizei height, GLenum target, GLenum internalFormat,
-                          GLint max_level, CGLPBufferObj* pbuffer) {
+                          GLint maxLevel, CGLPBufferObj* pbuffer) {
     if (!pbuffer) return kCGLBadAddress;
     *pbuffer = nullptr;
-    const bool known_target =
+    const bool knownTarget =
         target == GL_TEXTURE_2D || target == GL_TEXTURE_CUBE_MAP || target == GL_TEXTURE_RECTANGLE;
-    if (!known_target || (internalFormat != GL_RGBA && internalFormat != GL_RGB)) {
+    if (!knownTarget || (internalFormat != GL_RGBA && internalFormat != GL_RGB)) {
         return kCGLBadEnumeration;
     }
-    if (width <= 0 || height <= 0 || max_level < 0) return kCGLBadValue;
+    if (width <= 0 || height <= 0 || maxLevel < 0) return kCGLBadValue;
     *pbuffer = new _CGLPBufferObject{width, height};
     return kCGLNoError;
 }

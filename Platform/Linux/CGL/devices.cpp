@@ -13,9 +13,7 @@ namespace {
 class Entry {
 public:
     Entry(const Egl& egl, EGLDeviceEXT device)
-        : egl_(egl),
-          device_(device),
-          extensions_(egl.query_device_string(device, EGL_EXTENSIONS)) {}
+        : egl_(egl), device_(device), extensions_(egl.queryDeviceString(device, EGL_EXTENSIONS)) {}
 
     bool is_software() const { return has_extension(extensions_, "EGL_MESA_device_software"); }
 
@@ -36,7 +34,7 @@ public:
 private:
     std::string string(const char* extension, EGLint name) const {
         if (!has_extension(extensions_, extension)) return {};
-        const char* text = egl_.query_device_string(device_, name);
+        const char* text = egl_.queryDeviceString(device_, name);
         return text ? text : "";
     }
 
@@ -47,12 +45,12 @@ private:
 
 std::vector<EGLDeviceEXT> list_entries(const Egl& egl) {
     EGLint count = 0;
-    if (!egl.query_devices || !egl.query_device_string || !egl.query_devices(0, nullptr, &count) ||
+    if (!egl.queryDevices || !egl.queryDeviceString || !egl.queryDevices(0, nullptr, &count) ||
         count <= 0) {
         return {};
     }
     std::vector<EGLDeviceEXT> entries(static_cast<std::size_t>(count));
-    if (!egl.query_devices(count, entries.data(), &count) || count <= 0) return {};
+    if (!egl.queryDevices(count, entries.data(), &count) || count <= 0) return {};
     entries.resize(std::min(entries.size(), static_cast<std::size_t>(count)));
     return entries;
 }

@@ -15,11 +15,11 @@ void load(Function& function, const char* name) {
 Egl load_egl() {
     Egl egl;
     if (can_list_devices(eglQueryString(EGL_NO_DISPLAY, EGL_EXTENSIONS))) {
-        load(egl.query_devices, "eglQueryDevicesEXT");
-        load(egl.query_device_string, "eglQueryDeviceStringEXT");
+        load(egl.queryDevices, "eglQueryDevicesEXT");
+        load(egl.queryDeviceString, "eglQueryDeviceStringEXT");
     }
-    load(egl.get_string, "glGetString");
-    load(egl.get_integerv, "glGetIntegerv");
+    load(egl.getString, "glGetString");
+    load(egl.getIntegerv, "glGetIntegerv");
     return egl;
 }
 
@@ -30,10 +30,10 @@ const Egl& system_egl() {
     return egl;
 }
 
-bool can_list_devices(const char* client_extensions) {
-    return has_extension(client_extensions, "EGL_EXT_device_base") ||
-           (has_extension(client_extensions, "EGL_EXT_device_enumeration") &&
-            has_extension(client_extensions, "EGL_EXT_device_query"));
+bool can_list_devices(const char* clientExtensions) {
+    return has_extension(clientExtensions, "EGL_EXT_device_base") ||
+           (has_extension(clientExtensions, "EGL_EXT_device_enumeration") &&
+            has_extension(clientExtensions, "EGL_EXT_device_query"));
 }
 
 bool has_extension(const char* extensions, std::string_view name) {
@@ -53,7 +53,7 @@ std::string describe_failure(const Egl& egl, std::string_view call) {
         "EGL_BAD_CONTEXT",   "EGL_BAD_CURRENT_SURFACE", "EGL_BAD_DISPLAY",
         "EGL_BAD_MATCH",     "EGL_BAD_NATIVE_PIXMAP",   "EGL_BAD_NATIVE_WINDOW",
         "EGL_BAD_PARAMETER", "EGL_BAD_SURFACE",         "EGL_CONTEXT_LOST"};
-    const EGLint error = egl.get_error();
+    const EGLint error = egl.getError();
     std::string text(call);
     text += " failed";
     // Some drivers fail without setting an error.

@@ -15,20 +15,20 @@ namespace texprobe::platform {
 
 struct Egl {
     // Null where EGL cannot list devices.
-    PFNEGLQUERYDEVICESEXTPROC query_devices = nullptr;
-    PFNEGLQUERYDEVICESTRINGEXTPROC query_device_string = nullptr;
+    PFNEGLQUERYDEVICESEXTPROC queryDevices = nullptr;
+    PFNEGLQUERYDEVICESTRINGEXTPROC queryDeviceString = nullptr;
 
-    decltype(&eglGetPlatformDisplay) get_platform_display = eglGetPlatformDisplay;
+    decltype(&eglGetPlatformDisplay) getPlatformDisplay = eglGetPlatformDisplay;
     decltype(&eglInitialize) initialize = eglInitialize;
-    decltype(&eglBindAPI) bind_api = eglBindAPI;
-    decltype(&eglChooseConfig) choose_config = eglChooseConfig;
-    decltype(&eglGetConfigAttrib) get_config_attrib = eglGetConfigAttrib;
-    decltype(&eglCreateContext) create_context = eglCreateContext;
-    decltype(&eglCreatePbufferSurface) create_pbuffer_surface = eglCreatePbufferSurface;
-    decltype(&eglMakeCurrent) make_current = eglMakeCurrent;
-    decltype(&eglGetError) get_error = eglGetError;
-    decltype(&glGetString) get_string = nullptr;
-    decltype(&glGetIntegerv) get_integerv = nullptr;
+    decltype(&eglBindAPI) bindApi = eglBindAPI;
+    decltype(&eglChooseConfig) chooseConfig = eglChooseConfig;
+    decltype(&eglGetConfigAttrib) getConfigAttrib = eglGetConfigAttrib;
+    decltype(&eglCreateContext) createContext = eglCreateContext;
+    decltype(&eglCreatePbufferSurface) createPbufferSurface = eglCreatePbufferSurface;
+    decltype(&eglMakeCurrent) makeCurrent = eglMakeCurrent;
+    decltype(&eglGetError) getError = eglGetError;
+    decltype(&glGetString) getString = nullptr;
+    decltype(&glGetIntegerv) getIntegerv = nullptr;
 };
 
 /// The system's EGL. Queries the client extensions; initializes no display.
@@ -36,7 +36,7 @@ const Egl& system_egl();
 
 /// Can EGL list devices? EGL_EXT_device_base offers that, and so do the two extensions that it was
 /// split into.
-bool can_list_devices(const char* client_extensions);
+bool can_list_devices(const char* clientExtensions);
 
 /// Is `name` one of the words of an extension string? A null string has none.
 bool has_extension(const char* extensions, std::string_view name);
@@ -49,9 +49,9 @@ std::string describe_failure(const Egl& egl, std::string_view call);
 class DesktopGl {
 public:
     explicit DesktopGl(const Egl& egl) : egl_(egl), before_(eglQueryAPI()) {
-        egl_.bind_api(EGL_OPENGL_API);
+        egl_.bindApi(EGL_OPENGL_API);
     }
-    ~DesktopGl() { egl_.bind_api(before_); }
+    ~DesktopGl() { egl_.bindApi(before_); }
     DesktopGl(const DesktopGl&) = delete;
     DesktopGl& operator=(const DesktopGl&) = delete;
 

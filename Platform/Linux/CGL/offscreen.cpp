@@ -12,7 +12,7 @@ bool has_eight_bits(const Egl& egl, EGLDisplay display, EGLConfig config) {
     const EGLint sizes[] = {EGL_RED_SIZE, EGL_GREEN_SIZE, EGL_BLUE_SIZE, EGL_ALPHA_SIZE};
     return std::all_of(std::begin(sizes), std::end(sizes), [&](EGLint size) {
         EGLint bits = 0;
-        return egl.get_config_attrib(display, config, size, &bits) && bits == 8;
+        return egl.getConfigAttrib(display, config, size, &bits) && bits == 8;
     });
 }
 
@@ -31,9 +31,9 @@ std::vector<EGLConfig> list_configs(const Egl& egl, EGLDisplay display) {
                                  8,
                                  EGL_NONE};
     EGLint count = 0;
-    if (!egl.choose_config(display, attributes, nullptr, 0, &count) || count <= 0) return {};
+    if (!egl.chooseConfig(display, attributes, nullptr, 0, &count) || count <= 0) return {};
     std::vector<EGLConfig> configs(static_cast<std::size_t>(count));
-    if (!egl.choose_config(display, attributes, configs.data(), count, &count)) return {};
+    if (!egl.chooseConfig(display, attributes, configs.data(), count, &count)) return {};
     configs.resize(static_cast<std::size_t>(std::max(count, 0)));
     return configs;
 }
@@ -42,7 +42,7 @@ std::vector<EGLConfig> list_configs(const Egl& egl, EGLDisplay display) {
 
 Offscreen open_device(const Egl& egl, EGLDeviceEXT device) {
     Offscreen offscreen;
-    offscreen.display = egl.get_platform_display(EGL_PLATFORM_DEVICE_EXT, device, nullptr);
+    offscreen.display = egl.getPlatformDisplay(EGL_PLATFORM_DEVICE_EXT, device, nullptr);
     if (offscreen.display == EGL_NO_DISPLAY) {
         offscreen.failure = describe_failure(egl, "eglGetPlatformDisplay");
         return offscreen;
@@ -64,13 +64,13 @@ Offscreen open_device(const Egl& egl, EGLDeviceEXT device) {
 }
 
 EGLContext create_context(const Egl& egl, const Offscreen& offscreen) {
-    const DesktopGl desktop_gl(egl);
-    return egl.create_context(offscreen.display, offscreen.config, EGL_NO_CONTEXT, nullptr);
+    const DesktopGl desktopGl(egl);
+    return egl.createContext(offscreen.display, offscreen.config, EGL_NO_CONTEXT, nullptr);
 }
 
 EGLSurface create_surface(const Egl& egl, const Offscreen& offscreen, EGLint width, EGLint height) {
     const EGLint attributes[] = {EGL_WIDTH, width, EGL_HEIGHT, height, EGL_NONE};
-    return egl.create_pbuffer_surface(offscreen.display, offscreen.config, attributes);
+    return egl.createPbufferSurface(offscreen.display, offscreen.config, attributes);
 }
 
 }  // namespace texprobe::platform

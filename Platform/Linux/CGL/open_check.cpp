@@ -34,12 +34,12 @@ struct Report {
 };
 
 std::uint64_t read_memory(const Egl& egl) {
-    const auto* extensions = reinterpret_cast<const char*>(egl.get_string(GL_EXTENSIONS));
+    const auto* extensions = reinterpret_cast<const char*>(egl.getString(GL_EXTENSIONS));
     GLint kibibytes[4] = {};
     if (has_extension(extensions, "GL_NVX_gpu_memory_info")) {
-        egl.get_integerv(kTotalMemoryNvx, kibibytes);
+        egl.getIntegerv(kTotalMemoryNvx, kibibytes);
     } else if (has_extension(extensions, "GL_ATI_meminfo")) {
-        egl.get_integerv(kTextureFreeMemoryAti, kibibytes);
+        egl.getIntegerv(kTextureFreeMemoryAti, kibibytes);
     }
     return static_cast<std::uint64_t>(std::max(kibibytes[0], 0)) * 1024;
 }
@@ -51,16 +51,16 @@ OpenCheck open_here(const Egl& egl, EGLDeviceEXT device) {
     if (context == EGL_NO_CONTEXT) return {describe_failure(egl, "eglCreateContext"), 0};
     EGLSurface surface = create_surface(egl, offscreen, 16, 16);
     if (surface == EGL_NO_SURFACE) return {describe_failure(egl, "eglCreatePbufferSurface"), 0};
-    if (!egl.make_current(offscreen.display, surface, surface, context)) {
+    if (!egl.makeCurrent(offscreen.display, surface, surface, context)) {
         return {describe_failure(egl, "eglMakeCurrent"), 0};
     }
-    if (!egl.get_string || !egl.get_integerv || !egl.get_string(GL_RENDERER)) {
+    if (!egl.getString || !egl.getIntegerv || !egl.getString(GL_RENDERER)) {
         return {"its context has no renderer string", 0};
     }
     return {"", read_memory(egl)};
 }
 
-[[noreturn]] void run_child(const Egl& egl, EGLDeviceEXT device, int pipe_end) {
+[[noreturn]] void run_child(const Egl& egl, EGLDeviceEXT device, int pipeEnd) {
     // A child whose driver hangs must not outlive a parent that is killed.
     prctl(PR_SET_PDEATHSIG, SIGKILL);
     // The parent reports the signal, so the application's crash handler must not run, and no core
@@ -68,8 +68,8 @@ OpenCheck open_here(const Egl& egl, EGLDeviceEXT device) {
     for (const int signal : {SIGSEGV, SIGBUS, SIGABRT, SIGILL, SIGFPE, SIGTERM}) {
         std::signal(signal, SIG_DFL);
     }
-    const rlimit no_core = {0, 0};
-    setrlimit(RLIMIT_CORE, &no_core);
+    const rlimit noCore = {0, 0};
+    setrlimit(RLIMIT_CORE, &noCore);
     // A driver that prints to stdout would flush the parent's buffered text a second time.
     const int null = open("/dev/null", O_WRONLY | O_CLOEXEC);
     if (null >= 0) dup2(null, STDOUT_FILENO);
@@ -77,22 +77,22 @@ OpenCheck open_here(const Egl& egl, EGLDeviceEXT device) {
     const OpenCheck check = open_here(egl, device);
     Report report = {check.memory, {}};
     std::snprintf(report.failure, sizeof report.failure, "%s", check.failure.c_str());
-    const bool sent = write(pipe_end, &report, sizeof report) == sizeof report;
+    const bool sent = write(pipeEnd, &report, sizeof report) == sizeof report;
     // None of the parent's destructors, exit handlers or stream buffers may run or be flushed here.
     _exit(sent ? 0 : 1);
 }
 
 /// Waits for the report; empty when the child ended without one or `deadline` passed.
-std::optional<Report> receive(int pipe_end, Clock::time_point deadline) {
+std::optional<Report> receive(int pipeEnd, Clock::time_point deadline) {
     for (;;) {
         const auto left = std::chrono::ceil<std::chrono::milliseconds>(deadline - Clock::now());
         if (left.count() <= 0) return {};
-        pollfd descriptor = {pipe_end, POLLIN, 0};
+        pollfd descriptor = {pipeEnd, POLLIN, 0};
         const int ready = poll(&descriptor, 1, static_cast<int>(left.count()));
         if (ready == 0 || (ready < 0 && errno == EINTR)) continue;
         if (ready < 0) return {};
         Report report;
-        const ssize_t size = read(pipe_end, &report, sizeof report);
+        const ssize_t size = read(pipeEnd, &report, sizeof report);
         if (size < 0 && errno == EINTR) continue;
         if (size != sizeof report) return {};
         return report;
@@ -139,11 +139,11 @@ OpenCheck check_device(const Egl& egl, EGLDeviceEXT device, std::chrono::millise
     if (pipe2(ends, O_CLOEXEC) != 0) return {std::string("pipe: ") + std::strerror(errno), 0};
     const pid_t child = fork();
     if (child == 0) run_child(egl, device, ends[1]);
-    const int fork_error = errno;
+    const int forkError = errno;
     close(ends[1]);
     if (child < 0) {
         close(ends[0]);
-        return {std::string("fork: ") + std::strerror(fork_error), 0};
+        return {std::string("fork: ") + std::strerror(forkError), 0};
     }
 
     const Clock::time_point deadline = Clock::now() + limit;

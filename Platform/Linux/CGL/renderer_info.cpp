@@ -10,11 +10,11 @@ struct _CGLRendererInfoObject {
     GLint count;
 };
 
-CGLError CGLQueryRendererInfo(GLuint display_mask, CGLRendererInfoObj* rend, GLint* nrend) {
+CGLError CGLQueryRendererInfo(GLuint displayMask, CGLRendererInfoObj* rend, GLint* nrend) {
     if (!rend || !nrend) return kCGLBadAddress;
     Renderers& renderers = system_renderers();
     // Every renderer can drive every display. An empty mask names no display.
-    *nrend = display_mask == 0 ? 0 : renderers.count();
+    *nrend = displayMask == 0 ? 0 : renderers.count();
     *rend = new _CGLRendererInfoObject{&renderers, *nrend};
     return kCGLNoError;
 }
@@ -24,12 +24,12 @@ CGLError CGLDestroyRendererInfo(CGLRendererInfoObj rend) {
     return kCGLNoError;
 }
 
-CGLError CGLDescribeRenderer(CGLRendererInfoObj rend, GLint rend_num, CGLRendererProperty prop,
+CGLError CGLDescribeRenderer(CGLRendererInfoObj rend, GLint rendNum, CGLRendererProperty prop,
                              GLint* value) {
     if (!rend) return kCGLBadRendererInfo;
     if (!value) return kCGLBadAddress;
-    if (rend_num < 0 || rend_num >= rend->count) return kCGLBadValue;
-    const auto index = static_cast<std::size_t>(rend_num);
+    if (rendNum < 0 || rendNum >= rend->count) return kCGLBadValue;
+    const auto index = static_cast<std::size_t>(rendNum);
     switch (prop) {
         case kCGLRPRendererID:
             return rend->renderers->describe_id(index, value);

@@ -23,9 +23,9 @@ namespace {
 
 std::uint64_t system_memory() {
     const long pages = sysconf(_SC_PHYS_PAGES);
-    const long page_size = sysconf(_SC_PAGESIZE);
-    if (pages < 0 || page_size < 0) return 0;
-    return static_cast<std::uint64_t>(pages) * static_cast<std::uint64_t>(page_size);
+    const long pageSize = sysconf(_SC_PAGESIZE);
+    if (pages < 0 || pageSize < 0) return 0;
+    return static_cast<std::uint64_t>(pages) * static_cast<std::uint64_t>(pageSize);
 }
 
 /// Blocks all signals on this thread, and on threads that it starts meanwhile.
@@ -46,11 +46,11 @@ private:
 
 /// Has EGL loaded a vendor's library? They are called "libEGL_<vendor>.so".
 bool is_egl_in_use() {
-    const auto is_vendor = [](dl_phdr_info* object, std::size_t, void*) -> int {
+    const auto isVendor = [](dl_phdr_info* object, std::size_t, void*) -> int {
         const std::string_view path = object->dlpi_name ? object->dlpi_name : "";
         return path.substr(path.rfind('/') + 1).starts_with("libEGL_");
     };
-    return dl_iterate_phdr(is_vendor, nullptr) != 0;
+    return dl_iterate_phdr(isVendor, nullptr) != 0;
 }
 
 /// EGL keeps one error per thread, and every call overwrites it. If the application uses EGL, the
@@ -133,7 +133,7 @@ void Renderers::check(Renderer& renderer) const {
             // needed by this process next. So it is opened here.
             result.failure = open_device(system_.egl, entry).failure;
         } else {
-            result = check_device(system_.egl, entry, system_.open_limit);
+            result = check_device(system_.egl, entry, system_.openLimit);
         }
         if (result.failure.empty()) {
             renderer.usable = true;
@@ -148,8 +148,8 @@ void Renderers::check(Renderer& renderer) const {
                      renderer.device.name.c_str(), reasons.c_str());
         return;
     }
-    if (const std::uint64_t video_memory = read_video_memory(renderer.device.gpu)) {
-        memory = video_memory;
+    if (const std::uint64_t videoMemory = read_video_memory(renderer.device.gpu)) {
+        memory = videoMemory;
     }
     renderer.memory = clamp_bytes(memory ? memory : system_memory());
 }

@@ -25,7 +25,7 @@ public:
     struct System {
         Egl egl = system_egl();
         std::filesystem::path sysfs = "/sys";
-        std::chrono::milliseconds open_limit = std::chrono::seconds(30);
+        std::chrono::milliseconds openLimit = std::chrono::seconds(30);
     };
 
     explicit Renderers(System system);

@@ -20,10 +20,10 @@ const CFStringRef kCFPreferencesAnyHost = CFSTR("kCFPreferencesAnyHost");
 namespace {
 
 std::optional<Value> stored_value(CFStringRef key, CFStringRef application) {
-    const auto* key_string = object_cast<__CFString>(key);
-    const auto* application_string = object_cast<__CFString>(application);
-    if (!key_string || !application_string) return std::nullopt;
-    return RecordStore::of_process().value(application_string->text, key_string->text);
+    const auto* keyString = object_cast<__CFString>(key);
+    const auto* applicationString = object_cast<__CFString>(application);
+    if (!keyString || !applicationString) return std::nullopt;
+    return RecordStore::of_process().value(applicationString->text, keyString->text);
 }
 
 CFPropertyListRef create_object(const Value& value) {
@@ -76,10 +76,10 @@ bool is_any_host_of_user(CFStringRef userName, CFStringRef hostName) {
 
 /// The texts as an array of strings; null when there are none.
 template <class Texts, class TextOf>
-CFArrayRef create_array(const Texts& texts, TextOf text_of) {
+CFArrayRef create_array(const Texts& texts, TextOf textOf) {
     std::vector<const void*> strings;
     strings.reserve(texts.size());
-    for (const auto& text : texts) strings.push_back(new __CFString(text_of(text)));
+    for (const auto& text : texts) strings.push_back(new __CFString(textOf(text)));
     if (strings.empty()) return nullptr;
     const CFArrayRef array = CFArrayCreate(
         nullptr, strings.data(), static_cast<CFIndex>(strings.size()), &kCFTypeArrayCallBacks);

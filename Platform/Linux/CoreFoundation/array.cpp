@@ -2,10 +2,10 @@
 
 using texprobe::platform::retain;
 
-__CFArray::__CFArray(std::vector<const void*> its_values, const CFArrayCallBacks& its_callbacks)
+__CFArray::__CFArray(std::vector<const void*> itsValues, const CFArrayCallBacks& itsCallbacks)
     : Object(kKind, texprobe::platform::Lifetime::kCounted),
-      values(std::move(its_values)),
-      callbacks(its_callbacks) {
+      values(std::move(itsValues)),
+      callbacks(itsCallbacks) {
     if (!callbacks.retain) return;
     for (const void* value : values) callbacks.retain(nullptr, value);
 }

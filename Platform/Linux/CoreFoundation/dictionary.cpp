@@ -3,8 +3,8 @@
 using texprobe::platform::Lifetime;
 using texprobe::platform::retain;
 
-__CFDictionary::__CFDictionary(Pairs its_pairs)
-    : Object(kKind, Lifetime::kCounted), pairs(std::move(its_pairs)) {
+__CFDictionary::__CFDictionary(Pairs itsPairs)
+    : Object(kKind, Lifetime::kCounted), pairs(std::move(itsPairs)) {
     for (const auto& [key, value] : pairs) {
         retain(key);
         retain(value);

@@ -6,10 +6,10 @@ using texprobe::platform::Kind;
 using texprobe::platform::object_cast;
 
 // Constant-initialized, so that static initializers in other files can use them.
-static constinit __CFBoolean true_object(true);
-static constinit __CFBoolean false_object(false);
-const CFBooleanRef kCFBooleanTrue = &true_object;
-const CFBooleanRef kCFBooleanFalse = &false_object;
+static constinit __CFBoolean trueObject(true);
+static constinit __CFBoolean falseObject(false);
+const CFBooleanRef kCFBooleanTrue = &trueObject;
+const CFBooleanRef kCFBooleanFalse = &falseObject;
 
 CFTypeID CFNumberGetTypeID(void) {
     return static_cast<CFTypeID>(Kind::kNumber);

@@ -18,8 +18,7 @@ enum class Kind : CFTypeID { kArray = 1, kBoolean, kDictionary, kNumber, kString
 enum class Lifetime : bool { kCounted, kConstant };
 
 struct Object {
-    constexpr Object(Kind its_kind, Lifetime its_lifetime)
-        : kind(its_kind), lifetime(its_lifetime) {}
+    constexpr Object(Kind itsKind, Lifetime itsLifetime) : kind(itsKind), lifetime(itsLifetime) {}
     virtual ~Object() = default;
     Object(const Object&) = delete;
     Object& operator=(const Object&) = delete;
@@ -49,29 +48,29 @@ void retain(CFTypeRef object);
 
 struct __CFString final : texprobe::platform::Object {
     static constexpr auto kKind = texprobe::platform::Kind::kString;
-    explicit __CFString(std::string its_text, texprobe::platform::Lifetime its_lifetime =
-                                                  texprobe::platform::Lifetime::kCounted)
-        : Object(kKind, its_lifetime), text(std::move(its_text)) {}
+    explicit __CFString(std::string itsText, texprobe::platform::Lifetime itsLifetime =
+                                                 texprobe::platform::Lifetime::kCounted)
+        : Object(kKind, itsLifetime), text(std::move(itsText)) {}
     const std::string text;
 };
 
 struct __CFNumber final : texprobe::platform::Object {
     static constexpr auto kKind = texprobe::platform::Kind::kNumber;
-    explicit __CFNumber(double its_value)
-        : Object(kKind, texprobe::platform::Lifetime::kCounted), value(its_value) {}
+    explicit __CFNumber(double itsValue)
+        : Object(kKind, texprobe::platform::Lifetime::kCounted), value(itsValue) {}
     const double value;
 };
 
 struct __CFBoolean final : texprobe::platform::Object {
     static constexpr auto kKind = texprobe::platform::Kind::kBoolean;
-    constexpr explicit __CFBoolean(bool its_value)
-        : Object(kKind, texprobe::platform::Lifetime::kConstant), value(its_value) {}
+    constexpr explicit __CFBoolean(bool itsValue)
+        : Object(kKind, texprobe::platform::Lifetime::kConstant), value(itsValue) {}
     const bool value;
 };
 
 struct __CFArray final : texprobe::platform::Object {
     static constexpr auto kKind = texprobe::platform::Kind::kArray;
-    __CFArray(std::vector<const void*> its_values, const CFArrayCallBacks& its_callbacks);
+    __CFArray(std::vector<const void*> itsValues, const CFArrayCallBacks& itsCallbacks);
     ~__CFArray() override;
     const std::vector<const void*> values;
     const CFArrayCallBacks callbacks;
@@ -80,7 +79,7 @@ struct __CFArray final : texprobe::platform::Object {
 struct __CFDictionary final : texprobe::platform::Object {
     static constexpr auto kKind = texprobe::platform::Kind::kDictionary;
     using Pairs = std::vector<std::pair<const void*, const void*>>;
-    explicit __CFDictionary(Pairs its_pairs);
+    explicit __CFDictionary(Pairs itsPairs);
     ~__CFDictionary() override;
     const Pairs pairs;
 };

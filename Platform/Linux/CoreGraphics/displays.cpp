@@ -36,14 +36,14 @@ std::uint32_t count_active_connectors(const fs::path& sysfs) {
 
 }  // namespace
 
-CGError get_active_displays(const fs::path& sysfs, std::uint32_t max_displays,
+CGError get_active_displays(const fs::path& sysfs, std::uint32_t maxDisplays,
                             CGDirectDisplayID* displays, std::uint32_t* count) {
     if (!count) return kCGErrorIllegalArgument;
     // A machine without an active connector has one headless display, so that its renderers can be
     // measured.
     *count = std::max<std::uint32_t>(count_active_connectors(sysfs), 1);
     if (!displays) return kCGErrorSuccess;
-    *count = std::min(*count, max_displays);
+    *count = std::min(*count, maxDisplays);
     // Every renderer can drive every display, so the order of the connectors does not matter.
     for (std::uint32_t i = 0; i < *count; ++i) displays[i] = i + 1;
     return kCGErrorSuccess;

@@ -10,7 +10,7 @@
 namespace texprobe::platform {
 
 /// CGGetActiveDisplayList on that machine.
-CGError get_active_displays(const std::filesystem::path& sysfs, std::uint32_t max_displays,
+CGError get_active_displays(const std::filesystem::path& sysfs, std::uint32_t maxDisplays,
                             CGDirectDisplayID* displays, std::uint32_t* count);
 
 }  // namespace texprobe::platform

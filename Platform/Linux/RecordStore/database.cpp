@@ -34,8 +34,8 @@ int bind_value(sqlite3_stmt* statement, int index, std::string_view text) {
 
 int bind_value(sqlite3_stmt* statement, int index, double value) {
     const auto bits = std::bit_cast<std::uint64_t>(value);
-    const bool is_minus_zero = value == 0 && bits != 0;
-    if (!std::isnan(value) && !is_minus_zero) return sqlite3_bind_double(statement, index, value);
+    const bool isMinusZero = value == 0 && bits != 0;
+    if (!std::isnan(value) && !isMinusZero) return sqlite3_bind_double(statement, index, value);
     std::array<unsigned char, sizeof bits> bytes;
     for (std::size_t i = 0; i < bytes.size(); ++i) {
         bytes[i] = static_cast<unsigned char>(bits >> (56 - 8 * i));
@@ -79,18 +79,18 @@ double double_of(std::string_view bytes) {
 }
 
 /// The record in the columns type and value, if they form a valid one.
-std::optional<Value> value_of(sqlite3_stmt* statement, int type_column, int column) {
-    const std::string_view type = bytes_of(statement, type_column);
-    const int stored_as = sqlite3_column_type(statement, column);
-    if (type == "boolean" && stored_as == SQLITE_INTEGER) {
+std::optional<Value> value_of(sqlite3_stmt* statement, int typeColumn, int column) {
+    const std::string_view type = bytes_of(statement, typeColumn);
+    const int storedAs = sqlite3_column_type(statement, column);
+    if (type == "boolean" && storedAs == SQLITE_INTEGER) {
         const sqlite3_int64 number = sqlite3_column_int64(statement, column);
         if (number == 0 || number == 1) return number == 1;
-    } else if (type == "double" && stored_as == SQLITE_FLOAT) {
+    } else if (type == "double" && storedAs == SQLITE_FLOAT) {
         return sqlite3_column_double(statement, column);
-    } else if (type == "double" && stored_as == SQLITE_BLOB) {
+    } else if (type == "double" && storedAs == SQLITE_BLOB) {
         const std::string_view bytes = bytes_of(statement, column);
         if (bytes.size() == sizeof(double)) return double_of(bytes);
-    } else if (type == "string" && stored_as == SQLITE_TEXT) {
+    } else if (type == "string" && storedAs == SQLITE_TEXT) {
         const std::string_view text = bytes_of(statement, column);
         if (is_string(text)) return std::string(text);
     }
@@ -186,15 +186,15 @@ int Database::check_all(int code) {
     sqlite3_stmt* statement = nullptr;
     if (prepare(kCheck, &statement) != SQLITE_OK) return code;
     const int stepped = sqlite3_step(statement);
-    const bool is_corrupt = (stepped == SQLITE_ROW && bytes_of(statement, 0) != "ok") ||
-                            (stepped & 0xff) == SQLITE_CORRUPT;
+    const bool isCorrupt = (stepped == SQLITE_ROW && bytes_of(statement, 0) != "ok") ||
+                           (stepped & 0xff) == SQLITE_CORRUPT;
     sqlite3_reset(statement);
-    return is_corrupt ? SQLITE_CORRUPT : code;
+    return isCorrupt ? SQLITE_CORRUPT : code;
 }
 
-void Database::close(bool keep_log) {
+void Database::close(bool keepLog) {
     if (!database_) return;
-    sqlite3_db_config(database_.get(), SQLITE_DBCONFIG_NO_CKPT_ON_CLOSE, keep_log ? 1 : 0, nullptr);
+    sqlite3_db_config(database_.get(), SQLITE_DBCONFIG_NO_CKPT_ON_CLOSE, keepLog ? 1 : 0, nullptr);
     for (auto& statement : statements_) statement.reset();
     database_.reset();
     has_table_ = has_journal_ = has_whole_log_ = false;
@@ -205,7 +205,7 @@ int Database::is_out_of_time(void* database) {
 }
 
 int Database::execute(const char* sql) {
-    deadline_ = std::chrono::steady_clock::now() + longest_statement;
+    deadline_ = std::chrono::steady_clock::now() + longestStatement;
     return sqlite3_exec(database_.get(), sql, nullptr, nullptr, nullptr);
 }
 
@@ -221,7 +221,7 @@ int Database::prepare(Query query, sqlite3_stmt** statement) {
         " ON CONFLICT (application, key) DO UPDATE SET type = ?3, value = ?4"
         " WHERE type IS NOT ?3 OR value IS NOT ?4 OR typeof(value) IS NOT typeof(?4)",
         "DELETE FROM records WHERE application = ?1 AND key = ?2"};
-    deadline_ = std::chrono::steady_clock::now() + longest_statement;
+    deadline_ = std::chrono::steady_clock::now() + longestStatement;
     auto& cached = statements_[query];
     if (!cached) {
         sqlite3_stmt* prepared = nullptr;
@@ -247,8 +247,8 @@ int Database::ask(Query query, int* number) {
 
 Status Database::read(std::string_view application, Records* records) {
     Records fresh;
-    std::vector<std::string> too_long;
-    const int code = read_records(application, &fresh, &too_long);
+    std::vector<std::string> tooLong;
+    const int code = read_records(application, &fresh, &tooLong);
     if (code == SQLITE_OK) *records = std::move(fresh);
     return status_of(code);
 }
@@ -268,7 +268,7 @@ Status Database::read_applications(std::set<std::string>* names) {
 }
 
 int Database::read_records(std::string_view application, Records* records,
-                           std::vector<std::string>* too_long) {
+                           std::vector<std::string>* tooLong) {
     if (!has_table_) {
         const int code = learn_layout();
         if (code != SQLITE_OK || !has_table_) return code;
@@ -281,7 +281,7 @@ int Database::read_records(std::string_view application, Records* records,
         const std::string_view key = bytes_of(statement, 0);
         auto value = value_of(statement, 1, 2);
         if (value && is_string(key)) records->insert_or_assign(std::string(key), *value);
-        if (bytes_of(statement, 2).size() > kLongestString) too_long->emplace_back(key);
+        if (bytes_of(statement, 2).size() > kLongestString) tooLong->emplace_back(key);
     }
     sqlite3_reset(statement);
     return code == SQLITE_DONE ? SQLITE_OK : code;
@@ -289,15 +289,15 @@ int Database::read_records(std::string_view application, Records* records,
 
 Status Database::write(std::string_view application, const Changes& changes, Records* records) {
     Records fresh;
-    std::vector<std::string> too_long;
+    std::vector<std::string> tooLong;
     int code = begin();
     const int before = sqlite3_total_changes(database_.get());
     for (const auto& [key, value] : changes) {
         if (code == SQLITE_OK) code = change(application, key, value);
     }
-    if (code == SQLITE_OK) code = read_records(application, &fresh, &too_long);
+    if (code == SQLITE_OK) code = read_records(application, &fresh, &tooLong);
     // SQLite loads a whole record when it only passes by it, so a writer removes overlong ones.
-    for (const std::string& key : too_long) {
+    for (const std::string& key : tooLong) {
         if (code == SQLITE_OK) code = change(application, key, std::nullopt);
     }
     if (code == SQLITE_OK) {
@@ -352,8 +352,8 @@ void Database::extend_log() {
     sqlite3_file* log = nullptr;
     sqlite3_file_control(database_.get(), "main", SQLITE_FCNTL_JOURNAL_POINTER, &log);
     sqlite3_int64 size = 0;
-    const bool is_log = log && log->pMethods && access((path_ + "-wal").c_str(), F_OK) == 0;
-    if (!is_log || log->pMethods->xFileSize(log, &size) != SQLITE_OK) return;
+    const bool isLog = log && log->pMethods && access((path_ + "-wal").c_str(), F_OK) == 0;
+    if (!isLog || log->pMethods->xFileSize(log, &size) != SQLITE_OK) return;
     // SQLite's files take less than 128 KiB at a time.
     const std::vector<char> zeros(std::size_t{8} * kPageSize);
     for (auto end = size; end < kLogSize; end += static_cast<sqlite3_int64>(zeros.size())) {
@@ -385,8 +385,8 @@ Status Database::status_of(int code) const {
         // ENOENT may only mean that there is no log.
         if (error != 0 && error != ENOENT) return Status::system(path_, error);
     }
-    const bool is_damage = kind == SQLITE_CORRUPT || kind == SQLITE_NOTADB;
-    return {is_damage ? Status::kDamaged : Status::kUnusable, path_, sqlite3_errstr(kind)};
+    const bool isDamage = kind == SQLITE_CORRUPT || kind == SQLITE_NOTADB;
+    return {isDamage ? Status::kDamaged : Status::kUnusable, path_, sqlite3_errstr(kind)};
 }
 
 }  // namespace texprobe::platform

@@ -33,7 +33,7 @@ public:
 
     /// A statement that takes longer is aborted. Ours read one application's hundred records, which
     /// takes less than a millisecond. Only tests change the limit.
-    static inline std::chrono::milliseconds longest_statement{1'000};
+    static inline std::chrono::milliseconds longestStatement{1'000};
 
     Database() = default;
     Database(const Database&) = delete;
@@ -43,9 +43,9 @@ public:
     /// it; `journal` only matters for kWrite.
     Status open(const std::string& path, Purpose purpose, Journal journal = kLog);
 
-    /// The last writer to close checkpoints the log and deletes it by name. With `keep_log` the
+    /// The last writer to close checkpoints the log and deletes it by name. With `keepLog` the
     /// files stay as they are; that is safe even if their names refer to other files by now.
-    void close(bool keep_log);
+    void close(bool keepLog);
 
     bool is_open() const { return database_ != nullptr; }
 
@@ -75,7 +75,7 @@ private:
     int learn_layout();
     int check_all(int code);
     int read_records(std::string_view application, Records* records,
-                     std::vector<std::string>* too_long);
+                     std::vector<std::string>* tooLong);
     int begin();
     int change(std::string_view application, std::string_view key,
                const std::optional<Value>& value);

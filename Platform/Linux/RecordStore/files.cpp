@@ -80,9 +80,9 @@ Status check(const std::string& path, mode_t type) {
     struct stat status;
     if (stat(path.c_str(), &status) != 0) return Status::system(path, errno);
     if ((status.st_mode & S_IFMT) != type) {
-        const bool is_file = type == S_IFREG;
+        const bool isFile = type == S_IFREG;
         return {Status::kUnusable, path,
-                is_file ? "it is not a regular file" : "it is not a directory"};
+                isFile ? "it is not a regular file" : "it is not a directory"};
     }
     if (status.st_uid == geteuid()) return {};
     return {Status::kUnusable, path, "it belongs to another user"};

@@ -23,7 +23,7 @@ struct ClosedAtExit {
 
 // Called when the program is loaded, before there are threads. Later, a fork while another thread
 // is in here for the first time would leave the child waiting for that first use forever.
-[[maybe_unused]] const RecordStore& made_at_load = RecordStore::of_process();
+[[maybe_unused]] const RecordStore& madeAtLoad = RecordStore::of_process();
 
 /// Prints one line, whatever characters a path contains.
 void say(std::string line) {
@@ -37,7 +37,7 @@ void say(std::string line) {
 
 RecordStore& RecordStore::of_process() {
     static RecordStore& store = *new RecordStore;
-    static const ClosedAtExit closed_at_exit{store};
+    static const ClosedAtExit closedAtExit{store};
     // A child inherits the open files but not their locks. Closing them there would affect the
     // parent.
     [[maybe_unused]] static const int registered =
@@ -96,7 +96,7 @@ RecordStore::Application& RecordStore::known(const std::string& application,
                                              std::unique_lock<std::mutex>& lock) {
     Application& view = applications_[application];
     // Even on failure: a store that fails is not tried again for each key.
-    if (std::exchange(view.is_known, true)) return view;
+    if (std::exchange(view.isKnown, true)) return view;
     lock.unlock();
     const Status status = settle(application, Database::kLook, patience_.usual);
     lock.lock();
@@ -114,7 +114,7 @@ bool RecordStore::synchronize(const std::string& application) {
     const Status status = settle(application, Database::kWrite, patience_.usual);
     const std::lock_guard lock(mutex_);
     Application& view = applications_[application];
-    view.has_failed = !status.ok() && !view.pending.empty();
+    view.hasFailed = !status.ok() && !view.pending.empty();
     return report(status);
 }
 
@@ -162,7 +162,7 @@ Status RecordStore::attempt(Application& application, const std::string& name,
             if (status.ok()) status = write(application, name);
         }
     }
-    if (status.ok()) application.is_known = true;
+    if (status.ok()) application.isKnown = true;
     return status;
 }
 
@@ -175,10 +175,10 @@ Status RecordStore::look(const std::function<Status(Database*)>& read) {
     const DirectoryLock lock(directory(), DirectoryLock::kShared);
     if (!lock.status().ok()) return lock.status();
     if (database_.is_open()) return read(&database_);
-    Database looked_at;
-    status = looked_at.open(path(), Database::kLook);
-    if (status.ok()) status = read(&looked_at);
-    looked_at.close(true);
+    Database lookedAt;
+    status = lookedAt.open(path(), Database::kLook);
+    if (status.ok()) status = read(&lookedAt);
+    lookedAt.close(true);
     return status;
 }
 
@@ -228,7 +228,7 @@ void RecordStore::close() {
     {
         const std::lock_guard lock(mutex_);
         for (const auto& [name, application] : applications_) {
-            if (application.has_failed && !application.pending.empty()) failed.push_back(name);
+            if (application.hasFailed && !application.pending.empty()) failed.push_back(name);
         }
     }
     auto patience = patience_.last;
@@ -251,7 +251,7 @@ void RecordStore::report_missing() {
     std::size_t count = 0;
     std::string keys;
     for (auto& [name, application] : applications_) {
-        if (!std::exchange(application.has_failed, false)) continue;
+        if (!std::exchange(application.hasFailed, false)) continue;
         for (const auto& [key, value] : application.pending) {
             if (++count <= kNamed) keys += (keys.empty() ? "" : ", ") + key;
         }

@@ -75,8 +75,8 @@ private:
     struct Application {
         Records stored;   ///< as last read
         Changes pending;  ///< since the last synchronization
-        bool is_known = false;
-        bool has_failed = false;  ///< `pending` should have been durable by now
+        bool isKnown = false;
+        bool hasFailed = false;  ///< `pending` should have been durable by now
     };
 
     Application& known(const std::string& application, std::unique_lock<std::mutex>& lock);

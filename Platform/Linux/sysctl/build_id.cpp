@@ -21,8 +21,8 @@ using namespace std::string_view_literals;
 constexpr std::size_t kLongestNotes = 65536;
 
 template <typename Header>
-bool read_header(const ReadAt& read_at, std::uint64_t offset, Header* header) {
-    const std::string bytes = read_at(offset, sizeof *header);
+bool read_header(const ReadAt& readAt, std::uint64_t offset, Header* header) {
+    const std::string bytes = readAt(offset, sizeof *header);
     if (bytes.size() != sizeof *header) return false;
     std::memcpy(header, bytes.data(), sizeof *header);
     return true;
@@ -51,18 +51,18 @@ std::string find_build_id(std::string_view notes) {
 
 }  // namespace
 
-std::string read_build_id(const ReadAt& read_at) {
+std::string read_build_id(const ReadAt& readAt) {
     constexpr unsigned char kClass = sizeof(void*) == 8 ? ELFCLASS64 : ELFCLASS32;
     ElfW(Ehdr) file;
-    if (!read_header(read_at, 0, &file) || std::memcmp(file.e_ident, ELFMAG, SELFMAG) != 0 ||
+    if (!read_header(readAt, 0, &file) || std::memcmp(file.e_ident, ELFMAG, SELFMAG) != 0 ||
         file.e_ident[EI_CLASS] != kClass || file.e_phentsize != sizeof(ElfW(Phdr))) {
         return {};
     }
     for (std::uint64_t i = 0; i < file.e_phnum; ++i) {
         ElfW(Phdr) segment;
-        if (!read_header(read_at, file.e_phoff + i * sizeof segment, &segment)) return {};
+        if (!read_header(readAt, file.e_phoff + i * sizeof segment, &segment)) return {};
         if (segment.p_type != PT_NOTE || segment.p_filesz > kLongestNotes) continue;
-        const std::string notes = read_at(segment.p_offset, segment.p_filesz);
+        const std::string notes = readAt(segment.p_offset, segment.p_filesz);
         if (std::string id = find_build_id(notes); !id.empty()) return id;
     }
     return {};

@@ -16,7 +16,7 @@ using ReadAt = std::function<std::string(std::uint64_t offset, std::size_t size)
 
 /// The bytes of an ELF file's GNU build ID; empty when there is none, or the file is no ELF file of
 /// this machine's word size.
-std::string read_build_id(const ReadAt& read_at);
+std::string read_build_id(const ReadAt& readAt);
 
 /// The library's build ID, or its size and time where it has none; empty when there is no such
 /// file.

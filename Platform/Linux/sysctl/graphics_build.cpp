@@ -8,22 +8,21 @@
 
 namespace texprobe::platform {
 
-std::string describe_graphics_build(std::string kernel_release,
-                                    const Directories& vendor_directories,
-                                    const Directories& library_directories) {
-    std::vector<std::string> libraries = list_vendor_libraries(vendor_directories);
+std::string describe_graphics_build(std::string kernelRelease, const Directories& vendorDirectories,
+                                    const Directories& libraryDirectories) {
+    std::vector<std::string> libraries = list_vendor_libraries(vendorDirectories);
     if (libraries.empty()) libraries.push_back("libEGL.so.1");
-    Fnv1a libraries_hash;
+    Fnv1a librariesHash;
     for (const std::string& library : libraries) {
-        libraries_hash.add(library + '\n');
-        libraries_hash.add(identify_library(find_library(library, library_directories)) + '\n');
+        librariesHash.add(library + '\n');
+        librariesHash.add(identify_library(find_library(library, libraryDirectories)) + '\n');
     }
     char suffix[16];
-    std::snprintf(suffix, sizeof suffix, "-%08x", libraries_hash.hash());
+    std::snprintf(suffix, sizeof suffix, "-%08x", librariesHash.hash());
     // The build becomes part of identifiers that allow neither white space nor slashes.
-    const auto is_unfit = [](char c) { return c == '/' || static_cast<unsigned char>(c) <= ' '; };
-    std::replace_if(kernel_release.begin(), kernel_release.end(), is_unfit, '_');
-    return kernel_release + suffix;
+    const auto isUnfit = [](char c) { return c == '/' || static_cast<unsigned char>(c) <= ' '; };
+    std::replace_if(kernelRelease.begin(), kernelRelease.end(), isUnfit, '_');
+    return kernelRelease + suffix;
 }
 
 }  // namespace texprobe::platform

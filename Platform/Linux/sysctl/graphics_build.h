@@ -12,9 +12,8 @@ namespace texprobe::platform {
 /// "<kernel release>-<hash>", without white space or slashes. The hash changes with the identity of
 /// every vendor's library, or of libEGL itself where no vendor is installed. Depends on nothing but
 /// its arguments and the files.
-std::string describe_graphics_build(std::string kernel_release,
-                                    const Directories& vendor_directories,
-                                    const Directories& library_directories);
+std::string describe_graphics_build(std::string kernelRelease, const Directories& vendorDirectories,
+                                    const Directories& libraryDirectories);
 
 }  // namespace texprobe::platform
 

@@ -82,9 +82,9 @@ std::string read_library_path(std::string_view json) {
     return skip(&json, ':') && skip(&json, '"') ? read_string(json) : std::string();
 }
 
-std::vector<std::string> list_vendor_libraries(const Directories& vendor_directories) {
+std::vector<std::string> list_vendor_libraries(const Directories& vendorDirectories) {
     std::vector<std::string> libraries;
-    for (const fs::path& directory : vendor_directories) {
+    for (const fs::path& directory : vendorDirectories) {
         for (const fs::path& file : list_json_files(directory)) {
             std::string library = read_library_path(read_file(file));
             if (!library.empty()) libraries.push_back(std::move(library));
@@ -93,8 +93,8 @@ std::vector<std::string> list_vendor_libraries(const Directories& vendor_directo
     return libraries;
 }
 
-fs::path find_library(const std::string& name, const Directories& library_directories) {
-    for (const fs::path& directory : library_directories) {
+fs::path find_library(const std::string& name, const Directories& libraryDirectories) {
+    for (const fs::path& directory : libraryDirectories) {
         // An absolute name replaces the directory.
         fs::path file = directory / name;
         std::error_code error;

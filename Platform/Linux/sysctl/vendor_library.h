@@ -18,11 +18,11 @@ std::string read_library_path(std::string_view json);
 
 /// The library names that the JSON files of the directories give: directory by directory, sorted by
 /// file name.
-std::vector<std::string> list_vendor_libraries(const Directories& vendor_directories);
+std::vector<std::string> list_vendor_libraries(const Directories& vendorDirectories);
 
 /// The library's file: the name itself if it is absolute, otherwise the first directory that has
 /// it. The bare name if none has.
-std::filesystem::path find_library(const std::string& name, const Directories& library_directories);
+std::filesystem::path find_library(const std::string& name, const Directories& libraryDirectories);
 
 }  // namespace texprobe::platform
 

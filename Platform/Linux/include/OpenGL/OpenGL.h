@@ -51,21 +51,21 @@ typedef enum _CGLError {
     kCGLBadConnection = 10017
 } CGLError;
 
-/// Lists the renderers that can drive the displays of `display_mask`. `*rend` is owned by the
+/// Lists the renderers that can drive the displays of `displayMask`. `*rend` is owned by the
 /// caller (CGLDestroyRendererInfo); on an error it is not written. Differs from macOS: a renderer
 /// is an EGL device and can drive every display, so every mask except 0 lists all of them. The list
 /// is made once per process, hardware before software, from device strings alone: no driver is
 /// opened and no context created. Without devices there are 0 renderers and no error.
-CGLError CGLQueryRendererInfo(GLuint display_mask, CGLRendererInfoObj* rend, GLint* nrend);
+CGLError CGLQueryRendererInfo(GLuint displayMask, CGLRendererInfoObj* rend, GLint* nrend);
 CGLError CGLDestroyRendererInfo(CGLRendererInfoObj rend);
 
-/// One property of renderer `rend_num`: kCGLRPRendererID, or kCGLRPTextureMemory in bytes.
+/// One property of renderer `rendNum`: kCGLRPRendererID, or kCGLRPTextureMemory in bytes.
 /// kCGLBadValue for a number that is not in the list, kCGLBadProperty for another property.
 /// Differs from macOS: texture memory is clamped to 2
 /// 31 - 1. The first query for it opens every device once, hardware in one child process each. A
 /// device that cannot be opened answers this query and every later one with kCGLBadRendererInfo and
 /// prints why on standard error.
-CGLError CGLDescribeRenderer(CGLRendererInfoObj rend, GLint rend_num, CGLRendererProperty prop,
+CGLError CGLDescribeRenderer(CGLRendererInfoObj rend, GLint rendNum, CGLRendererProperty prop,
                              GLint* value);
 
 /// Chooses the offscreen pixel format of the one renderer that the attribute list (pairs, ended by
@@ -94,10 +94,10 @@ CGLError CGLGetVirtualScreen(CGLContextObj ctx, GLint* screen);
 
 /// Remembers the size of an offscreen drawable, in pixels.
 /// Differs from macOS: it becomes a surface when it is set on a context, and cannot be used as a
-/// texture. `target`, `internalFormat` (GL_RGB or GL_RGBA) and `max_level` are checked and
+/// texture. `target`, `internalFormat` (GL_RGB or GL_RGBA) and `maxLevel` are checked and
 /// otherwise ignored.
 CGLError CGLCreatePBuffer(GLsizei width, GLsizei height, GLenum target, GLenum internalFormat,
-                          GLint max_level, CGLPBufferObj* pbuffer);
+                          GLint maxLevel, CGLPBufferObj* pbuffer);
 CGLError CGLDestroyPBuffer(CGLPBufferObj pbuffer);
 
 /// Makes the pixel buffer the context's drawable, at once if the context is current. The pixel

@@ -22,11 +22,11 @@ inline void bind_framebuffer(GLenum target, GLuint framebuffer) {
     function(target, framebuffer);
 }
 
-inline void framebuffer_texture(GLenum target, GLenum attachment, GLenum texture_target,
+inline void framebuffer_texture(GLenum target, GLenum attachment, GLenum textureTarget,
                                 GLuint texture, GLint level) {
     static const auto function = reinterpret_cast<PFNGLFRAMEBUFFERTEXTURE2DEXTPROC>(
         eglGetProcAddress("glFramebufferTexture2DEXT"));
-    function(target, attachment, texture_target, texture, level);
+    function(target, attachment, textureTarget, texture, level);
 }
 
 inline GLenum check_framebuffer_status(GLenum target) {
