@@ -21,7 +21,7 @@ constexpr int kInterruptions[] = {SIGINT, SIGTERM, SIGHUP};
 // Drivers have threads, and any of them may receive the signal.
 std::atomic<int> remembered{0};
 std::atomic<unsigned> timeOfFirst{0};
-std::atomic<bool (*)()> isTooLate{nullptr};
+std::atomic<bool (*)()> tooLateCheck{nullptr};
 static_assert(std::atomic<int>::is_always_lock_free && std::atomic<unsigned>::is_always_lock_free,
               "handlers use them");
 
@@ -58,7 +58,7 @@ void end_by_remembered(int /*alarm*/) {
 void handle(int number, siginfo_t* info, void* /*context*/) {
     const int error = errno;
     // A signal from this process itself comes from a driver that gives up.
-    if (info->si_pid == getpid() || isTooLate.load()()) {
+    if (info->si_pid == getpid() || tooLateCheck.load()()) {
         die_of(number);
         return;
     }
@@ -82,7 +82,7 @@ void survive_closed_outputs() {
 }
 
 void remember_interruptions(bool (*isTooLate)()) {
-    isTooLate = isTooLate;
+    tooLateCheck = isTooLate;
     struct sigaction action = {};
     action.sa_sigaction = handle;
     // Drivers must not see interrupted system calls.

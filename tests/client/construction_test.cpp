@@ -118,8 +118,9 @@ TEST_F(Construction, is_empty_when_the_tool_crashes) {
 
 TEST_F(Construction, is_empty_when_the_tool_is_missing) {
     const auto probe = construct("/no/such/tool");
-    EXPECT_THAT(lines(messages_), ElementsAre(EndsWith("/no/such/tool: not found"),
-                                              "Running texprobe failed", "*** texprobe() failed"));
+    EXPECT_THAT(lines_of(messages_),
+                ElementsAre(EndsWith("/no/such/tool: not found"), "Running texprobe failed",
+                            "*** texprobe() failed"));
     expect_empty(*probe);
 }
 
@@ -127,8 +128,9 @@ TEST_F(Construction, is_empty_when_the_tool_is_not_executable) {
     const std::string tool = scripts_.write("tool", scripts_.count_run());
     std::filesystem::permissions(tool, std::filesystem::perms::owner_read);
     const auto probe = construct(tool);
-    EXPECT_THAT(lines(messages_), ElementsAre(EndsWith("tool: Permission denied"),
-                                              "Running texprobe failed", "*** texprobe() failed"));
+    EXPECT_THAT(lines_of(messages_),
+                ElementsAre(EndsWith("tool: Permission denied"), "Running texprobe failed",
+                            "*** texprobe() failed"));
     EXPECT_EQ(scripts_.runs(), 0u);
     expect_empty(*probe);
 }

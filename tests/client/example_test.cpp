@@ -40,16 +40,6 @@ bool has_terminals() {
     return true;
 }
 
-/// Everything that can be read from a descriptor until its other end is closed.
-std::string read_all(int descriptor) {
-    std::string text;
-    std::array<char, 4096> buffer{};
-    for (ssize_t size = 0; (size = read(descriptor, buffer.data(), buffer.size())) > 0;) {
-        text.append(buffer.data(), static_cast<std::size_t>(size));
-    }
-    return text;
-}
-
 class Example : public testing::Test {
 protected:
     Example() { std::filesystem::copy_file(EXAMPLE, program()); }
@@ -66,11 +56,9 @@ protected:
         std::string command = "env -i '" + session() + "' " + variables + " '";
         command += program();
         command += "' " + arguments;
-        FILE* pipe = popen(command.c_str(), "re");
-        if (!pipe) return "popen failed";
-        std::string text = read_all(fileno(pipe));
-        status_ = pclose(pipe);
-        return text;
+        const Finished finished = tests::run({"sh", {"-c", command}});
+        status_ = finished.status;
+        return finished.out + finished.err;
     }
 
     /// Runs it on a terminal and returns what a person would see, with colours.

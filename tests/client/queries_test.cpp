@@ -73,7 +73,7 @@ TEST_F(Queries, know_no_other_format_than_the_sixteen) {
     const auto probe = construct();
     testing::internal::CaptureStderr();
     for (GLenum format = 0; format < 0x9000; ++format) probe->IsTextureFormatReadable(format);
-    const std::size_t unknown = lines(testing::internal::GetCapturedStderr()).size();
+    const std::size_t unknown = lines_of(testing::internal::GetCapturedStderr()).size();
     EXPECT_EQ(unknown, 0x9000 - kFormats.size());
 }
 
@@ -133,7 +133,7 @@ TEST_F(Queries, of_an_empty_object_print_their_messages_for_every_format) {
         const GLenum format = tested.internalFormat;
         const std::string name = tested.name;
         EXPECT_FALSE(ask([&, value = format] { return answers(*probe, value) != 0; })) << name;
-        EXPECT_EQ(lines(messages_).size(), 6u) << name;
+        EXPECT_EQ(lines_of(messages_).size(), 6u) << name;
     }
     EXPECT_FALSE(ask([&] { return answers(*probe, kRGBA8) != 0; }));
     EXPECT_EQ(messages_,
@@ -169,7 +169,7 @@ TEST_F(Queries, may_come_from_several_threads_at_once) {
     }
     for (std::thread& thread : threads) thread.join();
     EXPECT_THAT(results, testing::Each(0b100001u));
-    EXPECT_EQ(lines(testing::internal::GetCapturedStderr()).size(), 8u * 100u * 6u);
+    EXPECT_EQ(lines_of(testing::internal::GetCapturedStderr()).size(), 8u * 100u * 6u);
 }
 
 class Caps : public Queries {

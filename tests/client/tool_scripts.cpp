@@ -19,7 +19,7 @@ std::string ToolScripts::count_run() const {
 
 std::size_t ToolScripts::runs() const {
     std::ifstream stream(runs_file());
-    return lines({std::istreambuf_iterator<char>(stream), {}}).size();
+    return lines_of({std::istreambuf_iterator<char>(stream), {}}).size();
 }
 
 std::string ToolScripts::quote(const std::filesystem::path& path) {

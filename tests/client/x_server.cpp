@@ -1,14 +1,13 @@
 #include "x_server.h"
 
-#include <fcntl.h>
 #include <poll.h>
 #include <signal.h>
-#include <spawn.h>
 #include <stdlib.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <string>
+
+#include "support/process.h"
 
 namespace texprobe::tests {
 
@@ -33,23 +32,11 @@ std::string read_display_number(int pipe) {
 
 XServer::XServer() {
     int ends[2];
-    if (pipe2(ends, O_CLOEXEC) != 0) return;
-    constexpr int kDisplayNumber = 7;
-    posix_spawn_file_actions_t actions;
-    posix_spawn_file_actions_init(&actions);
-    posix_spawn_file_actions_adddup2(&actions, ends[1], kDisplayNumber);
-    posix_spawn_file_actions_addopen(&actions, 2, "/dev/null", O_WRONLY, 0);
-    char name[] = "Xvfb";
-    char option[] = "-displayfd";
-    char descriptor[] = "7";
-    char noNetwork[] = "-nolisten";
-    char tcp[] = "tcp";
-    char untilUnused[] = "-terminate";
-    char* arguments[] = {name, option, descriptor, noNetwork, tcp, untilUnused, nullptr};
-    if (posix_spawnp(&process_, name, &actions, nullptr, arguments, environ) != 0) process_ = -1;
-    posix_spawn_file_actions_destroy(&actions);
+    if (pipe(ends) != 0) return;
+    process_ =
+        start({"Xvfb", {"-displayfd", std::to_string(ends[1]), "-nolisten", "tcp", "-terminate"}});
     close(ends[1]);
-    const std::string number = process_ > 0 ? read_display_number(ends[0]) : "";
+    const std::string number = read_display_number(ends[0]);
     close(ends[0]);
     runs_ = !number.empty();
     if (runs_) setenv("DISPLAY", (":" + number).c_str(), 1);
@@ -58,7 +45,7 @@ XServer::XServer() {
 XServer::~XServer() {
     if (process_ <= 0) return;
     kill(process_, SIGTERM);
-    waitpid(process_, nullptr, 0);
+    finish(process_);
 }
 
 }  // namespace texprobe::tests

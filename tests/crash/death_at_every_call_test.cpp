@@ -126,7 +126,7 @@ void try_death(FakeTool* tool, const Call& call, const std::string& way, FaultCo
     SCOPED_TRACE("die " + way + " " + call.order);
     tool->remove_records();
     tool->set_script(kOneRenderer + "die " + way + " " + call.order + "\n");
-    const ToolRun run = tool->run({"--safe"});
+    const Finished run = tool->run({"--safe"});
     const unsigned lost = differences(tool->records(), expected_records(call.test));
     EXPECT_FALSE(run.hung);
     EXPECT_TRUE(run.exited_with(0));

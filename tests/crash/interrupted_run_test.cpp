@@ -27,7 +27,7 @@ unsigned differences(const Values& actual, const Values& expected) {
 /// Compares the records after the next run with those of an undisturbed run.
 void run_again(FakeTool* tool, FaultCount* count) {
     tool->set_script(kOneRenderer);
-    const ToolRun run = tool->run();
+    const Finished run = tool->run();
     const Values records = tool->records();
     EXPECT_TRUE(run.exited_with(0));
     EXPECT_EQ(records, golden_records());
@@ -57,11 +57,9 @@ TEST_P(InterruptedRunTest, costs_nothing_at_any_moment) {
 INSTANTIATE_TEST_SUITE_P(By, InterruptedRunTest, testing::Values("SIGINT", "SIGTERM", "SIGHUP"),
                          [](const auto& test) { return std::string(test.param); });
 
-/// Runs shell words in which TOOL is the tool; kills it after two minutes.
+/// Runs shell words in which TOOL is the tool.
 int run_in_shell(const FakeTool& tool, const std::string& words) {
-    const std::string command = "TOOL='" + tool.path() + "'; LC_ALL=C; " + words;
-    const int status = std::system(command.c_str());
-    return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+    return tests::run_in_shell("TOOL='" + tool.path() + "'; LC_ALL=C; " + words);
 }
 
 TEST(ClosedOutputTest, costs_nothing_after_any_line) {

@@ -25,14 +25,14 @@ protected:
     unsigned records_of_killed_process(unsigned patience) const {
         int ends[2];
         if (pipe(ends) != 0) return 0;
-        const pid_t child = fork();
-        if (child == 0) {
+        const pid_t child = texprobe::tests::start([&] {
             RecordStore store(directory());
-            for (unsigned i = 0;; ++i) {
-                store.change(kApp, {{std::to_string(i), true}});
-                if (!store.synchronize(kApp) || ::write(ends[1], ".", 1) != 1) _exit(1);
-            }
-        }
+            unsigned i = 0;
+            do {
+                store.change(kApp, {{std::to_string(i++), true}});
+            } while (store.synchronize(kApp) && ::write(ends[1], ".", 1) == 1);
+            return 1;
+        });
         close(ends[1]);
         char report = 0;
         unsigned reported = 0;
@@ -40,7 +40,7 @@ protected:
         kill(child, SIGKILL);
         while (::read(ends[0], &report, 1) == 1) ++reported;
         close(ends[0]);
-        waitpid(child, nullptr, 0);
+        texprobe::tests::status_of(child);
         return reported;
     }
 };

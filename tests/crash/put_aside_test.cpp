@@ -5,6 +5,7 @@
 
 #include <cerrno>
 #include <chrono>
+#include <fstream>
 #include <map>
 #include <string>
 
@@ -50,6 +51,7 @@ namespace {
 namespace fs = std::filesystem;
 using texprobe::tests::FaultCount;
 using texprobe::tests::in_child;
+using texprobe::tests::read_file;
 using texprobe::tests::RecordStore;
 using texprobe::tests::same;
 using texprobe::tests::write_fault_row;
@@ -67,17 +69,17 @@ protected:
             for (int i = 0; i < 51; ++i) store.change(kApp, {{std::to_string(i), true}});
             return store.synchronize(kApp);
         }));
-        old_database_ = "damage" + contents(database()).substr(6);
-        old_log_ = contents(log());
+        old_database_ = "damage" + read_file(database()).substr(6);
+        old_log_ = read_file(log());
         std::ofstream(database(), std::ios::binary) << old_database_;
     }
 
     bool is_old() const {
-        return contents(database()) == old_database_ && contents(log()) == old_log_;
+        return read_file(database()) == old_database_ && read_file(log()) == old_log_;
     }
     bool is_kept() const {
-        return contents(aside()) == old_database_ &&
-               contents(aside().string() + "-wal") == old_log_;
+        return read_file(aside()) == old_database_ &&
+               read_file(aside().string() + "-wal") == old_log_;
     }
 
     /// A process that writes one record, with a fault at the `number`-th call. Returns the number

@@ -3,12 +3,9 @@
 
 #include <gtest/gtest.h>
 #include <signal.h>
-#include <sys/wait.h>
 
 #include <algorithm>
 #include <chrono>
-#include <cstdio>
-#include <memory>
 #include <thread>
 
 #include "driver/fake_tool.h"
@@ -52,48 +49,45 @@ unsigned differences(const Values& actual, const Values& expected) {
     return count;
 }
 
-struct ClosePipe {
-    void operator()(FILE* stream) const { pclose(stream); }
-};
-
 /// A folder with the real tool and an application that uses it.
 class RealFolder {
 public:
     RealFolder() { std::filesystem::copy_file(APPLICATION, application()); }
 
-    /// Starts an application with this number of objects.
-    std::unique_ptr<FILE, ClosePipe> start(unsigned objects) const {
-        const std::string command = "env -i timeout 240 '" + application().string() + "' " +
-                                    std::to_string(objects) + " '" + folder_.tool().string() +
-                                    "' 2>/dev/null";
-        return std::unique_ptr<FILE, ClosePipe>(popen(command.c_str(), "r"));
+    /// Runs applications at once, each with this number of objects. Returns the verdicts of each
+    /// object as digits.
+    std::vector<std::string> run_applications(unsigned number, unsigned objects) const {
+        std::vector<pid_t> running;
+        for (unsigned i = 0; i < number; ++i) {
+            running.push_back(start({.program = application(),
+                                     .arguments = {std::to_string(objects), folder_.tool()},
+                                     .out = out(i)}));
+        }
+        std::vector<std::string> verdicts;
+        for (unsigned i = 0; i < number; ++i) {
+            EXPECT_TRUE(finish(running[i]).exited_with(0));
+            for (const std::string& line : lines_of(read_file(out(i)))) {
+                // The others are the tool's.
+                if (line.find_first_not_of("01") == std::string::npos) verdicts.push_back(line);
+            }
+        }
+        return verdicts;
     }
 
     Finished run_tool() const { return folder_.run(); }
 
 private:
     std::filesystem::path application() const { return folder_.path() / "application"; }
+    std::filesystem::path out(unsigned i) const { return folder_.path() / std::to_string(i); }
 
     const ToolFolder folder_{TOOL};
 };
-
-/// The lines of digits that an application prints, without the tool's lines.
-std::vector<std::string> read_verdicts(FILE* stream) {
-    std::string text;
-    char block[4096];
-    while (const std::size_t size = fread(block, 1, sizeof block, stream)) text.append(block, size);
-    std::vector<std::string> verdicts = lines(text);
-    std::erase_if(verdicts, [](const std::string& line) {
-        return line.find_first_not_of("01") != std::string::npos;
-    });
-    return verdicts;
-}
 
 /// The verdicts of an undisturbed run.
 std::string undisturbed_verdicts() {
     const RealFolder folder;
     EXPECT_TRUE(folder.run_tool().exited_with(0));
-    const std::vector<std::string> verdicts = read_verdicts(folder.start(1).get());
+    const std::vector<std::string> verdicts = folder.run_applications(1, 1);
     EXPECT_EQ(verdicts.size(), 1u);
     return verdicts.empty() ? "" : verdicts[0];
 }
@@ -109,12 +103,7 @@ void expect_right_verdicts(const std::vector<std::string>& verdicts, FaultCount*
 
 TEST(ApplicationsTogetherTest, all_know_the_right_verdicts) {
     const RealFolder folder;
-    std::vector<std::unique_ptr<FILE, ClosePipe>> applications;
-    for (unsigned i = 0; i < kApplications; ++i) applications.push_back(folder.start(1));
-    std::vector<std::string> verdicts;
-    for (const auto& application : applications) {
-        for (const std::string& line : read_verdicts(application.get())) verdicts.push_back(line);
-    }
+    const std::vector<std::string> verdicts = folder.run_applications(kApplications, 1);
     EXPECT_EQ(verdicts.size(), kApplications);
     FaultCount count;
     expect_right_verdicts(verdicts, &count);
@@ -123,7 +112,7 @@ TEST(ApplicationsTogetherTest, all_know_the_right_verdicts) {
 
 TEST(ApplicationsTogetherTest, all_threads_of_one_know_the_right_verdicts) {
     const RealFolder folder;
-    const std::vector<std::string> verdicts = read_verdicts(folder.start(8).get());
+    const std::vector<std::string> verdicts = folder.run_applications(1, 8);
     EXPECT_EQ(verdicts.size(), 8u);
     FaultCount count;
     expect_right_verdicts(verdicts, &count);
@@ -143,7 +132,7 @@ protected:
                 unsigned deaths = 0) {
         unsigned completed = 0;
         for (const pid_t pid : runs) {
-            const ToolRun run = tool.finish(pid);
+            const Finished run = tool.finish(pid);
             completed += run.exited_with(0);
             count_.hangs += run.hung;
             ++count_.cases;

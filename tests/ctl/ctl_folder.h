@@ -35,9 +35,6 @@ public:
     std::filesystem::path file(const std::string& name) const { return path() / name; }
 };
 
-std::string read_file(const std::filesystem::path& file);
-void write_file(const std::filesystem::path& file, const std::string& text);
-
 }  // namespace texprobe::tests
 
 #endif

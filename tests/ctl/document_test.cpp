@@ -37,7 +37,7 @@ protected:
         write_file(folder_.file("bad.json"), text);
         const Finished run = folder_.ctl({"compare", folder_.file("bad.json"), "1"});
         EXPECT_TRUE(run.exited_with(2)) << run.err;
-        EXPECT_EQ(lines(run.err).size(), 1u) << run.err;
+        EXPECT_EQ(lines_of(run.err).size(), 1u) << run.err;
         const std::string beginning = "texprobectl: " + folder_.file("bad.json").string();
         EXPECT_EQ(run.err.substr(0, beginning.size()), beginning) << run.err;
         return run.err.substr(std::min(run.err.size(), beginning.size()));
@@ -68,13 +68,12 @@ TEST_F(Document, of_every_kind_is_valid_for_a_validator_that_is_not_ours) {
         keep(command.front() + ".json", folder_.ctl(command).out);
     }
     keep("merge.json", folder_.ctl({"merge", folder_.file("export.json"), "--json"}).out);
-    const int status = std::system((std::string(VALIDATOR) + " " + SCHEMA + files).c_str());
-    if (WEXITSTATUS(status) == 77) GTEST_SKIP() << "python3-jsonschema is not installed";
-    EXPECT_EQ(WEXITSTATUS(status), 0);
+    const int status = run_in_shell(std::string(VALIDATOR) + " " + SCHEMA + files);
+    if (status == 77) GTEST_SKIP() << "python3-jsonschema is not installed";
+    EXPECT_EQ(status, 0);
     // The validator is awake.
     keep("wrong.json", with("\"yes\"", "\"maybe\""));
-    EXPECT_NE(std::system((std::string(VALIDATOR) + " " + SCHEMA + files + " >/dev/null").c_str()),
-              0);
+    EXPECT_NE(run_in_shell(std::string(VALIDATOR) + " " + SCHEMA + files + " >/dev/null"), 0);
 }
 
 TEST_F(Document, holds_what_is_recorded) {

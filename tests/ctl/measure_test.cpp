@@ -190,9 +190,7 @@ TEST_F(Measure, ends_cleanly_when_it_is_interrupted) {
     while (read_file(folder_.file("runs")).empty()) usleep(10000);
     usleep(700000);
     kill(process, SIGINT);
-    int status = 0;
-    waitpid(process, &status, 0);
-    EXPECT_EQ(WEXITSTATUS(status), 130);
+    EXPECT_TRUE(finish(process).exited_with(130));
     EXPECT_THAT(read_file(folder_.file("ctl.err")),
                 HasSubstr("`texprobectl measure` goes on with the"));
     // The test in hand was not the driver's fault: it is not recorded.
@@ -202,7 +200,7 @@ TEST_F(Measure, ends_cleanly_when_it_is_interrupted) {
 TEST_F(Measure, prints_one_line_for_each_renderer_where_there_is_no_terminal) {
     folder_.script(opening() + test("GL_RGB32F_ARB_SUPPORTED", "GL_RGB32F_ARB supported", true));
     const Finished run = folder_.ctl({"measure"});
-    EXPECT_EQ(lines(run.err).size(), 1u) << run.err;
+    EXPECT_EQ(lines_of(run.err).size(), 1u) << run.err;
     EXPECT_THAT(run.err, HasSubstr(": 1 of 96 verdicts"));
 }
 
@@ -212,15 +210,14 @@ public:
     explicit TurnHolder(const std::filesystem::path& file) {
         int ready[2];
         EXPECT_EQ(pipe(ready), 0);
-        process_ = fork();
-        if (process_ == 0) {
+        process_ = start([&] {
             const int lock = open(file.c_str(), O_RDWR | O_CREAT, 0600);
             struct flock whole = {};
             whole.l_type = F_WRLCK;
             const bool isTaken = fcntl(lock, F_SETLK, &whole) == 0;
             if (write(ready[1], isTaken ? "y" : "n", 1) == 1) pause();
-            _exit(0);
-        }
+            return 0;
+        });
         char answer = 'n';
         EXPECT_EQ(read(ready[0], &answer, 1), 1);
         EXPECT_EQ(answer, 'y');
@@ -229,7 +226,7 @@ public:
     }
     ~TurnHolder() {
         kill(process_, SIGKILL);
-        waitpid(process_, nullptr, 0);
+        status_of(process_);
     }
     TurnHolder(const TurnHolder&) = delete;
     TurnHolder& operator=(const TurnHolder&) = delete;
@@ -281,7 +278,7 @@ TEST_F(Measure, tests_again_what_the_tool_of_a_killed_one_had_in_hand) {
     while (read_file(folder_.file("runs")).empty()) usleep(10000);
     usleep(700000);
     kill(process, SIGKILL);
-    waitpid(process, nullptr, 0);
+    finish(process);
     // The tool hangs on, and nobody has the turn: the scripted one takes none.
     folder_.script(2, "exit 0\n");
     EXPECT_TRUE(folder_.ctl({"measure"}).exited_with(0));
@@ -351,7 +348,7 @@ TEST(MeasureOnARealDriver, loses_nothing_when_it_is_killed_itself) {
         const pid_t process = folder.start_ctl({"measure"});
         std::this_thread::sleep_for(std::chrono::milliseconds(milliseconds));
         kill(process, SIGKILL);
-        waitpid(process, nullptr, 0);
+        finish(process);
         const Finished next = folder.ctl({"measure"});
         ASSERT_TRUE(next.exited_with(0)) << next.err;
         RecordSets records = folder.records();

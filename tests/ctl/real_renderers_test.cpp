@@ -62,7 +62,7 @@ TEST_P(OnRenderer, every_command_does_its_work) {
         }
     }
 
-    EXPECT_EQ(lines(ctl({"list"}).out).size(), 2u);
+    EXPECT_EQ(lines_of(ctl({"list"}).out).size(), 2u);
     EXPECT_THAT(ctl({"show"}).out, HasSubstr("GL_RGBA8                       yes"));
     EXPECT_TRUE(ctl({"compare", "1", "1"}).exited_with(0));
     write_file(folder_.file("a.json"), ctl({"export", "--present"}).out);
@@ -98,7 +98,7 @@ TEST(Readme, shows_what_the_program_prints) {
     const CtlFolder folder(CTL, TOOL);
     folder.ctl({"measure"});
     const std::string list = folder.ctl({"list"}).out;
-    if (lines(list).size() != 2 || list.find("  llvmpipe") == std::string::npos) {
+    if (lines_of(list).size() != 2 || list.find("  llvmpipe") == std::string::npos) {
         GTEST_SKIP() << "llvmpipe is not the only renderer";
     }
     // A transcript is a block that begins with "$ texprobectl COMMAND".

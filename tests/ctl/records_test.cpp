@@ -90,7 +90,7 @@ TEST_F(Records, are_shown_in_words_within_80_columns) {
     EXPECT_THAT(run.out, AllOf(HasSubstr("untested: not measured yet\n"),
                                HasSubstr("n/a: not applicable, because what it needs is a no\n"),
                                Not(HasSubstr("\x1b"))));
-    for (const std::string& line : lines(run.out)) EXPECT_LE(line.size(), 80u) << line;
+    for (const std::string& line : lines_of(run.out)) EXPECT_LE(line.size(), 80u) << line;
 }
 
 TEST_F(Records, of_an_older_version_are_not_complete) {
@@ -182,7 +182,7 @@ TEST_F(Records, that_are_foreign_are_left_alone) {
                                        "set org.example.other KEY text value\nsync "
                                        "org.example.other\nset org.texprobe.texprobe2.NOID.x KEY "
                                        "true\nsync org.texprobe.texprobe2.NOID.x\n");
-    EXPECT_EQ(lines(folder_.ctl({"list"}).out).size(), 2u);
+    EXPECT_EQ(lines_of(folder_.ctl({"list"}).out).size(), 2u);
     folder_.ctl({"forget", "--all", "--yes"});
     EXPECT_EQ(folder_.records().size(), 2u);
 }
@@ -258,7 +258,7 @@ TEST_F(Records, every_command_has_help) {
         const Finished run = folder_.ctl({command, "--help"});
         EXPECT_TRUE(run.exited_with(0)) << command;
         EXPECT_THAT(run.out, HasSubstr("Usage: texprobectl " + std::string(command)));
-        for (const std::string& line : lines(run.out)) EXPECT_LE(line.size(), 80u) << line;
+        for (const std::string& line : lines_of(run.out)) EXPECT_LE(line.size(), 80u) << line;
     }
     EXPECT_EQ(folder_.ctl({"--version"}).out, "texprobectl 0.21\n");
 }

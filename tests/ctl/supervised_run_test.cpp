@@ -14,6 +14,8 @@
 #include <functional>
 #include <thread>
 
+#include "support/process.h"
+
 namespace texprobe::tests {
 namespace {
 
@@ -237,19 +239,16 @@ TEST(SupervisedRun, does_not_know_the_status_where_a_handler_reaps_every_child) 
 }
 
 TEST(SupervisedRun, works_for_a_caller_without_standard_streams) {
-    const pid_t child = fork();
-    if (child == 0) {
+    const pid_t child = tests::start([] {
         for (int i = 0; i < 64; ++i) close(i);
         Recorder recorder;
         const RunEnd end = run_shell("echo out; echo err >&2", recorder);
         const bool right = end.kind == Kind::kExited && end.number == 0 &&
                            recorder.out == std::vector<std::string>{"out"} &&
                            recorder.err == std::vector<std::string>{"err"};
-        _exit(right ? 0 : 1);
-    }
-    int status = -1;
-    waitpid(child, &status, 0);
-    EXPECT_EQ(status, 0);
+        return right ? 0 : 1;
+    });
+    EXPECT_EQ(tests::status_of(child), 0);
 }
 
 TEST(SupervisedRun, serves_several_threads_at_once) {

@@ -14,7 +14,7 @@ namespace {
 
 using Words = std::vector<std::string>;
 
-std::string supervisor_banner(const ToolRun& run) {
+std::string supervisor_banner(const Finished& run) {
     return "texprobe[" + std::to_string(run.pid) + "] safe mode testing...\n";
 }
 
@@ -44,7 +44,7 @@ std::string pid_of(const std::string& processLine) {
 
 TEST(CommandLineTest, no_argument_is_one_direct_run) {
     const FakeTool tool(kOneRenderer + "log\n");
-    const ToolRun run = tool.run();
+    const Finished run = tool.run();
     EXPECT_TRUE(run.exited_with(0));
     EXPECT_EQ(processes(tool), (Words{"process " + std::to_string(run.pid) + " " + tool.path() +
                                       " | TEXPROBE_TEST=inherited"}));
@@ -55,7 +55,7 @@ class UsageTest : public testing::TestWithParam<Words> {};
 
 TEST_P(UsageTest, other_arguments_print_the_usage_and_exit_with_1) {
     const FakeTool tool(kOneRenderer + "log\n");
-    const ToolRun run = tool.run(GetParam());
+    const Finished run = tool.run(GetParam());
     EXPECT_TRUE(run.exited_with(1));
     EXPECT_EQ(run.out, "");
     EXPECT_EQ(run.err, "Usage: " + tool.path() + " [--safe]\n");
@@ -77,7 +77,7 @@ class SafeArgumentTest : public testing::TestWithParam<const char*> {};
 
 TEST_P(SafeArgumentTest, six_characters_select_safe_mode) {
     const FakeTool tool(kOneRenderer);
-    const ToolRun run = tool.run({GetParam()});
+    const Finished run = tool.run({GetParam()});
     EXPECT_TRUE(run.exited_with(0));
     EXPECT_NE(run.out.find(supervisor_banner(run)), std::string::npos);
     EXPECT_EQ(tool.records(), golden_records());
@@ -88,7 +88,7 @@ INSTANTIATE_TEST_SUITE_P(Prefix, SafeArgumentTest,
 
 TEST(SafeModeTest, child_has_an_empty_environment_and_the_path_as_its_only_argument) {
     const FakeTool tool(kOneRenderer + "log\n");
-    const ToolRun run = tool.run({"--safe"});
+    const Finished run = tool.run({"--safe"});
     EXPECT_TRUE(run.exited_with(0));
     const Words lines = processes(tool);
     ASSERT_EQ(lines.size(), 2u);
@@ -100,7 +100,7 @@ TEST(SafeModeTest, child_has_an_empty_environment_and_the_path_as_its_only_argum
 
 TEST(SafeModeTest, clean_child_ends_the_supervisor_and_the_banner_is_printed_once) {
     const FakeTool tool(kOneRenderer + "log\n");
-    const ToolRun run = tool.run({"--safe"});
+    const Finished run = tool.run({"--safe"});
     EXPECT_TRUE(run.exited_with(0));
     EXPECT_EQ(run.out, child_out(pid_of(processes(tool).at(1))) + supervisor_banner(run));
     const Words calls = tool.calls();
@@ -111,7 +111,7 @@ TEST(SafeModeTest, clean_child_ends_the_supervisor_and_the_banner_is_printed_onc
 TEST(SafeModeTest, direct_run_reads_the_records_that_safe_mode_wrote) {
     const FakeTool tool(kOneRenderer);
     ASSERT_TRUE(tool.run({"--safe"}).exited_with(0));
-    const ToolRun run = tool.run();
+    const Finished run = tool.run();
     EXPECT_NE(run.err.find("UP TO DATE"), std::string::npos);
     EXPECT_EQ(run.err.find("supported:"), std::string::npos);
 }
@@ -120,7 +120,7 @@ class DeathTest : public testing::TestWithParam<const char*> {};
 
 TEST_P(DeathTest, is_followed_by_a_child_that_goes_on_behind_the_test) {
     const FakeTool tool(kOneRenderer + "die " + GetParam() + " in GL_RGB8_UPLOAD_SET 5\nlog\n");
-    const ToolRun run = tool.run({"--safe"});
+    const Finished run = tool.run({"--safe"});
     EXPECT_FALSE(run.hung);
     EXPECT_TRUE(run.exited_with(0));
     Values expected = golden_records();
@@ -161,7 +161,7 @@ TEST(SafeModeTest, stopped_child_stays_stopped_while_the_next_one_works) {
 
 TEST(SafeModeTest, set_up_failure_that_repeats_keeps_it_starting_children) {
     const FakeTool tool(kOneRenderer + "fail CGLCreateContext 10004\n");
-    const ToolRun run = tool.run_until(12, {"--safe"}, "");
+    const Finished run = tool.run_until(12, {"--safe"}, "");
     EXPECT_TRUE(WIFSIGNALED(run.status)) << "it has to be killed";
     const Words lines = lines_of(run.out);
     ASSERT_GE(lines.size(), 12u);
@@ -179,7 +179,7 @@ class ExecFailureTest : public testing::TestWithParam<const char*> {};
 
 TEST_P(ExecFailureTest, repeats_the_buffered_banner_for_each_child) {
     const FakeTool tool(kOneRenderer);
-    const ToolRun run = tool.run_until(5, {"--safe"}, GetParam());
+    const Finished run = tool.run_until(5, {"--safe"}, GetParam());
     EXPECT_TRUE(WIFSIGNALED(run.status)) << "it has to be killed";
     EXPECT_GE(run.out.size(), 5 * supervisor_banner(run).size());
     for (const std::string& line : lines_of(run.out)) {
@@ -196,7 +196,7 @@ INSTANTIATE_TEST_SUITE_P(Programs, ExecFailureTest,
 
 TEST(SafeModeTest, failed_fork_ends_it_with_1) {
     const FakeTool tool(kOneRenderer + "fail fork 11\n");
-    const ToolRun run = tool.run({"--safe"});
+    const Finished run = tool.run({"--safe"});
     EXPECT_TRUE(run.exited_with(1));
     EXPECT_EQ(run.out, supervisor_banner(run));
     EXPECT_EQ(run.err, "texprobe[" + std::to_string(run.pid) +
@@ -205,7 +205,7 @@ TEST(SafeModeTest, failed_fork_ends_it_with_1) {
 
 TEST(SafeModeTest, failed_fork_after_a_death_ends_it_with_1) {
     const FakeTool tool(kOneRenderer + "die SIGKILL in GL_RGB8_SUPPORTED 1\nfail fork 12 2\n");
-    const ToolRun run = tool.run({"--safe"});
+    const Finished run = tool.run({"--safe"});
     EXPECT_TRUE(run.exited_with(1));
     EXPECT_EQ(lines_of(run.err).back(), "texprobe[" + std::to_string(run.pid) +
                                             "] *** fork() failed : Cannot allocate memory (12)");
@@ -213,7 +213,7 @@ TEST(SafeModeTest, failed_fork_after_a_death_ends_it_with_1) {
 
 TEST(SafeModeTest, failed_waitpid_ends_it_with_1) {
     const FakeTool tool("display 1 1\nfail waitpid 10\n");
-    const ToolRun run = tool.run({"--safe"});
+    const Finished run = tool.run({"--safe"});
     EXPECT_TRUE(run.exited_with(1));
     EXPECT_EQ(run.err, "texprobe[" + std::to_string(run.pid) +
                            "] *** waitpid() failed : No child processes (10)\n");
@@ -233,7 +233,7 @@ class LongPathTest : public testing::TestWithParam<std::size_t> {};
 
 TEST_P(LongPathTest, is_refused) {
     const FakeTool tool(kOneRenderer + "log\n");
-    const ToolRun run = tool.run({"--safe"}, padded(tool.path(), GetParam()));
+    const Finished run = tool.run({"--safe"}, padded(tool.path(), GetParam()));
     EXPECT_TRUE(run.exited_with(1));
     EXPECT_EQ(run.out, supervisor_banner(run));
     EXPECT_EQ(run.err, "texprobe[" + std::to_string(run.pid) + "] *** path too long : " +

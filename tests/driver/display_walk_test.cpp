@@ -30,7 +30,7 @@ std::size_t occurrences(const std::string& text, const std::string& word) {
 
 TEST(DisplaysTest, no_display_is_a_normal_return) {
     const FakeTool tool("log\n");
-    const ToolRun run = tool.run();
+    const Finished run = tool.run();
     EXPECT_TRUE(run.exited_with(0));
     EXPECT_EQ(run.out, banner(run.pid, "org.texprobe.texprobe2[{P}] found 0 displays:\n"));
     EXPECT_EQ(run.err, "");
@@ -39,7 +39,7 @@ TEST(DisplaysTest, no_display_is_a_normal_return) {
 
 TEST(DisplaysTest, failed_list_prints_its_code_and_still_exits_with_0) {
     const FakeTool tool(kOneRenderer + "fail CGGetActiveDisplayList 1001\n");
-    const ToolRun run = tool.run();
+    const Finished run = tool.run();
     EXPECT_TRUE(run.exited_with(0));
     EXPECT_EQ(run.out, banner(run.pid, ""));
     EXPECT_EQ(run.err, "*** cannot get active display list (1001)\n");
@@ -54,7 +54,7 @@ TEST(DisplaysTest, at_most_32_displays_are_visited) {
     std::string script = "log\n";
     for (int i = 1; i <= 33; ++i) script += "display " + std::to_string(i) + " 0\n";
     const FakeTool tool(script);
-    const ToolRun run = tool.run();
+    const Finished run = tool.run();
     EXPECT_TRUE(run.exited_with(0));
     EXPECT_EQ(run.out, banner(run.pid, "org.texprobe.texprobe2[{P}] found 32 displays:\n"));
     const std::vector<std::string> calls = tool.calls();
@@ -63,7 +63,7 @@ TEST(DisplaysTest, at_most_32_displays_are_visited) {
 
 TEST(DisplaysTest, display_without_renderers_gets_no_run) {
     const FakeTool tool("display 1 0x1\nrenderer 0x2 255 0\nlog\n");
-    const ToolRun run = tool.run();
+    const Finished run = tool.run();
     EXPECT_TRUE(run.exited_with(0));
     EXPECT_EQ(run.out, banner(run.pid, "org.texprobe.texprobe2[{P}] found 1 displays:\n"));
     EXPECT_EQ(run.err, "");
@@ -77,7 +77,7 @@ TEST(DisplaysTest, failed_renderer_query_goes_on_with_the_next_display) {
         "renderer 0x3 255 0\n"
         "fail CGLQueryRendererInfo 10006 1\n"
         "log\n");
-    const ToolRun run = tool.run();
+    const Finished run = tool.run();
     EXPECT_TRUE(run.exited_with(0));
     EXPECT_EQ(run.out, banner(run.pid,
                               "org.texprobe.texprobe2[{P}] found 2 displays:\n"
@@ -92,7 +92,7 @@ TEST(DisplaysTest, failed_renderer_query_goes_on_with_the_next_display) {
 
 TEST(DisplaysTest, renderer_without_a_memory_figure_is_measured_all_the_same) {
     const FakeTool tool(kOneRenderer + "fail memory 10001\n");
-    const ToolRun run = tool.run();
+    const Finished run = tool.run();
     EXPECT_TRUE(run.exited_with(0));
     EXPECT_EQ(lines_of(run.err)[0], "*** cannot get renderer memory (10001)");
     EXPECT_EQ(lines_of(run.err)[1],
@@ -106,7 +106,7 @@ TEST(DisplaysTest, renderer_without_an_id_is_passed_over) {
         "renderer 0x1 1 0\n"
         "renderer 0x1 2 0\n"
         "fail ID 10001 1\n");
-    const ToolRun run = tool.run();
+    const Finished run = tool.run();
     EXPECT_TRUE(run.exited_with(0));
     EXPECT_EQ(run.out, banner(run.pid,
                               "org.texprobe.texprobe2[{P}] found 1 displays:\n"
@@ -118,7 +118,7 @@ TEST(DisplaysTest, renderer_without_an_id_is_passed_over) {
 
 TEST(DisplaysTest, renderer_whose_memory_and_id_fail_prints_both) {
     const FakeTool tool(kOneRenderer + "fail memory 10003\nfail ID 10003\n");
-    const ToolRun run = tool.run();
+    const Finished run = tool.run();
     EXPECT_TRUE(run.exited_with(0));
     EXPECT_EQ(run.err,
               "*** cannot get renderer memory (10003)\n*** cannot get renderer ID (10003)\n");
@@ -130,7 +130,7 @@ TEST(DisplaysTest, renderer_of_two_displays_gets_two_runs_and_one_measurement) {
         "display 5 0x1\n"
         "display 6 0x2\n"
         "renderer 0x3 255 1048576\n");
-    const ToolRun run = tool.run();
+    const Finished run = tool.run();
     EXPECT_TRUE(run.exited_with(0));
     EXPECT_EQ(run.out, banner(run.pid,
                               "org.texprobe.texprobe2[{P}] found 2 displays:\n"
@@ -178,7 +178,7 @@ class SetUpFailureTest : public testing::TestWithParam<SetUpFailure> {};
 
 TEST_P(SetUpFailureTest, ends_the_process_with_1_and_a_message_without_line_feed) {
     const FakeTool tool(kOneRenderer + "fail " + GetParam().call + " 10002\nlog\n");
-    const ToolRun run = tool.run();
+    const Finished run = tool.run();
     EXPECT_TRUE(run.exited_with(1));
     EXPECT_EQ(run.err, filled("{A}[{P}] testing renderer: 132096\n{A}[{P}] VERSION: 0.21\n",
                               {{"A", kAppID}, {"P", std::to_string(run.pid)}}) +

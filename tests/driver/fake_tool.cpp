@@ -1,10 +1,7 @@
 #include "fake_tool.h"
 
-#include <fcntl.h>
 #include <signal.h>
 #include <stdlib.h>
-#include <sys/resource.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -20,16 +17,6 @@ namespace {
 
 namespace fs = std::filesystem;
 
-// Far longer than any run takes, even under a sanitizer on a busy machine.
-constexpr unsigned kSeconds = 120;
-
-std::string contents(const fs::path& file) {
-    std::ifstream stream(file, std::ios::binary);
-    std::ostringstream text;
-    text << stream.rdbuf();
-    return text.str();
-}
-
 fs::path make_folder(const fs::path& parent) {
     std::string name = parent / "texprobe-fakes-XXXXXX";
     if (!mkdtemp(name.data())) throw std::runtime_error("cannot make the folder " + name);
@@ -38,24 +25,6 @@ fs::path make_folder(const fs::path& parent) {
 
 fs::path writable(const fs::path& folder) {
     return access(folder.c_str(), W_OK) == 0 ? folder : fs::temp_directory_path();
-}
-
-std::vector<char*> pointers(std::vector<std::string>& words) {
-    std::vector<char*> result;
-    result.reserve(words.size() + 1);
-    for (std::string& word : words) result.push_back(word.data());
-    result.push_back(nullptr);
-    return result;
-}
-
-void redirect(int descriptor, const fs::path& file) {
-    const int opened = open(file.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_APPEND, 0600);
-    dup2(opened, descriptor);
-    close(opened);
-}
-
-std::string quoted(const std::string& word) {
-    return " '" + word + "'";
 }
 
 Values read_values(std::istream& stream, std::string* heading) {
@@ -72,10 +41,6 @@ Values read_values(std::istream& stream, std::string* heading) {
 }
 
 }  // namespace
-
-bool ToolRun::exited_with(int code) const {
-    return WIFEXITED(status) && WEXITSTATUS(status) == code;
-}
 
 FakeTool::FakeTool(const std::string& script) : FakeTool(script, TOOL_ON_FAKES) {}
 
@@ -117,52 +82,26 @@ void FakeTool::remove_records() {
 }
 
 pid_t FakeTool::start(const std::vector<std::string>& arguments, const std::string& program) const {
-    std::vector<std::string> words = {program.empty() ? path() : program};
-    words.insert(words.end(), arguments.begin(), arguments.end());
-    const std::vector<char*> argv = pointers(words);
-    char variable[] = "TEXPROBE_TEST=inherited";
-    char* environment[] = {variable, nullptr};
-    const pid_t pid = fork();
-    if (pid == 0) {
-        setpgid(0, 0);
-        const rlimit none = {0, 0};
-        setrlimit(RLIMIT_CORE, &none);
-        alarm(kSeconds);
-        redirect(1, file(".out"));
-        redirect(2, file(".err"));
-        execve(path().c_str(), argv.data(), environment);
-        _exit(127);
-    }
-    if (pid == -1) throw std::runtime_error("cannot start the tool");
-    return pid;
+    return tests::start(
+        {path(), arguments, {"TEXPROBE_TEST=inherited"}, program, file(".out"), file(".err")});
 }
 
-ToolRun FakeTool::finish(pid_t pid) const {
-    // The process group is killed before the process is reaped, while its ID cannot be reused.
-    siginfo_t info;
-    while (waitid(P_PID, static_cast<id_t>(pid), &info, WEXITED | WNOWAIT) == -1) {
-    }
-    kill(-pid, SIGKILL);
-    ToolRun run;
-    run.pid = pid;
-    waitpid(pid, &run.status, 0);
-    run.hung = WIFSIGNALED(run.status) && WTERMSIG(run.status) == SIGALRM;
-    run.out = contents(file(".out"));
-    run.err = contents(file(".err"));
-    return run;
+Finished FakeTool::finish(pid_t pid) const {
+    Finished finished = tests::finish(pid);
+    finished.out = read_file(file(".out"));
+    finished.err = read_file(file(".err"));
+    return finished;
 }
 
-ToolRun FakeTool::run(const std::vector<std::string>& arguments, const std::string& program) const {
+Finished FakeTool::run(const std::vector<std::string>& arguments,
+                       const std::string& program) const {
     return finish(start(arguments, program));
 }
 
-ToolRun FakeTool::run_until(std::size_t lines, const std::vector<std::string>& arguments,
-                            const std::string& program) const {
+Finished FakeTool::run_until(std::size_t lines, const std::vector<std::string>& arguments,
+                             const std::string& program) const {
     const pid_t pid = start(arguments, program);
-    siginfo_t info = {};
-    while (lines_of(contents(file(".out"))).size() < lines) {
-        waitid(P_PID, static_cast<id_t>(pid), &info, WEXITED | WNOWAIT | WNOHANG);
-        if (info.si_pid == pid) break;
+    while (lines_of(read_file(file(".out"))).size() < lines && !has_ended(pid)) {
         std::this_thread::sleep_for(std::chrono::milliseconds(1));
     }
     kill(pid, SIGKILL);
@@ -170,32 +109,28 @@ ToolRun FakeTool::run_until(std::size_t lines, const std::vector<std::string>& a
 }
 
 std::vector<std::string> FakeTool::calls() const {
-    return lines_of(contents(file(".calls")));
+    return lines_of(read_file(file(".calls")));
 }
 
-Values FakeTool::read_records(const std::string& arguments) const {
-    const fs::path output = file(".records");
-    const std::string command = quoted(RECORDS_PROGRAM) + quoted(records_ / "records") + arguments;
-    if (std::system((command + " >" + quoted(output)).c_str()) != 0) {
-        throw std::runtime_error("cannot read the records");
-    }
-    std::ifstream stream(output);
+Values FakeTool::read_records(std::vector<std::string> arguments) const {
+    arguments.insert(arguments.begin(), records_ / "records");
+    const Finished finished = tests::run({RECORDS_PROGRAM, arguments});
+    if (finished.status != 0) throw std::runtime_error("records_program failed: " + finished.err);
+    std::istringstream stream(finished.out);
     return read_values(stream, nullptr);
 }
 
 Values FakeTool::records(const std::string& appID) const {
-    return read_records(quoted(appID));
+    return read_records({appID});
 }
 
 std::string FakeTool::record(const std::string& key, const std::string& appID) const {
-    return read_records(quoted(appID) + quoted(key))[key];
+    return read_records({appID, key})[key];
 }
 
 void FakeTool::set_record(const std::string& key, const std::string& type, const std::string& value,
                           const std::string& appID) const {
-    const std::string command = quoted(RECORDS_PROGRAM) + quoted(records_ / "records") +
-                                quoted(appID) + quoted(key) + quoted(type) + quoted(value);
-    if (std::system(command.c_str()) != 0) throw std::runtime_error("cannot write a record");
+    read_records({appID, key, type, value});
 }
 
 std::vector<std::pair<std::string, Values>> FakeTool::observations() const {
@@ -218,13 +153,6 @@ bool FakeTool::has_stopped() const {
 
 bool FakeTool::has_died() const {
     return fs::exists(file(".died"));
-}
-
-std::vector<std::string> lines_of(const std::string& text) {
-    std::vector<std::string> lines;
-    std::istringstream stream(text);
-    for (std::string line; std::getline(stream, line);) lines.push_back(line);
-    return lines;
 }
 
 }  // namespace texprobe::tests

@@ -10,20 +10,13 @@
 #include <string>
 #include <vector>
 
+#include "support/process.h"
+#include "support/text.h"
+
 namespace texprobe::tests {
 
 /// Values as records_program prints them, such as "true", "0.20999999999999999" or "\"text\"".
 using Values = std::map<std::string, std::string>;
-
-struct ToolRun {
-    pid_t pid = 0;
-    int status = 0;
-    bool hung = false;  ///< It took too long and was killed.
-    std::string out;
-    std::string err;
-
-    bool exited_with(int code) const;
-};
 
 /// One display with one renderer, whose identifier is kAppID.
 inline const std::string kOneRenderer = "display 1 0x1\nrenderer 0x1 0x20400 268435456\n";
@@ -51,17 +44,17 @@ public:
 
     /// Runs the tool to its end and then kills any process that it left behind. `program` is its
     /// argv[0]; by default its path.
-    ToolRun run(const std::vector<std::string>& arguments = {},
-                const std::string& program = {}) const;
+    Finished run(const std::vector<std::string>& arguments = {},
+                 const std::string& program = {}) const;
 
     /// The same, but kills it with SIGKILL once its standard output has `lines` lines.
-    ToolRun run_until(std::size_t lines, const std::vector<std::string>& arguments,
-                      const std::string& program) const;
+    Finished run_until(std::size_t lines, const std::vector<std::string>& arguments,
+                       const std::string& program) const;
 
     /// For runs that overlap; their output is discarded.
     pid_t start(const std::vector<std::string>& arguments = {},
                 const std::string& program = {}) const;
-    ToolRun finish(pid_t pid) const;
+    Finished finish(pid_t pid) const;
 
     /// All calls, a line each. Each process's begin with a line "process PID WORDS | VARIABLES".
     std::vector<std::string> calls() const;
@@ -83,15 +76,12 @@ public:
     bool has_died() const;
 
 private:
-    Values read_records(const std::string& arguments) const;
+    Values read_records(std::vector<std::string> arguments) const;
     std::filesystem::path file(const char* suffix) const;
 
     std::filesystem::path folder_;
     std::filesystem::path records_;
 };
-
-/// The lines of a text, without their line feeds.
-std::vector<std::string> lines_of(const std::string& text);
 
 }  // namespace texprobe::tests
 

@@ -19,7 +19,7 @@ namespace {
 constexpr unsigned kFirstCall = 1;
 const std::string kTest = "GL_RGBA32F_ARB_UPLOAD_SET";
 
-bool ended_by(const ToolRun& run, int signal) {
+bool ended_by(const Finished& run, int signal) {
     return WIFSIGNALED(run.status) && WTERMSIG(run.status) == signal;
 }
 
@@ -50,7 +50,7 @@ protected:
 
 TEST_P(InterruptionTest, ends_the_run_by_its_signal_after_the_test_in_hand) {
     FakeTool tool(interrupt_in_test(name_));
-    const ToolRun run = tool.run();
+    const Finished run = tool.run();
     EXPECT_TRUE(ended_by(run, signal_)) << run.status;
     EXPECT_EQ(lines_of(run.err).back(),
               kAppID + "[" + std::to_string(run.pid) + "] GL_RGBA32F_ARB upload SET: 1");
@@ -72,7 +72,7 @@ TEST_P(InterruptionTest, is_one_when_its_signal_comes_twice_within_a_moment) {
 
 TEST_P(InterruptionTest, ends_the_run_at_once_the_second_time) {
     FakeTool tool(interrupt_in_test("SIGTERM 300 " + name_));
-    const ToolRun run = tool.run();
+    const Finished run = tool.run();
     EXPECT_TRUE(ended_by(run, signal_)) << run.status;
     EXPECT_EQ(lines_of(run.err).back(), "Testing UPLOAD SET...");
     EXPECT_EQ(tool.record(kTest), "false");
@@ -96,7 +96,7 @@ TEST_P(InterruptionTest, ends_a_test_that_hangs_after_two_seconds) {
 TEST_P(InterruptionTest, is_no_matter_to_a_run_that_was_told_to_ignore_it) {
     const FakeTool tool(interrupt_in_test(name_));
     const auto former = signal(signal_, SIG_IGN);
-    const ToolRun run = tool.run();
+    const Finished run = tool.run();
     signal(signal_, former);
     EXPECT_TRUE(run.exited_with(0));
     EXPECT_EQ(tool.records(), golden_records());
@@ -104,7 +104,7 @@ TEST_P(InterruptionTest, is_no_matter_to_a_run_that_was_told_to_ignore_it) {
 
 TEST_P(InterruptionTest, that_the_driver_raises_is_a_death) {
     FakeTool tool(kOneRenderer + "die " + name_ + " in " + kTest + " 5\n");
-    const ToolRun run = tool.run();
+    const Finished run = tool.run();
     EXPECT_TRUE(ended_by(run, signal_));
     EXPECT_EQ(lines_of(run.err).back(), "Testing UPLOAD SET...");
     tool.run();
@@ -113,7 +113,7 @@ TEST_P(InterruptionTest, that_the_driver_raises_is_a_death) {
 
 TEST_P(InterruptionTest, of_another_program_that_runs_the_tests_is_that_program_s) {
     const FakeTool application(interrupt_in_test(name_), APPLICATION_ON_FAKES);
-    const ToolRun run = application.run();
+    const Finished run = application.run();
     EXPECT_TRUE(ended_by(run, signal_));
     EXPECT_EQ(lines_of(run.err).back(), "Testing UPLOAD SET...") << "it died at once";
     EXPECT_EQ(application.record(kTest), "false");
@@ -126,7 +126,7 @@ TEST_P(InterruptionTest, ends_a_run_that_waits_for_its_turn) {
     const pid_t second = tool.start();
     std::this_thread::sleep_for(std::chrono::milliseconds(500));
     kill(second, signal_);
-    const ToolRun run = tool.finish(second);
+    const Finished run = tool.finish(second);
     EXPECT_TRUE(ended_by(run, signal_));
     kill(first, SIGKILL);
     tool.finish(first);

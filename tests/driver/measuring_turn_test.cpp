@@ -17,6 +17,7 @@
 
 #include "measuring_turn.h"
 #include "platform/scratch_folder.h"
+#include "support/process.h"
 
 namespace {
 
@@ -24,6 +25,7 @@ using qor::MeasuringTurn;
 using qor::TurnSettings;
 using std::chrono::milliseconds;
 using texprobe::tests::ScratchFolder;
+using texprobe::tests::status_of;
 
 constexpr unsigned kNever = 1000000;  // More looks than any test takes.
 
@@ -48,7 +50,7 @@ protected:
     ~MeasuringTurnTest() override {
         for (const pid_t child : children_) {
             kill(child, SIGKILL);
-            waitpid(child, nullptr, 0);
+            status_of(child);
         }
         munmap(&counts_, sizeof(Counts));
     }
@@ -62,13 +64,11 @@ protected:
     }
 
     pid_t start(const std::function<void()>& work) {
-        const pid_t child = fork();
-        if (child == 0) {
+        children_.push_back(texprobe::tests::start([&] {
             work();
-            _exit(0);
-        }
-        children_.push_back(child);
-        return child;
+            return 0;
+        }));
+        return children_.back();
     }
 
     /// A process that takes the turn and keeps it until it is killed.
@@ -97,7 +97,7 @@ protected:
 
     void end(pid_t child) {
         kill(child, SIGKILL);
-        waitpid(child, nullptr, 0);
+        status_of(child);
         std::erase(children_, child);
     }
 
@@ -164,9 +164,7 @@ TEST_F(MeasuringTurnTest, is_not_kept_by_a_child_of_a_dead_process) {
 TEST_F(MeasuringTurnTest, stays_with_a_process_whose_child_ends) {
     start([this] {
         const MeasuringTurn turn(settings(), [] {});
-        const pid_t child = fork();
-        if (child == 0) _exit(0);
-        waitpid(child, nullptr, 0);
+        status_of(texprobe::tests::start([] { return 0; }));
         ++counts_.started;
         for (;;) pause();
     });
@@ -211,8 +209,7 @@ TEST_F(MeasuringTurnTest, stays_with_a_slow_process_that_goes_on) {
     // one.
     const MeasuringTurn turn(settings(200), [] {});
     EXPECT_EQ(counts_.through, 1);
-    int status = 0;
-    waitpid(holder, &status, 0);
+    const int status = status_of(holder);
     children_.clear();
     EXPECT_EQ(status, 0) << "it kept its turn";
 }

@@ -35,7 +35,7 @@ const char* const kStrings =
 
 TEST(MessagesTest, first_run_prints_exactly_this) {
     const FakeTool tool(kOneRenderer);
-    const ToolRun run = tool.run();
+    const Finished run = tool.run();
     EXPECT_TRUE(run.exited_with(0));
     EXPECT_EQ(run.out, expected_out(run.pid));
     EXPECT_EQ(run.err, with_run(kFreshStart, run.pid) + with_run(kBothExtensions, run.pid) +
@@ -45,7 +45,7 @@ TEST(MessagesTest, first_run_prints_exactly_this) {
 TEST(MessagesTest, second_run_prints_no_test_line) {
     const FakeTool tool(kOneRenderer);
     ASSERT_TRUE(tool.run().exited_with(0));
-    const ToolRun run = tool.run();
+    const Finished run = tool.run();
     EXPECT_TRUE(run.exited_with(0));
     EXPECT_EQ(run.out, expected_out(run.pid));
     EXPECT_EQ(run.err, with_run("{A}[{P}] testing renderer: 132096\n"
@@ -58,7 +58,7 @@ TEST(MessagesTest, newer_version_is_printed_with_two_decimals) {
     const FakeTool tool(kOneRenderer);
     ASSERT_TRUE(tool.run().exited_with(0));
     tool.set_record("VERSION", "double", "12.345678");
-    const ToolRun run = tool.run();
+    const Finished run = tool.run();
     EXPECT_EQ(lines_of(run.err)[1],
               with_run("{A}[{P}] UP TO DATE (version: 12.35 >= 0.21)", run.pid));
 }
@@ -74,7 +74,7 @@ std::string sixteen_times(const std::string& text, pid_t pid) {
 
 TEST(MessagesTest, without_pixel_buffer_objects_the_transfer_tests_print_no_score) {
     const FakeTool tool(kOneRenderer + "string GL_EXTENSIONS GL_EXT_framebuffer_object\n");
-    const ToolRun run = tool.run();
+    const Finished run = tool.run();
     EXPECT_EQ(run.err, with_run(kFreshStart, run.pid) +
                            with_run("{A}[{P}] GL_EXT_framebuffer_object : SUPPORTED\n"
                                     "{A}[{P}] GL_ARB_pixel_buffer_object : UNSUPPORTED\n",
@@ -93,7 +93,7 @@ TEST(MessagesTest, without_pixel_buffer_objects_the_transfer_tests_print_no_scor
 
 TEST(MessagesTest, without_extensions_the_downloads_are_not_mentioned) {
     const FakeTool tool(kOneRenderer + "string GL_EXTENSIONS GL_EXT_framebuffer_objects\n");
-    const ToolRun run = tool.run();
+    const Finished run = tool.run();
     EXPECT_EQ(run.err, with_run(kFreshStart, run.pid) +
                            with_run("{A}[{P}] GL_EXT_framebuffer_object : UNSUPPORTED\n"
                                     "{A}[{P}] GL_ARB_pixel_buffer_object : UNSUPPORTED\n",
@@ -110,7 +110,7 @@ TEST(MessagesTest, without_extensions_the_downloads_are_not_mentioned) {
 
 TEST(MessagesTest, missing_extension_string_means_no_extensions) {
     const FakeTool tool(kOneRenderer + "null GL_EXTENSIONS\n");
-    const ToolRun run = tool.run();
+    const Finished run = tool.run();
     EXPECT_TRUE(run.exited_with(0));
     const std::vector<std::string> lines = lines_of(run.err);
     EXPECT_EQ(lines[2], with_run("{A}[{P}] GL_EXT_framebuffer_object : UNSUPPORTED", run.pid));
@@ -119,7 +119,7 @@ TEST(MessagesTest, missing_extension_string_means_no_extensions) {
 
 TEST(MessagesTest, renderer_id_with_its_top_bit_set_is_hexadecimal_and_signed_decimal) {
     const FakeTool tool("display 7 0x80000000\nrenderer 0x80000000 -2 0\n");
-    const ToolRun run = tool.run();
+    const Finished run = tool.run();
     EXPECT_TRUE(run.exited_with(0));
     EXPECT_EQ(lines_of(run.out)[3], "found display 7 (80000000) renderer ID: fffffffe VRAM: 0 MB");
     EXPECT_EQ(lines_of(run.err)[0], "org.texprobe.texprobe2.fffffffe.TESTBUILD[" +
@@ -129,7 +129,7 @@ TEST(MessagesTest, renderer_id_with_its_top_bit_set_is_hexadecimal_and_signed_de
 
 TEST(MessagesTest, identifier_of_renderer_255_is_domain_ff_and_build) {
     const FakeTool tool("display 1 1\nrenderer 1 255 0\nbuild 21G.0-rc\n");
-    const ToolRun run = tool.run();
+    const Finished run = tool.run();
     EXPECT_EQ(lines_of(run.err)[0], "org.texprobe.texprobe2.ff.21G.0-rc[" +
                                         std::to_string(run.pid) + "] testing renderer: 255");
     EXPECT_EQ(tool.records("org.texprobe.texprobe2.ff.21G.0-rc"), golden_records());

@@ -12,7 +12,7 @@
 namespace texprobe::tests {
 namespace {
 
-std::string second_line(const ToolRun& run) {
+std::string second_line(const Finished& run) {
     const std::string line = lines_of(run.err).at(1);
     return line.substr(line.find("] ") + 2);
 }
@@ -54,7 +54,7 @@ TEST_P(VersionTest, current_records_are_kept_and_others_measured_again) {
     ASSERT_TRUE(tool.run().exited_with(0));
     tool.set_record("VERSION", GetParam().type, GetParam().value);
     tool.set_record("GL_RGBA8_UPLOAD_SET", "boolean", "false");
-    const ToolRun run = tool.run();
+    const Finished run = tool.run();
     EXPECT_TRUE(run.exited_with(0));
     EXPECT_EQ(tool.record("GL_RGBA8_UPLOAD_SET"), GetParam().current ? "false" : "true");
     EXPECT_EQ(second_line(run).substr(0, 10), GetParam().current ? "UP TO DATE" : "VERSION: 0");
@@ -107,7 +107,7 @@ TEST(FlagTest, value_that_is_no_boolean_is_measured_again_and_replaced) {
     ASSERT_TRUE(tool.run().exited_with(0));
     tool.set_record("GL_RGBA8_SUPPORTED", "string", "perhaps");
     tool.set_record("GL_RGB8_DOWNLOAD_READ", "string", "");
-    const ToolRun run = tool.run();
+    const Finished run = tool.run();
     EXPECT_TRUE(run.exited_with(0));
     EXPECT_EQ(tool.records(), golden_records());
     const std::vector<std::string> lines = lines_of(run.err);
@@ -122,7 +122,7 @@ TEST(FlagTest, stored_false_of_supported_skips_all_six_tests_in_silence) {
     const FakeTool tool(kOneRenderer);
     tool.set_record("VERSION", "double", "0.21");
     tool.set_record("GL_RGB8_SUPPORTED", "boolean", "false");
-    const ToolRun run = tool.run();
+    const Finished run = tool.run();
     EXPECT_TRUE(run.exited_with(0));
     EXPECT_EQ(run.err.find("GL_RGB8 "), std::string::npos);
     Values expected = golden_records();
@@ -208,7 +208,7 @@ TEST_P(MissingStringTest, leaves_no_record_and_removes_a_stale_one) {
     FakeTool tool(kOneRenderer);
     ASSERT_TRUE(tool.run().exited_with(0));
     tool.set_script(kOneRenderer + GetParam().order + "\n");
-    const ToolRun run = tool.run();
+    const Finished run = tool.run();
     EXPECT_TRUE(run.exited_with(0));
     Values expected = golden_records();
     expected.erase(GetParam().key);

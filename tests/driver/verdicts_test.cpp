@@ -33,7 +33,7 @@ TEST(VerdictsTest, good_renderer_passes_wherever_the_comparison_can) {
 
 TEST(VerdictsTest, substituted_format_is_not_supported_and_nothing_else_is_tested) {
     const FakeTool tool(kOneRenderer + "substitute 1 GL_RGB8 GL_RGBA8\n");
-    const ToolRun run = tool.run();
+    const Finished run = tool.run();
     EXPECT_TRUE(run.exited_with(0));
     Values expected = without("GL_RGB8", "SUPPORTED", golden_records());
     expected["GL_RGB8_SUPPORTED"] = "false";
@@ -94,7 +94,7 @@ TEST_P(DistanceTest, matches_up_to_2684354) {
     const Distance& distance = GetParam();
     const FakeTool tool(kOneRenderer + "change " + distance.key + " " +
                         std::to_string(distance.change) + "\n");
-    const ToolRun run = tool.run();
+    const Finished run = tool.run();
     EXPECT_TRUE(run.exited_with(0));
     EXPECT_EQ(tool.record(distance.key), distance.match ? "true" : "false");
     // 100 - 100 x 2684354 / 2^28 is 99.00000021, and one more gives 98.99999983.

@@ -32,7 +32,7 @@ Records records_after_death(Records undisturbed, const std::string& format,
 /// The application identifiers in the order of their renderer runs.
 std::vector<std::string> run_order(const Finished& run) {
     std::vector<std::string> applications;
-    for (const std::string& line : lines(run.err)) {
+    for (const std::string& line : lines_of(run.err)) {
         if (line.find("] testing renderer: ") != std::string::npos) {
             applications.push_back(line.substr(0, line.find('[')));
         }

@@ -2,16 +2,16 @@
 
 #include <fcntl.h>
 #include <signal.h>
-#include <spawn.h>
 #include <sys/file.h>
 #include <sys/socket.h>
 #include <sys/un.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <chrono>
 #include <filesystem>
 #include <thread>
+
+#include "support/process.h"
 
 namespace texprobe::tests {
 
@@ -35,23 +35,15 @@ public:
         lock_ = open(file.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600);
         flock(lock_, LOCK_EX);
         if (accepts()) return;
-        posix_spawn_file_actions_t actions;
-        posix_spawn_file_actions_init(&actions);
-        posix_spawn_file_actions_addopen(&actions, 1, "/dev/null", O_WRONLY, 0);
-        posix_spawn_file_actions_addopen(&actions, 2, "/dev/null", O_WRONLY, 0);
-        char name[] = "virgl_test_server";
-        char surfaceless[] = "--use-egl-surfaceless";
-        char* arguments[] = {name, surfaceless, nullptr};
-        if (posix_spawnp(&process_, name, &actions, nullptr, arguments, environ) != 0)
-            process_ = -1;
-        posix_spawn_file_actions_destroy(&actions);
-        for (int i = 0; process_ > 0 && i < kStartTries && !accepts(); ++i)
+        process_ = start({"virgl_test_server", {"--use-egl-surfaceless"}});
+        for (int i = 0; i < kStartTries && !has_ended(process_) && !accepts(); ++i) {
             std::this_thread::sleep_for(kStartPause);
+        }
     }
     ~VirglServer() {
         if (process_ > 0) {
             kill(process_, SIGTERM);
-            waitpid(process_, nullptr, 0);
+            finish(process_);
         }
         close(lock_);
     }

@@ -103,7 +103,7 @@ TEST_P(Renderers, first_run_finds_what_mesa_certainly_does) {
 
 TEST_P(Renderers, listing_on_standard_output_is_whole) {
     const Finished run = folder_.run({}, environment());
-    const std::vector<std::string> out = lines(without_process_ids(run.out));
+    const std::vector<std::string> out = lines_of(without_process_ids(run.out));
     ASSERT_GE(out.size(), 4u) << run.out;
     EXPECT_EQ(out[0], "texprobe[PID] testing...");
     EXPECT_EQ(out[1], "org.texprobe.texprobe2[PID] testing...");
@@ -256,7 +256,7 @@ TEST(InfoPlist, is_embedded_in_the_product_whole) {
     const std::string extract = "cd '" + folder.path().string() +
                                 "' && objcopy --dump-section __info_plist=list texprobe copy"
                                 " && cmp list '" INFO_PLIST "'";
-    EXPECT_EQ(std::system(extract.c_str()), 0) << extract;
+    EXPECT_EQ(run_in_shell(extract), 0) << extract;
 }
 
 }  // namespace

@@ -3,12 +3,13 @@
 #include <RecordStore/location.h>
 #include <RecordStore/record_store.h>
 #include <gtest/gtest.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <atomic>
 #include <chrono>
 #include <thread>
+
+#include "support/process.h"
 
 namespace {
 
@@ -52,15 +53,12 @@ TEST(FirstUse, in_another_thread_does_not_hang_a_forked_child) {
         while (!isForked) std::this_thread::yield();
     });
     while (!isAsked) std::this_thread::yield();
-    const pid_t child = fork();
-    if (child == 0) {
+    const pid_t child = tests::start([] {
         alarm(20);
-        _exit(RecordStore::of_process().value("app", "key") ? 1 : 0);
-    }
+        return RecordStore::of_process().value("app", "key") ? 1 : 0;
+    });
     isForked = true;
-    int status = -1;
-    waitpid(child, &status, 0);
-    EXPECT_EQ(status, 0);
+    EXPECT_EQ(tests::status_of(child), 0);
     first.join();
 }
 

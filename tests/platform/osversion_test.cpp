@@ -6,7 +6,6 @@
 #include <sys/stat.h>
 #include <sys/sysctl.h>
 #include <sys/utsname.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -14,6 +13,7 @@
 #include <string>
 
 #include "laid_out_machine.h"
+#include "support/process.h"
 #include "sysctl/build_id.h"
 #include "sysctl/graphics_build.h"
 
@@ -288,28 +288,10 @@ TEST(OsVersion, begins_with_the_release_of_the_kernel) {
 
 TEST(OsVersion, is_the_same_in_an_empty_environment) {
     // This program again, in an empty environment, prints the build string.
-    int ends[2];
-    ASSERT_EQ(pipe(ends), 0);
-    const pid_t child = fork();
-    if (child == 0) {
-        dup2(ends[1], STDERR_FILENO);
-        const char* const arguments[] = {"/proc/self/exe", "--print-os-version", nullptr};
-        const char* const environment[] = {nullptr};
-        execve(arguments[0], const_cast<char* const*>(arguments),
-               const_cast<char* const*>(environment));
-        _exit(127);
-    }
-    close(ends[1]);
-    std::string text;
-    char buffer[256];
-    for (ssize_t size = 0; (size = read(ends[0], buffer, sizeof buffer)) > 0;) {
-        text.append(buffer, static_cast<std::size_t>(size));
-    }
-    close(ends[0]);
-    int status = 0;
-    ASSERT_EQ(waitpid(child, &status, 0), child);
-    EXPECT_EQ(status, 0);
-    EXPECT_EQ(text, os_version());
+    const texprobe::tests::Finished again = texprobe::tests::run(
+        {std::filesystem::read_symlink("/proc/self/exe"), {"--print-os-version"}});
+    EXPECT_EQ(again.status, 0);
+    EXPECT_EQ(again.err, os_version());
 }
 
 TEST(OsVersion, knows_no_other_name_and_cannot_be_set) {

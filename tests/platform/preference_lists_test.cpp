@@ -70,14 +70,11 @@ TEST(PreferenceLists, name_what_was_set_and_not_what_was_removed) {
 
 TEST(PreferenceLists, name_what_other_processes_have_stored) {
     texprobe::platform::records_directory();  // Makes the folder that the child shares.
-    const pid_t child = fork();
-    if (child == 0) {
+    const pid_t child = texprobe::tests::start([] {
         CFPreferencesSetAppValue(CFSTR("KEY"), kCFBooleanTrue, CFSTR("of another"));
-        _exit(CFPreferencesAppSynchronize(CFSTR("of another")) ? 0 : 1);
-    }
-    int status = -1;
-    waitpid(child, &status, 0);
-    ASSERT_EQ(status, 0);
+        return CFPreferencesAppSynchronize(CFSTR("of another")) ? 0 : 1;
+    });
+    ASSERT_EQ(texprobe::tests::status_of(child), 0);
     EXPECT_THAT(applications(), Contains("of another"));
     EXPECT_THAT(keys_of(CFSTR("of another")), UnorderedElementsAre("KEY"));
 }

@@ -3,15 +3,20 @@
 #include <RecordStore/location.h>
 #include <gtest/gtest.h>
 #include <pwd.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <cstdlib>
 #include <string>
 
+#include "support/process.h"
+#include "support/text.h"
+
 namespace {
 
 using texprobe::platform::records_directory;
+using texprobe::tests::read_all;
+using texprobe::tests::start;
+using texprobe::tests::status_of;
 
 TEST(RecordsDirectory, is_below_the_home_of_the_password_entry_whatever_the_environment_says) {
     const passwd* entry = getpwuid(getuid());  // cppcheck-suppress getpwuidCalled
@@ -28,22 +33,18 @@ TEST(RecordsDirectory, is_below_the_home_of_the_password_entry_whatever_the_envi
 std::string directory_of_unknown_user(const char* home) {
     int ends[2];
     if (pipe(ends) != 0) return "no pipe";
-    const pid_t child = fork();
-    if (child == 0) {
+    const pid_t child = start([&] {
         constexpr uid_t kUnknown = 3999999999;
-        if (setuid(kUnknown) != 0 || clearenv() != 0) _exit(1);
+        if (setuid(kUnknown) != 0 || clearenv() != 0) return 1;
         if (home) setenv("HOME", home, 1);
         const std::string directory = records_directory();
-        _exit(write(ends[1], directory.data(), directory.size()) < 0 ? 1 : 0);
-    }
+        return write(ends[1], directory.data(), directory.size()) < 0 ? 1 : 0;
+    });
     close(ends[1]);
-    int status = 0;
-    waitpid(child, &status, 0);
-    char buffer[256];
-    const ssize_t size = read(ends[0], buffer, sizeof buffer);
+    const int status = status_of(child);
+    const std::string directory = read_all(ends[0]);
     close(ends[0]);
-    return status == 0 && size >= 0 ? std::string(buffer, static_cast<std::size_t>(size))
-                                    : "failed";
+    return status == 0 ? directory : "failed";
 }
 
 TEST(RecordsDirectory, of_a_user_without_a_password_entry_is_below_HOME) {

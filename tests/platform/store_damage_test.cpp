@@ -14,6 +14,7 @@ namespace fs = std::filesystem;
 using namespace std::chrono_literals;
 using texprobe::platform::DirectoryLock;
 using texprobe::tests::errors_of;
+using texprobe::tests::read_file;
 using texprobe::tests::RecordStore;
 using texprobe::tests::same;
 
@@ -40,19 +41,19 @@ protected:
     /// A reader reports that the file is damaged and leaves it; a writer keeps it under another
     /// name.
     void expect_put_aside(const std::string& reason) const {
-        const std::string damaged = contents(database());
+        const std::string damaged = read_file(database());
         EXPECT_EQ(errors_of([this] { EXPECT_FALSE(read("key").has_value()); }), refused(reason));
-        EXPECT_EQ(contents(database()), damaged);
+        EXPECT_EQ(read_file(database()), damaged);
         EXPECT_FALSE(fs::exists(aside()));
         EXPECT_EQ(errors_of([this] { write("key", true); }), put_aside(reason));
-        EXPECT_EQ(contents(aside()), damaged);
+        EXPECT_EQ(read_file(aside()), damaged);
         EXPECT_TRUE(same(*read("key"), true));
         EXPECT_EQ(rows("SELECT count(*) FROM records"), "1\n");
     }
 
     /// The file is not changed, and a process that reads and writes prints two lines.
     void expect_left_alone(const std::string& reason) const {
-        const std::string before = contents(database());
+        const std::string before = read_file(database());
         const std::string said = errors_of([this] {
             RecordStore store(directory());
             EXPECT_FALSE(store.value(kApp, "new").has_value());
@@ -65,7 +66,7 @@ protected:
                             database().string() +
                             ": new; remove that file and run texprobe to measure everything"
                             " again\n");
-        EXPECT_EQ(contents(database()), before);
+        EXPECT_EQ(read_file(database()), before);
         EXPECT_FALSE(fs::exists(aside()));
     }
 };
@@ -84,7 +85,7 @@ TEST_F(StoreDamage, of_a_file_that_is_cut_off_puts_it_aside) {
 
 TEST_F(StoreDamage, of_a_page_puts_the_database_aside) {
     write("key", true);
-    std::string bytes = contents(database());
+    std::string bytes = read_file(database());
     std::fill(bytes.begin() + 4096, bytes.end(), '\xAA');
     replace(database(), bytes);
     expect_put_aside("database disk image is malformed");
@@ -94,7 +95,7 @@ TEST_F(StoreDamage, of_the_order_of_records_puts_the_database_aside) {
     write("apple", true);
     write("melon", true);
     write("zebra", true);
-    std::string bytes = contents(database());
+    std::string bytes = read_file(database());
     bytes[bytes.find("melon")] = '~';
     replace(database(), bytes);
     if (rows("PRAGMA integrity_check") == "ok\n") GTEST_SKIP() << "too old an SQLite to see it";
@@ -154,7 +155,7 @@ TEST_F(StoreDamage, is_not_another_programs_table_of_records) {
 
 TEST_F(StoreDamage, is_not_a_format_that_this_sqlite_does_not_know) {
     write("key", true);
-    std::string bytes = contents(database());
+    std::string bytes = read_file(database());
     bytes[47] = 9;  // the schema's format
     replace(database(), bytes);
     expect_left_alone("it was made by a newer texprobe or another program");
@@ -162,7 +163,7 @@ TEST_F(StoreDamage, is_not_a_format_that_this_sqlite_does_not_know) {
 
 TEST_F(StoreDamage, is_not_a_database_that_only_a_newer_sqlite_may_write) {
     write("key", true);
-    std::string bytes = contents(database());
+    std::string bytes = read_file(database());
     bytes[18] = 3;  // the lowest format version that may write the file
     replace(database(), bytes);
     expect_left_alone("attempt to write a readonly database");
@@ -174,7 +175,7 @@ TEST_F(StoreDamage, puts_the_log_aside_with_its_database) {
     replace(database(), std::string(4096, 'x'));
     replace(database().string() + "-wal", "log");
     errors_of([this] { write("key", true); });
-    EXPECT_EQ(contents(aside().string() + "-wal"), "log");
+    EXPECT_EQ(read_file(aside().string() + "-wal"), "log");
     EXPECT_TRUE(same(*read("key"), true));
 }
 
@@ -184,7 +185,7 @@ TEST_F(StoreDamage, keeps_what_was_damaged_last) {
         replace(database(), "damage number " + std::to_string(i));
         if (i == 2) replace(database().string() + "-wal", "log");
         EXPECT_EQ(errors_of([this] { write("key", true); }), put_aside("file is not a database"));
-        EXPECT_EQ(contents(aside()), "damage number " + std::to_string(i));
+        EXPECT_EQ(read_file(aside()), "damage number " + std::to_string(i));
         EXPECT_EQ(fs::exists(aside().string() + "-wal"), i == 2);
     }
 }
@@ -238,7 +239,7 @@ TEST_F(StoreDamage, that_another_process_has_put_aside_meanwhile_is_not_put_asid
     busy.reset();
     late.join();
     EXPECT_EQ(said, "");
-    EXPECT_EQ(contents(aside()), "damage");
+    EXPECT_EQ(read_file(aside()), "damage");
     EXPECT_TRUE(same(*read("key"), true));
     EXPECT_TRUE(same(*read("late"), true));
 }
@@ -289,8 +290,8 @@ TEST_F(StoreDamage, that_cannot_be_put_aside_is_left_with_its_log) {
     store.change(kApp, {{"key", true}});
     EXPECT_EQ(errors_of([&store] { EXPECT_FALSE(store.synchronize(kApp)); }),
               "*** texprobe records: cannot use " + database().string() + ": Is a directory\n");
-    EXPECT_EQ(contents(database()), "damage");
-    EXPECT_EQ(contents(database().string() + "-wal"), "log");
+    EXPECT_EQ(read_file(database()), "damage");
+    EXPECT_EQ(read_file(database().string() + "-wal"), "log");
     errors_of([&store] { store.close(); });
 }
 

@@ -18,6 +18,7 @@ using texprobe::platform::Status;
 using texprobe::tests::errors_of;
 using texprobe::tests::in_child;
 using texprobe::tests::kAnotherUser;
+using texprobe::tests::read_file;
 using texprobe::tests::RecordStore;
 using texprobe::tests::same;
 
@@ -134,7 +135,7 @@ TEST_F(StoreFiles, that_are_not_a_store_keep_their_modes) {
     EXPECT_EQ(mode_of(directory()), 0755u);
     // A writer creates a store in place of the link and leaves its target alone.
     errors_of([this] { write("key", true); });
-    EXPECT_EQ(contents(letter), "Dear reader, this is a text and no database.");
+    EXPECT_EQ(read_file(letter), "Dear reader, this is a text and no database.");
     EXPECT_EQ(mode_of(letter), 0644u);
     EXPECT_TRUE(fs::is_symlink(aside()));
     EXPECT_TRUE(same(*read("key"), true));

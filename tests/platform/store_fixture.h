@@ -6,20 +6,19 @@
 #include <RecordStore/record_store.h>
 #include <gtest/gtest.h>
 #include <sqlite3.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <chrono>
 #include <filesystem>
-#include <fstream>
 #include <functional>
 #include <memory>
-#include <sstream>
 #include <stdexcept>
 #include <string>
 
 #include "platform/scratch_folder.h"
+#include "support/process.h"
 #include "support/same_value.h"
+#include "support/text.h"
 
 namespace texprobe::tests {
 
@@ -58,15 +57,10 @@ inline std::string errors_of(const std::function<void()>& action) {
 /// Runs `action` in a separate process, as an ordinary user if this one is root. True if it
 /// returned true and did not die.
 inline bool in_child(const std::function<bool()>& action, uid_t user = geteuid()) {
-    std::fflush(nullptr);
-    const pid_t child = fork();
-    if (child == 0) {
-        const bool became = user == geteuid() || setresuid(user, user, user) == 0;
-        _exit(became && action() ? 0 : 1);
-    }
-    int status = 0;
-    waitpid(child, &status, 0);
-    return status == 0;
+    return status_of(start([&] {
+               const bool became = user == geteuid() || setresuid(user, user, user) == 0;
+               return became && action() ? 0 : 1;
+           })) == 0;
 }
 
 /// A user other than root, and probably other than the one who runs the tests.
@@ -81,14 +75,6 @@ protected:
     std::filesystem::path directory() const { return config() / "texprobe"; }
     std::filesystem::path database() const { return directory() / "records.sqlite3"; }
     std::filesystem::path aside() const { return database().string() + ".damaged"; }
-
-    /// All bytes of a file.
-    static std::string contents(const std::filesystem::path& path) {
-        std::ifstream file(path, std::ios::binary);
-        std::ostringstream text;
-        text << file.rdbuf();
-        return text.str();
-    }
 
     std::string rows(const std::string& sql) const { return query(database(), sql); }
 

@@ -14,8 +14,11 @@ namespace fs = std::filesystem;
 using namespace std::chrono_literals;
 using texprobe::tests::in_child;
 using texprobe::tests::query;
+using texprobe::tests::read_file;
 using texprobe::tests::RecordStore;
 using texprobe::tests::same;
+using texprobe::tests::start;
+using texprobe::tests::status_of;
 
 class StoreProcesses : public texprobe::tests::StoreFixture {
 protected:
@@ -33,25 +36,18 @@ TEST_F(StoreProcesses, lose_nothing_of_each_other) {
     constexpr int kRecords = 25;
     std::vector<pid_t> children;
     for (int i = 0; i < kProcesses; ++i) {
-        const pid_t child = fork();
-        if (child != 0) {
-            children.push_back(child);
-            continue;
-        }
-        RecordStore store(directory());
-        bool good = true;
-        for (int j = 0; j < kRecords; ++j) {
-            store.change(kApp, {{std::to_string(kRecords * i + j), true}});
-            good = store.synchronize(kApp) && good;
-        }
-        store.close();
-        _exit(good ? 0 : 1);
+        children.push_back(start([&] {
+            RecordStore store(directory());
+            bool good = true;
+            for (int j = 0; j < kRecords; ++j) {
+                store.change(kApp, {{std::to_string(kRecords * i + j), true}});
+                good = store.synchronize(kApp) && good;
+            }
+            store.close();
+            return good ? 0 : 1;
+        }));
     }
-    for (const pid_t child : children) {
-        int status = 0;
-        waitpid(child, &status, 0);
-        EXPECT_EQ(status, 0);
-    }
+    for (const pid_t child : children) EXPECT_EQ(status_of(child), 0);
     EXPECT_EQ(rows("SELECT count(*) FROM records"), "100\n");
     EXPECT_EQ(rows("PRAGMA integrity_check"), "ok\n");
 }
@@ -62,22 +58,15 @@ TEST_F(StoreProcesses, that_damage_meets_together_put_it_aside_once) {
         std::ofstream(database()) << "damage";
         std::vector<pid_t> children;
         for (int i = 0; i < 4; ++i) {
-            const pid_t child = fork();
-            if (child != 0) {
-                children.push_back(child);
-                continue;
-            }
-            close(STDERR_FILENO);
-            write(std::to_string(i), true);
-            _exit(0);
+            children.push_back(start([&] {
+                close(STDERR_FILENO);
+                write(std::to_string(i), true);
+                return 0;
+            }));
         }
-        for (const pid_t child : children) {
-            int status = 0;
-            waitpid(child, &status, 0);
-            EXPECT_EQ(status, 0);
-        }
+        for (const pid_t child : children) EXPECT_EQ(status_of(child), 0);
         EXPECT_EQ(rows("SELECT count(*) FROM records"), "4\n");
-        EXPECT_EQ(contents(aside()), "damage");
+        EXPECT_EQ(read_file(aside()), "damage");
         fs::remove_all(config());
     }
 }
@@ -86,12 +75,11 @@ TEST_F(StoreProcesses, that_are_killed_while_they_hold_the_lock_free_it) {
     write("key", true);
     int ends[2];
     ASSERT_EQ(pipe(ends), 0);
-    const pid_t child = fork();
-    if (child == 0) {
+    const pid_t child = start([&] {
         const bool locked = lock_database();
         if (::write(ends[1], locked ? "1" : "0", 1) == 1) pause();
-        _exit(1);
-    }
+        return 1;
+    });
     char locked = '?';
     ASSERT_EQ(::read(ends[0], &locked, 1), 1);
     EXPECT_EQ(locked, '1');
@@ -101,7 +89,7 @@ TEST_F(StoreProcesses, that_are_killed_while_they_hold_the_lock_free_it) {
     EXPECT_FALSE(impatient.synchronize(kApp));
     testing::internal::GetCapturedStderr();
     kill(child, SIGKILL);
-    waitpid(child, nullptr, 0);
+    status_of(child);
     EXPECT_TRUE(impatient.synchronize(kApp));
     EXPECT_TRUE(same(*read("key"), true));
     close(ends[0]);
@@ -193,11 +181,10 @@ TEST_F(Forks, do_not_wait_for_a_lock_that_another_thread_waits_for) {
     while (!waits) std::this_thread::yield();
     std::this_thread::sleep_for(100ms);
     const auto begin = std::chrono::steady_clock::now();
-    const pid_t child = fork();
-    if (child == 0) _exit(0);
+    const pid_t child = start([] { return 0; });
     // The other thread waits for a second.
     EXPECT_LT(std::chrono::steady_clock::now() - begin, 500ms);
-    waitpid(child, nullptr, 0);
+    status_of(child);
     busy.join();
     testing::internal::GetCapturedStderr();
     sqlite3_close(holder);

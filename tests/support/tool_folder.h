@@ -8,19 +8,10 @@
 #include <string>
 #include <vector>
 
+#include "support/process.h"
+#include "support/text.h"
+
 namespace texprobe::tests {
-
-/// The result of a process: its wait status and everything that it wrote.
-struct Finished {
-    int status = 0;
-    std::string out;
-    std::string err;
-
-    bool exited_with(int code) const;
-};
-
-/// Environment variables, each "NAME=value". Nothing is inherited from the test's own environment.
-using Environment = std::vector<std::string>;
 
 /// One record as its type and text, such as "boolean 1" or "string Mesa".
 using Records = std::map<std::string, std::string>;
@@ -52,9 +43,6 @@ public:
 private:
     std::filesystem::path path_;
 };
-
-/// The lines of a text, without their line feeds.
-std::vector<std::string> lines(const std::string& text);
 
 }  // namespace texprobe::tests
 
