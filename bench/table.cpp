@@ -1,5 +1,7 @@
 // Prints texprobe's speed and memory as ratios to their baselines, and writes them as JSON. Usage:
-// texprobe_bench_table [--rounds N] [--json FILE]
+// texprobe_bench_table [--rounds N] [--json FILE] [--before FOLDER]
+// FOLDER is bench/ of another version's build: what users feel is then measured for both versions
+// in the same rounds.
 
 #include <algorithm>
 #include <cstdio>
@@ -7,6 +9,7 @@
 #include <cstring>
 #include <filesystem>
 #include <functional>
+#include <optional>
 #include <random>
 #include <sstream>
 #include <string>
@@ -123,11 +126,12 @@ Row cpu_row(const char* what, const Runs& subject, const Runs& baseline) {
                   0.0);
 }
 
-/// All runs of whole processes.
-struct Processes {
-    Runs first, firstInMemory, bare, bareWithWrites, floor, second, eglinfo;
+/// One version's runs, as its users feel them.
+struct Version {
+    Runs first, second;
     std::vector<double> contextMilliseconds;
     std::vector<double> constructionMilliseconds;
+    std::vector<double> synchronizeMicroseconds;
 
     void add_client(const ProcessRun& run) {
         std::istringstream times(run.output);
@@ -139,38 +143,85 @@ struct Processes {
     }
 };
 
-Processes run_processes(const fs::path& folder, int rounds) {
-    const ProgramFolder onDisk(folder, {folder / "texprobe_for_bench"});
+using Steps = std::vector<std::function<void()>>;
+
+/// The programs of one version, with records on the disk of `parent`.
+class Programs {
+public:
+    Programs(const fs::path& parent, const fs::path& build)
+        : onDisk_(parent, {build / "texprobe_for_bench"}),
+          application_(parent, {build / "client", build / "texprobe_for_bench"}),
+          store_(parent, {build / "records_tool"}) {
+        run_process({tool()});
+    }
+
+    void add_steps(Version* version, Steps* steps) const {
+        steps->push_back([this, version] {
+            onDisk_.remove_records();
+            version->first.add(run_process({onDisk_ / "texprobe_for_bench"}));
+        });
+        steps->push_back([this, version] { version->second.add(run_process({tool()})); });
+        steps->push_back([this, version] {
+            version->add_client(run_process({application_ / "client", tool()}));
+        });
+        steps->push_back([this, version] {
+            const ProcessRun run = run_process({store_ / "records_tool", "synchronize", "21"});
+            version->synchronizeMicroseconds.push_back(number(run.output) * 1e6);
+        });
+    }
+
+private:
+    std::string tool() const { return application_ / "texprobe_for_bench"; }
+
+    ProgramFolder onDisk_, application_, store_;
+};
+
+/// All runs of whole processes.
+struct Processes {
+    Version present, before;
+    Runs firstInMemory, firstWithoutShaders, bare, bareWithWrites, floor, eglinfo;
+};
+
+/// With a folder of compiled shaders of its own, which is empty, as a user's is in a first run.
+ProcessRun run_without_shaders(const std::string& tool, const std::string& folder) {
+    fs::remove_all(folder);
+    setenv("MESA_SHADER_CACHE_DIR", folder.c_str(), 1);
+    ProcessRun run = run_process({tool});
+    unsetenv("MESA_SHADER_CACHE_DIR");
+    return run;
+}
+
+Processes run_processes(const fs::path& folder, const fs::path& before, int rounds) {
+    const Programs programs(folder, folder);
+    std::optional<Programs> programsBefore;
+    if (!before.empty()) programsBefore.emplace(folder, before);
     const ProgramFolder inMemory("/dev/shm", {folder / "texprobe_for_bench"});
-    const ProgramFolder application(folder, {folder / "client", folder / "texprobe_for_bench"});
-    const std::string tool = application / "texprobe_for_bench";
-    run_process({tool});
+    const ProgramFolder onDisk(folder, {folder / "texprobe_for_bench"});
 
     Processes all;
     const auto bareMeasurement = folder / "bare_measurement";
-    std::vector<std::function<void()>> steps = {
-        [&] {
-            onDisk.remove_records();
-            all.first.add(run_process({onDisk / "texprobe_for_bench"}));
-        },
+    Steps steps = {
         [&] {
             inMemory.remove_records();
             all.firstInMemory.add(run_process({inMemory / "texprobe_for_bench"}));
+        },
+        [&] {
+            onDisk.remove_records();
+            all.firstWithoutShaders.add(
+                run_without_shaders(onDisk / "texprobe_for_bench", onDisk / "shaders"));
         },
         [&] { all.bare.add(run_process({bareMeasurement})); },
         [&] {
             all.bareWithWrites.add(run_process({bareMeasurement, onDisk / ""}));
         },
         [&] { all.floor.add(run_process({folder / "floor_measurement"})); },
-        [&] { all.second.add(run_process({tool})); },
         // eglinfo fails if one of the window systems is missing.
         [&] {
             all.eglinfo.add(run_foreign_process({"eglinfo", "-B"}));
         },
-        [&] {
-            all.add_client(run_process({application / "client", tool}));
-        },
     };
+    programs.add_steps(&all.present, &steps);
+    if (programsBefore) programsBefore->add_steps(&all.before, &steps);
     std::mt19937 random;
     for (int round = 0; round < rounds; ++round) {
         // The order changes, because the program before may have left the disk busy.
@@ -180,27 +231,41 @@ Processes run_processes(const fs::path& folder, int rounds) {
     return all;
 }
 
-void measure_processes(const fs::path& folder, int rounds, std::vector<Row>* rows) {
-    const Processes all = run_processes(folder, rounds);
-    rows->push_back(time_row("whole first run : bare measurement", all.first, all.bare, 1.05));
-    rows->push_back(time_row("whole first run : floor", all.first, all.floor, 1.10));
-    rows->push_back(time_row("second run : eglinfo -B", all.second, all.eglinfo, 1.0));
-    rows->push_back(row_of("client construction : creating the application's context",
-                           median(all.constructionMilliseconds), median(all.contextMilliseconds),
-                           "ms", 0.05));
-    rows->push_back(row_of("peak memory of a first run : bare measurement",
-                           median(all.first.peakMiB), median(all.bare.peakMiB), "MiB", 1.05));
+/// This version against another one.
+void add_before(const Version& present, const Version& before, std::vector<Row>* rows) {
+    rows->push_back(time_row("first run : before", present.first, before.first, 0.0));
+    rows->push_back(time_row("second run : before", present.second, before.second, 0.0));
+    rows->push_back(row_of("client construction : before", median(present.constructionMilliseconds),
+                           median(before.constructionMilliseconds), "ms", 0.0));
+    rows->push_back(row_of("one synchronize of one record : before",
+                           median(present.synchronizeMicroseconds),
+                           median(before.synchronizeMicroseconds), "us", 0.0));
+}
+
+void measure_processes(const fs::path& folder, const fs::path& before, int rounds,
+                       std::vector<Row>* rows) {
+    const Processes all = run_processes(folder, before, rounds);
+    const Version& present = all.present;
     rows->push_back(
-        time_row("whole first run : bare measurement with a disk write before each test", all.first,
-                 all.bareWithWrites, 0.0));
+        time_row("whole first run : bare measurement with a disk write before each test",
+                 present.first, all.bareWithWrites, 1.12));
+    rows->push_back(time_row("second run : eglinfo -B", present.second, all.eglinfo, 1.10));
+    rows->push_back(row_of("client construction : creating the application's context",
+                           median(present.constructionMilliseconds),
+                           median(present.contextMilliseconds), "ms", 0.03));
+    rows->push_back(row_of("peak memory of a first run : bare measurement",
+                           median(present.first.peakMiB), median(all.bare.peakMiB), "MiB", 1.05));
+    rows->push_back(time_row("whole first run : bare measurement", present.first, all.bare, 0.0));
+    rows->push_back(time_row("whole first run : floor", present.first, all.floor, 0.0));
+    rows->push_back(time_row("first run without compiled shaders : with them",
+                             all.firstWithoutShaders, present.first, 0.0));
     rows->push_back(time_row("first run, records in memory : bare measurement", all.firstInMemory,
                              all.bare, 0.0));
-    rows->push_back(
-        time_row("first run, records in memory : floor", all.firstInMemory, all.floor, 0.0));
-    rows->push_back(time_row("bare measurement : floor", all.bare, all.floor, 0.0));
     rows->push_back(cpu_row("processor time, first run in memory : bare measurement",
                             all.firstInMemory, all.bare));
-    rows->push_back(cpu_row("processor time, second run : eglinfo -B", all.second, all.eglinfo));
+    rows->push_back(
+        cpu_row("processor time, second run : eglinfo -B", present.second, all.eglinfo));
+    if (!before.empty()) add_before(present, all.before, rows);
 }
 
 void print_cells(const std::vector<Cell>& cells) {
@@ -261,9 +326,11 @@ void write_json(const std::string& path, const std::vector<Row>& rows,
 int main(int argc, char** argv) {
     int rounds = 25;
     std::string json = "texprobe_bench.json";
+    fs::path before;
     for (int i = 1; i + 1 < argc; i += 2) {
         if (std::strcmp(argv[i], "--rounds") == 0) rounds = std::max(1, std::atoi(argv[i + 1]));
         if (std::strcmp(argv[i], "--json") == 0) json = argv[i + 1];
+        if (std::strcmp(argv[i], "--before") == 0) before = argv[i + 1];
     }
     const fs::path folder = fs::read_symlink("/proc/self/exe").parent_path();
     std::vector<Row> rows;
@@ -271,7 +338,7 @@ int main(int argc, char** argv) {
     const std::vector<Cell> cells = measure_inside(folder, rounds, &storeRow);
     add_kernels(cells, &rows);
     rows.insert(rows.end(), storeRow.begin(), storeRow.end());
-    measure_processes(folder, rounds, &rows);
+    measure_processes(folder, before, rounds, &rows);
     print_cells(cells);
     print_rows(rows);
     write_json(json, rows, cells);

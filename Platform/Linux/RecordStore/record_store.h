@@ -99,6 +99,7 @@ private:
     /// Stays open after the first write. Reads before that open a database of their own.
     Database database_;
     Identity identity_;
+    bool isKnownAsOurs_ = false;
     std::set<Status::Kind> reported_;
 };
 
