@@ -13,6 +13,7 @@
 #include "TexProbe/distance.h"
 #include "TexProbe/pattern.h"
 #include "opencv_distance.h"
+#include "support/formats.h"
 
 namespace texprobe::bench {
 
@@ -20,27 +21,11 @@ namespace {
 
 using Image = std::shared_ptr<std::vector<std::uint8_t>>;
 
-constexpr struct {
-    unsigned internalFormat;
-    const char* name;
-} kFormats[] = {
-    {GL_LUMINANCE8, "LUMINANCE8"},
-    {GL_LUMINANCE8_ALPHA8, "LUMINANCE8_ALPHA8"},
-    {GL_RGB8, "RGB8"},
-    {GL_RGBA8, "RGBA8"},
-    {GL_LUMINANCE16, "LUMINANCE16"},
-    {GL_LUMINANCE16_ALPHA16, "LUMINANCE16_ALPHA16"},
-    {GL_RGB16, "RGB16"},
-    {GL_RGBA16, "RGBA16"},
-    {GL_LUMINANCE16F_ARB, "LUMINANCE16F"},
-    {GL_LUMINANCE_ALPHA16F_ARB, "LUMINANCE_ALPHA16F"},
-    {GL_RGB16F_ARB, "RGB16F"},
-    {GL_RGBA16F_ARB, "RGBA16F"},
-    {GL_LUMINANCE32F_ARB, "LUMINANCE32F"},
-    {GL_LUMINANCE_ALPHA32F_ARB, "LUMINANCE_ALPHA32F"},
-    {GL_RGB32F_ARB, "RGB32F"},
-    {GL_RGBA32F_ARB, "RGBA32F"},
-};
+/// A format's name without OpenGL's prefix and suffix.
+std::string short_name(std::string name) {
+    name.erase(0, sizeof("GL_") - 1);
+    return name.substr(0, name.find("_ARB"));
+}
 
 /// An image with one extra element, which the luminance-alpha comparison reads.
 Image make_image(const Layout& layout) {
@@ -175,14 +160,14 @@ std::uint64_t compared_channels(unsigned format, bool isDownload) {
 std::vector<Cell> make_cells() {
     const Layout frame{GL_RGBA, GL_UNSIGNED_BYTE, 4};
     std::vector<Cell> cells;
-    for (const auto& format : kFormats) {
+    for (const tests::Format& format : tests::kFormats) {
         Layout layout{};
         if (!best_pixel_format(format.internalFormat, &layout.format, &layout.type,
                                &layout.bytesPerPixel)) {
             std::abort();
         }
         const Image pattern = make_pattern(layout);
-        const std::string name = format.name;
+        const std::string name = short_name(format.name);
         cells.push_back(
             make_cell(name + "/upload", layout, pattern, frame, draw(*pattern, layout)));
         expect_same_job(cells.back(), compared_channels(layout.format, false));
