@@ -305,7 +305,7 @@ int run_forget(const Arguments& arguments) {
     }
     for (const RecordSet& set : sets) std::cerr << set.id << '\n';
     if (!arguments.yes) {
-        if (!isatty(STDIN_FILENO)) {
+        if (!can_ask()) {
             throw UsageError("nobody can be asked here; --yes removes these record sets unasked");
         }
         if (!ask("Remove these record sets?")) return 1;

@@ -150,7 +150,7 @@ private:
         }
         if (end.isLeftBehind) {
             watcher_.left_behind(watch.process());
-        } else {
+        } else if (watch.is_remembered()) {
             write_running_tool(0);
         }
         lastEnd_ = "texprobe " + describe_end(end);

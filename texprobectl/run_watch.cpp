@@ -42,7 +42,14 @@ std::size_t count_done(const FlagsByID& flags) {
 
 void RunWatch::started(int processID) {
     process_ = processID;
-    write_running_tool(processID);
+    remember_process();
+}
+
+/// An earlier tool that still has the turn stays remembered, so that it can be offered again.
+void RunWatch::remember_process() {
+    if (isRemembered_) return;
+    const int earlier = read_running_tool();
+    if (earlier == 0 || turn_holder() != earlier) isRemembered_ = write_running_tool(process_);
 }
 
 bool RunWatch::line(Stream, std::string_view text) {
@@ -69,6 +76,7 @@ RunObserver::Wish RunWatch::look() {
     // Once a second is enough to see who has the turn, and to move the time left.
     if (++looks_ % 10 != 0) return Wish::kGoOn;
     if (waits_for_other()) return Wish::kGoOnAnew;
+    remember_process();
     tell_progress();
     return Wish::kGoOn;
 }

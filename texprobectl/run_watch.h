@@ -31,6 +31,8 @@ public:
     Wish look() override;
 
     int process() const { return process_; }
+    /// Whether the next `measure` would find this run's process, if this one were killed.
+    bool is_remembered() const { return isRemembered_; }
     /// The verdicts that the tool has said, by identifier.
     const FlagsByID& said() const { return said_; }
     /// The last thing that it complained about; empty if it did not.
@@ -38,6 +40,7 @@ public:
     const std::string& current_id() const { return currentID_; }
 
 private:
+    void remember_process();
     void tell_progress();
     bool waits_for_other();
 
@@ -47,6 +50,7 @@ private:
     const std::size_t doneAtBegin_;
     MeasureWatcher& watcher_;
     int process_ = 0;
+    bool isRemembered_ = false;
     std::string currentID_;
     std::string trouble_;
     std::set<int> waitedFor_;

@@ -38,11 +38,16 @@ Terminal look_at_terminal(int descriptor) {
     return terminal;
 }
 
+bool can_ask() {
+    return isatty(STDIN_FILENO) && isatty(STDERR_FILENO);
+}
+
 bool ask(const std::string& question) {
-    if (!isatty(STDIN_FILENO) || !isatty(STDERR_FILENO)) return false;
+    if (!can_ask()) return false;
     std::cerr << question << " [y/N] " << std::flush;
     std::string answer;
-    std::getline(std::cin, answer);
+    // Without an answer, nobody has ended the line.
+    if (!std::getline(std::cin, answer)) std::cerr << '\n';
     return answer == "y" || answer == "Y" || answer == "yes";
 }
 

@@ -20,6 +20,8 @@ struct Terminal {
 /// `descriptor` is 1 or 2.
 Terminal look_at_terminal(int descriptor);
 
+bool can_ask();
+
 /// Asks on the terminal; false without one.
 bool ask(const std::string& question);
 

@@ -2,15 +2,25 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
+
 namespace texprobe::ctl {
 
 namespace {
 
+std::string test_name(const Cell& cell) {
+    return fmt::format("{} {}", kFormats[cell.format].name, kCapabilities[cell.capability].words);
+}
+
+std::size_t longest_test_name() {
+    std::size_t longest = 0;
+    for_each_cell([&](const Cell& cell) { longest = std::max(longest, test_name(cell).size()); });
+    return longest;
+}
+
 std::string describe_death(const std::string& rendererID, const std::optional<Cell>& cell,
                            const Cause& cause) {
-    const std::string where = cell ? fmt::format("{} {}", kFormats[cell->format].name,
-                                                 kCapabilities[cell->capability].words)
-                                   : std::string("outside a test");
+    const std::string where = cell ? test_name(*cell) : "outside a test";
     return fmt::format("{}: {}: {}", rendererID, where, describe(cause));
 }
 
@@ -79,21 +89,12 @@ public:
         : View(stream, isInterrupted), terminal_(terminal) {}
 
     void progress(const MeasureProgress& progress) override {
-        constexpr int kBarWidth = 20;
-        const double share = progress.all == 0 ? 0.0
-                                               : static_cast<double>(progress.done) /
-                                                     static_cast<double>(progress.all);
-        const auto filled = static_cast<std::size_t>(share * kBarWidth);
-        const std::string test = progress.cell
-                                     ? fmt::format("{} {}", kFormats[progress.cell->format].name,
-                                                   kCapabilities[progress.cell->capability].words)
-                                     : "setting up";
+        const std::string test = progress.cell ? test_name(*progress.cell) : "setting up";
         const std::string left = progress.secondsLeft && progress.done < progress.all
                                      ? fmt::format(", {}:{:02} left", *progress.secondsLeft / 60,
                                                    *progress.secondsLeft % 60)
                                      : "";
-        draw(fmt::format("[{}{}] {}/{}{}  {} {}", std::string(filled, '#'),
-                         std::string(kBarWidth - filled, '.'), progress.done, progress.all, left,
+        draw(fmt::format("{}{}/{}{}  {} {}", bar(progress), progress.done, progress.all, left,
                          progress.rendererID, test));
     }
     void died(const std::string& rendererID, const std::optional<Cell>& cell,
@@ -109,6 +110,20 @@ protected:
     }
 
 private:
+    /// As wide as the longest name of a test and most of an hour leave room for; empty where that
+    /// is too little.
+    std::string bar(const MeasureProgress& progress) const {
+        constexpr std::size_t kMost = 20;
+        constexpr std::size_t kLeast = 3;
+        const std::size_t others =
+            fmt::format("[] {0}/{0}, 59:59 left  {1} ", progress.all, progress.rendererID).size() +
+            longest_test_name();
+        const auto width = static_cast<std::size_t>(terminal_.width - 1);
+        if (width < others + kLeast) return {};
+        const std::size_t most = std::min(kMost, width - others);
+        const std::size_t filled = progress.all == 0 ? 0 : most * progress.done / progress.all;
+        return fmt::format("[{}{}] ", std::string(filled, '#'), std::string(most - filled, '.'));
+    }
     void draw(const std::string& text) {
         const std::string line = shortened(text, terminal_.width - 1);
         if (line == line_) return;

@@ -62,8 +62,8 @@ std::string describe_state(const RecordSet& set) {
     return "without the driver's strings";
 }
 
-std::string short_driver(const RecordSet& set) {
-    std::string text = set.glVersion.value_or("unknown");
+std::string short_driver(const std::optional<std::string>& glVersion) {
+    std::string text = glVersion.value_or("unknown");
     constexpr std::string_view kProfile = "(Compatibility Profile) ";
     const std::size_t at = text.find(kProfile);
     if (at != std::string::npos) text.erase(at, kProfile.size());

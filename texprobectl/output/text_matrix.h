@@ -4,6 +4,7 @@
 #define TEXPROBECTL_TEXT_MATRIX_H
 
 #include <functional>
+#include <optional>
 #include <ostream>
 #include <string>
 
@@ -33,7 +34,7 @@ void write_matrix(const std::function<Shown(const Cell&)>& show, const Terminal&
 std::string describe_state(const RecordSet& set);
 
 /// "4.5 Mesa 22.3.6": without what every driver of a compatibility profile says.
-std::string short_driver(const RecordSet& set);
+std::string short_driver(const std::optional<std::string>& glVersion);
 
 std::string renderer_name(const RecordSet& set);
 

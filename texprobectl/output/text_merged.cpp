@@ -37,7 +37,7 @@ Shown show_counts(const VerdictCounts& counts) {
 
 std::string name_driver(const Driver& driver) {
     return fmt::format("{}\n  {}, build {}", driver.renderer.value_or("unknown renderer"),
-                       driver.glVersion.value_or("unknown driver"), driver.systemBuild);
+                       short_driver(driver.glVersion), driver.systemBuild);
 }
 
 /// "GL_RGBA8 (set, reset)" for each format that fails anywhere on this driver.

@@ -48,16 +48,16 @@ public:
         for (const RecordSet& set : all) {
             columns.id = std::max(columns.id, short_id(set, all).size());
             columns.renderer = std::max(columns.renderer, renderer_name(set).size());
-            columns.driver = std::max(columns.driver, short_driver(set).size());
+            columns.driver = std::max(columns.driver, short_driver(set.glVersion).size());
             columns.build = std::max(columns.build, set.systemBuild.size());
+            columns.state = std::max(columns.state, list_state(set).size());
         }
         fit(&columns);
         write_row(columns, "#", "id", "renderer", "driver", "build", "measured");
         std::size_t number = 0;
         for (const RecordSet& set : all) {
-            const std::string state = describe_state(set) + (set.isPresent ? ", present" : "");
             write_row(columns, std::to_string(++number), short_id(set, all), renderer_name(set),
-                      short_driver(set), set.systemBuild, state);
+                      short_driver(set.glVersion), set.systemBuild, list_state(set));
         }
     }
 
@@ -113,21 +113,36 @@ private:
         std::size_t id = 2;
         std::size_t renderer = 8;
         std::size_t driver = 6;
+        /// 0: left out.
         std::size_t build = 5;
+        std::size_t state = 8;
+
+        std::size_t all() const {
+            return 2 + 2 + id + 2 + renderer + 2 + driver + (build == 0 ? 0 : 2 + build) + 2 +
+                   state;
+        }
     };
 
-    /// On a terminal, the names give way first; what tells sets apart stays.
+    static std::string list_state(const RecordSet& set) {
+        return describe_state(set) + (set.isPresent ? ", present" : "");
+    }
+
+    /// On a terminal, the names give way first, then the build, which is in the identifier where it
+    /// tells sets apart. A set whose identifier is cut has its number.
     void fit(Columns* columns) const {
         if (!terminal_.isTerminal) return;
-        constexpr std::size_t kLeast = 10;
-        constexpr std::size_t kRest = 4 + 4 * 2 + 17;
         const auto width = static_cast<std::size_t>(terminal_.width);
-        for (std::size_t* column : {&columns->renderer, &columns->driver, &columns->build}) {
-            const std::size_t used =
-                kRest + columns->id + columns->renderer + columns->driver + columns->build;
-            if (used <= width) return;
-            *column = std::max(kLeast, *column - std::min(*column, used - width));
-        }
+        const auto shorten = [&](std::size_t* column) {
+            constexpr std::size_t kLeast = 10;
+            const std::size_t over = columns->all() - std::min(columns->all(), width);
+            if (over > 0 && *column > kLeast) {
+                *column = std::max(kLeast, *column - std::min(*column, over));
+            }
+        };
+        for (auto* column : {&columns->renderer, &columns->driver, &columns->build})
+            shorten(column);
+        if (columns->all() > width) columns->build = 0;
+        shorten(&columns->id);
     }
 
     void write_row(const Columns& columns, const std::string& number, const std::string& id,
@@ -136,10 +151,9 @@ private:
         const auto cut = [&](const std::string& text, std::size_t width) {
             return fmt::format("{:<{}}", shortened(text, static_cast<int>(width)), width);
         };
-        stream_ << fmt::format("{:>2}  {}  {}  {}  {}  {}\n", number,
-                               fmt::format("{:<{}}", id, columns.id),
+        stream_ << fmt::format("{:>2}  {}  {}  {}  {}{}\n", number, cut(id, columns.id),
                                cut(renderer, columns.renderer), cut(driver, columns.driver),
-                               cut(build, columns.build), state);
+                               columns.build == 0 ? "" : cut(build, columns.build) + "  ", state);
     }
 
     void write_heading(const RecordSet& set) {
@@ -161,9 +175,9 @@ private:
 
     void write_pair(const ComparedSets& pair) {
         stream_ << fmt::format("A: {}\n   {}, {}\n", pair.a.id, renderer_name(pair.a),
-                               short_driver(pair.a));
+                               short_driver(pair.a.glVersion));
         stream_ << fmt::format("B: {}\n   {}, {}\n\n", pair.b.id, renderer_name(pair.b),
-                               short_driver(pair.b));
+                               short_driver(pair.b.glVersion));
         stream_ << fmt::format("{:<41}{:>10}{:>10}\n", "", "A", "B");
         for (const Difference& difference : pair.differences) {
             stream_ << fmt::format("{:<41}", cell_name(difference.cell));
