@@ -1,34 +1,45 @@
 # bash completion for texprobectl(1)
 
+# Of the lines of its input, those that begin with $1 are candidates. Nothing in them is expanded.
+_texprobectl_offer()
+{
+    local candidate
+    while IFS= read -r candidate; do
+        case $candidate in
+            "$1"*) COMPREPLY+=("$candidate") ;;
+        esac
+    done
+}
+
 _texprobectl()
 {
-    local cur=${COMP_WORDS[COMP_CWORD]} prev=${COMP_WORDS[COMP_CWORD-1]} command=${COMP_WORDS[1]}
-    local words=""
+    local program=$1 cur=${COMP_WORDS[COMP_CWORD]} prev=${COMP_WORDS[COMP_CWORD-1]}
+    local command=${COMP_WORDS[1]} words=()
     COMPREPLY=()
     if [ "$COMP_CWORD" -eq 1 ]; then
-        words="measure list show compare export report merge forget doctor --help --version"
-        COMPREPLY=($(compgen -W "$words" -- "$cur"))
+        words=(measure list show compare export report merge forget doctor --help --version)
+        _texprobectl_offer "$cur" < <(printf '%s\n' "${words[@]}")
         return
     fi
     case $prev in
-        -o|--tool) COMPREPLY=($(compgen -f -- "$cur")); return ;;
+        -o|--tool) _texprobectl_offer "$cur" < <(compgen -f -- "$cur"); return ;;
         --timeout|--attempts) return ;;
     esac
     case $command in
-        measure) words="--tool --timeout --attempts --help" ;;
-        list|doctor) words="--json --help" ;;
-        show|compare|merge) words="--json --help" ;;
-        export) words="--present -o --help" ;;
-        report) words="-o --help" ;;
-        forget) words="--all --outdated --yes --help" ;;
+        measure) words=(--tool --timeout --attempts) ;;
+        list|doctor|show|compare|merge) words=(--json) ;;
+        export) words=(--present -o) ;;
+        report) words=(-o) ;;
+        forget) words=(--all --outdated --yes) ;;
     esac
+    _texprobectl_offer "$cur" < <(printf '%s\n' "${words[@]}" --help)
     case $command in
         show|compare|export|report|forget)
-            words="$words $(texprobectl list 2>/dev/null | awk '$1 ~ /^[0-9]+$/ { print $2 }')" ;;
+            _texprobectl_offer "$cur" \
+                < <("$program" list 2>/dev/null | awk '$1 ~ /^[0-9]+$/ { print $2 }') ;;
     esac
-    COMPREPLY=($(compgen -W "$words" -- "$cur"))
     case $command in
-        compare|report|merge) COMPREPLY+=($(compgen -f -- "$cur")) ;;
+        compare|report|merge) _texprobectl_offer "$cur" < <(compgen -f -- "$cur") ;;
     esac
 }
 complete -o filenames -F _texprobectl texprobectl

@@ -1,7 +1,8 @@
 # fish completion for texprobectl(1)
 
 function __texprobectl_sets
-    texprobectl list 2>/dev/null | awk '$1 ~ /^[0-9]+$/ { print $2 }'
+    set -l program (commandline -opc)[1]
+    $program list 2>/dev/null | awk '$1 ~ /^[0-9]+$/ { print $2 }'
 end
 
 set -l commands measure list show compare export report merge forget doctor

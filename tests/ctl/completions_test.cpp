@@ -1,0 +1,175 @@
+// The completions for bash, zsh and fish, in these shells: what they offer is what the program
+// takes.
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <functional>
+#include <regex>
+#include <set>
+
+#include "ctl/ctl_folder.h"
+#include "ctl/prepared_records.h"
+#include "ctl/terminal_run.h"
+
+namespace texprobe::tests {
+namespace {
+
+using testing::HasSubstr;
+
+using Words = std::set<std::string>;
+
+const std::vector<std::string> kCommands = {"measure", "list",  "show",   "compare", "export",
+                                            "report",  "merge", "forget", "doctor"};
+
+class Completion : public testing::Test {
+protected:
+    void SetUp() override {
+        folder_.prepare(SCRIPTED_TOOL, complete_set(kIDPrefix + "abcd1234.build-9", "1.0"));
+        std::filesystem::create_directory(folder_.file("files"));
+        write_file(folder_.file("files/ab.json"), "{}");
+        write_file(folder_.file("files/my file.json"), "{}");
+    }
+
+    /// The path of a shell; empty where it is not installed.
+    static std::string find_shell(const std::string& name) {
+        for (const char* folder : {"/bin/", "/usr/bin/", "/usr/local/bin/"}) {
+            if (access((folder + name).c_str(), X_OK) == 0) return folder + name;
+        }
+        return {};
+    }
+    Environment environment() const {
+        return {"PATH=" + folder_.path().string() + ":/usr/bin:/bin",
+                "HOME=" + folder_.path().string(), "TERM=dumb", "LC_ALL=C.UTF-8"};
+    }
+
+    /// What a command's help says that it takes; "-h" is another name of "--help".
+    Words options_of(const std::string& command) const {
+        const std::string help = folder_.ctl({command, "--help"}).out;
+        const std::regex option("^ +(-h,)?(-[-a-z]+)");
+        Words words;
+        for (const std::string& line : lines(help)) {
+            std::smatch match;
+            if (std::regex_search(line, match, option)) words.insert(match[2]);
+        }
+        return words;
+    }
+
+    /// Runs a shell's script in the folder of files; its lines.
+    std::vector<std::string> lines_of(const std::string& shell,
+                                      const std::vector<std::string>& options,
+                                      const std::string& script) const {
+        std::vector<std::string> arguments = options;
+        arguments.insert(arguments.end(),
+                         {"-c", "cd '" + folder_.file("files").string() + "'; " + script});
+        TerminalRun run(shell, arguments, environment());
+        run.finish();
+        return lines(run.shown());
+    }
+
+    CtlFolder folder_{CTL, SCRIPTED_TOOL};
+};
+
+/// What a shell offers behind these words.
+using Offer = std::function<Words(const std::vector<std::string>&)>;
+
+void expect_words_and_names(const Offer& offered) {
+    EXPECT_EQ(offered({"m"}), (Words{"measure", "merge"}));
+    EXPECT_EQ(offered({"--v"}), (Words{"--version"}));
+    for (const char* command : {"show", "export", "forget"}) {
+        EXPECT_EQ(offered({command, "ab"}), (Words{"abcd1234"})) << command;
+    }
+    for (const char* command : {"compare", "report"}) {
+        EXPECT_EQ(offered({command, "ab"}), (Words{"ab.json", "abcd1234"})) << command;
+    }
+    EXPECT_EQ(offered({"compare", "ab.json", "abc"}), (Words{"abcd1234"}));
+    EXPECT_EQ(offered({"merge", "ab"}), (Words{"ab.json"}));
+    EXPECT_EQ(offered({"merge", "my"}), (Words{"my file.json"}));
+    EXPECT_EQ(offered({"report", "-o", "ab"}), (Words{"ab.json"}));
+    EXPECT_EQ(offered({"export", "-o", "ab"}), (Words{"ab.json"}));
+    EXPECT_EQ(offered({"measure", "--tool", "ab"}), (Words{"ab.json"}));
+    EXPECT_EQ(offered({"measure", "--timeout", "ab"}), (Words{}));
+    EXPECT_EQ(offered({"list", "ab"}), (Words{}));
+}
+
+TEST_F(Completion, in_bash_offers_what_the_program_takes) {
+    const std::string shell = find_shell("bash");
+    if (shell.empty()) GTEST_SKIP() << "bash is not installed";
+    const Offer offered = [&](const std::vector<std::string>& words) {
+        // As bash calls it: with the words, the last of which is to be completed.
+        std::string script = "source '" COMPLETIONS "/texprobectl.bash'; COMP_WORDS=(texprobectl";
+        for (const std::string& word : words) script += " '" + word + "'";
+        script += "); COMP_CWORD=" + std::to_string(words.size()) +
+                  "; _texprobectl texprobectl; printf '%s\\n' \"${COMPREPLY[@]}\"";
+        Words candidates;
+        for (const std::string& line : lines_of(shell, {"--norc"}, script)) {
+            if (!line.empty()) candidates.insert(line);
+        }
+        return candidates;
+    };
+    expect_words_and_names(offered);
+    for (const std::string& command : kCommands) {
+        EXPECT_EQ(offered({command, "-"}), options_of(command)) << command;
+    }
+}
+
+TEST_F(Completion, in_fish_offers_what_the_program_takes) {
+    const std::string shell = find_shell("fish");
+    if (shell.empty()) GTEST_SKIP() << "fish is not installed";
+    const Offer offered = [&](const std::vector<std::string>& words) {
+        std::string line = "texprobectl";
+        for (const std::string& word : words) line += " " + word;
+        Words candidates;
+        // Behind a tab comes the description.
+        for (const std::string& candidate :
+             lines_of(shell, {"--no-config"},
+                      "source '" COMPLETIONS "/texprobectl.fish'; complete -C '" + line +
+                          "' | string replace -r '\\t.*' ''")) {
+            candidates.insert(candidate);
+        }
+        return candidates;
+    };
+    expect_words_and_names(offered);
+    for (const std::string& command : kCommands) {
+        EXPECT_EQ(offered({command, "-"}), options_of(command)) << command;
+    }
+}
+
+TEST_F(Completion, in_zsh_completes_what_the_program_takes) {
+    const std::string shell = find_shell("zsh");
+    if (shell.empty()) GTEST_SKIP() << "zsh is not installed";
+    TerminalRun run(shell, {"-f", "-i"}, environment(), 200);
+    // Instead of the program, a function shows what it is given.
+    run.type("cd '" + folder_.file("files").string() +
+             "'; fpath=('" COMPLETIONS
+             "' $fpath); autoload -U compinit; compinit -u -D; unsetopt BEEP\r");
+    run.type(
+        "texprobectl() { if [[ $* = list ]]; then command texprobectl list; else "
+        "print -r -- \"<${(j:|:)@}>\"; fi }; print rea''dy\r");
+    ASSERT_TRUE(run.waits_until("ready")) << run.shown();
+    const auto expect = [&](const std::string& typed, const std::string& taken) {
+        run.type("texprobectl " + typed + "\t\r");
+        EXPECT_TRUE(run.waits_until("<" + taken + ">")) << typed << '\n' << run.shown();
+    };
+    for (const std::string& command : kCommands) {
+        for (const std::string& option : options_of(command)) {
+            // All but its last letter, which "-o" has nothing before.
+            if (option.size() < 3) continue;
+            expect(command + " " + option.substr(0, option.size() - 1), command + "|" + option);
+        }
+    }
+    expect("meas", "measure");
+    expect("--vers", "--version");
+    expect("show ab", "show|abcd1234");
+    expect("compare abc", "compare|abcd1234");
+    expect("compare ab.", "compare|ab.json");
+    expect("forget --yes ab", "forget|--yes|abcd1234");
+    expect("merge my", "merge|my file.json");
+    expect("report abcd1234 -o ab", "report|abcd1234|-o|ab.json");
+    expect("measure --tool ab", "measure|--tool|ab.json");
+    run.type("exit\r");
+}
+
+}  // namespace
+}  // namespace texprobe::tests
