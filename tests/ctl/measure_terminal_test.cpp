@@ -112,8 +112,9 @@ TEST_F(MeasureOnATerminal, names_the_test_in_80_columns) {
           "UPLOAD_RESET upload RESET", "DOWNLOAD_GET download GET"}) {
         const std::string words(test);
         const std::size_t space = words.find(' ');
-        script += "set " + *id_ + " " + name + "_" + words.substr(0, space) + " true\nsync " +
-                  *id_ + "\nsay " + *id_ + "[%p] " + name + words.substr(space) + ": 1\n";
+        script.append("set ").append(*id_).append(" ").append(name).append("_");
+        script.append(words, 0, space).append(" true\nsync ").append(*id_).append("\nsay ");
+        script.append(*id_).append("[%p] ").append(name).append(words, space).append(": 1\n");
     }
     folder_.script(script + "sleep 1500\n");
     TerminalRun run(folder_.file("texprobectl"), {"measure"}, kTerminal);

@@ -104,9 +104,10 @@ TEST_F(Terminal, of_80_columns_shows_all_in_80_columns) {
     std::string script;
     for (const std::string& id : builds) {
         script += complete_set(id, "4.5 (Compatibility Profile) Mesa 25.0.7-2",
-                               {{"GL_LUMINANCE_ALPHA32F_ARB_DOWNLOAD_READ", id == builds[0]}}) +
-                  "set " + id + " GL_RENDERER text llvmpipe (LLVM 19.1.7, 256 bits)\n" + "set " +
-                  id + " GL_VENDOR text Mesa\nsync " + id + "\n";
+                               {{"GL_LUMINANCE_ALPHA32F_ARB_DOWNLOAD_READ", id == builds[0]}});
+        script.append("set ").append(id);
+        script.append(" GL_RENDERER text llvmpipe (LLVM 19.1.7, 256 bits)\nsync ");
+        script.append(id).append("\n");
     }
     // The longest state.
     script += "removed " + builds[1] + " GL_VENDOR\nsync " + builds[1] + "\n";
