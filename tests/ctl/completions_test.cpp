@@ -1,7 +1,6 @@
 // The completions for bash, zsh and fish, in these shells: what they offer is what the program
 // takes.
 
-#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <unistd.h>
 
@@ -15,8 +14,6 @@
 
 namespace texprobe::tests {
 namespace {
-
-using testing::HasSubstr;
 
 using Words = std::set<std::string>;
 
@@ -149,14 +146,20 @@ TEST_F(Completion, in_zsh_completes_what_the_program_takes) {
         "print -r -- \"<${(j:|:)@}>\"; fi }; print rea''dy\r");
     ASSERT_TRUE(run.waits_until("ready")) << run.shown();
     const auto expect = [&](const std::string& typed, const std::string& taken) {
-        run.type("texprobectl " + typed + "\t\r");
+        run.type("texprobectl ");
+        run.type(typed);
+        run.type("\t\r");
         EXPECT_TRUE(run.waits_until("<" + taken + ">")) << typed << '\n' << run.shown();
     };
     for (const std::string& command : kCommands) {
         for (const std::string& option : options_of(command)) {
             // All but its last letter, which "-o" has nothing before.
             if (option.size() < 3) continue;
-            expect(command + " " + option.substr(0, option.size() - 1), command + "|" + option);
+            std::string typed = command;
+            typed.append(" ").append(option, 0, option.size() - 1);
+            std::string taken = command;
+            taken.append("|").append(option);
+            expect(typed, taken);
         }
     }
     expect("meas", "measure");
