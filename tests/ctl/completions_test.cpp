@@ -46,7 +46,7 @@ protected:
         const std::string help = folder_.ctl({command, "--help"}).out;
         const std::regex option("^ +(-h,)?(-[-a-z]+)");
         Words words;
-        for (const std::string& line : lines(help)) {
+        for (const std::string& line : lines_of(help)) {
             std::smatch match;
             if (std::regex_search(line, match, option)) words.insert(match[2]);
         }
@@ -54,15 +54,15 @@ protected:
     }
 
     /// Runs a shell's script in the folder of files; its lines.
-    std::vector<std::string> lines_of(const std::string& shell,
-                                      const std::vector<std::string>& options,
-                                      const std::string& script) const {
+    std::vector<std::string> lines_from(const std::string& shell,
+                                        const std::vector<std::string>& options,
+                                        const std::string& script) const {
         std::vector<std::string> arguments = options;
         arguments.insert(arguments.end(),
                          {"-c", "cd '" + folder_.file("files").string() + "'; " + script});
         TerminalRun run(shell, arguments, environment());
         run.finish();
-        return lines(run.shown());
+        return lines_of(run.shown());
     }
 
     CtlFolder folder_{CTL, SCRIPTED_TOOL};
@@ -100,7 +100,7 @@ TEST_F(Completion, in_bash_offers_what_the_program_takes) {
         script += "); COMP_CWORD=" + std::to_string(words.size()) +
                   "; _texprobectl texprobectl; printf '%s\\n' \"${COMPREPLY[@]}\"";
         Words candidates;
-        for (const std::string& line : lines_of(shell, {"--norc"}, script)) {
+        for (const std::string& line : lines_from(shell, {"--norc"}, script)) {
             if (!line.empty()) candidates.insert(line);
         }
         return candidates;
@@ -120,9 +120,9 @@ TEST_F(Completion, in_fish_offers_what_the_program_takes) {
         Words candidates;
         // Behind a tab comes the description.
         for (const std::string& candidate :
-             lines_of(shell, {"--no-config"},
-                      "source '" COMPLETIONS "/texprobectl.fish'; complete -C '" + line +
-                          "' | string replace -r '\\t.*' ''")) {
+             lines_from(shell, {"--no-config"},
+                        "source '" COMPLETIONS "/texprobectl.fish'; complete -C '" + line +
+                            "' | string replace -r '\\t.*' ''")) {
             candidates.insert(candidate);
         }
         return candidates;

@@ -29,7 +29,7 @@ std::vector<Step> read_steps(const std::string& readme) {
     std::vector<Step> steps;
     std::vector<std::string>* block = nullptr;
     bool isStepJustRead = false;
-    for (const std::string& line : lines(readme)) {
+    for (const std::string& line : lines_of(readme)) {
         if (block && line == "```") {
             block = nullptr;
         } else if (block) {
@@ -141,7 +141,7 @@ protected:
         }
         const Finished run = folder_.ctl(arguments, environment());
         EXPECT_TRUE(run.exited_with(0)) << command << '\n' << run.err;
-        return lines(run.err + run.out);
+        return lines_of(run.err + run.out);
     }
 
     std::vector<std::string> simplified(const std::vector<std::string>& text) const {

@@ -27,7 +27,7 @@ protected:
 /// The rows of a matrix, one blank between their words.
 std::vector<std::string> matrix_rows(const std::string& text) {
     std::vector<std::string> rows;
-    for (const std::string& line : lines(text)) {
+    for (const std::string& line : lines_of(text)) {
         if (line.rfind("GL_", 0) != 0) continue;
         std::istringstream stream(line);
         std::string row;
@@ -79,7 +79,7 @@ TEST_P(OnRenderer, every_command_does_its_work) {
         rows.push_back(words.str());
     }
 
-    EXPECT_EQ(lines(ctl({"list"}).out).size(), 2u);
+    EXPECT_EQ(lines_of(ctl({"list"}).out).size(), 2u);
     EXPECT_EQ(matrix_rows(ctl({"show"}).out), rows);
     EXPECT_TRUE(ctl({"compare", "1", "1"}).exited_with(0));
     write_file(folder_.file("a.json"), ctl({"export", "--present"}).out);

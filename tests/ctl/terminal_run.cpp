@@ -110,7 +110,7 @@ std::size_t width_of(const std::string& text) {
 std::vector<std::string> screen(const std::string& shown) {
     std::vector<std::string> result;
     std::string remaining = without_colours(shown);
-    for (const std::string& line : lines(remaining)) {
+    for (const std::string& line : lines_of(remaining)) {
         std::vector<std::string> columns;
         std::size_t at = 0;
         for (const std::string& character : characters_of(line)) {
@@ -132,7 +132,7 @@ std::vector<std::string> frames(const std::string& shown) {
     std::string text = without_colours(shown);
     std::replace(text.begin(), text.end(), '\r', '\n');
     std::vector<std::string> result;
-    for (const std::string& line : lines(text)) {
+    for (const std::string& line : lines_of(text)) {
         if (line.find_first_not_of(' ') != std::string::npos) result.push_back(line);
     }
     return result;
