@@ -21,7 +21,7 @@ constexpr const char* kFault = "Several tools and applications at once";
 constexpr unsigned kApplications = FAULT_STRIDE == 1 ? 40 : 6;
 constexpr unsigned kTools = 12;
 // In looks of ten milliseconds: many times as long as a run's longest test.
-constexpr unsigned kPatience = FAULT_STRIDE == 1 ? 100 : 300;
+constexpr unsigned kPatience = IS_INSTRUMENTED ? 300 : 100;
 const std::string kTest = "GL_RGB32F_ARB_UPLOAD_SET";
 
 /// The number of a call within kTest, for the fakes, in a run that measures everything.
