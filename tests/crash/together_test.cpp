@@ -58,6 +58,7 @@ public:
     /// object as digits.
     std::vector<std::string> run_applications(unsigned number, unsigned objects) const {
         std::vector<pid_t> running;
+        running.reserve(number);
         for (unsigned i = 0; i < number; ++i) {
             running.push_back(start({.program = application(),
                                      .arguments = {std::to_string(objects), folder_.tool()},

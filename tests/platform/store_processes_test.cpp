@@ -35,6 +35,7 @@ TEST_F(StoreProcesses, lose_nothing_of_each_other) {
     constexpr int kProcesses = 4;
     constexpr int kRecords = 25;
     std::vector<pid_t> children;
+    children.reserve(kProcesses);
     for (int i = 0; i < kProcesses; ++i) {
         children.push_back(start([&] {
             RecordStore store(directory());
@@ -57,6 +58,7 @@ TEST_F(StoreProcesses, that_damage_meets_together_put_it_aside_once) {
         fs::create_directories(directory());
         std::ofstream(database()) << "damage";
         std::vector<pid_t> children;
+        children.reserve(4);
         for (int i = 0; i < 4; ++i) {
             children.push_back(start([&] {
                 close(STDERR_FILENO);
