@@ -66,6 +66,7 @@ Finished ToolFolder::run(const std::vector<std::string>& arguments,
 
 RecordSets ToolFolder::records() const {
     RecordSets sets;
+    if (!std::filesystem::exists(database())) return sets;
     must_execute(Database(database()), "SELECT application, key, type, value FROM records", collect,
                  &sets);
     return sets;

@@ -34,7 +34,7 @@ public:
     Finished run(const std::vector<std::string>& arguments = {},
                  const Environment& environment = {}) const;
 
-    /// Everything in the store, read without texprobe's own code.
+    /// Everything in the store, read without texprobe's own code; nothing if there is no store.
     RecordSets records() const;
 
     /// Runs one SQL statement on the store.
