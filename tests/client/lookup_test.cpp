@@ -5,7 +5,7 @@
 
 #include <limits>
 
-#include "TexProbe.cpp"  // NOLINT(bugprone-suspicious-include): the function has internal linkage.
+#include "TexProbe/lookup.h"
 #include "records_of_test.h"
 #include "scripted_machine.h"
 #include "support/tool_folder.h"
