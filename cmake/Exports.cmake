@@ -1,12 +1,12 @@
 include(CheckLinkerFlag)
 
-# texprobe_hide_internals(<target>): the library exports only the class. On Linux it contains the platform's functions
+# texprobe_hide_internals(<target>): the library exports only the class and the C functions. On Linux it contains the platform's functions
 # under their macOS names (CFRelease, CGLCreateContext, ...), which an application may also get from elsewhere; and
 # templates of the standard library that are instantiated with the class would be exported with it.
 function(texprobe_hide_internals target)
   get_target_property(type ${target} TYPE)
   if(type STREQUAL "SHARED_LIBRARY")
-    texprobe_export_class_only(${target})
+    texprobe_export_interface_only(${target})
   elseif(NOT APPLE AND NOT TEXPROBE_SANITIZE AND NOT TEXPROBE_COVERAGE)
     # GNU's linker, even if the compiler links with another: others cannot dissolve groups. The compiler knows its
     # target's, which a search by name does not find in a cross-build.
@@ -19,10 +19,12 @@ function(texprobe_hide_internals target)
   endif()
 endfunction()
 
-function(texprobe_export_class_only target)
+function(texprobe_export_interface_only target)
   if(APPLE)
     target_link_options(${target} PRIVATE "LINKER:-exported_symbol,__ZN3qor8TexProbe*"
-                        "LINKER:-exported_symbol,__ZNK3qor8TexProbe*")
+                        "LINKER:-exported_symbol,__ZNK3qor8TexProbe*"
+                        "LINKER:-exported_symbol,_texprobe_verdicts_*"
+                        "LINKER:-exported_symbol,_texprobe_format_*")
   else()
     set(script ${PROJECT_SOURCE_DIR}/cmake/exports.map)
     target_link_options(${target} PRIVATE "LINKER:--version-script=${script}")
@@ -31,7 +33,7 @@ function(texprobe_export_class_only target)
 endfunction()
 
 # An archive has no export list, and visibility has no effect before the final link. So its members are linked into one
-# object, in which everything but the class is local. Section groups are dissolved first: if the application had the
+# object, in which everything but the interface is local. Section groups are dissolved first: if the application had the
 # same group, the linker would drop it here and leave local symbols without a section.
 function(texprobe_close_archive target)
   set(object ${CMAKE_CURRENT_BINARY_DIR}/${target}-closed.o)
@@ -44,7 +46,8 @@ function(texprobe_close_archive target)
     COMMAND ${CMAKE_CXX_COMPILER} ${flags} -r -nostdlib -fuse-ld=bfd -o ${object}
             -Wl,--force-group-allocation -Wl,--whole-archive $<TARGET_FILE:${target}>
     COMMAND ${CMAKE_OBJCOPY} --wildcard --keep-global-symbol=_ZN3qor8TexProbe*
-            --keep-global-symbol=_ZNK3qor8TexProbe* ${object}
+            --keep-global-symbol=_ZNK3qor8TexProbe*
+            --keep-global-symbol=texprobe_verdicts_* --keep-global-symbol=texprobe_format_* ${object}
     COMMAND ${CMAKE_COMMAND} -E rm $<TARGET_FILE:${target}>
     COMMAND ${CMAKE_AR} qcs $<TARGET_FILE:${target}> ${object})
 endfunction()

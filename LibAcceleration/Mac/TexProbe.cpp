@@ -5,7 +5,6 @@
 
 #include <CoreFoundation/CoreFoundation.h>
 #include <OpenGL/gl.h>
-#include <OpenGL/glext.h>
 
 #include <cstdio>
 #include <cstdlib>
@@ -14,6 +13,7 @@
 #include <string>
 
 #include "TexProbe/driver.h"
+#include "TexProbe/formats.h"
 #include "TexProbe/lookup.h"
 #include "TexProbe/records.h"
 
@@ -61,29 +61,8 @@ TexProbe::TexProbe(const char* toolPath) : TexProbe() {
             return;
         }
     }
-    const struct {
-        GLenum internalFormat;
-        CFStringRef name;
-    } formats[] = {
-        {GL_LUMINANCE8, CFSTR("GL_LUMINANCE8")},
-        {GL_LUMINANCE8_ALPHA8, CFSTR("GL_LUMINANCE8_ALPHA8")},
-        {GL_RGB8, CFSTR("GL_RGB8")},
-        {GL_RGBA8, CFSTR("GL_RGBA8")},
-        {GL_LUMINANCE16, CFSTR("GL_LUMINANCE16")},
-        {GL_LUMINANCE16_ALPHA16, CFSTR("GL_LUMINANCE16_ALPHA16")},
-        {GL_RGB16, CFSTR("GL_RGB16")},
-        {GL_RGBA16, CFSTR("GL_RGBA16")},
-        {GL_LUMINANCE16F_ARB, CFSTR("GL_LUMINANCE16F_ARB")},
-        {GL_LUMINANCE_ALPHA16F_ARB, CFSTR("GL_LUMINANCE_ALPHA16F_ARB")},
-        {GL_RGB16F_ARB, CFSTR("GL_RGB16F_ARB")},
-        {GL_RGBA16F_ARB, CFSTR("GL_RGBA16F_ARB")},
-        {GL_LUMINANCE32F_ARB, CFSTR("GL_LUMINANCE32F_ARB")},
-        {GL_LUMINANCE_ALPHA32F_ARB, CFSTR("GL_LUMINANCE_ALPHA32F_ARB")},
-        {GL_RGB32F_ARB, CFSTR("GL_RGB32F_ARB")},
-        {GL_RGBA32F_ARB, CFSTR("GL_RGBA32F_ARB")},
-    };
-    for (const auto& format : formats) {
-        caps_[format.internalFormat] = GetTextureFormatCaps(appID_, format.name);
+    for (const TextureFormat& format : texture_formats()) {
+        caps_[format.internalFormat] = GetTextureFormatCaps(appID_, format.key);
     }
 }
 

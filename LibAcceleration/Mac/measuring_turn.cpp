@@ -160,6 +160,18 @@ bool is_turn_lost() {
     return descriptor >= 0 && !is_in_place(descriptor, heldFile);
 }
 
+pid_t turn_holder(const TurnSettings& settings) {
+    // Opening the file would be harmless, but closing it would drop this process's own lock.
+    if (heldDescriptor >= 0) return getpid();
+    const int descriptor =
+        open(settings.file.c_str(), O_RDWR | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC);
+    if (descriptor < 0) return 0;
+    struct flock holder = lock_of(kTurn);
+    const bool isTold = fcntl(descriptor, F_GETLK, &holder) == 0;
+    close(descriptor);
+    return isTold && holder.l_type != F_UNLCK ? holder.l_pid : 0;
+}
+
 void take_turn_from(pid_t process, const TurnSettings& settings) {
     const int descriptor =
         open(settings.file.c_str(), O_RDWR | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC);

@@ -56,6 +56,9 @@ private:
 /// Has this process lost its turn? Signal handlers may call it.
 bool is_turn_lost();
 
+/// The process that measures now; 0 for none.
+pid_t turn_holder(const TurnSettings& settings);
+
 /// Takes the turn from a stopped process, if it has it.
 void take_turn_from(pid_t process, const TurnSettings& settings);
 

@@ -5,12 +5,12 @@
 #include <unistd.h>
 
 #include <cerrno>
-#include <cstdio>
 #include <thread>
 #include <utility>
 #include <vector>
 
 #include "location.h"
+#include "messages.h"
 
 namespace texprobe::platform {
 
@@ -24,14 +24,6 @@ struct ClosedAtExit {
 // Called when the program is loaded, before there are threads. Later, a fork while another thread
 // is in here for the first time would leave the child waiting for that first use forever.
 [[maybe_unused]] const RecordStore& madeAtLoad = RecordStore::of_process();
-
-/// Prints one line, whatever characters a path contains.
-void say(std::string line) {
-    for (char& c : line) {
-        if (static_cast<unsigned char>(c) < 0x20 || c == 0x7F) c = '?';
-    }
-    std::fputs(("*** texprobe records: " + line + "\n").c_str(), stderr);
-}
 
 }  // namespace
 
@@ -270,10 +262,10 @@ void RecordStore::lock_for_fork() {
     database_.close(true);
 }
 
-/// True on success. Prints each kind of failure once.
+/// True on success. Prints each kind of failure once; a thread that keeps its messages gets each.
 bool RecordStore::report(const Status& status) {
     if (status.ok()) return true;
-    if (reported_.insert(status.kind).second) {
+    if (are_messages_kept() || reported_.insert(status.kind).second) {
         say(status.path.empty() ? status.reason
                                 : "cannot use " + status.path + ": " + status.reason);
     }

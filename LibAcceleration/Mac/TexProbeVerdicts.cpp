@@ -1,0 +1,184 @@
+// The functions of TexProbeVerdicts.h. The private parts are included, so that nothing but the
+// functions has external linkage.
+
+#include "TexProbeVerdicts.h"
+
+#include <pthread.h>
+#include <signal.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cstring>
+#include <exception>
+#include <memory>
+#include <optional>
+#include <string>
+#include <thread>
+#include <utility>
+#include <vector>
+
+#include "TexProbe/formats.h"
+#include "TexProbeVerdicts/measurement.h"
+#include "TexProbeVerdicts/outcome.h"
+#include "TexProbeVerdicts/platform_messages.h"
+#include "TexProbeVerdicts/record_sets.h"
+#include "TexProbeVerdicts/tool_path.h"
+
+namespace {
+
+constexpr int kUsualLimit = 60000;
+
+/// While one lives, no signal is handled on this thread; nor on those that it starts meanwhile, for
+/// as long as they live: the application's handlers run on the application's threads.
+class SignalsBlocked {
+public:
+    SignalsBlocked() {
+        sigset_t all;
+        sigfillset(&all);
+        pthread_sigmask(SIG_SETMASK, &all, &former_);
+    }
+    ~SignalsBlocked() { pthread_sigmask(SIG_SETMASK, &former_, nullptr); }
+    SignalsBlocked(const SignalsBlocked&) = delete;
+    SignalsBlocked& operator=(const SignalsBlocked&) = delete;
+
+private:
+    sigset_t former_;
+};
+
+/// What the application has filled in; the rest is zero.
+texprobe_options known_options(const texprobe_options* options) {
+    texprobe_options known = {};
+    if (options) std::memcpy(&known, options, std::min(options->size, sizeof known));
+    return known;
+}
+
+}  // namespace
+
+struct texprobe_verdicts {
+public:
+    explicit texprobe_verdicts(const texprobe_options& options)
+        : limit_(options.test_time_limit_ms > 0 ? options.test_time_limit_ms : kUsualLimit),
+          log_{options.log, options.user} {
+        look(options.tool);
+        // The log is never called on the application's thread, so what is to be said needs one,
+        // too.
+        if (outcome_.state() == TEXPROBE_MEASURING || (log_.write && !messages_.empty())) start();
+    }
+
+    /// In a child of the process that opened them there is no thread to wait for.
+    bool are_of_this_process() const { return process_ == getpid(); }
+
+    /// Returns when the thread has ended and nobody waits for it any more.
+    void end() {
+        outcome_.begin_to_close();
+        if (thread_.joinable()) thread_.join();
+        outcome_.await_waiting();
+    }
+
+    Outcome& outcome() { return outcome_; }
+    const Outcome& outcome() const { return outcome_; }
+
+private:
+    void look(const char* tool) {
+        const std::string hopeless = sets_.hopeless();
+        if (!hopeless.empty()) return outcome_.failed(one_line(hopeless));
+        const texprobe::PlatformMessages messages;
+        const bool isRead = sets_.refresh();
+        std::size_t differences = 0;
+        const auto verdicts = isRead ? sets_.find(&differences) : std::nullopt;
+        messages_ = messages.lines();
+        if (verdicts) {
+            outcome_.ready(*verdicts, one_line(sets_.describe_differences(differences)));
+        } else if (!isRead) {
+            outcome_.failed("the records cannot be read" +
+                            (messages_.empty() ? "" : ": " + messages_.back()));
+        } else if ((tool_ = find_tool(tool)).empty()) {
+            outcome_.failed(one_line(describe_search()));
+        }
+    }
+
+    void start() {
+        const SignalsBlocked blocked;
+        try {
+            thread_ = std::thread([this] { work(); });
+        } catch (const std::system_error&) {
+            if (outcome_.state() == TEXPROBE_MEASURING) {
+                outcome_.failed("this process can have no more threads");
+            }
+        }
+    }
+
+    void work() {
+        for (const std::string& line : messages_) log_(line);
+        if (outcome_.state() != TEXPROBE_MEASURING) return;
+        try {
+            Measurement(sets_, tool_, limit_, log_, outcome_).run();
+        } catch (const std::bad_alloc&) {
+            outcome_.failed("out of memory");
+        }
+    }
+
+    const pid_t process_ = getpid();
+    const int limit_;
+    const Log log_;
+    const RecordSets sets_;
+    std::string tool_;
+    std::vector<std::string> messages_;
+    Outcome outcome_;
+    std::thread thread_;
+};
+
+texprobe_verdicts* texprobe_verdicts_open(const texprobe_options* options) {
+    try {
+        return new texprobe_verdicts(known_options(options));
+    } catch (const std::exception&) {
+        return nullptr;
+    }
+}
+
+texprobe_state texprobe_verdicts_wait(texprobe_verdicts* verdicts, int milliseconds) {
+    if (!verdicts) return TEXPROBE_FAILED;
+    const bool canChange = verdicts->are_of_this_process();
+    return milliseconds != 0 && canChange ? verdicts->outcome().wait(milliseconds)
+                                          : verdicts->outcome().state();
+}
+
+double texprobe_verdicts_progress(const texprobe_verdicts* verdicts) {
+    return verdicts ? verdicts->outcome().progress() : 0.0;
+}
+
+const char* texprobe_verdicts_reason(const texprobe_verdicts* verdicts) {
+    return verdicts ? verdicts->outcome().reason() : "out of memory";
+}
+
+texprobe_answer texprobe_verdicts_answer(const texprobe_verdicts* verdicts,
+                                         unsigned internal_format, texprobe_capability capability) {
+    const auto& formats = texture_formats();
+    const auto* format =
+        std::find_if(std::begin(formats), std::end(formats), [&](const TextureFormat& candidate) {
+            return candidate.internalFormat == internal_format;
+        });
+    const auto index = static_cast<std::size_t>(capability);
+    if (!verdicts || format == std::end(formats) || index >= kCapabilityCount) {
+        return TEXPROBE_UNKNOWN;
+    }
+    return verdicts->outcome().answer(static_cast<std::size_t>(format - formats), index);
+}
+
+void texprobe_verdicts_close(texprobe_verdicts* verdicts) {
+    if (!verdicts || !verdicts->are_of_this_process()) return;
+    verdicts->end();
+    delete verdicts;
+}
+
+size_t texprobe_format_count(void) {
+    return kFormatCount;
+}
+
+const char* texprobe_format_name(size_t index) {
+    return index < kFormatCount ? texture_formats()[index].name : nullptr;
+}
+
+unsigned texprobe_format_value(size_t index) {
+    return index < kFormatCount ? texture_formats()[index].internalFormat : 0;
+}
