@@ -87,6 +87,8 @@ private:
         std::size_t differences = 0;
         const auto verdicts = isRead ? sets_.find(&differences) : std::nullopt;
         messages_ = messages.lines();
+        // Each renderer's records are in the same store.
+        messages_.erase(std::unique(messages_.begin(), messages_.end()), messages_.end());
         if (verdicts) {
             outcome_.ready(*verdicts, one_line(sets_.describe_differences(differences)));
         } else if (!isRead) {

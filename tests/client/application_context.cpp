@@ -22,13 +22,13 @@ void must(bool succeeded, const char* call) {
 
 class SurfacelessContext : public ApplicationContext {
 public:
-    explicit SurfacelessContext(const EGLint* attributes)
+    explicit SurfacelessContext(const EGLint* attributes, EGLenum api = EGL_OPENGL_API)
         : display_(
               eglGetPlatformDisplay(EGL_PLATFORM_SURFACELESS_MESA, EGL_DEFAULT_DISPLAY, nullptr)) {
         must(eglInitialize(display_, nullptr, nullptr), "eglInitialize");
-        must(eglBindAPI(EGL_OPENGL_API), "eglBindAPI");
-        const EGLint wanted[] = {EGL_SURFACE_TYPE, 0, EGL_RENDERABLE_TYPE, EGL_OPENGL_BIT,
-                                 EGL_NONE};
+        must(eglBindAPI(api), "eglBindAPI");
+        const EGLint kind = api == EGL_OPENGL_API ? EGL_OPENGL_BIT : EGL_OPENGL_ES3_BIT;
+        const EGLint wanted[] = {EGL_SURFACE_TYPE, 0, EGL_RENDERABLE_TYPE, kind, EGL_NONE};
         EGLConfig config = nullptr;
         EGLint count = 0;
         must(eglChooseConfig(display_, wanted, &config, 1, &count) && count == 1,
@@ -49,6 +49,17 @@ private:
     EGLContext context_ = EGL_NO_CONTEXT;
 };
 
+std::unique_ptr<ApplicationContext> open_core(EGLint major, EGLint minor) {
+    const EGLint attributes[] = {EGL_CONTEXT_MAJOR_VERSION,
+                                 major,
+                                 EGL_CONTEXT_MINOR_VERSION,
+                                 minor,
+                                 EGL_CONTEXT_OPENGL_PROFILE_MASK,
+                                 EGL_CONTEXT_OPENGL_CORE_PROFILE_BIT,
+                                 EGL_NONE};
+    return std::make_unique<SurfacelessContext>(attributes);
+}
+
 std::uintptr_t handle(const void* pointer) {
     return reinterpret_cast<std::uintptr_t>(pointer);
 }
@@ -60,14 +71,16 @@ std::unique_ptr<ApplicationContext> open_surfaceless() {
 }
 
 std::unique_ptr<ApplicationContext> open_surfaceless_core() {
-    const EGLint attributes[] = {EGL_CONTEXT_MAJOR_VERSION,
-                                 3,
-                                 EGL_CONTEXT_MINOR_VERSION,
-                                 3,
-                                 EGL_CONTEXT_OPENGL_PROFILE_MASK,
-                                 EGL_CONTEXT_OPENGL_CORE_PROFILE_BIT,
-                                 EGL_NONE};
-    return std::make_unique<SurfacelessContext>(attributes);
+    return open_core(3, 3);
+}
+
+std::unique_ptr<ApplicationContext> open_surfaceless_core_45() {
+    return open_core(4, 5);
+}
+
+std::unique_ptr<ApplicationContext> open_surfaceless_es() {
+    const EGLint attributes[] = {EGL_CONTEXT_MAJOR_VERSION, 3, EGL_NONE};
+    return std::make_unique<SurfacelessContext>(attributes, EGL_OPENGL_ES_API);
 }
 
 std::vector<std::uintptr_t> current_handles() {

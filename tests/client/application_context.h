@@ -28,6 +28,9 @@ bool has_glfw();
 std::unique_ptr<ApplicationContext> open_surfaceless();
 /// The same with a core profile.
 std::unique_ptr<ApplicationContext> open_surfaceless_core();
+std::unique_ptr<ApplicationContext> open_surfaceless_core_45();
+/// The same for OpenGL ES 3.
+std::unique_ptr<ApplicationContext> open_surfaceless_es();
 
 /// All the handles by which GLX and EGL name what is current on this thread.
 std::vector<std::uintptr_t> current_handles();

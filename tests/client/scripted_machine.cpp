@@ -96,6 +96,12 @@ const GLubyte* glGetString(GLenum name) {
     return reinterpret_cast<const GLubyte*>(text);
 }
 
+void glGetIntegerv(GLenum pname, GLint* data) {
+    log("glGetIntegerv", pname);
+    constexpr GLenum kContextProfileMask = 0x9126;
+    if (pname == kContextProfileMask) *data = machine().profile;
+}
+
 // The part of CGL that only the tool uses: in an application, it would disturb the current context.
 
 CGLError CGLChoosePixelFormat(const CGLPixelFormatAttribute*, CGLPixelFormatObj*, GLint*) {

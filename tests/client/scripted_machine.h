@@ -1,5 +1,5 @@
 // A scripted machine: displays, their renderers, and the strings of the current context. It
-// replaces CoreGraphics, CGL, sysctl and glGetString, and logs the calls.
+// replaces CoreGraphics, CGL, sysctl, glGetString and glGetIntegerv, and logs the calls.
 
 #ifndef TEXPROBE_TESTS_SCRIPTED_MACHINE_H
 #define TEXPROBE_TESTS_SCRIPTED_MACHINE_H
@@ -30,6 +30,7 @@ struct ScriptedMachine {
     const char* vendor = "Vendor";
     const char* version = "2.1 Version";
     const char* renderer = "Renderer";
+    int profile = 0;  ///< The context's profile mask.
     std::vector<std::string> calls;
 };
 

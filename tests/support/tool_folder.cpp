@@ -55,6 +55,8 @@ ToolFolder::ToolFolder(const std::filesystem::path& executable) {
 }
 
 ToolFolder::~ToolFolder() {
+    // Not in a child that ends like its parent would.
+    if (owner_ != getpid()) return;
     std::error_code ignored;
     std::filesystem::remove_all(path_, ignored);
 }

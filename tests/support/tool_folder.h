@@ -3,6 +3,8 @@
 #ifndef TEXPROBE_TESTS_TOOL_FOLDER_H
 #define TEXPROBE_TESTS_TOOL_FOLDER_H
 
+#include <unistd.h>
+
 #include <filesystem>
 #include <map>
 #include <string>
@@ -42,6 +44,7 @@ public:
 
 private:
     std::filesystem::path path_;
+    const pid_t owner_ = getpid();
 };
 
 }  // namespace texprobe::tests

@@ -167,9 +167,9 @@ public:
     /// Empty without any.
     std::string describe_differences(std::size_t differences) const {
         if (differences == 0) return {};
-        return std::to_string(differences) +
-               " verdicts are unknown: two renderers of this machine are " +
-               quoted(strings_.renderer()) + ", and differ in them";
+        return "unknown where two renderers of this machine differ, both " +
+               quoted(strings_.renderer()) + ": " + std::to_string(differences) + " of " +
+               std::to_string(Verdicts::kCount) + " verdicts";
     }
 
     /// Why nothing was found although the tool has ended.

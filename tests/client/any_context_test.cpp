@@ -1,0 +1,228 @@
+// TexProbeVerdicts in applications whose contexts are of every kind, with the real tool.
+
+#include <EGL/egl.h>
+#include <OpenGL/gl.h>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cstdlib>
+#include <map>
+#include <ostream>
+#include <set>
+#include <vector>
+
+#include "TexProbeVerdicts.h"
+#include "application_context.h"
+#include "egl_calls.h"
+#include "records_of_test.h"
+#include "support/formats.h"
+#include "support/tool_folder.h"
+#include "x_server.h"
+
+namespace texprobe::tests {
+namespace {
+
+/// All that the context tells of itself: the integers of every name that it knows.
+std::map<GLenum, std::vector<GLint>> context_values() {
+    // Clocks, and how much memory is free. What is asked for ends before the names by which a driver
+    // that has no such device crashes.
+    const std::set<GLenum> changing = {0x8E28, 0x9047, 0x9048, 0x9049, 0x904A,
+                                       0x904B, 0x87FB, 0x87FC, 0x87FD};
+    std::map<GLenum, std::vector<GLint>> values;
+    constexpr GLint kUnwritten = 0x5a5a5a5a;
+    std::vector<GLint> read(4096);
+    for (GLenum name = 0x0B00; name < 0x9590; ++name) {
+        if (name == 0x0E00) name = 0x1F00;
+        if (name == 0x2000) name = 0x8000;
+        if (changing.count(name) == 1) continue;
+        std::fill(read.begin(), read.end(), kUnwritten);
+        glGetIntegerv(name, read.data());
+        if (glGetError() == GL_NO_ERROR) values[name] = read;
+    }
+    return values;
+}
+
+std::string text(GLenum name) {
+    return reinterpret_cast<const char*>(glGetString(name));
+}
+
+/// The answers in a line: 16 times six of y, n and ?.
+std::string answers(const texprobe_verdicts* verdicts) {
+    std::string line;
+    for (const Format& format : kFormats) {
+        for (int i = 0; i < 6; ++i) {
+            const auto capability = static_cast<texprobe_capability>(i);
+            const auto answer =
+                texprobe_verdicts_answer(verdicts, format.internalFormat, capability);
+            line += answer == TEXPROBE_YES ? 'y' : answer == TEXPROBE_NO ? 'n' : '?';
+        }
+    }
+    return line;
+}
+
+class VerdictsFixture : public testing::Test {
+protected:
+    VerdictsFixture() {
+        unsetenv("DISPLAY");
+        unsetenv("WAYLAND_DISPLAY");
+    }
+
+    texprobe_verdicts* open(const std::string& tool) const {
+        const texprobe_options options = {sizeof options, tool.c_str(), 0, nullptr, nullptr};
+        return texprobe_verdicts_open(&options);
+    }
+
+    /// The same line, of the records of the current context's renderer.
+    std::string recorded_answers(const std::string& renderer) const {
+        for (const auto& [application, records] : folder_.records()) {
+            const auto found = records.find("GL_RENDERER");
+            if (found == records.end() || found->second != "string " + renderer) continue;
+            std::string line;
+            for (const Format& format : kFormats) {
+                for (const char* capability : kCapabilities) {
+                    const auto record = records.find(std::string(format.name) + "_" + capability);
+                    line += record == records.end()         ? '?'
+                            : record->second == "boolean 1" ? 'y'
+                                                            : 'n';
+                }
+            }
+            return line;
+        }
+        return "no records of " + renderer;
+    }
+
+    const ToolFolder& folder_ = empty_folder(TOOL);
+};
+
+struct Kind {
+    const char* name;
+    std::unique_ptr<ApplicationContext> (*open)();
+    bool window;
+};
+
+void PrintTo(const Kind& kind, std::ostream* stream) {
+    *stream << kind.name;
+}
+
+class AnyContext : public VerdictsFixture, public testing::WithParamInterface<Kind> {
+protected:
+    void SetUp() override {
+        if (GetParam().window) {
+            if (!has_glfw()) GTEST_SKIP() << "built without GLFW";
+            server_ = std::make_unique<XServer>();
+            if (!server_->runs()) GTEST_SKIP() << "Xvfb does not run here";
+        }
+        context_ = GetParam().open();
+    }
+
+    std::unique_ptr<XServer> server_;
+    std::unique_ptr<ApplicationContext> context_;
+};
+
+TEST_P(AnyContext, gets_the_verdicts_on_its_renderer) {
+    texprobe_verdicts* first = open(folder_.tool());
+    EXPECT_EQ(texprobe_verdicts_wait(first, -1), TEXPROBE_READY) << texprobe_verdicts_reason(first);
+    const std::string expected = recorded_answers(text(GL_RENDERER));
+    EXPECT_EQ(answers(first), expected);
+    EXPECT_THAT(expected, testing::HasSubstr("yyyyyy"));
+    texprobe_verdicts_close(first);
+
+    texprobe_verdicts* second = open("/no/such/tool");
+    EXPECT_EQ(texprobe_verdicts_wait(second, 0), TEXPROBE_READY);
+    EXPECT_EQ(answers(second), expected);
+    texprobe_verdicts_close(second);
+}
+
+TEST_P(AnyContext, is_as_it_was_before_during_and_after) {
+    while (glGetError() != GL_NO_ERROR) {
+    }
+    const auto values = context_values();
+    EXPECT_GT(values.size(), 200u);
+    RecordProperty("values", static_cast<int>(values.size()));
+    const auto handles = current_handles();
+    const int calls = disturbing_egl_calls();
+    glEnable(0xdead);
+
+    testing::internal::CaptureStdout();
+    testing::internal::CaptureStderr();
+    texprobe_verdicts* verdicts = open(folder_.tool());
+    const GLenum error = glGetError();
+    const auto during = context_values();
+    const texprobe_state state = texprobe_verdicts_wait(verdicts, -1);
+    const auto after = context_values();
+    texprobe_verdicts_close(verdicts);
+    EXPECT_EQ(testing::internal::GetCapturedStdout(), "");
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
+
+    EXPECT_EQ(state, TEXPROBE_READY);
+    EXPECT_EQ(error, static_cast<GLenum>(GL_INVALID_ENUM));
+    EXPECT_TRUE(during == values);
+    EXPECT_TRUE(after == values);
+    EXPECT_TRUE(context_values() == values);
+    EXPECT_EQ(current_handles(), handles);
+    EXPECT_EQ(disturbing_egl_calls(), calls);
+}
+
+INSTANTIATE_TEST_SUITE_P(On, AnyContext,
+                         testing::Values(Kind{"glx_window", open_glx_window, true},
+                                         Kind{"egl_window", open_egl_window, true},
+                                         Kind{"compatibility", open_surfaceless, false},
+                                         Kind{"core_33", open_surfaceless_core, false},
+                                         Kind{"core_45", open_surfaceless_core_45, false},
+                                         Kind{"es_3", open_surfaceless_es, false}),
+                         [](const auto& param) { return param.param.name; });
+
+class ManyApplications : public VerdictsFixture {};
+
+TEST_F(ManyApplications, get_the_same_verdicts_at_once) {
+    constexpr int kApplications = 40;
+    int results[2];
+    ASSERT_EQ(pipe(results), 0);
+    for (int i = 0; i < kApplications; ++i) {
+        if (fork() != 0) continue;
+        {
+            const auto context = open_surfaceless_core();
+            texprobe_verdicts* verdicts = open(folder_.tool());
+            std::string line = "failed";
+            if (texprobe_verdicts_wait(verdicts, -1) == TEXPROBE_READY) line = answers(verdicts);
+            line += ' ';
+            line += text(GL_RENDERER);
+            line += '\n';
+            texprobe_verdicts_close(verdicts);
+            static_cast<void>(!write(results[1], line.data(), line.size()));
+        }
+        _exit(0);
+    }
+    close(results[1]);
+    std::string output;
+    char buffer[4096];
+    for (ssize_t count = 0; (count = read(results[0], buffer, sizeof buffer)) > 0;) {
+        output.append(buffer, static_cast<std::size_t>(count));
+    }
+    close(results[0]);
+    while (wait(nullptr) > 0) {
+    }
+    const std::vector<std::string> all = lines(output);
+    ASSERT_EQ(all.size(), static_cast<std::size_t>(kApplications));
+    const std::string renderer = all.front().substr(all.front().find(' ') + 1);
+    std::string expected = recorded_answers(renderer);
+    expected += ' ';
+    expected += renderer;
+    EXPECT_THAT(all, testing::Each(expected));
+}
+
+class NoContext : public VerdictsFixture {};
+
+TEST_F(NoContext, is_told) {
+    texprobe_verdicts* verdicts = open("/no/such/tool");
+    EXPECT_EQ(texprobe_verdicts_wait(verdicts, 0), TEXPROBE_FAILED);
+    EXPECT_STREQ(texprobe_verdicts_reason(verdicts),
+                 "no OpenGL context is current on the thread that asks");
+    texprobe_verdicts_close(verdicts);
+}
+
+}  // namespace
+}  // namespace texprobe::tests

@@ -1,0 +1,278 @@
+// Verdicts that are measured in the background: what the tool may do, and what is said of it.
+
+#include <fcntl.h>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <signal.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <fstream>
+#include <set>
+
+#include "scripted_verdicts.h"
+#include "turn_settings.h"
+
+namespace texprobe::tests {
+namespace {
+
+using testing::Contains;
+using testing::EndsWith;
+using testing::HasSubstr;
+using testing::StartsWith;
+
+constexpr unsigned kRGBA8 = 0x8058;
+
+/// What the tool writes before a test, and never replaces if it dies in it.
+std::string begin_test(const std::string& key) {
+    return std::string("set ") + kFirst + " VERSION number 0.21\nset " + kFirst + " " + key +
+           " false\nsync " + kFirst + "\nsay " + kFirst + "[%p] testing\n";
+}
+
+using MeasuringVerdicts = ScriptedVerdicts;
+
+TEST_F(MeasuringVerdicts, do_not_keep_the_application_waiting) {
+    script("sleep 300\n" + complete_set(kFirst, "Renderer"));
+    texprobe_verdicts* verdicts = open();
+    EXPECT_EQ(texprobe_verdicts_wait(verdicts, 0), TEXPROBE_MEASURING);
+    EXPECT_EQ(texprobe_verdicts_wait(verdicts, 10), TEXPROBE_MEASURING);
+    EXPECT_EQ(texprobe_verdicts_answer(verdicts, kRGBA8, TEXPROBE_SUPPORTED), TEXPROBE_UNKNOWN);
+    EXPECT_STREQ(texprobe_verdicts_reason(verdicts), "texprobe measures this machine's renderers");
+    EXPECT_EQ(texprobe_verdicts_progress(verdicts), 0.0);
+    EXPECT_EQ(texprobe_verdicts_wait(verdicts, -1), TEXPROBE_READY);
+    EXPECT_EQ(texprobe_verdicts_answer(verdicts, kRGBA8, TEXPROBE_SUPPORTED), TEXPROBE_YES);
+    EXPECT_STREQ(texprobe_verdicts_reason(verdicts), "");
+    EXPECT_EQ(texprobe_verdicts_progress(verdicts), 1.0);
+    EXPECT_EQ(runs(), 1);
+    texprobe_verdicts_close(verdicts);
+
+    EXPECT_EQ(measure(), TEXPROBE_READY);
+    EXPECT_EQ(runs(), 1);
+}
+
+TEST_F(MeasuringVerdicts, show_their_progress) {
+    // One of two renderers, and half a second in which to see it.
+    script(complete_set(kSecond, "Another renderer") + "sleep 1000\n" +
+           complete_set(kFirst, "Renderer"));
+    texprobe_verdicts* verdicts = open();
+    std::set<double> seen;
+    while (texprobe_verdicts_wait(verdicts, 20) == TEXPROBE_MEASURING) {
+        seen.insert(texprobe_verdicts_progress(verdicts));
+    }
+    EXPECT_EQ(seen, (std::set<double>{0.0, 0.5}));
+    texprobe_verdicts_close(verdicts);
+}
+
+TEST_F(MeasuringVerdicts, hand_the_tool_s_lines_to_the_log) {
+    script("out first\nsay second\nsaid third");
+    EXPECT_EQ(measure(), TEXPROBE_FAILED);
+    EXPECT_THAT(log(), testing::UnorderedElementsAre("first", "second", "third"));
+    const auto threads = log_threads();
+    EXPECT_EQ(std::set(threads.begin(), threads.end()).size(), 1u);
+    EXPECT_NE(threads.at(0), std::this_thread::get_id());
+}
+
+TEST_F(MeasuringVerdicts, go_on_behind_a_crash) {
+    script(begin_test("GL_RGBA8_UPLOAD_SET") + "raise 11\n", 1);
+    script(begin_test("GL_RGBA8_UPLOAD_RESET") + "raise 6\n", 2);
+    script(complete_set(kFirst, "Renderer"));
+    EXPECT_EQ(measure(), TEXPROBE_READY);
+    EXPECT_EQ(runs(), 3);
+    EXPECT_THAT(log(), Contains("texprobe was ended by signal 11; it is started again and goes on "
+                                "behind that test"));
+}
+
+TEST_F(MeasuringVerdicts, go_on_behind_a_hang) {
+    script(begin_test("GL_RGBA8_UPLOAD_SET") + "hang\n", 1);
+    script(complete_set(kFirst, "Renderer"));
+    EXPECT_EQ(measure(200), TEXPROBE_READY);
+    EXPECT_EQ(runs(), 2);
+    EXPECT_THAT(log(), Contains("texprobe did not go on for 200 ms and was killed; it is started "
+                                "again and goes on behind that test"));
+}
+
+TEST_F(MeasuringVerdicts, give_up_behind_a_run_that_recorded_nothing) {
+    script("raise 11\n");
+    EXPECT_EQ(measure(), TEXPROBE_FAILED);
+    EXPECT_EQ(runs(), 1);
+    EXPECT_THAT(reason_, StartsWith("texprobe was ended by signal 11; "));
+
+    script("hang\n");
+    EXPECT_EQ(measure(200), TEXPROBE_FAILED);
+    EXPECT_THAT(reason_, StartsWith("texprobe did not go on for 200 ms and was killed; "));
+
+    script("said *** cannot create OpenGL context\nexit 1\n");
+    EXPECT_EQ(measure(), TEXPROBE_FAILED);
+    EXPECT_THAT(reason_, StartsWith("texprobe ended with status 1; "));
+    EXPECT_THAT(reason_, EndsWith("; texprobe says: *** cannot create OpenGL context"));
+}
+
+TEST_F(MeasuringVerdicts, are_not_prolonged_by_what_a_driver_writes) {
+    std::string chatter;
+    for (int i = 0; i < 40; ++i) chatter += "say still alive\nsleep 50\n";
+    script(chatter + complete_set(kFirst, "Renderer"));
+    EXPECT_EQ(measure(300), TEXPROBE_FAILED);
+    EXPECT_THAT(reason_, StartsWith("texprobe did not go on for 300 ms and was killed; "));
+}
+
+TEST_F(MeasuringVerdicts, are_prolonged_by_the_tool_s_own_lines) {
+    std::string steps;
+    for (int i = 0; i < 20; ++i) steps += std::string("say ") + kFirst + "[%p] step\nsleep 50\n";
+    script(steps + complete_set(kFirst, "Renderer"));
+    EXPECT_EQ(measure(500), TEXPROBE_READY);
+}
+
+TEST_F(MeasuringVerdicts, show_both_strings_when_no_renderer_carries_them) {
+    script(complete_set(kFirst, "Another renderer"));
+    EXPECT_EQ(measure(), TEXPROBE_FAILED);
+    EXPECT_EQ(runs(), 1);
+    EXPECT_EQ(reason_,
+              "no renderer of this machine is the context's, \"Renderer\" of \"Vendor\", version "
+              "\"2.1 Version\"; recorded: \"Another renderer\" of \"Vendor\", version \"2.1 "
+              "Version\", nothing of nothing, version nothing");
+    machine().version = "OpenGL ES 3.2";
+    EXPECT_EQ(measure(), TEXPROBE_FAILED);
+    EXPECT_EQ(reason_,
+              "no renderer of this machine is the context's, \"Renderer\" of \"Vendor\"; recorded: "
+              "\"Another renderer\" of \"Vendor\", nothing of nothing");
+}
+
+TEST_F(MeasuringVerdicts, say_that_the_records_are_not_complete) {
+    const std::string set = complete_set(
+        kFirst, "Renderer", std::string("removed ") + kFirst + " GL_RGBA8_SUPPORTED\n");
+    script(set + "say *** texprobe records: cannot use /home: No space left on device\n");
+    EXPECT_EQ(measure(), TEXPROBE_FAILED);
+    EXPECT_EQ(reason_,
+              "the records of \"Renderer\" are not complete; texprobe says: *** texprobe records: "
+              "cannot use /home: No space left on device");
+}
+
+TEST_F(MeasuringVerdicts, survive_rubbish) {
+    std::string rubbish = "said ";
+    for (int c = 1; c < 256; ++c) {
+        if (c != '\n') rubbish += static_cast<char>(c);
+    }
+    rubbish += "org.texprobe.texprobe2.[*** \x1b[31m\xff";
+    script(rubbish + "\n");
+    EXPECT_EQ(measure(), TEXPROBE_FAILED);
+    EXPECT_THAT(reason_, EndsWith("; texprobe says: *** ?[31m\xff"));
+}
+
+TEST_F(MeasuringVerdicts, say_that_the_tool_cannot_be_started) {
+    tool_ = folder_.path() / "missing";
+    EXPECT_EQ(measure(), TEXPROBE_FAILED);
+    EXPECT_EQ(reason_, "\"" + tool_ + "\" was not found");
+
+    tool_ = folder_.path() / "file";
+    std::ofstream(tool_) << "no program";
+    EXPECT_EQ(measure(), TEXPROBE_FAILED);
+    EXPECT_EQ(reason_, "\"" + tool_ + "\" is not executable");
+
+    std::filesystem::permissions(tool_, std::filesystem::perms::owner_all);
+    EXPECT_EQ(measure(), TEXPROBE_FAILED);
+    EXPECT_EQ(reason_, "\"" + tool_ + "\" is no program, or of another architecture");
+
+    std::ofstream(tool_) << "#!/no/such/interpreter\n";
+    EXPECT_EQ(measure(), TEXPROBE_FAILED);
+    EXPECT_EQ(reason_, "\"" + tool_ +
+                           "\" cannot be started: it is of another architecture, or its "
+                           "interpreter is missing");
+
+    tool_ = folder_.path();
+    EXPECT_EQ(measure(), TEXPROBE_FAILED);
+    EXPECT_EQ(reason_, "\"" + tool_ + "\" is not executable");
+}
+
+TEST_F(MeasuringVerdicts, say_that_the_tool_is_of_another_architecture) {
+    script("say org.texprobe.texprobe2.ff.22G121[%p] testing renderer: 255\n");
+    EXPECT_EQ(measure(), TEXPROBE_FAILED);
+    EXPECT_EQ(reason_, "\"" + tool_ +
+                           "\" is of another architecture: it measures for the system's build "
+                           "22G121, and this process is of 22G120");
+}
+
+TEST_F(MeasuringVerdicts, wait_for_another_run_without_taking_it_for_a_hang) {
+    const int descriptor =
+        ::open(qor::turn_settings().file.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600);
+    ASSERT_GE(descriptor, 0);
+    int locked[2];
+    ASSERT_EQ(pipe(locked), 0);
+    const pid_t other = fork();
+    if (other == 0) {
+        struct flock lock = {};
+        lock.l_type = F_WRLCK;
+        lock.l_len = 1;
+        fcntl(descriptor, F_SETLK, &lock);
+        static_cast<void>(!write(locked[1], "", 1));
+        pause();
+        _exit(0);
+    }
+    char byte = 0;
+    ASSERT_EQ(read(locked[0], &byte, 1), 1);
+    script("sleep 2000\n" + complete_set(kFirst, "Renderer"));
+    texprobe_verdicts* verdicts = open(700);
+    EXPECT_EQ(texprobe_verdicts_wait(verdicts, 1000), TEXPROBE_MEASURING);
+    EXPECT_STREQ(texprobe_verdicts_reason(verdicts), "texprobe waits for another run of it");
+    EXPECT_EQ(texprobe_verdicts_wait(verdicts, -1), TEXPROBE_READY);
+    texprobe_verdicts_close(verdicts);
+    kill(other, SIGKILL);
+    waitpid(other, nullptr, 0);
+    for (const int end : {descriptor, locked[0], locked[1]}) close(end);
+}
+
+/// The action of a signal, put back at the end.
+class Action {
+public:
+    Action(int number, void (*handler)(int)) : number_(number) {
+        struct sigaction action = {};
+        action.sa_handler = handler;
+        sigaction(number, &action, &former_);
+    }
+    ~Action() { sigaction(number_, &former_, nullptr); }
+    Action(const Action&) = delete;
+    Action& operator=(const Action&) = delete;
+
+private:
+    const int number_;
+    struct sigaction former_ = {};
+};
+
+void reap_every_child(int) {
+    const int error = errno;
+    while (waitpid(-1, nullptr, WNOHANG) > 0) {
+    }
+    errno = error;
+}
+
+TEST_F(MeasuringVerdicts, are_judged_by_the_records_where_the_application_reaps_its_children) {
+    const std::string first = complete_set(kFirst, "Renderer");
+    for (void (*handler)(int) : {SIG_IGN, reap_every_child}) {
+        const Action action(SIGCHLD, handler);
+        empty_folder(SCRIPTED_TOOL);
+        script(first);
+        EXPECT_EQ(measure(), TEXPROBE_READY) << reason_;
+        EXPECT_EQ(reason_, "");
+
+        empty_folder(SCRIPTED_TOOL);
+        script("raise 11\n");
+        EXPECT_EQ(measure(), TEXPROBE_FAILED);
+        EXPECT_EQ(runs(), 1);
+        EXPECT_THAT(reason_, HasSubstr("its status is unknown, because this application reaps"));
+    }
+}
+
+TEST_F(MeasuringVerdicts, may_be_eight_at_once) {
+    script("sleep 100\n" + complete_set(kFirst, "Renderer"));
+    std::vector<texprobe_verdicts*> all;
+    for (int i = 0; i < 8; ++i) all.push_back(open());
+    for (texprobe_verdicts* verdicts : all) {
+        EXPECT_EQ(texprobe_verdicts_wait(verdicts, -1), TEXPROBE_READY)
+            << texprobe_verdicts_reason(verdicts);
+        EXPECT_EQ(texprobe_verdicts_answer(verdicts, kRGBA8, TEXPROBE_UPLOAD_SET), TEXPROBE_YES);
+    }
+    for (texprobe_verdicts* verdicts : all) texprobe_verdicts_close(verdicts);
+}
+
+}  // namespace
+}  // namespace texprobe::tests

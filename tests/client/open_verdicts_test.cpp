@@ -1,0 +1,266 @@
+// texprobe_verdicts_open() without measuring: which records it takes, and why it takes none.
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <cstddef>
+#include <memory>
+#include <utility>
+
+#include "scripted_verdicts.h"
+
+namespace texprobe::tests {
+namespace {
+
+using testing::Contains;
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::Not;
+
+constexpr unsigned kRGBA8 = 0x8058;
+constexpr unsigned kRGB32F = 0x8815;
+
+class OpenVerdicts : public ScriptedVerdicts {
+protected:
+    OpenVerdicts() { tool_ = "/no/such/tool"; }
+
+    /// Looks at once; keeps the reason.
+    texprobe_state look() {
+        verdicts_.reset(open());
+        const texprobe_state state = texprobe_verdicts_wait(verdicts_.get(), -1);
+        reason_ = texprobe_verdicts_reason(verdicts_.get());
+        return state;
+    }
+    texprobe_answer answer(unsigned format, texprobe_capability capability) const {
+        return texprobe_verdicts_answer(verdicts_.get(), format, capability);
+    }
+
+    struct Close {
+        void operator()(texprobe_verdicts* verdicts) const { texprobe_verdicts_close(verdicts); }
+    };
+    std::unique_ptr<texprobe_verdicts, Close> verdicts_;
+};
+
+TEST_F(OpenVerdicts, are_ready_when_they_are_recorded) {
+    record(complete_set(kFirst, "Renderer", verdict(kFirst, "GL_RGBA8_UPLOAD_SET", false)));
+    verdicts_.reset(open());
+    EXPECT_EQ(texprobe_verdicts_wait(verdicts_.get(), 0), TEXPROBE_READY);
+    EXPECT_STREQ(texprobe_verdicts_reason(verdicts_.get()), "");
+    EXPECT_EQ(texprobe_verdicts_progress(verdicts_.get()), 1.0);
+    EXPECT_EQ(answer(kRGBA8, TEXPROBE_SUPPORTED), TEXPROBE_YES);
+    EXPECT_EQ(answer(kRGBA8, TEXPROBE_UPLOAD_SET), TEXPROBE_NO);
+    EXPECT_EQ(answer(kRGBA8, TEXPROBE_DOWNLOAD_READ), TEXPROBE_YES);
+    EXPECT_EQ(threads_of_process().size(), 1u);
+    EXPECT_THAT(log(), IsEmpty());
+}
+
+TEST_F(OpenVerdicts, know_each_capability_and_each_format) {
+    record(complete_set(kFirst, "Renderer",
+                        verdict(kFirst, "GL_RGB32F_ARB_RENDERABLE", false) +
+                            verdict(kFirst, "GL_LUMINANCE8_UPLOAD_RESET", false) +
+                            verdict(kFirst, "GL_RGBA16_DOWNLOAD_GET", false) +
+                            verdict(kFirst, "GL_RGBA32F_ARB_DOWNLOAD_READ", false)));
+    ASSERT_EQ(look(), TEXPROBE_READY);
+    constexpr unsigned kLuminance8 = 0x8040;
+    constexpr unsigned kRGBA16 = 0x805B;
+    constexpr unsigned kRGBA32F = 0x8814;
+    EXPECT_EQ(answer(kRGB32F, TEXPROBE_RENDERABLE), TEXPROBE_NO);
+    EXPECT_EQ(answer(kLuminance8, TEXPROBE_UPLOAD_RESET), TEXPROBE_NO);
+    EXPECT_EQ(answer(kRGBA16, TEXPROBE_DOWNLOAD_GET), TEXPROBE_NO);
+    EXPECT_EQ(answer(kRGBA32F, TEXPROBE_DOWNLOAD_READ), TEXPROBE_NO);
+}
+
+TEST_F(OpenVerdicts, are_unknown_without_a_record) {
+    record(complete_set(kFirst, "Renderer",
+                        verdict(kFirst, "GL_RGBA8_SUPPORTED", false) + "removed " + kFirst +
+                            " GL_RGBA8_RENDERABLE\nremoved " + kFirst +
+                            " GL_RGBA8_DOWNLOAD_GET\n"));
+    ASSERT_EQ(look(), TEXPROBE_READY);
+    EXPECT_EQ(answer(kRGBA8, TEXPROBE_SUPPORTED), TEXPROBE_NO);
+    EXPECT_EQ(answer(kRGBA8, TEXPROBE_RENDERABLE), TEXPROBE_UNKNOWN);
+    EXPECT_EQ(answer(kRGBA8, TEXPROBE_DOWNLOAD_GET), TEXPROBE_UNKNOWN);
+}
+
+TEST_F(OpenVerdicts, need_every_record_whose_precondition_holds) {
+    record(complete_set(kFirst, "Renderer",
+                        std::string("removed ") + kFirst + " GL_RGBA8_SUPPORTED\n"));
+    EXPECT_EQ(look(), TEXPROBE_FAILED);
+    record(complete_set(kFirst, "Renderer",
+                        verdict(kFirst, "GL_RGBA8_RENDERABLE", false) + "removed " + kFirst +
+                            " GL_RGBA8_UPLOAD_SET\n"));
+    EXPECT_EQ(look(), TEXPROBE_FAILED);
+    record(complete_set(kFirst, "Renderer",
+                        verdict(kFirst, "GL_RGBA8_RENDERABLE", false) + "removed " + kFirst +
+                            " GL_RGBA8_DOWNLOAD_GET\nremoved " + kFirst +
+                            " GL_RGBA8_DOWNLOAD_READ\n"));
+    EXPECT_EQ(look(), TEXPROBE_READY);
+}
+
+TEST_F(OpenVerdicts, are_not_taken_from_an_old_version) {
+    record(
+        complete_set(kFirst, "Renderer", std::string("set ") + kFirst + " VERSION number 0.2\n"));
+    EXPECT_EQ(look(), TEXPROBE_FAILED);
+}
+
+TEST_F(OpenVerdicts, are_of_a_renderer_that_this_machine_lists_now) {
+    machine().displays = {{1, {{0x1021a00}}}};
+    record(complete_set(kFirst, "Renderer"));
+    EXPECT_EQ(look(), TEXPROBE_FAILED);
+}
+
+TEST_F(OpenVerdicts, compare_the_version_of_a_compatibility_context) {
+    record(complete_set(kFirst, "Renderer"));
+    machine().version = "2.1 Another version";
+    EXPECT_EQ(look(), TEXPROBE_FAILED);
+    EXPECT_THAT(machine().calls, Not(Contains("glGetIntegerv 0x9126")));
+    machine().version = "4.5 (Compatibility Profile) Version";
+    machine().profile = 2;
+    EXPECT_EQ(look(), TEXPROBE_FAILED);
+    EXPECT_THAT(machine().calls, Contains("glGetIntegerv 0x9126"));
+}
+
+TEST_F(OpenVerdicts, do_not_compare_the_version_of_a_core_profile) {
+    record(complete_set(kFirst, "Renderer"));
+    machine().profile = 1;
+    for (const char* version : {"4.5 (Core Profile) Version", "3.2", "10.0 Version"}) {
+        machine().version = version;
+        EXPECT_EQ(look(), TEXPROBE_READY) << version;
+    }
+    machine().renderer = "Another renderer";
+    EXPECT_EQ(look(), TEXPROBE_FAILED);
+}
+
+TEST_F(OpenVerdicts, do_not_compare_the_version_of_opengl_es) {
+    record(complete_set(kFirst, "Renderer"));
+    machine().version = "OpenGL ES 3.2 Version";
+    EXPECT_EQ(look(), TEXPROBE_READY);
+    EXPECT_THAT(machine().calls, Not(Contains("glGetIntegerv 0x9126")));
+    machine().vendor = "Another vendor";
+    EXPECT_EQ(look(), TEXPROBE_FAILED);
+}
+
+TEST_F(OpenVerdicts, are_unknown_where_two_renderers_differ) {
+    record(complete_set(kFirst, "Renderer", verdict(kFirst, "GL_RGBA8_UPLOAD_SET", false)) +
+           complete_set(kSecond, "Renderer"));
+    ASSERT_EQ(look(), TEXPROBE_READY);
+    EXPECT_EQ(answer(kRGBA8, TEXPROBE_UPLOAD_SET), TEXPROBE_UNKNOWN);
+    EXPECT_EQ(answer(kRGBA8, TEXPROBE_UPLOAD_RESET), TEXPROBE_YES);
+    EXPECT_EQ(
+        reason_,
+        "unknown where two renderers of this machine differ, both \"Renderer\": 1 of 96 verdicts");
+}
+
+TEST_F(OpenVerdicts, are_ready_without_a_reason_where_two_renderers_agree) {
+    record(complete_set(kFirst, "Renderer") + complete_set(kSecond, "Renderer"));
+    ASSERT_EQ(look(), TEXPROBE_READY);
+    EXPECT_EQ(reason_, "");
+}
+
+TEST_F(OpenVerdicts, say_that_no_context_is_current) {
+    machine().vendor = machine().version = machine().renderer = nullptr;
+    EXPECT_EQ(look(), TEXPROBE_FAILED);
+    EXPECT_EQ(reason_, "no OpenGL context is current on the thread that asks");
+}
+
+TEST_F(OpenVerdicts, say_why_no_renderer_is_listed) {
+    machine().displayListError = 1001;
+    EXPECT_EQ(look(), TEXPROBE_FAILED);
+    EXPECT_EQ(reason_,
+              "this machine's renderers cannot be listed: cannot get active display list (1001)");
+    machine().displayListError = 0;
+    machine().displays = {{1, {{0xff}}, 10001}};
+    EXPECT_EQ(look(), TEXPROBE_FAILED);
+    EXPECT_EQ(reason_,
+              "this machine's renderers cannot be listed: cannot query renderer info (10001)");
+    machine().displays = {{1, {{0xff, 10002}}}};
+    EXPECT_EQ(look(), TEXPROBE_FAILED);
+    EXPECT_EQ(reason_, "this machine's renderers cannot be listed: cannot get renderer ID (10002)");
+    machine().displays.clear();
+    EXPECT_EQ(look(), TEXPROBE_FAILED);
+    EXPECT_EQ(reason_, "this machine lists no renderer");
+}
+
+TEST_F(OpenVerdicts, say_why_the_store_cannot_be_read_each_time) {
+    const auto directory = folder_.database().parent_path();
+    std::filesystem::permissions(directory, std::filesystem::perms::all);
+    std::filesystem::remove_all(directory);
+    std::filesystem::create_directory(directory);
+    std::filesystem::create_directory(folder_.database());
+    for (int i = 0; i < 2; ++i) {
+        EXPECT_EQ(look(), TEXPROBE_FAILED);
+        EXPECT_THAT(reason_,
+                    HasSubstr("the records cannot be read: *** texprobe records: cannot use " +
+                              folder_.database().string()));
+    }
+    verdicts_.reset();
+    EXPECT_THAT(log(), ElementsAre(HasSubstr("cannot use"), HasSubstr("cannot use")));
+    EXPECT_THAT(log_threads(), Not(Contains(std::this_thread::get_id())));
+    std::filesystem::remove_all(directory);
+}
+
+TEST_F(OpenVerdicts, know_nothing_of_other_formats_and_capabilities) {
+    record(complete_set(kFirst, "Renderer"));
+    ASSERT_EQ(look(), TEXPROBE_READY);
+    constexpr unsigned kRGBA = 0x1908;
+    EXPECT_EQ(answer(kRGBA, TEXPROBE_SUPPORTED), TEXPROBE_UNKNOWN);
+    EXPECT_EQ(answer(kRGBA8, static_cast<texprobe_capability>(6)), TEXPROBE_UNKNOWN);
+}
+
+TEST_F(OpenVerdicts, may_be_null) {
+    EXPECT_EQ(texprobe_verdicts_wait(nullptr, -1), TEXPROBE_FAILED);
+    EXPECT_EQ(texprobe_verdicts_progress(nullptr), 0.0);
+    EXPECT_STREQ(texprobe_verdicts_reason(nullptr), "out of memory");
+    EXPECT_EQ(texprobe_verdicts_answer(nullptr, kRGBA8, TEXPROBE_SUPPORTED), TEXPROBE_UNKNOWN);
+    texprobe_verdicts_close(nullptr);
+}
+
+TEST_F(OpenVerdicts, read_only_the_options_that_the_application_knows) {
+    record(complete_set(kFirst, "Renderer"));
+    texprobe_options options = {offsetof(texprobe_options, test_time_limit_ms), "/no/such/tool", -5,
+                                nullptr, nullptr};
+    verdicts_.reset(texprobe_verdicts_open(&options));
+    EXPECT_EQ(texprobe_verdicts_wait(verdicts_.get(), 0), TEXPROBE_READY);
+    verdicts_.reset(texprobe_verdicts_open(nullptr));
+    EXPECT_EQ(texprobe_verdicts_wait(verdicts_.get(), 0), TEXPROBE_READY);
+}
+
+TEST_F(OpenVerdicts, are_the_same_as_an_object) {
+    record(complete_set(kFirst, "Renderer"));
+    qor::TexProbeVerdicts verdicts;
+    EXPECT_EQ(verdicts.state(), TEXPROBE_READY);
+    EXPECT_EQ(verdicts.wait(), TEXPROBE_READY);
+    EXPECT_STREQ(verdicts.reason(), "");
+    EXPECT_EQ(verdicts.progress(), 1.0);
+    EXPECT_EQ(verdicts.answer(kRGBA8, TEXPROBE_RENDERABLE), TEXPROBE_YES);
+}
+
+TEST(VerdictFormats, are_sixteen) {
+    // The order and the values as OpenGL publishes them.
+    const std::pair<const char*, unsigned> expected[] = {{"GL_LUMINANCE8", 0x8040},
+                                                         {"GL_LUMINANCE8_ALPHA8", 0x8045},
+                                                         {"GL_RGB8", 0x8051},
+                                                         {"GL_RGBA8", 0x8058},
+                                                         {"GL_LUMINANCE16", 0x8042},
+                                                         {"GL_LUMINANCE16_ALPHA16", 0x8048},
+                                                         {"GL_RGB16", 0x8054},
+                                                         {"GL_RGBA16", 0x805B},
+                                                         {"GL_LUMINANCE16F_ARB", 0x881E},
+                                                         {"GL_LUMINANCE_ALPHA16F_ARB", 0x881F},
+                                                         {"GL_RGB16F_ARB", 0x881B},
+                                                         {"GL_RGBA16F_ARB", 0x881A},
+                                                         {"GL_LUMINANCE32F_ARB", 0x8818},
+                                                         {"GL_LUMINANCE_ALPHA32F_ARB", 0x8819},
+                                                         {"GL_RGB32F_ARB", 0x8815},
+                                                         {"GL_RGBA32F_ARB", 0x8814}};
+    ASSERT_EQ(texprobe_format_count(), 16u);
+    for (std::size_t i = 0; i < 16; ++i) {
+        EXPECT_STREQ(texprobe_format_name(i), expected[i].first);
+        EXPECT_EQ(texprobe_format_value(i), expected[i].second) << expected[i].first;
+    }
+    EXPECT_EQ(texprobe_format_name(16), nullptr);
+    EXPECT_EQ(texprobe_format_value(16), 0u);
+}
+
+}  // namespace
+}  // namespace texprobe::tests

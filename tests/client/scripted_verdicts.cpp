@@ -1,0 +1,112 @@
+#include "scripted_verdicts.h"
+
+#include <algorithm>
+#include <fstream>
+#include <sstream>
+
+#include "support/formats.h"
+
+namespace texprobe::tests {
+
+ScriptedVerdicts::ScriptedVerdicts() {
+    machine() = {};
+    machine().displays = {{1, {{0xff}, {0x1021a00}}}};
+    testing::internal::CaptureStdout();
+    testing::internal::CaptureStderr();
+}
+
+ScriptedVerdicts::~ScriptedVerdicts() {
+    EXPECT_EQ(testing::internal::GetCapturedStdout(), "");
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
+    EXPECT_EQ(threads_of_process().size(), 1u);
+    EXPECT_EQ(tools(), std::vector<pid_t>());
+}
+
+std::string ScriptedVerdicts::verdict(const std::string& application, const std::string& key,
+                                      bool verdict) {
+    return "set " + application + " " + key + (verdict ? " true" : " false") + "\n";
+}
+
+std::string ScriptedVerdicts::complete_set(const std::string& application,
+                                           const std::string& renderer, const std::string& except) {
+    std::string lines = "set " + application + " VERSION number 0.21\n";
+    for (const Format& format : kFormats) {
+        for (const char* capability : kCapabilities) {
+            lines += verdict(application, std::string(format.name) + "_" + capability, true);
+        }
+    }
+    lines += "set " + application + " GL_VENDOR text Vendor\n";
+    lines += "set " + application + " GL_VERSION text 2.1 Version\n";
+    lines += "set " + application + " GL_RENDERER text " + renderer + "\n";
+    return lines + except + "sync " + application + "\n";
+}
+
+void ScriptedVerdicts::script(const std::string& lines, int run) const {
+    const std::string name = run == 0 ? "script" : "script." + std::to_string(run);
+    std::ofstream(folder_.path() / name) << lines;
+}
+
+int ScriptedVerdicts::runs() const {
+    int runs = 0;
+    std::ifstream(folder_.path() / "runs") >> runs;
+    return runs;
+}
+
+void ScriptedVerdicts::record(const std::string& lines) const {
+    script(lines);
+    ASSERT_TRUE(folder_.run().exited_with(0));
+    std::filesystem::remove(folder_.path() / "script");
+    std::filesystem::remove(folder_.path() / "runs");
+}
+
+texprobe_verdicts* ScriptedVerdicts::open(int limit) {
+    const texprobe_options options = {sizeof options, tool_.c_str(), limit, write_log, this};
+    return texprobe_verdicts_open(&options);
+}
+
+texprobe_state ScriptedVerdicts::measure(int limit) {
+    texprobe_verdicts* verdicts = open(limit);
+    const texprobe_state state = texprobe_verdicts_wait(verdicts, -1);
+    reason_ = texprobe_verdicts_reason(verdicts);
+    texprobe_verdicts_close(verdicts);
+    return state;
+}
+
+void ScriptedVerdicts::write_log(void* user, const char* line) {
+    auto& self = *static_cast<ScriptedVerdicts*>(user);
+    const std::lock_guard lock(self.mutex_);
+    self.log_.emplace_back(line);
+    self.threads_.push_back(std::this_thread::get_id());
+}
+
+std::vector<std::string> ScriptedVerdicts::log() {
+    const std::lock_guard lock(mutex_);
+    return log_;
+}
+
+std::vector<std::thread::id> ScriptedVerdicts::log_threads() {
+    const std::lock_guard lock(mutex_);
+    return threads_;
+}
+
+std::vector<pid_t> ScriptedVerdicts::tools() const {
+    std::vector<pid_t> found;
+    std::error_code ignored;
+    for (const auto& entry : std::filesystem::directory_iterator("/proc")) {
+        const auto program = std::filesystem::read_symlink(entry.path() / "exe", ignored);
+        if (!ignored && program == folder_.tool())
+            found.push_back(std::stoi(entry.path().filename()));
+    }
+    return found;
+}
+
+std::vector<std::string> threads_of_process() {
+    std::vector<std::string> threads;
+    for (const auto& entry : std::filesystem::directory_iterator("/proc/self/task")) {
+        threads.push_back(entry.path().filename());
+    }
+    std::sort(threads.begin(), threads.end());
+    return threads;
+}
+
+}  // namespace texprobe::tests

@@ -1,0 +1,72 @@
+// TexProbeVerdicts on the scripted machine, with a tool that does what a script tells it.
+
+#ifndef TEXPROBE_TESTS_SCRIPTED_VERDICTS_H
+#define TEXPROBE_TESTS_SCRIPTED_VERDICTS_H
+
+#include <gtest/gtest.h>
+#include <sys/types.h>
+
+#include <mutex>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "TexProbeVerdicts.h"
+#include "records_of_test.h"
+#include "scripted_machine.h"
+#include "support/tool_folder.h"
+
+namespace texprobe::tests {
+
+constexpr char kFirst[] = "org.texprobe.texprobe2.ff.22G120";
+constexpr char kSecond[] = "org.texprobe.texprobe2.1021a00.22G120";
+
+/// The machine has two renderers; the context is of the first one, and none is measured. After each
+/// test, nothing may be on the streams, and neither a thread nor a process may be left.
+class ScriptedVerdicts : public testing::Test {
+protected:
+    ScriptedVerdicts();
+    ~ScriptedVerdicts() override;
+
+    /// The lines of a script that records a complete set with these strings: every verdict is yes,
+    /// but for what `except` says.
+    static std::string complete_set(const std::string& application, const std::string& renderer,
+                                    const std::string& except = "");
+    static std::string verdict(const std::string& application, const std::string& key,
+                               bool verdict);
+
+    /// What the tool does in all its runs, or only in the given one.
+    void script(const std::string& lines, int run = 0) const;
+    int runs() const;
+    /// Has the tool record all this now.
+    void record(const std::string& lines) const;
+
+    /// Opens with the scripted tool and a log that is kept.
+    texprobe_verdicts* open(int limit = 0);
+    /// Opens, waits until it is over, and closes. Keeps the reason.
+    texprobe_state measure(int limit = 0);
+
+    std::vector<std::string> log();
+    std::vector<std::thread::id> log_threads();
+
+    /// The processes of this folder's tool.
+    std::vector<pid_t> tools() const;
+
+    const ToolFolder& folder_ = empty_folder(SCRIPTED_TOOL);
+    std::string tool_ = folder_.tool();
+    std::string reason_;
+
+private:
+    static void write_log(void* user, const char* line);
+
+    std::mutex mutex_;
+    std::vector<std::string> log_;
+    std::vector<std::thread::id> threads_;
+};
+
+/// The numbers of this process's threads.
+std::vector<std::string> threads_of_process();
+
+}  // namespace texprobe::tests
+
+#endif

@@ -1,0 +1,112 @@
+// The application's process is its own: what verdicts leave as it is.
+
+#include <fcntl.h>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <pthread.h>
+#include <signal.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <clocale>
+#include <fstream>
+#include <iterator>
+#include <map>
+
+#include "scripted_verdicts.h"
+
+namespace texprobe::tests {
+namespace {
+
+/// What belongs to a process, by name.
+std::map<std::string, std::string> state_of_process() {
+    std::map<std::string, std::string> state;
+    for (int number = 1; number < NSIG; ++number) {
+        struct sigaction action = {};
+        if (sigaction(number, nullptr, &action) != 0) continue;
+        state["signal " + std::to_string(number)] =
+            std::to_string(reinterpret_cast<std::uintptr_t>(action.sa_handler)) + " " +
+            std::to_string(action.sa_flags);
+    }
+    sigset_t mask;
+    pthread_sigmask(SIG_SETMASK, nullptr, &mask);
+    for (int number = 1; number < NSIG; ++number) {
+        if (sigismember(&mask, number) == 1) state["blocked " + std::to_string(number)] = "yes";
+    }
+    state["locale"] = std::setlocale(LC_ALL, nullptr);
+    state["folder"] = std::filesystem::current_path();
+    const mode_t mode = umask(0);
+    umask(mode);
+    state["mode"] = std::to_string(mode);
+    for (char** variable = environ; *variable; ++variable) state[*variable] = "set";
+    return state;
+}
+
+std::map<std::string, std::string> descriptors() {
+    std::map<std::string, std::string> open;
+    std::error_code ignored;
+    for (const auto& entry : std::filesystem::directory_iterator("/proc/self/fd")) {
+        const auto file = std::filesystem::read_symlink(entry.path(), ignored);
+        if (!ignored) open[entry.path().filename()] = file;
+    }
+    return open;
+}
+
+/// A line "SigBlk: fffffffe7ffbfeff" of each of the process's other threads.
+std::vector<std::string> masks_of_other_threads() {
+    std::vector<std::string> masks;
+    for (const std::string& thread : threads_of_process()) {
+        if (thread == std::to_string(getpid())) continue;
+        std::ifstream status("/proc/self/task/" + thread + "/status");
+        for (std::string line; std::getline(status, line);) {
+            if (line.rfind("SigBlk:\t", 0) == 0) masks.push_back(line.substr(8));
+        }
+    }
+    return masks;
+}
+
+using UndisturbedProcess = ScriptedVerdicts;
+
+TEST_F(UndisturbedProcess, is_as_it_was_before_during_and_after) {
+    script("sleep 300\n" + complete_set(kFirst, "Renderer"));
+    const auto state = state_of_process();
+    const auto files = descriptors();
+    texprobe_verdicts* verdicts = open();
+    while (tools().empty()) std::this_thread::yield();
+    EXPECT_EQ(state_of_process(), state);
+    // Every signal but the two that cannot be blocked, and those of the C library.
+    EXPECT_THAT(masks_of_other_threads(), testing::ElementsAre("fffffffe7ffbfeff"));
+    ASSERT_EQ(texprobe_verdicts_wait(verdicts, -1), TEXPROBE_READY);
+    EXPECT_EQ(state_of_process(), state);
+    texprobe_verdicts_close(verdicts);
+    EXPECT_EQ(state_of_process(), state);
+    EXPECT_EQ(descriptors(), files);
+}
+
+TEST_F(UndisturbedProcess, gives_the_tool_its_own_signals_and_no_descriptors) {
+    const std::string seen = folder_.path() / "seen";
+    tool_ = folder_.path() / "look";
+    std::ofstream(tool_) << "#!/bin/sh\nexec >" << seen
+                         << "\nls /proc/$$/fd\ngrep -E 'Sig(Blk|Ign)' /proc/$$/status\n";
+    std::filesystem::permissions(tool_, std::filesystem::perms::owner_all);
+    const int inherited = ::open("/dev/null", O_RDONLY);
+    sigset_t all;
+    sigset_t former;
+    sigfillset(&all);
+    pthread_sigmask(SIG_SETMASK, &all, &former);
+    const auto formerAction = signal(SIGTERM, SIG_IGN);
+    EXPECT_EQ(measure(), TEXPROBE_FAILED);
+    signal(SIGTERM, formerAction);
+    pthread_sigmask(SIG_SETMASK, &former, nullptr);
+    close(inherited);
+    std::ifstream stream(seen);
+    std::vector<std::string> words{std::istream_iterator<std::string>(stream), {}};
+    // 10 is the shell's own script.
+    ASSERT_THAT(words, testing::ElementsAre("0", "1", "10", "2", "SigBlk:", "0000000000000000",
+                                            "SigIgn:", testing::_));
+    // What the C library keeps for itself cannot be reset.
+    EXPECT_EQ(std::stoull(words.back(), nullptr, 16) & ~0x180000000ULL, 0u);
+}
+
+}  // namespace
+}  // namespace texprobe::tests
