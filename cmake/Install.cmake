@@ -1,5 +1,5 @@
-# The installed files: the tool, the library, its one header, a CMake package, a pkg-config file and the man pages. None
-# contains the prefix, so it can be moved.
+# The installed files: the tool, the library, its two headers, a CMake package, a pkg-config file and the man pages. The
+# prefix can be moved: only a static library contains it, and looks for the tool in PATH where it is no longer true.
 
 include(GNUInstallDirs)
 include(CMakePackageConfigHelpers)
@@ -8,11 +8,12 @@ set(texprobe_package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/TexProbe)
 set(texprobe_package_files ${CMAKE_CURRENT_BINARY_DIR}/package)
 get_target_property(texprobe_library_type TexProbe TYPE)
 
-install(TARGETS texprobe RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
+install(TARGETS texprobe EXPORT TexProbe RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
 install(TARGETS TexProbe EXPORT TexProbe
         ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR} LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
         INCLUDES DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
-install(FILES LibAcceleration/Mac/TexProbe.h DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
+install(FILES LibAcceleration/Mac/TexProbe.h LibAcceleration/Mac/TexProbeVerdicts.h
+        DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
 install(FILES docs/man/texprobe.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)
 if(texprobe_has_ctl)
   install(TARGETS texprobectl RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
@@ -24,13 +25,14 @@ if(texprobe_has_ctl)
   install(FILES completions/texprobectl.fish
           DESTINATION ${CMAKE_INSTALL_DATADIR}/fish/vendor_completions.d)
 endif()
-install(FILES docs/man/TexProbe.3 DESTINATION ${CMAKE_INSTALL_MANDIR}/man3)
+install(FILES docs/man/TexProbe.3 docs/man/TexProbeVerdicts.3 DESTINATION ${CMAKE_INSTALL_MANDIR}/man3)
 
-# find_package(TexProbe) provides TexProbe::TexProbe.
+# find_package(TexProbe) provides TexProbe::TexProbe, the tool TexProbe::texprobe, and its path TexProbe_TOOL.
 install(EXPORT TexProbe NAMESPACE TexProbe:: FILE TexProbeTargets.cmake
         DESTINATION ${texprobe_package_dir})
 configure_package_config_file(cmake/TexProbeConfig.cmake.in ${texprobe_package_files}/TexProbeConfig.cmake
-                              INSTALL_DESTINATION ${texprobe_package_dir})
+                              INSTALL_DESTINATION ${texprobe_package_dir}
+                              PATH_VARS CMAKE_INSTALL_BINDIR)
 write_basic_package_version_file(${texprobe_package_files}/TexProbeConfigVersion.cmake
                                  COMPATIBILITY SameMajorVersion)
 install(FILES ${texprobe_package_files}/TexProbeConfig.cmake

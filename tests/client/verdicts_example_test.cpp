@@ -1,0 +1,61 @@
+// The example with a window: its output.
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+
+#include "support/tool_folder.h"
+#include "x_server.h"
+
+namespace texprobe::tests {
+namespace {
+
+using testing::HasSubstr;
+
+class VerdictsExample : public testing::Test {
+protected:
+    void SetUp() override {
+        unsetenv("WAYLAND_DISPLAY");
+        if (!XServer().runs()) GTEST_SKIP() << "Xvfb does not run here";
+    }
+
+    /// The folder's "tool" is the example, which keeps its records beside itself.
+    Finished run(const std::string& tool) const {
+        // It ends with its client.
+        const XServer server;
+        return folder_.run({tool}, {std::string("DISPLAY=") + std::getenv("DISPLAY"),
+                                    "XDG_RUNTIME_DIR=" + folder_.path().string()});
+    }
+
+    const ToolFolder folder_{EXAMPLE};
+};
+
+TEST_F(VerdictsExample, prints_the_table_with_a_core_profile) {
+    // Beside the example, so that both use the same records.
+    const std::string tool = folder_.path() / "tool";
+    std::filesystem::copy_file(TOOL, tool);
+    for (const std::string& path : {tool, std::string("/no/such/tool")}) {
+        const Finished finished = run(path);
+        EXPECT_TRUE(finished.exited_with(0)) << finished.err;
+        EXPECT_EQ(finished.err, "");
+        const auto all = lines(finished.out);
+        ASSERT_EQ(all.size(), 19u);
+        EXPECT_THAT(all[0], HasSubstr("llvmpipe"));
+        EXPECT_EQ(
+            all[2],
+            "                            create   render      set    reset      get     read");
+        EXPECT_EQ(
+            all[6],
+            "GL_RGBA8                       yes      yes      yes      yes      yes      yes");
+    }
+}
+
+TEST_F(VerdictsExample, prints_why_there_are_no_verdicts) {
+    const Finished finished = run("/no/such/tool");
+    EXPECT_TRUE(finished.exited_with(1));
+    EXPECT_EQ(finished.err, "texverdicts: \"/no/such/tool\" was not found\n");
+}
+
+}  // namespace
+}  // namespace texprobe::tests
