@@ -13,7 +13,6 @@
 #include <cstdlib>
 #include <initializer_list>
 
-
 namespace {
 
 constexpr int kWidth = 480;

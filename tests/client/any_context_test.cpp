@@ -27,8 +27,8 @@ namespace {
 
 /// All that the context tells of itself: the integers of every name that it knows.
 std::map<GLenum, std::vector<GLint>> context_values() {
-    // Clocks, and how much memory is free. What is asked for ends before the names by which a driver
-    // that has no such device crashes.
+    // Clocks, and how much memory is free. What is asked for ends before the names by which a
+    // driver that has no such device crashes.
     const std::set<GLenum> changing = {0x8E28, 0x9047, 0x9048, 0x9049, 0x904A,
                                        0x904B, 0x87FB, 0x87FC, 0x87FD};
     std::map<GLenum, std::vector<GLint>> values;

@@ -113,6 +113,9 @@ TEST_F(OpenVerdicts, compare_the_version_of_a_compatibility_context) {
     record(complete_set(kFirst, "Renderer"));
     machine().version = "2.1 Another version";
     EXPECT_EQ(look(), TEXPROBE_FAILED);
+    // Before 3.2 there are no profiles, and asking for one is an error.
+    machine().version = "3.1 Version";
+    EXPECT_EQ(look(), TEXPROBE_FAILED);
     EXPECT_THAT(machine().calls, Not(Contains("glGetIntegerv 0x9126")));
     machine().version = "4.5 (Compatibility Profile) Version";
     machine().profile = 2;
