@@ -186,7 +186,6 @@ TEST_F(OpenVerdicts, say_why_no_renderer_is_listed) {
 
 TEST_F(OpenVerdicts, say_why_the_store_cannot_be_read_each_time) {
     const auto directory = folder_.database().parent_path();
-    std::filesystem::permissions(directory, std::filesystem::perms::all);
     std::filesystem::remove_all(directory);
     std::filesystem::create_directory(directory);
     std::filesystem::create_directory(folder_.database());
