@@ -57,7 +57,7 @@ TEXPROBE_EXPORT texprobe_verdicts* texprobe_verdicts_open(const texprobe_options
 TEXPROBE_EXPORT texprobe_state texprobe_verdicts_wait(texprobe_verdicts* verdicts,
                                                       int milliseconds);
 
-/* How much of this machine is measured: 0 to 1, and 1 only when it is over. */
+/* How much of this machine is measured: 0 to 1. */
 TEXPROBE_EXPORT double texprobe_verdicts_progress(const texprobe_verdicts* verdicts);
 
 /* One line, valid until close. FAILED: why. MEASURING: what it waits for. READY: "", or which
