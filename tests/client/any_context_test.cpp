@@ -182,8 +182,7 @@ TEST_F(ManyApplications, get_the_same_verdicts_at_once) {
     int results[2];
     ASSERT_EQ(pipe(results), 0);
     for (int i = 0; i < kApplications; ++i) {
-        if (fork() != 0) continue;
-        {
+        start([&] {
             const auto context = open_surfaceless_core();
             texprobe_verdicts* verdicts = open(folder_.tool());
             std::string line = "failed";
@@ -192,20 +191,15 @@ TEST_F(ManyApplications, get_the_same_verdicts_at_once) {
             line += text(GL_RENDERER);
             line += '\n';
             texprobe_verdicts_close(verdicts);
-            static_cast<void>(!write(results[1], line.data(), line.size()));
-        }
-        _exit(0);
+            return write(results[1], line.data(), line.size()) < 0 ? 1 : 0;
+        });
     }
     close(results[1]);
-    std::string output;
-    char buffer[4096];
-    for (ssize_t count = 0; (count = read(results[0], buffer, sizeof buffer)) > 0;) {
-        output.append(buffer, static_cast<std::size_t>(count));
-    }
+    const std::string output = read_all(results[0]);
     close(results[0]);
     while (wait(nullptr) > 0) {
     }
-    const std::vector<std::string> all = lines(output);
+    const std::vector<std::string> all = lines_of(output);
     ASSERT_EQ(all.size(), static_cast<std::size_t>(kApplications));
     const std::string renderer = all.front().substr(all.front().find(' ') + 1);
     std::string expected = recorded_answers(renderer);

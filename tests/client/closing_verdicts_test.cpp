@@ -68,16 +68,13 @@ texprobe_verdicts* verdictsAtExit = nullptr;
 
 TEST_F(ClosingVerdicts, work_at_the_end_of_the_process) {
     script("hang\n");
-    const pid_t application = fork();
-    if (application == 0) {
+    const pid_t application = start([&]() -> int {
         std::atexit([] { texprobe_verdicts_close(verdictsAtExit); });
         verdictsAtExit = open();
         while (tools().empty()) std::this_thread::sleep_for(milliseconds(1));
         std::exit(0);
-    }
-    int status = -1;
-    ASSERT_EQ(waitpid(application, &status, 0), application);
-    EXPECT_EQ(status, 0);
+    });
+    EXPECT_EQ(status_of(application), 0);
     EXPECT_EQ(tools(), std::vector<pid_t>());
 }
 
@@ -85,15 +82,12 @@ TEST_F(ClosingVerdicts, do_nothing_in_a_child_of_the_process) {
     script("hang\n");
     texprobe_verdicts* verdicts = open();
     while (tools().empty()) std::this_thread::sleep_for(milliseconds(1));
-    const pid_t child = fork();
-    if (child == 0) {
+    const pid_t child = start([&] {
         const bool isMeasuring = texprobe_verdicts_wait(verdicts, -1) == TEXPROBE_MEASURING;
         texprobe_verdicts_close(verdicts);
-        _exit(isMeasuring ? 0 : 1);
-    }
-    int status = -1;
-    ASSERT_EQ(waitpid(child, &status, 0), child);
-    EXPECT_EQ(status, 0);
+        return isMeasuring ? 0 : 1;
+    });
+    EXPECT_EQ(status_of(child), 0);
     EXPECT_EQ(tools().size(), 1u);
     texprobe_verdicts_close(verdicts);
 }

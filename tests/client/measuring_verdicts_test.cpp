@@ -199,16 +199,14 @@ TEST_F(MeasuringVerdicts, wait_for_another_run_without_taking_it_for_a_hang) {
     ASSERT_GE(descriptor, 0);
     int locked[2];
     ASSERT_EQ(pipe(locked), 0);
-    const pid_t other = fork();
-    if (other == 0) {
+    const pid_t other = start([&] {
         struct flock lock = {};
         lock.l_type = F_WRLCK;
         lock.l_len = 1;
         fcntl(descriptor, F_SETLK, &lock);
         static_cast<void>(!write(locked[1], "", 1));
-        pause();
-        _exit(0);
-    }
+        return pause();
+    });
     char byte = 0;
     ASSERT_EQ(read(locked[0], &byte, 1), 1);
     script("sleep 2000\n" + complete_set(kFirst, "Renderer"));
@@ -218,7 +216,7 @@ TEST_F(MeasuringVerdicts, wait_for_another_run_without_taking_it_for_a_hang) {
     EXPECT_EQ(texprobe_verdicts_wait(verdicts, -1), TEXPROBE_READY);
     texprobe_verdicts_close(verdicts);
     kill(other, SIGKILL);
-    waitpid(other, nullptr, 0);
+    status_of(other);
     for (const int end : {descriptor, locked[0], locked[1]}) close(end);
 }
 

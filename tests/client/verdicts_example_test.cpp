@@ -39,7 +39,7 @@ TEST_F(VerdictsExample, prints_the_table_with_a_core_profile) {
         const Finished finished = run(path);
         EXPECT_TRUE(finished.exited_with(0)) << finished.err;
         EXPECT_EQ(finished.err, "");
-        const auto all = lines(finished.out);
+        const auto all = lines_of(finished.out);
         ASSERT_EQ(all.size(), 19u);
         EXPECT_THAT(all[0], HasSubstr("llvmpipe"));
         EXPECT_EQ(
