@@ -109,11 +109,12 @@ public:
 
 private:
     void add(const std::string& name, const char* replacement) {
-        if (name.size() > 1) names_.emplace_back(name, replacement);
+        if (name.size() <= 1) return;
         // A home may hold the user's name: longer names go first.
-        std::stable_sort(names_.begin(), names_.end(), [](const auto& a, const auto& b) {
-            return a.first.size() > b.first.size();
+        const auto place = std::find_if(names_.begin(), names_.end(), [&](const auto& other) {
+            return other.first.size() < name.size();
         });
+        names_.emplace(place, name, replacement);
     }
     static bool is_word(const std::string& text, std::size_t at) {
         if (at >= text.size()) return false;

@@ -22,7 +22,7 @@ public:
 
 private:
     std::vector<std::string> lines_;
-    std::vector<std::string>* former_ = nullptr;
+    [[maybe_unused]] std::vector<std::string>* former_ = nullptr;  // Not on macOS.
 };
 
 }  // namespace texprobe
