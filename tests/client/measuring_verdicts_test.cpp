@@ -270,8 +270,8 @@ TEST_F(MeasuringVerdicts, are_judged_by_the_records_where_the_application_reaps_
 
 TEST_F(MeasuringVerdicts, may_be_eight_at_once) {
     script("sleep 100\n" + complete_set(kFirst, "Renderer"));
-    std::vector<texprobe_verdicts*> all;
-    for (int i = 0; i < 8; ++i) all.push_back(open());
+    std::vector<texprobe_verdicts*> all(8);
+    for (texprobe_verdicts*& verdicts : all) verdicts = open();
     for (texprobe_verdicts* verdicts : all) {
         EXPECT_EQ(texprobe_verdicts_wait(verdicts, -1), TEXPROBE_READY)
             << texprobe_verdicts_reason(verdicts);

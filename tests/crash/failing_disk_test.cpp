@@ -31,14 +31,14 @@ constexpr unsigned kErrorCount = std::size(kErrors);
 
 class FailingDisk : public texprobe::tests::StoreFixture {
 protected:
-    /// Three synchronizations on a disk whose n-th access fails with `error_at(n)`, and a last one
+    /// Three synchronizations on a disk whose n-th access fails with `errorAt(n)`, and a last one
     /// on the healthy disk. Is nothing lost?
-    bool loses_nothing(const std::function<int(unsigned)>& error_at) const {
+    bool loses_nothing(const std::function<int(unsigned)>& errorAt) const {
         bool isSound = false;
         bool good = true;
         unsigned accesses = 0;
         const WatchedDisk disk(
-            [&](const DiskEvent&) { return isSound ? SQLITE_OK : error_at(++accesses); });
+            [&](const DiskEvent&) { return isSound ? SQLITE_OK : errorAt(++accesses); });
         const std::string said = errors_of([&] {
             RecordStore store(directory());
             std::vector<std::string> promised;
