@@ -209,7 +209,7 @@ Comparison compare_named(const Arguments& arguments) {
 void add_compare(CLI::App* app, Session* session) {
     CLI::App* command = app->add_subcommand("compare", "What differs between two record sets");
     const auto arguments = std::make_shared<Arguments>();
-    command->add_option("A B", arguments->names, kSetOrFile)->type_name("");
+    command->add_option("SET", arguments->names, kSetOrFile)->type_name("");
     add_json(command, arguments);
     command->footer(
         "Without A and B: the present build of each renderer with the one before it.\n"
@@ -262,7 +262,7 @@ void run_report(const Arguments& arguments) {
 void add_report(CLI::App* app) {
     CLI::App* command = app->add_subcommand("report", "Record sets as one page for a browser");
     const auto arguments = std::make_shared<Arguments>();
-    command->add_option("SET or FILE", arguments->names, kSetOrFile)->type_name("");
+    command->add_option("SET", arguments->names, kSetOrFile)->type_name("");
     command->add_option("-o", arguments->file, "The page to write")
         ->type_name("FILE.html")
         ->required();

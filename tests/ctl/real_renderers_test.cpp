@@ -7,6 +7,7 @@
 #include <sstream>
 
 #include "ctl/ctl_folder.h"
+#include "gl/mesa_renderer.h"
 
 namespace texprobe::tests {
 namespace {
@@ -38,6 +39,9 @@ std::vector<std::string> matrix_rows(const std::string& text) {
 }
 
 TEST_P(OnRenderer, every_command_does_its_work) {
+    if (const std::string reason = prepare({GetParam(), {}}); !reason.empty()) {
+        GTEST_SKIP() << reason;
+    }
     const auto ctl = [&](const std::vector<std::string>& arguments) {
         return folder_.ctl(arguments, environment());
     };
