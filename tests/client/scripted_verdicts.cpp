@@ -1,14 +1,40 @@
 #include "scripted_verdicts.h"
 
-#include <algorithm>
+#include <unistd.h>
+
 #include <fstream>
+#include <set>
 #include <sstream>
 
 #include "support/formats.h"
 
 namespace texprobe::tests {
 
+namespace {
+
+std::set<std::string> all_threads() {
+    std::set<std::string> threads;
+    for (const auto& entry : std::filesystem::directory_iterator("/proc/self/task")) {
+        threads.insert(entry.path().filename());
+    }
+    return threads;
+}
+
+/// A sanitizer starts a thread of its own, together with the first one of the process.
+std::set<std::string> threads_of_sanitizer() {
+    std::string first;
+    std::thread([&] { first = std::to_string(gettid()); }).join();
+    std::set<std::string> threads = all_threads();
+    // The kernel may still show what has been joined.
+    while (threads.count(first) == 1) threads = all_threads();
+    threads.erase(std::to_string(getpid()));
+    return threads;
+}
+
+}  // namespace
+
 ScriptedVerdicts::ScriptedVerdicts() {
+    EXPECT_EQ(threads_of_process().size(), 1u);
     machine() = {};
     machine().displays = {{1, {{0xff}, {0x1021a00}}}};
     testing::internal::CaptureStdout();
@@ -101,11 +127,11 @@ std::vector<pid_t> ScriptedVerdicts::tools() const {
 }
 
 std::vector<std::string> threads_of_process() {
+    static const std::set<std::string> ofSanitizer = threads_of_sanitizer();
     std::vector<std::string> threads;
-    for (const auto& entry : std::filesystem::directory_iterator("/proc/self/task")) {
-        threads.push_back(entry.path().filename());
+    for (const std::string& thread : all_threads()) {
+        if (ofSanitizer.count(thread) == 0) threads.push_back(thread);
     }
-    std::sort(threads.begin(), threads.end());
     return threads;
 }
 

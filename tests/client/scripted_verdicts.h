@@ -64,7 +64,8 @@ private:
     std::vector<std::thread::id> threads_;
 };
 
-/// The numbers of this process's threads.
+/// The numbers of this process's threads, without a sanitizer's. First called while there is only
+/// the main one.
 std::vector<std::string> threads_of_process();
 
 }  // namespace texprobe::tests
