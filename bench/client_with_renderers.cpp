@@ -1,9 +1,10 @@
 // An application on a machine with TEXPROBE_BENCH_RENDERERS renderers, of which its own is the
-// last. Usage: client_with_renderers prepare | client_with_renderers measure, which prints the
-// seconds that a construction takes.
+// last. Usage: client_with_renderers prepare|construct|open
+// The last two print the seconds that a construction, or texprobe_verdicts_open(), takes.
 
 #include <OpenGL/gl.h>
 #include <TexProbe.h>
+#include <TexProbeVerdicts.h>
 
 #include <cstdio>
 #include <cstdlib>
@@ -29,6 +30,21 @@ void prepare(int renderers) {
                      string_of_context(GL_RENDERER)});
 }
 
+/// Seconds; below 0 without verdicts.
+double time_of_construction() {
+    std::unique_ptr<qor::TexProbe> probe;
+    const double seconds = time_of([&] { probe = std::make_unique<qor::TexProbe>("false"); });
+    return probe->IsTextureFormatSupported(GL_RGBA8, false) ? seconds : -1.0;
+}
+
+double time_of_open() {
+    texprobe_verdicts* verdicts = nullptr;
+    const double seconds = time_of([&] { verdicts = texprobe_verdicts_open(nullptr); });
+    const bool isReady = texprobe_verdicts_wait(verdicts, 0) == TEXPROBE_READY;
+    texprobe_verdicts_close(verdicts);
+    return isReady ? seconds : -1.0;
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -39,8 +55,8 @@ int main(int argc, char** argv) {
         prepare(std::atoi(renderers));
         return 0;
     }
-    std::unique_ptr<qor::TexProbe> probe;
-    const double seconds = time_of([&] { probe = std::make_unique<qor::TexProbe>("false"); });
-    if (!probe->IsTextureFormatSupported(GL_RGBA8, false)) return 1;
+    const bool isOpen = std::strcmp(argv[1], "open") == 0;
+    const double seconds = isOpen ? time_of_open() : time_of_construction();
+    if (seconds < 0.0) return 1;
     std::printf("%.9f\n", seconds);
 }

@@ -74,12 +74,14 @@ void print_growth_with_displays(const fs::path& programs) {
 void print_growth_with_renderers(const fs::path& programs) {
     const ProgramFolder folder(programs, {programs / "client_with_renderers"});
     const std::string client = folder / "client_with_renderers";
-    std::printf("\nrenderers | construction, ms\n");
+    std::printf("\nrenderers | construction, ms | verdicts' open, ms\n");
     for (const int renderers : {1, 2, 4, 8, 16, 32}) {
         setenv("TEXPROBE_BENCH_RENDERERS", std::to_string(renderers).c_str(), 1);
         folder.remove_records();
         run_process({client, "prepare"});
-        std::printf("%9d | %16.3f\n", renderers, milliseconds_printed_by({client, "measure"}));
+        std::printf("%9d | %16.3f | %18.3f\n", renderers,
+                    milliseconds_printed_by({client, "construct"}),
+                    milliseconds_printed_by({client, "open"}));
     }
 }
 

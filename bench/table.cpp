@@ -176,9 +176,51 @@ private:
     ProgramFolder onDisk_, application_, store_;
 };
 
+/// For how long texprobe_verdicts_open() holds an application's thread.
+struct OpenTimes {
+    std::vector<double> recorded, unrecorded, withoutTool;
+};
+
+/// An application that asks in the second way, with and without records.
+class VerdictsClients {
+public:
+    explicit VerdictsClients(const fs::path& folder)
+        : recorded_(folder, {folder / "client_of_verdicts", folder / "texprobe_for_bench"}),
+          unrecorded_(folder, {folder / "client_of_verdicts", folder / "texprobe_for_bench"}) {
+        run_process({recorded_ / "texprobe_for_bench"});
+    }
+
+    void add_steps(OpenTimes* times, Steps* steps) const {
+        steps->push_back([this, times] {
+            times->recorded.push_back(milliseconds(recorded_, kMissingTool, "recorded"));
+        });
+        steps->push_back([this, times] {
+            // The run before has measured until it was closed.
+            unrecorded_.remove_records();
+            times->unrecorded.push_back(
+                milliseconds(unrecorded_, unrecorded_ / "texprobe_for_bench", "unrecorded"));
+        });
+        steps->push_back([this, times] {
+            unrecorded_.remove_records();
+            times->withoutTool.push_back(milliseconds(unrecorded_, kMissingTool, "unrecorded"));
+        });
+    }
+
+private:
+    static constexpr char kMissingTool[] = "/no/such/tool";
+
+    static double milliseconds(const ProgramFolder& folder, const std::string& tool,
+                               const char* what) {
+        return number(run_process({folder / "client_of_verdicts", tool, what}).output) * 1e3;
+    }
+
+    ProgramFolder recorded_, unrecorded_;
+};
+
 /// All runs of whole processes.
 struct Processes {
     Version present, before;
+    OpenTimes open;
     Runs firstInMemory, firstWithoutShaders, bare, bareWithWrites, floor, eglinfo;
 };
 
@@ -193,6 +235,7 @@ ProcessRun run_without_shaders(const std::string& tool, const std::string& folde
 
 Processes run_processes(const fs::path& folder, const fs::path& before, int rounds) {
     const Programs programs(folder, folder);
+    const VerdictsClients clients(folder);
     std::optional<Programs> programsBefore;
     if (!before.empty()) programsBefore.emplace(folder, before);
     const ProgramFolder inMemory("/dev/shm", {folder / "texprobe_for_bench"});
@@ -221,6 +264,7 @@ Processes run_processes(const fs::path& folder, const fs::path& before, int roun
         },
     };
     programs.add_steps(&all.present, &steps);
+    clients.add_steps(&all.open, &steps);
     if (programsBefore) programsBefore->add_steps(&all.before, &steps);
     std::mt19937 random;
     for (int round = 0; round < rounds; ++round) {
@@ -229,6 +273,16 @@ Processes run_processes(const fs::path& folder, const fs::path& before, int roun
         for (const auto& step : steps) step();
     }
     return all;
+}
+
+void add_open(const Processes& all, std::vector<Row>* rows) {
+    const double construction = median(all.present.constructionMilliseconds);
+    const auto add = [&](const char* what, const std::vector<double>& times) {
+        rows->push_back(row_of(what, median(times), construction, "ms", 1.1));
+    };
+    add("verdicts' open, recorded : client construction", all.open.recorded);
+    add("verdicts' open, nothing recorded : client construction", all.open.unrecorded);
+    add("verdicts' open, no records and no tool : client construction", all.open.withoutTool);
 }
 
 /// This version against another one.
@@ -253,6 +307,7 @@ void measure_processes(const fs::path& folder, const fs::path& before, int round
     rows->push_back(row_of("client construction : creating the application's context",
                            median(present.constructionMilliseconds),
                            median(present.contextMilliseconds), "ms", 0.03));
+    add_open(all, rows);
     rows->push_back(row_of("peak memory of a first run : bare measurement",
                            median(present.first.peakMiB), median(all.bare.peakMiB), "MiB", 1.05));
     rows->push_back(time_row("whole first run : bare measurement", present.first, all.bare, 0.0));
