@@ -1,0 +1,242 @@
+// Applications of several toolkits, on several renderers, get the same verdicts: those that the
+// tool has recorded.
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cctype>
+#include <cstdlib>
+#include <map>
+#include <memory>
+#include <ostream>
+#include <string>
+#include <tuple>
+#include <vector>
+
+#include "client/x_server.h"
+#include "gl/mesa_renderer.h"
+#include "support/formats.h"
+#include "support/tool_folder.h"
+#include "wayland_server.h"
+
+namespace texprobe::tests {
+namespace {
+
+using testing::HasSubstr;
+using testing::StartsWith;
+
+constexpr int kNoSuchContext = 77;
+
+enum class Server { kNone, kX, kWayland };
+
+struct Toolkit {
+    const char* name;
+    const char* application;  // Empty: built without that toolkit.
+    const char* api;
+    Server server;
+    Environment environment;
+};
+
+void PrintTo(const Toolkit& toolkit, std::ostream* stream) {
+    *stream << toolkit.name;
+}
+
+std::vector<Toolkit> toolkits() {
+    const std::string qt = "QT_QPA_PLATFORM=xcb";
+    const std::string sdl = "SDL_VIDEODRIVER=x11";
+    return {{"glfw_glx", GLFW_APPLICATION, "glx", Server::kX, {}},
+            {"glfw_egl", GLFW_APPLICATION, "egl", Server::kX, {}},
+            {"sdl_glx", SDL_APPLICATION, "glx", Server::kX, {sdl}},
+            {"sdl_egl", SDL_APPLICATION, "egl", Server::kX, {sdl, "SDL_VIDEO_X11_FORCE_EGL=1"}},
+            {"qt_glx", QT_APPLICATION, "glx", Server::kX, {qt, "QT_XCB_GL_INTEGRATION=xcb_glx"}},
+            {"qt_egl", QT_APPLICATION, "egl", Server::kX, {qt, "QT_XCB_GL_INTEGRATION=xcb_egl"}},
+            {"wayland", WAYLAND_APPLICATION, "egl", Server::kWayland, {}},
+            {"surfaceless", SURFACELESS_APPLICATION, "egl", Server::kNone, {}}};
+}
+
+std::vector<MesaRenderer> measured_renderers() {
+    std::vector<MesaRenderer> renderers = mesa_renderers();
+    renderers.erase(
+        std::remove_if(renderers.begin(), renderers.end(),
+                       [](const MesaRenderer& renderer) { return renderer.name == "virgl"; }),
+        renderers.end());
+    return renderers;
+}
+
+/// The lines "name: text" of an application.
+std::map<std::string, std::string> answers_in(const std::string& output) {
+    std::map<std::string, std::string> answers;
+    for (const std::string& line : lines_of(output)) {
+        const std::size_t colon = line.find(": ");
+        if (colon != std::string::npos) answers[line.substr(0, colon)] = line.substr(colon + 2);
+    }
+    return answers;
+}
+
+/// A user whose records are in a folder of the test.
+class Applications : public testing::Test {
+protected:
+    Applications() {
+        std::filesystem::create_directories(folder_.path() / ".config/texprobe");
+        std::filesystem::create_directory_symlink(".config/texprobe", folder_.path() / "records");
+    }
+
+    Environment environment() const {
+        const std::string home = folder_.path();
+        // Shaders compiled in one test serve the others.
+        const std::string shaders = SHADERS;
+        const std::string preloaded = OTHER_HOME_LIBRARY;
+        return {"MESA_SHADER_CACHE_DIR=" + shaders, "LD_PRELOAD=" + preloaded, "OTHER_HOME=" + home,
+                "HOME=" + home, "PATH=" + home + ":/usr/bin:/bin"};
+    }
+
+    /// Sixteen times six of y, n and ?, of the only renderer of that name that is recorded.
+    std::string recorded_answers(const std::string& renderer) const {
+        std::string line;
+        for (const auto& [application, records] : folder_.records()) {
+            const auto found = records.find("GL_RENDERER");
+            if (found == records.end() || found->second != "string " + renderer) continue;
+            EXPECT_EQ(line, "") << "two of the name " << renderer;
+            for (const Format& format : kFormats) {
+                for (const char* capability : kCapabilities) {
+                    const auto record = records.find(std::string(format.name) + "_" + capability);
+                    line += record == records.end()         ? '?'
+                            : record->second == "boolean 1" ? 'y'
+                                                            : 'n';
+                }
+            }
+        }
+        return line;
+    }
+
+    ToolFolder folder_{TOOL};
+};
+
+void add(Environment* environment, const Environment& more) {
+    environment->insert(environment->end(), more.begin(), more.end());
+}
+
+class AnyToolkit
+    : public Applications,
+      public testing::WithParamInterface<std::tuple<MesaRenderer, Toolkit, const char*>> {
+protected:
+    const MesaRenderer& renderer() const { return std::get<0>(GetParam()); }
+    const Toolkit& toolkit() const { return std::get<1>(GetParam()); }
+    std::string context() const { return std::get<2>(GetParam()); }
+
+    /// Why this cannot be tried here; empty if it can.
+    std::string start_servers() {
+        std::string missing = prepare(renderer());
+        if (!missing.empty()) return missing;
+        if (*toolkit().application == '\0') return "built without this toolkit";
+        if (toolkit().server == Server::kX) {
+            x_ = std::make_unique<XServer>();
+            if (!x_->runs()) return "Xvfb does not run here";
+            display_ = {std::string("DISPLAY=") + std::getenv("DISPLAY")};
+        }
+        if (toolkit().server == Server::kWayland) {
+            wayland_ = std::make_unique<WaylandServer>(folder_.path());
+            if (!wayland_->runs()) return "weston does not run here";
+            display_ = wayland_->environment();
+        }
+        return {};
+    }
+
+    Finished run_application() const {
+        Environment variables = environment();
+        // The first one of a name counts.
+        for (const Environment& more : {display_, toolkit().environment, renderer().environment}) {
+            add(&variables, more);
+        }
+        return run({toolkit().application, {context(), toolkit().api, folder_.tool()}, variables});
+    }
+
+    void expect_version(const std::string& version) const {
+        if (context() == "es_3") {
+            EXPECT_THAT(version, StartsWith("OpenGL ES 3."));
+        } else {
+            EXPECT_THAT(version, HasSubstr(context() == "compatibility" ? "(Compatibility Profile)"
+                                                                        : "(Core Profile)"));
+        }
+    }
+
+    std::unique_ptr<XServer> x_;
+    std::unique_ptr<WaylandServer> wayland_;
+    Environment display_;
+};
+
+TEST_P(AnyToolkit, gets_the_verdicts_that_are_recorded) {
+    const std::string missing = start_servers();
+    if (!missing.empty()) GTEST_SKIP() << missing;
+    const Finished finished = run_application();
+    if (finished.exited_with(kNoSuchContext)) GTEST_SKIP() << finished.err;
+    ASSERT_TRUE(finished.exited_with(0)) << finished.status << finished.err;
+    EXPECT_THAT(finished.err, testing::Not(HasSubstr("texprobe")));
+
+    auto answers = answers_in(finished.out);
+    EXPECT_THAT(answers["renderer"], StartsWith(renderer().name));
+    expect_version(answers["version"]);
+    EXPECT_EQ(answers["reason"], "");
+    const std::string expected = recorded_answers(answers["renderer"]);
+    EXPECT_THAT(expected, HasSubstr("yyyyyy"));
+    EXPECT_EQ(answers["verdicts"], expected);
+    if (context() == "compatibility") {
+        // The class knows no unknown.
+        std::string known = expected;
+        std::replace(known.begin(), known.end(), '?', 'n');
+        EXPECT_EQ(answers["class"], known);
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Of, AnyToolkit,
+    testing::Combine(testing::ValuesIn(measured_renderers()), testing::ValuesIn(toolkits()),
+                     testing::Values("core_33", "core_45", "compatibility", "es_3")),
+    [](const auto& param) {
+        return std::get<0>(param.param).name + "_" + std::get<1>(param.param).name + "_" +
+               std::get<2>(param.param);
+    });
+
+class Python : public Applications, public testing::WithParamInterface<MesaRenderer> {};
+
+/// The words of the example's table as those of an application.
+std::string answers_in_table(const std::string& table) {
+    std::map<std::string, std::string> answers;
+    for (const std::string& line : lines_of(table)) {
+        const std::size_t nameEnd = line.find(' ');
+        std::string& letters = answers[line.substr(0, nameEnd)];
+        for (std::size_t i = nameEnd; i < line.size(); ++i) {
+            if (line[i - 1] == ' ' && line[i] != ' ') letters += line[i];
+        }
+    }
+    std::string line;
+    for (const Format& format : kFormats) line += answers[format.name];
+    return line;
+}
+
+TEST_P(Python, gets_the_verdicts_that_are_recorded) {
+    const std::string missing = prepare(GetParam());
+    if (!missing.empty()) GTEST_SKIP() << missing;
+    if (*PYTHON == '\0') GTEST_SKIP() << "built without Python";
+    Environment variables = environment();
+    add(&variables, GetParam().environment);
+    const Finished finished = run({PYTHON, {EXAMPLE, LIBRARY}, variables});
+    ASSERT_TRUE(finished.exited_with(0)) << finished.err;
+    const RecordSets sets = folder_.records();
+    std::string expected;
+    for (const auto& [application, records] : sets) {
+        const auto found = records.find("GL_RENDERER");
+        if (found == records.end()) continue;
+        const std::string renderer = found->second.substr(std::string("string ").size());
+        if (renderer.rfind(GetParam().name, 0) == 0) expected = recorded_answers(renderer);
+    }
+    EXPECT_THAT(expected, HasSubstr("yyyyyy"));
+    EXPECT_EQ(answers_in_table(finished.out), expected);
+}
+
+INSTANTIATE_TEST_SUITE_P(On, Python, testing::ValuesIn(measured_renderers()),
+                         [](const auto& param) { return param.param.name; });
+
+}  // namespace
+}  // namespace texprobe::tests
