@@ -2,12 +2,17 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
 #include <cstddef>
+#include <cstdlib>
+#include <filesystem>
 #include <memory>
 #include <utility>
 
 #include "scripted_verdicts.h"
+#include "support/process.h"
 
 namespace texprobe::tests {
 namespace {
@@ -199,6 +204,47 @@ TEST_F(OpenVerdicts, say_why_the_store_cannot_be_read_each_time) {
     EXPECT_THAT(log(), ElementsAre(HasSubstr("cannot use"), HasSubstr("cannot use")));
     EXPECT_THAT(log_threads(), Not(Contains(std::this_thread::get_id())));
     std::filesystem::remove_all(directory);
+}
+
+/// Opens without a wish for a tool; PATH has one. Zero if that one is started.
+int look_in_path(const std::filesystem::path& folder) {
+    setenv("PATH", ("relative::" + folder.string()).c_str(), 1);
+    texprobe_verdicts* verdicts = texprobe_verdicts_open(nullptr);
+    texprobe_verdicts_wait(verdicts, -1);
+    const std::string reason = texprobe_verdicts_reason(verdicts);
+    texprobe_verdicts_close(verdicts);
+    const std::string end = "; a set-user-ID process does not look in PATH";
+    const bool isRefused = reason.rfind("texprobe was not found: not as /", 0) == 0 &&
+                           reason.size() > end.size() &&
+                           reason.compare(reason.size() - end.size(), end.size(), end) == 0;
+    const bool isStarted = std::filesystem::exists(folder / "runs");
+    return isStarted ? 0 : isRefused ? 1 : 2;
+}
+
+void give(const std::filesystem::path& folder, uid_t user) {
+    for (const auto& entry : std::filesystem::recursive_directory_iterator(folder)) {
+        ASSERT_EQ(lchown(entry.path().c_str(), user, getegid()), 0);
+    }
+    ASSERT_EQ(chown(folder.c_str(), user, getegid()), 0);
+}
+
+TEST_F(OpenVerdicts, take_the_tool_in_path_but_not_in_a_set_user_id_process) {
+    if (std::filesystem::exists(INSTALLED_TOOL)) GTEST_SKIP() << INSTALLED_TOOL " is installed";
+    script("exit 0\n");
+    const auto& folder = folder_.path();
+    EXPECT_EQ(status_of(start([&] { return look_in_path(folder); })), W_EXITCODE(0, 0));
+    std::filesystem::remove(folder / "runs");
+    if (geteuid() != 0) GTEST_SKIP() << "only root can become such a process";
+    constexpr uid_t kAnother = 54321;
+    EXPECT_EQ(
+        status_of(start([&] { return setresgid(kAnother, 0, 0) == 0 ? look_in_path(folder) : 3; })),
+        W_EXITCODE(1, 0));
+    // The records are of the user whose rights the process has.
+    give(folder, kAnother);
+    EXPECT_EQ(
+        status_of(start([&] { return setresuid(0, kAnother, 0) == 0 ? look_in_path(folder) : 3; })),
+        W_EXITCODE(1, 0));
+    give(folder, 0);
 }
 
 TEST_F(OpenVerdicts, know_nothing_of_other_formats_and_capabilities) {

@@ -1,0 +1,123 @@
+// The real tool measures for TexProbeVerdicts, and the disk with the records becomes full.
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <sched.h>
+#include <sys/mount.h>
+#include <unistd.h>
+
+#include <filesystem>
+#include <string>
+
+#include "TexProbeVerdicts.h"
+#include "application_context.h"
+#include "records_of_test.h"
+#include "support/formats.h"
+#include "support/process.h"
+
+namespace texprobe::tests {
+namespace {
+
+using testing::AllOf;
+using testing::AnyOf;
+using testing::Eq;
+using testing::HasSubstr;
+using testing::StartsWith;
+
+/// In a process with a disk of its own at `folder`.
+bool mount_disk(const std::filesystem::path& folder, const std::string& size) {
+    std::filesystem::create_directories(folder);
+    return unshare(CLONE_NEWNS) == 0 &&
+           mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == 0 &&
+           mount("none", folder.c_str(), "tmpfs", 0, ("mode=700,size=" + size).c_str()) == 0;
+}
+
+class FullDisk : public testing::Test {
+protected:
+    /// What an application gets: "ready " and y, n and ? for each verdict, or "failed " and why.
+    std::string measure() const {
+        const auto context = open_surfaceless_core();
+        const std::string tool = folder_.tool();
+        const texprobe_options options = {sizeof options, tool.c_str(), 0, nullptr, nullptr};
+        texprobe_verdicts* verdicts = texprobe_verdicts_open(&options);
+        const bool isReady = texprobe_verdicts_wait(verdicts, -1) == TEXPROBE_READY;
+        std::string line = isReady ? "ready " : "failed ";
+        line += texprobe_verdicts_reason(verdicts);
+        for (const Format& format : kFormats) {
+            for (int i = 0; i < 6 && isReady; ++i) {
+                const auto capability = static_cast<texprobe_capability>(i);
+                const auto answer =
+                    texprobe_verdicts_answer(verdicts, format.internalFormat, capability);
+                line += answer == TEXPROBE_YES ? 'y' : answer == TEXPROBE_NO ? 'n' : '?';
+            }
+        }
+        texprobe_verdicts_close(verdicts);
+        return line + "\n";
+    }
+
+    /// The same on a disk of that size; and again after it has grown. "no disk" if mounting is not
+    /// allowed.
+    std::vector<std::string> measure_on_disk(const std::string& size) const {
+        int results[2];
+        if (pipe(results) != 0) return {};
+        const pid_t child = start([&] {
+            const std::filesystem::path records = folder_.database().parent_path();
+            std::string lines = "no disk";
+            if (mount_disk(records, size)) {
+                lines = measure();
+                mount(nullptr, records.c_str(), nullptr, MS_REMOUNT, "size=10m");
+                lines += measure();
+            }
+            return write(results[1], lines.data(), lines.size()) < 0 ? 1 : 0;
+        });
+        close(results[1]);
+        const std::string lines = read_all(results[0]);
+        close(results[0]);
+        status_of(child);
+        return lines_of(lines);
+    }
+
+    const ToolFolder& folder_ = empty_folder(TOOL);
+};
+
+/// Do the verdicts differ as after a crash? At most one test counts as failed: the one that had
+/// begun, and whose outcome could not be recorded. Those that need it are unknown.
+bool costs_one_test(const std::string& right, const std::string& verdicts) {
+    if (verdicts.size() != right.size()) return false;
+    constexpr std::size_t kCapabilityCount = 6;
+    const std::size_t begin = std::string("ready ").size();
+    std::size_t failed = 0;
+    for (std::size_t i = begin; i < right.size(); ++i) {
+        const bool isOfFailed =
+            failed > 0 && (i - begin) / kCapabilityCount == (failed - begin) / kCapabilityCount;
+        if (verdicts[i] == right[i] || (verdicts[i] == '?' && isOfFailed)) continue;
+        if (verdicts[i] != 'n' || failed > 0) return false;
+        failed = i;
+    }
+    return true;
+}
+
+TEST_F(FullDisk, gives_a_reason_or_the_right_verdicts_and_costs_what_a_crash_does) {
+    const std::vector<std::string> whole = measure_on_disk("10m");
+    if (whole.at(0) == "no disk") GTEST_SKIP() << "mounting is not allowed here";
+    const std::string& right = whole.at(0);
+    ASSERT_THAT(right, StartsWith("ready "));
+    ASSERT_THAT(right, HasSubstr("yyyyyy"));
+    const auto hasReason = AllOf(StartsWith("failed "), AnyOf(HasSubstr("No space left on device"),
+                                                              HasSubstr("missing or in doubt")));
+    int failures = 0;
+    for (const int kilobytes : {4, 16, 24, 32, 40, 48, 56, 64, 80, 96, 128}) {
+        const auto lines = measure_on_disk(std::to_string(kilobytes) + "k");
+        ASSERT_EQ(lines.size(), 2u) << kilobytes;
+        EXPECT_THAT(lines[0], AnyOf(Eq(right), hasReason)) << kilobytes;
+        EXPECT_TRUE(costs_one_test(right, lines[1])) << kilobytes << "\n"
+                                                     << right << "\n"
+                                                     << lines[1];
+        failures += lines[0] != right ? 1 : 0;
+        if (lines[0] != right) RecordProperty(std::to_string(kilobytes), lines[0]);
+    }
+    EXPECT_GT(failures, 3);
+}
+
+}  // namespace
+}  // namespace texprobe::tests
