@@ -1,0 +1,28 @@
+/* A core-profile context without a window, for applications in C and C++. */
+
+#ifndef TEXPROBE_TESTS_CORE_CONTEXT_H
+#define TEXPROBE_TESTS_CORE_CONTEXT_H
+
+#include <EGL/egl.h>
+#include <EGL/eglext.h>
+
+static inline int open_core_context(void) {
+    const EGLint wanted[] = {EGL_SURFACE_TYPE, 0, EGL_RENDERABLE_TYPE, EGL_OPENGL_BIT, EGL_NONE};
+    const EGLint core[] = {EGL_CONTEXT_MAJOR_VERSION,
+                           3,
+                           EGL_CONTEXT_MINOR_VERSION,
+                           3,
+                           EGL_CONTEXT_OPENGL_PROFILE_MASK,
+                           EGL_CONTEXT_OPENGL_CORE_PROFILE_BIT,
+                           EGL_NONE};
+    EGLDisplay display =
+        eglGetPlatformDisplay(EGL_PLATFORM_SURFACELESS_MESA, EGL_DEFAULT_DISPLAY, NULL);
+    EGLConfig config = NULL;
+    EGLint count = 0;
+    return eglInitialize(display, NULL, NULL) && eglBindAPI(EGL_OPENGL_API) &&
+           eglChooseConfig(display, wanted, &config, 1, &count) && count == 1 &&
+           eglMakeCurrent(display, EGL_NO_SURFACE, EGL_NO_SURFACE,
+                          eglCreateContext(display, config, EGL_NO_CONTEXT, core));
+}
+
+#endif
