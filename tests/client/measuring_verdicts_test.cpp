@@ -246,7 +246,8 @@ void reap_every_child(int) {
 
 TEST_F(MeasuringVerdicts, are_judged_by_the_records_where_the_application_reaps_its_children) {
     const std::string first = complete_set(kFirst, "Renderer");
-    for (void (*handler)(int) : {SIG_IGN, reap_every_child}) {
+    using Handler = void (*)(int);
+    for (const Handler handler : {Handler{SIG_IGN}, Handler{reap_every_child}}) {
         const Action action(SIGCHLD, handler);
         empty_folder(SCRIPTED_TOOL);
         script(first);

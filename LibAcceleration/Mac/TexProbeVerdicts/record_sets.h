@@ -100,9 +100,7 @@ public:
     RecordSets() {
         CGDirectDisplayID displays[kMaxDisplays];
         std::uint32_t count = 0;
-        const auto complain = [this](const char* failure, int error) {
-            failure_ = std::string(failure) + " (" + std::to_string(error) + ")";
-        };
+        const auto complain = [this](const char* failure, int error) { remember(failure, error); };
         if (!list_displays(displays, &count, complain)) return;
         for (std::uint32_t i = 0; i < count; ++i) {
             const RendererList renderers(CGDisplayIDToOpenGLDisplayMask(displays[i]), complain);
@@ -220,6 +218,10 @@ private:
             release(value);
         }
         return text;
+    }
+
+    void remember(const char* failure, int error) {
+        failure_ = std::string(failure) + " (" + std::to_string(error) + ")";
     }
 
     const ContextStrings strings_;
