@@ -19,7 +19,7 @@ const char* __asan_default_options() {
 }
 
 const char* __lsan_default_suppressions() {
-    return "leak:swrast_dri.so\n";
+    return "leak:swrast_dri.so\nleak:libvulkan_lvp.so\n";
 }
 
 const char* __tsan_default_options() {
