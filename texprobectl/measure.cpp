@@ -44,7 +44,7 @@ std::string describe_end(const RunEnd& end) {
     if (end.kind == RunEnd::Kind::kExited) {
         return "ended with status " + std::to_string(end.number);
     }
-    if (end.kind == RunEnd::Kind::kTimeLimit) return "did not go on and was killed";
+    if (end.kind == RunEnd::Kind::kTimeLimit) return "made no progress and was killed";
     return "ended";
 }
 

@@ -13,8 +13,8 @@
 extern "C" {
 #endif
 
-/* The verdicts on one renderer. Any thread may ask at any time; none is kept waiting but by
- * texprobe_verdicts_wait. */
+/* The verdicts on one renderer. Any thread may ask at any time; only texprobe_verdicts_wait
+ * blocks. */
 typedef struct texprobe_verdicts texprobe_verdicts;
 
 typedef enum {
@@ -73,8 +73,8 @@ TEXPROBE_EXPORT texprobe_answer texprobe_verdicts_answer(const texprobe_verdicts
    after it. Any thread may call it, once, also at exit; no context need be current. */
 TEXPROBE_EXPORT void texprobe_verdicts_close(texprobe_verdicts* verdicts);
 
-/* The sixteen formats by index: "GL_RGBA8" and 0x8058, for example. Behind the last one: NULL and
- * 0. */
+/* The sixteen formats by index: "GL_RGBA8" and 0x8058, for example. Past the last one: NULL and 0.
+ */
 TEXPROBE_EXPORT size_t texprobe_format_count(void);
 TEXPROBE_EXPORT const char* texprobe_format_name(size_t index);
 TEXPROBE_EXPORT unsigned texprobe_format_value(size_t index);

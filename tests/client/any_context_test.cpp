@@ -18,7 +18,7 @@
 #include "application_context.h"
 #include "egl_calls.h"
 #include "records_of_test.h"
-#include "support/formats.h"
+#include "support/answers.h"
 #include "support/tool_folder.h"
 #include "x_server.h"
 
@@ -49,20 +49,6 @@ std::string text(GLenum name) {
     return reinterpret_cast<const char*>(glGetString(name));
 }
 
-/// The answers in a line: 16 times six of y, n and ?.
-std::string answers(const texprobe_verdicts* verdicts) {
-    std::string line;
-    for (const Format& format : kFormats) {
-        for (int i = 0; i < 6; ++i) {
-            const auto capability = static_cast<texprobe_capability>(i);
-            const auto answer =
-                texprobe_verdicts_answer(verdicts, format.internalFormat, capability);
-            line += answer == TEXPROBE_YES ? 'y' : answer == TEXPROBE_NO ? 'n' : '?';
-        }
-    }
-    return line;
-}
-
 class VerdictsFixture : public testing::Test {
 protected:
     VerdictsFixture() {
@@ -75,21 +61,12 @@ protected:
         return texprobe_verdicts_open(&options);
     }
 
-    /// The same line, of the records of the current context's renderer.
+    /// What is recorded of the current context's renderer.
     std::string recorded_answers(const std::string& renderer) const {
         for (const auto& [application, records] : folder_.records()) {
             const auto found = records.find("GL_RENDERER");
             if (found == records.end() || found->second != "string " + renderer) continue;
-            std::string line;
-            for (const Format& format : kFormats) {
-                for (const char* capability : kCapabilities) {
-                    const auto record = records.find(std::string(format.name) + "_" + capability);
-                    line += record == records.end()         ? '?'
-                            : record->second == "boolean 1" ? 'y'
-                                                            : 'n';
-                }
-            }
-            return line;
+            return answers_of(records);
         }
         return "no records of " + renderer;
     }
@@ -126,13 +103,13 @@ TEST_P(AnyContext, gets_the_verdicts_on_its_renderer) {
     texprobe_verdicts* first = open(folder_.tool());
     EXPECT_EQ(texprobe_verdicts_wait(first, -1), TEXPROBE_READY) << texprobe_verdicts_reason(first);
     const std::string expected = recorded_answers(text(GL_RENDERER));
-    EXPECT_EQ(answers(first), expected);
+    EXPECT_EQ(answers_of(first), expected);
     EXPECT_THAT(expected, testing::HasSubstr("yyyyyy"));
     texprobe_verdicts_close(first);
 
     texprobe_verdicts* second = open("/no/such/tool");
     EXPECT_EQ(texprobe_verdicts_wait(second, 0), TEXPROBE_READY);
-    EXPECT_EQ(answers(second), expected);
+    EXPECT_EQ(answers_of(second), expected);
     texprobe_verdicts_close(second);
 }
 
@@ -186,7 +163,7 @@ TEST_F(ManyApplications, get_the_same_verdicts_at_once) {
             const auto context = open_surfaceless_core();
             texprobe_verdicts* verdicts = open(folder_.tool());
             std::string line = "failed";
-            if (texprobe_verdicts_wait(verdicts, -1) == TEXPROBE_READY) line = answers(verdicts);
+            if (texprobe_verdicts_wait(verdicts, -1) == TEXPROBE_READY) line = answers_of(verdicts);
             line += ' ';
             line += text(GL_RENDERER);
             line += '\n';

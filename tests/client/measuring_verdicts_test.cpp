@@ -74,26 +74,27 @@ TEST_F(MeasuringVerdicts, hand_the_tool_s_lines_to_the_log) {
     EXPECT_NE(threads.at(0), std::this_thread::get_id());
 }
 
-TEST_F(MeasuringVerdicts, go_on_behind_a_crash) {
+TEST_F(MeasuringVerdicts, continue_after_a_crash) {
     script(begin_test("GL_RGBA8_UPLOAD_SET") + "raise 11\n", 1);
     script(begin_test("GL_RGBA8_UPLOAD_RESET") + "raise 6\n", 2);
     script(complete_set(kFirst, "Renderer"));
     EXPECT_EQ(measure(), TEXPROBE_READY);
     EXPECT_EQ(runs(), 3);
-    EXPECT_THAT(log(), Contains("texprobe was ended by signal 11; it is started again and goes on "
-                                "behind that test"));
+    EXPECT_THAT(log(), Contains("texprobe was ended by signal 11; it is started again and "
+                                "continues with the next test"));
 }
 
-TEST_F(MeasuringVerdicts, go_on_behind_a_hang) {
+TEST_F(MeasuringVerdicts, continue_after_a_hang) {
     script(begin_test("GL_RGBA8_UPLOAD_SET") + "hang\n", 1);
     script(complete_set(kFirst, "Renderer"));
     EXPECT_EQ(measure(200), TEXPROBE_READY);
     EXPECT_EQ(runs(), 2);
-    EXPECT_THAT(log(), Contains("texprobe did not go on for 200 ms and was killed; it is started "
-                                "again and goes on behind that test"));
+    EXPECT_THAT(log(),
+                Contains("texprobe made no progress for 200 ms and was killed; it is started "
+                         "again and continues with the next test"));
 }
 
-TEST_F(MeasuringVerdicts, give_up_behind_a_run_that_recorded_nothing) {
+TEST_F(MeasuringVerdicts, give_up_after_a_run_that_recorded_nothing) {
     script("raise 11\n");
     EXPECT_EQ(measure(), TEXPROBE_FAILED);
     EXPECT_EQ(runs(), 1);
@@ -101,7 +102,7 @@ TEST_F(MeasuringVerdicts, give_up_behind_a_run_that_recorded_nothing) {
 
     script("hang\n");
     EXPECT_EQ(measure(200), TEXPROBE_FAILED);
-    EXPECT_THAT(reason_, StartsWith("texprobe did not go on for 200 ms and was killed; "));
+    EXPECT_THAT(reason_, StartsWith("texprobe made no progress for 200 ms and was killed; "));
 
     script("said *** cannot create OpenGL context\nexit 1\n");
     EXPECT_EQ(measure(), TEXPROBE_FAILED);
@@ -114,7 +115,7 @@ TEST_F(MeasuringVerdicts, are_not_prolonged_by_what_a_driver_writes) {
     for (int i = 0; i < 40; ++i) chatter += "say still alive\nsleep 50\n";
     script(chatter + complete_set(kFirst, "Renderer"));
     EXPECT_EQ(measure(300), TEXPROBE_FAILED);
-    EXPECT_THAT(reason_, StartsWith("texprobe did not go on for 300 ms and was killed; "));
+    EXPECT_THAT(reason_, StartsWith("texprobe made no progress for 300 ms and was killed; "));
 }
 
 TEST_F(MeasuringVerdicts, are_prolonged_by_the_tool_s_own_lines) {

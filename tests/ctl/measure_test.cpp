@@ -13,6 +13,7 @@
 #include <thread>
 
 #include "ctl/ctl_folder.h"
+#include "ctl/present_id.h"
 #include "support/formats.h"
 
 namespace texprobe::tests {
@@ -22,17 +23,9 @@ using nlohmann::json;
 using testing::HasSubstr;
 using testing::Not;
 
-/// The identifier of this machine's first renderer.
-std::string this_id() {
-    const CtlFolder folder(CTL, TOOL);
-    folder.ctl({"measure"});
-    const json document = json::parse(folder.ctl({"export"}).out);
-    return document.at("record_sets").at(0).at("id");
-}
-
 class Measure : public testing::Test {
 protected:
-    static void SetUpTestSuite() { id_ = new std::string(this_id()); }
+    static void SetUpTestSuite() { id_ = new std::string(present_id(CTL, TOOL)); }
 
     static std::string line(const std::string& text) { return *id_ + "[%p] " + text + "\n"; }
     /// The script of one test that comes back.

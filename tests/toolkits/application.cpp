@@ -10,11 +10,12 @@
 #include <map>
 #include <string>
 
-#include "support/formats.h"
+#include "support/answers.h"
 #include "window.h"
 
 namespace {
 
+using texprobe::tests::answers_of;
 using texprobe::tests::Format;
 using texprobe::tests::kFormats;
 using texprobe::tests::Wish;
@@ -33,20 +34,7 @@ void print_string(const char* what, GLenum name) {
     print(what, text ? text : "null");
 }
 
-std::string answers_of(const texprobe_verdicts* verdicts) {
-    std::string line;
-    for (const Format& format : kFormats) {
-        for (int i = 0; i < 6; ++i) {
-            const auto capability = static_cast<texprobe_capability>(i);
-            const auto answer =
-                texprobe_verdicts_answer(verdicts, format.internalFormat, capability);
-            line += answer == TEXPROBE_YES ? 'y' : answer == TEXPROBE_NO ? 'n' : '?';
-        }
-    }
-    return line;
-}
-
-std::string answers_of(const qor::TexProbe& probe) {
+std::string answers_of_class(const qor::TexProbe& probe) {
     std::string line;
     for (const Format& format : kFormats) {
         const GLenum name = format.internalFormat;
@@ -82,5 +70,5 @@ int main(int argc, char** argv) {
     print("verdicts", answers_of(verdicts));
     texprobe_verdicts_close(verdicts);
     // The records are there now, so it needs no tool.
-    if (context->first == "compatibility") print("class", answers_of(qor::TexProbe("false")));
+    if (context->first == "compatibility") print("class", answers_of_class(qor::TexProbe("false")));
 }

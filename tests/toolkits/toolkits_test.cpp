@@ -16,7 +16,7 @@
 
 #include "client/x_server.h"
 #include "gl/mesa_renderer.h"
-#include "support/formats.h"
+#include "support/answers.h"
 #include "support/tool_folder.h"
 #include "wayland_server.h"
 
@@ -98,14 +98,7 @@ protected:
             const auto found = records.find("GL_RENDERER");
             if (found == records.end() || found->second != "string " + renderer) continue;
             EXPECT_EQ(line, "") << "two of the name " << renderer;
-            for (const Format& format : kFormats) {
-                for (const char* capability : kCapabilities) {
-                    const auto record = records.find(std::string(format.name) + "_" + capability);
-                    line += record == records.end()         ? '?'
-                            : record->second == "boolean 1" ? 'y'
-                                                            : 'n';
-                }
-            }
+            line = answers_of(records);
         }
         return line;
     }

@@ -1,5 +1,5 @@
-// The tool, run in the background as often as it takes: behind a crash or a hang it goes on by
-// itself.
+// The tool, run in the background as often as it takes: after a crash or a hang it continues
+// with the next test.
 
 #ifndef TEXPROBE_VERDICTS_MEASUREMENT_H
 #define TEXPROBE_VERDICTS_MEASUREMENT_H
@@ -53,7 +53,8 @@ public:
             const std::size_t before = std::exchange(decided, count_decided());
             if (isWhole || decided <= before || runs == kMostRuns)
                 return fail(describe(end, isWhole));
-            log_(describe_end(end, limit_) + "; it is started again and goes on behind that test");
+            log_(describe_end(end, limit_) +
+                 "; it is started again and continues with the next test");
         }
     }
 
@@ -126,7 +127,7 @@ private:
 
     Wish look() override {
         if (outcome_.is_closing()) return Wish::kStop;
-        // Seldom enough to cost nothing, often enough for who watches the progress.
+        // Seldom enough to cost nothing, often enough for a progress bar.
         if (++looks_ % 3 != 0) return Wish::kGoOn;
         count_decided();
         const pid_t holder = qor::turn_holder(turn_);

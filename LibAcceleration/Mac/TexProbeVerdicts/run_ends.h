@@ -52,7 +52,7 @@ inline std::string describe_end(const texprobe::RunEnd& end, int limit) {
         case Kind::kSignalled:
             return "texprobe was ended by signal " + std::to_string(end.number);
         case Kind::kTimeLimit:
-            return "texprobe did not go on for " + std::to_string(limit) + " ms and was killed";
+            return "texprobe made no progress for " + std::to_string(limit) + " ms and was killed";
         default:
             return "texprobe ended, and its status is unknown, because this application reaps "
                    "every "

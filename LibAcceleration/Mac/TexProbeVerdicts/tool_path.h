@@ -51,9 +51,10 @@ inline bool is_path_trusted() {
     return getuid() == geteuid() && getgid() == getegid();
 }
 
-/// The wished one as it is; else the installed one, else the first in PATH. Empty: there is none.
-inline std::string find_tool(const char* wished) {
-    if (wished) return wished;
+/// The requested one, unchecked; else the installed one, else the first in PATH. Empty: there is
+/// none.
+inline std::string find_tool(const char* requested) {
+    if (requested) return requested;
     std::string installed = installed_tool();
     if (is_program(installed)) return installed;
     const char* path = is_path_trusted() ? std::getenv("PATH") : nullptr;
