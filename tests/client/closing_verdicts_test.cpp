@@ -35,7 +35,7 @@ TEST_F(ClosingVerdicts, end_the_tool_and_the_log) {
         const std::size_t lines = log().size();
         expect_no_children();
         EXPECT_EQ(tools(), std::vector<pid_t>());
-        EXPECT_EQ(threads_of_process().size(), 1u);
+        EXPECT_EQ(threads_that_stay(), 1u);
         std::this_thread::sleep_for(milliseconds(5));
         EXPECT_EQ(log().size(), lines);
     }

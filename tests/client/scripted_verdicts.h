@@ -68,6 +68,10 @@ private:
 /// the main one.
 std::vector<std::string> threads_of_process();
 
+/// How many there are once those that have been joined are gone: the kernel may still show them for
+/// a moment.
+std::size_t threads_that_stay();
+
 }  // namespace texprobe::tests
 
 #endif
