@@ -260,7 +260,7 @@ TEST_F(Records, every_command_has_help) {
         EXPECT_THAT(run.out, HasSubstr("Usage: texprobectl " + std::string(command)));
         for (const std::string& line : lines_of(run.out)) EXPECT_LE(line.size(), 80u) << line;
     }
-    EXPECT_EQ(folder_.ctl({"--version"}).out, "texprobectl 0.21\n");
+    EXPECT_EQ(folder_.ctl({"--version"}).out, "texprobectl " VERSION "\n");
 }
 
 TEST_F(Records, the_link_that_a_file_is_named_by_stays) {

@@ -21,7 +21,8 @@
 
 namespace {
 
-// The version of the measurement. Records of an older one are removed and measured again.
+// The version of the measurement, not of the release. Records of an older one are removed and
+// measured again, so it only rises when verdicts may change.
 const double __version = 0.21;
 
 /// The domain of the tool's own messages and the prefix of every application identifier.
