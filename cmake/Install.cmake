@@ -8,7 +8,7 @@ set(texprobe_package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/TexProbe)
 set(texprobe_package_files ${CMAKE_CURRENT_BINARY_DIR}/package)
 get_target_property(texprobe_library_type TexProbe TYPE)
 
-install(TARGETS texprobe EXPORT TexProbe RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
+install(TARGETS texprobe EXPORT TexProbeTool RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
 install(TARGETS TexProbe EXPORT TexProbe
         ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR} LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
         INCLUDES DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
@@ -27,8 +27,12 @@ if(texprobe_has_ctl)
 endif()
 install(FILES docs/man/TexProbe.3 docs/man/TexProbeVerdicts.3 DESTINATION ${CMAKE_INSTALL_MANDIR}/man3)
 
-# find_package(TexProbe) provides TexProbe::TexProbe, the tool TexProbe::texprobe, and its path TexProbe_TOOL.
+# find_package(TexProbe) provides TexProbe::TexProbe, and, where the tool is installed too, the tool
+# TexProbe::texprobe and its path TexProbe_TOOL. Two sets, because a package of the library may come without
+# the tool, and CMake refuses a set of which one file is missing.
 install(EXPORT TexProbe NAMESPACE TexProbe:: FILE TexProbeTargets.cmake
+        DESTINATION ${texprobe_package_dir})
+install(EXPORT TexProbeTool NAMESPACE TexProbe:: FILE TexProbeToolTargets.cmake
         DESTINATION ${texprobe_package_dir})
 configure_package_config_file(cmake/TexProbeConfig.cmake.in ${texprobe_package_files}/TexProbeConfig.cmake
                               INSTALL_DESTINATION ${texprobe_package_dir}
@@ -40,20 +44,28 @@ install(FILES ${texprobe_package_files}/TexProbeConfig.cmake
         DESTINATION ${texprobe_package_dir})
 
 # pkg-config texprobe. An application has to link what a static library needs, so these are public: the same command
-# works for both kinds, with or without --static.
+# works for both kinds, with or without --static. Beside a shared library they are private, for whoever links a static
+# one that a package installs along with it.
 set(texprobe_requires "")
 set(texprobe_libs "-lTexProbe")
+set(texprobe_private_libs "")
 if(APPLE)
   if(texprobe_library_type STREQUAL "STATIC_LIBRARY")
     string(APPEND texprobe_libs
            " -framework ApplicationServices -framework CoreFoundation -framework OpenGL")
   endif()
-elseif(texprobe_library_type STREQUAL "STATIC_LIBRARY")
-  set(texprobe_requires "egl opengl glu sqlite3")
-  string(APPEND texprobe_libs " -pthread")
+else()
+  set(texprobe_system_libs "-pthread")
   foreach(library IN LISTS CMAKE_DL_LIBS)
-    string(APPEND texprobe_libs " -l${library}")
+    string(APPEND texprobe_system_libs " -l${library}")
   endforeach()
+  if(texprobe_library_type STREQUAL "STATIC_LIBRARY")
+    set(texprobe_requires "egl opengl glu sqlite3")
+    string(APPEND texprobe_libs " ${texprobe_system_libs}")
+  else()
+    # By name: their pkg-config files need not be there for who links the shared library.
+    set(texprobe_private_libs "-lEGL -lOpenGL -lGLU -lsqlite3 ${texprobe_system_libs}")
+  endif()
 endif()
 file(RELATIVE_PATH texprobe_prefix_from_pc ${CMAKE_INSTALL_FULL_LIBDIR}/pkgconfig ${CMAKE_INSTALL_PREFIX})
 string(REGEX REPLACE "/$" "" texprobe_prefix_from_pc ${texprobe_prefix_from_pc})
