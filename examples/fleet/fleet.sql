@@ -70,17 +70,24 @@ GROUP BY renderer_id, renderer, format, capability, verdict;
 -- What worked on all machines with the version before, and does not on some with this one. Crashes and hangs count as
 -- not working, and so does what needs something that does not work. Untested verdicts say nothing.
 CREATE VIEW fleet_broken AS
-SELECT renderer_id, renderer, format, capability, works_in, broken_in, machines_broken, machines
-FROM (SELECT renderer_id, max(renderer) AS renderer, format, capability,
-             lag(gl_version) OVER versions AS works_in, gl_version AS broken_in,
-             lag(count(DISTINCT machine) FILTER (WHERE verdict <> 'yes')) OVER versions AS machines_broken_before,
-             count(DISTINCT machine) FILTER (WHERE verdict <> 'yes') AS machines_broken,
-             count(DISTINCT machine) AS machines
-      FROM fleet_verdicts
-      WHERE verdict <> 'unmeasured' AND gl_version IS NOT NULL
-      GROUP BY renderer_id, format, capability, gl_version
-      WINDOW versions AS (PARTITION BY renderer_id, format, capability ORDER BY fleet_version(gl_version))) AS version
-WHERE machines_broken_before = 0 AND machines_broken > 0;
+WITH machines AS (
+    SELECT renderer_id, max(renderer) AS renderer, format, capability, gl_version, bool_and(verdict = 'yes') AS works
+    FROM fleet_verdicts
+    WHERE verdict <> 'unmeasured' AND gl_version IS NOT NULL
+    GROUP BY renderer_id, format, capability, gl_version, machine
+), versions AS (
+    SELECT renderer_id, max(renderer) AS renderer, format, capability, gl_version,
+           count(*) FILTER (WHERE NOT works) AS machines_broken, count(*) AS machines
+    FROM machines
+    GROUP BY renderer_id, format, capability, gl_version
+), steps AS (
+    SELECT *, lag(gl_version) OVER older AS works_in, lag(machines_broken) OVER older AS broken_before
+    FROM versions
+    WINDOW older AS (PARTITION BY renderer_id, format, capability ORDER BY fleet_version(gl_version))
+)
+SELECT renderer_id, renderer, format, capability, works_in, gl_version AS broken_in, machines_broken, machines
+FROM steps
+WHERE broken_before = 0 AND machines_broken > 0;
 
 -- Renderers and versions on which something that is wanted does not work, or is in doubt, on any machine.
 CREATE VIEW fleet_excluded AS
