@@ -193,7 +193,7 @@ private:
             const auto said = watch.said().find(id);
             recorded +=
                 remember_set(id, before.at(id), said == watch.said().end() ? Flags{} : said->second,
-                             end, &guilty);
+                             end, id == watch.current_id() ? &guilty : nullptr);
         }
         const auto cause = cause_of(end);
         const bool hasEnded = end.kind == RunEnd::Kind::kExited && end.number == 0;
@@ -202,9 +202,28 @@ private:
         return recorded;
     }
 
+    /// The last test that has been recorded as false and not been spoken of, where a test was in
+    /// hand at all. Others have measured what comes before it, while this run waited for its turn.
+    static std::optional<Cell> find_in_hand(const Flags& before, const Flags& now,
+                                            const Flags& said, const RunEnd& end) {
+        RecordSet set;
+        decide_verdicts(now, &set);
+        const bool hasEnded = end.kind == RunEnd::Kind::kExited && end.number == 0;
+        if (hasEnded && set.unmeasured() == 0) return std::nullopt;
+        std::optional<Cell> last;
+        for_each_cell([&](const Cell& cell) {
+            const auto& flag = now.recorded[cell.format][cell.capability];
+            const bool isNew = flag && !before.recorded[cell.format][cell.capability];
+            if (isNew && !*flag && !said.recorded[cell.format][cell.capability]) last = cell;
+        });
+        return last;
+    }
+
+    /// `guilty` is null for a set that the run was not in at its end.
     std::size_t remember_set(const std::string& id, const Flags& before, const Flags& said,
                              const RunEnd& end, std::optional<Cell>* guilty) const {
         const Flags now = read_current_flags(id);
+        const auto inHand = guilty ? find_in_hand(before, now, said, end) : std::nullopt;
         Changes marks;
         Changes records;
         std::size_t recorded = 0;
@@ -213,7 +232,8 @@ private:
             const auto& word = said.recorded[cell.format][cell.capability];
             const bool isNew = flag && !before.recorded[cell.format][cell.capability];
             const std::string key = key_of(cell);
-            const bool isInHand = isNew && !*flag && !word;
+            const bool isInHand =
+                inHand && cell.format == inHand->format && cell.capability == inHand->capability;
             // Killed between the test and the next synchronization, or told to stop in the midst of
             // a test: that verdict is not the driver's.
             const bool isLost = flag && word && *word && !*flag;

@@ -241,6 +241,38 @@ TEST_F(Measure, says_whom_it_waits_for_and_does_not_take_that_for_a_hang) {
                                    " is measuring; waiting for it.\n"));
 }
 
+TEST_F(Measure, takes_no_verdict_of_others_for_a_crash) {
+    // While the first run waits for its turn, somebody else records two verdicts.
+    const std::string others = begin("GL_RGB32F_ARB_SUPPORTED") + begin("GL_RGBA32F_ARB_SUPPORTED");
+    folder_.script(1, others + opening() + begin("GL_LUMINANCE32F_ARB_SUPPORTED") + "raise 6\n");
+    folder_.script(2, "exit 0\n");
+    EXPECT_TRUE(folder_.ctl({"measure"}).exited_with(0));
+    EXPECT_EQ(verdict(0, "supported"), "no");
+    EXPECT_EQ(verdict(1, "supported"), "no");
+    EXPECT_EQ(verdict(2, "supported"), "crashed");
+    EXPECT_EQ(first_set().at("details").size(), 1u);
+}
+
+TEST_F(Measure, takes_no_verdict_of_others_for_a_crash_when_nothing_is_left_to_measure) {
+    std::string others;
+    for (const Format& format : kFormats) others += begin(std::string(format.name) + "_SUPPORTED");
+    folder_.script(others + opening());
+    EXPECT_TRUE(folder_.ctl({"measure"}).exited_with(0));
+    EXPECT_EQ(verdict(15, "supported"), "no");
+    EXPECT_EQ(first_set().at("details").size(), 0u);
+}
+
+TEST_F(Measure, keeps_verdicts_of_others_when_it_is_stopped_while_it_waits) {
+    folder_.script("set " + *id_ + " VERSION number 0.21\n" + begin("GL_RGB32F_ARB_SUPPORTED") +
+                   "hang\n");
+    const pid_t process = folder_.start_ctl({"measure"});
+    while (read_file(folder_.file("runs")).empty()) usleep(10000);
+    usleep(300000);
+    kill(process, SIGTERM);
+    EXPECT_TRUE(finish(process).exited_with(128 + SIGTERM));
+    EXPECT_EQ(folder_.records().at(*id_).at("GL_RGB32F_ARB_SUPPORTED"), "boolean 0");
+}
+
 TEST_F(Measure, is_not_disturbed_by_forget) {
     folder_.prepare(SCRIPTED_TOOL, "set " + *id_ + " VERSION number 0.21\nsync " + *id_ + "\n");
     {
