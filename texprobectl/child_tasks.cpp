@@ -4,6 +4,7 @@
 
 #include "child.h"
 #include "doctor.h"
+#include "inspect/inspected_test.h"
 
 namespace texprobe::ctl {
 
@@ -15,6 +16,7 @@ struct Task {
 };
 
 constexpr Task kTasks[] = {
+    {kInspectTask, inspect_as_child},
     {kOpenTask, open_for_doctor},
 };
 

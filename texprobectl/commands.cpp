@@ -5,10 +5,12 @@
 #include <iostream>
 #include <memory>
 
+#include "command_options.h"
 #include "compare.h"
 #include "document.h"
 #include "find_tool.h"
 #include "forget.h"
+#include "inspect_command.h"
 #include "output/output.h"
 #include "output/progress.h"
 #include "output_file.h"
@@ -20,7 +22,6 @@ namespace texprobe::ctl {
 
 namespace {
 
-constexpr const char* kSet = "an identifier, a part of it, or a number of `list`";
 constexpr const char* kSetOrFile = "a record set, an exported file, or - for stdin";
 
 // What the options of one command leave for it. Shared, because the command runs later.
@@ -53,19 +54,6 @@ void print(const Arguments& arguments, const std::function<void(Output&)>& write
 
 void add_json(CLI::App* command, const Shared& arguments) {
     command->add_flag("--json", arguments->json, "Print a JSON document");
-}
-
-CLI::Validator number_between(int least, int most) {
-    return CLI::Validator(
-        [=](const std::string& text) {
-            int number = 0;
-            if (CLI::detail::lexical_cast(text, number) && number >= least && number <= most) {
-                return std::string();
-            }
-            return "expected a number from " + std::to_string(least) + " to " +
-                   std::to_string(most) + ", not \"" + text + '"';
-        },
-        "");
 }
 
 // measure
@@ -332,6 +320,7 @@ void add_commands(CLI::App* app, Session* session) {
     add_list(app);
     add_show(app);
     add_compare(app, session);
+    add_inspect(app, session);
     add_export(app);
     add_report(app);
     add_merge(app);
