@@ -58,6 +58,7 @@ std::string describe_exact(const Evidence& evidence) {
 }
 
 std::string describe_size(double error, const std::optional<unsigned>& steps) {
+    if (!std::isfinite(error)) return "so much that some values are no numbers";
     return steps ? fmt::format("{:.0f} of {}", error, *steps) : fmt::format("{:.3g}", error);
 }
 

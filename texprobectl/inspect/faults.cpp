@@ -42,25 +42,26 @@ std::string join(const std::vector<std::string>& parts) {
 
 // Byte order
 
-std::optional<std::string> find_byte_order(const ComparedImages& images) {
-    const Image reversed = with_reversed_bytes(images.evidence.sent);
-    if (reversed.bytes == images.evidence.sent.bytes) return std::nullopt;
-    const Layout layout = images.evidence.returned.layout;
-    // Where the reversed bytes are no number, whatever comes back is right.
-    Planes expected = expected_in(layout, decode(reversed));
-    std::size_t numbers = 0;
+bool has_reversed_bytes(const ComparedImages& images) {
+    const Image& sent = images.evidence.sent;
+    const Image& returned = images.evidence.returned;
+    const Image reversed = with_reversed_bytes(sent);
+    if (reversed.bytes == sent.bytes) return false;
+    // Reversed floats are mostly no numbers to calculate with.
+    if (sent.layout == returned.layout) return reversed.bytes == returned.bytes;
+    Planes expected = expected_in(returned.layout, decode(reversed));
     for (std::size_t c = 0; c < expected.values.size(); ++c) {
         for (std::size_t i = 0; i < kPixels; ++i) {
             double& value = expected.values[c][i];
-            numbers += std::isfinite(value);
             if (!std::isfinite(value)) value = images.returned.values[c][i];
-            if (!std::isfinite(value)) return std::nullopt;
         }
     }
-    const bool isReversed = numbers > kPixels / 2 &&
-                            texprobe::ctl::are_equal(expected, images.returned, images.tolerance);
-    if (!isReversed) return std::nullopt;
-    return "The bytes of each element come back in reverse order.";
+    return texprobe::ctl::are_equal(expected, images.returned, images.tolerance);
+}
+
+std::optional<std::string> find_byte_order(const ComparedImages& images) {
+    if (!has_reversed_bytes(images)) return std::nullopt;
+    return "The bytes of each element are in reverse order.";
 }
 
 // Channels
@@ -230,9 +231,9 @@ std::string describe_lines(const Lines& right, const char* name) {
     const auto begin = static_cast<std::size_t>(first - right.begin());
     const auto end = kRows - static_cast<std::size_t>(last - right.rbegin());
     if (std::all_of(first, right.begin() + static_cast<std::ptrdiff_t>(end), isWrong)) {
+        if (end - begin == 1) return fmt::format("Wrong in {} {}", name, begin);
         if (end == kRows) return fmt::format("Wrong from {} {} on", name, begin);
         if (begin == 0) return fmt::format("Wrong up to {} {}", name, end - 1);
-        if (end - begin == 1) return fmt::format("Wrong in {} {}", name, begin);
         return fmt::format("Wrong from {} {} to {}", name, begin, end - 1);
     }
     for (std::size_t odd = 0; odd < 2; ++odd) {
@@ -280,8 +281,8 @@ std::optional<std::string> find_part(const ComparedImages& images) {
 unsigned find_integer_bits(const Plane& expected, const Plane& returned, double resolution) {
     for (unsigned bits = 1; bits < 16; ++bits) {
         const double steps = std::ldexp(1.0, static_cast<int>(bits)) - 1;
-        // On a grid that is about as fine as the type's own, everything is.
-        if (resolution * 8 > 1 / steps) return 0;
+        // On a grid that is as fine as the type's own, everything is.
+        if (resolution * 1.5 > 1 / steps) return 0;
         bool isOnGrid = true;
         for (std::size_t i = 0; i < kPixels && isOnGrid; ++i) {
             const double step = std::nearbyint(returned[i] * steps) / steps;

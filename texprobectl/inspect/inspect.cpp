@@ -169,18 +169,18 @@ std::optional<Evidence> collect_evidence(const PrivateFolder& folder, const Repo
 std::string describe_end(const Report& report, const Cell& cell, const std::string& failure) {
     const std::string reason = report.trouble().empty() ? "" : " (" + report.trouble() + ")";
     if (!report.last_test()) {
-        return fmt::format("The renderer could not be set up: texprobectl's child {}{}.", failure,
-                           reason);
+        return fmt::format("The renderer could not be set up: the process {}{}.", failure, reason);
     }
     if (!(*report.last_test() == cell)) {
         return fmt::format(
-            "The test was not reached: the child {}{} in the test of {}, which comes before it; "
-            "--alone does without those.",
-            failure, reason, cell_words(*report.last_test()));
+            "The test was not reached: that of {}, which comes before it, {}{}; --alone does "
+            "without those.",
+            cell_words(*report.last_test()), failure, reason);
     }
-    if (report.calls().empty()) return fmt::format("The child {}{}.", failure, reason);
+    if (report.calls().empty()) return fmt::format("The test {}{}.", failure, reason);
     const InspectedCall& last = report.calls().back();
-    return fmt::format("The child {}{} {} {}.", failure, reason, last.hasReturned ? "after" : "in",
+    return fmt::format("The test {}{}: it was {} {}.", failure, reason,
+                       last.hasReturned ? "behind" : "in",
                        last.text + (last.result.empty() ? "" : ", which gave " + last.result));
 }
 
@@ -194,6 +194,16 @@ std::string describe_precondition(const Report& report, const Cell& cell) {
     return fmt::format(
         "The test was not run, because it needs {}, which is a no; --alone runs it anyhow.",
         cell_words(missing));
+}
+
+/// The first error that OpenGL has reported; the others mostly follow from it.
+std::string describe_errors(const Report& report) {
+    for (const InspectedCall& call : report.calls()) {
+        if (call.errors.empty()) continue;
+        return fmt::format(" OpenGL reported {} after {}.", call.errors.front(),
+                           call.text.substr(0, call.text.find('(')));
+    }
+    return "";
 }
 
 void decide(const InspectOptions& options, const Report& report, const std::string& failure,
@@ -213,7 +223,7 @@ void decide(const InspectOptions& options, const Report& report, const std::stri
     } else {
         inspection->evidence->verdict = *inspection->verdict;
         inspection->analysis = analyse(*inspection->evidence);
-        inspection->sentence = inspection->analysis->sentence;
+        inspection->sentence = inspection->analysis->sentence + describe_errors(report);
     }
 }
 
@@ -239,6 +249,7 @@ Inspection inspect(const InspectOptions& options, const RecordSet& set, const Re
     inspection.cell = options.cell;
     inspection.isAlone = options.isAlone;
     inspection.recorded = set.verdict(options.cell);
+    inspection.isOfPresentBuild = set.systemBuild == machine.systemBuild;
     inspection.calls = report.calls();
     inspection.pendingErrors = report.pending_errors();
     inspection.evidence = collect_evidence(folder, report, options.cell);

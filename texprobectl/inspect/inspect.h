@@ -41,6 +41,8 @@ struct Inspection {
     Cell cell;
     bool isAlone = false;
     Verdict recorded = Verdict::kUnmeasured;
+    /// Whether it was recorded under the build of the system that this run had.
+    bool isOfPresentBuild = true;
     /// This run's; none if the test was not run to its end.
     std::optional<bool> verdict;
     struct Score {

@@ -108,10 +108,9 @@ std::string describe_files(const Inspection& inspection, const Pictures& picture
 
 void make_folder(const std::string& folder) {
     std::error_code error;
+    if (std::filesystem::is_directory(folder, error)) return;
+    error.clear();
     std::filesystem::create_directory(folder, error);
-    if (!error && !std::filesystem::is_directory(folder)) {
-        error = std::make_error_code(std::errc::not_a_directory);
-    }
     if (error)
         throw std::runtime_error("cannot make the folder " + folder + ": " + error.message());
 }

@@ -13,12 +13,14 @@ namespace {
 
 constexpr std::size_t kWidth = 80;
 
-/// Broken between words; the lines after the first are indented.
-std::string wrapped(const std::string& text, std::size_t indent) {
+/// Broken at blanks, which `separator` ends with; the lines after the first are indented.
+std::string wrapped(const std::string& text, std::size_t indent, std::string_view separator = " ") {
     std::string result;
     std::size_t column = indent;
     for (std::size_t at = 0; at < text.size();) {
-        const std::size_t end = std::min(text.find(' ', at), text.size());
+        const std::size_t found = text.find(separator, at);
+        const std::size_t end =
+            found == std::string::npos ? text.size() : found + separator.size() - 1;
         const std::string word = text.substr(at, end - at);
         if (at > 0 && column + 1 + word.size() > kWidth) {
             result += '\n' + std::string(indent, ' ');
@@ -65,7 +67,8 @@ private:
     }
 
     void write_verdicts() {
-        item("recorded", show_verdict(inspection_.recorded, {}).text);
+        item("recorded", show_verdict(inspection_.recorded, {}).text +
+                             (inspection_.isOfPresentBuild ? "" : ", under another build"));
         if (inspection_.verdict) {
             item("this run", (*inspection_.verdict ? "yes" : "no") + describe_agreement());
         } else {
@@ -122,7 +125,7 @@ private:
     void write_call(const InspectedCall& call) {
         std::string text = call.text;
         if (!call.result.empty()) text += " = " + call.result;
-        stream_ << "  " << wrapped(text, 6) << '\n';
+        stream_ << "  " << wrapped(text, 6, ", ") << '\n';
         if (!call.chosen.empty()) stream_ << "      the driver chose " << call.chosen << '\n';
         for (const std::string& error : call.errors) {
             stream_ << "      " << coloured(error, "31", terminal_) << '\n';
