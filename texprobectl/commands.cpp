@@ -36,6 +36,7 @@ struct Arguments {
     bool all = false;
     bool outdated = false;
     bool yes = false;
+    bool pictures = false;
 };
 using Shared = std::shared_ptr<Arguments>;
 
@@ -218,7 +219,22 @@ void add_export(CLI::App* app) {
     command->callback([=] { run_export(*arguments); });
 }
 
-void run_report(const Arguments& arguments) {
+/// On a terminal, says which test it inspects: a driver that hangs takes long.
+std::vector<PicturedNoes> picture_sets(const RecordSets& sets, const RecordSets& all,
+                                       const Session& session) {
+    const StopSignals stopSignals;
+    const Machine machine = look_at_machine();
+    const bool isTerminal = look_at_terminal(STDERR_FILENO).isTerminal;
+    std::vector<PicturedNoes> pictured;
+    for (const RecordSet& set : sets) {
+        pictured.push_back(picture_noes(session.self, set, all, machine, [&](const Cell& cell) {
+            if (isTerminal) std::cerr << "inspecting " << key_of(cell) << '\n';
+        }));
+    }
+    return pictured;
+}
+
+void run_report(const Arguments& arguments, const Session& session) {
     const RecordSets all = read_all();
     RecordSets sets;
     for (const std::string& name : arguments.names) {
@@ -226,18 +242,22 @@ void run_report(const Arguments& arguments) {
     }
     if (arguments.names.empty()) sets = present_sets(all);
     if (sets.empty()) throw UsageError("there is no record set to report on");
-    write_output(arguments.file, [&](std::ostream& stream) { write_page(sets, stream); });
+    std::vector<PicturedNoes> pictured;
+    if (arguments.pictures) pictured = picture_sets(sets, all, session);
+    write_output(arguments.file, [&](std::ostream& stream) { write_page(sets, pictured, stream); });
 }
 
-void add_report(CLI::App* app) {
+void add_report(CLI::App* app, const Session* session) {
     CLI::App* command = app->add_subcommand("report", "Record sets as one page for a browser");
     const auto arguments = std::make_shared<Arguments>();
     command->add_option("SET", arguments->names, kSetOrFile)->type_name("");
     command->add_option("-o", arguments->file, "The page to write")
         ->type_name("FILE.html")
         ->required();
+    command->add_flag("--pictures", arguments->pictures,
+                      "Show what came back in each no of a transfer");
     command->footer("Without SET or FILE: the sets of this machine's present build.");
-    command->callback([=] { run_report(*arguments); });
+    command->callback([=] { run_report(*arguments, *session); });
 }
 
 void add_merge(CLI::App* app) {
@@ -322,7 +342,7 @@ void add_commands(CLI::App* app, Session* session) {
     add_compare(app, session);
     add_inspect(app, session);
     add_export(app);
-    add_report(app);
+    add_report(app, session);
     add_merge(app);
     add_forget(app, session);
     add_doctor(app, session);

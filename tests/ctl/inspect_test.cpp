@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <cstdint>
 #include <cstring>
+#include <nlohmann/json.hpp>
 #include <regex>
 #include <sstream>
 #include <stdexcept>
@@ -450,6 +451,83 @@ TEST_F(Inspect, says_that_there_are_no_pictures_of_what_was_not_transferred) {
     EXPECT_EQ(finished.err,
               "texprobectl: there are no pictures, because no pixels were transferred\n");
     EXPECT_FALSE(std::filesystem::exists(folder_.file("pictures")));
+}
+
+// The report
+
+/// The bytes of the n-th picture in a page, decoded here.
+std::string picture_in(const std::string& page, std::size_t number) {
+    const std::regex pattern("data:image/png;base64,([A-Za-z0-9+/=]*)");
+    auto at = std::sregex_iterator(page.begin(), page.end(), pattern);
+    std::advance(at, static_cast<std::ptrdiff_t>(number));
+    const std::string text = (*at)[1];
+    std::string bytes;
+    unsigned bits = 0;
+    int count = 0;
+    for (const char c : text) {
+        if (c == '=') break;
+        const std::string digits =
+            "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
+        bits = bits << 6 | static_cast<unsigned>(digits.find(c));
+        count += 6;
+        if (count < 8) continue;
+        count -= 8;
+        bytes += static_cast<char>(bits >> count & 0xFF);
+    }
+    return bytes;
+}
+
+std::size_t count_of(const std::string& part, const std::string& text) {
+    std::size_t count = 0;
+    for (std::size_t at = 0; (at = text.find(part, at)) != std::string::npos; ++at) ++count;
+    return count;
+}
+
+TEST_F(Inspect, report_shows_pictures_beside_every_no) {
+    const auto page = folder_.file("page.html");
+    ASSERT_TRUE(folder_.ctl({"report", "--pictures", "-o", page}, environment_).exited_with(0));
+    const std::string text = read_file(page);
+    // Eight downloads of luminance with alpha, and two uploads of 16-bit colours with alpha.
+    EXPECT_EQ(count_of("<h4>", text), 10u);
+    EXPECT_EQ(count_of("<img ", text), 30u);
+    EXPECT_EQ(count_of("each alpha is compared with the next pixel", text), 8u);
+    EXPECT_EQ(count_of("four channels are compared in reversed order", text), 2u);
+    inspect({"GL_LUMINANCE_ALPHA32F_ARB", "get", "-o", folder_.file("pictures")});
+    EXPECT_EQ(picture_in(text, 0), read_file(folder_.file("pictures") / "sent.png"));
+    EXPECT_EQ(picture_in(text, 1), read_file(folder_.file("pictures") / "returned.png"));
+    EXPECT_EQ(picture_in(text, 2), read_file(folder_.file("pictures") / "difference.png"));
+    EXPECT_FALSE(has_left_files());
+
+    ASSERT_TRUE(folder_.ctl({"report", "-o", page}).exited_with(0));
+    EXPECT_EQ(count_of("<img ", read_file(page)), 0u);
+}
+
+TEST_F(Inspect, report_says_why_a_no_has_no_pictures) {
+    write_file(folder_.file("faults"), std::to_string(number_of("GL_RGBA16")) + " 2 11\n");
+    const auto page = folder_.file("page.html");
+    ASSERT_TRUE(folder_.ctl({"report", "--pictures", "-o", page}, environment_).exited_with(0));
+    const std::string text = read_file(page);
+    EXPECT_EQ(count_of("<h4>", text), 10u);
+    // Those of GL_RGBA16 itself, and of what comes after it.
+    EXPECT_THAT(text, HasSubstr("The test was ended by SIGSEGV: it was in glTexSubImage2D("));
+    EXPECT_EQ(count_of("The test was not reached: that of GL_RGBA16 upload set", text), 3u);
+    EXPECT_EQ(count_of("<img ", text), 18u);
+}
+
+TEST_F(Inspect, report_does_not_inspect_for_the_set_of_another_machine) {
+    auto document = nlohmann::ordered_json::parse(folder_.ctl({"export"}).out);
+    auto& set = document["record_sets"][0];
+    set["system_build"] = "1.0-other";
+    set["id"] = "org.texprobe.texprobe2." + set["renderer_id"].get<std::string>() + ".1.0-other";
+    write_file(folder_.file("there.json"), document.dump());
+    const auto page = folder_.file("page.html");
+    const Finished finished =
+        folder_.ctl({"report", folder_.file("there.json"), "--pictures", "-o", page});
+    ASSERT_TRUE(finished.exited_with(0)) << finished.err;
+    const std::string text = read_file(page);
+    EXPECT_THAT(text, HasSubstr("<p>The noes of this set cannot be inspected here: this machine "
+                                "does not have this renderer under this build.</p>"));
+    EXPECT_EQ(count_of("<img ", text), 0u);
 }
 
 }  // namespace

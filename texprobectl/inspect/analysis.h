@@ -29,7 +29,7 @@ struct Evidence {
     bool verdict = false;
 };
 
-struct Position {
+struct PixelPlace {
     std::size_t row = 0;
     std::size_t column = 0;
 };
@@ -40,7 +40,7 @@ struct ChannelErrors {
     double largest = 0.0;
     double mean = 0.0;
     std::size_t pixels = 0;
-    std::optional<Position> first;
+    std::optional<PixelPlace> first;
 };
 
 struct Analysis {
