@@ -80,7 +80,7 @@ int run_inspect(const InspectArguments& arguments, const Session& session) {
     if (!arguments.folder.empty() && inspection.evidence) {
         write_pictures(inspection, arguments.folder);
     } else if (!arguments.folder.empty()) {
-        std::cerr << "texprobectl: there are no pictures, because no pixels were transferred\n";
+        std::cerr << "texprobectl: there are no pictures, because no image came back\n";
     }
     return inspection.verdict ? 0 : 1;
 }

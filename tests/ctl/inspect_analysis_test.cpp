@@ -152,12 +152,13 @@ TEST(Analysis, knows_what_opengl_makes_of_luminance_and_of_a_missing_alpha) {
 
 TEST(Analysis, takes_a_step_of_rounding_for_exact_only_where_values_are_rounded) {
     const Image sent = image_of<std::uint16_t>(kRgba, kShort, 4, [](std::size_t i) {
-        return static_cast<std::uint16_t>(noise(i) << 8 | 128);
+        return static_cast<std::uint16_t>(noise(i) << 8 | 200);
     });
-    // x * 256 + 128 of 65535 is between x and x + 1 of 255.
+    // x * 256 + 200 of 65535 is x of 255 and a part, which is above a half for an x below 71.
     const Image truncated =
         bytes_image(kRgba, 4, [](std::size_t p, std::size_t e) { return noise(4 * p + e); });
-    EXPECT_EQ(analyse({sent, truncated, {}, {}, true}).sentence, "The driver is exact.");
+    EXPECT_EQ(analyse({sent, truncated, {}, {}, true}).sentence,
+              "The driver is exact, but for rounding.");
     const Image off = bytes_image(kRgba, 4, [](std::size_t p, std::size_t e) {
         return static_cast<std::uint8_t>(noise(4 * p + e) ^ 1);
     });

@@ -445,11 +445,10 @@ TEST_F(Inspect, needs_a_place_for_the_pictures) {
         "texprobectl: cannot make the folder " + folder_.file("file").string() + ": File exists\n");
 }
 
-TEST_F(Inspect, says_that_there_are_no_pictures_of_what_was_not_transferred) {
+TEST_F(Inspect, says_that_there_are_no_pictures_where_no_image_came_back) {
     write_file(folder_.file("faults"), std::to_string(number_of("GL_RGB8")) + " 2 11\n");
     const Finished finished = inspect({"GL_RGB8", "set", "-o", folder_.file("pictures")});
-    EXPECT_EQ(finished.err,
-              "texprobectl: there are no pictures, because no pixels were transferred\n");
+    EXPECT_EQ(finished.err, "texprobectl: there are no pictures, because no image came back\n");
     EXPECT_FALSE(std::filesystem::exists(folder_.file("pictures")));
 }
 

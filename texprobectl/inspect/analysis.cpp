@@ -41,20 +41,23 @@ double rounding(const Layout& sent, const Layout& returned) {
 /// Why the tool's comparison does not find two equal images equal.
 std::string describe_pairing(const Layout& sent, const Layout& returned) {
     if (sent.format == GL_LUMINANCE_ALPHA && returned.format == GL_LUMINANCE_ALPHA) {
-        return ": each alpha is compared with the next pixel's luminance";
+        return "pairing: each alpha is compared with the next pixel's luminance";
     }
     const bool isReversed = (sent.format == GL_BGRA && returned.format == GL_RGBA) ||
                             (sent.format == GL_RGBA && returned.format == GL_BGRA);
     if (isReversed && sent.type != GL_UNSIGNED_INT_8_8_8_8_REV) {
-        return ": four channels are compared in reversed order";
+        return "pairing: four channels are compared in reversed order";
     }
-    return "";
+    return "rules";
 }
 
-std::string describe_exact(const Evidence& evidence) {
-    if (evidence.verdict) return "The driver is exact.";
-    return "The driver is exact; the verdict follows from the comparison's pairing" +
-           describe_pairing(evidence.sent.layout, evidence.returned.layout) + ".";
+std::string describe_exact(const ComparedImages& images) {
+    const bool isRounded = !are_equal(images.expected, images.returned, 0.0);
+    const std::string exact =
+        isRounded ? "The driver is exact, but for rounding" : "The driver is exact";
+    if (images.evidence.verdict) return exact + '.';
+    return exact + "; the verdict follows from the comparison's " +
+           describe_pairing(images.evidence.sent.layout, images.evidence.returned.layout) + '.';
 }
 
 std::string describe_size(double error, const std::optional<unsigned>& steps) {
@@ -88,7 +91,7 @@ std::string describe_unknown(const Analysis& analysis, const ComparedImages& ima
 std::string find_sentence(const Analysis& analysis, ComparedImages images) {
     if (const auto found = find_lost_buffer(images.evidence)) return *found;
     if (are_equal(images.expected, images.returned, images.tolerance)) {
-        return describe_exact(images.evidence);
+        return describe_exact(images);
     }
     if (const auto found = find_constant(images)) return *found;
     if (const auto found = find_structure(images)) return *found;

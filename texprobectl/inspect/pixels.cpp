@@ -92,20 +92,23 @@ const char* name_of(Channel channel) {
 
 std::optional<std::vector<Channel>> channels_in_memory(const Layout& layout) {
     if (element_size(layout.type) == 0) return std::nullopt;
-    using enum Channel;
+    const Channel red = Channel::kRed;
+    const Channel green = Channel::kGreen;
+    const Channel blue = Channel::kBlue;
+    const Channel alpha = Channel::kAlpha;
     switch (layout.format) {
         case GL_LUMINANCE:
-            return std::vector{kLuminance};
+            return std::vector{Channel::kLuminance};
         case GL_LUMINANCE_ALPHA:
-            return std::vector{kLuminance, kAlpha};
+            return std::vector{Channel::kLuminance, alpha};
         case GL_RGB:
-            return std::vector{kRed, kGreen, kBlue};
+            return std::vector{red, green, blue};
         case GL_BGR:
-            return std::vector{kBlue, kGreen, kRed};
+            return std::vector{blue, green, red};
         case GL_RGBA:
-            return std::vector{kRed, kGreen, kBlue, kAlpha};
+            return std::vector{red, green, blue, alpha};
         case GL_BGRA:
-            return std::vector{kBlue, kGreen, kRed, kAlpha};
+            return std::vector{blue, green, red, alpha};
         default:
             return std::nullopt;
     }
