@@ -9,6 +9,7 @@
 #include <cmath>
 #include <cstring>
 #include <functional>
+#include <utility>
 
 namespace texprobe::tests {
 namespace {
@@ -180,6 +181,40 @@ TEST(Analysis, names_each_exchange_of_channels) {
     EXPECT_EQ(with({0, 1, 3, 2}), "Blue and alpha are exchanged.");
     EXPECT_EQ(with({1, 2, 0, 3}), "Red holds green, green holds blue, blue holds red.");
     EXPECT_EQ(with({0, 0, 2, 3}), "Green holds red.");
+}
+
+TEST(Analysis, does_not_blame_an_alpha_that_is_1_by_definition) {
+    const Image sent =
+        bytes_image(kRgb, 3, [](std::size_t p, std::size_t e) { return noise(3 * p + e); });
+    const Image returned = bytes_image(kRgba, 4, [](std::size_t p, std::size_t e) {
+        return e == 3 ? std::uint8_t{255} : noise(3 * p + 2 - e);
+    });
+    EXPECT_EQ(sentence(sent, returned), "Red and blue are exchanged.");
+}
+
+TEST(Analysis, names_the_byte_order_of_floats_and_of_packed_words) {
+    const auto floats = [](bool isReversed) {
+        Image image = image_of<float>(kLuminance, kFloat, 1, [](std::size_t i) {
+            return static_cast<float>(noise(i)) / 256.0F;
+        });
+        for (std::size_t i = 0; isReversed && i < image.bytes.size(); i += 4) {
+            std::swap(image.bytes[i], image.bytes[i + 3]);
+            std::swap(image.bytes[i + 1], image.bytes[i + 2]);
+        }
+        return image;
+    };
+    const std::string expected = "The bytes of each element are in reverse order.";
+    EXPECT_EQ(sentence(floats(false), floats(true)), expected);
+    const auto words = [](bool isReversed) {
+        return image_of<std::uint32_t>(kBgra, kPacked, 1, [=](std::size_t i) {
+            std::uint32_t word = 0;
+            for (std::size_t byte = 0; byte < 4; ++byte) {
+                word = word << 8 | noise(4 * i + (isReversed ? 3 - byte : byte));
+            }
+            return word;
+        });
+    };
+    EXPECT_EQ(sentence(words(false), words(true)), expected);
 }
 
 TEST(Analysis, names_a_lost_channel) {

@@ -189,11 +189,9 @@ std::optional<std::string> find_turn(const ComparedImages& images) {
 
 // Other images
 
-/// What came back of a test before, or was sent in it. A uniform image proves nothing.
+/// What came back of a test before, or was sent in it.
 std::optional<std::string> find_stale(const ComparedImages& images) {
     const Image& returned = images.evidence.returned;
-    const auto& values = images.returned.values;
-    if (std::all_of(values.begin(), values.end(), is_constant)) return std::nullopt;
     // The latest comes first.
     const auto& earlier = images.evidence.earlier;
     for (auto at = earlier.rbegin(); at != earlier.rend(); ++at) {

@@ -141,17 +141,16 @@ void write_pictures(const Inspection& inspection, const std::string& folder) {
         return std::string(image.bytes.begin(), image.bytes.end());
     };
     make_folder(folder);
-    const std::pair<const char*, std::string> files[] = {
-        {"sent.png", pictures.sent},
-        {"returned.png", pictures.returned},
-        {"difference.png", pictures.difference},
-        {"sent.raw", text(inspection.evidence->sent)},
-        {"returned.raw", text(inspection.evidence->returned)},
-        {"layout.txt", describe_files(inspection, pictures)}};
-    for (const auto& [name, bytes] : files) {
+    const auto write = [&](const char* name, const std::string& bytes) {
         write_output(std::filesystem::path(folder) / name,
                      [&](std::ostream& stream) { stream << bytes; });
-    }
+    };
+    write("sent.png", pictures.sent);
+    write("returned.png", pictures.returned);
+    write("difference.png", pictures.difference);
+    write("sent.raw", text(inspection.evidence->sent));
+    write("returned.raw", text(inspection.evidence->returned));
+    write("layout.txt", describe_files(inspection, pictures));
 }
 
 }  // namespace texprobe::ctl
