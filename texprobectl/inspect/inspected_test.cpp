@@ -115,7 +115,7 @@ std::vector<std::string> words_of(const InspectionOrder& order) {
 /// The steps of the tool's run on one renderer, without the turn and the records.
 int inspect_as_child(const std::vector<std::string>& arguments) {
     const InspectionOrder order = order_from(arguments);
-    for (unsigned i = 0; i < order.patternsBefore; ++i) random();
+    for (unsigned i = 0; i < order.patternsBefore; ++i) static_cast<void>(random());
     const auto renderer = static_cast<GLint>(order.renderer);
     const CFStringRef appID = create_application_id(renderer);
     const OffscreenContext context(renderer);
