@@ -2,7 +2,7 @@
 # where they are found.
 set(texprobe_ctl_missing "")
 if(TEXPROBE_BUILD_CTL)
-  foreach(package IN ITEMS CLI11 nlohmann_json fmt)
+  foreach(package IN ITEMS CLI11 nlohmann_json fmt PNG)
     find_package(${package} QUIET)
     if(NOT ${package}_FOUND)
       list(APPEND texprobe_ctl_missing ${package})

@@ -15,13 +15,22 @@ _texprobectl()
 {
     local program=$1 cur=${COMP_WORDS[COMP_CWORD]} prev=${COMP_WORDS[COMP_CWORD-1]}
     local command=${COMP_WORDS[1]} words=()
+    local formats=(
+        GL_RGB32F_ARB GL_RGBA32F_ARB GL_LUMINANCE32F_ARB GL_LUMINANCE_ALPHA32F_ARB
+        GL_LUMINANCE8 GL_LUMINANCE8_ALPHA8 GL_RGB8 GL_RGBA8
+        GL_LUMINANCE16 GL_LUMINANCE16_ALPHA16 GL_RGB16 GL_RGBA16
+        GL_LUMINANCE16F_ARB GL_LUMINANCE_ALPHA16F_ARB GL_RGB16F_ARB GL_RGBA16F_ARB)
     COMPREPLY=()
     if [ "$COMP_CWORD" -eq 1 ]; then
-        words=(measure list show compare export report merge forget doctor --help --version)
+        words=(measure list show compare inspect export report merge forget doctor --help --version)
         _texprobectl_offer "$cur" < <(printf '%s\n' "${words[@]}")
         return
     fi
     case $prev in
+        --set)
+            _texprobectl_offer "$cur" \
+                < <("$program" list 2>/dev/null | awk '$1 ~ /^[0-9]+$/ { print $2 }')
+            return ;;
         -o|--tool) _texprobectl_offer "$cur" < <(compgen -f -- "$cur"); return ;;
         --timeout|--attempts) return ;;
     esac
@@ -29,7 +38,13 @@ _texprobectl()
         measure) words=(--tool --timeout --attempts) ;;
         list|doctor|show|compare|merge) words=(--json) ;;
         export) words=(--present -o) ;;
-        report) words=(-o) ;;
+        report) words=(-o --pictures) ;;
+        inspect)
+            words=(--set --alone --timeout -o)
+            case $COMP_CWORD in
+                2) words+=("${formats[@]}") ;;
+                3) words+=(set reset get read) ;;
+            esac ;;
         forget) words=(--all --outdated --yes) ;;
     esac
     _texprobectl_offer "$cur" < <(printf '%s\n' "${words[@]}" --help)

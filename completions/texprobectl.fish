@@ -5,7 +5,7 @@ function __texprobectl_sets
     $program list 2>/dev/null | awk '$1 ~ /^[0-9]+$/ { print $2 }'
 end
 
-set -l commands measure list show compare export report merge forget doctor
+set -l commands measure list show compare inspect export report merge forget doctor
 complete -c texprobectl -f
 complete -c texprobectl -n "not __fish_seen_subcommand_from $commands" -l help -d 'Show help'
 complete -c texprobectl -n "not __fish_seen_subcommand_from $commands" -l version -d 'Show the version'
@@ -13,6 +13,7 @@ complete -c texprobectl -n "not __fish_seen_subcommand_from $commands" -a measur
 complete -c texprobectl -n "not __fish_seen_subcommand_from $commands" -a list -d 'One line for each record set'
 complete -c texprobectl -n "not __fish_seen_subcommand_from $commands" -a show -d 'The verdicts of a record set'
 complete -c texprobectl -n "not __fish_seen_subcommand_from $commands" -a compare -d 'What differs'
+complete -c texprobectl -n "not __fish_seen_subcommand_from $commands" -a inspect -d 'What a driver did in a test'
 complete -c texprobectl -n "not __fish_seen_subcommand_from $commands" -a export -d 'Record sets as JSON'
 complete -c texprobectl -n "not __fish_seen_subcommand_from $commands" -a report -d 'Record sets as a page'
 complete -c texprobectl -n "not __fish_seen_subcommand_from $commands" -a merge -d 'What many machines say'
@@ -24,6 +25,17 @@ complete -c texprobectl -n '__fish_seen_subcommand_from list show compare merge 
 complete -c texprobectl -n '__fish_seen_subcommand_from show compare export report forget' -a '(__texprobectl_sets)'
 complete -c texprobectl -n '__fish_seen_subcommand_from compare report merge' -F
 complete -c texprobectl -n '__fish_seen_subcommand_from export report' -s o -r -F -d 'Write to a file'
+complete -c texprobectl -n '__fish_seen_subcommand_from report' -l pictures -d 'Inspect each no of a transfer'
+set -l formats \
+    GL_RGB32F_ARB GL_RGBA32F_ARB GL_LUMINANCE32F_ARB GL_LUMINANCE_ALPHA32F_ARB \
+    GL_LUMINANCE8 GL_LUMINANCE8_ALPHA8 GL_RGB8 GL_RGBA8 \
+    GL_LUMINANCE16 GL_LUMINANCE16_ALPHA16 GL_RGB16 GL_RGBA16 \
+    GL_LUMINANCE16F_ARB GL_LUMINANCE_ALPHA16F_ARB GL_RGB16F_ARB GL_RGBA16F_ARB
+complete -c texprobectl -n '__fish_seen_subcommand_from inspect' -a "$formats set reset get read"
+complete -c texprobectl -n '__fish_seen_subcommand_from inspect' -l set -x -a '(__texprobectl_sets)' -d 'The record set'
+complete -c texprobectl -n '__fish_seen_subcommand_from inspect' -l alone -d 'Do not replay the tests before it'
+complete -c texprobectl -n '__fish_seen_subcommand_from inspect' -l timeout -x -d 'Seconds a test may take'
+complete -c texprobectl -n '__fish_seen_subcommand_from inspect' -s o -r -F -d 'Write pictures and raw bytes'
 complete -c texprobectl -n '__fish_seen_subcommand_from export' -l present -d 'Those of this machine'
 complete -c texprobectl -n '__fish_seen_subcommand_from measure' -l tool -r -F -d 'The texprobe to run'
 complete -c texprobectl -n '__fish_seen_subcommand_from measure' -l timeout -x -d 'Seconds a test may take'

@@ -2,25 +2,26 @@
 
 #include <unistd.h>
 
-#include <csignal>
 #include <iostream>
 #include <memory>
 
+#include "command_options.h"
 #include "compare.h"
 #include "document.h"
 #include "find_tool.h"
 #include "forget.h"
+#include "inspect_command.h"
 #include "output/output.h"
 #include "output/progress.h"
 #include "output_file.h"
 #include "report/page.h"
 #include "selection.h"
+#include "stop_signals.h"
 
 namespace texprobe::ctl {
 
 namespace {
 
-constexpr const char* kSet = "an identifier, a part of it, or a number of `list`";
 constexpr const char* kSetOrFile = "a record set, an exported file, or - for stdin";
 
 // What the options of one command leave for it. Shared, because the command runs later.
@@ -28,7 +29,6 @@ struct Arguments {
     std::vector<std::string> names;
     std::string file;
     std::string tool;
-    std::string renderer;
     int seconds = 60;
     int attempts = 200;
     bool json = false;
@@ -36,6 +36,7 @@ struct Arguments {
     bool all = false;
     bool outdated = false;
     bool yes = false;
+    bool pictures = false;
 };
 using Shared = std::shared_ptr<Arguments>;
 
@@ -56,40 +57,10 @@ void add_json(CLI::App* command, const Shared& arguments) {
     command->add_flag("--json", arguments->json, "Print a JSON document");
 }
 
-CLI::Validator number_between(int least, int most) {
-    return CLI::Validator(
-        [=](const std::string& text) {
-            int number = 0;
-            if (CLI::detail::lexical_cast(text, number) && number >= least && number <= most) {
-                return std::string();
-            }
-            return "expected a number from " + std::to_string(least) + " to " +
-                   std::to_string(most) + ", not \"" + text + '"';
-        },
-        "");
-}
-
 // measure
 
-volatile std::sig_atomic_t interruption = 0;
-
-extern "C" void remember_interruption(int number) {
-    interruption = number;
-}
-
 bool is_interrupted() {
-    return interruption != 0;
-}
-
-void listen_to_interruptions() {
-    struct sigaction action = {};
-    action.sa_handler = remember_interruption;
-    for (const int number : {SIGINT, SIGTERM, SIGHUP}) {
-        struct sigaction old = {};
-        // What was ignored at the start stays ignored, as nohup wants it.
-        if (sigaction(number, nullptr, &old) == 0 && old.sa_handler == SIG_IGN) continue;
-        sigaction(number, &action, nullptr);
-    }
+    return StopSignals::received() != 0;
 }
 
 int report_measuring(const MeasureResult& result) {
@@ -101,7 +72,7 @@ int report_measuring(const MeasureResult& result) {
         case MeasureResult::Kind::kInterrupted:
             std::cerr << "Interrupted, and nothing is lost: `texprobectl measure` goes on with the "
                       << open << " verdicts that are still missing.\n";
-            return 128 + interruption;
+            return 128 + StopSignals::received();
         default:
             std::cerr << "texprobectl: not complete: " << result.reason << '\n';
             return 1;
@@ -122,7 +93,7 @@ int run_measure(const Arguments& arguments, const Session& session) {
                   << "; `texprobectl doctor` says more\n";
         return 1;
     }
-    listen_to_interruptions();
+    const StopSignals stopSignals;
     const auto view =
         make_progress_view(std::cerr, look_at_terminal(STDERR_FILENO), is_interrupted);
     const MeasureResult result =
@@ -248,7 +219,22 @@ void add_export(CLI::App* app) {
     command->callback([=] { run_export(*arguments); });
 }
 
-void run_report(const Arguments& arguments) {
+/// On a terminal, says which test it inspects: a driver that hangs takes long.
+std::vector<PicturedNoes> picture_sets(const RecordSets& sets, const RecordSets& all,
+                                       const Session& session) {
+    const StopSignals stopSignals;
+    const Machine machine = look_at_machine();
+    const bool isTerminal = look_at_terminal(STDERR_FILENO).isTerminal;
+    std::vector<PicturedNoes> pictured;
+    for (const RecordSet& set : sets) {
+        pictured.push_back(picture_noes(session.self, set, all, machine, [&](const Cell& cell) {
+            if (isTerminal) std::cerr << "inspecting " << key_of(cell) << '\n';
+        }));
+    }
+    return pictured;
+}
+
+void run_report(const Arguments& arguments, const Session& session) {
     const RecordSets all = read_all();
     RecordSets sets;
     for (const std::string& name : arguments.names) {
@@ -256,18 +242,22 @@ void run_report(const Arguments& arguments) {
     }
     if (arguments.names.empty()) sets = present_sets(all);
     if (sets.empty()) throw UsageError("there is no record set to report on");
-    write_output(arguments.file, [&](std::ostream& stream) { write_page(sets, stream); });
+    std::vector<PicturedNoes> pictured;
+    if (arguments.pictures) pictured = picture_sets(sets, all, session);
+    write_output(arguments.file, [&](std::ostream& stream) { write_page(sets, pictured, stream); });
 }
 
-void add_report(CLI::App* app) {
+void add_report(CLI::App* app, const Session* session) {
     CLI::App* command = app->add_subcommand("report", "Record sets as one page for a browser");
     const auto arguments = std::make_shared<Arguments>();
     command->add_option("SET", arguments->names, kSetOrFile)->type_name("");
     command->add_option("-o", arguments->file, "The page to write")
         ->type_name("FILE.html")
         ->required();
+    command->add_flag("--pictures", arguments->pictures,
+                      "Show what came back in each no of a transfer");
     command->footer("Without SET or FILE: the sets of this machine's present build.");
-    command->callback([=] { run_report(*arguments); });
+    command->callback([=] { run_report(*arguments, *session); });
 }
 
 void add_merge(CLI::App* app) {
@@ -331,17 +321,13 @@ void add_forget(CLI::App* app, Session* session) {
 
 // doctor
 
-void add_doctor(CLI::App* app, Session* session) {
+void add_doctor(CLI::App* app, const Session* session) {
     CLI::App* command =
         app->add_subcommand("doctor", "What to send with a problem; names no user and no host");
     const auto arguments = std::make_shared<Arguments>();
     add_json(command, arguments);
-    command->add_option(kOpenOption, arguments->renderer)->group("");
     command->callback([=] {
-        if (!arguments->renderer.empty()) {
-            session->status = open_for_doctor(arguments->renderer);
-            return;
-        }
+        const StopSignals stopSignals;
         const Diagnosis diagnosis = examine(session->self, find_tool(session->self));
         print(*arguments, [&](Output& output) { output.diagnosis(diagnosis); });
     });
@@ -354,8 +340,9 @@ void add_commands(CLI::App* app, Session* session) {
     add_list(app);
     add_show(app);
     add_compare(app, session);
+    add_inspect(app, session);
     add_export(app);
-    add_report(app);
+    add_report(app, session);
     add_merge(app);
     add_forget(app, session);
     add_doctor(app, session);

@@ -17,8 +17,8 @@ namespace {
 
 using Words = std::set<std::string>;
 
-const std::vector<std::string> kCommands = {"measure", "list",  "show",   "compare", "export",
-                                            "report",  "merge", "forget", "doctor"};
+const std::vector<std::string> kCommands = {"measure", "list",   "show",  "compare", "inspect",
+                                            "export",  "report", "merge", "forget",  "doctor"};
 
 class Completion : public testing::Test {
 protected:
@@ -88,6 +88,10 @@ void expect_words_and_names(const Offer& offered) {
     EXPECT_EQ(offered({"measure", "--tool", "ab"}), (Words{"ab.json"}));
     EXPECT_EQ(offered({"measure", "--timeout", "ab"}), (Words{}));
     EXPECT_EQ(offered({"list", "ab"}), (Words{}));
+    EXPECT_EQ(offered({"inspect", "GL_RGBA"}),
+              (Words{"GL_RGBA8", "GL_RGBA16", "GL_RGBA16F_ARB", "GL_RGBA32F_ARB"}));
+    EXPECT_EQ(offered({"inspect", "GL_RGBA8", "re"}), (Words{"read", "reset"}));
+    EXPECT_EQ(offered({"inspect", "--set", "ab"}), (Words{"abcd1234"}));
 }
 
 TEST_F(Completion, in_bash_offers_what_the_program_takes) {
@@ -171,6 +175,8 @@ TEST_F(Completion, in_zsh_completes_what_the_program_takes) {
     expect("merge my", "merge|my file.json");
     expect("report abcd1234 -o ab", "report|abcd1234|-o|ab.json");
     expect("measure --tool ab", "measure|--tool|ab.json");
+    expect("inspect GL_RGBA8 rea", "inspect|GL_RGBA8|read");
+    expect("inspect GL_RGBA32", "inspect|GL_RGBA32F_ARB");
     run.type("exit\r");
 }
 

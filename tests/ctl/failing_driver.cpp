@@ -1,16 +1,22 @@
-// A driver that fails in chosen transfer tests, each time that it is asked: linked into a build of
-// the tool, in front of the system's OpenGL. The file "faults" beside the executable says in which:
-//   <internal format> <index of the capability> <signal, or 0 to hang>
+// A driver that fails in chosen transfer tests, each time that it is asked: linked into builds of
+// the tool and of texprobectl, in front of the system's OpenGL. The file "faults" beside the
+// executable says in which:
+//   <internal format> <index of the capability> <signal, or 0 to hang, or a word>
+// With a word of damaged_image.h, what came back is damaged.
 
 #include <OpenGL/gl.h>
 #include <dlfcn.h>
 #include <signal.h>
 #include <unistd.h>
 
+#include <cctype>
 #include <filesystem>
 #include <fstream>
 #include <map>
+#include <string>
 #include <utility>
+
+#include "damaged_image.h"
 
 namespace {
 
@@ -18,7 +24,7 @@ enum Test { kUploadSet = 2, kUploadReset, kDownloadGet, kDownloadRead };
 constexpr GLenum kUnpackBuffer = 0x88EC;
 constexpr GLenum kPackBuffer = 0x88EB;
 
-using Faults = std::map<std::pair<GLenum, int>, int>;
+using Faults = std::map<std::pair<GLenum, int>, std::string>;
 
 const Faults& faults() {
     static const Faults read = [] {
@@ -27,8 +33,8 @@ const Faults& faults() {
                            "faults");
         GLenum format = 0;
         int test = 0;
-        int signal = 0;
-        while (file >> format >> test >> signal) result[{format, test}] = signal;
+        std::string fault;
+        while (file >> format >> test >> fault) result[{format, test}] = fault;
         return result;
     }();
     return read;
@@ -39,16 +45,40 @@ GLuint unpackBuffer = 0;
 GLuint packBuffer = 0;
 GLenum testedFormat = 0;
 
+Test currentTest = kUploadSet;
+
 void fail_in(Test test) {
-    const auto fault = faults().find({testedFormat, test});
-    if (fault == faults().end()) return;
-    if (fault->second != 0) raise(fault->second);
-    while (fault->second == 0) pause();
+    currentTest = test;
+    const auto found = faults().find({testedFormat, test});
+    if (found == faults().end() || std::isdigit(found->second[0]) == 0) return;
+    const int signal = std::stoi(found->second);
+    if (signal != 0) raise(signal);
+    while (signal == 0) pause();
+}
+
+void damage(GLenum format, GLenum type, void* pixels) {
+    const auto found = faults().find({testedFormat, currentTest});
+    const bool isDamaged = found != faults().end() && std::isdigit(found->second[0]) == 0;
+    texprobe::tests::damage_image(isDamaged ? found->second : "", format, type,
+                                  static_cast<unsigned char*>(pixels));
 }
 
 template <typename Function>
 Function next(const char* name) {
     return reinterpret_cast<Function>(dlsym(RTLD_NEXT, name));
+}
+
+/// What a call has written into the pack buffer, or into client memory.
+void damage_fetched(GLenum format, GLenum type, void* pixels) {
+    if (packBuffer == 0) {
+        damage(format, type, pixels);
+        return;
+    }
+    constexpr GLenum kReadWrite = 0x88BA;
+    static const auto map = next<void* (*)(GLenum, GLenum)>("glMapBuffer");
+    static const auto unmap = next<GLboolean (*)(GLenum)>("glUnmapBuffer");
+    damage(format, type, map(kPackBuffer, kReadWrite));
+    unmap(kPackBuffer);
 }
 
 }  // namespace
@@ -94,6 +124,7 @@ EXPORTED void glGetTexImage(GLenum target, GLint level, GLenum format, GLenum ty
     fail_in(kDownloadGet);
     static const auto real = next<void (*)(GLenum, GLint, GLenum, GLenum, void*)>("glGetTexImage");
     real(target, level, format, type, pixels);
+    damage_fetched(format, type, pixels);
 }
 
 EXPORTED void glReadPixels(GLint x, GLint y, GLsizei width, GLsizei height, GLenum format,
@@ -102,6 +133,7 @@ EXPORTED void glReadPixels(GLint x, GLint y, GLsizei width, GLsizei height, GLen
     static const auto real =
         next<void (*)(GLint, GLint, GLsizei, GLsizei, GLenum, GLenum, void*)>("glReadPixels");
     real(x, y, width, height, format, type, pixels);
+    damage_fetched(format, type, pixels);
 }
 
 }  // extern "C"

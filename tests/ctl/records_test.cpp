@@ -233,10 +233,10 @@ TEST_F(Records, unknown_arguments_get_one_line_and_status_2) {
     const std::pair<std::vector<std::string>, std::string> cases[] = {
         {{},
          "texprobectl: a command is missing; expected one of measure, list, show, compare, "
-         "export, report, merge, forget, doctor; see `texprobectl --help`\n"},
+         "inspect, export, report, merge, forget, doctor; see `texprobectl --help`\n"},
         {{"frobnicate"},
          "texprobectl: unknown argument: frobnicate; expected one of measure, list, show, compare, "
-         "export, report, merge, forget, doctor; see `texprobectl --help`\n"},
+         "inspect, export, report, merge, forget, doctor; see `texprobectl --help`\n"},
         {{"list", "--yes"},
          "texprobectl: unknown argument: --yes; expected --help, --json; see `texprobectl list "
          "--help`\n"},

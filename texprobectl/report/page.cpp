@@ -1,8 +1,11 @@
 #include "page.h"
 
 #include <algorithm>
+#include <array>
+#include <cstdio>
 #include <kainjow/mustache.hpp>
 
+#include "base64.h"
 #include "merge.h"
 #include "page_template.h"
 
@@ -100,6 +103,42 @@ Data describe_set(const RecordSet& set, std::size_t number, const RecordSets& al
     return data;
 }
 
+Data picture(const std::string& name, const std::string& png) {
+    Data data;
+    data.set("name", name);
+    data.set("png", base64(png));
+    return data;
+}
+
+Data list_pictures(const PicturedNo& no) {
+    Data list(Data::type::list);
+    if (!no.pictures) return list;
+    const double factor = no.pictures->amplification;
+    std::array<char, 32> amplified;
+    std::snprintf(amplified.data(), amplified.size(), "difference, %.3g times", factor);
+    list << picture("sent", no.pictures->sent) << picture("came back", no.pictures->returned)
+         << picture(factor == 1.0 ? "difference" : amplified.data(), no.pictures->difference);
+    return list;
+}
+
+void add_pictures(const PicturedNoes& pictured, Data* set) {
+    Data noes(Data::type::list);
+    for (const PicturedNo& no : pictured.noes) {
+        Data data;
+        data.set("test", std::string(kFormats[no.cell.format].name) + ' ' +
+                             kCapabilities[no.cell.capability].words);
+        data.set("sentence", no.sentence);
+        data.set("pictures", list_pictures(no));
+        noes << data;
+    }
+    const bool isSomething = !pictured.noes.empty() || !pictured.trouble.empty();
+    set->set("hasNoes", Data(isSomething ? Data::type::bool_true : Data::type::bool_false));
+    Data troubles(Data::type::list);
+    if (!pictured.trouble.empty()) troubles << Data("text", pictured.trouble);
+    set->set("troubles", troubles);
+    set->set("noes", noes);
+}
+
 std::string list_names(const std::vector<std::string>& names) {
     std::string list;
     for (const std::string& name : names) list += (list.empty() ? "" : ", ") + name;
@@ -146,11 +185,16 @@ Data list_totals(const RecordSets& sets) {
 
 }  // namespace
 
-void write_page(const RecordSets& sets, std::ostream& stream) {
+void write_page(const RecordSets& sets, const std::vector<PicturedNoes>& pictured,
+                std::ostream& stream) {
     kainjow::mustache::mustache page(kPageTemplate);
     Data data;
     Data list(Data::type::list);
-    for (std::size_t i = 0; i < sets.size(); ++i) list << describe_set(sets[i], i + 1, sets);
+    for (std::size_t i = 0; i < sets.size(); ++i) {
+        Data set = describe_set(sets[i], i + 1, sets);
+        add_pictures(pictured.empty() ? PicturedNoes() : pictured[i], &set);
+        list << set;
+    }
     const bool several = sets.size() > 1;
     const bool hasUnseenNo =
         std::any_of(sets.begin(), sets.end(), [](const RecordSet& set) { return set.hasUnseenNo; });

@@ -4,12 +4,16 @@
 #define TEXPROBECTL_PAGE_H
 
 #include <ostream>
+#include <vector>
 
 #include "catalogue.h"
+#include "pictured_no.h"
 
 namespace texprobe::ctl {
 
-void write_page(const RecordSets& sets, std::ostream& stream);
+/// `pictured` is empty, or has the noes of each of the sets.
+void write_page(const RecordSets& sets, const std::vector<PicturedNoes>& pictured,
+                std::ostream& stream);
 
 }  // namespace texprobe::ctl
 

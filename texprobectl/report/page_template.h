@@ -39,6 +39,12 @@ a:focus-visible, .table:focus-visible { outline: 3px solid var(--mark); outline-
 .skip:focus { position: static; }
 h1 { font-size: 1.6rem; line-height: 1.2; margin: 0.5rem 0; }
 h2 { font-size: 1.25rem; line-height: 1.3; margin: 2rem 0 0.5rem; }
+h3 { font-size: 1.1rem; margin: 1.5rem 0 0.5rem; }
+h4 { font-size: 1rem; margin: 1rem 0 0; font-family: ui-monospace, monospace; overflow-wrap: anywhere; }
+h4 + p { margin: 0.25rem 0; }
+figure { display: inline-block; margin: 0.25rem 1rem 0.25rem 0; }
+figure img { display: block; border: 1px solid var(--line); image-rendering: pixelated; }
+figcaption { color: var(--quiet); font-size: 0.9rem; }
 .quiet { color: var(--quiet); }
 dl { display: grid; grid-template-columns: max-content 1fr; gap: 0 1rem; margin: 0.5rem 0; }
 dt { color: var(--quiet); }
@@ -73,7 +79,7 @@ tbody th { text-align: left; font-weight: 400; font-family: ui-monospace, monosp
   }
   body { max-width: none; font-size: 10pt; }
   .table { overflow: visible; }
-  section { break-inside: avoid; }
+  section, .no-inspected { break-inside: avoid; }
   nav, .skip { display: none; }
   td { print-color-adjust: exact; -webkit-print-color-adjust: exact; }
 }
@@ -134,7 +140,14 @@ tbody th { text-align: left; font-weight: 400; font-family: ui-monospace, monosp
 {{#hasDetails}}<ul>
 {{#details}}<li>{{text}}</li>
 {{/details}}</ul>
-{{/hasDetails}}</section>
+{{/hasDetails}}{{#hasNoes}}<h3>What the driver did</h3>
+{{#troubles}}<p>{{text}}</p>
+{{/troubles}}{{#noes}}<div class="no-inspected">
+<h4>{{test}}</h4>
+<p>{{sentence}}</p>
+{{#pictures}}<figure><img src="data:image/png;base64,{{{png}}}" width="128" height="128" alt="{{test}}: {{name}}"><figcaption>{{name}}</figcaption></figure>
+{{/pictures}}</div>
+{{/noes}}{{/hasNoes}}</section>
 {{/sets}}</main>
 <footer class="quiet">
 <p>A verdict is about one driver, one build of the system and images of 128 by 128 pixels. n/a: not

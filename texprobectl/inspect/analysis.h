@@ -1,0 +1,58 @@
+// What a transfer did to an image: what was sent and what came back, like compared with like, and
+// the one sentence that follows.
+
+#ifndef TEXPROBECTL_ANALYSIS_H
+#define TEXPROBECTL_ANALYSIS_H
+
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "pixels.h"
+
+namespace texprobe::ctl {
+
+/// An image of a test before the inspected one.
+struct EarlierImage {
+    /// The test, in words.
+    std::string test;
+    Image image;
+};
+
+struct Evidence {
+    Image sent;
+    Image returned;
+    /// What the pixel buffer object holds after the transfer, where that was looked at.
+    std::optional<Image> kept;
+    std::vector<EarlierImage> earlier;
+    /// What the tool's comparison said.
+    bool verdict = false;
+};
+
+struct PixelPlace {
+    std::size_t row = 0;
+    std::size_t column = 0;
+};
+
+/// Of one channel, in steps of the type that came back; of a float, as a number.
+struct ChannelErrors {
+    Channel channel = Channel::kRed;
+    double largest = 0.0;
+    double mean = 0.0;
+    std::size_t pixels = 0;
+    std::optional<PixelPlace> first;
+};
+
+struct Analysis {
+    std::vector<ChannelErrors> channels;
+    /// The steps from 0 to 1; none for floats.
+    std::optional<unsigned> steps;
+    std::string sentence;
+};
+
+/// Throws std::invalid_argument for images that it cannot read.
+Analysis analyse(const Evidence& evidence);
+
+}  // namespace texprobe::ctl
+
+#endif

@@ -1,0 +1,18 @@
+// OpenGL's names for the numbers that the tool's test code passes.
+
+#ifndef TEXPROBECTL_GL_NAMES_H
+#define TEXPROBECTL_GL_NAMES_H
+
+#include <string>
+
+namespace texprobe::ctl {
+
+/// "GL_TEXTURE_2D", or the number in hexadecimal for one without a name here.
+std::string gl_name(unsigned value);
+
+/// "GL_QUADS"; a primitive's number is small, and means other things elsewhere.
+std::string primitive_name(unsigned mode);
+
+}  // namespace texprobe::ctl
+
+#endif

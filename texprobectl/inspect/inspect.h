@@ -1,0 +1,73 @@
+// One transfer test repeated on the real renderer, and what the driver did in it.
+
+#ifndef TEXPROBECTL_INSPECT_H
+#define TEXPROBECTL_INSPECT_H
+
+#include <chrono>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "analysis.h"
+#include "catalogue.h"
+#include "machine.h"
+
+namespace texprobe::ctl {
+
+struct InspectedCall {
+    /// With its arguments.
+    std::string text;
+    /// Empty for a call without one.
+    std::string result;
+    std::vector<std::string> errors;
+    /// The internal format of the texture that it has defined.
+    std::string chosen;
+    bool hasReturned = false;
+};
+
+struct InspectOptions {
+    /// This program's own file.
+    std::string self;
+    Cell cell;
+    bool isAlone = false;
+    /// How long a test may take.
+    std::chrono::seconds limit{60};
+};
+
+struct Inspection {
+    /// Of the record set.
+    std::string id;
+    std::string renderer;
+    Cell cell;
+    bool isAlone = false;
+    Verdict recorded = Verdict::kUnmeasured;
+    /// Whether it was recorded under the build of the system that this run had.
+    bool isOfPresentBuild = true;
+    /// This run's; none if the test was not run to its end.
+    std::optional<bool> verdict;
+    struct Score {
+        double percent = 0.0;
+        unsigned long long distance = 0;
+    };
+    std::optional<Score> score;
+    std::vector<InspectedCall> calls;
+    /// What OpenGL had to report from the tests before.
+    std::vector<std::string> pendingErrors;
+    /// Both none if there was nothing to compare.
+    std::optional<Evidence> evidence;
+    std::optional<Analysis> analysis;
+    /// What happened, in one sentence.
+    std::string sentence;
+};
+
+/// `set` is of a renderer of this machine, the cell a transfer, `all` the sets of this machine.
+Inspection inspect(const InspectOptions& options, const RecordSet& set, const RecordSets& all,
+                   const Machine& machine);
+
+inline bool is_transfer(Capability capability) {
+    return capability != kSupported && capability != kRenderable;
+}
+
+}  // namespace texprobe::ctl
+
+#endif
