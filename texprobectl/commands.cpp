@@ -2,7 +2,6 @@
 
 #include <unistd.h>
 
-#include <csignal>
 #include <iostream>
 #include <memory>
 
@@ -15,6 +14,7 @@
 #include "output_file.h"
 #include "report/page.h"
 #include "selection.h"
+#include "stop_signals.h"
 
 namespace texprobe::ctl {
 
@@ -28,7 +28,6 @@ struct Arguments {
     std::vector<std::string> names;
     std::string file;
     std::string tool;
-    std::string renderer;
     int seconds = 60;
     int attempts = 200;
     bool json = false;
@@ -71,25 +70,8 @@ CLI::Validator number_between(int least, int most) {
 
 // measure
 
-volatile std::sig_atomic_t interruption = 0;
-
-extern "C" void remember_interruption(int number) {
-    interruption = number;
-}
-
 bool is_interrupted() {
-    return interruption != 0;
-}
-
-void listen_to_interruptions() {
-    struct sigaction action = {};
-    action.sa_handler = remember_interruption;
-    for (const int number : {SIGINT, SIGTERM, SIGHUP}) {
-        struct sigaction old = {};
-        // What was ignored at the start stays ignored, as nohup wants it.
-        if (sigaction(number, nullptr, &old) == 0 && old.sa_handler == SIG_IGN) continue;
-        sigaction(number, &action, nullptr);
-    }
+    return StopSignals::received() != 0;
 }
 
 int report_measuring(const MeasureResult& result) {
@@ -101,7 +83,7 @@ int report_measuring(const MeasureResult& result) {
         case MeasureResult::Kind::kInterrupted:
             std::cerr << "Interrupted, and nothing is lost: `texprobectl measure` goes on with the "
                       << open << " verdicts that are still missing.\n";
-            return 128 + interruption;
+            return 128 + StopSignals::received();
         default:
             std::cerr << "texprobectl: not complete: " << result.reason << '\n';
             return 1;
@@ -122,7 +104,7 @@ int run_measure(const Arguments& arguments, const Session& session) {
                   << "; `texprobectl doctor` says more\n";
         return 1;
     }
-    listen_to_interruptions();
+    const StopSignals stopSignals;
     const auto view =
         make_progress_view(std::cerr, look_at_terminal(STDERR_FILENO), is_interrupted);
     const MeasureResult result =
@@ -331,17 +313,13 @@ void add_forget(CLI::App* app, Session* session) {
 
 // doctor
 
-void add_doctor(CLI::App* app, Session* session) {
+void add_doctor(CLI::App* app, const Session* session) {
     CLI::App* command =
         app->add_subcommand("doctor", "What to send with a problem; names no user and no host");
     const auto arguments = std::make_shared<Arguments>();
     add_json(command, arguments);
-    command->add_option(kOpenOption, arguments->renderer)->group("");
     command->callback([=] {
-        if (!arguments->renderer.empty()) {
-            session->status = open_for_doctor(arguments->renderer);
-            return;
-        }
+        const StopSignals stopSignals;
         const Diagnosis diagnosis = examine(session->self, find_tool(session->self));
         print(*arguments, [&](Output& output) { output.diagnosis(diagnosis); });
     });

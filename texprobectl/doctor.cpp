@@ -1,7 +1,6 @@
 #include "doctor.h"
 
 #include <pwd.h>
-#include <supervised_run.h>
 #include <sys/utsname.h>
 #include <unistd.h>
 
@@ -13,6 +12,7 @@
 #include <cstring>
 
 #include "catalogue.h"
+#include "child.h"
 #include "machine.h"
 #include "signals.h"
 #include "turn.h"
@@ -31,35 +31,26 @@ constexpr std::array<const char*, 13> kVariables = {
     "MESA_", "LIBGL_",   "GALLIUM_",         "EGL_", "__EGL_",          "__GLX_",    "__NV_",
     "VK_",   "DISPLAY=", "WAYLAND_DISPLAY=", "LP_",  "LD_LIBRARY_PATH", "LD_PRELOAD"};
 
-class OpeningObserver : public RunObserver {
-public:
-    explicit OpeningObserver(ExaminedRenderer* renderer) : renderer_(renderer) {}
-
-    bool line(Stream stream, std::string_view text) override {
-        if (stream == Stream::kError) {
-            renderer_->messages.emplace_back(text);
-            return false;
-        }
-        int megabytes = 0;
-        if (std::sscanf(std::string(text).c_str(), "opened %d", &megabytes) == 1) {
-            renderer_->canBeOpened = true;
-            renderer_->megabytes = megabytes;
-        } else {
-            renderer_->trouble = text;
-        }
-        return false;
+bool take_line(Stream stream, std::string_view text, ExaminedRenderer* renderer) {
+    int megabytes = 0;
+    if (stream == Stream::kError) {
+        renderer->messages.emplace_back(text);
+    } else if (std::sscanf(std::string(text).c_str(), "opened %d", &megabytes) == 1) {
+        renderer->canBeOpened = true;
+        renderer->megabytes = megabytes;
+    } else {
+        renderer->trouble = text;
     }
-
-private:
-    ExaminedRenderer* renderer_;
-};
+    return false;
+}
 
 ExaminedRenderer examine_renderer(const std::string& self, std::uint32_t id) {
     ExaminedRenderer renderer;
     renderer.rendererID = hexadecimal(id);
-    OpeningObserver observer(&renderer);
-    const RunEnd end =
-        run_supervised({self, {"doctor", kOpenOption, renderer.rendererID}, kOpenLimit}, observer);
+    const RunEnd end = run_child(
+        {self, kOpenTask, {renderer.rendererID}, kOpenLimit, [&](Stream stream, auto text) {
+             return take_line(stream, text, &renderer);
+         }});
     if (end.kind == RunEnd::Kind::kExited && end.number == 0) return renderer;
     renderer.canBeOpened = false;
     renderer.megabytes.reset();
@@ -177,7 +168,8 @@ Diagnosis examine(const std::string& self, const std::string& tool) {
     return diagnosis;
 }
 
-int open_for_doctor(const std::string& rendererID) {
+int open_for_doctor(const std::vector<std::string>& arguments) {
+    const std::string rendererID = arguments.empty() ? "" : arguments.front();
     std::uint32_t id = 0;
     std::from_chars(rendererID.data(), rendererID.data() + rendererID.size(), id, 16);
     const Opening opening = open_renderer(id);

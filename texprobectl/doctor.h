@@ -52,9 +52,9 @@ struct Diagnosis {
 /// finding, not the end.
 Diagnosis examine(const std::string& self, const std::string& tool);
 
-/// The hidden command by which `self` is started, and what it does.
-inline constexpr const char* kOpenOption = "--open-renderer";
-int open_for_doctor(const std::string& rendererID);
+/// The task of the child that opens a renderer: the renderer's ID is its argument.
+inline constexpr const char* kOpenTask = "open";
+int open_for_doctor(const std::vector<std::string>& arguments);
 
 /// Where the preferences are, and what state they are in. The system decides, so each has its file.
 ExaminedStore examine_store();

@@ -4,9 +4,13 @@
 #include <csignal>
 #include <exception>
 #include <iostream>
+#include <string>
+#include <vector>
 
+#include "child.h"
 #include "commands.h"
 #include "find_tool.h"
+#include "stop_signals.h"
 
 namespace {
 
@@ -69,7 +73,14 @@ int main(int argc, char** argv) {
     // A reader that goes away is an error of the write, which is reported.
     std::signal(SIGPIPE, SIG_IGN);
     try {
+        const std::vector<std::string> words(argv + 1, argv + argc);
+        if (words.size() >= 2 && words[0] == texprobe::ctl::kChildWord) {
+            return texprobe::ctl::run_child_task(words[1], {words.begin() + 2, words.end()});
+        }
         return run(argc, argv);
+    } catch (const texprobe::ctl::Interrupted& interruption) {
+        std::cerr << "texprobectl: interrupted\n";
+        return 128 + interruption.signal();
     } catch (const std::exception& error) {
         std::cerr << "texprobectl: " << error.what() << '\n';
         return kTrouble;

@@ -1,0 +1,31 @@
+// What a child of this program can do: one row for each task.
+
+#include <cstdio>
+
+#include "child.h"
+#include "doctor.h"
+
+namespace texprobe::ctl {
+
+namespace {
+
+struct Task {
+    const char* name;
+    int (*run)(const std::vector<std::string>& arguments);
+};
+
+constexpr Task kTasks[] = {
+    {kOpenTask, open_for_doctor},
+};
+
+}  // namespace
+
+int run_child_task(const std::string& task, const std::vector<std::string>& arguments) {
+    for (const Task& known : kTasks) {
+        if (task == known.name) return known.run(arguments);
+    }
+    std::fprintf(stderr, "texprobectl: there is no task %s\n", task.c_str());
+    return 2;
+}
+
+}  // namespace texprobe::ctl
