@@ -4,6 +4,7 @@
 
 #include "child.h"
 #include "doctor.h"
+#include "time/timed_child.h"
 
 namespace texprobe::ctl {
 
@@ -16,6 +17,7 @@ struct Task {
 
 constexpr Task kTasks[] = {
     {kOpenTask, open_for_doctor},
+    {kTimeTask, run_timed_child},
 };
 
 }  // namespace

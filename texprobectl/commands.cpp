@@ -55,19 +55,6 @@ void add_json(CLI::App* command, const Shared& arguments) {
     command->add_flag("--json", arguments->json, "Print a JSON document");
 }
 
-CLI::Validator number_between(int least, int most) {
-    return CLI::Validator(
-        [=](const std::string& text) {
-            int number = 0;
-            if (CLI::detail::lexical_cast(text, number) && number >= least && number <= most) {
-                return std::string();
-            }
-            return "expected a number from " + std::to_string(least) + " to " +
-                   std::to_string(most) + ", not \"" + text + '"';
-        },
-        "");
-}
-
 // measure
 
 bool is_interrupted() {
@@ -327,6 +314,19 @@ void add_doctor(CLI::App* app, const Session* session) {
 
 }  // namespace
 
+CLI::Validator number_between(int least, int most) {
+    return CLI::Validator(
+        [=](const std::string& text) {
+            int number = 0;
+            if (CLI::detail::lexical_cast(text, number) && number >= least && number <= most) {
+                return std::string();
+            }
+            return "expected a number from " + std::to_string(least) + " to " +
+                   std::to_string(most) + ", not \"" + text + '"';
+        },
+        "");
+}
+
 void add_commands(CLI::App* app, Session* session) {
     add_measure(app, session);
     add_list(app);
@@ -335,6 +335,7 @@ void add_commands(CLI::App* app, Session* session) {
     add_export(app);
     add_report(app);
     add_merge(app);
+    add_time(app, session);
     add_forget(app, session);
     add_doctor(app, session);
 }

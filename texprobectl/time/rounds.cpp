@@ -1,0 +1,77 @@
+#include "time/rounds.h"
+
+#include <algorithm>
+#include <cmath>
+
+namespace texprobe::ctl {
+
+namespace {
+
+class Timing {
+public:
+    Timing(const std::vector<std::size_t>& ways, const Rounds& rounds)
+        : ways_(ways), rounds_(rounds), seconds_(ways.size()) {}
+
+    /// Touches every buffer of every way, and decides how many images a step has.
+    void warm_up() {
+        double least = kStepSeconds;
+        for (const std::size_t way : ways_) least = std::min(least, time_step(way, kMostBuffers));
+        const double laps = std::ceil(kStepSeconds / std::max(least, 1e-9));
+        images_ = kMostBuffers * static_cast<int>(std::clamp(laps, 1.0, 1.0 * kMostLaps));
+    }
+    /// Each begins with another way: the one behind a slow way may inherit its cold caches.
+    void run_round() {
+        for (std::size_t i = 0; i < ways_.size(); ++i) {
+            const std::size_t at = (i + static_cast<std::size_t>(count_)) % ways_.size();
+            seconds_[at].push_back(time_step(ways_[at], images_) / images_);
+        }
+        ++count_;
+    }
+    int count() const { return count_; }
+
+    std::vector<TimedWay> results() const {
+        std::vector<TimedWay> results;
+        for (std::size_t i = 0; i < ways_.size(); ++i) {
+            results.push_back({ways_[i], count_, quartiles_of(seconds_[i])});
+        }
+        return results;
+    }
+
+private:
+    double time_step(std::size_t way, int images) const {
+        const double begin = rounds_.now();
+        rounds_.stream(kWays[way], images);
+        const double seconds = rounds_.now() - begin;
+        rounds_.betweenSteps();
+        return seconds;
+    }
+
+    const std::vector<std::size_t>& ways_;
+    const Rounds& rounds_;
+    std::vector<std::vector<double>> seconds_;
+    int images_ = kMostBuffers;
+    int count_ = 0;
+};
+
+}  // namespace
+
+std::vector<TimedWay> time_ways(const std::vector<std::size_t>& ways, double seconds,
+                                const Rounds& rounds) {
+    const double begin = rounds.now();
+    Timing timing(ways, rounds);
+    timing.warm_up();
+    const auto isDone = [&] {
+        if (timing.count() == 0) return false;
+        return timing.count() == kMostRounds || rounds.now() - begin >= seconds;
+    };
+    while (!isDone()) timing.run_round();
+    return timing.results();
+}
+
+double share_of_first(const std::vector<std::size_t>& images) {
+    double all = 0.0;
+    for (const std::size_t bytes : images) all += std::sqrt(static_cast<double>(bytes));
+    return images.empty() ? 0.0 : std::sqrt(static_cast<double>(images.front())) / all;
+}
+
+}  // namespace texprobe::ctl
