@@ -5,6 +5,7 @@
 #include <iostream>
 #include <memory>
 
+#include "command_options.h"
 #include "compare.h"
 #include "document.h"
 #include "find_tool.h"
@@ -15,12 +16,13 @@
 #include "report/page.h"
 #include "selection.h"
 #include "stop_signals.h"
+#include "time/times_document.h"
+#include "time_command.h"
 
 namespace texprobe::ctl {
 
 namespace {
 
-constexpr const char* kSet = "an identifier, a part of it, or a number of `list`";
 constexpr const char* kSetOrFile = "a record set, an exported file, or - for stdin";
 
 // What the options of one command leave for it. Shared, because the command runs later.
@@ -28,6 +30,7 @@ struct Arguments {
     std::vector<std::string> names;
     std::string file;
     std::string tool;
+    std::vector<std::string> times;
     int seconds = 60;
     int attempts = 200;
     bool json = false;
@@ -225,7 +228,11 @@ void run_report(const Arguments& arguments) {
     }
     if (arguments.names.empty()) sets = present_sets(all);
     if (sets.empty()) throw UsageError("there is no record set to report on");
-    write_output(arguments.file, [&](std::ostream& stream) { write_page(sets, stream); });
+    std::vector<Times> times;
+    for (const std::string& file : arguments.times) {
+        for (Times& each : read_times(file)) times.push_back(std::move(each));
+    }
+    write_output(arguments.file, [&](std::ostream& stream) { write_page(sets, times, stream); });
 }
 
 void add_report(CLI::App* app) {
@@ -235,6 +242,9 @@ void add_report(CLI::App* app) {
     command->add_option("-o", arguments->file, "The page to write")
         ->type_name("FILE.html")
         ->required();
+    command->add_option("--times", arguments->times, "A document of `time --json` to plot")
+        ->type_name("FILE")
+        ->allow_extra_args(false);
     command->footer("Without SET or FILE: the sets of this machine's present build.");
     command->callback([=] { run_report(*arguments); });
 }
@@ -313,19 +323,6 @@ void add_doctor(CLI::App* app, const Session* session) {
 }
 
 }  // namespace
-
-CLI::Validator number_between(int least, int most) {
-    return CLI::Validator(
-        [=](const std::string& text) {
-            int number = 0;
-            if (CLI::detail::lexical_cast(text, number) && number >= least && number <= most) {
-                return std::string();
-            }
-            return "expected a number from " + std::to_string(least) + " to " +
-                   std::to_string(most) + ", not \"" + text + '"';
-        },
-        "");
-}
 
 void add_commands(CLI::App* app, Session* session) {
     add_measure(app, session);

@@ -18,12 +18,6 @@ struct Session {
 /// Adds every command; the one that is given runs within `app`'s parsing and leaves its status.
 void add_commands(CLI::App* app, Session* session);
 
-/// An argument that is such a number.
-CLI::Validator number_between(int least, int most);
-
-// In files of their own:
-void add_time(CLI::App* app, Session* session);
-
 }  // namespace texprobe::ctl
 
 #endif

@@ -6,10 +6,12 @@
 #include <ostream>
 
 #include "catalogue.h"
+#include "time/times.h"
 
 namespace texprobe::ctl {
 
-void write_page(const RecordSets& sets, std::ostream& stream);
+/// `times` are shown behind the sets.
+void write_page(const RecordSets& sets, const std::vector<Times>& times, std::ostream& stream);
 
 }  // namespace texprobe::ctl
 

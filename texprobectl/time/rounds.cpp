@@ -29,11 +29,9 @@ public:
     }
     int count() const { return count_; }
 
-    std::vector<TimedWay> results() const {
-        std::vector<TimedWay> results;
-        for (std::size_t i = 0; i < ways_.size(); ++i) {
-            results.push_back({ways_[i], count_, quartiles_of(seconds_[i])});
-        }
+    std::vector<WayRounds> results() const {
+        std::vector<WayRounds> results;
+        for (std::size_t i = 0; i < ways_.size(); ++i) results.push_back({ways_[i], seconds_[i]});
         return results;
     }
 
@@ -55,23 +53,27 @@ private:
 
 }  // namespace
 
-std::vector<TimedWay> time_ways(const std::vector<std::size_t>& ways, double seconds,
-                                const Rounds& rounds) {
+std::vector<WayRounds> time_ways(const std::vector<std::size_t>& ways, double seconds,
+                                 const Rounds& rounds) {
     const double begin = rounds.now();
     Timing timing(ways, rounds);
     timing.warm_up();
     const auto isDone = [&] {
         if (timing.count() == 0) return false;
-        return timing.count() == kMostRounds || rounds.now() - begin >= seconds;
+        return timing.count() == kMostRoundsOfVisit || rounds.now() - begin >= seconds;
     };
     while (!isDone()) timing.run_round();
     return timing.results();
 }
 
 double share_of_first(const std::vector<std::size_t>& images) {
+    // A step of a small image has a least duration, as if it had a megabyte more.
+    const auto weight = [](std::size_t bytes) {
+        return std::sqrt(static_cast<double>(bytes) + 1e6);
+    };
     double all = 0.0;
-    for (const std::size_t bytes : images) all += std::sqrt(static_cast<double>(bytes));
-    return images.empty() ? 0.0 : std::sqrt(static_cast<double>(images.front())) / all;
+    for (const std::size_t bytes : images) all += weight(bytes);
+    return images.empty() ? 0.0 : weight(images.front()) / all;
 }
 
 }  // namespace texprobe::ctl

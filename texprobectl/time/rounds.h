@@ -8,17 +8,15 @@
 #include <functional>
 #include <vector>
 
-#include "time/statistics.h"
 #include "time/ways.h"
 
 namespace texprobe::ctl {
 
-/// Seconds an image.
-struct TimedWay {
+/// Seconds an image, round by round.
+struct WayRounds {
     std::size_t way = kCopy;
-    int rounds = 0;
-    Quartiles seconds;
-    bool operator==(const TimedWay&) const = default;
+    std::vector<double> seconds;
+    bool operator==(const WayRounds&) const = default;
 };
 
 struct Rounds {
@@ -30,9 +28,10 @@ struct Rounds {
     std::function<void()> betweenSteps;
 };
 
-/// Fewer rounds cannot tell a middle from an outlier.
-inline constexpr int kFewRounds = 3;
-inline constexpr int kMostRounds = 15;
+/// Every transfer is timed in as many visits, with all others between them: one that a machine is
+/// slow in for a while is not all that is known of it.
+inline constexpr int kVisits = 3;
+inline constexpr int kMostRoundsOfVisit = 5;
 /// What a step takes at least: several images where they are small, as the wait at its end would
 /// otherwise be most of it.
 inline constexpr double kStepSeconds = 0.002;
@@ -40,12 +39,12 @@ inline constexpr int kMostLaps = 100;
 
 /// Times the ways, by their numbers, for about `seconds`, but for one round at least, after a round
 /// that does not count. Each step streams the same number of images, whole laps of three buffers.
-std::vector<TimedWay> time_ways(const std::vector<std::size_t>& ways, double seconds,
-                                const Rounds& rounds);
+std::vector<WayRounds> time_ways(const std::vector<std::size_t>& ways, double seconds,
+                                 const Rounds& rounds);
 
-/// What part of the time left the first of these images, by their bytes, may take. In proportion to
-/// the square root: with equal shares the large ones would have too few rounds, and with shares by
-/// size the small ones.
+/// What part of the time left the first of these visits, by their images' bytes, may take. In
+/// proportion to the square root: with equal shares the large ones would have too few rounds, and
+/// with shares by size the small ones.
 double share_of_first(const std::vector<std::size_t>& images);
 
 }  // namespace texprobe::ctl

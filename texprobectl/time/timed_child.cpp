@@ -2,7 +2,6 @@
 
 #include <TexProbe/driver.h>
 
-#include <algorithm>
 #include <charconv>
 #include <chrono>
 #include <cstdint>
@@ -10,6 +9,7 @@
 #include <cstdlib>
 #include <new>
 
+#include "time/layouts.h"
 #include "time/rounds.h"
 #include "time/transfers.h"
 
@@ -35,9 +35,10 @@ std::vector<std::size_t> ways_of(Capability transfer) {
     return ways;
 }
 
-void say_way(const TimedWay& timed) {
-    std::printf("way %s %d %.9g %.9g %.9g\n", kWays[timed.way].name, timed.rounds,
-                timed.seconds.lower, timed.seconds.median, timed.seconds.upper);
+void say_way(const WayRounds& way) {
+    std::printf("way %s", kWays[way.way].name);
+    for (const double seconds : way.seconds) std::printf(" %.9g", seconds);
+    say("");
 }
 
 void time_one(const TimedTransfer& what, double seconds) {
@@ -48,12 +49,11 @@ void time_one(const TimedTransfer& what, double seconds) {
     }
     try {
         const auto transfer = make_transfer(what);
-        const auto times =
+        const auto rounds =
             time_ways(ways_of(what.transfer), seconds,
                       {[&](const Way& way, int images) { transfer->stream(way, images); },
                        seconds_now, [] { say("step"); }});
-        std::printf("bytes %zu\n", image_bytes(what));
-        for (const TimedWay& timed : times) say_way(timed);
+        for (const WayRounds& way : rounds) say_way(way);
         say("done");
     } catch (const TransferError& error) {
         say(std::string("failed ") + error.what());
@@ -70,19 +70,17 @@ int run_timed_child(const std::vector<std::string>& arguments) {
     const std::string& id = arguments[0];
     std::from_chars(id.data(), id.data() + id.size(), renderer, 16);
     const double end = seconds_now() + std::strtod(arguments[1].c_str(), nullptr);
-    std::vector<TimedTransfer> transfers;
+    std::vector<TimedTransfer> visits;
     for (std::size_t i = 2; i < arguments.size(); ++i) {
         const auto transfer = parse_transfer(arguments[i]);
         if (!transfer) return 2;
-        transfers.push_back(*transfer);
+        visits.push_back(*transfer);
     }
-    std::stable_sort(transfers.begin(), transfers.end(),
-                     [](const auto& a, const auto& b) { return image_bytes(a) < image_bytes(b); });
     std::vector<std::size_t> images;
-    for (const TimedTransfer& transfer : transfers) images.push_back(image_bytes(transfer));
+    for (const TimedTransfer& visit : visits) images.push_back(image_bytes(visit));
     const OffscreenContext context(static_cast<GLint>(renderer));
-    for (const TimedTransfer& transfer : transfers) {
-        time_one(transfer, (end - seconds_now()) * share_of_first(images));
+    for (const TimedTransfer& visit : visits) {
+        time_one(visit, (end - seconds_now()) * share_of_first(images));
         images.erase(images.begin());
     }
     return 0;

@@ -1,11 +1,9 @@
-// The child process that times: it alone calls OpenGL, and says what it does line by line. It
-// begins with the small images: where time does not suffice, only the large ones lack.
+// The child process that times: it alone calls OpenGL, and says what it does line by line.
 //
-//   begin GL_RGBA8:upload_set:1080p    this transfer is in hand
+//   begin GL_RGBA8:upload_set:1080p    this transfer is visited
 //   step                               it has come further
-//   bytes 8294400                      of an image
-//   way one_kept 5 0.1 0.2 0.3         rounds and quartiles, seconds an image
-//   done | failed REASON | late        how it ended; late: there was no time left
+//   way one_kept 0.11 0.12             the seconds an image of each round
+//   done | failed REASON | late        how the visit ended; late: there was no time left
 
 #ifndef TEXPROBECTL_TIME_TIMED_CHILD_H
 #define TEXPROBECTL_TIME_TIMED_CHILD_H
@@ -17,7 +15,7 @@ namespace texprobe::ctl {
 
 inline constexpr const char* kTimeTask = "time";
 
-/// The renderer in hexadecimal, the seconds that all may take, and the transfers. Returns the exit
+/// The renderer in hexadecimal, the seconds that all may take, and the visits. Returns the exit
 /// status; ends the process where the renderer's context cannot be set up.
 int run_timed_child(const std::vector<std::string>& arguments);
 

@@ -47,7 +47,9 @@ double TransferTimes::megabytes_per_second(const TimedWay& timed) const {
 std::optional<Spread> spread_of(const Times& times) {
     std::vector<double> spreads;
     for (const TransferTimes& transfer : times.transfers) {
-        for (const TimedWay& timed : transfer.ways) spreads.push_back(timed.seconds.spread());
+        for (const TimedWay& timed : transfer.ways) {
+            if (timed.rounds >= kFewRounds) spreads.push_back(timed.seconds.spread());
+        }
     }
     if (spreads.empty()) return std::nullopt;
     return Spread{quantile(spreads, 0.5), quantile(spreads, 0.9)};

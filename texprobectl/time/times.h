@@ -9,7 +9,8 @@
 #include <vector>
 
 #include "record_set.h"
-#include "time/rounds.h"
+#include "time/statistics.h"
+#include "time/ways.h"
 
 namespace texprobe::ctl {
 
@@ -27,6 +28,17 @@ inline constexpr std::array<const char*, 5> kTimedStateNames = {"timed", "not_ve
 inline const char* name_of(TimedState state) {
     return kTimedStateNames[static_cast<std::size_t>(state)];
 }
+
+/// Fewer rounds cannot tell a middle from an outlier.
+inline constexpr int kFewRounds = 3;
+
+/// Seconds an image.
+struct TimedWay {
+    std::size_t way = kCopy;
+    int rounds = 0;
+    Quartiles seconds;
+    bool operator==(const TimedWay&) const = default;
+};
 
 /// One transfer of one format at one size.
 struct TransferTimes {
@@ -60,8 +72,8 @@ struct Times {
 
 double images_per_second(const TimedWay& timed);
 
-/// The spreads of all ways of all transfers: of the middle one, and of the one above which a tenth
-/// lies. None without any.
+/// The spreads of all ways that had enough rounds: of the middle one, and of the one above which a
+/// tenth lies. None without any.
 struct Spread {
     double middle = 0.0;
     double high = 0.0;

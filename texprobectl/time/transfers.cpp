@@ -12,6 +12,8 @@
 #include <cstring>
 #include <vector>
 
+#include "time/layouts.h"
+
 // Core since OpenGL 3.0, and an extension of 2.1; some systems' headers for 2.1 leave it out.
 extern "C" void* glMapBufferRange(  // NOLINT(readability-redundant-declaration)
     GLenum target, GLintptr offset, GLsizeiptr length, GLbitfield access);
@@ -232,14 +234,6 @@ bool has_extension(const char* name) {
 }
 
 }  // namespace
-
-std::size_t image_bytes(const TimedTransfer& what) {
-    unsigned format = 0;
-    unsigned type = 0;
-    unsigned bytesPerPixel = 0;
-    best_pixel_format(kFormats[what.format].internalFormat, &format, &type, &bytesPerPixel);
-    return what.size.pixels() * bytesPerPixel;
-}
 
 bool is_offered(const Way& way) {
     return way.renewal != Renewal::kRange || has_extension("GL_ARB_map_buffer_range");

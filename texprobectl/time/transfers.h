@@ -27,9 +27,6 @@ public:
     virtual void stream(const Way& way, int images) = 0;
 };
 
-/// Of an image, in the layout that the verdicts are about.
-std::size_t image_bytes(const TimedTransfer& what);
-
 /// Whether the current context can do it.
 bool is_offered(const Way& way);
 

@@ -1,4 +1,4 @@
-// time: its arguments, and what it does with them.
+#include "time_command.h"
 
 #include <unistd.h>
 
@@ -6,7 +6,8 @@
 #include <iostream>
 #include <memory>
 
-#include "commands.h"
+#include "cell_names.h"
+#include "command_options.h"
 #include "output/text_times.h"
 #include "output/time_progress.h"
 #include "output_file.h"
@@ -28,22 +29,13 @@ struct Arguments {
     bool json = false;
 };
 
+/// In the tool's order; all without a name.
 std::vector<std::size_t> find_formats(const std::vector<std::string>& names) {
     std::vector<std::size_t> formats;
-    for (const std::string& name : names) {
-        const auto isNamed = [&](const Format& format) {
-            return name == format.name || "GL_" + name == format.name;
-        };
-        if (std::none_of(kFormats.begin(), kFormats.end(), isNamed)) {
-            throw UsageError("there is no format \"" + name + "\"; `texprobectl show` lists them");
-        }
-    }
-    for (std::size_t i = 0; i < kFormatCount; ++i) {
-        const bool isNamed = std::any_of(names.begin(), names.end(), [&](const std::string& name) {
-            return name == kFormats[i].name || "GL_" + name == kFormats[i].name;
-        });
-        if (names.empty() || isNamed) formats.push_back(i);
-    }
+    for (const std::string& name : names) formats.push_back(find_format(name));
+    for (std::size_t i = 0; names.empty() && i < kFormatCount; ++i) formats.push_back(i);
+    std::sort(formats.begin(), formats.end());
+    formats.erase(std::unique(formats.begin(), formats.end()), formats.end());
     return formats;
 }
 
@@ -79,8 +71,8 @@ RecordSet find_timed_set(const std::string& name) {
             "`texprobectl measure` measures it");
     }
     if (present.size() > 1) {
-        throw UsageError("this machine has " + std::to_string(present.size()) +
-                         " record sets of its present build; choose one with --set");
+        throw UsageError("there are " + std::to_string(present.size()) +
+                         " record sets of this machine's present build; choose one with --set");
     }
     return present.front();
 }
@@ -122,13 +114,11 @@ void add_time(CLI::App* app, Session* session) {
     CLI::App* command =
         app->add_subcommand("time", "How fast the verified transfers are, and in which way");
     const auto arguments = std::make_shared<Arguments>();
-    command->add_option("FORMAT", arguments->formats, "GL_RGBA8, or RGBA8; without: all of them")
+    command->add_option("FORMAT", arguments->formats, "as `show` names them, such as GL_RGBA8")
         ->type_name("");
     command->add_option("--size", arguments->size, "Only 128, 512, 1080p, 2160p, or N by N")
         ->type_name("N");
-    command
-        ->add_option("--set", arguments->set, "A record set of this machine, where it has several")
-        ->type_name("SET");
+    command->add_option("--set", arguments->set, kSet)->type_name("SET");
     command->add_option("--seconds", arguments->seconds, "What all may take, about")
         ->type_name("N")
         ->check(number_between(1, 86400))
@@ -139,6 +129,7 @@ void add_time(CLI::App* app, Session* session) {
         ->capture_default_str();
     command->add_flag("--json", arguments->json, "Print a JSON document");
     command->footer(
+        "Without FORMAT: all of them. Without --set: the set of this machine's present build.\n"
         "Formats and transfers whose verdict is not yes are not timed.\n"
         "Nothing is recorded. Status 0 when something was timed.");
     command->callback([=] { session->status = run_time(*arguments, *session); });
