@@ -17,19 +17,25 @@ _texprobectl()
     local command=${COMP_WORDS[1]} words=()
     COMPREPLY=()
     if [ "$COMP_CWORD" -eq 1 ]; then
-        words=(measure list show compare export report merge forget doctor --help --version)
+        words=(measure list show compare export report merge time forget doctor --help --version)
         _texprobectl_offer "$cur" < <(printf '%s\n' "${words[@]}")
         return
     fi
     case $prev in
-        -o|--tool) _texprobectl_offer "$cur" < <(compgen -f -- "$cur"); return ;;
-        --timeout|--attempts) return ;;
+        -o|--tool|--times) _texprobectl_offer "$cur" < <(compgen -f -- "$cur"); return ;;
+        --timeout|--attempts|--within) return ;;
+        --size) _texprobectl_offer "$cur" < <(printf '%s\n' 128 512 1080p 2160p); return ;;
+        --set) _texprobectl_offer "$cur" \
+            < <("$program" list 2>/dev/null | awk '$1 ~ /^[0-9]+$/ { print $2 }'); return ;;
     esac
     case $command in
         measure) words=(--tool --timeout --attempts) ;;
         list|doctor|show|compare|merge) words=(--json) ;;
         export) words=(--present -o) ;;
-        report) words=(-o) ;;
+        report) words=(-o --times) ;;
+        time) words=(--size --set --within --timeout --json
+            GL_{LUMINANCE8,LUMINANCE8_ALPHA8,RGB8,RGBA8,LUMINANCE16,LUMINANCE16_ALPHA16,RGB16,RGBA16}
+            GL_{LUMINANCE,LUMINANCE_ALPHA,RGB,RGBA}{16,32}F_ARB) ;;
         forget) words=(--all --outdated --yes) ;;
     esac
     _texprobectl_offer "$cur" < <(printf '%s\n' "${words[@]}" --help)

@@ -119,8 +119,8 @@ void add_time(CLI::App* app, Session* session) {
     command->add_option("--size", arguments->size, "Only 128, 512, 1080p, 2160p, or N by N")
         ->type_name("N");
     command->add_option("--set", arguments->set, kSet)->type_name("SET");
-    command->add_option("--seconds", arguments->seconds, "What all may take, about")
-        ->type_name("N")
+    command->add_option("--within", arguments->seconds, "How long all may take, about")
+        ->type_name("SECONDS")
         ->check(number_between(1, 86400))
         ->capture_default_str();
     command->add_option("--timeout", arguments->limit, "How long a step may take")
@@ -129,7 +129,8 @@ void add_time(CLI::App* app, Session* session) {
         ->capture_default_str();
     command->add_flag("--json", arguments->json, "Print a JSON document");
     command->footer(
-        "Without FORMAT: all of them. Without --set: the set of this machine's present build.\n"
+        "Without FORMAT: all of them.\n"
+        "Without --set: the set of this machine's present build.\n"
         "Formats and transfers whose verdict is not yes are not timed.\n"
         "Nothing is recorded. Status 0 when something was timed.");
     command->callback([=] { session->status = run_time(*arguments, *session); });

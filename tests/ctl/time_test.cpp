@@ -80,7 +80,7 @@ protected:
 TEST_F(Time, has_numbers_for_every_verified_transfer_and_for_no_other) {
     prepare({{"GL_RGBA8_UPLOAD_RESET", false}, {"GL_RGBA8_DOWNLOAD_READ", false}});
     const Records before = folder_.records().at(id_);
-    const Finished run = time({"rgba8", "--size", "128", "--seconds", "1", "--json"});
+    const Finished run = time({"rgba8", "--size", "128", "--within", "1", "--json"});
     ASSERT_TRUE(run.exited_with(0)) << run.err;
     EXPECT_EQ(run.err, "");
     const json all = transfers(run);
@@ -108,7 +108,7 @@ TEST_F(Time, has_numbers_for_every_verified_transfer_and_for_no_other) {
 
 TEST_F(Time, can_time_all_formats_at_any_size) {
     prepare();
-    const Finished run = time({"--size", "20", "--seconds", "5", "--json"});
+    const Finished run = time({"--size", "20", "--within", "5", "--json"});
     ASSERT_TRUE(run.exited_with(0)) << run.err;
     const json all = transfers(run);
     ASSERT_EQ(all.size(), 64u);
@@ -121,7 +121,7 @@ TEST_F(Time, can_time_all_formats_at_any_size) {
 
 TEST_F(Time, leaves_the_large_images_out_where_there_is_no_time) {
     prepare();
-    const Finished run = time({"GL_RGBA32F_ARB", "--seconds", "1", "--json"});
+    const Finished run = time({"GL_RGBA32F_ARB", "--within", "1", "--json"});
     ASSERT_TRUE(run.exited_with(0)) << run.err;
     const json all = transfers(run);
     ASSERT_EQ(all.size(), 16u);
@@ -135,7 +135,7 @@ TEST_F(Time, leaves_the_large_images_out_where_there_is_no_time) {
 TEST_F(Time, prints_lines_of_eighty_columns_at_most) {
     prepare({{"GL_LUMINANCE_ALPHA32F_ARB_DOWNLOAD_GET", false},
              {"GL_LUMINANCE_ALPHA32F_ARB_DOWNLOAD_READ", false}});
-    const Finished run = time({"LUMINANCE_ALPHA32F", "--size", "64", "--seconds", "1"});
+    const Finished run = time({"LUMINANCE_ALPHA32F", "--size", "64", "--within", "1"});
     ASSERT_TRUE(run.exited_with(0)) << run.err;
     EXPECT_THAT(run.out, HasSubstr("The fastest verified ways for images of 64 x 64\n"));
     EXPECT_THAT(run.out, HasSubstr("                          out not verified\n"));
@@ -147,7 +147,7 @@ TEST_F(TimeOnFailingDriver, a_crash_and_a_hang_cost_one_transfer_each) {
     // GL_RGBA8's upload set ends by SIGSEGV, and its upload reset hangs.
     fail_in("32856 2 11\n32856 3 0\n");
     const Finished run =
-        time({"GL_RGBA8", "--size", "64", "--seconds", "5", "--timeout", "2", "--json"});
+        time({"GL_RGBA8", "--size", "64", "--within", "5", "--timeout", "2", "--json"});
     ASSERT_TRUE(run.exited_with(0)) << run.err;
     EXPECT_EQ(run.err,
               "GL_RGBA8 upload set at 64: the process was ended by SIGSEGV\n"
@@ -166,7 +166,7 @@ TEST_F(TimeOnFailingDriver, status_1_says_that_nothing_was_timed) {
              {"GL_RGBA8_DOWNLOAD_GET", false},
              {"GL_RGBA8_DOWNLOAD_READ", false}});
     fail_in("32856 2 6\n");
-    const Finished run = time({"GL_RGBA8", "--size", "64", "--seconds", "1"});
+    const Finished run = time({"GL_RGBA8", "--size", "64", "--within", "1"});
     EXPECT_TRUE(run.exited_with(1)) << run.err;
     EXPECT_THAT(run.out, HasSubstr("in  not timed, see below\n"));
     EXPECT_THAT(run.out, HasSubstr("64    set    failed: the process was ended by SIGABRT\n"));
@@ -192,7 +192,7 @@ TEST_F(TimeOnFailingDriver, an_interruption_leaves_what_was_timed) {
 TEST_F(Time, shows_on_a_terminal_how_far_it_is) {
     prepare();
     TerminalRun run(folder_.file("texprobectl"),
-                    {"time", "GL_RGBA8", "--size", "64", "--seconds", "1"}, environment());
+                    {"time", "GL_RGBA8", "--size", "64", "--within", "1"}, environment());
     const Finished finished = run.finish();
     EXPECT_TRUE(finished.exited_with(0)) << run.shown();
     EXPECT_THAT(frames(run.shown()),
@@ -212,7 +212,7 @@ TEST_F(Time, says_what_is_wrong_with_its_arguments) {
               "texprobectl: --size expects 128, 512, 1080p, 2160p, or the side of a square, a "
               "multiple of 4 from 4 to 4096, not \"130\"\n");
     EXPECT_THAT(complaint({"GL_RGBA9"}), HasSubstr("there is no format \"GL_RGBA9\""));
-    EXPECT_THAT(complaint({"--seconds", "0"}), HasSubstr("expected a number from 1 to 86400"));
+    EXPECT_THAT(complaint({"--within", "0"}), HasSubstr("expected a number from 1 to 86400"));
     EXPECT_THAT(complaint({"--wrong"}), HasSubstr("unknown argument: --wrong"));
     EXPECT_THAT(complaint({"--set", "nowhere"}), HasSubstr("no record set matches \"nowhere\""));
 }

@@ -36,7 +36,7 @@ std::string describe_state(const TransferTimes& transfer) {
         case TimedState::kFailed:
             return "failed: " + transfer.reason;
         case TimedState::kNoTime:
-            return "no time left; --seconds gives more";
+            return "no time left; --within gives more";
         case TimedState::kInterrupted:
             return "interrupted";
         default:
@@ -154,7 +154,7 @@ private:
         const auto spread = spread_of(times_);
         if (!spread) return;
         stream_ << fmt::format(
-            "?: fewer than three rounds, so its spread is not known; --seconds gives more.\n"
+            "?: fewer than three rounds, so its spread is not known; --within gives more.\n"
             "~: another way is as fast within its spread. Half of a way's rounds lay within\n"
             "{:.0f} % of its median, in every tenth way beyond {:.0f} %; what differs by less, or\n"
             "comes out otherwise in a second run, is the same.\n",

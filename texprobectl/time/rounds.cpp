@@ -12,11 +12,12 @@ public:
     Timing(const std::vector<std::size_t>& ways, const Rounds& rounds)
         : ways_(ways), rounds_(rounds), seconds_(ways.size()) {}
 
-    /// Touches every buffer of every way, and decides how many images a step has.
-    void warm_up() {
-        double least = kStepSeconds;
-        for (const std::size_t way : ways_) least = std::min(least, time_step(way, kMostBuffers));
-        const double laps = std::ceil(kStepSeconds / std::max(least, 1e-9));
+    /// Decides how many images a step has, by the first way that asks the driver.
+    void choose_images() {
+        const auto asksDriver = [](std::size_t way) { return !kWays[way].isCopy; };
+        const auto way = std::find_if(ways_.begin(), ways_.end(), asksDriver);
+        const double lap = time_step(way == ways_.end() ? ways_.front() : *way, kMostBuffers);
+        const double laps = std::ceil(kStepSeconds / std::max(lap, 1e-9));
         images_ = kMostBuffers * static_cast<int>(std::clamp(laps, 1.0, 1.0 * kMostLaps));
     }
     /// Each begins with another way: the one behind a slow way may inherit its cold caches.
@@ -57,7 +58,7 @@ std::vector<WayRounds> time_ways(const std::vector<std::size_t>& ways, double se
                                  const Rounds& rounds) {
     const double begin = rounds.now();
     Timing timing(ways, rounds);
-    timing.warm_up();
+    timing.choose_images();
     const auto isDone = [&] {
         if (timing.count() == 0) return false;
         return timing.count() == kMostRoundsOfVisit || rounds.now() - begin >= seconds;

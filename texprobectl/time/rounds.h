@@ -37,8 +37,8 @@ inline constexpr int kMostRoundsOfVisit = 5;
 inline constexpr double kStepSeconds = 0.002;
 inline constexpr int kMostLaps = 100;
 
-/// Times the ways, by their numbers, for about `seconds`, but for one round at least, after a round
-/// that does not count. Each step streams the same number of images, whole laps of three buffers.
+/// Times the ways, by their numbers, for about `seconds`, but for one round at least. Each step
+/// streams the same number of images, whole laps of three buffers.
 std::vector<WayRounds> time_ways(const std::vector<std::size_t>& ways, double seconds,
                                  const Rounds& rounds);
 

@@ -63,6 +63,7 @@ public:
         for (const GLuint buffer : kBuffers) {
             glBindBuffer(target_, buffer);
             define_buffer();
+            touch_buffer();
         }
         glBindBuffer(target_, 0);
     }
@@ -92,6 +93,11 @@ protected:
     void define_buffer() const {
         glBufferData(target_, static_cast<GLsizeiptr>(bytes()), nullptr,
                      target_ == GL_PIXEL_UNPACK_BUFFER ? GL_STREAM_DRAW : GL_STREAM_READ);
+    }
+    /// What is touched for the first time is slow, and not what streaming is like.
+    void touch_buffer() const {
+        copy_memory(mapped(glMapBuffer(target_, GL_WRITE_ONLY)), source_.data(), bytes());
+        glUnmapBuffer(target_);
     }
     void define_texture(GLuint texture, const void* pixels) const {
         glBindTexture(GL_TEXTURE_2D, texture);
