@@ -32,6 +32,7 @@ struct Arguments {
 /// In the tool's order; all without a name.
 std::vector<std::size_t> find_formats(const std::vector<std::string>& names) {
     std::vector<std::size_t> formats;
+    formats.reserve(kFormatCount);
     for (const std::string& name : names) formats.push_back(find_format(name));
     for (std::size_t i = 0; names.empty() && i < kFormatCount; ++i) formats.push_back(i);
     std::sort(formats.begin(), formats.end());

@@ -77,6 +77,7 @@ int run_timed_child(const std::vector<std::string>& arguments) {
         visits.push_back(*transfer);
     }
     std::vector<std::size_t> images;
+    images.reserve(visits.size());
     for (const TimedTransfer& visit : visits) images.push_back(image_bytes(visit));
     const OffscreenContext context(static_cast<GLint>(renderer));
     for (const TimedTransfer& visit : visits) {

@@ -62,6 +62,7 @@ std::size_t read_name(const JsonValue& object, const char* member, const Names& 
 template <class Rows, class NameOf>
 std::vector<std::string> names_of(const Rows& rows, NameOf nameOf) {
     std::vector<std::string> names;
+    names.reserve(rows.size());
     for (const auto& row : rows) names.emplace_back(nameOf(row));
     return names;
 }
