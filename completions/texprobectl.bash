@@ -22,29 +22,31 @@ _texprobectl()
         GL_LUMINANCE16F_ARB GL_LUMINANCE_ALPHA16F_ARB GL_RGB16F_ARB GL_RGBA16F_ARB)
     COMPREPLY=()
     if [ "$COMP_CWORD" -eq 1 ]; then
-        words=(measure list show compare inspect export report merge forget doctor --help --version)
+        words=(measure list show compare inspect export report merge time forget doctor --help --version)
         _texprobectl_offer "$cur" < <(printf '%s\n' "${words[@]}")
         return
     fi
     case $prev in
+        -o|--tool|--times) _texprobectl_offer "$cur" < <(compgen -f -- "$cur"); return ;;
+        --timeout|--attempts|--within) return ;;
+        --size) _texprobectl_offer "$cur" < <(printf '%s\n' 128 512 1080p 2160p); return ;;
         --set)
             _texprobectl_offer "$cur" \
                 < <("$program" list 2>/dev/null | awk '$1 ~ /^[0-9]+$/ { print $2 }')
             return ;;
-        -o|--tool) _texprobectl_offer "$cur" < <(compgen -f -- "$cur"); return ;;
-        --timeout|--attempts) return ;;
     esac
     case $command in
         measure) words=(--tool --timeout --attempts) ;;
         list|doctor|show|compare|merge) words=(--json) ;;
         export) words=(--present -o) ;;
-        report) words=(-o --pictures) ;;
+        report) words=(-o --pictures --times) ;;
         inspect)
             words=(--set --alone --timeout -o)
             case $COMP_CWORD in
                 2) words+=("${formats[@]}") ;;
                 3) words+=(set reset get read) ;;
             esac ;;
+        time) words=(--size --set --within --timeout --json "${formats[@]}") ;;
         forget) words=(--all --outdated --yes) ;;
     esac
     _texprobectl_offer "$cur" < <(printf '%s\n' "${words[@]}" --help)

@@ -5,7 +5,7 @@ function __texprobectl_sets
     $program list 2>/dev/null | awk '$1 ~ /^[0-9]+$/ { print $2 }'
 end
 
-set -l commands measure list show compare inspect export report merge forget doctor
+set -l commands measure list show compare inspect export report merge time forget doctor
 complete -c texprobectl -f
 complete -c texprobectl -n "not __fish_seen_subcommand_from $commands" -l help -d 'Show help'
 complete -c texprobectl -n "not __fish_seen_subcommand_from $commands" -l version -d 'Show the version'
@@ -17,11 +17,12 @@ complete -c texprobectl -n "not __fish_seen_subcommand_from $commands" -a inspec
 complete -c texprobectl -n "not __fish_seen_subcommand_from $commands" -a export -d 'Record sets as JSON'
 complete -c texprobectl -n "not __fish_seen_subcommand_from $commands" -a report -d 'Record sets as a page'
 complete -c texprobectl -n "not __fish_seen_subcommand_from $commands" -a merge -d 'What many machines say'
+complete -c texprobectl -n "not __fish_seen_subcommand_from $commands" -a time -d 'How fast transfers are'
 complete -c texprobectl -n "not __fish_seen_subcommand_from $commands" -a forget -d 'Remove record sets'
 complete -c texprobectl -n "not __fish_seen_subcommand_from $commands" -a doctor -d 'What to send with a problem'
 
 complete -c texprobectl -n "__fish_seen_subcommand_from $commands" -l help -d 'Show help'
-complete -c texprobectl -n '__fish_seen_subcommand_from list show compare merge doctor' -l json -d 'Print a JSON document'
+complete -c texprobectl -n '__fish_seen_subcommand_from list show compare merge time doctor' -l json -d 'Print a JSON document'
 complete -c texprobectl -n '__fish_seen_subcommand_from show compare export report forget' -a '(__texprobectl_sets)'
 complete -c texprobectl -n '__fish_seen_subcommand_from compare report merge' -F
 complete -c texprobectl -n '__fish_seen_subcommand_from export report' -s o -r -F -d 'Write to a file'
@@ -43,3 +44,9 @@ complete -c texprobectl -n '__fish_seen_subcommand_from measure' -l attempts -x 
 complete -c texprobectl -n '__fish_seen_subcommand_from forget' -l all -d 'All of them'
 complete -c texprobectl -n '__fish_seen_subcommand_from forget' -l outdated -d 'Those of other machines and builds'
 complete -c texprobectl -n '__fish_seen_subcommand_from forget' -l yes -d 'Do not ask'
+complete -c texprobectl -n '__fish_seen_subcommand_from report' -l times -r -F -d 'A document of time to plot'
+complete -c texprobectl -n '__fish_seen_subcommand_from time' -a 'GL_{LUMINANCE8,LUMINANCE8_ALPHA8,RGB8,RGBA8,LUMINANCE16,LUMINANCE16_ALPHA16,RGB16,RGBA16} GL_{LUMINANCE,LUMINANCE_ALPHA,RGB,RGBA}{16,32}F_ARB'
+complete -c texprobectl -n '__fish_seen_subcommand_from time' -l size -x -a '128 512 1080p 2160p' -d 'Only images of this size'
+complete -c texprobectl -n '__fish_seen_subcommand_from time' -l set -x -a '(__texprobectl_sets)' -d 'A record set of this machine'
+complete -c texprobectl -n '__fish_seen_subcommand_from time' -l within -x -d 'What all may take'
+complete -c texprobectl -n '__fish_seen_subcommand_from time' -l timeout -x -d 'Seconds a step may take'

@@ -5,6 +5,7 @@
 #include "child.h"
 #include "doctor.h"
 #include "inspect/inspected_test.h"
+#include "time/timed_child.h"
 
 namespace texprobe::ctl {
 
@@ -18,6 +19,7 @@ struct Task {
 constexpr Task kTasks[] = {
     {kInspectTask, inspect_as_child},
     {kOpenTask, open_for_doctor},
+    {kTimeTask, run_timed_child},
 };
 
 }  // namespace

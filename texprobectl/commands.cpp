@@ -17,6 +17,8 @@
 #include "report/page.h"
 #include "selection.h"
 #include "stop_signals.h"
+#include "time/times_document.h"
+#include "time_command.h"
 
 namespace texprobe::ctl {
 
@@ -29,6 +31,7 @@ struct Arguments {
     std::vector<std::string> names;
     std::string file;
     std::string tool;
+    std::vector<std::string> times;
     int seconds = 60;
     int attempts = 200;
     bool json = false;
@@ -244,7 +247,12 @@ void run_report(const Arguments& arguments, const Session& session) {
     if (sets.empty()) throw UsageError("there is no record set to report on");
     std::vector<PicturedNoes> pictured;
     if (arguments.pictures) pictured = picture_sets(sets, all, session);
-    write_output(arguments.file, [&](std::ostream& stream) { write_page(sets, pictured, stream); });
+    std::vector<Times> times;
+    for (const std::string& file : arguments.times) {
+        for (Times& each : read_times(file)) times.push_back(std::move(each));
+    }
+    write_output(arguments.file,
+                 [&](std::ostream& stream) { write_page(sets, pictured, times, stream); });
 }
 
 void add_report(CLI::App* app, const Session* session) {
@@ -256,6 +264,9 @@ void add_report(CLI::App* app, const Session* session) {
         ->required();
     command->add_flag("--pictures", arguments->pictures,
                       "Show what came back in each no of a transfer");
+    command->add_option("--times", arguments->times, "A document of `time --json` to plot")
+        ->type_name("FILE")
+        ->allow_extra_args(false);
     command->footer("Without SET or FILE: the sets of this machine's present build.");
     command->callback([=] { run_report(*arguments, *session); });
 }
@@ -344,6 +355,7 @@ void add_commands(CLI::App* app, Session* session) {
     add_export(app);
     add_report(app, session);
     add_merge(app);
+    add_time(app, session);
     add_forget(app, session);
     add_doctor(app, session);
 }

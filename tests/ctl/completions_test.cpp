@@ -17,8 +17,9 @@ namespace {
 
 using Words = std::set<std::string>;
 
-const std::vector<std::string> kCommands = {"measure", "list",   "show",  "compare", "inspect",
-                                            "export",  "report", "merge", "forget",  "doctor"};
+const std::vector<std::string> kCommands = {"measure", "list",   "show",   "compare",
+                                            "inspect", "export", "report", "merge",
+                                            "time",    "forget", "doctor"};
 
 class Completion : public testing::Test {
 protected:
@@ -85,6 +86,11 @@ void expect_words_and_names(const Offer& offered) {
     EXPECT_EQ(offered({"merge", "my"}), (Words{"my file.json"}));
     EXPECT_EQ(offered({"report", "-o", "ab"}), (Words{"ab.json"}));
     EXPECT_EQ(offered({"export", "-o", "ab"}), (Words{"ab.json"}));
+    EXPECT_EQ(offered({"report", "--times", "ab"}), (Words{"ab.json"}));
+    EXPECT_EQ(offered({"time", "GL_RGBA"}),
+              (Words{"GL_RGBA8", "GL_RGBA16", "GL_RGBA16F_ARB", "GL_RGBA32F_ARB"}));
+    EXPECT_EQ(offered({"time", "--size", "1"}), (Words{"128", "1080p"}));
+    EXPECT_EQ(offered({"time", "--set", "ab"}), (Words{"abcd1234"}));
     EXPECT_EQ(offered({"measure", "--tool", "ab"}), (Words{"ab.json"}));
     EXPECT_EQ(offered({"measure", "--timeout", "ab"}), (Words{}));
     EXPECT_EQ(offered({"list", "ab"}), (Words{}));
@@ -177,6 +183,10 @@ TEST_F(Completion, in_zsh_completes_what_the_program_takes) {
     expect("measure --tool ab", "measure|--tool|ab.json");
     expect("inspect GL_RGBA8 rea", "inspect|GL_RGBA8|read");
     expect("inspect GL_RGBA32", "inspect|GL_RGBA32F_ARB");
+    expect("report --times ab", "report|--times|ab.json");
+    expect("time GL_RGB8 GL_LUMINANCE32", "time|GL_RGB8|GL_LUMINANCE32F_ARB");
+    expect("time --size 21", "time|--size|2160p");
+    expect("time --set ab", "time|--set|abcd1234");
     run.type("exit\r");
 }
 

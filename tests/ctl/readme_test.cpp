@@ -182,7 +182,7 @@ TEST_P(Readme, shows_what_the_program_prints) {
         EXPECT_TRUE(is_shown(simplified(printed), simplified(step.shown))) << step.commands[0];
     }
     EXPECT_THAT(commands, ElementsAreArray({"compare", "doctor", "export", "forget", "inspect",
-                                            "list", "measure", "merge", "report", "show"}));
+                                            "list", "measure", "merge", "report", "show", "time"}));
 }
 
 INSTANTIATE_TEST_SUITE_P(On, Readme, testing::Values("llvmpipe", "softpipe", "zink"),

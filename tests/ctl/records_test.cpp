@@ -233,10 +233,10 @@ TEST_F(Records, unknown_arguments_get_one_line_and_status_2) {
     const std::pair<std::vector<std::string>, std::string> cases[] = {
         {{},
          "texprobectl: a command is missing; expected one of measure, list, show, compare, "
-         "inspect, export, report, merge, forget, doctor; see `texprobectl --help`\n"},
+         "inspect, export, report, merge, time, forget, doctor; see `texprobectl --help`\n"},
         {{"frobnicate"},
          "texprobectl: unknown argument: frobnicate; expected one of measure, list, show, compare, "
-         "inspect, export, report, merge, forget, doctor; see `texprobectl --help`\n"},
+         "inspect, export, report, merge, time, forget, doctor; see `texprobectl --help`\n"},
         {{"list", "--yes"},
          "texprobectl: unknown argument: --yes; expected --help, --json; see `texprobectl list "
          "--help`\n"},
@@ -253,8 +253,8 @@ TEST_F(Records, unknown_arguments_get_one_line_and_status_2) {
 }
 
 TEST_F(Records, every_command_has_help) {
-    for (const char* command :
-         {"measure", "list", "show", "compare", "export", "report", "merge", "forget", "doctor"}) {
+    for (const char* command : {"measure", "list", "show", "compare", "export", "report", "merge",
+                                "time", "forget", "doctor"}) {
         const Finished run = folder_.ctl({command, "--help"});
         EXPECT_TRUE(run.exited_with(0)) << command;
         EXPECT_THAT(run.out, HasSubstr("Usage: texprobectl " + std::string(command)));

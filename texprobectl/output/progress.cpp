@@ -4,6 +4,8 @@
 
 #include <algorithm>
 
+#include "output/status_line.h"
+
 namespace texprobe::ctl {
 
 namespace {
@@ -86,7 +88,7 @@ private:
 class Bar : public View {
 public:
     Bar(std::ostream& stream, const Terminal& terminal, bool (*isInterrupted)())
-        : View(stream, isInterrupted), terminal_(terminal) {}
+        : View(stream, isInterrupted), terminal_(terminal), line_(stream, terminal) {}
 
     void progress(const MeasureProgress& progress) override {
         const std::string test = progress.cell ? test_name(*progress.cell) : "setting up";
@@ -94,18 +96,18 @@ public:
                                      ? fmt::format(", {}:{:02} left", *progress.secondsLeft / 60,
                                                    *progress.secondsLeft % 60)
                                      : "";
-        draw(fmt::format("{}{}/{}{}  {} {}", bar(progress), progress.done, progress.all, left,
-                         progress.rendererID, test));
+        line_.draw(fmt::format("{}{}/{}{}  {} {}", bar(progress), progress.done, progress.all, left,
+                               progress.rendererID, test));
     }
     void died(const std::string& rendererID, const std::optional<Cell>& cell,
               const Cause& cause) override {
         say(describe_death(rendererID, cell, cause));
     }
-    void finish() override { erase(); }
+    void finish() override { line_.erase(); }
 
 protected:
     void say(const std::string& line) override {
-        erase();
+        line_.erase();
         View::say(line);
     }
 
@@ -120,24 +122,11 @@ private:
             longest_test_name();
         const auto width = static_cast<std::size_t>(terminal_.width - 1);
         if (width < others + kLeast) return {};
-        const std::size_t most = std::min(kMost, width - others);
-        const std::size_t filled = progress.all == 0 ? 0 : most * progress.done / progress.all;
-        return fmt::format("[{}{}] ", std::string(filled, '#'), std::string(most - filled, '.'));
-    }
-    void draw(const std::string& text) {
-        const std::string line = shortened(text, terminal_.width - 1);
-        if (line == line_) return;
-        erase();
-        stream_ << line << std::flush;
-        line_ = line;
-    }
-    void erase() {
-        if (!line_.empty()) stream_ << '\r' << std::string(line_.size(), ' ') << '\r' << std::flush;
-        line_.clear();
+        return draw_bar(progress.done, progress.all, std::min(kMost, width - others));
     }
 
     const Terminal terminal_;
-    std::string line_;
+    StatusLine line_;
 };
 
 }  // namespace

@@ -8,6 +8,7 @@
 #include "base64.h"
 #include "merge.h"
 #include "page_template.h"
+#include "report/times_section.h"
 
 namespace texprobe::ctl {
 
@@ -186,7 +187,7 @@ Data list_totals(const RecordSets& sets) {
 }  // namespace
 
 void write_page(const RecordSets& sets, const std::vector<PicturedNoes>& pictured,
-                std::ostream& stream) {
+                const std::vector<Times>& times, std::ostream& stream) {
     kainjow::mustache::mustache page(kPageTemplate);
     Data data;
     Data list(Data::type::list);
@@ -212,6 +213,9 @@ void write_page(const RecordSets& sets, const std::vector<PicturedNoes>& picture
                                      "been a crash."
                                    : "");
     data.set("sets", list);
+    std::string sections;
+    for (std::size_t i = 0; i < times.size(); ++i) sections += times_section(times[i], i + 1);
+    data.set("times", sections);
     stream << page.render(data);
 }
 

@@ -8,12 +8,13 @@
 
 #include "catalogue.h"
 #include "pictured_no.h"
+#include "time/times.h"
 
 namespace texprobe::ctl {
 
-/// `pictured` is empty, or has the noes of each of the sets.
+/// `pictured` is empty, or has the noes of each of the sets. `times` are shown behind the sets.
 void write_page(const RecordSets& sets, const std::vector<PicturedNoes>& pictured,
-                std::ostream& stream);
+                const std::vector<Times>& times, std::ostream& stream);
 
 }  // namespace texprobe::ctl
 

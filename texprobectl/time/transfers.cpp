@@ -1,0 +1,253 @@
+// Textures and buffers have the names and the layouts that the verdicts are about.
+
+#include "time/transfers.h"
+
+#include <OpenGL/gl.h>
+#include <OpenGL/glext.h>
+#include <OpenGL/glu.h>
+#include <TexProbe/pattern.h>
+
+#include <array>
+#include <cstdio>
+#include <cstring>
+#include <vector>
+
+#include "time/layouts.h"
+
+// Core since OpenGL 3.0, and an extension of 2.1; some systems' headers for 2.1 leave it out.
+extern "C" void* glMapBufferRange(  // NOLINT(readability-redundant-declaration)
+    GLenum target, GLintptr offset, GLsizeiptr length, GLbitfield access);
+
+namespace texprobe::ctl {
+
+namespace {
+
+constexpr GLbitfield kWriteAndInvalidate = 0x0002 | 0x0008;
+
+constexpr GLuint kFramebuffer = 1;
+constexpr std::array<GLuint, kMostBuffers> kBuffers = {1, 2, 3};
+
+void check_for_errors(const char* where) {
+    const GLenum error = glGetError();
+    if (error == GL_NO_ERROR) return;
+    std::array<char, 64> text;
+    std::snprintf(text.data(), text.size(), "OpenGL reported 0x%04X %s", error, where);
+    // A lost context reports errors for ever.
+    for (int i = 0; i < 100 && glGetError() != GL_NO_ERROR;) ++i;
+    throw TransferError(text.data());
+}
+
+void* mapped(void* mapping) {
+    if (!mapping) throw TransferError("a buffer cannot be mapped");
+    return mapping;
+}
+
+// The compiler cannot know what it does, so it leaves out none of several copies.
+void* (*volatile copy_memory)(void*, const void*, std::size_t) = std::memcpy;
+
+/// What uploads and downloads share: the texture, the buffers, and the application's memory.
+class Stream : public StreamedTransfer {
+public:
+    Stream(const TimedTransfer& what, GLenum target)
+        : what_(what), internalFormat_(kFormats[what.format].internalFormat), target_(target) {
+        GLint most = 0;
+        glGetIntegerv(GL_MAX_TEXTURE_SIZE, &most);
+        if (what.size.width > most || what.size.height > most) {
+            throw TransferError("this driver's textures end at " + std::to_string(most));
+        }
+        unsigned bytesPerPixel = 0;
+        best_pixel_format(internalFormat_, &format_, &type_, &bytesPerPixel);
+        source_.resize(image_bytes(what));
+        sink_.resize(source_.size());
+        test_fill_data(source_.data(), source_.size(), type_);
+        for (const GLuint buffer : kBuffers) {
+            glBindBuffer(target_, buffer);
+            define_buffer();
+            touch_buffer();
+        }
+        glBindBuffer(target_, 0);
+    }
+    ~Stream() override {
+        glDeleteBuffers(kMostBuffers, kBuffers.data());
+        const std::array<GLuint, 2> textures = {kTestTexture, kTargetTexture};
+        glDeleteTextures(static_cast<GLsizei>(textures.size()), textures.data());
+        glFinish();
+    }
+    Stream(const Stream&) = delete;
+    Stream& operator=(const Stream&) = delete;
+
+    void stream(const Way& way, int images) override {
+        if (way.isCopy) {
+            for (int i = 0; i < images; ++i) copy_memory(sink_.data(), source_.data(), bytes());
+            return;
+        }
+        transfer(way, images);
+        glBindBuffer(target_, 0);
+        check_for_errors("during the transfer");
+    }
+
+protected:
+    std::size_t bytes() const { return source_.size(); }
+    virtual void transfer(const Way& way, int images) = 0;
+
+    void define_buffer() const {
+        glBufferData(target_, static_cast<GLsizeiptr>(bytes()), nullptr,
+                     target_ == GL_PIXEL_UNPACK_BUFFER ? GL_STREAM_DRAW : GL_STREAM_READ);
+    }
+    /// What is touched for the first time is slow, and not what streaming is like.
+    void touch_buffer() const {
+        copy_memory(mapped(glMapBuffer(target_, GL_WRITE_ONLY)), source_.data(), bytes());
+        glUnmapBuffer(target_);
+    }
+    void define_texture(GLuint texture, const void* pixels) const {
+        glBindTexture(GL_TEXTURE_2D, texture);
+        glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MIN_FILTER, GL_NEAREST);
+        glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MAG_FILTER, GL_NEAREST);
+        redefine_texture(pixels);
+    }
+    void redefine_texture(const void* pixels) const {
+        glTexImage2D(GL_TEXTURE_2D, 0, static_cast<GLint>(internalFormat_), what_.size.width,
+                     what_.size.height, 0, format_, type_, pixels);
+    }
+    static void draw_point() {
+        glBegin(GL_POINTS);
+        glTexCoord2f(0.5f, 0.5f);
+        glVertex2f(0.0f, 0.0f);
+        glEnd();
+    }
+
+    const TimedTransfer what_;
+    const GLenum internalFormat_;
+    const GLenum target_;
+    unsigned format_ = 0;
+    unsigned type_ = 0;
+    std::vector<unsigned char> source_;
+    std::vector<unsigned char> sink_;
+};
+
+/// An image is in the application's memory, is copied into a mapped buffer and sent from there. One
+/// point is drawn with each, so that the driver cannot leave out one that the next replaces, and
+/// glFinish waits for the last.
+class Upload : public Stream {
+public:
+    explicit Upload(const TimedTransfer& what) : Stream(what, GL_PIXEL_UNPACK_BUFFER) {
+        // An application that sends sub-images defines its texture once; that is not timed.
+        define_texture(kTestTexture, nullptr);
+        glViewport(0, 0, kImageSize, kImageSize);
+        glEnable(GL_TEXTURE_2D);
+        check_for_errors("for a texture and buffers of this size");
+    }
+
+private:
+    void transfer(const Way& way, int images) override {
+        glBindBuffer(GL_PIXEL_UNPACK_BUFFER, 0);
+        for (int i = 0; i < images; ++i) {
+            const void* pixels = source_.data();
+            if (way.buffers > 0) {
+                glBindBuffer(GL_PIXEL_UNPACK_BUFFER,
+                             kBuffers[static_cast<std::size_t>(i % way.buffers)]);
+                fill_buffer(way.renewal);
+                pixels = nullptr;
+            }
+            if (what_.transfer == kUploadReset) {
+                redefine_texture(pixels);
+            } else {
+                glTexSubImage2D(GL_TEXTURE_2D, 0, 0, 0, what_.size.width, what_.size.height,
+                                format_, type_, pixels);
+            }
+            draw_point();
+        }
+        glFinish();
+    }
+    void fill_buffer(Renewal renewal) const {
+        if (renewal == Renewal::kFresh) define_buffer();
+        void* mapping =
+            renewal == Renewal::kRange
+                ? glMapBufferRange(GL_PIXEL_UNPACK_BUFFER, 0, static_cast<GLsizeiptr>(bytes()),
+                                   kWriteAndInvalidate)
+                : glMapBuffer(GL_PIXEL_UNPACK_BUFFER, GL_WRITE_ONLY);
+        copy_memory(mapped(mapping), source_.data(), bytes());
+        glUnmapBuffer(GL_PIXEL_UNPACK_BUFFER);
+    }
+};
+
+class BoundFramebuffer {
+public:
+    BoundFramebuffer() { glBindFramebufferEXT(GL_FRAMEBUFFER_EXT, kFramebuffer); }
+    ~BoundFramebuffer() { glBindFramebufferEXT(GL_FRAMEBUFFER_EXT, 0); }
+    BoundFramebuffer(const BoundFramebuffer&) = delete;
+    BoundFramebuffer& operator=(const BoundFramebuffer&) = delete;
+};
+
+/// One point is drawn into the image before each, so that the driver cannot keep what it sent
+/// before. What came is copied out of the mapped buffer: with one buffer at once, with three when
+/// the next two are on their way.
+class Download : public Stream {
+public:
+    explicit Download(const TimedTransfer& what) : Stream(what, GL_PIXEL_PACK_BUFFER) {
+        define_texture(kTargetTexture, source_.data());
+        glFramebufferTexture2DEXT(GL_FRAMEBUFFER_EXT, GL_COLOR_ATTACHMENT0_EXT, GL_TEXTURE_2D,
+                                  kTargetTexture, 0);
+        glDrawBuffer(GL_COLOR_ATTACHMENT0_EXT);
+        glReadBuffer(GL_COLOR_ATTACHMENT0_EXT);
+        glViewport(0, 0, what.size.width, what.size.height);
+        glDisable(GL_TEXTURE_2D);
+        if (glCheckFramebufferStatusEXT(GL_FRAMEBUFFER_EXT) != GL_FRAMEBUFFER_COMPLETE_EXT) {
+            throw TransferError("a render target of this size is not complete");
+        }
+        check_for_errors("for a render target and buffers of this size");
+    }
+
+private:
+    void transfer(const Way& way, int images) override {
+        glBindBuffer(GL_PIXEL_PACK_BUFFER, 0);
+        const int behind = way.buffers - 1;
+        for (int i = 0; i < images; ++i) {
+            draw_point();
+            if (way.buffers == 0) {
+                fetch(sink_.data());
+                continue;
+            }
+            bind_buffer(way, i);
+            if (way.renewal == Renewal::kFresh) define_buffer();
+            fetch(nullptr);
+            if (i >= behind) take(way, i - behind);
+        }
+        for (int i = images - behind; i < images && behind > 0; ++i) take(way, i);
+    }
+    static void bind_buffer(const Way& way, int image) {
+        glBindBuffer(GL_PIXEL_PACK_BUFFER, kBuffers[static_cast<std::size_t>(image % way.buffers)]);
+    }
+    void fetch(void* pixels) const {
+        if (what_.transfer == kDownloadGet) {
+            glGetTexImage(GL_TEXTURE_2D, 0, format_, type_, pixels);
+        } else {
+            glReadPixels(0, 0, what_.size.width, what_.size.height, format_, type_, pixels);
+        }
+    }
+    void take(const Way& way, int image) {
+        bind_buffer(way, image);
+        copy_memory(sink_.data(), mapped(glMapBuffer(GL_PIXEL_PACK_BUFFER, GL_READ_ONLY)), bytes());
+        glUnmapBuffer(GL_PIXEL_PACK_BUFFER);
+    }
+
+    const BoundFramebuffer framebuffer_;
+};
+
+bool has_extension(const char* name) {
+    const GLubyte* extensions = glGetString(GL_EXTENSIONS);
+    return extensions && gluCheckExtension(reinterpret_cast<const GLubyte*>(name), extensions);
+}
+
+}  // namespace
+
+bool is_offered(const Way& way) {
+    return way.renewal != Renewal::kRange || has_extension("GL_ARB_map_buffer_range");
+}
+
+std::unique_ptr<StreamedTransfer> make_transfer(const TimedTransfer& what) {
+    if (is_upload(what.transfer)) return std::make_unique<Upload>(what);
+    return std::make_unique<Download>(what);
+}
+
+}  // namespace texprobe::ctl
