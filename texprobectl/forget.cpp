@@ -35,8 +35,8 @@ Forgotten forget(const RecordSets& sets) {
         }
     });
     if (!isDone) {
-        forgotten.trouble = "process " + std::to_string(turn_holder()) +
-                            " is measuring; try again when it has ended";
+        forgotten.trouble =
+            name_of_holder(turn_holder()) + " is measuring; try again when it has ended";
     }
     return forgotten;
 }

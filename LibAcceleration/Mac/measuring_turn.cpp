@@ -169,7 +169,8 @@ pid_t turn_holder(const TurnSettings& settings) {
     struct flock holder = lock_of(kTurn);
     const bool isTold = fcntl(descriptor, F_GETLK, &holder) == 0;
     close(descriptor);
-    return isTold && holder.l_type != F_UNLCK ? holder.l_pid : 0;
+    if (!isTold || holder.l_type == F_UNLCK) return 0;
+    return holder.l_pid > 0 ? holder.l_pid : kUnknownHolder;
 }
 
 void take_turn_from(pid_t process, const TurnSettings& settings) {

@@ -56,6 +56,9 @@ private:
 /// Has this process lost its turn? Signal handlers may call it.
 bool is_turn_lost();
 
+/// The system cannot tell: the process is on another machine, or in another container.
+constexpr pid_t kUnknownHolder = -1;
+
 /// The process that measures now; 0 for none.
 pid_t turn_holder(const TurnSettings& settings);
 

@@ -5,6 +5,7 @@
 #include <algorithm>
 
 #include "output/status_line.h"
+#include "turn.h"
 
 namespace texprobe::ctl {
 
@@ -33,7 +34,9 @@ public:
         : stream_(stream), isInterrupted_(isInterrupted) {}
 
     void waits_for(int process) override {
-        say(fmt::format("Process {} is measuring; waiting for it.", process));
+        std::string line = name_of_holder(process) + " is measuring; waiting for it.";
+        line[0] = line[0] == 'p' ? 'P' : 'A';
+        say(line);
     }
     bool end_leftover(int process) override {
         say(fmt::format("The tool of an earlier `texprobectl measure` is still there, process {}.",

@@ -5,6 +5,7 @@
 #include "output.h"
 #include "text_matrix.h"
 #include "text_merged.h"
+#include "turn.h"
 
 namespace texprobe::ctl {
 
@@ -102,7 +103,7 @@ public:
         write_store(diagnosis.store);
         item("record sets", std::to_string(diagnosis.recordSets));
         item("measuring now",
-             diagnosis.measuring == 0 ? "nobody" : fmt::format("process {}", diagnosis.measuring));
+             diagnosis.measuring == 0 ? "nobody" : name_of_holder(diagnosis.measuring));
         for (const auto& [name, value] : diagnosis.variables) {
             item("variable", fmt::format("{}={}", name, value));
         }
