@@ -245,10 +245,10 @@ TEST_F(Inspect, alone_has_the_first_pattern) {
 // Drivers that die
 
 TEST_F(Inspect, says_in_which_call_a_driver_died) {
-    const Finished finished = inspect_with(std::to_string(SIGSEGV), "GL_RGB8", kSet);
+    const Finished finished = inspect_with(std::to_string(SIGABRT), "GL_RGB8", kSet);
     EXPECT_TRUE(finished.exited_with(1));
     EXPECT_EQ(sentence_of(finished.out),
-              "The test was ended by SIGSEGV: it was in glTexSubImage2D(GL_TEXTURE_2D, 0, 0, 0, "
+              "The test was ended by SIGABRT: it was in glTexSubImage2D(GL_TEXTURE_2D, 0, 0, 0, "
               "128, 128, GL_BGR, GL_UNSIGNED_BYTE, offset 0).");
     EXPECT_EQ(fact(finished.out, "this run"), "none");
     EXPECT_THAT(finished.out, HasSubstr("      did not return\n"));
@@ -264,10 +264,10 @@ TEST_F(Inspect, ends_a_driver_that_hangs) {
 }
 
 TEST_F(Inspect, says_which_test_before_died) {
-    write_file(folder_.file("faults"), std::to_string(number_of("GL_RGB8")) + " 2 11\n");
+    write_file(folder_.file("faults"), std::to_string(number_of("GL_RGB8")) + " 2 6\n");
     EXPECT_EQ(sentence_of(inspect({"GL_RGBA8", "set"}).out),
               "The test was not reached: that of GL_RGB8 upload set, which comes before it, was "
-              "ended by SIGSEGV; --alone does without those.");
+              "ended by SIGABRT; --alone does without those.");
     EXPECT_EQ(sentence_of(inspect({"GL_RGBA8", "set", "--alone"}).out), "The driver is exact.");
 }
 
@@ -446,7 +446,7 @@ TEST_F(Inspect, needs_a_place_for_the_pictures) {
 }
 
 TEST_F(Inspect, says_that_there_are_no_pictures_where_no_image_came_back) {
-    write_file(folder_.file("faults"), std::to_string(number_of("GL_RGB8")) + " 2 11\n");
+    write_file(folder_.file("faults"), std::to_string(number_of("GL_RGB8")) + " 2 6\n");
     const Finished finished = inspect({"GL_RGB8", "set", "-o", folder_.file("pictures")});
     EXPECT_EQ(finished.err, "texprobectl: there are no pictures, because no image came back\n");
     EXPECT_FALSE(std::filesystem::exists(folder_.file("pictures")));
@@ -502,13 +502,13 @@ TEST_F(Inspect, report_shows_pictures_beside_every_no) {
 }
 
 TEST_F(Inspect, report_says_why_a_no_has_no_pictures) {
-    write_file(folder_.file("faults"), std::to_string(number_of("GL_RGBA16")) + " 2 11\n");
+    write_file(folder_.file("faults"), std::to_string(number_of("GL_RGBA16")) + " 2 6\n");
     const auto page = folder_.file("page.html");
     ASSERT_TRUE(folder_.ctl({"report", "--pictures", "-o", page}, environment_).exited_with(0));
     const std::string text = read_file(page);
     EXPECT_EQ(count_of("<h4>", text), 10u);
     // Those of GL_RGBA16 itself, and of what comes after it.
-    EXPECT_THAT(text, HasSubstr("The test was ended by SIGSEGV: it was in glTexSubImage2D("));
+    EXPECT_THAT(text, HasSubstr("The test was ended by SIGABRT: it was in glTexSubImage2D("));
     EXPECT_EQ(count_of("The test was not reached: that of GL_RGBA16 upload set", text), 3u);
     EXPECT_EQ(count_of("<img ", text), 18u);
 }

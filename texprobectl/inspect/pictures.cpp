@@ -125,10 +125,9 @@ Pictures draw_pictures(const Evidence& evidence) {
     Pictures pictures;
     const double largest = *std::max_element(differences.begin(), differences.end());
     if (largest > 0.0 && largest < 1.0) pictures.amplification = 1.0 / largest;
-    std::vector<std::uint8_t> bytes;
-    for (const double difference : differences) {
-        bytes.push_back(to_byte(difference * pictures.amplification));
-    }
+    std::vector<std::uint8_t> bytes(differences.size());
+    std::transform(differences.begin(), differences.end(), bytes.begin(),
+                   [&](double difference) { return to_byte(difference * pictures.amplification); });
     pictures.sent = encode_image(sent);
     pictures.returned = encode_image(returned);
     pictures.difference = encode(bytes, PNG_FORMAT_RGB);
