@@ -8,6 +8,7 @@
 #include <unistd.h>
 
 #include <csignal>
+#include <exception>
 #include <regex>
 
 #include "ctl/ctl_folder.h"
@@ -186,8 +187,12 @@ protected:
 
     bool has(const std::string& key) const {
         if (!std::filesystem::exists(folder_.database())) return false;
-        for (const auto& [id, records] : folder_.records()) {
-            if (records.count(key) != 0) return true;
+        try {
+            for (const auto& [id, records] : folder_.records()) {
+                if (records.count(key) != 0) return true;
+            }
+        } catch (const std::exception&) {
+            // The file is there and its table is not, yet.
         }
         return false;
     }
