@@ -45,7 +45,9 @@ ScriptedVerdicts::ScriptedVerdicts() {
 ScriptedVerdicts::~ScriptedVerdicts() {
     const std::string printed = testing::internal::GetCapturedStdout();
     // GoogleTest says there why it skips.
-    if (!testing::Test::IsSkipped()) EXPECT_EQ(printed, "");
+    if (!testing::Test::IsSkipped()) {
+        EXPECT_EQ(printed, "");
+    }
     EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
     EXPECT_EQ(threads_that_stay(), 1u);
     EXPECT_EQ(tools(), std::vector<pid_t>());
