@@ -71,7 +71,7 @@ protected:
     Finished inspect_with(const std::string& fault, const std::string& format, int capability) {
         write_file(folder_.file("faults"), std::to_string(number_of(format)) + ' ' +
                                                std::to_string(capability) + ' ' + fault + '\n');
-        return inspect({format, kWords[capability], "--timeout", "2"});
+        return inspect({format, kWords[capability], "--timeout", "15"});
     }
 
     std::string sentence_with(const std::string& fault, const std::string& format, int capability) {
@@ -259,7 +259,7 @@ TEST_F(Inspect, ends_a_driver_that_hangs) {
     const Finished finished = inspect_with("0", "GL_RGB8", kRead);
     EXPECT_TRUE(finished.exited_with(1));
     EXPECT_THAT(sentence_of(finished.out),
-                StartsWith("The test did not end within 2 s: it was in glReadPixels(0, 0, 128, "));
+                StartsWith("The test did not end within 15 s: it was in glReadPixels(0, 0, 128, "));
     EXPECT_FALSE(has_left_files());
 }
 

@@ -147,11 +147,11 @@ TEST_F(TimeOnFailingDriver, a_crash_and_a_hang_cost_one_transfer_each) {
     // GL_RGBA8's upload set ends by SIGABRT, and its upload reset hangs.
     fail_in("32856 2 6\n32856 3 0\n");
     const Finished run =
-        time({"GL_RGBA8", "--size", "64", "--within", "5", "--timeout", "2", "--json"});
+        time({"GL_RGBA8", "--size", "64", "--within", "5", "--timeout", "15", "--json"});
     ASSERT_TRUE(run.exited_with(0)) << run.err;
     EXPECT_EQ(run.err,
               "GL_RGBA8 upload set at 64: the process was ended by SIGABRT\n"
-              "GL_RGBA8 upload reset at 64: the process did not end within 2 s\n");
+              "GL_RGBA8 upload reset at 64: the process did not end within 15 s\n");
     const json all = transfers(run);
     EXPECT_EQ(all[0]["state"], "failed");
     EXPECT_EQ(all[0]["reason"], "the process was ended by SIGABRT");
