@@ -18,7 +18,6 @@ using ctl::analyse;
 using ctl::Channel;
 using ctl::Evidence;
 using ctl::Image;
-using ctl::Layout;
 
 // OpenGL's numbers.
 constexpr unsigned kRgb = 0x1907;

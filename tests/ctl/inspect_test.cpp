@@ -402,7 +402,7 @@ TEST_F(Inspect, draws_where_nothing_arrived) {
     const std::vector<Pixel> difference = read_png(folder / "difference.png");
     ASSERT_EQ(difference.size(), 16384u);
     for (std::size_t i = 0; i < 16384; ++i) {
-        const bool isThere = i < 64 * 128;
+        const bool isThere = i < std::size_t{64} * 128;
         ASSERT_EQ(returned[i], isThere ? sent[i] : (Pixel{0, 0, 0, 0})) << i;
         // The difference of alpha is in every colour.
         const int least = isThere ? 0 : sent[i].alpha;

@@ -16,7 +16,6 @@
 namespace texprobe::tests {
 namespace {
 
-using ctl::TimedState;
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
@@ -53,7 +52,7 @@ protected:
     void begun(const ctl::TimedTransfer& what, std::size_t done, std::size_t all) override {
         watched_.push_back("begun " + what.text() + ' ' + std::to_string(done) + '/' +
                            std::to_string(all));
-        if (isStopped_) raise(SIGTERM);
+        if (isStopped_ && done == 1) raise(SIGTERM);
     }
     void failed(const ctl::TransferTimes& transfer) override {
         watched_.push_back("failed " + transfer.what.text() + ": " + transfer.reason);
@@ -140,14 +139,14 @@ done)");
                                            "get 128 failed: the process did not end within 5 s",
                                            "read 128 timed"));
     // Its own seconds are not taken from the others' time.
-    const auto seconds_of = [&](std::size_t run) {
+    const auto secondsOf = [&](std::size_t run) {
         std::istringstream stream(lines_of(read_file(noted())).at(run));
         std::string word;
         double seconds = 0.0;
         stream >> word >> word >> word >> seconds;
         return seconds;
     };
-    EXPECT_LT(seconds_of(0) - seconds_of(1), 4.5);
+    EXPECT_LT(secondsOf(0) - secondsOf(1), 4.5);
 }
 
 TEST_F(TimeRun, knows_what_failed_and_what_had_no_time) {
@@ -208,7 +207,7 @@ echo "begin $2"; kill -SEGV $$)");
 }
 
 TEST_F(TimeRun, says_why_the_renderer_cannot_be_opened) {
-    const auto trouble_of = [&](const std::string& script) -> std::string {
+    const auto troubleOf = [&](const std::string& script) -> std::string {
         try {
             run(script);
         } catch (const ctl::TimeError& error) {
@@ -216,11 +215,11 @@ TEST_F(TimeRun, says_why_the_renderer_cannot_be_opened) {
         }
         return "none";
     };
-    EXPECT_EQ(trouble_of("printf '*** cannot create OpenGL context' >&2; exit 1"),
+    EXPECT_EQ(troubleOf("printf '*** cannot create OpenGL context' >&2; exit 1"),
               "the renderer cannot be opened: cannot create OpenGL context");
-    EXPECT_EQ(trouble_of("kill -ABRT $$"),
+    EXPECT_EQ(troubleOf("kill -ABRT $$"),
               "the renderer cannot be opened: the process was ended by SIGABRT");
-    EXPECT_EQ(trouble_of("exit 0"), "the renderer cannot be opened: the process has timed nothing");
+    EXPECT_EQ(troubleOf("exit 0"), "the renderer cannot be opened: the process has timed nothing");
 }
 
 TEST_F(TimeRun, that_is_stopped_has_what_was_timed) {
