@@ -52,17 +52,7 @@ const RecordSet& chosen_set(const std::string& name, const RecordSets& all,
                          " of this record set is not on this machine, or not with these variables "
                          "of the environment; `texprobectl doctor` lists both");
     }
-    const RecordSets present = present_sets(all);
-    if (present.empty()) {
-        throw UsageError(
-            "nothing is recorded for this machine's present build; `texprobectl measure` measures "
-            "it");
-    }
-    if (present.size() > 1) {
-        throw UsageError("there are " + std::to_string(present.size()) +
-                         " record sets of this machine's present build; choose one with --set");
-    }
-    return find_set(present.front().id, all);
+    return only_present_set(all);
 }
 
 int run_inspect(const InspectArguments& arguments, const Session& session) {

@@ -53,4 +53,18 @@ RecordSets present_sets(const RecordSets& all) {
     return present;
 }
 
+const RecordSet& only_present_set(const RecordSets& all) {
+    const RecordSets present = present_sets(all);
+    if (present.empty()) {
+        throw UsageError(
+            "nothing is recorded for this machine's present build; `texprobectl measure` measures "
+            "it");
+    }
+    if (present.size() > 1) {
+        throw UsageError("there are " + std::to_string(present.size()) +
+                         " record sets of this machine's present build; choose one with --set");
+    }
+    return find_set(present.front().id, all);
+}
+
 }  // namespace texprobe::ctl

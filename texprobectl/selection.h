@@ -27,6 +27,9 @@ RecordSets find_sets_or_file(const std::string& text, const RecordSets& all);
 /// Those of the present build.
 RecordSets present_sets(const RecordSets& all);
 
+/// The set of this machine's present build. Throws UsageError if there is none, or more than one.
+const RecordSet& only_present_set(const RecordSets& all);
+
 }  // namespace texprobe::ctl
 
 #endif

@@ -65,17 +65,7 @@ RecordSet find_timed_set(const std::string& name) {
         }
         return set;
     }
-    const RecordSets present = present_sets(all);
-    if (present.empty()) {
-        throw UsageError(
-            "nothing is recorded for this machine's present build; "
-            "`texprobectl measure` measures it");
-    }
-    if (present.size() > 1) {
-        throw UsageError("there are " + std::to_string(present.size()) +
-                         " record sets of this machine's present build; choose one with --set");
-    }
-    return present.front();
+    return only_present_set(all);
 }
 
 bool has_numbers(const Times& times) {
