@@ -1,5 +1,5 @@
 // This program again, as a child that may die or hang in a driver. The child's task is the second
-// of its arguments, behind a word that stands in no help; bulk data goes through a PrivateFolder.
+// of its arguments, after a word that no help shows; bulk data goes through a PrivateFolder.
 
 #ifndef TEXPROBECTL_CHILD_H
 #define TEXPROBECTL_CHILD_H
@@ -32,7 +32,7 @@ struct Child {
 RunEnd run_child(const Child& child);
 
 /// How a child ended that did not succeed: "was ended by SIGSEGV", "did not end within 60 s" and
-/// the like, to stand behind what it did. Empty for one that exited with status 0.
+/// the like, to follow the name of what it did. Empty for one that exited with status 0.
 std::string describe_failure(const RunEnd& end, std::chrono::seconds limit);
 
 /// The child's side: what it does, and with which exit status it ends.
