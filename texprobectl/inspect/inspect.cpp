@@ -39,8 +39,6 @@ unsigned count_patterns_before(const RecordSet& set, const RecordSets& all,
     return count;
 }
 
-constexpr std::size_t kCellCount = kFormatCount * kCapabilityCount;
-
 std::string cell_words(const Cell& cell) {
     return fmt::format("{} {}", kFormats[cell.format].name, kCapabilities[cell.capability].words);
 }

@@ -11,8 +11,6 @@ namespace texprobe::ctl {
 
 namespace {
 
-constexpr const char* kBold = "1";
-
 std::string cell_name(const Cell& cell) {
     return fmt::format("{} {}", kFormats[cell.format].name, kCapabilities[cell.capability].words);
 }

@@ -10,8 +10,6 @@ namespace texprobe::ctl {
 
 namespace {
 
-constexpr const char* kBold = "1";
-
 /// The size of the answer: that of video, or the largest.
 ImageSize size_of_answer(const Times& times) {
     constexpr ImageSize kVideo = {1920, 1080};

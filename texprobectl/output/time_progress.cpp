@@ -13,9 +13,9 @@ std::string name_of(const TimedTransfer& what) {
                        kCapabilities[what.transfer].words, what.size.name());
 }
 
-class View : public TimeProgressView {
+class PrintedTimeProgress : public TimeProgressView {
 public:
-    View(std::ostream& stream, const Terminal& terminal)
+    PrintedTimeProgress(std::ostream& stream, const Terminal& terminal)
         : stream_(stream), isTerminal_(terminal.isTerminal), line_(stream, terminal) {}
 
     void begun(const TimedTransfer& what, std::size_t done, std::size_t all) override {
@@ -38,7 +38,7 @@ private:
 
 std::unique_ptr<TimeProgressView> make_time_progress_view(std::ostream& stream,
                                                           const Terminal& terminal) {
-    return std::make_unique<View>(stream, terminal);
+    return std::make_unique<PrintedTimeProgress>(stream, terminal);
 }
 
 }  // namespace texprobe::ctl

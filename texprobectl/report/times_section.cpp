@@ -37,7 +37,7 @@ glMapBufferRange, invalidated. {{spread}}</p>
 </section>
 )html";
 
-struct Bar {
+struct SpeedBar {
     const TransferTimes* transfer;
     bool isIn;
 
@@ -52,8 +52,8 @@ struct Bar {
     }
 };
 
-std::vector<Bar> bars_of(const Times& times, std::size_t format) {
-    std::vector<Bar> bars;
+std::vector<SpeedBar> bars_of(const Times& times, std::size_t format) {
+    std::vector<SpeedBar> bars;
     for (const ImageSize& size : sizes_of(times)) {
         for (const bool isIn : {true, false}) {
             const TransferTimes* best = fastest_transfer(times, format, size, isIn);
@@ -66,14 +66,14 @@ std::vector<Bar> bars_of(const Times& times, std::size_t format) {
 double scale_of(const Times& times) {
     double most = 0.0;
     for (std::size_t format = 0; format < kFormatCount; ++format) {
-        for (const Bar& bar : bars_of(times, format)) {
+        for (const SpeedBar& bar : bars_of(times, format)) {
             most = std::max({most, bar.speed(bar.way().seconds.lower), bar.direct()});
         }
     }
     return most;
 }
 
-std::string label_of(const Bar& bar) {
+std::string label_of(const SpeedBar& bar) {
     return fmt::format("{} {}: {:.0f} MB/s, {:.0f} images/s ({}, {})",
                        bar.transfer->what.size.name(), bar.isIn ? "in" : "out",
                        bar.transfer->megabytes_per_second(bar.way()), images_per_second(bar.way()),
@@ -81,7 +81,7 @@ std::string label_of(const Bar& bar) {
                        kWays[bar.way().way].column);
 }
 
-Data row_of(const Bar& bar, std::size_t at, double scale) {
+Data row_of(const SpeedBar& bar, std::size_t at, double scale) {
     constexpr std::size_t kHeight = 44;
     const auto percent = [&](double speed) { return fmt::format("{:.2f}", 99.0 * speed / scale); };
     const auto place = [&](std::size_t y) { return std::to_string(at * kHeight + y); };
@@ -99,9 +99,9 @@ Data row_of(const Bar& bar, std::size_t at, double scale) {
     return row;
 }
 
-std::string words_of(const std::vector<Bar>& bars) {
+std::string words_of(const std::vector<SpeedBar>& bars) {
     std::string words;
-    for (const Bar& bar : bars) {
+    for (const SpeedBar& bar : bars) {
         words += fmt::format("{}{}; without a buffer {:.0f} MB/s", words.empty() ? "" : ". ",
                              label_of(bar), bar.direct());
     }
@@ -129,7 +129,7 @@ Data list_lacks(const Times& times, std::size_t format) {
 }
 
 Data format_of(const Times& times, std::size_t format, double scale) {
-    const std::vector<Bar> bars = bars_of(times, format);
+    const std::vector<SpeedBar> bars = bars_of(times, format);
     Data rows(Data::type::list);
     for (std::size_t i = 0; i < bars.size(); ++i) rows << row_of(bars[i], i, scale);
     Data data;

@@ -15,9 +15,6 @@
 
 #include "fakes.h"
 
-extern "C" pid_t __real_fork();
-extern "C" pid_t __real_waitpid(pid_t, int*, int);
-
 namespace fakes {
 
 namespace {
