@@ -22,8 +22,6 @@ using testing::EndsWith;
 using testing::HasSubstr;
 using testing::StartsWith;
 
-constexpr unsigned kRGBA8 = 0x8058;
-
 /// What the tool writes before a test, and never replaces if it dies in it.
 std::string begin_test(const std::string& key) {
     return std::string("set ") + kFirst + " VERSION number 0.21\nset " + kFirst + " " + key +

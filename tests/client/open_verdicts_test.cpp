@@ -23,7 +23,6 @@ using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::Not;
 
-constexpr unsigned kRGBA8 = 0x8058;
 constexpr unsigned kRGB32F = 0x8815;
 
 class OpenVerdicts : public ScriptedVerdicts {

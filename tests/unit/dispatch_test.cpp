@@ -20,7 +20,6 @@ namespace {
 
 using namespace texprobe::tests;
 
-constexpr std::size_t kPixels = 16384;
 constexpr unsigned kPacked = GL_UNSIGNED_INT_8_8_8_8_REV;
 constexpr unsigned kTypes[] = {GL_UNSIGNED_BYTE, GL_UNSIGNED_SHORT, GL_FLOAT, GL_HALF_FLOAT_ARB,
                                kPacked};
