@@ -23,17 +23,26 @@ std::string home_of_user() {
     return home && home[0] == '/' ? home : "";
 }
 
+constexpr const char* kFolders[] = {"/.config", "/texprobe"};
+
 }  // namespace
 
 namespace qor {
 
+std::string turn_file() {
+    std::string path = home_of_user();
+    if (path.empty()) return path;
+    for (const char* name : kFolders) path += name;
+    return path + "/measuring.lock";
+}
+
 TurnSettings turn_settings() {
     TurnSettings settings;
+    settings.file = turn_file();
     std::string folder = home_of_user();
     if (folder.empty()) return settings;
     // If this fails, opening the file fails, too.
-    for (const char* name : {"/.config", "/texprobe"}) mkdir((folder += name).c_str(), 0700);
-    settings.file = folder + "/measuring.lock";
+    for (const char* name : kFolders) mkdir((folder += name).c_str(), 0700);
     return settings;
 }
 
