@@ -14,6 +14,7 @@
 #include "output/output.h"
 #include "output/progress.h"
 #include "output_file.h"
+#include "plain_text.h"
 #include "report/page.h"
 #include "selection.h"
 #include "stop_signals.h"
@@ -54,6 +55,11 @@ std::unique_ptr<Output> make_output(const Arguments& arguments, std::ostream& st
 
 void print(const Arguments& arguments, const std::function<void(Output&)>& write) {
     write_output({}, [&](std::ostream& stream) { write(*make_output(arguments, stream)); });
+}
+
+/// A document with an empty list is valid, but who reads it wants to know.
+void say_empty(const std::string& file, const char* what) {
+    std::cerr << "texprobectl: " << plain(file) << " has no " << what << '\n';
 }
 
 void add_json(CLI::App* command, const Shared& arguments) {
@@ -176,8 +182,12 @@ Comparison compare_named(const Arguments& arguments) {
     if (arguments.names.size() != 2) {
         throw UsageError("compare expects two record sets or exported files, or none");
     }
-    return compare(find_sets_or_file(arguments.names[0], all),
-                   find_sets_or_file(arguments.names[1], all));
+    const RecordSets a = find_sets_or_file(arguments.names[0], all);
+    const RecordSets b = find_sets_or_file(arguments.names[1], all);
+    if (a.empty() || b.empty()) {
+        throw UsageError(arguments.names[a.empty() ? 0 : 1] + " has no record set to compare");
+    }
+    return compare(a, b);
 }
 
 void add_compare(CLI::App* app, Session* session) {
@@ -241,7 +251,9 @@ void run_report(const Arguments& arguments, const Session& session) {
     const RecordSets all = read_all();
     RecordSets sets;
     for (const std::string& name : arguments.names) {
-        for (RecordSet& set : find_sets_or_file(name, all)) sets.push_back(std::move(set));
+        RecordSets found = find_sets_or_file(name, all);
+        if (found.empty()) say_empty(name, "record set");
+        for (RecordSet& set : found) sets.push_back(std::move(set));
     }
     if (arguments.names.empty()) sets = present_sets(all);
     if (sets.empty()) throw UsageError("there is no record set to report on");
@@ -249,7 +261,9 @@ void run_report(const Arguments& arguments, const Session& session) {
     if (arguments.pictures) pictured = picture_sets(sets, all, session);
     std::vector<Times> times;
     for (const std::string& file : arguments.times) {
-        for (Times& each : read_times(file)) times.push_back(std::move(each));
+        std::vector<Times> found = read_times(file);
+        if (found.empty()) say_empty(file, "time");
+        for (Times& each : found) times.push_back(std::move(each));
     }
     write_output(arguments.file,
                  [&](std::ostream& stream) { write_page(sets, pictured, times, stream); });
@@ -281,7 +295,10 @@ void add_merge(CLI::App* app) {
         ->type_name("");
     add_json(command, arguments);
     command->callback([=] {
-        const Merged merged = merge_files(arguments->names);
+        std::vector<std::string> empty;
+        const Merged merged = merge_files(arguments->names, &empty);
+        for (const std::string& file : empty) say_empty(file, "record set");
+        if (merged.sets() == 0) throw UsageError("there is no record set to merge");
         print(*arguments, [&](Output& output) { output.merged(merged); });
     });
 }
