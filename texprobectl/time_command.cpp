@@ -55,7 +55,7 @@ std::vector<ImageSize> find_sizes(const std::string& text) {
 
 /// A set that can be timed here: of a renderer that is here, and of the present build.
 RecordSet find_timed_set(const std::string& name) {
-    const RecordSets all = read_record_sets(look_at_machine());
+    const RecordSets all = read_all_record_sets(look_at_machine());
     if (!name.empty()) {
         const RecordSet& set = find_set(name, all);
         if (!set.isPresent) {

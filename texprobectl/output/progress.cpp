@@ -5,6 +5,7 @@
 #include <algorithm>
 
 #include "output/status_line.h"
+#include "plain_text.h"
 #include "turn.h"
 
 namespace texprobe::ctl {
@@ -50,7 +51,7 @@ public:
     bool is_interrupted() override { return isInterrupted_(); }
 
 protected:
-    virtual void say(const std::string& line) { stream_ << line << std::endl; }
+    virtual void say(const std::string& line) { stream_ << plain(line) << std::endl; }
 
     std::ostream& stream_;
 

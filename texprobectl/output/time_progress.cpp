@@ -3,6 +3,7 @@
 #include <fmt/format.h>
 
 #include "output/status_line.h"
+#include "plain_text.h"
 
 namespace texprobe::ctl {
 
@@ -24,7 +25,7 @@ public:
     }
     void failed(const TransferTimes& transfer) override {
         finish();
-        stream_ << name_of(transfer.what) << ": " << transfer.reason << std::endl;
+        stream_ << name_of(transfer.what) << ": " << plain(transfer.reason) << std::endl;
     }
     void finish() override { line_.erase(); }
 

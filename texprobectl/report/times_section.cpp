@@ -5,6 +5,8 @@
 #include <algorithm>
 #include <kainjow/mustache.hpp>
 
+#include "plain_text.h"
+
 namespace texprobe::ctl {
 
 namespace {
@@ -118,7 +120,7 @@ Data list_lacks(const Times& times, std::size_t format) {
             line += ": not verified";
         } else {
             line += " at " + transfer.what.size.name() + ": ";
-            line += transfer.state == TimedState::kFailed ? "failed, " + transfer.reason
+            line += transfer.state == TimedState::kFailed ? "failed, " + plain(transfer.reason)
                                                           : std::string("not timed");
         }
         if (std::find(lines.begin(), lines.end(), line) == lines.end()) lines.push_back(line);
@@ -156,9 +158,9 @@ std::string times_section(const Times& times, std::size_t number) {
     }
     Data data;
     data.set("number", std::to_string(number));
-    data.set("renderer", times.renderer.value_or("an unknown renderer"));
-    data.set("driver", times.glVersion.value_or("unknown driver"));
-    data.set("id", times.id);
+    data.set("renderer", plain(times.renderer.value_or("an unknown renderer")));
+    data.set("driver", plain(times.glVersion.value_or("unknown driver")));
+    data.set("id", plain(times.id));
     data.set("scale", fmt::format("{:.0f}", scale));
     data.set("spread",
              spread ? fmt::format("Half of a way's rounds lay within {:.0f} % of its median, in "
