@@ -61,10 +61,9 @@ CGLError CGLDestroyRendererInfo(CGLRendererInfoObj rend);
 
 /// One property of renderer `rendNum`: kCGLRPRendererID, or kCGLRPTextureMemory in bytes.
 /// kCGLBadValue for a number that is not in the list, kCGLBadProperty for another property.
-/// Differs from macOS: texture memory is clamped to 2
-/// 31 - 1. The first query for it opens every device once, hardware in one child process each. A
-/// device that cannot be opened answers this query and every later one with kCGLBadRendererInfo and
-/// prints why on standard error.
+/// Differs from macOS: texture memory is clamped to 2^31 - 1. The first query for it opens every
+/// device once, hardware in one child process each. A device that cannot be opened answers this
+/// query and every later one with kCGLBadRendererInfo and prints why on standard error.
 CGLError CGLDescribeRenderer(CGLRendererInfoObj rend, GLint rendNum, CGLRendererProperty prop,
                              GLint* value);
 
