@@ -1,5 +1,6 @@
 // The disk operations of a synchronization.
 
+#include <cmath>
 #include <string>
 #include <vector>
 
@@ -8,6 +9,7 @@
 
 namespace {
 
+using texprobe::tests::Changes;
 using texprobe::tests::DiskEvent;
 using texprobe::tests::errors_of;
 using texprobe::tests::RecordStore;
@@ -91,6 +93,67 @@ TEST_F(StoreLog, holds_nothing_while_the_disk_has_no_room_for_its_size) {
     EXPECT_TRUE(store.synchronize(kApp));
     EXPECT_GE(size(), kLeast);
     EXPECT_TRUE(same(*read("key"), 2.0));
+}
+
+/// What a synchronization costs on the disk.
+class StoreOnDisk : public texprobe::tests::StoreFixture {
+protected:
+    int syncs() const { return syncs_; }
+    int writes() const { return writes_; }
+    void forget() { syncs_ = writes_ = 0; }
+
+private:
+    int syncs_ = 0;
+    int writes_ = 0;
+    WatchedDisk disk_{[this](const DiskEvent& event) {
+        syncs_ += event.kind == DiskEvent::kSync;
+        writes_ += event.kind == DiskEvent::kWrite;
+        return SQLITE_OK;
+    }};
+};
+
+TEST_F(StoreOnDisk, waits_for_the_disk_once_in_each_of_a_runs_synchronizations) {
+    RecordStore store(directory());
+    store.change(kApp, {{"VERSION", 0.21}});
+    ASSERT_TRUE(store.synchronize(kApp));
+    constexpr int kSynchronizations = 100;
+    for (int i = 0; i < kSynchronizations; ++i) {
+        forget();
+        store.change(kApp, {{"verdict of the last", true},
+                            {"GL_LUMINANCE16_ALPHA16_DOWNLOAD_READ" + std::to_string(i), false}});
+        ASSERT_TRUE(store.synchronize(kApp));
+        ASSERT_EQ(syncs(), 1) << i;
+    }
+}
+
+TEST_F(StoreOnDisk, touches_nothing_when_nothing_changes) {
+    RecordStore store(directory());
+    const Changes changes = {
+        {"VERSION", 0.21}, {"nan", std::nan("")}, {"GL_VENDOR", std::string("Mesa")}};
+    store.change(kApp, changes);
+    ASSERT_TRUE(store.synchronize(kApp));
+    forget();
+    ASSERT_TRUE(store.synchronize(kApp));
+    store.change(kApp, changes);
+    store.change(kApp, {{"never set", std::nullopt}});
+    ASSERT_TRUE(store.synchronize(kApp));
+    EXPECT_EQ(syncs(), 0);
+    EXPECT_EQ(writes(), 0);
+}
+
+TEST_F(StoreOnDisk, removes_a_list_in_one_transaction) {
+    RecordStore store(directory());
+    Changes removals;
+    for (int i = 0; i < 96; ++i) {
+        store.change(kApp, {{std::to_string(i), true}});
+        removals[std::to_string(i)] = std::nullopt;
+    }
+    ASSERT_TRUE(store.synchronize(kApp));
+    forget();
+    store.change(kApp, removals);
+    ASSERT_TRUE(store.synchronize(kApp));
+    EXPECT_EQ(syncs(), 1);
+    EXPECT_EQ(rows("SELECT count(*) FROM records"), "0\n");
 }
 
 }  // namespace
