@@ -83,15 +83,14 @@ private:
         const std::string hopeless = sets_.hopeless();
         if (!hopeless.empty()) return outcome_.failed(one_line(hopeless));
         const texprobe::PlatformMessages messages;
-        const bool isRead = sets_.refresh();
-        std::size_t differences = 0;
-        const auto verdicts = isRead ? sets_.find(&differences) : std::nullopt;
+        const Finding finding = sets_.look();
         messages_ = messages.lines();
         // Each renderer's records are in the same store.
         messages_.erase(std::unique(messages_.begin(), messages_.end()), messages_.end());
-        if (verdicts) {
-            outcome_.ready(*verdicts, one_line(sets_.describe_differences(differences)));
-        } else if (!isRead) {
+        if (finding.verdicts) {
+            outcome_.ready(*finding.verdicts,
+                           one_line(sets_.describe_differences(finding.differences)));
+        } else if (!finding.isRead) {
             outcome_.failed("the records cannot be read" +
                             (messages_.empty() ? "" : ": " + messages_.back()));
         } else if ((tool_ = find_tool(tool)).empty()) {

@@ -6,6 +6,7 @@
 
 #include <atomic>
 #include <cerrno>
+#include <cstdint>
 #include <thread>
 #include <utility>
 
@@ -13,9 +14,14 @@ namespace qor {
 
 namespace {
 
-// The run that has the turn locks the first byte; a run that removes the file, the second one.
+// The run that has the turn locks the first byte; a run that removes the file, the second one. With
+// the third one the run says that it names its sets, which older tools do not.
 constexpr off_t kTurn = 0;
 constexpr off_t kRemoval = 1;
+constexpr off_t kNamesSets = 2;
+// From here on each byte is a set's. If two sets share one, both are taken for the one in hand.
+constexpr off_t kFirstSet = 1024;
+constexpr std::uint32_t kSetBytes = 1U << 30;
 
 // How often the file may be replaced between open and lock. No crowd of runs gets there, but a file
 // system whose inode numbers change from call to call does.
@@ -39,6 +45,29 @@ bool lock(int descriptor, off_t byte) {
     return fcntl(descriptor, F_SETLK, &wanted) == 0;
 }
 
+void unlock(int descriptor, off_t byte) {
+    struct flock wanted = lock_of(byte);
+    wanted.l_type = F_UNLCK;
+    fcntl(descriptor, F_SETLK, &wanted);
+}
+
+/// The same in every build of the tool and the library (FNV-1a).
+off_t byte_of(const std::string& set) {
+    std::uint32_t hash = 2166136261U;
+    for (const char c : set) hash = (hash ^ static_cast<unsigned char>(c)) * 16777619U;
+    return kFirstSet + static_cast<off_t>(hash % kSetBytes);
+}
+
+/// Has another process locked this byte?
+bool is_locked(int descriptor, off_t byte) {
+    struct flock holder = lock_of(byte);
+    return fcntl(descriptor, F_GETLK, &holder) == 0 && holder.l_type != F_UNLCK;
+}
+
+int open_to_look(const std::string& file) {
+    return open(file.c_str(), O_RDWR | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC);
+}
+
 bool is_same_file(const struct stat& a, const struct stat& b) {
     return a.st_dev == b.st_dev && a.st_ino == b.st_ino;
 }
@@ -58,12 +87,21 @@ bool remove_file(int descriptor, const std::string& path) {
     return unlink(path.c_str()) == 0;
 }
 
-/// The file's time is the counter: it takes no space on a full disk. It only goes up.
+// The file's times are counters: they take no space on a full disk. Both only go up.
+
+/// Of the run's progress, for those who wait for the turn.
 void count_step(int descriptor) {
     struct stat file;
     if (fstat(descriptor, &file) != 0) return;
-    const timespec next = {file.st_mtime + 1, 0};
-    const timespec times[] = {next, next};
+    const timespec times[] = {{0, UTIME_OMIT}, {file.st_mtime + 1, 0}};
+    futimens(descriptor, times);
+}
+
+/// Of what is taken in hand, for those who read records meanwhile.
+void count_work(int descriptor) {
+    struct stat file;
+    if (fstat(descriptor, &file) != 0) return;
+    const timespec times[] = {{file.st_atime + 1, 0}, {0, UTIME_OMIT}};
     futimens(descriptor, times);
 }
 
@@ -82,6 +120,7 @@ void MeasuringTurn::leave() {
     heldDescriptor = -1;
     if (descriptor_ >= 0) close(descriptor_);
     descriptor_ = -1;
+    inHand_.clear();
 }
 
 bool MeasuringTurn::advance() {
@@ -93,6 +132,18 @@ bool MeasuringTurn::advance() {
     leave();
     take();
     return false;
+}
+
+void MeasuringTurn::take_in_hand(const std::string& set) {
+    if (descriptor_ < 0 || !inHand_.insert(set).second) return;
+    // The set first: once the run names its sets, all others are free.
+    const bool isNamed = set.empty() || lock(descriptor_, byte_of(set));
+    if (!isNamed) {
+        unlock(descriptor_, kNamesSets);
+    } else if (inHand_.size() == 1) {
+        lock(descriptor_, kNamesSets);
+    }
+    count_work(descriptor_);
 }
 
 void MeasuringTurn::take() {
@@ -128,6 +179,7 @@ MeasuringTurn::Attempt MeasuringTurn::attempt() {
     } else if (lock(descriptor, kTurn)) {
         if (is_in_place(descriptor, settings_.file.c_str())) {
             count_step(descriptor);
+            count_work(descriptor);
             descriptor_ = descriptor;
             if (settings_.file.size() < sizeof heldFile) {
                 settings_.file.copy(heldFile, settings_.file.size());
@@ -163,8 +215,7 @@ bool is_turn_lost() {
 pid_t turn_holder(const TurnSettings& settings) {
     // Opening the file would be harmless, but closing it would drop this process's own lock.
     if (heldDescriptor >= 0) return getpid();
-    const int descriptor =
-        open(settings.file.c_str(), O_RDWR | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC);
+    const int descriptor = open_to_look(settings.file);
     if (descriptor < 0) return 0;
     struct flock holder = lock_of(kTurn);
     const bool isTold = fcntl(descriptor, F_GETLK, &holder) == 0;
@@ -173,9 +224,31 @@ pid_t turn_holder(const TurnSettings& settings) {
     return holder.l_pid > 0 ? holder.l_pid : kUnknownHolder;
 }
 
+SetAtRest::SetAtRest(std::string file, std::string set)
+    : file_(std::move(file)), set_(std::move(set)), before_(look()) {}
+
+/// The file's state first: whatever happens after it shows in the next look.
+SetAtRest::Look SetAtRest::look() const {
+    Look seen;
+    // As above: closing the file would drop this process's own lock.
+    seen.isInHand = heldDescriptor >= 0;
+    const int descriptor = seen.isInHand ? -1 : open_to_look(file_);
+    if (descriptor < 0) return seen;
+    fstat(descriptor, &seen.file);
+    seen.isInHand = is_locked(descriptor, byte_of(set_)) ||
+                    (!is_locked(descriptor, kNamesSets) && is_locked(descriptor, kTurn));
+    close(descriptor);
+    return seen;
+}
+
+bool SetAtRest::has_lasted() const {
+    const Look after = look();
+    return !before_.isInHand && !after.isInHand && is_same_file(before_.file, after.file) &&
+           before_.file.st_atime == after.file.st_atime;
+}
+
 void take_turn_from(pid_t process, const TurnSettings& settings) {
-    const int descriptor =
-        open(settings.file.c_str(), O_RDWR | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC);
+    const int descriptor = open_to_look(settings.file);
     if (descriptor < 0) return;
     struct flock holder = lock_of(kTurn);
     if (fcntl(descriptor, F_GETLK, &holder) == 0 && holder.l_type != F_UNLCK &&

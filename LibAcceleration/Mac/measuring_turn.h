@@ -7,6 +7,10 @@
 // does not inherit it. The run that has it touches the file as it progresses. If the others see no
 // progress for a long time, one of them removes the file, and all meet again on a new one. If the
 // file cannot be locked, runs do not wait for each other.
+//
+// The run also names the record sets that it works on, for applications that do not wait: each is a
+// lock on a byte whose place follows from the set's name. That takes no space on a full disk, is
+// never half written, and goes with the process.
 
 #ifndef TEXPROBE_MEASURING_TURN_H
 #define TEXPROBE_MEASURING_TURN_H
@@ -15,6 +19,8 @@
 #include <sys/types.h>
 
 #include <functional>
+#include <set>
+#include <string>
 
 #include "turn_settings.h"
 
@@ -36,6 +42,11 @@ public:
     /// and returns false: other runs may have written records meanwhile.
     bool advance();
 
+    /// This run is about to change records of `set`; none yet, if it is empty. Until the first
+    /// call, others take every set for one that this run works on; afterwards only those named, for
+    /// as long as it has the turn.
+    void take_in_hand(const std::string& set);
+
 private:
     enum class Attempt { kTaken, kBusy, kLate, kImpossible };
 
@@ -48,6 +59,7 @@ private:
     const std::function<void()> whileWaiting_;
     // The only descriptor of the file: closing any other would drop the lock. -1: no turn.
     int descriptor_ = -1;
+    std::set<std::string> inHand_;
     bool hadToWait_ = false;
     struct stat seen_ = {};  // The other run's file when last looked at.
     unsigned looksWithoutProgress_ = 0;
@@ -61,6 +73,25 @@ constexpr pid_t kUnknownHolder = -1;
 
 /// The process that measures now; 0 for none.
 pid_t turn_holder(const TurnSettings& settings);
+
+/// Tells whether nobody worked on a record set while somebody read it: made before the set is read,
+/// and asked afterwards. Looks at the file; waits for nobody, and creates nothing.
+class SetAtRest {
+public:
+    SetAtRest(std::string file, std::string set);
+    bool has_lasted() const;
+
+private:
+    struct Look {
+        bool isInHand = false;
+        struct stat file = {};
+    };
+    Look look() const;
+
+    const std::string file_;
+    const std::string set_;
+    const Look before_;
+};
 
 /// Takes the turn from a stopped process, if it has it.
 void take_turn_from(pid_t process, const TurnSettings& settings);

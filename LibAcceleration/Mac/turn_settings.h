@@ -18,6 +18,9 @@ struct TurnSettings {
     unsigned patience = 6000;
 };
 
+/// The file alone, for those who only look: nothing is created. Empty when there is no place.
+std::string turn_file();
+
 /// Creates the folder of the file if necessary, but never the user's home.
 TurnSettings turn_settings();
 

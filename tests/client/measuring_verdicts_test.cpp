@@ -1,6 +1,5 @@
 // Verdicts that are measured in the background: what the tool may do, and what is said of it.
 
-#include <fcntl.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <signal.h>
@@ -9,10 +8,11 @@
 
 #include <cerrno>
 #include <fstream>
+#include <memory>
 #include <set>
 
+#include "run_at_work.h"
 #include "scripted_verdicts.h"
-#include "turn_settings.h"
 
 namespace texprobe::tests {
 namespace {
@@ -195,30 +195,26 @@ TEST_F(MeasuringVerdicts, say_that_the_tool_is_of_another_architecture) {
 }
 
 TEST_F(MeasuringVerdicts, wait_for_another_run_without_taking_it_for_a_hang) {
-    const int descriptor =
-        ::open(qor::turn_settings().file.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600);
-    ASSERT_GE(descriptor, 0);
-    int locked[2];
-    ASSERT_EQ(pipe(locked), 0);
-    const pid_t other = start([&] {
-        struct flock lock = {};
-        lock.l_type = F_WRLCK;
-        lock.l_len = 1;
-        fcntl(descriptor, F_SETLK, &lock);
-        static_cast<void>(!write(locked[1], "", 1));
-        return pause();
-    });
-    char byte = 0;
-    ASSERT_EQ(read(locked[0], &byte, 1), 1);
+    const RunAtWork other(kSecond);
     script("sleep 2000\n" + complete_set(kFirst, "Renderer"));
     texprobe_verdicts* verdicts = open(700);
     EXPECT_EQ(texprobe_verdicts_wait(verdicts, 1000), TEXPROBE_MEASURING);
     EXPECT_STREQ(texprobe_verdicts_reason(verdicts), "texprobe waits for another run of it");
     EXPECT_EQ(texprobe_verdicts_wait(verdicts, -1), TEXPROBE_READY);
     texprobe_verdicts_close(verdicts);
-    kill(other, SIGKILL);
-    status_of(other);
-    for (const int end : {descriptor, locked[0], locked[1]}) close(end);
+}
+
+TEST_F(MeasuringVerdicts, wait_for_a_run_that_has_begun_while_the_tool_ended) {
+    record(complete_set(kFirst, "Renderer"));
+    script("sleep 20\n");
+    auto other = std::make_unique<RunAtWork>(kFirst);
+    texprobe_verdicts* verdicts = open();
+    EXPECT_EQ(texprobe_verdicts_wait(verdicts, 200), TEXPROBE_MEASURING);
+    EXPECT_THAT(log(), Contains("another run of texprobe has begun; texprobe is started again and "
+                                "waits for it"));
+    other.reset();
+    EXPECT_EQ(texprobe_verdicts_wait(verdicts, -1), TEXPROBE_READY);
+    texprobe_verdicts_close(verdicts);
 }
 
 /// The action of a signal, put back at the end.

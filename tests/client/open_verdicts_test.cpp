@@ -11,6 +11,7 @@
 #include <memory>
 #include <utility>
 
+#include "run_at_work.h"
 #include "scripted_verdicts.h"
 #include "support/process.h"
 
@@ -163,6 +164,23 @@ TEST_F(OpenVerdicts, are_ready_without_a_reason_where_two_renderers_agree) {
     record(complete_set(kFirst, "Renderer") + complete_set(kSecond, "Renderer"));
     ASSERT_EQ(look(), TEXPROBE_READY);
     EXPECT_EQ(reason_, "");
+}
+
+TEST_F(OpenVerdicts, are_not_taken_from_a_set_that_a_run_is_at_work_on) {
+    record(complete_set(kFirst, "Renderer"));
+    {
+        const RunAtWork run(kSecond);
+        EXPECT_EQ(look(), TEXPROBE_READY);
+    }
+    const RunAtWork run(kFirst);
+    EXPECT_EQ(look(), TEXPROBE_FAILED);
+    EXPECT_EQ(reason_, "\"/no/such/tool\" was not found");
+}
+
+TEST_F(OpenVerdicts, are_not_taken_from_one_of_two_sets_while_a_run_is_at_work_on_the_other) {
+    record(complete_set(kFirst, "Renderer") + complete_set(kSecond, "Renderer"));
+    const RunAtWork run(kSecond);
+    EXPECT_EQ(look(), TEXPROBE_FAILED);
 }
 
 TEST_F(OpenVerdicts, say_that_no_context_is_current) {

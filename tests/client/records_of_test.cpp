@@ -5,6 +5,8 @@
 
 #include <cstdlib>
 
+#include "turn_settings.h"
+
 namespace {
 
 std::filesystem::path& records_of_test() {
@@ -38,6 +40,21 @@ std::string records_directory() {
 }
 
 }  // namespace texprobe::platform
+
+// The turn is beside the tool, as the tool sees it.
+namespace qor {
+
+std::string turn_file() {
+    return records_of_test().parent_path() / "measuring.lock";
+}
+
+TurnSettings turn_settings() {
+    TurnSettings settings;
+    settings.file = turn_file();
+    return settings;
+}
+
+}  // namespace qor
 
 namespace texprobe::tests {
 

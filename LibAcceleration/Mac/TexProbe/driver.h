@@ -142,10 +142,16 @@ inline void prepare_records(CFStringRef appID) {
 class Turn {
 public:
     explicit Turn(CFStringRef appID) : appID_(appID) {
+        // A complete set is only looked at, and stays free for applications.
+        turn_.take_in_hand({});
         if (turn_.had_to_wait()) CFPreferencesAppSynchronize(appID_);
         __betweenTests = [this] { go_on(); };
+        __beforeChange = [this] { turn_.take_in_hand(text_of(appID_)); };
     }
-    ~Turn() { __betweenTests = nullptr; }
+    ~Turn() {
+        __betweenTests = nullptr;
+        __beforeChange = nullptr;
+    }
     Turn(const Turn&) = delete;
     Turn& operator=(const Turn&) = delete;
 

@@ -49,6 +49,12 @@ public:
             if (end.kind == Kind::kNotStarted)
                 return fail(describe_failed_start(tool_, end.number));
             if (find_verdicts()) return;
+            if (isInHand_ && runs < kMostRuns) {
+                log_(
+                    "another run of texprobe has begun; texprobe is started again and waits for "
+                    "it");
+                continue;
+            }
             const bool isWhole = end.kind == Kind::kExited && end.number == 0;
             const std::size_t before = std::exchange(decided, count_decided());
             if (isWhole || decided <= before || runs == kMostRuns)
@@ -69,12 +75,12 @@ private:
     /// True when the verdicts were found.
     bool find_verdicts() {
         const texprobe::PlatformMessages messages;
-        isStoreRead_ = sets_.refresh();
-        std::size_t differences = 0;
-        const auto verdicts = sets_.find(&differences);
+        const Finding finding = sets_.look();
         take(messages);
-        if (!verdicts) return false;
-        outcome_.ready(*verdicts, sets_.describe_differences(differences));
+        isStoreRead_ = finding.isRead;
+        isInHand_ = finding.isInHand;
+        if (!finding.verdicts) return false;
+        outcome_.ready(*finding.verdicts, sets_.describe_differences(finding.differences));
         return true;
     }
 
@@ -146,6 +152,7 @@ private:
     int process_ = 0;
     int looks_ = 0;
     bool isStoreRead_ = true;
+    bool isInHand_ = false;
     std::string trouble_;
     std::string toolBuild_;
     std::string storeTrouble_;

@@ -16,6 +16,8 @@
 #include "../TexProbe/lookup.h"
 #include "../TexProbe/records.h"
 #include "../TexProbeVerdicts.h"
+#include "../measuring_turn.h"
+#include "../turn_settings.h"
 #include "context.h"
 
 namespace {
@@ -94,6 +96,17 @@ inline std::string quoted(CFStringRef string) {
     return std::string("\"") + text_of(string) + "\"";
 }
 
+/// What the store says of the current context's renderer.
+struct Finding {
+    bool isRead = true;
+    /// A run is at work on a set with the context's strings: it may say the false of a test under
+    /// way.
+    bool isInHand = false;
+    std::optional<Verdicts> verdicts;
+    /// How many of them are unknown because two renderers carry the context's strings.
+    std::size_t differences = 0;
+};
+
 /// Made on the thread whose context is current; used on another afterwards.
 class RecordSets {
 public:
@@ -128,29 +141,30 @@ public:
         return {};
     }
 
-    /// Reads all sets anew. False if the store could not be read.
-    bool refresh() const {
-        bool isRead = true;
-        // The tool may just have written these records in its own process.
-        for (const CFStringRef appID : appIDs_) isRead &= CFPreferencesAppSynchronize(appID) != 0;
-        return isRead;
-    }
-
-    /// The verdicts on the current context's renderer. `differences` is how many of them are
-    /// unknown because two renderers carry its strings.
-    std::optional<Verdicts> find(std::size_t* differences) const {
-        std::optional<Verdicts> found;
+    /// Reads all sets anew, and looks for the one of the current context's renderer.
+    Finding look() const {
+        Finding finding;
         for (const CFStringRef appID : appIDs_) {
+            const qor::SetAtRest atRest(turnFile_, text_of(appID));
+            // The tool may just have written these records in its own process.
+            finding.isRead &= CFPreferencesAppSynchronize(appID) != 0;
             if (!strings_.match(appID, isVersionCompared_)) continue;
             const Verdicts verdicts = read_verdicts(appID);
             if (!verdicts.are_complete()) continue;
-            if (found) {
-                *differences += found->agree_with(verdicts);
+            finding.isInHand |= !atRest.has_lasted();
+            if (finding.verdicts) {
+                finding.differences += finding.verdicts->agree_with(verdicts);
             } else {
-                found = verdicts;
+                finding.verdicts = verdicts;
             }
         }
-        return found;
+        if (finding.isInHand || !finding.isRead) finding.verdicts.reset();
+        return finding;
+    }
+
+    /// Reads all sets anew.
+    void refresh() const {
+        for (const CFStringRef appID : appIDs_) CFPreferencesAppSynchronize(appID);
     }
 
     std::size_t count_decided() const {
@@ -224,6 +238,7 @@ private:
         failure_ = std::string(failure) + " (" + std::to_string(error) + ")";
     }
 
+    const std::string turnFile_ = qor::turn_file();
     const ContextStrings strings_;
     const bool hasContext_ = glGetString(GL_VERSION) != nullptr;
     const bool isVersionCompared_ = is_compatibility_context();
