@@ -1,12 +1,14 @@
 #include "measuring_turn.h"
 
 #include <fcntl.h>
+#include <sys/file.h>
 #include <time.h>
 #include <unistd.h>
 
 #include <atomic>
 #include <cerrno>
 #include <cstdint>
+#include <cstring>
 #include <thread>
 #include <utility>
 
@@ -62,6 +64,21 @@ off_t byte_of(const std::string& set) {
 bool is_locked(int descriptor, off_t byte) {
     struct flock holder = lock_of(byte);
     return fcntl(descriptor, F_GETLK, &holder) == 0 && holder.l_type != F_UNLCK;
+}
+
+bool is_own_file(const struct stat& file) {
+    return S_ISREG(file.st_mode) && file.st_uid == geteuid();
+}
+
+constexpr mode_t kPrivate = 0600;
+
+/// Makes a file of this user's private, and removes anything else. Returns 0 or the error.
+int make_place_for_file(const char* path) {
+    struct stat found;
+    if (lstat(path, &found) != 0) return errno == ENOENT ? 0 : errno;
+    if (is_own_file(found)) return chmod(path, kPrivate) == 0 ? 0 : errno;
+    const bool isGone = S_ISDIR(found.st_mode) ? rmdir(path) == 0 : unlink(path) == 0;
+    return isGone || errno == ENOENT ? 0 : errno;
 }
 
 int open_to_look(const std::string& file) {
@@ -146,8 +163,14 @@ void MeasuringTurn::take_in_hand(const std::string& set) {
     count_work(descriptor_);
 }
 
+std::string MeasuringTurn::trouble() const {
+    if (descriptor_ >= 0 || settings_.file.empty() || error_ == ENOENT) return {};
+    return "cannot lock " + settings_.file + ": " + std::strerror(error_) +
+           "; do not measure twice at the same time";
+}
+
 void MeasuringTurn::take() {
-    looksWithoutProgress_ = 0;
+    looksWithoutProgress_ = busyRepairs_ = 0;
     unsigned replacements = 0;
     for (;;) {
         switch (attempt()) {
@@ -155,6 +178,7 @@ void MeasuringTurn::take() {
             case Attempt::kImpossible:
                 return;
             case Attempt::kLate:
+                error_ = EBUSY;
                 if (++replacements > kMostReplacements) return;
                 break;
             case Attempt::kBusy:
@@ -169,33 +193,57 @@ void MeasuringTurn::take() {
 /// an old time until the file is opened.
 MeasuringTurn::Attempt MeasuringTurn::attempt() {
     // O_NONBLOCK, because opening anything but a regular file may block.
-    const int descriptor =
-        open(settings_.file.c_str(), O_RDWR | O_CREAT | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC, 0600);
-    if (descriptor < 0) return Attempt::kImpossible;
-    Attempt result = Attempt::kImpossible;
-    struct stat file;
-    if (fstat(descriptor, &file) != 0 || !S_ISREG(file.st_mode) || file.st_uid != geteuid()) {
-        result = Attempt::kImpossible;
-    } else if (lock(descriptor, kTurn)) {
-        if (is_in_place(descriptor, settings_.file.c_str())) {
-            count_step(descriptor);
-            count_work(descriptor);
-            descriptor_ = descriptor;
-            if (settings_.file.size() < sizeof heldFile) {
-                settings_.file.copy(heldFile, settings_.file.size());
-                heldFile[settings_.file.size()] = '\0';
-                heldDescriptor = descriptor;
-            }
-            return Attempt::kTaken;
+    const int descriptor = open(settings_.file.c_str(),
+                                O_RDWR | O_CREAT | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC, kPrivate);
+    struct stat file = {};
+    const bool isUsable = descriptor >= 0 && fstat(descriptor, &file) == 0 && is_own_file(file);
+    const int error = descriptor < 0 ? errno : EPERM;
+    const Attempt result = isUsable ? lock_and_keep(descriptor, file) : put_right(error);
+    if (descriptor >= 0 && result != Attempt::kTaken) close(descriptor);
+    return result;
+}
+
+MeasuringTurn::Attempt MeasuringTurn::lock_and_keep(int descriptor, const struct stat& file) {
+    // The umask may have taken away even the owner's rights.
+    if ((file.st_mode & 07777) != kPrivate) fchmod(descriptor, kPrivate);
+    if (lock(descriptor, kTurn)) {
+        if (!is_in_place(descriptor, settings_.file.c_str())) return Attempt::kLate;
+        count_step(descriptor);
+        count_work(descriptor);
+        descriptor_ = descriptor;
+        if (settings_.file.size() < sizeof heldFile) {
+            settings_.file.copy(heldFile, settings_.file.size());
+            heldFile[settings_.file.size()] = '\0';
+            heldDescriptor = descriptor;
         }
-        result = Attempt::kLate;
-    } else if (errno == EACCES || errno == EAGAIN) {
-        look_at_progress(file);
-        const bool hangs = looksWithoutProgress_ >= settings_.patience;
-        const bool canWait = !hangs || remove_file(descriptor, settings_.file);
-        result = canWait ? Attempt::kBusy : Attempt::kImpossible;
+        return Attempt::kTaken;
     }
-    close(descriptor);
+    error_ = errno;
+    if (error_ != EACCES && error_ != EAGAIN) return Attempt::kImpossible;
+    look_at_progress(file);
+    const bool hangs = looksWithoutProgress_ >= settings_.patience;
+    if (!hangs || remove_file(descriptor, settings_.file)) return Attempt::kBusy;
+    error_ = errno;
+    return Attempt::kImpossible;
+}
+
+/// Makes room for the file where something else is in its place, which could not be opened because
+/// of `error`. Only in a folder of this user's.
+MeasuringTurn::Attempt MeasuringTurn::put_right(int error) {
+    error_ = error;
+    const std::string place = settings_.file.substr(0, settings_.file.rfind('/') + 1);
+    const int folder = open(place.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    if (folder < 0) return Attempt::kImpossible;
+    Attempt result = Attempt::kImpossible;
+    struct stat found = {};
+    // One process at a time, so that none removes the file that another has just made.
+    if (flock(folder, LOCK_EX | LOCK_NB) != 0 && errno == EWOULDBLOCK) {
+        if (++busyRepairs_ < settings_.patience) result = Attempt::kBusy;
+    } else if (fstat(folder, &found) == 0 && found.st_uid == geteuid()) {
+        error_ = make_place_for_file(settings_.file.c_str());
+        if (error_ == 0) result = Attempt::kLate;
+    }
+    close(folder);
     return result;
 }
 

@@ -5,8 +5,9 @@
 //
 // The turn is a record lock on a file: the kernel releases it when the process dies, and a child
 // does not inherit it. The run that has it touches the file as it progresses. If the others see no
-// progress for a long time, one of them removes the file, and all meet again on a new one. If the
-// file cannot be locked, runs do not wait for each other.
+// progress for a long time, one of them removes the file, and all meet again on a new one. What is
+// no file of this user's is removed from its place: the folder is private. If there still is no
+// lock, runs do not wait for each other, and trouble() says why.
 //
 // The run also names the record sets that it works on, for applications that do not wait: each is a
 // lock on a byte whose place follows from the set's name. That takes no space on a full disk, is
@@ -38,6 +39,10 @@ public:
     /// Did another run have the turn first? It may have written records meanwhile.
     bool had_to_wait() const { return hadToWait_; }
 
+    /// Why this run does not have the turn, as a line; empty while it has, and where there is no
+    /// folder for the file, because then there is none for the records either.
+    std::string trouble() const;
+
     /// Shows waiting runs that this one makes progress. If the turn was lost, waits for a new one
     /// and returns false: other runs may have written records meanwhile.
     bool advance();
@@ -53,6 +58,8 @@ private:
     void take();
     void leave();
     Attempt attempt();
+    Attempt lock_and_keep(int descriptor, const struct stat& file);
+    Attempt put_right(int error);
     void look_at_progress(const struct stat& file);
 
     const TurnSettings settings_;
@@ -61,7 +68,9 @@ private:
     int descriptor_ = -1;
     std::set<std::string> inHand_;
     bool hadToWait_ = false;
-    struct stat seen_ = {};  // The other run's file when last looked at.
+    int error_ = 0;             // Why there is no turn.
+    unsigned busyRepairs_ = 0;  // How often another process had the folder.
+    struct stat seen_ = {};     // The other run's file when last looked at.
     unsigned looksWithoutProgress_ = 0;
 };
 

@@ -301,9 +301,9 @@ Status Database::write(std::string_view application, const Changes& changes, Rec
         if (code == SQLITE_OK) code = change(application, key, std::nullopt);
     }
     if (code == SQLITE_OK) {
-        if (sqlite3_total_changes(database_.get()) != before) extend_log();
-        code = execute("COMMIT");
+        if (sqlite3_total_changes(database_.get()) != before) code = extend_log();
     }
+    if (code == SQLITE_OK) code = execute("COMMIT");
     if (code == SQLITE_OK) {
         *records = std::move(fresh);
         return {};
@@ -346,23 +346,25 @@ int Database::change(std::string_view application, std::string_view key,
 
 /// If a commit makes the log grow, it costs two disk writes: the pages and the file's new size. So
 /// the log gets its full size at once and is then overwritten. No other writer can interfere, and
-/// readers stop at the last commit. Without room on the disk, the log grows as usual.
-void Database::extend_log() {
-    if (std::exchange(has_whole_log_, true)) return;
+/// readers stop at the last commit. Without room on the disk this fails, and nothing is written: a
+/// test's false might still fit, and its outcome not any more.
+int Database::extend_log() {
+    if (has_whole_log_) return SQLITE_OK;
     sqlite3_file* log = nullptr;
     sqlite3_file_control(database_.get(), "main", SQLITE_FCNTL_JOURNAL_POINTER, &log);
     sqlite3_int64 size = 0;
     const bool isLog = log && log->pMethods && access((path_ + "-wal").c_str(), F_OK) == 0;
-    if (!isLog || log->pMethods->xFileSize(log, &size) != SQLITE_OK) return;
+    int code = isLog ? log->pMethods->xFileSize(log, &size) : SQLITE_OK;
+    const sqlite3_int64 former = size;
     // SQLite's files take less than 128 KiB at a time.
     const std::vector<char> zeros(std::size_t{8} * kPageSize);
-    for (auto end = size; end < kLogSize; end += static_cast<sqlite3_int64>(zeros.size())) {
-        const auto count = static_cast<int>(zeros.size());
-        if (log->pMethods->xWrite(log, zeros.data(), count, end) != SQLITE_OK) {
-            log->pMethods->xTruncate(log, size);
-            return;
-        }
+    while (isLog && code == SQLITE_OK && size < kLogSize) {
+        code = log->pMethods->xWrite(log, zeros.data(), static_cast<int>(zeros.size()), size);
+        size += static_cast<sqlite3_int64>(zeros.size());
     }
+    has_whole_log_ = code == SQLITE_OK;
+    if (!has_whole_log_) log->pMethods->xTruncate(log, former);
+    return code;
 }
 
 Status Database::status_of(int code) const {

@@ -82,7 +82,7 @@ private:
     int execute(const char* sql);
     int prepare(Query query, sqlite3_stmt** statement);
     int ask(Query query, int* number);
-    void extend_log();
+    int extend_log();
     Status status_of(int code) const;
     static int is_out_of_time(void* database);
 
