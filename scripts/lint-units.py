@@ -21,7 +21,6 @@ ALONE = re.compile(
     r"""tests/client/no_glfw\.cpp
     |tests/platform/(first_use|preference_lists|preferences)_test\.cpp
     |tests/unit/(dispatch_portable_test|dispatch_test|scripted_random)\.cpp
-    |texprobectl/merged_document\.cpp
     """,
     re.VERBOSE,
 )

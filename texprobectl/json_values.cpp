@@ -11,7 +11,7 @@ namespace texprobe::ctl {
 
 namespace {
 
-using Json = nlohmann::json;
+using ParsedJson = nlohmann::json;
 
 // What no document of ours comes near; a hostile one must not take the memory.
 constexpr std::size_t kDeepest = 8;
@@ -115,7 +115,7 @@ private:
 };
 
 /// Builds values, and hands over what stands at the top.
-class Builder : public Json::json_sax_t {
+class Builder : public ParsedJson::json_sax_t {
 public:
     Builder(Progress& progress, const TopLevel& top) : progress_(progress), top_(top) {}
 
@@ -158,7 +158,7 @@ public:
         return true;
     }
 
-    bool parse_error(std::size_t, const std::string&, const Json::exception& error) override {
+    bool parse_error(std::size_t, const std::string&, const ParsedJson::exception& error) override {
         // The library counts in its own way; the reason follows its last ": ".
         std::string text = error.what();
         const std::size_t reason = text.find("syntax error");
@@ -245,7 +245,7 @@ const JsonValue* JsonValue::member(std::string_view name) const {
 Position read_json(std::istream& text, const std::string& file, const TopLevel& top) {
     Progress progress{text, file, {}, {}};
     Builder builder(progress, top);
-    Json::sax_parse(CountedCharacters(&progress), CountedCharacters(), &builder);
+    ParsedJson::sax_parse(CountedCharacters(&progress), CountedCharacters(), &builder);
     return builder.begin();
 }
 

@@ -2,11 +2,11 @@
 
 #include <fmt/format.h>
 
+#include "json_lines.h"
+
 namespace texprobe::ctl {
 
 namespace {
-
-using Json = nlohmann::ordered_json;
 
 constexpr auto kMost = static_cast<std::int64_t>(kMostSets);
 
@@ -14,14 +14,6 @@ Json counts_of(const VerdictCounts& counts) {
     Json object = Json::object();
     for (std::size_t i = 0; i < kVerdictCount; ++i) object[kVerdictNames[i]] = counts[i];
     return object;
-}
-
-Json text_or_null(const std::optional<std::string>& text) {
-    return text ? Json(*text) : Json(nullptr);
-}
-
-std::string line_of(const Json& value) {
-    return value.dump(-1, ' ', false, Json::error_handler_t::replace);
 }
 
 void write_formats(const CellCounts& cells, const std::string& indent, std::ostream& output) {

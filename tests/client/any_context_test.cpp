@@ -171,6 +171,29 @@ TEST_F(ManyApplications, get_the_same_verdicts_at_once) {
     EXPECT_THAT(all, testing::Each(expected));
 }
 
+class BesideARun : public VerdictsFixture {};
+
+TEST_F(BesideARun, get_no_verdict_that_a_test_under_way_may_still_change) {
+    const auto context = open_surfaceless_core();
+    ASSERT_TRUE(folder_.run().exited_with(0));
+    const std::string expected = recorded_answers(text(GL_RENDERER));
+    for (const char* change : {"UPDATE records SET value = 0.2 WHERE key = 'VERSION'",
+                               "DELETE FROM records WHERE key LIKE 'GL_RGB%'"}) {
+        folder_.execute(change);
+        const pid_t run = start({folder_.tool()});
+        int opened = 0;
+        for (; !has_ended(run); ++opened) {
+            texprobe_verdicts* verdicts = open("/no/such/tool");
+            const bool isReady = texprobe_verdicts_wait(verdicts, -1) == TEXPROBE_READY;
+            EXPECT_EQ(isReady ? answers_of(verdicts) : expected, expected) << change;
+            texprobe_verdicts_close(verdicts);
+        }
+        EXPECT_TRUE(finish(run).exited_with(0));
+        EXPECT_GT(opened, 10);
+        EXPECT_EQ(recorded_answers(text(GL_RENDERER)), expected);
+    }
+}
+
 class NoContext : public VerdictsFixture {};
 
 TEST_F(NoContext, is_told) {

@@ -147,7 +147,7 @@ std::optional<Evidence> collect_evidence(const PrivateFolder& folder, const Repo
     for (const Report::NamedImage& named : report.images()) {
         Image image = read_image(folder, named);
         if (named.test != number_of(cell)) {
-            if (named.name != kKept) {
+            if (named.name != kKeptImage) {
                 evidence.earlier.push_back({cell_words(cell_of(named.test)), std::move(image)});
             }
         } else if (named.name == kSent) {

@@ -60,7 +60,7 @@ public:
         const RecordedImages images = Recorder::instance().take_images();
         write_image(order_.folder, kSent, number, images.sent);
         write_image(order_.folder, kReturned, number, images.returned);
-        write_image(order_.folder, kKept, number, images.kept);
+        write_image(order_.folder, kKeptImage, number, images.kept);
     }
 
 private:

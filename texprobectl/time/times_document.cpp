@@ -3,18 +3,13 @@
 #include <algorithm>
 
 #include "document.h"
+#include "json_lines.h"
 
 namespace texprobe::ctl {
 
 namespace {
 
-using Json = nlohmann::ordered_json;
-
 constexpr const char* kTimesSchema = "texprobe-times";
-
-Json text_or_null(const std::optional<std::string>& text) {
-    return text ? Json(*text) : Json(nullptr);
-}
 
 Json way_of(const TransferTimes& transfer, const TimedWay& timed) {
     return {{"way", kWays[timed.way].name},
