@@ -150,10 +150,10 @@ std::optional<Evidence> collect_evidence(const PrivateFolder& folder, const Repo
             if (named.name != kKeptImage) {
                 evidence.earlier.push_back({cell_words(cell_of(named.test)), std::move(image)});
             }
-        } else if (named.name == kSent) {
+        } else if (named.name == kSentImage) {
             hasSent = true;
             evidence.sent = std::move(image);
-        } else if (named.name == kReturned) {
+        } else if (named.name == kReturnedImage) {
             hasReturned = true;
             evidence.returned = std::move(image);
         } else {
