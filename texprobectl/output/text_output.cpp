@@ -201,6 +201,10 @@ private:
              renderer.canBeOpened
                  ? fmt::format("{}, can be opened, {} MB", renderer.rendererID, *renderer.megabytes)
                  : fmt::format("{}, cannot be opened: {}", renderer.rendererID, renderer.trouble));
+        if (renderer.canBeOpened) {
+            item("", fmt::format("{}, {}", renderer.renderer, renderer.vendor));
+            item("", renderer.glVersion);
+        }
         for (const std::string& message : renderer.messages) item("", message);
     }
 
