@@ -8,6 +8,7 @@
 
 #include "document.h"
 #include "output/text_times.h"
+#include "platform/scratch_folder.h"
 #include "support/text.h"
 #include "support/tool_folder.h"
 #include "time/rounds.h"
@@ -262,8 +263,8 @@ protected:
         return "";
     }
 
-    const std::filesystem::path file_ =
-        std::filesystem::path(testing::TempDir()) / ("times." + std::to_string(getpid()));
+    const ScratchFolder folder_;
+    const std::filesystem::path file_ = folder_.path() / "times";
 };
 
 TEST_F(TimesDocument, comes_back_as_it_was) {
