@@ -317,18 +317,19 @@ TEST_F(Store, with_a_record_that_does_not_fit_into_memory_ends_nobody) {
     rows(
         "INSERT INTO records VALUES ('org.example.app', 'b', 'string', zeroblob(75000000));"
         "INSERT INTO records VALUES ('org.example.app', 'c', 'boolean', 1)");
-    EXPECT_TRUE(texprobe::tests::in_child([this] {
-        rlimit limit;
-        getrlimit(RLIMIT_DATA, &limit);
-        limit.rlim_cur = 60'000'000;
-        if (setrlimit(RLIMIT_DATA, &limit) != 0) return false;
-        testing::internal::CaptureStderr();
-        RecordStore store(directory());
-        store.value(kApp, "a");
-        store.change(kApp, {{"new", true}});
-        store.synchronize(kApp);
-        return store.value(kApp, "new").has_value();
-    }));
+    texprobe::tests::errors_of([this] {
+        EXPECT_TRUE(texprobe::tests::in_child([this] {
+            rlimit limit;
+            getrlimit(RLIMIT_DATA, &limit);
+            limit.rlim_cur = 60'000'000;
+            if (setrlimit(RLIMIT_DATA, &limit) != 0) return false;
+            RecordStore store(directory());
+            store.value(kApp, "a");
+            store.change(kApp, {{"new", true}});
+            store.synchronize(kApp);
+            return store.value(kApp, "new").has_value();
+        }));
+    });
 }
 #endif
 
