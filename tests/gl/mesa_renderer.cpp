@@ -30,9 +30,8 @@ bool has_lavapipe() {
 class VirglServer {
 public:
     VirglServer() {
-        const std::filesystem::path file =
-            std::filesystem::temp_directory_path() / "texprobe-virgl.lock";
-        lock_ = open(file.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600);
+        // Beside the socket, which is in no other folder for temporary files.
+        lock_ = open("/tmp/texprobe-virgl.lock", O_RDWR | O_CREAT | O_CLOEXEC, 0600);
         flock(lock_, LOCK_EX);
         if (accepts()) return;
         process_ = start({"virgl_test_server", {"--use-egl-surfaceless"}});
