@@ -43,6 +43,8 @@ public:
         if (process_ > 0) {
             kill(process_, SIGTERM);
             finish(process_);
+            // It leaves its socket.
+            unlink(kSocket.sun_path);
         }
         close(lock_);
     }
@@ -50,15 +52,15 @@ public:
     VirglServer& operator=(const VirglServer&) = delete;
 
     bool accepts() const {
-        sockaddr_un address = {AF_UNIX, "/tmp/.virgl_test"};
         const int connection = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
         const bool accepted =
-            connect(connection, reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0;
+            connect(connection, reinterpret_cast<const sockaddr*>(&kSocket), sizeof kSocket) == 0;
         close(connection);
         return accepted;
     }
 
 private:
+    static constexpr sockaddr_un kSocket = {AF_UNIX, "/tmp/.virgl_test"};
     static constexpr int kStartTries = 200;
     static constexpr std::chrono::milliseconds kStartPause{50};
 
