@@ -176,7 +176,7 @@ class BesideARun : public VerdictsFixture {};
 TEST_F(BesideARun, get_no_verdict_that_a_test_under_way_may_still_change) {
     const auto context = open_surfaceless_core();
     ASSERT_TRUE(folder_.run().exited_with(0));
-    const std::string expected = recorded_answers(text(GL_RENDERER));
+    const std::string expected = recorded_answers(gl_text(GL_RENDERER));
     for (const char* change : {"UPDATE records SET value = 0.2 WHERE key = 'VERSION'",
                                "DELETE FROM records WHERE key LIKE 'GL_RGB%'"}) {
         folder_.execute(change);
@@ -190,7 +190,7 @@ TEST_F(BesideARun, get_no_verdict_that_a_test_under_way_may_still_change) {
         }
         EXPECT_TRUE(finish(run).exited_with(0));
         EXPECT_GT(opened, 10);
-        EXPECT_EQ(recorded_answers(text(GL_RENDERER)), expected);
+        EXPECT_EQ(recorded_answers(gl_text(GL_RENDERER)), expected);
     }
 }
 
