@@ -61,7 +61,9 @@ TEST_F(MeasuringVerdicts, show_their_progress) {
         seen.insert(texprobe_verdicts_progress(verdicts));
     }
     EXPECT_THAT(seen, Contains(0.5));
-    EXPECT_THAT(seen, testing::IsSubsetOf({0.0, 0.5, 1.0}));
+    // All but one when everything is recorded and the run has not ended yet.
+    EXPECT_THAT(
+        seen, testing::Each(testing::AnyOf(0.0, 0.5, testing::DoubleNear(191.0 / 192, 1e-6), 1.0)));
     texprobe_verdicts_close(verdicts);
 }
 
