@@ -48,7 +48,7 @@ Counted Merged::total() const {
 
 Merged merge_files(const std::vector<std::string>& files, std::vector<std::string>* empty) {
     Merged merged;
-    const auto check_sum = [&](const JsonValue& value, const Expect& expect) {
+    const auto checkSum = [&](const JsonValue& value, const Expect& expect) {
         if (merged.sets() <= kMostSets) return;
         expect.fail(value, "with this, more than " + std::to_string(kMostSets) + " record sets");
     };
@@ -56,11 +56,11 @@ Merged merge_files(const std::vector<std::string>& files, std::vector<std::strin
         {kRecordsSchema, "record_sets",
          [&](const JsonValue& value, const Expect& expect) {
              merged.add(read_set(value, expect));
-             check_sum(value, expect);
+             checkSum(value, expect);
          }},
         {kMergedSchema, "drivers", [&](const JsonValue& value, const Expect& expect) {
              read_merged(value, expect, &merged);
-             check_sum(value, expect);
+             checkSum(value, expect);
          }}};
     for (const std::string& file : files) {
         if (read_document(file, kinds) == 0) empty->push_back(file);
