@@ -23,12 +23,12 @@ struct Program {
     std::string path;
     /// Those after the program's name.
     std::vector<std::string> arguments;
-    /// Lines "NAME=value". None: the caller's, read when the run begins.
-    std::optional<std::vector<std::string>> environment = std::nullopt;
     /// How long a step may take; zero for ever.
     std::chrono::milliseconds stepLimit{0};
     /// How long a program that was told to stop may take to end by itself.
     std::chrono::milliseconds stopGrace{3000};
+    /// Lines "NAME=value". None: the caller's, read when the run begins.
+    std::optional<std::vector<std::string>> environment = std::nullopt;
 };
 
 /// A copy of the caller's, for a run on another thread: the caller may change its own meanwhile.
