@@ -13,9 +13,6 @@
 namespace texprobe::tests {
 namespace {
 
-using testing::HasSubstr;
-using testing::StartsWith;
-
 const std::string kLostID = kIDPrefix + "abcd1234.build-9";
 
 /// Every file below the folder of the records, and its bytes.

@@ -303,7 +303,7 @@ TEST_F(TimesDocument, of_no_time_or_no_bytes_is_refused_at_its_place) {
 
 TEST(TimesText, has_no_control_characters_of_the_driver) {
     Times times = example();
-    times.renderer = "a\x1b[2Jrenderer\u202e";
+    times.renderer = "a\x1b[2Jrenderer\u2028";
     times.glVersion = "4.5\nfake";
     times.transfers[2].reason = "ended\adly";
     std::ostringstream stream;
