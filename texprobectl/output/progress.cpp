@@ -3,6 +3,7 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <set>
 
 #include "output/status_line.h"
 #include "turn.h"
@@ -34,6 +35,7 @@ public:
         : stream_(stream), isInterrupted_(isInterrupted) {}
 
     void waits_for(int process) override {
+        if (!waitedFor_.insert(process).second) return;
         std::string line = name_of_holder(process) + " is measuring; waiting for it.";
         line[0] = line[0] == 'p' ? 'P' : 'A';
         say(line);
@@ -56,6 +58,7 @@ protected:
 
 private:
     bool (*const isInterrupted_)();
+    std::set<int> waitedFor_;
 };
 
 class Lines : public View {
