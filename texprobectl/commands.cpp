@@ -137,7 +137,7 @@ void add_measure(CLI::App* app, Session* session) {
         ->capture_default_str();
     command->footer(
         "Ends with the table of what changed.\n"
-        "Status 0 when a run completed, whatever crashed.");
+        "Status 0 when all verdicts are recorded, whatever crashed.");
     command->callback([=] { session->status = run_measure(*arguments, *session); });
 }
 

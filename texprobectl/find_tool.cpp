@@ -7,6 +7,8 @@
 #include <sstream>
 #include <utility>
 
+#include "processes.h"
+
 namespace texprobe::ctl {
 
 namespace {
@@ -32,7 +34,9 @@ bool is_program(const std::string& path) {
 }
 
 std::string find_self(const std::string& name) {
-    const std::string path = name.find('/') == std::string::npos ? find_in_path(name) : name;
+    std::string path = own_program();
+    // A shell may have given it any name.
+    if (path.empty()) path = name.find('/') == std::string::npos ? find_in_path(name) : name;
     std::error_code error;
     const std::filesystem::path real = std::filesystem::canonical(path, error);
     return error ? std::string() : real.string();

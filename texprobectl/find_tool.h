@@ -7,7 +7,8 @@
 
 namespace texprobe::ctl {
 
-/// This program's own file, from the name it was started by; empty when it cannot be told.
+/// This program's own file, as the system tells it, else from the name it was started by; empty
+/// when it cannot be told.
 std::string find_self(const std::string& name);
 
 /// The tool: the one beside `self`, the installed one, the first in PATH; empty when there is none.

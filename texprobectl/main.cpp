@@ -74,6 +74,8 @@ int main(int argc, char** argv) {
     std::setlocale(LC_CTYPE, "");
     // A reader that goes away is an error of the write, which is reported.
     std::signal(SIGPIPE, SIG_IGN);
+    // Whoever ignores it and starts this program would take its children's statuses away.
+    std::signal(SIGCHLD, SIG_DFL);
     try {
         const std::vector<std::string> words(argv + 1, argv + argc);
         if (words.size() >= 2 && words[0] == texprobe::ctl::kChildWord) {

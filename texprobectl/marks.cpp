@@ -56,14 +56,19 @@ std::optional<std::string> read_time(const std::string& id) {
     return read_text(marks_of(id), kTimeKey);
 }
 
-int read_running_tool() {
+/// "4711 <identity>"
+std::optional<RunningToolMark> read_running_tool() {
     refresh(kMarksDomain);
-    return static_cast<int>(read_number(kMarksDomain, kRunningKey).value_or(0.0));
+    const std::string text = read_text(kMarksDomain, kRunningKey).value_or("");
+    const std::size_t space = text.find(' ');
+    const auto process = number_in(std::string_view(text).substr(0, space));
+    if (!process || space == std::string::npos) return std::nullopt;
+    return RunningToolMark{*process, text.substr(space + 1)};
 }
 
-bool write_running_tool(int processID) {
+bool write_running_tool(const std::optional<RunningToolMark>& mark) {
     Change change;
-    if (processID != 0) change = static_cast<double>(processID);
+    if (mark) change = std::to_string(mark->process) + ' ' + mark->identity;
     return write(kMarksDomain, {{kRunningKey, change}});
 }
 

@@ -25,9 +25,14 @@ std::string mark_text(const Cause& cause);
 std::optional<std::string> read_time(const std::string& id);
 inline constexpr const char* kTimeKey = "MEASURED";
 
-/// The tool that a `measure` has started and has not seen end; 0 for none.
-int read_running_tool();
-bool write_running_tool(int processID);
+/// The tool that a `measure` has started and has not seen end.
+struct RunningToolMark {
+    int process = 0;
+    /// Of identity_of_process().
+    std::string identity;
+};
+std::optional<RunningToolMark> read_running_tool();
+bool write_running_tool(const std::optional<RunningToolMark>& mark);
 
 }  // namespace texprobe::ctl
 

@@ -8,28 +8,20 @@
 #include <csignal>
 #include <cstring>
 #include <ctime>
+#include <map>
 #include <thread>
 
+#include "judgement.h"
 #include "marks.h"
 #include "preferences.h"
 #include "run_watch.h"
+#include "running_tool.h"
 #include "signals.h"
 #include "turn.h"
 
 namespace texprobe::ctl {
 
 namespace {
-
-/// The flags as they are recorded now; none of a set that the tool will clear before it measures.
-Flags read_current_flags(const std::string& id) {
-    refresh(id);
-    Flags flags;
-    if (read_number(id, "VERSION").value_or(0.0) < kCurrentVersion) return flags;
-    for_each_cell([&](const Cell& cell) {
-        flags.recorded[cell.format][cell.capability] = read_flag(id, key_of(cell));
-    });
-    return flags;
-}
 
 std::string time_now() {
     std::array<char, 32> text;
@@ -48,6 +40,18 @@ std::string describe_end(const RunEnd& end) {
     return "ended";
 }
 
+/// What is still missing of one renderer's set; empty when nothing is.
+std::string describe_missing(const std::string& id, const std::optional<RecordSet>& set) {
+    const auto identity = parse_id(id);
+    const std::string of = " of " + (identity ? identity->rendererID : id);
+    if (!set) return "nothing is recorded" + of;
+    if (const std::size_t open = set->unmeasured()) {
+        return std::to_string(open) + " of 96 verdicts" + of + " are not recorded";
+    }
+    if (is_complete(*set)) return {};
+    return "the driver's names" + of + " are not recorded, which applications look for";
+}
+
 class Measurement {
 public:
     Measurement(const MeasureOptions& options, const Machine& machine, MeasureWatcher& watcher)
@@ -59,17 +63,20 @@ public:
 
     MeasureResult run() {
         result_.before = read_sets();
+        result_.predecessors = read_predecessors();
         see_to_leftover();
-        const FlagsByID flags = read_flags();
-        doneAtBegin_ = count_done(flags);
+        if (watcher_.is_interrupted()) interrupt();
+        doneAtBegin_ = count_done(read_flags());
         for (int idle = 0; !isOver_;) {
             const std::size_t recorded = run_once();
             ++result_.runs;
             idle = recorded == 0 ? idle + 1 : 0;
-            if (!isOver_ && idle == 2) give_up("two runs in a row recorded nothing: " + lastEnd_);
+            if (!isOver_ && idle == 2) {
+                give_up("two runs in a row recorded nothing: " + describe_last_end());
+            }
             if (!isOver_ && result_.runs == options_.attempts) {
-                give_up(std::to_string(options_.attempts) + " runs were not enough; the last one " +
-                        lastEnd_);
+                give_up(std::to_string(options_.attempts) +
+                        " runs were not enough; the last one: " + describe_last_end());
             }
         }
         result_.after = read_sets();
@@ -85,11 +92,35 @@ private:
         return sets;
     }
 
+    /// Of each renderer the set of the build before the present one.
+    RecordSets read_predecessors() const {
+        const RecordSets all = read_record_sets(machine_);
+        RecordSets predecessors;
+        for (const std::string& id : ids_) {
+            RecordSet present;
+            present.id = id;
+            present.rendererID = parse_id(id).value_or(Identity{}).rendererID;
+            if (const RecordSet* set = find_predecessor(present, all)) predecessors.push_back(*set);
+        }
+        return predecessors;
+    }
+
     FlagsByID read_flags() const {
         FlagsByID flags;
         for (const std::string& id : ids_) flags[id] = read_current_flags(id);
         return flags;
     }
+
+    /// The first thing that is missing of what applications look for; empty when nothing is.
+    std::string find_missing() const {
+        for (const std::string& id : ids_) {
+            std::string missing = describe_missing(id, read_record_set(id, machine_));
+            if (!missing.empty()) return missing;
+        }
+        return {};
+    }
+
+    std::string describe_last_end() const { return lastEnd_ + "; " + find_missing(); }
 
     void give_up(const std::string& reason) {
         isOver_ = true;
@@ -97,170 +128,198 @@ private:
         result_.reason = reason;
     }
 
+    void interrupt() {
+        isOver_ = true;
+        result_.kind = MeasureResult::Kind::kInterrupted;
+    }
+
+    /// Asked while the turn is waited for.
+    bool may_wait() {
+        if (const int holder = turn_holder()) watcher_.waits_for(holder);
+        return !watcher_.is_interrupted();
+    }
+
     /// A `measure` that was killed has not seen its tool's end. What the tool had in hand may have
     /// been no fault of the driver's, and is tested again.
     void see_to_leftover() {
-        const int process = read_running_tool();
-        if (process == 0) return;
-        if (turn_holder() == process) {
-            if (!watcher_.end_leftover(process)) return;
-            end_leftover(process);
+        const auto left = runningTool_.left_behind();
+        if (!left) return;
+        if (!left->hasGone) {
+            // One that waits for its turn, or for an answer to the question, ends by itself.
+            const auto hasTurn = [&] { return is_in_group(turn_holder(), left->process); };
+            if (!hasTurn() || !watcher_.end_leftover(left->process) || !hasTurn()) return;
+            if (!end_leftover(left->process)) return;
         }
-        for (const std::string& id : ids_) {
-            if (test_last_no_again(id)) break;
-        }
-        write_running_tool(0);
+        const bool isDone =
+            under_turn([this] { return may_wait(); }, [this] { test_last_again(); });
+        if (isDone) runningTool_.forget();
     }
 
-    void end_leftover(int process) {
+    /// False when it does not go.
+    bool end_leftover(int process) {
+        const auto hasGone = [&](int tenths) {
+            for (int i = 0; i < tenths && is_in_group(turn_holder(), process); ++i) {
+                std::this_thread::sleep_for(std::chrono::milliseconds(100));
+            }
+            return !is_in_group(turn_holder(), process);
+        };
+        kill(-process, SIGTERM);
+        if (hasGone(kTenthsToStop)) return true;
+        // As long as it hangs it has the turn, so that nobody takes its test for a verdict.
+        test_last_again();
         kill(-process, SIGKILL);
-        for (int i = 0; i < 50 && turn_holder() == process; ++i) {
-            std::this_thread::sleep_for(std::chrono::milliseconds(100));
-        }
-        if (turn_holder() == process) watcher_.left_behind(process);
+        const bool isDone = hasGone(50);
+        if (!isDone) watcher_.left_behind(process);
+        return isDone;
     }
 
     /// The test that an unfinished run was in is the last one before what is still to be measured.
-    /// True when the set is such a one.
-    static bool test_last_no_again(const std::string& id) {
-        const Flags flags = read_current_flags(id);
-        RecordSet set;
-        decide_verdicts(flags, &set);
-        std::optional<Cell> last;
-        bool isUnfinished = false;
-        for_each_cell([&](const Cell& cell) {
-            isUnfinished |= set.verdict(cell) == Verdict::kUnmeasured;
-            if (!isUnfinished && flags.recorded[cell.format][cell.capability]) last = cell;
-        });
-        if (isUnfinished && last && set.verdict(*last) == Verdict::kNo && !read_mark(id, *last)) {
-            write(id, {{key_of(*last), std::nullopt}});
+    void test_last_again() {
+        for (const std::string& id : ids_) {
+            const Flags flags = read_current_flags(id);
+            const auto next = next_unmeasured(flags);
+            const auto last = last_recorded(flags, next);
+            if (!next || !last) continue;
+            const bool isNo = !*flags.recorded[last->format][last->capability];
+            if (isNo && !read_mark(id, *last)) remove_records(id, {*last});
+            return;
         }
-        return isUnfinished && last.has_value();
+    }
+
+    /// With the driver's names, by which applications take the set for a measured one.
+    static bool remove_records(const std::string& id, const std::vector<Cell>& cells) {
+        Changes changes;
+        for (const Cell& cell : cells) changes[key_of(cell)] = std::nullopt;
+        for (const char* key : {"GL_VENDOR", "GL_VERSION", "GL_RENDERER"}) {
+            changes[key] = std::nullopt;
+        }
+        return write(id, changes);
     }
 
     /// How many verdicts the run has recorded.
     std::size_t run_once() {
         const FlagsByID before = read_flags();
-        RunWatch watch(before, begin_, doneAtBegin_, watcher_);
-        Program program{options_.tool, {}, std::chrono::seconds(options_.seconds)};
+        RunWatch watch({before, begin_, doneAtBegin_}, runningTool_, watcher_);
+        // The tool has the turn then, and whoever gets it next finds no record of the test.
+        watch.onKill = [&] { remove_stopped_test(watch); };
+        const Program program{options_.tool,
+                              {},
+                              std::chrono::seconds(options_.seconds),
+                              std::chrono::milliseconds(100 * kTenthsToStop)};
         const RunEnd end = run_supervised(program, watch);
         if (end.kind == RunEnd::Kind::kNotStarted) {
             give_up(options_.tool + " could not be started: " + std::strerror(end.number));
             return 0;
         }
-        if (end.isLeftBehind) {
-            watcher_.left_behind(watch.process());
-        } else if (watch.is_remembered()) {
-            write_running_tool(0);
-        }
+        if (end.isLeftBehind) watcher_.left_behind(watch.process());
         lastEnd_ = "texprobe " + describe_end(end);
         if (!watch.trouble().empty()) lastEnd_ += " (" + watch.trouble() + ")";
-        const std::size_t recorded = remember(before, watch, end);
+        if (remember(watch, end)) runningTool_.forget_gone();
+        watch.show_recorded();
         conclude(end);
-        return recorded;
+        const std::size_t was = count_recorded(before);
+        const std::size_t is = count_recorded(read_flags());
+        return is - std::min(is, was);
     }
 
+    static std::size_t count_recorded(const FlagsByID& flags) {
+        std::size_t count = 0;
+        for (const auto& [id, ofSet] : flags) {
+            for (const auto& format : ofSet.recorded) {
+                for (const auto& flag : format) count += flag.has_value();
+            }
+        }
+        return count;
+    }
+
+    /// What is recorded decides, not how the run has ended.
     void conclude(const RunEnd& end) {
-        if (end.kind == RunEnd::Kind::kExited && end.number == 0) {
-            isOver_ = true;
-            result_.kind = MeasureResult::Kind::kComplete;
-            for (const std::string& id : ids_) write(marks_of(id), {{kTimeKey, time_now()}});
-        }
-        if (end.kind == RunEnd::Kind::kStopped) {
-            isOver_ = true;
-            result_.kind = MeasureResult::Kind::kInterrupted;
-        }
+        if (end.kind == RunEnd::Kind::kStopped) return interrupt();
+        if (!find_missing().empty()) return;
+        isOver_ = true;
+        result_.kind = MeasureResult::Kind::kComplete;
+        for (const std::string& id : ids_) write(marks_of(id), {{kTimeKey, time_now()}});
     }
 
-    std::optional<Cause> cause_of(const RunEnd& end) const {
-        switch (end.kind) {
-            case RunEnd::Kind::kSignalled:
-                return Crashed{signal_name(end.number)};
-            case RunEnd::Kind::kExited:
-                return Exited{end.number};
-            case RunEnd::Kind::kTimeLimit:
-                return Hung{options_.seconds};
-            default:
-                return std::nullopt;
-        }
+    RunFacts facts_of(const std::string& id, const RunWatch& watch, const RunEnd& end) const {
+        RunFacts facts = watch.facts(id);
+        const auto former = endedFromOutside_.find(id);
+        if (former != endedFromOutside_.end()) facts.endedFromOutside = former->second;
+        facts.end = end;
+        facts.seconds = options_.seconds;
+        return facts;
     }
 
-    /// Writes what the run's lines and its end say of each verdict. How many it has recorded.
-    std::size_t remember(const FlagsByID& before, const RunWatch& watch, const RunEnd& end) {
-        std::size_t recorded = 0;
+    void remove_stopped_test(const RunWatch& watch) const {
+        if (!is_in_group(turn_holder(), watch.process())) return;
+        const std::string& id = watch.current_id();
+        const Judgement judgement = judge(facts_of(id, watch, {RunEnd::Kind::kStopped}));
+        if (!judgement.again.empty()) remove_records(id, judgement.again);
+    }
+
+    /// Writes what the run's lines and its end say of each verdict. False when records that say
+    /// nothing had to stay.
+    bool remember(const RunWatch& watch, const RunEnd& end) {
+        bool isDone = true;
         std::optional<Cell> guilty;
         for (const std::string& id : ids_) {
-            const auto said = watch.said().find(id);
-            recorded +=
-                remember_set(id, before.at(id), said == watch.said().end() ? Flags{} : said->second,
-                             end, id == watch.current_id() ? &guilty : nullptr);
+            const RunFacts facts = facts_of(id, watch, end);
+            const Judgement judgement = judge(facts);
+            if (judgement.inHand) guilty = judgement.inHand;
+            remember_causes(id, judgement);
+            if (judgement.again.empty()) continue;
+            // Of no account where the run did end in that test by a fault.
+            if (judgement.inHand) endedFromOutside_[id].push_back(*judgement.inHand);
+            isDone &= test_again(id, judgement.again);
         }
-        const auto cause = cause_of(end);
-        const bool hasEnded = end.kind == RunEnd::Kind::kExited && end.number == 0;
+        const auto cause = cause_of(end, options_.seconds);
+        const bool hasEnded = end.kind == RunEnd::Kind::kExited && end.number == 0 && !guilty;
         const auto identity = parse_id(watch.current_id());
         if (cause && !hasEnded && identity) watcher_.died(identity->rendererID, guilty, *cause);
-        return recorded;
+        return isDone;
     }
 
-    /// The last test that has been recorded as false and not been spoken of, where a test was in
-    /// hand at all. Others have measured what comes before it, while this run waited for its turn.
-    static std::optional<Cell> find_in_hand(const Flags& before, const Flags& now,
-                                            const Flags& said, const RunEnd& end) {
-        RecordSet set;
-        decide_verdicts(now, &set);
-        const bool hasEnded = end.kind == RunEnd::Kind::kExited && end.number == 0;
-        if (hasEnded && set.unmeasured() == 0) return std::nullopt;
-        std::optional<Cell> last;
-        for_each_cell([&](const Cell& cell) {
-            const auto& flag = now.recorded[cell.format][cell.capability];
-            const bool isNew = flag && !before.recorded[cell.format][cell.capability];
-            if (isNew && !*flag && !said.recorded[cell.format][cell.capability]) last = cell;
-        });
-        return last;
-    }
-
-    /// `guilty` is null for a set that the run was not in at its end.
-    std::size_t remember_set(const std::string& id, const Flags& before, const Flags& said,
-                             const RunEnd& end, std::optional<Cell>* guilty) const {
-        const Flags now = read_current_flags(id);
-        const auto inHand = guilty ? find_in_hand(before, now, said, end) : std::nullopt;
-        Changes marks;
-        Changes records;
-        std::size_t recorded = 0;
-        for_each_cell([&](const Cell& cell) {
-            const auto& flag = now.recorded[cell.format][cell.capability];
-            const auto& word = said.recorded[cell.format][cell.capability];
-            const bool isNew = flag && !before.recorded[cell.format][cell.capability];
-            const std::string key = key_of(cell);
-            const bool isInHand =
-                inHand && cell.format == inHand->format && cell.capability == inHand->capability;
-            // Killed between the test and the next synchronization, or told to stop in the midst of
-            // a test: that verdict is not the driver's.
-            const bool isLost = flag && word && *word && !*flag;
-            const bool isStopped = isInHand && end.kind == RunEnd::Kind::kStopped;
-            if (isLost || isStopped) records[key] = std::nullopt;
-            recorded += isNew && !isLost && !isStopped;
-            if (isInHand && !isStopped) {
-                *guilty = cell;
-                if (const auto cause = cause_of(end)) marks[key] = mark_text(*cause);
-            } else if (word && !*word) {
-                marks[key] = mark_text(Seen{});
-            } else if ((!flag || *flag) && read_mark(id, cell)) {
-                marks[key] = std::nullopt;
+    /// Under the turn, so that nobody who measures loses a record that it has begun.
+    bool test_again(const std::string& id, const std::vector<Cell>& cells) {
+        bool isDone = false;
+        const auto remove = [&] {
+            const Flags now = read_current_flags(id);
+            std::vector<Cell> stillFalse;
+            for (const Cell& cell : cells) {
+                const auto& flag = now.recorded[cell.format][cell.capability];
+                if (flag && !*flag) stillFalse.push_back(cell);
             }
-        });
-        if (!records.empty()) write(id, records);
-        if (!marks.empty()) write(marks_of(id), marks);
-        return recorded;
+            isDone = stillFalse.empty() || remove_records(id, stillFalse);
+        };
+        // Who interrupts waits no longer than a second.
+        int pauses = 0;
+        return under_turn([&] { return may_wait() || ++pauses < 100; }, remove) && isDone;
     }
+
+    static void remember_causes(const std::string& id, const Judgement& judgement) {
+        Changes marks;
+        for (const auto& [cell, cause] : judgement.causes) {
+            if (cause) {
+                marks[key_of(cell)] = mark_text(*cause);
+            } else if (read_mark(id, cell)) {
+                marks[key_of(cell)] = std::nullopt;
+            }
+        }
+        if (!marks.empty()) write(marks_of(id), marks);
+    }
+
+    /// Shorter than the time that the tool gives its test before it dies of the signal.
+    static constexpr int kTenthsToStop = 15;
 
     const MeasureOptions& options_;
     const Machine& machine_;
     MeasureWatcher& watcher_;
+    RunningTool runningTool_;
     std::vector<std::string> ids_;
     MeasureResult result_;
     bool isOver_ = false;
     std::string lastEnd_;
+    std::map<std::string, std::vector<Cell>> endedFromOutside_;
     std::size_t doneAtBegin_ = 0;
     const std::chrono::steady_clock::time_point begin_ = std::chrono::steady_clock::now();
 };

@@ -45,7 +45,7 @@ public:
     /// A run died: in which test, as far as there was one, and how.
     virtual void died(const std::string& rendererID, const std::optional<Cell>& cell,
                       const Cause& cause) = 0;
-    /// Somebody else's run has the turn. Said once for each.
+    /// Somebody else's run has the turn. Told again and again.
     virtual void waits_for(int process) = 0;
     /// The tool of a `measure` that was killed still has the turn. True to end it.
     virtual bool end_leftover(int process) = 0;
@@ -63,6 +63,8 @@ struct MeasureResult {
     /// The sets of this machine's renderers.
     RecordSets before;
     RecordSets after;
+    /// Those of the build before the present one.
+    RecordSets predecessors;
 };
 
 MeasureResult measure(const MeasureOptions& options, const Machine& machine,

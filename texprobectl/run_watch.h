@@ -1,5 +1,5 @@
-// One run of the tool while it lasts: what its lines said, how far it is, and whether it waits for
-// somebody else.
+// One run of the tool while it lasts: what its lines said, how far it is, whether it has the turn,
+// and whom it waits for.
 
 #ifndef TEXPROBECTL_RUN_WATCH_H
 #define TEXPROBECTL_RUN_WATCH_H
@@ -7,11 +7,13 @@
 #include <supervised_run.h>
 
 #include <chrono>
+#include <functional>
 #include <map>
-#include <set>
 #include <string>
 
+#include "judgement.h"
 #include "measure.h"
+#include "running_tool.h"
 #include "tool_output.h"
 
 namespace texprobe::ctl {
@@ -19,41 +21,59 @@ namespace texprobe::ctl {
 /// The flags of each set that is measured, by identifier.
 using FlagsByID = std::map<std::string, Flags>;
 
+/// The flags as they are recorded now; none of a set that the tool will clear before it measures.
+Flags read_current_flags(const std::string& id);
+
+/// What a run is begun with.
+struct RunBegin {
+    /// As they were before the run.
+    FlagsByID flags;
+    /// Of the whole measurement.
+    std::chrono::steady_clock::time_point begin;
+    std::size_t doneAtBegin = 0;
+};
+
 class RunWatch : public RunObserver {
 public:
-    /// `flags` are those before the run.
-    RunWatch(FlagsByID flags, std::chrono::steady_clock::time_point begin, std::size_t doneAtBegin,
-             MeasureWatcher& watcher)
-        : flags_(std::move(flags)), begin_(begin), doneAtBegin_(doneAtBegin), watcher_(watcher) {}
+    RunWatch(RunBegin run, RunningTool& runningTool, MeasureWatcher& watcher)
+        : run_(std::move(run)), runningTool_(runningTool), watcher_(watcher) {}
 
     void started(int processID) override;
     bool line(Stream stream, std::string_view text) override;
     Wish look() override;
+    void before_kill() override { onKill(); }
+
+    /// Called before a tool that was told to stop, and has not, is killed.
+    std::function<void()> onKill;
 
     int process() const { return process_; }
-    /// Whether the next `measure` would find this run's process, if this one were killed.
-    bool is_remembered() const { return isRemembered_; }
-    /// The verdicts that the tool has said, by identifier.
-    const FlagsByID& said() const { return said_; }
-    /// The last thing that it complained about; empty if it did not.
+    /// What is known of the run for the judgement on one set.
+    RunFacts facts(const std::string& id) const;
+    /// What it complained about; empty if it did not.
     const std::string& trouble() const { return trouble_; }
     const std::string& current_id() const { return currentID_; }
 
+    /// Has the progress shown that is recorded, whatever was said.
+    void show_recorded();
+
 private:
-    void remember_process();
+    void begin_turn(const std::string& id);
+    void take_trouble(const std::string& text);
     void tell_progress();
     bool waits_for_other();
 
-    FlagsByID flags_;
-    FlagsByID said_;
-    const std::chrono::steady_clock::time_point begin_;
-    const std::size_t doneAtBegin_;
+    RunBegin run_;
+    RunningTool& runningTool_;
     MeasureWatcher& watcher_;
+    const FlagsByID atStart_ = run_.flags;
+    FlagsByID atTurn_;
+    FlagsByID said_;
     int process_ = 0;
-    bool isRemembered_ = false;
+    // As far as the tool's lines and the last look tell.
+    bool hasTurn_ = false;
+    bool isTesting_ = false;
     std::string currentID_;
     std::string trouble_;
-    std::set<int> waitedFor_;
     int looks_ = 0;
 };
 

@@ -45,11 +45,13 @@ ToolEvent parse_line(std::string_view line) {
     if (!parse_id(id)) return OtherLine{};
     const std::string_view text = line.substr(space + 2);
     if (starts_with(text, "testing renderer: ")) return RendererBegun{id};
+    if (starts_with(text, "GL_ARB_pixel_buffer_object : ")) return TestsBegun{id};
+    if (starts_with(text, "GL_VENDOR: ")) return TestsDone{id};
     if (auto ended = parse_result(text)) {
         ended->id = id;
         return *ended;
     }
-    return OtherLine{};
+    return RendererSpokenOf{id};
 }
 
 }  // namespace texprobe::ctl

@@ -1,6 +1,7 @@
 #include "turn.h"
 
 #include <measuring_turn.h>
+#include <unistd.h>
 
 namespace texprobe::ctl {
 
@@ -13,12 +14,25 @@ std::string name_of_holder(int process) {
                                           : "process " + std::to_string(process);
 }
 
+bool is_in_group(int process, int group) {
+    return process > 0 && (process == group || getpgid(process) == group);
+}
+
+bool under_turn(const std::function<bool()>& mayWait, const std::function<void()>& action) {
+    struct TurnGivenUp {};
+    try {
+        const qor::MeasuringTurn turn(qor::turn_settings(), [&] {
+            if (!mayWait()) throw TurnGivenUp();
+        });
+        action();
+        return true;
+    } catch (const TurnGivenUp&) {
+        return false;
+    }
+}
+
 bool while_nobody_measures(const std::function<void()>& action) {
-    if (turn_holder() != 0) return false;
-    // Waits for somebody who has begun since.
-    const qor::MeasuringTurn turn(qor::turn_settings(), [] {});
-    action();
-    return true;
+    return under_turn([] { return false; }, action);
 }
 
 }  // namespace texprobe::ctl

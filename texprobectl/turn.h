@@ -13,8 +13,14 @@ int turn_holder();
 /// "process 4711", or what to say when the system does not tell which.
 std::string name_of_holder(int process);
 
-/// Does something while nobody measures, and keeps others from beginning. False, with nothing done,
-/// while somebody measures.
+/// Is it a process of this group, or its leader? A wrapper of the tool measures in a child.
+bool is_in_group(int process, int group);
+
+/// Does something under the turn: nobody measures meanwhile. While somebody does, asks `mayWait`
+/// before each pause; false, with nothing done, when that says no.
+bool under_turn(const std::function<bool()>& mayWait, const std::function<void()>& action);
+
+/// The same, without waiting.
 bool while_nobody_measures(const std::function<void()>& action);
 
 }  // namespace texprobe::ctl

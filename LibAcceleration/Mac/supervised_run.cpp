@@ -7,6 +7,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <csignal>
@@ -28,6 +29,39 @@ constexpr milliseconds kLookEvery{100};
 constexpr milliseconds kKillPatience{5000};
 constexpr std::size_t kLongestLine = 65536;
 constexpr int kFirstInherited = 3;
+
+/// How long something has lasted, counted in looks: of a pause between two of them no more counts
+/// than a look. A stopped process, a frozen container or a sleeping machine pauses the program too,
+/// and then its time has not passed.
+class Waiting {
+public:
+    void begin() {
+        passed_ = Clock::duration::zero();
+        lastLook_ = Clock::now();
+    }
+    /// To be called at each look.
+    bool has_lasted(milliseconds limit) {
+        const auto now = Clock::now();
+        passed_ += std::min<Clock::duration>(now - lastLook_, kLookEvery);
+        lastLook_ = now;
+        return passed_ >= limit;
+    }
+
+private:
+    Clock::duration passed_ = Clock::duration::zero();
+    Clock::time_point lastLook_ = Clock::now();
+};
+
+/// Closed in other programs from the beginning, where the system can: another thread may start one
+/// at any time. A template, since only that may name what a system lacks.
+template <class Ends>
+int make_pipe(Ends ends) {
+    if constexpr (requires { pipe2(ends, O_CLOEXEC); }) {
+        return pipe2(ends, O_CLOEXEC);
+    } else {
+        return pipe(ends);
+    }
+}
 
 /// A descriptor that is closed at the end. Never one of 0 to 2, even where the caller has closed
 /// those: a program's own streams are made from it.
@@ -69,7 +103,7 @@ public:
     /// 0, or the error.
     int open() {
         int ends[2];
-        if (pipe(ends) != 0) return errno;
+        if (make_pipe(static_cast<int*>(ends)) != 0) return errno;
         read_ = Descriptor(ends[0]);
         write_ = Descriptor(ends[1]);
         if (read_.error() != 0) return read_.error();
@@ -258,14 +292,15 @@ public:
 
 private:
     RunEnd watch(Process& process) {
-        stepBegin_ = Clock::now();
+        Waiting step;
         while (!process.has_ended()) {
             wait_for_output();
-            if (read()) stepBegin_ = Clock::now();
+            if (read()) step.begin();
             const RunObserver::Wish wish = observer_.look();
-            if (wish == RunObserver::Wish::kGoOnAnew) stepBegin_ = Clock::now();
+            if (wish == RunObserver::Wish::kGoOnAnew) step.begin();
             if (wish == RunObserver::Wish::kStop) return stop(process);
-            if (program_.stepLimit.count() > 0 && Clock::now() - stepBegin_ >= program_.stepLimit) {
+            const bool isLate = step.has_lasted(program_.stepLimit);
+            if (isLate && program_.stepLimit.count() > 0) {
                 return end(process, RunEnd::Kind::kTimeLimit);
             }
         }
@@ -274,7 +309,7 @@ private:
 
     RunEnd stop(Process& process) {
         process.signal_group(SIGTERM);
-        await(process, program_.stopGrace);
+        if (!await(process, program_.stopGrace)) observer_.before_kill();
         return end(process, RunEnd::Kind::kStopped);
     }
 
@@ -286,9 +321,9 @@ private:
     }
 
     bool await(Process& process, milliseconds patience) {
-        const auto begin = Clock::now();
+        Waiting waiting;
         while (!process.has_ended()) {
-            if (Clock::now() - begin >= patience) return false;
+            if (waiting.has_lasted(patience)) return false;
             wait_for_output();
             read();
         }
@@ -321,7 +356,6 @@ private:
     RunObserver& observer_;
     Output output_{Stream::kOutput};
     Output error_{Stream::kError};
-    Clock::time_point stepBegin_;
 };
 
 }  // namespace

@@ -23,7 +23,8 @@ struct Program {
     std::string path;
     /// Those after the program's name.
     std::vector<std::string> arguments;
-    /// How long a step may take; zero for ever.
+    /// How long a step may take; zero for ever. Counted in looks, so that a pause of the caller, of
+    /// its container or of the machine does not count.
     std::chrono::milliseconds stepLimit{0};
     /// How long a program that was told to stop may take to end by itself.
     std::chrono::milliseconds stopGrace{3000};
@@ -61,6 +62,9 @@ public:
 
     /// Asked about ten times a second.
     virtual Wish look() { return Wish::kGoOn; }
+
+    /// Before a program that was told to stop, and has not, is killed.
+    virtual void before_kill() {}
 };
 
 struct RunEnd {

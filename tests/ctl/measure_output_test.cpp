@@ -3,6 +3,8 @@
 
 #include <gtest/gtest.h>
 
+#include <map>
+
 #include "ctl/ctl_folder.h"
 #include "ctl/prepared_records.h"
 #include "ctl/present_id.h"
@@ -50,21 +52,69 @@ TEST_F(MeasureOutput, is_a_line_and_the_verdicts_that_have_changed) {
                            "\n"
                            "                                                  A         B\n"
                            "GL_RGB8 upload set                         untested        no\n"
-                           "GL_RGBA8 download read                           no       yes\n\n");
+                           "GL_RGBA8 download read                           no       yes\n\n"
+                           "0 worse, 1 better.\n\n");
 }
 
 TEST_F(MeasureOutput, is_a_line_for_each_renderer_in_the_order_of_the_run) {
-    folder_.prepare(SCRIPTED_TOOL, complete_set(*id_, "1.0") + remove("GL_RGB8_UPLOAD_SET"));
+    folder_.prepare(SCRIPTED_TOOL, complete_set(*id_, "1.0") + remove("GL_RGB8_UPLOAD_SET") +
+                                       remove("GL_RGBA8_UPLOAD_SET"));
     // The first run dies in the test of the one renderer; the second run comes to the other.
     const std::string inHand =
         "set " + *id_ + " GL_RGB8_UPLOAD_SET false\nsync " + *id_ + "\nraise 11\n";
     folder_.script(1, begin_renderer(*id_) + inHand);
-    folder_.script(2, begin_renderer(*id_) + begin_renderer(kIDPrefix + "7.other"));
+    folder_.script(2, begin_renderer(*id_) +
+                          test("GL_RGBA8_UPLOAD_SET", "GL_RGBA8 upload SET", true) +
+                          begin_renderer(kIDPrefix + "7.other"));
     const Finished run = folder_.ctl({"measure"});
     EXPECT_TRUE(run.exited_with(0));
     EXPECT_EQ(run.err, renderer_id() +
                            ": 96 of 96 verdicts, the run died once\n"
                            "7: 0 of 96 verdicts\n");
+}
+
+/// The same renderer under another build.
+class MeasureAfterAnUpdate : public MeasureOutput {
+protected:
+    static std::string old_id() {
+        return id_->substr(0, id_->find('.', kIDPrefix.size()) + 1) + "build-1";
+    }
+    static std::string new_build(const std::string& version,
+                                 const std::map<std::string, bool>& verdicts) {
+        return begin_renderer(*id_) + complete_set(*id_, version, verdicts);
+    }
+};
+
+TEST_F(MeasureAfterAnUpdate, prints_what_differs_from_the_build_before_and_counts_it) {
+    folder_.prepare(SCRIPTED_TOOL, complete_set(old_id(), "1.0", {{"GL_RGB8_UPLOAD_SET", false}}));
+    folder_.script(
+        new_build("2.0", {{"GL_RGBA8_DOWNLOAD_GET", false}, {"GL_RGBA16_DOWNLOAD_GET", false}}));
+    const Finished run = folder_.ctl({"measure"});
+    EXPECT_TRUE(run.exited_with(0)) << run.err;
+    EXPECT_EQ(run.out, "The build before (A) and the present one (B):\n\nA: " + old_id() +
+                           "\n   a renderer, 1.0\nB: " + *id_ +
+                           "\n   a renderer, 2.0\n\n"
+                           "                                                  A         B\n"
+                           "GL_RGB8 upload set                               no       yes\n"
+                           "GL_RGBA8 download get                           yes        no\n"
+                           "GL_RGBA16 download get                          yes        no\n\n"
+                           "2 worse, 1 better.\n\n");
+}
+
+TEST_F(MeasureAfterAnUpdate, says_that_nothing_differs_from_the_build_before) {
+    folder_.prepare(SCRIPTED_TOOL, complete_set(old_id(), "1.0", {{"GL_RGB8_UPLOAD_SET", false}}));
+    folder_.script(new_build("2.0", {{"GL_RGB8_UPLOAD_SET", false}}));
+    const Finished run = folder_.ctl({"measure"});
+    EXPECT_TRUE(run.exited_with(0)) << run.err;
+    EXPECT_EQ(run.out, "Nothing differs from the build before: " + old_id() + "\n");
+}
+
+TEST_F(MeasureAfterAnUpdate, does_not_call_equal_what_is_not_measured_yet) {
+    folder_.prepare(SCRIPTED_TOOL, complete_set(old_id(), "1.0"));
+    folder_.script(new_build("2.0", {}) + remove("GL_RGBA16F_ARB_DOWNLOAD_READ"));
+    const Finished run = folder_.ctl({"measure"});
+    EXPECT_TRUE(run.exited_with(1));
+    EXPECT_EQ(run.out, "Nothing measured yet differs from the build before: " + old_id() + "\n");
 }
 
 }  // namespace

@@ -16,9 +16,23 @@
 
 #include "support/process.h"
 
+namespace {
+
+int inheritedPipes = 0;
+
+}  // namespace
+
+/// In front of the C library's: a program that another thread starts before the ends are closed in
+/// programs inherits them.
+extern "C" int pipe(int* ends) noexcept {
+    ++inheritedPipes;
+    return pipe2(ends, 0);
+}
+
 namespace texprobe::tests {
 namespace {
 
+using Wish = RunObserver::Wish;
 using std::chrono::milliseconds;
 using std::chrono::steady_clock;
 using testing::Contains;
@@ -33,11 +47,13 @@ public:
         return text == "step";
     }
     Wish look() override { return onLook ? onLook() : Wish::kGoOn; }
+    void before_kill() override { hadToKill = true; }
 
     int process = 0;
     std::vector<std::string> out;
     std::vector<std::string> err;
     std::function<Wish()> onLook;
+    bool hadToKill = false;
 };
 
 RunEnd run_shell(const std::string& script, Recorder& recorder,
@@ -158,6 +174,46 @@ TEST(SupervisedRun, does_not_count_the_time_that_the_observer_excuses) {
     EXPECT_EQ(end.kind, Kind::kExited);
 }
 
+/// How a caller's run ends that is stopped together with its program, for longer than any limit.
+/// The caller goes on first. `wish` is the caller's once the program has written something.
+Kind end_of_paused_run(const std::string& script, Wish wish) {
+    int report[2];
+    EXPECT_EQ(pipe2(report, O_CLOEXEC), 0);
+    const pid_t caller = tests::start([&] {
+        Recorder recorder;
+        bool isReported = false;
+        recorder.onLook = [&] {
+            if (recorder.out.empty()) return Wish::kGoOn;
+            if (!isReported) isReported = write(report[1], &recorder.process, sizeof(int)) > 0;
+            return wish;
+        };
+        return static_cast<int>(run_shell(script, recorder, milliseconds(700)).kind);
+    });
+    int program = 0;
+    EXPECT_EQ(read(report[0], &program, sizeof program), static_cast<ssize_t>(sizeof program));
+    std::this_thread::sleep_for(milliseconds(50));
+    for (const pid_t each : {caller, -program}) kill(each, SIGSTOP);
+    std::this_thread::sleep_for(milliseconds(800));
+    for (const pid_t each : {caller, -program}) {
+        kill(each, SIGCONT);
+        std::this_thread::sleep_for(milliseconds(50));
+    }
+    for (const int each : report) close(each);
+    return static_cast<Kind>(WEXITSTATUS(tests::status_of(caller)));
+}
+
+TEST(SupervisedRun, takes_no_pause_for_a_hang) {
+    EXPECT_EQ(end_of_paused_run("echo here; sleep 0.3", Wish::kGoOn), Kind::kExited);
+}
+
+TEST(SupervisedRun, does_not_count_a_pause_as_time_to_stop_in) {
+    const std::string file = testing::TempDir() + "texprobe-ended-in-order";
+    const std::string script =
+        "trap 'sleep 0.2; echo >" + file + "; exit' TERM; echo here; while :; do sleep 0.01; done";
+    EXPECT_EQ(end_of_paused_run(script, Wish::kStop), Kind::kStopped);
+    EXPECT_EQ(unlink(file.c_str()), 0);
+}
+
 TEST(SupervisedRun, asks_a_program_to_stop_before_it_kills_it) {
     Recorder recorder;
     recorder.onLook = [&] {
@@ -167,6 +223,7 @@ TEST(SupervisedRun, asks_a_program_to_stop_before_it_kills_it) {
         "trap 'echo ended; exit 0' TERM; echo here; while true; do sleep 0.01; done", recorder);
     EXPECT_EQ(end.kind, Kind::kStopped);
     EXPECT_THAT(recorder.out, ElementsAre("here", "ended"));
+    EXPECT_FALSE(recorder.hadToKill);
 }
 
 TEST(SupervisedRun, kills_a_program_that_does_not_stop) {
@@ -176,6 +233,7 @@ TEST(SupervisedRun, kills_a_program_that_does_not_stop) {
     };
     const RunEnd end = run_shell("trap '' TERM; echo here; sleep 100", recorder);
     EXPECT_EQ(end.kind, Kind::kStopped);
+    EXPECT_TRUE(recorder.hadToKill);
     EXPECT_TRUE(is_gone(recorder.process));
 }
 
@@ -278,6 +336,12 @@ TEST(SupervisedRun, leaves_no_descriptor_open) {
     const int after = open("/dev/null", O_RDONLY);
     close(after);
     EXPECT_EQ(before, after);
+}
+
+TEST(SupervisedRun, makes_no_pipe_that_another_program_could_inherit) {
+    Recorder recorder;
+    run_shell("true", recorder);
+    EXPECT_EQ(inheritedPipes, 0);
 }
 
 TEST(SupervisedRun, cuts_an_endless_line_and_still_looks) {

@@ -35,7 +35,8 @@ std::unique_ptr<Output> make_text_output(std::ostream& stream, const Terminal& t
 /// Documents, each valid against the installed schema.
 std::unique_ptr<Output> make_json_output(std::ostream& stream);
 
-/// What measuring has changed, for people.
+/// What measuring has changed, for people: against what was recorded before, or for the build
+/// before.
 void write_changes(const MeasureResult& result, std::ostream& stream, const Terminal& terminal);
 
 }  // namespace texprobe::ctl

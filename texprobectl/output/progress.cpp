@@ -3,6 +3,7 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <set>
 
 #include "output/status_line.h"
 #include "plain_text.h"
@@ -35,6 +36,7 @@ public:
         : stream_(stream), isInterrupted_(isInterrupted) {}
 
     void waits_for(int process) override {
+        if (!waitedFor_.insert(process).second) return;
         std::string line = name_of_holder(process) + " is measuring; waiting for it.";
         line[0] = line[0] == 'p' ? 'P' : 'A';
         say(line);
@@ -57,6 +59,7 @@ protected:
 
 private:
     bool (*const isInterrupted_)();
+    std::set<int> waitedFor_;
 };
 
 class ProgressLines : public PrintedProgress {

@@ -237,25 +237,4 @@ std::unique_ptr<Output> make_text_output(std::ostream& stream, const Terminal& t
     return std::make_unique<TextOutput>(stream, terminal);
 }
 
-void write_changes(const MeasureResult& result, std::ostream& stream, const Terminal& terminal) {
-    const auto output = make_text_output(stream, terminal);
-    RecordSets fresh;
-    Comparison changed;
-    for (const RecordSet& after : result.after) {
-        const auto before = std::find_if(result.before.begin(), result.before.end(),
-                                         [&](const RecordSet& set) { return set.id == after.id; });
-        if (before == result.before.end()) {
-            fresh.push_back(after);
-        } else {
-            changed.pairs.push_back({*before, after, differences(*before, after)});
-        }
-    }
-    if (!fresh.empty()) output->show(fresh);
-    if (!changed.is_equal()) {
-        stream << "Before (A) and now (B):\n\n";
-        output->comparison(changed);
-    }
-    if (fresh.empty() && changed.is_equal()) stream << "Nothing has changed.\n";
-}
-
 }  // namespace texprobe::ctl

@@ -1,0 +1,283 @@
+// texprobectl measure beside others: those who have the turn, those that wait, and what a `measure`
+// that was killed has left.
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <csignal>
+#include <exception>
+#include <filesystem>
+#include <map>
+#include <nlohmann/json.hpp>
+#include <string>
+#include <vector>
+
+#include "ctl/scripted_measure.h"
+#include "support/formats.h"
+
+namespace texprobe::tests {
+namespace {
+
+using nlohmann::json;
+using testing::HasSubstr;
+using testing::Not;
+
+class MeasureBesideOthers : public ScriptedMeasure {};
+
+TEST_F(MeasureBesideOthers, says_whom_it_waits_for_and_does_not_take_that_for_a_hang) {
+    const TurnHolder holder(folder_.file("measuring.lock"));
+    folder_.script(waiting() + "sleep 3500\n" + rest());
+    const Finished run = folder_.ctl({"measure", "--timeout", "2"});
+    EXPECT_TRUE(run.exited_with(0)) << run.err;
+    EXPECT_EQ(folder_.runs(), 1);
+    EXPECT_THAT(run.err, HasSubstr("Process " + std::to_string(holder.process()) +
+                                   " is measuring; waiting for it.\n"));
+}
+
+TEST_F(MeasureBesideOthers, waits_for_a_process_that_it_cannot_see) {
+    const std::string elsewhere = "unshare --user --map-root-user --pid --fork --kill-child ";
+    if (run_in_shell(elsewhere + "true") != 0) GTEST_SKIP() << "no process namespaces here";
+    // Network file systems do not tell the process, either.
+    const TurnHolder holder(folder_.file("measuring.lock"));
+    folder_.script(waiting() + "sleep 3500\n" + rest());
+    const std::string ctl = elsewhere + folder_.file("texprobectl").string();
+    const std::string log = folder_.file("log");
+    ASSERT_EQ(run_in_shell(ctl + " measure --timeout 2 2>" + log), 0) << read_file(log);
+    EXPECT_EQ(folder_.runs(), 1);
+    EXPECT_THAT(read_file(log),
+                HasSubstr("A process of another machine or container is measuring"));
+    EXPECT_NE(run_in_shell(ctl + " forget --all --yes"), 0);
+}
+
+TEST_F(MeasureBesideOthers, takes_no_verdict_of_others_for_a_crash) {
+    // While the first run waits for its turn, somebody else records a verdict.
+    folder_.script(1, waiting() + "set " + *id_ + " VERSION number 0.21\n" +
+                          begin("GL_RGB32F_ARB_SUPPORTED") + opening() +
+                          begin("GL_RGBA32F_ARB_SUPPORTED") + "raise 6\n");
+    folder_.script(2,
+                   rest({{"GL_RGB32F_ARB_SUPPORTED", false}, {"GL_RGBA32F_ARB_SUPPORTED", false}}));
+    EXPECT_TRUE(folder_.ctl({"measure"}).exited_with(0));
+    EXPECT_EQ(verdict(0, "supported"), "no");
+    EXPECT_EQ(verdict(1, "supported"), "crashed");
+}
+
+TEST_F(MeasureBesideOthers, takes_no_verdict_of_others_for_a_crash_when_nothing_is_left) {
+    std::map<std::string, bool> none;
+    for (const Format& format : kFormats) none[std::string(format.name) + "_SUPPORTED"] = false;
+    folder_.script(waiting() + rest(none) + opening() + "raise 11\n");
+    EXPECT_TRUE(folder_.ctl({"measure"}).exited_with(0));
+    EXPECT_EQ(verdict(15, "supported"), "no");
+    EXPECT_EQ(first_set().at("details").size(), 0u);
+}
+
+TEST_F(MeasureBesideOthers, blames_no_driver_for_a_signal_on_a_tool_that_waits) {
+    const std::string others = "set " + *id_ + " VERSION number 0.21\n";
+    for (const char* signal : {"9", "11"}) {
+        const CtlFolder folder(CTL, SCRIPTED_TOOL);
+        // What is false then may be somebody's no, or the test that he is in.
+        folder.script(
+            1, waiting() + others + begin("GL_RGB32F_ARB_SUPPORTED") + "raise " + signal + "\n");
+        folder.script(2, rest({{"GL_RGB32F_ARB_SUPPORTED", false}}));
+        EXPECT_TRUE(folder.ctl({"measure"}).exited_with(0));
+        const json set = json::parse(folder.ctl({"export"}).out).at("record_sets").at(0);
+        EXPECT_EQ(set.at("formats").at(0).at("supported"), "no") << signal;
+    }
+}
+
+TEST_F(MeasureBesideOthers, keeps_their_verdicts_when_it_is_stopped_while_it_waits) {
+    folder_.script(waiting() + "set " + *id_ + " VERSION number 0.21\n" +
+                   begin("GL_RGB32F_ARB_SUPPORTED") + "hang\n");
+    const pid_t process = folder_.start_ctl({"measure"});
+    await_run(1);
+    usleep(300000);
+    kill(process, SIGTERM);
+    EXPECT_TRUE(finish(process).exited_with(128 + SIGTERM));
+    EXPECT_EQ(folder_.records().at(*id_).at("GL_RGB32F_ARB_SUPPORTED"), "boolean 0");
+}
+
+TEST_F(MeasureBesideOthers, removes_its_own_record_only_when_they_have_ended) {
+    folder_.script(1, opening() + begin("GL_RGB32F_ARB_SUPPORTED") + "sleep 500\nraise 9\n");
+    folder_.script(2, rest());
+    const pid_t process = folder_.start_ctl({"measure"});
+    await_run(1);
+    {
+        const TurnHolder holder(folder_.file("measuring.lock"));
+        usleep(1200000);
+        EXPECT_EQ(folder_.records().at(*id_).at("GL_RGB32F_ARB_SUPPORTED"), "boolean 0");
+        EXPECT_EQ(folder_.runs(), 1);
+    }
+    EXPECT_TRUE(finish(process).exited_with(0)) << read_file(folder_.file("ctl.err"));
+    EXPECT_EQ(verdict(0, "supported"), "yes");
+}
+
+TEST_F(MeasureBesideOthers, is_not_disturbed_by_forget) {
+    folder_.prepare(SCRIPTED_TOOL, "set " + *id_ + " VERSION number 0.21\nsync " + *id_ + "\n");
+    {
+        const TurnHolder holder(folder_.file("measuring.lock"));
+        const Finished run = folder_.ctl({"forget", "--all", "--yes"});
+        EXPECT_TRUE(run.exited_with(1));
+        EXPECT_THAT(run.err, HasSubstr("process " + std::to_string(holder.process()) +
+                                       " is measuring; try again when it has ended"));
+        EXPECT_EQ(folder_.records().size(), 1u);
+    }
+    EXPECT_TRUE(folder_.ctl({"forget", "--all", "--yes"}).exited_with(0));
+    EXPECT_TRUE(folder_.records().empty());
+}
+
+TEST_F(MeasureBesideOthers, forgotten_leaves_no_mark) {
+    folder_.script(1, opening() + begin("GL_RGB32F_ARB_SUPPORTED") + "raise 11\n");
+    folder_.script(2, rest({{"GL_RGB32F_ARB_SUPPORTED", false}}));
+    folder_.ctl({"measure"});
+    EXPECT_EQ(folder_.records().size(), 2u);
+    folder_.ctl({"forget", "--all", "--yes"});
+    EXPECT_TRUE(folder_.records().empty());
+}
+
+/// A `measure` that was killed, and its tool that hangs in a test, without the turn: the scripted
+/// one takes none.
+class KilledMeasure : public ScriptedMeasure {
+protected:
+    void SetUp() override {
+        folder_.script(1, opening() +
+                              test("GL_RGB32F_ARB_SUPPORTED", "GL_RGB32F_ARB supported", true) +
+                              begin("GL_RGB32F_ARB_RENDERABLE") + "hang\n");
+        const pid_t process = folder_.start_ctl({"measure"});
+        await_run(1);
+        usleep(500000);
+        kill(process, SIGKILL);
+        waitpid(process, nullptr, 0);
+    }
+    void TearDown() override { end_tools(); }
+
+    std::vector<pid_t> tools() const {
+        std::vector<pid_t> found;
+        for (const auto& entry : std::filesystem::directory_iterator("/proc")) {
+            std::error_code error;
+            const auto file = std::filesystem::read_symlink(entry.path() / "exe", error);
+            if (!error && file == folder_.tool()) {
+                found.push_back(std::stoi(entry.path().filename()));
+            }
+        }
+        return found;
+    }
+    void end_tools() const {
+        for (const pid_t tool : tools()) kill(tool, SIGKILL);
+        while (!tools().empty()) usleep(10000);
+    }
+    bool is_remembered() const {
+        const RecordSets sets = folder_.records();
+        const auto marks = sets.find("org.texprobe.texprobectl");
+        return marks != sets.end() && marks->second.count("RUNNING_TOOL") != 0;
+    }
+};
+
+TEST_F(KilledMeasure, has_the_test_that_its_tool_was_in_run_again) {
+    end_tools();
+    folder_.script(2,
+                   opening() + test("GL_RGB32F_ARB_RENDERABLE", "GL_RGB32F_ARB renderable", true));
+    folder_.script(3, rest());
+    EXPECT_TRUE(is_remembered());
+    EXPECT_TRUE(folder_.ctl({"measure"}).exited_with(0));
+    EXPECT_EQ(verdict(0, "renderable"), "yes");
+    EXPECT_FALSE(is_remembered());
+}
+
+TEST_F(KilledMeasure, changes_no_record_while_others_measure) {
+    end_tools();
+    folder_.script(2, rest());
+    const TurnHolder holder(folder_.file("measuring.lock"));
+    const pid_t process = folder_.start_ctl({"measure"});
+    usleep(500000);
+    EXPECT_EQ(folder_.records().at(*id_).at("GL_RGB32F_ARB_RENDERABLE"), "boolean 0");
+    kill(process, SIGINT);
+    EXPECT_TRUE(finish(process).exited_with(130));
+    EXPECT_EQ(folder_.records().at(*id_).at("GL_RGB32F_ARB_RENDERABLE"), "boolean 0");
+    EXPECT_THAT(read_file(folder_.file("ctl.err")),
+                HasSubstr("Process " + std::to_string(holder.process()) + " is measuring"));
+    EXPECT_TRUE(is_remembered());
+}
+
+TEST_F(KilledMeasure, is_forgotten_when_its_tool_has_gone_meanwhile) {
+    ASSERT_EQ(tools().size(), 1U);
+    const pid_t left = tools().front();
+    folder_.script(2, "sleep 500\n" + rest({{"GL_RGB32F_ARB_RENDERABLE", false}}));
+    const pid_t process = folder_.start_ctl({"measure"});
+    await_run(2);
+    kill(left, SIGKILL);
+    EXPECT_TRUE(finish(process).exited_with(0)) << read_file(folder_.file("ctl.err"));
+    EXPECT_FALSE(is_remembered());
+}
+
+/// A real tool that hangs in one test, as often as it comes to it.
+class HangingTool : public testing::Test {
+protected:
+    void SetUp() override {
+        write_file(folder_.file("faults"), std::to_string(kFormats[1].internalFormat) + " 2 0\n");
+    }
+    static constexpr const char* kHangingTest = "GL_RGBA32F_ARB_UPLOAD_SET";
+
+    /// The one set that is measured here; empty before.
+    Records records() const {
+        RecordSets sets;
+        try {
+            sets = folder_.records();
+        } catch (const std::exception&) {
+            // The file is there and its table is not, yet.
+        }
+        for (const auto& [id, records] : sets) {
+            if (records.count("VERSION") != 0) return records;
+        }
+        return {};
+    }
+
+    CtlFolder folder_{CTL, FAILING_TOOL};
+};
+
+TEST_F(HangingTool, leaves_no_false_to_others_when_measure_is_interrupted) {
+    const pid_t measure = folder_.start_ctl({"measure"});
+    while (records().count(kHangingTest) == 0) usleep(10000);
+    // Somebody else's run, of a driver that does not hang, waits for its turn.
+    std::filesystem::copy_file(TOOL, folder_.file("other"));
+    const pid_t other = start({folder_.file("other")});
+    usleep(100000);
+    kill(measure, SIGINT);
+    EXPECT_TRUE(finish(measure).exited_with(130));
+    EXPECT_TRUE(finish(other).exited_with(0));
+    EXPECT_EQ(records().at(kHangingTest), "boolean 1");
+}
+
+TEST_F(HangingTool, is_ended_by_the_limit_inside_a_wrapper_too) {
+    const auto wrapper = folder_.file("wrapper");
+    write_file(wrapper, "#!/bin/sh\n" + folder_.tool().string() + "\nexit $?\n");
+    std::filesystem::permissions(wrapper, std::filesystem::perms::owner_all);
+    const Finished run =
+        folder_.ctl({"measure", "--timeout", "1", "--tool", wrapper, "--attempts", "1"});
+    EXPECT_TRUE(run.exited_with(1));
+    EXPECT_THAT(run.err, Not(HasSubstr("waiting for it")));
+    EXPECT_THAT(run.err, HasSubstr("texprobe made no progress and was killed"));
+    EXPECT_THAT(run.out, HasSubstr("GL_RGBA32F_ARB upload set: did not end within 1 s"));
+}
+
+TEST(MeasureThatInheritsAnIgnoredSIGCHLD, sees_how_its_tool_ends) {
+    const CtlFolder folder(CTL, TOOL);
+    const std::string ignoring =
+        "exec env --ignore-signal=CHLD " + folder.file("texprobectl").string();
+    const std::string out = folder.file("out");
+    EXPECT_EQ(run_in_shell(ignoring + " measure >" + out + " 2>&1"), 0) << read_file(out);
+    EXPECT_EQ(run_in_shell(ignoring + " doctor >" + out + " 2>&1"), 0);
+    EXPECT_THAT(read_file(out), HasSubstr(", can be opened, "));
+    EXPECT_EQ(run_in_shell(ignoring + " inspect GL_RGBA8 set >" + out + " 2>&1"), 0)
+        << read_file(out);
+}
+
+TEST(MeasureUnderAnotherName, finds_the_tool_beside_it) {
+    const CtlFolder folder(CTL, TOOL);
+    const Finished run =
+        tests::run({folder.file("texprobectl"), {"measure"}, {"PATH=/nowhere"}, "texprobectl"});
+    EXPECT_TRUE(run.exited_with(0)) << run.err;
+}
+
+}  // namespace
+}  // namespace texprobe::tests

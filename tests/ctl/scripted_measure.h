@@ -1,0 +1,118 @@
+// texprobectl measure with a scripted tool: the scripts of runs, and who else has the turn.
+
+#ifndef TEXPROBE_TESTS_SCRIPTED_MEASURE_H
+#define TEXPROBE_TESTS_SCRIPTED_MEASURE_H
+
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <csignal>
+#include <map>
+#include <nlohmann/json.hpp>
+#include <string>
+
+#include "ctl/ctl_folder.h"
+#include "ctl/present_id.h"
+#include "support/formats.h"
+
+namespace texprobe::tests {
+
+class ScriptedMeasure : public testing::Test {
+protected:
+    static void SetUpTestSuite() { id_ = new std::string(present_id(CTL, TOOL)); }
+
+    static std::string line(const std::string& text) { return *id_ + "[%p] " + text + "\n"; }
+    /// A run that waits for its turn.
+    static std::string waiting() { return "say " + line("testing renderer: 1"); }
+    /// A run that has it.
+    static std::string opening() {
+        return waiting() + "say " + line("VERSION: 0.21") + "set " + *id_ +
+               " VERSION number 0.21\nsync " + *id_ + "\nsay " +
+               line("GL_ARB_pixel_buffer_object : SUPPORTED");
+    }
+    /// The script of one test up to the driver's call.
+    static std::string begin(const std::string& key) {
+        return "set " + *id_ + " " + key + " false\nsync " + *id_ + "\n";
+    }
+    /// The script of one test that comes back.
+    static std::string test(const std::string& key, const std::string& label, bool verdict) {
+        return begin(key) + "set " + *id_ + " " + key + (verdict ? " true" : " false") + "\nsync " +
+               *id_ + "\nsay " + line(label + (verdict ? ": 1" : ": 0"));
+    }
+    /// The script of a run that leaves a complete set, in which all is yes but these, and what
+    /// needs them has no record.
+    static std::string rest(const std::map<std::string, bool>& verdicts = {}) {
+        std::string text = "set " + *id_ + " VERSION number 0.21\n";
+        for (const char* name : {" GL_VENDOR", " GL_VERSION", " GL_RENDERER"}) {
+            text += "set " + *id_ + name + " text a name\n";
+        }
+        for (const Format& format : kFormats) {
+            bool isSupported = true;
+            bool isRenderable = true;
+            for (std::size_t i = 0; i < kCapabilities.size(); ++i) {
+                if (!isSupported || (i >= 4 && !isRenderable)) continue;
+                const std::string key = std::string(format.name) + '_' + kCapabilities[i];
+                const auto found = verdicts.find(key);
+                const bool verdict = found == verdicts.end() || found->second;
+                if (i == 0) isSupported = verdict;
+                if (i == 1) isRenderable = verdict;
+                text += "set " + *id_ + ' ' + key + (verdict ? " true\n" : " false\n");
+            }
+        }
+        return text + "sync " + *id_ + '\n';
+    }
+    static std::string removed(const std::string& key) {
+        return "removed " + *id_ + " " + key + "\nsync " + *id_ + "\n";
+    }
+
+    nlohmann::json first_set() const {
+        return nlohmann::json::parse(folder_.ctl({"export"}).out).at("record_sets").at(0);
+    }
+    std::string verdict(std::size_t format, const char* member) const {
+        return first_set().at("formats").at(format).at(member);
+    }
+    void await_run(int number) const {
+        while (folder_.runs() < number) usleep(10000);
+    }
+
+    static inline std::string* id_ = nullptr;
+    CtlFolder folder_{CTL, SCRIPTED_TOOL};
+};
+
+/// A process that has the turn of a folder's tools, until it is killed.
+class TurnHolder {
+public:
+    explicit TurnHolder(const std::filesystem::path& file) {
+        int ready[2];
+        EXPECT_EQ(pipe(ready), 0);
+        process_ = start([&] {
+            const int lock = open(file.c_str(), O_RDWR | O_CREAT, 0600);
+            struct flock whole = {};
+            whole.l_type = F_WRLCK;
+            const bool isTaken = fcntl(lock, F_SETLK, &whole) == 0;
+            if (write(ready[1], isTaken ? "y" : "n", 1) == 1) pause();
+            return 0;
+        });
+        char answer = 'n';
+        EXPECT_EQ(read(ready[0], &answer, 1), 1);
+        EXPECT_EQ(answer, 'y');
+        close(ready[0]);
+        close(ready[1]);
+    }
+    ~TurnHolder() {
+        kill(process_, SIGKILL);
+        status_of(process_);
+    }
+    TurnHolder(const TurnHolder&) = delete;
+    TurnHolder& operator=(const TurnHolder&) = delete;
+
+    pid_t process() const { return process_; }
+
+private:
+    pid_t process_ = -1;
+};
+
+}  // namespace texprobe::tests
+
+#endif
