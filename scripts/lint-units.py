@@ -19,6 +19,7 @@ LARGEST = 20
 # These define something that another source of their folder defines, such as main().
 ALONE = re.compile(
     r"""tests/client/no_glfw\.cpp
+    |tests/driver/records_program\.cpp
     |tests/platform/(first_use|preference_lists|preferences)_test\.cpp
     |tests/unit/(dispatch_portable_test|dispatch_test|scripted_random)\.cpp
     """,
@@ -32,7 +33,15 @@ UNWANTED = re.compile(r"-fno-gnu-unique|-Winvalid-pch|-include|.*cmake_pch\.hxx|
 def options(command):
     """The options of a command, in their order, without the source."""
     words = shlex.split(command)[1:]
-    return [word for word in words if not UNWANTED.fullmatch(word) and not word.endswith(".cpp")]
+    return [word for word in words if not UNWANTED.fullmatch(word) and not word.endswith((".cpp", ".cxx"))]
+
+
+def sources_of(compiled):
+    """The sources that CMake has joined into a compiled one, or that one."""
+    if not compiled.endswith("_cxx.cxx"):
+        return [compiled]
+    with open(compiled, encoding="utf-8") as file:
+        return re.findall(r'#include "(.*)"', file.read())
 
 
 def command_of(source, known):
@@ -49,7 +58,8 @@ def main():
     wanted = sys.stdin.read().split()
     known = {}
     for entry in json.load(open(commands, encoding="utf-8")):
-        known.setdefault(os.path.relpath(entry["file"]), entry["command"])
+        for source in sources_of(os.path.join(entry["directory"], entry["file"])):
+            known.setdefault(os.path.relpath(source), entry["command"])
 
     groups = {}
     for source in wanted:

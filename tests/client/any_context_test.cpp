@@ -16,6 +16,7 @@
 
 #include "TexProbeVerdicts.h"
 #include "application_context.h"
+#include "drawing.h"
 #include "egl_calls.h"
 #include "records_of_test.h"
 #include "support/answers.h"

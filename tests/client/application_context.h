@@ -44,9 +44,6 @@ inline void PrintTo(const ContextKind& kind, std::ostream* stream) {
     *stream << kind.name;
 }
 
-/// A string of the current context, such as GL_RENDERER's.
-std::string gl_text(unsigned name);
-
 /// All the handles by which GLX and EGL name what is current on this thread.
 std::vector<std::uintptr_t> current_handles();
 

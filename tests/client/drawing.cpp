@@ -27,6 +27,10 @@ void define_texture(GLuint name, GLsizei size, const void* pixels) {
 
 }  // namespace
 
+std::string gl_text(GLenum name) {
+    return reinterpret_cast<const char*>(glGetString(name));
+}
+
 void set_up_drawing() {
     define_texture(kTarget, kSize, nullptr);
     define_texture(kTexture, 1, kTexel.data());

@@ -6,6 +6,7 @@
 #include <OpenGL/gl.h>
 
 #include <map>
+#include <string>
 #include <vector>
 
 namespace texprobe::tests {
@@ -18,6 +19,9 @@ void set_up_drawing();
 std::vector<unsigned char> draw();
 /// The image that draw() must return.
 std::vector<unsigned char> expected_image();
+
+/// A string of the current context, such as GL_RENDERER's.
+std::string gl_text(GLenum name);
 
 /// The context state that a library could have changed, by name.
 std::map<GLenum, GLint> context_state();

@@ -19,7 +19,6 @@ namespace {
 using testing::HasSubstr;
 using testing::StartsWith;
 
-constexpr unsigned kRGBA8 = 0x8058;
 const char* const kTrouble =
     "*** texprobe records: cannot use /home/user/records.sqlite3: Permission denied";
 
