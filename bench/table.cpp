@@ -388,8 +388,7 @@ int main(int argc, char** argv) {
         if (std::strcmp(argv[i], "--before") == 0) before = argv[i + 1];
     }
     const fs::path folder = fs::read_symlink("/proc/self/exe").parent_path();
-    std::vector<Row> rows;
-    std::vector<Row> storeRow;
+    std::vector<Row> rows, storeRow;
     const std::vector<Cell> cells = measure_inside(folder, rounds, &storeRow);
     add_kernels(cells, &rows);
     rows.insert(rows.end(), storeRow.begin(), storeRow.end());

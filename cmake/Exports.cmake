@@ -1,8 +1,8 @@
 include(CheckLinkerFlag)
 
-# texprobe_hide_internals(<target>): the library exports only the class and the C functions. On Linux it contains the platform's functions
-# under their macOS names (CFRelease, CGLCreateContext, ...), which an application may also get from elsewhere; and
-# templates of the standard library that are instantiated with the class would be exported with it.
+# texprobe_hide_internals(<target>): the library exports only the class and the C functions. On Linux it contains the
+# platform's functions under their macOS names (CFRelease, CGLCreateContext, ...), which an application may also get
+# from elsewhere; and templates of the standard library that are instantiated with the class would be exported with it.
 function(texprobe_hide_internals target)
   get_target_property(type ${target} TYPE)
   if(type STREQUAL "SHARED_LIBRARY")
@@ -27,7 +27,8 @@ function(texprobe_export_interface_only target)
                         "LINKER:-exported_symbol,_texprobe_format_*")
   else()
     set(script ${PROJECT_SOURCE_DIR}/cmake/exports.map)
-    target_link_options(${target} PRIVATE "LINKER:--version-script=${script}")
+    # It stays when it is unloaded: its threads and handlers run until the process ends.
+    target_link_options(${target} PRIVATE "LINKER:--version-script=${script}" "LINKER:-z,nodelete")
     set_property(TARGET ${target} APPEND PROPERTY LINK_DEPENDS ${script})
   endif()
 endfunction()

@@ -1,5 +1,6 @@
-# The installed files: the tool, the library, its two headers, a CMake package, a pkg-config file and the man pages. The
-# prefix can be moved: only a static library contains it, and looks for the tool in PATH where it is no longer true.
+# The installed files: the tool, the library, its two headers, a CMake package, a pkg-config file and the man pages
+# (texprobectl's are in InstallCtl.cmake). The prefix can be moved: only a static library contains it, and looks for the
+# tool in PATH where it is no longer true.
 
 include(GNUInstallDirs)
 include(CMakePackageConfigHelpers)
@@ -7,6 +8,7 @@ include(CMakePackageConfigHelpers)
 set(texprobe_package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/TexProbe)
 set(texprobe_package_files ${CMAKE_CURRENT_BINARY_DIR}/package)
 get_target_property(texprobe_library_type TexProbe TYPE)
+get_directory_property(texprobe_standard_library DIRECTORY LibAcceleration/Mac DEFINITION texprobe_standard_library)
 
 install(TARGETS texprobe EXPORT TexProbeTool RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
 install(TARGETS TexProbe EXPORT TexProbe
@@ -15,17 +17,14 @@ install(TARGETS TexProbe EXPORT TexProbe
 install(FILES LibAcceleration/Mac/TexProbe.h LibAcceleration/Mac/TexProbeVerdicts.h
         DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
 install(FILES docs/man/texprobe.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)
-if(texprobe_has_ctl)
-  install(TARGETS texprobectl RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
-  install(FILES docs/man/texprobectl.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)
-  install(FILES docs/texprobe-records.schema.json DESTINATION ${CMAKE_INSTALL_DATADIR}/texprobe)
-  install(FILES completions/texprobectl.bash RENAME texprobectl
-          DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions)
-  install(FILES completions/_texprobectl DESTINATION ${CMAKE_INSTALL_DATADIR}/zsh/site-functions)
-  install(FILES completions/texprobectl.fish
-          DESTINATION ${CMAKE_INSTALL_DATADIR}/fish/vendor_completions.d)
-endif()
 install(FILES docs/man/TexProbe.3 docs/man/TexProbeVerdicts.3 DESTINATION ${CMAKE_INSTALL_MANDIR}/man3)
+
+# What `cmake --install --prefix` gives does not reach what is compiled.
+if(texprobe_library_type STREQUAL "STATIC_LIBRARY")
+  install(CODE "if(NOT CMAKE_INSTALL_PREFIX STREQUAL \"${CMAKE_INSTALL_PREFIX}\")
+  message(\"The static library was configured for ${CMAKE_INSTALL_PREFIX}: TexProbeVerdicts.h looks for the tool there and in PATH. To have it look here, configure with -DCMAKE_INSTALL_PREFIX=\${CMAKE_INSTALL_PREFIX}\")
+endif()")
+endif()
 
 # find_package(TexProbe) provides TexProbe::TexProbe, and, where the tool is installed too, the tool
 # TexProbe::texprobe and its path TexProbe_TOOL. Two sets, because a package of the library may come without
@@ -52,11 +51,11 @@ set(texprobe_private_libs "")
 if(APPLE)
   if(texprobe_library_type STREQUAL "STATIC_LIBRARY")
     string(APPEND texprobe_libs
-           " -framework ApplicationServices -framework CoreFoundation -framework OpenGL")
+           " -framework ApplicationServices -framework CoreFoundation -framework OpenGL -lc++")
   endif()
 else()
   set(texprobe_system_libs "-pthread")
-  foreach(library IN LISTS CMAKE_DL_LIBS)
+  foreach(library IN LISTS CMAKE_DL_LIBS texprobe_standard_library)
     string(APPEND texprobe_system_libs " -l${library}")
   endforeach()
   if(texprobe_library_type STREQUAL "STATIC_LIBRARY")

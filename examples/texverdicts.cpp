@@ -3,15 +3,17 @@
 // pictures meanwhile.
 //
 // Usage: texverdicts [TOOL]
-// TOOL is the path of texprobe; by default, the one installed with the library, or the first in
-// PATH.
+// TOOL is the path of texprobe; by default, the one beside this program, the one installed with the
+// library, or the first in PATH.
 
 #include <GLFW/glfw3.h>
 #include <TexProbeVerdicts.h>
+#include <unistd.h>
 
 #include <cstdio>
 #include <cstdlib>
 #include <initializer_list>
+#include <string>
 
 namespace {
 
@@ -67,6 +69,15 @@ void print_table(const qor::TexProbeVerdicts& verdicts) {
     std::printf("\n");
 }
 
+/// The tool in this program's folder; empty if there is none, or if this program was started by a
+/// bare name.
+std::string tool_beside(const std::string& program) {
+    const std::size_t slash = program.rfind('/');
+    if (slash == std::string::npos) return {};
+    const std::string tool = program.substr(0, slash + 1) + "texprobe";
+    return access(tool.c_str(), X_OK) == 0 ? tool : std::string();
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -79,9 +90,11 @@ int main(int argc, char** argv) {
         std::fprintf(stderr, "texverdicts: no window with a core profile can be had here\n");
         return 1;
     }
+    const std::string tool = argc == 2 ? argv[1] : tool_beside(argv[0]);
     texprobe_options options = {};
     options.size = sizeof options;
-    options.tool = argc == 2 ? argv[1] : nullptr;
+    // Null: the library looks for it.
+    options.tool = tool.empty() ? nullptr : tool.c_str();
     qor::TexProbeVerdicts verdicts(&options);
     while (verdicts.state() == TEXPROBE_MEASURING && !glfwWindowShouldClose(window)) {
         draw(window, verdicts.progress());

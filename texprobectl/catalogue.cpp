@@ -2,9 +2,11 @@
 
 #include <algorithm>
 #include <set>
+#include <stdexcept>
 
 #include "marks.h"
 #include "preferences.h"
+#include "store_trouble.h"
 
 namespace texprobe::ctl {
 
@@ -94,6 +96,13 @@ RecordSets read_record_sets(const Machine& machine) {
     for (const std::string& id : list_ids(machine)) {
         if (auto set = read_record_set(id, machine)) sets.push_back(std::move(*set));
     }
+    return sets;
+}
+
+RecordSets read_all_record_sets(const Machine& machine) {
+    RecordSets sets;
+    const std::string trouble = trouble_of_store([&] { sets = read_record_sets(machine); });
+    if (!trouble.empty()) throw std::runtime_error("the records cannot be read: " + trouble);
     return sets;
 }
 

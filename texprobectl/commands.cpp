@@ -2,18 +2,21 @@
 
 #include <unistd.h>
 
+#include <functional>
 #include <iostream>
 #include <memory>
+#include <optional>
 
 #include "command_options.h"
 #include "compare.h"
 #include "document.h"
 #include "find_tool.h"
-#include "forget.h"
+#include "forget_command.h"
 #include "inspect_command.h"
 #include "output/output.h"
 #include "output/progress.h"
 #include "output_file.h"
+#include "plain_text.h"
 #include "report/page.h"
 #include "selection.h"
 #include "stop_signals.h"
@@ -36,15 +39,21 @@ struct Arguments {
     int attempts = 200;
     bool json = false;
     bool present = false;
-    bool all = false;
-    bool outdated = false;
-    bool yes = false;
     bool pictures = false;
 };
 using Shared = std::shared_ptr<Arguments>;
 
 RecordSets read_all() {
-    return read_record_sets(look_at_machine());
+    return read_all_record_sets(look_at_machine());
+}
+
+/// The same, read when they are first asked for.
+std::function<const RecordSets&()> all_when_needed() {
+    const auto all = std::make_shared<std::optional<RecordSets>>();
+    return [all]() -> const RecordSets& {
+        if (!*all) *all = read_all();
+        return **all;
+    };
 }
 
 std::unique_ptr<Output> make_output(const Arguments& arguments, std::ostream& stream) {
@@ -54,6 +63,11 @@ std::unique_ptr<Output> make_output(const Arguments& arguments, std::ostream& st
 
 void print(const Arguments& arguments, const std::function<void(Output&)>& write) {
     write_output({}, [&](std::ostream& stream) { write(*make_output(arguments, stream)); });
+}
+
+/// A document with an empty list is valid, but who reads it wants to know.
+void say_empty(const std::string& file, const char* what) {
+    std::cerr << "texprobectl: " << plain(file) << " has no " << what << '\n';
 }
 
 void add_json(CLI::App* command, const Shared& arguments) {
@@ -142,7 +156,7 @@ void run_show(const Arguments& arguments) {
     if (arguments.names.size() > 1) throw UsageError("show expects one record set, or none");
     for (const std::string& name : arguments.names) shown.push_back(find_set(name, all));
     if (arguments.names.empty()) shown = present_sets(all);
-    if (shown.empty() && !arguments.json) {
+    if (shown.empty()) {
         throw UsageError(
             "nothing is recorded for this machine's present build; "
             "`texprobectl measure` measures it");
@@ -163,9 +177,9 @@ void add_show(CLI::App* app) {
 // compare
 
 Comparison compare_named(const Arguments& arguments) {
-    const RecordSets all = read_all();
+    const auto all = all_when_needed();
     if (arguments.names.empty()) {
-        Comparison comparison = compare_builds(all);
+        Comparison comparison = compare_builds(all());
         if (comparison.pairs.empty()) {
             throw UsageError(
                 "there is no earlier build to compare with; expected two record sets "
@@ -176,8 +190,12 @@ Comparison compare_named(const Arguments& arguments) {
     if (arguments.names.size() != 2) {
         throw UsageError("compare expects two record sets or exported files, or none");
     }
-    return compare(find_sets_or_file(arguments.names[0], all),
-                   find_sets_or_file(arguments.names[1], all));
+    const RecordSets a = find_sets_or_file(arguments.names[0], all);
+    const RecordSets b = find_sets_or_file(arguments.names[1], all);
+    if (a.empty() || b.empty()) {
+        throw UsageError(arguments.names[a.empty() ? 0 : 1] + " has no record set to compare");
+    }
+    return compare(a, b);
 }
 
 void add_compare(CLI::App* app, Session* session) {
@@ -205,8 +223,12 @@ void run_export(const Arguments& arguments) {
         if (arguments.present) {
             throw UsageError("export expects record sets or --present, not both");
         }
-        sets.clear();
-        for (const std::string& name : arguments.names) sets.push_back(find_set(name, all));
+        sets = find_sets(arguments.names, all);
+    }
+    if (sets.empty()) {
+        throw UsageError(arguments.present && !all.empty()
+                             ? "there is no record set of this machine's present build to export"
+                             : "there is no record set to export");
     }
     write_output(arguments.file, [&](std::ostream& stream) { write_document(sets, stream); });
 }
@@ -238,18 +260,22 @@ std::vector<PicturedNoes> picture_sets(const RecordSets& sets, const RecordSets&
 }
 
 void run_report(const Arguments& arguments, const Session& session) {
-    const RecordSets all = read_all();
+    const auto all = all_when_needed();
     RecordSets sets;
     for (const std::string& name : arguments.names) {
-        for (RecordSet& set : find_sets_or_file(name, all)) sets.push_back(std::move(set));
+        RecordSets found = find_sets_or_file(name, all);
+        if (found.empty()) say_empty(name, "record set");
+        for (RecordSet& set : found) sets.push_back(std::move(set));
     }
-    if (arguments.names.empty()) sets = present_sets(all);
+    if (arguments.names.empty()) sets = present_sets(all());
     if (sets.empty()) throw UsageError("there is no record set to report on");
     std::vector<PicturedNoes> pictured;
-    if (arguments.pictures) pictured = picture_sets(sets, all, session);
+    if (arguments.pictures) pictured = picture_sets(sets, all(), session);
     std::vector<Times> times;
     for (const std::string& file : arguments.times) {
-        for (Times& each : read_times(file)) times.push_back(std::move(each));
+        std::vector<Times> found = read_times(file);
+        if (found.empty()) say_empty(file, "time");
+        for (Times& each : found) times.push_back(std::move(each));
     }
     write_output(arguments.file,
                  [&](std::ostream& stream) { write_page(sets, pictured, times, stream); });
@@ -281,53 +307,12 @@ void add_merge(CLI::App* app) {
         ->type_name("");
     add_json(command, arguments);
     command->callback([=] {
-        const Merged merged = merge_files(arguments->names);
+        std::vector<std::string> empty;
+        const Merged merged = merge_files(arguments->names, &empty);
+        for (const std::string& file : empty) say_empty(file, "record set");
+        if (merged.sets() == 0) throw UsageError("there is no record set to merge");
         print(*arguments, [&](Output& output) { output.merged(merged); });
     });
-}
-
-// forget
-
-RecordSets sets_to_forget(const Arguments& arguments, const RecordSets& all) {
-    const int ways = (arguments.names.empty() ? 0 : 1) + arguments.all + arguments.outdated;
-    if (ways != 1) throw UsageError("forget expects record sets, --all or --outdated");
-    if (arguments.all) return all;
-    if (arguments.outdated) return outdated_sets(all);
-    RecordSets sets;
-    for (const std::string& name : arguments.names) sets.push_back(find_set(name, all));
-    return sets;
-}
-
-int run_forget(const Arguments& arguments) {
-    const RecordSets sets = sets_to_forget(arguments, read_all());
-    if (sets.empty()) {
-        std::cerr << "There is nothing to forget.\n";
-        return 0;
-    }
-    for (const RecordSet& set : sets) std::cerr << set.id << '\n';
-    if (!arguments.yes) {
-        if (!can_ask()) {
-            throw UsageError("nobody can be asked here; --yes removes these record sets unasked");
-        }
-        if (!ask("Remove these record sets?")) return 1;
-    }
-    const Forgotten forgotten = forget(sets);
-    std::cerr << forgotten.sets << (forgotten.sets == 1 ? " record set" : " record sets")
-              << " removed.\n";
-    if (forgotten.trouble.empty()) return 0;
-    std::cerr << "texprobectl: " << forgotten.trouble << '\n';
-    return 1;
-}
-
-void add_forget(CLI::App* app, Session* session) {
-    CLI::App* command =
-        app->add_subcommand("forget", "Remove record sets, so that they are measured again");
-    const auto arguments = std::make_shared<Arguments>();
-    command->add_option("SET", arguments->names, kSet)->type_name("");
-    command->add_flag("--all", arguments->all, "All of them");
-    command->add_flag("--outdated", arguments->outdated, "Those of other machines and builds");
-    command->add_flag("--yes", arguments->yes, "Do not ask");
-    command->callback([=] { session->status = run_forget(*arguments); });
 }
 
 // doctor

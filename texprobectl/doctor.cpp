@@ -1,6 +1,5 @@
 #include "doctor.h"
 
-#include <pwd.h>
 #include <sys/utsname.h>
 #include <unistd.h>
 
@@ -11,6 +10,7 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "anonymizer.h"
 #include "catalogue.h"
 #include "child.h"
 #include "machine.h"
@@ -32,12 +32,20 @@ constexpr std::array<const char*, 13> kVariables = {
     "VK_",   "DISPLAY=", "WAYLAND_DISPLAY=", "LP_",  "LD_LIBRARY_PATH", "LD_PRELOAD"};
 
 bool take_line(Stream stream, std::string_view text, ExaminedRenderer* renderer) {
-    int megabytes = 0;
+    const std::size_t space = std::min(text.find(' '), text.size());
+    const std::string_view name = text.substr(0, space);
+    const std::string value(text.substr(std::min(space + 1, text.size())));
     if (stream == Stream::kError) {
         renderer->messages.emplace_back(text);
-    } else if (std::sscanf(std::string(text).c_str(), "opened %d", &megabytes) == 1) {
+    } else if (name == "opened") {
         renderer->canBeOpened = true;
-        renderer->megabytes = megabytes;
+        renderer->megabytes = std::atoi(value.c_str());
+    } else if (name == "vendor") {
+        renderer->vendor = value;
+    } else if (name == "version") {
+        renderer->glVersion = value;
+    } else if (name == "renderer") {
+        renderer->renderer = value;
     } else {
         renderer->trouble = text;
     }
@@ -54,6 +62,9 @@ ExaminedRenderer examine_renderer(const std::string& self, std::uint32_t id) {
     if (end.kind == RunEnd::Kind::kExited && end.number == 0) return renderer;
     renderer.canBeOpened = false;
     renderer.megabytes.reset();
+    renderer.vendor.clear();
+    renderer.glVersion.clear();
+    renderer.renderer.clear();
     if (end.kind == RunEnd::Kind::kSignalled) {
         renderer.trouble = "opening it ended the process by " + signal_name(end.number);
     } else if (end.kind == RunEnd::Kind::kTimeLimit) {
@@ -73,49 +84,6 @@ std::string describe_system() {
     return std::string(name.sysname) + ' ' + name.release + ' ' + name.machine;
 }
 
-/// Replaces what names the user or the host.
-class Anonymizer {
-public:
-    Anonymizer() {
-        std::array<char, 256> host = {};
-        if (gethostname(host.data(), host.size() - 1) == 0) add(host.data(), "HOST");
-        // cppcheck-suppress getpwuidCalled
-        if (const passwd* entry = getpwuid(getuid())) {
-            add(entry->pw_dir, "~");
-            add(entry->pw_name, "USER");
-        }
-        if (const char* home = std::getenv("HOME")) add(home, "~");
-    }
-
-    void clean(std::string* text) const {
-        for (const auto& [name, replacement] : names_) {
-            std::size_t at = 0;
-            while ((at = text->find(name, at)) != std::string::npos) {
-                const bool isWhole = !is_word(*text, at - 1) && !is_word(*text, at + name.size());
-                if (isWhole) text->replace(at, name.size(), replacement);
-                at += isWhole ? replacement.size() : 1;
-            }
-        }
-    }
-
-private:
-    void add(const std::string& name, const char* replacement) {
-        if (name.size() <= 1) return;
-        // A home may hold the user's name: longer names go first.
-        const auto place = std::find_if(names_.begin(), names_.end(), [&](const auto& other) {
-            return other.first.size() < name.size();
-        });
-        names_.emplace(place, name, replacement);
-    }
-    static bool is_word(const std::string& text, std::size_t at) {
-        if (at >= text.size()) return false;
-        const auto c = static_cast<unsigned char>(text[at]);
-        return std::isalnum(c) != 0 || c == '_' || c == '-';
-    }
-
-    std::vector<std::pair<std::string, std::string>> names_;
-};
-
 std::vector<std::pair<std::string, std::string>> list_variables() {
     std::vector<std::pair<std::string, std::string>> variables;
     for (char** entry = environ; *entry; ++entry) {
@@ -134,16 +102,19 @@ std::vector<std::pair<std::string, std::string>> list_variables() {
 }
 
 void anonymize(Diagnosis* diagnosis) {
-    const Anonymizer anonymizer;
-    for (std::string* text : {&diagnosis->tool, &diagnosis->trouble, &diagnosis->store.place,
-                              &diagnosis->store.health}) {
-        anonymizer.clean(text);
-    }
+    const Names names = names_of_system();
+    std::vector<std::string*> texts = {&diagnosis->tool,        &diagnosis->trouble,
+                                       &diagnosis->system,      &diagnosis->systemBuild,
+                                       &diagnosis->store.place, &diagnosis->store.health};
     for (ExaminedRenderer& renderer : diagnosis->renderers) {
-        anonymizer.clean(&renderer.trouble);
-        for (std::string& message : renderer.messages) anonymizer.clean(&message);
+        texts.push_back(&renderer.trouble);
+        for (std::string& message : renderer.messages) texts.push_back(&message);
     }
-    for (auto& [name, value] : diagnosis->variables) anonymizer.clean(&value);
+    for (auto& [name, value] : diagnosis->variables) {
+        if (name == "DISPLAY") value = without_host_of_display(value);
+        texts.push_back(&value);
+    }
+    for (std::string* text : texts) *text = without_names(*text, names);
 }
 
 }  // namespace
@@ -174,7 +145,8 @@ int open_for_doctor(const std::vector<std::string>& arguments) {
     std::from_chars(rendererID.data(), rendererID.data() + rendererID.size(), id, 16);
     const Opening opening = open_renderer(id);
     if (opening.isOpened) {
-        std::printf("opened %d\n", opening.megabytes);
+        std::printf("opened %d\nvendor %s\nversion %s\nrenderer %s\n", opening.megabytes,
+                    opening.vendor.c_str(), opening.glVersion.c_str(), opening.renderer.c_str());
     } else {
         std::printf("%s\n", opening.trouble.c_str());
     }

@@ -15,6 +15,10 @@ struct ExaminedRenderer {
     std::string rendererID;
     bool canBeOpened = false;
     std::optional<int> megabytes;
+    /// What its context says; empty where it cannot be opened.
+    std::string vendor;
+    std::string glVersion;
+    std::string renderer;
     /// Why it cannot be opened; empty otherwise.
     std::string trouble;
     /// What the driver and the platform wrote meanwhile.

@@ -49,13 +49,14 @@ private:
 };
 
 /// Reads a document of one of several kinds: each names its schema and the member that holds its
-/// elements, which are handed over one by one.
+/// elements, which are handed over one by one. read_document returns how many there were, which may
+/// be none: a machine without records is no error of its document.
 struct Kind {
     const char* schema;
     const char* elements;
     std::function<void(const JsonValue& element, const Expect& expect)> read;
 };
-void read_document(const std::string& file, const std::vector<Kind>& kinds);
+std::size_t read_document(const std::string& file, const std::vector<Kind>& kinds);
 
 RecordSet read_set(const JsonValue& value, const Expect& expect);
 

@@ -3,7 +3,9 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
+#include <filesystem>
 #include <fstream>
+#include <ios>
 #include <iostream>
 
 #include "document.h"
@@ -11,16 +13,6 @@
 namespace texprobe::ctl {
 
 namespace {
-
-/// A text in a message: short, and one line.
-std::string in_quotes(const std::string& text) {
-    constexpr std::size_t kLongest = 40;
-    std::string shown = text.substr(0, kLongest);
-    for (char& c : shown) {
-        if (static_cast<unsigned char>(c) < 0x20 || c == 0x7F) c = '?';
-    }
-    return '"' + shown + (text.size() > kLongest ? "..." : "") + '"';
-}
 
 Verdict read_verdict(const JsonValue& format, const char* name, const Expect& expect) {
     const std::string& text = expect.text(format, name);
@@ -72,7 +64,7 @@ std::optional<double> read_version(const JsonValue& set, const Expect& expect) {
     return *number;
 }
 
-/// What a document says of itself, before its elements.
+/// What a document says of itself, and that its elements are a list.
 class Header {
 public:
     Header(const std::vector<Kind>& kinds, const Expect& expect) : kinds_(kinds), expect_(expect) {}
@@ -80,6 +72,13 @@ public:
     void take(const std::string& name, const JsonValue& value) {
         if (name == "schema") take_schema(value);
         if (name == "schema_version") take_version(value);
+        const bool isElements = std::any_of(
+            kinds_.begin(), kinds_.end(), [&](const Kind& kind) { return name == kind.elements; });
+        if (!isElements || name != kind(value).elements) return;
+        if (!value.as<JsonValue::Array>()) {
+            expect_.fail(value, fmt::format("\"{}\" must be an array", name));
+        }
+        hasElements_ = true;
     }
 
     /// The kind of document. Its elements cannot be understood before it is known.
@@ -91,7 +90,16 @@ public:
         }
         return *kind_;
     }
-    bool isWhole() const { return kind_ && hasVersion_; }
+
+    void check_whole(const Position& begin) const {
+        const char* missing = !kind_          ? "schema"
+                              : !hasVersion_  ? "schema_version"
+                              : !hasElements_ ? kind_->elements
+                                              : nullptr;
+        if (!missing) return;
+        ctl::fail(expect_.file(), begin,
+                  fmt::format("no document of texprobectl: \"{}\" is missing", missing));
+    }
 
 private:
     void take_schema(const JsonValue& value) {
@@ -122,24 +130,28 @@ private:
     const Expect& expect_;
     const Kind* kind_ = nullptr;
     bool hasVersion_ = false;
+    bool hasElements_ = false;
 };
 
-void read_stream(std::istream& text, const std::string& file, const std::vector<Kind>& kinds) {
+std::size_t read_stream(std::istream& text, const std::string& file,
+                        const std::vector<Kind>& kinds) {
     const Expect expect(file);
     Header header(kinds, expect);
-    bool hasElements = false;
-    read_json(text, file,
-              {[&](const std::string& name, const JsonValue& value) { header.take(name, value); },
-               [&](const std::string& name, const JsonValue& element) {
-                   const Kind& kind = header.kind(element);
-                   if (name != kind.elements) return;
-                   hasElements = true;
-                   kind.read(element, expect);
-               }});
-    if (text.bad()) throw DocumentError(file + ": " + std::strerror(errno));
-    if (!header.isWhole() && !hasElements) {
-        throw DocumentError(file + ": no document of texprobectl: it has no \"schema\"");
+    std::size_t count = 0;
+    try {
+        header.check_whole(read_json(
+            text, file,
+            {[&](const std::string& name, const JsonValue& value) { header.take(name, value); },
+             [&](const std::string& name, const JsonValue& element) {
+                 const Kind& kind = header.kind(element);
+                 if (name != kind.elements) return;
+                 ++count;
+                 kind.read(element, expect);
+             }}));
+    } catch (const std::ios_base::failure& failure) {
+        throw DocumentError(file + ": " + failure.code().message());
     }
+    return count;
 }
 
 }  // namespace
@@ -236,14 +248,15 @@ RecordSet read_set(const JsonValue& value, const Expect& expect) {
     return set;
 }
 
-void read_document(const std::string& file, const std::vector<Kind>& kinds) {
-    if (file == "-") {
-        read_stream(std::cin, "standard input", kinds);
-        return;
-    }
+std::size_t read_document(const std::string& file, const std::vector<Kind>& kinds) {
+    if (file == "-") return read_stream(std::cin, "standard input", kinds);
     std::ifstream stream(file, std::ios::binary);
     if (!stream) throw DocumentError(file + ": " + std::strerror(errno));
-    read_stream(stream, file, kinds);
+    std::error_code ignored;
+    if (std::filesystem::is_directory(file, ignored)) {
+        throw DocumentError(file + ": a folder, and not a document");
+    }
+    return read_stream(stream, file, kinds);
 }
 
 RecordSets read_documents(const std::vector<std::string>& files) {

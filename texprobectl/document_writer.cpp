@@ -1,16 +1,11 @@
 #include <cmath>
 
 #include "document.h"
+#include "json_lines.h"
 
 namespace texprobe::ctl {
 
 namespace {
-
-using Json = nlohmann::ordered_json;
-
-Json text_or_null(const std::optional<std::string>& text) {
-    return text ? Json(*text) : Json(nullptr);
-}
 
 Json format_of(const RecordSet& set, std::size_t format) {
     Json object = {{"name", kFormats[format].name},
@@ -32,11 +27,6 @@ Json detail_of(const Detail& detail) {
         object["seconds"] = hung->seconds;
     }
     return object;
-}
-
-/// One line; bytes that are not UTF-8 are replaced.
-std::string line_of(const Json& value) {
-    return value.dump(-1, ' ', false, Json::error_handler_t::replace);
 }
 
 void write_lines(const char* name, const std::vector<Json>& values, std::ostream& output) {

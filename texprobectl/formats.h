@@ -60,6 +60,8 @@ struct CapabilityNames {
     const char* column;
 };
 
+constexpr std::size_t kCellCount = kFormatCount * kCapabilityCount;
+
 inline constexpr std::array<CapabilityNames, kCapabilityCount> kCapabilities = {{
     {"SUPPORTED", "supported", "supported", "create", "create"},
     {"RENDERABLE", "renderable", "renderable", "render", "render"},

@@ -59,7 +59,7 @@ int run_inspect(const InspectArguments& arguments, const Session& session) {
     const Cell cell = named_cell(arguments);
     const StopSignals stopSignals;
     const Machine machine = look_at_machine();
-    const RecordSets all = read_record_sets(machine);
+    const RecordSets all = read_all_record_sets(machine);
     const RecordSet& set = chosen_set(arguments.set, all, machine);
     const Inspection inspection =
         inspect({session.self, cell, arguments.alone, std::chrono::seconds(arguments.seconds)}, set,

@@ -53,16 +53,20 @@ struct JsonMember {
 
 /// What a reader is told about the top-level object.
 struct TopLevel {
-    /// A member that is neither an object nor an array.
+    /// A member, when its value begins: an object or an array is still empty.
     std::function<void(const std::string& name, const JsonValue& value)> member;
     /// One element of a member that is an array. It is gone afterwards, so that memory does not
     /// grow with the number of elements.
     std::function<void(const std::string& name, const JsonValue& element)> element;
 };
 
-/// Reads one JSON text. Throws DocumentError, also for what `top` throws through `fail`: a text
-/// that is not JSON, is no object, gives a member twice, is nested deeply or has a very long value.
-void read_json(std::istream& text, const std::string& file, const TopLevel& top);
+/// Reads one JSON text, and returns where its object begins. Throws DocumentError, also for what
+/// `top` throws through `fail`: a text that is not JSON, is no object, gives a member twice, is
+/// nested deeply, or has a NUL or something very long.
+Position read_json(std::istream& text, const std::string& file, const TopLevel& top);
+
+/// A text in a message: short, and one line.
+std::string in_quotes(const std::string& text);
 
 [[noreturn]] void fail(const std::string& file, const Position& position,
                        const std::string& message);

@@ -2,6 +2,7 @@
 
 #include <ApplicationServices/ApplicationServices.h>
 #include <OpenGL/OpenGL.h>
+#include <OpenGL/gl.h>
 #include <sys/sysctl.h>
 
 #include <algorithm>
@@ -77,20 +78,70 @@ void add_renderers(CGDirectDisplayID display, Machine* machine) {
     }
 }
 
+Opening cannot(const char* call, CGLError error) {
+    Opening opening;
+    opening.trouble = std::string(call) + ": error " + std::to_string(error);
+    return opening;
+}
+
 Opening ask_memory(std::uint32_t renderer) {
-    std::string trouble;
-    for (const CGDirectDisplayID display : list_displays(&trouble)) {
+    Opening opening;
+    for (const CGDirectDisplayID display : list_displays(&opening.trouble)) {
         const RendererInfo info(CGDisplayIDToOpenGLDisplayMask(display));
         for (GLint index = 0; index < info.count(); ++index) {
             GLint value = 0;
             if (info.ask(index, kCGLRPRendererID, &value) != kCGLNoError) continue;
             if (static_cast<std::uint32_t>(value) != renderer) continue;
             const CGLError error = info.ask(index, kCGLRPTextureMemory, &value);
-            if (error == kCGLNoError) return {true, value / 1048576, {}};
-            return {false, 0, "CGLDescribeRenderer: error " + std::to_string(error)};
+            if (error != kCGLNoError) return cannot("CGLDescribeRenderer", error);
+            opening.isOpened = true;
+            opening.megabytes = value / 1048576;
+            return opening;
         }
     }
-    return {false, 0, "it is not listed any more"};
+    opening.trouble = "it is not listed any more";
+    return opening;
+}
+
+/// A context of one renderer with a pixel buffer, as the tool makes it.
+class Context {
+public:
+    ~Context() {
+        if (context_) CGLDestroyContext(context_);
+        if (pbuffer_) CGLDestroyPBuffer(pbuffer_);
+        if (pixelFormat_) CGLDestroyPixelFormat(pixelFormat_);
+    }
+    Context() = default;
+    Context(const Context&) = delete;
+    Context& operator=(const Context&) = delete;
+
+    /// The call that failed; null where none did.
+    const char* make_current(std::uint32_t renderer, CGLError* error) {
+        const CGLPixelFormatAttribute attributes[] = {
+            kCGLPFARendererID, static_cast<CGLPixelFormatAttribute>(renderer),
+            static_cast<CGLPixelFormatAttribute>(0)};
+        GLint screens = 0;
+        *error = CGLChoosePixelFormat(attributes, &pixelFormat_, &screens);
+        if (*error != kCGLNoError) return "CGLChoosePixelFormat";
+        *error = CGLCreateContext(pixelFormat_, nullptr, &context_);
+        if (*error != kCGLNoError) return "CGLCreateContext";
+        *error = CGLCreatePBuffer(16, 16, GL_TEXTURE_2D, GL_RGBA, 0, &pbuffer_);
+        if (*error != kCGLNoError) return "CGLCreatePBuffer";
+        *error = CGLSetPBuffer(context_, pbuffer_, 0, 0, 0);
+        if (*error != kCGLNoError) return "CGLSetPBuffer";
+        *error = CGLSetCurrentContext(context_);
+        return *error == kCGLNoError ? nullptr : "CGLSetCurrentContext";
+    }
+
+private:
+    CGLPixelFormatObj pixelFormat_ = nullptr;
+    CGLContextObj context_ = nullptr;
+    CGLPBufferObj pbuffer_ = nullptr;
+};
+
+std::string text_of(GLenum name) {
+    const auto* text = reinterpret_cast<const char*>(glGetString(name));
+    return text ? text : "";
 }
 
 }  // namespace
@@ -112,21 +163,13 @@ Machine look_at_machine() {
 Opening open_renderer(std::uint32_t renderer) {
     Opening opening = ask_memory(renderer);
     if (!opening.isOpened) return opening;
-    const CGLPixelFormatAttribute attributes[] = {kCGLPFARendererID,
-                                                  static_cast<CGLPixelFormatAttribute>(renderer),
-                                                  static_cast<CGLPixelFormatAttribute>(0)};
-    CGLPixelFormatObj pixelFormat = nullptr;
-    GLint screenCount = 0;
-    CGLError error = CGLChoosePixelFormat(attributes, &pixelFormat, &screenCount);
-    if (error != kCGLNoError) {
-        return {false, 0, "CGLChoosePixelFormat: error " + std::to_string(error)};
-    }
-    CGLContextObj context = nullptr;
-    error = CGLCreateContext(pixelFormat, nullptr, &context);
-    if (error == kCGLNoError) CGLDestroyContext(context);
-    CGLDestroyPixelFormat(pixelFormat);
-    if (error == kCGLNoError) return opening;
-    return {false, 0, "CGLCreateContext: error " + std::to_string(error)};
+    Context context;
+    CGLError error = kCGLNoError;
+    if (const char* call = context.make_current(renderer, &error)) return cannot(call, error);
+    opening.vendor = text_of(GL_VENDOR);
+    opening.glVersion = text_of(GL_VERSION);
+    opening.renderer = text_of(GL_RENDERER);
+    return opening;
 }
 
 std::string hexadecimal(std::uint32_t rendererID) {

@@ -27,10 +27,15 @@ Machine look_at_machine();
 struct Opening {
     bool isOpened = false;
     int megabytes = 0;
+    /// What the context says.
+    std::string vendor;
+    std::string glVersion;
+    std::string renderer;
     /// The call that failed and its error.
     std::string trouble;
 };
-/// Creates a context on the renderer and destroys it again. A driver may end the process.
+/// Makes a context of the renderer current, as the tool does, and destroys it again. A driver may
+/// end the process.
 Opening open_renderer(std::uint32_t renderer);
 
 std::string hexadecimal(std::uint32_t rendererID);

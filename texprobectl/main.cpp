@@ -10,6 +10,7 @@
 #include "child.h"
 #include "commands.h"
 #include "find_tool.h"
+#include "plain_text.h"
 #include "stop_signals.h"
 
 namespace {
@@ -45,7 +46,8 @@ int explain(const CLI::App& app, const CLI::ParseError& error) {
     } else if (given.empty()) {
         text = "a command is missing; expected " + expected_by(command);
     }
-    std::cerr << "texprobectl: " << text << "; see `texprobectl " << name << "--help`\n";
+    std::cerr << "texprobectl: " << texprobe::ctl::plain(text) << "; see `texprobectl " << name
+              << "--help`\n";
     return kTrouble;
 }
 
@@ -84,7 +86,7 @@ int main(int argc, char** argv) {
         std::cerr << "texprobectl: interrupted\n";
         return 128 + interruption.signal();
     } catch (const std::exception& error) {
-        std::cerr << "texprobectl: " << error.what() << '\n';
+        std::cerr << "texprobectl: " << texprobe::ctl::plain(error.what()) << '\n';
         return kTrouble;
     }
 }

@@ -5,7 +5,6 @@
 #define TEXPROBECTL_MERGE_H
 
 #include <array>
-#include <compare>
 #include <cstdint>
 #include <map>
 #include <optional>
@@ -17,6 +16,8 @@
 namespace texprobe::ctl {
 
 using Count = std::uint64_t;
+/// More than there are computers, and far from what a sum could overflow.
+inline constexpr Count kMostSets = 1'000'000'000'000;
 /// How many sets have each verdict.
 using VerdictCounts = std::array<Count, kVerdictCount>;
 using CellCounts = std::array<std::array<VerdictCounts, kCapabilityCount>, kFormatCount>;
@@ -29,7 +30,8 @@ struct Driver {
     std::optional<std::string> glVersion;
     std::optional<std::string> renderer;
 
-    auto operator<=>(const Driver&) const = default;
+    // Not <=>, which not every library has for texts.
+    bool operator<(const Driver& other) const;
 };
 
 struct Counted {
@@ -46,14 +48,19 @@ public:
     void add(const Driver& driver, const Counted& counted);
 
     const std::map<Driver, Counted>& drivers() const { return drivers_; }
+    /// Of all drivers together.
+    Count sets() const { return sets_; }
     Counted total() const;
 
 private:
+    Count sets_ = 0;
     std::map<Driver, Counted> drivers_;
 };
 
-/// Reads exported and merged documents; "-" is standard input. Throws DocumentError.
-Merged merge_files(const std::vector<std::string>& files);
+/// Reads exported and merged documents; "-" is standard input. Adds to `empty` those that have
+/// nothing in them. Throws DocumentError, also for more than kMostSets: what is merged can be
+/// merged again.
+Merged merge_files(const std::vector<std::string>& files, std::vector<std::string>* empty);
 
 }  // namespace texprobe::ctl
 

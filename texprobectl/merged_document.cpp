@@ -2,27 +2,18 @@
 
 #include <fmt/format.h>
 
+#include "json_lines.h"
+
 namespace texprobe::ctl {
 
 namespace {
 
-using Json = nlohmann::ordered_json;
-
-// More than there are computers, and far from what a sum of files could overflow.
-constexpr std::int64_t kMostSets = 1'000'000'000'000;
+constexpr auto kMost = static_cast<std::int64_t>(kMostSets);
 
 Json counts_of(const VerdictCounts& counts) {
     Json object = Json::object();
     for (std::size_t i = 0; i < kVerdictCount; ++i) object[kVerdictNames[i]] = counts[i];
     return object;
-}
-
-Json text_or_null(const std::optional<std::string>& text) {
-    return text ? Json(*text) : Json(nullptr);
-}
-
-std::string line_of(const Json& value) {
-    return value.dump(-1, ' ', false, Json::error_handler_t::replace);
 }
 
 void write_formats(const CellCounts& cells, const std::string& indent, std::ostream& output) {
@@ -61,7 +52,7 @@ VerdictCounts read_counts(const JsonValue& format, const char* name, Count sets,
     VerdictCounts counts;
     Count sum = 0;
     for (std::size_t i = 0; i < kVerdictCount; ++i) {
-        counts[i] = static_cast<Count>(expect.integer(value, kVerdictNames[i], 0, kMostSets));
+        counts[i] = static_cast<Count>(expect.integer(value, kVerdictNames[i], 0, kMost));
         sum += counts[i];
     }
     if (sum != sets) {
@@ -94,7 +85,7 @@ void read_merged(const JsonValue& value, const Expect& expect, Merged* merged) {
                         expect.text_or_null(value, "gl_version"),
                         expect.text_or_null(value, "renderer")};
     Counted counted;
-    counted.sets = static_cast<Count>(expect.integer(value, "sets", 1, kMostSets));
+    counted.sets = static_cast<Count>(expect.integer(value, "sets", 1, kMost));
     counted.complete = static_cast<Count>(
         expect.integer(value, "complete", 0, static_cast<std::int64_t>(counted.sets)));
     const JsonValue::Array& formats = expect.formats(value);

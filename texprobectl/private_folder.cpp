@@ -1,5 +1,7 @@
 #include "private_folder.h"
 
+#include <unistd.h>
+
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>

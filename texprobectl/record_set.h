@@ -120,7 +120,8 @@ struct Flags {
 /// Fills the verdicts and the details.
 void decide_verdicts(const Flags& flags, RecordSet* set);
 
-/// Whether the set holds all that an application looks for.
+/// Is the set current, does it name its renderer, and is nothing in it unmeasured? An application
+/// takes a set by its version and its three strings alone.
 bool is_complete(const RecordSet& set);
 
 /// "signal SIGSEGV", "60 s" and the like.

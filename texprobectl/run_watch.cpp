@@ -11,8 +11,6 @@ namespace texprobe::ctl {
 
 namespace {
 
-constexpr std::size_t kCellCount = kFormatCount * kCapabilityCount;
-
 Verdicts verdicts_of(const Flags& flags) {
     RecordSet set;
     decide_verdicts(flags, &set);

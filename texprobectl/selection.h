@@ -4,6 +4,7 @@
 #ifndef TEXPROBECTL_SELECTION_H
 #define TEXPROBECTL_SELECTION_H
 
+#include <functional>
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -18,11 +19,18 @@ public:
     using std::runtime_error::runtime_error;
 };
 
-/// The one set that `text` names. Throws UsageError when there is none, or more than one.
+/// The one set that `text` names: digits alone are a place in the list, or a whole component of an
+/// identifier; the domain, which all have, names none. Throws UsageError when there is none, or
+/// more than one.
 const RecordSet& find_set(const std::string& text, const RecordSets& all);
 
-/// The sets of an exported file when `text` names a file, else the one set that it names.
-RecordSets find_sets_or_file(const std::string& text, const RecordSets& all);
+/// The sets that these texts name, each once.
+RecordSets find_sets(const std::vector<std::string>& texts, const RecordSets& all);
+
+/// The sets of an exported file when `text` names a file and is no number, else the one set that it
+/// names. Asks for all sets only then: files need no store.
+RecordSets find_sets_or_file(const std::string& text,
+                             const std::function<const RecordSets&()>& all);
 
 /// Those of the present build.
 RecordSets present_sets(const RecordSets& all);

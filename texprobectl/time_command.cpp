@@ -20,7 +20,7 @@ namespace texprobe::ctl {
 
 namespace {
 
-struct Arguments {
+struct TimeArguments {
     std::vector<std::string> formats;
     std::string size;
     std::string set;
@@ -55,7 +55,7 @@ std::vector<ImageSize> find_sizes(const std::string& text) {
 
 /// A set that can be timed here: of a renderer that is here, and of the present build.
 RecordSet find_timed_set(const std::string& name) {
-    const RecordSets all = read_record_sets(look_at_machine());
+    const RecordSets all = read_all_record_sets(look_at_machine());
     if (!name.empty()) {
         const RecordSet& set = find_set(name, all);
         if (!set.isPresent) {
@@ -73,7 +73,7 @@ bool has_numbers(const Times& times) {
                        [](const TransferTimes& transfer) { return !transfer.ways.empty(); });
 }
 
-int run_time(const Arguments& arguments, const Session& session) {
+int run_time(const TimeArguments& arguments, const Session& session) {
     const TimeOptions options{session.self, find_formats(arguments.formats),
                               find_sizes(arguments.size), arguments.seconds, arguments.limit};
     const RecordSet set = find_timed_set(arguments.set);
@@ -104,7 +104,7 @@ int run_time(const Arguments& arguments, const Session& session) {
 void add_time(CLI::App* app, Session* session) {
     CLI::App* command =
         app->add_subcommand("time", "How fast the verified transfers are, and in which way");
-    const auto arguments = std::make_shared<Arguments>();
+    const auto arguments = std::make_shared<TimeArguments>();
     command->add_option("FORMAT", arguments->formats, "as `show` names them, such as GL_RGBA8")
         ->type_name("");
     command->add_option("--size", arguments->size, "Only 128, 512, 1080p, 2160p, or N by N")

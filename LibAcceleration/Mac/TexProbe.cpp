@@ -55,7 +55,8 @@ TexProbe::TexProbe(const char* toolPath) : TexProbe() {
             std::fputs("*** texprobe() failed\n", stderr);
             return;
         }
-        appID_ = copyCurrentRendererID();
+        // Whoever is at work now found what the tool has left.
+        appID_ = copyCurrentRendererID(SetsInHand::kTaken);
         if (!appID_) {
             std::fputs("*** cannot get renderer\n", stderr);
             return;

@@ -53,11 +53,13 @@ public:
         unsigned unused : 26;
     };
 
-    /// Finds the records of the current context's renderer. If there are no usable ones, runs the
-    /// tool at `toolPath` once, waits for it, and looks again. `toolPath` is passed to the shell
-    /// between double quotes. It is not used if records exist; null counts as a tool that cannot be
-    /// started. The context stays current and its state is not changed. Core-profile and OpenGL ES
-    /// contexts report other strings than the tool's, so they match nothing.
+    /// Finds the records of the current context's renderer. If there are no usable ones, or a run
+    /// of the tool is at work on them, runs the tool at `toolPath` once, waits for it, and looks
+    /// again. `toolPath` is passed to the shell between double quotes. It is not used if records
+    /// exist; null counts as a tool that cannot be started. The context stays current and its state
+    /// is not changed. The tool measures a compatibility-profile context. OpenGL ES contexts report
+    /// other strings and match nothing; nor do core-profile contexts where the version string names
+    /// the profile, as Mesa's does.
     ///
     /// Takes about a millisecond with records, and as long as the tool without. A tool whose driver
     /// hangs is not killed. The tool is started by system(): meanwhile the application ignores

@@ -8,10 +8,11 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <chrono>
+#include <cstddef>
 #include <cstring>
 #include <exception>
 #include <memory>
-#include <optional>
 #include <string>
 #include <thread>
 #include <utility>
@@ -26,7 +27,7 @@
 
 namespace {
 
-constexpr int kUsualLimit = 60000;
+constexpr std::chrono::milliseconds kUsualLimit{60000};
 
 /// While one lives, no signal is handled on this thread; nor on those that it starts meanwhile, for
 /// as long as they live: the application's handlers run on the application's threads.
@@ -52,14 +53,26 @@ texprobe_options known_options(const texprobe_options* options) {
     return known;
 }
 
+/// Has the application filled in what its size leaves out? The first version had all these fields.
+bool is_size_forgotten(const texprobe_options* options) {
+    constexpr std::size_t kSmallest = offsetof(texprobe_options, test_time_limit_ms);
+    return options && options->size < kSmallest &&
+           (options->tool || options->test_time_limit_ms != 0 || options->log || options->user);
+}
+
 }  // namespace
 
 struct texprobe_verdicts {
 public:
-    explicit texprobe_verdicts(const texprobe_options& options)
-        : limit_(options.test_time_limit_ms > 0 ? options.test_time_limit_ms : kUsualLimit),
-          log_{options.log, options.user} {
-        look(options.tool);
+    explicit texprobe_verdicts(const texprobe_options* given) {
+        if (is_size_forgotten(given)) {
+            outcome_.failed("texprobe_options.size is " + std::to_string(given->size) +
+                            "; it must be sizeof(texprobe_options)");
+            return;
+        }
+        const texprobe_options options = known_options(given);
+        log_ = {options.log, options.user};
+        look(options);
         // The log is never called on the application's thread, so what is to be said needs one,
         // too.
         if (outcome_.state() == TEXPROBE_MEASURING || (log_.write && !messages_.empty())) start();
@@ -79,24 +92,40 @@ public:
     const Outcome& outcome() const { return outcome_; }
 
 private:
-    void look(const char* tool) {
+    void look(const texprobe_options& options) {
         const std::string hopeless = sets_.hopeless();
         if (!hopeless.empty()) return outcome_.failed(one_line(hopeless));
         const texprobe::PlatformMessages messages;
-        const bool isRead = sets_.refresh();
-        std::size_t differences = 0;
-        const auto verdicts = isRead ? sets_.find(&differences) : std::nullopt;
+        const Finding finding = sets_.look();
+        isRead_ = finding.isRead;
+        const bool isInVain = isRead_ && !finding.verdicts && sets_.are_all_measured();
         messages_ = messages.lines();
         // Each renderer's records are in the same store.
         messages_.erase(std::unique(messages_.begin(), messages_.end()), messages_.end());
-        if (verdicts) {
-            outcome_.ready(*verdicts, one_line(sets_.describe_differences(differences)));
-        } else if (!isRead) {
-            outcome_.failed("the records cannot be read" +
-                            (messages_.empty() ? "" : ": " + messages_.back()));
-        } else if ((tool_ = find_tool(tool)).empty()) {
-            outcome_.failed(one_line(describe_search()));
+        if (finding.verdicts) {
+            outcome_.ready(*finding.verdicts,
+                           one_line(sets_.describe_differences(finding.differences)));
+        } else if (isInVain) {
+            outcome_.failed(one_line(sets_.describe_mismatch({}) +
+                                     "; run texprobe if the driver's strings have changed since"));
+        } else {
+            plan(options);
         }
+    }
+
+    /// A store that cannot be read is no reason to stay away: the tool puts a damaged one aside.
+    void plan(const texprobe_options& options) {
+        program_.path = find_tool(options.tool);
+        if (program_.path.empty()) {
+            const std::string unread = isRead_ ? "" : "; the records cannot be read";
+            const std::string why = isRead_ || messages_.empty() ? "" : ": " + messages_.back();
+            return outcome_.failed(one_line(describe_search() + unread + why));
+        }
+        turn_ = qor::turn_settings();
+        const std::chrono::milliseconds limit(options.test_time_limit_ms);
+        program_.stepLimit = limit.count() > 0 ? std::max(limit, turn_.leastTestTime) : kUsualLimit;
+        // Now, on the application's thread: later the application may change its environment.
+        program_.environment = texprobe::environment_of_process();
     }
 
     void start() {
@@ -111,20 +140,23 @@ private:
     }
 
     void work() {
-        for (const std::string& line : messages_) log_(line);
-        if (outcome_.state() != TEXPROBE_MEASURING) return;
+        if (outcome_.state() != TEXPROBE_MEASURING) {
+            for (const std::string& line : messages_) log_(line);
+            return;
+        }
         try {
-            Measurement(sets_, tool_, limit_, log_, outcome_).run();
+            Measurement(sets_, program_, turn_, log_, outcome_).run(isRead_, messages_);
         } catch (const std::bad_alloc&) {
             outcome_.failed("out of memory");
         }
     }
 
     const pid_t process_ = getpid();
-    const int limit_;
-    const Log log_;
+    Log log_;
     const RecordSets sets_;
-    std::string tool_;
+    bool isRead_ = false;
+    texprobe::Program program_;
+    qor::TurnSettings turn_;
     std::vector<std::string> messages_;
     Outcome outcome_;
     std::thread thread_;
@@ -132,7 +164,7 @@ private:
 
 texprobe_verdicts* texprobe_verdicts_open(const texprobe_options* options) {
     try {
-        return new texprobe_verdicts(known_options(options));
+        return new texprobe_verdicts(options);
     } catch (const std::exception&) {
         return nullptr;
     }

@@ -36,9 +36,11 @@ typedef enum {
 } texprobe_capability;
 
 typedef struct {
-    size_t size;            /* sizeof(texprobe_options): the structure may grow */
+    size_t size;            /* sizeof(texprobe_options): the structure may grow. If it is forgotten
+                               and another field is set, the state is FAILED. */
     const char* tool;       /* NULL: the one installed with this library, else the first in PATH */
-    int test_time_limit_ms; /* 0: 60,000 */
+    int test_time_limit_ms; /* 0: 60,000; less than 10,000 is 10,000. What it ends is recorded as a
+                               no, for every application of this user. */
     /* Called with each line of the tool, and with what this library has to say; on a thread of its
        own, never two calls at a time for one texprobe_verdicts. It must not close the verdicts, and
        must not throw. NULL: nothing is written anywhere. */
@@ -46,10 +48,11 @@ typedef struct {
     void* user;
 } texprobe_options;
 
-/* Looks for the verdicts on the current context's renderer; if there are none, has the tool measure
-   in the background. Call it on the thread whose context is current, outside glBegin and glEnd. It
-   takes as long as the lookup, and neither the context's state nor its pending error changes. NULL
-   options are all zero. NULL only without memory. */
+/* Looks for the verdicts on the current context's renderer; if there are none, or another run of
+   the tool is at work on them, has the tool measure in the background. Call it on the thread whose
+   context is current, outside glBegin and glEnd. It takes as long as the lookup, and neither the
+   context's state nor its pending error changes. NULL options are all zero. The tool gets the
+   environment of now. NULL only without memory. */
 TEXPROBE_EXPORT texprobe_verdicts* texprobe_verdicts_open(const texprobe_options* options);
 
 /* Waits until it is no longer MEASURING, or the time is over, and tells the state. 0: look; -1:
@@ -57,11 +60,12 @@ TEXPROBE_EXPORT texprobe_verdicts* texprobe_verdicts_open(const texprobe_options
 TEXPROBE_EXPORT texprobe_state texprobe_verdicts_wait(texprobe_verdicts* verdicts,
                                                       int milliseconds);
 
-/* How much of this machine is measured: 0 to 1. */
+/* How much of this machine is measured: 0 to 1. It never falls, and is 1 only when READY. */
 TEXPROBE_EXPORT double texprobe_verdicts_progress(const texprobe_verdicts* verdicts);
 
 /* One line, valid until close. FAILED: why. MEASURING: what it waits for. READY: "", or which
-   verdicts are UNKNOWN because two renderers carry the strings of this context and differ. */
+   verdicts are UNKNOWN because two renderers carry the strings of this context and differ, or why
+   the verdicts could not be recorded and will be measured again. */
 TEXPROBE_EXPORT const char* texprobe_verdicts_reason(const texprobe_verdicts* verdicts);
 
 /* UNKNOWN until READY, without a record, and for any format or capability that is none of these. */
@@ -82,18 +86,14 @@ TEXPROBE_EXPORT unsigned texprobe_format_value(size_t index);
 #ifdef __cplusplus
 } /* extern "C" */
 
-#include <new>
-
 namespace qor {
 
-/// The same as an object. Everything is inline: nothing of it depends on the library's compiler.
+/// The same as an object. Everything is inline: nothing of it depends on the library's compiler,
+/// nor on whether the application has exceptions. Without memory it is FAILED.
 class TexProbeVerdicts {
 public:
-    /// Throws nothing but std::bad_alloc.
     explicit TexProbeVerdicts(const texprobe_options* options = nullptr)
-        : verdicts_(texprobe_verdicts_open(options)) {
-        if (!verdicts_) throw std::bad_alloc();
-    }
+        : verdicts_(texprobe_verdicts_open(options)) {}
     ~TexProbeVerdicts() { texprobe_verdicts_close(verdicts_); }
     TexProbeVerdicts(const TexProbeVerdicts&) = delete;
     TexProbeVerdicts& operator=(const TexProbeVerdicts&) = delete;

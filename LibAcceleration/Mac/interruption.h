@@ -9,9 +9,10 @@ namespace qor {
 /// it would leave the current test recorded as failed. Children inherit this.
 void survive_closed_outputs();
 
-/// From now on the first SIGINT, SIGTERM or SIGHUP is remembered. A second one ends the process at
-/// once; so do two seconds without a call of end_by_interruption(). Ignored signals stay ignored.
-/// For the tool only: signals belong to the program, not to a library.
+/// From now on the first SIGINT, SIGTERM, SIGHUP, SIGQUIT, SIGXCPU, SIGALRM, SIGUSR1 or SIGUSR2 is
+/// remembered. A second one ends the process at once; so do two seconds without a call of
+/// end_by_interruption(). Ignored signals stay ignored. For the tool only: signals belong to the
+/// program, not to a library.
 ///
 /// If `isTooLate` returns true, the first signal ends the process. Signal handlers call it.
 void remember_interruptions(bool (*isTooLate)());

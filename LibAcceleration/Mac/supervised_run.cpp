@@ -188,16 +188,23 @@ public:
         posix_spawnattr_setpgroup(&attributes_, 0);
         posix_spawnattr_setflags(&attributes_, flags);
 
-        std::vector<char*> words = {const_cast<char*>(program.path.c_str())};
-        for (const std::string& argument : program.arguments) {
-            words.push_back(const_cast<char*>(argument.c_str()));
-        }
-        words.push_back(nullptr);
+        std::vector<char*> words = pointers_to(program.arguments);
+        words.insert(words.begin(), const_cast<char*>(program.path.c_str()));
+        std::vector<char*> variables;
+        if (program.environment) variables = pointers_to(*program.environment);
         return posix_spawn(process, program.path.c_str(), &actions_, &attributes_, words.data(),
-                           environ);
+                           program.environment ? variables.data() : environ);
     }
 
 private:
+    /// As the system wants them: not const, and followed by a null.
+    static std::vector<char*> pointers_to(const std::vector<std::string>& texts) {
+        std::vector<char*> pointers;
+        for (const std::string& text : texts) pointers.push_back(const_cast<char*>(text.c_str()));
+        pointers.push_back(nullptr);
+        return pointers;
+    }
+
     /// Has every descriptor from 3 on closed in the program, in the way that the system offers;
     /// the flags that this takes. A template, since only that may name what the system lacks.
     template <class Actions>
@@ -351,6 +358,12 @@ private:
 };
 
 }  // namespace
+
+std::vector<std::string> environment_of_process() {
+    std::vector<std::string> copy;
+    for (char** variable = environ; variable && *variable; ++variable) copy.emplace_back(*variable);
+    return copy;
+}
 
 RunEnd run_supervised(const Program& program, RunObserver& observer) {
     return Supervision(program, observer).run();

@@ -1,7 +1,7 @@
 // One run of a program, watched and limited: for a library inside somebody's application.
 //
-// The program is started without a shell, in a process group of its own, with the caller's
-// environment, an empty signal mask, the default action for every signal, and no descriptor but 0
+// The program is started without a shell, in a process group of its own, with the environment that
+// it is given, an empty signal mask, the default action for every signal, and no descriptor but 0
 // to 2. Standard input is empty; what it writes is handed over line by line on the caller's thread.
 //
 // Nothing of the caller's process changes: no signal handler, no descriptor after the return, no
@@ -11,6 +11,7 @@
 #define TEXPROBE_SUPERVISED_RUN_H
 
 #include <chrono>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -27,7 +28,12 @@ struct Program {
     std::chrono::milliseconds stepLimit{0};
     /// How long a program that was told to stop may take to end by itself.
     std::chrono::milliseconds stopGrace{3000};
+    /// Lines "NAME=value". None: the caller's, read when the run begins.
+    std::optional<std::vector<std::string>> environment = std::nullopt;
 };
+
+/// A copy of the caller's, for a run on another thread: the caller may change its own meanwhile.
+std::vector<std::string> environment_of_process();
 
 enum class Stream { kOutput, kError };
 

@@ -1,4 +1,9 @@
-"""What the current renderer does with each format: TexProbeVerdicts.h from Python, through ctypes."""
+"""What the current renderer does with each format: TexProbeVerdicts.h from Python, through ctypes.
+
+Usage: python3 texverdicts.py [LIBRARY [TOOL]]
+LIBRARY is the shared library; by default, the libTexProbe.so.0 that the loader finds. TOOL is the path of texprobe; by
+default, the one installed with the library, or the first in PATH.
+"""
 import ctypes
 import sys
 
@@ -19,12 +24,19 @@ def open_context():
     context = pointer(egl.eglCreateContext(display, config, None, words(0x3098, 3, 0x3038)))
     return egl.eglBindAPI(0x30A0) and egl.eglMakeCurrent(display, None, None, context)
 
-texprobe = ctypes.CDLL(sys.argv[1] if len(sys.argv) > 1 else "libTexProbe.so.0")
+arguments = sys.argv[1:]
+if len(arguments) > 2 or any(argument.startswith("-") for argument in arguments):
+    sys.exit(__doc__)
+try:
+    texprobe = ctypes.CDLL(arguments[0] if arguments else "libTexProbe.so.0")
+except OSError as error:
+    sys.exit(f"texverdicts.py: {error}")
+tool = arguments[1].encode() if len(arguments) > 1 else None
 texprobe.texprobe_verdicts_open.restype = ctypes.c_void_p
 for name in ("texprobe_verdicts_reason", "texprobe_format_name"):
     getattr(texprobe, name).restype = ctypes.c_char_p
 open_context()
-verdicts = ctypes.c_void_p(texprobe.texprobe_verdicts_open(ctypes.byref(Options(ctypes.sizeof(Options)))))
+verdicts = ctypes.c_void_p(texprobe.texprobe_verdicts_open(ctypes.byref(Options(ctypes.sizeof(Options), tool))))
 if texprobe.texprobe_verdicts_wait(verdicts, -1) != 1:
     sys.exit(texprobe.texprobe_verdicts_reason(verdicts).decode())
 for i in range(texprobe.texprobe_format_count()):

@@ -45,10 +45,6 @@ std::map<GLenum, std::vector<GLint>> context_values() {
     return values;
 }
 
-std::string text(GLenum name) {
-    return reinterpret_cast<const char*>(glGetString(name));
-}
-
 class VerdictsFixture : public testing::Test {
 protected:
     VerdictsFixture() {
@@ -74,17 +70,7 @@ protected:
     const ToolFolder& folder_ = empty_folder(TOOL);
 };
 
-struct Kind {
-    const char* name;
-    std::unique_ptr<ApplicationContext> (*open)();
-    bool window;
-};
-
-void PrintTo(const Kind& kind, std::ostream* stream) {
-    *stream << kind.name;
-}
-
-class AnyContext : public VerdictsFixture, public testing::WithParamInterface<Kind> {
+class AnyContext : public VerdictsFixture, public testing::WithParamInterface<ContextKind> {
 protected:
     void SetUp() override {
         if (GetParam().window) {
@@ -102,7 +88,7 @@ protected:
 TEST_P(AnyContext, gets_the_verdicts_on_its_renderer) {
     texprobe_verdicts* first = open(folder_.tool());
     EXPECT_EQ(texprobe_verdicts_wait(first, -1), TEXPROBE_READY) << texprobe_verdicts_reason(first);
-    const std::string expected = recorded_answers(text(GL_RENDERER));
+    const std::string expected = recorded_answers(gl_text(GL_RENDERER));
     EXPECT_EQ(answers_of(first), expected);
     EXPECT_THAT(expected, testing::HasSubstr("yyyyyy"));
     texprobe_verdicts_close(first);
@@ -144,12 +130,12 @@ TEST_P(AnyContext, is_as_it_was_before_during_and_after) {
 }
 
 INSTANTIATE_TEST_SUITE_P(On, AnyContext,
-                         testing::Values(Kind{"glx_window", open_glx_window, true},
-                                         Kind{"egl_window", open_egl_window, true},
-                                         Kind{"compatibility", open_surfaceless, false},
-                                         Kind{"core_33", open_surfaceless_core, false},
-                                         Kind{"core_45", open_surfaceless_core_45, false},
-                                         Kind{"es_3", open_surfaceless_es, false}),
+                         testing::Values(ContextKind{"glx_window", open_glx_window, true},
+                                         ContextKind{"egl_window", open_egl_window, true},
+                                         ContextKind{"compatibility", open_surfaceless, false},
+                                         ContextKind{"core_33", open_surfaceless_core, false},
+                                         ContextKind{"core_45", open_surfaceless_core_45, false},
+                                         ContextKind{"es_3", open_surfaceless_es, false}),
                          [](const auto& param) { return param.param.name; });
 
 class ManyApplications : public VerdictsFixture {};
@@ -165,7 +151,7 @@ TEST_F(ManyApplications, get_the_same_verdicts_at_once) {
             std::string line = "failed";
             if (texprobe_verdicts_wait(verdicts, -1) == TEXPROBE_READY) line = answers_of(verdicts);
             line += ' ';
-            line += text(GL_RENDERER);
+            line += gl_text(GL_RENDERER);
             line += '\n';
             texprobe_verdicts_close(verdicts);
             return write(results[1], line.data(), line.size()) < 0 ? 1 : 0;
@@ -183,6 +169,29 @@ TEST_F(ManyApplications, get_the_same_verdicts_at_once) {
     expected += ' ';
     expected += renderer;
     EXPECT_THAT(all, testing::Each(expected));
+}
+
+class BesideARun : public VerdictsFixture {};
+
+TEST_F(BesideARun, get_no_verdict_that_a_test_under_way_may_still_change) {
+    const auto context = open_surfaceless_core();
+    ASSERT_TRUE(folder_.run().exited_with(0));
+    const std::string expected = recorded_answers(gl_text(GL_RENDERER));
+    for (const char* change : {"UPDATE records SET value = 0.2 WHERE key = 'VERSION'",
+                               "DELETE FROM records WHERE key LIKE 'GL_RGB%'"}) {
+        folder_.execute(change);
+        const pid_t run = start({folder_.tool()});
+        int opened = 0;
+        for (; !has_ended(run); ++opened) {
+            texprobe_verdicts* verdicts = open("/no/such/tool");
+            const bool isReady = texprobe_verdicts_wait(verdicts, -1) == TEXPROBE_READY;
+            EXPECT_EQ(isReady ? answers_of(verdicts) : expected, expected) << change;
+            texprobe_verdicts_close(verdicts);
+        }
+        EXPECT_TRUE(finish(run).exited_with(0));
+        EXPECT_GT(opened, 10);
+        EXPECT_EQ(recorded_answers(gl_text(GL_RENDERER)), expected);
+    }
 }
 
 class NoContext : public VerdictsFixture {};

@@ -2,6 +2,7 @@
 
 #include <EGL/egl.h>
 #include <EGL/eglext.h>
+#include <GL/gl.h>
 
 #include <stdexcept>
 
@@ -81,6 +82,10 @@ std::unique_ptr<ApplicationContext> open_surfaceless_core_45() {
 std::unique_ptr<ApplicationContext> open_surfaceless_es() {
     const EGLint attributes[] = {EGL_CONTEXT_MAJOR_VERSION, 3, EGL_NONE};
     return std::make_unique<SurfacelessContext>(attributes, EGL_OPENGL_ES_API);
+}
+
+std::string gl_text(unsigned name) {
+    return reinterpret_cast<const char*>(glGetString(name));
 }
 
 std::vector<std::uintptr_t> current_handles() {

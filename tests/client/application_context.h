@@ -5,6 +5,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <ostream>
 #include <string>
 #include <vector>
 
@@ -31,6 +32,20 @@ std::unique_ptr<ApplicationContext> open_surfaceless_core();
 std::unique_ptr<ApplicationContext> open_surfaceless_core_45();
 /// The same for OpenGL ES 3.
 std::unique_ptr<ApplicationContext> open_surfaceless_es();
+
+/// A way to open one, for the name of a test. `window` if it needs an X server.
+struct ContextKind {
+    const char* name;
+    std::unique_ptr<ApplicationContext> (*open)();
+    bool window;
+};
+
+inline void PrintTo(const ContextKind& kind, std::ostream* stream) {
+    *stream << kind.name;
+}
+
+/// A string of the current context, such as GL_RENDERER's.
+std::string gl_text(unsigned name);
 
 /// All the handles by which GLX and EGL name what is current on this thread.
 std::vector<std::uintptr_t> current_handles();

@@ -2,6 +2,7 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <pthread.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -62,6 +63,28 @@ TEST_F(ClosingVerdicts, work_on_another_thread_while_one_waits) {
     std::thread([&] { texprobe_verdicts_close(verdicts); }).join();
     waiting.join();
     expect_no_children();
+}
+
+TEST_F(ClosingVerdicts, work_after_a_thread_was_cancelled_while_it_waited) {
+    script("hang\n");
+    const pid_t application = start([&]() -> int {
+        alarm(20);
+        texprobe_verdicts* verdicts = open();
+        pthread_t waiting;
+        const auto wait = [](void* opened) -> void* {
+            texprobe_verdicts_wait(static_cast<texprobe_verdicts*>(opened), -1);
+            return nullptr;
+        };
+        if (pthread_create(&waiting, nullptr, wait, verdicts) != 0) return 1;
+        std::this_thread::sleep_for(milliseconds(50));
+        void* end = nullptr;
+        pthread_cancel(waiting);
+        pthread_join(waiting, &end);
+        texprobe_verdicts_close(verdicts);
+        return end == PTHREAD_CANCELED ? 0 : 2;
+    });
+    EXPECT_EQ(status_of(application), 0);
+    EXPECT_EQ(tools(), std::vector<pid_t>());
 }
 
 texprobe_verdicts* verdictsAtExit = nullptr;

@@ -7,6 +7,7 @@
 #include <fstream>
 #include <type_traits>
 
+#include "run_at_work.h"
 #include "scripted_application.h"
 
 namespace texprobe::tests {
@@ -78,6 +79,15 @@ TEST_F(Construction, runs_the_tool_again_after_a_run_that_died) {
     write_number(kScriptedApplication, "VERSION", 0.21);
     write_boolean(kScriptedApplication, "GL_RGB16F_ARB_SUPPORTED", false);
     const auto probe = construct(folder_.tool());
+    EXPECT_EQ(scripts_.runs(), 1u);
+    expect_loaded(*probe);
+}
+
+TEST_F(Construction, runs_the_tool_when_another_run_is_at_work_on_the_records) {
+    write_identity_of_renderer();
+    const RunAtWork run(kScriptedApplication);
+    const auto probe = construct(folder_.tool());
+    EXPECT_EQ(messages_, "");
     EXPECT_EQ(scripts_.runs(), 1u);
     expect_loaded(*probe);
 }

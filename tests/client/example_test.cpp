@@ -18,7 +18,7 @@ using testing::EndsWith;
 using testing::HasSubstr;
 using testing::Not;
 
-const std::array<const char*, 16> kFormats = {
+const std::array<const char*, 16> kFormatNames = {
     "GL_LUMINANCE8",       "GL_LUMINANCE8_ALPHA8",      "GL_RGB8",       "GL_RGBA8",
     "GL_LUMINANCE16",      "GL_LUMINANCE16_ALPHA16",    "GL_RGB16",      "GL_RGBA16",
     "GL_LUMINANCE16F_ARB", "GL_LUMINANCE_ALPHA16F_ARB", "GL_RGB16F_ARB", "GL_RGBA16F_ARB",
@@ -86,7 +86,7 @@ protected:
         const Records& records = sets.begin()->second;
         std::string text = records.at("GL_RENDERER").substr(std::string("string ").size()) + "\n\n";
         text += "                            create   render      set    reset      get     read\n";
-        for (const std::string format : kFormats) {
+        for (const std::string format : kFormatNames) {
             text += format + std::string(25 - format.size(), ' ');
             for (const char* capability : kCapabilities) {
                 const bool verdict = records.at(format + capability) == "boolean 1";

@@ -7,6 +7,7 @@
 
 #include "TexProbe/lookup.h"
 #include "records_of_test.h"
+#include "run_at_work.h"
 #include "scripted_machine.h"
 #include "support/tool_folder.h"
 
@@ -153,6 +154,18 @@ TEST_F(Lookup, does_not_take_a_core_profile_context_for_a_compatibility_one) {
 TEST_F(Lookup, does_not_match_a_run_that_died_before_its_strings) {
     write_number(kFirst, "VERSION", 0.21);
     EXPECT_EQ(find(), "none");
+}
+
+TEST_F(Lookup, does_not_match_a_set_that_a_run_is_at_work_on) {
+    write_identity(kFirst, "Vendor", "2.1 Version", "Renderer");
+    {
+        const RunAtWork run(kFirst);
+        EXPECT_EQ(find(), "none");
+        write_identity(kSecond, "Vendor", "2.1 Version", "Renderer");
+        EXPECT_EQ(find(), kSecond);
+    }
+    EXPECT_EQ(find(), kFirst);
+    EXPECT_EQ(messages_, "");
 }
 
 TEST_F(Lookup, needs_all_four_records) {

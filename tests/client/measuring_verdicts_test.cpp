@@ -1,6 +1,5 @@
 // Verdicts that are measured in the background: what the tool may do, and what is said of it.
 
-#include <fcntl.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <signal.h>
@@ -9,9 +8,12 @@
 
 #include <cerrno>
 #include <fstream>
+#include <memory>
 #include <set>
 
+#include "run_at_work.h"
 #include "scripted_verdicts.h"
+#include "support/text.h"
 #include "turn_settings.h"
 
 namespace texprobe::tests {
@@ -21,8 +23,6 @@ using testing::Contains;
 using testing::EndsWith;
 using testing::HasSubstr;
 using testing::StartsWith;
-
-constexpr unsigned kRGBA8 = 0x8058;
 
 /// What the tool writes before a test, and never replaces if it dies in it.
 std::string begin_test(const std::string& key) {
@@ -61,8 +61,58 @@ TEST_F(MeasuringVerdicts, show_their_progress) {
         seen.insert(texprobe_verdicts_progress(verdicts));
     }
     EXPECT_THAT(seen, Contains(0.5));
-    EXPECT_THAT(seen, testing::IsSubsetOf({0.0, 0.5, 1.0}));
+    // All but one when everything is recorded and the run has not ended yet.
+    EXPECT_THAT(
+        seen, testing::Each(testing::AnyOf(0.0, 0.5, testing::DoubleNear(191.0 / 192, 1e-6), 1.0)));
     texprobe_verdicts_close(verdicts);
+}
+
+TEST_F(MeasuringVerdicts, never_fall_in_their_progress_and_are_whole_only_when_they_are_ready) {
+    machine().displays = {{1, {{0xff}}}};
+    // A false of SUPPORTED decides six verdicts. That of a test under way is soon one of them.
+    std::string steps = std::string("set ") + kFirst + " VERSION number 0.21\n";
+    for (const char* verdict : {"false", "true"}) {
+        steps += std::string("set ") + kFirst + " GL_RGBA8_SUPPORTED " + verdict + "\nsync " +
+                 kFirst + "\nsleep 500\n";
+    }
+    const std::string all = complete_set(kFirst, "Renderer");
+    const std::size_t strings = all.find(std::string("set ") + kFirst + " GL_VENDOR");
+    const std::string verdicts = all.substr(0, strings) + "sync " + kFirst + "\nsleep 500\n";
+    script(steps + verdicts + all.substr(strings));
+    texprobe_verdicts* opened = open();
+    std::vector<double> seen;
+    while (texprobe_verdicts_wait(opened, 20) == TEXPROBE_MEASURING) {
+        const double progress = texprobe_verdicts_progress(opened);
+        if (seen.empty() || progress != seen.back()) seen.push_back(progress);
+    }
+    EXPECT_THAT(seen, testing::ElementsAre(0.0, testing::DoubleNear(6.0 / 96, 1e-6),
+                                           testing::DoubleNear(95.0 / 96, 1e-6)));
+    EXPECT_EQ(texprobe_verdicts_progress(opened), 1.0);
+    texprobe_verdicts_close(opened);
+}
+
+TEST_F(MeasuringVerdicts, give_a_test_ten_seconds_whatever_the_application_wishes) {
+    least_test_time() = qor::TurnSettings().leastTestTime;
+    EXPECT_EQ(least_test_time(), std::chrono::seconds(10));
+    script("sleep 700\n" + complete_set(kFirst, "Renderer"));
+    EXPECT_EQ(measure(20), TEXPROBE_READY) << reason_;
+}
+
+TEST_F(MeasuringVerdicts, give_the_tool_the_environment_in_which_they_were_opened) {
+    const std::string seen = folder_.path() / "seen";
+    tool_ = folder_.path() / "look";
+    std::ofstream(tool_) << "#!/bin/sh\necho $TEXPROBE_TEST_VARIABLE >>" << seen << "\nexec "
+                         << folder_.tool().string() << "\n";
+    std::filesystem::permissions(tool_, std::filesystem::perms::owner_all);
+    script("sleep 300\n" + begin_test("GL_RGBA8_UPLOAD_SET") + "raise 11\n", 1);
+    script(complete_set(kFirst, "Renderer"));
+    setenv("TEXPROBE_TEST_VARIABLE", "then", 1);
+    texprobe_verdicts* verdicts = open();
+    setenv("TEXPROBE_TEST_VARIABLE", "now", 1);
+    EXPECT_EQ(texprobe_verdicts_wait(verdicts, -1), TEXPROBE_READY);
+    texprobe_verdicts_close(verdicts);
+    unsetenv("TEXPROBE_TEST_VARIABLE");
+    EXPECT_EQ(read_file(seen), "then\nthen\n");
 }
 
 TEST_F(MeasuringVerdicts, hand_the_tool_s_lines_to_the_log) {
@@ -195,30 +245,26 @@ TEST_F(MeasuringVerdicts, say_that_the_tool_is_of_another_architecture) {
 }
 
 TEST_F(MeasuringVerdicts, wait_for_another_run_without_taking_it_for_a_hang) {
-    const int descriptor =
-        ::open(qor::turn_settings().file.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600);
-    ASSERT_GE(descriptor, 0);
-    int locked[2];
-    ASSERT_EQ(pipe(locked), 0);
-    const pid_t other = start([&] {
-        struct flock lock = {};
-        lock.l_type = F_WRLCK;
-        lock.l_len = 1;
-        fcntl(descriptor, F_SETLK, &lock);
-        static_cast<void>(!write(locked[1], "", 1));
-        return pause();
-    });
-    char byte = 0;
-    ASSERT_EQ(read(locked[0], &byte, 1), 1);
+    const RunAtWork other(kSecond);
     script("sleep 2000\n" + complete_set(kFirst, "Renderer"));
     texprobe_verdicts* verdicts = open(700);
     EXPECT_EQ(texprobe_verdicts_wait(verdicts, 1000), TEXPROBE_MEASURING);
     EXPECT_STREQ(texprobe_verdicts_reason(verdicts), "texprobe waits for another run of it");
     EXPECT_EQ(texprobe_verdicts_wait(verdicts, -1), TEXPROBE_READY);
     texprobe_verdicts_close(verdicts);
-    kill(other, SIGKILL);
-    status_of(other);
-    for (const int end : {descriptor, locked[0], locked[1]}) close(end);
+}
+
+TEST_F(MeasuringVerdicts, wait_for_a_run_that_has_begun_while_the_tool_ended) {
+    record(complete_set(kFirst, "Renderer"));
+    script("sleep 20\n");
+    auto other = std::make_unique<RunAtWork>(kFirst);
+    texprobe_verdicts* verdicts = open();
+    EXPECT_EQ(texprobe_verdicts_wait(verdicts, 200), TEXPROBE_MEASURING);
+    EXPECT_THAT(log(), Contains("another run of texprobe has begun; texprobe is started again and "
+                                "waits for it"));
+    other.reset();
+    EXPECT_EQ(texprobe_verdicts_wait(verdicts, -1), TEXPROBE_READY);
+    texprobe_verdicts_close(verdicts);
 }
 
 /// The action of a signal, put back at the end.

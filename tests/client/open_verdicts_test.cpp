@@ -11,6 +11,7 @@
 #include <memory>
 #include <utility>
 
+#include "run_at_work.h"
 #include "scripted_verdicts.h"
 #include "support/process.h"
 
@@ -23,7 +24,6 @@ using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::Not;
 
-constexpr unsigned kRGBA8 = 0x8058;
 constexpr unsigned kRGB32F = 0x8815;
 
 class OpenVerdicts : public ScriptedVerdicts {
@@ -165,6 +165,62 @@ TEST_F(OpenVerdicts, are_ready_without_a_reason_where_two_renderers_agree) {
     EXPECT_EQ(reason_, "");
 }
 
+TEST_F(OpenVerdicts, are_not_taken_from_a_set_that_a_run_is_at_work_on) {
+    record(complete_set(kFirst, "Renderer"));
+    {
+        const RunAtWork run(kSecond);
+        EXPECT_EQ(look(), TEXPROBE_READY);
+    }
+    const RunAtWork run(kFirst);
+    EXPECT_EQ(look(), TEXPROBE_FAILED);
+    EXPECT_EQ(reason_, "\"/no/such/tool\" was not found");
+}
+
+TEST_F(OpenVerdicts, are_not_taken_from_one_of_two_sets_while_a_run_is_at_work_on_the_other) {
+    record(complete_set(kFirst, "Renderer") + complete_set(kSecond, "Renderer"));
+    const RunAtWork run(kSecond);
+    EXPECT_EQ(look(), TEXPROBE_FAILED);
+}
+
+TEST_F(OpenVerdicts, fail_at_once_when_every_renderer_is_measured_and_none_is_the_context_s) {
+    record(complete_set(kFirst, "Renderer") + complete_set(kSecond, "Another renderer"));
+    machine().vendor = "Forced vendor";
+    tool_ = folder_.tool();
+    verdicts_.reset(open());
+    EXPECT_EQ(texprobe_verdicts_wait(verdicts_.get(), 0), TEXPROBE_FAILED);
+    EXPECT_STREQ(texprobe_verdicts_reason(verdicts_.get()),
+                 "no renderer of this machine is the context's, \"Renderer\" of \"Forced vendor\", "
+                 "version \"2.1 Version\"; recorded: \"Renderer\" of \"Vendor\", version \"2.1 "
+                 "Version\", \"Another renderer\" of \"Vendor\", version \"2.1 Version\"; run "
+                 "texprobe if the driver's strings have changed since");
+    EXPECT_EQ(threads_of_process().size(), 1u);
+    EXPECT_EQ(runs(), 0);
+}
+
+TEST_F(OpenVerdicts, do_not_fail_at_once_while_something_is_left_to_measure) {
+    machine().vendor = "Forced vendor";
+    tool_ = folder_.tool();
+    const std::string removed = std::string("removed ") + kFirst;
+    const std::string unmeasured[] = {
+        std::string("set ") + kFirst + " VERSION number 0.2\n",
+        removed + " GL_RGBA8_SUPPORTED\n",
+        removed + " GL_VENDOR\n",
+        removed + " GL_VERSION\n",
+        removed + " GL_RENDERER\n",
+    };
+    for (const std::string& what : unmeasured) {
+        record(complete_set(kFirst, "Renderer", what) + complete_set(kSecond, "Renderer"));
+        script("");
+        EXPECT_EQ(look(), TEXPROBE_FAILED);
+        EXPECT_EQ(runs(), 1) << what;
+    }
+    record(complete_set(kFirst, "Renderer"));
+    script("");
+    const RunAtWork run(kFirst);
+    EXPECT_EQ(look(), TEXPROBE_FAILED);
+    EXPECT_EQ(runs(), 1);
+}
+
 TEST_F(OpenVerdicts, say_that_no_context_is_current) {
     machine().vendor = machine().version = machine().renderer = nullptr;
     EXPECT_EQ(look(), TEXPROBE_FAILED);
@@ -271,6 +327,26 @@ TEST_F(OpenVerdicts, read_only_the_options_that_the_application_knows) {
     EXPECT_EQ(texprobe_verdicts_wait(verdicts_.get(), 0), TEXPROBE_READY);
     verdicts_.reset(texprobe_verdicts_open(nullptr));
     EXPECT_EQ(texprobe_verdicts_wait(verdicts_.get(), 0), TEXPROBE_READY);
+}
+
+TEST_F(OpenVerdicts, say_that_the_size_of_the_options_was_forgotten) {
+    record(complete_set(kFirst, "Renderer"));
+    texprobe_options options = {};
+    verdicts_.reset(texprobe_verdicts_open(&options));
+    EXPECT_EQ(texprobe_verdicts_wait(verdicts_.get(), 0), TEXPROBE_READY) << "the same as null";
+    const texprobe_options forgotten[] = {{0, "/a/tool", 0, nullptr, nullptr},
+                                          {0, nullptr, 5000, nullptr, nullptr},
+                                          {0, nullptr, 0, [](void*, const char*) {}, nullptr},
+                                          {0, nullptr, 0, nullptr, this}};
+    for (const texprobe_options& wrong : forgotten) {
+        verdicts_.reset(texprobe_verdicts_open(&wrong));
+        EXPECT_EQ(texprobe_verdicts_wait(verdicts_.get(), 0), TEXPROBE_FAILED);
+        EXPECT_STREQ(texprobe_verdicts_reason(verdicts_.get()),
+                     "texprobe_options.size is 0; it must be sizeof(texprobe_options)");
+    }
+    options = {offsetof(texprobe_options, tool), "/a/tool", 0, nullptr, nullptr};
+    verdicts_.reset(texprobe_verdicts_open(&options));
+    EXPECT_THAT(texprobe_verdicts_reason(verdicts_.get()), HasSubstr("size is 8; "));
 }
 
 TEST_F(OpenVerdicts, are_the_same_as_an_object) {

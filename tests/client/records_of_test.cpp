@@ -5,6 +5,8 @@
 
 #include <cstdlib>
 
+#include "turn_settings.h"
+
 namespace {
 
 std::filesystem::path& records_of_test() {
@@ -39,7 +41,28 @@ std::string records_directory() {
 
 }  // namespace texprobe::platform
 
+// The turn is beside the tool, as the tool sees it.
+namespace qor {
+
+std::string turn_file() {
+    return records_of_test().parent_path() / "measuring.lock";
+}
+
+TurnSettings turn_settings() {
+    TurnSettings settings;
+    settings.file = turn_file();
+    settings.leastTestTime = texprobe::tests::least_test_time();
+    return settings;
+}
+
+}  // namespace qor
+
 namespace texprobe::tests {
+
+std::chrono::milliseconds& least_test_time() {
+    static std::chrono::milliseconds time = qor::TurnSettings().leastTestTime;
+    return time;
+}
 
 void use_records_in(const std::filesystem::path& directory) {
     records_of_test() = directory;
@@ -49,6 +72,7 @@ const ToolFolder& empty_folder(const char* executable) {
     static const ToolFolder folder(executable);
     const std::filesystem::path records = folder.database().parent_path();
     use_records_in(records);
+    least_test_time() = qor::TurnSettings().leastTestTime;
     for (const auto& entry : std::filesystem::directory_iterator(folder.path())) {
         if (entry.path() != folder.tool() && entry.path() != records) {
             std::filesystem::remove_all(entry.path());

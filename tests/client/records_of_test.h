@@ -4,6 +4,7 @@
 #ifndef TEXPROBE_TESTS_RECORDS_OF_TEST_H
 #define TEXPROBE_TESTS_RECORDS_OF_TEST_H
 
+#include <chrono>
 #include <filesystem>
 #include <string>
 
@@ -13,6 +14,9 @@ namespace texprobe::tests {
 
 /// Sets the location of this process's records. Must be called before any record is used.
 void use_records_in(const std::filesystem::path& directory);
+
+/// The least that this process may give a test; each call of empty_folder() puts it back.
+std::chrono::milliseconds& least_test_time();
 
 /// The folder of this process, with a copy of `executable` as the tool; it also holds this
 /// process's records. After each call it only contains the tool and an empty store.

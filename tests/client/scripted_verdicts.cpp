@@ -36,6 +36,8 @@ std::set<std::string> threads_of_sanitizer() {
 
 ScriptedVerdicts::ScriptedVerdicts() {
     EXPECT_EQ(threads_of_process().size(), 1u);
+    // So that what hangs need not hang for long.
+    least_test_time() = std::chrono::milliseconds(0);
     machine() = {};
     machine().displays = {{1, {{0xff}, {0x1021a00}}}};
     testing::internal::CaptureStdout();

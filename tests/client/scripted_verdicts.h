@@ -18,6 +18,7 @@
 
 namespace texprobe::tests {
 
+constexpr unsigned kRGBA8 = 0x8058;
 constexpr char kFirst[] = "org.texprobe.texprobe2.ff.22G120";
 constexpr char kSecond[] = "org.texprobe.texprobe2.1021a00.22G120";
 

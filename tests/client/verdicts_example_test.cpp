@@ -57,5 +57,19 @@ TEST_F(VerdictsExample, prints_why_there_are_no_verdicts) {
     EXPECT_EQ(finished.err, "texverdicts: \"/no/such/tool\" was not found\n");
 }
 
+TEST_F(VerdictsExample, finds_the_tool_beside_it) {
+    const ToolFolder build(TOOL);
+    const std::string example = build.path() / "texverdicts";
+    std::filesystem::copy_file(EXAMPLE, example);
+    const XServer server;
+    const Finished finished =
+        tests::run({example,
+                    {},
+                    {std::string("DISPLAY=") + std::getenv("DISPLAY"),
+                     "XDG_RUNTIME_DIR=" + build.path().string(), "PATH=/nowhere"}});
+    EXPECT_TRUE(finished.exited_with(0)) << finished.err;
+    EXPECT_EQ(lines_of(finished.out).size(), 19u);
+}
+
 }  // namespace
 }  // namespace texprobe::tests

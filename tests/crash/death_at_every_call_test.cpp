@@ -111,16 +111,6 @@ Values expected_records(const std::string& test) {
     return records;
 }
 
-unsigned differences(const Values& actual, const Values& expected) {
-    unsigned count = 0;
-    for (const auto& [key, value] : expected) {
-        const auto found = actual.find(key);
-        count += found == actual.end() || found->second != value;
-    }
-    for (const auto& entry : actual) count += expected.count(entry.first) == 0;
-    return count;
-}
-
 /// Runs safe mode with a death, and checks what is left.
 void try_death(FakeTool* tool, const Call& call, const std::string& way, FaultCount* count) {
     SCOPED_TRACE("die " + way + " " + call.order);

@@ -25,7 +25,7 @@ using texprobe::tests::RecordStore;
 using texprobe::tests::WatchedDisk;
 using texprobe::tests::write_fault_row;
 
-constexpr unsigned kCases = 300;
+constexpr unsigned kFailures = 300;
 constexpr int kErrors[] = {SQLITE_FULL, SQLITE_IOERR_WRITE, SQLITE_IOERR_FSYNC};
 constexpr unsigned kErrorCount = std::size(kErrors);
 
@@ -72,9 +72,9 @@ protected:
 TEST_F(FailingDisk, loses_nothing) {
     const unsigned last = accesses();
     // Every access with every error, and enough cases left for random failures.
-    ASSERT_LT(last * kErrorCount, kCases);
+    ASSERT_LT(last * kErrorCount, kFailures);
     FaultCount count;
-    for (; count.cases < kCases; ++count.cases) {
+    for (; count.cases < kFailures; ++count.cases) {
         const unsigned number = count.cases / kErrorCount + 1;
         const int error = kErrors[count.cases % kErrorCount];
         std::mt19937 random(count.cases);

@@ -15,15 +15,6 @@ namespace {
 
 constexpr unsigned kMoments = 200;
 
-unsigned differences(const Values& actual, const Values& expected) {
-    unsigned count = 0;
-    for (const auto& [key, value] : expected) {
-        const auto found = actual.find(key);
-        count += found == actual.end() || found->second != value;
-    }
-    return count;
-}
-
 /// Compares the records after the next run with those of an undisturbed run.
 void run_again(FakeTool* tool, FaultCount* count) {
     tool->set_script(kOneRenderer);

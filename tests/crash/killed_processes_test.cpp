@@ -16,7 +16,7 @@ using texprobe::tests::FaultCount;
 using texprobe::tests::RecordStore;
 using texprobe::tests::write_fault_row;
 
-constexpr unsigned kCases = 40;
+constexpr unsigned kKills = 40;
 
 class KilledProcesses : public texprobe::tests::StoreFixture {
 protected:
@@ -47,7 +47,7 @@ protected:
 
 TEST_F(KilledProcesses, lose_nothing_that_they_synchronized) {
     FaultCount count;
-    for (; count.cases < kCases; ++count.cases) {
+    for (; count.cases < kKills; ++count.cases) {
         const unsigned patience = 1 + count.cases / 2;
         const auto begin = std::chrono::steady_clock::now();
         const unsigned reported = records_of_killed_process(patience);

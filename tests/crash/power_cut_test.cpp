@@ -34,7 +34,7 @@ using texprobe::tests::WatchedDisk;
 using texprobe::tests::write_fault_row;
 
 constexpr const char* kApp = "org.example.app";
-constexpr unsigned kCases = 1000;
+constexpr unsigned kPowerCuts = 1000;
 
 /// One operation on one file, in the order of the calls.
 struct Operation {
@@ -159,10 +159,10 @@ bool holds_what_was_promised(const Recording& recording, std::size_t cut,
 /// number of cases is reached, which does not depend on how many operations SQLite needs.
 FaultCount cut_everywhere(const Recording& recording) {
     const std::size_t moments = recording.operations.size() + 1;
-    EXPECT_LE(2 * moments, kCases);
+    EXPECT_LE(2 * moments, kPowerCuts);
     const WatchedDisk quick([](const DiskEvent&) { return SQLITE_OK; });
     FaultCount count;
-    for (; count.cases < kCases; ++count.cases) {
+    for (; count.cases < kPowerCuts; ++count.cases) {
         const std::size_t cut = count.cases % moments;
         const std::size_t round = count.cases / moments;
         const Luck luck = round == 0 ? Luck::kNone : round == 1 ? Luck::kAll : Luck::kSome;

@@ -107,7 +107,7 @@ TEST_F(Document, that_is_wrong_gets_its_line_and_column) {
     EXPECT_EQ(complaint("{\n  \"schema\": \"something\"\n}\n"),
               ":2:13: \"schema\" must be \"texprobe-records\"\n");
     EXPECT_EQ(complaint("[]"), ":1:1: expected an object\n");
-    EXPECT_EQ(complaint("{}"), ": no document of texprobectl: it has no \"schema\"\n");
+    EXPECT_EQ(complaint("\n {}"), ":2:2: no document of texprobectl: \"schema\" is missing\n");
     EXPECT_THAT(complaint("{\n\"schema\":\n nonsense}"), HasSubstr(":3:"));
     EXPECT_THAT(
         complaint(with("\"texprobe-records\"", "\"texprobe-records\",\n \"schema\": \"x\"")),
@@ -146,12 +146,83 @@ TEST_F(Document, with_members_that_are_not_known_is_read) {
 TEST_F(Document, cannot_take_the_memory_or_the_stack) {
     EXPECT_THAT(complaint("{\"schema\": \"" + std::string(1000000, 'x') + "\"}"),
                 HasSubstr("a value of more than 65536 bytes"));
-    EXPECT_THAT(complaint("{\"schema\": " + std::string(100000, '[')),
+    EXPECT_THAT(complaint("{\"note\": " + std::string(100000, '[')),
                 HasSubstr("nested too deeply"));
     std::string many =
         "{\"schema\": \"texprobe-records\", \"schema_version\": 1, \"record_sets\": [[";
     for (int i = 0; i < 2000; ++i) many += "1,";
     EXPECT_THAT(complaint(many + "1]]}"), HasSubstr("too many elements"));
+    // A thousand lists of a thousand numbers, within the depth.
+    many = "{\"schema\": \"texprobe-records\", \"schema_version\": 1, \"record_sets\": [[";
+    std::string list = "[";
+    for (int i = 0; i < 1000; ++i) list += "1,";
+    for (int i = 0; i < 1000; ++i) many += list + "1],";
+    EXPECT_THAT(complaint(many + "1]]}"), HasSubstr("an element of more than 1048576 bytes"));
+}
+
+TEST_F(Document, without_a_list_of_sets_is_refused) {
+    const std::string begin = "{\"schema\": \"texprobe-records\", \"schema_version\": 1";
+    ASSERT_EQ(begin.size(), 50u);
+    EXPECT_EQ(complaint(begin + "}"),
+              ":1:1: no document of texprobectl: \"record_sets\" is missing\n");
+    for (const char* value : {"null", "{}", "{\"a\": [1]}", "true", "1", "\"[]\""}) {
+        EXPECT_EQ(complaint(begin + ", \"record_sets\": " + value + "}"),
+                  ":1:68: \"record_sets\" must be an array\n");
+    }
+    EXPECT_EQ(complaint("{\"schema\": \"texprobe-records\",\n\"record_sets\": []}"),
+              ":2:16: \"schema\" and \"schema_version\" must come first: this is no document of "
+              "texprobectl\n");
+}
+
+TEST_F(Document, with_a_NUL_is_refused) {
+    const std::string nul(1, '\0');
+    const std::string empty =
+        "{\"schema\": \"texprobe-records\", \"schema_version\": 1, \"record_sets\": []}";
+    EXPECT_EQ(complaint(empty + "\n" + nul + "{"), ":2:1: not JSON: a NUL\n");
+    EXPECT_EQ(complaint(nul + empty), ":1:1: not JSON: a NUL\n");
+    EXPECT_EQ(complaint(with("a renderer", "a" + nul + "b")), ":14:21: not JSON: a NUL\n");
+    EXPECT_EQ(complaint(with("a renderer", "a\\u0000b")), ":14:19: a text with a NUL\n");
+    EXPECT_EQ(complaint("{\"a\\u0000b\": 1}"), ":1:2: a text with a NUL\n");
+}
+
+TEST_F(Document, that_cannot_be_read_is_named) {
+    EXPECT_EQ(folder_.ctl({"merge", "/tmp"}).err,
+              "texprobectl: /tmp: a folder, and not a document\n");
+    // Its first page is not there.
+    EXPECT_EQ(folder_.ctl({"merge", "/proc/self/mem"}).err,
+              "texprobectl: /proc/self/mem: Input/output error\n");
+    EXPECT_EQ(folder_.ctl({"merge", "/no/such/file"}).err,
+              "texprobectl: /no/such/file: No such file or directory\n");
+}
+
+TEST_F(Document, with_an_empty_list_is_named_by_who_reads_it) {
+    const std::string full = folder_.file("full.json");
+    const std::string empty = folder_.file("empty.json");
+    write_file(full, exported_);
+    write_file(empty,
+               "{\"schema\": \"texprobe-records\", \"schema_version\": 1, \"record_sets\": []}");
+    const std::string line = "texprobectl: " + empty + " has no record set";
+    for (const auto& arguments :
+         {std::vector<std::string>{"compare", full, empty}, {"compare", empty, empty}}) {
+        const Finished run = folder_.ctl(arguments);
+        EXPECT_TRUE(run.exited_with(2));
+        EXPECT_EQ(run.err, line + " to compare\n");
+    }
+    for (const auto& arguments : {std::vector<std::string>{"merge", full, empty},
+                                  {"report", empty, full, "-o", folder_.file("page.html")}}) {
+        const Finished run = folder_.ctl(arguments);
+        EXPECT_TRUE(run.exited_with(0));
+        EXPECT_EQ(run.err, line + "\n");
+    }
+    for (const auto& arguments : {std::vector<std::string>{"merge", empty},
+                                  {"merge", empty, "--json"},
+                                  {"report", empty, "-o", full}}) {
+        const Finished run = folder_.ctl(arguments);
+        EXPECT_TRUE(run.exited_with(2));
+        EXPECT_EQ(run.out, "");
+        EXPECT_THAT(run.err, HasSubstr(line + "\ntexprobectl: there is no record set to "));
+    }
+    EXPECT_EQ(read_file(full), exported_);
 }
 
 /// One change to a text at a random place: a byte, a cut, a repetition, an exchange.
@@ -195,7 +266,8 @@ TEST_F(Document, mutated_ten_thousand_times_ends_in_sets_or_an_error) {
         std::istringstream input(text);
         std::streambuf* const old = std::cin.rdbuf(input.rdbuf());
         try {
-            ctl::merge_files({"-"});
+            std::vector<std::string> empty;
+            ctl::merge_files({"-"}, &empty);
             ++accepted;
         } catch (const ctl::DocumentError& error) {
             EXPECT_EQ(std::string(error.what()).find('\n'), std::string::npos) << error.what();

@@ -279,7 +279,7 @@ TEST(MeasureOnARealDriver, survives_ten_crashes_and_two_hangs) {
 
     const RecordSets records = folder.records();
     for (const auto& [id, expected] : undisturbed) {
-        Records disturbed = expected;
+        auto disturbed = expected;
         for (const Fault& fault : kFaults) {
             disturbed[std::string(kFormats[fault.format].name) + '_' +
                       kCapabilities[fault.capability]] = "boolean 0";

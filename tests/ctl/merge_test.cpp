@@ -14,6 +14,7 @@
 #include "ctl/ctl_folder.h"
 #include "ctl/prepared_records.h"
 #include "document.h"
+#include "merged_document.h"
 
 namespace texprobe::tests {
 namespace {
@@ -122,9 +123,41 @@ TEST_F(Merge, refuses_counts_that_no_sets_can_have) {
     EXPECT_THAT(run.err, HasSubstr("sets; expected 2"));
 }
 
-TEST_F(Merge, of_nothing_is_nothing) {
-    write_sets(folder_.file("a.json"), {});
-    EXPECT_EQ(json::parse(merge({"a.json"}))["sets"], 0);
+/// The merged document of that many sets of one driver.
+std::string merged_sets(std::uint64_t count, const std::string& renderer) {
+    ctl::Merged merged;
+    ctl::Counted counted;
+    counted.sets = count;
+    ctl::for_each_cell(
+        [&](const ctl::Cell& cell) { counted.cells[cell.format][cell.capability][0] = count; });
+    merged.add(ctl::Driver{renderer, "build", "Vendor", "1.0", "Renderer"}, counted);
+    std::ostringstream text;
+    ctl::write_merged(merged, text);
+    return text.str();
+}
+
+TEST_F(Merge, writes_nothing_that_it_refuses_to_read) {
+    constexpr std::uint64_t kMost = 1'000'000'000'000;
+    write_file(folder_.file("half.json"), merged_sets(kMost / 2, "ab"));
+    write_file(folder_.file("other.json"), merged_sets(kMost / 2 + 1, "cd"));
+    write_sets(folder_.file("one.json"), random_sets(1, 1, 7));
+    const std::string whole = merge({"half.json", "half.json"});
+    EXPECT_EQ(json::parse(whole)["sets"], kMost);
+    write_file(folder_.file("whole.json"), whole);
+    EXPECT_EQ(merge({"whole.json"}), whole);
+    // One more, of the same driver, of another, or of an export: the line is that of the last.
+    const std::pair<std::vector<std::string>, std::string> cases[] = {
+        {{"half.json", "other.json"}, "other.json:25:5"},
+        {{"whole.json", "one.json"}, "one.json:5:5"},
+        {{"one.json", "whole.json"}, "whole.json:25:5"}};
+    for (const auto& [files, place] : cases) {
+        const Finished run =
+            folder_.ctl({"merge", "--json", folder_.file(files[0]), folder_.file(files[1])});
+        EXPECT_TRUE(run.exited_with(2)) << place;
+        EXPECT_EQ(run.out, "");
+        EXPECT_EQ(run.err, "texprobectl: " + (folder_.path() / place).string() +
+                               ": with this, more than 1000000000000 record sets\n");
+    }
 }
 
 /// The peak of memory of merging that many sets, in kilobytes.

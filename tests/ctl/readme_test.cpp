@@ -127,7 +127,7 @@ protected:
     std::string missing() const {
         const RecordSets sets = folder_.records();
         if (sets.size() != 1) return "this machine has other renderers";
-        const Records& records = sets.begin()->second;
+        const auto& records = sets.begin()->second;
         const auto name = records.find("GL_RENDERER");
         const bool isAsked =
             name != records.end() && name->second.rfind("string " + renderer(), 0) == 0;

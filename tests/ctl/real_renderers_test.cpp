@@ -63,7 +63,7 @@ TEST_P(OnRenderer, every_command_does_its_work) {
     const json set = probe["record_sets"][0];
     EXPECT_EQ(set["complete"], true);
     EXPECT_EQ(set["present"], true);
-    const Records records = folder_.records().at(set["id"]);
+    const auto records = folder_.records().at(set["id"]);
     const std::pair<const char*, const char*> capabilities[] = {
         {"SUPPORTED", "supported"},       {"RENDERABLE", "renderable"},
         {"UPLOAD_SET", "upload_set"},     {"UPLOAD_RESET", "upload_reset"},

@@ -152,11 +152,22 @@ TEST_F(Records, are_forgotten_only_when_told_so) {
     prepare_three();
     const Finished refused = folder_.ctl({"forget", "3"});
     EXPECT_TRUE(refused.exited_with(2));
-    EXPECT_THAT(refused.err, HasSubstr("--yes removes these record sets unasked"));
+    EXPECT_EQ(refused.err, kOther +
+                               ": a renderer, 3.0\ntexprobectl: nobody can be asked here; --yes "
+                               "removes these record sets unasked\n");
     EXPECT_EQ(folder_.records().size(), 3u);
     EXPECT_TRUE(folder_.ctl({"forget", "3", "--yes"}).exited_with(0));
     EXPECT_EQ(folder_.records().count(kOther), 0u);
     EXPECT_EQ(folder_.records().size(), 2u);
+}
+
+TEST_F(Records, are_not_forgotten_by_a_number_that_is_in_no_list) {
+    folder_.prepare(SCRIPTED_TOOL, complete_set(kOld, "1.0"));
+    for (const std::vector<std::string>& arguments :
+         {std::vector<std::string>{"forget", "2", "--yes"}, {"show", "0"}, {"export", "9"}}) {
+        EXPECT_TRUE(folder_.ctl(arguments).exited_with(2)) << arguments.front();
+    }
+    EXPECT_EQ(folder_.records().size(), 1u);
 }
 
 TEST_F(Records, of_other_builds_and_renderers_are_outdated) {
@@ -199,7 +210,10 @@ TEST_F(Records, are_exported_to_a_file_that_is_whole_or_not_there) {
 
 TEST_F(Records, are_told_from_those_of_this_machine) {
     prepare_three();
-    EXPECT_TRUE(json::parse(folder_.ctl({"export", "--present"}).out)["record_sets"].empty());
+    const Finished run = folder_.ctl({"export", "--present"});
+    EXPECT_TRUE(run.exited_with(2));
+    EXPECT_EQ(run.err,
+              "texprobectl: there is no record set of this machine's present build to export\n");
     EXPECT_TRUE(folder_.ctl({"show"}).exited_with(2));
 }
 
@@ -264,6 +278,7 @@ TEST_F(Records, every_command_has_help) {
 }
 
 TEST_F(Records, the_link_that_a_file_is_named_by_stays) {
+    prepare_three();
     std::filesystem::create_symlink(folder_.file("real.json"), folder_.file("link.json"));
     folder_.ctl({"export", "-o", folder_.file("link.json")});
     EXPECT_TRUE(std::filesystem::is_symlink(folder_.file("link.json")));

@@ -4,6 +4,13 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <cstdlib>
+#include <filesystem>
+
+#include "document.h"
+#include "support/text.h"
 
 namespace texprobe::tests {
 namespace {
@@ -38,6 +45,68 @@ TEST(OnlyPresentSet, is_missing_where_only_other_builds_were_measured) {
 TEST(OnlyPresentSet, of_several_has_to_be_chosen) {
     EXPECT_EQ(trouble_with({set_named("a", true), set_named("b", true)}),
               "there are 2 record sets of this machine's present build; choose one with --set");
+}
+
+class FoundSet : public testing::Test {
+protected:
+    static ctl::RecordSet recorded(const std::string& renderer, const std::string& build) {
+        ctl::RecordSet set = set_named(ctl::make_id(renderer, build), false);
+        set.rendererID = renderer;
+        set.systemBuild = build;
+        return set;
+    }
+    /// Its renderer and build, or what is wrong.
+    std::string found_by(const std::string& text) const {
+        try {
+            const ctl::RecordSet& set = ctl::find_set(text, sets_);
+            return set.rendererID + " " + set.systemBuild;
+        } catch (const ctl::UsageError& error) {
+            return std::string(error.what()).substr(0, std::string("no record set").size());
+        }
+    }
+
+    ctl::RecordSets sets_ = {recorded("20400", "6.1.0-18-abc"), recorded("abcd12", "24.2.1")};
+};
+
+TEST_F(FoundSet, by_digits_is_that_of_the_list) {
+    EXPECT_EQ(found_by("1"), "20400 6.1.0-18-abc");
+    EXPECT_EQ(found_by("2"), "abcd12 24.2.1");
+    EXPECT_EQ(found_by("02"), "abcd12 24.2.1");
+}
+
+TEST_F(FoundSet, by_digits_of_no_list_has_them_as_a_whole_component) {
+    EXPECT_EQ(found_by("20400"), "20400 6.1.0-18-abc");
+    EXPECT_EQ(found_by("24"), "abcd12 24.2.1");
+    for (const char* part : {"0", "3", "9", "18", "204", "0400", "12", "99999999999999999999999"}) {
+        EXPECT_EQ(found_by(part), "no record set") << part;
+    }
+}
+
+TEST_F(FoundSet, is_not_found_by_what_all_identifiers_have) {
+    sets_.pop_back();
+    for (const char* part : {"texprobe", "texprobe2", "org", ".", "probe2.20400", ""}) {
+        EXPECT_EQ(found_by(part), part == std::string(".") ? "20400 6.1.0-18-abc" : "no record set")
+            << part;
+    }
+    EXPECT_EQ(found_by("0-18"), "20400 6.1.0-18-abc");
+    EXPECT_EQ(found_by("org.texprobe.texprobe2.20400.6.1.0-18-abc"), "20400 6.1.0-18-abc");
+}
+
+TEST_F(FoundSet, that_is_named_twice_is_there_once) {
+    EXPECT_EQ(ctl::find_sets({"2", "abcd", "1"}, sets_), (ctl::RecordSets{sets_[1], sets_[0]}));
+}
+
+TEST_F(FoundSet, by_a_number_is_no_file_of_that_name) {
+    const auto before = std::filesystem::current_path();
+    std::string folder = std::filesystem::temp_directory_path() / "selection.XXXXXX";
+    ASSERT_NE(mkdtemp(folder.data()), nullptr);
+    std::filesystem::current_path(folder);
+    write_file("2", "no document");
+    const auto all = [&]() -> const ctl::RecordSets& { return sets_; };
+    EXPECT_EQ(ctl::find_sets_or_file("2", all), ctl::RecordSets{sets_[1]});
+    EXPECT_THROW(ctl::find_sets_or_file("./2", all), ctl::DocumentError);
+    std::filesystem::current_path(before);
+    std::filesystem::remove_all(folder);
 }
 
 }  // namespace

@@ -146,7 +146,7 @@ TEST_F(Terminal, is_asked_before_records_are_removed) {
         forget.type(answer.keys);
         EXPECT_TRUE(forget.finish().exited_with(answer.isYes ? 0 : 1));
         EXPECT_EQ(folder_.records().empty(), answer.isYes);
-        EXPECT_THAT(forget.shown(), HasSubstr(kID + "\n"));
+        EXPECT_THAT(forget.shown(), HasSubstr(kID + ": a renderer, 1.0\n"));
         // The shell's next prompt has a line of its own.
         EXPECT_EQ(forget.shown().back(), '\n');
     }
@@ -154,7 +154,8 @@ TEST_F(Terminal, is_asked_before_records_are_removed) {
 
 TEST_F(Terminal, is_not_asked_with_yes) {
     folder_.prepare(SCRIPTED_TOOL, complete_set(kID, "1.0"));
-    EXPECT_EQ(shown_by({"forget", "--all", "--yes"}, kUnicode), kID + "\n1 record set removed.\n");
+    EXPECT_EQ(shown_by({"forget", "--all", "--yes"}, kUnicode),
+              kID + ": a renderer, 1.0\n1 record set removed.\n");
 }
 
 TEST_F(Terminal, that_cannot_show_the_question_is_not_waited_for) {

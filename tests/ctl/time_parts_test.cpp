@@ -8,6 +8,7 @@
 
 #include "document.h"
 #include "output/text_times.h"
+#include "platform/scratch_folder.h"
 #include "support/text.h"
 #include "support/tool_folder.h"
 #include "time/rounds.h"
@@ -22,9 +23,11 @@ using ctl::TimedWay;
 using ctl::Times;
 using ctl::TransferTimes;
 using ctl::WayRounds;
+using testing::AllOf;
 using testing::DoubleNear;
 using testing::ElementsAre;
 using testing::HasSubstr;
+using testing::StartsWith;
 
 constexpr std::size_t kRGBA8 = 7;
 constexpr std::size_t kOneKept = 2;
@@ -262,8 +265,8 @@ protected:
         return "";
     }
 
-    const std::filesystem::path file_ =
-        std::filesystem::path(testing::TempDir()) / ("times." + std::to_string(getpid()));
+    const ScratchFolder folder_;
+    const std::filesystem::path file_ = folder_.path() / "times";
 };
 
 TEST_F(TimesDocument, comes_back_as_it_was) {
@@ -280,6 +283,33 @@ TEST_F(TimesDocument, is_refused_where_it_cannot_be_understood) {
                 HasSubstr("\"median_seconds\" must be a number of seconds"));
     EXPECT_THAT(trouble_with("\"width\":1920", "\"width\":0"), HasSubstr("\"width\" must be"));
     EXPECT_THAT(trouble_with("\"ways\":", "\"weighs\":"), HasSubstr("\"ways\" is missing"));
+}
+
+// Half a bar would be no number, and a whole one infinite.
+TEST_F(TimesDocument, of_no_time_or_no_bytes_is_refused_at_its_place) {
+    const std::string place = file_.string() + ":5:";
+    for (const char* none : {"0", "0.0", "-0.0", "1e-13", "5e-324", "1e9", "null"}) {
+        for (const char* member : {"lower_seconds", "median_seconds", "upper_seconds"}) {
+            const std::string name = '"' + std::string(member) + '"';
+            EXPECT_THAT(trouble_with(name + ":0.001", name + ":" + none),
+                        AllOf(StartsWith(place), HasSubstr(name + " must be a number of seconds")));
+        }
+    }
+    EXPECT_THAT(trouble_with("\"image_bytes\":8294400", "\"image_bytes\":0"),
+                AllOf(StartsWith(place), HasSubstr("is 0, and an image was timed")));
+    EXPECT_THAT(trouble_with("\"upper_seconds\":0.001", "\"upper_seconds\":0.0005"),
+                AllOf(StartsWith(place), HasSubstr("must be in this order")));
+}
+
+TEST(TimesText, has_no_control_characters_of_the_driver) {
+    Times times = example();
+    times.renderer = "a\x1b[2Jrenderer\u202e";
+    times.glVersion = "4.5\nfake";
+    times.transfers[2].reason = "ended\adly";
+    std::ostringstream stream;
+    ctl::write_times_text(times, {}, stream);
+    EXPECT_THAT(stream.str(),
+                AllOf(HasSubstr("a?[2Jrenderer?\n4.5?fake\n"), HasSubstr("failed: ended?dly")));
 }
 
 }  // namespace

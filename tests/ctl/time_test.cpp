@@ -79,7 +79,7 @@ protected:
 
 TEST_F(Time, has_numbers_for_every_verified_transfer_and_for_no_other) {
     prepare({{"GL_RGBA8_UPLOAD_RESET", false}, {"GL_RGBA8_DOWNLOAD_READ", false}});
-    const Records before = folder_.records().at(id_);
+    const auto before = folder_.records().at(id_);
     const Finished run = time({"rgba8", "--size", "128", "--within", "1", "--json"});
     ASSERT_TRUE(run.exited_with(0)) << run.err;
     EXPECT_EQ(run.err, "");

@@ -12,13 +12,8 @@ namespace texprobe::tests {
 
 namespace {
 
-constexpr unsigned kRGBA = 0x1908;
 constexpr unsigned kLuminance = 0x1909;
 constexpr unsigned kLuminanceAlpha = 0x190A;
-constexpr unsigned kByte = 0x1401;
-constexpr unsigned kShort = 0x1403;
-constexpr unsigned kFloat = 0x1406;
-constexpr unsigned kHalf = 0x140B;
 
 /// h / 65536 as a half float, for h from 1 to 65536.
 std::uint16_t half_of(unsigned h) {

@@ -42,6 +42,16 @@ Values read_values(std::istream& stream, std::string* heading) {
 
 }  // namespace
 
+unsigned differences(const Values& actual, const Values& expected) {
+    unsigned count = 0;
+    for (const auto& [key, value] : expected) {
+        const auto found = actual.find(key);
+        count += found == actual.end() || found->second != value;
+    }
+    for (const auto& entry : actual) count += expected.count(entry.first) == 0;
+    return count;
+}
+
 FakeTool::FakeTool(const std::string& script) : FakeTool(script, TOOL_ON_FAKES) {}
 
 FakeTool::FakeTool(const std::string& script, const fs::path& executable)

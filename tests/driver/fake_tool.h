@@ -18,6 +18,9 @@ namespace texprobe::tests {
 /// Values as records_program prints them, such as "true", "0.20999999999999999" or "\"text\"".
 using Values = std::map<std::string, std::string>;
 
+/// The number of keys that only one of them has, or that have another value in each.
+unsigned differences(const Values& actual, const Values& expected);
+
 /// One display with one renderer, whose identifier is kAppID.
 inline const std::string kOneRenderer = "display 1 0x1\nrenderer 0x1 0x20400 268435456\n";
 inline const std::string kAppID = "org.texprobe.texprobe2.20400.TESTBUILD";

@@ -137,5 +137,33 @@ INSTANTIATE_TEST_SUITE_P(By, InterruptionTest,
                                          std::pair{"SIGHUP", SIGHUP}),
                          [](const auto& test) { return std::string(test.param.first); });
 
+/// Signals that batch systems, limits and the terminal send besides.
+class LessUsualInterruptionTest : public InterruptionTest {};
+
+TEST_P(LessUsualInterruptionTest, ends_the_run_by_its_signal_after_the_test_in_hand) {
+    FakeTool tool(interrupt_in_test(name_));
+    EXPECT_TRUE(ended_by(tool.run(), signal_));
+    EXPECT_EQ(tool.record(kTest), "true");
+    EXPECT_EQ(tool.records().count("GL_RGBA32F_ARB_UPLOAD_RESET"), 0u) << "the next was not begun";
+    tool.set_script(kOneRenderer);
+    EXPECT_TRUE(tool.run().exited_with(0));
+    EXPECT_EQ(tool.records(), golden_records());
+}
+
+TEST_P(LessUsualInterruptionTest, ends_the_run_at_once_the_second_time) {
+    const FakeTool tool(interrupt_in_test(name_ + " 300 " + name_));
+    const Finished run = tool.run();
+    EXPECT_TRUE(ended_by(run, signal_)) << run.status;
+    EXPECT_EQ(lines_of(run.err).back(), "Testing UPLOAD SET...");
+}
+
+INSTANTIATE_TEST_SUITE_P(By, LessUsualInterruptionTest,
+                         testing::Values(std::pair{"SIGQUIT", SIGQUIT},
+                                         std::pair{"SIGXCPU", SIGXCPU},
+                                         std::pair{"SIGALRM", SIGALRM},
+                                         std::pair{"SIGUSR1", SIGUSR1},
+                                         std::pair{"SIGUSR2", SIGUSR2}),
+                         [](const auto& test) { return std::string(test.param.first); });
+
 }  // namespace
 }  // namespace texprobe::tests

@@ -95,6 +95,15 @@ protected:
         });
     }
 
+    /// In a process of another user, without a failed expectation?
+    static bool run_as(uid_t user, const std::function<void()>& work) {
+        return status_of(texprobe::tests::start([&] {
+                   if (setuid(user) != 0) return 2;
+                   work();
+                   return testing::Test::HasFailure() ? 1 : 0;
+               })) == 0;
+    }
+
     void end(pid_t child) {
         kill(child, SIGKILL);
         status_of(child);
@@ -275,29 +284,88 @@ TEST_F(MeasuringTurnTest, stays_when_the_stopped_process_is_another_one) {
 
 class UnlockablePlaceTest : public MeasuringTurnTest {
 protected:
-    void expect_run_without_turn(const std::filesystem::path& file) {
-        TurnSettings place = settings();
-        place.file = file;
+    static void expect_run_without_turn(const TurnSettings& place, const std::string& trouble) {
         MeasuringTurn turn(place, [] { ADD_FAILURE() << "it waits"; });
         EXPECT_FALSE(turn.had_to_wait());
         EXPECT_TRUE(turn.advance());
+        EXPECT_EQ(turn.trouble(), trouble);
         qor::take_turn_from(getpid(), place);
     }
+
+    /// What has been laid in the place of the file does not keep runs from going one at a time.
+    void expect_place_is_put_right() {
+        {
+            MeasuringTurn turn(settings(), [] { ADD_FAILURE() << "it waits"; });
+            EXPECT_EQ(turn.trouble(), "");
+            struct stat file = {};
+            EXPECT_EQ(lstat(settings().file.c_str(), &file), 0);
+            EXPECT_TRUE(S_ISREG(file.st_mode));
+            EXPECT_EQ(file.st_mode & 07777, 0600u);
+            EXPECT_EQ(file.st_uid, geteuid());
+            start_visitor(kNever);
+            std::this_thread::sleep_for(milliseconds(20));
+            EXPECT_EQ(counts_.through, 0);
+        }
+        EXPECT_TRUE(wait_for([this] { return counts_.through == 1; }));
+        counts_.through = 0;
+        std::filesystem::remove(settings().file);
+    }
+
+    const std::filesystem::path place_ = settings().file;
 };
 
 TEST_F(UnlockablePlaceTest, no_place_costs_the_turn_alone) {
-    expect_run_without_turn("");
-    expect_run_without_turn(folder_.path() / "missing" / "lock");
+    TurnSettings place = settings();
+    for (const auto& file : {std::filesystem::path(), folder_.path() / "missing" / "lock"}) {
+        place.file = file;
+        expect_run_without_turn(place, "");
+    }
 }
 
-TEST_F(UnlockablePlaceTest, something_else_in_the_place_costs_the_turn_alone) {
-    std::filesystem::create_directory(folder_.path() / "folder");
-    expect_run_without_turn(folder_.path() / "folder");
-    ASSERT_EQ(mkfifo((folder_.path() / "pipe").c_str(), 0600), 0);
-    expect_run_without_turn(folder_.path() / "pipe");
-    std::filesystem::create_symlink("elsewhere", folder_.path() / "link");
-    expect_run_without_turn(folder_.path() / "link");
+TEST_F(UnlockablePlaceTest, something_else_in_the_place_is_removed) {
+    std::filesystem::create_directory(place_);
+    expect_place_is_put_right();
+    ASSERT_EQ(mkfifo(place_.c_str(), 0600), 0);
+    expect_place_is_put_right();
+    std::filesystem::create_symlink("elsewhere", place_);
+    expect_place_is_put_right();
     EXPECT_FALSE(std::filesystem::exists(folder_.path() / "elsewhere"));
+}
+
+TEST_F(UnlockablePlaceTest, file_of_root_or_without_rights_is_put_right) {
+    if (geteuid() != 0) GTEST_SKIP() << "only root can give files away";
+    constexpr uid_t kNobody = 65534;
+    const std::string file = settings().file;
+    ASSERT_EQ(chown(folder_.path().c_str(), kNobody, kNobody), 0);
+    close(creat(file.c_str(), 0600));
+    EXPECT_TRUE(run_as(kNobody, [this] { expect_place_is_put_right(); }));
+    close(creat(file.c_str(), 0600));
+    ASSERT_EQ(chown(file.c_str(), kNobody, kNobody), 0);
+    ASSERT_EQ(chmod(file.c_str(), 0), 0);
+    EXPECT_TRUE(run_as(kNobody, [this] { expect_place_is_put_right(); }));
+    // Nor does the umask take the rights of the file that is made.
+    EXPECT_TRUE(run_as(kNobody, [this] {
+        umask(0777);
+        expect_place_is_put_right();
+    }));
+}
+
+TEST_F(UnlockablePlaceTest, something_that_cannot_be_removed_costs_the_turn_and_is_told) {
+    std::filesystem::create_directories(place_ / "with something in it");
+    expect_run_without_turn(settings(), "cannot lock " + place_.string() +
+                                            ": Directory not empty; do not measure twice at the "
+                                            "same time");
+}
+
+TEST_F(UnlockablePlaceTest, crowd_that_finds_it_goes_one_at_a_time) {
+    for (int round = 0; round < 10; ++round) {
+        ASSERT_EQ(mkfifo(place_.c_str(), 0600), 0);
+        counts_.most = counts_.through = 0;
+        for (int i = 0; i < 12; ++i) start_visitor(kNever);
+        EXPECT_TRUE(wait_for([this] { return counts_.through == 12; }));
+        EXPECT_EQ(counts_.most, 1) << round;
+        std::filesystem::remove(place_);
+    }
 }
 
 TEST_F(UnlockablePlaceTest, folder_that_cannot_be_changed_ends_the_wait_behind_one_that_hangs) {

@@ -30,9 +30,8 @@ bool has_lavapipe() {
 class VirglServer {
 public:
     VirglServer() {
-        const std::filesystem::path file =
-            std::filesystem::temp_directory_path() / "texprobe-virgl.lock";
-        lock_ = open(file.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600);
+        // Beside the socket, which is in no other folder for temporary files.
+        lock_ = open("/tmp/texprobe-virgl.lock", O_RDWR | O_CREAT | O_CLOEXEC, 0600);
         flock(lock_, LOCK_EX);
         if (accepts()) return;
         process_ = start({"virgl_test_server", {"--use-egl-surfaceless"}});
@@ -44,6 +43,8 @@ public:
         if (process_ > 0) {
             kill(process_, SIGTERM);
             finish(process_);
+            // It leaves its socket.
+            unlink(kSocket.sun_path);
         }
         close(lock_);
     }
@@ -51,15 +52,15 @@ public:
     VirglServer& operator=(const VirglServer&) = delete;
 
     bool accepts() const {
-        sockaddr_un address = {AF_UNIX, "/tmp/.virgl_test"};
         const int connection = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
         const bool accepted =
-            connect(connection, reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0;
+            connect(connection, reinterpret_cast<const sockaddr*>(&kSocket), sizeof kSocket) == 0;
         close(connection);
         return accepted;
     }
 
 private:
+    static constexpr sockaddr_un kSocket = {AF_UNIX, "/tmp/.virgl_test"};
     static constexpr int kStartTries = 200;
     static constexpr std::chrono::milliseconds kStartPause{50};
 

@@ -1,7 +1,8 @@
-// A driver that lacks one extension: linked into a build of the tool, before the system's OpenGL.
-// The environment variable MISSING_EXTENSION names it. Mesa's own MESA_EXTENSION_OVERRIDE removes
-// other extensions as well in some versions.
+// A driver that lacks one extension, or fails in one call of EGL: linked into a build of the tool,
+// before the system's libraries. The environment variables MISSING_EXTENSION and FAILING_EGL_CALL
+// name it. Mesa's own MESA_EXTENSION_OVERRIDE removes other extensions as well in some versions.
 
+#include <EGL/egl.h>
 #include <OpenGL/gl.h>
 #include <dlfcn.h>
 
@@ -18,7 +19,29 @@ std::string without(const std::string& words, const std::string& word) {
     return padded;
 }
 
+/// EGL's own function; null if this call is to fail.
+template <typename Function>
+Function real_unless_failing(const char* name, Function) {
+    const char* failing = std::getenv("FAILING_EGL_CALL");
+    if (failing && std::string(failing) == name) return nullptr;
+    return reinterpret_cast<Function>(dlsym(RTLD_NEXT, name));
+}
+
 }  // namespace
+
+extern "C" __attribute__((visibility("default"))) EGLSurface eglCreatePbufferSurface(
+    EGLDisplay display, EGLConfig config, const EGLint* attributes) {
+    const auto real = real_unless_failing("eglCreatePbufferSurface", &eglCreatePbufferSurface);
+    return real ? real(display, config, attributes) : EGL_NO_SURFACE;
+}
+
+extern "C" __attribute__((visibility("default"))) EGLBoolean eglMakeCurrent(EGLDisplay display,
+                                                                            EGLSurface draw,
+                                                                            EGLSurface read,
+                                                                            EGLContext context) {
+    const auto real = real_unless_failing("eglMakeCurrent", &eglMakeCurrent);
+    return real ? real(display, draw, read, context) : EGL_FALSE;
+}
 
 extern "C" __attribute__((visibility("default"))) const GLubyte* glGetString(GLenum name) {
     static const auto real =

@@ -213,6 +213,30 @@ std::string name_of(const testing::TestParamInfo<MesaRenderer>& renderer) {
 INSTANTIATE_TEST_SUITE_P(Mesa, Renderers, testing::ValuesIn(mesa_renderers()), name_of);
 INSTANTIATE_TEST_SUITE_P(Mesa, RenderersWithout, testing::ValuesIn(mesa_renderers()), name_of);
 
+/// What a run on a driver that fails in this call of EGL does to the records.
+void expect_no_pixel_buffer(const char* call) {
+    const ToolFolder folder(TOOL_WITHOUT_EXTENSION);
+    const Finished unmeasured = folder.run({}, {std::string("FAILING_EGL_CALL=") + call});
+    EXPECT_TRUE(unmeasured.exited_with(1)) << unmeasured.err;
+    EXPECT_THAT(unmeasured.err, testing::EndsWith(std::string("*** EGL: ") + call +
+                                                  " failed\n*** cannot create pixel buffer"));
+    for (const auto& [application, records] : folder.records()) {
+        EXPECT_EQ(records, (Records{{"VERSION", "double 0.21"}})) << application;
+    }
+    ASSERT_TRUE(folder.run().exited_with(0));
+    const RecordSets complete = folder.records();
+    EXPECT_TRUE(folder.run({}, {std::string("FAILING_EGL_CALL=") + call}).exited_with(1));
+    EXPECT_EQ(folder.records(), complete);
+}
+
+TEST(PixelBuffer, that_cannot_be_made_ends_the_run_with_nothing_recorded) {
+    expect_no_pixel_buffer("eglCreatePbufferSurface");
+}
+
+TEST(PixelBuffer, that_cannot_be_drawn_to_ends_the_run_with_nothing_recorded) {
+    expect_no_pixel_buffer("eglMakeCurrent");
+}
+
 TEST(SafeMode, in_an_empty_environment_gives_the_records_of_a_direct_run) {
     const ToolFolder direct(TOOL);
     const ToolFolder safe(TOOL);

@@ -163,6 +163,40 @@ TEST_F(Cgl, replaces_the_pixel_buffer_of_the_current_context_at_once) {
     CGLDestroyContext(context);
 }
 
+TEST_F(Cgl, leaves_current_what_was_when_a_pixel_buffer_is_created) {
+    CGLContextObj first = create_context();
+    CGLPBufferObj small = create_pbuffer(16, 16);
+    EXPECT_EQ(eglGetCurrentContext(), EGL_NO_CONTEXT);
+    CGLSetPBuffer(first, small, 0, 0, 0);
+    ASSERT_EQ(CGLSetCurrentContext(first), kCGLNoError);
+    EGLContext before = eglGetCurrentContext();
+    CGLContextObj second = create_context();
+    CGLPBufferObj large = create_pbuffer(64, 32);
+    EXPECT_EQ(eglGetCurrentContext(), before);
+    EXPECT_EQ(current_surface_size(EGL_WIDTH), 16);
+    // It was tried with the second context, and may be set on either.
+    EXPECT_EQ(CGLSetPBuffer(second, large, 0, 0, 0), kCGLNoError);
+    EXPECT_EQ(CGLSetPBuffer(first, large, 0, 0, 0), kCGLNoError);
+    EXPECT_EQ(current_surface_size(EGL_WIDTH), 64);
+    EXPECT_EQ(CGLSetCurrentContext(second), kCGLNoError);
+    EXPECT_EQ(current_surface_size(EGL_HEIGHT), 32);
+    CGLDestroyContext(first);
+    CGLDestroyContext(second);
+    CGLDestroyPBuffer(small);
+    CGLDestroyPBuffer(large);
+}
+
+TEST_F(Cgl, remembers_the_size_of_a_pixel_buffer_while_there_is_no_context) {
+    CGLDestroyContext(create_context());
+    CGLPBufferObj pbuffer = create_pbuffer(37, 21);
+    CGLContextObj context = create_context();
+    EXPECT_EQ(CGLSetPBuffer(context, pbuffer, 0, 0, 0), kCGLNoError);
+    ASSERT_EQ(CGLSetCurrentContext(context), kCGLNoError);
+    EXPECT_EQ(current_surface_size(EGL_WIDTH), 37);
+    CGLDestroyContext(context);
+    CGLDestroyPBuffer(pbuffer);
+}
+
 TEST_F(Cgl, makes_nothing_current_for_a_null_context) {
     EXPECT_EQ(CGLSetCurrentContext(nullptr), kCGLNoError);
     CGLContextObj context = create_context();

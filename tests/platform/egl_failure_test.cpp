@@ -12,6 +12,8 @@
 namespace {
 
 std::string_view failingCall;
+int surfacesMade = 0;
+int surfacesDestroyed = 0;
 
 /// EGL's own function; null if this call is to fail.
 template <typename Function>
@@ -36,7 +38,14 @@ EGLContext eglCreateContext(EGLDisplay display, EGLConfig config, EGLContext sha
 
 EGLSurface eglCreatePbufferSurface(EGLDisplay display, EGLConfig config, const EGLint* attributes) {
     const auto function = next("eglCreatePbufferSurface", &eglCreatePbufferSurface);
-    return function ? function(display, config, attributes) : EGL_NO_SURFACE;
+    if (!function) return EGL_NO_SURFACE;
+    ++surfacesMade;
+    return function(display, config, attributes);
+}
+
+EGLBoolean eglDestroySurface(EGLDisplay display, EGLSurface surface) {
+    ++surfacesDestroyed;
+    return next("eglDestroySurface", &eglDestroySurface)(display, surface);
 }
 
 EGLBoolean eglMakeCurrent(EGLDisplay display, EGLSurface draw, EGLSurface read,
@@ -119,6 +128,40 @@ TEST_F(EglFailure, of_a_surface_is_a_bad_allocation_and_keeps_the_pixel_buffer_s
     EXPECT_EQ(CGLSetPBuffer(context_, pbuffer_, 0, 0, 0), kCGLBadAlloc);
     EXPECT_EQ(message(), "*** EGL: eglCreatePbufferSurface failed with EGL_BAD_ALLOC\n");
     EXPECT_EQ(CGLSetCurrentContext(context_), kCGLNoError);
+}
+
+TEST_F(EglFailure, of_a_surface_is_found_when_the_pixel_buffer_is_created) {
+    CGLPBufferObj pbuffer = nullptr;
+    fail("eglCreatePbufferSurface");
+    EXPECT_EQ(CGLCreatePBuffer(8, 8, GL_TEXTURE_2D, GL_RGBA, 0, &pbuffer), kCGLBadAlloc);
+    EXPECT_EQ(message(), "*** EGL: eglCreatePbufferSurface failed with EGL_BAD_ALLOC\n");
+    EXPECT_EQ(pbuffer, nullptr);
+}
+
+TEST_F(EglFailure, of_drawing_to_a_surface_is_found_when_the_pixel_buffer_is_created) {
+    CGLPBufferObj pbuffer = nullptr;
+    const int before = surfacesMade - surfacesDestroyed;
+    fail("eglMakeCurrent");
+    EXPECT_EQ(CGLCreatePBuffer(8, 8, GL_TEXTURE_2D, GL_RGBA, 0, &pbuffer), kCGLBadState);
+    EXPECT_EQ(message(), "*** EGL: eglMakeCurrent failed with EGL_BAD_ALLOC\n");
+    EXPECT_EQ(pbuffer, nullptr);
+    EXPECT_EQ(surfacesMade - surfacesDestroyed, before);
+}
+
+TEST_F(EglFailure, cannot_come_between_creating_a_pixel_buffer_and_setting_it_once) {
+    fail("eglCreatePbufferSurface");
+    EXPECT_EQ(CGLSetPBuffer(context_, pbuffer_, 0, 0, 0), kCGLNoError) << "made a second time";
+    EXPECT_EQ(message(), "");
+    EXPECT_EQ(CGLSetCurrentContext(context_), kCGLNoError);
+}
+
+TEST_F(EglFailure, leaves_no_surface_of_a_pixel_buffer_that_was_never_set) {
+    const int before = surfacesMade - surfacesDestroyed;
+    CGLPBufferObj pbuffer = nullptr;
+    ASSERT_EQ(CGLCreatePBuffer(8, 8, GL_TEXTURE_2D, GL_RGBA, 0, &pbuffer), kCGLNoError);
+    EXPECT_EQ(surfacesMade - surfacesDestroyed, before + 1);
+    CGLDestroyPBuffer(pbuffer);
+    EXPECT_EQ(surfacesMade - surfacesDestroyed, before);
 }
 
 TEST_F(EglFailure, of_making_current_is_a_bad_state) {

@@ -1,13 +1,19 @@
-// Where the user's records are. Only looks, and writes nothing.
+// Where the user's records are, and the lock file of the measuring turn.
 
 #include <RecordStore/location.h>
 #include <gtest/gtest.h>
 #include <pwd.h>
+#include <sched.h>
+#include <sys/mount.h>
+#include <sys/stat.h>
+#include <turn_settings.h>
 #include <unistd.h>
 
 #include <cstdlib>
+#include <fstream>
 #include <string>
 
+#include "platform/scratch_folder.h"
 #include "support/process.h"
 #include "support/text.h"
 
@@ -15,6 +21,7 @@ namespace {
 
 using texprobe::platform::records_directory;
 using texprobe::tests::read_all;
+using texprobe::tests::ScratchFolder;
 using texprobe::tests::start;
 using texprobe::tests::status_of;
 
@@ -53,6 +60,53 @@ TEST(RecordsDirectory, of_a_user_without_a_password_entry_is_below_HOME) {
     EXPECT_EQ(directory_of_unknown_user(nullptr), "");
     EXPECT_EQ(directory_of_unknown_user(""), "");
     EXPECT_EQ(directory_of_unknown_user("relative"), "");
+}
+
+/// Gives this process a password database of its own. False where it may not.
+bool replace_password_database(const std::string& file) {
+    return unshare(CLONE_NEWNS) == 0 &&
+           mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == 0 &&
+           mount(file.c_str(), "/etc/passwd", nullptr, MS_BIND, nullptr) == 0;
+}
+
+TEST(RecordsDirectory, and_the_turn_are_below_the_same_home) {
+    const ScratchFolder folder;
+    const std::string file = folder.path() / "passwd";
+    const auto check = [&](const std::string& home, const std::string& used) {
+        std::ofstream(file) << "root:x:0:0:root:" << home << ":/bin/sh\n";
+        return status_of(start([&] {
+            constexpr int kSkip = 2;
+            if (!replace_password_database(file)) return kSkip;
+            setenv("HOME", folder.path().c_str(), 1);
+            const bool isSame =
+                records_directory() == used + "/.config/texprobe" &&
+                qor::turn_settings().file == used + "/.config/texprobe/measuring.lock";
+            return isSame ? 0 : 1;
+        }));
+    };
+    const int status = check(folder.path() / "of_entry", folder.path() / "of_entry");
+    if (status == 2 << 8) GTEST_SKIP() << "only root can mount";
+    EXPECT_EQ(status, 0);
+    EXPECT_EQ(check("relative", folder.path()), 0);
+    EXPECT_EQ(check("", folder.path()), 0);
+}
+
+TEST(RecordsDirectory, made_for_the_turn_is_private_whatever_the_umask) {
+    const ScratchFolder folder;
+    const std::string file = folder.path() / "passwd";
+    std::ofstream(file) << "root:x:0:0:root:" << folder.path().string() << ":/bin/sh\n";
+    const int status = status_of(start([&] {
+        if (!replace_password_database(file)) return 2;
+        umask(0777);
+        qor::turn_settings();
+        return 0;
+    }));
+    if (status == 2 << 8) GTEST_SKIP() << "only root can mount";
+    for (const char* made : {".config", ".config/texprobe"}) {
+        struct stat found = {};
+        ASSERT_EQ(stat((folder.path() / made).c_str(), &found), 0);
+        EXPECT_EQ(found.st_mode & 07777, 0700u) << made;
+    }
 }
 
 }  // namespace

@@ -195,6 +195,41 @@ TEST_F(StoreFailures, of_a_full_disk_cost_one_line_and_are_made_up_for) {
     }
 }
 
+/// Stores three renderers' records, one after the other as a run does. A set of which the first
+/// record was stored is stored whole: a test's false is never left without its outcome.
+bool stores_whole_sets_or_none(RecordStore& store) {
+    for (int renderer = 0; renderer < 3; ++renderer) {
+        const std::string app =
+            "org.texprobe.texprobe2." + std::to_string(renderer) + ".6.1.0-18-amd64-16eee710";
+        store.change(app, {{"VERSION", 0.21}});
+        const bool isBegun = store.synchronize(app);
+        for (int i = 0; i < (isBegun ? 100 : 3); ++i) {
+            store.change(app,
+                         {{"GL_LUMINANCE16_ALPHA16_DOWNLOAD_READ" + std::to_string(i), false}});
+            if (store.synchronize(app) != isBegun) return false;
+        }
+    }
+    return true;
+}
+
+TEST_F(StoreFailures, of_a_full_disk_leave_no_record_set_half_stored) {
+    bool allowed = false;
+    // In kilobytes: from room for a log and not for a set to room for three.
+    for (int size = 540; size <= 760; size += 20) {
+        errors_of([this, size, &allowed] {
+            const bool passed = in_child_with_mount(
+                home(), std::to_string(size) + "k", false, [] { return true; },
+                [this] {
+                    RecordStore store(directory());
+                    return stores_whole_sets_or_none(store);
+                },
+                &allowed);
+            EXPECT_EQ(passed, allowed) << size;
+        });
+        if (!allowed) GTEST_SKIP() << "mounting is not allowed here";
+    }
+}
+
 TEST_F(StoreFailures, of_a_file_size_limit_cost_one_line_and_not_the_process) {
     for (const rlim_t limit : {1000u, 4096u, 8192u, 12288u, 30000u}) {
         const std::string said = errors_of([this, limit] {

@@ -166,6 +166,32 @@ TEST_F(StoreFiles, need_a_home) {
     EXPECT_EQ(failure_in(""), "*** texprobe records: the user has no home directory\n");
 }
 
+TEST_F(StoreFiles, of_a_user_without_a_home_are_nowhere_and_the_messages_say_why) {
+    if (!is_root()) GTEST_SKIP() << "only root can become another user";
+    constexpr uid_t kUnknown = 3999999999;
+    const auto said = [](const char* home) {
+        return errors_of([&] {
+            EXPECT_TRUE(in_child(
+                [&] {
+                    clearenv();
+                    if (home) setenv("HOME", home, 1);
+                    RecordStore store("");
+                    store.change(kApp, {{"a", true}, {"b", false}});
+                    return !store.synchronize(kApp);
+                },
+                kUnknown));
+        });
+    };
+    const std::string beginning =
+        "*** texprobe records: the user has no home directory: there is no entry in the password "
+        "database, and HOME is ";
+    const std::string end =
+        "*** texprobe records: 2 records are missing: a, b; give the user a home directory and run "
+        "texprobe again\n";
+    EXPECT_EQ(said(nullptr), beginning + "not set\n" + end);
+    EXPECT_EQ(said("relative"), beginning + "no absolute path\n" + end);
+}
+
 TEST_F(StoreFiles, need_a_folder_where_a_file_is) {
     std::ofstream(config()).flush();
     EXPECT_EQ(failure(), line(directory(), "Not a directory"));

@@ -1,5 +1,6 @@
 // The disk operations of a synchronization.
 
+#include <cmath>
 #include <string>
 #include <vector>
 
@@ -8,6 +9,7 @@
 
 namespace {
 
+using texprobe::tests::Changes;
 using texprobe::tests::DiskEvent;
 using texprobe::tests::errors_of;
 using texprobe::tests::RecordStore;
@@ -70,19 +72,88 @@ TEST_F(StoreLog, is_left_alone_by_a_synchronization_that_changes_nothing) {
     EXPECT_EQ(size(), 0u);
 }
 
-TEST_F(StoreLog, grows_where_the_disk_has_no_room_for_its_size) {
-    int refused = 0;
-    const WatchedDisk disk([&refused](const DiskEvent& event) {
+TEST_F(StoreLog, holds_nothing_while_the_disk_has_no_room_for_its_size) {
+    bool isFull = true;
+    const WatchedDisk disk([&isFull](const DiskEvent& event) {
         const bool isBeyond = event.kind == DiskEvent::kWrite && event.offset >= 100'000;
-        refused += isBeyond;
-        return isBeyond ? SQLITE_FULL : SQLITE_OK;
+        return isBeyond && isFull ? SQLITE_FULL : SQLITE_OK;
     });
     RecordStore store(directory());
-    EXPECT_EQ(errors_of([&] { synchronize(store, 3); }), "");
-    EXPECT_EQ(refused, 1);
-    // Two pages for the first change, which creates the table, and one for each other.
-    EXPECT_EQ(size(), 32u + 4 * 4120);
-    EXPECT_TRUE(same(*read("key"), 3.0));
+    const std::string said = errors_of([&] {
+        for (const double value : {1.0, 2.0}) {
+            store.change(kApp, {{"key", value}});
+            EXPECT_FALSE(store.synchronize(kApp));
+            EXPECT_EQ(read("key"), std::nullopt);
+            EXPECT_LT(size(), 100'000u) << "it keeps the room that it got";
+        }
+    });
+    EXPECT_EQ(said, "*** texprobe records: cannot use " + database().string() +
+                        ": database or disk is full\n");
+    isFull = false;
+    EXPECT_TRUE(store.synchronize(kApp));
+    EXPECT_GE(size(), kLeast);
+    EXPECT_TRUE(same(*read("key"), 2.0));
+}
+
+/// What a synchronization costs on the disk.
+class StoreOnDisk : public texprobe::tests::StoreFixture {
+protected:
+    int syncs() const { return syncs_; }
+    int writes() const { return writes_; }
+    void forget() { syncs_ = writes_ = 0; }
+
+private:
+    int syncs_ = 0;
+    int writes_ = 0;
+    WatchedDisk disk_{[this](const DiskEvent& event) {
+        syncs_ += event.kind == DiskEvent::kSync;
+        writes_ += event.kind == DiskEvent::kWrite;
+        return SQLITE_OK;
+    }};
+};
+
+TEST_F(StoreOnDisk, waits_for_the_disk_once_in_each_of_a_runs_synchronizations) {
+    RecordStore store(directory());
+    store.change(kApp, {{"VERSION", 0.21}});
+    ASSERT_TRUE(store.synchronize(kApp));
+    constexpr int kSynchronizations = 100;
+    for (int i = 0; i < kSynchronizations; ++i) {
+        forget();
+        store.change(kApp, {{"verdict of the last", true},
+                            {"GL_LUMINANCE16_ALPHA16_DOWNLOAD_READ" + std::to_string(i), false}});
+        ASSERT_TRUE(store.synchronize(kApp));
+        ASSERT_EQ(syncs(), 1) << i;
+    }
+}
+
+TEST_F(StoreOnDisk, touches_nothing_when_nothing_changes) {
+    RecordStore store(directory());
+    const Changes changes = {
+        {"VERSION", 0.21}, {"nan", std::nan("")}, {"GL_VENDOR", std::string("Mesa")}};
+    store.change(kApp, changes);
+    ASSERT_TRUE(store.synchronize(kApp));
+    forget();
+    ASSERT_TRUE(store.synchronize(kApp));
+    store.change(kApp, changes);
+    store.change(kApp, {{"never set", std::nullopt}});
+    ASSERT_TRUE(store.synchronize(kApp));
+    EXPECT_EQ(syncs(), 0);
+    EXPECT_EQ(writes(), 0);
+}
+
+TEST_F(StoreOnDisk, removes_a_list_in_one_transaction) {
+    RecordStore store(directory());
+    Changes removals;
+    for (int i = 0; i < 96; ++i) {
+        store.change(kApp, {{std::to_string(i), true}});
+        removals[std::to_string(i)] = std::nullopt;
+    }
+    ASSERT_TRUE(store.synchronize(kApp));
+    forget();
+    store.change(kApp, removals);
+    ASSERT_TRUE(store.synchronize(kApp));
+    EXPECT_EQ(syncs(), 1);
+    EXPECT_EQ(rows("SELECT count(*) FROM records"), "0\n");
 }
 
 }  // namespace

@@ -14,17 +14,13 @@
 #include <vector>
 
 #include "platform/store_fixture.h"
-#include "support/watched_disk.h"
 
 namespace {
 
 using texprobe::platform::Database;
-using texprobe::tests::Changes;
-using texprobe::tests::DiskEvent;
 using texprobe::tests::RecordStore;
 using texprobe::tests::same;
 using texprobe::tests::Value;
-using texprobe::tests::WatchedDisk;
 
 class Store : public texprobe::tests::StoreFixture {};
 
@@ -235,67 +231,6 @@ TEST_F(Store, takes_names_and_folders_with_any_characters) {
     EXPECT_TRUE(same(*RecordStore((odd / "records").string()).value(app, key), true));
 }
 
-/// What a synchronization costs on the disk.
-class StoreOnDisk : public Store {
-protected:
-    int syncs() const { return syncs_; }
-    int writes() const { return writes_; }
-    void forget() { syncs_ = writes_ = 0; }
-
-private:
-    int syncs_ = 0;
-    int writes_ = 0;
-    WatchedDisk disk_{[this](const DiskEvent& event) {
-        syncs_ += event.kind == DiskEvent::kSync;
-        writes_ += event.kind == DiskEvent::kWrite;
-        return SQLITE_OK;
-    }};
-};
-
-TEST_F(StoreOnDisk, waits_for_the_disk_once_in_each_of_a_runs_synchronizations) {
-    RecordStore store(directory());
-    store.change(kApp, {{"VERSION", 0.21}});
-    ASSERT_TRUE(store.synchronize(kApp));
-    constexpr int kSynchronizations = 100;
-    for (int i = 0; i < kSynchronizations; ++i) {
-        forget();
-        store.change(kApp, {{"verdict of the last", true},
-                            {"GL_LUMINANCE16_ALPHA16_DOWNLOAD_READ" + std::to_string(i), false}});
-        ASSERT_TRUE(store.synchronize(kApp));
-        ASSERT_EQ(syncs(), 1) << i;
-    }
-}
-
-TEST_F(StoreOnDisk, touches_nothing_when_nothing_changes) {
-    RecordStore store(directory());
-    const Changes changes = {
-        {"VERSION", 0.21}, {"nan", std::nan("")}, {"GL_VENDOR", std::string("Mesa")}};
-    store.change(kApp, changes);
-    ASSERT_TRUE(store.synchronize(kApp));
-    forget();
-    ASSERT_TRUE(store.synchronize(kApp));
-    store.change(kApp, changes);
-    store.change(kApp, {{"never set", std::nullopt}});
-    ASSERT_TRUE(store.synchronize(kApp));
-    EXPECT_EQ(syncs(), 0);
-    EXPECT_EQ(writes(), 0);
-}
-
-TEST_F(StoreOnDisk, removes_a_list_in_one_transaction) {
-    RecordStore store(directory());
-    Changes removals;
-    for (int i = 0; i < 96; ++i) {
-        store.change(kApp, {{std::to_string(i), true}});
-        removals[std::to_string(i)] = std::nullopt;
-    }
-    ASSERT_TRUE(store.synchronize(kApp));
-    forget();
-    store.change(kApp, removals);
-    ASSERT_TRUE(store.synchronize(kApp));
-    EXPECT_EQ(syncs(), 1);
-    EXPECT_EQ(rows("SELECT count(*) FROM records"), "0\n");
-}
-
 TEST_F(Store, reads_past_a_record_that_is_too_long_to_be_one_and_writing_removes_it) {
     write("a", true);
     rows(
@@ -317,18 +252,19 @@ TEST_F(Store, with_a_record_that_does_not_fit_into_memory_ends_nobody) {
     rows(
         "INSERT INTO records VALUES ('org.example.app', 'b', 'string', zeroblob(75000000));"
         "INSERT INTO records VALUES ('org.example.app', 'c', 'boolean', 1)");
-    EXPECT_TRUE(texprobe::tests::in_child([this] {
-        rlimit limit;
-        getrlimit(RLIMIT_DATA, &limit);
-        limit.rlim_cur = 60'000'000;
-        if (setrlimit(RLIMIT_DATA, &limit) != 0) return false;
-        testing::internal::CaptureStderr();
-        RecordStore store(directory());
-        store.value(kApp, "a");
-        store.change(kApp, {{"new", true}});
-        store.synchronize(kApp);
-        return store.value(kApp, "new").has_value();
-    }));
+    texprobe::tests::errors_of([this] {
+        EXPECT_TRUE(texprobe::tests::in_child([this] {
+            rlimit limit;
+            getrlimit(RLIMIT_DATA, &limit);
+            limit.rlim_cur = 60'000'000;
+            if (setrlimit(RLIMIT_DATA, &limit) != 0) return false;
+            RecordStore store(directory());
+            store.value(kApp, "a");
+            store.change(kApp, {{"new", true}});
+            store.synchronize(kApp);
+            return store.value(kApp, "new").has_value();
+        }));
+    });
 }
 #endif
 

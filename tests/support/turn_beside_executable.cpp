@@ -6,13 +6,24 @@
 
 #include "turn_settings.h"
 
+namespace {
+
+std::filesystem::path folder_of_executable() {
+    return std::filesystem::read_symlink("/proc/self/exe").parent_path();
+}
+
+}  // namespace
+
 namespace qor {
 
+std::string turn_file() {
+    return folder_of_executable() / "measuring.lock";
+}
+
 TurnSettings turn_settings() {
-    const auto folder = std::filesystem::read_symlink("/proc/self/exe").parent_path();
     TurnSettings settings;
-    settings.file = folder / "measuring.lock";
-    std::ifstream(folder / "patience") >> settings.patience;
+    settings.file = turn_file();
+    std::ifstream(folder_of_executable() / "patience") >> settings.patience;
     return settings;
 }
 

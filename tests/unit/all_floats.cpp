@@ -14,14 +14,14 @@
 
 namespace {
 
-struct Conversion {
+struct CheckedConversion {
     const char* name;
     void (*convert)(const float* elements, std::size_t count, std::uint8_t* bytes);
 };
 
 /// The conversions that this processor can run.
-std::vector<Conversion> conversions() {
-    std::vector<Conversion> all = {{"portable", convert}};
+std::vector<CheckedConversion> conversions() {
+    std::vector<CheckedConversion> all = {{"portable", convert}};
 #ifdef TEXPROBE_X86_VECTORS
     if (has_avx2()) all.push_back({"AVX2", call_on_avx2<convert<float>>});
     if (has_avx512()) all.push_back({"AVX-512", call_on_avx512<convert<float>>});
@@ -43,7 +43,7 @@ int main() {
             expected[low] =
                 static_cast<std::uint8_t>(texprobe::tests::slow_float_to_8bit(floats[low]));
         }
-        for (const Conversion& conversion : conversions()) {
+        for (const CheckedConversion& conversion : conversions()) {
             conversion.convert(floats.data(), kCount, converted.data());
             for (std::uint32_t low = 0; low < kCount; ++low) {
                 if (converted[low] == expected[low]) continue;
@@ -53,7 +53,7 @@ int main() {
             }
         }
     }
-    for (const Conversion& conversion : conversions()) {
+    for (const CheckedConversion& conversion : conversions()) {
         std::printf("%s: as expected for all 2^32 floats\n", conversion.name);
     }
 }

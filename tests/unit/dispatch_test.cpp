@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <bit>
 #include <cstdint>
 #include <cstring>
 #include <limits>
@@ -20,7 +21,6 @@ namespace {
 
 using namespace texprobe::tests;
 
-constexpr std::size_t kPixels = 16384;
 constexpr unsigned kPacked = GL_UNSIGNED_INT_8_8_8_8_REV;
 constexpr unsigned kTypes[] = {GL_UNSIGNED_BYTE, GL_UNSIGNED_SHORT, GL_FLOAT, GL_HALF_FLOAT_ARB,
                                kPacked};
@@ -195,12 +195,6 @@ TEST(Dispatch, does_not_consult_the_pixel_count) {
 
 // Against the slow comparison, over the whole table of types and layouts.
 
-float float_of_bits(std::uint32_t bits) {
-    float value = 0;
-    std::memcpy(&value, &bits, sizeof value);
-    return value;
-}
-
 /// Fills `image` with as many elements of `type` as fit.
 using Fill = void (*)(unsigned type, unsigned seed, GuardedImage& image);
 
@@ -232,7 +226,7 @@ void fill_with_special_values(unsigned type, unsigned seed, GuardedImage& image)
                             Limits::infinity(),
                             -Limits::infinity(),
                             Limits::quiet_NaN(),
-                            float_of_bits(0x7F800001u),
+                            std::bit_cast<float>(0x7F800001u),
                             Limits::max(),
                             Limits::lowest(),
                             Limits::min(),

@@ -13,8 +13,8 @@
 namespace {
 
 using texprobe::tests::GuardedImage;
+using texprobe::tests::kPixels;
 
-constexpr std::size_t kPixels = 16384;
 constexpr unsigned kPacked = 0x8367;
 constexpr unsigned long long kAllOnes = 18446744073709551615ULL;
 constexpr unsigned kLayouts[] = {GL_RGB, GL_RGBA, GL_LUMINANCE, GL_LUMINANCE_ALPHA,

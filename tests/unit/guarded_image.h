@@ -12,6 +12,9 @@
 
 namespace texprobe::tests {
 
+/// Of an image of 128 x 128.
+constexpr std::size_t kPixels = 16384;
+
 /// `size` zero bytes that end at an inaccessible page. If that is a whole number of pages, they
 /// also begin after one.
 class GuardedImage {

@@ -16,6 +16,7 @@
 namespace {
 
 using texprobe::tests::GuardedImage;
+using texprobe::tests::kPixels;
 using texprobe::tests::randomCalls;
 using texprobe::tests::scriptedRandom;
 
@@ -23,7 +24,6 @@ constexpr GLenum kTypes[] = {GL_UNSIGNED_BYTE, GL_UNSIGNED_SHORT, GL_UNSIGNED_IN
                              GL_FLOAT, GL_HALF_FLOAT_ARB};
 constexpr GLenum kIntegerTypes[] = {GL_UNSIGNED_BYTE, GL_UNSIGNED_SHORT,
                                     GL_UNSIGNED_INT_8_8_8_8_REV, GL_UNSIGNED_INT, 0};
-constexpr std::size_t kPixels = 16384;
 constexpr std::size_t kSizesOfImages[] = {kPixels,     2 * kPixels, 3 * kPixels,  4 * kPixels,
                                           6 * kPixels, 8 * kPixels, 12 * kPixels, 16 * kPixels};
 

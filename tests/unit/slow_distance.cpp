@@ -8,14 +8,9 @@ namespace texprobe::tests {
 
 namespace {
 
-constexpr unsigned kByte = 0x1401;
-constexpr unsigned kShort = 0x1403;
-constexpr unsigned kFloat = 0x1406;
-constexpr unsigned kHalf = 0x140B;
 constexpr unsigned kPacked = 0x8367;
 
 constexpr unsigned kRGB = 0x1907;
-constexpr unsigned kRGBA = 0x1908;
 constexpr unsigned kL = 0x1909;
 constexpr unsigned kLA = 0x190A;
 constexpr unsigned kBGR = 0x80E0;

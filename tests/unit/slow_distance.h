@@ -12,6 +12,13 @@ namespace texprobe::tests {
 
 constexpr std::uint64_t kAllOnes = 0xFFFFFFFFFFFFFFFFu;
 
+// OpenGL's pixel types and one of its layouts.
+constexpr unsigned kByte = 0x1401;
+constexpr unsigned kShort = 0x1403;
+constexpr unsigned kFloat = 0x1406;
+constexpr unsigned kHalf = 0x140B;
+constexpr unsigned kRGBA = 0x1908;
+
 int slow_half_to_8bit(std::uint16_t half);
 int slow_float_to_8bit(float value);
 

@@ -1,12 +1,15 @@
 // The preferences of Linux: one SQLite database.
 
+#include <RecordStore/home.h>
 #include <RecordStore/location.h>
 #include <sqlite3.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <array>
+#include <cerrno>
 #include <cstdio>
+#include <cstring>
 #include <memory>
 
 #include "doctor.h"
@@ -47,18 +50,32 @@ std::string check(const std::string& file) {
 ExaminedStore examine_store() {
     const std::string folder = platform::records_directory();
     ExaminedStore store;
+    if (folder.empty()) {
+        store.place = "nowhere";
+        store.health = "the user has no home directory: " + platform::home_of_user().missing;
+        return store;
+    }
     store.place = folder + "/records.sqlite3";
     struct stat status = {};
     if (lstat(folder.c_str(), &status) == 0) store.folderMode = octal(status.st_mode);
     if (lstat(store.place.c_str(), &status) != 0) {
-        store.health = "nothing is recorded yet";
+        store.health = errno == ENOENT ? "nothing is recorded yet" : std::strerror(errno);
         return store;
     }
     store.exists = true;
+    // Of what a link leads to, as the tool sees it.
+    const int error = stat(store.place.c_str(), &status) == 0 ? 0 : errno;
     store.isOwn = status.st_uid == getuid();
     store.fileMode = octal(status.st_mode);
     store.bytes = static_cast<std::size_t>(status.st_size);
-    store.health = check(store.place);
+    if (error != 0) {
+        store.health = std::strerror(error);
+    } else if (!S_ISREG(status.st_mode)) {
+        // Opening it might never come back, and an endless one looks good.
+        store.health = "it is not a regular file";
+    } else {
+        store.health = check(store.place);
+    }
     return store;
 }
 

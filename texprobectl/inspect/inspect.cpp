@@ -39,8 +39,6 @@ unsigned count_patterns_before(const RecordSet& set, const RecordSets& all,
     return count;
 }
 
-constexpr std::size_t kCellCount = kFormatCount * kCapabilityCount;
-
 std::string cell_words(const Cell& cell) {
     return fmt::format("{} {}", kFormats[cell.format].name, kCapabilities[cell.capability].words);
 }
@@ -149,13 +147,13 @@ std::optional<Evidence> collect_evidence(const PrivateFolder& folder, const Repo
     for (const Report::NamedImage& named : report.images()) {
         Image image = read_image(folder, named);
         if (named.test != number_of(cell)) {
-            if (named.name != kKept) {
+            if (named.name != kKeptImage) {
                 evidence.earlier.push_back({cell_words(cell_of(named.test)), std::move(image)});
             }
-        } else if (named.name == kSent) {
+        } else if (named.name == kSentImage) {
             hasSent = true;
             evidence.sent = std::move(image);
-        } else if (named.name == kReturned) {
+        } else if (named.name == kReturnedImage) {
             hasReturned = true;
             evidence.returned = std::move(image);
         } else {

@@ -58,9 +58,9 @@ public:
 
     void keep_images(std::size_t number) const {
         const RecordedImages images = Recorder::instance().take_images();
-        write_image(order_.folder, kSent, number, images.sent);
-        write_image(order_.folder, kReturned, number, images.returned);
-        write_image(order_.folder, kKept, number, images.kept);
+        write_image(order_.folder, kSentImage, number, images.sent);
+        write_image(order_.folder, kReturnedImage, number, images.returned);
+        write_image(order_.folder, kKeptImage, number, images.kept);
     }
 
 private:

@@ -36,9 +36,9 @@ std::vector<std::string> words_of(const InspectionOrder& order);
 int inspect_as_child(const std::vector<std::string>& arguments);
 
 inline constexpr const char* kTestBegins = "texprobectl: the inspected test begins";
-inline constexpr const char* kSent = "sent";
-inline constexpr const char* kReturned = "returned";
-inline constexpr const char* kKept = "kept";
+inline constexpr const char* kSentImage = "sent";
+inline constexpr const char* kReturnedImage = "returned";
+inline constexpr const char* kKeptImage = "kept";
 
 /// A cell's place among the tests.
 inline std::size_t number_of(const Cell& cell) {

@@ -32,10 +32,17 @@ Json identifications(const RecordSets& sets) {
     return array;
 }
 
+Json known(const std::string& text) {
+    return text.empty() ? Json(nullptr) : Json(text);
+}
+
 Json renderer_of(const ExaminedRenderer& renderer) {
     return {{"renderer_id", renderer.rendererID},
             {"can_be_opened", renderer.canBeOpened},
             {"megabytes", renderer.megabytes ? Json(*renderer.megabytes) : Json(nullptr)},
+            {"vendor", known(renderer.vendor)},
+            {"gl_version", known(renderer.glVersion)},
+            {"renderer", known(renderer.renderer)},
             {"trouble", renderer.trouble},
             {"messages", renderer.messages}};
 }

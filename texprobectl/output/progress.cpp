@@ -6,6 +6,7 @@
 #include <set>
 
 #include "output/status_line.h"
+#include "plain_text.h"
 #include "turn.h"
 
 namespace texprobe::ctl {
@@ -29,9 +30,9 @@ std::string describe_death(const std::string& rendererID, const std::optional<Ce
 }
 
 /// What both views say in the same way.
-class View : public ProgressView {
+class PrintedProgress : public ProgressView {
 public:
-    View(std::ostream& stream, bool (*isInterrupted)())
+    PrintedProgress(std::ostream& stream, bool (*isInterrupted)())
         : stream_(stream), isInterrupted_(isInterrupted) {}
 
     void waits_for(int process) override {
@@ -52,7 +53,7 @@ public:
     bool is_interrupted() override { return isInterrupted_(); }
 
 protected:
-    virtual void say(const std::string& line) { stream_ << line << std::endl; }
+    virtual void say(const std::string& line) { stream_ << plain(line) << std::endl; }
 
     std::ostream& stream_;
 
@@ -61,9 +62,9 @@ private:
     std::set<int> waitedFor_;
 };
 
-class Lines : public View {
+class ProgressLines : public PrintedProgress {
 public:
-    using View::View;
+    using PrintedProgress::PrintedProgress;
 
     void progress(const MeasureProgress& progress) override {
         if (progress.rendererID != rendererID_) {
@@ -91,10 +92,10 @@ private:
     int deaths_ = 0;
 };
 
-class Bar : public View {
+class ProgressBar : public PrintedProgress {
 public:
-    Bar(std::ostream& stream, const Terminal& terminal, bool (*isInterrupted)())
-        : View(stream, isInterrupted), terminal_(terminal), line_(stream, terminal) {}
+    ProgressBar(std::ostream& stream, const Terminal& terminal, bool (*isInterrupted)())
+        : PrintedProgress(stream, isInterrupted), terminal_(terminal), line_(stream, terminal) {}
 
     void progress(const MeasureProgress& progress) override {
         const std::string test = progress.cell ? test_name(*progress.cell) : "setting up";
@@ -114,7 +115,7 @@ public:
 protected:
     void say(const std::string& line) override {
         line_.erase();
-        View::say(line);
+        PrintedProgress::say(line);
     }
 
 private:
@@ -139,8 +140,8 @@ private:
 
 std::unique_ptr<ProgressView> make_progress_view(std::ostream& stream, const Terminal& terminal,
                                                  bool (*isInterrupted)()) {
-    if (terminal.isTerminal) return std::make_unique<Bar>(stream, terminal, isInterrupted);
-    return std::make_unique<Lines>(stream, isInterrupted);
+    if (terminal.isTerminal) return std::make_unique<ProgressBar>(stream, terminal, isInterrupted);
+    return std::make_unique<ProgressLines>(stream, isInterrupted);
 }
 
 }  // namespace texprobe::ctl

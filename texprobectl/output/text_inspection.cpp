@@ -5,6 +5,7 @@
 #include <algorithm>
 
 #include "inspect/gl_names.h"
+#include "plain_text.h"
 #include "text_matrix.h"
 
 namespace texprobe::ctl {
@@ -14,7 +15,9 @@ namespace {
 constexpr std::size_t kWidth = 80;
 
 /// Broken at blanks, which `separator` ends with; the lines after the first are indented.
-std::string wrapped(const std::string& text, std::size_t indent, std::string_view separator = " ") {
+std::string wrapped(const std::string& given, std::size_t indent,
+                    std::string_view separator = " ") {
+    const std::string text = plain(given);
     std::string result;
     std::size_t column = indent;
     for (std::size_t at = 0; at < text.size();) {
@@ -45,8 +48,8 @@ public:
         const Cell& cell = inspection_.cell;
         const std::string title =
             fmt::format("{} {} on {}", kFormats[cell.format].name,
-                        kCapabilities[cell.capability].words, inspection_.renderer);
-        stream_ << coloured(title, "1", terminal_) << '\n' << inspection_.id << "\n\n";
+                        kCapabilities[cell.capability].words, plain(inspection_.renderer));
+        stream_ << coloured(title, "1", terminal_) << '\n' << plain(inspection_.id) << "\n\n";
         stream_ << wrapped(inspection_.sentence, 0) << "\n\n";
         write_verdicts();
         if (inspection_.evidence) write_layouts();

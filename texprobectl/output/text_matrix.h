@@ -24,6 +24,9 @@ struct Shown {
 
 Shown show_verdict(Verdict verdict, const Terminal& terminal);
 
+/// As a `colour`.
+constexpr const char* kBold = "1";
+
 /// In colour where there are colours.
 std::string coloured(const std::string& text, const char* colour, const Terminal& terminal);
 

@@ -2,6 +2,7 @@
 
 #include <fmt/format.h>
 
+#include "plain_text.h"
 #include "text_matrix.h"
 
 namespace texprobe::ctl {
@@ -36,8 +37,8 @@ Shown show_counts(const VerdictCounts& counts) {
 }
 
 std::string name_driver(const Driver& driver) {
-    return fmt::format("{}\n  {}, build {}", driver.renderer.value_or("unknown renderer"),
-                       short_driver(driver.glVersion), driver.systemBuild);
+    return fmt::format("{}\n  {}, build {}", plain(driver.renderer.value_or("unknown renderer")),
+                       plain(short_driver(driver.glVersion)), plain(driver.systemBuild));
 }
 
 /// "GL_RGBA8 (set, reset)" for each format that fails anywhere on this driver.

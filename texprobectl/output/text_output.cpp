@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "output.h"
+#include "plain_text.h"
 #include "text_matrix.h"
 #include "text_merged.h"
 #include "turn.h"
@@ -10,8 +11,6 @@
 namespace texprobe::ctl {
 
 namespace {
-
-constexpr const char* kBold = "1";
 
 std::string cell_name(const Cell& cell) {
     return fmt::format("{} {}", kFormats[cell.format].name, kCapabilities[cell.capability].words);
@@ -45,33 +44,21 @@ public:
             stream_ << "Nothing is recorded yet: `texprobectl measure` measures this machine.\n";
             return;
         }
-        Columns columns;
-        for (const RecordSet& set : all) {
-            columns.id = std::max(columns.id, short_id(set, all).size());
-            columns.renderer = std::max(columns.renderer, renderer_name(set).size());
-            columns.driver = std::max(columns.driver, short_driver(set.glVersion).size());
-            columns.build = std::max(columns.build, set.systemBuild.size());
-            columns.state = std::max(columns.state, list_state(set).size());
-        }
-        fit(&columns);
-        write_row(columns, "#", "id", "renderer", "driver", "build", "measured");
-        std::size_t number = 0;
-        for (const RecordSet& set : all) {
-            write_row(columns, std::to_string(++number), short_id(set, all), renderer_name(set),
-                      short_driver(set.glVersion), set.systemBuild, list_state(set));
-        }
+        RecordSets plainSets;
+        for (const RecordSet& set : all) plainSets.push_back(plain(set));
+        write_list(plainSets);
     }
 
     void show(const RecordSets& sets) override {
         bool hasUnseenNo = false;
         for (const RecordSet& set : sets) {
-            write_heading(set);
+            write_heading(plain(set));
             stream_ << '\n';
             write_matrix(
                 [&](const Cell& cell) { return show_verdict(set.verdict(cell), terminal_); },
                 terminal_, stream_);
             stream_ << '\n';
-            write_details(set);
+            write_details(plain(set));
             hasUnseenNo |= set.hasUnseenNo;
         }
         stream_ << explain(sets, terminal_);
@@ -83,10 +70,14 @@ public:
 
     void comparison(const Comparison& comparison) override {
         for (const ComparedSets& pair : comparison.pairs) {
-            if (!pair.differences.empty()) write_pair(pair);
+            if (!pair.differences.empty()) {
+                write_pair({plain(pair.a), plain(pair.b), pair.differences});
+            }
         }
-        for (const RecordSet& set : comparison.onlyA) stream_ << "Only in A: " << set.id << '\n';
-        for (const RecordSet& set : comparison.onlyB) stream_ << "Only in B: " << set.id << '\n';
+        for (const RecordSet& set : comparison.onlyA)
+            stream_ << "Only in A: " << plain(set.id) << '\n';
+        for (const RecordSet& set : comparison.onlyB)
+            stream_ << "Only in B: " << plain(set.id) << '\n';
     }
 
     void merged(const Merged& merged) override { write_merged_text(merged, terminal_, stream_); }
@@ -123,6 +114,24 @@ private:
                    state;
         }
     };
+
+    void write_list(const RecordSets& all) {
+        Columns columns;
+        for (const RecordSet& set : all) {
+            columns.id = std::max(columns.id, short_id(set, all).size());
+            columns.renderer = std::max(columns.renderer, renderer_name(set).size());
+            columns.driver = std::max(columns.driver, short_driver(set.glVersion).size());
+            columns.build = std::max(columns.build, set.systemBuild.size());
+            columns.state = std::max(columns.state, list_state(set).size());
+        }
+        fit(&columns);
+        write_row(columns, "#", "id", "renderer", "driver", "build", "measured");
+        std::size_t number = 0;
+        for (const RecordSet& set : all) {
+            write_row(columns, std::to_string(++number), short_id(set, all), renderer_name(set),
+                      short_driver(set.glVersion), set.systemBuild, list_state(set));
+        }
+    }
 
     static std::string list_state(const RecordSet& set) {
         return describe_state(set) + (set.isPresent ? ", present" : "");
@@ -193,7 +202,7 @@ private:
     }
 
     void item(const char* name, const std::string& text) {
-        stream_ << fmt::format("{:<15}{}\n", name, text);
+        stream_ << fmt::format("{:<15}{}\n", name, plain(text));
     }
 
     void write_renderer(const ExaminedRenderer& renderer) {
@@ -201,6 +210,10 @@ private:
              renderer.canBeOpened
                  ? fmt::format("{}, can be opened, {} MB", renderer.rendererID, *renderer.megabytes)
                  : fmt::format("{}, cannot be opened: {}", renderer.rendererID, renderer.trouble));
+        if (renderer.canBeOpened) {
+            item("", fmt::format("{}, {}", renderer.renderer, renderer.vendor));
+            item("", renderer.glVersion);
+        }
         for (const std::string& message : renderer.messages) item("", message);
     }
 

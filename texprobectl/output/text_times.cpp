@@ -5,12 +5,11 @@
 #include <algorithm>
 
 #include "output/text_matrix.h"
+#include "plain_text.h"
 
 namespace texprobe::ctl {
 
 namespace {
-
-constexpr const char* kBold = "1";
 
 /// The size of the answer: that of video, or the largest.
 ImageSize size_of_answer(const Times& times) {
@@ -32,9 +31,9 @@ std::vector<std::size_t> formats_of(const Times& times) {
 std::string describe_state(const TransferTimes& transfer) {
     switch (transfer.state) {
         case TimedState::kNotVerified:
-            return "not verified" + (transfer.reason == "no" ? "" : ": " + transfer.reason);
+            return "not verified" + (transfer.reason == "no" ? "" : ": " + plain(transfer.reason));
         case TimedState::kFailed:
-            return "failed: " + transfer.reason;
+            return "failed: " + plain(transfer.reason);
         case TimedState::kNoTime:
             return "no time left; --within gives more";
         case TimedState::kInterrupted:
@@ -73,9 +72,9 @@ public:
         : times_(times), terminal_(terminal), stream_(stream) {}
 
     void write() {
-        stream_ << heading(times_.renderer.value_or("unknown renderer")) << '\n'
-                << times_.glVersion.value_or("unknown driver") << '\n'
-                << times_.id << "\n\n";
+        stream_ << heading(plain(times_.renderer.value_or("unknown renderer"))) << '\n'
+                << plain(times_.glVersion.value_or("unknown driver")) << '\n'
+                << plain(times_.id) << "\n\n";
         write_answer();
         for (const std::size_t format : formats_of(times_)) write_details(format);
         write_legend();

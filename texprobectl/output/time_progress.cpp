@@ -3,6 +3,7 @@
 #include <fmt/format.h>
 
 #include "output/status_line.h"
+#include "plain_text.h"
 
 namespace texprobe::ctl {
 
@@ -13,9 +14,9 @@ std::string name_of(const TimedTransfer& what) {
                        kCapabilities[what.transfer].words, what.size.name());
 }
 
-class View : public TimeProgressView {
+class PrintedTimeProgress : public TimeProgressView {
 public:
-    View(std::ostream& stream, const Terminal& terminal)
+    PrintedTimeProgress(std::ostream& stream, const Terminal& terminal)
         : stream_(stream), isTerminal_(terminal.isTerminal), line_(stream, terminal) {}
 
     void begun(const TimedTransfer& what, std::size_t done, std::size_t all) override {
@@ -24,7 +25,7 @@ public:
     }
     void failed(const TransferTimes& transfer) override {
         finish();
-        stream_ << name_of(transfer.what) << ": " << transfer.reason << std::endl;
+        stream_ << name_of(transfer.what) << ": " << plain(transfer.reason) << std::endl;
     }
     void finish() override { line_.erase(); }
 
@@ -38,7 +39,7 @@ private:
 
 std::unique_ptr<TimeProgressView> make_time_progress_view(std::ostream& stream,
                                                           const Terminal& terminal) {
-    return std::make_unique<View>(stream, terminal);
+    return std::make_unique<PrintedTimeProgress>(stream, terminal);
 }
 
 }  // namespace texprobe::ctl

@@ -8,6 +8,7 @@
 #include "base64.h"
 #include "merge.h"
 #include "page_template.h"
+#include "plain_text.h"
 #include "report/times_section.h"
 
 namespace texprobe::ctl {
@@ -128,14 +129,14 @@ void add_pictures(const PicturedNoes& pictured, Data* set) {
         Data data;
         data.set("test", std::string(kFormats[no.cell.format].name) + ' ' +
                              kCapabilities[no.cell.capability].words);
-        data.set("sentence", no.sentence);
+        data.set("sentence", plain(no.sentence));
         data.set("pictures", list_pictures(no));
         noes << data;
     }
     const bool isSomething = !pictured.noes.empty() || !pictured.trouble.empty();
     set->set("hasNoes", Data(isSomething ? Data::type::bool_true : Data::type::bool_false));
     Data troubles(Data::type::list);
-    if (!pictured.trouble.empty()) troubles << Data("text", pictured.trouble);
+    if (!pictured.trouble.empty()) troubles << Data("text", plain(pictured.trouble));
     set->set("troubles", troubles);
     set->set("noes", noes);
 }
@@ -186,8 +187,10 @@ Data list_totals(const RecordSets& sets) {
 
 }  // namespace
 
-void write_page(const RecordSets& sets, const std::vector<PicturedNoes>& pictured,
+void write_page(const RecordSets& given, const std::vector<PicturedNoes>& pictured,
                 const std::vector<Times>& times, std::ostream& stream) {
+    RecordSets sets;
+    for (const RecordSet& set : given) sets.push_back(plain(set));
     kainjow::mustache::mustache page(kPageTemplate);
     Data data;
     Data list(Data::type::list);

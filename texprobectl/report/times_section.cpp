@@ -5,6 +5,8 @@
 #include <algorithm>
 #include <kainjow/mustache.hpp>
 
+#include "plain_text.h"
+
 namespace texprobe::ctl {
 
 namespace {
@@ -37,7 +39,7 @@ glMapBufferRange, invalidated. {{spread}}</p>
 </section>
 )html";
 
-struct Bar {
+struct SpeedBar {
     const TransferTimes* transfer;
     bool isIn;
 
@@ -52,8 +54,8 @@ struct Bar {
     }
 };
 
-std::vector<Bar> bars_of(const Times& times, std::size_t format) {
-    std::vector<Bar> bars;
+std::vector<SpeedBar> bars_of(const Times& times, std::size_t format) {
+    std::vector<SpeedBar> bars;
     for (const ImageSize& size : sizes_of(times)) {
         for (const bool isIn : {true, false}) {
             const TransferTimes* best = fastest_transfer(times, format, size, isIn);
@@ -66,14 +68,14 @@ std::vector<Bar> bars_of(const Times& times, std::size_t format) {
 double scale_of(const Times& times) {
     double most = 0.0;
     for (std::size_t format = 0; format < kFormatCount; ++format) {
-        for (const Bar& bar : bars_of(times, format)) {
+        for (const SpeedBar& bar : bars_of(times, format)) {
             most = std::max({most, bar.speed(bar.way().seconds.lower), bar.direct()});
         }
     }
     return most;
 }
 
-std::string label_of(const Bar& bar) {
+std::string label_of(const SpeedBar& bar) {
     return fmt::format("{} {}: {:.0f} MB/s, {:.0f} images/s ({}, {})",
                        bar.transfer->what.size.name(), bar.isIn ? "in" : "out",
                        bar.transfer->megabytes_per_second(bar.way()), images_per_second(bar.way()),
@@ -81,7 +83,7 @@ std::string label_of(const Bar& bar) {
                        kWays[bar.way().way].column);
 }
 
-Data row_of(const Bar& bar, std::size_t at, double scale) {
+Data row_of(const SpeedBar& bar, std::size_t at, double scale) {
     constexpr std::size_t kHeight = 44;
     const auto percent = [&](double speed) { return fmt::format("{:.2f}", 99.0 * speed / scale); };
     const auto place = [&](std::size_t y) { return std::to_string(at * kHeight + y); };
@@ -99,9 +101,9 @@ Data row_of(const Bar& bar, std::size_t at, double scale) {
     return row;
 }
 
-std::string words_of(const std::vector<Bar>& bars) {
+std::string words_of(const std::vector<SpeedBar>& bars) {
     std::string words;
-    for (const Bar& bar : bars) {
+    for (const SpeedBar& bar : bars) {
         words += fmt::format("{}{}; without a buffer {:.0f} MB/s", words.empty() ? "" : ". ",
                              label_of(bar), bar.direct());
     }
@@ -118,7 +120,7 @@ Data list_lacks(const Times& times, std::size_t format) {
             line += ": not verified";
         } else {
             line += " at " + transfer.what.size.name() + ": ";
-            line += transfer.state == TimedState::kFailed ? "failed, " + transfer.reason
+            line += transfer.state == TimedState::kFailed ? "failed, " + plain(transfer.reason)
                                                           : std::string("not timed");
         }
         if (std::find(lines.begin(), lines.end(), line) == lines.end()) lines.push_back(line);
@@ -129,7 +131,7 @@ Data list_lacks(const Times& times, std::size_t format) {
 }
 
 Data format_of(const Times& times, std::size_t format, double scale) {
-    const std::vector<Bar> bars = bars_of(times, format);
+    const std::vector<SpeedBar> bars = bars_of(times, format);
     Data rows(Data::type::list);
     for (std::size_t i = 0; i < bars.size(); ++i) rows << row_of(bars[i], i, scale);
     Data data;
@@ -156,9 +158,9 @@ std::string times_section(const Times& times, std::size_t number) {
     }
     Data data;
     data.set("number", std::to_string(number));
-    data.set("renderer", times.renderer.value_or("an unknown renderer"));
-    data.set("driver", times.glVersion.value_or("unknown driver"));
-    data.set("id", times.id);
+    data.set("renderer", plain(times.renderer.value_or("an unknown renderer")));
+    data.set("driver", plain(times.glVersion.value_or("unknown driver")));
+    data.set("id", plain(times.id));
     data.set("scale", fmt::format("{:.0f}", scale));
     data.set("spread",
              spread ? fmt::format("Half of a way's rounds lay within {:.0f} % of its median, in "

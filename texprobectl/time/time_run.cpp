@@ -51,9 +51,12 @@ public:
         for (TransferTimes& transfer : times_.transfers) {
             if (transfer.state != TimedState::kNotVerified) verified.push_back(&transfer);
         }
-        // Where time does not suffice, only large images lack.
-        std::stable_sort(verified.begin(), verified.end(), [](const auto* a, const auto* b) {
-            return image_bytes(a->what) < image_bytes(b->what);
+        // Where time does not suffice, only large images lack. Not std::stable_sort: libstdc++'s
+        // takes memory in a way that newer compilers warn of.
+        std::sort(verified.begin(), verified.end(), [](const auto* a, const auto* b) {
+            const std::size_t x = image_bytes(a->what);
+            const std::size_t y = image_bytes(b->what);
+            return x != y ? x < y : a < b;
         });
         for (int i = 0; i < kVisits; ++i) {
             visits_.insert(visits_.end(), verified.begin(), verified.end());

@@ -22,7 +22,7 @@ double seconds_now() {
     return std::chrono::duration<double>(now).count();
 }
 
-void say(const std::string& line) {
+void report(const std::string& line) {
     std::printf("%s\n", line.c_str());
     std::fflush(stdout);
 }
@@ -38,13 +38,13 @@ std::vector<std::size_t> ways_of(Capability transfer) {
 void say_way(const WayRounds& way) {
     std::printf("way %s", kWays[way.way].name);
     for (const double seconds : way.seconds) std::printf(" %.9g", seconds);
-    say("");
+    report("");
 }
 
 void time_one(const TimedTransfer& what, double seconds) {
-    say("begin " + what.text());
+    report("begin " + what.text());
     if (seconds <= 0.0) {
-        say("late");
+        report("late");
         return;
     }
     try {
@@ -52,13 +52,13 @@ void time_one(const TimedTransfer& what, double seconds) {
         const auto rounds =
             time_ways(ways_of(what.transfer), seconds,
                       {[&](const Way& way, int images) { transfer->stream(way, images); },
-                       seconds_now, [] { say("step"); }});
+                       seconds_now, [] { report("step"); }});
         for (const WayRounds& way : rounds) say_way(way);
-        say("done");
+        report("done");
     } catch (const TransferError& error) {
-        say(std::string("failed ") + error.what());
+        report(std::string("failed ") + error.what());
     } catch (const std::bad_alloc&) {
-        say("failed there is not enough memory");
+        report("failed there is not enough memory");
     }
 }
 

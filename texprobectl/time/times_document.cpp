@@ -3,18 +3,13 @@
 #include <algorithm>
 
 #include "document.h"
+#include "json_lines.h"
 
 namespace texprobe::ctl {
 
 namespace {
 
-using Json = nlohmann::ordered_json;
-
 constexpr const char* kTimesSchema = "texprobe-times";
-
-Json text_or_null(const std::optional<std::string>& text) {
-    return text ? Json(*text) : Json(nullptr);
-}
 
 Json way_of(const TransferTimes& transfer, const TimedWay& timed) {
     return {{"way", kWays[timed.way].name},
@@ -53,8 +48,8 @@ std::size_t read_name(const JsonValue& object, const char* member, const Names& 
     const auto found = std::find_if(std::begin(names), std::end(names),
                                     [&](const std::string& name) { return name == text; });
     if (found == std::end(names)) {
-        expect.fail(expect.member(object, member),
-                    '"' + std::string(member) + "\" is \"" + text + "\", which is not known");
+        expect.fail(expect.member(object, member), '"' + std::string(member) + "\" is " +
+                                                       in_quotes(text) + ", which is not known");
     }
     return static_cast<std::size_t>(found - std::begin(names));
 }
@@ -72,8 +67,10 @@ double read_seconds(const JsonValue& object, const char* member, const Expect& e
     const auto* number = value.as<double>();
     const auto* integer = value.as<std::int64_t>();
     const double seconds = number ? *number : integer ? static_cast<double>(*integer) : -1.0;
-    if (!(seconds >= 0.0 && seconds < 1e9)) {
-        expect.fail(value, '"' + std::string(member) + "\" must be a number of seconds");
+    // No clock tells less, and a speed must not be infinite.
+    if (!(seconds >= 1e-12 && seconds < 1e9)) {
+        expect.fail(value,
+                    '"' + std::string(member) + "\" must be a number of seconds from 1e-12 to 1e9");
     }
     return seconds;
 }
@@ -86,6 +83,9 @@ TimedWay read_way(const JsonValue& value, const Expect& expect) {
     timed.seconds = {read_seconds(value, "lower_seconds", expect),
                      read_seconds(value, "median_seconds", expect),
                      read_seconds(value, "upper_seconds", expect)};
+    if (timed.seconds.lower > timed.seconds.median || timed.seconds.median > timed.seconds.upper) {
+        expect.fail(value, "the lower, median and upper seconds must be in this order");
+    }
     return timed;
 }
 
@@ -108,6 +108,10 @@ TransferTimes read_transfer(const JsonValue& value, const Expect& expect) {
         static_cast<std::size_t>(expect.integer(value, "image_bytes", 0, std::int64_t{1} << 40));
     for (const JsonValue& way : expect.array(value, "ways")) {
         transfer.ways.push_back(read_way(way, expect));
+    }
+    if (transfer.bytes == 0 && !transfer.ways.empty()) {
+        expect.fail(expect.member(value, "image_bytes"),
+                    "\"image_bytes\" is 0, and an image was timed");
     }
     return transfer;
 }

@@ -41,26 +41,21 @@ inline std::uint8_t to_8bit(QORFloat16 value) {
     return static_cast<std::uint8_t>((((2 * significant + 1) << (bits >> 10)) - 0x400) >> 18);
 }
 
-/// Let n be value * 2
-/// 32, truncated toward zero. The result is the high byte of the low 32 bits of n - 1. For an n
-/// that does not fit 64 bits, its low 32 bits are 0. The wrap-around is part of the measurement:
-/// 0.0 and 1.0 both give 255, 1.5 gives 127, NaN and infinities give 255.
+/// Let n be value * 2^32, truncated toward zero. The result is the high byte of the low 32 bits of
+/// n - 1. For an n that does not fit 64 bits, its low 32 bits are 0. The wrap-around is part of the
+/// measurement: 0.0 and 1.0 both give 255, 1.5 gives 127, NaN and infinities give 255.
 inline std::uint8_t to_8bit(float value) {
-    // From 2
-    // 23 on every float is an integer, and the low 32 bits of n are 0, as for infinities and NaN.
-    // So they are all replaced by 0.0, with a mask, because GCC does not vectorize a choice between
-    // floats.
+    // From 2^23 on every float is an integer, and the low 32 bits of n are 0, as for infinities and
+    // NaN. So they are all replaced by 0.0, with a mask, because GCC does not vectorize a choice
+    // between floats.
     constexpr std::int32_t k2To23 = 0x4B000000;
     std::int32_t bits = 0;
     std::memcpy(&bits, &value, sizeof bits);
     bits &= -static_cast<std::int32_t>((bits & 0x7FFFFFFF) < k2To23);
     std::memcpy(&value, &bits, sizeof value);
-    // The high byte of n - 1 is n / 2
-    // 24 rounded up, minus 1; and n / 2
-    // 24 is 256 * value. The conversion to an integer rounds negative values up. A positive value
-    // is rounded up if it has a fraction. A fraction below 2
-    // -24 means a value below 2
-    // -32, whose n is 0.
+    // The high byte of n - 1 is n / 2^24 rounded up, minus 1; and n / 2^24 is 256 * value. The
+    // conversion to an integer rounds negative values up. A positive value is rounded up if it has
+    // a fraction. A fraction below 2^-24 means a value below 2^-32, whose n is 0.
     const float scaled = 256.0f * value;
     const int whole = static_cast<int>(scaled);
     const int roundingUp = scaled - static_cast<float>(whole) >= 0x1p-24f;

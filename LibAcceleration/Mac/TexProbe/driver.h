@@ -15,6 +15,8 @@
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
+#include <string>
+#include <utility>
 
 #include "../interruption.h"
 #include "../measuring_turn.h"
@@ -142,10 +144,21 @@ inline void prepare_records(CFStringRef appID) {
 class Turn {
 public:
     explicit Turn(CFStringRef appID) : appID_(appID) {
+        // A complete set is only looked at, and stays free for applications.
+        turn_.take_in_hand({});
+        static bool isTold = false;  // Once for all renderers.
+        const std::string trouble = turn_.trouble();
+        if (!trouble.empty() && !std::exchange(isTold, true)) {
+            std::fprintf(stderr, "*** %s\n", trouble.c_str());
+        }
         if (turn_.had_to_wait()) CFPreferencesAppSynchronize(appID_);
         __betweenTests = [this] { go_on(); };
+        __beforeChange = [this] { turn_.take_in_hand(text_of(appID_)); };
     }
-    ~Turn() { __betweenTests = nullptr; }
+    ~Turn() {
+        __betweenTests = nullptr;
+        __beforeChange = nullptr;
+    }
     Turn(const Turn&) = delete;
     Turn& operator=(const Turn&) = delete;
 

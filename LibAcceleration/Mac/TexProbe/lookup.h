@@ -11,7 +11,9 @@
 #include <cstdint>
 #include <cstdio>
 #include <functional>
+#include <string>
 
+#include "../measuring_turn.h"
 #include "records.h"
 
 namespace {
@@ -114,8 +116,12 @@ private:
     CFStringRef renderer_;
 };
 
+/// May a set match while a run is at work on it? What it says may be the false of a test under way.
+enum class SetsInHand { kSkipped, kTaken };
+
 /// The identifier of the first renderer of one display whose records match; owned by the caller.
-inline CFStringRef copy_matching_id(CGDirectDisplayID display) {
+inline CFStringRef copy_matching_id(CGDirectDisplayID display, SetsInHand setsInHand) {
+    const std::string turnFile = qor::turn_file();
     const ContextStrings strings;
     const RendererList renderers(CGDisplayIDToOpenGLDisplayMask(display), complain_on_stderr);
     for (GLint index = 0; index < renderers.count(); ++index) {
@@ -127,23 +133,26 @@ inline CFStringRef copy_matching_id(CGDirectDisplayID display) {
             continue;
         }
         const CFStringRef appID = create_application_id(rendererID);
+        const qor::SetAtRest atRest(turnFile, text_of(appID));
         // The tool may just have written these records in its own process.
         CFPreferencesAppSynchronize(appID);
-        if (strings.match(appID)) return appID;
+        if (strings.match(appID) && (setsInHand == SetsInHand::kTaken || atRest.has_lasted())) {
+            return appID;
+        }
         release(appID);
     }
     return nullptr;
 }
 
 /// The identifier of the renderer that the current context runs on, owned by the caller; null when
-/// no renderer of any active display has usable records. Without a current context there are no
-/// strings to match, so the result is null.
-inline CFStringRef copyCurrentRendererID() {
+/// no renderer of any active display has usable records, at rest unless `setsInHand` takes others,
+/// too. Without a current context there are no strings to match, so the result is null.
+inline CFStringRef copyCurrentRendererID(SetsInHand setsInHand = SetsInHand::kSkipped) {
     CGDirectDisplayID displays[kMaxDisplays];
     std::uint32_t count = 0;
     if (!list_displays(displays, &count, complain_on_stderr)) return nullptr;
     for (std::uint32_t i = 0; i < count; ++i) {
-        if (const CFStringRef appID = copy_matching_id(displays[i])) return appID;
+        if (const CFStringRef appID = copy_matching_id(displays[i], setsInHand)) return appID;
     }
     return nullptr;
 }

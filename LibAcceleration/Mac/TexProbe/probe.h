@@ -31,6 +31,9 @@ bool __hasPBO = false;
 // Called before each test, and before its record is read; set by the test driver.
 std::function<void()> __betweenTests;
 
+// Called before a record is changed; set by the test driver.
+std::function<void()> __beforeChange;
+
 constexpr GLuint kUnpackBuffer = 1;
 constexpr GLuint kPackBuffer = 2;
 
@@ -232,6 +235,7 @@ constexpr CapabilityTest kCapabilityTests[] = {
 inline bool run_guarded(const CapabilityTest& test, CFStringRef key, CFStringRef appID,
                         GLenum internalFormat, CFStringRef formatName) {
     if (test.announcement) std::fputs(test.announcement, stderr);
+    if (__beforeChange) __beforeChange();
     write_verdict(key, false, appID);
     CFPreferencesAppSynchronize(appID);
     const bool verdict = test.run(internalFormat);
@@ -246,6 +250,7 @@ inline void test_texture_format(CFStringRef appID, unsigned char reset, GLenum i
                                 CFStringRef formatName) {
     const FlagKeys keys(formatName);
     if (reset) {
+        if (__beforeChange) __beforeChange();
         keys.remove_records(appID);
         return;
     }

@@ -4,18 +4,20 @@
 #ifndef TEXPROBE_VERDICTS_MEASUREMENT_H
 #define TEXPROBE_VERDICTS_MEASUREMENT_H
 
-#include <chrono>
 #include <set>
 #include <string>
 #include <string_view>
 #include <utility>
+#include <vector>
 
 #include "../measuring_turn.h"
 #include "../supervised_run.h"
+#include "../turn_settings.h"
 #include "outcome.h"
 #include "platform_messages.h"
 #include "record_sets.h"
 #include "run_ends.h"
+#include "said_by_tool.h"
 
 namespace {
 
@@ -34,47 +36,72 @@ struct Log {
 
 class Measurement : public texprobe::RunObserver {
 public:
-    Measurement(const RecordSets& sets, std::string tool, int limit, const Log& log,
-                Outcome& outcome)
-        : sets_(sets), tool_(std::move(tool)), limit_(limit), log_(log), outcome_(outcome) {}
+    /// Everything is borrowed. Nothing here reads the environment, which is the application's.
+    Measurement(const RecordSets& sets, const texprobe::Program& program,
+                const qor::TurnSettings& turn, const Log& log, Outcome& outcome)
+        : sets_(sets), program_(program), turn_(turn), log_(log), outcome_(outcome) {}
 
-    /// Returns when the outcome is there, or when the verdicts are being closed.
-    void run() {
+    /// Returns when the outcome is there, or when the verdicts are being closed. `isRead`: have the
+    /// records been read before? `messages` is what was said of that.
+    void run(bool isRead, const std::vector<std::string>& messages) {
+        say(messages);
+        // Somebody may only have held the store for a moment.
+        if (!isRead && find_verdicts()) return;
         std::size_t decided = count_decided();
         for (int runs = 1; !outcome_.is_closing(); ++runs) {
+            said_ = {};
             trouble_.clear();
-            const texprobe::RunEnd end = run_supervised(program(), *this);
+            recordsTrouble_.clear();
+            const texprobe::RunEnd end = run_supervised(program_, *this);
             using Kind = texprobe::RunEnd::Kind;
             if (end.kind == Kind::kStopped) return;
-            if (end.kind == Kind::kNotStarted)
-                return fail(describe_failed_start(tool_, end.number));
+            if (end.kind == Kind::kNotStarted) {
+                return fail(describe_failed_start(program_.path, end.number) +
+                            (isStoreRead_ ? "" : "; " + describe_unread()));
+            }
             if (find_verdicts()) return;
+            if (isInHand_ && runs < kMostRuns) {
+                log_(
+                    "another run of texprobe has begun; texprobe is started again and waits for "
+                    "it");
+                continue;
+            }
             const bool isWhole = end.kind == Kind::kExited && end.number == 0;
+            if (isWhole && find_said_verdicts()) return;
             const std::size_t before = std::exchange(decided, count_decided());
-            if (isWhole || decided <= before || runs == kMostRuns)
+            if (isWhole || decided <= before || runs == kMostRuns) {
                 return fail(describe(end, isWhole));
-            log_(describe_end(end, limit_) +
+            }
+            log_(describe_end(end, limit()) +
                  "; it is started again and continues with the next test");
         }
     }
 
 private:
-    texprobe::Program program() const {
-        texprobe::Program program;
-        program.path = tool_;
-        program.stepLimit = std::chrono::milliseconds(limit_);
-        return program;
-    }
+    int limit() const { return static_cast<int>(program_.stepLimit.count()); }
 
     /// True when the verdicts were found.
     bool find_verdicts() {
         const texprobe::PlatformMessages messages;
-        isStoreRead_ = sets_.refresh();
-        std::size_t differences = 0;
-        const auto verdicts = sets_.find(&differences);
-        take(messages);
-        if (!verdicts) return false;
-        outcome_.ready(*verdicts, sets_.describe_differences(differences));
+        const Finding finding = sets_.look();
+        say(messages.lines());
+        isStoreRead_ = finding.isRead;
+        isInHand_ = finding.isInHand;
+        if (!finding.verdicts) return false;
+        outcome_.ready(*finding.verdicts,
+                       one_line(sets_.describe_differences(finding.differences)));
+        return true;
+    }
+
+    /// After a run that has measured everything, and could not record it.
+    bool find_said_verdicts() {
+        const Finding finding = sets_.look(said_);
+        if (!finding.verdicts) return false;
+        std::string reason = "the verdicts are not recorded, and will be measured again";
+        if (!recordsTrouble_.empty()) reason += ": " + recordsTrouble_;
+        const std::string differences = sets_.describe_differences(finding.differences);
+        if (!differences.empty()) reason += "; " + differences;
+        outcome_.ready(*finding.verdicts, one_line(reason));
         return true;
     }
 
@@ -82,8 +109,8 @@ private:
         const texprobe::PlatformMessages messages;
         sets_.refresh();
         const std::size_t count = sets_.count_decided();
-        take(messages);
-        outcome_.progress(static_cast<double>(count) / static_cast<double>(sets_.count_all()));
+        say(messages.lines());
+        outcome_.progress(count, sets_.count_all());
         return count;
     }
 
@@ -91,24 +118,29 @@ private:
 
     /// Why there are no verdicts after a run that was the last one.
     std::string describe(const texprobe::RunEnd& end, bool isWhole) const {
-        if (!isStoreRead_) return "the records cannot be read: " + storeTrouble_;
         const std::string build = get_system_version();
         if (!toolBuild_.empty() && toolBuild_ != build) {
-            return "\"" + tool_ +
+            return "\"" + program_.path +
                    "\" is of another architecture: it measures for the system's build " +
                    toolBuild_ + ", and this process is of " + build;
         }
         std::string reason;
-        if (!isWhole) reason = describe_end(end, limit_) + "; ";
-        reason += sets_.describe_mismatch();
-        if (!trouble_.empty()) reason += "; texprobe says: " + trouble_;
+        if (!isWhole) reason = describe_end(end, limit()) + "; ";
+        reason += isStoreRead_ ? sets_.describe_mismatch(said_) : describe_unread();
+        // The first is the cause: what cannot be recorded is complained of again at the end.
+        const std::string& trouble = recordsTrouble_.empty() ? trouble_ : recordsTrouble_;
+        if (!trouble.empty()) reason += "; texprobe says: " + trouble;
         return reason;
     }
 
-    void take(const texprobe::PlatformMessages& messages) {
-        for (const std::string& line : messages.lines()) {
+    std::string describe_unread() const {
+        return "the records cannot be read" + (storeTrouble_.empty() ? "" : ": " + storeTrouble_);
+    }
+
+    void say(const std::vector<std::string>& messages) {
+        for (const std::string& line : messages) {
             storeTrouble_ = line;
-            if (said_.insert(line).second) log_(line);
+            if (logged_.insert(line).second) log_(line);
         }
     }
 
@@ -117,10 +149,18 @@ private:
         const std::string copy(text);
         log_(copy);
         const std::size_t trouble = text.find("*** ");
-        if (trouble != std::string_view::npos) trouble_ = copy.substr(trouble);
-        const std::string_view build = build_in(text);
-        if (!build.empty()) toolBuild_ = build;
-        return !build.empty() || trouble != std::string_view::npos;
+        if (trouble != std::string_view::npos) {
+            trouble_ = copy.substr(trouble);
+            const bool isOfRecords = text.substr(trouble, 20) == "*** texprobe records";
+            if (isOfRecords && recordsTrouble_.empty()) recordsTrouble_ = trouble_;
+        }
+        const auto ofRenderer = line_of_renderer(text);
+        const bool isProgress = ofRenderer && !ofRenderer->build().empty();
+        if (isProgress) {
+            toolBuild_ = ofRenderer->build();
+            said_.take(*ofRenderer);
+        }
+        return isProgress || trouble != std::string_view::npos;
     }
 
     void started(int process) override { process_ = process; }
@@ -138,18 +178,20 @@ private:
     }
 
     const RecordSets& sets_;
-    const std::string tool_;
-    const int limit_;
+    const texprobe::Program& program_;
+    const qor::TurnSettings& turn_;
     const Log& log_;
     Outcome& outcome_;
-    const qor::TurnSettings turn_ = qor::turn_settings();
     int process_ = 0;
     int looks_ = 0;
     bool isStoreRead_ = true;
+    bool isInHand_ = false;
+    SaidByTool said_;
     std::string trouble_;
+    std::string recordsTrouble_;
     std::string toolBuild_;
     std::string storeTrouble_;
-    std::set<std::string> said_;
+    std::set<std::string> logged_;
 };
 
 }  // namespace

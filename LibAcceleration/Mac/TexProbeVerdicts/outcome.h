@@ -3,9 +3,11 @@
 #ifndef TEXPROBE_VERDICTS_OUTCOME_H
 #define TEXPROBE_VERDICTS_OUTCOME_H
 
+#include <algorithm>
 #include <atomic>
 #include <chrono>
 #include <condition_variable>
+#include <cstddef>
 #include <mutex>
 #include <string>
 #include <utility>
@@ -26,7 +28,12 @@ public:
 
     /// A literal: somebody may hold the pointer until the verdicts are closed.
     void measuring(const char* reason) { reason_ = reason; }
-    void progress(double progress) { progress_ = static_cast<float>(progress); }
+    /// `done` of `all` verdicts. It never falls, although the false of a test under way may count
+    /// for more than what comes of it, and it is whole only when the answers are there.
+    void progress(std::size_t done, std::size_t all) {
+        const std::size_t shown = std::min(done, all - 1);
+        progress_ = std::max(progress_.load(), static_cast<float>(shown) / static_cast<float>(all));
+    }
 
     texprobe_state state() const { return state_; }
     double progress() const { return state_ == TEXPROBE_READY ? 1.0 : progress_.load(); }
@@ -38,14 +45,13 @@ public:
     /// -1: until it is over.
     texprobe_state wait(int milliseconds) {
         std::unique_lock lock(mutex_);
-        ++waiting_;
+        const Waiting waiting(*this);
         const auto isOver = [&] { return state_ != TEXPROBE_MEASURING || isClosing_; };
         if (milliseconds < 0) {
             changed_.wait(lock, isOver);
         } else {
             changed_.wait_for(lock, std::chrono::milliseconds(milliseconds), isOver);
         }
-        if (--waiting_ == 0) changed_.notify_all();
         return state_;
     }
 
@@ -62,6 +68,21 @@ public:
     }
 
 private:
+    /// Counts a thread that waits. An object, because a thread may be cancelled there. The lock is
+    /// held at its begin and at its end.
+    class Waiting {
+    public:
+        explicit Waiting(Outcome& outcome) : outcome_(outcome) { ++outcome_.waiting_; }
+        ~Waiting() {
+            if (--outcome_.waiting_ == 0) outcome_.changed_.notify_all();
+        }
+        Waiting(const Waiting&) = delete;
+        Waiting& operator=(const Waiting&) = delete;
+
+    private:
+        Outcome& outcome_;
+    };
+
     void end(texprobe_state state, std::string reason) {
         const std::lock_guard lock(mutex_);
         lastReason_ = std::move(reason);

@@ -7,7 +7,6 @@
 #include <OpenGL/OpenGL.h>
 
 #include <algorithm>
-#include <array>
 #include <optional>
 #include <string>
 #include <vector>
@@ -16,64 +15,13 @@
 #include "../TexProbe/lookup.h"
 #include "../TexProbe/records.h"
 #include "../TexProbeVerdicts.h"
+#include "../measuring_turn.h"
+#include "../turn_settings.h"
 #include "context.h"
+#include "said_by_tool.h"
+#include "verdicts.h"
 
 namespace {
-
-/// What is recorded of one renderer: 16 formats, 6 capabilities.
-class Verdicts {
-public:
-    Verdicts() {
-        for (auto& ofFormat : answers_) ofFormat.fill(TEXPROBE_UNKNOWN);
-    }
-
-    texprobe_answer& at(std::size_t format, std::size_t capability) {
-        return answers_[format][capability];
-    }
-    texprobe_answer at(std::size_t format, std::size_t capability) const {
-        return answers_[format][capability];
-    }
-
-    /// How many are decided: recorded, or never tested because what they need is a no.
-    std::size_t count_decided() const {
-        std::size_t count = 0;
-        for (const auto& of : answers_) {
-            const auto tested = [&](Capability capability) {
-                return of[capability] != TEXPROBE_UNKNOWN;
-            };
-            count += tested(kSupported);
-            const bool isSupportedNo = of[kSupported] == TEXPROBE_NO;
-            for (const Capability c : {kRenderable, kUploadSet, kUploadReset}) {
-                count += isSupportedNo || tested(c);
-            }
-            const bool isRenderableNo = isSupportedNo || of[kRenderable] == TEXPROBE_NO;
-            for (const Capability c : {kDownloadGet, kDownloadRead}) {
-                count += isRenderableNo || tested(c);
-            }
-        }
-        return count;
-    }
-
-    bool are_complete() const { return count_decided() == kCount; }
-
-    /// Where `other` says something else, nobody knows. How many that are.
-    std::size_t agree_with(const Verdicts& other) {
-        std::size_t differences = 0;
-        for (std::size_t format = 0; format < kFormatCount; ++format) {
-            for (std::size_t capability = 0; capability < kCapabilityCount; ++capability) {
-                if (at(format, capability) == other.at(format, capability)) continue;
-                at(format, capability) = TEXPROBE_UNKNOWN;
-                ++differences;
-            }
-        }
-        return differences;
-    }
-
-    static constexpr std::size_t kCount = kFormatCount * kCapabilityCount;
-
-private:
-    std::array<std::array<texprobe_answer, kCapabilityCount>, kFormatCount> answers_;
-};
 
 /// The records of one identifier, as they are now.
 inline Verdicts read_verdicts(CFStringRef appID) {
@@ -93,6 +41,25 @@ inline Verdicts read_verdicts(CFStringRef appID) {
 inline std::string quoted(CFStringRef string) {
     return std::string("\"") + text_of(string) + "\"";
 }
+
+/// What is found of the current context's renderer.
+struct Finding {
+    bool isRead = true;
+    /// A run is at work on a set with the context's strings: it may say the false of a test under
+    /// way.
+    bool isInHand = false;
+    std::optional<Verdicts> verdicts;
+    /// How many of them are unknown because two renderers carry the context's strings.
+    std::size_t differences = 0;
+
+    void add(const Verdicts& found) {
+        if (verdicts) {
+            differences += verdicts->agree_with(found);
+        } else {
+            verdicts = found;
+        }
+    }
+};
 
 /// Made on the thread whose context is current; used on another afterwards.
 class RecordSets {
@@ -128,29 +95,52 @@ public:
         return {};
     }
 
-    /// Reads all sets anew. False if the store could not be read.
-    bool refresh() const {
-        bool isRead = true;
-        // The tool may just have written these records in its own process.
-        for (const CFStringRef appID : appIDs_) isRead &= CFPreferencesAppSynchronize(appID) != 0;
-        return isRead;
-    }
-
-    /// The verdicts on the current context's renderer. `differences` is how many of them are
-    /// unknown because two renderers carry its strings.
-    std::optional<Verdicts> find(std::size_t* differences) const {
-        std::optional<Verdicts> found;
+    /// Reads all sets anew, and looks for the one of the current context's renderer.
+    Finding look() const {
+        Finding finding;
         for (const CFStringRef appID : appIDs_) {
+            const qor::SetAtRest atRest(turnFile_, text_of(appID));
+            // The tool may just have written these records in its own process.
+            finding.isRead &= CFPreferencesAppSynchronize(appID) != 0;
             if (!strings_.match(appID, isVersionCompared_)) continue;
             const Verdicts verdicts = read_verdicts(appID);
             if (!verdicts.are_complete()) continue;
-            if (found) {
-                *differences += found->agree_with(verdicts);
-            } else {
-                found = verdicts;
-            }
+            finding.isInHand |= !atRest.has_lasted();
+            finding.add(verdicts);
         }
-        return found;
+        if (finding.isInHand || !finding.isRead) finding.verdicts.reset();
+        return finding;
+    }
+
+    /// The same after a run that could not record everything, from what it has said. It does not
+    /// say the renderer's name: only records can tell two of one vendor and version apart.
+    Finding look(const SaidByTool& said) const {
+        Finding finding;
+        for (const CFStringRef appID : appIDs_) {
+            const SaidOfRenderer* renderer = said.of(appID);
+            if (!renderer || !is_of_context(*renderer, appID)) continue;
+            Verdicts verdicts = renderer->isUpToDate ? read_verdicts(appID) : Verdicts();
+            verdicts.replace_by(renderer->verdicts);
+            if (verdicts.are_complete()) finding.add(verdicts);
+        }
+        return finding;
+    }
+
+    /// Is every set complete, and nobody at work on one? Then a run finds nothing to measure.
+    bool are_all_measured() const {
+        return std::all_of(appIDs_.begin(), appIDs_.end(), [this](CFStringRef appID) {
+            const qor::SetAtRest atRest(turnFile_, text_of(appID));
+            CFPreferencesAppSynchronize(appID);
+            return is_current(appID) && recorded_string(appID, CFSTR("GL_VENDOR")) &&
+                   recorded_string(appID, CFSTR("GL_VERSION")) &&
+                   recorded_string(appID, CFSTR("GL_RENDERER")) &&
+                   read_verdicts(appID).are_complete() && atRest.has_lasted();
+        });
+    }
+
+    /// Reads all sets anew.
+    void refresh() const {
+        for (const CFStringRef appID : appIDs_) CFPreferencesAppSynchronize(appID);
     }
 
     std::size_t count_decided() const {
@@ -170,14 +160,14 @@ public:
                std::to_string(Verdicts::kCount) + " verdicts";
     }
 
-    /// Why nothing was found although the tool has ended.
-    std::string describe_mismatch() const {
+    /// Why nothing was found, although every renderer is measured.
+    std::string describe_mismatch(const SaidByTool& said) const {
         std::string recorded;
         for (const CFStringRef appID : appIDs_) {
             if (strings_.match(appID, isVersionCompared_)) {
                 return "the records of " + quoted(strings_.renderer()) + " are not complete";
             }
-            recorded += (recorded.empty() ? "" : ", ") + describe_recorded(appID);
+            recorded += (recorded.empty() ? "" : ", ") + describe_recorded(appID, said.of(appID));
         }
         std::string wanted = quoted(strings_.renderer()) + " of " + quoted(strings_.vendor());
         if (isVersionCompared_) wanted += ", version " + quoted(strings_.version());
@@ -206,24 +196,45 @@ private:
         return isCurrent;
     }
 
-    std::string describe_recorded(CFStringRef appID) const {
-        std::string text;
-        std::vector<CFStringRef> keys = {CFSTR("GL_RENDERER"), CFSTR("GL_VENDOR")};
-        if (isVersionCompared_) keys.push_back(CFSTR("GL_VERSION"));
-        for (const CFStringRef key : keys) {
-            const CFTypeRef value = CFPreferencesCopyAppValue(key, appID);
-            const bool isString = value && CFGetTypeID(value) == CFStringGetTypeID();
-            text += text.empty() ? "" : key == CFSTR("GL_VENDOR") ? " of " : ", version ";
-            text += isString ? quoted(static_cast<CFStringRef>(value)) : "nothing";
-            release(value);
+    /// Nothing if there is none.
+    static std::optional<std::string> recorded_string(CFStringRef appID, CFStringRef key) {
+        const CFTypeRef value = CFPreferencesCopyAppValue(key, appID);
+        std::optional<std::string> text;
+        if (value && CFGetTypeID(value) == CFStringGetTypeID()) {
+            text = text_of(static_cast<CFStringRef>(value));
         }
+        release(value);
         return text;
+    }
+
+    /// Is what the tool has said of a renderer of the current context's vendor and version, and not
+    /// recorded as another's?
+    bool is_of_context(const SaidOfRenderer& said, CFStringRef appID) const {
+        const auto recorded = recorded_string(appID, CFSTR("GL_RENDERER"));
+        return said.vendor == text_of(strings_.vendor()) &&
+               (!isVersionCompared_ || said.version == text_of(strings_.version())) &&
+               (!recorded || *recorded == text_of(strings_.renderer()));
+    }
+
+    std::string describe_recorded(CFStringRef appID, const SaidOfRenderer* said) const {
+        const auto text = [&](CFStringRef key, const std::string* word) {
+            const auto recorded = recorded_string(appID, key);
+            if (recorded) return '"' + *recorded + '"';
+            return word && !word->empty() ? '"' + *word + '"' : "nothing";
+        };
+        std::string line = text(CFSTR("GL_RENDERER"), nullptr) + " of " +
+                           text(CFSTR("GL_VENDOR"), said ? &said->vendor : nullptr);
+        if (isVersionCompared_) {
+            line += ", version " + text(CFSTR("GL_VERSION"), said ? &said->version : nullptr);
+        }
+        return line;
     }
 
     void remember(const char* failure, int error) {
         failure_ = std::string(failure) + " (" + std::to_string(error) + ")";
     }
 
+    const std::string turnFile_ = qor::turn_file();
     const ContextStrings strings_;
     const bool hasContext_ = glGetString(GL_VERSION) != nullptr;
     const bool isVersionCompared_ = is_compatibility_context();

@@ -7,10 +7,8 @@
 
 #include <cerrno>
 #include <string>
-#include <string_view>
 #include <system_error>
 
-#include "../TexProbe/records.h"
 #include "../supervised_run.h"
 
 namespace {
@@ -58,19 +56,6 @@ inline std::string describe_end(const texprobe::RunEnd& end, int limit) {
                    "every "
                    "child";
     }
-}
-
-/// The system's build in a line "org.texprobe.texprobe2.ff.22G120[4711] ..."; empty without one.
-inline std::string_view build_in(std::string_view line) {
-    const std::string_view domain = text_of(preferences_domain());
-    const std::size_t begin = line.find(domain);
-    if (begin == std::string_view::npos) return {};
-    line.remove_prefix(begin + domain.size());
-    const std::size_t bracket = line.find('[');
-    if (line.substr(0, 1) != "." || bracket == std::string_view::npos) return {};
-    line = line.substr(1, bracket - 1);
-    const std::size_t point = line.find('.');
-    return point == std::string_view::npos ? std::string_view() : line.substr(point + 1);
 }
 
 }  // namespace

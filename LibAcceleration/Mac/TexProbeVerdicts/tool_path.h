@@ -8,8 +8,11 @@
 #include <unistd.h>
 
 #include <cstdlib>
+#include <memory>
 #include <string>
 #include <string_view>
+
+#include "process_rights.h"
 
 namespace {
 
@@ -19,15 +22,30 @@ inline bool is_program(const std::string& path) {
            access(path.c_str(), X_OK) == 0;
 }
 
+#ifdef TEXPROBE_TOOL_FROM_LIBRARY
+/// With a slash at its end; empty if it is not known.
+inline std::string folder_of_library() {
+    static const char ofThisLibrary = 0;
+    Dl_info library;
+    if (!dladdr(&ofThisLibrary, &library) || !library.dli_fname) return {};
+    std::string folder = library.dli_fname;
+    folder.erase(folder.rfind('/') + 1);
+    if (folder.substr(0, 1) == "/") return folder;
+    const std::unique_ptr<char, void (*)(void*)> path(realpath(("./" + folder).c_str(), nullptr),
+                                                      std::free);
+    return path ? std::string(path.get()) + "/" : "";
+}
+
+// When the library is loaded: its name may be relative to a working directory that the application
+// leaves.
+const std::string folderOfLibrary = folder_of_library();
+#endif
+
 /// The tool that was installed with this library: a shared one is beside it wherever both were
 /// moved to; a static one only knows the prefix that it was configured for.
 inline std::string installed_tool() {
 #ifdef TEXPROBE_TOOL_FROM_LIBRARY
-    static const char ofThisLibrary = 0;
-    Dl_info library;
-    if (!dladdr(&ofThisLibrary, &library) || !library.dli_fname) return {};
-    const std::string path = library.dli_fname;
-    return path.substr(0, path.rfind('/') + 1) + TEXPROBE_TOOL_FROM_LIBRARY;
+    return folderOfLibrary.empty() ? "" : folderOfLibrary + TEXPROBE_TOOL_FROM_LIBRARY;
 #else
     return TEXPROBE_INSTALLED_TOOL;
 #endif
@@ -46,25 +64,20 @@ inline std::string find_in_path(std::string_view path) {
     return {};
 }
 
-/// Somebody else chose the PATH of a set-user-ID process.
-inline bool is_path_trusted() {
-    return getuid() == geteuid() && getgid() == getegid();
-}
-
 /// The requested one, unchecked; else the installed one, else the first in PATH. Empty: there is
 /// none.
 inline std::string find_tool(const char* requested) {
     if (requested) return requested;
     std::string installed = installed_tool();
     if (is_program(installed)) return installed;
-    const char* path = is_path_trusted() ? std::getenv("PATH") : nullptr;
+    const char* path = texprobe::is_environment_of_another() ? nullptr : std::getenv("PATH");
     return find_in_path(path ? path : "");
 }
 
 inline std::string describe_search() {
     return "texprobe was not found: not as " + installed_tool() +
-           (is_path_trusted() ? ", and not in PATH"
-                              : "; a set-user-ID process does not look in PATH");
+           (texprobe::is_environment_of_another() ? "; a set-user-ID process does not look in PATH"
+                                                  : ", and not in PATH");
 }
 
 }  // namespace

@@ -1,6 +1,8 @@
 #include <OpenGL/OpenGL.h>
 
 #include <cstdio>
+#include <memory>
+#include <utility>
 
 #include "CGL/egl.h"
 #include "CGL/objects.h"
@@ -17,9 +19,15 @@ struct _CGLContextObject {
 struct _CGLPBufferObject {
     EGLint width;
     EGLint height;
+    Offscreen offscreen;                  ///< What the surface was made for.
+    EGLSurface surface = EGL_NO_SURFACE;  ///< Until a context takes it.
 };
 
 namespace {
+
+/// The context that this thread created last, if it still exists. A pixel buffer is created without
+/// a context, but the context decides whether there can be one.
+thread_local CGLContextObj lastContext = nullptr;
 
 void complain(const char* call) {
     std::fprintf(stderr, "*** EGL: %s\n", describe_failure(system_egl(), call).c_str());
@@ -43,9 +51,41 @@ CGLError make_nothing_current() {
     return make_current(display, EGL_NO_SURFACE, EGL_NO_CONTEXT);
 }
 
-void destroy_surface(_CGLContextObject& ctx) {
-    if (ctx.surface != EGL_NO_SURFACE) eglDestroySurface(ctx.offscreen.display, ctx.surface);
-    ctx.surface = EGL_NO_SURFACE;
+/// Destroys the surface of a context or of a pixel buffer, if it has one.
+template <typename Owner>
+void destroy_surface(Owner& owner) {
+    if (owner.surface != EGL_NO_SURFACE) eglDestroySurface(owner.offscreen.display, owner.surface);
+    owner.surface = EGL_NO_SURFACE;
+}
+
+EGLSurface make_surface(const Offscreen& offscreen, const _CGLPBufferObject& pbuffer) {
+    EGLSurface surface = create_surface(system_egl(), offscreen, pbuffer.width, pbuffer.height);
+    if (surface == EGL_NO_SURFACE) complain("eglCreatePbufferSurface");
+    return surface;
+}
+
+/// The pixel buffer's own surface if it fits the context, otherwise a new one.
+EGLSurface take_surface(_CGLPBufferObject& pbuffer, const Offscreen& offscreen) {
+    const bool fits = pbuffer.surface != EGL_NO_SURFACE &&
+                      pbuffer.offscreen.display == offscreen.display &&
+                      pbuffer.offscreen.config == offscreen.config;
+    return fits ? std::exchange(pbuffer.surface, EGL_NO_SURFACE) : make_surface(offscreen, pbuffer);
+}
+
+/// Makes the context current with the surface, and then again what was current before.
+CGLError try_surface(const _CGLContextObject& ctx, EGLSurface surface) {
+    const DesktopGl desktopGl(system_egl());
+    EGLDisplay display = eglGetCurrentDisplay();
+    EGLSurface draw = eglGetCurrentSurface(EGL_DRAW);
+    EGLSurface read = eglGetCurrentSurface(EGL_READ);
+    EGLContext context = eglGetCurrentContext();
+    const CGLError error = make_current(ctx.offscreen.display, surface, ctx.context);
+    if (context == EGL_NO_CONTEXT) {
+        make_nothing_current();
+    } else if (eglGetCurrentContext() != context || eglGetCurrentSurface(EGL_DRAW) != draw) {
+        eglMakeCurrent(display, draw, read, context);
+    }
+    return error;
 }
 
 }  // namespace
@@ -60,7 +100,7 @@ CGLError CGLCreateContext(CGLPixelFormatObj pix, CGLContextObj share, CGLContext
         complain("eglCreateContext");
         return kCGLBadAlloc;
     }
-    *ctx = new _CGLContextObject{pix->offscreen, context};
+    *ctx = lastContext = new _CGLContextObject{pix->offscreen, context};
     return kCGLNoError;
 }
 
@@ -70,6 +110,7 @@ CGLError CGLDestroyContext(CGLContextObj ctx) {
     if (is_current(*ctx)) make_nothing_current();
     destroy_surface(*ctx);
     eglDestroyContext(ctx->offscreen.display, ctx->context);
+    if (lastContext == ctx) lastContext = nullptr;
     delete ctx;
     return kCGLNoError;
 }
@@ -97,11 +138,25 @@ CGLError CGLCreatePBuffer(GLsizei width, GLsizei height, GLenum target, GLenum i
         return kCGLBadEnumeration;
     }
     if (width <= 0 || height <= 0 || maxLevel < 0) return kCGLBadValue;
-    *pbuffer = new _CGLPBufferObject{width, height};
+    auto made = std::make_unique<_CGLPBufferObject>();
+    made->width = width;
+    made->height = height;
+    if (lastContext) {
+        made->offscreen = lastContext->offscreen;
+        made->surface = make_surface(made->offscreen, *made);
+        if (made->surface == EGL_NO_SURFACE) return kCGLBadAlloc;
+        const CGLError error = try_surface(*lastContext, made->surface);
+        if (error != kCGLNoError) {
+            destroy_surface(*made);
+            return error;
+        }
+    }
+    *pbuffer = made.release();
     return kCGLNoError;
 }
 
 CGLError CGLDestroyPBuffer(CGLPBufferObj pbuffer) {
+    if (pbuffer) destroy_surface(*pbuffer);
     delete pbuffer;
     return kCGLNoError;
 }
@@ -111,12 +166,8 @@ CGLError CGLSetPBuffer(CGLContextObj ctx, CGLPBufferObj pbuffer, GLenum face, GL
     if (!ctx) return kCGLBadContext;
     if (!pbuffer) return kCGLBadDrawable;
     if (face != 0 || level != 0 || screen != 0) return kCGLBadValue;
-    EGLSurface surface =
-        create_surface(system_egl(), ctx->offscreen, pbuffer->width, pbuffer->height);
-    if (surface == EGL_NO_SURFACE) {
-        complain("eglCreatePbufferSurface");
-        return kCGLBadAlloc;
-    }
+    EGLSurface surface = take_surface(*pbuffer, ctx->offscreen);
+    if (surface == EGL_NO_SURFACE) return kCGLBadAlloc;
     // The old surface lives on in EGL while it is current.
     destroy_surface(*ctx);
     ctx->surface = surface;

@@ -25,6 +25,9 @@ constexpr int kPageSize = 4096;
 constexpr int kLogPages = 128;
 constexpr sqlite3_int64 kLogSize = 32 + kLogPages * (24 + kPageSize);  // headers of log and page
 
+// What a hundred records take, with room to spare.
+constexpr int kSetSize = 8 * kPageSize;
+
 constexpr int kStepsBetweenLooksAtTheClock = 10'000;
 
 int bind_value(sqlite3_stmt* statement, int index, std::string_view text) {
@@ -198,6 +201,7 @@ void Database::close(bool keepLog) {
     for (auto& statement : statements_) statement.reset();
     database_.reset();
     has_table_ = has_journal_ = has_whole_log_ = false;
+    hasRoom_.clear();
 }
 
 int Database::is_out_of_time(void* database) {
@@ -214,6 +218,7 @@ int Database::prepare(Query query, sqlite3_stmt** statement) {
     static constexpr std::array<const char*, kQueryCount> kSql = {
         "SELECT count(*) FROM sqlite_master WHERE name = 'records'",
         "PRAGMA user_version",
+        "PRAGMA page_count",
         "PRAGMA integrity_check(1)",
         "SELECT DISTINCT application FROM records",
         "SELECT key, type, value FROM records WHERE application = ?1",
@@ -301,9 +306,9 @@ Status Database::write(std::string_view application, const Changes& changes, Rec
         if (code == SQLITE_OK) code = change(application, key, std::nullopt);
     }
     if (code == SQLITE_OK) {
-        if (sqlite3_total_changes(database_.get()) != before) extend_log();
-        code = execute("COMMIT");
+        if (sqlite3_total_changes(database_.get()) != before) code = reserve_room(application);
     }
+    if (code == SQLITE_OK) code = execute("COMMIT");
     if (code == SQLITE_OK) {
         *records = std::move(fresh);
         return {};
@@ -344,25 +349,48 @@ int Database::change(std::string_view application, std::string_view key,
     return code == SQLITE_OK ? finish(statement) : code;
 }
 
+/// Before the first change of an application: a disk that is full must not take a test's false
+/// without its outcome. The log's pages are written to the database in the end, so there has to be
+/// room in it for a whole set, too.
+int Database::reserve_room(std::string_view application) {
+    const int code = extend_log();
+    // Only beside a log: a new database with a rollback journal has no header before the commit.
+    const bool isLog = access((path_ + "-wal").c_str(), F_OK) == 0;
+    if (code != SQLITE_OK || !isLog || hasRoom_.count(application) != 0) return code;
+    int pages = 0;
+    const int asked = ask(kPages, &pages);
+    if (asked != SQLITE_OK) return asked;
+    // Sizes are rounded up to it; without it, SQLite ignores the hint.
+    int chunk = kSetSize;
+    sqlite3_file_control(database_.get(), "main", SQLITE_FCNTL_CHUNK_SIZE, &chunk);
+    sqlite3_int64 size = sqlite3_int64{pages} * kPageSize + kSetSize;
+    if (sqlite3_file_control(database_.get(), "main", SQLITE_FCNTL_SIZE_HINT, &size) != SQLITE_OK) {
+        return SQLITE_FULL;
+    }
+    hasRoom_.emplace(application);
+    return SQLITE_OK;
+}
+
 /// If a commit makes the log grow, it costs two disk writes: the pages and the file's new size. So
 /// the log gets its full size at once and is then overwritten. No other writer can interfere, and
-/// readers stop at the last commit. Without room on the disk, the log grows as usual.
-void Database::extend_log() {
-    if (std::exchange(has_whole_log_, true)) return;
+/// readers stop at the last commit. Without room on the disk this fails, and nothing is written.
+int Database::extend_log() {
+    if (has_whole_log_) return SQLITE_OK;
     sqlite3_file* log = nullptr;
     sqlite3_file_control(database_.get(), "main", SQLITE_FCNTL_JOURNAL_POINTER, &log);
     sqlite3_int64 size = 0;
     const bool isLog = log && log->pMethods && access((path_ + "-wal").c_str(), F_OK) == 0;
-    if (!isLog || log->pMethods->xFileSize(log, &size) != SQLITE_OK) return;
+    int code = isLog ? log->pMethods->xFileSize(log, &size) : SQLITE_OK;
+    const sqlite3_int64 former = size;
     // SQLite's files take less than 128 KiB at a time.
     const std::vector<char> zeros(std::size_t{8} * kPageSize);
-    for (auto end = size; end < kLogSize; end += static_cast<sqlite3_int64>(zeros.size())) {
-        const auto count = static_cast<int>(zeros.size());
-        if (log->pMethods->xWrite(log, zeros.data(), count, end) != SQLITE_OK) {
-            log->pMethods->xTruncate(log, size);
-            return;
-        }
+    while (isLog && code == SQLITE_OK && size < kLogSize) {
+        code = log->pMethods->xWrite(log, zeros.data(), static_cast<int>(zeros.size()), size);
+        size += static_cast<sqlite3_int64>(zeros.size());
     }
+    has_whole_log_ = code == SQLITE_OK;
+    if (!has_whole_log_) log->pMethods->xTruncate(log, former);
+    return code;
 }
 
 Status Database::status_of(int code) const {

@@ -13,6 +13,7 @@
 
 #include <array>
 #include <chrono>
+#include <functional>
 #include <memory>
 #include <set>
 #include <string>
@@ -67,7 +68,17 @@ private:
     struct Finalize {
         void operator()(sqlite3_stmt* statement) const { sqlite3_finalize(statement); }
     };
-    enum Query { kTables, kVersion, kCheck, kApplications, kRead, kSet, kRemove, kQueryCount };
+    enum Query {
+        kTables,
+        kVersion,
+        kPages,
+        kCheck,
+        kApplications,
+        kRead,
+        kSet,
+        kRemove,
+        kQueryCount
+    };
 
     // These return SQLite's result codes; the public functions return a Status.
     int open_file(const std::string& name, Purpose purpose);
@@ -82,7 +93,8 @@ private:
     int execute(const char* sql);
     int prepare(Query query, sqlite3_stmt** statement);
     int ask(Query query, int* number);
-    void extend_log();
+    int reserve_room(std::string_view application);
+    int extend_log();
     Status status_of(int code) const;
     static int is_out_of_time(void* database);
 
@@ -94,6 +106,7 @@ private:
     bool has_table_ = false;
     bool has_journal_ = false;
     bool has_whole_log_ = false;
+    std::set<std::string, std::less<>> hasRoom_;  ///< applications
 };
 
 }  // namespace texprobe::platform

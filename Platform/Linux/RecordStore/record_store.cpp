@@ -9,12 +9,19 @@
 #include <utility>
 #include <vector>
 
+#include "home.h"
 #include "location.h"
 #include "messages.h"
 
 namespace texprobe::platform {
 
 namespace {
+
+Status no_directory() {
+    const std::string missing = home_of_user().missing;
+    return {Status::kUnusable, "",
+            "the user has no home directory" + (missing.empty() ? missing : ": " + missing)};
+}
 
 struct ClosedAtExit {
     RecordStore& store;
@@ -118,9 +125,7 @@ Status RecordStore::patiently(std::chrono::milliseconds patience,
         Status status;
         {
             const std::lock_guard lock(mutex_);
-            if (directory().empty()) {
-                return {Status::kUnusable, "", "the user has no home directory"};
-            }
+            if (directory().empty()) return no_directory();
             if (database_.is_open() && identity_of(path()) != identity_) database_.close(true);
             status = attempt();
             if (!status.ok() && status.kind != Status::kLocked) database_.close(true);
@@ -252,8 +257,14 @@ void RecordStore::report_missing() {
     }
     if (count == 0) return;
     if (count > kNamed) keys += ", ...";
-    say(std::to_string(count) + (count == 1 ? " record is" : " records are") +
-        " missing or in doubt in " + path() + ": " + keys +
+    const std::string records =
+        std::to_string(count) + (count == 1 ? " record is" : " records are");
+    if (directory().empty()) {
+        say(records + " missing: " + keys +
+            "; give the user a home directory and run texprobe again");
+        return;
+    }
+    say(records + " missing or in doubt in " + path() + ": " + keys +
         "; remove that file and run texprobe to measure everything again");
 }
 

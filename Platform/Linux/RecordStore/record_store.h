@@ -56,7 +56,8 @@ public:
 
     /// Makes one application's changes durable in one transaction and reads what other processes
     /// have stored. On failure it returns false and keeps the changes for the next time. Without
-    /// changes it only reads, and creates no file and no record.
+    /// changes it only reads: it makes no record, and no file but those that SQLite wants beside
+    /// the database (-wal and -shm), which may stay.
     bool synchronize(const std::string& application);
 
     /// Tries one last time to store what is pending, and prints what is missing. Closes everything;

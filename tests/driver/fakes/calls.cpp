@@ -15,9 +15,6 @@
 
 #include "fakes.h"
 
-extern "C" pid_t __real_fork();
-extern "C" pid_t __real_waitpid(pid_t, int*, int);
-
 namespace fakes {
 
 namespace {
@@ -62,9 +59,12 @@ void log_line(const char* line) {
 }
 
 int signal_named(const std::string& name) {
-    if (name == "SIGINT") return SIGINT;
-    if (name == "SIGTERM") return SIGTERM;
-    if (name == "SIGHUP") return SIGHUP;
+    constexpr std::pair<const char*, int> kSignals[] = {
+        {"SIGINT", SIGINT},   {"SIGTERM", SIGTERM}, {"SIGHUP", SIGHUP},   {"SIGQUIT", SIGQUIT},
+        {"SIGXCPU", SIGXCPU}, {"SIGALRM", SIGALRM}, {"SIGUSR1", SIGUSR1}, {"SIGUSR2", SIGUSR2}};
+    for (const auto& [known, signal] : kSignals) {
+        if (name == known) return signal;
+    }
     return 0;
 }
 

@@ -34,6 +34,8 @@
 #ifndef TEXPROBE_TESTS_FAKES_H
 #define TEXPROBE_TESTS_FAKES_H
 
+#include <sys/types.h>
+
 #include <OpenGL/gl.h>
 
 #include <cstddef>
@@ -44,6 +46,12 @@
 #include <string>
 #include <utility>
 #include <vector>
+
+// The functions behind the fake ones.
+extern "C" {
+pid_t __real_fork();
+pid_t __real_waitpid(pid_t, int*, int);
+}
 
 namespace fakes {
 

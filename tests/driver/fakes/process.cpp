@@ -11,8 +11,6 @@
 extern "C" {
 
 long __real_random();
-pid_t __real_fork();
-pid_t __real_waitpid(pid_t, int*, int);
 
 long __wrap_random() {
     const long value = __real_random();

@@ -61,10 +61,9 @@ CGLError CGLDestroyRendererInfo(CGLRendererInfoObj rend);
 
 /// One property of renderer `rendNum`: kCGLRPRendererID, or kCGLRPTextureMemory in bytes.
 /// kCGLBadValue for a number that is not in the list, kCGLBadProperty for another property.
-/// Differs from macOS: texture memory is clamped to 2
-/// 31 - 1. The first query for it opens every device once, hardware in one child process each. A
-/// device that cannot be opened answers this query and every later one with kCGLBadRendererInfo and
-/// prints why on standard error.
+/// Differs from macOS: texture memory is clamped to 2^31 - 1. The first query for it opens every
+/// device once, hardware in one child process each. A device that cannot be opened answers this
+/// query and every later one with kCGLBadRendererInfo and prints why on standard error.
 CGLError CGLDescribeRenderer(CGLRendererInfoObj rend, GLint rendNum, CGLRendererProperty prop,
                              GLint* value);
 
@@ -92,17 +91,20 @@ CGLError CGLSetCurrentContext(CGLContextObj ctx);
 /// The context's virtual screen. Differs from macOS: always 0, a context has one renderer.
 CGLError CGLGetVirtualScreen(CGLContextObj ctx, GLint* screen);
 
-/// Remembers the size of an offscreen drawable, in pixels.
-/// Differs from macOS: it becomes a surface when it is set on a context, and cannot be used as a
-/// texture. `target`, `internalFormat` (GL_RGB or GL_RGBA) and `maxLevel` are checked and
-/// otherwise ignored.
+/// Creates an offscreen drawable of that size, in pixels. What is current stays so.
+/// Differs from macOS: it is a surface of the context that this thread created last, which is made
+/// current with it once. kCGLBadAlloc if EGL cannot make it, kCGLBadState if it cannot make it
+/// current. While there is no such context, only the size is remembered. It cannot be used as a
+/// texture: `target`, `internalFormat` (GL_RGB or GL_RGBA) and `maxLevel` are checked and otherwise
+/// ignored.
 CGLError CGLCreatePBuffer(GLsizei width, GLsizei height, GLenum target, GLenum internalFormat,
                           GLint maxLevel, CGLPBufferObj* pbuffer);
 CGLError CGLDestroyPBuffer(CGLPBufferObj pbuffer);
 
 /// Makes the pixel buffer the context's drawable, at once if the context is current. The pixel
 /// buffer may be destroyed before the context. Differs from macOS: `face`, `level` and `screen`
-/// must be 0, and each context draws to a surface of its own.
+/// must be 0, and each context draws to a surface of its own: the one that the pixel buffer was
+/// created with, if it fits and is not taken, otherwise a new one.
 CGLError CGLSetPBuffer(CGLContextObj ctx, CGLPBufferObj pbuffer, GLenum face, GLint level,
                        GLint screen);
 

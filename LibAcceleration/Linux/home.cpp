@@ -1,0 +1,11 @@
+#include "home.h"
+
+#include "RecordStore/home.h"
+
+namespace qor {
+
+std::string home_of_user() {
+    return texprobe::platform::home_of_user().path;
+}
+
+}  // namespace qor

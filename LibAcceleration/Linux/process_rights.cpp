@@ -1,0 +1,13 @@
+#include "TexProbeVerdicts/process_rights.h"
+
+#include <sys/auxv.h>
+#include <unistd.h>
+
+namespace texprobe {
+
+bool is_environment_of_another() {
+    // The kernel's word from the start, and what the process itself has changed since.
+    return getauxval(AT_SECURE) != 0 || getuid() != geteuid() || getgid() != getegid();
+}
+
+}  // namespace texprobe

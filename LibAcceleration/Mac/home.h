@@ -1,0 +1,17 @@
+// Where the user's home is. A file of each system's knows; on Linux the records ask the same
+// function.
+
+#ifndef TEXPROBE_HOME_H
+#define TEXPROBE_HOME_H
+
+#include <string>
+
+namespace qor {
+
+/// The absolute path in the real user's password entry, or HOME if that is missing or relative.
+/// Empty if neither is there.
+std::string home_of_user();
+
+}  // namespace qor
+
+#endif
