@@ -14,11 +14,10 @@ namespace {
 
 using ctl::Cell;
 using ctl::Flags;
-using Kind = RunEnd::Kind;
 
 /// The first tests of a run, in their order: "1" recorded as true, "0" as false, "." not at all.
 /// What comes after them is not recorded.
-Flags flags(const std::string& tests) {
+Flags recorded_as(const std::string& tests) {
     Flags flags;
     std::size_t i = 0;
     ctl::for_each_cell([&](const Cell& cell) {
@@ -29,7 +28,7 @@ Flags flags(const std::string& tests) {
 }
 
 Flags all_true_but_the_last(char last) {
-    return flags(std::string(95, '1') + last);
+    return recorded_as(std::string(95, '1') + last);
 }
 
 /// The fields of RunFacts.
@@ -48,50 +47,50 @@ struct JudgedRun {
     const char* judged;
 };
 
-constexpr RunEnd kCrash{Kind::kSignalled, SIGSEGV};
-constexpr RunEnd kKilled{Kind::kSignalled, SIGKILL};
-constexpr RunEnd kTerminated{Kind::kSignalled, SIGTERM};
-constexpr RunEnd kStopped{Kind::kStopped};
-constexpr RunEnd kLate{Kind::kTimeLimit};
-constexpr RunEnd kDone{Kind::kExited, 0};
-constexpr RunEnd kFailed{Kind::kExited, 3};
-constexpr RunEnd kUnknown{Kind::kUnknown};
+constexpr RunEnd kCrashEnd{RunEnd::Kind::kSignalled, SIGSEGV};
+constexpr RunEnd kKilledEnd{RunEnd::Kind::kSignalled, SIGKILL};
+constexpr RunEnd kTerminatedEnd{RunEnd::Kind::kSignalled, SIGTERM};
+constexpr RunEnd kStoppedEnd{RunEnd::Kind::kStopped};
+constexpr RunEnd kLateEnd{RunEnd::Kind::kTimeLimit};
+constexpr RunEnd kDoneEnd{RunEnd::Kind::kExited, 0};
+constexpr RunEnd kFailedEnd{RunEnd::Kind::kExited, 3};
+constexpr RunEnd kUnknownEnd{RunEnd::Kind::kUnknown};
 
-const JudgedRun kRuns[] = {
+const JudgedRun kJudgedRuns[] = {
     // The third test was in hand.
-    {"a crash", "", "", "11", "110", true, kCrash, false, "..!"},
-    {"a hang", "", "", "11", "110", true, kLate, false, "..!"},
-    {"a driver that exits", "", "", "11", "110", true, kFailed, false, "..!"},
-    {"a driver that exits with 0", "", "", "11", "110", true, kDone, false, "..!"},
-    {"an end that nobody knows", "", "", "11", "110", true, kUnknown, false, "..."},
-    {"a stop is not the driver's", "", "", "11", "110", true, kStopped, false, "..-"},
-    {"nor is a first kill", "", "", "11", "110", true, kKilled, false, "..-"},
-    {"nor a first SIGTERM", "", "", "11", "110", true, kTerminated, false, "..-"},
-    {"the second in the same test is", "", "", "11", "110", true, kKilled, true, "..!"},
-    {"a stop never is", "", "", "11", "110", true, kStopped, true, "..-"},
-    {"a no in between is one that was seen", "", "", "101", "1010", true, kCrash, false, ".n.!"},
-    {"it continued after what was there", "11", "11", "", "110", true, kCrash, false, "..!"},
+    {"a crash", "", "", "11", "110", true, kCrashEnd, false, "..!"},
+    {"a hang", "", "", "11", "110", true, kLateEnd, false, "..!"},
+    {"a driver that exits", "", "", "11", "110", true, kFailedEnd, false, "..!"},
+    {"a driver that exits with 0", "", "", "11", "110", true, kDoneEnd, false, "..!"},
+    {"an end that nobody knows", "", "", "11", "110", true, kUnknownEnd, false, "..."},
+    {"a stop is not the driver's", "", "", "11", "110", true, kStoppedEnd, false, "..-"},
+    {"nor is a first kill", "", "", "11", "110", true, kKilledEnd, false, "..-"},
+    {"nor a first SIGTERM", "", "", "11", "110", true, kTerminatedEnd, false, "..-"},
+    {"the second in the same test is", "", "", "11", "110", true, kKilledEnd, true, "..!"},
+    {"a stop never is", "", "", "11", "110", true, kStoppedEnd, true, "..-"},
+    {"a no in between is one that was seen", "", "", "101", "1010", true, kCrashEnd, false, ".n.!"},
+    {"it continued after what was there", "11", "11", "", "110", true, kCrashEnd, false, "..!"},
     // Others have measured meanwhile.
-    {"others while it waited", "", "10", "", "100", true, kCrash, false, "..!"},
-    {"others, and then it was stopped", "", "10", "", "100", true, kStopped, false, "..-"},
-    {"it waits, and others have a test", "", "", "", "110", false, kCrash, false, "..."},
-    {"it waits and is killed", "", "", "", "110", false, kKilled, false, "..."},
-    {"it waits and is stopped", "", "", "", "110", false, kStopped, false, "..."},
-    {"others went on after its end", "", "", "11", "11010", true, kCrash, false, "..!.."},
+    {"others while it waited", "", "10", "", "100", true, kCrashEnd, false, "..!"},
+    {"others, and then it was stopped", "", "10", "", "100", true, kStoppedEnd, false, "..-"},
+    {"it waits, and others have a test", "", "", "", "110", false, kCrashEnd, false, "..."},
+    {"it waits and is killed", "", "", "", "110", false, kKilledEnd, false, "..."},
+    {"it waits and is stopped", "", "", "", "110", false, kStoppedEnd, false, "..."},
+    {"others went on after its end", "", "", "11", "11010", true, kCrashEnd, false, "..!.."},
     // Its turn was seen only when the test had begun.
-    {"seen late", "", "110", "11", "110", true, kCrash, false, "..!"},
-    {"seen late, at the first test", "1", "10", "", "10", true, kCrash, false, ".!"},
-    {"an old no is none of this run's", "10", "10", "", "10", true, kCrash, false, ".."},
+    {"seen late", "", "110", "11", "110", true, kCrashEnd, false, "..!"},
+    {"seen late, at the first test", "1", "10", "", "10", true, kCrashEnd, false, ".!"},
+    {"an old no is none of this run's", "10", "10", "", "10", true, kCrashEnd, false, ".."},
     // No test was in hand.
-    {"between two tests", "", "", "11", "11", true, kCrash, false, ".."},
-    {"before its tests", "", "", "", "0", false, kCrash, false, "."},
+    {"between two tests", "", "", "11", "11", true, kCrashEnd, false, ".."},
+    {"before its tests", "", "", "", "0", false, kCrashEnd, false, "."},
     // Said and not recorded.
-    {"lost between a test and its record", "", "", "11", "10", true, kCrash, false, ".-"},
-    {"lost, and the next in hand", "", "", "11", "100", true, kCrash, false, ".-!"},
-    {"said to be a no", "", "", "10", "10", true, kStopped, false, ".n"},
+    {"lost between a test and its record", "", "", "11", "10", true, kCrashEnd, false, ".-"},
+    {"lost, and the next in hand", "", "", "11", "100", true, kCrashEnd, false, ".-!"},
+    {"said to be a no", "", "", "10", "10", true, kStoppedEnd, false, ".n"},
 };
 
-std::string show(const ctl::Judgement& judgement, const RunEnd& end, std::size_t length) {
+std::string show_judgement(const ctl::Judgement& judgement, const RunEnd& end, std::size_t length) {
     std::string text(length, '.');
     const auto put = [&](const Cell& cell, char c) {
         text.at(cell.format * ctl::kCapabilityCount + cell.capability) = c;
@@ -107,18 +106,18 @@ std::string show(const ctl::Judgement& judgement, const RunEnd& end, std::size_t
 }
 
 TEST(Judgement, is_of_what_the_run_itself_has_written) {
-    for (const JudgedRun& run : kRuns) {
+    for (const JudgedRun& run : kJudgedRuns) {
         ctl::RunFacts facts;
-        facts.atStart = flags(run.atStart);
-        facts.atTurn = flags(run.atTurn);
-        facts.said = flags(run.said);
-        facts.now = flags(run.now);
+        facts.atStart = recorded_as(run.atStart);
+        facts.atTurn = recorded_as(run.atTurn);
+        facts.said = recorded_as(run.said);
+        facts.now = recorded_as(run.now);
         facts.wasTesting = run.wasTesting;
         if (run.hasEndedBefore) facts.endedFromOutside.push_back({0, ctl::kUploadSet});
         facts.end = run.end;
         facts.seconds = 60;
         const std::string judged = run.judged;
-        EXPECT_EQ(show(judge(facts), run.end, judged.size()), judged) << run.why;
+        EXPECT_EQ(show_judgement(judge(facts), run.end, judged.size()), judged) << run.why;
     }
 }
 
@@ -126,7 +125,7 @@ TEST(Judgement, finds_nothing_in_hand_where_others_have_measured_all) {
     ctl::RunFacts facts;
     facts.now = facts.atTurn = all_true_but_the_last('0');
     facts.wasTesting = true;
-    facts.end = kCrash;
+    facts.end = kCrashEnd;
     EXPECT_FALSE(judge(facts).inHand);
 }
 
@@ -135,21 +134,21 @@ TEST(Judgement, finds_the_very_last_test_in_hand) {
     facts.atTurn = facts.said = all_true_but_the_last('.');
     facts.now = all_true_but_the_last('0');
     facts.wasTesting = true;
-    facts.end = kCrash;
+    facts.end = kCrashEnd;
     EXPECT_EQ(judge(facts).inHand, (Cell{15, ctl::kDownloadRead}));
 }
 
 TEST(Judgement, knows_what_each_end_is_called) {
-    EXPECT_EQ(ctl::cause_of(kCrash, 60), ctl::Cause(ctl::Crashed{"SIGSEGV"}));
-    EXPECT_EQ(ctl::cause_of(kFailed, 60), ctl::Cause(ctl::Exited{3}));
-    EXPECT_EQ(ctl::cause_of(kLate, 60), ctl::Cause(ctl::Hung{60}));
-    EXPECT_EQ(ctl::cause_of(kStopped, 60), std::nullopt);
+    EXPECT_EQ(ctl::cause_of(kCrashEnd, 60), ctl::Cause(ctl::Crashed{"SIGSEGV"}));
+    EXPECT_EQ(ctl::cause_of(kFailedEnd, 60), ctl::Cause(ctl::Exited{3}));
+    EXPECT_EQ(ctl::cause_of(kLateEnd, 60), ctl::Cause(ctl::Hung{60}));
+    EXPECT_EQ(ctl::cause_of(kStoppedEnd, 60), std::nullopt);
 }
 
 TEST(Judgement, forgets_the_mark_of_a_record_that_is_not_false) {
     ctl::RunFacts facts;
-    facts.now = flags("10");
-    facts.end = kDone;
+    facts.now = recorded_as("10");
+    facts.end = kDoneEnd;
     const auto causes = judge(facts).causes;
     // All but the second.
     ASSERT_EQ(causes.size(), 95U);

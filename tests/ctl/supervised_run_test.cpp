@@ -339,6 +339,7 @@ TEST(SupervisedRun, leaves_no_descriptor_open) {
 }
 
 TEST(SupervisedRun, makes_no_pipe_that_another_program_could_inherit) {
+    inheritedPipes = 0;
     Recorder recorder;
     run_shell("true", recorder);
     EXPECT_EQ(inheritedPipes, 0);
