@@ -72,8 +72,8 @@ mode_t modes_at(const std::string& path) {
 /// no link and opens no file that is there. It is removed unless it was renamed.
 class Draft {
 public:
-    Draft(const std::string& place, const std::string& path) : path_(path) {
-        name_ = std::filesystem::path(place).replace_filename(".texprobectl.XXXXXX");
+    Draft(const std::string& place, const std::string& path)
+        : path_(path), name_(std::filesystem::path(place).replace_filename(".texprobectl.XXXXXX")) {
         descriptor_ = mkstemp(name_.data());
         if (descriptor_ < 0) fail(path, errno);
     }

@@ -6,12 +6,14 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <chrono>
 #include <csignal>
 #include <exception>
 #include <filesystem>
 #include <map>
 #include <nlohmann/json.hpp>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "ctl/scripted_measure.h"
@@ -104,7 +106,7 @@ TEST_F(MeasureBesideOthers, removes_its_own_record_only_when_they_have_ended) {
     await_run(1);
     {
         const TurnHolder holder(folder_.file("measuring.lock"));
-        usleep(1200000);
+        std::this_thread::sleep_for(std::chrono::milliseconds(1200));
         EXPECT_EQ(folder_.records().at(*id_).at("GL_RGB32F_ARB_SUPPORTED"), "boolean 0");
         EXPECT_EQ(folder_.runs(), 1);
     }

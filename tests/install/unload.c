@@ -16,10 +16,12 @@ int main(int argc, char** argv) {
     /* C has no conversion of an object's address to a function's. */
     void* symbol = library ? dlsym(library, "texprobe_verdicts_open") : NULL;
     memcpy(&open_verdicts, &symbol, sizeof symbol);
-    if (!symbol) return 3;
     texprobe_options options = {sizeof options, argv[2], 0, NULL, NULL};
-    if (!open_verdicts(&options)) return 4;
-    if (dlclose(library) != 0) return 5;
+    if (!symbol || !open_verdicts(&options)) {
+        if (library) dlclose(library);
+        return 3;
+    }
+    if (dlclose(library) != 0) return 4;
     usleep(500000);
     return 0;
 }

@@ -4,6 +4,7 @@
 #include <sys/sysctl.h>
 
 #include <cstdint>
+#include <cstring>
 
 namespace texprobe::ctl {
 
@@ -12,7 +13,9 @@ std::string own_program() {
     _NSGetExecutablePath(nullptr, &size);
     std::string path(size, '\0');
     if (_NSGetExecutablePath(path.data(), &size) != 0) return {};
-    return path.c_str();
+    // The size is that of the buffer.
+    path.resize(std::strlen(path.c_str()));
+    return path;
 }
 
 /// When it was started.
