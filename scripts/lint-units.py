@@ -16,10 +16,11 @@ import sys
 # More would take longer than what else runs beside it.
 LARGEST = 20
 
-# These define something that another source of their folder defines, such as main().
+# These define something that another source of their folder defines, such as main(), or rename what others call.
 ALONE = re.compile(
     r"""tests/client/no_glfw\.cpp
     |tests/driver/records_program\.cpp
+    |texprobectl/inspect/inspected_test\.cpp
     |tests/platform/(first_use|preference_lists|preferences)_test\.cpp
     |tests/unit/(dispatch_portable_test|dispatch_test|scripted_random)\.cpp
     """,

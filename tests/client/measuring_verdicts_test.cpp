@@ -146,6 +146,16 @@ TEST_F(MeasuringVerdicts, continue_after_a_hang) {
                          "again and continues with the next test"));
 }
 
+TEST_F(MeasuringVerdicts, continue_after_a_hang_of_a_tool_that_a_script_has_started) {
+    tool_ = folder_.path() / "wrapper";
+    std::ofstream(tool_) << "#!/bin/sh\n" << folder_.tool().string() << "\nexit $?\n";
+    std::filesystem::permissions(tool_, std::filesystem::perms::owner_all);
+    script(begin_test("GL_RGBA8_UPLOAD_SET") + "turn " + qor::turn_settings().file + "\nhang\n", 1);
+    script(complete_set(kFirst, "Renderer"));
+    EXPECT_EQ(measure(200), TEXPROBE_READY);
+    EXPECT_EQ(runs(), 2);
+}
+
 TEST_F(MeasuringVerdicts, give_up_after_a_run_that_recorded_nothing) {
     script("raise 11\n");
     EXPECT_EQ(measure(), TEXPROBE_FAILED);

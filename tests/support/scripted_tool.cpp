@@ -2,10 +2,12 @@
 // lines:
 //   set APPLICATION KEY true|false|number N|text T    removed APPLICATION KEY
 //   sync APPLICATION    say TEXT    said TEXT (without a line feed)    out TEXT
-//   sleep MILLISECONDS    hang    raise SIGNAL    exit STATUS    mute (closes its streams)
+//   turn FILE (locks it as a run that measures does)    sleep MILLISECONDS    hang    raise SIGNAL
+//   exit STATUS    mute (closes its streams)
 // "%p" in a text stands for the process ID.
 
 #include <CoreFoundation/CoreFoundation.h>
+#include <fcntl.h>
 #include <unistd.h>
 
 #include <chrono>
@@ -50,6 +52,15 @@ void set_record(std::istringstream& line) {
     CFRelease(value);
 }
 
+void take_turn(const std::string& file) {
+    struct flock turn = {};
+    turn.l_type = F_WRLCK;
+    turn.l_whence = SEEK_SET;
+    turn.l_len = 1;
+    const int descriptor = open(file.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600);
+    if (fcntl(descriptor, F_SETLK, &turn) != 0) std::exit(98);
+}
+
 void carry_out(const std::string& command, std::istringstream& line) {
     std::string word;
     if (command == "set") {
@@ -67,6 +78,8 @@ void carry_out(const std::string& command, std::istringstream& line) {
         std::fprintf(stderr, "%s", rest_of(line).c_str());
     } else if (command == "out") {
         std::printf("%s\n", rest_of(line).c_str());
+    } else if (command == "turn") {
+        take_turn(rest_of(line));
     } else if (command == "sleep") {
         int milliseconds = 0;
         line >> milliseconds;

@@ -4,6 +4,8 @@
 #ifndef TEXPROBE_VERDICTS_MEASUREMENT_H
 #define TEXPROBE_VERDICTS_MEASUREMENT_H
 
+#include <unistd.h>
+
 #include <set>
 #include <string>
 #include <string_view>
@@ -171,7 +173,9 @@ private:
         if (++looks_ % 3 != 0) return Wish::kGoOn;
         count_decided();
         const pid_t holder = qor::turn_holder(turn_);
-        const bool isWaiting = holder != 0 && holder != process_;
+        // A tool that is a script may have started the one that measures.
+        const bool isOwn = holder > 0 && (holder == process_ || getpgid(holder) == process_);
+        const bool isWaiting = holder != 0 && !isOwn;
         outcome_.measuring(isWaiting ? "texprobe waits for another run of it"
                                      : "texprobe measures this machine's renderers");
         return isWaiting ? Wish::kGoOnAnew : Wish::kGoOn;
