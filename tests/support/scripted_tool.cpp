@@ -57,7 +57,8 @@ void take_turn(const std::string& file) {
     turn.l_type = F_WRLCK;
     turn.l_whence = SEEK_SET;
     turn.l_len = 1;
-    const int descriptor = open(file.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600);
+    // It stays open, and so the lock stays.
+    static const int descriptor = open(file.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600);
     if (fcntl(descriptor, F_SETLK, &turn) != 0) std::exit(98);
 }
 
