@@ -5,7 +5,7 @@
 
 #include <string>
 
-#include "formats.h"
+#include "cells.h"
 
 namespace texprobe::ctl {
 

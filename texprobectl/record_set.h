@@ -11,7 +11,7 @@
 #include <variant>
 #include <vector>
 
-#include "formats.h"
+#include "cells.h"
 
 namespace texprobe::ctl {
 

@@ -7,7 +7,7 @@
 #include <string_view>
 #include <variant>
 
-#include "formats.h"
+#include "cells.h"
 
 namespace texprobe::ctl {
 

@@ -1,6 +1,6 @@
 #include "home.h"
 
-#include "RecordStore/home.h"
+#include "RecordStore/user_home.h"
 
 namespace qor {
 

@@ -1,7 +1,7 @@
 // The preferences of Linux: one SQLite database.
 
-#include <RecordStore/home.h>
 #include <RecordStore/location.h>
+#include <RecordStore/user_home.h>
 #include <sqlite3.h>
 #include <sys/stat.h>
 #include <unistd.h>

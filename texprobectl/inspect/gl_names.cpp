@@ -4,7 +4,7 @@
 #include <OpenGL/glext.h>
 #include <fmt/format.h>
 
-#include "formats.h"
+#include "cells.h"
 
 namespace texprobe::ctl {
 

@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-#include "formats.h"
+#include "cells.h"
 
 namespace texprobe::ctl {
 

@@ -9,7 +9,7 @@
 #include <string>
 #include <string_view>
 
-#include "formats.h"
+#include "cells.h"
 
 namespace texprobe::ctl {
 

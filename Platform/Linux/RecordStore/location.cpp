@@ -1,6 +1,6 @@
 #include "location.h"
 
-#include "home.h"
+#include "user_home.h"
 
 namespace texprobe::platform {
 

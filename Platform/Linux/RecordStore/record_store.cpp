@@ -9,9 +9,9 @@
 #include <utility>
 #include <vector>
 
-#include "home.h"
 #include "location.h"
 #include "messages.h"
+#include "user_home.h"
 
 namespace texprobe::platform {
 

@@ -1,8 +1,8 @@
 // The sixteen formats in the order of the tool's pass, and the six capabilities in the order of
 // their tests, with their names in the records, in documents and on screen.
 
-#ifndef TEXPROBECTL_FORMATS_H
-#define TEXPROBECTL_FORMATS_H
+#ifndef TEXPROBECTL_CELLS_H
+#define TEXPROBECTL_CELLS_H
 
 #include <array>
 #include <cstddef>

@@ -1,4 +1,4 @@
-#include "home.h"
+#include "user_home.h"
 
 #include <pwd.h>
 #include <unistd.h>

@@ -1,7 +1,7 @@
 // Where the user's home is. The records, the measuring turn and texprobectl all ask here.
 
-#ifndef TEXPROBE_PLATFORM_HOME_H
-#define TEXPROBE_PLATFORM_HOME_H
+#ifndef TEXPROBE_PLATFORM_USER_HOME_H
+#define TEXPROBE_PLATFORM_USER_HOME_H
 
 #include <string>
 
