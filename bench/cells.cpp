@@ -10,8 +10,8 @@
 #include <memory>
 #include <numeric>
 
-#include "TexProbe/distance.h"
-#include "TexProbe/pattern.h"
+#include "measuring/distance.h"
+#include "measuring/pattern.h"
 #include "opencv_distance.h"
 #include "support/formats.h"
 

@@ -1,6 +1,6 @@
 // The floor of a first run: the same GL work and pattern, with nothing compared or recorded.
 
-#include "TexProbe/distance.h"
+#include "measuring/distance.h"
 
 namespace {
 

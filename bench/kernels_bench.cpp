@@ -9,9 +9,9 @@
 #include <string>
 #include <vector>
 
-#include "TexProbe/distance.h"
-#include "TexProbe/pattern.h"
 #include "cells.h"
+#include "measuring/distance.h"
+#include "measuring/pattern.h"
 
 namespace {
 

@@ -8,7 +8,7 @@
 #include <OpenGL/glext.h>
 #include <OpenGL/glu.h>
 
-#include "TexProbe/probe.h"
+#include "measuring/probe.h"
 #include "support/formats.h"
 
 namespace texprobe::bench {

@@ -13,10 +13,10 @@
 #include <string>
 #include <vector>
 
-#include "TexProbe/distance.h"
-#include "TexProbe/pattern.h"
 #include "egl_context.h"
 #include "interleaved.h"
+#include "measuring/distance.h"
+#include "measuring/pattern.h"
 
 namespace {
 

@@ -5,7 +5,7 @@
 
 #include <filesystem>
 
-#include "TexProbe/records.h"
+#include "records/records.h"
 #include "support/formats.h"
 
 namespace texprobe::bench {

@@ -7,11 +7,11 @@
 #include <string>
 #include <vector>
 
-#include "child.h"
-#include "commands.h"
-#include "find_tool.h"
-#include "plain_text.h"
-#include "stop_signals.h"
+#include "commands/commands.h"
+#include "measure/find_tool.h"
+#include "process/child.h"
+#include "process/stop_signals.h"
+#include "records/plain_text.h"
 
 namespace {
 

@@ -1,4 +1,4 @@
-#include "home.h"
+#include "runs/home.h"
 
 #include "RecordStore/user_home.h"
 

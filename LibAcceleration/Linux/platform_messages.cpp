@@ -1,4 +1,4 @@
-#include "TexProbeVerdicts/platform_messages.h"
+#include "verdicts/platform_messages.h"
 
 #include "RecordStore/messages.h"
 

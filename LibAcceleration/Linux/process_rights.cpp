@@ -1,4 +1,4 @@
-#include "TexProbeVerdicts/process_rights.h"
+#include "verdicts/process_rights.h"
 
 #include <sys/auxv.h>
 #include <unistd.h>

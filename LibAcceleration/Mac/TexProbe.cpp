@@ -12,10 +12,10 @@
 #include <map>
 #include <string>
 
-#include "TexProbe/driver.h"
-#include "TexProbe/formats.h"
-#include "TexProbe/lookup.h"
-#include "TexProbe/records.h"
+#include "measuring/driver.h"
+#include "records/formats.h"
+#include "records/lookup.h"
+#include "records/records.h"
 
 namespace {
 

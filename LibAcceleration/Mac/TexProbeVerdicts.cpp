@@ -18,12 +18,12 @@
 #include <utility>
 #include <vector>
 
-#include "TexProbe/formats.h"
-#include "TexProbeVerdicts/measurement.h"
-#include "TexProbeVerdicts/outcome.h"
-#include "TexProbeVerdicts/platform_messages.h"
-#include "TexProbeVerdicts/record_sets.h"
-#include "TexProbeVerdicts/tool_path.h"
+#include "records/formats.h"
+#include "runs/tool_path.h"
+#include "verdicts/measurement.h"
+#include "verdicts/outcome.h"
+#include "verdicts/platform_messages.h"
+#include "verdicts/record_sets.h"
 
 namespace {
 

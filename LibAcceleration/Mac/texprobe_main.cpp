@@ -10,8 +10,8 @@
 #include <cstring>
 
 #include "TexProbe.h"
-#include "interruption.h"
-#include "measuring_turn.h"
+#include "runs/interruption.h"
+#include "runs/measuring_turn.h"
 
 namespace {
 

@@ -5,7 +5,7 @@
 
 #include <limits>
 
-#include "TexProbe/lookup.h"
+#include "records/lookup.h"
 #include "records_of_test.h"
 #include "run_at_work.h"
 #include "scripted_machine.h"

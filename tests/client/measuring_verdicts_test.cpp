@@ -14,9 +14,9 @@
 #include <set>
 
 #include "run_at_work.h"
+#include "runs/turn_settings.h"
 #include "scripted_verdicts.h"
 #include "support/text.h"
-#include "turn_settings.h"
 
 namespace texprobe::tests {
 namespace {

@@ -5,7 +5,7 @@
 
 #include <cstdlib>
 
-#include "turn_settings.h"
+#include "runs/turn_settings.h"
 
 namespace {
 

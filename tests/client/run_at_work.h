@@ -10,9 +10,9 @@
 #include <cstdlib>
 #include <string>
 
-#include "measuring_turn.h"
+#include "runs/measuring_turn.h"
+#include "runs/turn_settings.h"
 #include "support/process.h"
-#include "turn_settings.h"
 
 namespace texprobe::tests {
 

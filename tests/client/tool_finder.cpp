@@ -1,7 +1,7 @@
 // Prints where an application finds the tool: as a program, after it has become for real whom its
 // file makes it, root where "root" is asked for; as a library, wherever that was loaded from.
 
-#include "TexProbeVerdicts/tool_path.h"
+#include "runs/tool_path.h"
 
 #include <unistd.h>
 

@@ -1,7 +1,7 @@
 // The parts that a child of texprobectl is run with: the child, the signals that stop it, and the
 // folder that goes with it.
 
-#include "child.h"
+#include "process/child.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -10,8 +10,8 @@
 
 #include <filesystem>
 
-#include "private_folder.h"
-#include "stop_signals.h"
+#include "process/private_folder.h"
+#include "process/stop_signals.h"
 #include "support/tool_folder.h"
 
 namespace texprobe::tests {

@@ -8,8 +8,8 @@
 #include <nlohmann/json.hpp>
 #include <string>
 
-#include "anonymizer.h"
 #include "ctl/ctl_folder.h"
+#include "doctor/anonymizer.h"
 
 namespace texprobe::tests {
 namespace {

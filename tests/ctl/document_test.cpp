@@ -12,8 +12,8 @@
 
 #include "ctl/ctl_folder.h"
 #include "ctl/prepared_records.h"
-#include "document.h"
-#include "merged_document.h"
+#include "documents/document.h"
+#include "documents/merged_document.h"
 
 namespace texprobe::tests {
 namespace {

@@ -8,8 +8,8 @@
 
 #include "ctl/ctl_folder.h"
 #include "ctl/prepared_records.h"
-#include "document.h"
-#include "plain_text.h"
+#include "documents/document.h"
+#include "records/plain_text.h"
 
 namespace texprobe::tests {
 namespace {

@@ -1,6 +1,6 @@
 // What `inspect` says of images, on images that are made here.
 
-#include "analysis.h"
+#include "inspect/analysis.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

@@ -1,7 +1,7 @@
 // What is made of a run that has ended, as a table: what was recorded and said, how it ended, and
 // what is to be remembered, removed or left alone.
 
-#include "judgement.h"
+#include "measure/judgement.h"
 
 #include <gtest/gtest.h>
 

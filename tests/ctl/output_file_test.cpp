@@ -1,6 +1,6 @@
 // -o: the file is there whole or as it was, keeps its modes, and nobody else's file is touched.
 
-#include "output_file.h"
+#include "process/output_file.h"
 
 #include <gtest/gtest.h>
 #include <sys/stat.h>

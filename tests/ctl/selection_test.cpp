@@ -1,6 +1,6 @@
 // Which record set a command means.
 
-#include "selection.h"
+#include "commands/selection.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -9,7 +9,7 @@
 #include <cstdlib>
 #include <filesystem>
 
-#include "document.h"
+#include "documents/document.h"
 #include "support/text.h"
 
 namespace texprobe::tests {

@@ -1,6 +1,6 @@
 // One supervised run: what the program gets, what is handed over, and how it ends.
 
-#include "supervised_run.h"
+#include "runs/supervised_run.h"
 
 #include <fcntl.h>
 #include <gmock/gmock.h>

@@ -6,13 +6,13 @@
 
 #include <sstream>
 
-#include "document.h"
-#include "output/text_times.h"
+#include "documents/document.h"
+#include "documents/times_document.h"
 #include "platform/scratch_folder.h"
 #include "support/text.h"
 #include "support/tool_folder.h"
+#include "text/text_times.h"
 #include "time/rounds.h"
-#include "time/times_document.h"
 
 namespace texprobe::tests {
 namespace {

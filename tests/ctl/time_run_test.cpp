@@ -9,8 +9,8 @@
 #include <filesystem>
 #include <sstream>
 
-#include "private_folder.h"
-#include "stop_signals.h"
+#include "process/private_folder.h"
+#include "process/stop_signals.h"
 #include "support/tool_folder.h"
 
 namespace texprobe::tests {

@@ -15,8 +15,8 @@
 #include <thread>
 #include <vector>
 
-#include "measuring_turn.h"
 #include "platform/scratch_folder.h"
+#include "runs/measuring_turn.h"
 #include "support/process.h"
 
 namespace {

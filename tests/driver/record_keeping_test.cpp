@@ -5,9 +5,9 @@
 #include <cmath>
 #include <limits>
 
-#include "TexProbe/records.h"
 #include "fake_tool.h"
 #include "golden.h"
+#include "records/records.h"
 
 namespace texprobe::tests {
 namespace {

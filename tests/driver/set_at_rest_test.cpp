@@ -18,8 +18,8 @@
 
 #include "fake_tool.h"
 #include "golden.h"
-#include "measuring_turn.h"
 #include "platform/scratch_folder.h"
+#include "runs/measuring_turn.h"
 #include "support/process.h"
 
 namespace texprobe::tests {

@@ -5,7 +5,7 @@
 
 #include <filesystem>
 
-#include "TexProbe/probe.h"
+#include "measuring/probe.h"
 
 namespace {
 

@@ -3,10 +3,10 @@
 #include <RecordStore/location.h>
 #include <gtest/gtest.h>
 #include <pwd.h>
+#include <runs/turn_settings.h>
 #include <sched.h>
 #include <sys/mount.h>
 #include <sys/stat.h>
-#include <turn_settings.h>
 #include <unistd.h>
 
 #include <cstdlib>

@@ -4,7 +4,7 @@
 #include <filesystem>
 #include <fstream>
 
-#include "turn_settings.h"
+#include "runs/turn_settings.h"
 
 namespace {
 

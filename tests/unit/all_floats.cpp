@@ -8,8 +8,8 @@
 #include <cstring>
 #include <vector>
 
-#include "TexProbe/conversions.h"
-#include "TexProbe/vectors.h"
+#include "measuring/conversions.h"
+#include "measuring/vectors.h"
 #include "slow_distance.h"
 
 namespace {

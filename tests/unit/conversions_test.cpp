@@ -8,7 +8,7 @@
 #include <limits>
 #include <random>
 
-#include "TexProbe/conversions.h"
+#include "measuring/conversions.h"
 #include "slow_distance.h"
 
 namespace {

@@ -12,9 +12,9 @@
 #include <utility>
 #include <vector>
 
-#include "TexProbe/distance.h"
-#include "TexProbe/pattern.h"
 #include "guarded_image.h"
+#include "measuring/distance.h"
+#include "measuring/pattern.h"
 #include "slow_distance.h"
 
 namespace {

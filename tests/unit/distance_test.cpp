@@ -7,8 +7,8 @@
 #include <cstdint>
 #include <vector>
 
-#include "TexProbe/distance.h"
 #include "guarded_image.h"
+#include "measuring/distance.h"
 
 namespace {
 

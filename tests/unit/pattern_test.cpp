@@ -9,8 +9,8 @@
 #include <cstring>
 #include <vector>
 
-#include "TexProbe/pattern.h"
 #include "guarded_image.h"
+#include "measuring/pattern.h"
 #include "scripted_random.h"
 
 namespace {

@@ -4,7 +4,7 @@
 
 #include <set>
 
-#include "TexProbe/pattern.h"
+#include "measuring/pattern.h"
 
 namespace {
 

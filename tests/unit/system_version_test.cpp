@@ -10,7 +10,7 @@
 #include <thread>
 #include <vector>
 
-#include "TexProbe/records.h"
+#include "records/records.h"
 
 namespace {
 

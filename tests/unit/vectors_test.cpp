@@ -8,8 +8,8 @@
 #include <random>
 #include <vector>
 
-#include "TexProbe/conversions.h"
-#include "TexProbe/vectors.h"
+#include "measuring/conversions.h"
+#include "measuring/vectors.h"
 #include "slow_distance.h"
 
 namespace {

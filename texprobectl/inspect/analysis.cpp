@@ -1,4 +1,4 @@
-#include "analysis.h"
+#include "inspect/analysis.h"
 
 #include <OpenGL/gl.h>
 #include <OpenGL/glext.h>
@@ -8,7 +8,7 @@
 #include <cmath>
 #include <limits>
 
-#include "faults.h"
+#include "inspect/faults.h"
 
 namespace texprobe::ctl {
 

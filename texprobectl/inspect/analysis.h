@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-#include "pixels.h"
+#include "inspect/pixels.h"
 
 namespace texprobe::ctl {
 

@@ -1,4 +1,4 @@
-#include "faults.h"
+#include "inspect/faults.h"
 
 #include <fmt/format.h>
 

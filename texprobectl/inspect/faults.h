@@ -6,7 +6,7 @@
 #include <optional>
 #include <string>
 
-#include "analysis.h"
+#include "inspect/analysis.h"
 
 namespace texprobe::ctl {
 

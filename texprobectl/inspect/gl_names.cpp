@@ -1,10 +1,10 @@
-#include "gl_names.h"
+#include "inspect/gl_names.h"
 
 #include <OpenGL/gl.h>
 #include <OpenGL/glext.h>
 #include <fmt/format.h>
 
-#include "cells.h"
+#include "records/cells.h"
 
 namespace texprobe::ctl {
 

@@ -1,4 +1,4 @@
-#include "inspect.h"
+#include "inspect/inspect.h"
 
 #include <fmt/format.h>
 
@@ -9,11 +9,11 @@
 #include <map>
 #include <sstream>
 
-#include "child.h"
-#include "inspected_test.h"
-#include "private_folder.h"
-#include "recorder_lines.h"
-#include "tool_output.h"
+#include "inspect/child/inspected_test.h"
+#include "inspect/child/recorder_lines.h"
+#include "measure/tool_output.h"
+#include "process/child.h"
+#include "process/private_folder.h"
 
 namespace texprobe::ctl {
 

@@ -8,9 +8,9 @@
 #include <string>
 #include <vector>
 
-#include "analysis.h"
-#include "catalogue.h"
-#include "machine.h"
+#include "inspect/analysis.h"
+#include "records/catalogue.h"
+#include "records/machine.h"
 
 namespace texprobe::ctl {
 

@@ -1,4 +1,4 @@
-#include "pictures.h"
+#include "inspect/pictures.h"
 
 #include <fmt/format.h>
 #include <png.h>
@@ -9,8 +9,8 @@
 #include <filesystem>
 #include <stdexcept>
 
-#include "gl_names.h"
-#include "output_file.h"
+#include "inspect/gl_names.h"
+#include "process/output_file.h"
 
 namespace texprobe::ctl {
 

@@ -5,7 +5,7 @@
 
 #include <string>
 
-#include "inspect.h"
+#include "inspect/inspect.h"
 
 namespace texprobe::ctl {
 

@@ -1,4 +1,4 @@
-#include "pixels.h"
+#include "inspect/pixels.h"
 
 #include <OpenGL/gl.h>
 #include <OpenGL/glext.h>

@@ -1,6 +1,6 @@
 #include "time/layouts.h"
 
-#include <TexProbe/pattern.h>
+#include <measuring/pattern.h>
 
 namespace texprobe::ctl {
 

@@ -6,8 +6,8 @@
 #include <map>
 #include <sstream>
 
-#include "child.h"
-#include "stop_signals.h"
+#include "process/child.h"
+#include "process/stop_signals.h"
 #include "time/layouts.h"
 #include "time/rounds.h"
 #include "time/timed_child.h"

@@ -1,6 +1,6 @@
 #include "time/timed_child.h"
 
-#include <TexProbe/driver.h>
+#include <measuring/driver.h>
 
 #include <charconv>
 #include <chrono>

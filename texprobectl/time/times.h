@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-#include "record_set.h"
+#include "records/record_set.h"
 #include "time/statistics.h"
 #include "time/ways.h"
 

@@ -5,7 +5,7 @@
 #include <OpenGL/gl.h>
 #include <OpenGL/glext.h>
 #include <OpenGL/glu.h>
-#include <TexProbe/pattern.h>
+#include <measuring/pattern.h>
 
 #include <array>
 #include <cstdio>

@@ -9,7 +9,7 @@
 #include <string>
 #include <string_view>
 
-#include "cells.h"
+#include "records/cells.h"
 
 namespace texprobe::ctl {
 

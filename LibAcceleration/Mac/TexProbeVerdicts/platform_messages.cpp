@@ -1,8 +1,0 @@
-#include "platform_messages.h"
-
-namespace texprobe {
-
-PlatformMessages::PlatformMessages() = default;
-PlatformMessages::~PlatformMessages() = default;
-
-}  // namespace texprobe

@@ -1,0 +1,8 @@
+#include "verdicts/platform_messages.h"
+
+namespace texprobe {
+
+PlatformMessages::PlatformMessages() = default;
+PlatformMessages::~PlatformMessages() = default;
+
+}  // namespace texprobe

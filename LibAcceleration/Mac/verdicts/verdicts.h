@@ -1,0 +1,82 @@
+// The verdicts on one renderer.
+
+#ifndef TEXPROBE_VERDICTS_VERDICTS_H
+#define TEXPROBE_VERDICTS_VERDICTS_H
+
+#include <array>
+#include <cstddef>
+
+#include "TexProbeVerdicts.h"
+#include "records/formats.h"
+#include "records/records.h"
+
+namespace {
+
+/// What is known of one renderer: 16 formats, 6 capabilities.
+class Verdicts {
+public:
+    Verdicts() {
+        for (auto& ofFormat : answers_) ofFormat.fill(TEXPROBE_UNKNOWN);
+    }
+
+    texprobe_answer& at(std::size_t format, std::size_t capability) {
+        return answers_[format][capability];
+    }
+    texprobe_answer at(std::size_t format, std::size_t capability) const {
+        return answers_[format][capability];
+    }
+
+    /// How many are decided: recorded, or never tested because what they need is a no.
+    std::size_t count_decided() const {
+        std::size_t count = 0;
+        for (const auto& of : answers_) {
+            const auto tested = [&](Capability capability) {
+                return of[capability] != TEXPROBE_UNKNOWN;
+            };
+            count += tested(kSupported);
+            const bool isSupportedNo = of[kSupported] == TEXPROBE_NO;
+            for (const Capability c : {kRenderable, kUploadSet, kUploadReset}) {
+                count += isSupportedNo || tested(c);
+            }
+            const bool isRenderableNo = isSupportedNo || of[kRenderable] == TEXPROBE_NO;
+            for (const Capability c : {kDownloadGet, kDownloadRead}) {
+                count += isRenderableNo || tested(c);
+            }
+        }
+        return count;
+    }
+
+    bool are_complete() const { return count_decided() == kCount; }
+
+    /// Where `other` says something else, nobody knows. How many that are.
+    std::size_t agree_with(const Verdicts& other) {
+        std::size_t differences = 0;
+        for (std::size_t format = 0; format < kFormatCount; ++format) {
+            for (std::size_t capability = 0; capability < kCapabilityCount; ++capability) {
+                if (at(format, capability) == other.at(format, capability)) continue;
+                at(format, capability) = TEXPROBE_UNKNOWN;
+                ++differences;
+            }
+        }
+        return differences;
+    }
+
+    /// Takes what `other` knows.
+    void replace_by(const Verdicts& other) {
+        for (std::size_t format = 0; format < kFormatCount; ++format) {
+            for (std::size_t capability = 0; capability < kCapabilityCount; ++capability) {
+                const texprobe_answer answer = other.at(format, capability);
+                if (answer != TEXPROBE_UNKNOWN) at(format, capability) = answer;
+            }
+        }
+    }
+
+    static constexpr std::size_t kCount = kFormatCount * kCapabilityCount;
+
+private:
+    std::array<std::array<texprobe_answer, kCapabilityCount>, kFormatCount> answers_;
+};
+
+}  // namespace
+
+#endif

@@ -1,0 +1,115 @@
+#include "commands/selection.h"
+
+#include <algorithm>
+#include <charconv>
+#include <filesystem>
+#include <string_view>
+
+#include "documents/document.h"
+
+namespace texprobe::ctl {
+
+namespace {
+
+bool is_number(std::string_view text) {
+    return !text.empty() &&
+           std::all_of(text.begin(), text.end(), [](char c) { return c >= '0' && c <= '9'; });
+}
+
+/// What follows the domain, which all identifiers have.
+std::string_view own_part(std::string_view id) {
+    const std::size_t begin = kDomain.size() + 1;
+    return id.size() > begin ? id.substr(begin) : std::string_view();
+}
+
+bool has_component(std::string_view text, std::string_view component) {
+    while (true) {
+        const std::size_t point = text.find('.');
+        if (text.substr(0, point) == component) return true;
+        if (point == std::string_view::npos) return false;
+        text.remove_prefix(point + 1);
+    }
+}
+
+/// A number that is in no list must not name a set by chance.
+bool has_part(const RecordSet& set, const std::string& part) {
+    const std::string_view own = own_part(set.id);
+    if (is_number(part)) return has_component(own, part);
+    return !part.empty() && own.find(part) != std::string_view::npos;
+}
+
+}  // namespace
+
+const RecordSet& find_set(const std::string& text, const RecordSets& all) {
+    if (is_number(text)) {
+        std::size_t number = 0;
+        const auto end = std::from_chars(text.data(), text.data() + text.size(), number);
+        if (end.ec == std::errc() && number >= 1 && number <= all.size()) return all[number - 1];
+    }
+
+    std::vector<const RecordSet*> found;
+    for (const RecordSet& set : all) {
+        if (set.id == text) return set;
+        if (has_part(set, text)) found.push_back(&set);
+    }
+    if (found.size() == 1) return *found.front();
+    // A renderer's whole ID means that renderer, although it may stand in a build, too.
+    const RecordSet* named = nullptr;
+    std::size_t count = 0;
+    for (const RecordSet* set : found) {
+        if (set->rendererID != text) continue;
+        named = set;
+        ++count;
+    }
+    if (count == 1) return *named;
+    if (found.empty()) {
+        throw UsageError("no record set matches \"" + text +
+                         "\"; expected an identifier, a part of one, or a number that "
+                         "`texprobectl list` shows");
+    }
+    throw UsageError("\"" + text + "\" matches " + std::to_string(found.size()) +
+                     " record sets; expected a part that only one identifier has, or a number "
+                     "that `texprobectl list` shows");
+}
+
+RecordSets find_sets(const std::vector<std::string>& texts, const RecordSets& all) {
+    RecordSets sets;
+    for (const std::string& text : texts) {
+        const RecordSet& found = find_set(text, all);
+        const bool isNew = std::none_of(sets.begin(), sets.end(),
+                                        [&](const RecordSet& set) { return set.id == found.id; });
+        if (isNew) sets.push_back(found);
+    }
+    return sets;
+}
+
+RecordSets find_sets_or_file(const std::string& text,
+                             const std::function<const RecordSets&()>& all) {
+    std::error_code ignored;
+    const bool isFile = text == "-" || (!is_number(text) && std::filesystem::exists(text, ignored));
+    return isFile ? read_documents({text}) : RecordSets{find_set(text, all())};
+}
+
+RecordSets present_sets(const RecordSets& all) {
+    RecordSets present;
+    for (const RecordSet& set : all) {
+        if (set.isPresent) present.push_back(set);
+    }
+    return present;
+}
+
+const RecordSet& only_present_set(const RecordSets& all) {
+    const RecordSets present = present_sets(all);
+    if (present.empty()) {
+        throw UsageError(
+            "nothing is recorded for this machine's present build; `texprobectl measure` measures "
+            "it");
+    }
+    if (present.size() > 1) {
+        throw UsageError("there are " + std::to_string(present.size()) +
+                         " record sets of this machine's present build; choose one with --set");
+    }
+    return find_set(present.front().id, all);
+}
+
+}  // namespace texprobe::ctl

@@ -1,0 +1,43 @@
+// Which record sets an argument means: an identifier, a part of one, the number that `list` shows,
+// or an exported file.
+
+#ifndef TEXPROBECTL_SELECTION_H
+#define TEXPROBECTL_SELECTION_H
+
+#include <functional>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+#include "records/catalogue.h"
+
+namespace texprobe::ctl {
+
+/// What the user asked for cannot be done; the text is one line for the user.
+class UsageError : public std::runtime_error {
+public:
+    using std::runtime_error::runtime_error;
+};
+
+/// The one set that `text` names: digits alone are a place in the list, or a whole component of an
+/// identifier; the domain, which all have, names none. Throws UsageError when there is none, or
+/// more than one.
+const RecordSet& find_set(const std::string& text, const RecordSets& all);
+
+/// The sets that these texts name, each once.
+RecordSets find_sets(const std::vector<std::string>& texts, const RecordSets& all);
+
+/// The sets of an exported file when `text` names a file and is no number, else the one set that it
+/// names. Asks for all sets only then: files need no store.
+RecordSets find_sets_or_file(const std::string& text,
+                             const std::function<const RecordSets&()>& all);
+
+/// Those of the present build.
+RecordSets present_sets(const RecordSets& all);
+
+/// The set of this machine's present build. Throws UsageError if there is none, or more than one.
+const RecordSet& only_present_set(const RecordSets& all);
+
+}  // namespace texprobe::ctl
+
+#endif

@@ -1,0 +1,130 @@
+#include "commands/time_command.h"
+
+#include <unistd.h>
+
+#include <algorithm>
+#include <iostream>
+#include <memory>
+
+#include "commands/cell_names.h"
+#include "commands/command_options.h"
+#include "commands/selection.h"
+#include "documents/times_document.h"
+#include "process/output_file.h"
+#include "process/stop_signals.h"
+#include "text/text_times.h"
+#include "text/time_progress.h"
+#include "time/time_run.h"
+
+namespace texprobe::ctl {
+
+namespace {
+
+struct TimeArguments {
+    std::vector<std::string> formats;
+    std::string size;
+    std::string set;
+    int seconds = 120;
+    int limit = 60;
+    bool json = false;
+};
+
+/// In the tool's order; all without a name.
+std::vector<std::size_t> find_formats(const std::vector<std::string>& names) {
+    std::vector<std::size_t> formats;
+    formats.reserve(kFormatCount);
+    for (const std::string& name : names) formats.push_back(find_format(name));
+    for (std::size_t i = 0; names.empty() && i < kFormatCount; ++i) formats.push_back(i);
+    std::sort(formats.begin(), formats.end());
+    formats.erase(std::unique(formats.begin(), formats.end()), formats.end());
+    return formats;
+}
+
+std::vector<ImageSize> find_sizes(const std::string& text) {
+    if (text.empty()) return {kUsualSizes.begin(), kUsualSizes.end()};
+    const auto size = parse_size(text);
+    if (!size) {
+        throw UsageError(
+            "--size expects 128, 512, 1080p, 2160p, or the side of a square, a "
+            "multiple of 4 from " +
+            std::to_string(kLeastSide) + " to " + std::to_string(kMostSide) + ", not \"" + text +
+            '"');
+    }
+    return {*size};
+}
+
+/// A set that can be timed here: of a renderer that is here, and of the present build.
+RecordSet find_timed_set(const std::string& name) {
+    const RecordSets all = read_all_record_sets(look_at_machine());
+    if (!name.empty()) {
+        const RecordSet& set = find_set(name, all);
+        if (!set.isPresent) {
+            throw UsageError(set.id +
+                             " is not of this machine's present build, so its renderer "
+                             "cannot be timed here");
+        }
+        return set;
+    }
+    return only_present_set(all);
+}
+
+bool has_numbers(const Times& times) {
+    return std::any_of(times.transfers.begin(), times.transfers.end(),
+                       [](const TransferTimes& transfer) { return !transfer.ways.empty(); });
+}
+
+int run_time(const TimeArguments& arguments, const Session& session) {
+    const TimeOptions options{session.self, find_formats(arguments.formats),
+                              find_sizes(arguments.size), arguments.seconds, arguments.limit};
+    const RecordSet set = find_timed_set(arguments.set);
+    const StopSignals stopSignals;
+    const auto view = make_time_progress_view(std::cerr, look_at_terminal(STDERR_FILENO));
+    const Times times = [&] {
+        try {
+            return time_transfers(set, options, *view);
+        } catch (...) {
+            view->finish();
+            throw;
+        }
+    }();
+    view->finish();
+    write_output({}, [&](std::ostream& stream) {
+        if (arguments.json) {
+            write_times(times, stream);
+        } else {
+            write_times_text(times, look_at_terminal(STDOUT_FILENO), stream);
+        }
+    });
+    StopSignals::check();
+    return has_numbers(times) ? 0 : 1;
+}
+
+}  // namespace
+
+void add_time(CLI::App* app, Session* session) {
+    CLI::App* command =
+        app->add_subcommand("time", "How fast the verified transfers are, and in which way");
+    const auto arguments = std::make_shared<TimeArguments>();
+    command->add_option("FORMAT", arguments->formats, "as `show` names them, such as GL_RGBA8")
+        ->type_name("");
+    command->add_option("--size", arguments->size, "Only 128, 512, 1080p, 2160p, or N by N")
+        ->type_name("N");
+    command->add_option("--set", arguments->set, kSet)->type_name("SET");
+    command->add_option("--within", arguments->seconds, "How long all may take, about")
+        ->type_name("SECONDS")
+        ->check(number_between(1, 86400))
+        ->capture_default_str();
+    command->add_option("--timeout", arguments->limit, "How long a step may take")
+        ->type_name("SECONDS")
+        ->check(number_between(1, 86400))
+        ->capture_default_str();
+    command->add_flag("--json", arguments->json, "Print a JSON document");
+    command->footer(
+        "Without FORMAT: all of them.\n"
+        "Without --set: the set of this machine's present build.\n"
+        "Formats and transfers whose verdict is not yes are not timed.\n"
+        "Nothing is recorded. Status 0 when something was timed.");
+    command->callback([=] { session->status = run_time(*arguments, *session); });
+}
+
+}  // namespace texprobe::ctl

@@ -1,0 +1,22 @@
+// The document of merged counts, as written and read back.
+
+#ifndef TEXPROBECTL_MERGED_DOCUMENT_H
+#define TEXPROBECTL_MERGED_DOCUMENT_H
+
+#include <ostream>
+
+#include "documents/document.h"
+#include "documents/merge.h"
+
+namespace texprobe::ctl {
+
+inline constexpr const char* kMergedSchema = "texprobe-merged";
+
+void write_merged(const Merged& merged, std::ostream& output);
+
+/// Adds one driver's counts. Throws DocumentError for counts that no sets can have.
+void read_merged(const JsonValue& value, const Expect& expect, Merged* merged);
+
+}  // namespace texprobe::ctl
+
+#endif

@@ -1,0 +1,153 @@
+#include "documents/times_document.h"
+
+#include <algorithm>
+
+#include "documents/document.h"
+#include "documents/json_lines.h"
+
+namespace texprobe::ctl {
+
+namespace {
+
+constexpr const char* kTimesSchema = "texprobe-times";
+
+Json way_of(const TransferTimes& transfer, const TimedWay& timed) {
+    return {{"way", kWays[timed.way].name},
+            {"rounds", timed.rounds},
+            {"lower_seconds", timed.seconds.lower},
+            {"median_seconds", timed.seconds.median},
+            {"upper_seconds", timed.seconds.upper},
+            {"megabytes_per_second", transfer.megabytes_per_second(timed)},
+            {"images_per_second", images_per_second(timed)}};
+}
+
+/// Each says of which record set it is, so that the documents of several can be put together.
+Json transfer_of(const Times& times, const TransferTimes& transfer) {
+    const TimedTransfer& what = transfer.what;
+    Json object = {{"id", times.id},
+                   {"renderer", text_or_null(times.renderer)},
+                   {"gl_version", text_or_null(times.glVersion)},
+                   {"name", kFormats[what.format].name},
+                   {"internal_format", kFormats[what.format].internalFormat},
+                   {"transfer", kCapabilities[what.transfer].member},
+                   {"width", what.size.width},
+                   {"height", what.size.height},
+                   {"state", name_of(transfer.state)},
+                   {"reason", transfer.reason},
+                   {"image_bytes", transfer.bytes},
+                   {"ways", Json::array()}};
+    for (const TimedWay& timed : transfer.ways) object["ways"].push_back(way_of(transfer, timed));
+    return object;
+}
+
+/// The place of a text among the names; fails at the member where it is none of them.
+template <class Names>
+std::size_t read_name(const JsonValue& object, const char* member, const Names& names,
+                      const Expect& expect) {
+    const std::string& text = expect.text(object, member);
+    const auto found = std::find_if(std::begin(names), std::end(names),
+                                    [&](const std::string& name) { return name == text; });
+    if (found == std::end(names)) {
+        expect.fail(expect.member(object, member), '"' + std::string(member) + "\" is " +
+                                                       in_quotes(text) + ", which is not known");
+    }
+    return static_cast<std::size_t>(found - std::begin(names));
+}
+
+template <class Rows, class NameOf>
+std::vector<std::string> names_of(const Rows& rows, NameOf nameOf) {
+    std::vector<std::string> names;
+    names.reserve(rows.size());
+    for (const auto& row : rows) names.emplace_back(nameOf(row));
+    return names;
+}
+
+double read_seconds(const JsonValue& object, const char* member, const Expect& expect) {
+    const JsonValue& value = expect.member(object, member);
+    const auto* number = value.as<double>();
+    const auto* integer = value.as<std::int64_t>();
+    const double seconds = number ? *number : integer ? static_cast<double>(*integer) : -1.0;
+    // No clock tells less, and a speed must not be infinite.
+    if (!(seconds >= 1e-12 && seconds < 1e9)) {
+        expect.fail(value,
+                    '"' + std::string(member) + "\" must be a number of seconds from 1e-12 to 1e9");
+    }
+    return seconds;
+}
+
+TimedWay read_way(const JsonValue& value, const Expect& expect) {
+    static const auto names = names_of(kWays, [](const Way& way) { return way.name; });
+    TimedWay timed;
+    timed.way = read_name(value, "way", names, expect);
+    timed.rounds = static_cast<int>(expect.integer(value, "rounds", 1, INT32_MAX));
+    timed.seconds = {read_seconds(value, "lower_seconds", expect),
+                     read_seconds(value, "median_seconds", expect),
+                     read_seconds(value, "upper_seconds", expect)};
+    if (timed.seconds.lower > timed.seconds.median || timed.seconds.median > timed.seconds.upper) {
+        expect.fail(value, "the lower, median and upper seconds must be in this order");
+    }
+    return timed;
+}
+
+TransferTimes read_transfer(const JsonValue& value, const Expect& expect) {
+    static const auto formats =
+        names_of(kFormats, [](const Format& format) { return format.name; });
+    static const auto capabilities =
+        names_of(kCapabilities, [](const CapabilityNames& names) { return names.member; });
+    static const std::vector<std::string> transfers(capabilities.begin() + kUploadSet,
+                                                    capabilities.end());
+    TransferTimes transfer;
+    transfer.what.format = read_name(value, "name", formats, expect);
+    transfer.what.transfer =
+        static_cast<Capability>(kUploadSet + read_name(value, "transfer", transfers, expect));
+    transfer.what.size = {static_cast<int>(expect.integer(value, "width", 1, 1 << 20)),
+                          static_cast<int>(expect.integer(value, "height", 1, 1 << 20))};
+    transfer.state = static_cast<TimedState>(read_name(value, "state", kTimedStateNames, expect));
+    transfer.reason = expect.text(value, "reason");
+    transfer.bytes =
+        static_cast<std::size_t>(expect.integer(value, "image_bytes", 0, std::int64_t{1} << 40));
+    for (const JsonValue& way : expect.array(value, "ways")) {
+        transfer.ways.push_back(read_way(way, expect));
+    }
+    if (transfer.bytes == 0 && !transfer.ways.empty()) {
+        expect.fail(expect.member(value, "image_bytes"),
+                    "\"image_bytes\" is 0, and an image was timed");
+    }
+    return transfer;
+}
+
+}  // namespace
+
+// One transfer a line: a person can read it, and diff(1) shows what differs.
+void write_times(const Times& times, std::ostream& output) {
+    output << "{\n  \"schema\": \"" << kTimesSchema
+           << "\",\n  \"schema_version\": " << kSchemaVersion << ",\n  \"transfers\": [";
+    const char* between = "\n    ";
+    for (const TransferTimes& transfer : times.transfers) {
+        output << between
+               << transfer_of(times, transfer).dump(-1, ' ', false, Json::error_handler_t::replace);
+        between = ",\n    ";
+    }
+    output << "\n  ]\n}\n";
+}
+
+std::vector<Times> read_times(const std::string& file) {
+    std::vector<Times> all;
+    read_document(
+        file, {{kTimesSchema, "transfers", [&](const JsonValue& value, const Expect& expect) {
+                    const std::string& id = expect.text(value, "id");
+                    auto found = std::find_if(all.begin(), all.end(),
+                                              [&](const Times& times) { return times.id == id; });
+                    if (found == all.end()) {
+                        all.push_back({id,
+                                       expect.text_or_null(value, "renderer"),
+                                       expect.text_or_null(value, "gl_version"),
+                                       {}});
+                        found = all.end() - 1;
+                    }
+                    found->transfers.push_back(read_transfer(value, expect));
+                }}});
+    return all;
+}
+
+}  // namespace texprobe::ctl

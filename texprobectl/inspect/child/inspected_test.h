@@ -1,0 +1,53 @@
+// The child of `inspect`: the inspected test, by the tool's own test code, on a renderer of this
+// machine. Takes no measuring turn and touches no record.
+
+#ifndef TEXPROBECTL_INSPECTED_TEST_H
+#define TEXPROBECTL_INSPECTED_TEST_H
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "records/cells.h"
+
+namespace texprobe::ctl {
+
+inline constexpr const char* kInspectTask = "inspect";
+
+/// What the child is to do.
+struct InspectionOrder {
+    /// Where it leaves the images.
+    std::string folder;
+    std::uint32_t renderer = 0;
+    Cell cell;
+    /// How many patterns the tool's process had made before it came to this renderer.
+    unsigned patternsBefore = 0;
+    /// Only this test, in a fresh context.
+    bool isAlone = false;
+};
+
+std::vector<std::string> words_of(const InspectionOrder& order);
+
+/// The task. On standard output it writes lines of the recorder's, and these:
+///   test N                             the test of cell N, 0 to 95, is the next
+///   image NAME N FORMAT TYPE           the file NAME.N holds an image of cell N in this layout;
+///                                      NAME is sent, returned or kept
+/// On standard error it writes what the tool does, and kTestBegins before the inspected test.
+int inspect_as_child(const std::vector<std::string>& arguments);
+
+inline constexpr const char* kTestBegins = "texprobectl: the inspected test begins";
+inline constexpr const char* kSentImage = "sent";
+inline constexpr const char* kReturnedImage = "returned";
+inline constexpr const char* kKeptImage = "kept";
+
+/// A cell's place among the tests.
+inline std::size_t number_of(const Cell& cell) {
+    return cell.format * kCapabilityCount + cell.capability;
+}
+inline Cell cell_of(std::size_t number) {
+    return {number / kCapabilityCount, static_cast<Capability>(number % kCapabilityCount)};
+}
+
+}  // namespace texprobe::ctl
+
+#endif

@@ -1,0 +1,334 @@
+#include "measure/measure.h"
+
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <csignal>
+#include <cstring>
+#include <ctime>
+#include <map>
+#include <thread>
+
+#include "measure/judgement.h"
+#include "measure/run_watch.h"
+#include "measure/running_tool.h"
+#include "process/signals.h"
+#include "records/marks.h"
+#include "records/preferences.h"
+#include "records/turn.h"
+
+namespace texprobe::ctl {
+
+namespace {
+
+std::string time_now() {
+    std::array<char, 32> text;
+    const std::time_t now = std::time(nullptr);
+    std::tm parts;
+    gmtime_r(&now, &parts);
+    return {text.data(), std::strftime(text.data(), text.size(), "%Y-%m-%dT%H:%M:%SZ", &parts)};
+}
+
+std::string describe_end(const RunEnd& end) {
+    if (end.kind == RunEnd::Kind::kSignalled) return "was ended by " + signal_name(end.number);
+    if (end.kind == RunEnd::Kind::kExited) {
+        return "ended with status " + std::to_string(end.number);
+    }
+    if (end.kind == RunEnd::Kind::kTimeLimit) return "made no progress and was killed";
+    return "ended";
+}
+
+/// What is still missing of one renderer's set; empty when nothing is.
+std::string describe_missing(const std::string& id, const std::optional<RecordSet>& set) {
+    const auto identity = parse_id(id);
+    const std::string of = " of " + (identity ? identity->rendererID : id);
+    if (!set) return "nothing is recorded" + of;
+    if (const std::size_t open = set->unmeasured()) {
+        return std::to_string(open) + " of 96 verdicts" + of + " are not recorded";
+    }
+    if (is_complete(*set)) return {};
+    return "the driver's names" + of + " are not recorded, which applications look for";
+}
+
+class Measurement {
+public:
+    Measurement(const MeasureOptions& options, const Machine& machine, MeasureWatcher& watcher)
+        : options_(options), machine_(machine), watcher_(watcher) {
+        for (const std::uint32_t renderer : machine.renderers) {
+            ids_.push_back(make_id(hexadecimal(renderer), machine.systemBuild));
+        }
+    }
+
+    MeasureResult run() {
+        result_.before = read_sets();
+        result_.predecessors = read_predecessors();
+        see_to_leftover();
+        if (watcher_.is_interrupted()) interrupt();
+        doneAtBegin_ = count_done(read_flags());
+        for (int idle = 0; !isOver_;) {
+            const std::size_t recorded = run_once();
+            ++result_.runs;
+            idle = recorded == 0 ? idle + 1 : 0;
+            if (!isOver_ && idle == 2) {
+                give_up("two runs in a row recorded nothing: " + describe_last_end());
+            }
+            if (!isOver_ && result_.runs == options_.attempts) {
+                give_up(std::to_string(options_.attempts) +
+                        " runs were not enough; the last one: " + describe_last_end());
+            }
+        }
+        result_.after = read_sets();
+        return std::move(result_);
+    }
+
+private:
+    RecordSets read_sets() const {
+        RecordSets sets;
+        for (const std::string& id : ids_) {
+            if (auto set = read_record_set(id, machine_)) sets.push_back(std::move(*set));
+        }
+        return sets;
+    }
+
+    /// Of each renderer the set of the build before the present one.
+    RecordSets read_predecessors() const {
+        const RecordSets all = read_record_sets(machine_);
+        RecordSets predecessors;
+        for (const std::string& id : ids_) {
+            RecordSet present;
+            present.id = id;
+            present.rendererID = parse_id(id).value_or(Identity{}).rendererID;
+            if (const RecordSet* set = find_predecessor(present, all)) predecessors.push_back(*set);
+        }
+        return predecessors;
+    }
+
+    FlagsByID read_flags() const {
+        FlagsByID flags;
+        for (const std::string& id : ids_) flags[id] = read_current_flags(id);
+        return flags;
+    }
+
+    /// The first thing that is missing of what applications look for; empty when nothing is.
+    std::string find_missing() const {
+        for (const std::string& id : ids_) {
+            std::string missing = describe_missing(id, read_record_set(id, machine_));
+            if (!missing.empty()) return missing;
+        }
+        return {};
+    }
+
+    std::string describe_last_end() const { return lastEnd_ + "; " + find_missing(); }
+
+    void give_up(const std::string& reason) {
+        isOver_ = true;
+        result_.kind = MeasureResult::Kind::kGivenUp;
+        result_.reason = reason;
+    }
+
+    void interrupt() {
+        isOver_ = true;
+        result_.kind = MeasureResult::Kind::kInterrupted;
+    }
+
+    /// Asked while the turn is waited for.
+    bool may_wait() {
+        if (const int holder = turn_holder()) watcher_.waits_for(holder);
+        return !watcher_.is_interrupted();
+    }
+
+    /// A `measure` that was killed has not seen its tool's end. What the tool had in hand may have
+    /// been no fault of the driver's, and is tested again.
+    void see_to_leftover() {
+        const auto left = runningTool_.left_behind();
+        if (!left) return;
+        if (!left->hasGone) {
+            // One that waits for its turn, or for an answer to the question, ends by itself.
+            const auto hasTurn = [&] { return is_in_group(turn_holder(), left->process); };
+            if (!hasTurn() || !watcher_.end_leftover(left->process) || !hasTurn()) return;
+            if (!end_leftover(left->process)) return;
+        }
+        const bool isDone =
+            under_turn([this] { return may_wait(); }, [this] { test_last_again(); });
+        if (isDone) runningTool_.forget();
+    }
+
+    /// False when it does not go.
+    bool end_leftover(int process) {
+        const auto hasGone = [&](int tenths) {
+            for (int i = 0; i < tenths && is_in_group(turn_holder(), process); ++i) {
+                std::this_thread::sleep_for(std::chrono::milliseconds(100));
+            }
+            return !is_in_group(turn_holder(), process);
+        };
+        kill(-process, SIGTERM);
+        if (hasGone(kTenthsToStop)) return true;
+        // As long as it hangs it has the turn, so that nobody takes its test for a verdict.
+        test_last_again();
+        kill(-process, SIGKILL);
+        const bool isDone = hasGone(50);
+        if (!isDone) watcher_.left_behind(process);
+        return isDone;
+    }
+
+    /// The test that an unfinished run was in is the last one before what is still to be measured.
+    void test_last_again() {
+        for (const std::string& id : ids_) {
+            const Flags flags = read_current_flags(id);
+            const auto next = next_unmeasured(flags);
+            const auto last = last_recorded(flags, next);
+            if (!next || !last) continue;
+            const bool isNo = !*flags.recorded[last->format][last->capability];
+            if (isNo && !read_mark(id, *last)) remove_records(id, {*last});
+            return;
+        }
+    }
+
+    /// With the driver's names, by which applications take the set for a measured one.
+    static bool remove_records(const std::string& id, const std::vector<Cell>& cells) {
+        Changes changes;
+        for (const Cell& cell : cells) changes[key_of(cell)] = std::nullopt;
+        for (const char* key : {"GL_VENDOR", "GL_VERSION", "GL_RENDERER"}) {
+            changes[key] = std::nullopt;
+        }
+        return write(id, changes);
+    }
+
+    /// How many verdicts the run has recorded.
+    std::size_t run_once() {
+        const FlagsByID before = read_flags();
+        RunWatch watch({before, begin_, doneAtBegin_}, runningTool_, watcher_);
+        // The tool has the turn then, and whoever gets it next finds no record of the test.
+        watch.onKill = [&] { remove_stopped_test(watch); };
+        const Program program{options_.tool,
+                              {},
+                              std::chrono::seconds(options_.seconds),
+                              std::chrono::milliseconds(100 * kTenthsToStop)};
+        const RunEnd end = run_supervised(program, watch);
+        if (end.kind == RunEnd::Kind::kNotStarted) {
+            give_up(options_.tool + " could not be started: " + std::strerror(end.number));
+            return 0;
+        }
+        if (end.isLeftBehind) watcher_.left_behind(watch.process());
+        lastEnd_ = "texprobe " + describe_end(end);
+        if (!watch.trouble().empty()) lastEnd_ += " (" + watch.trouble() + ")";
+        if (remember(watch, end)) runningTool_.forget_gone();
+        watch.show_recorded();
+        conclude(end);
+        const std::size_t was = count_recorded(before);
+        const std::size_t is = count_recorded(read_flags());
+        return is - std::min(is, was);
+    }
+
+    static std::size_t count_recorded(const FlagsByID& flags) {
+        std::size_t count = 0;
+        for (const auto& [id, ofSet] : flags) {
+            for (const auto& format : ofSet.recorded) {
+                for (const auto& flag : format) count += flag.has_value();
+            }
+        }
+        return count;
+    }
+
+    /// What is recorded decides, not how the run has ended.
+    void conclude(const RunEnd& end) {
+        if (end.kind == RunEnd::Kind::kStopped) return interrupt();
+        if (!find_missing().empty()) return;
+        isOver_ = true;
+        result_.kind = MeasureResult::Kind::kComplete;
+        for (const std::string& id : ids_) write(marks_of(id), {{kTimeKey, time_now()}});
+    }
+
+    RunFacts facts_of(const std::string& id, const RunWatch& watch, const RunEnd& end) const {
+        RunFacts facts = watch.facts(id);
+        const auto former = endedFromOutside_.find(id);
+        if (former != endedFromOutside_.end()) facts.endedFromOutside = former->second;
+        facts.end = end;
+        facts.seconds = options_.seconds;
+        return facts;
+    }
+
+    void remove_stopped_test(const RunWatch& watch) const {
+        if (!is_in_group(turn_holder(), watch.process())) return;
+        const std::string& id = watch.current_id();
+        const Judgement judgement = judge(facts_of(id, watch, {RunEnd::Kind::kStopped}));
+        if (!judgement.again.empty()) remove_records(id, judgement.again);
+    }
+
+    /// Writes what the run's lines and its end say of each verdict. False when records that say
+    /// nothing had to stay.
+    bool remember(const RunWatch& watch, const RunEnd& end) {
+        bool isDone = true;
+        std::optional<Cell> guilty;
+        for (const std::string& id : ids_) {
+            const RunFacts facts = facts_of(id, watch, end);
+            const Judgement judgement = judge(facts);
+            if (judgement.inHand) guilty = judgement.inHand;
+            remember_causes(id, judgement);
+            if (judgement.again.empty()) continue;
+            // Of no account where the run did end in that test by a fault.
+            if (judgement.inHand) endedFromOutside_[id].push_back(*judgement.inHand);
+            isDone &= test_again(id, judgement.again);
+        }
+        const auto cause = cause_of(end, options_.seconds);
+        const bool hasEnded = end.kind == RunEnd::Kind::kExited && end.number == 0 && !guilty;
+        const auto identity = parse_id(watch.current_id());
+        if (cause && !hasEnded && identity) watcher_.died(identity->rendererID, guilty, *cause);
+        return isDone;
+    }
+
+    /// Under the turn, so that nobody who measures loses a record that it has begun.
+    bool test_again(const std::string& id, const std::vector<Cell>& cells) {
+        bool isDone = false;
+        const auto remove = [&] {
+            const Flags now = read_current_flags(id);
+            std::vector<Cell> stillFalse;
+            for (const Cell& cell : cells) {
+                const auto& flag = now.recorded[cell.format][cell.capability];
+                if (flag && !*flag) stillFalse.push_back(cell);
+            }
+            isDone = stillFalse.empty() || remove_records(id, stillFalse);
+        };
+        // Who interrupts waits no longer than a second.
+        int pauses = 0;
+        return under_turn([&] { return may_wait() || ++pauses < 100; }, remove) && isDone;
+    }
+
+    static void remember_causes(const std::string& id, const Judgement& judgement) {
+        Changes marks;
+        for (const auto& [cell, cause] : judgement.causes) {
+            if (cause) {
+                marks[key_of(cell)] = mark_text(*cause);
+            } else if (read_mark(id, cell)) {
+                marks[key_of(cell)] = std::nullopt;
+            }
+        }
+        if (!marks.empty()) write(marks_of(id), marks);
+    }
+
+    /// Shorter than the time that the tool gives its test before it dies of the signal.
+    static constexpr int kTenthsToStop = 15;
+
+    const MeasureOptions& options_;
+    const Machine& machine_;
+    MeasureWatcher& watcher_;
+    RunningTool runningTool_;
+    std::vector<std::string> ids_;
+    MeasureResult result_;
+    bool isOver_ = false;
+    std::string lastEnd_;
+    std::map<std::string, std::vector<Cell>> endedFromOutside_;
+    std::size_t doneAtBegin_ = 0;
+    const std::chrono::steady_clock::time_point begin_ = std::chrono::steady_clock::now();
+};
+
+}  // namespace
+
+MeasureResult measure(const MeasureOptions& options, const Machine& machine,
+                      MeasureWatcher& watcher) {
+    return Measurement(options, machine, watcher).run();
+}
+
+}  // namespace texprobe::ctl

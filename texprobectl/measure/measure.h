@@ -1,0 +1,75 @@
+// Measuring: the tool, run as often as needed until a run completes, with a time limit for each
+// test, and with the memory of what crashed and what hung.
+
+#ifndef TEXPROBECTL_MEASURE_H
+#define TEXPROBECTL_MEASURE_H
+
+#include <optional>
+#include <string>
+
+#include "records/catalogue.h"
+#include "records/record_set.h"
+
+namespace texprobe::ctl {
+
+struct MeasureOptions {
+    std::string tool;
+    /// How long a test may take.
+    int seconds = 60;
+    int attempts = 200;
+};
+
+/// How far measuring has come.
+struct MeasureProgress {
+    std::string rendererID;
+    /// The test in hand; none while a renderer is being set up.
+    std::optional<Cell> cell;
+    /// Verdicts of all renderers.
+    std::size_t done = 0;
+    std::size_t all = 0;
+    /// Those of this renderer, of its 96.
+    std::size_t doneHere = 0;
+    /// None before there is something to estimate it from.
+    std::optional<int> secondsLeft;
+};
+
+/// Who watches measuring. Told on the caller's thread.
+class MeasureWatcher {
+public:
+    MeasureWatcher() = default;
+    MeasureWatcher(const MeasureWatcher&) = delete;
+    MeasureWatcher& operator=(const MeasureWatcher&) = delete;
+    virtual ~MeasureWatcher() = default;
+
+    virtual void progress(const MeasureProgress& progress) = 0;
+    /// A run died: in which test, as far as there was one, and how.
+    virtual void died(const std::string& rendererID, const std::optional<Cell>& cell,
+                      const Cause& cause) = 0;
+    /// Somebody else's run has the turn. Told again and again.
+    virtual void waits_for(int process) = 0;
+    /// The tool of a `measure` that was killed still has the turn. True to end it.
+    virtual bool end_leftover(int process) = 0;
+    /// A tool that was killed has not gone: the kernel waits for its device.
+    virtual void left_behind(int process) = 0;
+    virtual bool is_interrupted() = 0;
+};
+
+struct MeasureResult {
+    enum class Kind { kComplete, kGivenUp, kInterrupted };
+    Kind kind = Kind::kGivenUp;
+    /// Why it was given up: one line.
+    std::string reason;
+    int runs = 0;
+    /// The sets of this machine's renderers.
+    RecordSets before;
+    RecordSets after;
+    /// Those of the build before the present one.
+    RecordSets predecessors;
+};
+
+MeasureResult measure(const MeasureOptions& options, const Machine& machine,
+                      MeasureWatcher& watcher);
+
+}  // namespace texprobe::ctl
+
+#endif

@@ -1,0 +1,154 @@
+#include "measure/run_watch.h"
+
+#include <algorithm>
+#include <cmath>
+
+#include "measure/judgement.h"
+#include "records/preferences.h"
+#include "records/turn.h"
+
+namespace texprobe::ctl {
+
+namespace {
+
+Verdicts verdicts_of(const Flags& flags) {
+    RecordSet set;
+    decide_verdicts(flags, &set);
+    return set.verdicts;
+}
+
+}  // namespace
+
+std::size_t count_done(const FlagsByID& flags) {
+    std::size_t done = 0;
+    for (const auto& [id, ofSet] : flags) {
+        for (const auto& format : verdicts_of(ofSet)) {
+            for (const Verdict verdict : format) done += verdict != Verdict::kUnmeasured;
+        }
+    }
+    return done;
+}
+
+Flags read_current_flags(const std::string& id) {
+    refresh(id);
+    Flags flags;
+    if (read_number(id, "VERSION").value_or(0.0) < kCurrentVersion) return flags;
+    for_each_cell([&](const Cell& cell) {
+        flags.recorded[cell.format][cell.capability] = read_flag(id, key_of(cell));
+    });
+    return flags;
+}
+
+void RunWatch::started(int processID) {
+    process_ = processID;
+    runningTool_.remember(process_);
+}
+
+RunFacts RunWatch::facts(const std::string& id) const {
+    const auto find = [&](const FlagsByID& flags) {
+        const auto found = flags.find(id);
+        return found == flags.end() ? Flags{} : found->second;
+    };
+    RunFacts facts;
+    facts.atStart = find(atStart_);
+    facts.atTurn = atTurn_.count(id) != 0 ? find(atTurn_) : facts.atStart;
+    facts.said = find(said_);
+    facts.now = read_current_flags(id);
+    facts.wasTesting = hasTurn_ && isTesting_ && id == currentID_;
+    return facts;
+}
+
+bool RunWatch::line(Stream, std::string_view text) {
+    const ToolEvent event = parse_line(text);
+    if (const auto* trouble = std::get_if<ToolTrouble>(&event)) take_trouble(trouble->text);
+    if (const auto* begun = std::get_if<RendererBegun>(&event)) {
+        if (!currentID_.empty() && currentID_ != begun->id) show_recorded();
+        currentID_ = begun->id;
+        hasTurn_ = isTesting_ = false;
+        run_.flags[currentID_];
+    }
+    if (const auto* spoken = std::get_if<RendererSpokenOf>(&event)) begin_turn(spoken->id);
+    if (const auto* tests = std::get_if<TestsBegun>(&event)) {
+        begin_turn(tests->id);
+        isTesting_ = true;
+    }
+    if (std::holds_alternative<TestsDone>(event)) isTesting_ = false;
+    if (const auto* ended = std::get_if<TestEnded>(&event)) {
+        currentID_ = ended->id;
+        hasTurn_ = isTesting_ = true;
+        const Cell& cell = ended->cell;
+        said_[ended->id].recorded[cell.format][cell.capability] = ended->verdict;
+        run_.flags[ended->id].recorded[cell.format][cell.capability] = ended->verdict;
+    }
+    const bool isProgress = !std::holds_alternative<OtherLine>(event);
+    if (isProgress) tell_progress();
+    return isProgress;
+}
+
+/// The tool makes a context between this line and its first test, so what is recorded now is mostly
+/// what others have recorded.
+void RunWatch::begin_turn(const std::string& id) {
+    currentID_ = id;
+    if (hasTurn_) return;
+    hasTurn_ = true;
+    Flags flags = atTurn_[id] = read_current_flags(id);
+    // What may be the test in hand is not done.
+    const auto last = last_recorded(flags, next_unmeasured(flags));
+    if (last) {
+        auto& flag = flags.recorded[last->format][last->capability];
+        if (flag && !*flag) flag = run_.flags[id].recorded[last->format][last->capability];
+    }
+    run_.flags[id] = flags;
+}
+
+/// The first of the records says which file and which error, those after it what came of that.
+void RunWatch::take_trouble(const std::string& text) {
+    constexpr std::string_view kOfRecords = "*** texprobe records: ";
+    if (trouble_.compare(0, kOfRecords.size(), kOfRecords) != 0) trouble_ = text;
+}
+
+RunObserver::Wish RunWatch::look() {
+    if (watcher_.is_interrupted()) return Wish::kStop;
+    // Once a second is enough to see who has the turn, and to move the time left.
+    if (++looks_ % 10 != 0) return Wish::kGoOn;
+    if (waits_for_other()) return Wish::kGoOnAnew;
+    runningTool_.remember(process_);
+    tell_progress();
+    return Wish::kGoOn;
+}
+
+bool RunWatch::waits_for_other() {
+    const int holder = turn_holder();
+    if (holder == 0 || is_in_group(holder, process_)) return false;
+    // A tool that hung may have lost it.
+    hasTurn_ = false;
+    watcher_.waits_for(holder);
+    return true;
+}
+
+void RunWatch::show_recorded() {
+    if (currentID_.empty()) return;
+    run_.flags[currentID_] = read_current_flags(currentID_);
+    tell_progress();
+}
+
+void RunWatch::tell_progress() {
+    const auto identity = parse_id(currentID_);
+    if (!identity) return;
+    MeasureProgress progress;
+    progress.rendererID = identity->rendererID;
+    progress.cell = next_unmeasured(run_.flags[currentID_]);
+    progress.done = count_done(run_.flags);
+    progress.all = run_.flags.size() * kCellCount;
+    progress.doneHere = count_done({{currentID_, run_.flags[currentID_]}});
+    const std::size_t gained = progress.done - std::min(progress.done, run_.doneAtBegin);
+    if (gained > 0) {
+        const std::chrono::duration<double> elapsed = std::chrono::steady_clock::now() - run_.begin;
+        const double each = elapsed.count() / static_cast<double>(gained);
+        progress.secondsLeft =
+            static_cast<int>(std::lround(each * static_cast<double>(progress.all - progress.done)));
+    }
+    watcher_.progress(progress);
+}
+
+}  // namespace texprobe::ctl

@@ -1,0 +1,85 @@
+// One run of the tool while it lasts: what its lines said, how far it is, whether it has the turn,
+// and whom it waits for.
+
+#ifndef TEXPROBECTL_RUN_WATCH_H
+#define TEXPROBECTL_RUN_WATCH_H
+
+#include <runs/supervised_run.h>
+
+#include <chrono>
+#include <functional>
+#include <map>
+#include <string>
+
+#include "measure/judgement.h"
+#include "measure/measure.h"
+#include "measure/running_tool.h"
+#include "measure/tool_output.h"
+
+namespace texprobe::ctl {
+
+/// The flags of each set that is measured, by identifier.
+using FlagsByID = std::map<std::string, Flags>;
+
+/// The flags as they are recorded now; none of a set that the tool will clear before it measures.
+Flags read_current_flags(const std::string& id);
+
+/// What a run is begun with.
+struct RunBegin {
+    /// As they were before the run.
+    FlagsByID flags;
+    /// Of the whole measurement.
+    std::chrono::steady_clock::time_point begin;
+    std::size_t doneAtBegin = 0;
+};
+
+class RunWatch : public RunObserver {
+public:
+    RunWatch(RunBegin run, RunningTool& runningTool, MeasureWatcher& watcher)
+        : run_(std::move(run)), runningTool_(runningTool), watcher_(watcher) {}
+
+    void started(int processID) override;
+    bool line(Stream stream, std::string_view text) override;
+    Wish look() override;
+    void before_kill() override { onKill(); }
+
+    /// Called before a tool that was told to stop, and has not, is killed.
+    std::function<void()> onKill;
+
+    int process() const { return process_; }
+    /// What is known of the run for the judgement on one set.
+    RunFacts facts(const std::string& id) const;
+    /// What it complained about; empty if it did not.
+    const std::string& trouble() const { return trouble_; }
+    const std::string& current_id() const { return currentID_; }
+
+    /// Has the progress shown that is recorded, whatever was said.
+    void show_recorded();
+
+private:
+    void begin_turn(const std::string& id);
+    void take_trouble(const std::string& text);
+    void tell_progress();
+    bool waits_for_other();
+
+    RunBegin run_;
+    RunningTool& runningTool_;
+    MeasureWatcher& watcher_;
+    const FlagsByID atStart_ = run_.flags;
+    FlagsByID atTurn_;
+    FlagsByID said_;
+    int process_ = 0;
+    // As far as the tool's lines and the last look tell.
+    bool hasTurn_ = false;
+    bool isTesting_ = false;
+    std::string currentID_;
+    std::string trouble_;
+    int looks_ = 0;
+};
+
+/// How many verdicts of these sets are decided.
+std::size_t count_done(const FlagsByID& flags);
+
+}  // namespace texprobe::ctl
+
+#endif

@@ -1,0 +1,57 @@
+#include "measure/tool_output.h"
+
+#include <optional>
+
+#include "records/record_set.h"
+
+namespace texprobe::ctl {
+
+namespace {
+
+bool starts_with(std::string_view text, std::string_view beginning) {
+    return text.substr(0, beginning.size()) == beginning;
+}
+
+/// "GL_RGBA8 upload SET: 1" and so on.
+std::optional<TestEnded> parse_result(std::string_view text) {
+    for (std::size_t format = 0; format < kFormatCount; ++format) {
+        const std::string_view name = kFormats[format].name;
+        if (!starts_with(text, name) || text.substr(name.size(), 1) != " ") continue;
+        const std::string_view rest = text.substr(name.size() + 1);
+        for (std::size_t i = 0; i < kCapabilityCount; ++i) {
+            const std::string_view label = kCapabilities[i].printed;
+            if (!starts_with(rest, label)) continue;
+            const std::string_view outcome = rest.substr(label.size());
+            if (outcome != ": 0" && outcome != ": 1") continue;
+            return TestEnded{{}, {format, static_cast<Capability>(i)}, outcome == ": 1"};
+        }
+    }
+    return std::nullopt;
+}
+
+}  // namespace
+
+ToolEvent parse_line(std::string_view line) {
+    const std::size_t trouble = line.find("*** ");
+    if (trouble != std::string_view::npos) return ToolTrouble{std::string(line.substr(trouble))};
+    // A driver may have left something on the line before.
+    const std::size_t begin = line.find(kDomain);
+    if (begin == std::string_view::npos) return OtherLine{};
+    line.remove_prefix(begin);
+    const std::size_t bracket = line.find('[');
+    const std::size_t space = line.find("] ");
+    if (bracket == std::string_view::npos || space == std::string_view::npos) return OtherLine{};
+    const std::string id(line.substr(0, bracket));
+    if (!parse_id(id)) return OtherLine{};
+    const std::string_view text = line.substr(space + 2);
+    if (starts_with(text, "testing renderer: ")) return RendererBegun{id};
+    if (starts_with(text, "GL_ARB_pixel_buffer_object : ")) return TestsBegun{id};
+    if (starts_with(text, "GL_VENDOR: ")) return TestsDone{id};
+    if (auto ended = parse_result(text)) {
+        ended->id = id;
+        return *ended;
+    }
+    return RendererSpokenOf{id};
+}
+
+}  // namespace texprobe::ctl

@@ -1,0 +1,36 @@
+// The noes of a record set's transfers, each with what an inspection says and shows of it.
+
+#ifndef TEXPROBECTL_PICTURED_NO_H
+#define TEXPROBECTL_PICTURED_NO_H
+
+#include <functional>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "inspect/pictures.h"
+#include "records/catalogue.h"
+#include "records/machine.h"
+
+namespace texprobe::ctl {
+
+struct PicturedNo {
+    Cell cell;
+    std::string sentence;
+    /// None where no pixels came back.
+    std::optional<Pictures> pictures;
+};
+
+struct PicturedNoes {
+    /// Why this machine cannot inspect the set; empty if it can.
+    std::string trouble;
+    std::vector<PicturedNo> noes;
+};
+
+/// Inspects each of them. `all` are this machine's sets; `begin` is told of each before it begins.
+PicturedNoes picture_noes(const std::string& self, const RecordSet& set, const RecordSets& all,
+                          const Machine& machine, const std::function<void(const Cell&)>& begin);
+
+}  // namespace texprobe::ctl
+
+#endif

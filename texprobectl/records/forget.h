@@ -1,0 +1,27 @@
+// Removing record sets, so that they are measured again.
+
+#ifndef TEXPROBECTL_FORGET_H
+#define TEXPROBECTL_FORGET_H
+
+#include <string>
+
+#include "records/catalogue.h"
+
+namespace texprobe::ctl {
+
+struct Forgotten {
+    std::size_t sets = 0;
+    /// Why some or all of them are still there; empty when none is.
+    std::string trouble;
+};
+
+/// Removes the version, the strings, the verdicts and what `measure` remembered of each set; does
+/// nothing while somebody measures.
+Forgotten forget(const RecordSets& sets);
+
+/// Those that are not of this machine's renderers and present build.
+RecordSets outdated_sets(const RecordSets& all);
+
+}  // namespace texprobe::ctl
+
+#endif

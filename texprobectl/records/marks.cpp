@@ -1,0 +1,75 @@
+#include "records/marks.h"
+
+#include <charconv>
+#include <string_view>
+
+namespace texprobe::ctl {
+
+namespace {
+
+constexpr const char* kMarksDomain = "org.texprobe.texprobectl";
+constexpr const char* kRunningKey = "RUNNING_TOOL";
+
+std::optional<int> number_in(std::string_view text) {
+    int number = 0;
+    const auto end = std::from_chars(text.data(), text.data() + text.size(), number);
+    if (end.ec != std::errc() || end.ptr != text.data() + text.size()) return std::nullopt;
+    return number;
+}
+
+std::optional<Cause> parse_mark(std::string_view text) {
+    if (text == "seen") return Seen{};
+    const std::size_t space = text.find(' ');
+    if (space == std::string_view::npos) return std::nullopt;
+    const std::string_view kind = text.substr(0, space);
+    const std::string_view rest = text.substr(space + 1);
+    if (kind == "signal") return Crashed{std::string(rest)};
+    const auto number = number_in(rest);
+    if (kind == "status" && number) return Exited{*number};
+    if (kind == "seconds" && number) return Hung{*number};
+    return std::nullopt;
+}
+
+}  // namespace
+
+std::string marks_of(const std::string& id) {
+    return kMarksDomain + id.substr(kDomain.size());
+}
+
+std::optional<Cause> read_mark(const std::string& id, const Cell& cell) {
+    const auto text = read_text(marks_of(id), key_of(cell));
+    return text ? parse_mark(*text) : std::nullopt;
+}
+
+std::string mark_text(const Cause& cause) {
+    if (const auto* crashed = std::get_if<Crashed>(&cause)) return "signal " + crashed->signal;
+    if (const auto* exited = std::get_if<Exited>(&cause)) {
+        return "status " + std::to_string(exited->status);
+    }
+    if (const auto* hung = std::get_if<Hung>(&cause)) {
+        return "seconds " + std::to_string(hung->seconds);
+    }
+    return "seen";
+}
+
+std::optional<std::string> read_time(const std::string& id) {
+    return read_text(marks_of(id), kTimeKey);
+}
+
+/// "4711 <identity>"
+std::optional<RunningToolMark> read_running_tool() {
+    refresh(kMarksDomain);
+    const std::string text = read_text(kMarksDomain, kRunningKey).value_or("");
+    const std::size_t space = text.find(' ');
+    const auto process = number_in(std::string_view(text).substr(0, space));
+    if (!process || space == std::string::npos) return std::nullopt;
+    return RunningToolMark{*process, text.substr(space + 1)};
+}
+
+bool write_running_tool(const std::optional<RunningToolMark>& mark) {
+    Change change;
+    if (mark) change = std::to_string(mark->process) + ' ' + mark->identity;
+    return write(kMarksDomain, {{kRunningKey, change}});
+}
+
+}  // namespace texprobe::ctl

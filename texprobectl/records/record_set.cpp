@@ -1,0 +1,95 @@
+#include "records/record_set.h"
+
+#include <algorithm>
+
+namespace texprobe::ctl {
+
+namespace {
+
+bool is_lower_hexadecimal(std::string_view text) {
+    return !text.empty() && text.size() <= 8 && std::all_of(text.begin(), text.end(), [](char c) {
+        return (c >= '0' && c <= '9') || (c >= 'a' && c <= 'f');
+    });
+}
+
+Verdict failed_by(const std::optional<Cause>& cause) {
+    if (!cause || std::holds_alternative<Seen>(*cause)) return Verdict::kNo;
+    return std::holds_alternative<Hung>(*cause) ? Verdict::kHung : Verdict::kCrashed;
+}
+
+/// Of a cell without a record: is what it presupposes a no?
+Verdict unrecorded(const Cell& cell, const RecordSet& set) {
+    const auto needed = precondition(cell.capability);
+    if (!needed) return Verdict::kUnmeasured;
+    const Verdict verdict = set.verdict({cell.format, *needed});
+    const bool isOut = is_failure(verdict) || verdict == Verdict::kNotApplicable;
+    return isOut ? Verdict::kNotApplicable : Verdict::kUnmeasured;
+}
+
+}  // namespace
+
+std::size_t RecordSet::unmeasured() const {
+    std::size_t count = 0;
+    for_each_cell([&](const Cell& cell) { count += verdict(cell) == Verdict::kUnmeasured; });
+    return count;
+}
+
+const Detail* RecordSet::detail(const Cell& cell) const {
+    const auto found = std::find_if(details.begin(), details.end(),
+                                    [&](const Detail& detail) { return detail.cell == cell; });
+    return found == details.end() ? nullptr : &*found;
+}
+
+std::optional<Identity> parse_id(std::string_view id) {
+    if (id.substr(0, kDomain.size()) != kDomain) return std::nullopt;
+    id.remove_prefix(kDomain.size());
+    if (id.empty() || id.front() != '.') return std::nullopt;
+    id.remove_prefix(1);
+    const std::size_t point = id.find('.');
+    if (point == std::string_view::npos || point + 1 == id.size()) return std::nullopt;
+    if (!is_lower_hexadecimal(id.substr(0, point))) return std::nullopt;
+    return Identity{std::string(id.substr(0, point)), std::string(id.substr(point + 1))};
+}
+
+std::string make_id(std::string_view rendererID, std::string_view systemBuild) {
+    std::string id(kDomain);
+    return id.append(".").append(rendererID).append(".").append(systemBuild);
+}
+
+void decide_verdicts(const Flags& flags, RecordSet* set) {
+    set->details.clear();
+    set->hasUnseenNo = false;
+    for_each_cell([&](const Cell& cell) {
+        Verdict& verdict = set->verdicts[cell.format][cell.capability];
+        const auto& recorded = flags.recorded[cell.format][cell.capability];
+        const auto& cause = flags.causes[cell.format][cell.capability];
+        if (!recorded) {
+            verdict = unrecorded(cell, *set);
+            return;
+        }
+        verdict = *recorded ? Verdict::kYes : failed_by(cause);
+        // What is remembered counts only while the record is false.
+        if (verdict == Verdict::kCrashed || verdict == Verdict::kHung) {
+            set->details.push_back({cell, *cause});
+        }
+        if (verdict == Verdict::kNo && !cause) set->hasUnseenNo = true;
+    });
+}
+
+bool is_complete(const RecordSet& set) {
+    return set.version && *set.version >= kCurrentVersion && set.vendor && set.glVersion &&
+           set.renderer && set.unmeasured() == 0;
+}
+
+std::string describe(const Cause& cause) {
+    if (const auto* crashed = std::get_if<Crashed>(&cause)) return "ended by " + crashed->signal;
+    if (const auto* exited = std::get_if<Exited>(&cause)) {
+        return "ended the tool with status " + std::to_string(exited->status);
+    }
+    if (const auto* hung = std::get_if<Hung>(&cause)) {
+        return "did not end within " + std::to_string(hung->seconds) + " s";
+    }
+    return "failed";
+}
+
+}  // namespace texprobe::ctl

@@ -1,0 +1,132 @@
+// What is known of one renderer under one build of the system: its record set.
+
+#ifndef TEXPROBECTL_RECORD_SET_H
+#define TEXPROBECTL_RECORD_SET_H
+
+#include <array>
+#include <map>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <variant>
+#include <vector>
+
+#include "records/cells.h"
+
+namespace texprobe::ctl {
+
+/// The domain of the tool's records: "<domain>.<renderer ID>.<system build>" is a set's identifier.
+inline constexpr std::string_view kDomain = "org.texprobe.texprobe2";
+
+/// Records of an older version are measured again.
+inline constexpr double kCurrentVersion = 0.21;
+
+enum class Verdict {
+    kYes,
+    kNo,
+    /// No record yet.
+    kUnmeasured,
+    /// No record, because what it presupposes is no.
+    kNotApplicable,
+    /// A no, because the run died in the test.
+    kCrashed,
+    /// A no, because the test did not come back.
+    kHung,
+};
+inline constexpr std::size_t kVerdictCount = 6;
+inline constexpr std::array<const char*, kVerdictCount> kVerdictNames = {
+    "yes", "no", "unmeasured", "not_applicable", "crashed", "hung"};
+
+inline const char* name_of(Verdict verdict) {
+    return kVerdictNames[static_cast<std::size_t>(verdict)];
+}
+
+/// A no of any kind: the application must not rely on it.
+inline bool is_failure(Verdict verdict) {
+    return verdict == Verdict::kNo || verdict == Verdict::kCrashed || verdict == Verdict::kHung;
+}
+
+// How a false record came about, as far as `measure` has seen it.
+struct Crashed {
+    /// "SIGSEGV"; signals have different numbers on different systems.
+    std::string signal;
+    bool operator==(const Crashed&) const = default;
+};
+struct Exited {
+    int status = 0;
+    bool operator==(const Exited&) const = default;
+};
+struct Hung {
+    int seconds = 0;
+    bool operator==(const Hung&) const = default;
+};
+/// The test came back and said no.
+struct Seen {
+    bool operator==(const Seen&) const = default;
+};
+using Cause = std::variant<Crashed, Exited, Hung, Seen>;
+
+/// What is known of one crash or hang.
+struct Detail {
+    Cell cell;
+    Cause cause;
+    bool operator==(const Detail&) const = default;
+};
+
+using Verdicts = std::array<std::array<Verdict, kCapabilityCount>, kFormatCount>;
+
+struct RecordSet {
+    std::string id;
+    /// Lower-case hexadecimal, as in the identifier.
+    std::string rendererID;
+    std::string systemBuild;
+    std::optional<double> version;
+    /// Of a renderer that this machine lists now, and of its present build.
+    bool isPresent = false;
+    /// Current, with its three strings, and without a verdict that is still to be measured.
+    bool isComplete = false;
+    std::optional<std::string> vendor;
+    std::optional<std::string> glVersion;
+    std::optional<std::string> renderer;
+    Verdicts verdicts = {};
+    std::vector<Detail> details;
+    /// Some plain no was recorded outside `measure`, and may have been a crash. Not in documents.
+    bool hasUnseenNo = false;
+
+    Verdict verdict(const Cell& cell) const { return verdicts[cell.format][cell.capability]; }
+    std::size_t unmeasured() const;
+    const Detail* detail(const Cell& cell) const;
+    bool operator==(const RecordSet&) const = default;
+};
+
+using RecordSets = std::vector<RecordSet>;
+
+/// An identifier taken apart.
+struct Identity {
+    std::string rendererID;
+    std::string systemBuild;
+};
+/// None for an identifier that is no record set's.
+std::optional<Identity> parse_id(std::string_view id);
+
+std::string make_id(std::string_view rendererID, std::string_view systemBuild);
+
+/// The flags that are recorded, and what is remembered of the false ones, by cell.
+struct Flags {
+    std::array<std::array<std::optional<bool>, kCapabilityCount>, kFormatCount> recorded;
+    std::array<std::array<std::optional<Cause>, kCapabilityCount>, kFormatCount> causes;
+};
+
+/// Fills the verdicts and the details.
+void decide_verdicts(const Flags& flags, RecordSet* set);
+
+/// Is the set current, does it name its renderer, and is nothing in it unmeasured? An application
+/// takes a set by its version and its three strings alone.
+bool is_complete(const RecordSet& set);
+
+/// "signal SIGSEGV", "60 s" and the like.
+std::string describe(const Cause& cause);
+
+}  // namespace texprobe::ctl
+
+#endif

@@ -1,0 +1,151 @@
+#include "text/text_inspection.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+
+#include "inspect/gl_names.h"
+#include "records/plain_text.h"
+#include "text/text_matrix.h"
+
+namespace texprobe::ctl {
+
+namespace {
+
+constexpr std::size_t kWidth = 80;
+
+/// Broken at blanks, which `separator` ends with; the lines after the first are indented.
+std::string wrapped(const std::string& given, std::size_t indent,
+                    std::string_view separator = " ") {
+    const std::string text = plain(given);
+    std::string result;
+    std::size_t column = indent;
+    for (std::size_t at = 0; at < text.size();) {
+        const std::size_t found = text.find(separator, at);
+        const std::size_t end =
+            found == std::string::npos ? text.size() : found + separator.size() - 1;
+        const std::string word = text.substr(at, end - at);
+        if (at > 0 && column + 1 + word.size() > kWidth) {
+            result += '\n' + std::string(indent, ' ');
+            column = indent;
+        } else if (at > 0) {
+            result += ' ';
+            ++column;
+        }
+        result += word;
+        column += word.size();
+        at = end + 1;
+    }
+    return result;
+}
+
+class InspectionText {
+public:
+    InspectionText(const Inspection& inspection, const Terminal& terminal, std::ostream& stream)
+        : inspection_(inspection), terminal_(terminal), stream_(stream) {}
+
+    void write() {
+        const Cell& cell = inspection_.cell;
+        const std::string title =
+            fmt::format("{} {} on {}", kFormats[cell.format].name,
+                        kCapabilities[cell.capability].words, plain(inspection_.renderer));
+        stream_ << coloured(title, "1", terminal_) << '\n' << plain(inspection_.id) << "\n\n";
+        stream_ << wrapped(inspection_.sentence, 0) << "\n\n";
+        write_verdicts();
+        if (inspection_.evidence) write_layouts();
+        if (inspection_.analysis) write_channels();
+        write_calls();
+    }
+
+private:
+    void item(const char* name, const std::string& text) {
+        constexpr std::size_t kIndent = 15;
+        stream_ << fmt::format("{:<{}}{}\n", name, kIndent, wrapped(text, kIndent));
+    }
+
+    std::string describe_agreement() const {
+        const bool isYes = inspection_.recorded == Verdict::kYes;
+        if (!isYes && !is_failure(inspection_.recorded)) return "";
+        return isYes == *inspection_.verdict ? "; they agree" : "; they do not agree";
+    }
+
+    void write_verdicts() {
+        item("recorded", show_verdict(inspection_.recorded, {}).text +
+                             (inspection_.isOfPresentBuild ? "" : ", under another build"));
+        if (inspection_.verdict) {
+            item("this run", (*inspection_.verdict ? "yes" : "no") + describe_agreement());
+        } else {
+            item("this run", "none");
+        }
+        if (inspection_.score) {
+            item("score", fmt::format("{:g} % (99 % is a match), distance {}",
+                                      inspection_.score->percent, inspection_.score->distance));
+        }
+        item("tests before",
+             inspection_.isAlone ? "none (--alone)" : "replayed, as in a first run");
+    }
+
+    void write_layouts() {
+        const auto describe = [](const Image& image) {
+            return fmt::format("{}, {}", gl_name(image.layout.format), gl_name(image.layout.type));
+        };
+        item("sent", describe(inspection_.evidence->sent));
+        item("came back", describe(inspection_.evidence->returned));
+    }
+
+    void write_channels() {
+        const Analysis& analysis = *inspection_.analysis;
+        stream_ << fmt::format("\n{:<11}{:>14}{:>14}{:>20}  {}\n", "channel", "largest error",
+                               "mean error", "pixels that differ", "first at");
+        for (const ChannelErrors& errors : analysis.channels) {
+            const std::string first =
+                errors.first
+                    ? fmt::format("row {}, column {}", errors.first->row, errors.first->column)
+                    : "";
+            const std::string line =
+                fmt::format("{:<11}{:>14.6g}{:>14.4g}{:>20}  {}", name_of(errors.channel),
+                            errors.largest, errors.mean, errors.pixels, first);
+            stream_ << line.substr(0, line.find_last_not_of(' ') + 1) << '\n';
+        }
+        stream_ << (analysis.steps ? fmt::format("Errors are in steps of 1/{}.\n", *analysis.steps)
+                                   : "Errors are differences of values from 0 to 1.\n");
+    }
+
+    void write_calls() {
+        if (inspection_.calls.empty()) return;
+        stream_ << "\nThe calls of the test, and what OpenGL reported after each:\n";
+        std::size_t errors = 0;
+        for (const std::string& error : inspection_.pendingErrors) {
+            stream_ << "  " << error << " was left by the tests before\n";
+        }
+        for (const InspectedCall& call : inspection_.calls) {
+            errors += call.errors.size();
+            write_call(call);
+        }
+        if (errors == 0) stream_ << "No call has reported an error.\n";
+    }
+
+    void write_call(const InspectedCall& call) {
+        std::string text = call.text;
+        if (!call.result.empty()) text += " = " + call.result;
+        stream_ << "  " << wrapped(text, 6, ", ") << '\n';
+        if (!call.chosen.empty()) stream_ << "      the driver chose " << call.chosen << '\n';
+        for (const std::string& error : call.errors) {
+            stream_ << "      " << coloured(error, "31", terminal_) << '\n';
+        }
+        if (!call.hasReturned) stream_ << "      did not return\n";
+    }
+
+    const Inspection& inspection_;
+    const Terminal& terminal_;
+    std::ostream& stream_;
+};
+
+}  // namespace
+
+void write_inspection_text(const Inspection& inspection, const Terminal& terminal,
+                           std::ostream& stream) {
+    InspectionText(inspection, terminal, stream).write();
+}
+
+}  // namespace texprobe::ctl

@@ -1,0 +1,46 @@
+// The sixteen formats by six capabilities as text, and what else people read of a record set.
+
+#ifndef TEXPROBECTL_TEXT_MATRIX_H
+#define TEXPROBECTL_TEXT_MATRIX_H
+
+#include <functional>
+#include <optional>
+#include <ostream>
+#include <string>
+
+#include "process/terminal.h"
+#include "records/record_set.h"
+
+namespace texprobe::ctl {
+
+/// A cell's text, and how it is shown.
+struct Shown {
+    std::string text;
+    /// What the text takes on screen.
+    std::size_t width = 0;
+    /// Of the terminal: "32" is green.
+    const char* colour = "";
+};
+
+Shown show_verdict(Verdict verdict, const Terminal& terminal);
+
+/// As a `colour`.
+constexpr const char* kBold = "1";
+
+/// In colour where there are colours.
+std::string coloured(const std::string& text, const char* colour, const Terminal& terminal);
+
+void write_matrix(const std::function<Shown(const Cell&)>& show, const Terminal& terminal,
+                  std::ostream& stream);
+
+/// "complete", "40 of 96 verdicts", "of an older version".
+std::string describe_state(const RecordSet& set);
+
+/// "4.5 Mesa 22.3.6": without what every driver of a compatibility profile says.
+std::string short_driver(const std::optional<std::string>& glVersion);
+
+std::string renderer_name(const RecordSet& set);
+
+}  // namespace texprobe::ctl
+
+#endif
