@@ -12,7 +12,7 @@ namespace texprobe::ctl {
 
 namespace {
 
-// Below are the system's own: "bin", "games" and "mail" name nobody.
+// Below are the system's own: "bin", "games" and "mail" name no person.
 constexpr uid_t kFirstPerson = 1000;
 constexpr uid_t kNobody = 65534;
 

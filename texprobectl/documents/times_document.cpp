@@ -118,7 +118,7 @@ TransferTimes read_transfer(const JsonValue& value, const Expect& expect) {
 
 }  // namespace
 
-// One transfer a line: a person can read it, and diff(1) shows what differs.
+// One transfer a line: a person can read it, and diff(1) shows the differences.
 void write_times(const Times& times, std::ostream& output) {
     output << "{\n  \"schema\": \"" << kTimesSchema
            << "\",\n  \"schema_version\": " << kSchemaVersion << ",\n  \"transfers\": [";

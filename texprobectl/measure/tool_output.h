@@ -1,4 +1,4 @@
-// What the tool's lines say of its progress.
+// The tool's progress, read from its lines.
 
 #ifndef TEXPROBECTL_TOOL_OUTPUT_H
 #define TEXPROBECTL_TOOL_OUTPUT_H

@@ -1,4 +1,4 @@
-// What the tool's test code does with OpenGL: each call in order, what was sent and what came back.
+// Records the OpenGL calls of the tool's test code in order, the image sent and the one returned.
 //
 // Images are always taken, which makes no call of OpenGL. Calls are told, and OpenGL asked for its
 // errors, only while the recorder is on: so the tests that are replayed before the inspected one
@@ -22,7 +22,7 @@ namespace texprobe::ctl {
 struct RecordedImages {
     std::optional<Image> sent;
     std::optional<Image> returned;
-    /// What the unpack buffer holds after the transfer.
+    /// The unpack buffer's contents after the transfer.
     std::optional<Image> kept;
 };
 
@@ -39,7 +39,7 @@ public:
     /// Those since the last time.
     RecordedImages take_images();
 
-    // What the recorded calls tell.
+    // Learned from the recorded calls.
 
     void before(const std::string& call);
     void after();
