@@ -47,7 +47,7 @@ bool has_reversed_bytes(const ComparedImages& images) {
     const Image& returned = images.evidence.returned;
     const Image reversed = with_reversed_bytes(sent);
     if (reversed.bytes == sent.bytes) return false;
-    // Reversed floats are mostly no numbers to calculate with.
+    // Reversed floats are seldom usable numbers.
     if (sent.layout == returned.layout) return reversed.bytes == returned.bytes;
     Planes expected = expected_in(returned.layout, decode(reversed));
     for (std::size_t c = 0; c < expected.values.size(); ++c) {
@@ -279,7 +279,7 @@ std::optional<std::string> find_part(const ComparedImages& images) {
 unsigned find_integer_bits(const Plane& expected, const Plane& returned, double resolution) {
     for (unsigned bits = 1; bits < 16; ++bits) {
         const double steps = std::ldexp(1.0, static_cast<int>(bits)) - 1;
-        // On a grid that is as fine as the type's own, everything is.
+        // Every value lies on a grid that is as fine as the type's own.
         if (resolution * 1.5 > 1 / steps) return 0;
         bool isOnGrid = true;
         for (std::size_t i = 0; i < kPixels && isOnGrid; ++i) {
