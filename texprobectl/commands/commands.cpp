@@ -65,7 +65,7 @@ void print(const Arguments& arguments, const std::function<void(Output&)>& write
     write_output({}, [&](std::ostream& stream) { write(*make_output(arguments, stream)); });
 }
 
-/// A document with an empty list is valid, but who reads it wants to know.
+/// A document with an empty list is valid, but its reader wants to know.
 void say_empty(const std::string& file, const char* what) {
     std::cerr << "texprobectl: " << plain(file) << " has no " << what << '\n';
 }

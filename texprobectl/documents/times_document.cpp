@@ -67,7 +67,7 @@ double read_seconds(const JsonValue& object, const char* member, const Expect& e
     const auto* number = value.as<double>();
     const auto* integer = value.as<std::int64_t>();
     const double seconds = number ? *number : integer ? static_cast<double>(*integer) : -1.0;
-    // No clock tells less, and a speed must not be infinite.
+    // No clock measures less, and a speed must not be infinite.
     if (!(seconds >= 1e-12 && seconds < 1e9)) {
         expect.fail(value,
                     '"' + std::string(member) + "\" must be a number of seconds from 1e-12 to 1e9");

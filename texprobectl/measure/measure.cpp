@@ -133,14 +133,14 @@ private:
         result_.kind = MeasureResult::Kind::kInterrupted;
     }
 
-    /// Asked while the turn is waited for.
+    /// Called while waiting for the turn.
     bool may_wait() {
         if (const int holder = turn_holder()) watcher_.waits_for(holder);
         return !watcher_.is_interrupted();
     }
 
-    /// A `measure` that was killed has not seen its tool's end. The test in its hand may have
-    /// been no fault of the driver's, and is tested again.
+    /// A `measure` that was killed has not seen its tool's end. A failure of its last test may
+    /// be no fault of the driver's, so that test is run again.
     void see_to_leftover() {
         const auto left = runningTool_.left_behind();
         if (!left) return;
@@ -186,7 +186,7 @@ private:
         }
     }
 
-    /// With the driver's names, by which applications take the set for a measured one.
+    /// With the driver's names, by which applications recognise a measured set.
     static bool remove_records(const std::string& id, const std::vector<Cell>& cells) {
         Changes changes;
         for (const Cell& cell : cells) changes[key_of(cell)] = std::nullopt;
@@ -268,7 +268,7 @@ private:
             if (judgement.inHand) guilty = judgement.inHand;
             remember_causes(id, judgement);
             if (judgement.again.empty()) continue;
-            // Of no account where the run did end in that test by a fault.
+            // It does not count if the run ended in that test by a fault.
             if (judgement.inHand) endedFromOutside_[id].push_back(*judgement.inHand);
             isDone &= test_again(id, judgement.again);
         }
@@ -291,7 +291,7 @@ private:
             }
             isDone = stillFalse.empty() || remove_records(id, stillFalse);
         };
-        // Who interrupts waits no longer than a second.
+        // An interruption takes no longer than a second.
         int pauses = 0;
         return under_turn([&] { return may_wait() || ++pauses < 100; }, remove) && isDone;
     }
