@@ -5,8 +5,8 @@
 //
 // The turn is a record lock on a file: the kernel releases it when the process dies, and a child
 // does not inherit it. The run that has it touches the file as it progresses. If the others see no
-// progress for a long time, one of them removes the file, and all meet again on a new one. What is
-// no file of this user's is removed from its place: the folder is private. If there still is no
+// progress for a long time, one of them removes the file, and all meet again on a new one. Anything
+// but a file of this user's is removed from its place: the folder is private. If there still is no
 // lock, runs do not wait for each other, and trouble() says why.
 //
 // The run also names the record sets that it works on, for applications that do not wait: each is a
