@@ -53,7 +53,7 @@ texprobe_options known_options(const texprobe_options* options) {
     return known;
 }
 
-/// Has the application filled in fields that its size leaves out? The first version had all these fields.
+/// Has the application filled in fields beyond its size? The first version had all these fields.
 bool is_size_forgotten(const texprobe_options* options) {
     constexpr std::size_t kSmallest = offsetof(texprobe_options, test_time_limit_ms);
     return options && options->size < kSmallest &&
