@@ -332,7 +332,7 @@ void print_cells(const std::vector<Cell>& cells) {
 }
 
 void print_rows(const std::vector<Row>& rows) {
-    std::printf("\n%-72s %9s %9s %4s %7s %6s\n", "what : against what", "measured", "against", "",
+    std::printf("\n%-72s %9s %9s %4s %7s %6s\n", "costs : compared with", "measured", "against", "",
                 "ratio", "aim");
     for (const Row& row : rows) {
         std::printf("%-72s %9.2f %9.2f %4s %7.3f ", row.what.c_str(), row.subject, row.baseline,

@@ -23,7 +23,7 @@ std::string join(const std::vector<std::string>& words) {
     return text;
 }
 
-/// What may stand after `app`'s name.
+/// The words that may follow `app`'s name.
 std::string expected_by(const CLI::App& app) {
     std::vector<std::string> words;
     for (const CLI::App* command : app.get_subcommands({})) words.push_back(command->get_name());
@@ -34,7 +34,7 @@ std::string expected_by(const CLI::App& app) {
     return join(words);
 }
 
-/// One line: what was wrong, and what was expected.
+/// One line: the error, and the expected words.
 int explain(const CLI::App& app, const CLI::ParseError& error) {
     const auto given = app.get_subcommands();
     const CLI::App& command = given.empty() ? app : *given.front();
@@ -74,7 +74,7 @@ int main(int argc, char** argv) {
     std::setlocale(LC_CTYPE, "");
     // A reader that goes away is an error of the write, which is reported.
     std::signal(SIGPIPE, SIG_IGN);
-    // Whoever ignores it and starts this program would take its children's statuses away.
+    // If the parent ignores it, this program would lose its children's statuses.
     std::signal(SIGCHLD, SIG_DFL);
     try {
         const std::vector<std::string> words(argv + 1, argv + argc);

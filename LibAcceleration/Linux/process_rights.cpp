@@ -6,7 +6,7 @@
 namespace texprobe {
 
 bool is_environment_of_another() {
-    // The kernel's word from the start, and what the process itself has changed since.
+    // The kernel's word from the start, and the process's own changes since.
     return getauxval(AT_SECURE) != 0 || getuid() != geteuid() || getgid() != getegid();
 }
 

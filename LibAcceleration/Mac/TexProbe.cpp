@@ -55,7 +55,7 @@ TexProbe::TexProbe(const char* toolPath) : TexProbe() {
             std::fputs("*** texprobe() failed\n", stderr);
             return;
         }
-        // Whoever is at work now found what the tool has left.
+        // A run that is at work now found the records that the tool has left.
         appID_ = copyCurrentRendererID(SetsInHand::kTaken);
         if (!appID_) {
             std::fputs("*** cannot get renderer\n", stderr);

@@ -79,11 +79,11 @@ public:
     bool IsTextureFormatSupported(GLenum format, bool renderable) const;
     /// Does a sub-image upload from a pixel buffer object arrive as it was sent?
     bool IsTextureFormatSettable(GLenum format) const;
-    /// Does a texture defined from a pixel buffer object hold what was sent?
+    /// Does a texture defined from a pixel buffer object hold the image that was sent?
     bool IsTextureFormatResettable(GLenum format) const;
-    /// Does reading the texture image into a pixel buffer object give what was rendered?
+    /// Does reading the texture image into a pixel buffer object give the rendered image?
     bool IsTextureFormatGettable(GLenum format) const;
-    /// Does reading the framebuffer into a pixel buffer object give what was rendered?
+    /// Does reading the framebuffer into a pixel buffer object give the rendered image?
     bool IsTextureFormatReadable(GLenum format) const;
 
     /// The tool's test driver: measures every renderer behind every active display and records the

@@ -46,14 +46,14 @@ private:
     sigset_t former_;
 };
 
-/// What the application has filled in; the rest is zero.
+/// The fields that the application has filled in; the rest is zero.
 texprobe_options known_options(const texprobe_options* options) {
     texprobe_options known = {};
     if (options) std::memcpy(&known, options, std::min(options->size, sizeof known));
     return known;
 }
 
-/// Has the application filled in what its size leaves out? The first version had all these fields.
+/// Has the application filled in fields beyond its size? The first version had all these fields.
 bool is_size_forgotten(const texprobe_options* options) {
     constexpr std::size_t kSmallest = offsetof(texprobe_options, test_time_limit_ms);
     return options && options->size < kSmallest &&
@@ -73,7 +73,7 @@ public:
         const texprobe_options options = known_options(given);
         log_ = {options.log, options.user};
         look(options);
-        // The log is never called on the application's thread, so what is to be said needs one,
+        // The log is never called on the application's thread, so a message needs a thread,
         // too.
         if (outcome_.state() == TEXPROBE_MEASURING || (log_.write && !messages_.empty())) start();
     }
@@ -81,7 +81,7 @@ public:
     /// In a child of the process that opened them there is no thread to wait for.
     bool are_of_this_process() const { return process_ == getpid(); }
 
-    /// Returns when the thread has ended and nobody waits for it any more.
+    /// Returns when the thread has ended and no other thread waits for it any more.
     void end() {
         outcome_.begin_to_close();
         if (thread_.joinable()) thread_.join();

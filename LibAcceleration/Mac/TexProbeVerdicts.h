@@ -39,9 +39,9 @@ typedef struct {
     size_t size;            /* sizeof(texprobe_options): the structure may grow. If it is forgotten
                                and another field is set, the state is FAILED. */
     const char* tool;       /* NULL: the one installed with this library, else the first in PATH */
-    int test_time_limit_ms; /* 0: 60,000; less than 10,000 is 10,000. What it ends is recorded as a
-                               no, for every application of this user. */
-    /* Called with each line of the tool, and with what this library has to say; on a thread of its
+    int test_time_limit_ms; /* 0: 60,000; less than 10,000 is 10,000. A test that it ends is
+                               recorded as a no, for all of the user's applications. */
+    /* Called with each line of the tool, and with messages of this library; on a thread of its
        own, never two calls at a time for one texprobe_verdicts. It must not close the verdicts, and
        must not throw. NULL: nothing is written anywhere. */
     void (*log)(void* user, const char* line);

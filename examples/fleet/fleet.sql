@@ -8,7 +8,7 @@ CREATE TABLE fleet_exports (machine text PRIMARY KEY, document jsonb NOT NULL);
 -- One line of load-exports: the machine, and its document as text.
 CREATE TABLE fleet_lines (machine text, document text);
 
--- What the owner of the fleet needs, for fleet_excluded: rows such as ('GL_RGBA16F_ARB', 'download_read').
+-- The needs of the fleet's owner, for fleet_excluded: rows such as ('GL_RGBA16F_ARB', 'download_read').
 CREATE TABLE fleet_wanted (format text, capability text, PRIMARY KEY (format, capability));
 
 -- Moves the lines into the exports, all or none, and returns how many there were. A document that is not one is named.
@@ -68,7 +68,7 @@ WHERE present
 GROUP BY renderer_id, renderer, format, capability, verdict;
 
 -- What worked on all machines with the version before, and does not on some with this one. Crashes and hangs count as
--- not working, and so does what needs something that does not work. Untested verdicts say nothing.
+-- not working, and so does a capability that needs another one that does not work. Untested verdicts say nothing.
 CREATE VIEW fleet_broken AS
 WITH machines AS (
     SELECT renderer_id, max(renderer) AS renderer, format, capability, gl_version, bool_and(verdict = 'yes') AS works

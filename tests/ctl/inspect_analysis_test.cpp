@@ -238,19 +238,19 @@ TEST(Analysis, names_a_lost_channel) {
 TEST(Analysis, names_shifts_and_turns) {
     const Image image = random_image();
     EXPECT_EQ(sentence(image, moved(image, [](std::size_t p) { return p < 384 ? 0 : p - 384; })),
-              "The image is shifted by 3 rows: row 3 holds what was sent as row 0.");
+              "The image is shifted by 3 rows: row 3 holds the sent row 0.");
     EXPECT_EQ(sentence(image, moved(image, [](std::size_t p) { return (p + 128) % 16384; })),
-              "The image is shifted by one row: row 0 holds what was sent as row 1.");
+              "The image is shifted by one row: row 0 holds the sent row 1.");
     EXPECT_EQ(sentence(image, moved(image, [](std::size_t p) { return p == 0 ? 0 : p - 1; })),
               "The image is shifted by one pixel towards its end.");
     EXPECT_EQ(sentence(image, moved(image, [](std::size_t p) { return (p + 2) % 16384; })),
               "The image is shifted by 2 pixels towards its beginning.");
     EXPECT_EQ(sentence(image,
                        moved(image, [](std::size_t p) { return (127 - p / 128) * 128 + p % 128; })),
-              "The image is upside down: row 0 holds what was sent as row 127.");
+              "The image is upside down: row 0 holds the sent row 127.");
     EXPECT_EQ(
         sentence(image, moved(image, [](std::size_t p) { return p / 128 * 128 + 127 - p % 128; })),
-        "The image is mirrored: column 0 holds what was sent as column 127.");
+        "The image is mirrored: column 0 holds the sent column 127.");
 }
 
 TEST(Analysis, says_which_part_is_wrong) {

@@ -42,8 +42,7 @@ TEST_F(Inspect, names_a_lost_alpha) {
 }
 
 TEST_F(Inspect, names_a_shift_by_a_row) {
-    const std::string sentence =
-        "The image is shifted by one row: row 1 holds what was sent as row 0.";
+    const std::string sentence = "The image is shifted by one row: row 1 holds the sent row 0.";
     EXPECT_EQ(sentence_with("shifted", "GL_RGB32F_ARB", kGet), sentence);
     EXPECT_EQ(sentence_with("shifted", "GL_LUMINANCE16", kReset), sentence);
 }

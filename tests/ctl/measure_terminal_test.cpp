@@ -162,7 +162,7 @@ TEST_F(MeasureOnATerminal, ends_at_ctrl_c) {
     ASSERT_TRUE(run.waits_until("6/96")) << run.shown();
     run.type("\x03");
     EXPECT_TRUE(run.finish().exited_with(130)) << run.shown();
-    EXPECT_THAT(run.shown(), HasSubstr("`texprobectl measure` goes on with the 90 verdicts that "
+    EXPECT_THAT(run.shown(), HasSubstr("`texprobectl measure` continues with the 90 verdicts that "
                                        "are still missing.\n"));
 }
 

@@ -241,7 +241,7 @@ TEST_F(Measure, ends_cleanly_when_it_is_interrupted) {
     kill(process, SIGINT);
     EXPECT_TRUE(finish(process).exited_with(130));
     EXPECT_THAT(read_file(folder_.file("ctl.err")),
-                HasSubstr("`texprobectl measure` goes on with the"));
+                HasSubstr("`texprobectl measure` continues with the"));
     // The test in hand was not the driver's fault: it is not recorded.
     EXPECT_EQ(verdict(0, "renderable"), "unmeasured");
 }

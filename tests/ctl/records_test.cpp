@@ -87,9 +87,11 @@ TEST_F(Records, are_shown_in_words_within_80_columns) {
             "GL_RGB32F_ARB                   no      n/a      n/a      n/a      n/a      n/a\n"
             "GL_RGBA32F_ARB                 yes       no untested untested      n/a      n/a\n"
             "GL_LUMINANCE32F_ARB       untested untested untested untested untested untested\n"));
-    EXPECT_THAT(run.out, AllOf(HasSubstr("untested: not measured yet\n"),
-                               HasSubstr("n/a: not applicable, because what it needs is a no\n"),
-                               Not(HasSubstr("\x1b"))));
+    EXPECT_THAT(
+        run.out,
+        AllOf(HasSubstr("untested: not measured yet\n"),
+              HasSubstr("n/a: not applicable, because a capability that it needs is a no\n"),
+              Not(HasSubstr("\x1b"))));
     for (const std::string& line : lines_of(run.out)) EXPECT_LE(line.size(), 80u) << line;
 }
 
@@ -152,9 +154,10 @@ TEST_F(Records, are_forgotten_only_when_told_so) {
     prepare_three();
     const Finished refused = folder_.ctl({"forget", "3"});
     EXPECT_TRUE(refused.exited_with(2));
-    EXPECT_EQ(refused.err, kOther +
-                               ": a renderer, 3.0\ntexprobectl: nobody can be asked here; --yes "
-                               "removes these record sets unasked\n");
+    EXPECT_EQ(refused.err,
+              kOther +
+                  ": a renderer, 3.0\ntexprobectl: there is no terminal to ask on; --yes "
+                  "removes these record sets\n");
     EXPECT_EQ(folder_.records().size(), 3u);
     EXPECT_TRUE(folder_.ctl({"forget", "3", "--yes"}).exited_with(0));
     EXPECT_EQ(folder_.records().count(kOther), 0u);

@@ -60,8 +60,8 @@ TEST_F(Terminal, gets_marks_where_its_characters_are_those_of_unicode) {
                         "    –\n"),
               HasSubstr("GL_LUMINANCE8               ✗ hung        –        –        –        –    "
                         "    –\n"),
-              HasSubstr(
-                  "\n?: not measured yet\n–: not applicable, because what it needs is a no\n")));
+              HasSubstr("\n?: not measured yet\n–: not applicable, because a capability that it "
+                        "needs is a no\n")));
 }
 
 TEST_F(Terminal, gets_words_where_they_are_not) {
@@ -165,7 +165,7 @@ TEST_F(Terminal, that_cannot_show_the_question_is_not_waited_for) {
     TerminalRun shell("/bin/sh", {"-c", command}, kUnicode);
     EXPECT_TRUE(shell.finish().exited_with(2));
     EXPECT_THAT(read_file(folder_.file("err")),
-                HasSubstr("nobody can be asked here; --yes removes these record sets unasked\n"));
+                HasSubstr("there is no terminal to ask on; --yes removes these record sets\n"));
     EXPECT_EQ(folder_.records().size(), 1u);
 }
 

@@ -236,8 +236,8 @@ no buf, memcpy: how often as fast as without a buffer, and as a copy in memory.
 *: the fastest with a buffer, whose images/s are shown. MB: 10^6 bytes.
 ?: fewer than three rounds, so its spread is not known; --within gives more.
 ~: another way is as fast within its spread. Half of a way's rounds lay within
-10 % of its median, in every tenth way beyond 24 %; what differs by less, or
-comes out otherwise in a second run, is the same.
+10 % of its median, in every tenth way beyond 24 %; smaller
+differences, and those that a second run does not repeat, mean nothing.
 )");
 }
 

@@ -1,4 +1,4 @@
-// What a child of this program can do: one row for each task.
+// The tasks of a child of this program: one row for each.
 
 #include <cstdio>
 

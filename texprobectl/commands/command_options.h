@@ -1,4 +1,4 @@
-// What the options of several commands share.
+// Options that several commands share.
 
 #ifndef TEXPROBECTL_COMMAND_OPTIONS_H
 #define TEXPROBECTL_COMMAND_OPTIONS_H

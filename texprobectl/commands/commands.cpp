@@ -29,7 +29,7 @@ namespace {
 
 constexpr const char* kSetOrFile = "a record set, an exported file, or - for stdin";
 
-// What the options of one command leave for it. Shared, because the command runs later.
+// The values of one command's options. Shared, because the command runs later.
 struct Arguments {
     std::vector<std::string> names;
     std::string file;
@@ -65,7 +65,7 @@ void print(const Arguments& arguments, const std::function<void(Output&)>& write
     write_output({}, [&](std::ostream& stream) { write(*make_output(arguments, stream)); });
 }
 
-/// A document with an empty list is valid, but who reads it wants to know.
+/// A document with an empty list is valid, but its reader wants to know.
 void say_empty(const std::string& file, const char* what) {
     std::cerr << "texprobectl: " << plain(file) << " has no " << what << '\n';
 }
@@ -87,7 +87,7 @@ int report_measuring(const MeasureResult& result) {
         case MeasureResult::Kind::kComplete:
             return 0;
         case MeasureResult::Kind::kInterrupted:
-            std::cerr << "Interrupted, and nothing is lost: `texprobectl measure` goes on with the "
+            std::cerr << "Interrupted; nothing is lost: `texprobectl measure` continues with the "
                       << open << " verdicts that are still missing.\n";
             return 128 + StopSignals::received();
         default:
@@ -136,7 +136,7 @@ void add_measure(CLI::App* app, Session* session) {
         ->check(number_between(1, 1000000))
         ->capture_default_str();
     command->footer(
-        "Ends with the table of what changed.\n"
+        "Ends with a table of the changes.\n"
         "Status 0 when all verdicts are recorded, whatever crashed.");
     command->callback([=] { session->status = run_measure(*arguments, *session); });
 }
@@ -199,7 +199,7 @@ Comparison compare_named(const Arguments& arguments) {
 }
 
 void add_compare(CLI::App* app, Session* session) {
-    CLI::App* command = app->add_subcommand("compare", "What differs between two record sets");
+    CLI::App* command = app->add_subcommand("compare", "The differences between two record sets");
     const auto arguments = std::make_shared<Arguments>();
     command->add_option("SET", arguments->names, kSetOrFile)->type_name("");
     add_json(command, arguments);
@@ -289,7 +289,7 @@ void add_report(CLI::App* app, const Session* session) {
         ->type_name("FILE.html")
         ->required();
     command->add_flag("--pictures", arguments->pictures,
-                      "Show what came back in each no of a transfer");
+                      "Inspect each no of a transfer, and show the images");
     command->add_option("--times", arguments->times, "A document of `time --json` to plot")
         ->type_name("FILE")
         ->allow_extra_args(false);
@@ -298,8 +298,7 @@ void add_report(CLI::App* app, const Session* session) {
 }
 
 void add_merge(CLI::App* app) {
-    CLI::App* command =
-        app->add_subcommand("merge", "What the record sets of many machines say together");
+    CLI::App* command = app->add_subcommand("merge", "Sum up the record sets of many machines");
     const auto arguments = std::make_shared<Arguments>();
     command
         ->add_option("FILE", arguments->names, "exported, or printed by merge --json; - for stdin")
@@ -318,8 +317,8 @@ void add_merge(CLI::App* app) {
 // doctor
 
 void add_doctor(CLI::App* app, const Session* session) {
-    CLI::App* command =
-        app->add_subcommand("doctor", "What to send with a problem; names no user and no host");
+    CLI::App* command = app->add_subcommand(
+        "doctor", "The diagnosis to send with a problem; names no user and no host");
     const auto arguments = std::make_shared<Arguments>();
     add_json(command, arguments);
     command->callback([=] {

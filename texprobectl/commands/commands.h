@@ -1,4 +1,4 @@
-// The commands: the arguments of each, and what it does with them.
+// The commands: the arguments of each, and its action.
 
 #ifndef TEXPROBECTL_COMMANDS_H
 #define TEXPROBECTL_COMMANDS_H
@@ -8,7 +8,7 @@
 
 namespace texprobe::ctl {
 
-/// What the commands share.
+/// Shared by the commands.
 struct Session {
     /// This program's own file.
     std::string self;

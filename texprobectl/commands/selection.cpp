@@ -16,7 +16,7 @@ bool is_number(std::string_view text) {
            std::all_of(text.begin(), text.end(), [](char c) { return c >= '0' && c <= '9'; });
 }
 
-/// What follows the domain, which all identifiers have.
+/// The part after the domain, which all identifiers have.
 std::string_view own_part(std::string_view id) {
     const std::size_t begin = kDomain.size() + 1;
     return id.size() > begin ? id.substr(begin) : std::string_view();

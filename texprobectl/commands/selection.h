@@ -13,7 +13,7 @@
 
 namespace texprobe::ctl {
 
-/// What the user asked for cannot be done; the text is one line for the user.
+/// The user's request cannot be met; the text is one line for the user.
 class UsageError : public std::runtime_error {
 public:
     using std::runtime_error::runtime_error;

@@ -102,15 +102,15 @@ int run_time(const TimeArguments& arguments, const Session& session) {
 }  // namespace
 
 void add_time(CLI::App* app, Session* session) {
-    CLI::App* command =
-        app->add_subcommand("time", "How fast the verified transfers are, and in which way");
+    CLI::App* command = app->add_subcommand(
+        "time", "How fast the verified transfers are, in each way of streaming");
     const auto arguments = std::make_shared<TimeArguments>();
     command->add_option("FORMAT", arguments->formats, "as `show` names them, such as GL_RGBA8")
         ->type_name("");
     command->add_option("--size", arguments->size, "Only 128, 512, 1080p, 2160p, or N by N")
         ->type_name("N");
     command->add_option("--set", arguments->set, kSet)->type_name("SET");
-    command->add_option("--within", arguments->seconds, "How long all may take, about")
+    command->add_option("--within", arguments->seconds, "Time for all of it, roughly")
         ->type_name("SECONDS")
         ->check(number_between(1, 86400))
         ->capture_default_str();

@@ -12,7 +12,7 @@ namespace texprobe::ctl {
 
 namespace {
 
-// Below are the system's own: "bin", "games" and "mail" name nobody.
+// Below are the system's own: "bin", "games" and "mail" name no person.
 constexpr uid_t kFirstPerson = 1000;
 constexpr uid_t kNobody = 65534;
 
@@ -52,7 +52,7 @@ void replace(std::string* text, const std::string& name, const std::string& repl
     }
 }
 
-/// Homes lie there of which the password database need not tell.
+/// Homes may lie there that the password database does not list.
 void replace_folders_in(const std::string& folder, std::string* text) {
     std::size_t at = 0;
     while ((at = text->find(folder, at)) != std::string::npos) {

@@ -1,4 +1,4 @@
-// Takes out of a text what names a user or a host.
+// Takes the names of users and hosts out of a text.
 
 #ifndef TEXPROBECTL_ANONYMIZER_H
 #define TEXPROBECTL_ANONYMIZER_H
@@ -8,7 +8,7 @@
 
 namespace texprobe::ctl {
 
-/// What names people and this machine.
+/// The names of people and of this machine.
 struct Names {
     /// As the system tells it, with or without a domain.
     std::string host;
@@ -20,7 +20,7 @@ struct Names {
 
 Names names_of_system();
 
-/// The homes become "~" and "~USER", whatever stands behind "/home/" or "/Users/" and the users'
+/// The homes become "~" and "~USER", any name after "/home/" or "/Users/" and the users'
 /// names "USER", the host with its domain "HOST". A name counts where no letter or digit is next to
 /// it: too much is replaced rather than too little.
 std::string without_names(std::string text, const Names& names);

@@ -26,7 +26,7 @@ namespace {
 
 constexpr std::chrono::seconds kOpenLimit{60};
 
-/// What decides which driver is loaded, and what it offers.
+/// The variables that decide which driver is loaded, and which features it has.
 constexpr std::array<const char*, 13> kVariables = {
     "MESA_", "LIBGL_",   "GALLIUM_",         "EGL_", "__EGL_",          "__GLX_",    "__NV_",
     "VK_",   "DISPLAY=", "WAYLAND_DISPLAY=", "LP_",  "LD_LIBRARY_PATH", "LD_PRELOAD"};

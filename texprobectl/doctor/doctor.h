@@ -1,4 +1,4 @@
-// What a person sends with a problem. Names no user and no host.
+// The diagnosis that a person sends with a problem. Names no user and no host.
 
 #ifndef TEXPROBECTL_DOCTOR_H
 #define TEXPROBECTL_DOCTOR_H
@@ -15,13 +15,13 @@ struct ExaminedRenderer {
     std::string rendererID;
     bool canBeOpened = false;
     std::optional<int> megabytes;
-    /// What its context says; empty where it cannot be opened.
+    /// The strings of its context; empty where it cannot be opened.
     std::string vendor;
     std::string glVersion;
     std::string renderer;
     /// Why it cannot be opened; empty otherwise.
     std::string trouble;
-    /// What the driver and the platform wrote meanwhile.
+    /// The lines that the driver and the platform wrote meanwhile.
     std::vector<std::string> messages;
 };
 
@@ -33,7 +33,7 @@ struct ExaminedStore {
     std::string folderMode;
     std::string fileMode;
     std::size_t bytes = 0;
-    /// "good", or what is wrong with it.
+    /// "good", or its fault.
     std::string health;
 };
 
@@ -60,7 +60,7 @@ Diagnosis examine(const std::string& self, const std::string& tool);
 inline constexpr const char* kOpenTask = "open";
 int open_for_doctor(const std::vector<std::string>& arguments);
 
-/// Where the preferences are, and what state they are in. The system decides, so each has its file.
+/// The place and the state of the preferences. The system decides, so each has its file.
 ExaminedStore examine_store();
 
 }  // namespace texprobe::ctl

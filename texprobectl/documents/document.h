@@ -27,7 +27,7 @@ RecordSets read_documents(const std::vector<std::string>& files);
 /// The members of a set that say whose it is.
 nlohmann::ordered_json identification(const RecordSet& set);
 
-/// Throws DocumentError unless the value has the type; the error says where, and what was expected.
+/// Throws DocumentError unless the value has the type; the error says where.
 class Expect {
 public:
     explicit Expect(std::string file) : file_(std::move(file)) {}

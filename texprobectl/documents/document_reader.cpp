@@ -64,7 +64,7 @@ std::optional<double> read_version(const JsonValue& set, const Expect& expect) {
     return *number;
 }
 
-/// What a document says of itself, and that its elements are a list.
+/// Reads the document's own members, and makes sure that its elements are a list.
 class Header {
 public:
     Header(const std::vector<Kind>& kinds, const Expect& expect) : kinds_(kinds), expect_(expect) {}

@@ -68,7 +68,7 @@ Json identification(const RecordSet& set) {
             {"renderer", text_or_null(set.renderer)}};
 }
 
-// One format a line: a person can read it, and diff(1) shows what differs.
+// One format a line: a person can read it, and diff(1) shows the differences.
 void write_document(const RecordSets& sets, std::ostream& output) {
     output << "{\n  \"schema\": \"" << kRecordsSchema
            << "\",\n  \"schema_version\": " << kSchemaVersion << ",\n  \"record_sets\": [";

@@ -1,4 +1,4 @@
-// What the documents' writers share.
+// Shared by the documents' writers.
 
 #ifndef TEXPROBECTL_JSON_LINES_H
 #define TEXPROBECTL_JSON_LINES_H

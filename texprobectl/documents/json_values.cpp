@@ -13,7 +13,7 @@ namespace {
 
 using ParsedJson = nlohmann::json;
 
-// What no document of ours comes near; a hostile one must not take the memory.
+// Limits far above any document of ours; a hostile one must not take the memory.
 constexpr std::size_t kDeepest = 8;
 constexpr std::size_t kLongestValue = 65536;
 constexpr std::size_t kMostMembers = 1024;
@@ -29,7 +29,7 @@ struct Progress {
     std::istream& text;
     std::string file;
     Position position;
-    /// Where the value in hand begins. The parser sees the end of a number only behind it.
+    /// Where the value in hand begins. The parser sees the end of a number only after it.
     Position value;
     bool isInValue = false;
     bool isInString = false;
@@ -88,7 +88,7 @@ private:
             return;
         }
         character_ = std::istream::traits_type::to_char_type(next);
-        // The parser would take it for the end, and what follows for nothing.
+        // The parser would take it for the end, and ignore the rest.
         if (character_ == '\0') fail(progress_->file, progress_->position, "not JSON: a NUL");
     }
     void count() {
@@ -114,7 +114,7 @@ private:
     char character_ = '\0';
 };
 
-/// Builds values, and hands over what stands at the top.
+/// Builds values, and hands over those at the top.
 class Builder : public ParsedJson::json_sax_t {
 public:
     Builder(Progress& progress, const TopLevel& top) : progress_(progress), top_(top) {}

@@ -1,5 +1,5 @@
 // JSON texts of strangers, read one element at a time: values that know where they stand, so that
-// what is wrong with one can be said with its line and column.
+// an error in one can be told with its line and column.
 
 #ifndef TEXPROBECTL_JSON_VALUES_H
 #define TEXPROBECTL_JSON_VALUES_H
@@ -21,7 +21,7 @@ struct Position {
     std::size_t column = 1;
 };
 
-/// What is wrong with a document; the text begins with the file, the line and the column.
+/// An error in a document; the text begins with the file, the line and the column.
 class DocumentError : public std::runtime_error {
 public:
     using std::runtime_error::runtime_error;
@@ -51,7 +51,7 @@ struct JsonMember {
     JsonValue value;
 };
 
-/// What a reader is told about the top-level object.
+/// Receives the parts of the top-level object.
 struct TopLevel {
     /// A member, when its value begins: an object or an array is still empty.
     std::function<void(const std::string& name, const JsonValue& value)> member;

@@ -1,4 +1,4 @@
-// What many machines say: counts of verdicts per renderer and build. Adding sets and adding merged
+// The sums over many machines: verdicts per renderer and build. Adding sets and adding merged
 // counts come to the same in any order, so parts can be merged anywhere.
 
 #ifndef TEXPROBECTL_MERGE_H
@@ -16,7 +16,7 @@
 namespace texprobe::ctl {
 
 using Count = std::uint64_t;
-/// More than there are computers, and far from what a sum could overflow.
+/// More than there are computers, and far below the overflow of a sum.
 inline constexpr Count kMostSets = 1'000'000'000'000;
 /// How many sets have each verdict.
 using VerdictCounts = std::array<Count, kVerdictCount>;

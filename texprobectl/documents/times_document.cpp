@@ -67,7 +67,7 @@ double read_seconds(const JsonValue& object, const char* member, const Expect& e
     const auto* number = value.as<double>();
     const auto* integer = value.as<std::int64_t>();
     const double seconds = number ? *number : integer ? static_cast<double>(*integer) : -1.0;
-    // No clock tells less, and a speed must not be infinite.
+    // No clock measures less, and a speed must not be infinite.
     if (!(seconds >= 1e-12 && seconds < 1e9)) {
         expect.fail(value,
                     '"' + std::string(member) + "\" must be a number of seconds from 1e-12 to 1e9");
@@ -118,7 +118,7 @@ TransferTimes read_transfer(const JsonValue& value, const Expect& expect) {
 
 }  // namespace
 
-// One transfer a line: a person can read it, and diff(1) shows what differs.
+// One transfer a line: a person can read it, and diff(1) shows the differences.
 void write_times(const Times& times, std::ostream& output) {
     output << "{\n  \"schema\": \"" << kTimesSchema
            << "\",\n  \"schema_version\": " << kSchemaVersion << ",\n  \"transfers\": [";

@@ -21,7 +21,7 @@ ChannelErrors measure_errors(Channel channel, const Plane& expected, const Plane
     double sum = 0.0;
     for (std::size_t i = 0; i < kPixels; ++i) {
         double error = std::abs(returned[i] - expected[i]) * scale;
-        // What is no number is as far away as can be.
+        // A value that is no number is as far away as can be.
         if (std::isnan(error)) error = std::numeric_limits<double>::infinity();
         if (error == 0.0) continue;
         if (errors.pixels++ == 0) errors.first = {i / kColumns, i % kColumns};
@@ -32,7 +32,7 @@ ChannelErrors measure_errors(Channel channel, const Plane& expected, const Plane
     return errors;
 }
 
-/// What may differ in a correct driver: nothing, or one step where values were rounded to fewer.
+/// A correct driver's difference: none, or one step where values were rounded to fewer.
 double rounding(const Layout& sent, const Layout& returned) {
     const auto steps = steps_of(returned);
     return steps && steps_of(sent) != steps ? 1.0 / *steps + 1e-9 : 0.0;
@@ -96,7 +96,7 @@ std::string find_sentence(const Analysis& analysis, ComparedImages images) {
     if (const auto found = find_constant(images)) return *found;
     if (const auto found = find_structure(images)) return *found;
     if (const auto found = find_precision(images)) return *found;
-    // Once more, past what a driver may lose besides.
+    // Once more, past the values that a driver may lose besides.
     images.tolerance = std::max(images.tolerance, 1.5 / 255);
     if (are_equal(images.expected, images.returned, images.tolerance)) {
         double largest = 0.0;

@@ -1,4 +1,4 @@
-// What a transfer did to an image: what was sent and what came back, like compared with like, and
+// The effect of a transfer on an image: the sent and the returned one, like compared with like, and
 // the one sentence that follows.
 
 #ifndef TEXPROBECTL_ANALYSIS_H
@@ -22,10 +22,10 @@ struct EarlierImage {
 struct Evidence {
     Image sent;
     Image returned;
-    /// What the pixel buffer object holds after the transfer, where that was looked at.
+    /// The pixel buffer object's contents after the transfer, where they were read.
     std::optional<Image> kept;
     std::vector<EarlierImage> earlier;
-    /// What the tool's comparison said.
+    /// The result of the tool's comparison.
     bool verdict = false;
 };
 

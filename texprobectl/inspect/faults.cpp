@@ -10,7 +10,7 @@ namespace texprobe::ctl {
 
 namespace {
 
-/// False for what is no number.
+/// False for a value that is no number.
 bool is_equal(double a, double b, double tolerance) {
     return std::abs(a - b) <= tolerance;
 }
@@ -47,7 +47,7 @@ bool has_reversed_bytes(const ComparedImages& images) {
     const Image& returned = images.evidence.returned;
     const Image reversed = with_reversed_bytes(sent);
     if (reversed.bytes == sent.bytes) return false;
-    // Reversed floats are mostly no numbers to calculate with.
+    // Reversed floats are seldom usable numbers.
     if (sent.layout == returned.layout) return reversed.bytes == returned.bytes;
     Planes expected = expected_in(returned.layout, decode(reversed));
     for (std::size_t c = 0; c < expected.values.size(); ++c) {
@@ -66,7 +66,7 @@ std::optional<std::string> find_byte_order(const ComparedImages& images) {
 
 // Channels
 
-/// What a channel that came back holds.
+/// The contents of a returned channel.
 struct Content {
     bool isKnown = false;
     /// None: one value everywhere.
@@ -123,7 +123,7 @@ std::optional<std::string> find_channels(const ComparedImages& images) {
 
 // Positions
 
-/// Whether each pixel holds what was sent for the one that `source` gives, where it gives one.
+/// Whether each pixel holds the sent one that `source` gives, where it gives one.
 template <class Source>
 bool comes_from(const ComparedImages& images, Source source) {
     for (std::size_t i = 0; i < kPixels; ++i) {
@@ -154,11 +154,11 @@ std::optional<std::string> find_shift(const ComparedImages& images) {
     for (std::size_t rows = 1; rows <= kRows / 2; ++rows) {
         const auto by = static_cast<std::ptrdiff_t>(rows * kColumns);
         if (is_shifted(images, by)) {
-            return fmt::format("The image is shifted by {}: row {} holds what was sent as row 0.",
+            return fmt::format("The image is shifted by {}: row {} holds the sent row 0.",
                                count(rows, "row"), rows);
         }
         if (is_shifted(images, -by)) {
-            return fmt::format("The image is shifted by {}: row 0 holds what was sent as row {}.",
+            return fmt::format("The image is shifted by {}: row 0 holds the sent row {}.",
                                count(rows, "row"), rows);
         }
     }
@@ -177,19 +177,19 @@ std::optional<std::string> find_turn(const ComparedImages& images) {
     if (comes_from(images, [](std::size_t i) -> std::optional<std::size_t> {
             return (kRows - 1 - i / kColumns) * kColumns + i % kColumns;
         })) {
-        return "The image is upside down: row 0 holds what was sent as row 127.";
+        return "The image is upside down: row 0 holds the sent row 127.";
     }
     if (comes_from(images, [](std::size_t i) -> std::optional<std::size_t> {
             return i - i % kColumns + kColumns - 1 - i % kColumns;
         })) {
-        return "The image is mirrored: column 0 holds what was sent as column 127.";
+        return "The image is mirrored: column 0 holds the sent column 127.";
     }
     return std::nullopt;
 }
 
 // Other images
 
-/// What came back of a test before, or was sent in it.
+/// The image that an earlier test returned, or sent.
 std::optional<std::string> find_stale(const ComparedImages& images) {
     const Image& returned = images.evidence.returned;
     // The latest comes first.
@@ -279,7 +279,7 @@ std::optional<std::string> find_part(const ComparedImages& images) {
 unsigned find_integer_bits(const Plane& expected, const Plane& returned, double resolution) {
     for (unsigned bits = 1; bits < 16; ++bits) {
         const double steps = std::ldexp(1.0, static_cast<int>(bits)) - 1;
-        // On a grid that is as fine as the type's own, everything is.
+        // Every value lies on a grid that is as fine as the type's own.
         if (resolution * 1.5 > 1 / steps) return 0;
         bool isOnGrid = true;
         for (std::size_t i = 0; i < kPixels && isOnGrid; ++i) {

@@ -1,4 +1,4 @@
-// The ways in which a driver gets an image wrong, each recognised by what came back alone.
+// The ways in which a driver gets an image wrong, each recognised by the returned image alone.
 
 #ifndef TEXPROBECTL_FAULTS_H
 #define TEXPROBECTL_FAULTS_H
@@ -22,7 +22,7 @@ struct ComparedImages {
 /// Every value, of every channel.
 bool are_equal(const Planes& a, const Planes& b, double tolerance);
 
-// Each gives its sentence where it is what happened.
+// Each gives its sentence where it is the one that happened.
 
 std::optional<std::string> find_constant(const ComparedImages& images);
 std::optional<std::string> find_precision(const ComparedImages& images);

@@ -44,7 +44,7 @@ constexpr Named kNames[] = {
     NAMED(GL_FLOAT),
     NAMED(GL_HALF_FLOAT_ARB),
     NAMED(GL_UNSIGNED_INT_8_8_8_8_REV),
-    // What a driver may choose instead of what was asked for.
+    // Formats that a driver may choose instead of the requested one.
     NAMED(GL_LUMINANCE4),
     NAMED(GL_LUMINANCE12),
     NAMED(GL_LUMINANCE4_ALPHA4),

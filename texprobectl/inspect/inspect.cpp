@@ -43,7 +43,7 @@ std::string cell_words(const Cell& cell) {
     return fmt::format("{} {}", kFormats[cell.format].name, kCapabilities[cell.capability].words);
 }
 
-/// What the child's lines say.
+/// The contents of the child's lines.
 class Report {
 public:
     struct NamedImage {
@@ -178,7 +178,7 @@ std::string describe_end(const Report& report, const Cell& cell, const std::stri
     if (report.calls().empty()) return fmt::format("The test {}{}.", failure, reason);
     const InspectedCall& last = report.calls().back();
     return fmt::format("The test {}{}: it was {} {}.", failure, reason,
-                       last.hasReturned ? "behind" : "in",
+                       last.hasReturned ? "after" : "in",
                        last.text + (last.result.empty() ? "" : ", which gave " + last.result));
 }
 

@@ -1,4 +1,4 @@
-// One transfer test repeated on the real renderer, and what the driver did in it.
+// One transfer test repeated on the real renderer, and the driver's fault in it.
 
 #ifndef TEXPROBECTL_INSPECT_H
 #define TEXPROBECTL_INSPECT_H
@@ -51,12 +51,12 @@ struct Inspection {
     };
     std::optional<Score> score;
     std::vector<InspectedCall> calls;
-    /// What OpenGL had to report from the tests before.
+    /// Errors that the tests before left in OpenGL.
     std::vector<std::string> pendingErrors;
     /// Both none if there was nothing to compare.
     std::optional<Evidence> evidence;
     std::optional<Analysis> analysis;
-    /// What happened, in one sentence.
+    /// The finding, in one sentence.
     std::string sentence;
 };
 

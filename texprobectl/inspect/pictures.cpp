@@ -99,8 +99,8 @@ std::string describe_files(const Inspection& inspection, const Pictures& picture
         "128 rows of 128 pixels, without gaps, the first row first; OpenGL draws that one\n"
         "lowest. Elements are in this machine's byte order.\n\n"
         "The pictures have 8 bits a channel and the first row on top. difference.png is\n"
-        "the distance of returned.png from what OpenGL defines for sent.png, multiplied\n"
-        "by {:g}; the difference of alpha is in all three colours.\n",
+        "the distance of returned.png from the image that OpenGL defines for sent.png,\n"
+        "multiplied by {:g}; the difference of alpha is in all three colours.\n",
         kFormats[inspection.cell.format].name, kCapabilities[inspection.cell.capability].words,
         inspection.renderer, inspection.id, inspection.sentence, describe_layout(evidence.sent),
         describe_layout(evidence.returned), pictures.amplification);

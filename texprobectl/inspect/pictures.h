@@ -13,7 +13,7 @@ namespace texprobe::ctl {
 struct Pictures {
     std::string sent;
     std::string returned;
-    /// How far what came back is from what OpenGL defines; alpha's difference is in every colour.
+    /// The distance of the returned image from OpenGL's definition; alpha's is in every colour.
     std::string difference;
     /// By how much the difference is multiplied: the largest one is as bright as it can be.
     double amplification = 1.0;

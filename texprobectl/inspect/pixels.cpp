@@ -156,7 +156,7 @@ Planes expected_in(const Layout& layout, const Planes& sent) {
     for (const Channel channel : expected.channels) {
         const Plane* source = sent.find(channel);
         if (!source && channel != Channel::kAlpha) source = sent.find(Channel::kLuminance);
-        // Luminance is read from a colour by its red, which is what a luminance target keeps.
+        // Luminance is read from a colour by its red, which a luminance target keeps.
         if (!source && channel == Channel::kLuminance) source = sent.find(Channel::kRed);
         expected.values.push_back(source ? *source : Plane(kPixels, 1.0));
     }

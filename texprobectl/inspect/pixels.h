@@ -53,8 +53,8 @@ struct Planes {
 /// Throws std::invalid_argument for a layout that is not known, or too few bytes.
 Planes decode(const Image& image);
 
-/// What OpenGL gives in `layout` for an image that goes through a texture and a quad unchanged:
-/// luminance becomes red, green and blue; what is missing of alpha is 1; values are clamped and
+/// OpenGL's result in `layout` for an image that goes through a texture and a quad unchanged:
+/// luminance becomes red, green and blue; a missing alpha is 1; values are clamped and
 /// rounded to nearest where the layout's type has fewer steps.
 Planes expected_in(const Layout& layout, const Planes& sent);
 

@@ -17,9 +17,9 @@ bool is_false(const std::optional<bool>& flag) {
     return flag && !*flag;
 }
 
-/// The tool tests in a fixed order, skips what is recorded, and says each outcome. So the test that
-/// it was in is the next one after all that, or the last one of that if it had begun when its turn
-/// was seen. Whatever else is false is others'.
+/// The tool tests in a fixed order, skips recorded tests, and prints each outcome. So the test that
+/// it was in is the next one after these, or the last of these if it had begun when its turn
+/// was seen. Any other false record belongs to other runs.
 std::optional<Cell> find_in_hand(const RunFacts& facts) {
     if (!facts.wasTesting) return std::nullopt;
     Flags known = facts.atTurn;

@@ -1,5 +1,5 @@
-// What a run of the tool says of a record set once it has ended. Judged from what was recorded,
-// what the tool's lines said and how it ended; nothing else is looked at.
+// The judgement on a record set once a run of the tool has ended: from the records before and
+// after, the tool's lines and how it ended, and from nothing else.
 
 #ifndef TEXPROBECTL_JUDGEMENT_H
 #define TEXPROBECTL_JUDGEMENT_H
@@ -17,7 +17,7 @@ namespace texprobe::ctl {
 struct RunFacts {
     /// The flags before the run was started.
     Flags atStart;
-    /// Those that were first seen in its turn: with what others have measured meanwhile, and
+    /// Those that were first seen in its turn: with verdicts that others measured meanwhile, and
     /// perhaps with the test that the tool had begun by then.
     Flags atTurn;
     /// The verdicts in the tool's lines.
@@ -38,7 +38,7 @@ struct Judgement {
     std::optional<Cell> inHand;
     /// False records that say nothing of the driver: they are to be removed, and tested again.
     std::vector<Cell> again;
-    /// What is to be remembered of a false record; none of one that is not false.
+    /// The cause to be kept beside a false record; none of one that is not false.
     std::vector<std::pair<Cell, std::optional<Cause>>> causes;
 };
 
@@ -50,7 +50,7 @@ std::optional<Cell> next_unmeasured(const Flags& flags);
 /// The last one with a record before that cell; of all, before none.
 std::optional<Cell> last_recorded(const Flags& flags, const std::optional<Cell>& before);
 
-/// A signal that a process gets for what it has done itself. Others may come from outside: from a
+/// A signal that a process gets for an act of its own. Others may come from outside: from a
 /// user, or from a system that runs out of memory.
 bool is_fault(int signal);
 

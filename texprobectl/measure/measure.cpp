@@ -40,7 +40,7 @@ std::string describe_end(const RunEnd& end) {
     return "ended";
 }
 
-/// What is still missing of one renderer's set; empty when nothing is.
+/// The missing part of one renderer's set; empty when it is complete.
 std::string describe_missing(const std::string& id, const std::optional<RecordSet>& set) {
     const auto identity = parse_id(id);
     const std::string of = " of " + (identity ? identity->rendererID : id);
@@ -111,7 +111,7 @@ private:
         return flags;
     }
 
-    /// The first thing that is missing of what applications look for; empty when nothing is.
+    /// The first missing part of a set that applications look for; empty when all is there.
     std::string find_missing() const {
         for (const std::string& id : ids_) {
             std::string missing = describe_missing(id, read_record_set(id, machine_));
@@ -133,14 +133,14 @@ private:
         result_.kind = MeasureResult::Kind::kInterrupted;
     }
 
-    /// Asked while the turn is waited for.
+    /// Called while waiting for the turn.
     bool may_wait() {
         if (const int holder = turn_holder()) watcher_.waits_for(holder);
         return !watcher_.is_interrupted();
     }
 
-    /// A `measure` that was killed has not seen its tool's end. What the tool had in hand may have
-    /// been no fault of the driver's, and is tested again.
+    /// A `measure` that was killed has not seen its tool's end. A failure of its last test may
+    /// be no fault of the driver's, so that test is run again.
     void see_to_leftover() {
         const auto left = runningTool_.left_behind();
         if (!left) return;
@@ -165,7 +165,7 @@ private:
         };
         kill(-process, SIGTERM);
         if (hasGone(kTenthsToStop)) return true;
-        // As long as it hangs it has the turn, so that nobody takes its test for a verdict.
+        // As long as it hangs it has the turn, so that no other takes its test for a verdict.
         test_last_again();
         kill(-process, SIGKILL);
         const bool isDone = hasGone(50);
@@ -173,7 +173,7 @@ private:
         return isDone;
     }
 
-    /// The test that an unfinished run was in is the last one before what is still to be measured.
+    /// The test that an unfinished run was in is the last one before the first unmeasured test.
     void test_last_again() {
         for (const std::string& id : ids_) {
             const Flags flags = read_current_flags(id);
@@ -186,7 +186,7 @@ private:
         }
     }
 
-    /// With the driver's names, by which applications take the set for a measured one.
+    /// With the driver's names, by which applications recognise a measured set.
     static bool remove_records(const std::string& id, const std::vector<Cell>& cells) {
         Changes changes;
         for (const Cell& cell : cells) changes[key_of(cell)] = std::nullopt;
@@ -200,7 +200,7 @@ private:
     std::size_t run_once() {
         const FlagsByID before = read_flags();
         RunWatch watch({before, begin_, doneAtBegin_}, runningTool_, watcher_);
-        // The tool has the turn then, and whoever gets it next finds no record of the test.
+        // The tool has the turn then, and the next run to get it finds no record of the test.
         watch.onKill = [&] { remove_stopped_test(watch); };
         const Program program{options_.tool,
                               {},
@@ -232,7 +232,7 @@ private:
         return count;
     }
 
-    /// What is recorded decides, not how the run has ended.
+    /// The records decide, not the end of the run.
     void conclude(const RunEnd& end) {
         if (end.kind == RunEnd::Kind::kStopped) return interrupt();
         if (!find_missing().empty()) return;
@@ -257,7 +257,7 @@ private:
         if (!judgement.again.empty()) remove_records(id, judgement.again);
     }
 
-    /// Writes what the run's lines and its end say of each verdict. False when records that say
+    /// Writes the judgement on each verdict. False when records that say
     /// nothing had to stay.
     bool remember(const RunWatch& watch, const RunEnd& end) {
         bool isDone = true;
@@ -268,7 +268,7 @@ private:
             if (judgement.inHand) guilty = judgement.inHand;
             remember_causes(id, judgement);
             if (judgement.again.empty()) continue;
-            // Of no account where the run did end in that test by a fault.
+            // It does not count if the run ended in that test by a fault.
             if (judgement.inHand) endedFromOutside_[id].push_back(*judgement.inHand);
             isDone &= test_again(id, judgement.again);
         }
@@ -279,7 +279,7 @@ private:
         return isDone;
     }
 
-    /// Under the turn, so that nobody who measures loses a record that it has begun.
+    /// Under the turn, so that no other run loses a record that it has begun.
     bool test_again(const std::string& id, const std::vector<Cell>& cells) {
         bool isDone = false;
         const auto remove = [&] {
@@ -291,7 +291,7 @@ private:
             }
             isDone = stillFalse.empty() || remove_records(id, stillFalse);
         };
-        // Who interrupts waits no longer than a second.
+        // An interruption takes no longer than a second.
         int pauses = 0;
         return under_turn([&] { return may_wait() || ++pauses < 100; }, remove) && isDone;
     }

@@ -1,5 +1,5 @@
 // Measuring: the tool, run as often as needed until a run completes, with a time limit for each
-// test, and with the memory of what crashed and what hung.
+// test, and with the memory of crashes and hangs.
 
 #ifndef TEXPROBECTL_MEASURE_H
 #define TEXPROBECTL_MEASURE_H
@@ -33,7 +33,7 @@ struct MeasureProgress {
     std::optional<int> secondsLeft;
 };
 
-/// Who watches measuring. Told on the caller's thread.
+/// Watches measuring. Called on the caller's thread.
 class MeasureWatcher {
 public:
     MeasureWatcher() = default;
@@ -45,7 +45,7 @@ public:
     /// A run died: in which test, as far as there was one, and how.
     virtual void died(const std::string& rendererID, const std::optional<Cell>& cell,
                       const Cause& cause) = 0;
-    /// Somebody else's run has the turn. Told again and again.
+    /// Another process has the turn. Called again and again.
     virtual void waits_for(int process) = 0;
     /// The tool of a `measure` that was killed still has the turn. True to end it.
     virtual bool end_leftover(int process) = 0;

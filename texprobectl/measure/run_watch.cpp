@@ -85,14 +85,14 @@ bool RunWatch::line(Stream, std::string_view text) {
     return isProgress;
 }
 
-/// The tool makes a context between this line and its first test, so what is recorded now is mostly
-/// what others have recorded.
+/// The tool makes a context between this line and its first test, so the records of now are mostly
+/// those of other runs.
 void RunWatch::begin_turn(const std::string& id) {
     currentID_ = id;
     if (hasTurn_) return;
     hasTurn_ = true;
     Flags flags = atTurn_[id] = read_current_flags(id);
-    // What may be the test in hand is not done.
+    // A verdict that may be the test in hand is not done.
     const auto last = last_recorded(flags, next_unmeasured(flags));
     if (last) {
         auto& flag = flags.recorded[last->format][last->capability];
@@ -101,7 +101,7 @@ void RunWatch::begin_turn(const std::string& id) {
     run_.flags[id] = flags;
 }
 
-/// The first of the records says which file and which error, those after it what came of that.
+/// The first of the records says which file and which error, those after it the consequences.
 void RunWatch::take_trouble(const std::string& text) {
     constexpr std::string_view kOfRecords = "*** texprobe records: ";
     if (trouble_.compare(0, kOfRecords.size(), kOfRecords) != 0) trouble_ = text;

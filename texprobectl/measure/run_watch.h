@@ -1,5 +1,5 @@
-// One run of the tool while it lasts: what its lines said, how far it is, whether it has the turn,
-// and whom it waits for.
+// One run of the tool while it lasts: its lines and progress, whether it has the turn, and the
+// process for which it waits.
 
 #ifndef TEXPROBECTL_RUN_WATCH_H
 #define TEXPROBECTL_RUN_WATCH_H
@@ -24,7 +24,7 @@ using FlagsByID = std::map<std::string, Flags>;
 /// The flags as they are recorded now; none of a set that the tool will clear before it measures.
 Flags read_current_flags(const std::string& id);
 
-/// What a run is begun with.
+/// The state at a run's beginning.
 struct RunBegin {
     /// As they were before the run.
     FlagsByID flags;
@@ -47,13 +47,13 @@ public:
     std::function<void()> onKill;
 
     int process() const { return process_; }
-    /// What is known of the run for the judgement on one set.
+    /// The facts of the run for the judgement on one set.
     RunFacts facts(const std::string& id) const;
-    /// What it complained about; empty if it did not.
+    /// Its complaint; empty if it had none.
     const std::string& trouble() const { return trouble_; }
     const std::string& current_id() const { return currentID_; }
 
-    /// Has the progress shown that is recorded, whatever was said.
+    /// Shows the recorded progress instead of the one in the tool's lines.
     void show_recorded();
 
 private:

@@ -8,7 +8,7 @@
 namespace texprobe::ctl {
 
 /// Of several `measure` at a time one remembers its tool: the one with the lock, which the kernel
-/// takes from it when it dies. So what is remembered by another is known to be left behind.
+/// takes from it when it dies. So a tool remembered by another one is known to be left behind.
 class RunningTool {
 public:
     RunningTool() { try_to_lock(); }
@@ -20,7 +20,7 @@ public:
         int process = 0;
         bool hasGone = false;
     };
-    /// What a `measure` that was killed has left; none while that one lives.
+    /// The tool that a killed `measure` has left; none while that one lives.
     std::optional<LeftBehind> left_behind() const;
 
     /// An earlier one stays remembered, so that it can be offered again.

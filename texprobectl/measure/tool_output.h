@@ -1,4 +1,4 @@
-// What the tool's lines say of its progress.
+// The tool's progress, read from its lines.
 
 #ifndef TEXPROBECTL_TOOL_OUTPUT_H
 #define TEXPROBECTL_TOOL_OUTPUT_H
@@ -16,7 +16,7 @@ struct RendererBegun {
     std::string id;
 };
 /// "<identifier>[4711] UP TO DATE ...", and every other line on a renderer. The tool waits for its
-/// turn after the first one, so those after it are said by one that has the turn.
+/// turn after the first one, so the lines after it come from one that has the turn.
 struct RendererSpokenOf {
     std::string id;
 };

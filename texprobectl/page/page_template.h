@@ -159,7 +159,7 @@ svg line { stroke: var(--ink); stroke-width: 2; }
 {{/sets}}{{{times}}}</main>
 <footer class="quiet">
 <p>A verdict is about one driver, one build of the system and images of 128 by 128 pixels. n/a: not
-applicable, because what it needs is a no. {{unseen}}</p>
+applicable, because a capability that it needs is a no. {{unseen}}</p>
 <p>Written by texprobectl {{version}}.</p>
 </footer>
 </body>

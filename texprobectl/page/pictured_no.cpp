@@ -10,7 +10,7 @@ PicturedNoes picture_noes(const std::string& self, const RecordSet& set, const R
     // The software renderer of another machine has the same ID as this one's, but another build.
     if (!machine.lists(set.rendererID) || set.systemBuild != machine.systemBuild) {
         pictured.trouble =
-            "The noes of this set cannot be inspected here: this machine does not have this "
+            "This set cannot be inspected here: this machine does not have this "
             "renderer under this build.";
         return pictured;
     }

@@ -1,4 +1,4 @@
-// The noes of a record set's transfers, each with what an inspection says and shows of it.
+// Each transfer of a record set that is a no, with the sentence and pictures of an inspection.
 
 #ifndef TEXPROBECTL_PICTURED_NO_H
 #define TEXPROBECTL_PICTURED_NO_H

@@ -110,7 +110,7 @@ std::string words_of(const std::vector<SpeedBar>& bars) {
     return words + '.';
 }
 
-/// What has no bar, and why: one line for each of the four transfers and each reason.
+/// The transfers without a bar: one line for each of the four and each reason.
 Data list_lacks(const Times& times, std::size_t format) {
     std::vector<std::string> lines;
     for (const TransferTimes& transfer : times.transfers) {
@@ -164,8 +164,8 @@ std::string times_section(const Times& times, std::size_t number) {
     data.set("scale", fmt::format("{:.0f}", scale));
     data.set("spread",
              spread ? fmt::format("Half of a way's rounds lay within {:.0f} % of its median, in "
-                                  "every tenth way beyond {:.0f} %; what differs by less is the "
-                                  "same.",
+                                  "every tenth way beyond {:.0f} %; smaller "
+                                  "differences mean nothing.",
                                   spread->middle * 100.0, spread->high * 100.0)
                     : std::string());
     data.set("formats", formats);

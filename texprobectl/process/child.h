@@ -32,10 +32,10 @@ struct Child {
 RunEnd run_child(const Child& child);
 
 /// How a child ended that did not succeed: "was ended by SIGSEGV", "did not end within 60 s" and
-/// the like, to follow the name of what it did. Empty for one that exited with status 0.
+/// the like, to follow the name of its task. Empty for one that exited with status 0.
 std::string describe_failure(const RunEnd& end, std::chrono::seconds limit);
 
-/// The child's side: what it does, and with which exit status it ends.
+/// The child's side: does the task, and returns the exit status.
 int run_child_task(const std::string& task, const std::vector<std::string>& arguments);
 
 }  // namespace texprobe::ctl

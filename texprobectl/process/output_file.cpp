@@ -31,7 +31,7 @@ void write_into(const std::string& path, const std::function<void(std::ostream&)
     if (!stream) fail(path, errno);
 }
 
-/// What is written into an open file: streams of the library open theirs by name.
+/// A stream into an open file: those of the library open theirs by name.
 class DescriptorBuffer : public std::streambuf {
 public:
     explicit DescriptorBuffer(int descriptor) : descriptor_(descriptor) {
@@ -68,7 +68,7 @@ mode_t modes_at(const std::string& path) {
     return 0666U & ~mask;
 }
 
-/// A new file beside `place`, so that it can take its place. Its name is nobody's: mkstemp follows
+/// A new file beside `place`, so that it can take its place. Its name is new: mkstemp follows
 /// no link and opens no file that is there. It is removed unless it was renamed.
 class Draft {
 public:

@@ -1,4 +1,4 @@
-// This process and others, as the system knows them. A file of each system's.
+// This process and others. Each system has its own file.
 
 #ifndef TEXPROBECTL_PROCESSES_H
 #define TEXPROBECTL_PROCESSES_H

@@ -8,7 +8,7 @@
 
 namespace texprobe::ctl {
 
-/// "SIGSEGV", or "signal 42" for one that is seldom met.
+/// "SIGSEGV", or "signal 42" for a rare one.
 inline std::string signal_name(int number) {
     struct Named {
         int number;

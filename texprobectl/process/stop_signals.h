@@ -1,4 +1,4 @@
-// The signals by which a user stops a command: remembered, so that what it has begun ends in order.
+// The signals by which a user stops a command: remembered, so that the command can end in order.
 
 #ifndef TEXPROBECTL_STOP_SIGNALS_H
 #define TEXPROBECTL_STOP_SIGNALS_H
@@ -9,7 +9,7 @@
 
 namespace texprobe::ctl {
 
-/// Leaves a command that was stopped; the program ends with 128 + `signal`.
+/// Thrown to leave a command that was stopped; the program ends with status 128 + `signal`.
 class Interrupted : public std::exception {
 public:
     explicit Interrupted(int signal) : signal_(signal) {}

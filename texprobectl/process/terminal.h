@@ -1,4 +1,4 @@
-// What the stream can show.
+// The abilities of a stream's terminal.
 
 #ifndef TEXPROBECTL_TERMINAL_H
 #define TEXPROBECTL_TERMINAL_H

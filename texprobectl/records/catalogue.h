@@ -16,7 +16,7 @@ namespace texprobe::ctl {
 /// Where the system does not list applications: those of this machine's renderers.
 RecordSets read_record_sets(const Machine& machine);
 
-/// The same, for who must know that these are all. Throws std::runtime_error, one line, when the
+/// The same, for a caller who needs all of them. Throws std::runtime_error, one line, when the
 /// store cannot be read.
 RecordSets read_all_record_sets(const Machine& machine);
 

@@ -48,7 +48,7 @@ enum Capability : std::size_t {
 };
 
 struct CapabilityNames {
-    /// What follows the format's name in a record's key.
+    /// The part of a record's key after the format's name.
     const char* key;
     /// In the tool's result line.
     const char* printed;

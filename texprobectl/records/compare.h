@@ -1,4 +1,4 @@
-// What differs between record sets.
+// The differences between record sets.
 
 #ifndef TEXPROBECTL_COMPARE_H
 #define TEXPROBECTL_COMPARE_H

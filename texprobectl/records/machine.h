@@ -14,7 +14,7 @@ struct Machine {
     std::size_t displayCount = 0;
     /// In the order in which they are measured, each once.
     std::vector<std::uint32_t> renderers;
-    /// What could not be asked, as a sentence; empty when all was told.
+    /// The question that failed, as a sentence; empty when none did.
     std::string trouble;
 
     bool lists(const std::string& rendererID) const;
@@ -23,11 +23,11 @@ struct Machine {
 /// Opens no driver.
 Machine look_at_machine();
 
-/// What opening a renderer has come to.
+/// The result of opening a renderer.
 struct Opening {
     bool isOpened = false;
     int megabytes = 0;
-    /// What the context says.
+    /// The context's strings.
     std::string vendor;
     std::string glVersion;
     std::string renderer;

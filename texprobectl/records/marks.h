@@ -1,4 +1,4 @@
-// What `measure` remembers, under identifiers of its own beside the tool's: how a false record came
+// The notes of `measure`, under identifiers of its own beside the tool's: how a false record came
 // about, when a set was measured, and which process measures.
 //
 // A mark is one text under the key of the record that it explains: "signal SIGSEGV", "status 3",

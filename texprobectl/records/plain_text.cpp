@@ -47,7 +47,7 @@ bool is_plain(std::uint32_t code) {
         {0x2060, 0x206F},    // without width, isolated directions
         {0xFEFF, 0xFEFF},    // without width
         {0xFFF9, 0xFFFB},    // annotations
-        {0xE0000, 0xE007F},  // tags, which nobody sees
+        {0xE0000, 0xE007F},  // tags, which are invisible
     };
     return std::none_of(std::begin(kOthers), std::end(kOthers), [&](const Range& range) {
         return code >= range.first && code <= range.last;

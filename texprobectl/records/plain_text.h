@@ -1,5 +1,5 @@
 // Text of strangers (drivers, documents, file names) as people may see it: nothing in it moves the
-// cursor, changes the terminal, ends the line or turns the direction of what follows.
+// cursor, changes the terminal, ends the line or turns the direction of the text after it.
 
 #ifndef TEXPROBECTL_PLAIN_TEXT_H
 #define TEXPROBECTL_PLAIN_TEXT_H

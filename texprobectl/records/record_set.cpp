@@ -17,7 +17,7 @@ Verdict failed_by(const std::optional<Cause>& cause) {
     return std::holds_alternative<Hung>(*cause) ? Verdict::kHung : Verdict::kCrashed;
 }
 
-/// Of a cell without a record: is what it presupposes a no?
+/// Of a cell without a record: is a capability that it needs a no?
 Verdict unrecorded(const Cell& cell, const RecordSet& set) {
     const auto needed = precondition(cell.capability);
     if (!needed) return Verdict::kUnmeasured;
@@ -68,7 +68,7 @@ void decide_verdicts(const Flags& flags, RecordSet* set) {
             return;
         }
         verdict = *recorded ? Verdict::kYes : failed_by(cause);
-        // What is remembered counts only while the record is false.
+        // A remembered cause counts only while the record is false.
         if (verdict == Verdict::kCrashed || verdict == Verdict::kHung) {
             set->details.push_back({cell, *cause});
         }

@@ -1,4 +1,4 @@
-// What is known of one renderer under one build of the system: its record set.
+// The record set of one renderer under one build of the system.
 
 #ifndef TEXPROBECTL_RECORD_SET_H
 #define TEXPROBECTL_RECORD_SET_H
@@ -26,7 +26,7 @@ enum class Verdict {
     kNo,
     /// No record yet.
     kUnmeasured,
-    /// No record, because what it presupposes is no.
+    /// No record, because a capability that it needs is a no.
     kNotApplicable,
     /// A no, because the run died in the test.
     kCrashed,
@@ -66,7 +66,7 @@ struct Seen {
 };
 using Cause = std::variant<Crashed, Exited, Hung, Seen>;
 
-/// What is known of one crash or hang.
+/// One crash or hang.
 struct Detail {
     Cell cell;
     Cause cause;
@@ -111,7 +111,7 @@ std::optional<Identity> parse_id(std::string_view id);
 
 std::string make_id(std::string_view rendererID, std::string_view systemBuild);
 
-/// The flags that are recorded, and what is remembered of the false ones, by cell.
+/// The recorded flags, and the causes of the false ones, by cell.
 struct Flags {
     std::array<std::array<std::optional<bool>, kCapabilityCount>, kFormatCount> recorded;
     std::array<std::array<std::optional<Cause>, kCapabilityCount>, kFormatCount> causes;

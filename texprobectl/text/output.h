@@ -1,4 +1,4 @@
-// The forms of output: what a command has to say, for people or for programs. A form is one file;
+// The forms of output: a command's result, for people or for programs. A form is one file;
 // a command that has something new to say adds a function here.
 
 #ifndef TEXPROBECTL_OUTPUT_H
@@ -35,7 +35,7 @@ std::unique_ptr<Output> make_text_output(std::ostream& stream, const Terminal& t
 /// Documents, each valid against the installed schema.
 std::unique_ptr<Output> make_json_output(std::ostream& stream);
 
-/// What measuring has changed, for people: against what was recorded before, or for the build
+/// The changes by measuring, for people: against the records before, or against the build
 /// before.
 void write_changes(const MeasureResult& result, std::ostream& stream, const Terminal& terminal);
 

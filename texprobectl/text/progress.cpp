@@ -29,7 +29,7 @@ std::string describe_death(const std::string& rendererID, const std::optional<Ce
     return fmt::format("{}: {}: {}", rendererID, where, describe(cause));
 }
 
-/// What both views say in the same way.
+/// Shared by both views.
 class PrintedProgress : public ProgressView {
 public:
     PrintedProgress(std::ostream& stream, bool (*isInterrupted)())

@@ -1,4 +1,4 @@
-// Measuring as it is watched: a bar on a terminal, one line per renderer elsewhere.
+// The progress of measuring: a bar on a terminal, one line per renderer elsewhere.
 
 #ifndef TEXPROBECTL_PROGRESS_H
 #define TEXPROBECTL_PROGRESS_H

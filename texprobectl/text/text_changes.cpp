@@ -41,7 +41,7 @@ std::string count_changes(const std::vector<Difference>& differences) {
     return fmt::format("{} worse, {} better.\n", worse, better);
 }
 
-/// What is not measured differs from nothing.
+/// An unmeasured verdict differs from none.
 std::vector<Difference> measured_differences(const RecordSet& a, const RecordSet& b) {
     std::vector<Difference> measured = differences(a, b);
     measured.erase(

@@ -1,4 +1,4 @@
-// The sixteen formats by six capabilities as text, and what else people read of a record set.
+// The sixteen formats by six capabilities as text, and the other lines on a record set.
 
 #ifndef TEXPROBECTL_TEXT_MATRIX_H
 #define TEXPROBECTL_TEXT_MATRIX_H
@@ -16,7 +16,7 @@ namespace texprobe::ctl {
 /// A cell's text, and how it is shown.
 struct Shown {
     std::string text;
-    /// What the text takes on screen.
+    /// The text's width on screen.
     std::size_t width = 0;
     /// Of the terminal: "32" is green.
     const char* colour = "";
@@ -36,7 +36,7 @@ void write_matrix(const std::function<Shown(const Cell&)>& show, const Terminal&
 /// "complete", "40 of 96 verdicts", "of an older version".
 std::string describe_state(const RecordSet& set);
 
-/// "4.5 Mesa 22.3.6": without what every driver of a compatibility profile says.
+/// "4.5 Mesa 22.3.6": without the words that every compatibility profile has.
 std::string short_driver(const std::optional<std::string>& glVersion);
 
 std::string renderer_name(const RecordSet& set);

@@ -13,7 +13,7 @@ Count count(const VerdictCounts& counts, Verdict verdict) {
     return counts[static_cast<std::size_t>(verdict)];
 }
 
-/// Does not work there, whether it was tried or what it needs does not work.
+/// Does not work there: it was tried, or a capability that it needs does not work.
 Count failures(const VerdictCounts& counts) {
     return count(counts, Verdict::kNo) + count(counts, Verdict::kCrashed) +
            count(counts, Verdict::kHung) + count(counts, Verdict::kNotApplicable);

@@ -1,4 +1,4 @@
-// Merged counts as text: the answer first, then who is behind what does not work everywhere.
+// Merged counts as text: the answer first, then the drivers that fail somewhere.
 
 #ifndef TEXPROBECTL_TEXT_MERGED_H
 #define TEXPROBECTL_TEXT_MERGED_H

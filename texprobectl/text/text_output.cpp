@@ -30,7 +30,7 @@ std::string explain(const RecordSets& sets, const Terminal& terminal) {
         if (has(verdict)) text += fmt::format("{}: {}\n", mark(verdict), meaning);
     };
     add(Verdict::kUnmeasured, "not measured yet");
-    add(Verdict::kNotApplicable, "not applicable, because what it needs is a no");
+    add(Verdict::kNotApplicable, "not applicable, because a capability that it needs is a no");
     return text;
 }
 
@@ -94,7 +94,7 @@ public:
         write_store(diagnosis.store);
         item("record sets", std::to_string(diagnosis.recordSets));
         item("measuring now",
-             diagnosis.measuring == 0 ? "nobody" : name_of_holder(diagnosis.measuring));
+             diagnosis.measuring == 0 ? "no process" : name_of_holder(diagnosis.measuring));
         for (const auto& [name, value] : diagnosis.variables) {
             item("variable", fmt::format("{}={}", name, value));
         }
@@ -221,7 +221,7 @@ private:
         item("records", store.place);
         if (store.exists) {
             item("", fmt::format("owner {}, folder {}, file {}, {} bytes",
-                                 store.isOwn ? "you" : "somebody else", store.folderMode,
+                                 store.isOwn ? "you" : "another user", store.folderMode,
                                  store.fileMode, store.bytes));
         }
         item("", store.health);

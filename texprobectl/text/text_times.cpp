@@ -155,8 +155,8 @@ private:
         stream_ << fmt::format(
             "?: fewer than three rounds, so its spread is not known; --within gives more.\n"
             "~: another way is as fast within its spread. Half of a way's rounds lay within\n"
-            "{:.0f} % of its median, in every tenth way beyond {:.0f} %; what differs by less, or\n"
-            "comes out otherwise in a second run, is the same.\n",
+            "{:.0f} % of its median, in every tenth way beyond {:.0f} %; smaller\n"
+            "differences, and those that a second run does not repeat, mean nothing.\n",
             spread->middle * 100.0, spread->high * 100.0);
     }
 

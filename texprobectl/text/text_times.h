@@ -1,4 +1,4 @@
-// Times as text: the fastest verified ways first, then every way, then what one may trust.
+// Times as text: the fastest verified ways first, then every way, then their spread.
 
 #ifndef TEXPROBECTL_TEXT_TIMES_H
 #define TEXPROBECTL_TEXT_TIMES_H

@@ -1,4 +1,4 @@
-// Timing as it is watched: a bar on a terminal; elsewhere only what failed.
+// The progress of timing: a bar on a terminal; elsewhere only the failures.
 
 #ifndef TEXPROBECTL_TIME_PROGRESS_H
 #define TEXPROBECTL_TIME_PROGRESS_H

@@ -28,12 +28,12 @@ struct Rounds {
     std::function<void()> betweenSteps;
 };
 
-/// Every transfer is timed in as many visits, with all others between them: one that a machine is
-/// slow in for a while is not all that is known of it.
+/// Every transfer is timed in so many visits, with all others between them, so that a machine that
+/// is slow for a while spoils one visit at most.
 inline constexpr int kVisits = 3;
 inline constexpr int kMostRoundsOfVisit = 5;
-/// What a step takes at least: several images where they are small, as the wait at its end would
-/// otherwise be most of it.
+/// A step takes at least this long: several images where they are small, as the wait at its end
+/// would otherwise be most of it.
 inline constexpr double kStepSeconds = 0.002;
 inline constexpr int kMostLaps = 100;
 
@@ -42,7 +42,7 @@ inline constexpr int kMostLaps = 100;
 std::vector<WayRounds> time_ways(const std::vector<std::size_t>& ways, double seconds,
                                  const Rounds& rounds);
 
-/// What part of the time left the first of these visits, by their images' bytes, may take. In
+/// The part of the time left that the first of these visits, by their images' bytes, may take. In
 /// proportion to the square root: with equal shares the large ones would have too few rounds, and
 /// with shares by size the small ones.
 double share_of_first(const std::vector<std::size_t>& images);

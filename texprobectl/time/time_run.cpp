@@ -68,7 +68,7 @@ public:
         try {
             while (!visits_.empty()) run_once();
         } catch (const Interrupted&) {
-            // What has not been timed is said to be interrupted.
+            // A transfer that was not timed counts as interrupted.
         }
         return std::move(times_);
     }
@@ -91,7 +91,7 @@ private:
         }
     }
 
-    /// A renderer that could be opened before, and cannot after a crash, leaves what was timed.
+    /// A renderer that cannot be opened any more after a crash leaves its earlier times.
     void do_without(const std::string& reason) {
         if (visits_.size() == all_) throw TimeError(reason);
         for (TransferTimes* visit : visits_) {
@@ -186,7 +186,7 @@ private:
         return true;
     }
 
-    /// It has no numbers then, not even of an earlier visit: nobody should pick it.
+    /// It has no numbers then, not even of an earlier visit, so that it is not picked.
     static void fail(TransferTimes* transfer, const std::string& reason) {
         transfer->state = TimedState::kFailed;
         transfer->reason = reason;

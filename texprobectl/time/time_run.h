@@ -1,4 +1,4 @@
-// Timing: the child process, again after each crash or hang, and what it has said.
+// Timing: the child process, again after each crash or hang, and its lines.
 
 #ifndef TEXPROBECTL_TIME_TIME_RUN_H
 #define TEXPROBECTL_TIME_TIME_RUN_H
@@ -17,7 +17,7 @@ struct TimeOptions {
     /// In the tool's order.
     std::vector<std::size_t> formats;
     std::vector<ImageSize> sizes;
-    /// What all may take, about.
+    /// The time for all of it, roughly.
     int seconds = 120;
     /// How long a step may take.
     int limit = 60;

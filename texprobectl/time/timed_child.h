@@ -1,4 +1,4 @@
-// The child process that times: it alone calls OpenGL, and says what it does line by line.
+// The child process that times: it alone calls OpenGL, and reports line by line.
 //
 //   begin GL_RGBA8:upload_set:1080p    this transfer is visited
 //   step                               it has come further

@@ -1,4 +1,4 @@
-// What was timed: the transfers of one record set's formats, and how long each way took.
+// Times: the transfers of one record set's formats, and how long each way took.
 
 #ifndef TEXPROBECTL_TIME_TIMES_H
 #define TEXPROBECTL_TIME_TIMES_H
@@ -16,7 +16,7 @@ namespace texprobe::ctl {
 
 enum class TimedState {
     kTimed,
-    /// Its capability is not a yes, so nobody should pick it.
+    /// Its capability is not a yes, so that it must not be picked.
     kNotVerified,
     /// The driver cannot do it, or has crashed or hung.
     kFailed,
@@ -44,7 +44,7 @@ struct TimedWay {
 struct TransferTimes {
     TimedTransfer what;
     TimedState state = TimedState::kInterrupted;
-    /// The verdict where it is not a yes, or what failed.
+    /// The verdict where it is not a yes, or the failure.
     std::string reason;
     /// Of an image; 0 where none was timed.
     std::size_t bytes = 0;
@@ -55,7 +55,7 @@ struct TransferTimes {
     const TimedWay* find(std::size_t way) const;
     /// Of the ways with pixel buffer objects, which the verdicts are about; null without any.
     const TimedWay* fastest() const;
-    /// Whether another such way is as fast within the spread: the middle halves meet.
+    /// Whether another such way is as fast within the spread: the middle halves overlap.
     bool hasEqual() const;
     bool operator==(const TransferTimes&) const = default;
 };

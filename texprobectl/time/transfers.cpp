@@ -42,10 +42,10 @@ void* mapped(void* mapping) {
     return mapping;
 }
 
-// The compiler cannot know what it does, so it leaves out none of several copies.
+// The compiler cannot see into it, so it leaves out none of several copies.
 void* (*volatile copy_memory)(void*, const void*, std::size_t) = std::memcpy;
 
-/// What uploads and downloads share: the texture, the buffers, and the application's memory.
+/// Shared by uploads and downloads: the texture, the buffers, and the application's memory.
 class Stream : public StreamedTransfer {
 public:
     Stream(const TimedTransfer& what, GLenum target)
@@ -94,7 +94,7 @@ protected:
         glBufferData(target_, static_cast<GLsizeiptr>(bytes()), nullptr,
                      target_ == GL_PIXEL_UNPACK_BUFFER ? GL_STREAM_DRAW : GL_STREAM_READ);
     }
-    /// What is touched for the first time is slow, and not what streaming is like.
+    /// Memory that is touched for the first time is slow, unlike memory in streaming.
     void touch_buffer() const {
         copy_memory(mapped(glMapBuffer(target_, GL_WRITE_ONLY)), source_.data(), bytes());
         glUnmapBuffer(target_);
@@ -179,9 +179,9 @@ public:
     BoundFramebuffer& operator=(const BoundFramebuffer&) = delete;
 };
 
-/// One point is drawn into the image before each, so that the driver cannot keep what it sent
-/// before. What came is copied out of the mapped buffer: with one buffer at once, with three when
-/// the next two are on their way.
+/// One point is drawn into the image before each, so that the driver cannot reuse an earlier one.
+/// The image is copied out of the mapped buffer: with one buffer at once, with three when the next
+/// two are on their way.
 class Download : public Stream {
 public:
     explicit Download(const TimedTransfer& what) : Stream(what, GL_PIXEL_PACK_BUFFER) {

@@ -31,7 +31,7 @@ public:
 bool is_offered(const Way& way);
 
 /// Throws TransferError. Its textures, buffers and memory are gone with it: two images of its own,
-/// three buffers and a texture, and what the driver needs for them.
+/// three buffers and a texture, and the driver's own memory for them.
 std::unique_ptr<StreamedTransfer> make_transfer(const TimedTransfer& what);
 
 }  // namespace texprobe::ctl

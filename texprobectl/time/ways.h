@@ -1,4 +1,4 @@
-// What is timed: the ways in which an application streams images, and the sizes of the images.
+// The ways in which an application streams images, and the sizes of the images.
 
 #ifndef TEXPROBECTL_TIME_WAYS_H
 #define TEXPROBECTL_TIME_WAYS_H
@@ -57,7 +57,7 @@ inline bool is_upload(Capability transfer) {
     return transfer == kUploadSet || transfer == kUploadReset;
 }
 
-/// Whether the way is one of the transfer; what the driver lacks is another question.
+/// Whether the way is one of the transfer, even if the driver may lack it.
 inline bool is_of_transfer(const Way& way, Capability transfer) {
     return is_upload(transfer) || way.renewal != Renewal::kRange;
 }

@@ -243,7 +243,7 @@ unsigned long long distance_from_source(const void* srcData, unsigned srcFormat,
     }
 }
 
-/// The distance between the uploaded pattern and what came back, each described by its OpenGL
+/// The distance between the uploaded pattern and the returned image, each described by its OpenGL
 /// pixel format and type; kUnsupportedDistance for a pair that is not compared. `pixelCount` is
 /// ignored, since all images have one size. The table of types is not symmetric: a packed
 /// read-back is only accepted against a packed source.

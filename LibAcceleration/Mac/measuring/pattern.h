@@ -1,4 +1,4 @@
-// What is sent through the renderer and how: the transfer format of each texture format, the test
+// The images sent through the renderer: the transfer format of each texture format, the test
 // pattern, and the quad that draws the test texture into the render target.
 
 #ifndef TEXPROBE_PATTERN_H

@@ -24,7 +24,7 @@
 
 namespace {
 
-// What the current renderer offers; set by the test driver for each renderer.
+// The current renderer's features; set by the test driver for each renderer.
 bool __hasFBO = false;
 bool __hasPBO = false;
 

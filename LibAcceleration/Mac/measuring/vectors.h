@@ -20,7 +20,7 @@ inline bool has_avx512() {
     return __builtin_cpu_supports("avx512bw") && __builtin_cpu_supports("avx512vl");
 }
 
-// Flattened: whatever they call is inlined, and so compiled for the same vectors.
+// Flattened: all that they call is inlined, and so compiled for the same vectors.
 
 template <auto function, typename... Arguments>
 [[gnu::target("avx2"), gnu::flatten]] auto call_on_avx2(Arguments... arguments) {

@@ -20,7 +20,7 @@ namespace {
 
 constexpr std::uint32_t kMaxDisplays = 32;
 
-/// Told what failed, and the system's error.
+/// Called with the function that failed, and the system's error.
 using Complain = std::function<void(const char* failure, int error)>;
 
 inline void complain_on_stderr(const char* failure, int error) {
@@ -116,7 +116,7 @@ private:
     CFStringRef renderer_;
 };
 
-/// May a set match while a run is at work on it? What it says may be the false of a test under way.
+/// May a set match while a run is at work on it? A false in it may be that of a test under way.
 enum class SetsInHand { kSkipped, kTaken };
 
 /// The identifier of the first renderer of one display whose records match; owned by the caller.

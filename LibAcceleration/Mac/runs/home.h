@@ -1,4 +1,4 @@
-// Where the user's home is. A file of each system's knows; on Linux the records ask the same
+// The user's home. Each system has its own file; on Linux the records ask the same
 // function.
 
 #ifndef TEXPROBE_HOME_H

@@ -16,7 +16,7 @@ constexpr unsigned kSecondsForTestInHand = 2;
 // timeout(1) signals a process and its group. A closed terminal and the end of a session signal
 // twice, too. Signals this close together are one interruption.
 constexpr int kMillisecondsOfOne = 100;
-// From the terminal, and from who limits a run: a batch system, ulimit(1), an alarm set before the
+// From the terminal, and from limits of a run: a batch system, ulimit(1), an alarm set before the
 // tool was executed. All of them end a process by default.
 constexpr int kInterruptions[] = {SIGINT,  SIGTERM, SIGHUP,  SIGQUIT,
                                   SIGXCPU, SIGALRM, SIGUSR1, SIGUSR2};

@@ -114,7 +114,7 @@ void count_step(int descriptor) {
     futimens(descriptor, times);
 }
 
-/// Of what is taken in hand, for those who read records meanwhile.
+/// Of the set in hand, for those who read records meanwhile.
 void count_work(int descriptor) {
     struct stat file;
     if (fstat(descriptor, &file) != 0) return;
@@ -275,7 +275,7 @@ pid_t turn_holder(const TurnSettings& settings) {
 SetAtRest::SetAtRest(std::string file, std::string set)
     : file_(std::move(file)), set_(std::move(set)), before_(look()) {}
 
-/// The file's state first: whatever happens after it shows in the next look.
+/// The file's state first, so that any later change shows in the next look.
 SetAtRest::Look SetAtRest::look() const {
     Look seen;
     // As above: closing the file would drop this process's own lock.

@@ -5,13 +5,13 @@
 //
 // The turn is a record lock on a file: the kernel releases it when the process dies, and a child
 // does not inherit it. The run that has it touches the file as it progresses. If the others see no
-// progress for a long time, one of them removes the file, and all meet again on a new one. What is
-// no file of this user's is removed from its place: the folder is private. If there still is no
+// progress for a long time, one of them removes the file, and all meet again on a new one. Anything
+// but a file of this user's is removed from its place: the folder is private. If there still is no
 // lock, runs do not wait for each other, and trouble() says why.
 //
 // The run also names the record sets that it works on, for applications that do not wait: each is a
 // lock on a byte whose place follows from the set's name. That takes no space on a full disk, is
-// never half written, and goes with the process.
+// never half written, and vanishes with the process.
 
 #ifndef TEXPROBE_MEASURING_TURN_H
 #define TEXPROBE_MEASURING_TURN_H
@@ -83,8 +83,8 @@ constexpr pid_t kUnknownHolder = -1;
 /// The process that measures now; 0 for none.
 pid_t turn_holder(const TurnSettings& settings);
 
-/// Tells whether nobody worked on a record set while somebody read it: made before the set is read,
-/// and asked afterwards. Looks at the file; waits for nobody, and creates nothing.
+/// Tells whether no run worked on a record set while it was read: made before the set is read,
+/// and asked afterwards. It reads the file, does not wait, and creates nothing.
 class SetAtRest {
 public:
     SetAtRest(std::string file, std::string set);

@@ -1,4 +1,4 @@
-// What is said of a run of the tool that did not measure to the end.
+// How a run of the tool ended that did not measure to the end, in one line.
 
 #ifndef TEXPROBE_VERDICTS_RUN_ENDS_H
 #define TEXPROBE_VERDICTS_RUN_ENDS_H
@@ -13,7 +13,7 @@
 
 namespace {
 
-/// A reason is one line, whatever a path, a driver or the tool has put into it.
+/// A reason is one line, even if a path, a driver or the tool has put a line break into it.
 inline std::string one_line(std::string text) {
     for (char& c : text) {
         if (static_cast<unsigned char>(c) < 0x20 || c == 0x7F) c = '?';

@@ -53,7 +53,7 @@ private:
 };
 
 /// Closed in other programs from the beginning, where the system can: another thread may start one
-/// at any time. A template, since only that may name what a system lacks.
+/// at any time. A template, since only that may name a missing function.
 template <class Ends>
 int make_pipe(Ends ends) {
     if constexpr (requires { pipe2(ends, O_CLOEXEC); }) {
@@ -95,7 +95,7 @@ private:
     int error_ = 0;
 };
 
-/// One of the program's two streams: a pipe, and what has come of a line.
+/// One of the program's two streams: a pipe, and the part of a line that has come.
 class Output {
 public:
     explicit Output(Stream stream) : stream_(stream) {}
@@ -116,7 +116,7 @@ public:
     int number() const { return read_.number(); }
     bool is_open() const { return read_.is_open(); }
 
-    /// Hands over what has come. True when one of the lines ended a step.
+    /// Hands over the lines that have come. True when one of them ended a step.
     bool read(RunObserver& observer) {
         bool endsStep = false;
         std::array<char, 4096> bytes;
@@ -158,7 +158,7 @@ private:
     std::string line_;
 };
 
-/// What posix_spawn is told, given back at the end.
+/// The arguments of posix_spawn, given back at the end.
 class SpawnPlan {
 public:
     SpawnPlan() {
@@ -207,7 +207,7 @@ private:
     }
 
     /// Has every descriptor from 3 on closed in the program, in the way that the system offers;
-    /// the flags that this takes. A template, since only that may name what the system lacks.
+    /// the flags that this takes. A template, since only that may name a missing function.
     template <class Actions>
     static int close_others(Actions* actions) {
         if constexpr (requires { posix_spawn_file_actions_addclosefrom_np(actions, 3); }) {
@@ -253,8 +253,8 @@ public:
 
     void signal_group(int number) const { kill(-id_, number); }
 
-    /// Of a process that has ended: ends the rest of its group and takes the status. Where somebody
-    /// else has reaped the process, its number is still its group's only as long as the group has
+    /// Of a process that has ended: ends the rest of its group and takes the status. Where other
+    /// code has reaped the process, its number is still its group's only as long as the group has
     /// members, which an open pipe shows.
     RunEnd reap(bool isPipeOpen) {
         if (!isReapedByOthers_ || isPipeOpen) signal_group(SIGKILL);
@@ -330,7 +330,7 @@ private:
         return true;
     }
 
-    /// After the process's end: what it still had to say, and its status.
+    /// After the process's end: its last lines, and its status.
     RunEnd collect(Process& process) {
         read();
         const RunEnd end = process.reap(output_.is_open() || error_.is_open());

@@ -1,8 +1,8 @@
-// One run of a program, watched and limited: for a library inside somebody's application.
+// One run of a program, watched and limited: for a library inside another program.
 //
 // The program is started without a shell, in a process group of its own, with the environment that
 // it is given, an empty signal mask, the default action for every signal, and no descriptor but 0
-// to 2. Standard input is empty; what it writes is handed over line by line on the caller's thread.
+// to 2. Standard input is empty; its output is handed over line by line on the caller's thread.
 //
 // Nothing of the caller's process changes: no signal handler, no descriptor after the return, no
 // global state. Several threads may each supervise a run of their own.
@@ -37,7 +37,7 @@ std::vector<std::string> environment_of_process();
 
 enum class Stream { kOutput, kError };
 
-/// What the caller knows of the run, asked on the caller's thread. Its functions must not throw.
+/// The caller's part in the run, called on the caller's thread. Its functions must not throw.
 class RunObserver {
 public:
     enum class Wish {
@@ -77,7 +77,7 @@ struct RunEnd {
         kTimeLimit,
         /// The observer wished it.
         kStopped,
-        /// The program has ended, and its status went to somebody else: the process ignores
+        /// The program has ended, and its status was lost to other code: the process ignores
         /// SIGCHLD, or has a handler that reaps every child.
         kUnknown,
         /// `number` is the error.
@@ -89,7 +89,7 @@ struct RunEnd {
     bool isLeftBehind = false;
 };
 
-/// Runs the program to its end. Whatever else it has started in its group ends with it.
+/// Runs the program to its end. All that it has started in its group ends with it.
 RunEnd run_supervised(const Program& program, RunObserver& observer);
 
 }  // namespace texprobe

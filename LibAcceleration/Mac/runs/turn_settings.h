@@ -16,7 +16,7 @@ struct TurnSettings {
     std::chrono::milliseconds pause{10};
     /// After so many looks without progress, the run that measures counts as hanging.
     unsigned patience = 6000;
-    /// An application may not give a test less: what its limit ends is recorded as a no, for every
+    /// An application may not give a test less: if the limit ends it, a no is recorded for every
     /// application of this user.
     std::chrono::milliseconds leastTestTime{10000};
 };

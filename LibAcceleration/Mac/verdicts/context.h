@@ -1,4 +1,4 @@
-// What kind of context is current, told without an error and without a change of its state.
+// The kind of the current context, found without an error and without a change of its state.
 
 #ifndef TEXPROBE_VERDICTS_CONTEXT_H
 #define TEXPROBE_VERDICTS_CONTEXT_H

@@ -23,7 +23,7 @@
 
 namespace {
 
-/// Every test may end a run; so many that do are no accident.
+/// Each of the tests may end a run, but so many runs cannot all be accidents.
 constexpr int kMostRuns = 200;
 
 /// Where the lines go: called on the measuring thread only.
@@ -44,10 +44,10 @@ public:
         : sets_(sets), program_(program), turn_(turn), log_(log), outcome_(outcome) {}
 
     /// Returns when the outcome is there, or when the verdicts are being closed. `isRead`: have the
-    /// records been read before? `messages` is what was said of that.
+    /// records been read before? `messages` were printed by that.
     void run(bool isRead, const std::vector<std::string>& messages) {
         say(messages);
-        // Somebody may only have held the store for a moment.
+        // Another process may have held the store only for a moment.
         if (!isRead && find_verdicts()) return;
         std::size_t decided = count_decided();
         for (int runs = 1; !outcome_.is_closing(); ++runs) {
@@ -129,7 +129,7 @@ private:
         std::string reason;
         if (!isWhole) reason = describe_end(end, limit()) + "; ";
         reason += isStoreRead_ ? sets_.describe_mismatch(said_) : describe_unread();
-        // The first is the cause: what cannot be recorded is complained of again at the end.
+        // The first is the cause: the tool complains of missing records once more at its end.
         const std::string& trouble = recordsTrouble_.empty() ? trouble_ : recordsTrouble_;
         if (!trouble.empty()) reason += "; texprobe says: " + trouble;
         return reason;

@@ -1,4 +1,4 @@
-// What the measuring thread tells the application's threads.
+// The messages from the measuring thread to the application's threads.
 
 #ifndef TEXPROBE_VERDICTS_OUTCOME_H
 #define TEXPROBE_VERDICTS_OUTCOME_H
@@ -26,10 +26,10 @@ public:
     }
     void failed(std::string reason) { end(TEXPROBE_FAILED, std::move(reason)); }
 
-    /// A literal: somebody may hold the pointer until the verdicts are closed.
+    /// A literal: the application may hold the pointer until the verdicts are closed.
     void measuring(const char* reason) { reason_ = reason; }
     /// `done` of `all` verdicts. It never falls, although the false of a test under way may count
-    /// for more than what comes of it, and it is whole only when the answers are there.
+    /// for more than its outcome, and it is whole only when the answers are there.
     void progress(std::size_t done, std::size_t all) {
         const std::size_t shown = std::min(done, all - 1);
         progress_ = std::max(progress_.load(), static_cast<float>(shown) / static_cast<float>(all));
@@ -61,7 +61,7 @@ public:
         isClosing_ = true;
         changed_.notify_all();
     }
-    /// Until nobody waits here any more.
+    /// Until no thread waits here any more.
     void await_waiting() {
         std::unique_lock lock(mutex_);
         changed_.wait(lock, [&] { return waiting_ == 0; });

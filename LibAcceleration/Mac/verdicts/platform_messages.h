@@ -1,4 +1,4 @@
-// What the platform's functions would print, kept instead: an application's streams are its own.
+// Keeps the lines that the platform's functions would print: an application's streams are its own.
 //
 // A file of each system's says how: on macOS they print nothing.
 

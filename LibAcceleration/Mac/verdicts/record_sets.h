@@ -42,7 +42,7 @@ inline std::string quoted(CFStringRef string) {
     return std::string("\"") + text_of(string) + "\"";
 }
 
-/// What is found of the current context's renderer.
+/// The records found of the current context's renderer.
 struct Finding {
     bool isRead = true;
     /// A run is at work on a set with the context's strings: it may say the false of a test under
@@ -112,8 +112,8 @@ public:
         return finding;
     }
 
-    /// The same after a run that could not record everything, from what it has said. It does not
-    /// say the renderer's name: only records can tell two of one vendor and version apart.
+    /// The same after a run that could not record everything, from its lines. They do not
+    /// tell the renderer's name: only records can tell two of one vendor and version apart.
     Finding look(const SaidByTool& said) const {
         Finding finding;
         for (const CFStringRef appID : appIDs_) {
@@ -126,7 +126,7 @@ public:
         return finding;
     }
 
-    /// Is every set complete, and nobody at work on one? Then a run finds nothing to measure.
+    /// Is every set complete, and no run at work on one? Then another finds nothing to measure.
     bool are_all_measured() const {
         return std::all_of(appIDs_.begin(), appIDs_.end(), [this](CFStringRef appID) {
             const qor::SetAtRest atRest(turnFile_, text_of(appID));
@@ -207,7 +207,7 @@ private:
         return text;
     }
 
-    /// Is what the tool has said of a renderer of the current context's vendor and version, and not
+    /// Are these lines about a renderer of the current context's vendor and version, and not
     /// recorded as another's?
     bool is_of_context(const SaidOfRenderer& said, CFStringRef appID) const {
         const auto recorded = recorded_string(appID, CFSTR("GL_RENDERER"));

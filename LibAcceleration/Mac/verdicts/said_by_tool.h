@@ -1,4 +1,4 @@
-// What a run of the tool says of each renderer: all that is known where its records cannot be kept.
+// The verdicts that a run prints of each renderer: the only ones where records cannot be kept.
 
 #ifndef TEXPROBE_VERDICTS_SAID_BY_TOOL_H
 #define TEXPROBE_VERDICTS_SAID_BY_TOOL_H
@@ -45,7 +45,7 @@ inline std::optional<LineOfRenderer> line_of_renderer(std::string_view line) {
 
 struct SaidOfRenderer {
     Verdicts verdicts;
-    /// It goes on with what was recorded before.
+    /// It continues from earlier records.
     bool isUpToDate = false;
     std::string vendor;
     std::string version;

@@ -12,7 +12,7 @@
 
 namespace {
 
-/// What is known of one renderer: 16 formats, 6 capabilities.
+/// The known verdicts on one renderer: 16 formats, 6 capabilities.
 class Verdicts {
 public:
     Verdicts() {
@@ -26,7 +26,7 @@ public:
         return answers_[format][capability];
     }
 
-    /// How many are decided: recorded, or never tested because what they need is a no.
+    /// How many are decided: recorded, or never tested because they need one that is a no.
     std::size_t count_decided() const {
         std::size_t count = 0;
         for (const auto& of : answers_) {
@@ -48,7 +48,7 @@ public:
 
     bool are_complete() const { return count_decided() == kCount; }
 
-    /// Where `other` says something else, nobody knows. How many that are.
+    /// Where `other` differs, the verdict becomes unknown. Returns how many do.
     std::size_t agree_with(const Verdicts& other) {
         std::size_t differences = 0;
         for (std::size_t format = 0; format < kFormatCount; ++format) {
@@ -61,7 +61,7 @@ public:
         return differences;
     }
 
-    /// Takes what `other` knows.
+    /// Takes the verdicts that `other` knows.
     void replace_by(const Verdicts& other) {
         for (std::size_t format = 0; format < kFormatCount; ++format) {
             for (std::size_t capability = 0; capability < kCapabilityCount; ++capability) {

@@ -19,7 +19,7 @@ struct _CGLContextObject {
 struct _CGLPBufferObject {
     EGLint width;
     EGLint height;
-    Offscreen offscreen;                  ///< What the surface was made for.
+    Offscreen offscreen;                  ///< The display and configuration of the surface.
     EGLSurface surface = EGL_NO_SURFACE;  ///< Until a context takes it.
 };
 
@@ -72,7 +72,7 @@ EGLSurface take_surface(_CGLPBufferObject& pbuffer, const Offscreen& offscreen) 
     return fits ? std::exchange(pbuffer.surface, EGL_NO_SURFACE) : make_surface(offscreen, pbuffer);
 }
 
-/// Makes the context current with the surface, and then again what was current before.
+/// Makes the context current with the surface, and then restores the context of before.
 CGLError try_surface(const _CGLContextObject& ctx, EGLSurface surface) {
     const DesktopGl desktopGl(system_egl());
     EGLDisplay display = eglGetCurrentDisplay();

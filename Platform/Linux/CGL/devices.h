@@ -18,7 +18,7 @@ namespace texprobe::platform {
 struct Device {
     bool software = false;
     std::string name;      ///< For messages.
-    std::string identity;  ///< What the device is: the same after a reboot or in another slot.
+    std::string identity;  ///< Names the device: the same after a reboot or in another slot.
     Gpu gpu;
     /// Its entries in EGL's list: one from each vendor's library that claims to support it.
     std::vector<EGLDeviceEXT> entries;

@@ -9,7 +9,7 @@ namespace {
 // The environment variables of Mesa, GLVND and the Vulkan loader that change which driver serves a
 // device, what its contexts report, or what they can do. If one is missing here, a run with it
 // overwrites the records of runs without it. One too many costs its users one more measurement. So
-// when in doubt, a variable is listed. Left out is what cannot matter: window systems and swapping,
+// when in doubt, a variable is listed. Left out are harmless ones: window systems and swapping,
 // caches, messages and traces, OpenGL ES, and switches between implementations with the same
 // result.
 //
@@ -24,7 +24,7 @@ constexpr const char* kVariables[] = {
     "__EGL_VENDOR_LIBRARY_FILENAMES",  // Other vendors' EGL libraries, by file.
     "__EGL_VENDOR_LIBRARY_DIRS",       // The same, by folder.
 
-    // For drivers on top of another API: what they run on.
+    // For drivers on top of another API: the device below them.
     "VK_DRIVER_FILES",                             // Zink: the Vulkan drivers.
     "VK_ICD_FILENAMES",                            // Zink: their older name.
     "VK_ADD_DRIVER_FILES",                         // Zink: more of them.

@@ -1,4 +1,4 @@
-// What sysfs says about a GPU. Reads only; any file may be missing.
+// The entries of a GPU in sysfs. Reads only; any file may be missing.
 
 #ifndef TEXPROBE_PLATFORM_CGL_SYSFS_H
 #define TEXPROBE_PLATFORM_CGL_SYSFS_H
@@ -12,7 +12,7 @@ namespace texprobe::platform {
 struct Gpu {
     std::filesystem::path directory;  ///< The device's own directory; empty when it is not known.
     std::string vendor;               ///< PCI vendor, as "0x1002"; empty off the PCI bus.
-    std::string device;               ///< PCI device; off the PCI bus what the kernel calls it.
+    std::string device;               ///< PCI device; off the PCI bus the kernel's name of it.
     std::string driver;               ///< The kernel driver; empty when none is bound.
 };
 

@@ -54,7 +54,7 @@ std::optional<bool> boolean_of(const Value& value) {
     return std::nullopt;
 }
 
-/// No object removes the key. What is no key, or cannot be stored, is left out.
+/// No object removes the key. A key or object that cannot be stored is left out.
 void add_change(CFTypeRef key, CFPropertyListRef object, Changes* changes) {
     const auto* string = object_cast<__CFString>(key);
     if (!string) return;

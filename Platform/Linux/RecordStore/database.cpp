@@ -23,7 +23,7 @@ constexpr int kPageSize = 4096;
 constexpr int kLogPages = 128;
 constexpr sqlite3_int64 kLogSize = 32 + kLogPages * (24 + kPageSize);  // headers of log and page
 
-// What a hundred records take, with room to spare.
+// The size of a hundred records, with room to spare.
 constexpr int kSetSize = 8 * kPageSize;
 
 constexpr int kStepsBetweenLooksAtTheClock = 10'000;

@@ -14,7 +14,7 @@
 
 namespace texprobe::platform {
 
-/// The identity of a file, whatever its name.
+/// The identity of a file, under any name.
 struct Identity {
     dev_t device = 0;
     ino_t inode = 0;

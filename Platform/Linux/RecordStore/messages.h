@@ -9,7 +9,7 @@
 
 namespace texprobe::platform {
 
-/// Prints one line, whatever characters a path in it contains; or keeps it, where this thread does.
+/// Prints one line, even of a path with line breaks; or keeps it, where this thread does.
 void say(std::string line);
 
 /// From now on this thread's lines are added to `place`; null: printed. Returns the former place.

@@ -60,11 +60,11 @@ public:
     /// the database (-wal and -shm), which may stay.
     bool synchronize(const std::string& application);
 
-    /// Tries one last time to store what is pending, and prints what is missing. Closes everything;
+    /// Tries one last time to store pending records, and prints those still missing. Closes all;
     /// the next use opens it again.
     void close();
 
-    /// Around a fork: keeps other threads out, and closes what parent and child would both own. No
+    /// Around a fork: keeps other threads out, and closes all that both processes would own. No
     /// thread holds the mutex while it waits for another process, so a fork never waits for one.
     void lock_for_fork();
     void unlock_after_fork() { mutex_.unlock(); }

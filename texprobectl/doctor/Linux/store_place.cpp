@@ -63,7 +63,7 @@ ExaminedStore examine_store() {
         return store;
     }
     store.exists = true;
-    // Of what a link leads to, as the tool sees it.
+    // Of the link's target, which is the file that the tool sees.
     const int error = stat(store.place.c_str(), &status) == 0 ? 0 : errno;
     store.isOwn = status.st_uid == getuid();
     store.fileMode = octal(status.st_mode);

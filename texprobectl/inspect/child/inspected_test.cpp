@@ -17,7 +17,7 @@ namespace texprobe::ctl {
 
 namespace {
 
-/// Leaves the replay behind the inspected test.
+/// Leaves the replay after the inspected test.
 struct Inspected {};
 
 void say(const std::string& text) {
@@ -74,7 +74,7 @@ void replay(CFStringRef appID, Inspector* inspector) {
         test_texture_format_caps(appID, 0);
         inspector->reach(next);
     } catch (const Inspected&) {
-        // What the test has left in OpenGL goes with the context.
+        // The test's OpenGL objects vanish with the context.
         __betweenTests = nullptr;
     }
 }

@@ -14,7 +14,7 @@ namespace texprobe::ctl {
 
 inline constexpr const char* kInspectTask = "inspect";
 
-/// What the child is to do.
+/// The child's task.
 struct InspectionOrder {
     /// Where it leaves the images.
     std::string folder;
@@ -32,7 +32,7 @@ std::vector<std::string> words_of(const InspectionOrder& order);
 ///   test N                             the test of cell N, 0 to 95, is the next
 ///   image NAME N FORMAT TYPE           the file NAME.N holds an image of cell N in this layout;
 ///                                      NAME is sent, returned or kept
-/// On standard error it writes what the tool does, and kTestBegins before the inspected test.
+/// On standard error it writes the tool's lines, and kTestBegins before the inspected test.
 int inspect_as_child(const std::vector<std::string>& arguments);
 
 inline constexpr const char* kTestBegins = "texprobectl: the inspected test begins";

@@ -24,7 +24,7 @@ Recorder& Recorder::instance() {
 
 void Recorder::turn_on() {
     isOn_ = true;
-    // What an earlier test has left is not this one's.
+    // An error that an earlier test has left is not this one's.
     ask_errors(line::kPending);
 }
 

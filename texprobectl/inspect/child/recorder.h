@@ -1,6 +1,6 @@
-// What the tool's test code does with OpenGL: each call in order, what was sent and what came back.
+// Records the OpenGL calls of the tool's test code in order, the image sent and the one returned.
 //
-// Images are always taken, which makes no call of OpenGL. Calls are told, and OpenGL asked for its
+// Images are always taken, which makes no call of OpenGL. Calls are reported, and OpenGL asked for
 // errors, only while the recorder is on: so the tests that are replayed before the inspected one
 // make the tool's own calls and no others.
 
@@ -22,7 +22,7 @@ namespace texprobe::ctl {
 struct RecordedImages {
     std::optional<Image> sent;
     std::optional<Image> returned;
-    /// What the unpack buffer holds after the transfer.
+    /// The unpack buffer's contents after the transfer.
     std::optional<Image> kept;
 };
 
@@ -32,14 +32,14 @@ public:
     static Recorder& instance();
 
     /// Writes, from now on, a line to standard output for each call, before it is made, and lines
-    /// for what comes of it: those of recorder_lines.h.
+    /// for its result: those of recorder_lines.h.
     void turn_on();
     void turn_off() { isOn_ = false; }
 
     /// Those since the last time.
     RecordedImages take_images();
 
-    // What the recorded calls tell.
+    // Learned from the recorded calls.
 
     void before(const std::string& call);
     void after();

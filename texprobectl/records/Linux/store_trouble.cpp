@@ -1,4 +1,4 @@
-// The record store of Linux says what it cannot read in messages.
+// The record store of Linux reports in messages that it cannot read.
 
 #include "records/store_trouble.h"
 

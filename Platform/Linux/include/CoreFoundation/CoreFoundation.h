@@ -170,8 +170,8 @@ CFDictionaryRef CFDictionaryCreate(CFAllocatorRef allocator, const void** keys, 
 //
 // This process sees a set or a removal at once; it reaches the disk at the next synchronize of its
 // application. Each kind of failure is printed once on standard error, and the process continues
-// with its own view. What could not be stored is tried again at the next synchronize, and a last
-// time when the process ends, which then prints how many records are missing. A null application
+// with its own view. It tries to store the rest at the next synchronize, and a last
+// time when it ends, and then prints how many records are missing. A null application
 // identifier or key means no record.
 
 extern const CFStringRef kCFPreferencesCurrentUser;

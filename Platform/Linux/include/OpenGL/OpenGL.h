@@ -91,7 +91,7 @@ CGLError CGLSetCurrentContext(CGLContextObj ctx);
 /// The context's virtual screen. Differs from macOS: always 0, a context has one renderer.
 CGLError CGLGetVirtualScreen(CGLContextObj ctx, GLint* screen);
 
-/// Creates an offscreen drawable of that size, in pixels. What is current stays so.
+/// Creates an offscreen drawable of that size, in pixels. The current context stays current.
 /// Differs from macOS: it is a surface of the context that this thread created last, which is made
 /// current with it once. kCGLBadAlloc if EGL cannot make it, kCGLBadState if it cannot make it
 /// current. While there is no such context, only the size is remembered. It cannot be used as a
