@@ -1,5 +1,5 @@
 // Rows of the table in docs/faults.md. A test that injects faults counts what it tried and what was
-// lost; scripts/faults adds up the rows of each fault and writes the table.
+// lost; scripts/check/faults adds up the rows of each fault and writes the table.
 
 #ifndef TEXPROBE_TESTS_FAULT_ROWS_H
 #define TEXPROBE_TESTS_FAULT_ROWS_H

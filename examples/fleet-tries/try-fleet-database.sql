@@ -1,4 +1,4 @@
--- What scripts/try-fleet-database asks. All but for "yes on all 2000 machines", which is only counted.
+-- What examples/fleet-tries/try-fleet-database asks. All but for "yes on all 2000 machines", which is only counted.
 
 \echo shares
 SELECT renderer, format, capability, verdict, machines, percent FROM fleet_shares
