@@ -21,8 +21,6 @@
 
 namespace {
 
-using qor::MeasuringTurn;
-using qor::TurnSettings;
 using std::chrono::milliseconds;
 using texprobe::tests::ScratchFolder;
 using texprobe::tests::status_of;
@@ -271,14 +269,14 @@ TEST_F(MeasuringTurnTest, is_waited_for_again_by_one_who_lost_it_and_comes_back_
 TEST_F(MeasuringTurnTest, is_taken_from_a_stopped_process_at_once) {
     const pid_t holder = start_holder();
     kill(holder, SIGSTOP);
-    qor::take_turn_from(holder, settings());
+    take_turn_from(holder, settings());
     EXPECT_TRUE(gets_turn_at_once());
 }
 
 TEST_F(MeasuringTurnTest, stays_when_the_stopped_process_is_another_one) {
     start_holder();
     const pid_t visitor = start_visitor(kNever);
-    qor::take_turn_from(visitor, settings());
+    take_turn_from(visitor, settings());
     EXPECT_FALSE(gets_turn_at_once());
 }
 
@@ -289,7 +287,7 @@ protected:
         EXPECT_FALSE(turn.had_to_wait());
         EXPECT_TRUE(turn.advance());
         EXPECT_EQ(turn.trouble(), trouble);
-        qor::take_turn_from(getpid(), place);
+        take_turn_from(getpid(), place);
     }
 
     /// What has been laid in the place of the file does not keep runs from going one at a time.

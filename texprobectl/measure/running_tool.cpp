@@ -15,7 +15,7 @@ namespace {
 
 /// Beside the file of the turn. It stays: who removed it would part two `measure`.
 std::string lock_file() {
-    const std::string turn = qor::turn_settings().file;
+    const std::string turn = turn_settings().file;
     return turn.empty() ? turn : turn.substr(0, turn.rfind('/') + 1) + "texprobectl.lock";
 }
 

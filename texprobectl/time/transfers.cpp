@@ -12,7 +12,6 @@
 #include <cstring>
 #include <vector>
 
-#include "time/layouts.h"
 
 // Core since OpenGL 3.0, and an extension of 2.1; some systems' headers for 2.1 leave it out.
 extern "C" void* glMapBufferRange(  // NOLINT(readability-redundant-declaration)
@@ -57,7 +56,7 @@ public:
         }
         unsigned bytesPerPixel = 0;
         best_pixel_format(internalFormat_, &format_, &type_, &bytesPerPixel);
-        source_.resize(image_bytes(what));
+        source_.resize(what.bytes());
         sink_.resize(source_.size());
         test_fill_data(source_.data(), source_.size(), type_);
         for (const GLuint buffer : kBuffers) {

@@ -25,6 +25,8 @@
 #include "runs/interruption.h"
 #include "runs/measuring_turn.h"
 
+namespace texprobe {
+
 namespace {
 
 [[noreturn]] inline void end_set_up(const char* message) {
@@ -137,7 +139,7 @@ inline void prepare_records(CFStringRef appID) {
 
 [[noreturn]] inline void end_interrupted_run() {
     std::fflush(stdout);
-    qor::end_by_interruption();
+    end_by_interruption();
 }
 
 /// One renderer run's turn to measure.
@@ -164,7 +166,7 @@ public:
 
     /// Between two tests: ends the run if the user interrupted it, and keeps the turn otherwise.
     void go_on() {
-        if (qor::is_interrupted()) {
+        if (is_interrupted()) {
             CFPreferencesAppSynchronize(appID_);
             end_interrupted_run();
         }
@@ -174,8 +176,8 @@ public:
 
 private:
     const CFStringRef appID_;
-    qor::MeasuringTurn turn_{qor::turn_settings(), [] {
-                                 if (qor::is_interrupted()) end_interrupted_run();
+    MeasuringTurn turn_{turn_settings(), [] {
+                                 if (is_interrupted()) end_interrupted_run();
                              }};
 };
 
@@ -196,7 +198,7 @@ inline void run_renderer(GLint rendererID) {
         write_identification(GL_RENDERER, CFSTR("GL_RENDERER"), nullptr, appID);
         CFPreferencesAppSynchronize(appID);
     }
-    if (qor::is_interrupted()) end_interrupted_run();
+    if (is_interrupted()) end_interrupted_run();
     release(appID);
 }
 
@@ -234,5 +236,7 @@ inline void run_test() {
 }
 
 }  // namespace
+
+}  // namespace texprobe
 
 #endif

@@ -20,7 +20,10 @@
 
 #include "measuring/distance.h"
 #include "measuring/pattern.h"
+#include "records/formats.h"
 #include "records/records.h"
+
+namespace texprobe {
 
 namespace {
 
@@ -216,19 +219,17 @@ inline bool test_download_read(GLenum internalFormat) {
 /// One capability's test, its place among the preconditions, and its messages.
 struct CapabilityTest {
     Capability capability;
-    Capability precondition;  // The capability itself if there is none.
     bool (*run)(GLenum internalFormat);
     const char* announcement;  // Null: none.
-    const char* label;
 };
 
 constexpr CapabilityTest kCapabilityTests[] = {
-    {kSupported, kSupported, test_supported, nullptr, "supported"},
-    {kRenderable, kSupported, test_renderable, nullptr, "renderable"},
-    {kUploadSet, kSupported, test_upload_set, "Testing UPLOAD SET...\n", "upload SET"},
-    {kUploadReset, kSupported, test_upload_reset, "Testing UPLOAD RESET...\n", "upload RESET"},
-    {kDownloadGet, kRenderable, test_download_get, nullptr, "download GET"},
-    {kDownloadRead, kRenderable, test_download_read, nullptr, "download READ"},
+    {kSupported, test_supported, nullptr},
+    {kRenderable, test_renderable, nullptr},
+    {kUploadSet, test_upload_set, "Testing UPLOAD SET...\n"},
+    {kUploadReset, test_upload_reset, "Testing UPLOAD RESET...\n"},
+    {kDownloadGet, test_download_get, nullptr},
+    {kDownloadRead, test_download_read, nullptr},
 };
 
 /// Runs one test under the recording rule: false reaches the disk before the driver is touched.
@@ -241,7 +242,7 @@ inline bool run_guarded(const CapabilityTest& test, CFStringRef key, CFStringRef
     const bool verdict = test.run(internalFormat);
     write_verdict(key, verdict, appID);
     std::fprintf(stderr, "%s[%d] %s %s: %d\n", text_of(appID), getpid(), text_of(formatName),
-                 test.label, verdict);
+                 kCapabilityRows[test.capability].printed, verdict);
     return verdict;
 }
 
@@ -260,7 +261,8 @@ inline void test_texture_format(CFStringRef appID, unsigned char reset, GLenum i
         const CFStringRef key = keys[test.capability];
         Boolean recorded = 0;
         bool verdict = CFPreferencesGetAppBooleanValue(key, appID, &recorded);
-        const bool applies = test.precondition == test.capability || verdicts[test.precondition];
+        const Capability needed = kCapabilityRows[test.capability].precondition;
+        const bool applies = needed == test.capability || verdicts[needed];
         if (applies && !verdict && !recorded) {
             verdict = run_guarded(test, key, appID, internalFormat, formatName);
         }
@@ -268,35 +270,15 @@ inline void test_texture_format(CFStringRef appID, unsigned char reset, GLenum i
     }
 }
 
-/// The pass over the sixteen formats. The order matters: all formats share a context, so each
-/// inherits the state that the one before it left.
+/// The pass over the sixteen formats.
 inline void test_texture_format_caps(CFStringRef appID, unsigned char reset) {
-    const struct {
-        GLenum internalFormat;
-        CFStringRef name;
-    } formats[] = {
-        {GL_RGB32F_ARB, CFSTR("GL_RGB32F_ARB")},
-        {GL_RGBA32F_ARB, CFSTR("GL_RGBA32F_ARB")},
-        {GL_LUMINANCE32F_ARB, CFSTR("GL_LUMINANCE32F_ARB")},
-        {GL_LUMINANCE_ALPHA32F_ARB, CFSTR("GL_LUMINANCE_ALPHA32F_ARB")},
-        {GL_LUMINANCE8, CFSTR("GL_LUMINANCE8")},
-        {GL_LUMINANCE8_ALPHA8, CFSTR("GL_LUMINANCE8_ALPHA8")},
-        {GL_RGB8, CFSTR("GL_RGB8")},
-        {GL_RGBA8, CFSTR("GL_RGBA8")},
-        {GL_LUMINANCE16, CFSTR("GL_LUMINANCE16")},
-        {GL_LUMINANCE16_ALPHA16, CFSTR("GL_LUMINANCE16_ALPHA16")},
-        {GL_RGB16, CFSTR("GL_RGB16")},
-        {GL_RGBA16, CFSTR("GL_RGBA16")},
-        {GL_LUMINANCE16F_ARB, CFSTR("GL_LUMINANCE16F_ARB")},
-        {GL_LUMINANCE_ALPHA16F_ARB, CFSTR("GL_LUMINANCE_ALPHA16F_ARB")},
-        {GL_RGB16F_ARB, CFSTR("GL_RGB16F_ARB")},
-        {GL_RGBA16F_ARB, CFSTR("GL_RGBA16F_ARB")},
-    };
-    for (const auto& format : formats) {
-        test_texture_format(appID, reset, format.internalFormat, format.name);
+    for (std::size_t i = 0; i < kFormatCount; ++i) {
+        test_texture_format(appID, reset, kFormats[i].internalFormat, format_names()[i]);
     }
 }
 
 }  // namespace
+
+}  // namespace texprobe
 
 #endif

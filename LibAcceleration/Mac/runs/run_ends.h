@@ -11,6 +11,8 @@
 
 #include "runs/supervised_run.h"
 
+namespace texprobe {
+
 namespace {
 
 /// A reason is one line, whatever a path, a driver or the tool has put into it.
@@ -42,8 +44,8 @@ inline std::string describe_failed_start(const std::string& tool, int error) {
 }
 
 /// "texprobe ..."
-inline std::string describe_end(const texprobe::RunEnd& end, int limit) {
-    using Kind = texprobe::RunEnd::Kind;
+inline std::string describe_end(const RunEnd& end, int limit) {
+    using Kind = RunEnd::Kind;
     switch (end.kind) {
         case Kind::kExited:
             return "texprobe ended with status " + std::to_string(end.number);
@@ -59,5 +61,7 @@ inline std::string describe_end(const texprobe::RunEnd& end, int limit) {
 }
 
 }  // namespace
+
+}  // namespace texprobe
 
 #endif

@@ -14,6 +14,8 @@
 
 #include "verdicts/process_rights.h"
 
+namespace texprobe {
+
 namespace {
 
 inline bool is_program(const std::string& path) {
@@ -70,16 +72,18 @@ inline std::string find_tool(const char* requested) {
     if (requested) return requested;
     std::string installed = installed_tool();
     if (is_program(installed)) return installed;
-    const char* path = texprobe::is_environment_of_another() ? nullptr : std::getenv("PATH");
+    const char* path = is_environment_of_another() ? nullptr : std::getenv("PATH");
     return find_in_path(path ? path : "");
 }
 
 inline std::string describe_search() {
     return "texprobe was not found: not as " + installed_tool() +
-           (texprobe::is_environment_of_another() ? "; a set-user-ID process does not look in PATH"
+           (is_environment_of_another() ? "; a set-user-ID process does not look in PATH"
                                                   : ", and not in PATH");
 }
 
 }  // namespace
+
+}  // namespace texprobe
 
 #endif

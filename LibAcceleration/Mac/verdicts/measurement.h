@@ -21,6 +21,8 @@
 #include "verdicts/record_sets.h"
 #include "verdicts/said_by_tool.h"
 
+namespace texprobe {
+
 namespace {
 
 /// Every test may end a run; so many that do are no accident.
@@ -36,11 +38,11 @@ struct Log {
     }
 };
 
-class Measurement : public texprobe::RunObserver {
+class Measurement : public RunObserver {
 public:
     /// Everything is borrowed. Nothing here reads the environment, which is the application's.
-    Measurement(const RecordSets& sets, const texprobe::Program& program,
-                const qor::TurnSettings& turn, const Log& log, Outcome& outcome)
+    Measurement(const RecordSets& sets, const Program& program,
+                const TurnSettings& turn, const Log& log, Outcome& outcome)
         : sets_(sets), program_(program), turn_(turn), log_(log), outcome_(outcome) {}
 
     /// Returns when the outcome is there, or when the verdicts are being closed. `isRead`: have the
@@ -54,8 +56,8 @@ public:
             said_ = {};
             trouble_.clear();
             recordsTrouble_.clear();
-            const texprobe::RunEnd end = run_supervised(program_, *this);
-            using Kind = texprobe::RunEnd::Kind;
+            const RunEnd end = run_supervised(program_, *this);
+            using Kind = RunEnd::Kind;
             if (end.kind == Kind::kStopped) return;
             if (end.kind == Kind::kNotStarted) {
                 return fail(describe_failed_start(program_.path, end.number) +
@@ -84,7 +86,7 @@ private:
 
     /// True when the verdicts were found.
     bool find_verdicts() {
-        const texprobe::PlatformMessages messages;
+        const PlatformMessages messages;
         const Finding finding = sets_.look();
         say(messages.lines());
         isStoreRead_ = finding.isRead;
@@ -108,7 +110,7 @@ private:
     }
 
     std::size_t count_decided() {
-        const texprobe::PlatformMessages messages;
+        const PlatformMessages messages;
         sets_.refresh();
         const std::size_t count = sets_.count_decided();
         say(messages.lines());
@@ -119,7 +121,7 @@ private:
     void fail(const std::string& reason) { outcome_.failed(one_line(reason)); }
 
     /// Why there are no verdicts after a run that was the last one.
-    std::string describe(const texprobe::RunEnd& end, bool isWhole) const {
+    std::string describe(const RunEnd& end, bool isWhole) const {
         const std::string build = get_system_version();
         if (!toolBuild_.empty() && toolBuild_ != build) {
             return "\"" + program_.path +
@@ -147,7 +149,7 @@ private:
     }
 
     /// A driver may write without end and without getting anywhere.
-    bool line(texprobe::Stream /*stream*/, std::string_view text) override {
+    bool line(Stream /*stream*/, std::string_view text) override {
         const std::string copy(text);
         log_(copy);
         const std::size_t trouble = text.find("*** ");
@@ -172,7 +174,7 @@ private:
         // Seldom enough to cost nothing, often enough for a progress bar.
         if (++looks_ % 3 != 0) return Wish::kGoOn;
         count_decided();
-        const pid_t holder = qor::turn_holder(turn_);
+        const pid_t holder = turn_holder(turn_);
         // A tool that is a script may have started the one that measures.
         const bool isOwn = holder > 0 && (holder == process_ || getpgid(holder) == process_);
         const bool isWaiting = holder != 0 && !isOwn;
@@ -182,8 +184,8 @@ private:
     }
 
     const RecordSets& sets_;
-    const texprobe::Program& program_;
-    const qor::TurnSettings& turn_;
+    const Program& program_;
+    const TurnSettings& turn_;
     const Log& log_;
     Outcome& outcome_;
     int process_ = 0;
@@ -199,5 +201,7 @@ private:
 };
 
 }  // namespace
+
+}  // namespace texprobe
 
 #endif

@@ -15,6 +15,8 @@
 #include "TexProbeVerdicts.h"
 #include "verdicts/record_sets.h"
 
+namespace texprobe {
+
 namespace {
 
 /// Begins as MEASURING and ends once, as READY or FAILED.
@@ -104,5 +106,7 @@ private:
 };
 
 }  // namespace
+
+}  // namespace texprobe
 
 #endif

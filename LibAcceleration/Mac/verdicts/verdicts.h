@@ -8,7 +8,8 @@
 
 #include "TexProbeVerdicts.h"
 #include "records/formats.h"
-#include "records/records.h"
+
+namespace texprobe {
 
 namespace {
 
@@ -30,23 +31,17 @@ public:
     std::size_t count_decided() const {
         std::size_t count = 0;
         for (const auto& of : answers_) {
-            const auto tested = [&](Capability capability) {
-                return of[capability] != TEXPROBE_UNKNOWN;
-            };
-            count += tested(kSupported);
-            const bool isSupportedNo = of[kSupported] == TEXPROBE_NO;
-            for (const Capability c : {kRenderable, kUploadSet, kUploadReset}) {
-                count += isSupportedNo || tested(c);
-            }
-            const bool isRenderableNo = isSupportedNo || of[kRenderable] == TEXPROBE_NO;
-            for (const Capability c : {kDownloadGet, kDownloadRead}) {
-                count += isRenderableNo || tested(c);
+            std::array<bool, kCapabilityCount> isNo = {};
+            for (std::size_t i = 0; i < kCapabilityCount; ++i) {
+                const bool isNeverTested = isNo[kCapabilityRows[i].precondition];
+                isNo[i] = isNeverTested || of[i] == TEXPROBE_NO;
+                count += isNeverTested || of[i] != TEXPROBE_UNKNOWN;
             }
         }
         return count;
     }
 
-    bool are_complete() const { return count_decided() == kCount; }
+    bool are_complete() const { return count_decided() == kCellCount; }
 
     /// Where `other` says something else, nobody knows. How many that are.
     std::size_t agree_with(const Verdicts& other) {
@@ -71,12 +66,12 @@ public:
         }
     }
 
-    static constexpr std::size_t kCount = kFormatCount * kCapabilityCount;
-
 private:
     std::array<std::array<texprobe_answer, kCapabilityCount>, kFormatCount> answers_;
 };
 
 }  // namespace
+
+}  // namespace texprobe
 
 #endif

@@ -81,15 +81,13 @@ void replay(CFStringRef appID, Inspector* inspector) {
 
 void run_alone(CFStringRef appID, const Cell& cell, const Inspector& inspector) {
     const std::size_t number = number_of(cell);
-    for (const TextureFormat& format : texture_formats()) {
-        if (format.internalFormat != kFormats[cell.format].internalFormat) continue;
-        say("test " + std::to_string(number));
-        inspector.begin();
-        const FlagKeys keys(format.key);
-        const CapabilityTest& test = kCapabilityTests[cell.capability];
-        run_guarded(test, keys[test.capability], appID, format.internalFormat, format.key);
-        inspector.keep_images(number);
-    }
+    say("test " + std::to_string(number));
+    inspector.begin();
+    const CFStringRef name = format_names()[cell.format];
+    const CapabilityTest& test = kCapabilityTests[cell.capability];
+    run_guarded(test, FlagKeys(name)[test.capability], appID,
+                kFormats[cell.format].internalFormat, name);
+    inspector.keep_images(number);
 }
 
 InspectionOrder order_from(const std::vector<std::string>& words) {
