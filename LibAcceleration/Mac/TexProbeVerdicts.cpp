@@ -19,10 +19,10 @@
 #include <vector>
 
 #include "records/formats.h"
+#include "records/platform_messages.h"
 #include "runs/tool_path.h"
 #include "verdicts/measurement.h"
 #include "verdicts/outcome.h"
-#include "verdicts/platform_messages.h"
 #include "verdicts/record_sets.h"
 
 namespace texprobe {
@@ -146,7 +146,7 @@ private:
             return;
         }
         try {
-            Measurement(sets_, program_, turn_, log_, outcome_).run(isRead_, messages_);
+            BackgroundRuns(sets_, program_, turn_, log_, outcome_).run(isRead_, messages_);
         } catch (const std::bad_alloc&) {
             outcome_.failed("out of memory");
         }
@@ -154,7 +154,7 @@ private:
 
     const pid_t process_ = getpid();
     Log log_;
-    const RecordSets sets_;
+    const SetsOfMachine sets_;
     bool isRead_ = false;
     Program program_;
     TurnSettings turn_;

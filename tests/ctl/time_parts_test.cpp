@@ -141,7 +141,7 @@ TEST(Rounds, do_not_count_what_is_between_steps) {
     EXPECT_THAT(ctl::time_ways({0}, 1.0, clock.rounds()), ElementsAre(WayRounds{0, {1}}));
 }
 
-TransferTimes timed(ctl::Capability transfer, std::vector<TimedWay> ways) {
+TransferTimes timed(Capability transfer, std::vector<TimedWay> ways) {
     TransferTimes times;
     times.what = {kRGBA8, transfer, {1920, 1080}};
     times.state = TimedState::kTimed;
@@ -150,7 +150,7 @@ TransferTimes timed(ctl::Capability transfer, std::vector<TimedWay> ways) {
     return times;
 }
 
-TransferTimes lacking(ctl::Capability transfer, TimedState state, const std::string& reason) {
+TransferTimes lacking(Capability transfer, TimedState state, const std::string& reason) {
     TransferTimes times;
     times.what = {kRGBA8, transfer, {1920, 1080}};
     times.state = state;
@@ -165,12 +165,12 @@ Times example() {
             "a renderer",
             "4.5 driver",
             {timed(kUploadSet, {{ctl::kCopy, 3, {0.001, 0.001, 0.001}},
-                                     {ctl::kNoBuffer, 3, {0.008, 0.008, 0.008}},
-                                     {kOneKept, 3, {0.005, 0.005, 0.006}},
-                                     {kThreeFresh, 3, {0.003, 0.004, 0.0044}}}),
+                                {ctl::kNoBuffer, 3, {0.008, 0.008, 0.008}},
+                                {kOneKept, 3, {0.005, 0.005, 0.006}},
+                                {kThreeFresh, 3, {0.003, 0.004, 0.0044}}}),
              timed(kUploadReset, {{ctl::kCopy, 2, {0.001, 0.001, 0.001}},
-                                       {ctl::kNoBuffer, 2, {0.004, 0.004, 0.004}},
-                                       {kOneKept, 2, {0.005, 0.005, 0.005}}}),
+                                  {ctl::kNoBuffer, 2, {0.004, 0.004, 0.004}},
+                                  {kOneKept, 2, {0.005, 0.005, 0.005}}}),
              lacking(kDownloadGet, TimedState::kFailed, "the process was ended by SIGSEGV"),
              lacking(kDownloadRead, TimedState::kNotVerified, "no")}};
 }

@@ -19,11 +19,12 @@
 #include "runs/measuring_turn.h"
 #include "support/process.h"
 
+namespace texprobe {
 namespace {
 
+using tests::ScratchFolder;
+using tests::status_of;
 using std::chrono::milliseconds;
-using texprobe::tests::ScratchFolder;
-using texprobe::tests::status_of;
 
 constexpr unsigned kNever = 1000000;  // More looks than any test takes.
 
@@ -387,3 +388,4 @@ TEST_F(UnlockablePlaceTest, folder_that_cannot_be_changed_ends_the_wait_behind_o
 }
 
 }  // namespace
+}  // namespace texprobe

@@ -11,7 +11,7 @@ int turn_holder() {
 
 std::string name_of_holder(int process) {
     return process == kUnknownHolder ? "a process of another machine or container"
-                                          : "process " + std::to_string(process);
+                                     : "process " + std::to_string(process);
 }
 
 bool is_in_group(int process, int group) {

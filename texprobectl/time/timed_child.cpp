@@ -1,6 +1,6 @@
 #include "time/timed_child.h"
 
-#include <measuring/driver.h>
+#include <measuring/offscreen_context.h>
 
 #include <charconv>
 #include <chrono>

@@ -15,22 +15,22 @@
 // The internal format, and the layout in which its pixels travel between client and renderer:
 // integer colours blue first, 8-bit RGBA as one packed word. The verdicts are about exactly these
 // layouts.
-#define TEXPROBE_FORMATS(ROW)                                                    \
-    ROW("GL_RGB32F_ARB", 0x8815, PixelOrder::kRGB, PixelType::kFloat, 12)         \
-    ROW("GL_RGBA32F_ARB", 0x8814, PixelOrder::kRGBA, PixelType::kFloat, 16)       \
-    ROW("GL_LUMINANCE32F_ARB", 0x8818, PixelOrder::kLuminance, PixelType::kFloat, 4)         \
-    ROW("GL_LUMINANCE_ALPHA32F_ARB", 0x8819, PixelOrder::kLuminanceAlpha, PixelType::kFloat, 8)         \
-    ROW("GL_LUMINANCE8", 0x8040, PixelOrder::kLuminance, PixelType::kByte, 1)         \
-    ROW("GL_LUMINANCE8_ALPHA8", 0x8045, PixelOrder::kLuminanceAlpha, PixelType::kByte, 2)         \
-    ROW("GL_RGB8", 0x8051, PixelOrder::kBGR, PixelType::kByte, 3)         \
-    ROW("GL_RGBA8", 0x8058, PixelOrder::kBGRA, PixelType::kPackedBytes, 4)         \
-    ROW("GL_LUMINANCE16", 0x8042, PixelOrder::kLuminance, PixelType::kShort, 2)         \
-    ROW("GL_LUMINANCE16_ALPHA16", 0x8048, PixelOrder::kLuminanceAlpha, PixelType::kShort, 4)         \
-    ROW("GL_RGB16", 0x8054, PixelOrder::kBGR, PixelType::kShort, 6)         \
-    ROW("GL_RGBA16", 0x805B, PixelOrder::kBGRA, PixelType::kShort, 8)         \
-    ROW("GL_LUMINANCE16F_ARB", 0x881E, PixelOrder::kLuminance, PixelType::kHalf, 2)         \
-    ROW("GL_LUMINANCE_ALPHA16F_ARB", 0x881F, PixelOrder::kLuminanceAlpha, PixelType::kHalf, 4)         \
-    ROW("GL_RGB16F_ARB", 0x881B, PixelOrder::kRGB, PixelType::kHalf, 6)         \
+#define TEXPROBE_FORMATS(ROW)                                                                   \
+    ROW("GL_RGB32F_ARB", 0x8815, PixelOrder::kRGB, PixelType::kFloat, 12)                       \
+    ROW("GL_RGBA32F_ARB", 0x8814, PixelOrder::kRGBA, PixelType::kFloat, 16)                     \
+    ROW("GL_LUMINANCE32F_ARB", 0x8818, PixelOrder::kLuminance, PixelType::kFloat, 4)            \
+    ROW("GL_LUMINANCE_ALPHA32F_ARB", 0x8819, PixelOrder::kLuminanceAlpha, PixelType::kFloat, 8) \
+    ROW("GL_LUMINANCE8", 0x8040, PixelOrder::kLuminance, PixelType::kByte, 1)                   \
+    ROW("GL_LUMINANCE8_ALPHA8", 0x8045, PixelOrder::kLuminanceAlpha, PixelType::kByte, 2)       \
+    ROW("GL_RGB8", 0x8051, PixelOrder::kBGR, PixelType::kByte, 3)                               \
+    ROW("GL_RGBA8", 0x8058, PixelOrder::kBGRA, PixelType::kPackedBytes, 4)                      \
+    ROW("GL_LUMINANCE16", 0x8042, PixelOrder::kLuminance, PixelType::kShort, 2)                 \
+    ROW("GL_LUMINANCE16_ALPHA16", 0x8048, PixelOrder::kLuminanceAlpha, PixelType::kShort, 4)    \
+    ROW("GL_RGB16", 0x8054, PixelOrder::kBGR, PixelType::kShort, 6)                             \
+    ROW("GL_RGBA16", 0x805B, PixelOrder::kBGRA, PixelType::kShort, 8)                           \
+    ROW("GL_LUMINANCE16F_ARB", 0x881E, PixelOrder::kLuminance, PixelType::kHalf, 2)             \
+    ROW("GL_LUMINANCE_ALPHA16F_ARB", 0x881F, PixelOrder::kLuminanceAlpha, PixelType::kHalf, 4)  \
+    ROW("GL_RGB16F_ARB", 0x881B, PixelOrder::kRGB, PixelType::kHalf, 6)                         \
     ROW("GL_RGBA16F_ARB", 0x881A, PixelOrder::kRGBA, PixelType::kHalf, 8)
 
 // In the order of the tests, and of the bits that applications see: the members of CapabilityRow.

@@ -110,7 +110,9 @@ public:
     FlagKeys(const FlagKeys&) = delete;
     FlagKeys& operator=(const FlagKeys&) = delete;
 
-    CFStringRef operator[](Capability capability) const { return keys_[capability]; }
+    CFStringRef operator[](Capability capability) const {
+        return keys_[capability];
+    }
 
     /// Removes the six records, and only those, in one operation.
     void remove_records(CFStringRef appID) const {

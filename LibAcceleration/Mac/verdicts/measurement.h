@@ -12,12 +12,13 @@
 #include <utility>
 #include <vector>
 
+#include "records/platform_messages.h"
+#include "runs/attempts.h"
 #include "runs/measuring_turn.h"
 #include "runs/run_ends.h"
 #include "runs/supervised_run.h"
 #include "runs/turn_settings.h"
 #include "verdicts/outcome.h"
-#include "verdicts/platform_messages.h"
 #include "verdicts/record_sets.h"
 #include "verdicts/said_by_tool.h"
 
@@ -38,11 +39,11 @@ struct Log {
     }
 };
 
-class Measurement : public RunObserver {
+class BackgroundRuns : public RunObserver {
 public:
     /// Everything is borrowed. Nothing here reads the environment, which is the application's.
-    Measurement(const RecordSets& sets, const Program& program,
-                const TurnSettings& turn, const Log& log, Outcome& outcome)
+    BackgroundRuns(const SetsOfMachine& sets, const Program& program, const TurnSettings& turn,
+                   const Log& log, Outcome& outcome)
         : sets_(sets), program_(program), turn_(turn), log_(log), outcome_(outcome) {}
 
     /// Returns when the outcome is there, or when the verdicts are being closed. `isRead`: have the
@@ -52,7 +53,8 @@ public:
         // Somebody may only have held the store for a moment.
         if (!isRead && find_verdicts()) return;
         std::size_t decided = count_decided();
-        for (int runs = 1; !outcome_.is_closing(); ++runs) {
+        for (Attempts attempts(kMostRuns, 1); !outcome_.is_closing();) {
+            attempts.begin_run();
             said_ = {};
             trouble_.clear();
             recordsTrouble_.clear();
@@ -64,7 +66,7 @@ public:
                             (isStoreRead_ ? "" : "; " + describe_unread()));
             }
             if (find_verdicts()) return;
-            if (isInHand_ && runs < kMostRuns) {
+            if (isInHand_ && !attempts.are_used_up()) {
                 log_(
                     "another run of texprobe has begun; texprobe is started again and waits for "
                     "it");
@@ -73,16 +75,25 @@ public:
             const bool isWhole = end.kind == Kind::kExited && end.number == 0;
             if (isWhole && find_said_verdicts()) return;
             const std::size_t before = std::exchange(decided, count_decided());
-            if (isWhole || decided <= before || runs == kMostRuns) {
+            attempts.end_run(decided > before);
+            if (isWhole || attempts.are_in_vain() || attempts.are_used_up()) {
                 return fail(describe(end, isWhole));
             }
-            log_(describe_end(end, limit()) +
-                 "; it is started again and continues with the next test");
+            log_(describe(end) + "; it is started again and continues with the next test");
         }
     }
 
 private:
-    int limit() const { return static_cast<int>(program_.stepLimit.count()); }
+    std::string describe(const RunEnd& end) const {
+        const std::string limit = std::to_string(program_.stepLimit.count());
+        std::string text =
+            "texprobe " + describe_end(end, "made no progress for " + limit + " ms and was killed",
+                                       number_of_signal);
+        if (end.kind == RunEnd::Kind::kUnknown) {
+            text += ", because this application reaps every child";
+        }
+        return text;
+    }
 
     /// True when the verdicts were found.
     bool find_verdicts() {
@@ -129,7 +140,7 @@ private:
                    toolBuild_ + ", and this process is of " + build;
         }
         std::string reason;
-        if (!isWhole) reason = describe_end(end, limit()) + "; ";
+        if (!isWhole) reason = describe(end) + "; ";
         reason += isStoreRead_ ? sets_.describe_mismatch(said_) : describe_unread();
         // The first is the cause: what cannot be recorded is complained of again at the end.
         const std::string& trouble = recordsTrouble_.empty() ? trouble_ : recordsTrouble_;
@@ -183,7 +194,7 @@ private:
         return isWaiting ? Wish::kGoOnAnew : Wish::kGoOn;
     }
 
-    const RecordSets& sets_;
+    const SetsOfMachine& sets_;
     const Program& program_;
     const TurnSettings& turn_;
     const Log& log_;

@@ -22,7 +22,7 @@ namespace {
 /// Begins as MEASURING and ends once, as READY or FAILED.
 class Outcome {
 public:
-    void ready(const Verdicts& verdicts, std::string reason) {
+    void ready(const Answers& verdicts, std::string reason) {
         verdicts_ = verdicts;
         end(TEXPROBE_READY, std::move(reason));
     }
@@ -101,7 +101,7 @@ private:
     std::atomic<float> progress_{0.0F};
     std::atomic<const char*> reason_{"texprobe measures this machine's renderers"};
     // Written before the last state, and only read after it.
-    Verdicts verdicts_;
+    Answers verdicts_;
     std::string lastReason_;
 };
 

@@ -26,8 +26,8 @@ namespace texprobe {
 namespace {
 
 /// The records of one identifier, as they are now.
-inline Verdicts read_verdicts(CFStringRef appID) {
-    Verdicts verdicts;
+inline Answers read_verdicts(CFStringRef appID) {
+    Answers verdicts;
     for (std::size_t format = 0; format < kFormatCount; ++format) {
         const FlagKeys keys(format_names()[format]);
         for (std::size_t i = 0; i < kCapabilityCount; ++i) {
@@ -50,11 +50,11 @@ struct Finding {
     /// A run is at work on a set with the context's strings: it may say the false of a test under
     /// way.
     bool isInHand = false;
-    std::optional<Verdicts> verdicts;
+    std::optional<Answers> verdicts;
     /// How many of them are unknown because two renderers carry the context's strings.
     std::size_t differences = 0;
 
-    void add(const Verdicts& found) {
+    void add(const Answers& found) {
         if (verdicts) {
             differences += verdicts->agree_with(found);
         } else {
@@ -64,9 +64,9 @@ struct Finding {
 };
 
 /// Made on the thread whose context is current; used on another afterwards.
-class RecordSets {
+class SetsOfMachine {
 public:
-    RecordSets() {
+    SetsOfMachine() {
         CGDirectDisplayID displays[kMaxDisplays];
         std::uint32_t count = 0;
         const auto complain = [this](const char* failure, int error) { remember(failure, error); };
@@ -78,11 +78,11 @@ public:
             }
         }
     }
-    ~RecordSets() {
+    ~SetsOfMachine() {
         for (const CFStringRef appID : appIDs_) release(appID);
     }
-    RecordSets(const RecordSets&) = delete;
-    RecordSets& operator=(const RecordSets&) = delete;
+    SetsOfMachine(const SetsOfMachine&) = delete;
+    SetsOfMachine& operator=(const SetsOfMachine&) = delete;
 
     /// Why no record can ever match; empty if one may.
     std::string hopeless() const {
@@ -105,7 +105,7 @@ public:
             // The tool may just have written these records in its own process.
             finding.isRead &= CFPreferencesAppSynchronize(appID) != 0;
             if (!strings_.match(appID, isVersionCompared_)) continue;
-            const Verdicts verdicts = read_verdicts(appID);
+            const Answers verdicts = read_verdicts(appID);
             if (!verdicts.are_complete()) continue;
             finding.isInHand |= !atRest.has_lasted();
             finding.add(verdicts);
@@ -121,7 +121,7 @@ public:
         for (const CFStringRef appID : appIDs_) {
             const SaidOfRenderer* renderer = said.of(appID);
             if (!renderer || !is_of_context(*renderer, appID)) continue;
-            Verdicts verdicts = renderer->isUpToDate ? read_verdicts(appID) : Verdicts();
+            Answers verdicts = renderer->isUpToDate ? read_verdicts(appID) : Answers();
             verdicts.replace_by(renderer->verdicts);
             if (verdicts.are_complete()) finding.add(verdicts);
         }

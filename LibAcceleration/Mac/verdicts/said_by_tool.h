@@ -46,7 +46,7 @@ inline std::optional<LineOfRenderer> line_of_renderer(std::string_view line) {
 }
 
 struct SaidOfRenderer {
-    Verdicts verdicts;
+    Answers verdicts;
     /// It goes on with what was recorded before.
     bool isUpToDate = false;
     std::string vendor;
@@ -80,7 +80,7 @@ public:
 
 private:
     /// "GL_RGBA8 upload SET: 1"
-    static void take_verdict(std::string_view text, Verdicts* verdicts) {
+    static void take_verdict(std::string_view text, Answers* verdicts) {
         const std::size_t space = text.find(' ');
         const std::size_t colon = text.rfind(": ");
         if (space == std::string_view::npos || colon == std::string_view::npos || colon < space) {

@@ -14,9 +14,9 @@ namespace texprobe {
 namespace {
 
 /// What is known of one renderer: 16 formats, 6 capabilities.
-class Verdicts {
+class Answers {
 public:
-    Verdicts() {
+    Answers() {
         for (auto& ofFormat : answers_) ofFormat.fill(TEXPROBE_UNKNOWN);
     }
 
@@ -44,7 +44,7 @@ public:
     bool are_complete() const { return count_decided() == kCellCount; }
 
     /// Where `other` says something else, nobody knows. How many that are.
-    std::size_t agree_with(const Verdicts& other) {
+    std::size_t agree_with(const Answers& other) {
         std::size_t differences = 0;
         for (std::size_t format = 0; format < kFormatCount; ++format) {
             for (std::size_t capability = 0; capability < kCapabilityCount; ++capability) {
@@ -57,7 +57,7 @@ public:
     }
 
     /// Takes what `other` knows.
-    void replace_by(const Verdicts& other) {
+    void replace_by(const Answers& other) {
         for (std::size_t format = 0; format < kFormatCount; ++format) {
             for (std::size_t capability = 0; capability < kCapabilityCount; ++capability) {
                 const texprobe_answer answer = other.at(format, capability);
