@@ -219,15 +219,15 @@ constexpr CapabilityTest kCapabilityTests[] = {
     {kDownloadRead, test_download_read, nullptr},
 };
 
-/// Calls `verdict_of(test, applies)` for each of one format's tests in order. A test applies if
+/// Calls `verdictOf(test, applies)` for each of one format's tests in order. A test applies if
 /// what it needs is a yes.
 template <typename VerdictOf>
-void for_each_test(VerdictOf verdict_of) {
+void for_each_test(VerdictOf verdictOf) {
     bool verdicts[kCapabilityCount] = {};
     for (const CapabilityTest& test : kCapabilityTests) {
         const Capability needed = kCapabilityRows[test.capability].precondition;
         const bool applies = needed == test.capability || verdicts[needed];
-        verdicts[test.capability] = verdict_of(test, applies);
+        verdicts[test.capability] = verdictOf(test, applies);
     }
 }
 
