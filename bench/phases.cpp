@@ -17,6 +17,7 @@
 #include "interleaved.h"
 #include "measuring/distance.h"
 #include "measuring/pattern.h"
+#include "records/records.h"
 
 namespace texprobe {
 
