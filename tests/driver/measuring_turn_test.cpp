@@ -22,9 +22,9 @@
 namespace texprobe {
 namespace {
 
+using std::chrono::milliseconds;
 using tests::ScratchFolder;
 using tests::status_of;
-using std::chrono::milliseconds;
 
 constexpr unsigned kNever = 1000000;  // More looks than any test takes.
 

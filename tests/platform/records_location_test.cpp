@@ -78,8 +78,9 @@ TEST(RecordsDirectory, and_the_turn_are_below_the_same_home) {
             constexpr int kSkip = 2;
             if (!replace_password_database(file)) return kSkip;
             setenv("HOME", folder.path().c_str(), 1);
-            const bool isSame = records_directory() == used + "/.config/texprobe" &&
-                                texprobe::turn_settings().file == used + "/.config/texprobe/measuring.lock";
+            const bool isSame =
+                records_directory() == used + "/.config/texprobe" &&
+                texprobe::turn_settings().file == used + "/.config/texprobe/measuring.lock";
             return isSame ? 0 : 1;
         }));
     };
