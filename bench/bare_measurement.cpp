@@ -15,7 +15,7 @@ int main(int argc, char** argv) {
     int passed = 0;
     for (const EGLDeviceEXT device : texprobe::bench::list_devices()) {
         const texprobe::bench::EglContext context(device);
-        texprobe::bench::set_up_render_target();
+        texprobe::bench::set_up_renderer();
         passed += texprobe::bench::measure_all_formats([&] {
             if (write) (*write)();
         });

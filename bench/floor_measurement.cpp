@@ -2,6 +2,8 @@
 
 #include "measuring/distance.h"
 
+namespace texprobe {
+
 namespace {
 
 /// Every distance is 0, so the same tests run.
@@ -11,6 +13,8 @@ unsigned long long nothing_compared(Arguments...) {
 }
 
 }  // namespace
+
+}  // namespace texprobe
 
 #define distance_data_switch nothing_compared
 #include "bare_measurement.cpp"

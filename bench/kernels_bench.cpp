@@ -13,9 +13,9 @@
 #include "measuring/distance.h"
 #include "measuring/pattern.h"
 
-namespace {
+namespace texprobe::bench {
 
-using texprobe::bench::Cell;
+namespace {
 
 void register_work(const std::string& name, const std::function<std::uint64_t()>& work,
                    std::size_t bytes) {
@@ -27,7 +27,7 @@ void register_work(const std::string& name, const std::function<std::uint64_t()>
 }
 
 void register_cells() {
-    for (const Cell& cell : texprobe::bench::make_cells()) {
+    for (const Cell& cell : make_cells()) {
         register_work("kernel/" + cell.name, cell.kernel, cell.bytes);
         register_work("summing/" + cell.name, cell.summing, cell.bytes);
         register_work("opencv/" + cell.name, cell.opencv, cell.bytes);
@@ -65,8 +65,10 @@ BENCHMARK_CAPTURE(fill_pattern, floats, GL_FLOAT);
 
 }  // namespace
 
+}  // namespace texprobe::bench
+
 int main(int argc, char** argv) {
-    register_cells();
+    texprobe::bench::register_cells();
     benchmark::Initialize(&argc, argv);
     if (benchmark::ReportUnrecognizedArguments(argc, argv)) return 1;
     benchmark::RunSpecifiedBenchmarks();

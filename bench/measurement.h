@@ -5,48 +5,30 @@
 #define TEXPROBE_BENCH_MEASUREMENT_H
 
 #include <OpenGL/gl.h>
-#include <OpenGL/glext.h>
-#include <OpenGL/glu.h>
 
-#include "measuring/probe.h"
+#include "measuring/capability_tests.h"
+#include "measuring/render_target.h"
 #include "support/formats.h"
 
 namespace texprobe::bench {
 
-inline bool has_extension(const char* name) {
-    return gluCheckExtension(reinterpret_cast<const GLubyte*>(name), glGetString(GL_EXTENSIONS));
-}
-
 /// As the tool's test driver sets it up.
-inline void set_up_render_target() {
-    __hasFBO = has_extension("GL_EXT_framebuffer_object");
-    __hasPBO = has_extension("GL_ARB_pixel_buffer_object");
-    if (__hasFBO) {
-        glBindFramebufferEXT(GL_FRAMEBUFFER_EXT, 1);
-        glBindTexture(GL_TEXTURE_2D, kTargetTexture);
-        glTexImage2D(GL_TEXTURE_2D, 0, GL_RGBA, kImageSize, kImageSize, 0, GL_RGBA, GL_BYTE,
-                     nullptr);
-        glFramebufferTexture2DEXT(GL_FRAMEBUFFER_EXT, GL_COLOR_ATTACHMENT0_EXT, GL_TEXTURE_2D,
-                                  kTargetTexture, 0);
-    }
-    const GLenum buffer = __hasFBO ? GL_COLOR_ATTACHMENT0_EXT : GL_FRONT;
-    glDrawBuffer(buffer);
-    glReadBuffer(buffer);
-    glViewport(0, 0, kImageSize, kImageSize);
+inline void set_up_renderer() {
+    read_extensions([](const char*, bool) {});
+    set_up_render_target();
 }
 
 /// Runs every test whose precondition holds, calling `before` first. Returns how many passed.
 template <typename Before>
 int measure_format(GLenum internalFormat, Before before) {
-    bool verdicts[kCapabilityCount] = {};
     int passed = 0;
-    for (const CapabilityTest& test : kCapabilityTests) {
-        const bool applies = test.precondition == test.capability || verdicts[test.precondition];
-        if (!applies) continue;
+    for_each_test([&](const CapabilityTest& test, bool applies) {
+        if (!applies) return false;
         before();
-        verdicts[test.capability] = test.run(internalFormat);
-        passed += verdicts[test.capability];
-    }
+        const bool verdict = test.run(internalFormat);
+        passed += verdict;
+        return verdict;
+    });
     return passed;
 }
 

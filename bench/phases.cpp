@@ -17,6 +17,9 @@
 #include "interleaved.h"
 #include "measuring/distance.h"
 #include "measuring/pattern.h"
+#include "records/records.h"
+
+namespace texprobe {
 
 namespace {
 
@@ -24,14 +27,14 @@ double patternSeconds = 0.0;
 double comparisonSeconds = 0.0;
 
 void timed_fill_data(void* data, std::size_t size, GLenum type) {
-    patternSeconds += texprobe::bench::time_of([=] { test_fill_data(data, size, type); });
+    patternSeconds += bench::time_of([=] { test_fill_data(data, size, type); });
 }
 
 unsigned long long timed_distance(const void* srcData, unsigned srcFormat, unsigned srcType,
                                   const void* readData, unsigned readFormat, unsigned readType,
                                   unsigned pixelCount) {
     unsigned long long distance = 0;
-    comparisonSeconds += texprobe::bench::time_of([&] {
+    comparisonSeconds += bench::time_of([&] {
         distance = distance_data_switch(srcData, srcFormat, srcType, readData, readFormat, readType,
                                         pixelCount);
     });
@@ -40,15 +43,17 @@ unsigned long long timed_distance(const void* srcData, unsigned srcFormat, unsig
 
 }  // namespace
 
+}  // namespace texprobe
+
 // The probe calls these instead of the real functions.
 #define test_fill_data timed_fill_data
 #define distance_data_switch timed_distance
 #include "measurement.h"
 #include "phases.h"
 
-namespace {
+namespace texprobe::bench {
 
-using namespace texprobe::bench;
+namespace {
 
 void print_phase(const char* name, double seconds) {
     std::printf("%s\t%.9f\n", name, seconds);
@@ -119,7 +124,7 @@ Pass measure_pass() {
 void take_first_run_apart() {
     std::optional<EglContext> context;
     open_driver(&context);
-    set_up_render_target();
+    set_up_renderer();
     const Pass first = measure_pass();
     const Pass again = measure_pass();
     print_phase("shaders and other first use", first.glWork - again.glWork);
@@ -144,7 +149,7 @@ void take_second_run_apart() {
     print_phase("opening the store", time_of([&] { CFPreferencesAppSynchronize(appID); }));
     std::optional<EglContext> context;
     open_driver(&context);
-    print_phase("extensions and render target", time_of([] { set_up_render_target(); }));
+    print_phase("extensions and render target", time_of([] { set_up_renderer(); }));
     print_phase("rewriting the strings", time_of([&] {
                     CFPreferencesSetAppValue(CFSTR("GL_VENDOR"), CFSTR("text"), appID);
                     CFPreferencesAppSynchronize(appID);
@@ -178,14 +183,16 @@ void take_construction_apart() {
 
 }  // namespace
 
+}  // namespace texprobe::bench
+
 int main(int argc, char** argv) {
     const std::string what = argc == 2 ? argv[1] : "";
     if (what == "first") {
-        take_first_run_apart();
+        texprobe::bench::take_first_run_apart();
     } else if (what == "second") {
-        take_second_run_apart();
+        texprobe::bench::take_second_run_apart();
     } else if (what == "client") {
-        take_construction_apart();
+        texprobe::bench::take_construction_apart();
     } else {
         std::fprintf(stderr, "Usage: %s first|second|client\n", argv[0]);
         return 1;

@@ -7,8 +7,8 @@ endif()")
 install(TARGETS texprobectl RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
 install(FILES ${PROJECT_SOURCE_DIR}/docs/man/texprobectl.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)
 install(FILES ${PROJECT_SOURCE_DIR}/docs/texprobe-records.schema.json DESTINATION ${CMAKE_INSTALL_DATADIR}/texprobe)
-install(FILES ${PROJECT_SOURCE_DIR}/completions/texprobectl.bash RENAME texprobectl
+install(FILES ${completions}/texprobectl.bash RENAME texprobectl
         DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions)
-install(FILES ${PROJECT_SOURCE_DIR}/completions/_texprobectl DESTINATION ${CMAKE_INSTALL_DATADIR}/zsh/site-functions)
-install(FILES ${PROJECT_SOURCE_DIR}/completions/texprobectl.fish
+install(FILES ${completions}/_texprobectl DESTINATION ${CMAKE_INSTALL_DATADIR}/zsh/site-functions)
+install(FILES ${completions}/texprobectl.fish
         DESTINATION ${CMAKE_INSTALL_DATADIR}/fish/vendor_completions.d)

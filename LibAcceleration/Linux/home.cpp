@@ -2,10 +2,10 @@
 
 #include "RecordStore/user_home.h"
 
-namespace qor {
+namespace texprobe {
 
 std::string home_of_user() {
-    return texprobe::platform::home_of_user().path;
+    return platform::home_of_user().path;
 }
 
-}  // namespace qor
+}  // namespace texprobe

@@ -41,14 +41,14 @@ bool run_tool(const char* toolPath) {
 namespace qor {
 
 void TexProbe::RunTest() {
-    run_test();
+    texprobe::run_test();
 }
 
 TexProbe::TexProbe() : appID_(nullptr) {}
 
 // Delegates, so that the destructor runs if anything below throws.
 TexProbe::TexProbe(const char* toolPath) : TexProbe() {
-    appID_ = copyCurrentRendererID();
+    appID_ = texprobe::copyCurrentRendererID();
     if (!appID_) {
         if (!run_tool(toolPath)) {
             std::cerr << "Running texprobe failed" << std::endl;
@@ -56,34 +56,35 @@ TexProbe::TexProbe(const char* toolPath) : TexProbe() {
             return;
         }
         // A run that is at work now found the records that the tool has left.
-        appID_ = copyCurrentRendererID(SetsInHand::kTaken);
+        appID_ = texprobe::copyCurrentRendererID(texprobe::SetsInHand::kTaken);
         if (!appID_) {
             std::fputs("*** cannot get renderer\n", stderr);
             return;
         }
     }
-    for (const TextureFormat& format : texture_formats()) {
-        caps_[format.internalFormat] = GetTextureFormatCaps(appID_, format.key);
+    for (const std::size_t i : texprobe::kOrderOfApplications) {
+        caps_[texprobe::kFormats[i].internalFormat] =
+            GetTextureFormatCaps(appID_, texprobe::format_names()[i]);
     }
 }
 
 TexProbe::~TexProbe() {
-    release(appID_);
+    texprobe::release(appID_);
 }
 
 TexProbe::TexFormatCaps TexProbe::GetTextureFormatCaps(CFStringRef appID, CFStringRef formatName) {
-    const FlagKeys keys(formatName);
-    const auto flag = [&](Capability capability) {
+    const texprobe::FlagKeys keys(formatName);
+    const auto flag = [&](texprobe::Capability capability) {
         Boolean recorded = 0;  // Not needed: an absent record reads as false.
         return appID && CFPreferencesGetAppBooleanValue(keys[capability], appID, &recorded);
     };
     TexFormatCaps caps = {};
-    caps.supported = flag(kSupported);
-    caps.renderable = flag(kRenderable);
-    caps.upload_set = flag(kUploadSet);
-    caps.upload_reset = flag(kUploadReset);
-    caps.download_get = flag(kDownloadGet);
-    caps.download_read = flag(kDownloadRead);
+    caps.supported = flag(texprobe::kSupported);
+    caps.renderable = flag(texprobe::kRenderable);
+    caps.upload_set = flag(texprobe::kUploadSet);
+    caps.upload_reset = flag(texprobe::kUploadReset);
+    caps.download_get = flag(texprobe::kDownloadGet);
+    caps.download_read = flag(texprobe::kDownloadRead);
     return caps;
 }
 

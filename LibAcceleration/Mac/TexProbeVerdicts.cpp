@@ -19,11 +19,13 @@
 #include <vector>
 
 #include "records/formats.h"
+#include "records/platform_messages.h"
 #include "runs/tool_path.h"
 #include "verdicts/measurement.h"
 #include "verdicts/outcome.h"
-#include "verdicts/platform_messages.h"
 #include "verdicts/record_sets.h"
+
+namespace texprobe {
 
 namespace {
 
@@ -60,11 +62,10 @@ bool is_size_forgotten(const texprobe_options* options) {
            (options->tool || options->test_time_limit_ms != 0 || options->log || options->user);
 }
 
-}  // namespace
-
-struct texprobe_verdicts {
+/// What the application holds.
+class OpenVerdicts {
 public:
-    explicit texprobe_verdicts(const texprobe_options* given) {
+    explicit OpenVerdicts(const texprobe_options* given) {
         if (is_size_forgotten(given)) {
             outcome_.failed("texprobe_options.size is " + std::to_string(given->size) +
                             "; it must be sizeof(texprobe_options)");
@@ -95,7 +96,7 @@ private:
     void look(const texprobe_options& options) {
         const std::string hopeless = sets_.hopeless();
         if (!hopeless.empty()) return outcome_.failed(one_line(hopeless));
-        const texprobe::PlatformMessages messages;
+        const PlatformMessages messages;
         const Finding finding = sets_.look();
         isRead_ = finding.isRead;
         const bool isInVain = isRead_ && !finding.verdicts && sets_.are_all_measured();
@@ -121,11 +122,11 @@ private:
             const std::string why = isRead_ || messages_.empty() ? "" : ": " + messages_.back();
             return outcome_.failed(one_line(describe_search() + unread + why));
         }
-        turn_ = qor::turn_settings();
+        turn_ = turn_settings();
         const std::chrono::milliseconds limit(options.test_time_limit_ms);
         program_.stepLimit = limit.count() > 0 ? std::max(limit, turn_.leastTestTime) : kUsualLimit;
         // Now, on the application's thread: later the application may change its environment.
-        program_.environment = texprobe::environment_of_process();
+        program_.environment = environment_of_process();
     }
 
     void start() {
@@ -145,7 +146,7 @@ private:
             return;
         }
         try {
-            Measurement(sets_, program_, turn_, log_, outcome_).run(isRead_, messages_);
+            BackgroundRuns(sets_, program_, turn_, log_, outcome_).run(isRead_, messages_);
         } catch (const std::bad_alloc&) {
             outcome_.failed("out of memory");
         }
@@ -153,13 +154,21 @@ private:
 
     const pid_t process_ = getpid();
     Log log_;
-    const RecordSets sets_;
+    const SetsOfMachine sets_;
     bool isRead_ = false;
-    texprobe::Program program_;
-    qor::TurnSettings turn_;
+    Program program_;
+    TurnSettings turn_;
     std::vector<std::string> messages_;
     Outcome outcome_;
     std::thread thread_;
+};
+
+}  // namespace
+
+}  // namespace texprobe
+
+struct texprobe_verdicts : texprobe::OpenVerdicts {
+    using OpenVerdicts::OpenVerdicts;
 };
 
 texprobe_verdicts* texprobe_verdicts_open(const texprobe_options* options) {
@@ -187,16 +196,13 @@ const char* texprobe_verdicts_reason(const texprobe_verdicts* verdicts) {
 
 texprobe_answer texprobe_verdicts_answer(const texprobe_verdicts* verdicts,
                                          unsigned internal_format, texprobe_capability capability) {
-    const auto& formats = texture_formats();
-    const auto* format =
-        std::find_if(std::begin(formats), std::end(formats), [&](const TextureFormat& candidate) {
-            return candidate.internalFormat == internal_format;
-        });
     const auto index = static_cast<std::size_t>(capability);
-    if (!verdicts || format == std::end(formats) || index >= kCapabilityCount) {
-        return TEXPROBE_UNKNOWN;
+    if (!verdicts || index >= texprobe::kCapabilityCount) return TEXPROBE_UNKNOWN;
+    for (std::size_t i = 0; i < texprobe::kFormatCount; ++i) {
+        if (texprobe::kFormats[i].internalFormat != internal_format) continue;
+        return verdicts->outcome().answer(i, index);
     }
-    return verdicts->outcome().answer(static_cast<std::size_t>(format - formats), index);
+    return TEXPROBE_UNKNOWN;
 }
 
 void texprobe_verdicts_close(texprobe_verdicts* verdicts) {
@@ -205,14 +211,26 @@ void texprobe_verdicts_close(texprobe_verdicts* verdicts) {
     delete verdicts;
 }
 
+namespace {
+
+/// As applications count them; null past the last one.
+const texprobe::Format* format_at(std::size_t index) {
+    if (index >= texprobe::kFormatCount) return nullptr;
+    return &texprobe::kFormats[texprobe::kOrderOfApplications[index]];
+}
+
+}  // namespace
+
 size_t texprobe_format_count(void) {
-    return kFormatCount;
+    return texprobe::kFormatCount;
 }
 
 const char* texprobe_format_name(size_t index) {
-    return index < kFormatCount ? texture_formats()[index].name : nullptr;
+    const texprobe::Format* format = format_at(index);
+    return format ? format->name : nullptr;
 }
 
 unsigned texprobe_format_value(size_t index) {
-    return index < kFormatCount ? texture_formats()[index].internalFormat : 0;
+    const texprobe::Format* format = format_at(index);
+    return format ? format->internalFormat : 0;
 }

@@ -58,7 +58,7 @@ void test_run_safe(const char* path) {
         if (pid == -1) fail("fork");
         if (waitpid(pid, &status, WUNTRACED) != pid) fail("waitpid");
         // The next child must not wait for a stopped one.
-        if (WIFSTOPPED(status)) qor::take_turn_from(pid, qor::turn_settings());
+        if (WIFSTOPPED(status)) texprobe::take_turn_from(pid, texprobe::turn_settings());
     } while (must_run_again(status));
 }
 
@@ -70,11 +70,11 @@ void test_run_safe(const char* path) {
 }  // namespace
 
 int main(int argc, char** argv) {
-    qor::survive_closed_outputs();
+    texprobe::survive_closed_outputs();
     if (argc == 1) {
         // A run that has lost its turn was hanging or stopped, so its test counts as failed. A
         // stopped child of safe mode gets a SIGHUP when safe mode ends.
-        qor::remember_interruptions(qor::is_turn_lost);
+        texprobe::remember_interruptions(texprobe::is_turn_lost);
         std::printf("texprobe[%d] testing...\n", getpid());
         qor::TexProbe::RunTest();
         return 0;

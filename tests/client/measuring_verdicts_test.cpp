@@ -94,7 +94,7 @@ TEST_F(MeasuringVerdicts, never_fall_in_their_progress_and_are_whole_only_when_t
 }
 
 TEST_F(MeasuringVerdicts, give_a_test_ten_seconds_whatever_the_application_wishes) {
-    least_test_time() = qor::TurnSettings().leastTestTime;
+    least_test_time() = TurnSettings().leastTestTime;
     EXPECT_EQ(least_test_time(), std::chrono::seconds(10));
     script("sleep 700\n" + complete_set(kFirst, "Renderer"));
     EXPECT_EQ(measure(20), TEXPROBE_READY) << reason_;
@@ -150,7 +150,7 @@ TEST_F(MeasuringVerdicts, continue_after_a_hang_of_a_tool_that_a_script_has_star
     tool_ = folder_.path() / "wrapper";
     std::ofstream(tool_) << "#!/bin/sh\n" << folder_.tool().string() << "\nexit $?\n";
     std::filesystem::permissions(tool_, std::filesystem::perms::owner_all);
-    script(begin_test("GL_RGBA8_UPLOAD_SET") + "turn " + qor::turn_settings().file + "\nhang\n", 1);
+    script(begin_test("GL_RGBA8_UPLOAD_SET") + "turn " + turn_settings().file + "\nhang\n", 1);
     script(complete_set(kFirst, "Renderer"));
     EXPECT_EQ(measure(200), TEXPROBE_READY);
     EXPECT_EQ(runs(), 2);

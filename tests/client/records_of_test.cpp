@@ -42,7 +42,7 @@ std::string records_directory() {
 }  // namespace texprobe::platform
 
 // The turn is beside the tool, as the tool sees it.
-namespace qor {
+namespace texprobe {
 
 std::string turn_file() {
     return records_of_test().parent_path() / "measuring.lock";
@@ -55,12 +55,12 @@ TurnSettings turn_settings() {
     return settings;
 }
 
-}  // namespace qor
+}  // namespace texprobe
 
 namespace texprobe::tests {
 
 std::chrono::milliseconds& least_test_time() {
-    static std::chrono::milliseconds time = qor::TurnSettings().leastTestTime;
+    static std::chrono::milliseconds time = TurnSettings().leastTestTime;
     return time;
 }
 
@@ -72,7 +72,7 @@ const ToolFolder& empty_folder(const char* executable) {
     static const ToolFolder folder(executable);
     const std::filesystem::path records = folder.database().parent_path();
     use_records_in(records);
-    least_test_time() = qor::TurnSettings().leastTestTime;
+    least_test_time() = TurnSettings().leastTestTime;
     for (const auto& entry : std::filesystem::directory_iterator(folder.path())) {
         if (entry.path() != folder.tool() && entry.path() != records) {
             std::filesystem::remove_all(entry.path());

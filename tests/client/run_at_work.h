@@ -22,7 +22,7 @@ public:
         int ready[2];
         if (pipe2(ready, O_CLOEXEC) != 0) std::abort();
         process_ = start([&]() -> int {
-            qor::MeasuringTurn turn(qor::turn_settings(), [] {});
+            MeasuringTurn turn(turn_settings(), [] {});
             turn.take_in_hand(set);
             if (write(ready[1], "", 1) != 1) return 1;
             for (;;) pause();

@@ -10,7 +10,7 @@
 #ifdef TEXPROBE_TOOL_FROM_LIBRARY
 
 extern "C" __attribute__((visibility("default"))) const char* texprobe_installed_tool() {
-    static const std::string path = installed_tool();
+    static const std::string path = texprobe::installed_tool();
     return path.c_str();
 }
 
@@ -21,8 +21,8 @@ int main(int argc, char**) {
     if (argc > 1 && user != 0) return 2;
     const gid_t group = getegid();
     if (setresgid(group, group, group) != 0 || setresuid(user, user, user) != 0) return 3;
-    std::puts(find_tool(nullptr).c_str());
-    std::puts(describe_search().c_str());
+    std::puts(texprobe::find_tool(nullptr).c_str());
+    std::puts(texprobe::describe_search().c_str());
 }
 
 #endif

@@ -22,8 +22,8 @@
 namespace {
 
 namespace fs = std::filesystem;
-using texprobe::platform::Changes;
 using texprobe::platform::Database;
+using texprobe::platform::RecordChanges;
 using texprobe::platform::Records;
 using texprobe::platform::RecordStore;
 using texprobe::tests::DiskEvent;
@@ -192,12 +192,12 @@ private:
 
 /// The changes of a run, by synchronization: the version and a reset, provisional falses that
 /// become verdicts, and the strings at the end.
-std::vector<Changes> run_of_the_tool() {
-    std::vector<Changes> steps(1);
+std::vector<RecordChanges> run_of_the_tool() {
+    std::vector<RecordChanges> steps(1);
     for (int i = 0; i < 30; ++i) steps[0]["FORMAT_" + std::to_string(i)] = std::nullopt;
     steps[0]["VERSION"] = 0.21;
     for (int i = 0; i < 30; ++i) {
-        Changes step;
+        RecordChanges step;
         if (i > 0) step["FORMAT_" + std::to_string(i - 1)] = i % 3 != 0;
         step["FORMAT_" + std::to_string(i)] = false;
         steps.push_back(step);
@@ -206,9 +206,10 @@ std::vector<Changes> run_of_the_tool() {
     return steps;
 }
 
-void record(const std::vector<Changes>& steps, const fs::path& directory, Recording& recording) {
+void record(const std::vector<RecordChanges>& steps, const fs::path& directory,
+            Recording& recording) {
     RecordStore store(directory);
-    for (const Changes& step : steps) {
+    for (const RecordChanges& step : steps) {
         store.change(kApp, step);
         ASSERT_TRUE(store.synchronize(kApp));
         recording.promise(store.records(kApp));
@@ -233,7 +234,7 @@ TEST(PowerCut, loses_nothing_that_was_synchronized) {
 
 TEST(PowerCut, loses_nothing_that_was_synchronized_in_a_log_that_is_written_over) {
     // Each long value takes 13 pages of the log, which is checkpointed after 128.
-    std::vector<Changes> steps;
+    std::vector<RecordChanges> steps;
     for (const char letter : {'a', 'b', 'c', 'd', 'e', 'f', 'g', 'h', 'i', 'j', 'k', 'l'}) {
         steps.push_back({{"LONG", std::string(50'000, letter)}});
     }
@@ -265,7 +266,7 @@ TEST(PowerCut, loses_nothing_that_was_synchronized_with_a_rollback_journal) {
         ASSERT_TRUE(opened.open(database, Database::kWrite, Database::kRollback).ok());
         Records records;
         for (int i = 0; i < 12; ++i) {
-            const Changes change = {{std::to_string(i), std::string(1000, 'x')}};
+            const RecordChanges change = {{std::to_string(i), std::string(1000, 'x')}};
             ASSERT_TRUE(opened.write(kApp, change, &records).ok());
             recording.promise(records);
         }

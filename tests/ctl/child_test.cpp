@@ -1,5 +1,5 @@
 // The parts that a child of texprobectl is run with: the child, the signals that stop it, and the
-// folder that goes with it.
+// folder that goes with it. And where the tool is found.
 
 #include "process/child.h"
 
@@ -8,8 +8,10 @@
 #include <signal.h>
 #include <sys/stat.h>
 
+#include <cstdlib>
 #include <filesystem>
 
+#include "measure/find_tool.h"
 #include "process/private_folder.h"
 #include "process/stop_signals.h"
 #include "support/tool_folder.h"
@@ -96,6 +98,36 @@ TEST(PrivateFolder, is_for_its_owner_and_goes_with_what_is_in_it) {
         std::filesystem::create_directory(folder.file("b"));
     }
     EXPECT_FALSE(std::filesystem::exists(path));
+}
+
+class SearchForTool : public testing::Test {
+protected:
+    SearchForTool() {
+        for (const char* name : {"relative", "absolute"}) {
+            std::filesystem::create_directory(folder_.file(name));
+            std::filesystem::copy_file("/bin/true", folder_.file(name) / "texprobe");
+        }
+        std::filesystem::current_path(folder_.path());
+    }
+    ~SearchForTool() override {
+        std::filesystem::current_path("/");
+        setenv("PATH", path_.c_str(), 1);
+    }
+
+    static std::string find_with(const std::string& path) {
+        setenv("PATH", path.c_str(), 1);
+        return ctl::find_tool("");
+    }
+
+    const std::string path_ = std::getenv("PATH");
+    const ctl::PrivateFolder folder_;
+};
+
+TEST_F(SearchForTool, passes_over_relative_folders_of_the_path) {
+    if (!find_with("/nowhere").empty()) GTEST_SKIP() << "a tool is installed on this machine";
+    EXPECT_EQ(find_with("relative::./relative:" + folder_.file("absolute").string()),
+              folder_.file("absolute/texprobe"));
+    EXPECT_EQ(find_with("relative"), "");
 }
 
 }  // namespace

@@ -92,7 +92,7 @@ protected:
         set.version = 0.21;
         for (auto* text : {&set.vendor, &set.glVersion, &set.renderer}) *text = kEvil;
         set.verdicts[7][2] = ctl::Verdict::kCrashed;
-        set.details = {{{7, ctl::kUploadSet}, ctl::Crashed{kEvil}}};
+        set.details = {{{7, kUploadSet}, ctl::Crashed{kEvil}}};
         return set;
     }
     void write_sets(const std::string& name, const ctl::RecordSets& sets) const {

@@ -4,8 +4,10 @@
 #include <gtest/gtest.h>
 #include <signal.h>
 
+#include <filesystem>
 #include <nlohmann/json.hpp>
 #include <regex>
+#include <set>
 #include <thread>
 
 #include "ctl/inspect_fixture.h"
@@ -128,6 +130,30 @@ TEST_F(Inspect, sees_the_patterns_of_a_first_run) {
         EXPECT_THAT(fact(finished.out, "score"), HasSubstr("distance " + distances[test.place]))
             << test.format;
     }
+}
+
+TEST(InspectedTest, makes_no_call_of_opengl_that_is_not_recorded) {
+    const auto matches = [](const std::string& file, const char* pattern) {
+        const std::string text = read_file(file);
+        const std::regex regex(pattern);
+        std::set<std::string> found;
+        for (std::sregex_iterator at(text.begin(), text.end(), regex), end; at != end; ++at) {
+            found.insert((*at)[1]);
+        }
+        return found;
+    };
+    const std::string root = SOURCES;
+    const auto recorded = matches(root + "/texprobectl/inspect/child/recorded_gl.h",
+                                  "#define (gl[A-Z]\\w*) texprobe::ctl::recorded::");
+    std::set<std::string> called;
+    const std::set<std::string> setUp = {"offscreen_context.h", "render_target.h", "driver.h"};
+    for (const auto& file :
+         std::filesystem::directory_iterator(root + "/LibAcceleration/Mac/measuring")) {
+        if (setUp.count(file.path().filename()) == 0) {
+            called.merge(matches(file.path(), "\\b(gl[A-Z]\\w*)\\("));
+        }
+    }
+    EXPECT_EQ(called, recorded);
 }
 
 TEST_F(Inspect, shows_the_calls_in_order) {

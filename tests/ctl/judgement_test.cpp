@@ -93,7 +93,7 @@ const JudgedRun kJudgedRuns[] = {
 std::string show_judgement(const ctl::Judgement& judgement, const RunEnd& end, std::size_t length) {
     std::string text(length, '.');
     const auto put = [&](const Cell& cell, char c) {
-        text.at(cell.format * ctl::kCapabilityCount + cell.capability) = c;
+        text.at(cell.format * kCapabilityCount + cell.capability) = c;
     };
     for (const auto& [cell, cause] : judgement.causes) {
         if (!cause) continue;
@@ -113,7 +113,7 @@ TEST(Judgement, is_of_what_the_run_itself_has_written) {
         facts.said = recorded_as(run.said);
         facts.now = recorded_as(run.now);
         facts.wasTesting = run.wasTesting;
-        if (run.hasEndedBefore) facts.endedFromOutside.push_back({0, ctl::kUploadSet});
+        if (run.hasEndedBefore) facts.endedFromOutside.push_back({0, kUploadSet});
         facts.end = run.end;
         facts.seconds = 60;
         const std::string judged = run.judged;
@@ -135,7 +135,7 @@ TEST(Judgement, finds_the_very_last_test_in_hand) {
     facts.now = all_true_but_the_last('0');
     facts.wasTesting = true;
     facts.end = kCrashEnd;
-    EXPECT_EQ(judge(facts).inHand, (Cell{15, ctl::kDownloadRead}));
+    EXPECT_EQ(judge(facts).inHand, (Cell{15, kDownloadRead}));
 }
 
 TEST(Judgement, knows_what_each_end_is_called) {
@@ -152,8 +152,8 @@ TEST(Judgement, forgets_the_mark_of_a_record_that_is_not_false) {
     const auto causes = judge(facts).causes;
     // All but the second.
     ASSERT_EQ(causes.size(), 95U);
-    EXPECT_EQ(causes[0].first, (Cell{0, ctl::kSupported}));
-    EXPECT_EQ(causes[1].first, (Cell{0, ctl::kUploadSet}));
+    EXPECT_EQ(causes[0].first, (Cell{0, kSupported}));
+    EXPECT_EQ(causes[1].first, (Cell{0, kUploadSet}));
     for (const auto& [cell, cause] : causes) EXPECT_FALSE(cause);
 }
 

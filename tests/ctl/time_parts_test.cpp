@@ -69,7 +69,7 @@ TEST(Size, has_a_name_or_is_the_side_of_a_square) {
 }
 
 TEST(TimedTransfer, comes_back_from_its_text) {
-    const ctl::TimedTransfer what = {kRGBA8, ctl::kDownloadGet, {1920, 1080}};
+    const ctl::TimedTransfer what = {kRGBA8, kDownloadGet, {1920, 1080}};
     EXPECT_EQ(what.text(), "GL_RGBA8:download_get:1080p");
     EXPECT_EQ(ctl::parse_transfer(what.text()), what);
     for (const char* wrong : {"", "GL_RGBA8", "GL_RGBA8:download_get", "GL_RGBA9:download_get:128",
@@ -141,7 +141,7 @@ TEST(Rounds, do_not_count_what_is_between_steps) {
     EXPECT_THAT(ctl::time_ways({0}, 1.0, clock.rounds()), ElementsAre(WayRounds{0, {1}}));
 }
 
-TransferTimes timed(ctl::Capability transfer, std::vector<TimedWay> ways) {
+TransferTimes timed(Capability transfer, std::vector<TimedWay> ways) {
     TransferTimes times;
     times.what = {kRGBA8, transfer, {1920, 1080}};
     times.state = TimedState::kTimed;
@@ -150,7 +150,7 @@ TransferTimes timed(ctl::Capability transfer, std::vector<TimedWay> ways) {
     return times;
 }
 
-TransferTimes lacking(ctl::Capability transfer, TimedState state, const std::string& reason) {
+TransferTimes lacking(Capability transfer, TimedState state, const std::string& reason) {
     TransferTimes times;
     times.what = {kRGBA8, transfer, {1920, 1080}};
     times.state = state;
@@ -164,22 +164,22 @@ Times example() {
     return {"org.texprobe.texprobe2.ab.build",
             "a renderer",
             "4.5 driver",
-            {timed(ctl::kUploadSet, {{ctl::kCopy, 3, {0.001, 0.001, 0.001}},
-                                     {ctl::kNoBuffer, 3, {0.008, 0.008, 0.008}},
-                                     {kOneKept, 3, {0.005, 0.005, 0.006}},
-                                     {kThreeFresh, 3, {0.003, 0.004, 0.0044}}}),
-             timed(ctl::kUploadReset, {{ctl::kCopy, 2, {0.001, 0.001, 0.001}},
-                                       {ctl::kNoBuffer, 2, {0.004, 0.004, 0.004}},
-                                       {kOneKept, 2, {0.005, 0.005, 0.005}}}),
-             lacking(ctl::kDownloadGet, TimedState::kFailed, "the process was ended by SIGSEGV"),
-             lacking(ctl::kDownloadRead, TimedState::kNotVerified, "no")}};
+            {timed(kUploadSet, {{ctl::kCopy, 3, {0.001, 0.001, 0.001}},
+                                {ctl::kNoBuffer, 3, {0.008, 0.008, 0.008}},
+                                {kOneKept, 3, {0.005, 0.005, 0.006}},
+                                {kThreeFresh, 3, {0.003, 0.004, 0.0044}}}),
+             timed(kUploadReset, {{ctl::kCopy, 2, {0.001, 0.001, 0.001}},
+                                  {ctl::kNoBuffer, 2, {0.004, 0.004, 0.004}},
+                                  {kOneKept, 2, {0.005, 0.005, 0.005}}}),
+             lacking(kDownloadGet, TimedState::kFailed, "the process was ended by SIGSEGV"),
+             lacking(kDownloadRead, TimedState::kNotVerified, "no")}};
 }
 
 TEST(Answer, is_the_fastest_way_with_a_buffer_of_both_transfers) {
     const Times times = example();
     const TransferTimes* best = ctl::fastest_transfer(times, kRGBA8, {1920, 1080}, /*isIn=*/true);
     ASSERT_NE(best, nullptr);
-    EXPECT_EQ(best->what.transfer, ctl::kUploadSet);
+    EXPECT_EQ(best->what.transfer, kUploadSet);
     EXPECT_EQ(best->fastest()->way, kThreeFresh);
     EXPECT_EQ(ctl::fastest_transfer(times, kRGBA8, {1920, 1080}, false), nullptr);
     EXPECT_EQ(ctl::fastest_transfer(times, kRGBA8, {128, 128}, true), nullptr);

@@ -73,8 +73,8 @@ for what; do
 done)";
 
 TEST_F(TimeRun, has_what_the_child_says) {
-    set_.verdicts[7][ctl::kUploadReset] = ctl::Verdict::kCrashed;
-    set_.verdicts[7][ctl::kDownloadRead] = ctl::Verdict::kNotApplicable;
+    set_.verdicts[7][kUploadReset] = ctl::Verdict::kCrashed;
+    set_.verdicts[7][kDownloadRead] = ctl::Verdict::kNotApplicable;
     options_.sizes = {{128, 128}};
     const ctl::Times times = run(kTimesAll);
     EXPECT_THAT(states(times),

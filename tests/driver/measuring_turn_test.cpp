@@ -19,13 +19,12 @@
 #include "runs/measuring_turn.h"
 #include "support/process.h"
 
+namespace texprobe {
 namespace {
 
-using qor::MeasuringTurn;
-using qor::TurnSettings;
 using std::chrono::milliseconds;
-using texprobe::tests::ScratchFolder;
-using texprobe::tests::status_of;
+using tests::ScratchFolder;
+using tests::status_of;
 
 constexpr unsigned kNever = 1000000;  // More looks than any test takes.
 
@@ -271,14 +270,14 @@ TEST_F(MeasuringTurnTest, is_waited_for_again_by_one_who_lost_it_and_comes_back_
 TEST_F(MeasuringTurnTest, is_taken_from_a_stopped_process_at_once) {
     const pid_t holder = start_holder();
     kill(holder, SIGSTOP);
-    qor::take_turn_from(holder, settings());
+    take_turn_from(holder, settings());
     EXPECT_TRUE(gets_turn_at_once());
 }
 
 TEST_F(MeasuringTurnTest, stays_when_the_stopped_process_is_another_one) {
     start_holder();
     const pid_t visitor = start_visitor(kNever);
-    qor::take_turn_from(visitor, settings());
+    take_turn_from(visitor, settings());
     EXPECT_FALSE(gets_turn_at_once());
 }
 
@@ -289,7 +288,7 @@ protected:
         EXPECT_FALSE(turn.had_to_wait());
         EXPECT_TRUE(turn.advance());
         EXPECT_EQ(turn.trouble(), trouble);
-        qor::take_turn_from(getpid(), place);
+        take_turn_from(getpid(), place);
     }
 
     /// What has been laid in the place of the file does not keep runs from going one at a time.
@@ -389,3 +388,4 @@ TEST_F(UnlockablePlaceTest, folder_that_cannot_be_changed_ends_the_wait_behind_o
 }
 
 }  // namespace
+}  // namespace texprobe

@@ -25,8 +25,6 @@
 namespace texprobe::tests {
 namespace {
 
-using qor::MeasuringTurn;
-using qor::SetAtRest;
 using std::chrono::milliseconds;
 
 const std::string kThisSet = "org.texprobe.texprobe2.ff.BUILD";
@@ -79,7 +77,7 @@ protected:
     /// What a run does first.
     std::function<void()> take_turn() {
         return [this] {
-            qor::TurnSettings settings;
+            TurnSettings settings;
             settings.file = file_;
             turn_ = std::make_unique<MeasuringTurn>(settings, [] {});
         };

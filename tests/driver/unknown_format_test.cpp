@@ -7,6 +7,7 @@
 
 #include "measuring/probe.h"
 
+namespace texprobe {
 namespace {
 
 constexpr GLenum kUnknown = 0x8817;
@@ -59,3 +60,4 @@ TEST_F(UnknownFormatTest, reset_removes_its_records_in_silence) {
 }
 
 }  // namespace
+}  // namespace texprobe

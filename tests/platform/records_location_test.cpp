@@ -80,7 +80,7 @@ TEST(RecordsDirectory, and_the_turn_are_below_the_same_home) {
             setenv("HOME", folder.path().c_str(), 1);
             const bool isSame =
                 records_directory() == used + "/.config/texprobe" &&
-                qor::turn_settings().file == used + "/.config/texprobe/measuring.lock";
+                texprobe::turn_settings().file == used + "/.config/texprobe/measuring.lock";
             return isSame ? 0 : 1;
         }));
     };
@@ -98,7 +98,7 @@ TEST(RecordsDirectory, made_for_the_turn_is_private_whatever_the_umask) {
     const int status = status_of(start([&] {
         if (!replace_password_database(file)) return 2;
         umask(0777);
-        qor::turn_settings();
+        texprobe::turn_settings();
         return 0;
     }));
     if (status == 2 << 8) GTEST_SKIP() << "only root can mount";

@@ -22,7 +22,7 @@
 
 namespace texprobe::tests {
 
-using platform::Changes;
+using platform::RecordChanges;
 using platform::RecordStore;
 using platform::Value;
 

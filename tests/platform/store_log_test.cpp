@@ -9,9 +9,9 @@
 
 namespace {
 
-using texprobe::tests::Changes;
 using texprobe::tests::DiskEvent;
 using texprobe::tests::errors_of;
+using texprobe::tests::RecordChanges;
 using texprobe::tests::RecordStore;
 using texprobe::tests::same;
 using texprobe::tests::WatchedDisk;
@@ -128,7 +128,7 @@ TEST_F(StoreOnDisk, waits_for_the_disk_once_in_each_of_a_runs_synchronizations) 
 
 TEST_F(StoreOnDisk, touches_nothing_when_nothing_changes) {
     RecordStore store(directory());
-    const Changes changes = {
+    const RecordChanges changes = {
         {"VERSION", 0.21}, {"nan", std::nan("")}, {"GL_VENDOR", std::string("Mesa")}};
     store.change(kApp, changes);
     ASSERT_TRUE(store.synchronize(kApp));
@@ -143,7 +143,7 @@ TEST_F(StoreOnDisk, touches_nothing_when_nothing_changes) {
 
 TEST_F(StoreOnDisk, removes_a_list_in_one_transaction) {
     RecordStore store(directory());
-    Changes removals;
+    RecordChanges removals;
     for (int i = 0; i < 96; ++i) {
         store.change(kApp, {{std::to_string(i), true}});
         removals[std::to_string(i)] = std::nullopt;

@@ -14,7 +14,7 @@ std::filesystem::path folder_of_executable() {
 
 }  // namespace
 
-namespace qor {
+namespace texprobe {
 
 std::string turn_file() {
     return folder_of_executable() / "measuring.lock";
@@ -27,4 +27,4 @@ TurnSettings turn_settings() {
     return settings;
 }
 
-}  // namespace qor
+}  // namespace texprobe

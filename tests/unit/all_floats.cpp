@@ -12,6 +12,7 @@
 #include "measuring/vectors.h"
 #include "slow_distance.h"
 
+namespace texprobe {
 namespace {
 
 struct CheckedConversion {
@@ -30,6 +31,7 @@ std::vector<CheckedConversion> conversions() {
 }
 
 }  // namespace
+}  // namespace texprobe
 
 int main() {
     constexpr std::size_t kCount = 1 << 16;

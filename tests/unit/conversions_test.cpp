@@ -11,10 +11,11 @@
 #include "measuring/conversions.h"
 #include "slow_distance.h"
 
+namespace texprobe {
 namespace {
 
-using texprobe::tests::slow_float_to_8bit;
-using texprobe::tests::slow_half_to_8bit;
+using tests::slow_float_to_8bit;
+using tests::slow_half_to_8bit;
 
 int half_to_8bit(unsigned bits) {
     return to_8bit(QORFloat16{static_cast<std::uint16_t>(bits)});
@@ -192,3 +193,4 @@ TEST(FloatConversion, equals_the_slow_one_for_every_sign_and_exponent) {
 }
 
 }  // namespace
+}  // namespace texprobe

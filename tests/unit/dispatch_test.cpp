@@ -17,9 +17,10 @@
 #include "measuring/pattern.h"
 #include "slow_distance.h"
 
+namespace texprobe {
 namespace {
 
-using namespace texprobe::tests;
+using namespace tests;
 
 constexpr unsigned kPacked = GL_UNSIGNED_INT_8_8_8_8_REV;
 constexpr unsigned kTypes[] = {GL_UNSIGNED_BYTE, GL_UNSIGNED_SHORT, GL_FLOAT, GL_HALF_FLOAT_ARB,
@@ -396,3 +397,4 @@ TEST(DispatchAgainstSlowComparison, gives_all_ones_for_an_unknown_layout_with_no
 }
 
 }  // namespace
+}  // namespace texprobe

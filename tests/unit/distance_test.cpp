@@ -10,10 +10,11 @@
 #include "guarded_image.h"
 #include "measuring/distance.h"
 
+namespace texprobe {
 namespace {
 
-using texprobe::tests::GuardedImage;
-using texprobe::tests::kPixels;
+using tests::GuardedImage;
+using tests::kPixels;
 
 constexpr unsigned kPacked = 0x8367;
 constexpr unsigned long long kAllOnes = 18446744073709551615ULL;
@@ -312,3 +313,4 @@ TEST(Distance, of_layouts_that_are_not_compared_is_all_ones_with_nothing_read) {
 }
 
 }  // namespace
+}  // namespace texprobe

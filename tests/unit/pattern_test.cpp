@@ -13,12 +13,13 @@
 #include "measuring/pattern.h"
 #include "scripted_random.h"
 
+namespace texprobe {
 namespace {
 
-using texprobe::tests::GuardedImage;
-using texprobe::tests::kPixels;
-using texprobe::tests::randomCalls;
-using texprobe::tests::scriptedRandom;
+using tests::GuardedImage;
+using tests::kPixels;
+using tests::randomCalls;
+using tests::scriptedRandom;
 
 constexpr GLenum kTypes[] = {GL_UNSIGNED_BYTE, GL_UNSIGNED_SHORT, GL_UNSIGNED_INT_8_8_8_8_REV,
                              GL_FLOAT, GL_HALF_FLOAT_ARB};
@@ -216,3 +217,4 @@ TEST(Pattern, is_the_same_at_any_address) {
 }
 
 }  // namespace
+}  // namespace texprobe

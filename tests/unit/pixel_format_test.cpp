@@ -6,6 +6,7 @@
 
 #include "measuring/pattern.h"
 
+namespace texprobe {
 namespace {
 
 struct Row {
@@ -53,3 +54,4 @@ TEST(BestPixelFormat, refuses_every_other_format_and_leaves_its_outputs_untouche
 }
 
 }  // namespace
+}  // namespace texprobe

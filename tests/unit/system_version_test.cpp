@@ -12,6 +12,7 @@
 
 #include "records/records.h"
 
+namespace texprobe {
 namespace {
 
 constexpr char kBuild[] = "22G120";
@@ -46,3 +47,4 @@ TEST(SystemVersion, is_read_once_and_whole_for_all_threads) {
 }
 
 }  // namespace
+}  // namespace texprobe

@@ -12,10 +12,11 @@
 #include "measuring/vectors.h"
 #include "slow_distance.h"
 
+namespace texprobe {
 namespace {
 
-using texprobe::tests::slow_float_to_8bit;
-using texprobe::tests::slow_half_to_8bit;
+using tests::slow_float_to_8bit;
+using tests::slow_half_to_8bit;
 
 std::vector<QORFloat16> all_halves() {
     std::vector<QORFloat16> halves;
@@ -101,3 +102,4 @@ TEST(Vectors, convert_alike_on_avx512) {
 #endif
 
 }  // namespace
+}  // namespace texprobe

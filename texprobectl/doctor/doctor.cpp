@@ -1,5 +1,6 @@
 #include "doctor/doctor.h"
 
+#include <runs/run_ends.h>
 #include <sys/utsname.h>
 #include <unistd.h>
 
@@ -12,7 +13,6 @@
 
 #include "doctor/anonymizer.h"
 #include "process/child.h"
-#include "process/signals.h"
 #include "records/catalogue.h"
 #include "records/machine.h"
 #include "records/turn.h"
@@ -66,7 +66,7 @@ ExaminedRenderer examine_renderer(const std::string& self, std::uint32_t id) {
     renderer.glVersion.clear();
     renderer.renderer.clear();
     if (end.kind == RunEnd::Kind::kSignalled) {
-        renderer.trouble = "opening it ended the process by " + signal_name(end.number);
+        renderer.trouble = "opening it ended the process by " + name_of_signal(end.number);
     } else if (end.kind == RunEnd::Kind::kTimeLimit) {
         renderer.trouble =
             "opening it did not end within " + std::to_string(kOpenLimit.count()) + " s";

@@ -82,6 +82,10 @@ private:
             std::size_t number = 0;
             const bool isCell = std::istringstream(rest) >> number && number < kCellCount;
             if (isCell) lastTest_ = cell_of(number);
+        } else if (kind == "verdict") {
+            std::size_t number = 0;
+            bool verdict = false;
+            if (std::istringstream(rest) >> number >> verdict) verdicts_[number] = verdict;
         } else if (kind == "image") {
             std::istringstream fields(rest);
             NamedImage image;
@@ -115,9 +119,6 @@ private:
             score_ = score;
         }
         const ToolEvent event = parse_line(text);
-        if (const auto* ended = std::get_if<TestEnded>(&event)) {
-            verdicts_[number_of(ended->cell)] = ended->verdict;
-        }
         if (const auto* trouble = std::get_if<ToolTrouble>(&event)) trouble_ = trouble->text;
         constexpr std::string_view kOwn = "texprobectl: ";
         if (text.rfind(kOwn, 0) == 0 && text != kTestBegins) trouble_ = text.substr(kOwn.size());

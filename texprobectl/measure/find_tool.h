@@ -14,9 +14,6 @@ std::string find_self(const std::string& name);
 /// The tool: the one beside `self`, the installed one, the first in PATH; empty when there is none.
 std::string find_tool(const std::string& self);
 
-/// Whether the file can be started.
-bool is_program(const std::string& path);
-
 }  // namespace texprobe::ctl
 
 #endif

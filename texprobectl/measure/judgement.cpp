@@ -1,9 +1,9 @@
 #include "measure/judgement.h"
 
+#include <runs/run_ends.h>
+
 #include <algorithm>
 #include <csignal>
-
-#include "process/signals.h"
 
 namespace texprobe::ctl {
 
@@ -54,7 +54,7 @@ bool is_fault(int signal) {
 std::optional<Cause> cause_of(const RunEnd& end, int seconds) {
     switch (end.kind) {
         case RunEnd::Kind::kSignalled:
-            return Crashed{signal_name(end.number)};
+            return Crashed{name_of_signal(end.number)};
         case RunEnd::Kind::kExited:
             return Exited{end.number};
         case RunEnd::Kind::kTimeLimit:

@@ -1,5 +1,7 @@
 #include "measure/measure.h"
 
+#include <runs/attempts.h>
+#include <runs/run_ends.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -14,7 +16,6 @@
 #include "measure/judgement.h"
 #include "measure/run_watch.h"
 #include "measure/running_tool.h"
-#include "process/signals.h"
 #include "records/marks.h"
 #include "records/preferences.h"
 #include "records/turn.h"
@@ -29,15 +30,6 @@ std::string time_now() {
     std::tm parts;
     gmtime_r(&now, &parts);
     return {text.data(), std::strftime(text.data(), text.size(), "%Y-%m-%dT%H:%M:%SZ", &parts)};
-}
-
-std::string describe_end(const RunEnd& end) {
-    if (end.kind == RunEnd::Kind::kSignalled) return "was ended by " + signal_name(end.number);
-    if (end.kind == RunEnd::Kind::kExited) {
-        return "ended with status " + std::to_string(end.number);
-    }
-    if (end.kind == RunEnd::Kind::kTimeLimit) return "made no progress and was killed";
-    return "ended";
 }
 
 /// The missing part of one renderer's set; empty when it is complete.
@@ -67,14 +59,14 @@ public:
         see_to_leftover();
         if (watcher_.is_interrupted()) interrupt();
         doneAtBegin_ = count_done(read_flags());
-        for (int idle = 0; !isOver_;) {
-            const std::size_t recorded = run_once();
-            ++result_.runs;
-            idle = recorded == 0 ? idle + 1 : 0;
-            if (!isOver_ && idle == 2) {
+        for (Attempts attempts(options_.attempts, 2); !isOver_;) {
+            attempts.begin_run();
+            attempts.end_run(run_once() > 0);
+            result_.runs = attempts.runs();
+            if (!isOver_ && attempts.are_in_vain()) {
                 give_up("two runs in a row recorded nothing: " + describe_last_end());
             }
-            if (!isOver_ && result_.runs == options_.attempts) {
+            if (!isOver_ && attempts.are_used_up()) {
                 give_up(std::to_string(options_.attempts) +
                         " runs were not enough; the last one: " + describe_last_end());
             }
@@ -212,7 +204,7 @@ private:
             return 0;
         }
         if (end.isLeftBehind) watcher_.left_behind(watch.process());
-        lastEnd_ = "texprobe " + describe_end(end);
+        lastEnd_ = "texprobe " + describe_end(end, "made no progress and was killed");
         if (!watch.trouble().empty()) lastEnd_ += " (" + watch.trouble() + ")";
         if (remember(watch, end)) runningTool_.forget_gone();
         watch.show_recorded();

@@ -15,7 +15,7 @@ namespace {
 
 /// Beside the file of the turn. It stays: without it, two `measure` could lock two files.
 std::string lock_file() {
-    const std::string turn = qor::turn_settings().file;
+    const std::string turn = turn_settings().file;
     return turn.empty() ? turn : turn.substr(0, turn.rfind('/') + 1) + "texprobectl.lock";
 }
 

@@ -1,8 +1,7 @@
 #include "process/child.h"
 
-#include <cstring>
+#include <runs/run_ends.h>
 
-#include "process/signals.h"
 #include "process/stop_signals.h"
 
 namespace texprobe::ctl {
@@ -32,23 +31,9 @@ RunEnd run_child(const Child& child) {
 }
 
 std::string describe_failure(const RunEnd& end, std::chrono::seconds limit) {
-    std::string text;
-    switch (end.kind) {
-        case RunEnd::Kind::kExited:
-            if (end.number != 0) text = "ended with status " + std::to_string(end.number);
-            break;
-        case RunEnd::Kind::kSignalled:
-            text = "was ended by " + signal_name(end.number);
-            break;
-        case RunEnd::Kind::kTimeLimit:
-            text = "did not end within " + std::to_string(limit.count()) + " s";
-            break;
-        case RunEnd::Kind::kNotStarted:
-            text = std::string("could not be started: ") + std::strerror(end.number);
-            break;
-        default:
-            text = "ended in an unknown way";
-    }
+    if (end.kind == RunEnd::Kind::kExited && end.number == 0) return {};
+    std::string text =
+        describe_end(end, "did not end within " + std::to_string(limit.count()) + " s");
     if (end.isLeftBehind) text += ", and is still there: the kernel waits for its device";
     return text;
 }

@@ -6,12 +6,12 @@
 namespace texprobe::ctl {
 
 int turn_holder() {
-    return static_cast<int>(qor::turn_holder(qor::turn_settings()));
+    return static_cast<int>(texprobe::turn_holder(turn_settings()));
 }
 
 std::string name_of_holder(int process) {
-    return process == qor::kUnknownHolder ? "a process of another machine or container"
-                                          : "process " + std::to_string(process);
+    return process == kUnknownHolder ? "a process of another machine or container"
+                                     : "process " + std::to_string(process);
 }
 
 bool is_in_group(int process, int group) {
@@ -21,7 +21,7 @@ bool is_in_group(int process, int group) {
 bool under_turn(const std::function<bool()>& mayWait, const std::function<void()>& action) {
     struct TurnGivenUp {};
     try {
-        const qor::MeasuringTurn turn(qor::turn_settings(), [&] {
+        const MeasuringTurn turn(turn_settings(), [&] {
             if (!mayWait()) throw TurnGivenUp();
         });
         action();

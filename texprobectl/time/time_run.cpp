@@ -8,7 +8,6 @@
 
 #include "process/child.h"
 #include "process/stop_signals.h"
-#include "time/layouts.h"
 #include "time/rounds.h"
 #include "time/timed_child.h"
 
@@ -54,8 +53,8 @@ public:
         // Where time does not suffice, only large images lack. Not std::stable_sort: libstdc++'s
         // takes memory in a way that newer compilers warn of.
         std::sort(verified.begin(), verified.end(), [](const auto* a, const auto* b) {
-            const std::size_t x = image_bytes(a->what);
-            const std::size_t y = image_bytes(b->what);
+            const std::size_t x = a->what.bytes();
+            const std::size_t y = b->what.bytes();
             return x != y ? x < y : a < b;
         });
         for (int i = 0; i < kVisits; ++i) {
@@ -168,7 +167,7 @@ private:
             inHand_->ways.push_back(
                 {way, static_cast<int>(all[way].size()), quartiles_of(all[way])});
         }
-        inHand_->bytes = image_bytes(inHand_->what);
+        inHand_->bytes = inHand_->what.bytes();
         return conclude(TimedState::kTimed);
     }
 

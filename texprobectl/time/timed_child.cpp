@@ -1,6 +1,6 @@
 #include "time/timed_child.h"
 
-#include <measuring/driver.h>
+#include <measuring/offscreen_context.h>
 
 #include <charconv>
 #include <chrono>
@@ -9,7 +9,6 @@
 #include <cstdlib>
 #include <new>
 
-#include "time/layouts.h"
 #include "time/rounds.h"
 #include "time/transfers.h"
 
@@ -78,7 +77,7 @@ int run_timed_child(const std::vector<std::string>& arguments) {
     }
     std::vector<std::size_t> images;
     images.reserve(visits.size());
-    for (const TimedTransfer& visit : visits) images.push_back(image_bytes(visit));
+    for (const TimedTransfer& visit : visits) images.push_back(visit.bytes());
     const OffscreenContext context(static_cast<GLint>(renderer));
     for (const TimedTransfer& visit : visits) {
         time_one(visit, (end - seconds_now()) * share_of_first(images));

@@ -4,15 +4,13 @@
 
 #include <OpenGL/gl.h>
 #include <OpenGL/glext.h>
-#include <OpenGL/glu.h>
 #include <measuring/pattern.h>
+#include <measuring/render_target.h>
 
 #include <array>
 #include <cstdio>
 #include <cstring>
 #include <vector>
-
-#include "time/layouts.h"
 
 // Core since OpenGL 3.0, and an extension of 2.1; some systems' headers for 2.1 leave it out.
 extern "C" void* glMapBufferRange(  // NOLINT(readability-redundant-declaration)
@@ -46,9 +44,9 @@ void* mapped(void* mapping) {
 void* (*volatile copy_memory)(void*, const void*, std::size_t) = std::memcpy;
 
 /// Shared by uploads and downloads: the texture, the buffers, and the application's memory.
-class Stream : public StreamedTransfer {
+class TextureStream : public StreamedTransfer {
 public:
-    Stream(const TimedTransfer& what, GLenum target)
+    TextureStream(const TimedTransfer& what, GLenum target)
         : what_(what), internalFormat_(kFormats[what.format].internalFormat), target_(target) {
         GLint most = 0;
         glGetIntegerv(GL_MAX_TEXTURE_SIZE, &most);
@@ -57,7 +55,7 @@ public:
         }
         unsigned bytesPerPixel = 0;
         best_pixel_format(internalFormat_, &format_, &type_, &bytesPerPixel);
-        source_.resize(image_bytes(what));
+        source_.resize(what.bytes());
         sink_.resize(source_.size());
         test_fill_data(source_.data(), source_.size(), type_);
         for (const GLuint buffer : kBuffers) {
@@ -67,14 +65,14 @@ public:
         }
         glBindBuffer(target_, 0);
     }
-    ~Stream() override {
+    ~TextureStream() override {
         glDeleteBuffers(kMostBuffers, kBuffers.data());
         const std::array<GLuint, 2> textures = {kTestTexture, kTargetTexture};
         glDeleteTextures(static_cast<GLsizei>(textures.size()), textures.data());
         glFinish();
     }
-    Stream(const Stream&) = delete;
-    Stream& operator=(const Stream&) = delete;
+    TextureStream(const TextureStream&) = delete;
+    TextureStream& operator=(const TextureStream&) = delete;
 
     void stream(const Way& way, int images) override {
         if (way.isCopy) {
@@ -128,9 +126,9 @@ protected:
 /// An image is in the application's memory, is copied into a mapped buffer and sent from there. One
 /// point is drawn with each, so that the driver cannot leave out one that the next replaces, and
 /// glFinish waits for the last.
-class Upload : public Stream {
+class Upload : public TextureStream {
 public:
-    explicit Upload(const TimedTransfer& what) : Stream(what, GL_PIXEL_UNPACK_BUFFER) {
+    explicit Upload(const TimedTransfer& what) : TextureStream(what, GL_PIXEL_UNPACK_BUFFER) {
         // An application that sends sub-images defines its texture once; that is not timed.
         define_texture(kTestTexture, nullptr);
         glViewport(0, 0, kImageSize, kImageSize);
@@ -182,9 +180,9 @@ public:
 /// One point is drawn into the image before each, so that the driver cannot reuse an earlier one.
 /// The image is copied out of the mapped buffer: with one buffer at once, with three when the next
 /// two are on their way.
-class Download : public Stream {
+class Download : public TextureStream {
 public:
-    explicit Download(const TimedTransfer& what) : Stream(what, GL_PIXEL_PACK_BUFFER) {
+    explicit Download(const TimedTransfer& what) : TextureStream(what, GL_PIXEL_PACK_BUFFER) {
         define_texture(kTargetTexture, source_.data());
         glFramebufferTexture2DEXT(GL_FRAMEBUFFER_EXT, GL_COLOR_ATTACHMENT0_EXT, GL_TEXTURE_2D,
                                   kTargetTexture, 0);
@@ -234,15 +232,11 @@ private:
     const BoundFramebuffer framebuffer_;
 };
 
-bool has_extension(const char* name) {
-    const GLubyte* extensions = glGetString(GL_EXTENSIONS);
-    return extensions && gluCheckExtension(reinterpret_cast<const GLubyte*>(name), extensions);
-}
-
 }  // namespace
 
 bool is_offered(const Way& way) {
-    return way.renewal != Renewal::kRange || has_extension("GL_ARB_map_buffer_range");
+    return way.renewal != Renewal::kRange ||
+           has_extension("GL_ARB_map_buffer_range", glGetString(GL_EXTENSIONS));
 }
 
 std::unique_ptr<StreamedTransfer> make_transfer(const TimedTransfer& what) {

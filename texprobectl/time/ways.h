@@ -93,6 +93,8 @@ struct TimedTransfer {
     Capability transfer = kUploadSet;
     ImageSize size;
 
+    /// Of an image, in the layout that the verdicts are about.
+    std::size_t bytes() const { return size.pixels() * kFormats[format].bytesPerPixel; }
     /// "GL_RGBA8:upload_set:1080p".
     std::string text() const;
     bool operator==(const TimedTransfer&) const = default;

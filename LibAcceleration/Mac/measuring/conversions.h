@@ -9,6 +9,8 @@
 #include <cstdint>
 #include <cstring>
 
+namespace texprobe {
+
 namespace {
 
 /// IEEE 754 binary16 as OpenGL stores it. Converted straight to 8 bits, never to a float.
@@ -69,5 +71,7 @@ void convert(const Element* elements, std::size_t count, std::uint8_t* bytes) {
 }
 
 }  // namespace
+
+}  // namespace texprobe
 
 #endif

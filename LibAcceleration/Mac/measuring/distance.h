@@ -13,6 +13,8 @@
 #include "measuring/conversions.h"
 #include "measuring/vectors.h"
 
+namespace texprobe {
+
 namespace {
 
 // Every image is 128 x 128 pixels, tightly packed.
@@ -280,5 +282,7 @@ inline unsigned long long distance_data_switch(const void* srcData, unsigned src
 }
 
 }  // namespace
+
+}  // namespace texprobe
 
 #endif

@@ -8,102 +8,24 @@
 #include <CoreFoundation/CoreFoundation.h>
 #include <OpenGL/OpenGL.h>
 #include <OpenGL/gl.h>
-#include <OpenGL/glext.h>
-#include <OpenGL/glu.h>
 #include <unistd.h>
 
 #include <cstdint>
 #include <cstdio>
-#include <cstdlib>
 #include <string>
 #include <utility>
 
-#include "measuring/pattern.h"
+#include "measuring/offscreen_context.h"
 #include "measuring/probe.h"
+#include "measuring/render_target.h"
 #include "records/lookup.h"
 #include "records/records.h"
 #include "runs/interruption.h"
 #include "runs/measuring_turn.h"
 
+namespace texprobe {
+
 namespace {
-
-[[noreturn]] inline void end_set_up(const char* message) {
-    std::fputs(message, stderr);
-    std::exit(1);
-}
-
-/// An offscreen context bound to exactly one renderer. Ends the process on failure.
-class OffscreenContext {
-public:
-    explicit OffscreenContext(GLint rendererID) {
-        const CGLPixelFormatAttribute attributes[] = {
-            kCGLPFARendererID, static_cast<CGLPixelFormatAttribute>(rendererID),
-            static_cast<CGLPixelFormatAttribute>(0)};
-        GLint screenCount = 0;
-        GLint screen = 0;
-        if (CGLChoosePixelFormat(attributes, &pixelFormat_, &screenCount) != kCGLNoError) {
-            end_set_up("*** cannot choose pixel format");
-        }
-        if (CGLCreateContext(pixelFormat_, nullptr, &context_) != kCGLNoError) {
-            end_set_up("*** cannot create OpenGL context");
-        }
-        if (CGLGetVirtualScreen(context_, &screen) != kCGLNoError) {
-            end_set_up("*** cannot get virtual screen");
-        }
-        if (CGLCreatePBuffer(kImageSize, kImageSize, GL_TEXTURE_2D, GL_RGBA, 0, &pbuffer_) !=
-            kCGLNoError) {
-            end_set_up("*** cannot create pixel buffer");
-        }
-        CGLSetPBuffer(context_, pbuffer_, 0, 0, screen);
-        CGLSetCurrentContext(context_);
-    }
-    ~OffscreenContext() {
-        // The platform allows destroying the current context.
-        CGLDestroyContext(context_);
-        CGLDestroyPBuffer(pbuffer_);
-        CGLDestroyPixelFormat(pixelFormat_);
-    }
-    OffscreenContext(const OffscreenContext&) = delete;
-    OffscreenContext& operator=(const OffscreenContext&) = delete;
-
-private:
-    CGLPixelFormatObj pixelFormat_ = nullptr;
-    CGLContextObj context_ = nullptr;
-    CGLPBufferObj pbuffer_ = nullptr;
-};
-
-inline bool has_extension(const char* name, const GLubyte* extensions) {
-    return extensions && gluCheckExtension(reinterpret_cast<const GLubyte*>(name), extensions);
-}
-
-inline void read_extensions(CFStringRef appID) {
-    const GLubyte* extensions = glGetString(GL_EXTENSIONS);
-    __hasFBO = has_extension("GL_EXT_framebuffer_object", extensions);
-    std::fprintf(stderr, "%s[%d] GL_EXT_framebuffer_object : %s\n", text_of(appID), getpid(),
-                 __hasFBO ? "SUPPORTED" : "UNSUPPORTED");
-    __hasPBO = has_extension("GL_ARB_pixel_buffer_object", extensions);
-    std::fprintf(stderr, "%s[%d] GL_ARB_pixel_buffer_object : %s\n", text_of(appID), getpid(),
-                 __hasPBO ? "SUPPORTED" : "UNSUPPORTED");
-}
-
-inline void set_up_render_target() {
-    GLenum buffer = GL_FRONT;
-    if (__hasFBO) {
-        constexpr GLuint kFramebuffer = 1;
-        glBindFramebufferEXT(GL_FRAMEBUFFER_EXT, kFramebuffer);
-        glBindTexture(GL_TEXTURE_2D, kTargetTexture);
-        // There is no data, but a driver may choose the storage by this type, and with it the
-        // verdicts.
-        glTexImage2D(GL_TEXTURE_2D, 0, GL_RGBA, kImageSize, kImageSize, 0, GL_RGBA, GL_BYTE,
-                     nullptr);
-        glFramebufferTexture2DEXT(GL_FRAMEBUFFER_EXT, GL_COLOR_ATTACHMENT0_EXT, GL_TEXTURE_2D,
-                                  kTargetTexture, 0);
-        buffer = GL_COLOR_ATTACHMENT0_EXT;
-    }
-    glDrawBuffer(buffer);
-    glReadBuffer(buffer);
-    glViewport(0, 0, kImageSize, kImageSize);
-}
 
 /// Stores one identification string of the current context and prints it under `label`, if any. A
 /// string that is missing or not ASCII removes the record: with a stale one, applications would
@@ -137,7 +59,7 @@ inline void prepare_records(CFStringRef appID) {
 
 [[noreturn]] inline void end_interrupted_run() {
     std::fflush(stdout);
-    qor::end_by_interruption();
+    end_by_interruption();
 }
 
 /// One renderer run's turn to measure.
@@ -164,7 +86,7 @@ public:
 
     /// Between two tests: ends the run if the user interrupted it, and keeps the turn otherwise.
     void go_on() {
-        if (qor::is_interrupted()) {
+        if (is_interrupted()) {
             CFPreferencesAppSynchronize(appID_);
             end_interrupted_run();
         }
@@ -174,9 +96,9 @@ public:
 
 private:
     const CFStringRef appID_;
-    qor::MeasuringTurn turn_{qor::turn_settings(), [] {
-                                 if (qor::is_interrupted()) end_interrupted_run();
-                             }};
+    MeasuringTurn turn_{turn_settings(), [] {
+                            if (is_interrupted()) end_interrupted_run();
+                        }};
 };
 
 inline void run_renderer(GLint rendererID) {
@@ -186,7 +108,10 @@ inline void run_renderer(GLint rendererID) {
         Turn turn(appID);
         prepare_records(appID);
         const OffscreenContext context(rendererID);
-        read_extensions(appID);
+        read_extensions([&](const char* name, bool isSupported) {
+            std::fprintf(stderr, "%s[%d] %s : %s\n", text_of(appID), getpid(), name,
+                         isSupported ? "SUPPORTED" : "UNSUPPORTED");
+        });
         set_up_render_target();
         test_texture_format_caps(appID, 0);
         turn.go_on();
@@ -196,7 +121,7 @@ inline void run_renderer(GLint rendererID) {
         write_identification(GL_RENDERER, CFSTR("GL_RENDERER"), nullptr, appID);
         CFPreferencesAppSynchronize(appID);
     }
-    if (qor::is_interrupted()) end_interrupted_run();
+    if (is_interrupted()) end_interrupted_run();
     release(appID);
 }
 
@@ -234,5 +159,7 @@ inline void run_test() {
 }
 
 }  // namespace
+
+}  // namespace texprobe
 
 #endif

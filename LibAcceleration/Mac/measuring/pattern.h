@@ -13,6 +13,10 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "records/formats.h"
+
+namespace texprobe {
+
 namespace {
 
 // Object names are fixed and never generated: the test driver creates the render target under these
@@ -24,52 +28,17 @@ constexpr GLsizei kImageSize = 128;
 
 /// The client-side format, type and size in bytes of one texel in which a texture of
 /// `internalFormat` is uploaded and read back. Returns false, and writes nothing, for an unlisted
-/// format. Integer colours are transferred blue first, and 8-bit RGBA as one packed word per texel;
-/// the verdicts are about exactly these layouts.
+/// format.
 inline bool best_pixel_format(GLenum internalFormat, unsigned* format, unsigned* type,
                               unsigned* bytesPerPixel) {
-    const auto choose = [=](unsigned chosenFormat, unsigned chosenType, unsigned bytes) {
-        *format = chosenFormat;
-        *type = chosenType;
-        *bytesPerPixel = bytes;
+    for (const Format& known : kFormats) {
+        if (known.internalFormat != internalFormat) continue;
+        *format = static_cast<unsigned>(known.order);
+        *type = static_cast<unsigned>(known.type);
+        *bytesPerPixel = known.bytesPerPixel;
         return true;
-    };
-    switch (internalFormat) {
-        case GL_LUMINANCE8:
-            return choose(GL_LUMINANCE, GL_UNSIGNED_BYTE, 1);
-        case GL_LUMINANCE16:
-            return choose(GL_LUMINANCE, GL_UNSIGNED_SHORT, 2);
-        case GL_LUMINANCE8_ALPHA8:
-            return choose(GL_LUMINANCE_ALPHA, GL_UNSIGNED_BYTE, 2);
-        case GL_LUMINANCE16_ALPHA16:
-            return choose(GL_LUMINANCE_ALPHA, GL_UNSIGNED_SHORT, 4);
-        case GL_RGB8:
-            return choose(GL_BGR, GL_UNSIGNED_BYTE, 3);
-        case GL_RGB16:
-            return choose(GL_BGR, GL_UNSIGNED_SHORT, 6);
-        case GL_RGBA8:
-            return choose(GL_BGRA, GL_UNSIGNED_INT_8_8_8_8_REV, 4);
-        case GL_RGBA16:
-            return choose(GL_BGRA, GL_UNSIGNED_SHORT, 8);
-        case GL_RGBA32F_ARB:
-            return choose(GL_RGBA, GL_FLOAT, 16);
-        case GL_RGB32F_ARB:
-            return choose(GL_RGB, GL_FLOAT, 12);
-        case GL_LUMINANCE32F_ARB:
-            return choose(GL_LUMINANCE, GL_FLOAT, 4);
-        case GL_LUMINANCE_ALPHA32F_ARB:
-            return choose(GL_LUMINANCE_ALPHA, GL_FLOAT, 8);
-        case GL_RGBA16F_ARB:
-            return choose(GL_RGBA, GL_HALF_FLOAT_ARB, 8);
-        case GL_RGB16F_ARB:
-            return choose(GL_RGB, GL_HALF_FLOAT_ARB, 6);
-        case GL_LUMINANCE16F_ARB:
-            return choose(GL_LUMINANCE, GL_HALF_FLOAT_ARB, 2);
-        case GL_LUMINANCE_ALPHA16F_ARB:
-            return choose(GL_LUMINANCE_ALPHA, GL_HALF_FLOAT_ARB, 4);
-        default:
-            return false;
     }
+    return false;
 }
 
 /// (word + 1) / 2^32, in (0, 1], to nearest.
@@ -145,5 +114,7 @@ inline void texture_render(GLenum internalFormat, GLenum format, GLenum type) {
 }
 
 }  // namespace
+
+}  // namespace texprobe
 
 #endif

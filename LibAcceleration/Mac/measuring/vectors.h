@@ -8,6 +8,8 @@
 #define TEXPROBE_X86_VECTORS
 #endif
 
+namespace texprobe {
+
 namespace {
 
 #ifdef TEXPROBE_X86_VECTORS
@@ -52,5 +54,7 @@ auto call_on_widest_vectors(Arguments... arguments) {
 }
 
 }  // namespace
+
+}  // namespace texprobe
 
 #endif

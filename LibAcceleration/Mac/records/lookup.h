@@ -16,6 +16,8 @@
 #include "records/records.h"
 #include "runs/measuring_turn.h"
 
+namespace texprobe {
+
 namespace {
 
 constexpr std::uint32_t kMaxDisplays = 32;
@@ -121,7 +123,7 @@ enum class SetsInHand { kSkipped, kTaken };
 
 /// The identifier of the first renderer of one display whose records match; owned by the caller.
 inline CFStringRef copy_matching_id(CGDirectDisplayID display, SetsInHand setsInHand) {
-    const std::string turnFile = qor::turn_file();
+    const std::string turnFile = turn_file();
     const ContextStrings strings;
     const RendererList renderers(CGDisplayIDToOpenGLDisplayMask(display), complain_on_stderr);
     for (GLint index = 0; index < renderers.count(); ++index) {
@@ -133,7 +135,7 @@ inline CFStringRef copy_matching_id(CGDirectDisplayID display, SetsInHand setsIn
             continue;
         }
         const CFStringRef appID = create_application_id(rendererID);
-        const qor::SetAtRest atRest(turnFile, text_of(appID));
+        const SetAtRest atRest(turnFile, text_of(appID));
         // The tool may just have written these records in its own process.
         CFPreferencesAppSynchronize(appID);
         if (strings.match(appID) && (setsInHand == SetsInHand::kTaken || atRest.has_lasted())) {
@@ -158,5 +160,7 @@ inline CFStringRef copyCurrentRendererID(SetsInHand setsInHand = SetsInHand::kSk
 }
 
 }  // namespace
+
+}  // namespace texprobe
 
 #endif

@@ -17,7 +17,10 @@
 
 #include <array>
 #include <cstddef>
-#include <iterator>
+
+#include "records/formats.h"
+
+namespace texprobe {
 
 namespace {
 
@@ -82,25 +85,21 @@ inline CFStringRef create_identification(const unsigned char* text) {
                 : nullptr;
 }
 
-// The six capabilities, in the order of their tests and of the bits that applications see.
-enum Capability : std::size_t {
-    kSupported,
-    kRenderable,
-    kUploadSet,
-    kUploadReset,
-    kDownloadGet,
-    kDownloadRead,
-    kCapabilityCount
-};
+/// The names of the formats, in the order of the table.
+inline const std::array<CFStringRef, kFormatCount>& format_names() {
+#define TEXPROBE_NAME(name, ...) CFSTR(name),
+    static const std::array<CFStringRef, kFormatCount> names = {TEXPROBE_FORMATS(TEXPROBE_NAME)};
+#undef TEXPROBE_NAME
+    return names;
+}
 
 /// The six flag keys of one format.
 class FlagKeys {
 public:
     explicit FlagKeys(CFStringRef formatName) {
-        const CFStringRef patterns[] = {CFSTR("%@_SUPPORTED"),    CFSTR("%@_RENDERABLE"),
-                                        CFSTR("%@_UPLOAD_SET"),   CFSTR("%@_UPLOAD_RESET"),
-                                        CFSTR("%@_DOWNLOAD_GET"), CFSTR("%@_DOWNLOAD_READ")};
-        static_assert(std::size(patterns) == kCapabilityCount, "one pattern per capability");
+#define TEXPROBE_PATTERN(key, ...) CFSTR("%@_" key),
+        const CFStringRef patterns[] = {TEXPROBE_CAPABILITIES(TEXPROBE_PATTERN)};
+#undef TEXPROBE_PATTERN
         for (std::size_t i = 0; i < kCapabilityCount; ++i) {
             keys_[i] = CFStringCreateWithFormat(nullptr, nullptr, patterns[i], formatName);
         }
@@ -111,7 +110,9 @@ public:
     FlagKeys(const FlagKeys&) = delete;
     FlagKeys& operator=(const FlagKeys&) = delete;
 
-    CFStringRef operator[](Capability capability) const { return keys_[capability]; }
+    CFStringRef operator[](Capability capability) const {
+        return keys_[capability];
+    }
 
     /// Removes the six records, and only those, in one operation.
     void remove_records(CFStringRef appID) const {
@@ -133,5 +134,7 @@ inline void write_verdict(CFStringRef key, bool verdict, CFStringRef appID) {
 }
 
 }  // namespace
+
+}  // namespace texprobe
 
 #endif

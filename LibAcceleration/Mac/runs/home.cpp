@@ -5,7 +5,7 @@
 
 #include <cstdlib>
 
-namespace qor {
+namespace texprobe {
 
 std::string home_of_user() {
     const passwd* entry = getpwuid(getuid());  // cppcheck-suppress getpwuidCalled
@@ -16,4 +16,4 @@ std::string home_of_user() {
     return "";
 }
 
-}  // namespace qor
+}  // namespace texprobe

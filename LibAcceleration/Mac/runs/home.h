@@ -6,12 +6,12 @@
 
 #include <string>
 
-namespace qor {
+namespace texprobe {
 
 /// The absolute path in the real user's password entry, or HOME if that is missing or relative.
 /// Empty if neither is there.
 std::string home_of_user();
 
-}  // namespace qor
+}  // namespace texprobe
 
 #endif

@@ -8,7 +8,7 @@
 #include <atomic>
 #include <cerrno>
 
-namespace qor {
+namespace texprobe {
 
 namespace {
 
@@ -111,4 +111,4 @@ void end_by_interruption() {
     _exit(1);
 }
 
-}  // namespace qor
+}  // namespace texprobe

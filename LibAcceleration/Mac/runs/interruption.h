@@ -3,7 +3,7 @@
 #ifndef TEXPROBE_INTERRUPTION_H
 #define TEXPROBE_INTERRUPTION_H
 
-namespace qor {
+namespace texprobe {
 
 /// Turns a closed output, or a file that has reached its size limit, into a write error. Dying of
 /// it would leave the current test recorded as failed. Children inherit this.
@@ -22,6 +22,6 @@ bool is_interrupted();
 /// Ends the process by the remembered signal.
 [[noreturn]] void end_by_interruption();
 
-}  // namespace qor
+}  // namespace texprobe
 
 #endif

@@ -12,7 +12,7 @@
 #include <thread>
 #include <utility>
 
-namespace qor {
+namespace texprobe {
 
 namespace {
 
@@ -306,4 +306,4 @@ void take_turn_from(pid_t process, const TurnSettings& settings) {
     close(descriptor);
 }
 
-}  // namespace qor
+}  // namespace texprobe

@@ -25,7 +25,7 @@
 
 #include "runs/turn_settings.h"
 
-namespace qor {
+namespace texprobe {
 
 /// One object at a time per process, because a process's locks do not exclude itself.
 class MeasuringTurn {
@@ -105,6 +105,6 @@ private:
 /// Takes the turn from a stopped process, if it has it.
 void take_turn_from(pid_t process, const TurnSettings& settings);
 
-}  // namespace qor
+}  // namespace texprobe
 
 #endif

@@ -21,8 +21,8 @@ namespace texprobe {
 
 namespace {
 
-using Clock = std::chrono::steady_clock;
 using std::chrono::milliseconds;
+using std::chrono::steady_clock;
 
 constexpr milliseconds kLookEvery{100};
 /// A killed process goes at once, unless the kernel waits for a device on its behalf.
@@ -33,23 +33,23 @@ constexpr int kFirstInherited = 3;
 /// How long something has lasted, counted in looks: of a pause between two of them no more counts
 /// than a look. A stopped process, a frozen container or a sleeping machine pauses the program too,
 /// and then its time has not passed.
-class Waiting {
+class CountedTime {
 public:
     void begin() {
-        passed_ = Clock::duration::zero();
-        lastLook_ = Clock::now();
+        passed_ = steady_clock::duration::zero();
+        lastLook_ = steady_clock::now();
     }
     /// To be called at each look.
     bool has_lasted(milliseconds limit) {
-        const auto now = Clock::now();
-        passed_ += std::min<Clock::duration>(now - lastLook_, kLookEvery);
+        const auto now = steady_clock::now();
+        passed_ += std::min<steady_clock::duration>(now - lastLook_, kLookEvery);
         lastLook_ = now;
         return passed_ >= limit;
     }
 
 private:
-    Clock::duration passed_ = Clock::duration::zero();
-    Clock::time_point lastLook_ = Clock::now();
+    steady_clock::duration passed_ = steady_clock::duration::zero();
+    steady_clock::time_point lastLook_ = steady_clock::now();
 };
 
 /// Closed in other programs from the beginning, where the system can: another thread may start one
@@ -96,9 +96,9 @@ private:
 };
 
 /// One of the program's two streams: a pipe, and the part of a line that has come.
-class Output {
+class ProgramOutput {
 public:
-    explicit Output(Stream stream) : stream_(stream) {}
+    explicit ProgramOutput(Stream stream) : stream_(stream) {}
 
     /// 0, or the error.
     int open() {
@@ -173,7 +173,8 @@ public:
     SpawnPlan& operator=(const SpawnPlan&) = delete;
 
     /// 0, or the error.
-    int spawn(const Program& program, const Output& output, const Output& error, pid_t* process) {
+    int spawn(const Program& program, const ProgramOutput& output, const ProgramOutput& error,
+              pid_t* process) {
         posix_spawn_file_actions_addopen(&actions_, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
         posix_spawn_file_actions_adddup2(&actions_, output.written_by_program(), STDOUT_FILENO);
         posix_spawn_file_actions_adddup2(&actions_, error.written_by_program(), STDERR_FILENO);
@@ -292,7 +293,7 @@ public:
 
 private:
     RunEnd watch(Process& process) {
-        Waiting step;
+        CountedTime step;
         while (!process.has_ended()) {
             wait_for_output();
             if (read()) step.begin();
@@ -321,7 +322,7 @@ private:
     }
 
     bool await(Process& process, milliseconds patience) {
-        Waiting waiting;
+        CountedTime waiting;
         while (!process.has_ended()) {
             if (waiting.has_lasted(patience)) return false;
             wait_for_output();
@@ -354,8 +355,8 @@ private:
 
     const Program& program_;
     RunObserver& observer_;
-    Output output_{Stream::kOutput};
-    Output error_{Stream::kError};
+    ProgramOutput output_{Stream::kOutput};
+    ProgramOutput error_{Stream::kError};
 };
 
 }  // namespace

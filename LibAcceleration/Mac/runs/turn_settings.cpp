@@ -4,7 +4,7 @@
 
 #include "runs/home.h"
 
-namespace qor {
+namespace texprobe {
 
 namespace {
 
@@ -33,4 +33,4 @@ TurnSettings turn_settings() {
     return settings;
 }
 
-}  // namespace qor
+}  // namespace texprobe

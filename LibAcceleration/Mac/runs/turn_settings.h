@@ -7,7 +7,7 @@
 #include <chrono>
 #include <string>
 
-namespace qor {
+namespace texprobe {
 
 struct TurnSettings {
     /// The file that is locked; empty when there is no place for one.
@@ -27,6 +27,6 @@ std::string turn_file();
 /// Creates the folder of the file if necessary, but never the user's home.
 TurnSettings turn_settings();
 
-}  // namespace qor
+}  // namespace texprobe
 
 #endif

@@ -8,6 +8,8 @@
 #include <cstdlib>
 #include <string_view>
 
+namespace texprobe {
+
 namespace {
 
 // Not in every header of OpenGL.
@@ -34,5 +36,7 @@ inline bool is_compatibility_context() {
 }
 
 }  // namespace
+
+}  // namespace texprobe
 
 #endif

@@ -12,14 +12,17 @@
 #include <utility>
 #include <vector>
 
+#include "records/platform_messages.h"
+#include "runs/attempts.h"
 #include "runs/measuring_turn.h"
 #include "runs/run_ends.h"
 #include "runs/supervised_run.h"
 #include "runs/turn_settings.h"
 #include "verdicts/outcome.h"
-#include "verdicts/platform_messages.h"
 #include "verdicts/record_sets.h"
 #include "verdicts/said_by_tool.h"
+
+namespace texprobe {
 
 namespace {
 
@@ -36,11 +39,11 @@ struct Log {
     }
 };
 
-class Measurement : public texprobe::RunObserver {
+class BackgroundRuns : public RunObserver {
 public:
     /// Everything is borrowed. Nothing here reads the environment, which is the application's.
-    Measurement(const RecordSets& sets, const texprobe::Program& program,
-                const qor::TurnSettings& turn, const Log& log, Outcome& outcome)
+    BackgroundRuns(const SetsOfMachine& sets, const Program& program, const TurnSettings& turn,
+                   const Log& log, Outcome& outcome)
         : sets_(sets), program_(program), turn_(turn), log_(log), outcome_(outcome) {}
 
     /// Returns when the outcome is there, or when the verdicts are being closed. `isRead`: have the
@@ -50,19 +53,20 @@ public:
         // Another process may have held the store only for a moment.
         if (!isRead && find_verdicts()) return;
         std::size_t decided = count_decided();
-        for (int runs = 1; !outcome_.is_closing(); ++runs) {
+        for (Attempts attempts(kMostRuns, 1); !outcome_.is_closing();) {
+            attempts.begin_run();
             said_ = {};
             trouble_.clear();
             recordsTrouble_.clear();
-            const texprobe::RunEnd end = run_supervised(program_, *this);
-            using Kind = texprobe::RunEnd::Kind;
+            const RunEnd end = run_supervised(program_, *this);
+            using Kind = RunEnd::Kind;
             if (end.kind == Kind::kStopped) return;
             if (end.kind == Kind::kNotStarted) {
                 return fail(describe_failed_start(program_.path, end.number) +
                             (isStoreRead_ ? "" : "; " + describe_unread()));
             }
             if (find_verdicts()) return;
-            if (isInHand_ && runs < kMostRuns) {
+            if (isInHand_ && !attempts.are_used_up()) {
                 log_(
                     "another run of texprobe has begun; texprobe is started again and waits for "
                     "it");
@@ -71,20 +75,29 @@ public:
             const bool isWhole = end.kind == Kind::kExited && end.number == 0;
             if (isWhole && find_said_verdicts()) return;
             const std::size_t before = std::exchange(decided, count_decided());
-            if (isWhole || decided <= before || runs == kMostRuns) {
+            attempts.end_run(decided > before);
+            if (isWhole || attempts.are_in_vain() || attempts.are_used_up()) {
                 return fail(describe(end, isWhole));
             }
-            log_(describe_end(end, limit()) +
-                 "; it is started again and continues with the next test");
+            log_(describe(end) + "; it is started again and continues with the next test");
         }
     }
 
 private:
-    int limit() const { return static_cast<int>(program_.stepLimit.count()); }
+    std::string describe(const RunEnd& end) const {
+        const std::string limit = std::to_string(program_.stepLimit.count());
+        std::string text =
+            "texprobe " + describe_end(end, "made no progress for " + limit + " ms and was killed",
+                                       number_of_signal);
+        if (end.kind == RunEnd::Kind::kUnknown) {
+            text += ", because this application reaps every child";
+        }
+        return text;
+    }
 
     /// True when the verdicts were found.
     bool find_verdicts() {
-        const texprobe::PlatformMessages messages;
+        const PlatformMessages messages;
         const Finding finding = sets_.look();
         say(messages.lines());
         isStoreRead_ = finding.isRead;
@@ -108,7 +121,7 @@ private:
     }
 
     std::size_t count_decided() {
-        const texprobe::PlatformMessages messages;
+        const PlatformMessages messages;
         sets_.refresh();
         const std::size_t count = sets_.count_decided();
         say(messages.lines());
@@ -119,7 +132,7 @@ private:
     void fail(const std::string& reason) { outcome_.failed(one_line(reason)); }
 
     /// Why there are no verdicts after a run that was the last one.
-    std::string describe(const texprobe::RunEnd& end, bool isWhole) const {
+    std::string describe(const RunEnd& end, bool isWhole) const {
         const std::string build = get_system_version();
         if (!toolBuild_.empty() && toolBuild_ != build) {
             return "\"" + program_.path +
@@ -127,7 +140,7 @@ private:
                    toolBuild_ + ", and this process is of " + build;
         }
         std::string reason;
-        if (!isWhole) reason = describe_end(end, limit()) + "; ";
+        if (!isWhole) reason = describe(end) + "; ";
         reason += isStoreRead_ ? sets_.describe_mismatch(said_) : describe_unread();
         // The first is the cause: the tool complains of missing records once more at its end.
         const std::string& trouble = recordsTrouble_.empty() ? trouble_ : recordsTrouble_;
@@ -147,7 +160,7 @@ private:
     }
 
     /// A driver may write without end and without getting anywhere.
-    bool line(texprobe::Stream /*stream*/, std::string_view text) override {
+    bool line(Stream /*stream*/, std::string_view text) override {
         const std::string copy(text);
         log_(copy);
         const std::size_t trouble = text.find("*** ");
@@ -172,7 +185,7 @@ private:
         // Seldom enough to cost nothing, often enough for a progress bar.
         if (++looks_ % 3 != 0) return Wish::kGoOn;
         count_decided();
-        const pid_t holder = qor::turn_holder(turn_);
+        const pid_t holder = turn_holder(turn_);
         // A tool that is a script may have started the one that measures.
         const bool isOwn = holder > 0 && (holder == process_ || getpgid(holder) == process_);
         const bool isWaiting = holder != 0 && !isOwn;
@@ -181,9 +194,9 @@ private:
         return isWaiting ? Wish::kGoOnAnew : Wish::kGoOn;
     }
 
-    const RecordSets& sets_;
-    const texprobe::Program& program_;
-    const qor::TurnSettings& turn_;
+    const SetsOfMachine& sets_;
+    const Program& program_;
+    const TurnSettings& turn_;
     const Log& log_;
     Outcome& outcome_;
     int process_ = 0;
@@ -199,5 +212,7 @@ private:
 };
 
 }  // namespace
+
+}  // namespace texprobe
 
 #endif

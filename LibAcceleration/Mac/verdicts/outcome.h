@@ -15,12 +15,14 @@
 #include "TexProbeVerdicts.h"
 #include "verdicts/record_sets.h"
 
+namespace texprobe {
+
 namespace {
 
 /// Begins as MEASURING and ends once, as READY or FAILED.
 class Outcome {
 public:
-    void ready(const Verdicts& verdicts, std::string reason) {
+    void ready(const Answers& verdicts, std::string reason) {
         verdicts_ = verdicts;
         end(TEXPROBE_READY, std::move(reason));
     }
@@ -99,10 +101,12 @@ private:
     std::atomic<float> progress_{0.0F};
     std::atomic<const char*> reason_{"texprobe measures this machine's renderers"};
     // Written before the last state, and only read after it.
-    Verdicts verdicts_;
+    Answers verdicts_;
     std::string lastReason_;
 };
 
 }  // namespace
+
+}  // namespace texprobe
 
 #endif

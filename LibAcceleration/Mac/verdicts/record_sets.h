@@ -21,13 +21,15 @@
 #include "verdicts/said_by_tool.h"
 #include "verdicts/verdicts.h"
 
+namespace texprobe {
+
 namespace {
 
 /// The records of one identifier, as they are now.
-inline Verdicts read_verdicts(CFStringRef appID) {
-    Verdicts verdicts;
+inline Answers read_verdicts(CFStringRef appID) {
+    Answers verdicts;
     for (std::size_t format = 0; format < kFormatCount; ++format) {
-        const FlagKeys keys(texture_formats()[format].key);
+        const FlagKeys keys(format_names()[format]);
         for (std::size_t i = 0; i < kCapabilityCount; ++i) {
             Boolean isRecorded = 0;
             const bool verdict = CFPreferencesGetAppBooleanValue(keys[static_cast<Capability>(i)],
@@ -48,11 +50,11 @@ struct Finding {
     /// A run is at work on a set with the context's strings: it may say the false of a test under
     /// way.
     bool isInHand = false;
-    std::optional<Verdicts> verdicts;
+    std::optional<Answers> verdicts;
     /// How many of them are unknown because two renderers carry the context's strings.
     std::size_t differences = 0;
 
-    void add(const Verdicts& found) {
+    void add(const Answers& found) {
         if (verdicts) {
             differences += verdicts->agree_with(found);
         } else {
@@ -62,9 +64,9 @@ struct Finding {
 };
 
 /// Made on the thread whose context is current; used on another afterwards.
-class RecordSets {
+class SetsOfMachine {
 public:
-    RecordSets() {
+    SetsOfMachine() {
         CGDirectDisplayID displays[kMaxDisplays];
         std::uint32_t count = 0;
         const auto complain = [this](const char* failure, int error) { remember(failure, error); };
@@ -76,11 +78,11 @@ public:
             }
         }
     }
-    ~RecordSets() {
+    ~SetsOfMachine() {
         for (const CFStringRef appID : appIDs_) release(appID);
     }
-    RecordSets(const RecordSets&) = delete;
-    RecordSets& operator=(const RecordSets&) = delete;
+    SetsOfMachine(const SetsOfMachine&) = delete;
+    SetsOfMachine& operator=(const SetsOfMachine&) = delete;
 
     /// Why no record can ever match; empty if one may.
     std::string hopeless() const {
@@ -99,11 +101,11 @@ public:
     Finding look() const {
         Finding finding;
         for (const CFStringRef appID : appIDs_) {
-            const qor::SetAtRest atRest(turnFile_, text_of(appID));
+            const SetAtRest atRest(turnFile_, text_of(appID));
             // The tool may just have written these records in its own process.
             finding.isRead &= CFPreferencesAppSynchronize(appID) != 0;
             if (!strings_.match(appID, isVersionCompared_)) continue;
-            const Verdicts verdicts = read_verdicts(appID);
+            const Answers verdicts = read_verdicts(appID);
             if (!verdicts.are_complete()) continue;
             finding.isInHand |= !atRest.has_lasted();
             finding.add(verdicts);
@@ -119,7 +121,7 @@ public:
         for (const CFStringRef appID : appIDs_) {
             const SaidOfRenderer* renderer = said.of(appID);
             if (!renderer || !is_of_context(*renderer, appID)) continue;
-            Verdicts verdicts = renderer->isUpToDate ? read_verdicts(appID) : Verdicts();
+            Answers verdicts = renderer->isUpToDate ? read_verdicts(appID) : Answers();
             verdicts.replace_by(renderer->verdicts);
             if (verdicts.are_complete()) finding.add(verdicts);
         }
@@ -129,7 +131,7 @@ public:
     /// Is every set complete, and no run at work on one? Then another finds nothing to measure.
     bool are_all_measured() const {
         return std::all_of(appIDs_.begin(), appIDs_.end(), [this](CFStringRef appID) {
-            const qor::SetAtRest atRest(turnFile_, text_of(appID));
+            const SetAtRest atRest(turnFile_, text_of(appID));
             CFPreferencesAppSynchronize(appID);
             return is_current(appID) && recorded_string(appID, CFSTR("GL_VENDOR")) &&
                    recorded_string(appID, CFSTR("GL_VERSION")) &&
@@ -150,14 +152,14 @@ public:
         }
         return count;
     }
-    std::size_t count_all() const { return appIDs_.size() * Verdicts::kCount; }
+    std::size_t count_all() const { return appIDs_.size() * kCellCount; }
 
     /// Empty without any.
     std::string describe_differences(std::size_t differences) const {
         if (differences == 0) return {};
         return "unknown where two renderers of this machine differ, both " +
                quoted(strings_.renderer()) + ": " + std::to_string(differences) + " of " +
-               std::to_string(Verdicts::kCount) + " verdicts";
+               std::to_string(kCellCount) + " verdicts";
     }
 
     /// Why nothing was found, although every renderer is measured.
@@ -234,7 +236,7 @@ private:
         failure_ = std::string(failure) + " (" + std::to_string(error) + ")";
     }
 
-    const std::string turnFile_ = qor::turn_file();
+    const std::string turnFile_ = turn_file();
     const ContextStrings strings_;
     const bool hasContext_ = glGetString(GL_VERSION) != nullptr;
     const bool isVersionCompared_ = is_compatibility_context();
@@ -244,5 +246,7 @@ private:
 };
 
 }  // namespace
+
+}  // namespace texprobe
 
 #endif

@@ -12,6 +12,8 @@
 #include "records/records.h"
 #include "verdicts/verdicts.h"
 
+namespace texprobe {
+
 namespace {
 
 /// A line "org.texprobe.texprobe2.ff.22G120[4711] GL_RGBA8 upload SET: 1".
@@ -44,7 +46,7 @@ inline std::optional<LineOfRenderer> line_of_renderer(std::string_view line) {
 }
 
 struct SaidOfRenderer {
-    Verdicts verdicts;
+    Answers verdicts;
     /// It continues from earlier records.
     bool isUpToDate = false;
     std::string vendor;
@@ -78,10 +80,7 @@ public:
 
 private:
     /// "GL_RGBA8 upload SET: 1"
-    static void take_verdict(std::string_view text, Verdicts* verdicts) {
-        constexpr std::string_view kLabels[kCapabilityCount] = {"supported",    "renderable",
-                                                                "upload SET",   "upload RESET",
-                                                                "download GET", "download READ"};
+    static void take_verdict(std::string_view text, Answers* verdicts) {
         const std::size_t space = text.find(' ');
         const std::size_t colon = text.rfind(": ");
         if (space == std::string_view::npos || colon == std::string_view::npos || colon < space) {
@@ -91,9 +90,9 @@ private:
         const std::string_view word = text.substr(colon + 2);
         if (word != "0" && word != "1") return;
         for (std::size_t format = 0; format < kFormatCount; ++format) {
-            if (text.substr(0, space) != texture_formats()[format].name) continue;
+            if (text.substr(0, space) != kFormats[format].name) continue;
             for (std::size_t i = 0; i < kCapabilityCount; ++i) {
-                if (label != kLabels[i]) continue;
+                if (label != kCapabilityRows[i].printed) continue;
                 verdicts->at(format, i) = word == "1" ? TEXPROBE_YES : TEXPROBE_NO;
             }
         }
@@ -103,5 +102,7 @@ private:
 };
 
 }  // namespace
+
+}  // namespace texprobe
 
 #endif

@@ -8,14 +8,15 @@
 
 #include "TexProbeVerdicts.h"
 #include "records/formats.h"
-#include "records/records.h"
+
+namespace texprobe {
 
 namespace {
 
 /// The known verdicts on one renderer: 16 formats, 6 capabilities.
-class Verdicts {
+class Answers {
 public:
-    Verdicts() {
+    Answers() {
         for (auto& ofFormat : answers_) ofFormat.fill(TEXPROBE_UNKNOWN);
     }
 
@@ -30,26 +31,20 @@ public:
     std::size_t count_decided() const {
         std::size_t count = 0;
         for (const auto& of : answers_) {
-            const auto tested = [&](Capability capability) {
-                return of[capability] != TEXPROBE_UNKNOWN;
-            };
-            count += tested(kSupported);
-            const bool isSupportedNo = of[kSupported] == TEXPROBE_NO;
-            for (const Capability c : {kRenderable, kUploadSet, kUploadReset}) {
-                count += isSupportedNo || tested(c);
-            }
-            const bool isRenderableNo = isSupportedNo || of[kRenderable] == TEXPROBE_NO;
-            for (const Capability c : {kDownloadGet, kDownloadRead}) {
-                count += isRenderableNo || tested(c);
+            std::array<bool, kCapabilityCount> isNo = {};
+            for (std::size_t i = 0; i < kCapabilityCount; ++i) {
+                const bool isNeverTested = isNo[kCapabilityRows[i].precondition];
+                isNo[i] = isNeverTested || of[i] == TEXPROBE_NO;
+                count += isNeverTested || of[i] != TEXPROBE_UNKNOWN;
             }
         }
         return count;
     }
 
-    bool are_complete() const { return count_decided() == kCount; }
+    bool are_complete() const { return count_decided() == kCellCount; }
 
     /// Where `other` differs, the verdict becomes unknown. Returns how many do.
-    std::size_t agree_with(const Verdicts& other) {
+    std::size_t agree_with(const Answers& other) {
         std::size_t differences = 0;
         for (std::size_t format = 0; format < kFormatCount; ++format) {
             for (std::size_t capability = 0; capability < kCapabilityCount; ++capability) {
@@ -62,7 +57,7 @@ public:
     }
 
     /// Takes the verdicts that `other` knows.
-    void replace_by(const Verdicts& other) {
+    void replace_by(const Answers& other) {
         for (std::size_t format = 0; format < kFormatCount; ++format) {
             for (std::size_t capability = 0; capability < kCapabilityCount; ++capability) {
                 const texprobe_answer answer = other.at(format, capability);
@@ -71,12 +66,12 @@ public:
         }
     }
 
-    static constexpr std::size_t kCount = kFormatCount * kCapabilityCount;
-
 private:
     std::array<std::array<texprobe_answer, kCapabilityCount>, kFormatCount> answers_;
 };
 
 }  // namespace
+
+}  // namespace texprobe
 
 #endif

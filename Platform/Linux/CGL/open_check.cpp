@@ -21,14 +21,14 @@ namespace texprobe::platform {
 
 namespace {
 
-using Clock = std::chrono::steady_clock;
+using std::chrono::steady_clock;
 
 // Values published with GL_NVX_gpu_memory_info and GL_ATI_meminfo; both count in KiB.
 constexpr GLenum kTotalMemoryNvx = 0x9048;
 constexpr GLenum kTextureFreeMemoryAti = 0x87FC;
 
 /// The child's report. Smaller than PIPE_BUF, so that it is written whole or not at all.
-struct Report {
+struct CheckReport {
     std::uint64_t memory;
     char failure[256];
 };
@@ -75,7 +75,7 @@ OpenCheck open_here(const Egl& egl, EGLDeviceEXT device) {
     if (null >= 0) dup2(null, STDOUT_FILENO);
 
     const OpenCheck check = open_here(egl, device);
-    Report report = {check.memory, {}};
+    CheckReport report = {check.memory, {}};
     std::snprintf(report.failure, sizeof report.failure, "%s", check.failure.c_str());
     const bool sent = write(pipeEnd, &report, sizeof report) == sizeof report;
     // None of the parent's destructors, exit handlers or stream buffers may run or be flushed here.
@@ -83,15 +83,16 @@ OpenCheck open_here(const Egl& egl, EGLDeviceEXT device) {
 }
 
 /// Waits for the report; empty when the child ended without one or `deadline` passed.
-std::optional<Report> receive(int pipeEnd, Clock::time_point deadline) {
+std::optional<CheckReport> receive(int pipeEnd, steady_clock::time_point deadline) {
     for (;;) {
-        const auto left = std::chrono::ceil<std::chrono::milliseconds>(deadline - Clock::now());
+        const auto left =
+            std::chrono::ceil<std::chrono::milliseconds>(deadline - steady_clock::now());
         if (left.count() <= 0) return {};
         pollfd descriptor = {pipeEnd, POLLIN, 0};
         const int ready = poll(&descriptor, 1, static_cast<int>(left.count()));
         if (ready == 0 || (ready < 0 && errno == EINTR)) continue;
         if (ready < 0) return {};
-        Report report;
+        CheckReport report;
         const ssize_t size = read(pipeEnd, &report, sizeof report);
         if (size < 0 && errno == EINTR) continue;
         if (size != sizeof report) return {};
@@ -102,13 +103,13 @@ std::optional<Report> receive(int pipeEnd, Clock::time_point deadline) {
 /// The child's wait status; empty if it is unknown. A child that does not exit is killed; one that
 /// is stuck in the kernel and does not die at once is left behind.
 std::optional<int> reap(pid_t child) {
-    const Clock::time_point deadline = Clock::now() + std::chrono::seconds(1);
+    const steady_clock::time_point deadline = steady_clock::now() + std::chrono::seconds(1);
     for (;;) {
         int status = 0;
         const pid_t ended = waitpid(child, &status, WNOHANG);
         if (ended == child) return status;
         if (ended < 0 && errno != EINTR) return {};
-        if (Clock::now() >= deadline) break;
+        if (steady_clock::now() >= deadline) break;
         std::this_thread::sleep_for(std::chrono::milliseconds(1));
     }
     kill(child, SIGKILL);
@@ -146,9 +147,9 @@ OpenCheck check_device(const Egl& egl, EGLDeviceEXT device, std::chrono::millise
         return {std::string("fork: ") + std::strerror(forkError), 0};
     }
 
-    const Clock::time_point deadline = Clock::now() + limit;
-    const std::optional<Report> report = receive(ends[0], deadline);
-    const bool late = !report && Clock::now() >= deadline;
+    const steady_clock::time_point deadline = steady_clock::now() + limit;
+    const std::optional<CheckReport> report = receive(ends[0], deadline);
+    const bool late = !report && steady_clock::now() >= deadline;
     close(ends[0]);
     if (late) kill(child, SIGKILL);
     const std::optional<int> status = reap(child);

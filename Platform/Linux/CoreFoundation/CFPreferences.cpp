@@ -8,9 +8,9 @@
 #include "RecordStore/record_store.h"
 #include "object.h"
 
-using texprobe::platform::Changes;
 using texprobe::platform::kLongestString;
 using texprobe::platform::object_cast;
+using texprobe::platform::RecordChanges;
 using texprobe::platform::RecordStore;
 using texprobe::platform::Value;
 
@@ -55,7 +55,7 @@ std::optional<bool> boolean_of(const Value& value) {
 }
 
 /// No object removes the key. A key or object that cannot be stored is left out.
-void add_change(CFTypeRef key, CFPropertyListRef object, Changes* changes) {
+void add_change(CFTypeRef key, CFPropertyListRef object, RecordChanges* changes) {
     const auto* string = object_cast<__CFString>(key);
     if (!string) return;
     auto value = value_of(object);
@@ -104,7 +104,7 @@ Boolean CFPreferencesGetAppBooleanValue(CFStringRef key, CFStringRef application
 
 void CFPreferencesSetAppValue(CFStringRef key, CFPropertyListRef value, CFStringRef applicationID) {
     const auto* application = object_cast<__CFString>(applicationID);
-    Changes changes;
+    RecordChanges changes;
     add_change(key, value, &changes);
     if (application) RecordStore::of_process().change(application->text, changes);
 }
@@ -114,7 +114,7 @@ void CFPreferencesSetMultiple(CFDictionaryRef keysToSet, CFArrayRef keysToRemove
                               CFStringRef hostName) {
     const auto* application = object_cast<__CFString>(applicationID);
     if (!application || !is_any_host_of_user(userName, hostName)) return;
-    Changes changes;
+    RecordChanges changes;
     if (const auto* set = object_cast<__CFDictionary>(keysToSet)) {
         for (const auto& [key, value] : set->pairs) add_change(key, value, &changes);
     }

@@ -220,7 +220,8 @@ int Database::read_records(std::string_view application, Records* records,
     return code == SQLITE_DONE ? SQLITE_OK : code;
 }
 
-Status Database::write(std::string_view application, const Changes& changes, Records* records) {
+Status Database::write(std::string_view application, const RecordChanges& changes,
+                       Records* records) {
     Records fresh;
     std::vector<std::string> tooLong;
     int code = begin();

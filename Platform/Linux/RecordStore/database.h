@@ -59,7 +59,7 @@ public:
     /// Makes the changes durable in one transaction and then replaces `records` by all records of
     /// the application. On failure nothing is changed. If no value differs, nothing is written to
     /// disk.
-    Status write(std::string_view application, const Changes& changes, Records* records);
+    Status write(std::string_view application, const RecordChanges& changes, Records* records);
 
 private:
     struct Close {

@@ -56,10 +56,10 @@ Status keep_as(const std::string& path, const std::string& kept) {
 
 }  // namespace
 
-std::optional<Identity> identity_of(const std::string& path) {
+std::optional<FileIdentity> identity_of(const std::string& path) {
     struct stat status;
     if (stat(path.c_str(), &status) != 0) return std::nullopt;
-    return Identity{status.st_dev, status.st_ino};
+    return FileIdentity{status.st_dev, status.st_ino};
 }
 
 Status make_directory(const std::string& directory) {

@@ -15,14 +15,14 @@
 namespace texprobe::platform {
 
 /// The identity of a file, under any name.
-struct Identity {
+struct FileIdentity {
     dev_t device = 0;
     ino_t inode = 0;
-    bool operator==(const Identity&) const = default;
+    bool operator==(const FileIdentity&) const = default;
 };
 
 /// Nothing if there is no file.
-std::optional<Identity> identity_of(const std::string& path);
+std::optional<FileIdentity> identity_of(const std::string& path);
 
 /// Creates the directory and its parent if they are missing, both private, but never the parent's
 /// parent, which would be the user's home. The new entries are on disk when this returns.

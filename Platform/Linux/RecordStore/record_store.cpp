@@ -103,9 +103,9 @@ RecordStore::Application& RecordStore::known(const std::string& application,
     return view;
 }
 
-void RecordStore::change(const std::string& application, const Changes& changes) {
+void RecordStore::change(const std::string& application, const RecordChanges& changes) {
     const std::lock_guard lock(mutex_);
-    Changes& pending = applications_[application].pending;
+    RecordChanges& pending = applications_[application].pending;
     for (const auto& [key, value] : changes) pending.insert_or_assign(key, value);
 }
 
@@ -193,7 +193,7 @@ Status RecordStore::write(Application& application, const std::string& name) {
         if (status.ok()) status = check(path(), S_IFREG);
         if (!status.ok()) return status;
         if (access(path().c_str(), W_OK) != 0) return Status::system(path(), errno);
-        identity_ = identity_of(path()).value_or(Identity());
+        identity_ = identity_of(path()).value_or(FileIdentity());
         status = database_.open(path(), Database::kWrite,
                                 is_on_local_disk(path()) ? Database::kLog : Database::kRollback);
         if (!status.ok()) return status;

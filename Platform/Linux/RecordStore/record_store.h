@@ -52,7 +52,7 @@ public:
     std::set<std::string> applications();
 
     /// Sets and removes values in this process's view.
-    void change(const std::string& application, const Changes& changes);
+    void change(const std::string& application, const RecordChanges& changes);
 
     /// Makes one application's changes durable in one transaction and reads what other processes
     /// have stored. On failure it returns false and keeps the changes for the next time. Without
@@ -74,8 +74,8 @@ private:
     RecordStore() = default;
 
     struct Application {
-        Records stored;   ///< as last read
-        Changes pending;  ///< since the last synchronization
+        Records stored;         ///< as last read
+        RecordChanges pending;  ///< since the last synchronization
         bool isKnown = false;
         bool hasFailed = false;  ///< `pending` should have been durable by now
     };
@@ -99,7 +99,7 @@ private:
     std::map<std::string, Application> applications_;
     /// Stays open after the first write. Reads before that open a database of their own.
     Database database_;
-    Identity identity_;
+    FileIdentity identity_;
     bool isKnownAsOurs_ = false;
     std::set<Status::Kind> reported_;
 };

@@ -21,7 +21,7 @@ constexpr std::size_t kLongestString = 65'536;
 using Records = std::map<std::string, Value, std::less<>>;
 
 /// Changes by key; no value means removal.
-using Changes = std::map<std::string, std::optional<Value>, std::less<>>;
+using RecordChanges = std::map<std::string, std::optional<Value>, std::less<>>;
 
 }  // namespace texprobe::platform
 

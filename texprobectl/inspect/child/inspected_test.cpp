@@ -3,11 +3,13 @@
 // Before the test code.
 #include "inspect/child/recorded_gl.h"
 
-#include <measuring/driver.h>
-#include <measuring/probe.h>
-#include <records/formats.h>
+#include <measuring/capability_tests.h>
+#include <measuring/offscreen_context.h>
+#include <measuring/render_target.h>
 
+#include <array>
 #include <cstdio>
+#include <cstdlib>
 #include <fstream>
 #include <stdexcept>
 
@@ -16,9 +18,6 @@
 namespace texprobe::ctl {
 
 namespace {
-
-/// Leaves the replay after the inspected test.
-struct Inspected {};
 
 void say(const std::string& text) {
     std::printf("%s\n", text.c_str());
@@ -37,58 +36,38 @@ void write_image(const std::string& folder, const char* name, std::size_t test,
         std::to_string(image->layout.format) + ' ' + std::to_string(image->layout.type));
 }
 
-/// Follows the test code from test to test.
-class Inspector {
-public:
-    explicit Inspector(const InspectionOrder& order) : order_(order) {}
-
-    /// Called before test `number`, and after the last one.
-    void reach(std::size_t number) {
-        if (number > 0) keep_images(number - 1);
-        const std::size_t inspected = number_of(order_.cell);
-        if (number > inspected) throw Inspected();
-        say("test " + std::to_string(number));
-        if (number == inspected) begin();
-    }
-
-    void begin() const {
-        std::fprintf(stderr, "%s\n", kTestBegins);
-        Recorder::instance().turn_on();
-    }
-
-    void keep_images(std::size_t number) const {
-        const RecordedImages images = Recorder::instance().take_images();
-        write_image(order_.folder, kSentImage, number, images.sent);
-        write_image(order_.folder, kReturnedImage, number, images.returned);
-        write_image(order_.folder, kKeptImage, number, images.kept);
-    }
-
-private:
-    const InspectionOrder& order_;
-};
-
-void replay(CFStringRef appID, Inspector* inspector) {
-    std::size_t next = 0;
-    __betweenTests = [&] { inspector->reach(next++); };
-    try {
-        test_texture_format_caps(appID, 0);
-        inspector->reach(next);
-    } catch (const Inspected&) {
-        // The test's OpenGL objects vanish with the context.
-        __betweenTests = nullptr;
-    }
+void keep_images(const std::string& folder, std::size_t test) {
+    const RecordedImages images = Recorder::instance().take_images();
+    write_image(folder, kSentImage, test, images.sent);
+    write_image(folder, kReturnedImage, test, images.returned);
+    write_image(folder, kKeptImage, test, images.kept);
 }
 
-void run_alone(CFStringRef appID, const Cell& cell, const Inspector& inspector) {
-    const std::size_t number = number_of(cell);
-    for (const TextureFormat& format : texture_formats()) {
-        if (format.internalFormat != kFormats[cell.format].internalFormat) continue;
-        say("test " + std::to_string(number));
-        inspector.begin();
-        const FlagKeys keys(format.key);
-        const CapabilityTest& test = kCapabilityTests[cell.capability];
-        run_guarded(test, keys[test.capability], appID, format.internalFormat, format.key);
-        inspector.keep_images(number);
+/// Runs one test as in a first run of the tool: nothing is recorded yet.
+bool run(const CapabilityTest& test, const Cell& cell, const std::string& folder) {
+    const bool verdict = test.run(kFormats[cell.format].internalFormat);
+    say("verdict " + std::to_string(number_of(cell)) + (verdict ? " 1" : " 0"));
+    keep_images(folder, number_of(cell));
+    return verdict;
+}
+
+/// Before each test, whether it applies or not. What is recorded is the inspected one.
+void reach(const Cell& cell, const Cell& inspected) {
+    say("test " + std::to_string(number_of(cell)));
+    if (cell != inspected) return;
+    std::fprintf(stderr, "%s\n", kTestBegins);
+    Recorder::instance().turn_on();
+}
+
+/// The tool's pass, to the inspected test.
+void replay(const InspectionOrder& order) {
+    for (std::size_t format = 0; format <= order.cell.format; ++format) {
+        for_each_test([&](const CapabilityTest& test, bool applies) {
+            const Cell cell = {format, test.capability};
+            if (number_of(cell) > number_of(order.cell)) return false;
+            reach(cell, order.cell);
+            return applies && run(test, cell, order.folder);
+        });
     }
 }
 
@@ -116,19 +95,16 @@ std::vector<std::string> words_of(const InspectionOrder& order) {
 int inspect_as_child(const std::vector<std::string>& arguments) {
     const InspectionOrder order = order_from(arguments);
     for (unsigned i = 0; i < order.patternsBefore; ++i) static_cast<void>(random());
-    const auto renderer = static_cast<GLint>(order.renderer);
-    const CFStringRef appID = create_application_id(renderer);
-    const OffscreenContext context(renderer);
-    read_extensions(appID);
+    const OffscreenContext context(static_cast<GLint>(order.renderer));
+    read_extensions([](const char*, bool) {});
     set_up_render_target();
-    Inspector inspector(order);
     if (order.isAlone) {
-        run_alone(appID, order.cell, inspector);
+        reach(order.cell, order.cell);
+        run(kCapabilityTests[order.cell.capability], order.cell, order.folder);
     } else {
-        replay(appID, &inspector);
+        replay(order);
     }
     Recorder::instance().turn_off();
-    release(appID);
     return 0;
 }
 

@@ -30,6 +30,7 @@ std::vector<std::string> words_of(const InspectionOrder& order);
 
 /// The task. On standard output it writes lines of the recorder's, and these:
 ///   test N                             the test of cell N, 0 to 95, is the next
+///   verdict N V                        it is done, with 1 or 0
 ///   image NAME N FORMAT TYPE           the file NAME.N holds an image of cell N in this layout;
 ///                                      NAME is sent, returned or kept
 /// On standard error it writes the tool's lines, and kTestBegins before the inspected test.

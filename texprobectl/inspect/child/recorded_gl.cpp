@@ -116,6 +116,19 @@ GLboolean unmap_buffer(GLenum target) {
     return isIntact;
 }
 
+void get_tex_level_parameter(GLenum target, GLint level, GLenum name, GLint* value) {
+    const Call call("glGetTexLevelParameteriv({}, {}, {})", gl_name(target), level, gl_name(name));
+    glGetTexLevelParameteriv(target, level, name, value);
+    Recorder::instance().result(gl_name(static_cast<unsigned>(*value)));
+}
+
+GLenum check_framebuffer_status(GLenum target) {
+    const Call call("glCheckFramebufferStatusEXT({})", gl_name(target));
+    const GLenum status = glCheckFramebufferStatusEXT(target);
+    Recorder::instance().result(gl_name(status));
+    return status;
+}
+
 void enable(GLenum capability) {
     const Call call("glEnable({})", gl_name(capability));
     glEnable(capability);

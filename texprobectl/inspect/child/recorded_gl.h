@@ -1,24 +1,17 @@
-// OpenGL, and the preferences, as the tool's test code finds them when it is compiled for
-// `inspect`.
+// OpenGL as the tool's test code finds it when it is compiled for `inspect`.
 //
 // The test code is included after this header, as it is in the tool. It calls OpenGL by name, so
 // the only places at which its calls can be seen without changing it, or copying it, are the names:
-// here they are macros for functions that tell the recorder and make the same call. In the same way
-// the preferences here remember nothing: to the test code every run is a first one, and no
-// record is touched.
+// here they are macros for functions that tell the recorder and make the same call.
 
 #ifndef TEXPROBECTL_RECORDED_GL_H
 #define TEXPROBECTL_RECORDED_GL_H
 
 // All headers of the system first: the macros are not for them.
-#include <ApplicationServices/ApplicationServices.h>
-#include <CoreFoundation/CoreFoundation.h>
 #include <OpenGL/OpenGL.h>
 #include <OpenGL/gl.h>
 #include <OpenGL/glext.h>
 #include <OpenGL/glu.h>
-
-#include <functional>
 
 namespace texprobe::ctl::recorded {
 
@@ -35,6 +28,8 @@ void bind_buffer(GLenum target, GLuint buffer);
 void buffer_data(GLenum target, GLsizeiptr size, const void* data, GLenum usage);
 void* map_buffer(GLenum target, GLenum access);
 GLboolean unmap_buffer(GLenum target);
+void get_tex_level_parameter(GLenum target, GLint level, GLenum name, GLint* value);
+GLenum check_framebuffer_status(GLenum target);
 void enable(GLenum capability);
 void begin(GLenum mode);
 void end();
@@ -55,6 +50,10 @@ void finish();
 #define glBufferData texprobe::ctl::recorded::buffer_data
 #define glMapBuffer texprobe::ctl::recorded::map_buffer
 #define glUnmapBuffer texprobe::ctl::recorded::unmap_buffer
+#define glGetTexLevelParameteriv texprobe::ctl::recorded::get_tex_level_parameter
+// A macro on some systems.
+#undef glCheckFramebufferStatusEXT
+#define glCheckFramebufferStatusEXT texprobe::ctl::recorded::check_framebuffer_status
 #define glEnable texprobe::ctl::recorded::enable
 #define glBegin texprobe::ctl::recorded::begin
 #define glEnd texprobe::ctl::recorded::end
@@ -62,28 +61,5 @@ void finish();
 #define glVertex2f texprobe::ctl::recorded::vertex
 #define glFlush texprobe::ctl::recorded::flush
 #define glFinish texprobe::ctl::recorded::finish
-
-namespace texprobe::ctl::no_records {
-
-inline Boolean get_flag(CFStringRef, CFStringRef, Boolean* exists) {
-    *exists = 0;
-    return 0;
-}
-inline CFTypeRef copy_value(CFStringRef, CFStringRef) {
-    return nullptr;
-}
-inline void set_value(CFStringRef, CFTypeRef, CFStringRef) {}
-inline void set_several(CFDictionaryRef, CFArrayRef, CFStringRef, CFStringRef, CFStringRef) {}
-inline Boolean synchronize(CFStringRef) {
-    return 1;
-}
-
-}  // namespace texprobe::ctl::no_records
-
-#define CFPreferencesGetAppBooleanValue texprobe::ctl::no_records::get_flag
-#define CFPreferencesCopyAppValue texprobe::ctl::no_records::copy_value
-#define CFPreferencesSetAppValue texprobe::ctl::no_records::set_value
-#define CFPreferencesSetMultiple texprobe::ctl::no_records::set_several
-#define CFPreferencesAppSynchronize texprobe::ctl::no_records::synchronize
 
 #endif

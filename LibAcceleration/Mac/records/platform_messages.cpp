@@ -1,4 +1,4 @@
-#include "verdicts/platform_messages.h"
+#include "records/platform_messages.h"
 
 namespace texprobe {
 

@@ -1,4 +1,4 @@
-#include "verdicts/process_rights.h"
+#include "runs/process_rights.h"
 
 #include <unistd.h>
 
