@@ -14,6 +14,7 @@
 #include "ctl/prepared_records.h"
 #include "documents/document.h"
 #include "documents/merged_document.h"
+#include "documents/write_json.h"
 
 namespace texprobe::tests {
 namespace {
@@ -99,7 +100,7 @@ TEST_F(Document, holds_what_is_recorded) {
 TEST_F(Document, read_back_is_the_same) {
     write_file(folder_.file("a.json"), exported_);
     std::ostringstream again;
-    ctl::write_document(ctl::read_documents({folder_.file("a.json")}), again);
+    ctl::write_records_json(ctl::read_documents({folder_.file("a.json")}), again);
     EXPECT_EQ(again.str(), exported_);
 }
 

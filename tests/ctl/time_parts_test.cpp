@@ -8,10 +8,11 @@
 
 #include "documents/document.h"
 #include "documents/times_document.h"
+#include "documents/write_json.h"
 #include "platform/scratch_folder.h"
 #include "support/text.h"
 #include "support/tool_folder.h"
-#include "text/text_times.h"
+#include "text/write_text.h"
 #include "time/rounds.h"
 
 namespace texprobe::tests {
@@ -249,7 +250,7 @@ protected:
     }
     static std::string written() {
         std::ostringstream stream;
-        ctl::write_times(example(), stream);
+        ctl::write_times_json(example(), stream);
         return stream.str();
     }
     /// What reading says when `from` is replaced in the example.

@@ -83,8 +83,12 @@ RecordSets find_sets(const std::vector<std::string>& texts, const RecordSets& al
     return sets;
 }
 
-RecordSets find_sets_or_file(const std::string& text,
-                             const std::function<const RecordSets&()>& all) {
+const RecordSets& KnownSets::all() {
+    if (!all_) all_ = read_all_record_sets(look_at_machine());
+    return *all_;
+}
+
+RecordSets KnownSets::find_or_read(const std::string& text) {
     std::error_code ignored;
     const bool isFile = text == "-" || (!is_number(text) && std::filesystem::exists(text, ignored));
     return isFile ? read_documents({text}) : RecordSets{find_set(text, all())};

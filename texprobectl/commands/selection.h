@@ -4,9 +4,10 @@
 #ifndef TEXPROBECTL_SELECTION_H
 #define TEXPROBECTL_SELECTION_H
 
-#include <functional>
+#include <optional>
 #include <stdexcept>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "records/catalogue.h"
@@ -27,10 +28,20 @@ const RecordSet& find_set(const std::string& text, const RecordSets& all);
 /// The sets that these texts name, each once.
 RecordSets find_sets(const std::vector<std::string>& texts, const RecordSets& all);
 
-/// The sets of an exported file when `text` names a file and is no number, else the one set that it
-/// names. Asks for all sets only then: files need no store.
-RecordSets find_sets_or_file(const std::string& text,
-                             const std::function<const RecordSets&()>& all);
+/// This user's record sets, read when they are first needed: files need no store.
+class KnownSets {
+public:
+    KnownSets() = default;
+    explicit KnownSets(RecordSets all) : all_(std::move(all)) {}
+
+    const RecordSets& all();
+    /// The sets of an exported file when `text` names a file and is no number, else the one set
+    /// that it names.
+    RecordSets find_or_read(const std::string& text);
+
+private:
+    std::optional<RecordSets> all_;
+};
 
 /// Those of the present build.
 RecordSets present_sets(const RecordSets& all);

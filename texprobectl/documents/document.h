@@ -17,8 +17,6 @@ namespace texprobe::ctl {
 inline constexpr const char* kRecordsSchema = "texprobe-records";
 inline constexpr int kSchemaVersion = 1;
 
-void write_document(const RecordSets& sets, std::ostream& output);
-
 /// All sets of these files; "-" is standard input. Throws DocumentError.
 RecordSets read_documents(const std::vector<std::string>& files);
 

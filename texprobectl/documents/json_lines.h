@@ -5,7 +5,10 @@
 
 #include <nlohmann/json.hpp>
 #include <optional>
+#include <ostream>
 #include <string>
+
+#include "documents/document.h"
 
 namespace texprobe::ctl {
 
@@ -14,6 +17,15 @@ using Json = nlohmann::ordered_json;
 
 inline Json text_or_null(const std::optional<std::string>& text) {
     return text ? Json(*text) : Json(nullptr);
+}
+
+inline Json begin_document(const char* schema) {
+    return {{"schema", schema}, {"schema_version", kSchemaVersion}};
+}
+
+/// Bytes that are not UTF-8 are replaced.
+inline void write_whole(const Json& document, std::ostream& stream) {
+    stream << document.dump(2, ' ', false, Json::error_handler_t::replace) << '\n';
 }
 
 /// One line; bytes that are not UTF-8 are replaced.

@@ -3,6 +3,7 @@
 #include <fmt/format.h>
 
 #include "documents/json_lines.h"
+#include "documents/write_json.h"
 
 namespace texprobe::ctl {
 
@@ -63,7 +64,7 @@ VerdictCounts read_counts(const JsonValue& format, const char* name, Count sets,
 
 }  // namespace
 
-void write_merged(const Merged& merged, std::ostream& output) {
+void write_merged_json(const Merged& merged, std::ostream& output) {
     const Counted total = merged.total();
     output << "{\n  \"schema\": \"" << kMergedSchema
            << "\",\n  \"schema_version\": " << kSchemaVersion << ",\n  \"sets\": " << total.sets

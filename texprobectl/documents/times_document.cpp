@@ -4,6 +4,7 @@
 
 #include "documents/document.h"
 #include "documents/json_lines.h"
+#include "documents/write_json.h"
 
 namespace texprobe::ctl {
 
@@ -119,7 +120,7 @@ TransferTimes read_transfer(const JsonValue& value, const Expect& expect) {
 }  // namespace
 
 // One transfer a line: a person can read it, and diff(1) shows what differs.
-void write_times(const Times& times, std::ostream& output) {
+void write_times_json(const Times& times, std::ostream& output) {
     output << "{\n  \"schema\": \"" << kTimesSchema
            << "\",\n  \"schema_version\": " << kSchemaVersion << ",\n  \"transfers\": [";
     const char* between = "\n    ";

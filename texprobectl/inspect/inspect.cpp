@@ -39,10 +39,6 @@ unsigned count_patterns_before(const RecordSet& set, const RecordSets& all,
     return count;
 }
 
-std::string cell_words(const Cell& cell) {
-    return fmt::format("{} {}", kFormats[cell.format].name, kCapabilities[cell.capability].words);
-}
-
 /// What the child's lines say.
 class Report {
 public:
@@ -148,7 +144,7 @@ std::optional<Evidence> collect_evidence(const PrivateFolder& folder, const Repo
         Image image = read_image(folder, named);
         if (named.test != number_of(cell)) {
             if (named.name != kKeptImage) {
-                evidence.earlier.push_back({cell_words(cell_of(named.test)), std::move(image)});
+                evidence.earlier.push_back({words_of(cell_of(named.test)), std::move(image)});
             }
         } else if (named.name == kSentImage) {
             hasSent = true;
@@ -173,7 +169,7 @@ std::string describe_end(const Report& report, const Cell& cell, const std::stri
         return fmt::format(
             "The test was not reached: that of {}, which comes before it, {}{}; --alone does "
             "without those.",
-            cell_words(*report.last_test()), failure, reason);
+            words_of(*report.last_test()), failure, reason);
     }
     if (report.calls().empty()) return fmt::format("The test {}{}.", failure, reason);
     const InspectedCall& last = report.calls().back();
@@ -191,7 +187,7 @@ std::string describe_precondition(const Report& report, const Cell& cell) {
     }
     return fmt::format(
         "The test was not run, because it needs {}, which is a no; --alone runs it anyhow.",
-        cell_words(missing));
+        words_of(missing));
 }
 
 /// The first error that OpenGL has reported; the others mostly follow from it.

@@ -72,8 +72,7 @@ bool differs(const RecordSets& sets, const Cell& cell) {
 Data list_details(const RecordSet& set) {
     Data details(Data::type::list);
     for (const Detail& detail : set.details) {
-        details << Data("text", std::string(kFormats[detail.cell.format].name) + ' ' +
-                                    kCapabilities[detail.cell.capability].words + ' ' +
+        details << Data("text", words_of(detail.cell) + ' ' +
                                     describe(detail.cause) + ".");
     }
     return details;
@@ -127,8 +126,7 @@ void add_pictures(const PicturedNoes& pictured, Data* set) {
     Data noes(Data::type::list);
     for (const PicturedNo& no : pictured.noes) {
         Data data;
-        data.set("test", std::string(kFormats[no.cell.format].name) + ' ' +
-                             kCapabilities[no.cell.capability].words);
+        data.set("test", words_of(no.cell));
         data.set("sentence", plain(no.sentence));
         data.set("pictures", list_pictures(no));
         noes << data;

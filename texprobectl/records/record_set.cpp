@@ -92,4 +92,8 @@ std::string describe(const Cause& cause) {
     return "failed";
 }
 
+std::string words_of(const Cell& cell) {
+    return std::string(kFormats[cell.format].name) + ' ' + kCapabilities[cell.capability].words;
+}
+
 }  // namespace texprobe::ctl

@@ -124,8 +124,11 @@ void decide_verdicts(const Flags& flags, RecordSet* set);
 /// takes a set by its version and its three strings alone.
 bool is_complete(const RecordSet& set);
 
-/// "signal SIGSEGV", "60 s" and the like.
+/// "ended by SIGSEGV" and the like.
 std::string describe(const Cause& cause);
+
+/// "GL_RGBA8 upload set"
+std::string words_of(const Cell& cell);
 
 }  // namespace texprobe::ctl
 

@@ -1,11 +1,11 @@
-#include "text/text_times.h"
-
 #include <fmt/format.h>
 
 #include <algorithm>
 
+#include "time/times.h"
 #include "records/plain_text.h"
 #include "text/text_matrix.h"
+#include "text/write_text.h"
 
 namespace texprobe::ctl {
 
