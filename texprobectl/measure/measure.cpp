@@ -261,21 +261,20 @@ private:
     /// nothing had to stay.
     bool remember(const RunWatch& watch, const RunEnd& end) {
         bool isDone = true;
-        std::optional<Cell> guilty;
+        std::optional<Cell> inHand;
         for (const std::string& id : ids_) {
             const RunFacts facts = facts_of(id, watch, end);
             const Judgement judgement = judge(facts);
-            if (judgement.inHand) guilty = judgement.inHand;
+            if (judgement.inHand) inHand = judgement.inHand;
             remember_causes(id, judgement);
             if (judgement.again.empty()) continue;
             // Of no account where the run did end in that test by a fault.
             if (judgement.inHand) endedFromOutside_[id].push_back(*judgement.inHand);
             isDone &= test_again(id, judgement.again);
         }
-        const auto cause = cause_of(end, options_.seconds);
-        const bool hasEnded = end.kind == RunEnd::Kind::kExited && end.number == 0 && !guilty;
+        const auto death = death_of(end, inHand.has_value(), options_.seconds);
         const auto identity = parse_id(watch.current_id());
-        if (cause && !hasEnded && identity) watcher_.died(identity->rendererID, guilty, *cause);
+        if (death && identity) watcher_.died(identity->rendererID, inHand, *death);
         return isDone;
     }
 

@@ -80,7 +80,10 @@ std::optional<RecordSet> read_record_set(const std::string& id, const Machine& m
     set.glVersion = read_text(id, "GL_VERSION");
     set.renderer = read_text(id, "GL_RENDERER");
     const Flags flags = read_flags(id);
-    decide_verdicts(flags, &set);
+    Decided decided = decide_verdicts(flags);
+    set.verdicts = decided.verdicts;
+    set.details = std::move(decided.details);
+    set.hasUnseenNo = decided.hasUnseenNo;
     set.isPresent = set.systemBuild == machine.systemBuild && machine.lists(set.rendererID);
     set.isComplete = is_complete(set);
     bool hasFlags = false;

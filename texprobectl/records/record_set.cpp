@@ -18,10 +18,10 @@ Verdict failed_by(const std::optional<Cause>& cause) {
 }
 
 /// Of a cell without a record: is what it presupposes a no?
-Verdict unrecorded(const Cell& cell, const RecordSet& set) {
+Verdict unrecorded(const Cell& cell, const Verdicts& verdicts) {
     const auto needed = precondition(cell.capability);
     if (!needed) return Verdict::kUnmeasured;
-    const Verdict verdict = set.verdict({cell.format, *needed});
+    const Verdict verdict = verdicts[cell.format][*needed];
     const bool isOut = is_failure(verdict) || verdict == Verdict::kNotApplicable;
     return isOut ? Verdict::kNotApplicable : Verdict::kUnmeasured;
 }
@@ -56,24 +56,23 @@ std::string make_id(std::string_view rendererID, std::string_view systemBuild) {
     return id.append(".").append(rendererID).append(".").append(systemBuild);
 }
 
-void decide_verdicts(const Flags& flags, RecordSet* set) {
-    set->details.clear();
-    set->hasUnseenNo = false;
+Decided decide_verdicts(const Flags& flags) {
+    Decided decided;
     for_each_cell([&](const Cell& cell) {
-        Verdict& verdict = set->verdicts[cell.format][cell.capability];
+        Verdict& verdict = decided.verdicts[cell.format][cell.capability];
         const auto& recorded = flags.recorded[cell.format][cell.capability];
         const auto& cause = flags.causes[cell.format][cell.capability];
         if (!recorded) {
-            verdict = unrecorded(cell, *set);
+            verdict = unrecorded(cell, decided.verdicts);
             return;
         }
         verdict = *recorded ? Verdict::kYes : failed_by(cause);
-        // What is remembered counts only while the record is false.
         if (verdict == Verdict::kCrashed || verdict == Verdict::kHung) {
-            set->details.push_back({cell, *cause});
+            decided.details.push_back({cell, *cause});
         }
-        if (verdict == Verdict::kNo && !cause) set->hasUnseenNo = true;
+        decided.hasUnseenNo |= verdict == Verdict::kNo && !cause;
     });
+    return decided;
 }
 
 bool is_complete(const RecordSet& set) {

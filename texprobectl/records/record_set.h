@@ -117,8 +117,13 @@ struct Flags {
     std::array<std::array<std::optional<Cause>, kCapabilityCount>, kFormatCount> causes;
 };
 
-/// Fills the verdicts and the details.
-void decide_verdicts(const Flags& flags, RecordSet* set);
+/// What follows from them. What is remembered counts only while its record is false.
+struct Decided {
+    Verdicts verdicts = {};
+    std::vector<Detail> details;
+    bool hasUnseenNo = false;
+};
+Decided decide_verdicts(const Flags& flags);
 
 /// Is the set current, does it name its renderer, and is nothing in it unmeasured? An application
 /// takes a set by its version and its three strings alone.
