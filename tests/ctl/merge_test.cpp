@@ -146,11 +146,11 @@ TEST_F(Merge, writes_nothing_that_it_refuses_to_read) {
     EXPECT_EQ(json::parse(whole)["sets"], kMost);
     write_file(folder_.file("whole.json"), whole);
     EXPECT_EQ(merge({"whole.json"}), whole);
-    // One more, of the same driver, of another, or of an export: the line is that of the last.
+    // One more, of the same driver, of another, or of an export: the place is that of the last.
     const std::pair<std::vector<std::string>, std::string> cases[] = {
-        {{"half.json", "other.json"}, "other.json:25:5"},
-        {{"whole.json", "one.json"}, "one.json:5:5"},
-        {{"one.json", "whole.json"}, "whole.json:25:5"}};
+        {{"half.json", "other.json"}, "other.json: drivers[0]"},
+        {{"whole.json", "one.json"}, "one.json: record_sets[0]"},
+        {{"one.json", "whole.json"}, "whole.json: drivers[0]"}};
     for (const auto& [files, place] : cases) {
         const Finished run =
             folder_.ctl({"merge", "--json", folder_.file(files[0]), folder_.file(files[1])});

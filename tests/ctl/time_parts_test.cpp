@@ -276,7 +276,7 @@ TEST_F(TimesDocument, comes_back_as_it_was) {
 
 TEST_F(TimesDocument, is_refused_where_it_cannot_be_understood) {
     EXPECT_THAT(trouble_with("texprobe-times", "texprobe-records"),
-                HasSubstr(":2:13: \"schema\" must be \"texprobe-times\""));
+                HasSubstr(": schema: \"schema\" must be \"texprobe-times\""));
     EXPECT_THAT(trouble_with("three_fresh", "seven"),
                 HasSubstr("\"way\" is \"seven\", which is not known"));
     EXPECT_THAT(trouble_with("upload_set", "renderable"), HasSubstr("which is not known"));
@@ -288,7 +288,7 @@ TEST_F(TimesDocument, is_refused_where_it_cannot_be_understood) {
 
 // Half a bar would be no number, and a whole one infinite.
 TEST_F(TimesDocument, of_no_time_or_no_bytes_is_refused_at_its_place) {
-    const std::string place = file_.string() + ":5:";
+    const std::string place = file_.string() + ": transfers[0]";
     for (const char* none : {"0", "0.0", "-0.0", "1e-13", "5e-324", "1e9", "null"}) {
         for (const char* member : {"lower_seconds", "median_seconds", "upper_seconds"}) {
             const std::string name = '"' + std::string(member) + '"';

@@ -1,4 +1,4 @@
-// What the documents' writers share.
+// What the documents' writers and readers share.
 
 #ifndef TEXPROBECTL_JSON_LINES_H
 #define TEXPROBECTL_JSON_LINES_H
@@ -8,9 +8,9 @@
 #include <ostream>
 #include <string>
 
-#include "documents/document.h"
-
 namespace texprobe::ctl {
+
+inline constexpr int kSchemaVersion = 1;
 
 /// Members stay in the order in which they are written.
 using Json = nlohmann::ordered_json;

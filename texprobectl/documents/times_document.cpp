@@ -43,7 +43,7 @@ Json transfer_of(const Times& times, const TransferTimes& transfer) {
 
 /// The place of a text among the names; fails at the member where it is none of them.
 template <class Names>
-std::size_t read_name(const JsonValue& object, const char* member, const Names& names,
+std::size_t read_name(const Json& object, const char* member, const Names& names,
                       const Expect& expect) {
     const std::string& text = expect.text(object, member);
     const auto found = std::find_if(std::begin(names), std::end(names),
@@ -63,11 +63,9 @@ std::vector<std::string> names_of(const Rows& rows, NameOf nameOf) {
     return names;
 }
 
-double read_seconds(const JsonValue& object, const char* member, const Expect& expect) {
-    const JsonValue& value = expect.member(object, member);
-    const auto* number = value.as<double>();
-    const auto* integer = value.as<std::int64_t>();
-    const double seconds = number ? *number : integer ? static_cast<double>(*integer) : -1.0;
+double read_seconds(const Json& object, const char* member, const Expect& expect) {
+    const Json& value = expect.member(object, member);
+    const double seconds = value.is_number() ? value.get<double>() : -1.0;
     // No clock tells less, and a speed must not be infinite.
     if (!(seconds >= 1e-12 && seconds < 1e9)) {
         expect.fail(value,
@@ -76,7 +74,7 @@ double read_seconds(const JsonValue& object, const char* member, const Expect& e
     return seconds;
 }
 
-TimedWay read_way(const JsonValue& value, const Expect& expect) {
+TimedWay read_way(const Json& value, const Expect& expect) {
     static const auto names = names_of(kWays, [](const Way& way) { return way.name; });
     TimedWay timed;
     timed.way = read_name(value, "way", names, expect);
@@ -90,7 +88,7 @@ TimedWay read_way(const JsonValue& value, const Expect& expect) {
     return timed;
 }
 
-TransferTimes read_transfer(const JsonValue& value, const Expect& expect) {
+TransferTimes read_transfer(const Json& value, const Expect& expect) {
     static const auto formats =
         names_of(kFormats, [](const Format& format) { return format.name; });
     static const auto capabilities =
@@ -107,7 +105,7 @@ TransferTimes read_transfer(const JsonValue& value, const Expect& expect) {
     transfer.reason = expect.text(value, "reason");
     transfer.bytes =
         static_cast<std::size_t>(expect.integer(value, "image_bytes", 0, std::int64_t{1} << 40));
-    for (const JsonValue& way : expect.array(value, "ways")) {
+    for (const Json& way : expect.array(value, "ways")) {
         transfer.ways.push_back(read_way(way, expect));
     }
     if (transfer.bytes == 0 && !transfer.ways.empty()) {
@@ -134,20 +132,20 @@ void write_times_json(const Times& times, std::ostream& output) {
 
 std::vector<Times> read_times(const std::string& file) {
     std::vector<Times> all;
-    read_document(
-        file, {{kTimesSchema, "transfers", [&](const JsonValue& value, const Expect& expect) {
-                    const std::string& id = expect.text(value, "id");
-                    auto found = std::find_if(all.begin(), all.end(),
-                                              [&](const Times& times) { return times.id == id; });
-                    if (found == all.end()) {
-                        all.push_back({id,
-                                       expect.text_or_null(value, "renderer"),
-                                       expect.text_or_null(value, "gl_version"),
-                                       {}});
-                        found = all.end() - 1;
-                    }
-                    found->transfers.push_back(read_transfer(value, expect));
-                }}});
+    read_document(file, {{kTimesSchema, "transfers", [&](const Json& value, const Expect& expect) {
+                              const std::string& id = expect.text(value, "id");
+                              auto found =
+                                  std::find_if(all.begin(), all.end(),
+                                               [&](const Times& times) { return times.id == id; });
+                              if (found == all.end()) {
+                                  all.push_back({id,
+                                                 expect.text_or_null(value, "renderer"),
+                                                 expect.text_or_null(value, "gl_version"),
+                                                 {}});
+                                  found = all.end() - 1;
+                              }
+                              found->transfers.push_back(read_transfer(value, expect));
+                          }}});
     return all;
 }
 
