@@ -42,7 +42,7 @@ struct JudgedRun {
     RunEnd end;
     /// A signal from outside has ended a run in the third test before.
     bool hasEndedBefore;
-    /// One character a test: "!" a mark of the end, "n" a mark of a no that was seen, "-" the
+    /// One character a test: "!" the end is the cause, "n" a no that was seen, "-" the
     /// record goes, "." nothing.
     const char* judged;
 };
@@ -160,7 +160,7 @@ TEST(Judgement, calls_no_run_dead_that_ended_in_order) {
     }
 }
 
-TEST(Judgement, forgets_the_mark_of_a_record_that_is_not_false) {
+TEST(Judgement, forgets_the_cause_of_a_record_that_is_not_false) {
     ctl::RunFacts facts;
     facts.now = recorded_as("10");
     facts.end = kDoneEnd;

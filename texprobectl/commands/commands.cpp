@@ -11,9 +11,8 @@
 namespace texprobe::ctl {
 
 void add_commands(CLI::App* app, Session* session) {
-    for (const auto add :
-         {add_measure, add_list, add_show, add_compare, add_inspect, add_export, add_report,
-          add_merge, add_time, add_forget, add_doctor}) {
+    for (const auto add : {add_measure, add_list, add_show, add_compare, add_inspect, add_export,
+                           add_report, add_merge, add_time, add_forget, add_doctor}) {
         add(app, session);
     }
 }

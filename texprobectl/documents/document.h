@@ -50,12 +50,12 @@ private:
 /// Reads a document of one of several kinds: each names its schema and the member that holds its
 /// elements, which are handed over one by one. read_document returns how many there were, which may
 /// be none: a machine without records is no error of its document.
-struct Kind {
+struct DocumentKind {
     const char* schema;
     const char* elements;
     std::function<void(const Json& element, const Expect& expect)> read;
 };
-std::size_t read_document(const std::string& file, const std::vector<Kind>& kinds);
+std::size_t read_document(const std::string& file, const std::vector<DocumentKind>& kinds);
 
 RecordSet read_set(const Json& value, const Expect& expect);
 

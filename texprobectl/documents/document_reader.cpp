@@ -84,20 +84,22 @@ std::string find_path(const Json& wanted, const Json& value, const std::string& 
 /// What a document says of itself, and that its elements are a list.
 class Header {
 public:
-    Header(const std::vector<Kind>& kinds, const std::string& file) : kinds_(kinds), file_(file) {}
+    Header(const std::vector<DocumentKind>& kinds, const std::string& file)
+        : kinds_(kinds), file_(file) {}
 
     void take(const std::string& name, const Json& value) {
         if (name == "schema") take_schema(value);
         if (name == "schema_version") take_version(value);
-        const bool isElements = std::any_of(
-            kinds_.begin(), kinds_.end(), [&](const Kind& kind) { return name == kind.elements; });
+        const bool isElements =
+            std::any_of(kinds_.begin(), kinds_.end(),
+                        [&](const DocumentKind& kind) { return name == kind.elements; });
         if (!isElements || name != kind(name).elements) return;
         if (!value.is_array()) fail(name + ": \"" + name + "\" must be an array");
         hasElements_ = true;
     }
 
     /// The kind of document. Its elements cannot be understood before it is known.
-    const Kind& kind(const std::string& path) const {
+    const DocumentKind& kind(const std::string& path) const {
         if (!kind_ || !hasVersion_) {
             fail(path +
                  ": \"schema\" and \"schema_version\" must come first: this is no document of "
@@ -121,7 +123,7 @@ private:
 
     void take_schema(const Json& value) {
         std::string expected;
-        for (const Kind& kind : kinds_) {
+        for (const DocumentKind& kind : kinds_) {
             if (value == kind.schema) kind_ = &kind;
             expected += (expected.empty() ? "\"" : " or \"") + std::string(kind.schema) + '"';
         }
@@ -140,15 +142,15 @@ private:
         hasVersion_ = true;
     }
 
-    const std::vector<Kind>& kinds_;
+    const std::vector<DocumentKind>& kinds_;
     const std::string& file_;
-    const Kind* kind_ = nullptr;
+    const DocumentKind* kind_ = nullptr;
     bool hasVersion_ = false;
     bool hasElements_ = false;
 };
 
 std::size_t read_stream(std::istream& text, const std::string& file,
-                        const std::vector<Kind>& kinds) {
+                        const std::vector<DocumentKind>& kinds) {
     Header header(kinds, file);
     std::size_t count = 0;
     try {
@@ -156,7 +158,7 @@ std::size_t read_stream(std::istream& text, const std::string& file,
                   {[&](const std::string& name, const Json& value) { header.take(name, value); },
                    [&](const std::string& name, std::size_t index, const Json& element) {
                        const std::string path = fmt::format("{}[{}]", name, index);
-                       const Kind& kind = header.kind(path);
+                       const DocumentKind& kind = header.kind(path);
                        if (name != kind.elements) return;
                        ++count;
                        kind.read(element, Expect(file, path, element));
@@ -259,7 +261,7 @@ RecordSet read_set(const Json& value, const Expect& expect) {
     return set;
 }
 
-std::size_t read_document(const std::string& file, const std::vector<Kind>& kinds) {
+std::size_t read_document(const std::string& file, const std::vector<DocumentKind>& kinds) {
     if (file == "-") return read_stream(std::cin, "standard input", kinds);
     std::ifstream stream(file, std::ios::binary);
     if (!stream) throw DocumentError(file + ": " + std::strerror(errno));
@@ -272,7 +274,7 @@ std::size_t read_document(const std::string& file, const std::vector<Kind>& kind
 
 RecordSets read_documents(const std::vector<std::string>& files) {
     RecordSets sets;
-    const std::vector<Kind> kinds = {
+    const std::vector<DocumentKind> kinds = {
         {kRecordsSchema, "record_sets", [&](const Json& value, const Expect& expect) {
              sets.push_back(read_set(value, expect));
          }}};

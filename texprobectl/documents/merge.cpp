@@ -52,7 +52,7 @@ Merged merge_files(const std::vector<std::string>& files, std::vector<std::strin
         if (merged.sets() <= kMostSets) return;
         expect.fail(value, "with this, more than " + std::to_string(kMostSets) + " record sets");
     };
-    const std::vector<Kind> kinds = {
+    const std::vector<DocumentKind> kinds = {
         {kRecordsSchema, "record_sets",
          [&](const Json& value, const Expect& expect) {
              merged.add(read_set(value, expect));

@@ -40,7 +40,7 @@ unsigned count_patterns_before(const RecordSet& set, const RecordSets& all,
 }
 
 /// What the child's lines say.
-class Report {
+class ChildReport {
 public:
     struct NamedImage {
         std::string name;
@@ -129,18 +129,18 @@ private:
     std::string trouble_;
 };
 
-Image read_image(const PrivateFolder& folder, const Report::NamedImage& named) {
+Image read_image(const PrivateFolder& folder, const ChildReport::NamedImage& named) {
     std::ifstream stream(folder.file(named.name + '.' + std::to_string(named.test)),
                          std::ios::binary);
     return {named.layout, {std::istreambuf_iterator<char>(stream), {}}};
 }
 
-std::optional<Evidence> collect_evidence(const PrivateFolder& folder, const Report& report,
+std::optional<Evidence> collect_evidence(const PrivateFolder& folder, const ChildReport& report,
                                          const Cell& cell) {
     Evidence evidence;
     bool hasSent = false;
     bool hasReturned = false;
-    for (const Report::NamedImage& named : report.images()) {
+    for (const ChildReport::NamedImage& named : report.images()) {
         Image image = read_image(folder, named);
         if (named.test != number_of(cell)) {
             if (named.name != kKeptImage) {
@@ -160,7 +160,7 @@ std::optional<Evidence> collect_evidence(const PrivateFolder& folder, const Repo
 }
 
 /// Why there is no verdict.
-std::string describe_end(const Report& report, const Cell& cell, const std::string& failure) {
+std::string describe_end(const ChildReport& report, const Cell& cell, const std::string& failure) {
     const std::string reason = report.trouble().empty() ? "" : " (" + report.trouble() + ")";
     if (!report.last_test()) {
         return fmt::format("The renderer could not be set up: the process {}{}.", failure, reason);
@@ -179,7 +179,7 @@ std::string describe_end(const Report& report, const Cell& cell, const std::stri
 }
 
 /// Why the test was not run.
-std::string describe_precondition(const Report& report, const Cell& cell) {
+std::string describe_precondition(const ChildReport& report, const Cell& cell) {
     Cell missing = cell;
     while (const auto needed = precondition(missing.capability)) {
         missing.capability = *needed;
@@ -191,7 +191,7 @@ std::string describe_precondition(const Report& report, const Cell& cell) {
 }
 
 /// The first error that OpenGL has reported; the others mostly follow from it.
-std::string describe_errors(const Report& report) {
+std::string describe_errors(const ChildReport& report) {
     for (const InspectedCall& call : report.calls()) {
         if (call.errors.empty()) continue;
         return fmt::format(" OpenGL reported {} after {}.", call.errors.front(),
@@ -200,7 +200,7 @@ std::string describe_errors(const Report& report) {
     return "";
 }
 
-void decide(const InspectOptions& options, const Report& report, const std::string& failure,
+void decide(const InspectOptions& options, const ChildReport& report, const std::string& failure,
             Inspection* inspection) {
     if (!failure.empty()) {
         inspection->sentence = describe_end(report, options.cell, failure);
@@ -232,7 +232,7 @@ Inspection inspect(const InspectOptions& options, const RecordSet& set, const Re
     order.cell = options.cell;
     order.patternsBefore = count_patterns_before(set, all, machine);
     order.isAlone = options.isAlone;
-    Report report;
+    ChildReport report;
     const RunEnd end = run_child(
         {options.self, kInspectTask, words_of(order), options.limit,
          [&](Stream stream, std::string_view text) { return report.take(stream, text); }});

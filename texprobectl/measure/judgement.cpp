@@ -70,7 +70,7 @@ std::optional<Cause> death_of(const RunEnd& end, bool wasInTest, int seconds) {
 }
 
 std::optional<Cell> next_unmeasured(const Flags& flags) {
-    const Verdicts verdicts = decide_verdicts(flags).verdicts;
+    const VerdictTable verdicts = decide_verdicts(flags).verdicts;
     std::optional<Cell> next;
     for_each_cell([&](const Cell& cell) {
         const bool isOpen = verdicts[cell.format][cell.capability] == Verdict::kUnmeasured;

@@ -15,7 +15,7 @@
 #include "measure/run_watch.h"
 #include "measure/running_tool.h"
 #include "process/signals.h"
-#include "records/marks.h"
+#include "records/causes.h"
 #include "records/preferences.h"
 #include "records/turn.h"
 
@@ -52,9 +52,9 @@ std::string describe_missing(const std::string& id, const std::optional<RecordSe
     return "the driver's names" + of + " are not recorded, which applications look for";
 }
 
-class Measurement {
+class RepeatedRuns {
 public:
-    Measurement(const MeasureOptions& options, const Machine& machine, MeasureWatcher& watcher)
+    RepeatedRuns(const MeasureOptions& options, const Machine& machine, MeasureWatcher& watcher)
         : options_(options), machine_(machine), watcher_(watcher) {
         for (const std::uint32_t renderer : machine.renderers) {
             ids_.push_back(make_id(hexadecimal(renderer), machine.systemBuild));
@@ -99,7 +99,7 @@ private:
         for (const std::string& id : ids_) {
             RecordSet present;
             present.id = id;
-            present.rendererID = parse_id(id).value_or(Identity{}).rendererID;
+            present.rendererID = parse_id(id).value_or(SetIdentity{}).rendererID;
             if (const RecordSet* set = find_predecessor(present, all)) predecessors.push_back(*set);
         }
         return predecessors;
@@ -181,14 +181,14 @@ private:
             const auto last = last_recorded(flags, next);
             if (!next || !last) continue;
             const bool isNo = !*flags.recorded[last->format][last->capability];
-            if (isNo && !read_mark(id, *last)) remove_records(id, {*last});
+            if (isNo && !read_cause(id, *last)) remove_records(id, {*last});
             return;
         }
     }
 
     /// With the driver's names, by which applications take the set for a measured one.
     static bool remove_records(const std::string& id, const std::vector<Cell>& cells) {
-        Changes changes;
+        KeyChanges changes;
         for (const Cell& cell : cells) changes[key_of(cell)] = std::nullopt;
         for (const char* key : {"GL_VENDOR", "GL_VERSION", "GL_RENDERER"}) {
             changes[key] = std::nullopt;
@@ -238,7 +238,7 @@ private:
         if (!find_missing().empty()) return;
         isOver_ = true;
         result_.kind = MeasureResult::Kind::kComplete;
-        for (const std::string& id : ids_) write(marks_of(id), {{kTimeKey, time_now()}});
+        for (const std::string& id : ids_) write(causes_of(id), {{kTimeKey, time_now()}});
     }
 
     RunFacts facts_of(const std::string& id, const RunWatch& watch, const RunEnd& end) const {
@@ -296,15 +296,15 @@ private:
     }
 
     static void remember_causes(const std::string& id, const Judgement& judgement) {
-        Changes marks;
+        KeyChanges changes;
         for (const auto& [cell, cause] : judgement.causes) {
             if (cause) {
-                marks[key_of(cell)] = mark_text(*cause);
-            } else if (read_mark(id, cell)) {
-                marks[key_of(cell)] = std::nullopt;
+                changes[key_of(cell)] = cause_text(*cause);
+            } else if (read_cause(id, cell)) {
+                changes[key_of(cell)] = std::nullopt;
             }
         }
-        if (!marks.empty()) write(marks_of(id), marks);
+        if (!changes.empty()) write(causes_of(id), changes);
     }
 
     /// Shorter than the time that the tool gives its test before it dies of the signal.
@@ -327,7 +327,7 @@ private:
 
 MeasureResult measure(const MeasureOptions& options, const Machine& machine,
                       MeasureWatcher& watcher) {
-    return Measurement(options, machine, watcher).run();
+    return RepeatedRuns(options, machine, watcher).run();
 }
 
 }  // namespace texprobe::ctl

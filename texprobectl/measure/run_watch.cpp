@@ -12,7 +12,7 @@ namespace texprobe::ctl {
 std::size_t count_done(const FlagsByID& flags) {
     std::size_t done = 0;
     for (const auto& [id, ofSet] : flags) {
-        const Verdicts verdicts = decide_verdicts(ofSet).verdicts;
+        const VerdictTable verdicts = decide_verdicts(ofSet).verdicts;
         for (const auto& format : verdicts) {
             for (const Verdict verdict : format) done += verdict != Verdict::kUnmeasured;
         }

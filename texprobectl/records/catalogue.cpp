@@ -4,7 +4,7 @@
 #include <set>
 #include <stdexcept>
 
-#include "records/marks.h"
+#include "records/causes.h"
 #include "records/preferences.h"
 #include "records/store_trouble.h"
 
@@ -18,7 +18,7 @@ Flags read_flags(const std::string& id) {
         auto& recorded = flags.recorded[cell.format][cell.capability];
         recorded = read_flag(id, key_of(cell));
         if (recorded && !*recorded) {
-            flags.causes[cell.format][cell.capability] = read_mark(id, cell);
+            flags.causes[cell.format][cell.capability] = read_cause(id, cell);
         }
     });
     return flags;
@@ -70,7 +70,7 @@ std::optional<RecordSet> read_record_set(const std::string& id, const Machine& m
     const auto identity = parse_id(id);
     if (!identity) return std::nullopt;
     refresh(id);
-    refresh(marks_of(id));
+    refresh(causes_of(id));
     RecordSet set;
     set.id = id;
     set.rendererID = identity->rendererID;

@@ -18,7 +18,7 @@ Verdict failed_by(const std::optional<Cause>& cause) {
 }
 
 /// Of a cell without a record: is what it presupposes a no?
-Verdict unrecorded(const Cell& cell, const Verdicts& verdicts) {
+Verdict unrecorded(const Cell& cell, const VerdictTable& verdicts) {
     const auto needed = precondition(cell.capability);
     if (!needed) return Verdict::kUnmeasured;
     const Verdict verdict = verdicts[cell.format][*needed];
@@ -40,7 +40,7 @@ const Detail* RecordSet::detail(const Cell& cell) const {
     return found == details.end() ? nullptr : &*found;
 }
 
-std::optional<Identity> parse_id(std::string_view id) {
+std::optional<SetIdentity> parse_id(std::string_view id) {
     if (id.substr(0, kDomain.size()) != kDomain) return std::nullopt;
     id.remove_prefix(kDomain.size());
     if (id.empty() || id.front() != '.') return std::nullopt;
@@ -48,7 +48,7 @@ std::optional<Identity> parse_id(std::string_view id) {
     const std::size_t point = id.find('.');
     if (point == std::string_view::npos || point + 1 == id.size()) return std::nullopt;
     if (!is_lower_hexadecimal(id.substr(0, point))) return std::nullopt;
-    return Identity{std::string(id.substr(0, point)), std::string(id.substr(point + 1))};
+    return SetIdentity{std::string(id.substr(0, point)), std::string(id.substr(point + 1))};
 }
 
 std::string make_id(std::string_view rendererID, std::string_view systemBuild) {

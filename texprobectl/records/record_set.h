@@ -73,7 +73,7 @@ struct Detail {
     bool operator==(const Detail&) const = default;
 };
 
-using Verdicts = std::array<std::array<Verdict, kCapabilityCount>, kFormatCount>;
+using VerdictTable = std::array<std::array<Verdict, kCapabilityCount>, kFormatCount>;
 
 struct RecordSet {
     std::string id;
@@ -88,7 +88,7 @@ struct RecordSet {
     std::optional<std::string> vendor;
     std::optional<std::string> glVersion;
     std::optional<std::string> renderer;
-    Verdicts verdicts = {};
+    VerdictTable verdicts = {};
     std::vector<Detail> details;
     /// Some plain no was recorded outside `measure`, and may have been a crash. Not in documents.
     bool hasUnseenNo = false;
@@ -102,12 +102,12 @@ struct RecordSet {
 using RecordSets = std::vector<RecordSet>;
 
 /// An identifier taken apart.
-struct Identity {
+struct SetIdentity {
     std::string rendererID;
     std::string systemBuild;
 };
 /// None for an identifier that is no record set's.
-std::optional<Identity> parse_id(std::string_view id);
+std::optional<SetIdentity> parse_id(std::string_view id);
 
 std::string make_id(std::string_view rendererID, std::string_view systemBuild);
 
@@ -119,7 +119,7 @@ struct Flags {
 
 /// What follows from them. What is remembered counts only while its record is false.
 struct Decided {
-    Verdicts verdicts = {};
+    VerdictTable verdicts = {};
     std::vector<Detail> details;
     bool hasUnseenNo = false;
 };

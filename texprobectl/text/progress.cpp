@@ -61,10 +61,10 @@ void MeasureView::progress(const MeasureProgress& progress) {
     if (progress.rendererID != last_.rendererID) finish();
     last_ = progress;
     if (!terminal_.isTerminal) return;
-    const std::string left = progress.secondsLeft && progress.done < progress.all
-                                 ? fmt::format(", {}:{:02} left", *progress.secondsLeft / 60,
-                                               *progress.secondsLeft % 60)
-                                 : "";
+    const std::string left =
+        progress.secondsLeft && progress.done < progress.all
+            ? fmt::format(", {}:{:02} left", *progress.secondsLeft / 60, *progress.secondsLeft % 60)
+            : "";
     line_.draw(fmt::format("{}{}/{}{}  {} {}", fitting_bar(progress, terminal_.width),
                            progress.done, progress.all, left, progress.rendererID,
                            progress.cell ? words_of(*progress.cell) : "setting up"));
@@ -87,8 +87,8 @@ void MeasureView::waits_for(int process) {
 }
 
 bool MeasureView::end_leftover(int process) {
-    line_.say(fmt::format("The tool of an earlier `texprobectl measure` is still there, process {}.",
-                          process));
+    line_.say(fmt::format(
+        "The tool of an earlier `texprobectl measure` is still there, process {}.", process));
     return ask("End it?");
 }
 

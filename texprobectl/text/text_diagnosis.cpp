@@ -19,13 +19,13 @@ void write_diagnosis_text(const Diagnosis& diagnosis, std::ostream& stream) {
     if (!diagnosis.trouble.empty()) item("trouble", diagnosis.trouble);
     for (const ExaminedRenderer& renderer : diagnosis.renderers) {
         if (renderer.canBeOpened) {
-            item("renderer", fmt::format("{}, can be opened, {} MB", renderer.rendererID,
-                                         *renderer.megabytes));
+            item("renderer",
+                 fmt::format("{}, can be opened, {} MB", renderer.rendererID, *renderer.megabytes));
             item("", fmt::format("{}, {}", renderer.renderer, renderer.vendor));
             item("", renderer.glVersion);
         } else {
-            item("renderer", fmt::format("{}, cannot be opened: {}", renderer.rendererID,
-                                         renderer.trouble));
+            item("renderer",
+                 fmt::format("{}, cannot be opened: {}", renderer.rendererID, renderer.trouble));
         }
         for (const std::string& message : renderer.messages) item("", message);
     }

@@ -2,8 +2,8 @@
 
 #include <algorithm>
 
-#include "inspect/inspect.h"
 #include "inspect/gl_names.h"
+#include "inspect/inspect.h"
 #include "records/plain_text.h"
 #include "text/text_matrix.h"
 #include "text/write_text.h"
@@ -45,8 +45,7 @@ public:
         : inspection_(inspection), terminal_(terminal), stream_(stream) {}
 
     void write() {
-        const std::string title =
-            words_of(inspection_.cell) + " on " + plain(inspection_.renderer);
+        const std::string title = words_of(inspection_.cell) + " on " + plain(inspection_.renderer);
         stream_ << coloured(title, kBold, terminal_) << '\n' << plain(inspection_.id) << "\n\n";
         stream_ << wrapped(inspection_.sentence, 0) << "\n\n";
         write_verdicts();

@@ -20,9 +20,9 @@ void write_set(const RecordSet& set, const Terminal& terminal, std::ostream& str
     stream << coloured(renderer_name(set), kBold, terminal) << '\n';
     stream << fmt::format("{}, {}\n{}\n", set.glVersion.value_or("unknown driver"),
                           set.vendor.value_or("unknown vendor"), set.id);
-    stream << fmt::format("{}; {}\n\n", describe_state(set),
-                          set.isPresent ? "of this machine's present build"
-                                        : "not of this machine's present build");
+    stream << fmt::format(
+        "{}; {}\n\n", describe_state(set),
+        set.isPresent ? "of this machine's present build" : "not of this machine's present build");
     write_matrix([&](const Cell& cell) { return show_verdict(set.verdict(cell), terminal); },
                  terminal, stream);
     stream << '\n';

@@ -2,10 +2,10 @@
 
 #include <algorithm>
 
-#include "time/times.h"
 #include "records/plain_text.h"
 #include "text/text_matrix.h"
 #include "text/write_text.h"
+#include "time/times.h"
 
 namespace texprobe::ctl {
 

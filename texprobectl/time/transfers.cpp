@@ -46,9 +46,9 @@ void* mapped(void* mapping) {
 void* (*volatile copy_memory)(void*, const void*, std::size_t) = std::memcpy;
 
 /// What uploads and downloads share: the texture, the buffers, and the application's memory.
-class Stream : public StreamedTransfer {
+class PixelStream : public StreamedTransfer {
 public:
-    Stream(const TimedTransfer& what, GLenum target)
+    PixelStream(const TimedTransfer& what, GLenum target)
         : what_(what), internalFormat_(kFormats[what.format].internalFormat), target_(target) {
         GLint most = 0;
         glGetIntegerv(GL_MAX_TEXTURE_SIZE, &most);
@@ -67,14 +67,14 @@ public:
         }
         glBindBuffer(target_, 0);
     }
-    ~Stream() override {
+    ~PixelStream() override {
         glDeleteBuffers(kMostBuffers, kBuffers.data());
         const std::array<GLuint, 2> textures = {kTestTexture, kTargetTexture};
         glDeleteTextures(static_cast<GLsizei>(textures.size()), textures.data());
         glFinish();
     }
-    Stream(const Stream&) = delete;
-    Stream& operator=(const Stream&) = delete;
+    PixelStream(const PixelStream&) = delete;
+    PixelStream& operator=(const PixelStream&) = delete;
 
     void stream(const Way& way, int images) override {
         if (way.isCopy) {
@@ -128,9 +128,9 @@ protected:
 /// An image is in the application's memory, is copied into a mapped buffer and sent from there. One
 /// point is drawn with each, so that the driver cannot leave out one that the next replaces, and
 /// glFinish waits for the last.
-class Upload : public Stream {
+class Upload : public PixelStream {
 public:
-    explicit Upload(const TimedTransfer& what) : Stream(what, GL_PIXEL_UNPACK_BUFFER) {
+    explicit Upload(const TimedTransfer& what) : PixelStream(what, GL_PIXEL_UNPACK_BUFFER) {
         // An application that sends sub-images defines its texture once; that is not timed.
         define_texture(kTestTexture, nullptr);
         glViewport(0, 0, kImageSize, kImageSize);
@@ -182,9 +182,9 @@ public:
 /// One point is drawn into the image before each, so that the driver cannot keep what it sent
 /// before. What came is copied out of the mapped buffer: with one buffer at once, with three when
 /// the next two are on their way.
-class Download : public Stream {
+class Download : public PixelStream {
 public:
-    explicit Download(const TimedTransfer& what) : Stream(what, GL_PIXEL_PACK_BUFFER) {
+    explicit Download(const TimedTransfer& what) : PixelStream(what, GL_PIXEL_PACK_BUFFER) {
         define_texture(kTargetTexture, source_.data());
         glFramebufferTexture2DEXT(GL_FRAMEBUFFER_EXT, GL_COLOR_ATTACHMENT0_EXT, GL_TEXTURE_2D,
                                   kTargetTexture, 0);
