@@ -163,7 +163,7 @@ TEST_F(MeasureOnATerminal, ends_at_ctrl_c) {
     run.type("\x03");
     EXPECT_TRUE(run.finish().exited_with(130)) << run.shown();
     EXPECT_THAT(run.shown(), HasSubstr("`texprobectl measure` goes on with the 90 verdicts that "
-                                       "are still missing.\n"));
+                                       "are missing.\n"));
 }
 
 /// A real tool that hangs in one test, left behind by a `measure` that was killed.

@@ -152,9 +152,10 @@ TEST_F(Records, are_forgotten_only_when_told_so) {
     prepare_three();
     const Finished refused = folder_.ctl({"forget", "3"});
     EXPECT_TRUE(refused.exited_with(2));
-    EXPECT_EQ(refused.err, kOther +
-                               ": a renderer, 3.0\ntexprobectl: nobody can be asked here; --yes "
-                               "removes these record sets unasked\n");
+    EXPECT_EQ(refused.err,
+              kOther +
+                  ": a renderer, 3.0\ntexprobectl: there is no terminal to ask on; --yes "
+                  "removes these record sets without asking\n");
     EXPECT_EQ(folder_.records().size(), 3u);
     EXPECT_TRUE(folder_.ctl({"forget", "3", "--yes"}).exited_with(0));
     EXPECT_EQ(folder_.records().count(kOther), 0u);

@@ -102,7 +102,7 @@ TEST_F(FoundSet, by_a_number_is_no_file_of_that_name) {
     ASSERT_NE(mkdtemp(folder.data()), nullptr);
     std::filesystem::current_path(folder);
     write_file("2", "no document");
-    ctl::KnownSets known(sets_);
+    ctl::KnownSets known([&] { return sets_; });
     EXPECT_EQ(known.find_or_read("2"), ctl::RecordSets{sets_[1]});
     EXPECT_THROW(known.find_or_read("./2"), ctl::DocumentError);
     std::filesystem::current_path(before);

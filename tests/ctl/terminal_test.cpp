@@ -165,7 +165,8 @@ TEST_F(Terminal, that_cannot_show_the_question_is_not_waited_for) {
     TerminalRun shell("/bin/sh", {"-c", command}, kUnicode);
     EXPECT_TRUE(shell.finish().exited_with(2));
     EXPECT_THAT(read_file(folder_.file("err")),
-                HasSubstr("nobody can be asked here; --yes removes these record sets unasked\n"));
+                HasSubstr("there is no terminal to ask on; --yes removes these record sets without "
+                          "asking\n"));
     EXPECT_EQ(folder_.records().size(), 1u);
 }
 

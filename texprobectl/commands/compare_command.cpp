@@ -17,7 +17,7 @@ struct CompareArguments {
 };
 
 Comparison compare_named(const std::vector<std::string>& names) {
-    KnownSets known;
+    KnownSets known([] { return read_all_record_sets(look_at_machine()); });
     if (names.empty()) {
         Comparison comparison = compare_builds(known.all());
         if (comparison.pairs.empty()) {

@@ -42,7 +42,8 @@ int run_forget(const ForgetArguments& arguments) {
     for (const RecordSet& set : sets) std::cerr << describe_forgotten(plain(set)) << '\n';
     if (!arguments.yes) {
         if (!can_ask()) {
-            throw UsageError("nobody can be asked here; --yes removes these record sets unasked");
+            throw UsageError(
+                "there is no terminal to ask on; --yes removes these record sets without asking");
         }
         if (!ask("Remove these record sets?")) return 1;
     }

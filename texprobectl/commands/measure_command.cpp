@@ -27,8 +27,8 @@ int report_measuring(const MeasureResult& result) {
         case MeasureResult::Kind::kComplete:
             return 0;
         case MeasureResult::Kind::kInterrupted:
-            std::cerr << "Interrupted, and nothing is lost: `texprobectl measure` goes on with the "
-                      << open << " verdicts that are still missing.\n";
+            std::cerr << "Interrupted; nothing is lost. `texprobectl measure` goes on with the "
+                      << open << " verdicts that are missing.\n";
             return 128 + StopSignals::received();
         default:
             std::cerr << "texprobectl: not complete: " << result.reason << '\n';

@@ -38,7 +38,7 @@ std::vector<PicturedNoes> picture_sets(const RecordSets& sets, const RecordSets&
 }
 
 void run_report(const ReportArguments& arguments, const Session& session) {
-    KnownSets known;
+    KnownSets known([] { return read_all_record_sets(look_at_machine()); });
     RecordSets sets;
     for (const std::string& name : arguments.names) {
         RecordSets found = known.find_or_read(name);

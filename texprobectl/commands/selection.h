@@ -4,6 +4,7 @@
 #ifndef TEXPROBECTL_SELECTION_H
 #define TEXPROBECTL_SELECTION_H
 
+#include <functional>
 #include <optional>
 #include <stdexcept>
 #include <string>
@@ -31,8 +32,7 @@ RecordSets find_sets(const std::vector<std::string>& texts, const RecordSets& al
 /// This user's record sets, read when they are first needed: files need no store.
 class KnownSets {
 public:
-    KnownSets() = default;
-    explicit KnownSets(RecordSets all) : all_(std::move(all)) {}
+    explicit KnownSets(std::function<RecordSets()> read) : read_(std::move(read)) {}
 
     const RecordSets& all();
     /// The sets of an exported file when `text` names a file and is no number, else the one set
@@ -40,11 +40,13 @@ public:
     RecordSets find_or_read(const std::string& text);
 
 private:
+    std::function<RecordSets()> read_;
     std::optional<RecordSets> all_;
 };
 
-/// Those of the present build.
+/// Those of this machine's renderers and present build, or all others.
 RecordSets present_sets(const RecordSets& all);
+RecordSets outdated_sets(const RecordSets& all);
 
 /// The set of this machine's present build. Throws UsageError if there is none, or more than one.
 const RecordSet& only_present_set(const RecordSets& all);

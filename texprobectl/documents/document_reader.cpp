@@ -26,25 +26,21 @@ Verdict read_verdict(const Json& format, const char* name, const Expect& expect)
                     name, in_quotes(text)));
 }
 
-std::size_t read_format_name(const Json& value, const Expect& expect) {
-    const std::string& name = expect.text(value, "name");
-    for (std::size_t i = 0; i < kFormatCount; ++i) {
-        if (name == kFormats[i].name) return i;
-    }
-    expect.fail(expect.member(value, "name"), in_quotes(name) + " is none of the sixteen formats");
-}
-
 Detail read_detail(const Json& value, const Expect& expect) {
-    Detail detail;
-    detail.cell.format = read_format_name(value, expect);
-    const std::string& capability = expect.text(value, "capability");
-    const auto found = std::find_if(kCapabilities.begin(), kCapabilities.end(),
-                                    [&](const auto& names) { return capability == names.member; });
-    if (found == kCapabilities.end()) {
-        expect.fail(expect.member(value, "capability"),
-                    in_quotes(capability) + " is none of the six capabilities");
+    const std::string& name = expect.text(value, "name");
+    const auto format = format_named(name);
+    if (!format) {
+        expect.fail(expect.member(value, "name"),
+                    in_quotes(name) + " is none of the sixteen formats");
     }
-    detail.cell.capability = static_cast<Capability>(found - kCapabilities.begin());
+    const std::string& member = expect.text(value, "capability");
+    const auto capability = capability_named(member);
+    if (!capability) {
+        expect.fail(expect.member(value, "capability"),
+                    in_quotes(member) + " is none of the six capabilities");
+    }
+    Detail detail;
+    detail.cell = {*format, *capability};
     if (value.contains("signal")) {
         detail.cause = Crashed{expect.text(value, "signal")};
     } else if (value.contains("exit_status")) {

@@ -1,5 +1,6 @@
 #include "documents/json_reader.h"
 
+#include <algorithm>
 #include <set>
 #include <streambuf>
 #include <vector>
@@ -27,8 +28,8 @@ public:
     CountedText(std::streambuf& text, const std::string& file) : text_(text), file_(file) {}
 
     [[noreturn]] void fail(const std::string& message) const {
-        throw DocumentError(file_ + ":" + std::to_string(line_) + ":" + std::to_string(column_) +
-                            ": " + message);
+        throw DocumentError(file_ + ":" + std::to_string(line_) + ":" +
+                            std::to_string(std::max<std::size_t>(column_, 1)) + ": " + message);
     }
     void begin_value() { sinceValue_ = 0; }
     void begin_element() { sinceElement_ = 0; }
@@ -142,10 +143,11 @@ void read_json(std::istream& text, const std::string& file, const TopLevel& top)
     ParserWatch watch(counted, top);
     std::istream stream(&counted);
     try {
-        static_cast<void>(
+        // What is not kept is left out of it.
+        [[maybe_unused]] const Json rest =
             Json::parse(stream, [&](int depth, Json::parse_event_t event, const Json& parsed) {
                 return watch.take(static_cast<std::size_t>(depth), event, parsed);
-            }));
+            });
     } catch (const Json::exception& error) {
         // The library names itself and counts in its own way; the reason follows.
         std::string reason = error.what();

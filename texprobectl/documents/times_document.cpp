@@ -41,26 +41,28 @@ Json transfer_of(const Times& times, const TransferTimes& transfer) {
     return object;
 }
 
-/// The place of a text among the names; fails at the member where it is none of them.
-template <class Names>
-std::size_t read_name(const Json& object, const char* member, const Names& names,
-                      const Expect& expect) {
+/// What `find` finds for a text; fails at the member where that is nothing.
+template <class Find>
+auto read_name(const Json& object, const char* member, Find find, const Expect& expect) {
     const std::string& text = expect.text(object, member);
-    const auto found = std::find_if(std::begin(names), std::end(names),
-                                    [&](const std::string& name) { return name == text; });
-    if (found == std::end(names)) {
+    const auto found = find(text);
+    if (!found) {
         expect.fail(expect.member(object, member), '"' + std::string(member) + "\" is " +
                                                        in_quotes(text) + ", which is not known");
     }
-    return static_cast<std::size_t>(found - std::begin(names));
+    return *found;
 }
 
-template <class Rows, class NameOf>
-std::vector<std::string> names_of(const Rows& rows, NameOf nameOf) {
-    std::vector<std::string> names;
-    names.reserve(rows.size());
-    for (const auto& row : rows) names.emplace_back(nameOf(row));
-    return names;
+std::optional<Capability> find_transfer(const std::string& member) {
+    const auto capability = capability_named(member);
+    return capability && *capability >= kUploadSet ? capability : std::nullopt;
+}
+
+std::optional<TimedState> find_state(const std::string& name) {
+    for (std::size_t i = 0; i < kTimedStateNames.size(); ++i) {
+        if (name == kTimedStateNames[i]) return static_cast<TimedState>(i);
+    }
+    return std::nullopt;
 }
 
 double read_seconds(const Json& object, const char* member, const Expect& expect) {
@@ -75,9 +77,8 @@ double read_seconds(const Json& object, const char* member, const Expect& expect
 }
 
 TimedWay read_way(const Json& value, const Expect& expect) {
-    static const auto names = names_of(kWays, [](const Way& way) { return way.name; });
     TimedWay timed;
-    timed.way = read_name(value, "way", names, expect);
+    timed.way = read_name(value, "way", find_way, expect);
     timed.rounds = static_cast<int>(expect.integer(value, "rounds", 1, INT32_MAX));
     timed.seconds = {read_seconds(value, "lower_seconds", expect),
                      read_seconds(value, "median_seconds", expect),
@@ -89,19 +90,12 @@ TimedWay read_way(const Json& value, const Expect& expect) {
 }
 
 TransferTimes read_transfer(const Json& value, const Expect& expect) {
-    static const auto formats =
-        names_of(kFormats, [](const Format& format) { return format.name; });
-    static const auto capabilities =
-        names_of(kCapabilities, [](const CapabilityNames& names) { return names.member; });
-    static const std::vector<std::string> transfers(capabilities.begin() + kUploadSet,
-                                                    capabilities.end());
     TransferTimes transfer;
-    transfer.what.format = read_name(value, "name", formats, expect);
-    transfer.what.transfer =
-        static_cast<Capability>(kUploadSet + read_name(value, "transfer", transfers, expect));
+    transfer.what.format = read_name(value, "name", format_named, expect);
+    transfer.what.transfer = read_name(value, "transfer", find_transfer, expect);
     transfer.what.size = {static_cast<int>(expect.integer(value, "width", 1, 1 << 20)),
                           static_cast<int>(expect.integer(value, "height", 1, 1 << 20))};
-    transfer.state = static_cast<TimedState>(read_name(value, "state", kTimedStateNames, expect));
+    transfer.state = read_name(value, "state", find_state, expect);
     transfer.reason = expect.text(value, "reason");
     transfer.bytes =
         static_cast<std::size_t>(expect.integer(value, "image_bytes", 0, std::int64_t{1} << 40));
@@ -123,8 +117,7 @@ void write_times_json(const Times& times, std::ostream& output) {
            << "\",\n  \"schema_version\": " << kSchemaVersion << ",\n  \"transfers\": [";
     const char* between = "\n    ";
     for (const TransferTimes& transfer : times.transfers) {
-        output << between
-               << transfer_of(times, transfer).dump(-1, ' ', false, Json::error_handler_t::replace);
+        output << between << line_of(transfer_of(times, transfer));
         between = ",\n    ";
     }
     output << "\n  ]\n}\n";

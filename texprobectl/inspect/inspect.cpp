@@ -10,7 +10,6 @@
 #include <sstream>
 
 #include "inspect/child/inspected_test.h"
-#include "inspect/child/recorder_lines.h"
 #include "measure/tool_output.h"
 #include "process/child.h"
 #include "process/private_folder.h"
@@ -39,35 +38,25 @@ unsigned count_patterns_before(const RecordSet& set, const RecordSets& all,
     return count;
 }
 
-/// What the child's lines say.
-class ChildReport {
-public:
-    struct NamedImage {
-        std::string name;
-        std::size_t test = 0;
-        Layout layout;
-    };
+struct NamedImage {
+    std::string name;
+    std::size_t test = 0;
+    Layout layout;
+};
 
+/// What the child's lines say.
+struct ChildReport {
     /// True for a line that shows progress.
     bool take(Stream stream, std::string_view text) {
         const std::string line(text);
         return stream == Stream::kOutput ? take_own(line) : take_tool(line);
     }
 
-    const std::vector<InspectedCall>& calls() const { return calls_; }
-    const std::vector<std::string>& pending_errors() const { return pendingErrors_; }
-    const std::vector<NamedImage>& images() const { return images_; }
-    const std::optional<Inspection::Score>& score() const { return score_; }
-    /// The test in hand when the child ended.
-    const std::optional<Cell>& last_test() const { return lastTest_; }
     std::optional<bool> verdict(const Cell& cell) const {
-        const auto found = verdicts_.find(number_of(cell));
-        return found == verdicts_.end() ? std::nullopt : std::optional(found->second);
+        const auto found = verdicts.find(number_of(cell));
+        return found == verdicts.end() ? std::nullopt : std::optional(found->second);
     }
-    /// The last thing that was complained about.
-    const std::string& trouble() const { return trouble_; }
 
-private:
     bool take_own(const std::string& text) {
         std::istringstream words(text);
         std::string kind;
@@ -77,24 +66,24 @@ private:
         if (kind == "test") {
             std::size_t number = 0;
             const bool isCell = std::istringstream(rest) >> number && number < kCellCount;
-            if (isCell) lastTest_ = cell_of(number);
+            if (isCell) lastTest = cell_of(number);
         } else if (kind == "image") {
             std::istringstream fields(rest);
             NamedImage image;
             fields >> image.name >> image.test >> image.layout.format >> image.layout.type;
-            if (fields && bytes_per_pixel(image.layout) != 0) images_.push_back(image);
+            if (fields && bytes_per_pixel(image.layout) != 0) images.push_back(image);
         } else if (kind == line::kPending) {
-            pendingErrors_.push_back(rest);
+            pendingErrors.push_back(rest);
         } else if (kind == line::kCall) {
-            calls_.push_back({rest, {}, {}, {}, false});
-        } else if (!calls_.empty()) {
+            calls.push_back({rest, {}, {}, {}, false});
+        } else if (!calls.empty()) {
             take_outcome(kind, rest);
         }
         return true;
     }
 
     void take_outcome(const std::string& kind, const std::string& rest) {
-        InspectedCall& call = calls_.back();
+        InspectedCall& call = calls.back();
         if (kind == line::kResult) call.result = rest;
         if (kind == line::kError) call.errors.push_back(rest);
         if (kind == line::kChosen) call.chosen = rest;
@@ -102,34 +91,36 @@ private:
     }
 
     bool take_tool(const std::string& text) {
-        if (text == kTestBegins) score_.reset();
+        if (text == kTestBegins) score.reset();
         const std::size_t at = text.find("test_check_data score: ");
-        Inspection::Score score;
+        Inspection::Score found;
         if (at != std::string::npos &&
             std::sscanf(text.c_str() + at, "test_check_data score: %lg%% (dist: %llu",
-                        &score.percent, &score.distance) == 2) {
-            score_ = score;
+                        &found.percent, &found.distance) == 2) {
+            score = found;
         }
         const ToolEvent event = parse_line(text);
         if (const auto* ended = std::get_if<TestEnded>(&event)) {
-            verdicts_[number_of(ended->cell)] = ended->verdict;
+            verdicts[number_of(ended->cell)] = ended->verdict;
         }
-        if (const auto* trouble = std::get_if<ToolTrouble>(&event)) trouble_ = trouble->text;
+        if (const auto* said = std::get_if<ToolTrouble>(&event)) trouble = said->text;
         constexpr std::string_view kOwn = "texprobectl: ";
-        if (text.rfind(kOwn, 0) == 0 && text != kTestBegins) trouble_ = text.substr(kOwn.size());
+        if (text.rfind(kOwn, 0) == 0 && text != kTestBegins) trouble = text.substr(kOwn.size());
         return false;
     }
 
-    std::vector<InspectedCall> calls_;
-    std::vector<std::string> pendingErrors_;
-    std::vector<NamedImage> images_;
-    std::optional<Inspection::Score> score_;
-    std::optional<Cell> lastTest_;
-    std::map<std::size_t, bool> verdicts_;
-    std::string trouble_;
+    std::vector<InspectedCall> calls;
+    std::vector<std::string> pendingErrors;
+    std::vector<NamedImage> images;
+    std::optional<Inspection::Score> score;
+    /// The test in hand when the child ended.
+    std::optional<Cell> lastTest;
+    std::map<std::size_t, bool> verdicts;
+    /// The last thing that was complained about.
+    std::string trouble;
 };
 
-Image read_image(const PrivateFolder& folder, const ChildReport::NamedImage& named) {
+Image read_image(const PrivateFolder& folder, const NamedImage& named) {
     std::ifstream stream(folder.file(named.name + '.' + std::to_string(named.test)),
                          std::ios::binary);
     return {named.layout, {std::istreambuf_iterator<char>(stream), {}}};
@@ -140,7 +131,7 @@ std::optional<Evidence> collect_evidence(const PrivateFolder& folder, const Chil
     Evidence evidence;
     bool hasSent = false;
     bool hasReturned = false;
-    for (const ChildReport::NamedImage& named : report.images()) {
+    for (const NamedImage& named : report.images) {
         Image image = read_image(folder, named);
         if (named.test != number_of(cell)) {
             if (named.name != kKeptImage) {
@@ -161,20 +152,20 @@ std::optional<Evidence> collect_evidence(const PrivateFolder& folder, const Chil
 
 /// Why there is no verdict.
 std::string describe_end(const ChildReport& report, const Cell& cell, const std::string& failure) {
-    const std::string reason = report.trouble().empty() ? "" : " (" + report.trouble() + ")";
-    if (!report.last_test()) {
+    const std::string reason = report.trouble.empty() ? "" : " (" + report.trouble + ")";
+    if (!report.lastTest) {
         return fmt::format("The renderer could not be set up: the process {}{}.", failure, reason);
     }
-    if (!(*report.last_test() == cell)) {
+    if (!(*report.lastTest == cell)) {
         return fmt::format(
             "The test was not reached: that of {}, which comes before it, {}{}; --alone does "
             "without those.",
-            words_of(*report.last_test()), failure, reason);
+            words_of(*report.lastTest), failure, reason);
     }
-    if (report.calls().empty()) return fmt::format("The test {}{}.", failure, reason);
-    const InspectedCall& last = report.calls().back();
+    if (report.calls.empty()) return fmt::format("The test {}{}.", failure, reason);
+    const InspectedCall& last = report.calls.back();
     return fmt::format("The test {}{}: it was {} {}.", failure, reason,
-                       last.hasReturned ? "behind" : "in",
+                       last.hasReturned ? "after" : "in",
                        last.text + (last.result.empty() ? "" : ", which gave " + last.result));
 }
 
@@ -192,7 +183,7 @@ std::string describe_precondition(const ChildReport& report, const Cell& cell) {
 
 /// The first error that OpenGL has reported; the others mostly follow from it.
 std::string describe_errors(const ChildReport& report) {
-    for (const InspectedCall& call : report.calls()) {
+    for (const InspectedCall& call : report.calls) {
         if (call.errors.empty()) continue;
         return fmt::format(" OpenGL reported {} after {}.", call.errors.front(),
                            call.text.substr(0, call.text.find('(')));
@@ -207,7 +198,7 @@ void decide(const InspectOptions& options, const ChildReport& report, const std:
         return;
     }
     inspection->verdict = report.verdict(options.cell);
-    inspection->score = report.score();
+    inspection->score = report.score;
     if (!inspection->verdict) {
         inspection->sentence = describe_precondition(report, options.cell);
     } else if (!inspection->evidence) {
@@ -244,8 +235,8 @@ Inspection inspect(const InspectOptions& options, const RecordSet& set, const Re
     inspection.isAlone = options.isAlone;
     inspection.recorded = set.verdict(options.cell);
     inspection.isOfPresentBuild = set.systemBuild == machine.systemBuild;
-    inspection.calls = report.calls();
-    inspection.pendingErrors = report.pending_errors();
+    inspection.calls = report.calls;
+    inspection.pendingErrors = report.pendingErrors;
     inspection.evidence = collect_evidence(folder, report, options.cell);
     decide(options, report, describe_failure(end, options.limit), &inspection);
     return inspection;

@@ -165,7 +165,7 @@ private:
         };
         kill(-process, SIGTERM);
         if (hasGone(kTenthsToStop)) return true;
-        // As long as it hangs it has the turn, so that nobody takes its test for a verdict.
+        // While it hangs it has the turn, so no other process takes its record for a verdict.
         test_last_again();
         kill(-process, SIGKILL);
         const bool isDone = hasGone(50);
@@ -278,7 +278,7 @@ private:
         return isDone;
     }
 
-    /// Under the turn, so that nobody who measures loses a record that it has begun.
+    /// Under the turn, so that no process that measures loses a record that it has begun.
     bool test_again(const std::string& id, const std::vector<Cell>& cells) {
         bool isDone = false;
         const auto remove = [&] {

@@ -34,7 +34,7 @@ Data list_columns() {
     return columns;
 }
 
-/// A narrow screen may break a name behind an underscore.
+/// A narrow screen may break a name after an underscore.
 std::string breakable(std::string name) {
     for (std::size_t at = 0; (at = name.find('_', at)) != std::string::npos;) {
         name.insert(++at, "<wbr>");

@@ -12,7 +12,7 @@
 
 namespace texprobe::ctl {
 
-/// `pictured` is empty, or has the noes of each of the sets. `times` are shown behind the sets.
+/// `pictured` is empty, or has the failed transfers of each set. `times` follow the sets.
 void write_page(const RecordSets& sets, const std::vector<PicturedNoes>& pictured,
                 const std::vector<Times>& times, std::ostream& stream);
 

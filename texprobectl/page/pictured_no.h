@@ -1,4 +1,4 @@
-// The noes of a record set's transfers, each with what an inspection says and shows of it.
+// The transfers of a record set that failed, each with its inspection's sentence and pictures.
 
 #ifndef TEXPROBECTL_PICTURED_NO_H
 #define TEXPROBECTL_PICTURED_NO_H

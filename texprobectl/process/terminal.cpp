@@ -46,7 +46,7 @@ bool ask(const std::string& question) {
     if (!can_ask()) return false;
     std::cerr << question << " [y/N] " << std::flush;
     std::string answer;
-    // Without an answer, nobody has ended the line.
+    // Without an answer, the line has not been ended.
     if (!std::getline(std::cin, answer)) std::cerr << '\n';
     return answer == "y" || answer == "Y" || answer == "yes";
 }

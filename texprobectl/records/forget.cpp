@@ -23,7 +23,7 @@ KeyChanges removals(const std::string& application) {
 
 Forgotten forget(const RecordSets& sets) {
     Forgotten forgotten;
-    const bool isDone = while_nobody_measures([&] {
+    const auto remove = [&] {
         for (const RecordSet& set : sets) {
             // The causes first: without their records they count for nothing.
             if (!write(causes_of(set.id), removals(causes_of(set.id))) ||
@@ -33,20 +33,12 @@ Forgotten forget(const RecordSets& sets) {
             }
             ++forgotten.sets;
         }
-    });
-    if (!isDone) {
+    };
+    if (!under_turn([] { return false; }, remove)) {
         forgotten.trouble =
             name_of_holder(turn_holder()) + " is measuring; try again when it has ended";
     }
     return forgotten;
-}
-
-RecordSets outdated_sets(const RecordSets& all) {
-    RecordSets outdated;
-    for (const RecordSet& set : all) {
-        if (!set.isPresent) outdated.push_back(set);
-    }
-    return outdated;
 }
 
 }  // namespace texprobe::ctl

@@ -16,11 +16,8 @@ struct Forgotten {
 };
 
 /// Removes the version, the strings, the verdicts and what `measure` remembered of each set; does
-/// nothing while somebody measures.
+/// nothing while a process measures.
 Forgotten forget(const RecordSets& sets);
-
-/// Those that are not of this machine's renderers and present build.
-RecordSets outdated_sets(const RecordSets& all);
 
 }  // namespace texprobe::ctl
 

@@ -91,6 +91,20 @@ std::string describe(const Cause& cause) {
     return "failed";
 }
 
+std::optional<std::size_t> format_named(std::string_view name) {
+    const auto found = std::find_if(kFormats.begin(), kFormats.end(),
+                                    [&](const Format& format) { return name == format.name; });
+    if (found == kFormats.end()) return std::nullopt;
+    return static_cast<std::size_t>(found - kFormats.begin());
+}
+
+std::optional<Capability> capability_named(std::string_view member) {
+    for (std::size_t i = 0; i < kCapabilityCount; ++i) {
+        if (member == kCapabilities[i].member) return static_cast<Capability>(i);
+    }
+    return std::nullopt;
+}
+
 std::string words_of(const Cell& cell) {
     return std::string(kFormats[cell.format].name) + ' ' + kCapabilities[cell.capability].words;
 }

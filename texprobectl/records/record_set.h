@@ -135,6 +135,12 @@ std::string describe(const Cause& cause);
 /// "GL_RGBA8 upload set"
 std::string words_of(const Cell& cell);
 
+/// The format of this name, as kFormats has it.
+std::optional<std::size_t> format_named(std::string_view name);
+
+/// The capability of this name in documents.
+std::optional<Capability> capability_named(std::string_view member);
+
 }  // namespace texprobe::ctl
 
 #endif

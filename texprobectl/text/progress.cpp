@@ -103,7 +103,8 @@ bool MeasureView::is_interrupted() {
 
 void MeasureView::finish() {
     line_.erase();
-    if (!terminal_.isTerminal && !last_.rendererID.empty()) {
+    if (last_.rendererID.empty()) return;
+    if (!terminal_.isTerminal) {
         line_.say(fmt::format("{}: {} of 96 verdicts{}", last_.rendererID, last_.doneHere,
                               deaths_ == 0   ? std::string()
                               : deaths_ == 1 ? std::string(", the run died once")

@@ -20,7 +20,7 @@ public:
         const double laps = std::ceil(kStepSeconds / std::max(lap, 1e-9));
         images_ = kMostBuffers * static_cast<int>(std::clamp(laps, 1.0, 1.0 * kMostLaps));
     }
-    /// Each begins with another way: the one behind a slow way may inherit its cold caches.
+    /// Each begins with another way: the one after a slow way may inherit its cold caches.
     void run_round() {
         for (std::size_t i = 0; i < ways_.size(); ++i) {
             const std::size_t at = (i + static_cast<std::size_t>(count_)) % ways_.size();

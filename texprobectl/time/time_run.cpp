@@ -186,7 +186,7 @@ private:
         return true;
     }
 
-    /// It has no numbers then, not even of an earlier visit: nobody should pick it.
+    /// It has no numbers then, not even those of an earlier visit: no application should use it.
     static void fail(TransferTimes* transfer, const std::string& reason) {
         transfer->state = TimedState::kFailed;
         transfer->reason = reason;

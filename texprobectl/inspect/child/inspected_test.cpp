@@ -17,7 +17,7 @@ namespace texprobe::ctl {
 
 namespace {
 
-/// Leaves the replay behind the inspected test.
+/// Ends the replay after the inspected test.
 struct Inspected {};
 
 void say(const std::string& text) {

@@ -1,7 +1,7 @@
 // OpenGL, and the preferences, as the tool's test code finds them when it is compiled for
 // `inspect`.
 //
-// The test code is included behind this header, as it is in the tool. It calls OpenGL by name, so
+// The test code is included after this header, as it is in the tool. It calls OpenGL by name, so
 // the only places at which its calls can be seen without changing it, or copying it, are the names:
 // here they are macros for functions that tell the recorder and make the same call. In the same way
 // the preferences are such that remember nothing: to the test code every run is a first one, and no
