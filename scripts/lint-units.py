@@ -20,7 +20,7 @@ LARGEST = 20
 ALONE = re.compile(
     r"""tests/client/no_glfw\.cpp
     |tests/driver/records_program\.cpp
-    |texprobectl/inspect/inspected_test\.cpp
+    |texprobectl/inspect/child/inspected_test\.cpp
     |tests/platform/(first_use|preference_lists|preferences)_test\.cpp
     |tests/unit/(dispatch_portable_test|dispatch_test|scripted_random)\.cpp
     """,

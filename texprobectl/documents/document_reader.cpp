@@ -70,8 +70,9 @@ std::string find_path(const Json& wanted, const Json& value, const std::string& 
     if (&wanted == &value) return path;
     if (!value.is_structured()) return {};
     for (const auto& [name, inner] : value.items()) {
-        std::string found = find_path(
-            wanted, inner, value.is_array() ? path + '[' + name + ']' : path + '.' + name);
+        const std::string inside =
+            value.is_array() ? fmt::format("{}[{}]", path, name) : fmt::format("{}.{}", path, name);
+        std::string found = find_path(wanted, inner, inside);
         if (!found.empty()) return found;
     }
     return {};

@@ -10,13 +10,13 @@ namespace texprobe::ctl {
 namespace {
 
 void write_pair(const ComparedSets& pair, const Terminal& terminal, std::ostream& stream) {
-    const auto write_side = [&](const char* side, const RecordSet& set) {
+    const auto writeSide = [&](const char* side, const RecordSet& set) {
         stream << plain(fmt::format("{}: {}", side, set.id)) << '\n'
                << plain(fmt::format("   {}, {}", renderer_name(set), short_driver(set.glVersion)))
                << '\n';
     };
-    write_side("A", pair.a);
-    write_side("B", pair.b);
+    writeSide("A", pair.a);
+    writeSide("B", pair.b);
     stream << fmt::format("\n{:<41}{:>10}{:>10}\n", "", "A", "B");
     for (const Difference& difference : pair.differences) {
         stream << fmt::format("{:<41}", words_of(difference.cell));

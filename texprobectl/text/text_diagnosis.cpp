@@ -41,7 +41,8 @@ void write_diagnosis_text(const Diagnosis& diagnosis, std::ostream& stream) {
     item("record sets", std::to_string(diagnosis.recordSets));
     item("measuring now",
          diagnosis.measuring == 0 ? "nobody" : name_of_holder(diagnosis.measuring));
-    for (const auto& [name, value] : diagnosis.variables) item("variable", name + '=' + value);
+    for (const auto& [name, value] : diagnosis.variables)
+        item("variable", fmt::format("{}={}", name, value));
 }
 
 }  // namespace texprobe::ctl
