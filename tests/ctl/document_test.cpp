@@ -1,5 +1,5 @@
-// Documents: what is written is valid, what is read back is the same, and what strangers write gets
-// its line.
+// Documents: what is written is valid, what is read back is the same, and what is wrong with those
+// of strangers is said with its place.
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -14,6 +14,7 @@
 #include "ctl/prepared_records.h"
 #include "documents/document.h"
 #include "documents/merged_document.h"
+#include "documents/write_json.h"
 
 namespace texprobe::tests {
 namespace {
@@ -99,27 +100,28 @@ TEST_F(Document, holds_what_is_recorded) {
 TEST_F(Document, read_back_is_the_same) {
     write_file(folder_.file("a.json"), exported_);
     std::ostringstream again;
-    ctl::write_document(ctl::read_documents({folder_.file("a.json")}), again);
+    ctl::write_records_json(ctl::read_documents({folder_.file("a.json")}), again);
     EXPECT_EQ(again.str(), exported_);
 }
 
-TEST_F(Document, that_is_wrong_gets_its_line_and_column) {
+TEST_F(Document, that_is_wrong_gets_its_place) {
     EXPECT_EQ(complaint("{\n  \"schema\": \"something\"\n}\n"),
-              ":2:13: \"schema\" must be \"texprobe-records\"\n");
+              ": schema: \"schema\" must be \"texprobe-records\"\n");
     EXPECT_EQ(complaint("[]"), ":1:1: expected an object\n");
-    EXPECT_EQ(complaint("\n {}"), ":2:2: no document of texprobectl: \"schema\" is missing\n");
+    EXPECT_EQ(complaint("\n {}"), ": no document of texprobectl: \"schema\" is missing\n");
     EXPECT_THAT(complaint("{\n\"schema\":\n nonsense}"), HasSubstr(":3:"));
     EXPECT_THAT(
         complaint(with("\"texprobe-records\"", "\"texprobe-records\",\n \"schema\": \"x\"")),
         HasSubstr(":3:"));
-    // The first set's RGB8 is the seventh of the formats that begin on line 16.
+    // RGB8 is the seventh of the formats.
     EXPECT_EQ(complaint(with("\"upload_set\":\"no\"", "\"upload_set\":\"perhaps\"")),
-              ":22:101: \"upload_set\" is \"perhaps\"; expected yes, no, unmeasured, "
+              ": record_sets[0].formats[6].upload_set: \"upload_set\" is \"perhaps\"; expected "
+              "yes, no, unmeasured, "
               "not_applicable, crashed or hung\n");
     EXPECT_EQ(complaint(with("\"complete\": true", "\"complete\": 1")),
-              ":11:19: \"complete\" must be true or false\n");
+              ": record_sets[0].complete: \"complete\" must be true or false\n");
     EXPECT_THAT(complaint(with("      \"complete\": true,\n", "")),
-                HasSubstr(":5:5: \"complete\" is missing"));
+                HasSubstr(": record_sets[0]: \"complete\" is missing"));
     EXPECT_THAT(complaint(with("GL_RGB8\"", "GL_RGB9\"")),
                 HasSubstr("expected \"GL_RGB8\": the formats are in the tool's order"));
     EXPECT_THAT(complaint(with("\"renderer_id\": \"abcd1234\"", "\"renderer_id\": \"0\"")),
@@ -129,9 +131,9 @@ TEST_F(Document, that_is_wrong_gets_its_line_and_column) {
 }
 
 TEST_F(Document, of_another_version_is_refused_with_a_clear_line) {
-    EXPECT_EQ(
-        complaint(with("\"schema_version\": 1", "\"schema_version\": 2")),
-        ":3:21: \"schema_version\" is 2: this texprobectl reads version 1; use a newer one\n");
+    EXPECT_EQ(complaint(with("\"schema_version\": 1", "\"schema_version\": 2")),
+              ": schema_version: \"schema_version\" is 2: this texprobectl reads version 1; use a "
+              "newer one\n");
     EXPECT_THAT(complaint(with("  \"schema_version\": 1,\n", "")),
                 HasSubstr("\"schema\" and \"schema_version\" must come first"));
 }
@@ -163,15 +165,15 @@ TEST_F(Document, cannot_take_the_memory_or_the_stack) {
 TEST_F(Document, without_a_list_of_sets_is_refused) {
     const std::string begin = "{\"schema\": \"texprobe-records\", \"schema_version\": 1";
     ASSERT_EQ(begin.size(), 50u);
-    EXPECT_EQ(complaint(begin + "}"),
-              ":1:1: no document of texprobectl: \"record_sets\" is missing\n");
+    EXPECT_EQ(complaint(begin + "}"), ": no document of texprobectl: \"record_sets\" is missing\n");
     for (const char* value : {"null", "{}", "{\"a\": [1]}", "true", "1", "\"[]\""}) {
         EXPECT_EQ(complaint(begin + ", \"record_sets\": " + value + "}"),
-                  ":1:68: \"record_sets\" must be an array\n");
+                  ": record_sets: \"record_sets\" must be an array\n");
     }
-    EXPECT_EQ(complaint("{\"schema\": \"texprobe-records\",\n\"record_sets\": []}"),
-              ":2:16: \"schema\" and \"schema_version\" must come first: this is no document of "
-              "texprobectl\n");
+    EXPECT_EQ(
+        complaint("{\"schema\": \"texprobe-records\",\n\"record_sets\": []}"),
+        ": record_sets: \"schema\" and \"schema_version\" must come first: this is no document of "
+        "texprobectl\n");
 }
 
 TEST_F(Document, with_a_NUL_is_refused) {
@@ -181,8 +183,8 @@ TEST_F(Document, with_a_NUL_is_refused) {
     EXPECT_EQ(complaint(empty + "\n" + nul + "{"), ":2:1: not JSON: a NUL\n");
     EXPECT_EQ(complaint(nul + empty), ":1:1: not JSON: a NUL\n");
     EXPECT_EQ(complaint(with("a renderer", "a" + nul + "b")), ":14:21: not JSON: a NUL\n");
-    EXPECT_EQ(complaint(with("a renderer", "a\\u0000b")), ":14:19: a text with a NUL\n");
-    EXPECT_EQ(complaint("{\"a\\u0000b\": 1}"), ":1:2: a text with a NUL\n");
+    EXPECT_EQ(complaint(with("a renderer", "a\\u0000b")), ":14:28: a text with a NUL\n");
+    EXPECT_EQ(complaint("{\"a\\u0000b\": 1}"), ":1:11: a text with a NUL\n");
 }
 
 TEST_F(Document, that_cannot_be_read_is_named) {

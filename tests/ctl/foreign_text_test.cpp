@@ -9,6 +9,7 @@
 #include "ctl/ctl_folder.h"
 #include "ctl/prepared_records.h"
 #include "documents/document.h"
+#include "documents/write_json.h"
 #include "records/plain_text.h"
 
 namespace texprobe::tests {
@@ -97,7 +98,7 @@ protected:
     }
     void write_sets(const std::string& name, const ctl::RecordSets& sets) const {
         std::ostringstream text;
-        ctl::write_document(sets, text);
+        ctl::write_records_json(sets, text);
         write_file(folder_.file(name), text.str());
     }
 

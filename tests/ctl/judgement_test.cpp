@@ -42,7 +42,7 @@ struct JudgedRun {
     RunEnd end;
     /// A signal from outside has ended a run in the third test before.
     bool hasEndedBefore;
-    /// One character a test: "!" a mark of the end, "n" a mark of a no that was seen, "-" the
+    /// One character a test: "!" the end is the cause, "n" a no that was seen, "-" the
     /// record goes, "." nothing.
     const char* judged;
 };
@@ -145,7 +145,22 @@ TEST(Judgement, knows_what_each_end_is_called) {
     EXPECT_EQ(ctl::cause_of(kStoppedEnd, 60), std::nullopt);
 }
 
-TEST(Judgement, forgets_the_mark_of_a_record_that_is_not_false) {
+TEST(Judgement, calls_no_run_dead_that_ended_in_order) {
+    const std::optional<ctl::Cause> exited = ctl::Exited{0};
+    const std::optional<ctl::Cause> crashed = ctl::Crashed{"SIGSEGV"};
+    const struct {
+        RunEnd end;
+        bool wasInTest;
+        std::optional<ctl::Cause> death;
+    } runs[] = {{kDoneEnd, false, std::nullopt},    {kDoneEnd, true, exited},
+                {kCrashEnd, false, crashed},        {kCrashEnd, true, crashed},
+                {kStoppedEnd, false, std::nullopt}, {kStoppedEnd, true, std::nullopt}};
+    for (const auto& run : runs) {
+        EXPECT_EQ(ctl::death_of(run.end, run.wasInTest, 60), run.death) << run.wasInTest;
+    }
+}
+
+TEST(Judgement, forgets_the_cause_of_a_record_that_is_not_false) {
     ctl::RunFacts facts;
     facts.now = recorded_as("10");
     facts.end = kDoneEnd;

@@ -15,6 +15,7 @@
 #include "ctl/prepared_records.h"
 #include "documents/document.h"
 #include "documents/merged_document.h"
+#include "documents/write_json.h"
 
 namespace texprobe::tests {
 namespace {
@@ -51,7 +52,7 @@ ctl::RecordSets random_sets(std::size_t count, unsigned drivers, unsigned seed) 
 
 void write_sets(const std::filesystem::path& file, const ctl::RecordSets& sets) {
     std::ofstream stream(file);
-    ctl::write_document(sets, stream);
+    ctl::write_records_json(sets, stream);
 }
 
 class Merge : public testing::Test {
@@ -132,7 +133,7 @@ std::string merged_sets(std::uint64_t count, const std::string& renderer) {
         [&](const ctl::Cell& cell) { counted.cells[cell.format][cell.capability][0] = count; });
     merged.add(ctl::Driver{renderer, "build", "Vendor", "1.0", "Renderer"}, counted);
     std::ostringstream text;
-    ctl::write_merged(merged, text);
+    ctl::write_merged_json(merged, text);
     return text.str();
 }
 
@@ -145,11 +146,11 @@ TEST_F(Merge, writes_nothing_that_it_refuses_to_read) {
     EXPECT_EQ(json::parse(whole)["sets"], kMost);
     write_file(folder_.file("whole.json"), whole);
     EXPECT_EQ(merge({"whole.json"}), whole);
-    // One more, of the same driver, of another, or of an export: the line is that of the last.
+    // One more, of the same driver, of another, or of an export: the place is that of the last.
     const std::pair<std::vector<std::string>, std::string> cases[] = {
-        {{"half.json", "other.json"}, "other.json:25:5"},
-        {{"whole.json", "one.json"}, "one.json:5:5"},
-        {{"one.json", "whole.json"}, "whole.json:25:5"}};
+        {{"half.json", "other.json"}, "other.json: drivers[0]"},
+        {{"whole.json", "one.json"}, "one.json: record_sets[0]"},
+        {{"one.json", "whole.json"}, "whole.json: drivers[0]"}};
     for (const auto& [files, place] : cases) {
         const Finished run =
             folder_.ctl({"merge", "--json", folder_.file(files[0]), folder_.file(files[1])});
@@ -170,7 +171,7 @@ long peak_of(const CtlFolder& folder, std::size_t count) {
         std::mt19937 random(5);
         for (std::size_t i = 0; i < count; ++i) {
             std::ostringstream one;
-            ctl::write_document({random_set(random, 20)}, one);
+            ctl::write_records_json({random_set(random, 20)}, one);
             const std::string text = one.str();
             const std::size_t begin = text.find("    {");
             stream << (i == 0 ? "" : ",\n") << text.substr(begin, text.rfind("\n  ]") - begin);

@@ -102,9 +102,9 @@ TEST_F(FoundSet, by_a_number_is_no_file_of_that_name) {
     ASSERT_NE(mkdtemp(folder.data()), nullptr);
     std::filesystem::current_path(folder);
     write_file("2", "no document");
-    const auto all = [&]() -> const ctl::RecordSets& { return sets_; };
-    EXPECT_EQ(ctl::find_sets_or_file("2", all), ctl::RecordSets{sets_[1]});
-    EXPECT_THROW(ctl::find_sets_or_file("./2", all), ctl::DocumentError);
+    ctl::KnownSets known([&] { return sets_; });
+    EXPECT_EQ(known.find_or_read("2"), ctl::RecordSets{sets_[1]});
+    EXPECT_THROW(known.find_or_read("./2"), ctl::DocumentError);
     std::filesystem::current_path(before);
     std::filesystem::remove_all(folder);
 }

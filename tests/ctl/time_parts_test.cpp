@@ -8,10 +8,11 @@
 
 #include "documents/document.h"
 #include "documents/times_document.h"
+#include "documents/write_json.h"
 #include "platform/scratch_folder.h"
 #include "support/text.h"
 #include "support/tool_folder.h"
-#include "text/text_times.h"
+#include "text/write_text.h"
 #include "time/rounds.h"
 
 namespace texprobe::tests {
@@ -249,7 +250,7 @@ protected:
     }
     static std::string written() {
         std::ostringstream stream;
-        ctl::write_times(example(), stream);
+        ctl::write_times_json(example(), stream);
         return stream.str();
     }
     /// What reading says when `from` is replaced in the example.
@@ -275,7 +276,7 @@ TEST_F(TimesDocument, comes_back_as_it_was) {
 
 TEST_F(TimesDocument, is_refused_where_it_cannot_be_understood) {
     EXPECT_THAT(trouble_with("texprobe-times", "texprobe-records"),
-                HasSubstr(":2:13: \"schema\" must be \"texprobe-times\""));
+                HasSubstr(": schema: \"schema\" must be \"texprobe-times\""));
     EXPECT_THAT(trouble_with("three_fresh", "seven"),
                 HasSubstr("\"way\" is \"seven\", which is not known"));
     EXPECT_THAT(trouble_with("upload_set", "renderable"), HasSubstr("which is not known"));
@@ -287,7 +288,7 @@ TEST_F(TimesDocument, is_refused_where_it_cannot_be_understood) {
 
 // Half a bar would be no number, and a whole one infinite.
 TEST_F(TimesDocument, of_no_time_or_no_bytes_is_refused_at_its_place) {
-    const std::string place = file_.string() + ":5:";
+    const std::string place = file_.string() + ": transfers[0]";
     for (const char* none : {"0", "0.0", "-0.0", "1e-13", "5e-324", "1e9", "null"}) {
         for (const char* member : {"lower_seconds", "median_seconds", "upper_seconds"}) {
             const std::string name = '"' + std::string(member) + '"';

@@ -1,27 +1,32 @@
-// Options that several commands share.
+// What several commands have in common. A command's arguments are shared, because it runs later.
 
 #ifndef TEXPROBECTL_COMMAND_OPTIONS_H
 #define TEXPROBECTL_COMMAND_OPTIONS_H
 
 #include <CLI/CLI.hpp>
+#include <functional>
+#include <ostream>
 #include <string>
+
+#include "process/terminal.h"
 
 namespace texprobe::ctl {
 
 inline constexpr const char* kSet = "an identifier, a part of it, or a number of `list`";
+inline constexpr const char* kSetOrFile = "a record set, an exported file, or - for stdin";
 
-inline CLI::Validator number_between(int least, int most) {
-    return CLI::Validator(
-        [=](const std::string& text) {
-            int number = 0;
-            if (CLI::detail::lexical_cast(text, number) && number >= least && number <= most) {
-                return std::string();
-            }
-            return "expected a number from " + std::to_string(least) + " to " +
-                   std::to_string(most) + ", not \"" + text + '"';
-        },
-        "");
-}
+void add_json(CLI::App* command, bool* json);
+
+/// A number of seconds.
+void add_seconds(CLI::App* command, const char* name, int* seconds, const char* description);
+
+CLI::Validator number_between(int least, int most);
+
+/// To standard output, which may be a terminal.
+void print(const std::function<void(const Terminal&, std::ostream&)>& write);
+
+/// A document with an empty list is valid, but its reader wants to know.
+void say_empty(const std::string& file, const char* what);
 
 }  // namespace texprobe::ctl
 

@@ -1,9 +1,8 @@
-#include "commands/forget_command.h"
-
 #include <iostream>
 #include <memory>
 
 #include "commands/command_options.h"
+#include "commands/commands.h"
 #include "commands/selection.h"
 #include "process/terminal.h"
 #include "records/forget.h"

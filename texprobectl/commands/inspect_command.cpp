@@ -1,18 +1,14 @@
-#include "commands/inspect_command.h"
-
-#include <unistd.h>
-
 #include <iostream>
 #include <memory>
 
 #include "commands/cell_names.h"
 #include "commands/command_options.h"
+#include "commands/commands.h"
 #include "commands/selection.h"
 #include "inspect/inspect.h"
 #include "inspect/pictures.h"
-#include "process/output_file.h"
 #include "process/stop_signals.h"
-#include "text/text_inspection.h"
+#include "text/write_text.h"
 
 namespace texprobe::ctl {
 
@@ -64,8 +60,8 @@ int run_inspect(const InspectArguments& arguments, const Session& session) {
     const Inspection inspection =
         inspect({session.self, cell, arguments.alone, std::chrono::seconds(arguments.seconds)}, set,
                 all, machine);
-    write_output({}, [&](std::ostream& stream) {
-        write_inspection_text(inspection, look_at_terminal(STDOUT_FILENO), stream);
+    print([&](const Terminal& terminal, std::ostream& stream) {
+        write_inspection_text(inspection, terminal, stream);
     });
     if (!arguments.folder.empty() && inspection.evidence) {
         write_pictures(inspection, arguments.folder);
@@ -89,10 +85,7 @@ void add_inspect(CLI::App* app, Session* session) {
         ->type_name("");
     command->add_option("--set", arguments->set, kSet)->type_name("SET");
     command->add_flag("--alone", arguments->alone, "Do not replay the tests before it");
-    command->add_option("--timeout", arguments->seconds, "How long a test may take")
-        ->type_name("SECONDS")
-        ->check(number_between(1, 86400))
-        ->capture_default_str();
+    add_seconds(command, "--timeout", &arguments->seconds, "How long a test may take");
     command->add_option("-o", arguments->folder, "Write pictures and raw bytes")
         ->type_name("FOLDER");
     command->footer(

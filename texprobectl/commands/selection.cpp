@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <charconv>
 #include <filesystem>
+#include <iterator>
 #include <string_view>
 
 #include "documents/document.h"
@@ -38,6 +39,13 @@ bool has_part(const RecordSet& set, const std::string& part) {
     return !part.empty() && own.find(part) != std::string_view::npos;
 }
 
+RecordSets sets_that(const RecordSets& all, bool arePresent) {
+    RecordSets sets;
+    std::copy_if(all.begin(), all.end(), std::back_inserter(sets),
+                 [&](const RecordSet& set) { return set.isPresent == arePresent; });
+    return sets;
+}
+
 }  // namespace
 
 const RecordSet& find_set(const std::string& text, const RecordSets& all) {
@@ -48,20 +56,15 @@ const RecordSet& find_set(const std::string& text, const RecordSets& all) {
     }
 
     std::vector<const RecordSet*> found;
+    // A renderer's whole ID means that renderer, although it may stand in a build, too.
+    std::vector<const RecordSet*> ofRenderer;
     for (const RecordSet& set : all) {
         if (set.id == text) return set;
         if (has_part(set, text)) found.push_back(&set);
+        if (set.rendererID == text) ofRenderer.push_back(&set);
     }
     if (found.size() == 1) return *found.front();
-    // A renderer's whole ID means that renderer, although it may stand in a build, too.
-    const RecordSet* named = nullptr;
-    std::size_t count = 0;
-    for (const RecordSet* set : found) {
-        if (set->rendererID != text) continue;
-        named = set;
-        ++count;
-    }
-    if (count == 1) return *named;
+    if (ofRenderer.size() == 1) return *ofRenderer.front();
     if (found.empty()) {
         throw UsageError("no record set matches \"" + text +
                          "\"; expected an identifier, a part of one, or a number that "
@@ -83,19 +86,23 @@ RecordSets find_sets(const std::vector<std::string>& texts, const RecordSets& al
     return sets;
 }
 
-RecordSets find_sets_or_file(const std::string& text,
-                             const std::function<const RecordSets&()>& all) {
+const RecordSets& KnownSets::all() {
+    if (!all_) all_ = read_();
+    return *all_;
+}
+
+RecordSets KnownSets::find_or_read(const std::string& text) {
     std::error_code ignored;
     const bool isFile = text == "-" || (!is_number(text) && std::filesystem::exists(text, ignored));
     return isFile ? read_documents({text}) : RecordSets{find_set(text, all())};
 }
 
 RecordSets present_sets(const RecordSets& all) {
-    RecordSets present;
-    for (const RecordSet& set : all) {
-        if (set.isPresent) present.push_back(set);
-    }
-    return present;
+    return sets_that(all, true);
+}
+
+RecordSets outdated_sets(const RecordSets& all) {
+    return sets_that(all, false);
 }
 
 const RecordSet& only_present_set(const RecordSets& all) {

@@ -5,8 +5,10 @@
 #define TEXPROBECTL_SELECTION_H
 
 #include <functional>
+#include <optional>
 #include <stdexcept>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "records/catalogue.h"
@@ -27,13 +29,24 @@ const RecordSet& find_set(const std::string& text, const RecordSets& all);
 /// The sets that these texts name, each once.
 RecordSets find_sets(const std::vector<std::string>& texts, const RecordSets& all);
 
-/// The sets of an exported file when `text` names a file and is no number, else the one set that it
-/// names. Asks for all sets only then: files need no store.
-RecordSets find_sets_or_file(const std::string& text,
-                             const std::function<const RecordSets&()>& all);
+/// This user's record sets, read when they are first needed: files need no store.
+class KnownSets {
+public:
+    explicit KnownSets(std::function<RecordSets()> read) : read_(std::move(read)) {}
 
-/// Those of the present build.
+    const RecordSets& all();
+    /// The sets of an exported file when `text` names a file and is no number, else the one set
+    /// that it names.
+    RecordSets find_or_read(const std::string& text);
+
+private:
+    std::function<RecordSets()> read_;
+    std::optional<RecordSets> all_;
+};
+
+/// Those of this machine's renderers and present build, or all others.
 RecordSets present_sets(const RecordSets& all);
+RecordSets outdated_sets(const RecordSets& all);
 
 /// The set of this machine's present build. Throws UsageError if there is none, or more than one.
 const RecordSet& only_present_set(const RecordSets& all);

@@ -1,5 +1,3 @@
-#include "commands/time_command.h"
-
 #include <unistd.h>
 
 #include <algorithm>
@@ -8,12 +6,12 @@
 
 #include "commands/cell_names.h"
 #include "commands/command_options.h"
+#include "commands/commands.h"
 #include "commands/selection.h"
-#include "documents/times_document.h"
-#include "process/output_file.h"
+#include "documents/write_json.h"
 #include "process/stop_signals.h"
-#include "text/text_times.h"
-#include "text/time_progress.h"
+#include "text/progress.h"
+#include "text/write_text.h"
 #include "time/time_run.h"
 
 namespace texprobe::ctl {
@@ -78,22 +76,13 @@ int run_time(const TimeArguments& arguments, const Session& session) {
                               find_sizes(arguments.size), arguments.seconds, arguments.limit};
     const RecordSet set = find_timed_set(arguments.set);
     const StopSignals stopSignals;
-    const auto view = make_time_progress_view(std::cerr, look_at_terminal(STDERR_FILENO));
     const Times times = [&] {
-        try {
-            return time_transfers(set, options, *view);
-        } catch (...) {
-            view->finish();
-            throw;
-        }
+        TimeView view(std::cerr, look_at_terminal(STDERR_FILENO));
+        return time_transfers(set, options, view);
     }();
-    view->finish();
-    write_output({}, [&](std::ostream& stream) {
-        if (arguments.json) {
-            write_times(times, stream);
-        } else {
-            write_times_text(times, look_at_terminal(STDOUT_FILENO), stream);
-        }
+    print([&](const Terminal& terminal, std::ostream& stream) {
+        if (arguments.json) return write_times_json(times, stream);
+        write_times_text(times, terminal, stream);
     });
     StopSignals::check();
     return has_numbers(times) ? 0 : 1;
@@ -110,15 +99,9 @@ void add_time(CLI::App* app, Session* session) {
     command->add_option("--size", arguments->size, "Only 128, 512, 1080p, 2160p, or N by N")
         ->type_name("N");
     command->add_option("--set", arguments->set, kSet)->type_name("SET");
-    command->add_option("--within", arguments->seconds, "Time for all of it, roughly")
-        ->type_name("SECONDS")
-        ->check(number_between(1, 86400))
-        ->capture_default_str();
-    command->add_option("--timeout", arguments->limit, "How long a step may take")
-        ->type_name("SECONDS")
-        ->check(number_between(1, 86400))
-        ->capture_default_str();
-    command->add_flag("--json", arguments->json, "Print a JSON document");
+    add_seconds(command, "--within", &arguments->seconds, "Time for all of it, roughly");
+    add_seconds(command, "--timeout", &arguments->limit, "How long a step may take");
+    add_json(command, &arguments->json);
     command->footer(
         "Without FORMAT: all of them.\n"
         "Without --set: the set of this machine's present build.\n"

@@ -20,7 +20,7 @@ struct Names {
 
 Names names_of_system();
 
-/// The homes become "~" and "~USER", any name after "/home/" or "/Users/" and the users'
+/// The homes become "~" and "~USER", whatever follows "/home/" or "/Users/" and the users'
 /// names "USER", the host with its domain "HOST". A name counts where no letter or digit is next to
 /// it: too much is replaced rather than too little.
 std::string without_names(std::string text, const Names& names);

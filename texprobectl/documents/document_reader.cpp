@@ -14,7 +14,7 @@ namespace texprobe::ctl {
 
 namespace {
 
-Verdict read_verdict(const JsonValue& format, const char* name, const Expect& expect) {
+Verdict read_verdict(const Json& format, const char* name, const Expect& expect) {
     const std::string& text = expect.text(format, name);
     for (std::size_t i = 0; i < kVerdictCount; ++i) {
         if (text == kVerdictNames[i]) return static_cast<Verdict>(i);
@@ -26,28 +26,24 @@ Verdict read_verdict(const JsonValue& format, const char* name, const Expect& ex
                     name, in_quotes(text)));
 }
 
-std::size_t read_format_name(const JsonValue& value, const Expect& expect) {
+Detail read_detail(const Json& value, const Expect& expect) {
     const std::string& name = expect.text(value, "name");
-    for (std::size_t i = 0; i < kFormatCount; ++i) {
-        if (name == kFormats[i].name) return i;
+    const auto format = format_named(name);
+    if (!format) {
+        expect.fail(expect.member(value, "name"),
+                    in_quotes(name) + " is none of the sixteen formats");
     }
-    expect.fail(expect.member(value, "name"), in_quotes(name) + " is none of the sixteen formats");
-}
-
-Detail read_detail(const JsonValue& value, const Expect& expect) {
-    Detail detail;
-    detail.cell.format = read_format_name(value, expect);
-    const std::string& capability = expect.text(value, "capability");
-    const auto found = std::find_if(kCapabilities.begin(), kCapabilities.end(),
-                                    [&](const auto& names) { return capability == names.member; });
-    if (found == kCapabilities.end()) {
+    const std::string& member = expect.text(value, "capability");
+    const auto capability = capability_named(member);
+    if (!capability) {
         expect.fail(expect.member(value, "capability"),
-                    in_quotes(capability) + " is none of the six capabilities");
+                    in_quotes(member) + " is none of the six capabilities");
     }
-    detail.cell.capability = static_cast<Capability>(found - kCapabilities.begin());
-    if (value.member("signal")) {
+    Detail detail;
+    detail.cell = {*format, *capability};
+    if (value.contains("signal")) {
         detail.cause = Crashed{expect.text(value, "signal")};
-    } else if (value.member("exit_status")) {
+    } else if (value.contains("exit_status")) {
         detail.cause = Exited{static_cast<int>(expect.integer(value, "exit_status", 0, 255))};
     } else {
         detail.cause = Hung{static_cast<int>(expect.integer(value, "seconds", 0, INT32_MAX))};
@@ -55,99 +51,116 @@ Detail read_detail(const JsonValue& value, const Expect& expect) {
     return detail;
 }
 
-std::optional<double> read_version(const JsonValue& set, const Expect& expect) {
-    const JsonValue& value = expect.member(set, "version");
+std::optional<double> read_version(const Json& set, const Expect& expect) {
+    const Json& value = expect.member(set, "version");
     if (value.is_null()) return std::nullopt;
-    if (const auto* integer = value.as<std::int64_t>()) return static_cast<double>(*integer);
-    const auto* number = value.as<double>();
-    if (!number) expect.fail(value, "\"version\" must be a number or null");
-    return *number;
+    if (!value.is_number()) expect.fail(value, "\"version\" must be a number or null");
+    return value.get<double>();
+}
+
+/// None for a number that is not whole, or too large.
+std::optional<std::int64_t> whole_number(const Json& value) {
+    const bool isWhole = value.is_number_integer() &&
+                         !(value.is_number_unsigned() && value.get<std::uint64_t>() > INT64_MAX);
+    return isWhole ? std::optional(value.get<std::int64_t>()) : std::nullopt;
+}
+
+/// The path of the value that is `wanted` itself, if it is in this one.
+std::string find_path(const Json& wanted, const Json& value, const std::string& path) {
+    if (&wanted == &value) return path;
+    if (!value.is_structured()) return {};
+    for (const auto& [name, inner] : value.items()) {
+        const std::string inside =
+            value.is_array() ? fmt::format("{}[{}]", path, name) : fmt::format("{}.{}", path, name);
+        std::string found = find_path(wanted, inner, inside);
+        if (!found.empty()) return found;
+    }
+    return {};
 }
 
 /// Reads the document's own members, and makes sure that its elements are a list.
 class Header {
 public:
-    Header(const std::vector<Kind>& kinds, const Expect& expect) : kinds_(kinds), expect_(expect) {}
+    Header(const std::vector<DocumentKind>& kinds, const std::string& file)
+        : kinds_(kinds), file_(file) {}
 
-    void take(const std::string& name, const JsonValue& value) {
+    void take(const std::string& name, const Json& value) {
         if (name == "schema") take_schema(value);
         if (name == "schema_version") take_version(value);
-        const bool isElements = std::any_of(
-            kinds_.begin(), kinds_.end(), [&](const Kind& kind) { return name == kind.elements; });
-        if (!isElements || name != kind(value).elements) return;
-        if (!value.as<JsonValue::Array>()) {
-            expect_.fail(value, fmt::format("\"{}\" must be an array", name));
-        }
+        const bool isElements =
+            std::any_of(kinds_.begin(), kinds_.end(),
+                        [&](const DocumentKind& kind) { return name == kind.elements; });
+        if (!isElements || name != kind(name).elements) return;
+        if (!value.is_array()) fail(name + ": \"" + name + "\" must be an array");
         hasElements_ = true;
     }
 
     /// The kind of document. Its elements cannot be understood before it is known.
-    const Kind& kind(const JsonValue& where) const {
+    const DocumentKind& kind(const std::string& path) const {
         if (!kind_ || !hasVersion_) {
-            expect_.fail(where,
-                         "\"schema\" and \"schema_version\" must come first: this is no document "
-                         "of texprobectl");
+            fail(path +
+                 ": \"schema\" and \"schema_version\" must come first: this is no document of "
+                 "texprobectl");
         }
         return *kind_;
     }
 
-    void check_whole(const Position& begin) const {
+    void check_whole() const {
         const char* missing = !kind_          ? "schema"
                               : !hasVersion_  ? "schema_version"
                               : !hasElements_ ? kind_->elements
                                               : nullptr;
-        if (!missing) return;
-        ctl::fail(expect_.file(), begin,
-                  fmt::format("no document of texprobectl: \"{}\" is missing", missing));
+        if (missing) fail(fmt::format("no document of texprobectl: \"{}\" is missing", missing));
     }
 
 private:
-    void take_schema(const JsonValue& value) {
-        const auto* text = value.as<std::string>();
-        for (const Kind& kind : kinds_) {
-            if (text && *text == kind.schema) kind_ = &kind;
-        }
-        if (kind_) return;
-        std::string expected;
-        for (const Kind& kind : kinds_) {
-            expected += (expected.empty() ? "\"" : " or \"") + std::string(kind.schema) + '"';
-        }
-        expect_.fail(value, "\"schema\" must be " + expected);
+    [[noreturn]] void fail(const std::string& message) const {
+        throw DocumentError(file_ + ": " + message);
     }
 
-    void take_version(const JsonValue& value) {
-        const auto* number = value.as<std::int64_t>();
-        if (!number || *number < 1) expect_.fail(value, "\"schema_version\" must be a number");
+    void take_schema(const Json& value) {
+        std::string expected;
+        for (const DocumentKind& kind : kinds_) {
+            if (value == kind.schema) kind_ = &kind;
+            expected += (expected.empty() ? "\"" : " or \"") + std::string(kind.schema) + '"';
+        }
+        if (!kind_) fail("schema: \"schema\" must be " + expected);
+    }
+
+    void take_version(const Json& value) {
+        const auto number = whole_number(value);
+        if (!number || *number < 1) fail("schema_version: \"schema_version\" must be a number");
         if (*number != kSchemaVersion) {
-            expect_.fail(value, "\"schema_version\" is " + std::to_string(*number) +
-                                    ": this texprobectl reads version " +
-                                    std::to_string(kSchemaVersion) + "; use a newer one");
+            fail(
+                fmt::format("schema_version: \"schema_version\" is {}: this texprobectl reads "
+                            "version {}; use a newer one",
+                            *number, kSchemaVersion));
         }
         hasVersion_ = true;
     }
 
-    const std::vector<Kind>& kinds_;
-    const Expect& expect_;
-    const Kind* kind_ = nullptr;
+    const std::vector<DocumentKind>& kinds_;
+    const std::string& file_;
+    const DocumentKind* kind_ = nullptr;
     bool hasVersion_ = false;
     bool hasElements_ = false;
 };
 
 std::size_t read_stream(std::istream& text, const std::string& file,
-                        const std::vector<Kind>& kinds) {
-    const Expect expect(file);
-    Header header(kinds, expect);
+                        const std::vector<DocumentKind>& kinds) {
+    Header header(kinds, file);
     std::size_t count = 0;
     try {
-        header.check_whole(read_json(
-            text, file,
-            {[&](const std::string& name, const JsonValue& value) { header.take(name, value); },
-             [&](const std::string& name, const JsonValue& element) {
-                 const Kind& kind = header.kind(element);
-                 if (name != kind.elements) return;
-                 ++count;
-                 kind.read(element, expect);
-             }}));
+        read_json(text, file,
+                  {[&](const std::string& name, const Json& value) { header.take(name, value); },
+                   [&](const std::string& name, std::size_t index, const Json& element) {
+                       const std::string path = fmt::format("{}[{}]", name, index);
+                       const DocumentKind& kind = header.kind(path);
+                       if (name != kind.elements) return;
+                       ++count;
+                       kind.read(element, Expect(file, path, element));
+                   }});
+        header.check_whole();
     } catch (const std::ios_base::failure& failure) {
         throw DocumentError(file + ": " + failure.code().message());
     }
@@ -156,57 +169,54 @@ std::size_t read_stream(std::istream& text, const std::string& file,
 
 }  // namespace
 
-void Expect::fail(const JsonValue& value, const std::string& message) const {
-    ctl::fail(file_, value.position, message);
+void Expect::fail(const Json& value, const std::string& message) const {
+    throw DocumentError(file_ + ": " + find_path(value, element_, path_) + ": " + message);
 }
 
-const JsonValue& Expect::member(const JsonValue& object, const char* name) const {
-    if (!object.as<JsonValue::Object>()) fail(object, "expected an object");
-    const JsonValue* value = object.member(name);
-    if (!value) fail(object, fmt::format("\"{}\" is missing", name));
-    return *value;
+const Json& Expect::member(const Json& object, const char* name) const {
+    if (!object.is_object()) fail(object, "expected an object");
+    const auto found = object.find(name);
+    if (found == object.end()) fail(object, fmt::format("\"{}\" is missing", name));
+    return *found;
 }
 
-const std::string& Expect::text(const JsonValue& object, const char* name) const {
-    const JsonValue& value = member(object, name);
-    const auto* text = value.as<std::string>();
-    if (!text) fail(value, fmt::format("\"{}\" must be a text", name));
-    return *text;
+const std::string& Expect::text(const Json& object, const char* name) const {
+    const Json& value = member(object, name);
+    if (!value.is_string()) fail(value, fmt::format("\"{}\" must be a text", name));
+    return value.get_ref<const std::string&>();
 }
 
-std::optional<std::string> Expect::text_or_null(const JsonValue& object, const char* name) const {
+std::optional<std::string> Expect::text_or_null(const Json& object, const char* name) const {
     if (member(object, name).is_null()) return std::nullopt;
     return text(object, name);
 }
 
-bool Expect::boolean(const JsonValue& object, const char* name) const {
-    const JsonValue& value = member(object, name);
-    const auto* boolean = value.as<bool>();
-    if (!boolean) fail(value, fmt::format("\"{}\" must be true or false", name));
-    return *boolean;
+bool Expect::boolean(const Json& object, const char* name) const {
+    const Json& value = member(object, name);
+    if (!value.is_boolean()) fail(value, fmt::format("\"{}\" must be true or false", name));
+    return value.get<bool>();
 }
 
-std::int64_t Expect::integer(const JsonValue& object, const char* name, std::int64_t least,
+std::int64_t Expect::integer(const Json& object, const char* name, std::int64_t least,
                              std::int64_t most) const {
-    const JsonValue& value = member(object, name);
-    const auto* integer = value.as<std::int64_t>();
+    const Json& value = member(object, name);
+    const auto integer = whole_number(value);
     if (!integer || *integer < least || *integer > most) {
         fail(value, fmt::format("\"{}\" must be a whole number from {} to {}", name, least, most));
     }
     return *integer;
 }
 
-const JsonValue::Array& Expect::array(const JsonValue& object, const char* name) const {
-    const JsonValue& value = member(object, name);
-    const auto* array = value.as<JsonValue::Array>();
-    if (!array) fail(value, fmt::format("\"{}\" must be an array", name));
-    return *array;
+const Json& Expect::array(const Json& object, const char* name) const {
+    const Json& value = member(object, name);
+    if (!value.is_array()) fail(value, fmt::format("\"{}\" must be an array", name));
+    return value;
 }
 
-const JsonValue::Array& Expect::formats(const JsonValue& object) const {
-    const JsonValue::Array& formats = array(object, "formats");
+const Json& Expect::formats(const Json& object) const {
+    const Json& formats = array(object, "formats");
     if (formats.size() != kFormatCount) {
-        fail(member(object, "formats"),
+        fail(formats,
              "\"formats\" has " + std::to_string(formats.size()) + " elements; expected sixteen");
     }
     for (std::size_t i = 0; i < kFormatCount; ++i) {
@@ -218,7 +228,7 @@ const JsonValue::Array& Expect::formats(const JsonValue& object) const {
     return formats;
 }
 
-RecordSet read_set(const JsonValue& value, const Expect& expect) {
+RecordSet read_set(const Json& value, const Expect& expect) {
     RecordSet set;
     set.id = expect.text(value, "id");
     const auto identity = parse_id(set.id);
@@ -237,18 +247,18 @@ RecordSet read_set(const JsonValue& value, const Expect& expect) {
     set.vendor = expect.text_or_null(value, "vendor");
     set.glVersion = expect.text_or_null(value, "gl_version");
     set.renderer = expect.text_or_null(value, "renderer");
-    const JsonValue::Array& formats = expect.formats(value);
+    const Json& formats = expect.formats(value);
     for_each_cell([&](const Cell& cell) {
         set.verdicts[cell.format][cell.capability] =
             read_verdict(formats[cell.format], kCapabilities[cell.capability].member, expect);
     });
-    for (const JsonValue& detail : expect.array(value, "details")) {
+    for (const Json& detail : expect.array(value, "details")) {
         set.details.push_back(read_detail(detail, expect));
     }
     return set;
 }
 
-std::size_t read_document(const std::string& file, const std::vector<Kind>& kinds) {
+std::size_t read_document(const std::string& file, const std::vector<DocumentKind>& kinds) {
     if (file == "-") return read_stream(std::cin, "standard input", kinds);
     std::ifstream stream(file, std::ios::binary);
     if (!stream) throw DocumentError(file + ": " + std::strerror(errno));
@@ -261,8 +271,8 @@ std::size_t read_document(const std::string& file, const std::vector<Kind>& kind
 
 RecordSets read_documents(const std::vector<std::string>& files) {
     RecordSets sets;
-    const std::vector<Kind> kinds = {
-        {kRecordsSchema, "record_sets", [&](const JsonValue& value, const Expect& expect) {
+    const std::vector<DocumentKind> kinds = {
+        {kRecordsSchema, "record_sets", [&](const Json& value, const Expect& expect) {
              sets.push_back(read_set(value, expect));
          }}};
     for (const std::string& file : files) read_document(file, kinds);

@@ -2,6 +2,7 @@
 
 #include "documents/document.h"
 #include "documents/json_lines.h"
+#include "documents/write_json.h"
 
 namespace texprobe::ctl {
 
@@ -69,7 +70,7 @@ Json identification(const RecordSet& set) {
 }
 
 // One format a line: a person can read it, and diff(1) shows the differences.
-void write_document(const RecordSets& sets, std::ostream& output) {
+void write_records_json(const RecordSets& sets, std::ostream& output) {
     output << "{\n  \"schema\": \"" << kRecordsSchema
            << "\",\n  \"schema_version\": " << kSchemaVersion << ",\n  \"record_sets\": [";
     for (std::size_t i = 0; i < sets.size(); ++i) {

@@ -1,19 +1,31 @@
-// Shared by the documents' writers.
+// What the documents' writers and readers share.
 
 #ifndef TEXPROBECTL_JSON_LINES_H
 #define TEXPROBECTL_JSON_LINES_H
 
 #include <nlohmann/json.hpp>
 #include <optional>
+#include <ostream>
 #include <string>
 
 namespace texprobe::ctl {
+
+inline constexpr int kSchemaVersion = 1;
 
 /// Members stay in the order in which they are written.
 using Json = nlohmann::ordered_json;
 
 inline Json text_or_null(const std::optional<std::string>& text) {
     return text ? Json(*text) : Json(nullptr);
+}
+
+inline Json begin_document(const char* schema) {
+    return {{"schema", schema}, {"schema_version", kSchemaVersion}};
+}
+
+/// Bytes that are not UTF-8 are replaced.
+inline void write_whole(const Json& document, std::ostream& stream) {
+    stream << document.dump(2, ' ', false, Json::error_handler_t::replace) << '\n';
 }
 
 /// One line; bytes that are not UTF-8 are replaced.

@@ -48,17 +48,17 @@ Counted Merged::total() const {
 
 Merged merge_files(const std::vector<std::string>& files, std::vector<std::string>* empty) {
     Merged merged;
-    const auto checkSum = [&](const JsonValue& value, const Expect& expect) {
+    const auto checkSum = [&](const Json& value, const Expect& expect) {
         if (merged.sets() <= kMostSets) return;
         expect.fail(value, "with this, more than " + std::to_string(kMostSets) + " record sets");
     };
-    const std::vector<Kind> kinds = {
+    const std::vector<DocumentKind> kinds = {
         {kRecordsSchema, "record_sets",
-         [&](const JsonValue& value, const Expect& expect) {
+         [&](const Json& value, const Expect& expect) {
              merged.add(read_set(value, expect));
              checkSum(value, expect);
          }},
-        {kMergedSchema, "drivers", [&](const JsonValue& value, const Expect& expect) {
+        {kMergedSchema, "drivers", [&](const Json& value, const Expect& expect) {
              read_merged(value, expect, &merged);
              checkSum(value, expect);
          }}};

@@ -3,6 +3,7 @@
 #include <fmt/format.h>
 
 #include "documents/json_lines.h"
+#include "documents/write_json.h"
 
 namespace texprobe::ctl {
 
@@ -46,9 +47,8 @@ void write_driver(const Driver& driver, const Counted& counted, std::ostream& ou
     output << "\n    }";
 }
 
-VerdictCounts read_counts(const JsonValue& format, const char* name, Count sets,
-                          const Expect& expect) {
-    const JsonValue& value = expect.member(format, name);
+VerdictCounts read_counts(const Json& format, const char* name, Count sets, const Expect& expect) {
+    const Json& value = expect.member(format, name);
     VerdictCounts counts;
     Count sum = 0;
     for (std::size_t i = 0; i < kVerdictCount; ++i) {
@@ -63,7 +63,7 @@ VerdictCounts read_counts(const JsonValue& format, const char* name, Count sets,
 
 }  // namespace
 
-void write_merged(const Merged& merged, std::ostream& output) {
+void write_merged_json(const Merged& merged, std::ostream& output) {
     const Counted total = merged.total();
     output << "{\n  \"schema\": \"" << kMergedSchema
            << "\",\n  \"schema_version\": " << kSchemaVersion << ",\n  \"sets\": " << total.sets
@@ -79,7 +79,7 @@ void write_merged(const Merged& merged, std::ostream& output) {
     output << (isFirst ? "]\n}\n" : "\n  ]\n}\n");
 }
 
-void read_merged(const JsonValue& value, const Expect& expect, Merged* merged) {
+void read_merged(const Json& value, const Expect& expect, Merged* merged) {
     const Driver driver{expect.text(value, "renderer_id"), expect.text(value, "system_build"),
                         expect.text_or_null(value, "vendor"),
                         expect.text_or_null(value, "gl_version"),
@@ -88,7 +88,7 @@ void read_merged(const JsonValue& value, const Expect& expect, Merged* merged) {
     counted.sets = static_cast<Count>(expect.integer(value, "sets", 1, kMost));
     counted.complete = static_cast<Count>(
         expect.integer(value, "complete", 0, static_cast<std::int64_t>(counted.sets)));
-    const JsonValue::Array& formats = expect.formats(value);
+    const Json& formats = expect.formats(value);
     for_each_cell([&](const Cell& cell) {
         counted.cells[cell.format][cell.capability] = read_counts(
             formats[cell.format], kCapabilities[cell.capability].member, counted.sets, expect);

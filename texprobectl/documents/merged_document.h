@@ -12,10 +12,8 @@ namespace texprobe::ctl {
 
 inline constexpr const char* kMergedSchema = "texprobe-merged";
 
-void write_merged(const Merged& merged, std::ostream& output);
-
 /// Adds one driver's counts. Throws DocumentError for counts that no sets can have.
-void read_merged(const JsonValue& value, const Expect& expect, Merged* merged);
+void read_merged(const Json& value, const Expect& expect, Merged* merged);
 
 }  // namespace texprobe::ctl
 

@@ -4,6 +4,7 @@
 
 #include "documents/document.h"
 #include "documents/json_lines.h"
+#include "documents/write_json.h"
 
 namespace texprobe::ctl {
 
@@ -40,33 +41,33 @@ Json transfer_of(const Times& times, const TransferTimes& transfer) {
     return object;
 }
 
-/// The place of a text among the names; fails at the member where it is none of them.
-template <class Names>
-std::size_t read_name(const JsonValue& object, const char* member, const Names& names,
-                      const Expect& expect) {
+/// What `find` finds for a text; fails at the member where that is nothing.
+template <class Find>
+auto read_name(const Json& object, const char* member, Find find, const Expect& expect) {
     const std::string& text = expect.text(object, member);
-    const auto found = std::find_if(std::begin(names), std::end(names),
-                                    [&](const std::string& name) { return name == text; });
-    if (found == std::end(names)) {
+    const auto found = find(text);
+    if (!found) {
         expect.fail(expect.member(object, member), '"' + std::string(member) + "\" is " +
                                                        in_quotes(text) + ", which is not known");
     }
-    return static_cast<std::size_t>(found - std::begin(names));
+    return *found;
 }
 
-template <class Rows, class NameOf>
-std::vector<std::string> names_of(const Rows& rows, NameOf nameOf) {
-    std::vector<std::string> names;
-    names.reserve(rows.size());
-    for (const auto& row : rows) names.emplace_back(nameOf(row));
-    return names;
+std::optional<Capability> find_transfer(const std::string& member) {
+    const auto capability = capability_named(member);
+    return capability && *capability >= kUploadSet ? capability : std::nullopt;
 }
 
-double read_seconds(const JsonValue& object, const char* member, const Expect& expect) {
-    const JsonValue& value = expect.member(object, member);
-    const auto* number = value.as<double>();
-    const auto* integer = value.as<std::int64_t>();
-    const double seconds = number ? *number : integer ? static_cast<double>(*integer) : -1.0;
+std::optional<TimedState> find_state(const std::string& name) {
+    for (std::size_t i = 0; i < kTimedStateNames.size(); ++i) {
+        if (name == kTimedStateNames[i]) return static_cast<TimedState>(i);
+    }
+    return std::nullopt;
+}
+
+double read_seconds(const Json& object, const char* member, const Expect& expect) {
+    const Json& value = expect.member(object, member);
+    const double seconds = value.is_number() ? value.get<double>() : -1.0;
     // No clock measures less, and a speed must not be infinite.
     if (!(seconds >= 1e-12 && seconds < 1e9)) {
         expect.fail(value,
@@ -75,10 +76,9 @@ double read_seconds(const JsonValue& object, const char* member, const Expect& e
     return seconds;
 }
 
-TimedWay read_way(const JsonValue& value, const Expect& expect) {
-    static const auto names = names_of(kWays, [](const Way& way) { return way.name; });
+TimedWay read_way(const Json& value, const Expect& expect) {
     TimedWay timed;
-    timed.way = read_name(value, "way", names, expect);
+    timed.way = read_name(value, "way", find_way, expect);
     timed.rounds = static_cast<int>(expect.integer(value, "rounds", 1, INT32_MAX));
     timed.seconds = {read_seconds(value, "lower_seconds", expect),
                      read_seconds(value, "median_seconds", expect),
@@ -89,24 +89,17 @@ TimedWay read_way(const JsonValue& value, const Expect& expect) {
     return timed;
 }
 
-TransferTimes read_transfer(const JsonValue& value, const Expect& expect) {
-    static const auto formats =
-        names_of(kFormats, [](const Format& format) { return format.name; });
-    static const auto capabilities =
-        names_of(kCapabilities, [](const CapabilityNames& names) { return names.member; });
-    static const std::vector<std::string> transfers(capabilities.begin() + kUploadSet,
-                                                    capabilities.end());
+TransferTimes read_transfer(const Json& value, const Expect& expect) {
     TransferTimes transfer;
-    transfer.what.format = read_name(value, "name", formats, expect);
-    transfer.what.transfer =
-        static_cast<Capability>(kUploadSet + read_name(value, "transfer", transfers, expect));
+    transfer.what.format = read_name(value, "name", format_named, expect);
+    transfer.what.transfer = read_name(value, "transfer", find_transfer, expect);
     transfer.what.size = {static_cast<int>(expect.integer(value, "width", 1, 1 << 20)),
                           static_cast<int>(expect.integer(value, "height", 1, 1 << 20))};
-    transfer.state = static_cast<TimedState>(read_name(value, "state", kTimedStateNames, expect));
+    transfer.state = read_name(value, "state", find_state, expect);
     transfer.reason = expect.text(value, "reason");
     transfer.bytes =
         static_cast<std::size_t>(expect.integer(value, "image_bytes", 0, std::int64_t{1} << 40));
-    for (const JsonValue& way : expect.array(value, "ways")) {
+    for (const Json& way : expect.array(value, "ways")) {
         transfer.ways.push_back(read_way(way, expect));
     }
     if (transfer.bytes == 0 && !transfer.ways.empty()) {
@@ -119,13 +112,12 @@ TransferTimes read_transfer(const JsonValue& value, const Expect& expect) {
 }  // namespace
 
 // One transfer a line: a person can read it, and diff(1) shows the differences.
-void write_times(const Times& times, std::ostream& output) {
+void write_times_json(const Times& times, std::ostream& output) {
     output << "{\n  \"schema\": \"" << kTimesSchema
            << "\",\n  \"schema_version\": " << kSchemaVersion << ",\n  \"transfers\": [";
     const char* between = "\n    ";
     for (const TransferTimes& transfer : times.transfers) {
-        output << between
-               << transfer_of(times, transfer).dump(-1, ' ', false, Json::error_handler_t::replace);
+        output << between << line_of(transfer_of(times, transfer));
         between = ",\n    ";
     }
     output << "\n  ]\n}\n";
@@ -133,20 +125,20 @@ void write_times(const Times& times, std::ostream& output) {
 
 std::vector<Times> read_times(const std::string& file) {
     std::vector<Times> all;
-    read_document(
-        file, {{kTimesSchema, "transfers", [&](const JsonValue& value, const Expect& expect) {
-                    const std::string& id = expect.text(value, "id");
-                    auto found = std::find_if(all.begin(), all.end(),
-                                              [&](const Times& times) { return times.id == id; });
-                    if (found == all.end()) {
-                        all.push_back({id,
-                                       expect.text_or_null(value, "renderer"),
-                                       expect.text_or_null(value, "gl_version"),
-                                       {}});
-                        found = all.end() - 1;
-                    }
-                    found->transfers.push_back(read_transfer(value, expect));
-                }}});
+    read_document(file, {{kTimesSchema, "transfers", [&](const Json& value, const Expect& expect) {
+                              const std::string& id = expect.text(value, "id");
+                              auto found =
+                                  std::find_if(all.begin(), all.end(),
+                                               [&](const Times& times) { return times.id == id; });
+                              if (found == all.end()) {
+                                  all.push_back({id,
+                                                 expect.text_or_null(value, "renderer"),
+                                                 expect.text_or_null(value, "gl_version"),
+                                                 {}});
+                                  found = all.end() - 1;
+                              }
+                              found->transfers.push_back(read_transfer(value, expect));
+                          }}});
     return all;
 }
 

@@ -11,8 +11,6 @@
 
 namespace texprobe::ctl {
 
-void write_times(const Times& times, std::ostream& output);
-
 /// Throws DocumentError.
 std::vector<Times> read_times(const std::string& file);
 

@@ -10,7 +10,6 @@
 #include <sstream>
 
 #include "inspect/child/inspected_test.h"
-#include "inspect/child/recorder_lines.h"
 #include "measure/tool_output.h"
 #include "process/child.h"
 #include "process/private_folder.h"
@@ -39,39 +38,25 @@ unsigned count_patterns_before(const RecordSet& set, const RecordSets& all,
     return count;
 }
 
-std::string cell_words(const Cell& cell) {
-    return fmt::format("{} {}", kFormats[cell.format].name, kCapabilities[cell.capability].words);
-}
+struct NamedImage {
+    std::string name;
+    std::size_t test = 0;
+    Layout layout;
+};
 
 /// The contents of the child's lines.
-class Report {
-public:
-    struct NamedImage {
-        std::string name;
-        std::size_t test = 0;
-        Layout layout;
-    };
-
+struct ChildReport {
     /// True for a line that shows progress.
     bool take(Stream stream, std::string_view text) {
         const std::string line(text);
         return stream == Stream::kOutput ? take_own(line) : take_tool(line);
     }
 
-    const std::vector<InspectedCall>& calls() const { return calls_; }
-    const std::vector<std::string>& pending_errors() const { return pendingErrors_; }
-    const std::vector<NamedImage>& images() const { return images_; }
-    const std::optional<Inspection::Score>& score() const { return score_; }
-    /// The test in hand when the child ended.
-    const std::optional<Cell>& last_test() const { return lastTest_; }
     std::optional<bool> verdict(const Cell& cell) const {
-        const auto found = verdicts_.find(number_of(cell));
-        return found == verdicts_.end() ? std::nullopt : std::optional(found->second);
+        const auto found = verdicts.find(number_of(cell));
+        return found == verdicts.end() ? std::nullopt : std::optional(found->second);
     }
-    /// The last thing that was complained about.
-    const std::string& trouble() const { return trouble_; }
 
-private:
     bool take_own(const std::string& text) {
         std::istringstream words(text);
         std::string kind;
@@ -81,28 +66,28 @@ private:
         if (kind == "test") {
             std::size_t number = 0;
             const bool isCell = std::istringstream(rest) >> number && number < kCellCount;
-            if (isCell) lastTest_ = cell_of(number);
+            if (isCell) lastTest = cell_of(number);
         } else if (kind == "verdict") {
             std::size_t number = 0;
             bool verdict = false;
-            if (std::istringstream(rest) >> number >> verdict) verdicts_[number] = verdict;
+            if (std::istringstream(rest) >> number >> verdict) verdicts[number] = verdict;
         } else if (kind == "image") {
             std::istringstream fields(rest);
             NamedImage image;
             fields >> image.name >> image.test >> image.layout.format >> image.layout.type;
-            if (fields && bytes_per_pixel(image.layout) != 0) images_.push_back(image);
+            if (fields && bytes_per_pixel(image.layout) != 0) images.push_back(image);
         } else if (kind == line::kPending) {
-            pendingErrors_.push_back(rest);
+            pendingErrors.push_back(rest);
         } else if (kind == line::kCall) {
-            calls_.push_back({rest, {}, {}, {}, false});
-        } else if (!calls_.empty()) {
+            calls.push_back({rest, {}, {}, {}, false});
+        } else if (!calls.empty()) {
             take_outcome(kind, rest);
         }
         return true;
     }
 
     void take_outcome(const std::string& kind, const std::string& rest) {
-        InspectedCall& call = calls_.back();
+        InspectedCall& call = calls.back();
         if (kind == line::kResult) call.result = rest;
         if (kind == line::kError) call.errors.push_back(rest);
         if (kind == line::kChosen) call.chosen = rest;
@@ -110,46 +95,48 @@ private:
     }
 
     bool take_tool(const std::string& text) {
-        if (text == kTestBegins) score_.reset();
+        if (text == kTestBegins) score.reset();
         const std::size_t at = text.find("test_check_data score: ");
-        Inspection::Score score;
+        Inspection::Score found;
         if (at != std::string::npos &&
             std::sscanf(text.c_str() + at, "test_check_data score: %lg%% (dist: %llu",
-                        &score.percent, &score.distance) == 2) {
-            score_ = score;
+                        &found.percent, &found.distance) == 2) {
+            score = found;
         }
         const ToolEvent event = parse_line(text);
-        if (const auto* trouble = std::get_if<ToolTrouble>(&event)) trouble_ = trouble->text;
+        if (const auto* said = std::get_if<ToolTrouble>(&event)) trouble = said->text;
         constexpr std::string_view kOwn = "texprobectl: ";
-        if (text.rfind(kOwn, 0) == 0 && text != kTestBegins) trouble_ = text.substr(kOwn.size());
+        if (text.rfind(kOwn, 0) == 0 && text != kTestBegins) trouble = text.substr(kOwn.size());
         return false;
     }
 
-    std::vector<InspectedCall> calls_;
-    std::vector<std::string> pendingErrors_;
-    std::vector<NamedImage> images_;
-    std::optional<Inspection::Score> score_;
-    std::optional<Cell> lastTest_;
-    std::map<std::size_t, bool> verdicts_;
-    std::string trouble_;
+    std::vector<InspectedCall> calls;
+    std::vector<std::string> pendingErrors;
+    std::vector<NamedImage> images;
+    std::optional<Inspection::Score> score;
+    /// The test in hand when the child ended.
+    std::optional<Cell> lastTest;
+    std::map<std::size_t, bool> verdicts;
+    /// The last thing that was complained about.
+    std::string trouble;
 };
 
-Image read_image(const PrivateFolder& folder, const Report::NamedImage& named) {
+Image read_image(const PrivateFolder& folder, const NamedImage& named) {
     std::ifstream stream(folder.file(named.name + '.' + std::to_string(named.test)),
                          std::ios::binary);
     return {named.layout, {std::istreambuf_iterator<char>(stream), {}}};
 }
 
-std::optional<Evidence> collect_evidence(const PrivateFolder& folder, const Report& report,
+std::optional<Evidence> collect_evidence(const PrivateFolder& folder, const ChildReport& report,
                                          const Cell& cell) {
     Evidence evidence;
     bool hasSent = false;
     bool hasReturned = false;
-    for (const Report::NamedImage& named : report.images()) {
+    for (const NamedImage& named : report.images) {
         Image image = read_image(folder, named);
         if (named.test != number_of(cell)) {
             if (named.name != kKeptImage) {
-                evidence.earlier.push_back({cell_words(cell_of(named.test)), std::move(image)});
+                evidence.earlier.push_back({words_of(cell_of(named.test)), std::move(image)});
             }
         } else if (named.name == kSentImage) {
             hasSent = true;
@@ -165,26 +152,26 @@ std::optional<Evidence> collect_evidence(const PrivateFolder& folder, const Repo
 }
 
 /// Why there is no verdict.
-std::string describe_end(const Report& report, const Cell& cell, const std::string& failure) {
-    const std::string reason = report.trouble().empty() ? "" : " (" + report.trouble() + ")";
-    if (!report.last_test()) {
+std::string describe_end(const ChildReport& report, const Cell& cell, const std::string& failure) {
+    const std::string reason = report.trouble.empty() ? "" : " (" + report.trouble + ")";
+    if (!report.lastTest) {
         return fmt::format("The renderer could not be set up: the process {}{}.", failure, reason);
     }
-    if (!(*report.last_test() == cell)) {
+    if (!(*report.lastTest == cell)) {
         return fmt::format(
             "The test was not reached: that of {}, which comes before it, {}{}; --alone does "
             "without those.",
-            cell_words(*report.last_test()), failure, reason);
+            words_of(*report.lastTest), failure, reason);
     }
-    if (report.calls().empty()) return fmt::format("The test {}{}.", failure, reason);
-    const InspectedCall& last = report.calls().back();
+    if (report.calls.empty()) return fmt::format("The test {}{}.", failure, reason);
+    const InspectedCall& last = report.calls.back();
     return fmt::format("The test {}{}: it was {} {}.", failure, reason,
                        last.hasReturned ? "after" : "in",
                        last.text + (last.result.empty() ? "" : ", which gave " + last.result));
 }
 
 /// Why the test was not run.
-std::string describe_precondition(const Report& report, const Cell& cell) {
+std::string describe_precondition(const ChildReport& report, const Cell& cell) {
     Cell missing = cell;
     while (const auto needed = precondition(missing.capability)) {
         missing.capability = *needed;
@@ -192,12 +179,12 @@ std::string describe_precondition(const Report& report, const Cell& cell) {
     }
     return fmt::format(
         "The test was not run, because it needs {}, which is a no; --alone runs it anyhow.",
-        cell_words(missing));
+        words_of(missing));
 }
 
 /// The first error that OpenGL has reported; the others mostly follow from it.
-std::string describe_errors(const Report& report) {
-    for (const InspectedCall& call : report.calls()) {
+std::string describe_errors(const ChildReport& report) {
+    for (const InspectedCall& call : report.calls) {
         if (call.errors.empty()) continue;
         return fmt::format(" OpenGL reported {} after {}.", call.errors.front(),
                            call.text.substr(0, call.text.find('(')));
@@ -205,14 +192,14 @@ std::string describe_errors(const Report& report) {
     return "";
 }
 
-void decide(const InspectOptions& options, const Report& report, const std::string& failure,
+void decide(const InspectOptions& options, const ChildReport& report, const std::string& failure,
             Inspection* inspection) {
     if (!failure.empty()) {
         inspection->sentence = describe_end(report, options.cell, failure);
         return;
     }
     inspection->verdict = report.verdict(options.cell);
-    inspection->score = report.score();
+    inspection->score = report.score;
     if (!inspection->verdict) {
         inspection->sentence = describe_precondition(report, options.cell);
     } else if (!inspection->evidence) {
@@ -237,7 +224,7 @@ Inspection inspect(const InspectOptions& options, const RecordSet& set, const Re
     order.cell = options.cell;
     order.patternsBefore = count_patterns_before(set, all, machine);
     order.isAlone = options.isAlone;
-    Report report;
+    ChildReport report;
     const RunEnd end = run_child(
         {options.self, kInspectTask, words_of(order), options.limit,
          [&](Stream stream, std::string_view text) { return report.take(stream, text); }});
@@ -249,8 +236,8 @@ Inspection inspect(const InspectOptions& options, const RecordSet& set, const Re
     inspection.isAlone = options.isAlone;
     inspection.recorded = set.verdict(options.cell);
     inspection.isOfPresentBuild = set.systemBuild == machine.systemBuild;
-    inspection.calls = report.calls();
-    inspection.pendingErrors = report.pending_errors();
+    inspection.calls = report.calls;
+    inspection.pendingErrors = report.pendingErrors;
     inspection.evidence = collect_evidence(folder, report, options.cell);
     decide(options, report, describe_failure(end, options.limit), &inspection);
     return inspection;

@@ -64,12 +64,17 @@ std::optional<Cause> cause_of(const RunEnd& end, int seconds) {
     }
 }
 
+std::optional<Cause> death_of(const RunEnd& end, bool wasInTest, int seconds) {
+    const bool isInOrder = end.kind == RunEnd::Kind::kExited && end.number == 0 && !wasInTest;
+    return isInOrder ? std::nullopt : cause_of(end, seconds);
+}
+
 std::optional<Cell> next_unmeasured(const Flags& flags) {
-    RecordSet set;
-    decide_verdicts(flags, &set);
+    const VerdictTable verdicts = decide_verdicts(flags).verdicts;
     std::optional<Cell> next;
     for_each_cell([&](const Cell& cell) {
-        if (!next && set.verdict(cell) == Verdict::kUnmeasured) next = cell;
+        const bool isOpen = verdicts[cell.format][cell.capability] == Verdict::kUnmeasured;
+        if (!next && isOpen) next = cell;
     });
     return next;
 }

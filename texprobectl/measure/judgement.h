@@ -57,6 +57,9 @@ bool is_fault(int signal);
 /// How a run has ended by itself or by the limit; none for one that ended in any other way.
 std::optional<Cause> cause_of(const RunEnd& end, int seconds);
 
+/// The same, as a user is told of it: none either for a run that ended in order, in no test.
+std::optional<Cause> death_of(const RunEnd& end, bool wasInTest, int seconds);
+
 }  // namespace texprobe::ctl
 
 #endif

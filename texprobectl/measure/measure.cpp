@@ -16,7 +16,7 @@
 #include "measure/judgement.h"
 #include "measure/run_watch.h"
 #include "measure/running_tool.h"
-#include "records/marks.h"
+#include "records/causes.h"
 #include "records/preferences.h"
 #include "records/turn.h"
 
@@ -44,9 +44,9 @@ std::string describe_missing(const std::string& id, const std::optional<RecordSe
     return "the driver's names" + of + " are not recorded, which applications look for";
 }
 
-class Measurement {
+class RepeatedRuns {
 public:
-    Measurement(const MeasureOptions& options, const Machine& machine, MeasureWatcher& watcher)
+    RepeatedRuns(const MeasureOptions& options, const Machine& machine, MeasureWatcher& watcher)
         : options_(options), machine_(machine), watcher_(watcher) {
         for (const std::uint32_t renderer : machine.renderers) {
             ids_.push_back(make_id(hexadecimal(renderer), machine.systemBuild));
@@ -91,7 +91,7 @@ private:
         for (const std::string& id : ids_) {
             RecordSet present;
             present.id = id;
-            present.rendererID = parse_id(id).value_or(Identity{}).rendererID;
+            present.rendererID = parse_id(id).value_or(SetIdentity{}).rendererID;
             if (const RecordSet* set = find_predecessor(present, all)) predecessors.push_back(*set);
         }
         return predecessors;
@@ -157,7 +157,7 @@ private:
         };
         kill(-process, SIGTERM);
         if (hasGone(kTenthsToStop)) return true;
-        // As long as it hangs it has the turn, so that no other takes its test for a verdict.
+        // While it hangs it has the turn, so no other process takes its record for a verdict.
         test_last_again();
         kill(-process, SIGKILL);
         const bool isDone = hasGone(50);
@@ -173,14 +173,14 @@ private:
             const auto last = last_recorded(flags, next);
             if (!next || !last) continue;
             const bool isNo = !*flags.recorded[last->format][last->capability];
-            if (isNo && !read_mark(id, *last)) remove_records(id, {*last});
+            if (isNo && !read_cause(id, *last)) remove_records(id, {*last});
             return;
         }
     }
 
     /// With the driver's names, by which applications recognise a measured set.
     static bool remove_records(const std::string& id, const std::vector<Cell>& cells) {
-        Changes changes;
+        KeyChanges changes;
         for (const Cell& cell : cells) changes[key_of(cell)] = std::nullopt;
         for (const char* key : {"GL_VENDOR", "GL_VERSION", "GL_RENDERER"}) {
             changes[key] = std::nullopt;
@@ -230,7 +230,7 @@ private:
         if (!find_missing().empty()) return;
         isOver_ = true;
         result_.kind = MeasureResult::Kind::kComplete;
-        for (const std::string& id : ids_) write(marks_of(id), {{kTimeKey, time_now()}});
+        for (const std::string& id : ids_) write(causes_of(id), {{kTimeKey, time_now()}});
     }
 
     RunFacts facts_of(const std::string& id, const RunWatch& watch, const RunEnd& end) const {
@@ -253,25 +253,24 @@ private:
     /// nothing had to stay.
     bool remember(const RunWatch& watch, const RunEnd& end) {
         bool isDone = true;
-        std::optional<Cell> guilty;
+        std::optional<Cell> inHand;
         for (const std::string& id : ids_) {
             const RunFacts facts = facts_of(id, watch, end);
             const Judgement judgement = judge(facts);
-            if (judgement.inHand) guilty = judgement.inHand;
+            if (judgement.inHand) inHand = judgement.inHand;
             remember_causes(id, judgement);
             if (judgement.again.empty()) continue;
             // It does not count if the run ended in that test by a fault.
             if (judgement.inHand) endedFromOutside_[id].push_back(*judgement.inHand);
             isDone &= test_again(id, judgement.again);
         }
-        const auto cause = cause_of(end, options_.seconds);
-        const bool hasEnded = end.kind == RunEnd::Kind::kExited && end.number == 0 && !guilty;
+        const auto death = death_of(end, inHand.has_value(), options_.seconds);
         const auto identity = parse_id(watch.current_id());
-        if (cause && !hasEnded && identity) watcher_.died(identity->rendererID, guilty, *cause);
+        if (death && identity) watcher_.died(identity->rendererID, inHand, *death);
         return isDone;
     }
 
-    /// Under the turn, so that no other run loses a record that it has begun.
+    /// Under the turn, so that no process that measures loses a record that it has begun.
     bool test_again(const std::string& id, const std::vector<Cell>& cells) {
         bool isDone = false;
         const auto remove = [&] {
@@ -289,15 +288,15 @@ private:
     }
 
     static void remember_causes(const std::string& id, const Judgement& judgement) {
-        Changes marks;
+        KeyChanges changes;
         for (const auto& [cell, cause] : judgement.causes) {
             if (cause) {
-                marks[key_of(cell)] = mark_text(*cause);
-            } else if (read_mark(id, cell)) {
-                marks[key_of(cell)] = std::nullopt;
+                changes[key_of(cell)] = cause_text(*cause);
+            } else if (read_cause(id, cell)) {
+                changes[key_of(cell)] = std::nullopt;
             }
         }
-        if (!marks.empty()) write(marks_of(id), marks);
+        if (!changes.empty()) write(causes_of(id), changes);
     }
 
     /// Shorter than the time that the tool gives its test before it dies of the signal.
@@ -320,7 +319,7 @@ private:
 
 MeasureResult measure(const MeasureOptions& options, const Machine& machine,
                       MeasureWatcher& watcher) {
-    return Measurement(options, machine, watcher).run();
+    return RepeatedRuns(options, machine, watcher).run();
 }
 
 }  // namespace texprobe::ctl

@@ -24,7 +24,7 @@ struct MeasureProgress {
     std::string rendererID;
     /// The test in hand; none while a renderer is being set up.
     std::optional<Cell> cell;
-    /// Verdicts of all renderers.
+    /// VerdictTable of all renderers.
     std::size_t done = 0;
     std::size_t all = 0;
     /// Those of this renderer, of its 96.

@@ -9,20 +9,11 @@
 
 namespace texprobe::ctl {
 
-namespace {
-
-Verdicts verdicts_of(const Flags& flags) {
-    RecordSet set;
-    decide_verdicts(flags, &set);
-    return set.verdicts;
-}
-
-}  // namespace
-
 std::size_t count_done(const FlagsByID& flags) {
     std::size_t done = 0;
     for (const auto& [id, ofSet] : flags) {
-        for (const auto& format : verdicts_of(ofSet)) {
+        const VerdictTable verdicts = decide_verdicts(ofSet).verdicts;
+        for (const auto& format : verdicts) {
             for (const Verdict verdict : format) done += verdict != Verdict::kUnmeasured;
         }
     }

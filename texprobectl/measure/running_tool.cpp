@@ -7,7 +7,7 @@
 #include <string>
 
 #include "process/processes.h"
-#include "records/marks.h"
+#include "records/causes.h"
 
 namespace texprobe::ctl {
 
@@ -43,15 +43,15 @@ bool RunningTool::try_to_lock() {
 }
 
 std::optional<RunningTool::LeftBehind> RunningTool::left_behind() const {
-    const auto mark = lock_ >= 0 ? read_running_tool() : std::nullopt;
-    if (!mark) return std::nullopt;
-    const std::string now = identity_of_process(mark->process);
-    return LeftBehind{mark->process, now.empty() || now != mark->identity};
+    const auto tool = lock_ >= 0 ? read_running_tool() : std::nullopt;
+    if (!tool) return std::nullopt;
+    const std::string now = identity_of_process(tool->process);
+    return LeftBehind{tool->process, now.empty() || now != tool->identity};
 }
 
 void RunningTool::remember(int process) {
     if (isRemembered_ || !try_to_lock() || read_running_tool()) return;
-    isRemembered_ = write_running_tool(RunningToolMark{process, identity_of_process(process)});
+    isRemembered_ = write_running_tool(StartedTool{process, identity_of_process(process)});
 }
 
 void RunningTool::forget() {

@@ -72,9 +72,7 @@ bool differs(const RecordSets& sets, const Cell& cell) {
 Data list_details(const RecordSet& set) {
     Data details(Data::type::list);
     for (const Detail& detail : set.details) {
-        details << Data("text", std::string(kFormats[detail.cell.format].name) + ' ' +
-                                    kCapabilities[detail.cell.capability].words + ' ' +
-                                    describe(detail.cause) + ".");
+        details << Data("text", words_of(detail.cell) + ' ' + describe(detail.cause) + ".");
     }
     return details;
 }
@@ -91,7 +89,7 @@ Data describe_set(const RecordSet& set, std::size_t number, const RecordSets& al
                                      : "not complete, " + std::to_string(open) +
                                            (open == 1 ? " verdict" : " verdicts") + " missing");
     data.set("id", set.id);
-    data.set("caption", all.size() > 1 ? "Framed: not the same in all sets" : "Verdicts");
+    data.set("caption", all.size() > 1 ? "Framed: not the same in all sets" : "VerdictTable");
     data.set("columns", list_columns());
     data.set("rows", list_rows([&](const Cell& cell) {
                  const Verdict verdict = set.verdict(cell);
@@ -127,8 +125,7 @@ void add_pictures(const PicturedNoes& pictured, Data* set) {
     Data noes(Data::type::list);
     for (const PicturedNo& no : pictured.noes) {
         Data data;
-        data.set("test", std::string(kFormats[no.cell.format].name) + ' ' +
-                             kCapabilities[no.cell.capability].words);
+        data.set("test", words_of(no.cell));
         data.set("sentence", plain(no.sentence));
         data.set("pictures", list_pictures(no));
         noes << data;

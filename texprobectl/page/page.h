@@ -12,7 +12,7 @@
 
 namespace texprobe::ctl {
 
-/// `pictured` is empty, or has one element for each set. `times` are shown after the sets.
+/// `pictured` is empty, or has the failed transfers of each set. `times` follow the sets.
 void write_page(const RecordSets& sets, const std::vector<PicturedNoes>& pictured,
                 const std::vector<Times>& times, std::ostream& stream);
 

@@ -136,7 +136,7 @@ svg line { stroke: var(--ink); stroke-width: 2; }
 <dt>measured</dt><dd>{{state}}</dd>
 <dt>identifier</dt><dd>{{id}}</dd>
 </dl>
-<div class="table" role="region" aria-label="Verdicts of {{renderer}}, set {{number}}" tabindex="0">
+<div class="table" role="region" aria-label="VerdictTable of {{renderer}}, set {{number}}" tabindex="0">
 <table>
 <caption>{{caption}}</caption>
 <thead><tr><th scope="col">format</th>{{#columns}}<th scope="col">{{name}}</th>{{/columns}}</tr></thead>

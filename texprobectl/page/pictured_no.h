@@ -1,4 +1,4 @@
-// Each transfer of a record set that is a no, with the sentence and pictures of an inspection.
+// The transfers of a record set that failed, each with its inspection's sentence and pictures.
 
 #ifndef TEXPROBECTL_PICTURED_NO_H
 #define TEXPROBECTL_PICTURED_NO_H

@@ -1,4 +1,4 @@
-// A folder for a command's own files, which no other user can read, removed at its end.
+// A folder for a command's own files, which no other user can read. It is removed at the end.
 
 #ifndef TEXPROBECTL_PRIVATE_FOLDER_H
 #define TEXPROBECTL_PRIVATE_FOLDER_H

@@ -9,7 +9,7 @@
 
 namespace texprobe::ctl {
 
-/// Thrown to leave a command that was stopped; the program ends with status 128 + `signal`.
+/// Thrown out of a command that was stopped; the program ends with status 128 + `signal`.
 class Interrupted : public std::exception {
 public:
     explicit Interrupted(int signal) : signal_(signal) {}

@@ -4,7 +4,7 @@
 #include <set>
 #include <stdexcept>
 
-#include "records/marks.h"
+#include "records/causes.h"
 #include "records/preferences.h"
 #include "records/store_trouble.h"
 
@@ -18,7 +18,7 @@ Flags read_flags(const std::string& id) {
         auto& recorded = flags.recorded[cell.format][cell.capability];
         recorded = read_flag(id, key_of(cell));
         if (recorded && !*recorded) {
-            flags.causes[cell.format][cell.capability] = read_mark(id, cell);
+            flags.causes[cell.format][cell.capability] = read_cause(id, cell);
         }
     });
     return flags;
@@ -70,7 +70,7 @@ std::optional<RecordSet> read_record_set(const std::string& id, const Machine& m
     const auto identity = parse_id(id);
     if (!identity) return std::nullopt;
     refresh(id);
-    refresh(marks_of(id));
+    refresh(causes_of(id));
     RecordSet set;
     set.id = id;
     set.rendererID = identity->rendererID;
@@ -80,7 +80,10 @@ std::optional<RecordSet> read_record_set(const std::string& id, const Machine& m
     set.glVersion = read_text(id, "GL_VERSION");
     set.renderer = read_text(id, "GL_RENDERER");
     const Flags flags = read_flags(id);
-    decide_verdicts(flags, &set);
+    Decided decided = decide_verdicts(flags);
+    set.verdicts = decided.verdicts;
+    set.details = std::move(decided.details);
+    set.hasUnseenNo = decided.hasUnseenNo;
     set.isPresent = set.systemBuild == machine.systemBuild && machine.lists(set.rendererID);
     set.isComplete = is_complete(set);
     bool hasFlags = false;

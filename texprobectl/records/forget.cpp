@@ -1,6 +1,6 @@
 #include "records/forget.h"
 
-#include "records/marks.h"
+#include "records/causes.h"
 #include "records/preferences.h"
 #include "records/turn.h"
 
@@ -9,8 +9,8 @@ namespace texprobe::ctl {
 namespace {
 
 /// Every key that the application has, and those that a set may have: not every system lists them.
-Changes removals(const std::string& application) {
-    Changes changes;
+KeyChanges removals(const std::string& application) {
+    KeyChanges changes;
     for (const std::string& key : list_keys(application)) changes[key] = std::nullopt;
     for (const char* key : {"VERSION", "GL_VENDOR", "GL_VERSION", "GL_RENDERER", kTimeKey}) {
         changes[key] = std::nullopt;
@@ -23,30 +23,22 @@ Changes removals(const std::string& application) {
 
 Forgotten forget(const RecordSets& sets) {
     Forgotten forgotten;
-    const bool isDone = while_nobody_measures([&] {
+    const auto remove = [&] {
         for (const RecordSet& set : sets) {
-            // The marks first: without their records they count for nothing.
-            if (!write(marks_of(set.id), removals(marks_of(set.id))) ||
+            // The causes first: without their records they count for nothing.
+            if (!write(causes_of(set.id), removals(causes_of(set.id))) ||
                 !write(set.id, removals(set.id))) {
                 forgotten.trouble = "the records cannot be written";
                 return;
             }
             ++forgotten.sets;
         }
-    });
-    if (!isDone) {
+    };
+    if (!under_turn([] { return false; }, remove)) {
         forgotten.trouble =
             name_of_holder(turn_holder()) + " is measuring; try again when it has ended";
     }
     return forgotten;
-}
-
-RecordSets outdated_sets(const RecordSets& all) {
-    RecordSets outdated;
-    for (const RecordSet& set : all) {
-        if (!set.isPresent) outdated.push_back(set);
-    }
-    return outdated;
 }
 
 }  // namespace texprobe::ctl

@@ -15,12 +15,9 @@ struct Forgotten {
     std::string trouble;
 };
 
-/// Removes the version, the strings, the verdicts and the causes of each set; does nothing while
-/// a run measures.
+/// Removes the version, the strings, the verdicts and what `measure` remembered of each set; does
+/// nothing while a process measures.
 Forgotten forget(const RecordSets& sets);
-
-/// Those that are not of this machine's renderers and present build.
-RecordSets outdated_sets(const RecordSets& all);
 
 }  // namespace texprobe::ctl
 

@@ -99,7 +99,7 @@ std::optional<std::string> read_text(const std::string& application, const std::
     return text_of(string_in(value));
 }
 
-bool write(const std::string& application, const Changes& changes) {
+bool write(const std::string& application, const KeyChanges& changes) {
     const Owned id = make_string(application);
     std::vector<Owned> owned;
     std::vector<const void*> keys;

@@ -13,8 +13,8 @@
 namespace texprobe::ctl {
 
 /// No value removes the key.
-using Change = std::optional<std::variant<double, std::string>>;
-using Changes = std::map<std::string, Change>;
+using KeyChange = std::optional<std::variant<double, std::string>>;
+using KeyChanges = std::map<std::string, KeyChange>;
 
 /// Every application with preferences of this user; empty where the system does not tell.
 std::vector<std::string> list_applications();
@@ -30,7 +30,7 @@ std::optional<double> read_number(const std::string& application, const std::str
 std::optional<std::string> read_text(const std::string& application, const std::string& key);
 
 /// Makes all changes durable in one synchronization. False when the store cannot be written.
-bool write(const std::string& application, const Changes& changes);
+bool write(const std::string& application, const KeyChanges& changes);
 
 }  // namespace texprobe::ctl
 

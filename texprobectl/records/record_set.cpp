@@ -18,10 +18,10 @@ Verdict failed_by(const std::optional<Cause>& cause) {
 }
 
 /// Of a cell without a record: is a capability that it needs a no?
-Verdict unrecorded(const Cell& cell, const RecordSet& set) {
+Verdict unrecorded(const Cell& cell, const VerdictTable& verdicts) {
     const auto needed = precondition(cell.capability);
     if (!needed) return Verdict::kUnmeasured;
-    const Verdict verdict = set.verdict({cell.format, *needed});
+    const Verdict verdict = verdicts[cell.format][*needed];
     const bool isOut = is_failure(verdict) || verdict == Verdict::kNotApplicable;
     return isOut ? Verdict::kNotApplicable : Verdict::kUnmeasured;
 }
@@ -40,7 +40,7 @@ const Detail* RecordSet::detail(const Cell& cell) const {
     return found == details.end() ? nullptr : &*found;
 }
 
-std::optional<Identity> parse_id(std::string_view id) {
+std::optional<SetIdentity> parse_id(std::string_view id) {
     if (id.substr(0, kDomain.size()) != kDomain) return std::nullopt;
     id.remove_prefix(kDomain.size());
     if (id.empty() || id.front() != '.') return std::nullopt;
@@ -48,7 +48,7 @@ std::optional<Identity> parse_id(std::string_view id) {
     const std::size_t point = id.find('.');
     if (point == std::string_view::npos || point + 1 == id.size()) return std::nullopt;
     if (!is_lower_hexadecimal(id.substr(0, point))) return std::nullopt;
-    return Identity{std::string(id.substr(0, point)), std::string(id.substr(point + 1))};
+    return SetIdentity{std::string(id.substr(0, point)), std::string(id.substr(point + 1))};
 }
 
 std::string make_id(std::string_view rendererID, std::string_view systemBuild) {
@@ -56,24 +56,23 @@ std::string make_id(std::string_view rendererID, std::string_view systemBuild) {
     return id.append(".").append(rendererID).append(".").append(systemBuild);
 }
 
-void decide_verdicts(const Flags& flags, RecordSet* set) {
-    set->details.clear();
-    set->hasUnseenNo = false;
+Decided decide_verdicts(const Flags& flags) {
+    Decided decided;
     for_each_cell([&](const Cell& cell) {
-        Verdict& verdict = set->verdicts[cell.format][cell.capability];
+        Verdict& verdict = decided.verdicts[cell.format][cell.capability];
         const auto& recorded = flags.recorded[cell.format][cell.capability];
         const auto& cause = flags.causes[cell.format][cell.capability];
         if (!recorded) {
-            verdict = unrecorded(cell, *set);
+            verdict = unrecorded(cell, decided.verdicts);
             return;
         }
         verdict = *recorded ? Verdict::kYes : failed_by(cause);
-        // A remembered cause counts only while the record is false.
         if (verdict == Verdict::kCrashed || verdict == Verdict::kHung) {
-            set->details.push_back({cell, *cause});
+            decided.details.push_back({cell, *cause});
         }
-        if (verdict == Verdict::kNo && !cause) set->hasUnseenNo = true;
+        decided.hasUnseenNo |= verdict == Verdict::kNo && !cause;
     });
+    return decided;
 }
 
 bool is_complete(const RecordSet& set) {
@@ -90,6 +89,24 @@ std::string describe(const Cause& cause) {
         return "did not end within " + std::to_string(hung->seconds) + " s";
     }
     return "failed";
+}
+
+std::optional<std::size_t> format_named(std::string_view name) {
+    const auto found = std::find_if(kFormats.begin(), kFormats.end(),
+                                    [&](const Format& format) { return name == format.name; });
+    if (found == kFormats.end()) return std::nullopt;
+    return static_cast<std::size_t>(found - kFormats.begin());
+}
+
+std::optional<Capability> capability_named(std::string_view member) {
+    for (std::size_t i = 0; i < kCapabilityCount; ++i) {
+        if (member == kCapabilities[i].member) return static_cast<Capability>(i);
+    }
+    return std::nullopt;
+}
+
+std::string words_of(const Cell& cell) {
+    return std::string(kFormats[cell.format].name) + ' ' + kCapabilities[cell.capability].words;
 }
 
 }  // namespace texprobe::ctl

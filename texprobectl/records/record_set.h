@@ -73,7 +73,7 @@ struct Detail {
     bool operator==(const Detail&) const = default;
 };
 
-using Verdicts = std::array<std::array<Verdict, kCapabilityCount>, kFormatCount>;
+using VerdictTable = std::array<std::array<Verdict, kCapabilityCount>, kFormatCount>;
 
 struct RecordSet {
     std::string id;
@@ -88,7 +88,7 @@ struct RecordSet {
     std::optional<std::string> vendor;
     std::optional<std::string> glVersion;
     std::optional<std::string> renderer;
-    Verdicts verdicts = {};
+    VerdictTable verdicts = {};
     std::vector<Detail> details;
     /// Some plain no was recorded outside `measure`, and may have been a crash. Not in documents.
     bool hasUnseenNo = false;
@@ -102,12 +102,12 @@ struct RecordSet {
 using RecordSets = std::vector<RecordSet>;
 
 /// An identifier taken apart.
-struct Identity {
+struct SetIdentity {
     std::string rendererID;
     std::string systemBuild;
 };
 /// None for an identifier that is no record set's.
-std::optional<Identity> parse_id(std::string_view id);
+std::optional<SetIdentity> parse_id(std::string_view id);
 
 std::string make_id(std::string_view rendererID, std::string_view systemBuild);
 
@@ -117,15 +117,29 @@ struct Flags {
     std::array<std::array<std::optional<Cause>, kCapabilityCount>, kFormatCount> causes;
 };
 
-/// Fills the verdicts and the details.
-void decide_verdicts(const Flags& flags, RecordSet* set);
+/// What follows from them. What is remembered counts only while its record is false.
+struct Decided {
+    VerdictTable verdicts = {};
+    std::vector<Detail> details;
+    bool hasUnseenNo = false;
+};
+Decided decide_verdicts(const Flags& flags);
 
 /// Is the set current, does it name its renderer, and is nothing in it unmeasured? An application
 /// takes a set by its version and its three strings alone.
 bool is_complete(const RecordSet& set);
 
-/// "signal SIGSEGV", "60 s" and the like.
+/// "ended by SIGSEGV" and the like.
 std::string describe(const Cause& cause);
+
+/// "GL_RGBA8 upload set"
+std::string words_of(const Cell& cell);
+
+/// The format of this name, as kFormats has it.
+std::optional<std::size_t> format_named(std::string_view name);
+
+/// The capability of this name in documents.
+std::optional<Capability> capability_named(std::string_view member);
 
 }  // namespace texprobe::ctl
 

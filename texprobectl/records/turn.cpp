@@ -31,8 +31,4 @@ bool under_turn(const std::function<bool()>& mayWait, const std::function<void()
     }
 }
 
-bool while_nobody_measures(const std::function<void()>& action) {
-    return under_turn([] { return false; }, action);
-}
-
 }  // namespace texprobe::ctl

@@ -1,4 +1,4 @@
-// The measuring turn, as seen by a program that does not measure.
+// The measuring turn, as a process sees it that does not measure.
 
 #ifndef TEXPROBECTL_TURN_H
 #define TEXPROBECTL_TURN_H
@@ -16,12 +16,9 @@ std::string name_of_holder(int process);
 /// Is it a process of this group, or its leader? A wrapper of the tool measures in a child.
 bool is_in_group(int process, int group);
 
-/// Does something under the turn: no run measures meanwhile. While one does, asks `mayWait`
-/// before each pause; false, with nothing done, when that says no.
+/// Takes the turn for `action`: no one else measures meanwhile. While another process has the turn,
+/// asks `mayWait` before each pause; when that says no, returns false, with nothing done.
 bool under_turn(const std::function<bool()>& mayWait, const std::function<void()>& action);
-
-/// The same, without waiting.
-bool while_nobody_measures(const std::function<void()>& action);
 
 }  // namespace texprobe::ctl
 

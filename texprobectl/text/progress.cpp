@@ -3,145 +3,124 @@
 #include <fmt/format.h>
 
 #include <algorithm>
-#include <set>
 
+#include "process/stop_signals.h"
 #include "records/plain_text.h"
 #include "records/turn.h"
-#include "text/status_line.h"
 
 namespace texprobe::ctl {
 
 namespace {
 
-std::string test_name(const Cell& cell) {
-    return fmt::format("{} {}", kFormats[cell.format].name, kCapabilities[cell.capability].words);
+std::string name_of(const TimedTransfer& what) {
+    return words_of({what.format, what.transfer}) + " at " + what.size.name();
 }
 
-std::size_t longest_test_name() {
+/// "[####....] ", so many signs wide.
+std::string draw_bar(std::size_t done, std::size_t all, std::size_t width) {
+    const std::size_t filled = all == 0 ? 0 : width * done / all;
+    return '[' + std::string(filled, '#') + std::string(width - filled, '.') + "] ";
+}
+
+/// As wide as the longest name of a test and most of an hour leave room for; empty where that is
+/// too little.
+std::string fitting_bar(const MeasureProgress& progress, int terminalWidth) {
+    constexpr std::size_t kMost = 20;
+    constexpr std::size_t kLeast = 3;
+    std::size_t others =
+        fmt::format("[] {0}/{0}, 59:59 left  {1} ", progress.all, progress.rendererID).size();
     std::size_t longest = 0;
-    for_each_cell([&](const Cell& cell) { longest = std::max(longest, test_name(cell).size()); });
-    return longest;
+    for_each_cell([&](const Cell& cell) { longest = std::max(longest, words_of(cell).size()); });
+    others += longest;
+    const auto width = static_cast<std::size_t>(terminalWidth - 1);
+    if (width < others + kLeast) return {};
+    return draw_bar(progress.done, progress.all, std::min(kMost, width - others));
 }
-
-std::string describe_death(const std::string& rendererID, const std::optional<Cell>& cell,
-                           const Cause& cause) {
-    const std::string where = cell ? test_name(*cell) : "outside a test";
-    return fmt::format("{}: {}: {}", rendererID, where, describe(cause));
-}
-
-/// Shared by both views.
-class PrintedProgress : public ProgressView {
-public:
-    PrintedProgress(std::ostream& stream, bool (*isInterrupted)())
-        : stream_(stream), isInterrupted_(isInterrupted) {}
-
-    void waits_for(int process) override {
-        if (!waitedFor_.insert(process).second) return;
-        std::string line = name_of_holder(process) + " is measuring; waiting for it.";
-        line[0] = line[0] == 'p' ? 'P' : 'A';
-        say(line);
-    }
-    bool end_leftover(int process) override {
-        say(fmt::format("The tool of an earlier `texprobectl measure` is still there, process {}.",
-                        process));
-        return ask("End it?");
-    }
-    void left_behind(int process) override {
-        say(fmt::format(
-            "Process {} was killed and has not gone: its driver holds it in the kernel.", process));
-    }
-    bool is_interrupted() override { return isInterrupted_(); }
-
-protected:
-    virtual void say(const std::string& line) { stream_ << plain(line) << std::endl; }
-
-    std::ostream& stream_;
-
-private:
-    bool (*const isInterrupted_)();
-    std::set<int> waitedFor_;
-};
-
-class ProgressLines : public PrintedProgress {
-public:
-    using PrintedProgress::PrintedProgress;
-
-    void progress(const MeasureProgress& progress) override {
-        if (progress.rendererID != rendererID_) {
-            finish();
-            rendererID_ = progress.rendererID;
-        }
-        last_ = progress;
-    }
-    // The table at the end tells which they were.
-    void died(const std::string&, const std::optional<Cell>&, const Cause&) override { ++deaths_; }
-
-    void finish() override {
-        if (rendererID_.empty()) return;
-        say(fmt::format("{}: {} of 96 verdicts{}", rendererID_, last_.doneHere,
-                        deaths_ == 0   ? std::string()
-                        : deaths_ == 1 ? std::string(", the run died once")
-                                       : fmt::format(", the run died {} times", deaths_)));
-        rendererID_.clear();
-        deaths_ = 0;
-    }
-
-private:
-    std::string rendererID_;
-    MeasureProgress last_;
-    int deaths_ = 0;
-};
-
-class ProgressBar : public PrintedProgress {
-public:
-    ProgressBar(std::ostream& stream, const Terminal& terminal, bool (*isInterrupted)())
-        : PrintedProgress(stream, isInterrupted), terminal_(terminal), line_(stream, terminal) {}
-
-    void progress(const MeasureProgress& progress) override {
-        const std::string test = progress.cell ? test_name(*progress.cell) : "setting up";
-        const std::string left = progress.secondsLeft && progress.done < progress.all
-                                     ? fmt::format(", {}:{:02} left", *progress.secondsLeft / 60,
-                                                   *progress.secondsLeft % 60)
-                                     : "";
-        line_.draw(fmt::format("{}{}/{}{}  {} {}", bar(progress), progress.done, progress.all, left,
-                               progress.rendererID, test));
-    }
-    void died(const std::string& rendererID, const std::optional<Cell>& cell,
-              const Cause& cause) override {
-        say(describe_death(rendererID, cell, cause));
-    }
-    void finish() override { line_.erase(); }
-
-protected:
-    void say(const std::string& line) override {
-        line_.erase();
-        PrintedProgress::say(line);
-    }
-
-private:
-    /// As wide as the longest name of a test and most of an hour leave room for; empty where that
-    /// is too little.
-    std::string bar(const MeasureProgress& progress) const {
-        constexpr std::size_t kMost = 20;
-        constexpr std::size_t kLeast = 3;
-        const std::size_t others =
-            fmt::format("[] {0}/{0}, 59:59 left  {1} ", progress.all, progress.rendererID).size() +
-            longest_test_name();
-        const auto width = static_cast<std::size_t>(terminal_.width - 1);
-        if (width < others + kLeast) return {};
-        return draw_bar(progress.done, progress.all, std::min(kMost, width - others));
-    }
-
-    const Terminal terminal_;
-    StatusLine line_;
-};
 
 }  // namespace
 
-std::unique_ptr<ProgressView> make_progress_view(std::ostream& stream, const Terminal& terminal,
-                                                 bool (*isInterrupted)()) {
-    if (terminal.isTerminal) return std::make_unique<ProgressBar>(stream, terminal, isInterrupted);
-    return std::make_unique<ProgressLines>(stream, isInterrupted);
+void StatusLine::draw(const std::string& text) {
+    const std::string line = shortened(text, terminal_.width - 1);
+    if (line == line_) return;
+    erase();
+    stream_ << line << std::flush;
+    line_ = line;
+}
+
+void StatusLine::say(const std::string& text) {
+    erase();
+    stream_ << plain(text) << std::endl;
+}
+
+void StatusLine::erase() {
+    if (!line_.empty()) stream_ << '\r' << std::string(line_.size(), ' ') << '\r' << std::flush;
+    line_.clear();
+}
+
+void MeasureView::progress(const MeasureProgress& progress) {
+    if (progress.rendererID != last_.rendererID) finish();
+    last_ = progress;
+    if (!terminal_.isTerminal) return;
+    const std::string left =
+        progress.secondsLeft && progress.done < progress.all
+            ? fmt::format(", {}:{:02} left", *progress.secondsLeft / 60, *progress.secondsLeft % 60)
+            : "";
+    line_.draw(fmt::format("{}{}/{}{}  {} {}", fitting_bar(progress, terminal_.width),
+                           progress.done, progress.all, left, progress.rendererID,
+                           progress.cell ? words_of(*progress.cell) : "setting up"));
+}
+
+void MeasureView::died(const std::string& rendererID, const std::optional<Cell>& cell,
+                       const Cause& cause) {
+    ++deaths_;
+    // Elsewhere the table at the end tells which they were.
+    if (!terminal_.isTerminal) return;
+    line_.say(fmt::format("{}: {}: {}", rendererID, cell ? words_of(*cell) : "outside a test",
+                          describe(cause)));
+}
+
+void MeasureView::waits_for(int process) {
+    if (!waitedFor_.insert(process).second) return;
+    std::string line = name_of_holder(process) + " is measuring; waiting for it.";
+    line[0] = line[0] == 'p' ? 'P' : 'A';
+    line_.say(line);
+}
+
+bool MeasureView::end_leftover(int process) {
+    line_.say(fmt::format(
+        "The tool of an earlier `texprobectl measure` is still there, process {}.", process));
+    return ask("End it?");
+}
+
+void MeasureView::left_behind(int process) {
+    line_.say(fmt::format(
+        "Process {} was killed and has not gone: its driver holds it in the kernel.", process));
+}
+
+bool MeasureView::is_interrupted() {
+    return StopSignals::received() != 0;
+}
+
+void MeasureView::finish() {
+    line_.erase();
+    if (last_.rendererID.empty()) return;
+    if (!terminal_.isTerminal) {
+        line_.say(fmt::format("{}: {} of 96 verdicts{}", last_.rendererID, last_.doneHere,
+                              deaths_ == 0   ? std::string()
+                              : deaths_ == 1 ? std::string(", the run died once")
+                                             : fmt::format(", the run died {} times", deaths_)));
+    }
+    last_ = {};
+    deaths_ = 0;
+}
+
+void TimeView::begun(const TimedTransfer& what, std::size_t done, std::size_t all) {
+    if (!isTerminal_) return;
+    line_.draw(fmt::format("{}{}/{}  {}", draw_bar(done, all, 20), done, all, name_of(what)));
+}
+
+void TimeView::failed(const TransferTimes& transfer) {
+    line_.say(name_of(transfer.what) + ": " + transfer.reason);
 }
 
 }  // namespace texprobe::ctl

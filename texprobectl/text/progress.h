@@ -1,24 +1,73 @@
-// The progress of measuring: a bar on a terminal, one line per renderer elsewhere.
+// Measuring and timing as they are watched. On a terminal: a bar, drawn over and over. Elsewhere:
+// one line for each renderer that is measured, and for each transfer that cannot be timed.
 
 #ifndef TEXPROBECTL_PROGRESS_H
 #define TEXPROBECTL_PROGRESS_H
 
-#include <memory>
 #include <ostream>
+#include <set>
 
 #include "measure/measure.h"
 #include "process/terminal.h"
+#include "time/time_run.h"
 
 namespace texprobe::ctl {
 
-/// `isInterrupted` becomes true when the user wants to end it. finish() leaves a clean line.
-class ProgressView : public MeasureWatcher {
+/// The one line that shows how far something is; the last one is erased.
+class StatusLine {
 public:
-    virtual void finish() = 0;
+    StatusLine(std::ostream& stream, const Terminal& terminal)
+        : stream_(stream), terminal_(terminal) {}
+    ~StatusLine() { erase(); }
+    StatusLine(const StatusLine&) = delete;
+    StatusLine& operator=(const StatusLine&) = delete;
+
+    void draw(const std::string& text);
+    /// Erases it, and says something that stays.
+    void say(const std::string& text);
+    void erase();
+
+private:
+    std::ostream& stream_;
+    const Terminal terminal_;
+    std::string line_;
 };
 
-std::unique_ptr<ProgressView> make_progress_view(std::ostream& stream, const Terminal& terminal,
-                                                 bool (*isInterrupted)());
+class MeasureView : public MeasureWatcher {
+public:
+    MeasureView(std::ostream& stream, const Terminal& terminal)
+        : terminal_(terminal), line_(stream, terminal) {}
+
+    void progress(const MeasureProgress& progress) override;
+    void died(const std::string& rendererID, const std::optional<Cell>& cell,
+              const Cause& cause) override;
+    void waits_for(int process) override;
+    bool end_leftover(int process) override;
+    void left_behind(int process) override;
+    bool is_interrupted() override;
+    void finish();
+
+private:
+    const Terminal terminal_;
+    StatusLine line_;
+    std::set<int> waitedFor_;
+    /// Of the renderer in hand.
+    MeasureProgress last_;
+    int deaths_ = 0;
+};
+
+class TimeView : public TimeWatcher {
+public:
+    TimeView(std::ostream& stream, const Terminal& terminal)
+        : isTerminal_(terminal.isTerminal), line_(stream, terminal) {}
+
+    void begun(const TimedTransfer& what, std::size_t done, std::size_t all) override;
+    void failed(const TransferTimes& transfer) override;
+
+private:
+    const bool isTerminal_;
+    StatusLine line_;
+};
 
 }  // namespace texprobe::ctl
 

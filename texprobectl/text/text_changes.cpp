@@ -6,7 +6,9 @@
 #include <utility>
 #include <vector>
 
-#include "text/output.h"
+#include "measure/measure.h"
+#include "records/compare.h"
+#include "text/write_text.h"
 
 namespace texprobe::ctl {
 
@@ -63,10 +65,10 @@ public:
         for (const RecordSet& after : result.after) add(after, result);
     }
 
-    void write(std::ostream& stream, Output& output) const {
-        if (!fresh_.empty()) output.show(fresh_);
-        write_pairs("Before (A) and now (B):", now_, stream, output);
-        write_pairs("The build before (A) and the present one (B):", builds_, stream, output);
+    void write(const Terminal& terminal, std::ostream& stream) const {
+        if (!fresh_.empty()) write_sets_text(fresh_, terminal, stream);
+        write_pairs("Before (A) and now (B):", now_, terminal, stream);
+        write_pairs("The build before (A) and the present one (B):", builds_, terminal, stream);
         for (const std::string& line : equalBuilds_) stream << line << '\n';
         if (fresh_.empty() && now_.empty() && builds_.empty() && equalBuilds_.empty()) {
             stream << "Nothing has changed.\n";
@@ -99,10 +101,10 @@ private:
     }
 
     static void write_pairs(const char* heading, const std::vector<ComparedSets>& pairs,
-                            std::ostream& stream, Output& output) {
+                            const Terminal& terminal, std::ostream& stream) {
         for (const ComparedSets& pair : pairs) {
             stream << heading << "\n\n";
-            output.comparison({{pair}, {}, {}});
+            write_comparison_text({{pair}, {}, {}}, terminal, stream);
             stream << count_changes(pair.differences) << '\n';
         }
     }
@@ -115,8 +117,9 @@ private:
 
 }  // namespace
 
-void write_changes(const MeasureResult& result, std::ostream& stream, const Terminal& terminal) {
-    ChangeTable(result).write(stream, *make_text_output(stream, terminal));
+void write_changes_text(const MeasureResult& result, const Terminal& terminal,
+                        std::ostream& stream) {
+    ChangeTable(result).write(terminal, stream);
 }
 
 }  // namespace texprobe::ctl

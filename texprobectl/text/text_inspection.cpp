@@ -1,12 +1,12 @@
-#include "text/text_inspection.h"
-
 #include <fmt/format.h>
 
 #include <algorithm>
 
 #include "inspect/gl_names.h"
+#include "inspect/inspect.h"
 #include "records/plain_text.h"
 #include "text/text_matrix.h"
+#include "text/write_text.h"
 
 namespace texprobe::ctl {
 
@@ -45,11 +45,8 @@ public:
         : inspection_(inspection), terminal_(terminal), stream_(stream) {}
 
     void write() {
-        const Cell& cell = inspection_.cell;
-        const std::string title =
-            fmt::format("{} {} on {}", kFormats[cell.format].name,
-                        kCapabilities[cell.capability].words, plain(inspection_.renderer));
-        stream_ << coloured(title, "1", terminal_) << '\n' << plain(inspection_.id) << "\n\n";
+        const std::string title = words_of(inspection_.cell) + " on " + plain(inspection_.renderer);
+        stream_ << coloured(title, kBold, terminal_) << '\n' << plain(inspection_.id) << "\n\n";
         stream_ << wrapped(inspection_.sentence, 0) << "\n\n";
         write_verdicts();
         if (inspection_.evidence) write_layouts();

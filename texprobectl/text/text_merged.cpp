@@ -1,9 +1,9 @@
-#include "text/text_merged.h"
-
 #include <fmt/format.h>
 
+#include "documents/merge.h"
 #include "records/plain_text.h"
 #include "text/text_matrix.h"
+#include "text/write_text.h"
 
 namespace texprobe::ctl {
 

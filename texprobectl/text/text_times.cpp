@@ -1,11 +1,11 @@
-#include "text/text_times.h"
-
 #include <fmt/format.h>
 
 #include <algorithm>
 
 #include "records/plain_text.h"
 #include "text/text_matrix.h"
+#include "text/write_text.h"
+#include "time/times.h"
 
 namespace texprobe::ctl {
 

@@ -28,12 +28,12 @@ struct Rounds {
     std::function<void()> betweenSteps;
 };
 
-/// Every transfer is timed in so many visits, with all others between them, so that a machine that
-/// is slow for a while spoils one visit at most.
+/// Every transfer is timed in so many visits, with all others between them. So a machine that is
+/// slow for a while spoils only one visit of each.
 inline constexpr int kVisits = 3;
 inline constexpr int kMostRoundsOfVisit = 5;
-/// A step takes at least this long: several images where they are small, as the wait at its end
-/// would otherwise be most of it.
+/// A step takes at least so long. Where images are small it has several: otherwise most of the time
+/// would be the wait at its end.
 inline constexpr double kStepSeconds = 0.002;
 inline constexpr int kMostLaps = 100;
 

@@ -15,7 +15,7 @@ namespace texprobe::ctl {
 
 namespace {
 
-using Clock = std::chrono::steady_clock;
+using std::chrono::steady_clock;
 
 /// The order of the result: a format's transfers together, from small to large.
 std::vector<TransferTimes> list_transfers(const RecordSet& set, const TimeOptions& options) {
@@ -100,7 +100,7 @@ private:
     }
 
     std::vector<std::string> arguments() const {
-        const std::chrono::duration<double> elapsed = Clock::now() - begin_ - hung_;
+        const std::chrono::duration<double> elapsed = steady_clock::now() - begin_ - hung_;
         std::vector<std::string> words = {rendererID_,
                                           std::to_string(options_.seconds - elapsed.count())};
         for (const TransferTimes* visit : visits_) words.push_back(visit->what.text());
@@ -185,7 +185,7 @@ private:
         return true;
     }
 
-    /// It has no numbers then, not even of an earlier visit, so that it is not picked.
+    /// It has no numbers then, not even those of an earlier visit: no application should use it.
     static void fail(TransferTimes* transfer, const std::string& reason) {
         transfer->state = TimedState::kFailed;
         transfer->reason = reason;
@@ -213,7 +213,7 @@ private:
     const std::string rendererID_;
     const TimeOptions& options_;
     TimeWatcher& watcher_;
-    const Clock::time_point begin_ = Clock::now();
+    const steady_clock::time_point begin_ = steady_clock::now();
     std::chrono::seconds hung_{0};
     Times times_;
     /// Those that are still to come; a transfer has several.

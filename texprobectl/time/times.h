@@ -16,7 +16,7 @@ namespace texprobe::ctl {
 
 enum class TimedState {
     kTimed,
-    /// Its capability is not a yes, so that it must not be picked.
+    /// Its capability is not a yes, so no application should use it.
     kNotVerified,
     /// The driver cannot do it, or has crashed or hung.
     kFailed,
@@ -55,7 +55,7 @@ struct TransferTimes {
     const TimedWay* find(std::size_t way) const;
     /// Of the ways with pixel buffer objects, which the verdicts are about; null without any.
     const TimedWay* fastest() const;
-    /// Whether another such way is as fast within the spread: the middle halves overlap.
+    /// Whether another way with buffers is as fast: their middle halves overlap.
     bool hasEqual() const;
     bool operator==(const TransferTimes&) const = default;
 };

@@ -3,25 +3,9 @@
 #include <algorithm>
 #include <charconv>
 
+#include "records/record_set.h"
+
 namespace texprobe::ctl {
-
-namespace {
-
-std::optional<std::size_t> find_format(std::string_view name) {
-    for (std::size_t i = 0; i < kFormatCount; ++i) {
-        if (name == kFormats[i].name) return i;
-    }
-    return std::nullopt;
-}
-
-std::optional<Capability> find_transfer(std::string_view member) {
-    for (std::size_t i = kUploadSet; i < kCapabilityCount; ++i) {
-        if (member == kCapabilities[i].member) return static_cast<Capability>(i);
-    }
-    return std::nullopt;
-}
-
-}  // namespace
 
 std::optional<std::size_t> find_way(std::string_view name) {
     for (std::size_t i = 0; i < kWayCount; ++i) {
@@ -54,10 +38,10 @@ std::optional<TimedTransfer> parse_transfer(std::string_view text) {
     const std::size_t first = text.find(':');
     const std::size_t second = text.find(':', first == text.npos ? first : first + 1);
     if (second == text.npos) return std::nullopt;
-    const auto format = find_format(text.substr(0, first));
-    const auto transfer = find_transfer(text.substr(first + 1, second - first - 1));
+    const auto format = format_named(text.substr(0, first));
+    const auto transfer = capability_named(text.substr(first + 1, second - first - 1));
     const auto size = parse_size(text.substr(second + 1));
-    if (!format || !transfer || !size) return std::nullopt;
+    if (!format || !transfer || *transfer < kUploadSet || !size) return std::nullopt;
     return TimedTransfer{*format, *transfer, *size};
 }
 

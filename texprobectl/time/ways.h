@@ -57,7 +57,7 @@ inline bool is_upload(Capability transfer) {
     return transfer == kUploadSet || transfer == kUploadReset;
 }
 
-/// Whether the way is one of the transfer, even if the driver may lack it.
+/// Whether the transfer has this way, on a driver that lacks nothing.
 inline bool is_of_transfer(const Way& way, Capability transfer) {
     return is_upload(transfer) || way.renewal != Renewal::kRange;
 }

@@ -36,6 +36,21 @@ std::vector<std::string> words_of(const InspectionOrder& order);
 /// On standard error it writes the tool's lines, and kTestBegins before the inspected test.
 int inspect_as_child(const std::vector<std::string>& arguments);
 
+/// The first words of the recorder's lines, which tell of the inspected test's calls as they
+/// happen.
+namespace line {
+/// An error that the tests before have left.
+inline constexpr const char* kPending = "pending";
+/// Before a call.
+inline constexpr const char* kCall = "call";
+// After it.
+inline constexpr const char* kResult = "result";
+inline constexpr const char* kReturned = "returned";
+inline constexpr const char* kError = "error";
+/// The internal format of the texture that it has defined.
+inline constexpr const char* kChosen = "chosen";
+}  // namespace line
+
 inline constexpr const char* kTestBegins = "texprobectl: the inspected test begins";
 inline constexpr const char* kSentImage = "sent";
 inline constexpr const char* kReturnedImage = "returned";

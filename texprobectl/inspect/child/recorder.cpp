@@ -3,7 +3,7 @@
 #include <cstdio>
 #include <utility>
 
-#include "inspect/child/recorder_lines.h"
+#include "inspect/child/inspected_test.h"
 #include "inspect/gl_names.h"
 
 namespace texprobe::ctl {

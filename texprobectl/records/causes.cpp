@@ -1,4 +1,4 @@
-#include "records/marks.h"
+#include "records/causes.h"
 
 #include <charconv>
 #include <string_view>
@@ -7,7 +7,7 @@ namespace texprobe::ctl {
 
 namespace {
 
-constexpr const char* kMarksDomain = "org.texprobe.texprobectl";
+constexpr const char* kCausesDomain = "org.texprobe.texprobectl";
 constexpr const char* kRunningKey = "RUNNING_TOOL";
 
 std::optional<int> number_in(std::string_view text) {
@@ -17,7 +17,7 @@ std::optional<int> number_in(std::string_view text) {
     return number;
 }
 
-std::optional<Cause> parse_mark(std::string_view text) {
+std::optional<Cause> parse_cause(std::string_view text) {
     if (text == "seen") return Seen{};
     const std::size_t space = text.find(' ');
     if (space == std::string_view::npos) return std::nullopt;
@@ -32,16 +32,16 @@ std::optional<Cause> parse_mark(std::string_view text) {
 
 }  // namespace
 
-std::string marks_of(const std::string& id) {
-    return kMarksDomain + id.substr(kDomain.size());
+std::string causes_of(const std::string& id) {
+    return kCausesDomain + id.substr(kDomain.size());
 }
 
-std::optional<Cause> read_mark(const std::string& id, const Cell& cell) {
-    const auto text = read_text(marks_of(id), key_of(cell));
-    return text ? parse_mark(*text) : std::nullopt;
+std::optional<Cause> read_cause(const std::string& id, const Cell& cell) {
+    const auto text = read_text(causes_of(id), key_of(cell));
+    return text ? parse_cause(*text) : std::nullopt;
 }
 
-std::string mark_text(const Cause& cause) {
+std::string cause_text(const Cause& cause) {
     if (const auto* crashed = std::get_if<Crashed>(&cause)) return "signal " + crashed->signal;
     if (const auto* exited = std::get_if<Exited>(&cause)) {
         return "status " + std::to_string(exited->status);
@@ -53,23 +53,23 @@ std::string mark_text(const Cause& cause) {
 }
 
 std::optional<std::string> read_time(const std::string& id) {
-    return read_text(marks_of(id), kTimeKey);
+    return read_text(causes_of(id), kTimeKey);
 }
 
 /// "4711 <identity>"
-std::optional<RunningToolMark> read_running_tool() {
-    refresh(kMarksDomain);
-    const std::string text = read_text(kMarksDomain, kRunningKey).value_or("");
+std::optional<StartedTool> read_running_tool() {
+    refresh(kCausesDomain);
+    const std::string text = read_text(kCausesDomain, kRunningKey).value_or("");
     const std::size_t space = text.find(' ');
     const auto process = number_in(std::string_view(text).substr(0, space));
     if (!process || space == std::string::npos) return std::nullopt;
-    return RunningToolMark{*process, text.substr(space + 1)};
+    return StartedTool{*process, text.substr(space + 1)};
 }
 
-bool write_running_tool(const std::optional<RunningToolMark>& mark) {
-    Change change;
-    if (mark) change = std::to_string(mark->process) + ' ' + mark->identity;
-    return write(kMarksDomain, {{kRunningKey, change}});
+bool write_running_tool(const std::optional<StartedTool>& tool) {
+    KeyChange change;
+    if (tool) change = std::to_string(tool->process) + ' ' + tool->identity;
+    return write(kCausesDomain, {{kRunningKey, change}});
 }
 
 }  // namespace texprobe::ctl

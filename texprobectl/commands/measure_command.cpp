@@ -1,0 +1,82 @@
+#include <unistd.h>
+
+#include <iostream>
+#include <memory>
+
+#include "commands/command_options.h"
+#include "commands/commands.h"
+#include "measure/find_tool.h"
+#include "process/stop_signals.h"
+#include "text/progress.h"
+#include "text/write_text.h"
+
+namespace texprobe::ctl {
+
+namespace {
+
+struct MeasureArguments {
+    std::string tool;
+    int seconds = 60;
+    int attempts = 200;
+};
+
+int report_measuring(const MeasureResult& result) {
+    std::size_t open = 0;
+    for (const RecordSet& set : result.after) open += set.unmeasured();
+    switch (result.kind) {
+        case MeasureResult::Kind::kComplete:
+            return 0;
+        case MeasureResult::Kind::kInterrupted:
+            std::cerr << "Interrupted; nothing is lost. `texprobectl measure` continues with the "
+                      << open << " verdicts that are still missing.\n";
+            return 128 + StopSignals::received();
+        default:
+            std::cerr << "texprobectl: not complete: " << result.reason << '\n';
+            return 1;
+    }
+}
+
+int run_measure(const MeasureArguments& arguments, const Session& session) {
+    const std::string tool = arguments.tool.empty() ? find_tool(session.self) : arguments.tool;
+    if (tool.empty()) {
+        std::cerr << "texprobectl: texprobe was not found beside texprobectl or in PATH; give it "
+                     "with --tool PATH\n";
+        return 1;
+    }
+    const Machine machine = look_at_machine();
+    if (machine.renderers.empty()) {
+        std::cerr << "texprobectl: this machine lists no renderer"
+                  << (machine.trouble.empty() ? "" : ": " + machine.trouble)
+                  << "; `texprobectl doctor` says more\n";
+        return 1;
+    }
+    const StopSignals stopSignals;
+    MeasureView view(std::cerr, look_at_terminal(STDERR_FILENO));
+    const MeasureResult result =
+        measure({tool, arguments.seconds, arguments.attempts}, machine, view);
+    view.finish();
+    print([&](const Terminal& terminal, std::ostream& stream) {
+        write_changes_text(result, terminal, stream);
+    });
+    return report_measuring(result);
+}
+
+}  // namespace
+
+void add_measure(CLI::App* app, Session* session) {
+    CLI::App* command = app->add_subcommand(
+        "measure", "Measure this machine, past every crash and hang of its drivers");
+    const auto arguments = std::make_shared<MeasureArguments>();
+    command->add_option("--tool", arguments->tool, "The texprobe to run")->type_name("PATH");
+    add_seconds(command, "--timeout", &arguments->seconds, "How long a test may take");
+    command->add_option("--attempts", arguments->attempts, "How many runs to try before giving up")
+        ->type_name("N")
+        ->check(number_between(1, 1000000))
+        ->capture_default_str();
+    command->footer(
+        "Ends with a table of the changes.\n"
+        "Status 0 when all verdicts are recorded, whatever crashed.");
+    command->callback([=] { session->status = run_measure(*arguments, *session); });
+}
+
+}  // namespace texprobe::ctl

@@ -1,0 +1,56 @@
+#include "doctor/doctor.h"
+#include "documents/json_lines.h"
+#include "documents/write_json.h"
+
+namespace texprobe::ctl {
+
+namespace {
+
+Json known(const std::string& text) {
+    return text.empty() ? Json(nullptr) : Json(text);
+}
+
+Json renderer_of(const ExaminedRenderer& renderer) {
+    return {{"renderer_id", renderer.rendererID},
+            {"can_be_opened", renderer.canBeOpened},
+            {"megabytes", renderer.megabytes ? Json(*renderer.megabytes) : Json(nullptr)},
+            {"vendor", known(renderer.vendor)},
+            {"gl_version", known(renderer.glVersion)},
+            {"renderer", known(renderer.renderer)},
+            {"trouble", renderer.trouble},
+            {"messages", renderer.messages}};
+}
+
+Json store_of(const ExaminedStore& store) {
+    return {{"place", store.place},         {"exists", store.exists},
+            {"owner_is_user", store.isOwn}, {"folder_mode", store.folderMode},
+            {"file_mode", store.fileMode},  {"bytes", store.bytes},
+            {"health", store.health}};
+}
+
+}  // namespace
+
+void write_diagnosis_json(const Diagnosis& diagnosis, std::ostream& stream) {
+    Json json = begin_document("texprobe-diagnosis");
+    json["version"] = diagnosis.version;
+    json["system"] = diagnosis.system;
+    json["system_build"] = diagnosis.systemBuild;
+    json["tool"] = known(diagnosis.tool);
+    json["displays"] = diagnosis.displays;
+    json["trouble"] = diagnosis.trouble;
+    json["renderers"] = Json::array();
+    for (const auto& renderer : diagnosis.renderers) {
+        json["renderers"].push_back(renderer_of(renderer));
+    }
+    json["store"] = store_of(diagnosis.store);
+    json["record_sets"] = diagnosis.recordSets;
+    json["measuring_process"] =
+        diagnosis.measuring == 0 ? Json(nullptr) : Json(diagnosis.measuring);
+    json["variables"] = Json::array();
+    for (const auto& [name, value] : diagnosis.variables) {
+        json["variables"].push_back({{"name", name}, {"value", value}});
+    }
+    write_whole(json, stream);
+}
+
+}  // namespace texprobe::ctl

@@ -1,0 +1,25 @@
+// What the commands write for programs: documents, each valid against the installed schema.
+
+#ifndef TEXPROBECTL_WRITE_JSON_H
+#define TEXPROBECTL_WRITE_JSON_H
+
+#include <ostream>
+
+#include "records/record_set.h"
+
+namespace texprobe::ctl {
+
+struct Comparison;
+struct Diagnosis;
+class Merged;
+struct Times;
+
+void write_records_json(const RecordSets& sets, std::ostream& stream);
+void write_comparison_json(const Comparison& comparison, std::ostream& stream);
+void write_merged_json(const Merged& merged, std::ostream& stream);
+void write_times_json(const Times& times, std::ostream& stream);
+void write_diagnosis_json(const Diagnosis& diagnosis, std::ostream& stream);
+
+}  // namespace texprobe::ctl
+
+#endif

@@ -1,0 +1,39 @@
+// What `measure` remembers, under identifiers of its own beside the tool's: what caused a false
+// record, when a set was measured, and which process measures.
+//
+// A cause is one text under the key of the record that it explains: "signal SIGSEGV", "status 3",
+// "seconds 60", or "seen" for a test that came back. It counts only while that record is false.
+
+#ifndef TEXPROBECTL_CAUSES_H
+#define TEXPROBECTL_CAUSES_H
+
+#include <optional>
+#include <string>
+
+#include "records/preferences.h"
+#include "records/record_set.h"
+
+namespace texprobe::ctl {
+
+/// Where the causes of one record set are.
+std::string causes_of(const std::string& id);
+
+std::optional<Cause> read_cause(const std::string& id, const Cell& cell);
+std::string cause_text(const Cause& cause);
+
+/// When `measure` last completed this set: "2026-11-21T19:56:43Z". Texts of this form sort by time.
+std::optional<std::string> read_time(const std::string& id);
+inline constexpr const char* kTimeKey = "MEASURED";
+
+/// The tool that a `measure` has started and has not seen end.
+struct StartedTool {
+    int process = 0;
+    /// Of identity_of_process().
+    std::string identity;
+};
+std::optional<StartedTool> read_running_tool();
+bool write_running_tool(const std::optional<StartedTool>& tool);
+
+}  // namespace texprobe::ctl
+
+#endif

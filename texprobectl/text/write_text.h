@@ -1,0 +1,46 @@
+// What the commands write for people: text that is readable at 80 columns.
+
+#ifndef TEXPROBECTL_WRITE_TEXT_H
+#define TEXPROBECTL_WRITE_TEXT_H
+
+#include <ostream>
+
+#include "process/terminal.h"
+#include "records/record_set.h"
+
+namespace texprobe::ctl {
+
+struct Comparison;
+struct Diagnosis;
+struct Inspection;
+struct MeasureResult;
+class Merged;
+struct Times;
+
+/// One line for each set.
+void write_list_text(const RecordSets& all, const Terminal& terminal, std::ostream& stream);
+
+/// Each set with its verdicts.
+void write_sets_text(const RecordSets& sets, const Terminal& terminal, std::ostream& stream);
+
+void write_comparison_text(const Comparison& comparison, const Terminal& terminal,
+                           std::ostream& stream);
+
+/// What measuring has changed, against what was recorded before, or under the build before.
+void write_changes_text(const MeasureResult& result, const Terminal& terminal,
+                        std::ostream& stream);
+
+/// The answer first, then who is behind what does not work everywhere.
+void write_merged_text(const Merged& merged, const Terminal& terminal, std::ostream& stream);
+
+void write_inspection_text(const Inspection& inspection, const Terminal& terminal,
+                           std::ostream& stream);
+
+/// The fastest verified ways first, then every way, then how far the numbers can be trusted.
+void write_times_text(const Times& times, const Terminal& terminal, std::ostream& stream);
+
+void write_diagnosis_text(const Diagnosis& diagnosis, std::ostream& stream);
+
+}  // namespace texprobe::ctl
+
+#endif
