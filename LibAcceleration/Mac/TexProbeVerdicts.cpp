@@ -99,14 +99,13 @@ private:
         const PlatformMessages messages;
         const Finding finding = sets_.look();
         isRead_ = finding.isRead;
-        const bool isInVain = isRead_ && !finding.verdicts && sets_.are_all_measured();
         messages_ = messages.lines();
         // Each renderer's records are in the same store.
         messages_.erase(std::unique(messages_.begin(), messages_.end()), messages_.end());
         if (finding.verdicts) {
             outcome_.ready(*finding.verdicts,
                            one_line(sets_.describe_differences(finding.differences)));
-        } else if (isInVain) {
+        } else if (isRead_ && finding.areAllMeasured) {
             outcome_.failed(one_line(sets_.describe_mismatch({}) +
                                      "; run texprobe if the driver's strings have changed since"));
         } else {

@@ -280,6 +280,38 @@ TEST_F(MeasuringVerdicts, wait_for_a_run_that_has_begun_while_the_tool_ended) {
     texprobe_verdicts_close(verdicts);
 }
 
+/// Another process whose runs find nothing to do: each is at work on the set for a moment.
+class RunsThatComeAndGo {
+public:
+    explicit RunsThatComeAndGo(const std::string& set)
+        : process_(start([set]() -> int {
+              for (;; usleep(100)) {
+                  qor::MeasuringTurn(qor::turn_settings(), [] {}).take_in_hand(set);
+              }
+          })) {}
+    ~RunsThatComeAndGo() {
+        kill(process_, SIGKILL);
+        status_of(process_);
+    }
+    RunsThatComeAndGo(const RunsThatComeAndGo&) = delete;
+    RunsThatComeAndGo& operator=(const RunsThatComeAndGo&) = delete;
+
+private:
+    const pid_t process_;
+};
+
+TEST_F(MeasuringVerdicts, begin_when_another_run_ends_while_they_look) {
+    record(complete_set(kFirst, "Renderer") + complete_set(kSecond, "Another renderer"));
+    const RunsThatComeAndGo others(kFirst);
+    tool_ = "/no/such/tool";
+    for (int i = 0; i < 100; ++i) {
+        // The records match: what they look at twice may have been in hand the first time only.
+        if (measure() == TEXPROBE_FAILED) {
+            ASSERT_EQ(reason_, "\"/no/such/tool\" was not found");
+        }
+    }
+}
+
 /// The action of a signal, put back at the end.
 class Action {
 public:

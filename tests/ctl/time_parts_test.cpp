@@ -306,11 +306,14 @@ TEST(TimesText, has_no_control_characters_of_the_driver) {
     Times times = example();
     times.renderer = "a\x1b[2Jrenderer\u2028";
     times.glVersion = "4.5\nfake";
+    times.id = "an\x1b]0;id";
     times.transfers[2].reason = "ended\adly";
+    times.transfers[3].reason = "blue\r";
     std::ostringstream stream;
     ctl::write_times_text(times, {}, stream);
-    EXPECT_THAT(stream.str(),
-                AllOf(HasSubstr("a?[2Jrenderer?\n4.5?fake\n"), HasSubstr("failed: ended?dly")));
+    EXPECT_THAT(stream.str(), HasSubstr("a?[2Jrenderer?\n4.5?fake\nan?]0;id\n"));
+    EXPECT_THAT(stream.str(), HasSubstr("failed: ended?dly\n"));
+    EXPECT_THAT(stream.str(), HasSubstr("not verified: blue?\n"));
 }
 
 }  // namespace

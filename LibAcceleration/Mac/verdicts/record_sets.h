@@ -50,6 +50,9 @@ struct Finding {
     /// A run is at work on a set with the context's strings: it may say the false of a test under
     /// way.
     bool isInHand = false;
+    /// Every set is complete, and no run is at work on one: another finds nothing to measure. Of the
+    /// same look as the rest, because a run may end between two.
+    bool areAllMeasured = true;
     std::optional<Answers> verdicts;
     /// How many of them are unknown because two renderers carry the context's strings.
     std::size_t differences = 0;
@@ -104,10 +107,11 @@ public:
             const SetAtRest atRest(turnFile_, text_of(appID));
             // The tool may just have written these records in its own process.
             finding.isRead &= CFPreferencesAppSynchronize(appID) != 0;
-            if (!strings_.match(appID, isVersionCompared_)) continue;
             const Answers verdicts = read_verdicts(appID);
-            if (!verdicts.are_complete()) continue;
-            finding.isInHand |= !atRest.has_lasted();
+            const bool isInHand = !atRest.has_lasted();
+            finding.areAllMeasured &= !isInHand && is_measured(appID) && verdicts.are_complete();
+            if (!strings_.match(appID, isVersionCompared_) || !verdicts.are_complete()) continue;
+            finding.isInHand |= isInHand;
             finding.add(verdicts);
         }
         if (finding.isInHand || !finding.isRead) finding.verdicts.reset();
@@ -126,18 +130,6 @@ public:
             if (verdicts.are_complete()) finding.add(verdicts);
         }
         return finding;
-    }
-
-    /// Is every set complete, and no run at work on one? Then another finds nothing to measure.
-    bool are_all_measured() const {
-        return std::all_of(appIDs_.begin(), appIDs_.end(), [this](CFStringRef appID) {
-            const SetAtRest atRest(turnFile_, text_of(appID));
-            CFPreferencesAppSynchronize(appID);
-            return is_current(appID) && recorded_string(appID, CFSTR("GL_VENDOR")) &&
-                   recorded_string(appID, CFSTR("GL_VERSION")) &&
-                   recorded_string(appID, CFSTR("GL_RENDERER")) &&
-                   read_verdicts(appID).are_complete() && atRest.has_lasted();
-        });
     }
 
     /// Reads all sets anew.
@@ -196,6 +188,13 @@ private:
         const bool isCurrent = is_current_version(value, &number);
         release(value);
         return isCurrent;
+    }
+
+    /// Has a run begun and ended this set?
+    static bool is_measured(CFStringRef appID) {
+        return is_current(appID) && recorded_string(appID, CFSTR("GL_VENDOR")) &&
+               recorded_string(appID, CFSTR("GL_VERSION")) &&
+               recorded_string(appID, CFSTR("GL_RENDERER"));
     }
 
     /// Nothing if there is none.
