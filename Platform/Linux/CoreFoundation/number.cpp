@@ -2,8 +2,8 @@
 
 #include "object.h"
 
-using texprobe::platform::Kind;
 using texprobe::platform::object_cast;
+using texprobe::platform::ObjectKind;
 
 // Constant-initialized, so that static initializers in other files can use them.
 static constinit __CFBoolean trueObject(true);
@@ -12,7 +12,7 @@ const CFBooleanRef kCFBooleanTrue = &trueObject;
 const CFBooleanRef kCFBooleanFalse = &falseObject;
 
 CFTypeID CFNumberGetTypeID(void) {
-    return static_cast<CFTypeID>(Kind::kNumber);
+    return static_cast<CFTypeID>(ObjectKind::kNumber);
 }
 
 CFNumberRef CFNumberCreate(CFAllocatorRef, CFNumberType type, const void* value) {

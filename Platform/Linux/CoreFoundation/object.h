@@ -12,18 +12,19 @@
 
 namespace texprobe::platform {
 
-enum class Kind : CFTypeID { kArray = 1, kBoolean, kDictionary, kNumber, kString };
+enum class ObjectKind : CFTypeID { kArray = 1, kBoolean, kDictionary, kNumber, kString };
 
 /// A constant lives for the whole process: releasing it does nothing.
 enum class Lifetime : bool { kCounted, kConstant };
 
 struct Object {
-    constexpr Object(Kind itsKind, Lifetime itsLifetime) : kind(itsKind), lifetime(itsLifetime) {}
+    constexpr Object(ObjectKind itsKind, Lifetime itsLifetime)
+        : kind(itsKind), lifetime(itsLifetime) {}
     virtual ~Object() = default;
     Object(const Object&) = delete;
     Object& operator=(const Object&) = delete;
 
-    const Kind kind;
+    const ObjectKind kind;
     const Lifetime lifetime;
     mutable std::atomic<long> references{1};
 };
@@ -47,7 +48,7 @@ void retain(CFTypeRef object);
 // The names are the public header's.
 
 struct __CFString final : texprobe::platform::Object {
-    static constexpr auto kKind = texprobe::platform::Kind::kString;
+    static constexpr auto kKind = texprobe::platform::ObjectKind::kString;
     explicit __CFString(std::string itsText, texprobe::platform::Lifetime itsLifetime =
                                                  texprobe::platform::Lifetime::kCounted)
         : Object(kKind, itsLifetime), text(std::move(itsText)) {}
@@ -55,21 +56,21 @@ struct __CFString final : texprobe::platform::Object {
 };
 
 struct __CFNumber final : texprobe::platform::Object {
-    static constexpr auto kKind = texprobe::platform::Kind::kNumber;
+    static constexpr auto kKind = texprobe::platform::ObjectKind::kNumber;
     explicit __CFNumber(double itsValue)
         : Object(kKind, texprobe::platform::Lifetime::kCounted), value(itsValue) {}
     const double value;
 };
 
 struct __CFBoolean final : texprobe::platform::Object {
-    static constexpr auto kKind = texprobe::platform::Kind::kBoolean;
+    static constexpr auto kKind = texprobe::platform::ObjectKind::kBoolean;
     constexpr explicit __CFBoolean(bool itsValue)
         : Object(kKind, texprobe::platform::Lifetime::kConstant), value(itsValue) {}
     const bool value;
 };
 
 struct __CFArray final : texprobe::platform::Object {
-    static constexpr auto kKind = texprobe::platform::Kind::kArray;
+    static constexpr auto kKind = texprobe::platform::ObjectKind::kArray;
     __CFArray(std::vector<const void*> itsValues, const CFArrayCallBacks& itsCallbacks);
     ~__CFArray() override;
     const std::vector<const void*> values;
@@ -77,7 +78,7 @@ struct __CFArray final : texprobe::platform::Object {
 };
 
 struct __CFDictionary final : texprobe::platform::Object {
-    static constexpr auto kKind = texprobe::platform::Kind::kDictionary;
+    static constexpr auto kKind = texprobe::platform::ObjectKind::kDictionary;
     using Pairs = std::vector<std::pair<const void*, const void*>>;
     explicit __CFDictionary(Pairs itsPairs);
     ~__CFDictionary() override;

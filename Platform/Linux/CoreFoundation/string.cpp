@@ -13,9 +13,9 @@
 
 #include "object.h"
 
-using texprobe::platform::Kind;
 using texprobe::platform::Lifetime;
 using texprobe::platform::object_cast;
+using texprobe::platform::ObjectKind;
 
 namespace {
 
@@ -86,7 +86,7 @@ std::optional<std::string> format_text(std::string_view format, std::va_list* ar
 }  // namespace
 
 CFTypeID CFStringGetTypeID(void) {
-    return static_cast<CFTypeID>(Kind::kString);
+    return static_cast<CFTypeID>(ObjectKind::kString);
 }
 
 CFStringRef __CFStringMakeConstantString(const char* literal) {
