@@ -286,7 +286,7 @@ public:
     explicit RunsThatComeAndGo(const std::string& set)
         : process_(start([set]() -> int {
               for (;; usleep(100)) {
-                  qor::MeasuringTurn(qor::turn_settings(), [] {}).take_in_hand(set);
+                  texprobe::MeasuringTurn(texprobe::turn_settings(), [] {}).take_in_hand(set);
               }
           })) {}
     ~RunsThatComeAndGo() {
