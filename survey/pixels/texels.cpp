@@ -239,9 +239,9 @@ double step(const Format& format, std::size_t component, const Texel& texel) {
 double tolerance(const Format& format, std::size_t component, const Texel& expected) {
     const Kind kind = format.kind_of(component);
     const bool isNormalized = kind == Kind::kUnorm || kind == Kind::kSnorm || kind == Kind::kSrgb;
-    // The judge has 24 bits, of which a step of 24 bits needs all.
-    constexpr double kRoundOff = 1.001;
-    return isNormalized ? step(format, component, expected) * kRoundOff : 0;
+    // A shader sees a normalized value as a float, which may be off by one of its own last bits.
+    const double lastBit = power_of_two(-24);
+    return isNormalized ? step(format, component, expected) + lastBit : 0;
 }
 
 Texel as_sampled(const Format& format, Texel texel) {

@@ -39,12 +39,14 @@ std::string who_promises_storage(const ContextFacts& facts, const Format& format
     return format_itself.empty() ? format_itself : storage;
 }
 
-/// OpenGL ES generates mipmaps of what it can both filter and render; desktop OpenGL of all colors
-/// that it filters. No document says so of depth.
+/// OpenGL ES generates mipmaps of what its own table says can be both filtered and rendered; desktop
+/// OpenGL of all colors that it filters. No document says so of depth.
 std::string who_promises_mipmap(const ContextFacts& facts, const Format& format) {
     if (format.is_depth()) return "";
-    const bool isEs = facts.profile == Profile::kEs;
-    if (isEs && who_promises(facts, format.promises->render).empty()) return "";
+    const std::string render = who_promises(facts, format.promises->render);
+    // This extension is one to OpenGL ES 2 as well, and does not say that it changes the table.
+    const bool isInTable = !render.empty() && render != "GL_EXT_color_buffer_half_float";
+    if (facts.profile == Profile::kEs && !isInTable) return "";
     return who_promises(facts, format.promises->filter);
 }
 
