@@ -7,13 +7,14 @@
 
 namespace texprobe::survey {
 
-/// Bound to GL_TEXTURE_2D, not filtered, with one level.
+/// Bound to GL_TEXTURE_2D, not filtered, with one level. The filter is that of several, so that a
+/// driver compiles once for both.
 class Texture {
 public:
     explicit Texture(const Gl& gl) : gl_(gl) {
         gl_.GenTextures(1, &name_);
         bind();
-        set(gl::kMinFilter, gl::kNearest);
+        set(gl::kMinFilter, gl::kNearestMipmapNearest);
         set(gl::kMagFilter, gl::kNearest);
         set(gl::kWrapS, gl::kClampToEdge);
         set(gl::kWrapT, gl::kClampToEdge);

@@ -39,8 +39,8 @@ std::string who_promises_storage(const ContextFacts& facts, const Format& format
     return format_itself.empty() ? format_itself : storage;
 }
 
-/// OpenGL ES generates mipmaps of what its own table says can be both filtered and rendered; desktop
-/// OpenGL of all colors that it filters. No document says so of depth.
+/// OpenGL ES generates mipmaps of what its own table says can be both filtered and rendered;
+/// desktop OpenGL of all colors that it filters. No document says so of depth.
 std::string who_promises_mipmap(const ContextFacts& facts, const Format& format) {
     if (format.is_depth()) return "";
     const std::string render = who_promises(facts, format.promises->render);

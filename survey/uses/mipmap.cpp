@@ -101,7 +101,6 @@ Finding try_base(const Work& work, const Base2D& base) {
     if (const auto failure = upload(work, texture, image, &arrived)) return *failure;
     texture.bind();
     texture.set(gl::kMaxLevel, level_count(base) - 1);
-    texture.set(gl::kMinFilter, gl::kNearestMipmapNearest);
     work.gl().GenerateMipmap(gl::kTexture2D);
     const std::string errors = take_errors(work.gl());
     if (!errors.empty()) return refused("glGenerateMipmap gives " + errors);
