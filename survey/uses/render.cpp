@@ -23,8 +23,8 @@ Finding draw_and_compare(const Work& work, const std::vector<Image>& images) {
         gl.DepthFunc(gl::kAlways);
         gl.BlendFunc(gl::kOne, gl::kOne);
         for (const Image& image : images) {
+            if (&image != &images.front()) gl.Enable(gl::kBlend);
             work.judge.draw(image, numbers_of(format), format.is_depth());
-            gl.Enable(gl::kBlend);
         }
         gl.Disable(gl::kBlend);
         gl.Disable(gl::kDepthTest);
