@@ -21,7 +21,6 @@ Finding draw_and_compare(const Work& work, const std::vector<Image>& images) {
         if (status != gl::kComplete) return incomplete(status);
         if (format.is_depth()) gl.Enable(gl::kDepthTest);
         gl.DepthFunc(gl::kAlways);
-        gl.BlendFunc(gl::kOne, gl::kOne);
         for (const Image& image : images) {
             if (&image != &images.front()) gl.Enable(gl::kBlend);
             work.judge.draw(image, numbers_of(format), format.is_depth());
@@ -56,6 +55,7 @@ Finding blend(const Work& work) {
             return split(work.format, pattern(work.format, x, y))[index];
         });
     };
+    work.gl().BlendFunc(gl::kOne, gl::kOne);
     return draw_and_compare(work, {part(0), part(1)});
 }
 
