@@ -3,9 +3,9 @@
 #include <cstdio>
 #include <string>
 
+#include <runs/interruption.h>
+#include <runs/measuring_turn.h>
 #include "run/survey_run.h"
-#include "runs/interruption.h"
-#include "runs/measuring_turn.h"
 
 namespace {
 

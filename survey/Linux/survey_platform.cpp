@@ -2,7 +2,7 @@
 
 #include <EGL/egl.h>
 
-#include "CGL/es_pixel_format.h"
+#include <CGL/es_pixel_format.h>
 
 namespace texprobe::survey {
 

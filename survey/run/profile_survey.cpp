@@ -5,8 +5,8 @@
 #include <cstdio>
 #include <utility>
 
-#include "runs/interruption.h"
-#include "runs/measuring_turn.h"
+#include <runs/interruption.h>
+#include <runs/measuring_turn.h>
 
 namespace texprobe::survey {
 

@@ -7,18 +7,19 @@ namespace texprobe::survey {
 
 namespace {
 
-constexpr const char* kNames[] = {"yes",     "refused", "wrong",   "not_offered", "not_applicable",
-                                  "crashed", "hung",    "unknown", "started"};
+constexpr const char* kVerdictNames[] = {"yes",         "refused",        "wrong",
+                                         "not_offered", "not_applicable", "crashed",
+                                         "hung",        "unknown",        "started"};
 
 }  // namespace
 
 const char* name_of(Verdict verdict) {
-    return kNames[static_cast<std::size_t>(verdict)];
+    return kVerdictNames[static_cast<std::size_t>(verdict)];
 }
 
 std::optional<Verdict> find_verdict(const std::string& name) {
-    for (std::size_t i = 0; i < std::size(kNames); ++i) {
-        if (name == kNames[i]) return static_cast<Verdict>(i);
+    for (std::size_t i = 0; i < std::size(kVerdictNames); ++i) {
+        if (name == kVerdictNames[i]) return static_cast<Verdict>(i);
     }
     return std::nullopt;
 }

@@ -6,7 +6,7 @@ namespace texprobe::survey {
 
 namespace {
 
-constexpr int kSize = 128;
+constexpr int kCreatedSize = 128;
 
 struct SizeQuery {
     const char* component;
@@ -62,7 +62,7 @@ Finding find_created(const Work& work, const char* call) {
 
 Finding create(const Work& work) {
     const Texture texture(work.gl());
-    define(work, kSize, kSize, nullptr);
+    define(work, kCreatedSize, kCreatedSize, nullptr);
     return find_created(work, "glTexImage2D");
 }
 
@@ -72,7 +72,7 @@ Finding create_storage(const Work& work) {
         return refused("the context has no glTexStorage2D");
     }
     const Texture texture(work.gl());
-    work.gl().TexStorage2D(gl::kTexture2D, 1, work.format.value, kSize, kSize);
+    work.gl().TexStorage2D(gl::kTexture2D, 1, work.format.value, kCreatedSize, kCreatedSize);
     return find_created(work, "glTexStorage2D");
 }
 

@@ -10,11 +10,11 @@ namespace texprobe::survey {
 
 namespace {
 
-constexpr int kWidth = 128;
+constexpr int kRowWidth = 128;
 
 /// First a ramp through the whole range; then, for formats of a few steps, up and down by quarters.
 Texel row_texel(const Format& format, int x) {
-    constexpr int kHalf = kWidth / 2;
+    constexpr int kHalf = kRowWidth / 2;
     const double part =
         x < kHalf ? static_cast<double>(x) / (kHalf - 1) : std::abs((x - kHalf) % 8 - 4) / 4.0;
     return quantize(format, ramp(format, part));
@@ -54,15 +54,15 @@ Finding filter(const Work& work) {
     Image row;
     const auto failure =
         upload(work, texture,
-               make_image(kWidth, 1, [&](int x, int) { return row_texel(format, x); }), &row);
+               make_image(kRowWidth, 1, [&](int x, int) { return row_texel(format, x); }), &row);
     if (failure) return *failure;
     texture.bind();
     texture.set(gl::kMinFilter, gl::kLinear);
     texture.set(gl::kMagFilter, gl::kLinear);
-    const Image came = work.judge.sample_row(texture, kWidth);
+    const Image came = work.judge.sample_row(texture, kRowWidth);
     const auto betweenAt = [&](int x) {
         const int left = x / 4;
-        return between(format, row.at(left, 0), row.at(std::min(left + 1, kWidth - 1), 0),
+        return between(format, row.at(left, 0), row.at(std::min(left + 1, kRowWidth - 1), 0),
                        (x % 4) / 4.0);
     };
     const Image expected =

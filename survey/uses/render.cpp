@@ -6,7 +6,7 @@ namespace texprobe::survey {
 
 namespace {
 
-constexpr int kSize = 64;
+constexpr int kDrawnSize = 64;
 
 /// Draws `images`, one after the other, with blending from the second on; and looks whether the
 /// pattern is there.
@@ -14,7 +14,7 @@ Finding draw_and_compare(const Work& work, const std::vector<Image>& images) {
     const Format& format = work.format;
     const Gl& gl = work.gl();
     const Texture texture(gl);
-    define(work, kSize, kSize, nullptr);
+    define(work, kDrawnSize, kDrawnSize, nullptr);
     {
         const Framebuffer framebuffer(gl, attachment_of(format), texture);
         const Enum status = framebuffer.status();
@@ -30,9 +30,10 @@ Finding draw_and_compare(const Work& work, const std::vector<Image>& images) {
     }
     const std::string errors = take_errors(gl);
     if (!errors.empty()) return refused("drawing gives " + errors);
-    const Image came = work.judge.look(texture, numbers_of(format), 0, kSize, kSize);
-    const Image expected = make_image(
-        kSize, kSize, [&](int x, int y) { return as_sampled(format, pattern(format, x, y)); });
+    const Image came = work.judge.look(texture, numbers_of(format), 0, kDrawnSize, kDrawnSize);
+    const Image expected = make_image(kDrawnSize, kDrawnSize, [&](int x, int y) {
+        return as_sampled(format, pattern(format, x, y));
+    });
     const std::string difference = first_difference(
         format, expected, came,
         [&](std::size_t c, int x, int y) { return tolerance(format, c, expected.at(x, y)); });
@@ -42,8 +43,8 @@ Finding draw_and_compare(const Work& work, const std::vector<Image>& images) {
 }  // namespace
 
 Finding render(const Work& work) {
-    const Image image =
-        make_image(kSize, kSize, [&](int x, int y) { return pattern(work.format, x, y); });
+    const Image image = make_image(kDrawnSize, kDrawnSize,
+                                   [&](int x, int y) { return pattern(work.format, x, y); });
     Finding finding = draw_and_compare(work, {image});
     if (finding.kind == Finding::Kind::kOtherPixels) finding.promise = "a complete framebuffer";
     return finding;
@@ -51,7 +52,7 @@ Finding render(const Work& work) {
 
 Finding blend(const Work& work) {
     const auto part = [&](std::size_t index) {
-        return make_image(kSize, kSize, [&](int x, int y) {
+        return make_image(kDrawnSize, kDrawnSize, [&](int x, int y) {
             return split(work.format, pattern(work.format, x, y))[index];
         });
     };

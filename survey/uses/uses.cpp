@@ -4,7 +4,7 @@ namespace texprobe::survey {
 
 namespace {
 
-Finding run(const Work& work, Use use) {
+Finding run_use(const Work& work, Use use) {
     switch (use) {
         case Use::kCreate:
             return create(work);
@@ -60,7 +60,7 @@ Judged survey_use(const Work& work, Use use, const FormatRecord& record) {
         }
         if (!work.judge.trouble().empty()) return {Verdict::kUnknown, work.judge.trouble()};
     }
-    Finding finding = run(work, use);
+    Finding finding = run_use(work, use);
     take_errors(work.gl());
     if (is_from_outside(finding.text)) finding.kind = Finding::Kind::kCannotTell;
     return judge(finding, who_promises_here(work, use));

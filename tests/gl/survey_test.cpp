@@ -52,19 +52,16 @@ std::string verdicts_of(const Records& records, const std::string& key) {
     return text;
 }
 
-/// Softpipe's records without any trouble, made once.
-const Records& undisturbed_survey() {
-    static const Records records = [] {
-        const ToolFolder folder(SURVEY);
-        const Finished run = folder.run({}, kSurveySoftpipe);
-        EXPECT_TRUE(run.exited_with(0)) << run.err;
-        return survey_set(folder);
-    }();
-    return records;
+/// Softpipe's records of a run with these arguments and without any trouble.
+Records undisturbed_survey(const std::vector<std::string>& arguments = {}) {
+    const ToolFolder folder(SURVEY);
+    const Finished run = folder.run(arguments, kSurveySoftpipe);
+    EXPECT_TRUE(run.exited_with(0)) << run.err;
+    return survey_set(folder);
 }
 
-TEST(Survey, records_every_format_of_every_profile) {
-    const Records& records = undisturbed_survey();
+TEST(Survey, records_every_format_of_every_profile_and_finds_what_mesa_does) {
+    const Records records = undisturbed_survey();
     EXPECT_EQ(records.size(), 3 * survey::formats().size() + 3);
     EXPECT_THAT(records.at("compatibility"), HasSubstr("(Compatibility Profile) Mesa"));
     EXPECT_THAT(records.at("core"), HasSubstr("(Core Profile) Mesa"));
@@ -75,10 +72,7 @@ TEST(Survey, records_every_format_of_every_profile) {
             EXPECT_TRUE(is_complete(format, read_survey_record(records, key))) << key;
         }
     }
-}
-
-TEST(Survey, finds_what_mesa_certainly_does) {
-    const Records& records = undisturbed_survey();
+    // What Mesa certainly does.
     for (const std::string profile : {"compatibility.", "core.", "es."}) {
         for (const char* name : {"GL_RGBA8", "GL_RG8", "GL_RGBA16F", "GL_SRGB8_ALPHA8",
                                  "GL_RGB10_A2", "GL_R11F_G11F_B10F"}) {
@@ -139,15 +133,6 @@ TEST(Survey, fails_where_nothing_can_be_recorded) {
     EXPECT_THAT(run.err, testing::Not(HasSubstr("create"))) << "the driver was touched";
 }
 
-/// The records of one profile.
-Records profile_of(const Records& records, const std::string& profile) {
-    Records found;
-    for (const auto& [key, record] : records) {
-        if (key.rfind(profile, 0) == 0) found[key] = record;
-    }
-    return found;
-}
-
 const std::vector<std::string> kCoreOnly = {"--profile", "core"};
 
 TEST(Survey, beside_another_survey_and_the_tool_loses_and_changes_nothing) {
@@ -159,7 +144,7 @@ TEST(Survey, beside_another_survey_and_the_tool_loses_and_changes_nothing) {
     EXPECT_TRUE(finish(tool).exited_with(0));
     EXPECT_TRUE(finish(one).exited_with(0));
     EXPECT_TRUE(finish(two).exited_with(0));
-    EXPECT_EQ(survey_set(folder), profile_of(undisturbed_survey(), "core"));
+    EXPECT_EQ(survey_set(folder), undisturbed_survey(kCoreOnly));
     const RecordSets sets = folder.records();
     const auto ofTool = std::find_if(sets.begin(), sets.end(), [](const auto& set) {
         return set.first.rfind("org.texprobe.texprobe2.", 0) == 0;
@@ -185,14 +170,14 @@ TEST(Survey, ends_between_two_formats_when_it_is_interrupted) {
         EXPECT_NE(record, "string measuring\n") << key;
     }
     EXPECT_TRUE(folder.run(kCoreOnly, kSurveySoftpipe).exited_with(0));
-    EXPECT_EQ(survey_set(folder), profile_of(undisturbed_survey(), "core"));
+    EXPECT_EQ(survey_set(folder), undisturbed_survey(kCoreOnly));
 }
 
 TEST(Survey, tries_again_what_was_under_way_when_it_was_killed_from_outside) {
+    const std::vector<std::string> arguments = {"--profile", "core", "--format", "GL_RGBA8"};
     const ToolFolder folder(SURVEY_DYING);
     std::ofstream(folder.path() / "die") << "core " << 0x8058 << " mipmap 0";
-    const Finished hung = {
-        start({folder.tool(), {"--profile", "core", "--format", "GL_RGBA8"}, kSurveySoftpipe})};
+    const Finished hung = {start({folder.tool(), arguments, kSurveySoftpipe})};
     while (!has_ended(hung.pid) && !std::filesystem::exists(folder.path() / "deaths")) {
         std::this_thread::sleep_for(std::chrono::milliseconds(5));
     }
@@ -200,14 +185,13 @@ TEST(Survey, tries_again_what_was_under_way_when_it_was_killed_from_outside) {
     finish(hung.pid);
     EXPECT_EQ(survey_set(folder).at("core.GL_RGBA8"), "string measuring\n");
     std::filesystem::remove(folder.path() / "die");
-    EXPECT_TRUE(
-        folder.run({"--profile", "core", "--format", "GL_RGBA8"}, kSurveySoftpipe).exited_with(0));
-    EXPECT_EQ(survey_set(folder).at("core.GL_RGBA8"), undisturbed_survey().at("core.GL_RGBA8"));
+    EXPECT_TRUE(folder.run(arguments, kSurveySoftpipe).exited_with(0));
+    EXPECT_EQ(survey_set(folder).at("core.GL_RGBA8"),
+              undisturbed_survey(arguments).at("core.GL_RGBA8"));
 }
 
 /// What remains of the undisturbed record if the process dies in that use.
-std::string after_death(const std::string& key, survey::Use guilty) {
-    survey::FormatRecord record = read_survey_record(undisturbed_survey(), key);
+std::string after_death(survey::FormatRecord record, survey::Use guilty) {
     record.uses[guilty] = {survey::Verdict::kCrashed, ""};
     if (guilty == survey::Use::kCreate) {
         for (auto& [use, judged] : record.uses) {
@@ -226,6 +210,8 @@ TEST_P(SurveyDeath, in_a_use_costs_that_verdict_and_no_other) {
     for (const char* name : {"GL_RGB565", "GL_R16F", "GL_RG32UI"}) {
         const survey::Format& format = *survey::find_format(name);
         const std::string key = profile + '.' + name;
+        const survey::FormatRecord undisturbed =
+            read_survey_record(undisturbed_survey({"--profile", profile, "--format", name}), key);
         for (const survey::Use use : survey::kUses) {
             if (!has_use(format, use)) continue;
             const ToolFolder folder(SURVEY_DYING);
@@ -238,7 +224,7 @@ TEST_P(SurveyDeath, in_a_use_costs_that_verdict_and_no_other) {
             EXPECT_EQ(survey_set(folder).at(key), "string measuring\n");
             EXPECT_TRUE(WIFSIGNALED(run().status)) << key;
             EXPECT_TRUE(run().exited_with(0)) << key << ' ' << name_of(use);
-            EXPECT_EQ(survey_set(folder).at(key), after_death(key, use)) << name_of(use);
+            EXPECT_EQ(survey_set(folder).at(key), after_death(undisturbed, use)) << name_of(use);
         }
     }
     EXPECT_EQ(tried, 15);
