@@ -4,10 +4,18 @@
 
 namespace texprobe::survey {
 
+namespace {
+
+template <typename Function>
+void load(const char* name, Function* function) {
+    *function = reinterpret_cast<Function>(gl_function(name));
+}
+
+}  // namespace
+
 Gl load_gl() {
     Gl table;
-#define TEXPROBE_SURVEY_LOAD(result, name, parameters) \
-    table.name = reinterpret_cast<result(*) parameters>(gl_function("gl" #name));
+#define TEXPROBE_SURVEY_LOAD(result, name, parameters) load("gl" #name, &table.name);
     TEXPROBE_SURVEY_FUNCTIONS(TEXPROBE_SURVEY_LOAD)
 #undef TEXPROBE_SURVEY_LOAD
     return table;

@@ -35,8 +35,8 @@ std::string who_promises_word(const ContextFacts& facts, const std::string& word
 std::string who_promises_storage(const ContextFacts& facts, const Format& format) {
     std::string storage = who_promises(facts, "gl4.2 es3.0 GL_ARB_texture_storage");
     if (format.value == kBgra8) storage = who_promises(facts, "GL_EXT_texture_storage");
-    const std::string format_itself = who_promises(facts, format.promises->create);
-    return format_itself.empty() ? format_itself : storage;
+    const std::string itself = who_promises(facts, format.promises->create);
+    return itself.empty() ? itself : storage;
 }
 
 /// OpenGL ES generates mipmaps of what its own table says can be both filtered and rendered;
