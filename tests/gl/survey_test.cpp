@@ -10,6 +10,7 @@
 #include <fstream>
 #include <thread>
 
+#include "runs/measuring_turn.h"
 #include "support/tool_folder.h"
 #include "table/promises.h"
 #include "table/record_text.h"
@@ -173,16 +174,36 @@ TEST(Survey, ends_between_two_formats_when_it_is_interrupted) {
     EXPECT_EQ(survey_set(folder), undisturbed_survey(kCoreOnly));
 }
 
+/// A survey that hangs in a use of GL_RGBA8 in core profile.
+pid_t start_hanging(const ToolFolder& folder) {
+    std::ofstream(folder.path() / "die") << "core " << 0x8058 << " mipmap 0";
+    const pid_t survey =
+        start({folder.tool(), {"--profile", "core", "--format", "GL_RGBA8"}, kSurveySoftpipe});
+    while (!has_ended(survey) && !std::filesystem::exists(folder.path() / "deaths")) {
+        std::this_thread::sleep_for(std::chrono::milliseconds(5));
+    }
+    return survey;
+}
+
+TEST(Survey, works_on_no_set_but_its_own) {
+    const ToolFolder folder(SURVEY_DYING);
+    const pid_t hung = start_hanging(folder);
+    const std::string file = folder.path() / "measuring.lock";
+    const std::string own = folder.records().begin()->first;
+    std::string ofTool = own;
+    ofTool.replace(0, std::string("org.texprobe.survey1").size(), "org.texprobe.texprobe2");
+    EXPECT_FALSE(qor::SetAtRest(file, own).has_lasted());
+    EXPECT_TRUE(qor::SetAtRest(file, ofTool).has_lasted()) << ofTool;
+    kill(hung, SIGKILL);
+    finish(hung);
+}
+
 TEST(Survey, tries_again_what_was_under_way_when_it_was_killed_from_outside) {
     const std::vector<std::string> arguments = {"--profile", "core", "--format", "GL_RGBA8"};
     const ToolFolder folder(SURVEY_DYING);
-    std::ofstream(folder.path() / "die") << "core " << 0x8058 << " mipmap 0";
-    const Finished hung = {start({folder.tool(), arguments, kSurveySoftpipe})};
-    while (!has_ended(hung.pid) && !std::filesystem::exists(folder.path() / "deaths")) {
-        std::this_thread::sleep_for(std::chrono::milliseconds(5));
-    }
-    kill(hung.pid, SIGKILL);
-    finish(hung.pid);
+    const pid_t hung = start_hanging(folder);
+    kill(hung, SIGKILL);
+    finish(hung);
     EXPECT_EQ(survey_set(folder).at("core.GL_RGBA8"), "string measuring\n");
     std::filesystem::remove(folder.path() / "die");
     EXPECT_TRUE(folder.run(arguments, kSurveySoftpipe).exited_with(0));
