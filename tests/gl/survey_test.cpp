@@ -10,6 +10,7 @@
 #include <fstream>
 #include <thread>
 
+#include "mesa_renderer.h"
 #include "runs/measuring_turn.h"
 #include "support/tool_folder.h"
 #include "table/promises.h"
@@ -91,6 +92,28 @@ TEST(Survey, records_every_format_of_every_profile_and_finds_what_mesa_does) {
     EXPECT_EQ(verdicts_of(records, "core.GL_BGRA8_EXT").substr(0, 11), "not_offered");
     EXPECT_THAT(verdicts_of(records, "es.GL_BGRA8_EXT"), StartsWith("yes "));
 }
+
+class SurveyRenderer : public testing::TestWithParam<MesaRenderer> {};
+
+TEST_P(SurveyRenderer, does_what_every_profile_promises) {
+    const std::string missing = prepare(GetParam());
+    if (!missing.empty()) GTEST_SKIP() << missing;
+    const ToolFolder folder(SURVEY);
+    for (const char* name : {"GL_SRGB8_ALPHA8", "GL_RGB10_A2UI"}) {
+        EXPECT_TRUE(folder.run({"--format", name}, GetParam().environment).exited_with(0));
+    }
+    const Records records = survey_set(folder);
+    EXPECT_EQ(records.size(), 3u + 3 * 2);
+    for (const std::string profile : {"compatibility", "core", "es"}) {
+        EXPECT_EQ(verdicts_of(records, profile + ".GL_SRGB8_ALPHA8"), "yes yes yes yes yes yes")
+            << records.at(profile + ".GL_SRGB8_ALPHA8");
+        EXPECT_EQ(verdicts_of(records, profile + ".GL_RGB10_A2UI"), "yes yes yes")
+            << records.at(profile + ".GL_RGB10_A2UI");
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(Mesa, SurveyRenderer, testing::ValuesIn(mesa_renderers()),
+                         [](const auto& renderer) { return renderer.param.name; });
 
 TEST(Survey, does_only_what_is_asked_for_and_missing) {
     const ToolFolder folder(SURVEY);
