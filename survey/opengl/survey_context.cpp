@@ -103,7 +103,7 @@ OffscreenContext::OffscreenContext(GLint rendererID, Profile profile) {
     GLint screen = 0;
     isCurrent_ = CGLCreateContext(pixelFormat_, nullptr, &context_) == kCGLNoError &&
                  CGLGetVirtualScreen(context_, &screen) == kCGLNoError &&
-                 CGLCreatePBuffer(kSurfaceSize, kSurfaceSize, GL_TEXTURE_2D, GL_RGBA, 0,
+                 CGLCreatePBuffer(kSurfaceSize, kSurfaceSize, gl::kTexture2D, gl::kRgba, 0,
                                   &pbuffer_) == kCGLNoError &&
                  CGLSetPBuffer(context_, pbuffer_, 0, 0, screen) == kCGLNoError &&
                  CGLSetCurrentContext(context_) == kCGLNoError;

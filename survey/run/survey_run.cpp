@@ -3,6 +3,7 @@
 #include <ApplicationServices/ApplicationServices.h>
 #include <OpenGL/OpenGL.h>
 
+#include <cstdint>
 #include <cstdio>
 #include <set>
 
