@@ -2,10 +2,14 @@
 
 #include <EGL/egl.h>
 #include <OpenGL/OpenGL.h>
+#include <OpenGL/glext.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <cstring>
+#include <string>
+
+#include "CGL/es_pixel_format.h"
 
 namespace {
 
@@ -15,6 +19,34 @@ CGLError choose_pixel_format(std::initializer_list<GLint> attributes, CGLPixelFo
     CGLPixelFormatAttribute list[8] = {};
     std::memcpy(list, std::data(attributes), attributes.size() * sizeof(GLint));
     return CGLChoosePixelFormat(list, format, count);
+}
+
+/// What a context of the pixel format says of itself; the pixel format is destroyed.
+struct Described {
+    std::string version;
+    GLint number = 0;  ///< As 46 for 4.6.
+    GLint profileMask = 0;
+};
+
+Described describe_context(CGLPixelFormatObj format) {
+    CGLContextObj context = nullptr;
+    CGLPBufferObj pbuffer = nullptr;
+    EXPECT_EQ(CGLCreateContext(format, nullptr, &context), kCGLNoError);
+    EXPECT_EQ(CGLCreatePBuffer(8, 8, GL_TEXTURE_2D, GL_RGBA, 0, &pbuffer), kCGLNoError);
+    EXPECT_EQ(CGLSetPBuffer(context, pbuffer, 0, 0, 0), kCGLNoError);
+    EXPECT_EQ(CGLSetCurrentContext(context), kCGLNoError);
+    Described described;
+    GLint major = 0;
+    GLint minor = 0;
+    glGetIntegerv(GL_MAJOR_VERSION, &major);
+    glGetIntegerv(GL_MINOR_VERSION, &minor);
+    described.version = reinterpret_cast<const char*>(glGetString(GL_VERSION));
+    described.number = major * 10 + minor;
+    glGetIntegerv(GL_CONTEXT_PROFILE_MASK, &described.profileMask);
+    CGLDestroyContext(context);
+    CGLDestroyPBuffer(pbuffer);
+    CGLDestroyPixelFormat(format);
+    return described;
 }
 
 class Cgl : public testing::Test {
@@ -106,6 +138,42 @@ TEST_F(Cgl, gives_a_compatibility_profile_with_eight_bits_a_channel) {
     }
     CGLDestroyContext(context);
     CGLDestroyPBuffer(pbuffer);
+}
+
+TEST_F(Cgl, gives_the_profile_asked_for_in_the_highest_version) {
+    for (const GLint profile : {kCGLOGLPVersion_3_2_Core, kCGLOGLPVersion_GL4_Core}) {
+        CGLPixelFormatObj format = nullptr;
+        GLint screens = 0;
+        ASSERT_EQ(choose_pixel_format({kCGLPFAOpenGLProfile, profile, kCGLPFARendererID, id_, 0},
+                                      &format, &screens),
+                  kCGLNoError);
+        const Described core = describe_context(format);
+        EXPECT_EQ(core.profileMask, GL_CONTEXT_CORE_PROFILE_BIT) << core.version;
+        // Mesa's software renderer has the same versions in both profiles, far above 3.2.
+        EXPECT_EQ(core.number, describe_context(create_pixel_format()).number) << core.version;
+        EXPECT_GE(core.number, 45);
+    }
+    CGLPixelFormatObj legacy = nullptr;
+    GLint screens = 0;
+    ASSERT_EQ(choose_pixel_format(
+                  {kCGLPFARendererID, id_, kCGLPFAOpenGLProfile, kCGLOGLPVersion_Legacy, 0},
+                  &legacy, &screens),
+              kCGLNoError);
+    EXPECT_EQ(describe_context(legacy).profileMask, GL_CONTEXT_COMPATIBILITY_PROFILE_BIT);
+    EXPECT_EQ(choose_pixel_format({kCGLPFARendererID, id_, kCGLPFAOpenGLProfile, 0x2000, 0},
+                                  &legacy, &screens),
+              kCGLBadAttribute);
+}
+
+TEST_F(Cgl, gives_opengl_es_behind_a_function_of_its_own) {
+    CGLPixelFormatObj format = nullptr;
+    ASSERT_EQ(texprobe::platform::choose_es_pixel_format(id_, &format), kCGLNoError);
+    const Described es = describe_context(format);
+    EXPECT_THAT(es.version, testing::StartsWith("OpenGL ES 3.2"));
+    EXPECT_EQ(es.number, 32);
+    EXPECT_EQ(texprobe::platform::choose_es_pixel_format(id_ + 1, &format), kCGLBadPixelFormat);
+    EXPECT_EQ(format, nullptr);
+    EXPECT_EQ(texprobe::platform::choose_es_pixel_format(id_, nullptr), kCGLBadAddress);
 }
 
 TEST_F(Cgl, makes_nothing_current_before_it_destroys_the_current_context) {

@@ -9,11 +9,29 @@
 #include <string>
 #include <string_view>
 
+#include "CGL/es_pixel_format.h"
+
 namespace {
 
 std::string_view failingCall;
 int surfacesMade = 0;
 int surfacesDestroyed = 0;
+/// The versions asked for, each as "4.6"; "any" without one.
+std::string versionsAskedFor;
+
+EGLint value_of(const EGLint* attributes, EGLint name) {
+    for (; attributes && *attributes != EGL_NONE; attributes += 2) {
+        if (attributes[0] == name) return attributes[1];
+    }
+    return -1;
+}
+
+void note_version(const EGLint* attributes) {
+    const EGLint major = value_of(attributes, EGL_CONTEXT_MAJOR_VERSION);
+    const EGLint minor = value_of(attributes, EGL_CONTEXT_MINOR_VERSION);
+    const bool isAny = major < 0 && minor < 0;
+    versionsAskedFor += isAny ? "any " : std::to_string(major) + '.' + std::to_string(minor) + ' ';
+}
 
 /// EGL's own function; null if this call is to fail.
 template <typename Function>
@@ -32,6 +50,7 @@ EGLBoolean eglInitialize(EGLDisplay display, EGLint* major, EGLint* minor) {
 
 EGLContext eglCreateContext(EGLDisplay display, EGLConfig config, EGLContext share,
                             const EGLint* attributes) {
+    note_version(attributes);
     const auto function = next("eglCreateContext", &eglCreateContext);
     return function ? function(display, config, share, attributes) : EGL_NO_CONTEXT;
 }
@@ -83,10 +102,11 @@ protected:
         CGLDestroyPixelFormat(format_);
     }
 
-    CGLError choose_pixel_format(CGLPixelFormatObj* format) const {
-        const CGLPixelFormatAttribute attributes[] = {kCGLPFARendererID,
-                                                      static_cast<CGLPixelFormatAttribute>(id_),
-                                                      static_cast<CGLPixelFormatAttribute>(0)};
+    CGLError choose_pixel_format(CGLPixelFormatObj* format,
+                                 CGLOpenGLProfile profile = kCGLOGLPVersion_Legacy) const {
+        const CGLPixelFormatAttribute attributes[] = {
+            kCGLPFARendererID, static_cast<CGLPixelFormatAttribute>(id_), kCGLPFAOpenGLProfile,
+            static_cast<CGLPixelFormatAttribute>(profile), static_cast<CGLPixelFormatAttribute>(0)};
         GLint screens = 0;
         return CGLChoosePixelFormat(attributes, format, &screens);
     }
@@ -136,6 +156,33 @@ TEST_F(EglFailure, of_a_surface_is_found_when_the_pixel_buffer_is_created) {
     EXPECT_EQ(CGLCreatePBuffer(8, 8, GL_TEXTURE_2D, GL_RGBA, 0, &pbuffer), kCGLBadAlloc);
     EXPECT_EQ(message(), "*** EGL: eglCreatePbufferSurface failed with EGL_BAD_ALLOC\n");
     EXPECT_EQ(pbuffer, nullptr);
+}
+
+/// The versions that are asked for where no context can be had.
+std::string versions_tried(CGLPixelFormatObj format) {
+    versionsAskedFor.clear();
+    CGLContextObj context = nullptr;
+    EXPECT_EQ(CGLCreateContext(format, nullptr, &context), kCGLBadAlloc);
+    CGLDestroyPixelFormat(format);
+    return versionsAskedFor;
+}
+
+TEST_F(EglFailure, of_a_version_lets_the_next_lower_one_be_asked_for) {
+    CGLPixelFormatObj core = nullptr;
+    CGLPixelFormatObj core4 = nullptr;
+    CGLPixelFormatObj legacy = nullptr;
+    CGLPixelFormatObj es = nullptr;
+    ASSERT_EQ(choose_pixel_format(&core, kCGLOGLPVersion_3_2_Core), kCGLNoError);
+    ASSERT_EQ(choose_pixel_format(&core4, kCGLOGLPVersion_GL4_Core), kCGLNoError);
+    ASSERT_EQ(choose_pixel_format(&legacy), kCGLNoError);
+    ASSERT_EQ(texprobe::platform::choose_es_pixel_format(id_, &es), kCGLNoError);
+    fail("eglCreateContext");
+    EXPECT_EQ(versions_tried(core), "4.6 4.5 4.4 4.3 4.2 4.1 4.0 3.3 3.2 ");
+    EXPECT_EQ(versions_tried(core4), "4.6 4.5 4.4 4.3 4.2 4.1 ");
+    EXPECT_EQ(versions_tried(legacy), "any ");
+    EXPECT_EQ(versions_tried(es), "3.2 3.1 3.0 ");
+    const std::string line = "*** EGL: eglCreateContext failed with EGL_BAD_ALLOC\n";
+    EXPECT_EQ(message(), line + line + line + line);
 }
 
 TEST_F(EglFailure, of_drawing_to_a_surface_is_found_when_the_pixel_buffer_is_created) {

@@ -34,12 +34,12 @@ void complain(const char* call) {
 }
 
 bool is_current(const _CGLContextObject& ctx) {
-    const DesktopGl desktopGl(system_egl());
+    const BoundApi desktopGl(system_egl(), EGL_OPENGL_API);
     return eglGetCurrentContext() == ctx.context;
 }
 
 CGLError make_current(EGLDisplay display, EGLSurface surface, EGLContext context) {
-    const DesktopGl desktopGl(system_egl());
+    const BoundApi desktopGl(system_egl(), EGL_OPENGL_API);
     if (eglMakeCurrent(display, surface, surface, context)) return kCGLNoError;
     complain("eglMakeCurrent");
     return kCGLBadState;
@@ -74,7 +74,7 @@ EGLSurface take_surface(_CGLPBufferObject& pbuffer, const Offscreen& offscreen) 
 
 /// Makes the context current with the surface, and then restores the context of before.
 CGLError try_surface(const _CGLContextObject& ctx, EGLSurface surface) {
-    const DesktopGl desktopGl(system_egl());
+    const BoundApi desktopGl(system_egl(), EGL_OPENGL_API);
     EGLDisplay display = eglGetCurrentDisplay();
     EGLSurface draw = eglGetCurrentSurface(EGL_DRAW);
     EGLSurface read = eglGetCurrentSurface(EGL_READ);

@@ -44,16 +44,14 @@ bool has_extension(const char* extensions, std::string_view name);
 /// For example "eglInitialize failed with EGL_NOT_INITIALIZED".
 std::string describe_failure(const Egl& egl, std::string_view call);
 
-/// Binds desktop OpenGL as the calling thread's EGL API. The destructor restores the previous API,
-/// for applications that use OpenGL ES on the same thread.
-class DesktopGl {
+/// Binds an API as the calling thread's EGL API. The destructor restores the previous one, for
+/// applications that use another on the same thread.
+class BoundApi {
 public:
-    explicit DesktopGl(const Egl& egl) : egl_(egl), before_(eglQueryAPI()) {
-        egl_.bindApi(EGL_OPENGL_API);
-    }
-    ~DesktopGl() { egl_.bindApi(before_); }
-    DesktopGl(const DesktopGl&) = delete;
-    DesktopGl& operator=(const DesktopGl&) = delete;
+    BoundApi(const Egl& egl, EGLenum api) : egl_(egl), before_(eglQueryAPI()) { egl_.bindApi(api); }
+    ~BoundApi() { egl_.bindApi(before_); }
+    BoundApi(const BoundApi&) = delete;
+    BoundApi& operator=(const BoundApi&) = delete;
 
 private:
     const Egl& egl_;

@@ -16,11 +16,11 @@ bool has_eight_bits(const Egl& egl, EGLDisplay display, EGLConfig config) {
     });
 }
 
-std::vector<EGLConfig> list_configs(const Egl& egl, EGLDisplay display) {
+std::vector<EGLConfig> list_configs(const Egl& egl, EGLDisplay display, ContextKind kind) {
     const EGLint attributes[] = {EGL_SURFACE_TYPE,
                                  EGL_PBUFFER_BIT,
                                  EGL_RENDERABLE_TYPE,
-                                 EGL_OPENGL_BIT,
+                                 kind == ContextKind::kEs30 ? EGL_OPENGL_ES3_BIT : EGL_OPENGL_BIT,
                                  EGL_RED_SIZE,
                                  8,
                                  EGL_GREEN_SIZE,
@@ -38,10 +38,55 @@ std::vector<EGLConfig> list_configs(const Egl& egl, EGLDisplay display) {
     return configs;
 }
 
+struct Version {
+    EGLint major;
+    EGLint minor;
+};
+
+EGLContext create_core_context(const Egl& egl, const Offscreen& offscreen, Version version) {
+    const EGLint attributes[] = {EGL_CONTEXT_MAJOR_VERSION,
+                                 version.major,
+                                 EGL_CONTEXT_MINOR_VERSION,
+                                 version.minor,
+                                 EGL_CONTEXT_OPENGL_PROFILE_MASK,
+                                 EGL_CONTEXT_OPENGL_CORE_PROFILE_BIT,
+                                 EGL_NONE};
+    return egl.createContext(offscreen.display, offscreen.config, EGL_NO_CONTEXT, attributes);
+}
+
+EGLContext create_es_context(const Egl& egl, const Offscreen& offscreen, Version version) {
+    const EGLint attributes[] = {EGL_CONTEXT_MAJOR_VERSION, version.major,
+                                 EGL_CONTEXT_MINOR_VERSION, version.minor, EGL_NONE};
+    return egl.createContext(offscreen.display, offscreen.config, EGL_NO_CONTEXT, attributes);
+}
+
+EGLContext create_highest_core(const Egl& egl, const Offscreen& offscreen) {
+    constexpr Version kVersions[] = {{4, 6}, {4, 5}, {4, 4}, {4, 3}, {4, 2},
+                                     {4, 1}, {4, 0}, {3, 3}, {3, 2}};
+    const BoundApi desktopGl(egl, EGL_OPENGL_API);
+    for (const Version version : kVersions) {
+        if (offscreen.kind == ContextKind::kCore41 && version.major * 10 + version.minor < 41)
+            break;
+        EGLContext context = create_core_context(egl, offscreen, version);
+        if (context != EGL_NO_CONTEXT) return context;
+    }
+    return EGL_NO_CONTEXT;
+}
+
+EGLContext create_highest_es(const Egl& egl, const Offscreen& offscreen) {
+    const BoundApi es(egl, EGL_OPENGL_ES_API);
+    for (EGLint minor = 2; minor >= 0; --minor) {
+        EGLContext context = create_es_context(egl, offscreen, {3, minor});
+        if (context != EGL_NO_CONTEXT) return context;
+    }
+    return EGL_NO_CONTEXT;
+}
+
 }  // namespace
 
-Offscreen open_device(const Egl& egl, EGLDeviceEXT device) {
+Offscreen open_device(const Egl& egl, EGLDeviceEXT device, ContextKind kind) {
     Offscreen offscreen;
+    offscreen.kind = kind;
     offscreen.display = egl.getPlatformDisplay(EGL_PLATFORM_DEVICE_EXT, device, nullptr);
     if (offscreen.display == EGL_NO_DISPLAY) {
         offscreen.failure = describe_failure(egl, "eglGetPlatformDisplay");
@@ -51,12 +96,14 @@ Offscreen open_device(const Egl& egl, EGLDeviceEXT device) {
         offscreen.failure = describe_failure(egl, "eglInitialize");
         return offscreen;
     }
-    const std::vector<EGLConfig> configs = list_configs(egl, offscreen.display);
+    const std::vector<EGLConfig> configs = list_configs(egl, offscreen.display, kind);
     const auto config = std::find_if(configs.begin(), configs.end(), [&](EGLConfig candidate) {
         return has_eight_bits(egl, offscreen.display, candidate);
     });
     if (config == configs.end()) {
-        offscreen.failure = "it cannot draw RGBA8 to a pbuffer with OpenGL";
+        offscreen.failure = kind == ContextKind::kEs30
+                                ? "it cannot draw RGBA8 to a pbuffer with OpenGL ES 3"
+                                : "it cannot draw RGBA8 to a pbuffer with OpenGL";
     } else {
         offscreen.config = *config;
     }
@@ -64,7 +111,9 @@ Offscreen open_device(const Egl& egl, EGLDeviceEXT device) {
 }
 
 EGLContext create_context(const Egl& egl, const Offscreen& offscreen) {
-    const DesktopGl desktopGl(egl);
+    if (offscreen.kind == ContextKind::kEs30) return create_highest_es(egl, offscreen);
+    if (offscreen.kind != ContextKind::kCompatibility) return create_highest_core(egl, offscreen);
+    const BoundApi desktopGl(egl, EGL_OPENGL_API);
     return egl.createContext(offscreen.display, offscreen.config, EGL_NO_CONTEXT, nullptr);
 }
 

@@ -10,8 +10,12 @@
 
 namespace texprobe::platform {
 
+/// Which contexts a device is opened for. The numbers are the lowest version that will do.
+enum class ContextKind { kCompatibility, kCore32, kCore41, kEs30 };
+
 /// An open device, or the reason why it could not be opened.
 struct Offscreen {
+    ContextKind kind = ContextKind::kCompatibility;
     EGLDisplay display = EGL_NO_DISPLAY;
     EGLConfig config = nullptr;
     std::string failure;  ///< Empty when the device is open.
@@ -20,10 +24,12 @@ struct Offscreen {
 /// Opens the device's driver and chooses a configuration with eight bits per channel that can draw
 /// to pbuffers. The display is never terminated: EGL has one per device, and terminating it would
 /// destroy the application's contexts, too.
-Offscreen open_device(const Egl& egl, EGLDeviceEXT device);
+Offscreen open_device(const Egl& egl, EGLDeviceEXT device,
+                      ContextKind kind = ContextKind::kCompatibility);
 
-/// A compatibility-profile context of the highest version. EGL creates that if no version is
-/// requested.
+/// A context of that kind and of the highest version. For the compatibility profile EGL creates
+/// that if no version is requested; of the other kinds, each version is asked for, the highest
+/// first.
 EGLContext create_context(const Egl& egl, const Offscreen& offscreen);
 
 EGLSurface create_surface(const Egl& egl, const Offscreen& offscreen, EGLint width, EGLint height);

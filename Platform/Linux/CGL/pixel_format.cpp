@@ -2,7 +2,9 @@
 
 #include <cstdio>
 #include <cstring>
+#include <utility>
 
+#include "CGL/es_pixel_format.h"
 #include "CGL/objects.h"
 #include "CGL/offscreen.h"
 #include "CGL/renderers.h"
@@ -19,15 +21,57 @@ GLint read_attribute(const CGLPixelFormatAttribute* attribute) {
     return value;
 }
 
-/// The renderer ID in the list; 0, which no renderer has, if it has none or other attributes.
-GLint read_renderer_id(const CGLPixelFormatAttribute* attribs) {
-    GLint id = 0;
-    for (; read_attribute(attribs) != 0; attribs += 2) {
-        if (read_attribute(attribs) != kCGLPFARendererID) return 0;
-        id = read_attribute(attribs + 1);
-        if (id == 0) return 0;
+/// What an attribute list asks for.
+struct Wish {
+    GLint id = 0;  ///< 0, which no renderer has: the list does not name one.
+    ContextKind kind = ContextKind::kCompatibility;
+};
+
+bool read_profile(GLint value, ContextKind* kind) {
+    switch (value) {
+        case kCGLOGLPVersion_Legacy:
+            *kind = ContextKind::kCompatibility;
+            return true;
+        case kCGLOGLPVersion_3_2_Core:
+            *kind = ContextKind::kCore32;
+            return true;
+        case kCGLOGLPVersion_GL4_Core:
+            *kind = ContextKind::kCore41;
+            return true;
+        default:
+            return false;
     }
-    return id;
+}
+
+/// No renderer if the list has other attributes or values.
+Wish read_attributes(const CGLPixelFormatAttribute* attribs) {
+    Wish wish;
+    for (; read_attribute(attribs) != 0; attribs += 2) {
+        const GLint value = read_attribute(attribs + 1);
+        const GLint name = read_attribute(attribs);
+        if (name == kCGLPFAOpenGLProfile) {
+            if (!read_profile(value, &wish.kind)) return {};
+        } else if (name == kCGLPFARendererID && value != 0) {
+            wish.id = value;
+        } else {
+            return {};
+        }
+    }
+    return wish;
+}
+
+CGLError choose(const Wish& wish, CGLPixelFormatObj* pix) {
+    Renderers& renderers = system_renderers();
+    EGLDeviceEXT device = nullptr;
+    const CGLError error = renderers.find_device(wish.id, &device);
+    if (error != kCGLNoError) return error;
+    Offscreen offscreen = open_device(renderers.egl(), device, wish.kind);
+    if (!offscreen.failure.empty()) {
+        std::fprintf(stderr, "*** EGL: %s\n", offscreen.failure.c_str());
+        return kCGLBadPixelFormat;
+    }
+    *pix = new _CGLPixelFormatObject{std::move(offscreen)};
+    return kCGLNoError;
 }
 
 }  // namespace
@@ -37,20 +81,17 @@ CGLError CGLChoosePixelFormat(const CGLPixelFormatAttribute* attribs, CGLPixelFo
     if (!attribs || !pix || !npix) return kCGLBadAddress;
     *pix = nullptr;
     *npix = 0;
-    const GLint id = read_renderer_id(attribs);
-    if (id == 0) return kCGLBadAttribute;
-    Renderers& renderers = system_renderers();
-    EGLDeviceEXT device = nullptr;
-    const CGLError error = renderers.find_device(id, &device);
-    if (error != kCGLNoError) return error;
-    Offscreen offscreen = open_device(renderers.egl(), device);
-    if (!offscreen.failure.empty()) {
-        std::fprintf(stderr, "*** EGL: %s\n", offscreen.failure.c_str());
-        return kCGLBadPixelFormat;
-    }
-    *pix = new _CGLPixelFormatObject{std::move(offscreen)};
-    *npix = 1;
-    return kCGLNoError;
+    const Wish wish = read_attributes(attribs);
+    if (wish.id == 0) return kCGLBadAttribute;
+    const CGLError error = choose(wish, pix);
+    if (error == kCGLNoError) *npix = 1;
+    return error;
+}
+
+CGLError texprobe::platform::choose_es_pixel_format(GLint rendererID, CGLPixelFormatObj* pix) {
+    if (!pix) return kCGLBadAddress;
+    *pix = nullptr;
+    return choose({rendererID, ContextKind::kEs30}, pix);
 }
 
 CGLError CGLDestroyPixelFormat(CGLPixelFormatObj pix) {

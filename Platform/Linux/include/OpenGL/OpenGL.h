@@ -20,8 +20,16 @@ typedef struct _CGLPBufferObject* CGLPBufferObj;
 
 typedef enum _CGLPixelFormatAttribute {
     kCGLPFARendererID = 70,
+    kCGLPFAOpenGLProfile = 99,
     kCGLPFAVirtualScreenCount = 128
 } CGLPixelFormatAttribute;
+
+/// Values of kCGLPFAOpenGLProfile.
+typedef enum _CGLOpenGLProfile {
+    kCGLOGLPVersion_Legacy = 0x1000,
+    kCGLOGLPVersion_3_2_Core = 0x3200,
+    kCGLOGLPVersion_GL4_Core = 0x4100
+} CGLOpenGLProfile;
 
 typedef enum _CGLRendererProperty {
     kCGLRPRendererID = 70,
@@ -68,16 +76,19 @@ CGLError CGLDescribeRenderer(CGLRendererInfoObj rend, GLint rendNum, CGLRenderer
                              GLint* value);
 
 /// Chooses the offscreen pixel format of the one renderer that the attribute list (pairs, ended by
-/// a 0) names with kCGLPFARendererID. `*pix` is owned by the caller; `*npix` becomes 1. Differs
-/// from macOS: kCGLPFARendererID is the only attribute and must be present (kCGLBadAttribute). A
-/// renderer that does not exist is kCGLBadPixelFormat, one that cannot be opened
-/// kCGLBadRendererInfo, instead of a null pixel format without an error.
+/// a 0) names with kCGLPFARendererID, for contexts of the profile that it names with
+/// kCGLPFAOpenGLProfile, or for legacy ones. `*pix` is owned by the caller; `*npix` becomes 1.
+/// Differs from macOS: there are no other attributes, and kCGLPFARendererID must be present
+/// (kCGLBadAttribute). A renderer that does not exist is kCGLBadPixelFormat, one that cannot be
+/// opened kCGLBadRendererInfo, instead of a null pixel format without an error.
 CGLError CGLChoosePixelFormat(const CGLPixelFormatAttribute* attribs, CGLPixelFormatObj* pix,
                               GLint* npix);
 CGLError CGLDestroyPixelFormat(CGLPixelFormatObj pix);
 
-/// Creates a compatibility-profile context of the renderer's highest version.
-/// Differs from macOS: `share` must be null.
+/// Creates a context of the pixel format's profile, of the renderer's highest version.
+/// Differs from macOS: `share` must be null; a legacy context is one of the compatibility profile,
+/// and a core one, which has the version asked for or a higher one, fails here (kCGLBadAlloc) and
+/// not with its pixel format where the renderer has none.
 CGLError CGLCreateContext(CGLPixelFormatObj pix, CGLContextObj share, CGLContextObj* ctx);
 
 /// Destroys the context and its surface. If it is current on this thread, no context is afterwards.

@@ -1,0 +1,17 @@
+#include "opengl/survey_platform.h"
+
+#include <EGL/egl.h>
+
+#include <CGL/es_pixel_format.h>
+
+namespace texprobe::survey {
+
+CGLError choose_es_pixel_format(GLint rendererID, CGLPixelFormatObj* pixelFormat) {
+    return platform::choose_es_pixel_format(rendererID, pixelFormat);
+}
+
+GlFunction gl_function(const char* name) {
+    return eglGetProcAddress(name);
+}
+
+}  // namespace texprobe::survey

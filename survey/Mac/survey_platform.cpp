@@ -1,0 +1,16 @@
+#include "opengl/survey_platform.h"
+
+#include <dlfcn.h>
+
+namespace texprobe::survey {
+
+CGLError choose_es_pixel_format(GLint /*rendererID*/, CGLPixelFormatObj* pixelFormat) {
+    *pixelFormat = nullptr;
+    return kCGLBadAttribute;
+}
+
+GlFunction gl_function(const char* name) {
+    return reinterpret_cast<GlFunction>(dlsym(RTLD_DEFAULT, name));
+}
+
+}  // namespace texprobe::survey

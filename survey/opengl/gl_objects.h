@@ -1,0 +1,67 @@
+// Textures and framebuffers that are gone with the object.
+
+#ifndef TEXPROBE_SURVEY_GL_OBJECTS_H
+#define TEXPROBE_SURVEY_GL_OBJECTS_H
+
+#include "opengl/gl_functions.h"
+
+namespace texprobe::survey {
+
+/// Bound to GL_TEXTURE_2D, not filtered, with one level. The filter is that of several, so that a
+/// driver compiles once for both.
+class Texture {
+public:
+    explicit Texture(const Gl& gl) : gl_(gl) {
+        gl_.GenTextures(1, &name_);
+        bind();
+        set(gl::kMinFilter, gl::kNearestMipmapNearest);
+        set(gl::kMagFilter, gl::kNearest);
+        set(gl::kWrapS, gl::kClampToEdge);
+        set(gl::kWrapT, gl::kClampToEdge);
+        set(gl::kMaxLevel, 0);
+    }
+    ~Texture() { gl_.DeleteTextures(1, &name_); }
+    Texture(const Texture&) = delete;
+    Texture& operator=(const Texture&) = delete;
+
+    unsigned name() const { return name_; }
+    void bind() const { gl_.BindTexture(gl::kTexture2D, name_); }
+    /// Of the texture that is bound.
+    void set(Enum parameter, int value) const {
+        gl_.TexParameteri(gl::kTexture2D, parameter, value);
+    }
+
+private:
+    const Gl& gl_;
+    unsigned name_ = 0;
+};
+
+/// Bound, with one attachment. For depth there is no color buffer.
+class Framebuffer {
+public:
+    Framebuffer(const Gl& gl, Enum attachment, const Texture& texture) : gl_(gl) {
+        gl_.GenFramebuffers(1, &name_);
+        gl_.BindFramebuffer(gl::kFramebuffer, name_);
+        gl_.FramebufferTexture2D(gl::kFramebuffer, attachment, gl::kTexture2D, texture.name(), 0);
+        const bool isColor = attachment == gl::kColorAttachment;
+        const Enum buffer = isColor ? gl::kColorAttachment : gl::kNone;
+        gl_.DrawBuffers(1, &buffer);
+        gl_.ReadBuffer(buffer);
+    }
+    ~Framebuffer() {
+        gl_.BindFramebuffer(gl::kFramebuffer, 0);
+        gl_.DeleteFramebuffers(1, &name_);
+    }
+    Framebuffer(const Framebuffer&) = delete;
+    Framebuffer& operator=(const Framebuffer&) = delete;
+
+    Enum status() const { return gl_.CheckFramebufferStatus(gl::kFramebuffer); }
+
+private:
+    const Gl& gl_;
+    unsigned name_ = 0;
+};
+
+}  // namespace texprobe::survey
+
+#endif

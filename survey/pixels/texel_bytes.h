@@ -1,0 +1,26 @@
+// Texels as the bytes that an application sends.
+
+#ifndef TEXPROBE_SURVEY_TEXEL_BYTES_H
+#define TEXPROBE_SURVEY_TEXEL_BYTES_H
+
+#include <vector>
+
+#include "pixels/texels.h"
+
+namespace texprobe::survey {
+
+/// How texels travel: OpenGL's format and type.
+struct Layout {
+    unsigned format;
+    unsigned type;
+};
+
+/// The pair that every API accepts for the format, and that loses nothing.
+Layout plain_layout(const Format& format);
+
+/// The image in that layout, rows without gaps. Values are in the format's own scale.
+std::vector<unsigned char> bytes_of(const Format& format, const Layout& layout, const Image& image);
+
+}  // namespace texprobe::survey
+
+#endif

@@ -1,0 +1,96 @@
+// Texels of any format as four doubles, which hold 32-bit integers and floats exactly; and what a
+// format can hold of them.
+
+#ifndef TEXPROBE_SURVEY_TEXELS_H
+#define TEXPROBE_SURVEY_TEXELS_H
+
+#include <array>
+#include <cstddef>
+#include <string>
+#include <vector>
+
+#include "table/format_table.h"
+
+namespace texprobe::survey {
+
+using Texel = std::array<double, 4>;
+
+struct Image {
+    int width = 0;
+    int height = 0;
+    std::vector<Texel> texels = {};
+
+    const Texel& at(int x, int y) const {
+        return texels[static_cast<std::size_t>(y) * static_cast<std::size_t>(width) +
+                      static_cast<std::size_t>(x)];
+    }
+};
+
+/// Makes an image of `texel(x, y)`.
+template <typename Function>
+Image make_image(int width, int height, Function texel) {
+    Image image = {width, height};
+    image.texels.reserve(static_cast<std::size_t>(width) * static_cast<std::size_t>(height));
+    for (int y = 0; y < height; ++y) {
+        for (int x = 0; x < width; ++x) image.texels.push_back(texel(x, y));
+    }
+    return image;
+}
+
+double srgb_to_linear(double encoded);
+double linear_to_srgb(double linear);
+
+/// The nearest texel that the format holds; sRGB in linear values.
+Texel quantize(const Format& format, const Texel& texel);
+
+/// Values that the format holds exactly, of its whole range except denormals, NaN, infinities, -0
+/// and the lowest signed value. Every value of up to twelve bits is among those of 64 x 64 texels.
+Texel pattern(const Format& format, int x, int y);
+
+/// `part`, from 0 to 1, of the way through the format's range (of floats, from -1 or 0 to 1), as it
+/// would be without steps. Every other component goes down. Not for integers.
+Texel ramp(const Format& format, double part);
+
+/// Two texels that the format holds, except sRGB's second one, and whose sum is `texel`.
+std::array<Texel, 2> split(const Format& format, const Texel& texel);
+
+/// How far it is from this texel's component to the next value that the format holds.
+double step(const Format& format, std::size_t component, const Texel& texel);
+
+/// How far a drawn or blended component may be from what was drawn: one step of normalized formats;
+/// the others hold the pattern exactly.
+double tolerance(const Format& format, std::size_t component, const Texel& expected);
+
+/// What a shader gets for the texel: luminance in three components, absent components as 0, and
+/// absent alpha as 1.
+Texel as_sampled(const Format& format, Texel texel);
+
+/// Components whose samples are defined: of depth the first.
+std::size_t sampled_components(const Format& format);
+
+/// "(0.5, 0, 0, 1)", with enough digits to tell two floats from each other.
+std::string describe(const Format& format, const Texel& texel);
+
+/// The first texel that is farther from what is expected than `allowed(component, x, y)`, as
+/// "expected ... at 3, 4, came ..."; empty if there is none.
+template <typename Allowed>
+std::string first_difference(const Format& format, const Image& expected, const Image& came,
+                             Allowed allowed) {
+    for (int y = 0; y < expected.height; ++y) {
+        for (int x = 0; x < expected.width; ++x) {
+            const Texel& a = expected.at(x, y);
+            const Texel& b = came.at(x, y);
+            for (std::size_t c = 0; c < sampled_components(format); ++c) {
+                const double distance = a[c] > b[c] ? a[c] - b[c] : b[c] - a[c];
+                if (distance <= allowed(c, x, y)) continue;
+                return "expected " + describe(format, a) + " at " + std::to_string(x) + ", " +
+                       std::to_string(y) + ", came " + describe(format, b);
+            }
+        }
+    }
+    return "";
+}
+
+}  // namespace texprobe::survey
+
+#endif

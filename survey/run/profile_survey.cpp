@@ -1,0 +1,135 @@
+#include "run/profile_survey.h"
+
+#include <unistd.h>
+
+#include <cstdio>
+#include <utility>
+
+#include <runs/interruption.h>
+#include <runs/measuring_turn.h>
+
+namespace texprobe::survey {
+
+namespace {
+
+// A profile's record: what the context says of its version, or one of these. Who ends while it
+// opens a context has opened it twice before the driver is blamed: somebody may have killed it.
+constexpr const char* kOpening = "opening";
+constexpr const char* kOpeningAgain = "opening again";
+constexpr const char* kNotOffered = "not_offered";
+constexpr const char* kCrashed = "crashed";
+
+void end_if_interrupted() {
+    if (texprobe::is_interrupted()) texprobe::end_by_interruption();
+}
+
+/// The turn for one format. Others may have written records since the last one.
+class Turn {
+public:
+    explicit Turn(SurveyRecords* records) : turn_(texprobe::turn_settings(), end_if_interrupted) {
+        turn_.take_in_hand(records->name());
+        static bool isTold = false;
+        const std::string trouble = turn_.trouble();
+        if (!trouble.empty() && !std::exchange(isTold, true)) {
+            std::fprintf(stderr, "*** %s\n", trouble.c_str());
+        }
+        records->synchronize();
+    }
+
+private:
+    texprobe::MeasuringTurn turn_;
+};
+
+bool has_no_formats(const std::string& profileRecord) {
+    return profileRecord == kNotOffered || profileRecord == kCrashed;
+}
+
+std::string describe(const FormatRecord& record) {
+    std::string text;
+    for (const auto& [use, judged] : record.uses) {
+        text +=
+            (text.empty() ? "" : ", ") + std::string(name_of(use)) + ' ' + name_of(judged.verdict);
+    }
+    return text;
+}
+
+}  // namespace
+
+bool ProfileSurvey::is_recorded(const Format& format) const {
+    if (has_no_formats(records_.profile(profile_).value_or(""))) return true;
+    const auto record = records_.format(profile_, format);
+    return record && is_complete(format, *record);
+}
+
+bool ProfileSurvey::survey(const Format& format) {
+    if (is_recorded(format)) return true;
+    end_if_interrupted();
+    const Turn turn(&records_);
+    if (is_recorded(format) || !is_offered()) return records_.synchronize();
+    const auto left = records_.format(profile_, format);
+    const bool isRecorded = left ? survey_use_by_use(format, *left) : survey_at_once(format);
+    std::fprintf(stderr, "%s[%d] %s %s: %s\n", records_.name().c_str(), getpid(), name_of(profile_),
+                 format.name, describe(*records_.format(profile_, format)).c_str());
+    return isRecorded;
+}
+
+/// Opens a context, once, and records what it says.
+bool ProfileSurvey::is_offered() {
+    if (opened_) return true;
+    const std::string former = records_.profile(profile_).value_or("");
+    const bool hasDied = former == kOpeningAgain;
+    std::string found = kCrashed;
+    if (!hasDied) {
+        records_.set_profile(profile_, former == kOpening ? kOpeningAgain : kOpening);
+        if (!records_.synchronize()) return false;
+        opened_ = std::make_unique<Opened>(rendererID_, profile_);
+        found = opened_->offscreen.is_current() ? opened_->context.version : kNotOffered;
+    }
+    records_.set_profile(profile_, found);
+    std::fprintf(stderr, "%s[%d] %s: %s\n", records_.name().c_str(), getpid(), name_of(profile_),
+                 found.c_str());
+    if (!has_no_formats(found)) return true;
+    opened_.reset();
+    return false;
+}
+
+/// Writes one record, which is durable before the driver is touched.
+bool ProfileSurvey::record(const Format& format, const FormatRecord& record) {
+    records_.set_format(profile_, format, record);
+    return records_.synchronize();
+}
+
+bool ProfileSurvey::survey_at_once(const Format& format) {
+    FormatRecord begun;
+    begun.isMeasuring = true;
+    if (!record(format, begun)) return false;
+    FormatRecord result;
+    for (const Use use : kUses) {
+        if (has_use(format, use)) result.uses[use] = survey_one(format, use, result);
+    }
+    return record(format, result);
+}
+
+/// After a death: the use that was under way is the guilty one, if that was recorded.
+bool ProfileSurvey::survey_use_by_use(const Format& format, FormatRecord left) {
+    FormatRecord result = after_end(std::move(left), Verdict::kCrashed);
+    result.isMeasuring = false;
+    for (const Use use : kUses) {
+        if (!has_use(format, use) || result.uses.count(use) != 0) continue;
+        end_if_interrupted();
+        result.uses[use] = {Verdict::kStarted, ""};
+        if (!record(format, result)) return false;
+        result.uses[use] = survey_one(format, use, result);
+    }
+    return record(format, result);
+}
+
+Judged ProfileSurvey::survey_one(const Format& format, Use use, const FormatRecord& record) {
+    if (!opened_) opened_ = std::make_unique<Opened>(rendererID_, profile_);
+    Judged judged = survey_use({opened_->context, opened_->judge, format}, use, record);
+    // The next use gets a context of its own.
+    if (is_context_lost(judged)) opened_.reset();
+    return judged;
+}
+
+}  // namespace texprobe::survey

@@ -1,0 +1,49 @@
+// The survey of one profile on one renderer.
+
+#ifndef TEXPROBE_SURVEY_PROFILE_SURVEY_H
+#define TEXPROBE_SURVEY_PROFILE_SURVEY_H
+
+#include <memory>
+#include <string>
+
+#include "opengl/judge.h"
+#include "run/survey_records.h"
+#include "uses/uses.h"
+
+namespace texprobe::survey {
+
+class ProfileSurvey {
+public:
+    ProfileSurvey(int rendererID, Profile profile, SurveyRecords* records)
+        : rendererID_(rendererID), profile_(profile), records_(*records) {}
+
+    /// Surveys the format, unless that is recorded. False if it could not be recorded.
+    bool survey(const Format& format);
+
+private:
+    struct Opened {
+        Opened(int rendererID, Profile profile)
+            : offscreen(rendererID, profile),
+              context(offscreen.is_current() ? describe_current_context(profile) : Context{}),
+              judge(context) {}
+        const OffscreenContext offscreen;
+        const Context context;
+        const Judge judge;
+    };
+
+    bool is_recorded(const Format& format) const;
+    bool is_offered();
+    bool survey_at_once(const Format& format);
+    bool survey_use_by_use(const Format& format, FormatRecord record);
+    bool record(const Format& format, const FormatRecord& record);
+    Judged survey_one(const Format& format, Use use, const FormatRecord& record);
+
+    const int rendererID_;
+    const Profile profile_;
+    SurveyRecords& records_;
+    std::unique_ptr<const Opened> opened_;
+};
+
+}  // namespace texprobe::survey
+
+#endif

@@ -1,0 +1,100 @@
+#include "run/survey_records.h"
+
+#include <sys/sysctl.h>
+
+#include <cstdio>
+#include <vector>
+
+namespace texprobe::survey {
+
+namespace {
+
+constexpr const char* kDomain = "org.texprobe.survey1";
+
+/// A string that is released with the object.
+class String {
+public:
+    explicit String(const std::string& text)
+        : string_(CFStringCreateWithCString(nullptr, text.c_str(), kCFStringEncodingASCII)) {}
+    ~String() {
+        if (string_) CFRelease(string_);
+    }
+    String(const String&) = delete;
+    String& operator=(const String&) = delete;
+
+    CFStringRef get() const { return string_; }
+
+private:
+    CFStringRef string_;
+};
+
+std::string system_build() {
+    std::size_t size = 0;
+    if (sysctlbyname("kern.osversion", nullptr, &size, nullptr, 0) != 0 || size == 0) return "";
+    std::vector<char> text(size);
+    sysctlbyname("kern.osversion", text.data(), &size, nullptr, 0);
+    return text.data();
+}
+
+std::string set_name(int rendererID) {
+    char id[16];
+    std::snprintf(id, sizeof id, "%x", static_cast<unsigned>(rendererID));
+    return std::string(kDomain) + '.' + id + '.' + system_build();
+}
+
+std::string key_of(Profile profile, const Format& format) {
+    return std::string(name_of(profile)) + '.' + format.name;
+}
+
+}  // namespace
+
+SurveyRecords::SurveyRecords(int rendererID)
+    : name_(set_name(rendererID)),
+      application_(CFStringCreateWithCString(nullptr, name_.c_str(), kCFStringEncodingASCII)) {}
+
+SurveyRecords::~SurveyRecords() {
+    if (application_) CFRelease(application_);
+}
+
+std::optional<std::string> SurveyRecords::read(const std::string& key) const {
+    const CFTypeRef value = CFPreferencesCopyAppValue(String(key).get(), application_);
+    if (!value) return std::nullopt;
+    std::optional<std::string> text;
+    if (CFGetTypeID(value) == CFStringGetTypeID()) {
+        const auto string = static_cast<CFStringRef>(value);
+        std::vector<char> buffer(static_cast<std::size_t>(CFStringGetLength(string)) + 1);
+        if (CFStringGetCString(string, buffer.data(), static_cast<CFIndex>(buffer.size()),
+                               kCFStringEncodingASCII)) {
+            text = buffer.data();
+        }
+    }
+    CFRelease(value);
+    return text;
+}
+
+void SurveyRecords::write(const std::string& key, const std::string& text) {
+    CFPreferencesSetAppValue(String(key).get(), String(text).get(), application_);
+}
+
+std::optional<std::string> SurveyRecords::profile(Profile profile) const {
+    return read(name_of(profile));
+}
+
+void SurveyRecords::set_profile(Profile profile, const std::string& text) {
+    write(name_of(profile), text);
+}
+
+std::optional<FormatRecord> SurveyRecords::format(Profile profile, const Format& format) const {
+    const auto text = read(key_of(profile, format));
+    return text ? read_record(*text) : std::nullopt;
+}
+
+void SurveyRecords::set_format(Profile profile, const Format& format, const FormatRecord& record) {
+    write(key_of(profile, format), write_record(record));
+}
+
+bool SurveyRecords::synchronize() {
+    return CFPreferencesAppSynchronize(application_) != 0;
+}
+
+}  // namespace texprobe::survey

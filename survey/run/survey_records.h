@@ -1,0 +1,48 @@
+// The survey's records of one renderer, in the user's preferences: under
+// "org.texprobe.survey1.<renderer>.<build>" one text for each profile, and one for each profile and
+// format. The number in the domain rises when verdicts may change.
+
+#ifndef TEXPROBE_SURVEY_RECORDS_H
+#define TEXPROBE_SURVEY_RECORDS_H
+
+#include <CoreFoundation/CoreFoundation.h>
+
+#include <optional>
+#include <string>
+
+#include "table/promises.h"
+#include "table/record_text.h"
+
+namespace texprobe::survey {
+
+class SurveyRecords {
+public:
+    explicit SurveyRecords(int rendererID);
+    ~SurveyRecords();
+    SurveyRecords(const SurveyRecords&) = delete;
+    SurveyRecords& operator=(const SurveyRecords&) = delete;
+
+    /// The application identifier.
+    const std::string& name() const { return name_; }
+
+    std::optional<std::string> profile(Profile profile) const;
+    void set_profile(Profile profile, const std::string& text);
+
+    /// Nothing where there is no record, or a stranger's text.
+    std::optional<FormatRecord> format(Profile profile, const Format& format) const;
+    void set_format(Profile profile, const Format& format, const FormatRecord& record);
+
+    /// Makes what was set durable, and sees what others have written. False if it could not.
+    bool synchronize();
+
+private:
+    std::optional<std::string> read(const std::string& key) const;
+    void write(const std::string& key, const std::string& text);
+
+    std::string name_;
+    CFStringRef application_;
+};
+
+}  // namespace texprobe::survey
+
+#endif

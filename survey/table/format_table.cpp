@@ -1,0 +1,187 @@
+#include "table/format_table.h"
+
+#include <algorithm>
+
+namespace texprobe::survey {
+
+namespace {
+
+// Desktop OpenGL filters and blends whatever it can hold, except integers; what must be renderable
+// is in its tables of required formats. OpenGL ES says all four of each format.
+constexpr const char* kGlAndEs =
+    "OpenGL 4.6, tables 8.12 and 8.13; OpenGL ES 3.0.6, table 3.13; OpenGL ES 3.2, table 8.10";
+constexpr const char* kNorm16 = "OpenGL 4.6, table 8.12; GL_EXT_texture_norm16";
+constexpr const char* kSnorm =
+    "OpenGL 4.6, table 8.12; OpenGL ES 3.0.6, table 3.13; "
+    "GL_EXT_texture_norm16; GL_EXT_render_snorm";
+constexpr const char* kFloats =
+    "OpenGL 4.6, table 8.12; OpenGL ES 3.0.6, table 3.13; OpenGL ES 3.2, table 8.10 and section "
+    "15.1.5; GL_EXT_color_buffer_float; GL_EXT_color_buffer_half_float; GL_EXT_float_blend; "
+    "GL_OES_texture_float_linear";
+
+#define HALF_RENDER "gl3.0 es3.2 GL_EXT_color_buffer_float GL_EXT_color_buffer_half_float"
+#define FULL_RENDER "gl3.0 es3.2 GL_EXT_color_buffer_float"
+
+constexpr Promises kAll = {"gl3.0 es3.0", "gl3.0 es3.0", "gl3.0 es3.0", "gl3.0 es3.0", kGlAndEs};
+constexpr Promises kTextureOnly = {"gl3.0 es3.0", "", "gl3.0 es3.0", "", kGlAndEs};
+constexpr Promises kRgb8 = {"gl3.0 es3.0", "es3.0", "gl3.0 es3.0", "es3.0", kGlAndEs};
+constexpr Promises kUnorm16 = {"gl3.0 GL_EXT_texture_norm16", "gl3.0 GL_EXT_texture_norm16",
+                               "gl3.0 GL_EXT_texture_norm16", "gl3.0 GL_EXT_texture_norm16",
+                               kNorm16};
+constexpr Promises kRgb16 = {"gl3.0 GL_EXT_texture_norm16", "", "gl3.0 GL_EXT_texture_norm16", "",
+                             kNorm16};
+constexpr Promises kSnorm8 = {"gl3.1 es3.0", "GL_EXT_render_snorm", "gl3.1 es3.0",
+                              "GL_EXT_render_snorm", kSnorm};
+constexpr Promises kRgb8Snorm = {"gl3.1 es3.0", "", "gl3.1 es3.0", "", kSnorm};
+constexpr Promises kSnorm16 = {"gl3.1 GL_EXT_texture_norm16", "GL_EXT_render_snorm",
+                               "gl3.1 GL_EXT_texture_norm16", "GL_EXT_render_snorm", kSnorm};
+constexpr Promises kRgb16Snorm = {"gl3.1 GL_EXT_texture_norm16", "", "gl3.1 GL_EXT_texture_norm16",
+                                  "", kSnorm};
+constexpr Promises kInteger = {"gl3.0 es3.0", "gl3.0 es3.0", "", "", kGlAndEs};
+constexpr Promises kRgbInteger = {"gl3.0 es3.0", "", "", "", kGlAndEs};
+constexpr Promises kRgb10A2ui = {"gl3.3 es3.0", "gl3.3 es3.0", "", "", kGlAndEs};
+constexpr Promises kHalf = {"gl3.0 es3.0", HALF_RENDER, "gl3.0 es3.0", HALF_RENDER, kFloats};
+constexpr Promises kRgbHalf = {"gl3.0 es3.0", "GL_EXT_color_buffer_half_float", "gl3.0 es3.0",
+                               "GL_EXT_color_buffer_half_float", kFloats};
+constexpr Promises kFull = {"gl3.0 es3.0", FULL_RENDER, "gl3.0 GL_OES_texture_float_linear",
+                            "gl3.0 GL_EXT_float_blend", kFloats};
+constexpr Promises kRgbFull = {"gl3.0 es3.0", "", "gl3.0 GL_OES_texture_float_linear", "", kFloats};
+constexpr Promises kPackedFloat = {"gl3.0 es3.0", FULL_RENDER, "gl3.0 es3.0", FULL_RENDER, kFloats};
+constexpr Promises kRgb565 = {
+    "gl4.1 GL_ARB_ES2_compatibility es3.0", "gl4.1 GL_ARB_ES2_compatibility es3.0",
+    "gl4.1 GL_ARB_ES2_compatibility es3.0", "gl4.1 GL_ARB_ES2_compatibility es3.0", kGlAndEs};
+constexpr Promises kSmall = {"gl4.3 es3.0", "gl4.3 es3.0", "gl4.3 es3.0", "gl4.3 es3.0", kGlAndEs};
+constexpr Promises kBgra = {"GL_EXT_texture_format_BGRA8888", "", "GL_EXT_texture_format_BGRA8888",
+                            "", "GL_EXT_texture_format_BGRA8888"};
+constexpr Promises kDepths = {"gl3.0 es3.0", "gl3.0 es3.0", "gl3.0", "", kGlAndEs};
+constexpr Promises kLegacy = {"compat1.1", "", "compat1.1", "",
+                              "OpenGL 4.6 compatibility profile, table 8.14"};
+constexpr Promises kLegacyFloat = {"compat:GL_ARB_texture_float", "", "compat:GL_ARB_texture_float",
+                                   "", "GL_ARB_texture_float"};
+
+#undef HALF_RENDER
+#undef FULL_RENDER
+
+const std::vector<Format> kFormats = {
+    // clang-format off
+    // Unsigned normalized.
+    {"GL_R8", 0x8229, Base::kColor, Kind::kUnorm, {8, 0, 0, 0}, &kAll},
+    {"GL_RG8", 0x822B, Base::kColor, Kind::kUnorm, {8, 8, 0, 0}, &kAll},
+    {"GL_RGB8", 0x8051, Base::kColor, Kind::kUnorm, {8, 8, 8, 0}, &kRgb8},
+    {"GL_RGBA8", 0x8058, Base::kColor, Kind::kUnorm, {8, 8, 8, 8}, &kAll},
+    // Unsigned normalized, 16 bits.
+    {"GL_R16", 0x822A, Base::kColor, Kind::kUnorm, {16, 0, 0, 0}, &kUnorm16},
+    {"GL_RG16", 0x822C, Base::kColor, Kind::kUnorm, {16, 16, 0, 0}, &kUnorm16},
+    {"GL_RGB16", 0x8054, Base::kColor, Kind::kUnorm, {16, 16, 16, 0}, &kRgb16},
+    {"GL_RGBA16", 0x805B, Base::kColor, Kind::kUnorm, {16, 16, 16, 16}, &kUnorm16},
+    // Signed normalized.
+    {"GL_R8_SNORM", 0x8F94, Base::kColor, Kind::kSnorm, {8, 0, 0, 0}, &kSnorm8},
+    {"GL_RG8_SNORM", 0x8F95, Base::kColor, Kind::kSnorm, {8, 8, 0, 0}, &kSnorm8},
+    {"GL_RGB8_SNORM", 0x8F96, Base::kColor, Kind::kSnorm, {8, 8, 8, 0}, &kRgb8Snorm},
+    {"GL_RGBA8_SNORM", 0x8F97, Base::kColor, Kind::kSnorm, {8, 8, 8, 8}, &kSnorm8},
+    // Signed normalized, 16 bits.
+    {"GL_R16_SNORM", 0x8F98, Base::kColor, Kind::kSnorm, {16, 0, 0, 0}, &kSnorm16},
+    {"GL_RG16_SNORM", 0x8F99, Base::kColor, Kind::kSnorm, {16, 16, 0, 0}, &kSnorm16},
+    {"GL_RGB16_SNORM", 0x8F9A, Base::kColor, Kind::kSnorm, {16, 16, 16, 0}, &kRgb16Snorm},
+    {"GL_RGBA16_SNORM", 0x8F9B, Base::kColor, Kind::kSnorm, {16, 16, 16, 16}, &kSnorm16},
+    // Unsigned integers.
+    {"GL_R8UI", 0x8232, Base::kColor, Kind::kUint, {8, 0, 0, 0}, &kInteger},
+    {"GL_RG8UI", 0x8238, Base::kColor, Kind::kUint, {8, 8, 0, 0}, &kInteger},
+    {"GL_RGB8UI", 0x8D7D, Base::kColor, Kind::kUint, {8, 8, 8, 0}, &kRgbInteger},
+    {"GL_RGBA8UI", 0x8D7C, Base::kColor, Kind::kUint, {8, 8, 8, 8}, &kInteger},
+    // Unsigned integers, 16 bits.
+    {"GL_R16UI", 0x8234, Base::kColor, Kind::kUint, {16, 0, 0, 0}, &kInteger},
+    {"GL_RG16UI", 0x823A, Base::kColor, Kind::kUint, {16, 16, 0, 0}, &kInteger},
+    {"GL_RGB16UI", 0x8D77, Base::kColor, Kind::kUint, {16, 16, 16, 0}, &kRgbInteger},
+    {"GL_RGBA16UI", 0x8D76, Base::kColor, Kind::kUint, {16, 16, 16, 16}, &kInteger},
+    // Unsigned integers, 32 bits.
+    {"GL_R32UI", 0x8236, Base::kColor, Kind::kUint, {32, 0, 0, 0}, &kInteger},
+    {"GL_RG32UI", 0x823C, Base::kColor, Kind::kUint, {32, 32, 0, 0}, &kInteger},
+    {"GL_RGB32UI", 0x8D71, Base::kColor, Kind::kUint, {32, 32, 32, 0}, &kRgbInteger},
+    {"GL_RGBA32UI", 0x8D70, Base::kColor, Kind::kUint, {32, 32, 32, 32}, &kInteger},
+    // Signed integers.
+    {"GL_R8I", 0x8231, Base::kColor, Kind::kInt, {8, 0, 0, 0}, &kInteger},
+    {"GL_RG8I", 0x8237, Base::kColor, Kind::kInt, {8, 8, 0, 0}, &kInteger},
+    {"GL_RGB8I", 0x8D8F, Base::kColor, Kind::kInt, {8, 8, 8, 0}, &kRgbInteger},
+    {"GL_RGBA8I", 0x8D8E, Base::kColor, Kind::kInt, {8, 8, 8, 8}, &kInteger},
+    // Signed integers, 16 bits.
+    {"GL_R16I", 0x8233, Base::kColor, Kind::kInt, {16, 0, 0, 0}, &kInteger},
+    {"GL_RG16I", 0x8239, Base::kColor, Kind::kInt, {16, 16, 0, 0}, &kInteger},
+    {"GL_RGB16I", 0x8D89, Base::kColor, Kind::kInt, {16, 16, 16, 0}, &kRgbInteger},
+    {"GL_RGBA16I", 0x8D88, Base::kColor, Kind::kInt, {16, 16, 16, 16}, &kInteger},
+    // Signed integers, 32 bits.
+    {"GL_R32I", 0x8235, Base::kColor, Kind::kInt, {32, 0, 0, 0}, &kInteger},
+    {"GL_RG32I", 0x823B, Base::kColor, Kind::kInt, {32, 32, 0, 0}, &kInteger},
+    {"GL_RGB32I", 0x8D83, Base::kColor, Kind::kInt, {32, 32, 32, 0}, &kRgbInteger},
+    {"GL_RGBA32I", 0x8D82, Base::kColor, Kind::kInt, {32, 32, 32, 32}, &kInteger},
+    // Half floats.
+    {"GL_R16F", 0x822D, Base::kColor, Kind::kFloat, {16, 0, 0, 0}, &kHalf},
+    {"GL_RG16F", 0x822F, Base::kColor, Kind::kFloat, {16, 16, 0, 0}, &kHalf},
+    {"GL_RGB16F", 0x881B, Base::kColor, Kind::kFloat, {16, 16, 16, 0}, &kRgbHalf},
+    {"GL_RGBA16F", 0x881A, Base::kColor, Kind::kFloat, {16, 16, 16, 16}, &kHalf},
+    // Floats.
+    {"GL_R32F", 0x822E, Base::kColor, Kind::kFloat, {32, 0, 0, 0}, &kFull},
+    {"GL_RG32F", 0x8230, Base::kColor, Kind::kFloat, {32, 32, 0, 0}, &kFull},
+    {"GL_RGB32F", 0x8815, Base::kColor, Kind::kFloat, {32, 32, 32, 0}, &kRgbFull},
+    {"GL_RGBA32F", 0x8814, Base::kColor, Kind::kFloat, {32, 32, 32, 32}, &kFull},
+    // sRGB.
+    {"GL_SRGB8", 0x8C41, Base::kColor, Kind::kSrgb, {8, 8, 8, 0}, &kTextureOnly},
+    {"GL_SRGB8_ALPHA8", 0x8C43, Base::kColor, Kind::kSrgb, {8, 8, 8, 8}, &kAll},
+    // Packed.
+    {"GL_RGB565", 0x8D62, Base::kColor, Kind::kUnorm, {5, 6, 5, 0}, &kRgb565},
+    {"GL_RGB5_A1", 0x8057, Base::kColor, Kind::kUnorm, {5, 5, 5, 1}, &kSmall},
+    {"GL_RGBA4", 0x8056, Base::kColor, Kind::kUnorm, {4, 4, 4, 4}, &kSmall},
+    {"GL_RGB10_A2", 0x8059, Base::kColor, Kind::kUnorm, {10, 10, 10, 2}, &kAll},
+    {"GL_RGB10_A2UI", 0x906F, Base::kColor, Kind::kUint, {10, 10, 10, 2}, &kRgb10A2ui},
+    {"GL_R11F_G11F_B10F", 0x8C3A, Base::kColor, Kind::kUfloat, {11, 11, 10, 0}, &kPackedFloat},
+    {"GL_RGB9_E5", 0x8C3D, Base::kColor, Kind::kSharedExponent, {9, 9, 9, 0}, &kTextureOnly},
+    {"GL_BGRA8_EXT", 0x93A1, Base::kColor, Kind::kUnorm, {8, 8, 8, 8}, &kBgra},
+    // Depth and stencil.
+    {"GL_DEPTH_COMPONENT16", 0x81A5, Base::kDepth, Kind::kUnorm, {16, 0, 0, 0}, &kDepths},
+    {"GL_DEPTH_COMPONENT24", 0x81A6, Base::kDepth, Kind::kUnorm, {24, 0, 0, 0}, &kDepths},
+    {"GL_DEPTH_COMPONENT32F", 0x8CAC, Base::kDepth, Kind::kFloat, {32, 0, 0, 0}, &kDepths},
+    {"GL_DEPTH24_STENCIL8", 0x88F0, Base::kDepthStencil, Kind::kUnorm, {24, 0, 0, 0}, &kDepths},
+    {"GL_DEPTH32F_STENCIL8", 0x8CAD, Base::kDepthStencil, Kind::kFloat, {32, 0, 0, 0}, &kDepths},
+    // Luminance, which only the compatibility profile has.
+    {"GL_LUMINANCE8", 0x8040, Base::kLuminance, Kind::kUnorm, {8, 0, 0, 0}, &kLegacy},
+    {"GL_LUMINANCE8_ALPHA8", 0x8045, Base::kLuminance, Kind::kUnorm, {8, 0, 0, 8}, &kLegacy},
+    {"GL_LUMINANCE16", 0x8042, Base::kLuminance, Kind::kUnorm, {16, 0, 0, 0}, &kLegacy},
+    {"GL_LUMINANCE16_ALPHA16", 0x8048, Base::kLuminance, Kind::kUnorm, {16, 0, 0, 16}, &kLegacy},
+    {"GL_LUMINANCE16F_ARB", 0x881E, Base::kLuminance, Kind::kFloat, {16, 0, 0, 0}, &kLegacyFloat},
+    {"GL_LUMINANCE_ALPHA16F_ARB", 0x881F, Base::kLuminance, Kind::kFloat, {16, 0, 0, 16}, &kLegacyFloat},
+    {"GL_LUMINANCE32F_ARB", 0x8818, Base::kLuminance, Kind::kFloat, {32, 0, 0, 0}, &kLegacyFloat},
+    {"GL_LUMINANCE_ALPHA32F_ARB", 0x8819, Base::kLuminance, Kind::kFloat, {32, 0, 0, 32}, &kLegacyFloat},
+    // clang-format on
+};
+
+}  // namespace
+
+const std::vector<Format>& formats() {
+    return kFormats;
+}
+
+const Format* find_format(const std::string& name) {
+    const auto found = std::find_if(kFormats.begin(), kFormats.end(),
+                                    [&](const Format& format) { return name == format.name; });
+    return found == kFormats.end() ? nullptr : &*found;
+}
+
+const char* name_of(Use use) {
+    static constexpr const char* kNames[] = {"create", "create_storage", "filter",
+                                             "mipmap", "render",         "blend"};
+    return kNames[static_cast<std::size_t>(use)];
+}
+
+bool has_use(const Format& format, Use use) {
+    switch (use) {
+        case Use::kFilter:
+        case Use::kMipmap:
+            return !format.is_integer();
+        case Use::kBlend:
+            return !format.is_integer() && !format.is_depth();
+        default:
+            return true;
+    }
+}
+
+}  // namespace texprobe::survey

@@ -1,0 +1,78 @@
+// The formats that are surveyed: what each consists of, and who promises what of it.
+//
+// Nothing here needs OpenGL; names and numbers are those of its documents.
+
+#ifndef TEXPROBE_SURVEY_FORMAT_TABLE_H
+#define TEXPROBE_SURVEY_FORMAT_TABLE_H
+
+#include <array>
+#include <cstddef>
+#include <string>
+#include <vector>
+
+namespace texprobe::survey {
+
+/// How the bits of a component are read.
+enum class Kind : unsigned char {
+    kUnorm,           ///< 0 to 2^n - 1 as 0 to 1.
+    kSnorm,           ///< -(2^(n-1) - 1) to 2^(n-1) - 1 as -1 to 1.
+    kSrgb,            ///< As kUnorm, of the sRGB curve; alpha is kUnorm.
+    kUint,            ///< Integers as they are.
+    kInt,             ///
+    kFloat,           ///< With a sign, 16 or 32 bits.
+    kUfloat,          ///< Without a sign, 10 or 11 bits.
+    kSharedExponent,  ///< Nine bits each and an exponent for all three.
+};
+
+enum class Base : unsigned char { kColor, kLuminance, kDepth, kDepthStencil };
+
+/// Who promises a use: words, each sufficient, with a space between them. "gl3.0": desktop OpenGL
+/// from that version on. "compat1.1": in the compatibility profile only. "es3.0": OpenGL ES.
+/// "GL_...": a context with this extension. "compat:GL_...": such a context of that profile.
+struct Promises {
+    const char* create;
+    const char* render;
+    const char* filter;
+    const char* blend;
+    const char* source;  ///< The documents that say so.
+};
+
+struct Format {
+    const char* name;
+    unsigned value;
+    Base base;
+    Kind kind;
+    /// Of red, green, blue and alpha; luminance and depth are the first. 0: there is none.
+    std::array<int, 4> bits;
+    const Promises* promises;
+
+    bool has(std::size_t component) const { return bits[component] != 0; }
+    Kind kind_of(std::size_t component) const {
+        return kind == Kind::kSrgb && component == 3 ? Kind::kUnorm : kind;
+    }
+    bool is_integer() const { return kind == Kind::kUint || kind == Kind::kInt; }
+    bool is_depth() const { return base == Base::kDepth || base == Base::kDepthStencil; }
+};
+
+constexpr unsigned kBgra8 = 0x93A1;  // GL_BGRA8_EXT, which has a rule of its own.
+
+const std::vector<Format>& formats();
+
+/// Null for a name that is not in the table.
+const Format* find_format(const std::string& name);
+
+// What a format can be used for.
+enum class Use : unsigned char { kCreate, kCreateStorage, kFilter, kMipmap, kRender, kBlend };
+
+constexpr std::array<Use, 6> kUses = {Use::kCreate, Use::kCreateStorage, Use::kFilter,
+                                      Use::kMipmap, Use::kRender,        Use::kBlend};
+
+const char* name_of(Use use);
+
+/// Does this class of formats have the use? Integers are neither filtered nor blended, and depth is
+/// not blended.
+bool has_use(const Format& format, Use use);
+
+}  // namespace texprobe::survey
+
+#endif

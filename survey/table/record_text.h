@@ -1,0 +1,43 @@
+// The record of one format in one profile, as text.
+//
+//   create yes
+//   mipmap wrong: expected (0.5, 0, 0, 1) at 3, 4 of level 2, came (0.75, 0, 0, 1), although ...
+//
+// One line a use, in their order, with a reason where there is one. The line "measuring" alone says
+// that all uses are under way. Readers skip lines of uses that they do not know.
+
+#ifndef TEXPROBE_SURVEY_RECORD_TEXT_H
+#define TEXPROBE_SURVEY_RECORD_TEXT_H
+
+#include <map>
+#include <optional>
+#include <string>
+
+#include "table/format_table.h"
+#include "table/survey_verdicts.h"
+
+namespace texprobe::survey {
+
+struct FormatRecord {
+    bool isMeasuring = false;  ///< Begun as a whole; the uses are not recorded one by one.
+    std::map<Use, Judged> uses;
+};
+
+std::string write_record(const FormatRecord& record);
+
+/// Nothing for a text that is no record, such as a stranger's.
+std::optional<FormatRecord> read_record(const std::string& text);
+
+/// Has every use of the format a verdict?
+bool is_complete(const Format& format, const FormatRecord& record);
+
+/// The record after the process that wrote it has died or was killed because it hung: the use that
+/// was under way gets that verdict. Without one that is known, the record stays as it is.
+FormatRecord after_end(FormatRecord record, Verdict verdict);
+
+/// The same without a verdict: the use that was under way has none, for nobody knows why it ended.
+FormatRecord after_outside_end(FormatRecord record);
+
+}  // namespace texprobe::survey
+
+#endif

@@ -1,0 +1,43 @@
+#include "table/survey_verdicts.h"
+
+#include <cstddef>
+#include <iterator>
+
+namespace texprobe::survey {
+
+namespace {
+
+constexpr const char* kVerdictNames[] = {"yes",         "refused",        "wrong",
+                                         "not_offered", "not_applicable", "crashed",
+                                         "hung",        "unknown",        "started"};
+
+}  // namespace
+
+const char* name_of(Verdict verdict) {
+    return kVerdictNames[static_cast<std::size_t>(verdict)];
+}
+
+std::optional<Verdict> find_verdict(const std::string& name) {
+    for (std::size_t i = 0; i < std::size(kVerdictNames); ++i) {
+        if (name == kVerdictNames[i]) return static_cast<Verdict>(i);
+    }
+    return std::nullopt;
+}
+
+Judged judge(const Finding& finding, const std::string& promise) {
+    const std::string& who = promise.empty() ? finding.promise : promise;
+    switch (finding.kind) {
+        case Finding::Kind::kHolds:
+            return {Verdict::kYes, ""};
+        case Finding::Kind::kCannotTell:
+            return {Verdict::kUnknown, finding.text};
+        default:
+            break;
+    }
+    if (who.empty() || !finding.isPromised) return {Verdict::kNotOffered, finding.text};
+    const bool isRefused = finding.kind == Finding::Kind::kRefused;
+    return {isRefused ? Verdict::kRefused : Verdict::kWrong,
+            finding.text + ", although " + who + " promises it"};
+}
+
+}  // namespace texprobe::survey

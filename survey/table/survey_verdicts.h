@@ -1,0 +1,45 @@
+// What is said of a use of a format.
+
+#ifndef TEXPROBE_SURVEY_VERDICTS_H
+#define TEXPROBE_SURVEY_VERDICTS_H
+
+#include <optional>
+#include <string>
+
+namespace texprobe::survey {
+
+enum class Verdict : unsigned char {
+    kYes,            ///< It holds, promised or not.
+    kRefused,        ///< Promised, and an error, an incomplete framebuffer or a smaller format.
+    kWrong,          ///< Promised, and without an error, but other pixels.
+    kNotOffered,     ///< It does not hold, and nobody promised it.
+    kNotApplicable,  ///< The format cannot be created.
+    kCrashed,        ///< The process died in it.
+    kHung,           ///< It did not come back.
+    kUnknown,        ///< It could not be told; the text says why.
+    kStarted,        ///< No verdict: it is under way, or was when the process ended.
+};
+
+const char* name_of(Verdict verdict);
+std::optional<Verdict> find_verdict(const std::string& name);
+
+/// How a use went, before it is known who is to blame.
+struct Finding {
+    enum class Kind : unsigned char { kHolds, kRefused, kOtherPixels, kCannotTell };
+    Kind kind = Kind::kHolds;
+    std::string text = {};     ///< What was expected and what came.
+    std::string promise = {};  ///< Who promised it, beside the documents.
+    bool isPromised = true;    ///< False: what failed is no part of what the documents promise.
+};
+
+struct Judged {
+    Verdict verdict = Verdict::kUnknown;
+    std::string text;  ///< Empty for a yes.
+};
+
+/// `promise` says who promised the use; empty for nobody.
+Judged judge(const Finding& finding, const std::string& promise);
+
+}  // namespace texprobe::survey
+
+#endif

@@ -1,0 +1,99 @@
+// A driver that dies or hangs in a chosen use of a chosen format, linked into a build of the
+// survey.
+//
+// The order is in a file "die" beside the executable:
+//   <profile> <number of the format> <use> <signal; 0 to hang>
+// A line is added to a file "deaths" there before each death. The order stays: such a driver dies
+// whenever the use is tried.
+
+#include <signal.h>
+#include <unistd.h>
+
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+#include <string>
+
+#include "opengl/gl_functions.h"
+
+namespace {
+
+using namespace texprobe::survey;
+
+struct SurveyOrder {
+    std::string profile;
+    Enum format = 0;
+    std::string use;
+    int signal = -1;
+};
+
+SurveyOrder surveyOrder;
+Gl aliveGl;
+bool isBlending = false;
+Enum currentFormat = 0;  // Of the texture that was defined last, unless that is the judge's.
+
+std::filesystem::path folder_of_survey() {
+    return std::filesystem::read_symlink("/proc/self/exe").parent_path();
+}
+
+/// The driver has come to what only that use calls.
+void die_in(const char* use, Enum format) {
+    if (surveyOrder.use != use || surveyOrder.format != format) return;
+    std::ofstream(folder_of_survey() / "deaths", std::ios::app) << use << '\n';
+    if (surveyOrder.signal != 0) raise(surveyOrder.signal);
+    for (;;) pause();
+}
+
+std::string profile_of_context() {
+    const auto* text = reinterpret_cast<const char*>(aliveGl.GetString(gl::kVersion));
+    if (std::strstr(text, "OpenGL ES")) return "es";
+    return std::strstr(text, "Core") ? "core" : "compatibility";
+}
+
+void define_or_die(Enum target, int level, int internalFormat, int width, int height, int border,
+                   Enum format, Enum type, const void* pixels) {
+    const auto number = static_cast<Enum>(internalFormat);
+    constexpr int kSizeOfCreate = 128;
+    if (number != gl::kRgba32ui) currentFormat = number;
+    if (!pixels && width == kSizeOfCreate && height == kSizeOfCreate) die_in("create", number);
+    aliveGl.TexImage2D(target, level, internalFormat, width, height, border, format, type, pixels);
+}
+
+}  // namespace
+
+extern "C" Gl __real__ZN8texprobe6survey7load_glEv();
+
+/// texprobe::survey::load_gl, as the program calls it.
+extern "C" Gl __wrap__ZN8texprobe6survey7load_glEv() {
+    aliveGl = __real__ZN8texprobe6survey7load_glEv();
+    Gl table = aliveGl;
+    std::ifstream(folder_of_survey() / "die") >> surveyOrder.profile >> surveyOrder.format >>
+        surveyOrder.use >> surveyOrder.signal;
+    if (surveyOrder.profile != profile_of_context()) return table;
+    table.TexImage2D = define_or_die;
+    table.TexStorage2D = [](Enum target, int levels, Enum format, int width, int height) {
+        die_in("create_storage", format);
+        aliveGl.TexStorage2D(target, levels, format, width, height);
+    };
+    table.TexParameteri = [](Enum target, Enum name, int value) {
+        if (value == gl::kLinear) die_in("filter", currentFormat);
+        aliveGl.TexParameteri(target, name, value);
+    };
+    table.GenerateMipmap = [](Enum target) {
+        die_in("mipmap", currentFormat);
+        aliveGl.GenerateMipmap(target);
+    };
+    table.BlendFunc = [](Enum source, Enum destination) {
+        isBlending = true;
+        aliveGl.BlendFunc(source, destination);
+    };
+    table.CheckFramebufferStatus = [](Enum target) {
+        if (!isBlending) die_in("render", currentFormat);
+        return aliveGl.CheckFramebufferStatus(target);
+    };
+    table.Enable = [](Enum capability) {
+        if (capability == gl::kBlend) die_in("blend", currentFormat);
+        aliveGl.Enable(capability);
+    };
+    return table;
+}

@@ -1,0 +1,283 @@
+// texprobe-survey as it is built for users, except for the place of its records.
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <signal.h>
+#include <sys/wait.h>
+
+#include <algorithm>
+#include <chrono>
+#include <fstream>
+#include <thread>
+
+#include "mesa_renderer.h"
+#include "runs/measuring_turn.h"
+#include "support/tool_folder.h"
+#include "table/promises.h"
+#include "table/record_text.h"
+
+namespace texprobe::tests {
+namespace {
+
+using testing::HasSubstr;
+using testing::StartsWith;
+
+const Environment kSurveySoftpipe = {"GALLIUM_DRIVER=softpipe"};
+const std::string kUsage =
+    "Usage: texprobe-survey [--profile compatibility|core|es] [--format GL_NAME]\n";
+
+/// The one record set of the survey.
+Records survey_set(const ToolFolder& folder) {
+    Records found;
+    for (const auto& [application, records] : folder.records()) {
+        if (application.rfind("org.texprobe.survey1.", 0) == 0) {
+            EXPECT_TRUE(found.empty()) << "a second set";
+            found = records;
+        }
+    }
+    return found;
+}
+
+survey::FormatRecord read_survey_record(const Records& records, const std::string& key) {
+    const auto found = records.find(key);
+    if (found == records.end()) return {};
+    // The store's text begins with the type.
+    const std::string text = found->second.substr(std::string("string ").size());
+    return survey::read_record(text).value_or(survey::FormatRecord{});
+}
+
+std::string verdicts_of(const Records& records, const std::string& key) {
+    std::string text;
+    for (const auto& [use, judged] : read_survey_record(records, key).uses) {
+        text += std::string(text.empty() ? "" : " ") + survey::name_of(judged.verdict);
+    }
+    return text;
+}
+
+/// Softpipe's records of a run with these arguments and without any trouble.
+Records undisturbed_survey(const std::vector<std::string>& arguments = {}) {
+    const ToolFolder folder(SURVEY);
+    const Finished run = folder.run(arguments, kSurveySoftpipe);
+    EXPECT_TRUE(run.exited_with(0)) << run.err;
+    return survey_set(folder);
+}
+
+TEST(Survey, records_every_format_of_every_profile_and_finds_what_mesa_does) {
+    const Records records = undisturbed_survey();
+    EXPECT_EQ(records.size(), 3 * survey::formats().size() + 3);
+    EXPECT_THAT(records.at("compatibility"), HasSubstr("(Compatibility Profile) Mesa"));
+    EXPECT_THAT(records.at("core"), HasSubstr("(Core Profile) Mesa"));
+    EXPECT_THAT(records.at("es"), StartsWith("string OpenGL ES 3."));
+    for (const survey::Profile profile : survey::kProfiles) {
+        for (const survey::Format& format : survey::formats()) {
+            const std::string key = std::string(survey::name_of(profile)) + '.' + format.name;
+            EXPECT_TRUE(is_complete(format, read_survey_record(records, key))) << key;
+        }
+    }
+    // What Mesa certainly does.
+    for (const std::string profile : {"compatibility.", "core.", "es."}) {
+        for (const char* name : {"GL_RGBA8", "GL_RG8", "GL_RGBA16F", "GL_SRGB8_ALPHA8",
+                                 "GL_RGB10_A2", "GL_R11F_G11F_B10F"}) {
+            EXPECT_EQ(verdicts_of(records, profile + name), "yes yes yes yes yes yes")
+                << profile + name;
+        }
+        EXPECT_EQ(verdicts_of(records, profile + "GL_RGBA32UI"), "yes yes yes");
+        // Rendering to three integers is not required anywhere.
+        EXPECT_THAT(verdicts_of(records, profile + "GL_RGB32I"), StartsWith("yes yes "));
+    }
+    EXPECT_EQ(verdicts_of(records, "core.GL_LUMINANCE8"),
+              "not_offered not_offered not_applicable not_applicable not_applicable "
+              "not_applicable");
+    EXPECT_THAT(verdicts_of(records, "compatibility.GL_LUMINANCE8"), StartsWith("yes yes yes yes"));
+    EXPECT_EQ(verdicts_of(records, "core.GL_BGRA8_EXT").substr(0, 11), "not_offered");
+    EXPECT_THAT(verdicts_of(records, "es.GL_BGRA8_EXT"), StartsWith("yes "));
+}
+
+class SurveyRenderer : public testing::TestWithParam<MesaRenderer> {};
+
+TEST_P(SurveyRenderer, does_what_every_profile_promises) {
+    const std::string missing = prepare(GetParam());
+    if (!missing.empty()) GTEST_SKIP() << missing;
+    const ToolFolder folder(SURVEY);
+    for (const char* name : {"GL_SRGB8_ALPHA8", "GL_RGB10_A2UI"}) {
+        EXPECT_TRUE(folder.run({"--format", name}, GetParam().environment).exited_with(0));
+    }
+    const Records records = survey_set(folder);
+    EXPECT_EQ(records.size(), 3u + 3 * 2);
+    for (const std::string profile : {"compatibility", "core", "es"}) {
+        EXPECT_EQ(verdicts_of(records, profile + ".GL_SRGB8_ALPHA8"), "yes yes yes yes yes yes")
+            << records.at(profile + ".GL_SRGB8_ALPHA8");
+        EXPECT_EQ(verdicts_of(records, profile + ".GL_RGB10_A2UI"), "yes yes yes")
+            << records.at(profile + ".GL_RGB10_A2UI");
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(Mesa, SurveyRenderer, testing::ValuesIn(mesa_renderers()),
+                         [](const auto& renderer) { return renderer.param.name; });
+
+TEST(Survey, does_only_what_is_asked_for_and_missing) {
+    const ToolFolder folder(SURVEY);
+    const Finished first = folder.run({"--format", "GL_R8UI", "--profile", "es"}, kSurveySoftpipe);
+    EXPECT_TRUE(first.exited_with(0));
+    EXPECT_EQ(first.out, "");
+    const std::vector<std::string> lines = lines_of(first.err);
+    ASSERT_EQ(lines.size(), 2u) << first.err;
+    EXPECT_THAT(lines[0], HasSubstr("] es: OpenGL ES 3."));
+    EXPECT_THAT(lines[1], HasSubstr("] es GL_R8UI: create yes, create_storage yes, render yes"));
+    EXPECT_THAT(lines[1], StartsWith("org.texprobe.survey1."));
+    const Records records = survey_set(folder);
+    EXPECT_EQ(records.size(), 2u);
+    const Finished second = folder.run({"--profile", "es", "--format", "GL_R8UI"}, kSurveySoftpipe);
+    EXPECT_TRUE(second.exited_with(0));
+    EXPECT_EQ(second.err, "");
+    EXPECT_EQ(survey_set(folder), records);
+}
+
+TEST(Survey, refuses_other_arguments) {
+    const ToolFolder folder(SURVEY);
+    const auto refuse = [&](const std::vector<std::string>& arguments, const std::string& reason) {
+        const Finished run = folder.run(arguments, kSurveySoftpipe);
+        EXPECT_TRUE(run.exited_with(1));
+        EXPECT_EQ(run.err, reason + kUsage);
+        EXPECT_EQ(run.out, "");
+    };
+    refuse({"--safe"}, "");
+    refuse({"--profile"}, "*** no profile: \n");
+    refuse({"--profile", "gles"}, "*** no profile: gles\n");
+    refuse({"--format", "RGBA8"}, "*** no format of the survey: RGBA8\n");
+    refuse({"--profile", "es", "--profile", "core"}, "");
+    EXPECT_FALSE(std::filesystem::exists(folder.database()));
+}
+
+TEST(Survey, fails_where_nothing_can_be_recorded) {
+    const ToolFolder folder(SURVEY);
+    std::ofstream(folder.path() / "records") << "in the way";
+    const Finished run = folder.run({"--format", "GL_R8UI"}, kSurveySoftpipe);
+    EXPECT_TRUE(run.exited_with(1)) << run.err;
+    EXPECT_THAT(run.err, testing::Not(HasSubstr("create"))) << "the driver was touched";
+}
+
+const std::vector<std::string> kCoreOnly = {"--profile", "core"};
+
+TEST(Survey, beside_another_survey_and_the_tool_loses_and_changes_nothing) {
+    const ToolFolder folder(SURVEY);
+    std::filesystem::copy_file(TOOL, folder.path() / "tool");
+    const pid_t tool = start({folder.path() / "tool", {}, kSurveySoftpipe});
+    const pid_t one = start({folder.tool(), kCoreOnly, kSurveySoftpipe});
+    const pid_t two = start({folder.tool(), kCoreOnly, kSurveySoftpipe});
+    EXPECT_TRUE(finish(tool).exited_with(0));
+    EXPECT_TRUE(finish(one).exited_with(0));
+    EXPECT_TRUE(finish(two).exited_with(0));
+    EXPECT_EQ(survey_set(folder), undisturbed_survey(kCoreOnly));
+    const RecordSets sets = folder.records();
+    const auto ofTool = std::find_if(sets.begin(), sets.end(), [](const auto& set) {
+        return set.first.rfind("org.texprobe.texprobe2.", 0) == 0;
+    });
+    ASSERT_NE(ofTool, sets.end());
+    EXPECT_EQ(ofTool->second.count("GL_RENDERER"), 1u);
+}
+
+TEST(Survey, ends_between_two_formats_when_it_is_interrupted) {
+    const ToolFolder folder(SURVEY);
+    const std::filesystem::path errors = folder.path() / "err";
+    const pid_t survey =
+        start({folder.tool(), kCoreOnly, kSurveySoftpipe, {}, "/dev/null", errors});
+    std::error_code ignored;
+    while (!has_ended(survey) && (!std::filesystem::exists(errors) ||
+                                  std::filesystem::file_size(errors, ignored) < 1000)) {
+        std::this_thread::sleep_for(std::chrono::milliseconds(5));
+    }
+    kill(survey, SIGTERM);
+    const Finished ended = finish(survey);
+    EXPECT_TRUE(WIFSIGNALED(ended.status) && WTERMSIG(ended.status) == SIGTERM);
+    for (const auto& [key, record] : survey_set(folder)) {
+        EXPECT_NE(record, "string measuring\n") << key;
+    }
+    EXPECT_TRUE(folder.run(kCoreOnly, kSurveySoftpipe).exited_with(0));
+    EXPECT_EQ(survey_set(folder), undisturbed_survey(kCoreOnly));
+}
+
+/// A survey that hangs in a use of GL_RGBA8 in core profile.
+pid_t start_hanging(const ToolFolder& folder) {
+    std::ofstream(folder.path() / "die") << "core " << 0x8058 << " mipmap 0";
+    const pid_t survey =
+        start({folder.tool(), {"--profile", "core", "--format", "GL_RGBA8"}, kSurveySoftpipe});
+    while (!has_ended(survey) && !std::filesystem::exists(folder.path() / "deaths")) {
+        std::this_thread::sleep_for(std::chrono::milliseconds(5));
+    }
+    return survey;
+}
+
+TEST(Survey, works_on_no_set_but_its_own) {
+    const ToolFolder folder(SURVEY_DYING);
+    const pid_t hung = start_hanging(folder);
+    const std::string file = folder.path() / "measuring.lock";
+    const std::string own = folder.records().begin()->first;
+    std::string ofTool = own;
+    ofTool.replace(0, std::string("org.texprobe.survey1").size(), "org.texprobe.texprobe2");
+    EXPECT_FALSE(texprobe::SetAtRest(file, own).has_lasted());
+    EXPECT_TRUE(texprobe::SetAtRest(file, ofTool).has_lasted()) << ofTool;
+    kill(hung, SIGKILL);
+    finish(hung);
+}
+
+TEST(Survey, tries_again_what_was_under_way_when_it_was_killed_from_outside) {
+    const std::vector<std::string> arguments = {"--profile", "core", "--format", "GL_RGBA8"};
+    const ToolFolder folder(SURVEY_DYING);
+    const pid_t hung = start_hanging(folder);
+    kill(hung, SIGKILL);
+    finish(hung);
+    EXPECT_EQ(survey_set(folder).at("core.GL_RGBA8"), "string measuring\n");
+    std::filesystem::remove(folder.path() / "die");
+    EXPECT_TRUE(folder.run(arguments, kSurveySoftpipe).exited_with(0));
+    EXPECT_EQ(survey_set(folder).at("core.GL_RGBA8"),
+              undisturbed_survey(arguments).at("core.GL_RGBA8"));
+}
+
+/// What remains of the undisturbed record if the process dies in that use.
+std::string after_death(survey::FormatRecord record, survey::Use guilty) {
+    record.uses[guilty] = {survey::Verdict::kCrashed, ""};
+    if (guilty == survey::Use::kCreate) {
+        for (auto& [use, judged] : record.uses) {
+            if (use > survey::Use::kCreateStorage) judged = {survey::Verdict::kNotApplicable, ""};
+        }
+    }
+    return "string " + survey::write_record(record);
+}
+
+class SurveyDeath : public testing::TestWithParam<survey::Profile> {};
+
+TEST_P(SurveyDeath, in_a_use_costs_that_verdict_and_no_other) {
+    constexpr int kSignals[] = {SIGSEGV, SIGABRT, SIGBUS, SIGKILL};
+    const std::string profile = survey::name_of(GetParam());
+    int tried = 0;
+    for (const char* name : {"GL_RGB565", "GL_R16F", "GL_RG32UI"}) {
+        const survey::Format& format = *survey::find_format(name);
+        const std::string key = profile + '.' + name;
+        const survey::FormatRecord undisturbed =
+            read_survey_record(undisturbed_survey({"--profile", profile, "--format", name}), key);
+        for (const survey::Use use : survey::kUses) {
+            if (!has_use(format, use)) continue;
+            const ToolFolder folder(SURVEY_DYING);
+            std::ofstream(folder.path() / "die") << profile << ' ' << format.value << ' '
+                                                 << name_of(use) << ' ' << kSignals[tried++ % 4];
+            const auto run = [&] {
+                return folder.run({"--profile", profile, "--format", name}, kSurveySoftpipe);
+            };
+            EXPECT_TRUE(WIFSIGNALED(run().status)) << key;
+            EXPECT_EQ(survey_set(folder).at(key), "string measuring\n");
+            EXPECT_TRUE(WIFSIGNALED(run().status)) << key;
+            EXPECT_TRUE(run().exited_with(0)) << key << ' ' << name_of(use);
+            EXPECT_EQ(survey_set(folder).at(key), after_death(undisturbed, use)) << name_of(use);
+        }
+    }
+    EXPECT_EQ(tried, 15);
+}
+
+INSTANTIATE_TEST_SUITE_P(InProfile, SurveyDeath, testing::ValuesIn(survey::kProfiles),
+                         [](const auto& profile) {
+                             return std::string(survey::name_of(profile.param));
+                         });
+
+}  // namespace
+}  // namespace texprobe::tests

@@ -1,0 +1,241 @@
+// The survey's table, verdicts and record text: no pixels, no OpenGL.
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <OpenGL/gl.h>
+#include <OpenGL/glext.h>
+
+#include <map>
+#include <numeric>
+#include <set>
+
+#include "table/promises.h"
+#include "table/record_text.h"
+
+namespace texprobe::survey {
+namespace {
+
+const Format& survey_row(const char* name) {
+    return *find_format(name);
+}
+
+ContextFacts facts_of(Profile profile, int version, std::set<std::string> extensions = {}) {
+    return {profile, version, std::move(extensions)};
+}
+
+TEST(SurveyTable, has_each_format_once_with_the_number_of_opengl) {
+    // Numbers from the system's header, which the survey does not use.
+    const std::map<std::string, unsigned> numbers = {
+        {"GL_R8", GL_R8},
+        {"GL_RGB16", GL_RGB16},
+        {"GL_RG8_SNORM", GL_RG8_SNORM},
+        {"GL_RGBA16_SNORM", GL_RGBA16_SNORM},
+        {"GL_R8UI", GL_R8UI},
+        {"GL_RG8UI", GL_RG8UI},
+        {"GL_RGB8UI", GL_RGB8UI},
+        {"GL_RGBA8UI", GL_RGBA8UI},
+        {"GL_R16UI", GL_R16UI},
+        {"GL_RG16UI", GL_RG16UI},
+        {"GL_RGB16UI", GL_RGB16UI},
+        {"GL_RGBA16UI", GL_RGBA16UI},
+        {"GL_R32UI", GL_R32UI},
+        {"GL_RG32UI", GL_RG32UI},
+        {"GL_RGB32UI", GL_RGB32UI},
+        {"GL_RGBA32UI", GL_RGBA32UI},
+        {"GL_R8I", GL_R8I},
+        {"GL_RG8I", GL_RG8I},
+        {"GL_RGB8I", GL_RGB8I},
+        {"GL_RGBA8I", GL_RGBA8I},
+        {"GL_R16I", GL_R16I},
+        {"GL_RG16I", GL_RG16I},
+        {"GL_RGB16I", GL_RGB16I},
+        {"GL_RGBA16I", GL_RGBA16I},
+        {"GL_R32I", GL_R32I},
+        {"GL_RG32I", GL_RG32I},
+        {"GL_RGB32I", GL_RGB32I},
+        {"GL_RGBA32I", GL_RGBA32I},
+        {"GL_R16F", GL_R16F},
+        {"GL_RG16F", GL_RG16F},
+        {"GL_RGB16F", GL_RGB16F},
+        {"GL_RGBA16F", GL_RGBA16F},
+        {"GL_R32F", GL_R32F},
+        {"GL_RG32F", GL_RG32F},
+        {"GL_RGB32F", GL_RGB32F},
+        {"GL_RGBA32F", GL_RGBA32F},
+        {"GL_R16", GL_R16},
+        {"GL_RG16", GL_RG16},
+        {"GL_RGBA16", GL_RGBA16},
+        {"GL_RG8", GL_RG8},
+        {"GL_RGB8", GL_RGB8},
+        {"GL_RGBA8", GL_RGBA8},
+        {"GL_R8_SNORM", GL_R8_SNORM},
+        {"GL_RGB8_SNORM", GL_RGB8_SNORM},
+        {"GL_RGBA8_SNORM", GL_RGBA8_SNORM},
+        {"GL_R16_SNORM", GL_R16_SNORM},
+        {"GL_RG16_SNORM", GL_RG16_SNORM},
+        {"GL_RGB16_SNORM", GL_RGB16_SNORM},
+        {"GL_SRGB8", GL_SRGB8},
+        {"GL_SRGB8_ALPHA8", GL_SRGB8_ALPHA8},
+        {"GL_RGB565", GL_RGB565},
+        {"GL_RGB5_A1", GL_RGB5_A1},
+        {"GL_RGBA4", GL_RGBA4},
+        {"GL_RGB10_A2", GL_RGB10_A2},
+        {"GL_RGB10_A2UI", GL_RGB10_A2UI},
+        {"GL_R11F_G11F_B10F", GL_R11F_G11F_B10F},
+        {"GL_RGB9_E5", GL_RGB9_E5},
+        {"GL_BGRA8_EXT", 0x93A1},  // From its extension: desktop headers lack it.
+        {"GL_DEPTH_COMPONENT16", GL_DEPTH_COMPONENT16},
+        {"GL_DEPTH_COMPONENT24", GL_DEPTH_COMPONENT24},
+        {"GL_DEPTH_COMPONENT32F", GL_DEPTH_COMPONENT32F},
+        {"GL_DEPTH24_STENCIL8", GL_DEPTH24_STENCIL8},
+        {"GL_DEPTH32F_STENCIL8", GL_DEPTH32F_STENCIL8},
+        {"GL_LUMINANCE8", GL_LUMINANCE8},
+        {"GL_LUMINANCE8_ALPHA8", GL_LUMINANCE8_ALPHA8},
+        {"GL_LUMINANCE16", GL_LUMINANCE16},
+        {"GL_LUMINANCE16_ALPHA16", GL_LUMINANCE16_ALPHA16},
+        {"GL_LUMINANCE16F_ARB", GL_LUMINANCE16F_ARB},
+        {"GL_LUMINANCE_ALPHA16F_ARB", GL_LUMINANCE_ALPHA16F_ARB},
+        {"GL_LUMINANCE32F_ARB", GL_LUMINANCE32F_ARB},
+        {"GL_LUMINANCE_ALPHA32F_ARB", GL_LUMINANCE_ALPHA32F_ARB},
+    };
+    std::map<std::string, unsigned> table;
+    for (const Format& format : formats()) table[format.name] = format.value;
+    EXPECT_EQ(table, numbers);
+    EXPECT_EQ(formats().size(), numbers.size()) << "a name twice";
+}
+
+TEST(SurveyTable, names_a_source_for_every_promise) {
+    for (const Format& format : formats()) {
+        EXPECT_NE(std::string(format.promises->source), "") << format.name;
+        EXPECT_NE(std::string(format.promises->create), "") << format.name;
+    }
+}
+
+TEST(SurveyTable, gives_a_class_of_formats_only_the_uses_that_it_has) {
+    const auto uses = [](const char* name) {
+        std::string text;
+        for (const Use use : kUses) {
+            if (has_use(survey_row(name), use)) text += std::string(name_of(use)) + ' ';
+        }
+        return text;
+    };
+    EXPECT_EQ(uses("GL_RGBA8"), "create create_storage filter mipmap render blend ");
+    EXPECT_EQ(uses("GL_RGB10_A2UI"), "create create_storage render ");
+    EXPECT_EQ(uses("GL_DEPTH24_STENCIL8"), "create create_storage filter mipmap render ");
+}
+
+/// The uses that somebody promises.
+std::string promised(const ContextFacts& facts, const char* name) {
+    std::string text;
+    for (const Use use : kUses) {
+        const std::string who = who_promises(facts, survey_row(name), use);
+        if (!who.empty()) text += std::string(name_of(use)) + " by " + who + "; ";
+    }
+    return text;
+}
+
+TEST(SurveyPromises, are_those_of_the_documents) {
+    const ContextFacts core33 = facts_of(Profile::kCore, 33);
+    // No glTexStorage2D before 4.2. RGB16 is no required renderable format of any version.
+    EXPECT_EQ(promised(core33, "GL_RGB16"),
+              "create by OpenGL 3.0; filter by OpenGL 3.0; mipmap by OpenGL 3.0; ");
+    EXPECT_EQ(promised(facts_of(Profile::kCore, 45), "GL_RGBA8UI"),
+              "create by OpenGL 3.0; create_storage by OpenGL 4.2; render by OpenGL 3.0; ");
+    EXPECT_EQ(promised(core33, "GL_LUMINANCE8"), "");
+    EXPECT_EQ(
+        promised(facts_of(Profile::kCore, 45, {"GL_ARB_texture_float"}), "GL_LUMINANCE16F_ARB"),
+        "");
+    EXPECT_EQ(promised(facts_of(Profile::kCompatibility, 31, {"GL_ARB_texture_float"}),
+                       "GL_LUMINANCE16F_ARB"),
+              "create by GL_ARB_texture_float; filter by GL_ARB_texture_float; "
+              "mipmap by GL_ARB_texture_float; ");
+}
+
+TEST(SurveyPromises, of_opengl_es_depend_on_extensions) {
+    EXPECT_EQ(promised(facts_of(Profile::kEs, 30), "GL_RGBA32F"),
+              "create by OpenGL ES 3.0; create_storage by OpenGL ES 3.0; ");
+    EXPECT_EQ(promised(facts_of(Profile::kEs, 32, {"GL_EXT_float_blend"}), "GL_RGBA32F"),
+              "create by OpenGL ES 3.0; create_storage by OpenGL ES 3.0; "
+              "render by OpenGL ES 3.2; blend by GL_EXT_float_blend; ");
+    EXPECT_EQ(promised(facts_of(Profile::kEs, 31), "GL_R16"), "");
+    EXPECT_EQ(promised(facts_of(Profile::kEs, 31, {"GL_EXT_texture_norm16"}), "GL_RGB16"),
+              "create by GL_EXT_texture_norm16; create_storage by OpenGL ES 3.0; "
+              "filter by GL_EXT_texture_norm16; ");
+    // Mipmaps need a format that can be rendered, too.
+    EXPECT_EQ(promised(facts_of(Profile::kEs, 32), "GL_SRGB8"),
+              "create by OpenGL ES 3.0; create_storage by OpenGL ES 3.0; "
+              "filter by OpenGL ES 3.0; ");
+    EXPECT_EQ(
+        promised(facts_of(Profile::kEs, 32, {"GL_EXT_texture_format_BGRA8888"}), "GL_BGRA8_EXT"),
+        "create by GL_EXT_texture_format_BGRA8888; filter by GL_EXT_texture_format_BGRA8888; ");
+}
+
+TEST(SurveyVerdict, blames_only_where_somebody_promised) {
+    using Found = Finding::Kind;
+    const auto verdict = [](Found kind, const char* promise) {
+        return judge({kind, "text"}, promise).verdict;
+    };
+    EXPECT_EQ(verdict(Found::kHolds, ""), Verdict::kYes);
+    EXPECT_EQ(verdict(Found::kHolds, "OpenGL 3.0"), Verdict::kYes);
+    EXPECT_EQ(verdict(Found::kRefused, "OpenGL 3.0"), Verdict::kRefused);
+    EXPECT_EQ(verdict(Found::kOtherPixels, "OpenGL 3.0"), Verdict::kWrong);
+    EXPECT_EQ(verdict(Found::kRefused, ""), Verdict::kNotOffered);
+    EXPECT_EQ(verdict(Found::kOtherPixels, ""), Verdict::kNotOffered);
+    EXPECT_EQ(verdict(Found::kCannotTell, "OpenGL 3.0"), Verdict::kUnknown);
+    EXPECT_EQ(judge({Found::kRefused, "it is incomplete"}, "OpenGL 3.0").text,
+              "it is incomplete, although OpenGL 3.0 promises it");
+    Finding complete = {Found::kOtherPixels, "other", "a complete framebuffer"};
+    EXPECT_EQ(judge(complete, "").verdict, Verdict::kWrong);
+    Finding hint = {Found::kRefused, "smaller"};
+    hint.isPromised = false;
+    EXPECT_EQ(judge(hint, "OpenGL 1.1").verdict, Verdict::kNotOffered);
+}
+
+TEST(SurveyRecord, is_read_as_it_was_written) {
+    FormatRecord record;
+    record.uses[Use::kCreate] = {Verdict::kYes, ""};
+    record.uses[Use::kMipmap] = {Verdict::kWrong, "expected (0.5) at 3, 4: came (1)\n\x80"};
+    record.uses[Use::kRender] = {Verdict::kStarted, ""};
+    const std::string text =
+        "create yes\nmipmap wrong: expected (0.5) at 3, 4: came (1)??\nrender started\n";
+    EXPECT_EQ(write_record(record), text);
+    EXPECT_EQ(write_record(*read_record(text)), text);
+    EXPECT_EQ(read_record(text)->uses.at(Use::kMipmap).text, "expected (0.5) at 3, 4: came (1)??");
+    FormatRecord begun;
+    begun.isMeasuring = true;
+    EXPECT_EQ(write_record(begun), "measuring\n");
+    EXPECT_TRUE(read_record("measuring\n")->isMeasuring);
+}
+
+TEST(SurveyRecord, of_a_stranger_is_none) {
+    for (const char* text : {"create", "create perhaps\n", "create yes\ncreate yes\n", "\n", "yes",
+                             "measuring\ncreate yes\n", "create yes\n\n", "true"}) {
+        EXPECT_FALSE(read_record(text)) << text;
+    }
+    // What a later version adds.
+    EXPECT_EQ(write_record(*read_record("create yes\nGL_RGBA/GL_FLOAT,upload yes\n")),
+              "create yes\n");
+}
+
+TEST(SurveyRecord, is_complete_when_every_use_of_the_format_has_a_verdict) {
+    const auto complete = [](const char* format, const char* text) {
+        return is_complete(survey_row(format), *read_record(text));
+    };
+    EXPECT_TRUE(complete("GL_R8UI", "create yes\ncreate_storage yes\nrender yes\n"));
+    EXPECT_FALSE(complete("GL_R8UI", "create yes\ncreate_storage yes\nrender started\n"));
+    EXPECT_FALSE(complete("GL_R8", "create yes\ncreate_storage yes\nrender yes\n"));
+    EXPECT_FALSE(complete("GL_R8UI", "measuring\n"));
+    EXPECT_FALSE(complete("GL_R8UI", ""));
+}
+
+TEST(SurveyRecord, blames_the_use_that_was_under_way) {
+    const FormatRecord left = *read_record("create yes\nfilter started\n");
+    EXPECT_EQ(write_record(after_end(left, Verdict::kCrashed)), "create yes\nfilter crashed\n");
+    EXPECT_EQ(write_record(after_end(left, Verdict::kHung)), "create yes\nfilter hung\n");
+    EXPECT_EQ(write_record(after_outside_end(left)), "create yes\n");
+    EXPECT_EQ(write_record(after_outside_end(*read_record("measuring\n"))), "");
+}
+
+}  // namespace
+}  // namespace texprobe::survey
