@@ -28,6 +28,10 @@ const char* word(Verdict verdict) {
     }
 }
 
+Data truth(bool isTrue) {
+    return Data(isTrue ? Data::type::bool_true : Data::type::bool_false);
+}
+
 Data list_columns() {
     Data columns(Data::type::list);
     for (const CapabilityNames& names : kCapabilities) columns << Data("name", names.column);
@@ -97,8 +101,7 @@ Data describe_set(const RecordSet& set, std::size_t number, const RecordSets& al
                  if (differs(all, cell)) kind += " differs";
                  return std::pair<std::string, std::string>(kind, word(verdict));
              }));
-    data.set("hasDetails",
-             Data(set.details.empty() ? Data::type::bool_false : Data::type::bool_true));
+    data.set("hasDetails", truth(!set.details.empty()));
     data.set("details", list_details(set));
     return data;
 }
@@ -130,8 +133,7 @@ void add_pictures(const PicturedNoes& pictured, Data* set) {
         data.set("pictures", list_pictures(no));
         noes << data;
     }
-    const bool isSomething = !pictured.noes.empty() || !pictured.trouble.empty();
-    set->set("hasNoes", Data(isSomething ? Data::type::bool_true : Data::type::bool_false));
+    set->set("hasNoes", truth(!pictured.noes.empty() || !pictured.trouble.empty()));
     Data troubles(Data::type::list);
     if (!pictured.trouble.empty()) troubles << Data("text", plain(pictured.trouble));
     set->set("troubles", troubles);
@@ -172,13 +174,10 @@ Data list_totals(const RecordSets& sets) {
             return set.verdict(cell) == Verdict::kYes;
         });
         const auto all = static_cast<std::ptrdiff_t>(sets.size());
-        const std::string text = yes == all ? "all"
-                                 : yes == 0 ? "none"
-                                            : std::to_string(yes) + "/" + std::to_string(all);
-        return std::pair<std::string, std::string>(yes == all ? "yes"
-                                                   : yes == 0 ? "no"
-                                                              : "some",
-                                                   text);
+        using KindAndText = std::pair<std::string, std::string>;
+        if (yes == all) return KindAndText("yes", "all");
+        if (yes == 0) return KindAndText("no", "none");
+        return KindAndText("some", std::to_string(yes) + "/" + std::to_string(all));
     });
 }
 
@@ -204,7 +203,7 @@ void write_page(const RecordSets& given, const std::vector<PicturedNoes>& pictur
                               : "Texture formats on " +
                                     sets.front().renderer.value_or("an unknown renderer"));
     data.set("count", several ? std::to_string(sets.size()) + " record sets." : "One record set.");
-    data.set("several", Data(several ? Data::type::bool_true : Data::type::bool_false));
+    data.set("several", truth(several));
     data.set("total", std::to_string(sets.size()));
     data.set("columns", list_columns());
     data.set("rows", list_totals(sets));

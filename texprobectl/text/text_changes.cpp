@@ -59,25 +59,25 @@ const RecordSet* find_if_any(const RecordSets& sets, IsSame isSame) {
     return found == sets.end() ? nullptr : &*found;
 }
 
-class ChangeTable {
-public:
-    explicit ChangeTable(const MeasureResult& result) {
-        for (const RecordSet& after : result.after) add(after, result);
+void write_pairs(const char* heading, const std::vector<ComparedSets>& pairs,
+                 const Terminal& terminal, std::ostream& stream) {
+    for (const ComparedSets& pair : pairs) {
+        stream << heading << "\n\n";
+        write_comparison_text({{pair}, {}, {}}, terminal, stream);
+        stream << count_changes(pair.differences) << '\n';
     }
+}
 
-    void write(const Terminal& terminal, std::ostream& stream) const {
-        if (!fresh_.empty()) write_sets_text(fresh_, terminal, stream);
-        write_pairs("Before (A) and now (B):", now_, terminal, stream);
-        write_pairs("The build before (A) and the present one (B):", builds_, terminal, stream);
-        for (const std::string& line : equalBuilds_) stream << line << '\n';
-        if (fresh_.empty() && now_.empty() && builds_.empty() && equalBuilds_.empty()) {
-            stream << "Nothing has changed.\n";
-        }
-    }
+}  // namespace
 
-private:
-    /// A set that was unfinished is compared with the build before, as a new one is.
-    void add(const RecordSet& after, const MeasureResult& result) {
+/// A set that was unfinished is compared with the build before, as a new one is.
+void write_changes_text(const MeasureResult& result, const Terminal& terminal,
+                        std::ostream& stream) {
+    RecordSets fresh;
+    std::vector<ComparedSets> now;
+    std::vector<ComparedSets> builds;
+    std::string equalBuilds;
+    for (const RecordSet& after : result.after) {
         const RecordSet* before =
             find_if_any(result.before, [&](const RecordSet& set) { return set.id == after.id; });
         const RecordSet* build = find_if_any(result.predecessors, [&](const RecordSet& set) {
@@ -85,41 +85,26 @@ private:
         });
         if (before && (before->isComplete || !build)) {
             auto changed = differences(*before, after);
-            if (!changed.empty()) now_.push_back({*before, after, std::move(changed)});
+            if (!changed.empty()) now.push_back({*before, after, std::move(changed)});
         } else if (build) {
             auto changed = measured_differences(*build, after);
-            if (changed.empty()) {
-                equalBuilds_.push_back(
-                    (after.unmeasured() == 0 ? "Nothing" : "Nothing measured yet") +
-                    (" differs from the build before: " + build->id));
-            } else {
-                builds_.push_back({*build, after, std::move(changed)});
+            if (!changed.empty()) {
+                builds.push_back({*build, after, std::move(changed)});
+                continue;
             }
+            equalBuilds += after.unmeasured() == 0 ? "Nothing" : "Nothing measured yet";
+            equalBuilds += " differs from the build before: " + build->id + '\n';
         } else {
-            fresh_.push_back(after);
+            fresh.push_back(after);
         }
     }
-
-    static void write_pairs(const char* heading, const std::vector<ComparedSets>& pairs,
-                            const Terminal& terminal, std::ostream& stream) {
-        for (const ComparedSets& pair : pairs) {
-            stream << heading << "\n\n";
-            write_comparison_text({{pair}, {}, {}}, terminal, stream);
-            stream << count_changes(pair.differences) << '\n';
-        }
+    if (!fresh.empty()) write_sets_text(fresh, terminal, stream);
+    write_pairs("Before (A) and now (B):", now, terminal, stream);
+    write_pairs("The build before (A) and the present one (B):", builds, terminal, stream);
+    stream << equalBuilds;
+    if (fresh.empty() && now.empty() && builds.empty() && equalBuilds.empty()) {
+        stream << "Nothing has changed.\n";
     }
-
-    RecordSets fresh_;
-    std::vector<ComparedSets> now_;
-    std::vector<ComparedSets> builds_;
-    std::vector<std::string> equalBuilds_;
-};
-
-}  // namespace
-
-void write_changes_text(const MeasureResult& result, const Terminal& terminal,
-                        std::ostream& stream) {
-    ChangeTable(result).write(terminal, stream);
 }
 
 }  // namespace texprobe::ctl
