@@ -61,11 +61,12 @@ void define_or_die(Enum target, int level, int internalFormat, int width, int he
 
 }  // namespace
 
-extern "C" Gl __real__ZN8texprobe6survey7load_glEv();
+// texprobe::survey::load_gl itself, and what the program calls in its place.
+Gl load_alive() __asm__("__real__ZN8texprobe6survey7load_glEv");
+Gl load_dying() __asm__("__wrap__ZN8texprobe6survey7load_glEv");
 
-/// texprobe::survey::load_gl, as the program calls it.
-extern "C" Gl __wrap__ZN8texprobe6survey7load_glEv() {
-    aliveGl = __real__ZN8texprobe6survey7load_glEv();
+Gl load_dying() {
+    aliveGl = load_alive();
     Gl table = aliveGl;
     std::ifstream(folder_of_survey() / "die") >> surveyOrder.profile >> surveyOrder.format >>
         surveyOrder.use >> surveyOrder.signal;

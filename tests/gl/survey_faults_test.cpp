@@ -116,7 +116,7 @@ void keep_sent_texels(Enum target, int level, int internalFormat, int width, int
     if (!pixels) return;
     sentTexels.clear();
     if (!isFourBytes) return;
-    sentTexels.resize(static_cast<std::size_t>(width * height));
+    sentTexels.resize(static_cast<std::size_t>(width) * static_cast<std::size_t>(height));
     std::memcpy(sentTexels.data(), pixels, sentTexels.size() * 4);
     sentWidth = width;
     sentHeight = height;
@@ -134,9 +134,8 @@ void generate_from_wrong_texel(Enum target) {
         const int height = std::max(1, sentHeight >> level);
         std::vector<std::uint32_t> texels;
         for (int i = 0; i < width * height; ++i) {
-            const int x = i % width << level;
-            const int y = i / width << level;
-            texels.push_back(sentTexels[static_cast<std::size_t>(y * sentWidth + x)]);
+            const int first = (i / width << level) * sentWidth + (i % width << level);
+            texels.push_back(sentTexels[static_cast<std::size_t>(first)]);
         }
         real.TexImage2D(target, level, sentInternalFormat, width, height, 0, sentFormat, sentType,
                         texels.data());
