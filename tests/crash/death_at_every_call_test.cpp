@@ -169,8 +169,8 @@ TEST(DeathOutsideTest, outside_the_tests_costs_at_most_the_verdict_not_yet_on_di
 class WayOfDyingTest : public testing::TestWithParam<const char*> {};
 
 TEST_P(WayOfDyingTest, costs_no_more_than_any_other) {
-    // Every call in every way takes minutes, so only `scripts/check/faults --every-way` does that. The
-    // usual step has no common factor with the number of calls per format.
+    // Every call in every way takes minutes, so only `scripts/check/faults --every-way` does that.
+    // The usual step has no common factor with the number of calls per format.
     const bool every = std::getenv("EVERY_WAY") != nullptr;
     const std::size_t step = every ? 1 : 101 * FAULT_STRIDE;
     FakeTool tool(kOneRenderer);

@@ -9,7 +9,7 @@ namespace texprobe::ctl {
 
 namespace {
 
-constexpr auto kMost = static_cast<std::int64_t>(kMostSets);
+constexpr auto kMostCounts = static_cast<std::int64_t>(kMostSets);
 
 Json counts_of(const VerdictCounts& counts) {
     Json object = Json::object();
@@ -52,7 +52,7 @@ VerdictCounts read_counts(const Json& format, const char* name, Count sets, cons
     VerdictCounts counts;
     Count sum = 0;
     for (std::size_t i = 0; i < kVerdictCount; ++i) {
-        counts[i] = static_cast<Count>(expect.integer(value, kVerdictNames[i], 0, kMost));
+        counts[i] = static_cast<Count>(expect.integer(value, kVerdictNames[i], 0, kMostCounts));
         sum += counts[i];
     }
     if (sum != sets) {
@@ -85,7 +85,7 @@ void read_merged(const Json& value, const Expect& expect, Merged* merged) {
                         expect.text_or_null(value, "gl_version"),
                         expect.text_or_null(value, "renderer")};
     Counted counted;
-    counted.sets = static_cast<Count>(expect.integer(value, "sets", 1, kMost));
+    counted.sets = static_cast<Count>(expect.integer(value, "sets", 1, kMostCounts));
     counted.complete = static_cast<Count>(
         expect.integer(value, "complete", 0, static_cast<std::int64_t>(counted.sets)));
     const Json& formats = expect.formats(value);

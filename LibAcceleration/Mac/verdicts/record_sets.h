@@ -50,8 +50,8 @@ struct Finding {
     /// A run is at work on a set with the context's strings: it may say the false of a test under
     /// way.
     bool isInHand = false;
-    /// Every set is complete, and no run is at work on one: another finds nothing to measure. Of the
-    /// same look as the rest, because a run may end between two.
+    /// Every set is complete, and no run is at work on one: another finds nothing to measure. Of
+    /// the same look as the rest, because a run may end between two.
     bool areAllMeasured = true;
     std::optional<Answers> verdicts;
     /// How many of them are unknown because two renderers carry the context's strings.
