@@ -248,7 +248,7 @@ std::string after_death(survey::FormatRecord record, survey::Use guilty) {
 class SurveyDeath : public testing::TestWithParam<survey::Profile> {};
 
 TEST_P(SurveyDeath, in_a_use_costs_that_verdict_and_no_other) {
-    constexpr int kSignals[] = {SIGSEGV, SIGABRT, SIGBUS, SIGKILL};
+    constexpr int kDeadlySignals[] = {SIGSEGV, SIGABRT, SIGBUS, SIGKILL};
     const std::string profile = survey::name_of(GetParam());
     int tried = 0;
     for (const char* name : {"GL_RGB565", "GL_R16F", "GL_RG32UI"}) {
@@ -259,8 +259,9 @@ TEST_P(SurveyDeath, in_a_use_costs_that_verdict_and_no_other) {
         for (const survey::Use use : survey::kUses) {
             if (!has_use(format, use)) continue;
             const ToolFolder folder(SURVEY_DYING);
-            std::ofstream(folder.path() / "die") << profile << ' ' << format.value << ' '
-                                                 << name_of(use) << ' ' << kSignals[tried++ % 4];
+            std::ofstream(folder.path() / "die")
+                << profile << ' ' << format.value << ' ' << name_of(use) << ' '
+                << kDeadlySignals[tried++ % 4];
             const auto run = [&] {
                 return folder.run({"--profile", profile, "--format", name}, kSurveySoftpipe);
             };

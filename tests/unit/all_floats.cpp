@@ -45,7 +45,7 @@ int main() {
             expected[low] =
                 static_cast<std::uint8_t>(texprobe::tests::slow_float_to_8bit(floats[low]));
         }
-        for (const CheckedConversion& conversion : conversions()) {
+        for (const texprobe::CheckedConversion& conversion : texprobe::conversions()) {
             conversion.convert(floats.data(), kCount, converted.data());
             for (std::uint32_t low = 0; low < kCount; ++low) {
                 if (converted[low] == expected[low]) continue;
@@ -55,7 +55,7 @@ int main() {
             }
         }
     }
-    for (const CheckedConversion& conversion : conversions()) {
+    for (const texprobe::CheckedConversion& conversion : texprobe::conversions()) {
         std::printf("%s: as expected for all 2^32 floats\n", conversion.name);
     }
 }

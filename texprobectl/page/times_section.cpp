@@ -101,7 +101,7 @@ Data row_of(const SpeedBar& bar, std::size_t at, double scale) {
     return row;
 }
 
-std::string words_of(const std::vector<SpeedBar>& bars) {
+std::string describe_bars(const std::vector<SpeedBar>& bars) {
     std::string words;
     for (const SpeedBar& bar : bars) {
         words += fmt::format("{}{}; without a buffer {:.0f} MB/s", words.empty() ? "" : ". ",
@@ -137,7 +137,7 @@ Data format_of(const Times& times, std::size_t format, double scale) {
     Data data;
     data.set("name", kFormats[format].name);
     data.set("hasRows", Data(bars.empty() ? Data::type::bool_false : Data::type::bool_true));
-    data.set("words", words_of(bars));
+    data.set("words", describe_bars(bars));
     data.set("height", std::to_string(bars.size() * 44));
     data.set("rows", rows);
     data.set("lacks", list_lacks(times, format));
