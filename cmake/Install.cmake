@@ -1,5 +1,5 @@
-# The installed files: the tool, the survey, the library, its two headers, a CMake package, a pkg-config file and the man pages
-# (texprobectl's are in InstallCtl.cmake). The prefix can be moved: only a static library contains it, and looks for the
+# The installed files: the tool, the library, its two headers, a CMake package, a pkg-config file and the man pages
+# (texprobectl's are in InstallCtl.cmake, the survey's in its folder). The prefix can be moved: only a static library contains it, and looks for the
 # tool in PATH where it is no longer true.
 
 include(GNUInstallDirs)
@@ -16,8 +16,7 @@ install(TARGETS TexProbe EXPORT TexProbe
         INCLUDES DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
 install(FILES LibAcceleration/Mac/TexProbe.h LibAcceleration/Mac/TexProbeVerdicts.h
         DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
-install(TARGETS texprobe-survey RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
-install(FILES docs/man/texprobe.1 docs/man/texprobe-survey.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)
+install(FILES docs/man/texprobe.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)
 install(FILES docs/man/TexProbe.3 docs/man/TexProbeVerdicts.3 DESTINATION ${CMAKE_INSTALL_MANDIR}/man3)
 
 # What `cmake --install --prefix` gives does not reach what is compiled.

@@ -113,6 +113,18 @@ TEST_F(Measure, is_not_complete_without_the_names_that_applications_look_for) {
     EXPECT_THAT(run.err, HasSubstr("are not recorded, which applications look for"));
 }
 
+TEST_F(Measure, takes_the_names_from_an_outdated_set_before_its_tool_begins) {
+    for (const char* version : {"0.20", "0.21"}) {
+        folder_.prepare(SCRIPTED_TOOL, rest() + "set " + *id_ + " VERSION number " + version +
+                                           "\nsync " + *id_ + "\n");
+        folder_.ctl({"measure", "--tool", "/bin/true"});
+        const bool isOutdated = version == std::string("0.20");
+        for (const char* name : {"vendor", "gl_version", "renderer"}) {
+            EXPECT_EQ(first_set().at(name).is_null(), isOutdated) << version << name;
+        }
+    }
+}
+
 TEST_F(Measure, is_not_complete_when_the_tool_records_nothing) {
     const Finished run = folder_.ctl({"measure", "--tool", "/bin/true"});
     EXPECT_TRUE(run.exited_with(1));

@@ -57,6 +57,7 @@ public:
         result_.before = read_sets();
         result_.predecessors = read_predecessors();
         see_to_leftover();
+        remove_old_names();
         if (watcher_.is_interrupted()) interrupt();
         doneAtBegin_ = count_done(read_flags());
         for (Attempts attempts(options_.attempts, 2); !isOver_;) {
@@ -145,6 +146,24 @@ private:
         const bool isDone =
             under_turn([this] { return may_wait(); }, [this] { test_last_again(); });
         if (isDone) runningTool_.forget();
+    }
+
+    /// A run writes the current version first, and the driver's names last. Where names are left of
+    /// an earlier version, an application would find the set in between, and take its missing
+    /// verdicts for noes.
+    void remove_old_names() const {
+        const auto isOld = [](const RecordSet& set) {
+            const bool isCurrent = set.version && *set.version >= kCurrentVersion;
+            return !isCurrent && (set.vendor || set.glVersion || set.renderer);
+        };
+        if (std::none_of(result_.before.begin(), result_.before.end(), isOld)) return;
+        // Another run that has the turn names the set that it works on, and may complete it.
+        under_turn([] { return false; },
+                   [&] {
+                       for (const RecordSet& set : read_sets()) {
+                           if (isOld(set)) remove_records(set.id, {});
+                       }
+                   });
     }
 
     /// False when it does not go.
