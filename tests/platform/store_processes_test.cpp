@@ -143,14 +143,18 @@ TEST_F(Forks, find_nothing_open_and_disturb_nobody) {
 }
 
 TEST_F(Forks, while_another_thread_synchronizes_leave_both_processes_working) {
+    std::atomic<bool> begun{false};
     std::atomic<bool> done{false};
-    std::thread busy([this, &done] {
+    std::thread busy([this, &begun, &done] {
         for (int i = 0; !done; ++i) {
             store().change(app_, {{"busy", i % 2 == 0}});
             EXPECT_TRUE(store().synchronize(app_));
+            begun = true;
             std::this_thread::sleep_for(100us);  // mutexes are not fair: let the fork get it
         }
     });
+    // A fork while a thread starts can find the address sanitizer's own locks taken.
+    while (!begun) std::this_thread::yield();
     for (int i = 0; i < 20; ++i) {
         EXPECT_TRUE(in_child([this, i] {
             alarm(60);
