@@ -5,10 +5,10 @@
 
 #include <limits>
 
+#include "doubles/scripted_machine.h"
 #include "records/lookup.h"
 #include "records_of_test.h"
 #include "run_at_work.h"
-#include "scripted_machine.h"
 #include "support/tool_folder.h"
 
 namespace texprobe::tests {

@@ -1,6 +1,5 @@
 #include "ctl_folder.h"
 
-#include <fstream>
 #include <stdexcept>
 
 namespace texprobe::tests {
@@ -22,20 +21,6 @@ Finished CtlFolder::ctl(const std::vector<std::string>& arguments,
     finished.out = read_file(file("ctl.out"));
     finished.err = read_file(file("ctl.err"));
     return finished;
-}
-
-void CtlFolder::script(const std::string& text) const {
-    write_file(file("script"), text);
-}
-
-void CtlFolder::script(int run, const std::string& text) const {
-    write_file(file("script." + std::to_string(run)), text);
-}
-
-int CtlFolder::runs() const {
-    int runs = 0;
-    std::ifstream(file("runs")) >> runs;
-    return runs;
 }
 
 void CtlFolder::prepare(const std::filesystem::path& scriptedTool, const std::string& text) const {

@@ -154,20 +154,9 @@ protected:
     }
     void TearDown() override { end_tools(); }
 
-    std::vector<pid_t> tools() const {
-        std::vector<pid_t> found;
-        for (const auto& entry : std::filesystem::directory_iterator("/proc")) {
-            std::error_code error;
-            const auto file = std::filesystem::read_symlink(entry.path() / "exe", error);
-            if (!error && file == folder_.tool()) {
-                found.push_back(std::stoi(entry.path().filename()));
-            }
-        }
-        return found;
-    }
     void end_tools() const {
-        for (const pid_t tool : tools()) kill(tool, SIGKILL);
-        while (!tools().empty()) usleep(10000);
+        for (const pid_t tool : folder_.processes()) kill(tool, SIGKILL);
+        while (!folder_.processes().empty()) usleep(10000);
     }
     bool is_remembered() const {
         const RecordSets sets = folder_.records();
@@ -203,8 +192,8 @@ TEST_F(KilledMeasure, changes_no_record_while_others_measure) {
 }
 
 TEST_F(KilledMeasure, is_forgotten_when_its_tool_has_gone_meanwhile) {
-    ASSERT_EQ(tools().size(), 1U);
-    const pid_t left = tools().front();
+    ASSERT_EQ(folder_.processes().size(), 1U);
+    const pid_t left = folder_.processes().front();
     folder_.script(2, "sleep 500\n" + rest({{"GL_RGB32F_ARB_RENDERABLE", false}}));
     const pid_t process = folder_.start_ctl({"measure"});
     await_run(2);
@@ -252,9 +241,7 @@ TEST_F(HangingTool, leaves_no_false_to_others_when_measure_is_interrupted) {
 }
 
 TEST_F(HangingTool, is_ended_by_the_limit_inside_a_wrapper_too) {
-    const auto wrapper = folder_.file("wrapper");
-    write_file(wrapper, "#!/bin/sh\n" + folder_.tool().string() + "\nexit $?\n");
-    std::filesystem::permissions(wrapper, std::filesystem::perms::owner_all);
+    const auto wrapper = folder_.write_program("wrapper", folder_.tool().string() + "\nexit $?");
     const Finished run =
         folder_.ctl({"measure", "--timeout", "1", "--tool", wrapper, "--attempts", "1"});
     EXPECT_TRUE(run.exited_with(1));

@@ -7,6 +7,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <csignal>
 #include <exception>
 #include <regex>
@@ -177,16 +178,15 @@ protected:
         ASSERT_TRUE(has(key));
         kill(measure, SIGKILL);
         waitpid(measure, nullptr, 0);
-        hung_ = tool();
-        ASSERT_GT(hung_, 0);
+        ASSERT_EQ(folder_.processes().size(), 1u);
+        hung_ = folder_.processes().front();
         // The next run meets a driver that has recovered.
         write_file(folder_.file("faults"), "");
     }
     void TearDown() override {
         // Its process ID cannot have gone to another: it is still the tool of this folder.
-        while (const pid_t process = tool()) {
-            kill(process, SIGKILL);
-            usleep(10000);
+        for (; !folder_.processes().empty(); usleep(10000)) {
+            for (const pid_t process : folder_.processes()) kill(process, SIGKILL);
         }
     }
 
@@ -201,19 +201,9 @@ protected:
         }
         return false;
     }
-    /// The process of a tool of this folder; 0 for none.
-    pid_t tool() const {
-        for (const auto& entry : std::filesystem::directory_iterator("/proc")) {
-            std::error_code error;
-            const auto file = std::filesystem::read_symlink(entry.path() / "exe", error);
-            if (!error && file == folder_.tool()) return std::stoi(entry.path().filename());
-        }
-        return 0;
-    }
     bool runs(pid_t process) const {
-        std::error_code error;
-        return std::filesystem::read_symlink("/proc/" + std::to_string(process) + "/exe", error) ==
-               folder_.tool();
+        const std::vector<pid_t> tools = folder_.processes();
+        return std::find(tools.begin(), tools.end(), process) != tools.end();
     }
     /// The process that has the turn. One that is ending has it for a moment longer than its files
     /// in /proc.

@@ -9,7 +9,7 @@
 #include <chrono>
 #include <thread>
 
-#include "fake_tool.h"
+#include "doubles/fake_tool.h"
 #include "golden.h"
 
 namespace texprobe::tests {

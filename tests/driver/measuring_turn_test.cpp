@@ -15,7 +15,7 @@
 #include <thread>
 #include <vector>
 
-#include "platform/scratch_folder.h"
+#include "support/scratch_folder.h"
 #include "runs/measuring_turn.h"
 #include "support/process.h"
 

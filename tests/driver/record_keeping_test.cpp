@@ -5,7 +5,7 @@
 #include <cmath>
 #include <limits>
 
-#include "fake_tool.h"
+#include "doubles/fake_tool.h"
 #include "golden.h"
 #include "records/records.h"
 

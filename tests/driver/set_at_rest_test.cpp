@@ -16,9 +16,9 @@
 #include <thread>
 #include <vector>
 
-#include "fake_tool.h"
+#include "doubles/fake_tool.h"
 #include "golden.h"
-#include "platform/scratch_folder.h"
+#include "support/scratch_folder.h"
 #include "runs/measuring_turn.h"
 #include "support/process.h"
 

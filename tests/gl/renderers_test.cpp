@@ -51,8 +51,6 @@ void expect_records_equal_verdicts(const Records& records, const Transcript& tra
 
 class Renderers : public testing::TestWithParam<MesaRenderer> {
 protected:
-    explicit Renderers(const char* tool = TOOL) : folder_(tool) {}
-
     void SetUp() override {
         const std::string missing = prepare(GetParam());
         if (!missing.empty()) GTEST_SKIP() << missing;
@@ -60,19 +58,7 @@ protected:
 
     const Environment& environment() const { return GetParam().environment; }
 
-    const ToolFolder folder_;
-};
-
-/// The same with a driver that lacks the extension.
-class RenderersWithout : public Renderers {
-protected:
-    RenderersWithout() : Renderers(TOOL_WITHOUT_EXTENSION) {}
-
-    Finished run_without(const std::string& extension) const {
-        Environment variables = environment();
-        variables.push_back("MISSING_EXTENSION=" + extension);
-        return folder_.run({}, variables);
-    }
+    const ToolFolder folder_{TOOL};
 };
 
 TEST_P(Renderers, first_run_prints_and_records_every_verdict) {
@@ -140,102 +126,10 @@ TEST_P(Renderers, two_first_runs_print_the_same_distances) {
     for (std::size_t i = 0; i < a.size(); ++i) EXPECT_EQ(a[i].scores, b[i].scores);
 }
 
-TEST_P(Renderers, missing_records_alone_are_measured_again) {
-    ASSERT_TRUE(folder_.run({}, environment()).exited_with(0));
-    const RecordSets first = folder_.records();
-    folder_.execute("DELETE FROM records WHERE key = 'GL_RGBA8_SUPPORTED'");
-    const Finished second = folder_.run({}, environment());
-    EXPECT_THAT(second.err, HasSubstr(" GL_RGBA8 supported: 1\n"));
-    EXPECT_THAT(second.err, testing::Not(HasSubstr("renderable")));
-    EXPECT_EQ(folder_.records(), first);
-}
-
-TEST_P(Renderers, old_records_are_all_measured_again) {
-    ASSERT_TRUE(folder_.run({}, environment()).exited_with(0));
-    const RecordSets first = folder_.records();
-    folder_.execute("UPDATE records SET value = 0.2 WHERE key = 'VERSION'");
-    folder_.execute("UPDATE records SET value = 1 - value WHERE type = 'boolean'");
-    const Finished second = folder_.run({}, environment());
-    ASSERT_TRUE(second.exited_with(0));
-    for (const Transcript& transcript : read_transcripts(second.err, true)) {
-        EXPECT_FALSE(transcript.upToDate);
-    }
-    EXPECT_EQ(folder_.records(), first);
-}
-
-TEST_P(RenderersWithout, framebuffer_objects_nothing_is_renderable_and_downloads_stay_absent) {
-    const Finished run = run_without("GL_EXT_framebuffer_object");
-    ASSERT_TRUE(run.exited_with(0)) << run.err;
-    const std::vector<Transcript> transcripts = read_transcripts(run.err, true);
-    const RecordSets sets = folder_.records();
-    const Transcript* transcript = find_renderer(transcripts, sets, GetParam().name);
-    ASSERT_TRUE(transcript);
-    EXPECT_FALSE(transcript->hasFBO);
-    EXPECT_TRUE(transcript->hasPBO);
-    const Records& records = sets.at(transcript->application);
-    for (const Format& tested : kFormats) {
-        const std::string format = tested.name;
-        if (records.at(format + "_SUPPORTED") == "boolean 0") continue;
-        EXPECT_EQ(records.at(format + "_RENDERABLE"), "boolean 0") << format;
-        EXPECT_EQ(records.count(format + "_DOWNLOAD_GET"), 0u) << format;
-        EXPECT_EQ(records.count(format + "_DOWNLOAD_READ"), 0u) << format;
-    }
-    // Drawing goes to the pixel buffer itself; uploads still come back from it.
-    EXPECT_EQ(records.at("GL_RGBA8_UPLOAD_SET"), "boolean 1");
-}
-
-TEST_P(RenderersWithout, pixel_buffer_objects_no_transfer_passes) {
-    const Finished run = run_without("GL_ARB_pixel_buffer_object");
-    ASSERT_TRUE(run.exited_with(0)) << run.err;
-    const std::vector<Transcript> transcripts = read_transcripts(run.err, true);
-    const RecordSets sets = folder_.records();
-    const Transcript* transcript = find_renderer(transcripts, sets, GetParam().name);
-    ASSERT_TRUE(transcript);
-    EXPECT_TRUE(transcript->hasFBO);
-    EXPECT_FALSE(transcript->hasPBO);
-    EXPECT_TRUE(transcript->scores.empty());
-    const Records& records = sets.at(transcript->application);
-    for (const Format& tested : kFormats) {
-        const std::string format = tested.name;
-        if (records.at(format + "_SUPPORTED") == "boolean 0") continue;
-        EXPECT_EQ(records.at(format + "_UPLOAD_SET"), "boolean 0") << format;
-        EXPECT_EQ(records.at(format + "_UPLOAD_RESET"), "boolean 0") << format;
-        if (records.at(format + "_RENDERABLE") == "boolean 0") continue;
-        EXPECT_EQ(records.at(format + "_DOWNLOAD_GET"), "boolean 0") << format;
-        EXPECT_EQ(records.at(format + "_DOWNLOAD_READ"), "boolean 0") << format;
-    }
-    EXPECT_EQ(records.at("GL_RGBA8_RENDERABLE"), "boolean 1");
-}
-
 std::string name_of(const testing::TestParamInfo<MesaRenderer>& renderer) {
     return renderer.param.name;
 }
 INSTANTIATE_TEST_SUITE_P(Mesa, Renderers, testing::ValuesIn(mesa_renderers()), name_of);
-INSTANTIATE_TEST_SUITE_P(Mesa, RenderersWithout, testing::ValuesIn(mesa_renderers()), name_of);
-
-/// What a run on a driver that fails in this call of EGL does to the records.
-void expect_no_pixel_buffer(const char* call) {
-    const ToolFolder folder(TOOL_WITHOUT_EXTENSION);
-    const Finished unmeasured = folder.run({}, {std::string("FAILING_EGL_CALL=") + call});
-    EXPECT_TRUE(unmeasured.exited_with(1)) << unmeasured.err;
-    EXPECT_THAT(unmeasured.err, testing::EndsWith(std::string("*** EGL: ") + call +
-                                                  " failed\n*** cannot create pixel buffer"));
-    for (const auto& [application, records] : folder.records()) {
-        EXPECT_EQ(records, (Records{{"VERSION", "double 0.21"}})) << application;
-    }
-    ASSERT_TRUE(folder.run().exited_with(0));
-    const RecordSets complete = folder.records();
-    EXPECT_TRUE(folder.run({}, {std::string("FAILING_EGL_CALL=") + call}).exited_with(1));
-    EXPECT_EQ(folder.records(), complete);
-}
-
-TEST(PixelBuffer, that_cannot_be_made_ends_the_run_with_nothing_recorded) {
-    expect_no_pixel_buffer("eglCreatePbufferSurface");
-}
-
-TEST(PixelBuffer, that_cannot_be_drawn_to_ends_the_run_with_nothing_recorded) {
-    expect_no_pixel_buffer("eglMakeCurrent");
-}
 
 TEST(SafeMode, in_an_empty_environment_gives_the_records_of_a_direct_run) {
     const ToolFolder direct(TOOL);

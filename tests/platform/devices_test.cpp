@@ -5,8 +5,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "laid_out_machine.h"
-#include "scripted_egl.h"
+#include "doubles/laid_out_machine.h"
+#include "doubles/scripted_egl.h"
 
 namespace {
 

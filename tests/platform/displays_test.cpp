@@ -7,7 +7,7 @@
 
 #include <vector>
 
-#include "laid_out_machine.h"
+#include "doubles/laid_out_machine.h"
 
 namespace {
 

@@ -14,7 +14,7 @@
 #include <cstdlib>
 #include <thread>
 
-#include "scripted_egl.h"
+#include "doubles/scripted_egl.h"
 
 namespace {
 

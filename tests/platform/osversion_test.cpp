@@ -12,7 +12,7 @@
 #include <cstring>
 #include <string>
 
-#include "laid_out_machine.h"
+#include "doubles/laid_out_machine.h"
 #include "support/process.h"
 #include "sysctl/build_id.h"
 #include "sysctl/graphics_build.h"

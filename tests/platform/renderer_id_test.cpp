@@ -9,8 +9,8 @@
 
 #include "CGL/devices.h"
 #include "CGL/driver_overrides.h"
-#include "laid_out_machine.h"
-#include "scripted_egl.h"
+#include "doubles/laid_out_machine.h"
+#include "doubles/scripted_egl.h"
 
 namespace {
 

@@ -10,8 +10,8 @@
 #include <vector>
 
 #include "CGL/renderers.h"
-#include "laid_out_machine.h"
-#include "scripted_egl.h"
+#include "doubles/laid_out_machine.h"
+#include "doubles/scripted_egl.h"
 
 namespace {
 

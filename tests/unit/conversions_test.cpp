@@ -9,7 +9,7 @@
 #include <random>
 
 #include "measuring/conversions.h"
-#include "slow_distance.h"
+#include "support/slow_distance.h"
 
 namespace texprobe {
 namespace {

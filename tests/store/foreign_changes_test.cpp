@@ -7,8 +7,8 @@
 #include <cstring>
 #include <string>
 
-#include "crash/fault_rows.h"
-#include "platform/store_fixture.h"
+#include "support/fault_rows.h"
+#include "store/store_fixture.h"
 
 namespace {
 

@@ -6,7 +6,7 @@
 #include <thread>
 #include <vector>
 
-#include "platform/store_fixture.h"
+#include "store/store_fixture.h"
 
 namespace {
 

@@ -11,7 +11,7 @@
 #include <optional>
 #include <thread>
 
-#include "platform/store_fixture.h"
+#include "store/store_fixture.h"
 
 namespace {
 

@@ -6,7 +6,7 @@
 #include <cerrno>
 #include <fstream>
 
-#include "platform/store_fixture.h"
+#include "store/store_fixture.h"
 
 namespace {
 

@@ -7,7 +7,7 @@
 #include <cstdlib>
 #include <string>
 
-#include "platform/store_fixture.h"
+#include "store/store_fixture.h"
 
 namespace {
 

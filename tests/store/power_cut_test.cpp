@@ -14,10 +14,10 @@
 #include <string>
 #include <vector>
 
-#include "crash/fault_rows.h"
-#include "platform/scratch_folder.h"
+#include "support/fault_rows.h"
+#include "support/scratch_folder.h"
 #include "support/same_value.h"
-#include "support/watched_disk.h"
+#include "doubles/watched_disk.h"
 
 namespace {
 

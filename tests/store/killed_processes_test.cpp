@@ -6,8 +6,8 @@
 #include <csignal>
 #include <string>
 
-#include "crash/fault_rows.h"
-#include "platform/store_fixture.h"
+#include "support/fault_rows.h"
+#include "store/store_fixture.h"
 
 namespace {
 

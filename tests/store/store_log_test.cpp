@@ -4,8 +4,8 @@
 #include <string>
 #include <vector>
 
-#include "platform/store_fixture.h"
-#include "support/watched_disk.h"
+#include "store/store_fixture.h"
+#include "doubles/watched_disk.h"
 
 namespace {
 

@@ -11,9 +11,9 @@
 #include <string>
 #include <vector>
 
-#include "crash/fault_rows.h"
-#include "platform/store_fixture.h"
-#include "support/watched_disk.h"
+#include "support/fault_rows.h"
+#include "store/store_fixture.h"
+#include "doubles/watched_disk.h"
 
 namespace {
 

@@ -13,7 +13,7 @@
 #include <fstream>
 #include <string>
 
-#include "platform/scratch_folder.h"
+#include "support/scratch_folder.h"
 #include "support/process.h"
 #include "support/text.h"
 

@@ -9,8 +9,8 @@
 #include <map>
 #include <string>
 
-#include "crash/fault_rows.h"
-#include "platform/store_fixture.h"
+#include "support/fault_rows.h"
+#include "store/store_fixture.h"
 
 namespace {
 

@@ -10,7 +10,7 @@
 #include <set>
 #include <string>
 
-#include "platform/store_fixture.h"
+#include "store/store_fixture.h"
 
 namespace {
 

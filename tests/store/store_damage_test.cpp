@@ -6,7 +6,7 @@
 #include <memory>
 #include <thread>
 
-#include "platform/store_fixture.h"
+#include "store/store_fixture.h"
 
 namespace {
 

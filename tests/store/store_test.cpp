@@ -13,7 +13,7 @@
 #include <utility>
 #include <vector>
 
-#include "platform/store_fixture.h"
+#include "store/store_fixture.h"
 
 namespace {
 
