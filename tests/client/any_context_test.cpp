@@ -195,15 +195,5 @@ TEST_F(BesideARun, get_no_verdict_that_a_test_under_way_may_still_change) {
     }
 }
 
-class NoContext : public VerdictsFixture {};
-
-TEST_F(NoContext, is_told) {
-    texprobe_verdicts* verdicts = open("/no/such/tool");
-    EXPECT_EQ(texprobe_verdicts_wait(verdicts, 0), TEXPROBE_FAILED);
-    EXPECT_STREQ(texprobe_verdicts_reason(verdicts),
-                 "no OpenGL context is current on the thread that asks");
-    texprobe_verdicts_close(verdicts);
-}
-
 }  // namespace
 }  // namespace texprobe::tests

@@ -209,23 +209,6 @@ TEST_F(SurfacelessApplication, finds_nothing_with_a_core_profile) {
     EXPECT_EQ(folder_.runs(), 2);
 }
 
-TEST_F(SurfacelessApplication, gets_no_verdict_that_a_test_under_way_may_still_change) {
-    const auto context = open_surfaceless();
-    ASSERT_TRUE(folder_.run().exited_with(0));
-    const Records records = records_of_context();
-    folder_.execute("UPDATE records SET value = 0.2 WHERE key = 'VERSION'");
-    const pid_t run = start({folder_.tool()});
-    int constructed = 0;
-    for (; !has_ended(run); ++constructed) {
-        const auto probe = construct("/no/such/tool");
-        // A message: it would have run the tool.
-        if (messages_.empty()) expect_answers_equal_records(*probe, records);
-    }
-    EXPECT_TRUE(finish(run).exited_with(0));
-    EXPECT_GT(constructed, 10);
-    EXPECT_EQ(records_of_context(), records);
-}
-
 TEST_F(SurfacelessApplication, keeps_its_other_displays) {
     const auto context = open_surfaceless();
     const auto queryDevices =

@@ -1,5 +1,7 @@
 #include "ctl_folder.h"
 
+#include <unistd.h>
+
 #include <stdexcept>
 
 namespace texprobe::tests {
@@ -21,6 +23,20 @@ Finished CtlFolder::ctl(const std::vector<std::string>& arguments,
     finished.out = read_file(file("ctl.out"));
     finished.err = read_file(file("ctl.err"));
     return finished;
+}
+
+void CtlFolder::await_record(const std::string& key) const {
+    for (int i = 0; i < 6000; ++i) {
+        try {
+            for (const auto& set : records()) {
+                if (set.second.count(key) != 0) return;
+            }
+        } catch (const std::runtime_error&) {
+            // The file is there and its table is not, yet.
+        }
+        usleep(10000);
+    }
+    throw std::runtime_error("there is no record of " + key);
 }
 
 void CtlFolder::prepare(const std::filesystem::path& scriptedTool, const std::string& text) const {

@@ -24,6 +24,9 @@ public:
     pid_t start_ctl(const std::vector<std::string>& arguments,
                     const Environment& environment = {}) const;
 
+    /// Waits until a set has this record, as `measure` in another process makes it.
+    void await_record(const std::string& key) const;
+
     /// Writes records by the product's own way into the preferences: a script of "set" lines.
     void prepare(const std::filesystem::path& scriptedTool, const std::string& text) const;
 

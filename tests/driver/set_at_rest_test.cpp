@@ -18,9 +18,9 @@
 
 #include "doubles/fake_tool.h"
 #include "golden.h"
-#include "support/scratch_folder.h"
 #include "runs/measuring_turn.h"
 #include "support/process.h"
+#include "support/scratch_folder.h"
 
 namespace texprobe::tests {
 namespace {

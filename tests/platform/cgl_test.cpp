@@ -11,6 +11,7 @@
 
 #include "CGL/es_pixel_format.h"
 
+namespace texprobe::tests {
 namespace {
 
 /// An attribute list as applications write them: plain integers.
@@ -167,13 +168,13 @@ TEST_F(Cgl, gives_the_profile_asked_for_in_the_highest_version) {
 
 TEST_F(Cgl, gives_opengl_es_behind_a_function_of_its_own) {
     CGLPixelFormatObj format = nullptr;
-    ASSERT_EQ(texprobe::platform::choose_es_pixel_format(id_, &format), kCGLNoError);
+    ASSERT_EQ(platform::choose_es_pixel_format(id_, &format), kCGLNoError);
     const Described es = describe_context(format);
     EXPECT_THAT(es.version, testing::StartsWith("OpenGL ES 3.2"));
     EXPECT_EQ(es.number, 32);
-    EXPECT_EQ(texprobe::platform::choose_es_pixel_format(id_ + 1, &format), kCGLBadPixelFormat);
+    EXPECT_EQ(platform::choose_es_pixel_format(id_ + 1, &format), kCGLBadPixelFormat);
     EXPECT_EQ(format, nullptr);
-    EXPECT_EQ(texprobe::platform::choose_es_pixel_format(id_, nullptr), kCGLBadAddress);
+    EXPECT_EQ(platform::choose_es_pixel_format(id_, nullptr), kCGLBadAddress);
 }
 
 TEST_F(Cgl, makes_nothing_current_before_it_destroys_the_current_context) {
@@ -380,3 +381,4 @@ TEST_F(Cgl, sets_one_face_and_level_of_a_pixel_buffer_on_a_context) {
 }
 
 }  // namespace
+}  // namespace texprobe::tests

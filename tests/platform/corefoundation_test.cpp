@@ -12,6 +12,7 @@
 #include <thread>
 #include <vector>
 
+namespace texprobe::tests {
 namespace {
 
 CFStringRef ascii(const char* text) {
@@ -27,7 +28,7 @@ std::string take(CFStringRef string) {
 }
 
 long references(CFTypeRef object) {
-    return texprobe::platform::object_of(object).references;
+    return platform::object_of(object).references;
 }
 
 TEST(Strings, hold_every_ascii_character) {
@@ -246,3 +247,4 @@ TEST(References, are_counted_across_threads) {
 }
 
 }  // namespace
+}  // namespace texprobe::tests

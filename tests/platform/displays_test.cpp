@@ -9,11 +9,11 @@
 
 #include "doubles/laid_out_machine.h"
 
+namespace texprobe::tests {
 namespace {
 
+using platform::get_active_displays;
 using testing::ElementsAre;
-using texprobe::platform::get_active_displays;
-using texprobe::tests::LaidOutMachine;
 
 std::vector<CGDirectDisplayID> active_displays(const std::filesystem::path& sysfs,
                                                std::uint32_t most = 32) {
@@ -120,3 +120,4 @@ TEST(DisplayMask, is_0_for_an_id_of_no_possible_display) {
 }
 
 }  // namespace
+}  // namespace texprobe::tests

@@ -80,6 +80,7 @@ EGLint eglGetError() {
 
 }  // extern "C"
 
+namespace texprobe::tests {
 namespace {
 
 /// A pixel format, a context and a pixel buffer, created before anything fails.
@@ -175,7 +176,7 @@ TEST_F(EglFailure, of_a_version_lets_the_next_lower_one_be_asked_for) {
     ASSERT_EQ(choose_pixel_format(&core, kCGLOGLPVersion_3_2_Core), kCGLNoError);
     ASSERT_EQ(choose_pixel_format(&core4, kCGLOGLPVersion_GL4_Core), kCGLNoError);
     ASSERT_EQ(choose_pixel_format(&legacy), kCGLNoError);
-    ASSERT_EQ(texprobe::platform::choose_es_pixel_format(id_, &es), kCGLNoError);
+    ASSERT_EQ(platform::choose_es_pixel_format(id_, &es), kCGLNoError);
     fail("eglCreateContext");
     EXPECT_EQ(versions_tried(core), "4.6 4.5 4.4 4.3 4.2 4.1 4.0 3.3 3.2 ");
     EXPECT_EQ(versions_tried(core4), "4.6 4.5 4.4 4.3 4.2 4.1 ");
@@ -219,3 +220,4 @@ TEST_F(EglFailure, of_making_current_is_a_bad_state) {
 }
 
 }  // namespace
+}  // namespace texprobe::tests

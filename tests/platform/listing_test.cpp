@@ -11,6 +11,7 @@
 #include <string>
 #include <vector>
 
+namespace texprobe::tests {
 namespace {
 
 template <typename Function>
@@ -150,3 +151,4 @@ TEST(CreatingAContext, leaves_the_display_of_the_application_initialized) {
 }
 
 }  // namespace
+}  // namespace texprobe::tests

@@ -16,16 +16,14 @@
 
 #include "doubles/scripted_egl.h"
 
+namespace texprobe::tests {
 namespace {
 
 using namespace std::chrono_literals;
+using platform::check_device;
+using platform::OpenCheck;
 using testing::Contains;
 using testing::IsEmpty;
-using texprobe::platform::check_device;
-using texprobe::platform::OpenCheck;
-using texprobe::tests::ScriptedDevice;
-using texprobe::tests::ScriptedEgl;
-using texprobe::tests::Step;
 
 OpenCheck check(const ScriptedDevice& device, std::chrono::milliseconds limit = 20s) {
     ScriptedEgl egl({device});
@@ -90,7 +88,7 @@ TEST(OpenCheck, takes_the_first_configuration_of_exactly_eight_bits) {
 TEST(OpenCheck, refuses_a_context_without_a_renderer_string) {
     EXPECT_EQ(failure(Step::kGetString), "its context has no renderer string");
     ScriptedEgl egl({ScriptedDevice()});
-    texprobe::platform::Egl functions = egl.functions();
+    platform::Egl functions = egl.functions();
     functions.getString = nullptr;
     EXPECT_EQ(check_device(functions, egl.device(0), 20s).failure,
               "its context has no renderer string");
@@ -248,3 +246,4 @@ TEST(OpenCheck, prints_what_waits_in_the_stream_of_the_parent_once) {
 }
 
 }  // namespace
+}  // namespace texprobe::tests

@@ -12,14 +12,12 @@
 #include "doubles/laid_out_machine.h"
 #include "doubles/scripted_egl.h"
 
+namespace texprobe::tests {
 namespace {
 
-using texprobe::platform::driver_overrides;
-using texprobe::platform::list_devices;
-using texprobe::platform::renderer_id;
-using texprobe::tests::hardware;
-using texprobe::tests::LaidOutMachine;
-using texprobe::tests::ScriptedEgl;
+using platform::driver_overrides;
+using platform::list_devices;
+using platform::renderer_id;
 
 std::uint32_t id_of_gpu(const std::string& slot, const std::string& node,
                         const std::string& driver) {
@@ -102,3 +100,4 @@ TEST(DriverOverrides, are_all_that_are_known_to_matter) {
 }
 
 }  // namespace
+}  // namespace texprobe::tests

@@ -25,6 +25,7 @@ std::string texprobe::platform::records_directory() {
     return home_of_process() / "records";
 }
 
+namespace texprobe::tests {
 namespace {
 
 using testing::Contains;
@@ -69,12 +70,12 @@ TEST(PreferenceLists, name_what_was_set_and_not_what_was_removed) {
 }
 
 TEST(PreferenceLists, name_what_other_processes_have_stored) {
-    texprobe::platform::records_directory();  // Makes the folder that the child shares.
-    const pid_t child = texprobe::tests::start([] {
+    platform::records_directory();  // Makes the folder that the child shares.
+    const pid_t child = start([] {
         CFPreferencesSetAppValue(CFSTR("KEY"), kCFBooleanTrue, CFSTR("of another"));
         return CFPreferencesAppSynchronize(CFSTR("of another")) ? 0 : 1;
     });
-    ASSERT_EQ(texprobe::tests::status_of(child), 0);
+    ASSERT_EQ(status_of(child), 0);
     EXPECT_THAT(applications(), Contains("of another"));
     EXPECT_THAT(keys_of(CFSTR("of another")), UnorderedElementsAre("KEY"));
 }
@@ -113,9 +114,8 @@ TEST(PreferenceLists, SetMultiple_sets_and_removes_at_once) {
     EXPECT_THAT(keys_of(app), UnorderedElementsAre("NUMBER", "TEXT"));
     EXPECT_TRUE(CFPreferencesAppSynchronize(app));
     EXPECT_EQ(
-        texprobe::tests::query(
-            home_of_process() / "records" / "records.sqlite3",
-            "SELECT key, type, value FROM records WHERE application = 'multiple' ORDER BY key"),
+        query(home_of_process() / "records" / "records.sqlite3",
+              "SELECT key, type, value FROM records WHERE application = 'multiple' ORDER BY key"),
         "NUMBER|double|0.5\nTEXT|string|text\n");
 }
 
@@ -147,3 +147,4 @@ TEST(String, is_copied_into_a_buffer_that_holds_it) {
 }
 
 }  // namespace
+}  // namespace texprobe::tests

@@ -22,10 +22,8 @@ std::string texprobe::platform::records_directory() {
     return home_of_process() / "records";
 }
 
+namespace texprobe::tests {
 namespace {
-
-using texprobe::tests::errors_of;
-using texprobe::tests::query;
 
 /// An application name that no other test in this process uses.
 CFStringRef app_of_test() {
@@ -225,3 +223,4 @@ TEST(Preferences, have_no_value_under_a_null_key_or_application) {
 }
 
 }  // namespace
+}  // namespace texprobe::tests

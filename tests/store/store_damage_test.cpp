@@ -8,21 +8,18 @@
 
 #include "store/store_fixture.h"
 
+namespace texprobe::tests {
 namespace {
 
 namespace fs = std::filesystem;
 using namespace std::chrono_literals;
-using texprobe::platform::DirectoryLock;
-using texprobe::tests::errors_of;
-using texprobe::tests::read_file;
-using texprobe::tests::RecordStore;
-using texprobe::tests::same;
+using platform::DirectoryLock;
 
 void replace(const fs::path& path, const std::string& bytes) {
     std::ofstream(path, std::ios::binary) << bytes;
 }
 
-class StoreDamage : public texprobe::tests::StoreFixture {
+class StoreDamage : public StoreFixture {
 protected:
     std::string put_aside(const std::string& reason) const {
         return "*** texprobe records: " + database().string() + " is damaged (" + reason +
@@ -296,3 +293,4 @@ TEST_F(StoreDamage, that_cannot_be_put_aside_is_left_with_its_log) {
 }
 
 }  // namespace
+}  // namespace texprobe::tests

@@ -13,18 +13,14 @@
 
 #include "store/store_fixture.h"
 
+namespace texprobe::tests {
 namespace {
 
 namespace fs = std::filesystem;
 using namespace std::chrono_literals;
-using texprobe::platform::DirectoryLock;
-using texprobe::tests::errors_of;
-using texprobe::tests::in_child;
-using texprobe::tests::kAnotherUser;
-using texprobe::tests::RecordStore;
-using texprobe::tests::same;
+using platform::DirectoryLock;
 
-class StoreFailures : public texprobe::tests::StoreFixture {
+class StoreFailures : public StoreFixture {
 protected:
     std::string line(const fs::path& path, const std::string& reason) const {
         return "*** texprobe records: cannot use " + path.string() + ": " + reason + "\n";
@@ -380,3 +376,4 @@ TEST_F(StoreFailures, of_a_process_without_descriptors_cost_one_line) {
 }
 
 }  // namespace
+}  // namespace texprobe::tests

@@ -8,21 +8,16 @@
 
 #include "store/store_fixture.h"
 
+namespace texprobe::tests {
 namespace {
 
 namespace fs = std::filesystem;
-using texprobe::platform::DirectoryLock;
-using texprobe::platform::is_local_file_system;
-using texprobe::platform::is_on_local_disk;
-using texprobe::platform::Status;
-using texprobe::tests::errors_of;
-using texprobe::tests::in_child;
-using texprobe::tests::kAnotherUser;
-using texprobe::tests::read_file;
-using texprobe::tests::RecordStore;
-using texprobe::tests::same;
+using platform::DirectoryLock;
+using platform::is_local_file_system;
+using platform::is_on_local_disk;
+using platform::Status;
 
-class StoreFiles : public texprobe::tests::StoreFixture {
+class StoreFiles : public StoreFixture {
 protected:
     /// The one line printed by a process that twice fails to synchronize.
     std::string failure() const { return failure_in(directory()); }
@@ -249,3 +244,4 @@ TEST(FileSystems, that_machines_may_share_are_not_local) {
 }
 
 }  // namespace
+}  // namespace texprobe::tests
