@@ -45,6 +45,7 @@ constexpr const char* kChanges[] = {
     "PRAGMA journal_mode = DELETE",
     "PRAGMA auto_vacuum = FULL; VACUUM",
     "PRAGMA application_id = 1",
+    "PRAGMA user_version = 0",
 };
 
 class ForeignChanges : public StoreFixture {
@@ -102,22 +103,6 @@ TEST_F(ForeignChanges, cost_no_record) {
         }
     }
     write_fault_row("Foreign changes to the database", "all", count);
-}
-
-TEST_F(ForeignChanges, by_a_newer_texprobe_leave_its_records_to_it) {
-    for (const bool withLog : {false, true}) {
-        make_store(withLog);
-        rows("PRAGMA user_version = 2");
-        errors_of([this] {
-            RecordStore store(directory());
-            EXPECT_FALSE(store.value(kApp, "VERSION").has_value());
-            store.change(kApp, {{"0", false}});
-            EXPECT_FALSE(store.synchronize(kApp));
-        });
-        EXPECT_FALSE(fs::exists(aside()));
-        rows("PRAGMA user_version = 1");
-        EXPECT_TRUE(has_all_records());
-    }
 }
 
 }  // namespace
