@@ -4,7 +4,6 @@
 #include <OpenGL/gl.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -138,39 +137,6 @@ INSTANTIATE_TEST_SUITE_P(On, AnyContext,
                                          ContextKind{"core_45", open_surfaceless_core_45, false},
                                          ContextKind{"es_3", open_surfaceless_es, false}),
                          [](const auto& param) { return param.param.name; });
-
-class ManyApplications : public VerdictsFixture {};
-
-TEST_F(ManyApplications, get_the_same_verdicts_at_once) {
-    constexpr int kApplications = 40;
-    int results[2];
-    ASSERT_EQ(pipe(results), 0);
-    for (int i = 0; i < kApplications; ++i) {
-        start([&] {
-            const auto context = open_surfaceless_core();
-            texprobe_verdicts* verdicts = open(folder_.tool());
-            std::string line = "failed";
-            if (texprobe_verdicts_wait(verdicts, -1) == TEXPROBE_READY) line = answers_of(verdicts);
-            line += ' ';
-            line += gl_text(GL_RENDERER);
-            line += '\n';
-            texprobe_verdicts_close(verdicts);
-            return write(results[1], line.data(), line.size()) < 0 ? 1 : 0;
-        });
-    }
-    close(results[1]);
-    const std::string output = read_all(results[0]);
-    close(results[0]);
-    while (wait(nullptr) > 0) {
-    }
-    const std::vector<std::string> all = lines_of(output);
-    ASSERT_EQ(all.size(), static_cast<std::size_t>(kApplications));
-    const std::string renderer = all.front().substr(all.front().find(' ') + 1);
-    std::string expected = recorded_answers(renderer);
-    expected += ' ';
-    expected += renderer;
-    EXPECT_THAT(all, testing::Each(expected));
-}
 
 class BesideARun : public VerdictsFixture {};
 

@@ -63,15 +63,6 @@ TEST_F(MeasureBesideOthers, takes_no_verdict_of_others_for_a_crash) {
     EXPECT_EQ(verdict(1, "supported"), "crashed");
 }
 
-TEST_F(MeasureBesideOthers, takes_no_verdict_of_others_for_a_crash_when_nothing_is_left) {
-    std::map<std::string, bool> none;
-    for (const Format& format : kFormats) none[std::string(format.name) + "_SUPPORTED"] = false;
-    folder_.script(waiting() + rest(none) + opening() + "raise 11\n");
-    EXPECT_TRUE(folder_.ctl({"measure"}).exited_with(0));
-    EXPECT_EQ(verdict(15, "supported"), "no");
-    EXPECT_EQ(first_set().at("details").size(), 0u);
-}
-
 TEST_F(MeasureBesideOthers, keeps_their_verdicts_when_it_is_stopped_while_it_waits) {
     folder_.script(waiting() + "set " + *id_ + " VERSION number 0.21\n" +
                    begin("GL_RGB32F_ARB_SUPPORTED") + "hang\n");

@@ -46,16 +46,5 @@ INSTANTIATE_TEST_SUITE_P(OfMesa, Overrides,
                              return text.substr(0, text.find('='));
                          });
 
-TEST(EmptyOverrides, are_the_plain_renderer) {
-    const ToolFolder folder(TOOL);
-    ASSERT_TRUE(folder.run().exited_with(0));
-    const RecordSets plain = folder.records();
-    ASSERT_TRUE(folder
-                    .run({}, {"MESA_EXTENSION_OVERRIDE=", "MESA_GL_VERSION_OVERRIDE=",
-                              "GALLIUM_DRIVER=", "LP_NATIVE_VECTOR_WIDTH="})
-                    .exited_with(0));
-    EXPECT_EQ(folder.records(), plain);
-}
-
 }  // namespace
 }  // namespace texprobe::tests

@@ -6,7 +6,6 @@
 
 #include <algorithm>
 #include <regex>
-#include <set>
 
 #include "mesa_renderer.h"
 #include "support/formats.h"
@@ -16,9 +15,6 @@ namespace texprobe::tests {
 namespace {
 
 using testing::HasSubstr;
-using testing::StartsWith;
-
-const Environment kSoftpipe = {"GALLIUM_DRIVER=softpipe"};
 
 /// The text with every process ID in brackets replaced by "[PID]".
 std::string without_process_ids(const std::string& text) {
@@ -122,26 +118,10 @@ TEST_P(Renderers, second_run_measures_nothing_and_rewrites_the_strings) {
     EXPECT_EQ(folder_.records(), first);
 }
 
-TEST_P(Renderers, two_first_runs_print_the_same_distances) {
-    const ToolFolder other(TOOL);
-    EXPECT_EQ(test_lines(folder_.run({}, environment()).err),
-              test_lines(other.run({}, environment()).err));
-}
-
 std::string name_of(const testing::TestParamInfo<MesaRenderer>& renderer) {
     return renderer.param.name;
 }
 INSTANTIATE_TEST_SUITE_P(Mesa, Renderers, testing::ValuesIn(mesa_renderers()), name_of);
-
-TEST(SafeMode, in_an_empty_environment_gives_the_records_of_a_direct_run) {
-    const ToolFolder direct(TOOL);
-    const ToolFolder safe(TOOL);
-    ASSERT_TRUE(direct.run().exited_with(0));
-    const Finished run = safe.run({"--safe"});
-    ASSERT_TRUE(run.exited_with(0)) << run.err;
-    EXPECT_EQ(safe.records(), direct.records());
-    EXPECT_THAT(without_process_ids(run.out), HasSubstr("texprobe[PID] safe mode testing...\n"));
-}
 
 TEST(SafeMode, records_are_those_that_a_direct_run_in_another_environment_reads) {
     const ToolFolder folder(TOOL);
@@ -154,19 +134,6 @@ TEST(SafeMode, records_are_those_that_a_direct_run_in_another_environment_reads)
         folder.run({}, {homes + "/another", "DISPLAY=:77", "XDG_CONFIG_HOME=/x"});
     EXPECT_TRUE(test_lines(direct.err).empty()) << direct.err;
     EXPECT_EQ(folder.records(), first);
-}
-
-TEST(RecordSets, llvmpipe_and_softpipe_are_two_renderers) {
-    const ToolFolder folder(TOOL);
-    ASSERT_TRUE(folder.run().exited_with(0));
-    ASSERT_TRUE(folder.run({}, kSoftpipe).exited_with(0));
-    std::set<std::string> renderers;
-    for (const auto& [application, records] : folder.records()) {
-        EXPECT_THAT(application, StartsWith("org.texprobe.texprobe2."));
-        renderers.insert(records.at("GL_RENDERER").substr(0, sizeof("string llvmpipe") - 1));
-    }
-    EXPECT_EQ(renderers.count("string llvmpipe"), 1u);
-    EXPECT_EQ(renderers.count("string softpipe"), 1u);
 }
 
 TEST(InfoPlist, is_embedded_in_the_product_whole) {

@@ -1,6 +1,7 @@
 // CGL's functions on the software renderer of this machine.
 
 #include <EGL/egl.h>
+#include <EGL/eglext.h>
 #include <OpenGL/OpenGL.h>
 #include <OpenGL/glext.h>
 #include <gmock/gmock.h>
@@ -202,6 +203,35 @@ TEST_F(Cgl, leaves_the_current_context_current_when_another_is_destroyed) {
     EXPECT_NE(glGetString(GL_RENDERER), nullptr);
     CGLDestroyContext(current);
     CGLDestroyPBuffer(pbuffer);
+}
+
+TEST_F(Cgl, leaves_the_display_of_the_application_initialized_and_its_context_current) {
+    // The application's own display is that of the same device, which comes last.
+    EGLDeviceEXT devices[16] = {};
+    EGLint count = 0;
+    ASSERT_TRUE(reinterpret_cast<PFNEGLQUERYDEVICESEXTPROC>(
+        eglGetProcAddress("eglQueryDevicesEXT"))(16, devices, &count));
+    EGLDisplay display =
+        eglGetPlatformDisplay(EGL_PLATFORM_DEVICE_EXT, devices[count - 1], nullptr);
+    ASSERT_TRUE(eglInitialize(display, nullptr, nullptr));
+    eglBindAPI(EGL_OPENGL_API);
+    const EGLint wanted[] = {EGL_SURFACE_TYPE, EGL_PBUFFER_BIT, EGL_RENDERABLE_TYPE, EGL_OPENGL_BIT,
+                             EGL_NONE};
+    EGLConfig config = nullptr;
+    ASSERT_TRUE(eglChooseConfig(display, wanted, &config, 1, &count));
+    EGLContext context = eglCreateContext(display, config, EGL_NO_CONTEXT, nullptr);
+    const EGLint size[] = {EGL_WIDTH, 8, EGL_HEIGHT, 8, EGL_NONE};
+    EGLSurface surface = eglCreatePbufferSurface(display, config, size);
+    ASSERT_TRUE(eglMakeCurrent(display, surface, surface, context));
+    CGLDestroyContext(create_context());
+    EXPECT_EQ(eglGetCurrentContext(), context);
+    EXPECT_EQ(eglGetCurrentSurface(EGL_DRAW), surface);
+    EXPECT_EQ(eglQueryAPI(), static_cast<EGLenum>(EGL_OPENGL_API));
+    EXPECT_NE(glGetString(GL_RENDERER), nullptr);
+    eglMakeCurrent(display, EGL_NO_SURFACE, EGL_NO_SURFACE, EGL_NO_CONTEXT);
+    eglDestroySurface(display, surface);
+    eglDestroyContext(display, context);
+    eglBindAPI(EGL_OPENGL_ES_API);
 }
 
 TEST_F(Cgl, gives_a_fresh_context_after_each_other) {
