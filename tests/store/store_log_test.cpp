@@ -58,6 +58,14 @@ TEST_F(StoreLog, is_one_page_and_one_flush_for_each_change) {
     EXPECT_EQ(sizes, (std::vector<std::size_t>{24, 4096, 0, 24, 4096, 0}));
 }
 
+TEST_F(StoreLog, is_left_alone_by_a_synchronization_that_changes_nothing) {
+    write("key", true);
+    RecordStore store(directory());
+    store.change(kApp, {{"key", true}});
+    EXPECT_TRUE(store.synchronize(kApp));
+    EXPECT_EQ(size(), 0u);
+}
+
 TEST_F(StoreLog, holds_nothing_while_the_disk_has_no_room_for_its_size) {
     bool isFull = true;
     const WatchedDisk disk([&isFull](const DiskEvent& event) {
