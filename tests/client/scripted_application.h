@@ -10,8 +10,8 @@
 #include <string>
 
 #include "TexProbe.h"
-#include "records_of_test.h"
 #include "doubles/scripted_machine.h"
+#include "records_of_test.h"
 #include "support/tool_folder.h"
 
 namespace texprobe::tests {

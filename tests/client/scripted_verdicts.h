@@ -12,8 +12,8 @@
 #include <vector>
 
 #include "TexProbeVerdicts.h"
-#include "records_of_test.h"
 #include "doubles/scripted_machine.h"
+#include "records_of_test.h"
 #include "support/tool_folder.h"
 
 namespace texprobe::tests {

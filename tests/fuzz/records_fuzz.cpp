@@ -14,9 +14,9 @@
 #include <string>
 #include <string_view>
 
-#include "support/scratch_folder.h"
-#include "support/same_value.h"
 #include "doubles/watched_disk.h"
+#include "support/same_value.h"
+#include "support/scratch_folder.h"
 
 namespace {
 

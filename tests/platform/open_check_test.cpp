@@ -71,7 +71,7 @@ TEST(OpenCheck, reads_the_memory_that_a_driver_tells) {
                 {"GL_ARB_imaging GL_NVX_gpu_memory_info GL_ATI_meminfo",
                  {{0x9048, 8 * 1024 * 1024}, {0x87FC, 1}},
                  8ull << 30},
-                {"GL_ATI_meminfo", {{0x9048, 1}, {0x87FC, 3}}, 3u * 1024},
+                {"GL_ATI_meminfo", {{0x9048, 1}, {0x87FC, 3}}, 3ull * 1024},
                 {"GL_ATI_meminfo", {{0x87FC, -1}}, 0}};
     for (const auto& row : rows) {
         ScriptedDevice device;

@@ -14,6 +14,7 @@
 #include "support/fault_rows.h"
 #include "support/same_value.h"
 #include "support/scratch_folder.h"
+#include "support/text.h"
 
 namespace texprobe::tests {
 namespace {

@@ -52,15 +52,15 @@ protected:
     std::optional<std::string> on_own_disk(const std::string& size, bool isReadOnly,
                                            const std::function<bool()>& before,
                                            const std::function<bool()>& action) const {
-        const auto mount_own = [&] {
+        const auto mountOwn = [&] {
             return unshare(CLONE_NEWNS) == 0 &&
                    mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == 0 &&
                    mount("none", home().c_str(), "tmpfs", 0, ("size=" + size).c_str()) == 0;
         };
-        if (!in_child(mount_own)) return std::nullopt;
+        if (!in_child(mountOwn)) return std::nullopt;
         return errors_of([&] {
             EXPECT_TRUE(in_child([&] {
-                return mount_own() && before() &&
+                return mountOwn() && before() &&
                        (!isReadOnly || mount(nullptr, home().c_str(), nullptr,
                                              MS_REMOUNT | MS_RDONLY, nullptr) == 0) &&
                        action();
@@ -120,7 +120,7 @@ TEST_F(StoreFailures, of_a_read_only_disk_cost_one_line_and_its_records_are_read
 }
 
 TEST_F(StoreFailures, of_a_read_only_disk_do_not_make_old_records_of_those_in_a_log) {
-    const auto leave_log = [this] {
+    const auto leaveLog = [this] {
         write("key", false);
         // A process that dies leaves its log, which cannot be read here without its index.
         const bool isWritten = in_child([this] {
@@ -130,7 +130,7 @@ TEST_F(StoreFailures, of_a_read_only_disk_do_not_make_old_records_of_those_in_a_
         });
         return isWritten && fs::remove(database().string() + "-shm");
     };
-    const auto said = on_own_disk("1m", true, leave_log, [this] {
+    const auto said = on_own_disk("1m", true, leaveLog, [this] {
         const auto seen = read("key");
         return !seen || same(*seen, true);
     });
