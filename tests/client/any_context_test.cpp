@@ -4,7 +4,6 @@
 #include <OpenGL/gl.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -139,39 +138,6 @@ INSTANTIATE_TEST_SUITE_P(On, AnyContext,
                                          ContextKind{"es_3", open_surfaceless_es, false}),
                          [](const auto& param) { return param.param.name; });
 
-class ManyApplications : public VerdictsFixture {};
-
-TEST_F(ManyApplications, get_the_same_verdicts_at_once) {
-    constexpr int kApplications = 40;
-    int results[2];
-    ASSERT_EQ(pipe(results), 0);
-    for (int i = 0; i < kApplications; ++i) {
-        start([&] {
-            const auto context = open_surfaceless_core();
-            texprobe_verdicts* verdicts = open(folder_.tool());
-            std::string line = "failed";
-            if (texprobe_verdicts_wait(verdicts, -1) == TEXPROBE_READY) line = answers_of(verdicts);
-            line += ' ';
-            line += gl_text(GL_RENDERER);
-            line += '\n';
-            texprobe_verdicts_close(verdicts);
-            return write(results[1], line.data(), line.size()) < 0 ? 1 : 0;
-        });
-    }
-    close(results[1]);
-    const std::string output = read_all(results[0]);
-    close(results[0]);
-    while (wait(nullptr) > 0) {
-    }
-    const std::vector<std::string> all = lines_of(output);
-    ASSERT_EQ(all.size(), static_cast<std::size_t>(kApplications));
-    const std::string renderer = all.front().substr(all.front().find(' ') + 1);
-    std::string expected = recorded_answers(renderer);
-    expected += ' ';
-    expected += renderer;
-    EXPECT_THAT(all, testing::Each(expected));
-}
-
 class BesideARun : public VerdictsFixture {};
 
 TEST_F(BesideARun, get_no_verdict_that_a_test_under_way_may_still_change) {
@@ -193,16 +159,6 @@ TEST_F(BesideARun, get_no_verdict_that_a_test_under_way_may_still_change) {
         EXPECT_GT(opened, 10);
         EXPECT_EQ(recorded_answers(gl_text(GL_RENDERER)), expected);
     }
-}
-
-class NoContext : public VerdictsFixture {};
-
-TEST_F(NoContext, is_told) {
-    texprobe_verdicts* verdicts = open("/no/such/tool");
-    EXPECT_EQ(texprobe_verdicts_wait(verdicts, 0), TEXPROBE_FAILED);
-    EXPECT_STREQ(texprobe_verdicts_reason(verdicts),
-                 "no OpenGL context is current on the thread that asks");
-    texprobe_verdicts_close(verdicts);
 }
 
 }  // namespace

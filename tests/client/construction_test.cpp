@@ -18,6 +18,8 @@ using testing::ElementsAre;
 using testing::EndsWith;
 
 constexpr GLenum kRGB16F = 0x881B;
+/// The line of a program by which its runs are counted.
+constexpr char kCount[] = "echo run >>\"${0%/*}/runs\"";
 constexpr char kToolFailed[] = "Running texprobe failed\n*** texprobe() failed\n";
 
 static_assert(!std::is_copy_constructible_v<TexProbe> && !std::is_copy_assignable_v<TexProbe>);
@@ -51,11 +53,11 @@ TEST_F(Construction, does_not_use_the_tool_path_when_there_are_records) {
 TEST_F(Construction, runs_the_tool_once_and_sees_its_records_at_once) {
     const auto first = construct(folder_.tool());
     EXPECT_EQ(messages_, "");
-    EXPECT_EQ(scripts_.runs(), 1u);
+    EXPECT_EQ(folder_.runs(), 1);
     expect_loaded(*first);
 
     const auto second = construct(folder_.tool());
-    EXPECT_EQ(scripts_.runs(), 1u);
+    EXPECT_EQ(folder_.runs(), 1);
     expect_loaded(*second);
 }
 
@@ -64,14 +66,14 @@ TEST_F(Construction, runs_the_tool_without_an_argument) {
     std::ifstream stream(folder_.path() / "runs");
     std::string line;
     std::getline(stream, line);
-    EXPECT_EQ(line, "1 argument");
+    EXPECT_EQ(line, "run");
 }
 
 TEST_F(Construction, runs_the_tool_again_after_a_driver_update) {
     write_identity(kScriptedApplication, kScriptedVendor, "2.0 Version", kScriptedRenderer);
     const auto probe = construct(folder_.tool());
     EXPECT_EQ(messages_, "");
-    EXPECT_EQ(scripts_.runs(), 1u);
+    EXPECT_EQ(folder_.runs(), 1);
     expect_loaded(*probe);
 }
 
@@ -79,7 +81,7 @@ TEST_F(Construction, runs_the_tool_again_after_a_run_that_died) {
     write_number(kScriptedApplication, "VERSION", 0.21);
     write_boolean(kScriptedApplication, "GL_RGB16F_ARB_SUPPORTED", false);
     const auto probe = construct(folder_.tool());
-    EXPECT_EQ(scripts_.runs(), 1u);
+    EXPECT_EQ(folder_.runs(), 1);
     expect_loaded(*probe);
 }
 
@@ -88,42 +90,37 @@ TEST_F(Construction, runs_the_tool_when_another_run_is_at_work_on_the_records) {
     const RunAtWork run(kScriptedApplication);
     const auto probe = construct(folder_.tool());
     EXPECT_EQ(messages_, "");
-    EXPECT_EQ(scripts_.runs(), 1u);
+    EXPECT_EQ(folder_.runs(), 1);
     expect_loaded(*probe);
 }
 
 TEST_F(Construction, gives_the_tool_the_application_s_environment_and_streams) {
     setenv("TEXPROBE_TEST_VARIABLE", "inherited", 1);
     testing::internal::CaptureStdout();
-    construct(scripts_.write("tool",
-                             "echo to standard output, $TEXPROBE_TEST_VARIABLE\n"
-                             "echo to standard error >&2"));
+    construct(folder_.write_program("tool",
+                                    "echo to standard output, $TEXPROBE_TEST_VARIABLE\n"
+                                    "echo to standard error >&2"));
     EXPECT_EQ(testing::internal::GetCapturedStdout(), "to standard output, inherited\n");
     EXPECT_EQ(messages_, "to standard error\n*** cannot get renderer\n");
 }
 
-TEST_F(Construction, is_empty_when_the_tool_fails) {
-    const auto probe = construct(scripts_.write("tool", scripts_.count_run() + "; exit 1"));
-    EXPECT_EQ(messages_, kToolFailed);
-    EXPECT_EQ(scripts_.runs(), 1u);
-    expect_empty(*probe);
-}
-
-TEST_F(Construction, does_not_look_again_when_the_tool_fails) {
-    // Complete records do not make up for the exit status.
-    const auto probe =
-        construct(scripts_.write("tool", ToolScripts::quote(folder_.tool()) + "; exit 1"));
-    EXPECT_EQ(messages_, kToolFailed);
-    EXPECT_EQ(scripts_.runs(), 1u);
-    expect_empty(*probe);
-}
-
-TEST_F(Construction, is_empty_when_the_tool_crashes) {
-    const auto probe = construct(scripts_.write("tool", scripts_.count_run() + "; kill -SEGV $$"));
-    // The shell may report that its child crashed.
-    EXPECT_THAT(messages_, EndsWith(kToolFailed));
-    EXPECT_EQ(scripts_.runs(), 1u);
-    expect_empty(*probe);
+TEST_F(Construction, is_empty_when_the_tool_fails_or_leaves_no_usable_records) {
+    const std::pair<std::string, std::string> runs[] = {
+        {"exit 1\n", kToolFailed},
+        {"raise 11\n", kToolFailed},
+        {"", "*** cannot get renderer\n"},
+        // Complete records do not make up for the exit status.
+        {measured() + "exit 1\n", kToolFailed}};
+    int number = 0;
+    for (const auto& [script, message] : runs) {
+        folder_.script(script);
+        const auto probe = construct(folder_.tool());
+        // The shell may report that its child crashed.
+        EXPECT_THAT(messages_, EndsWith(message));
+        EXPECT_TRUE(messages_ == message || script == "raise 11\n") << messages_;
+        EXPECT_EQ(folder_.runs(), ++number);
+        expect_empty(*probe);
+    }
 }
 
 TEST_F(Construction, is_empty_when_the_tool_is_missing) {
@@ -135,26 +132,19 @@ TEST_F(Construction, is_empty_when_the_tool_is_missing) {
 }
 
 TEST_F(Construction, is_empty_when_the_tool_is_not_executable) {
-    const std::string tool = scripts_.write("tool", scripts_.count_run());
+    const std::string tool = folder_.write_program("tool", kCount);
     std::filesystem::permissions(tool, std::filesystem::perms::owner_read);
     const auto probe = construct(tool);
     EXPECT_THAT(lines_of(messages_),
                 ElementsAre(EndsWith("tool: Permission denied"), "Running texprobe failed",
                             "*** texprobe() failed"));
-    EXPECT_EQ(scripts_.runs(), 0u);
-    expect_empty(*probe);
-}
-
-TEST_F(Construction, is_empty_when_the_tool_leaves_no_usable_records) {
-    const auto probe = construct(scripts_.write("tool", scripts_.count_run()));
-    EXPECT_EQ(messages_, "*** cannot get renderer\n");
-    EXPECT_EQ(scripts_.runs(), 1u);
+    EXPECT_EQ(folder_.runs(), 0);
     expect_empty(*probe);
 }
 
 TEST_F(Construction, prints_the_errors_of_both_lookups) {
     machine().displays[0].error = 10017;
-    construct(scripts_.write("tool", ""));
+    construct("/bin/true");
     EXPECT_EQ(messages_,
               "*** cannot query renderer info (10017)\n"
               "*** cannot query renderer info (10017)\n"
@@ -179,21 +169,21 @@ TEST_F(Construction, needs_no_tool_path_when_there_are_records) {
 
 TEST_F(Construction, accepts_a_path_with_spaces) {
     const auto probe =
-        construct(scripts_.write("a folder/the tool", ToolScripts::quote(folder_.tool())));
+        construct(folder_.write_program("a folder/the tool", "exec \"${0%/*}/../texprobe\""));
     EXPECT_EQ(messages_, "");
-    EXPECT_EQ(scripts_.runs(), 1u);
+    EXPECT_EQ(folder_.runs(), 1);
     expect_loaded(*probe);
 }
 
 TEST_F(Construction, breaks_on_a_path_with_a_double_quote) {
-    const auto probe = construct(scripts_.write("a\"tool", scripts_.count_run()));
+    const auto probe = construct(folder_.write_program("a\"tool", kCount));
     EXPECT_THAT(messages_, EndsWith(kToolFailed));
-    EXPECT_EQ(scripts_.runs(), 0u);
+    EXPECT_EQ(folder_.runs(), 0);
     expect_empty(*probe);
 }
 
 TEST_F(Construction, passes_the_command_to_the_shell_as_it_is_built) {
-    const std::string tool = scripts_.write("tool", "echo \"$@\"");
+    const std::string tool = folder_.write_program("tool", "echo \"$@\"");
     testing::internal::CaptureStdout();
     construct(tool + "\" one \"two");
     EXPECT_EQ(testing::internal::GetCapturedStdout(), "one two\n");
@@ -204,7 +194,7 @@ TEST_F(Construction, is_empty_without_a_current_context) {
     machine().vendor = machine().version = machine().renderer = nullptr;
     const auto probe = construct(folder_.tool());
     EXPECT_EQ(messages_, "*** cannot get renderer\n");
-    EXPECT_EQ(scripts_.runs(), 1u);
+    EXPECT_EQ(folder_.runs(), 1);
     expect_empty(*probe);
 }
 

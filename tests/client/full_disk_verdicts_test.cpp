@@ -12,7 +12,7 @@
 #include "TexProbeVerdicts.h"
 #include "application_context.h"
 #include "records_of_test.h"
-#include "support/formats.h"
+#include "support/answers.h"
 #include "support/process.h"
 
 namespace texprobe::tests {
@@ -43,14 +43,7 @@ protected:
         texprobe_verdicts* verdicts = texprobe_verdicts_open(&options);
         const bool isReady = texprobe_verdicts_wait(verdicts, -1) == TEXPROBE_READY;
         std::string line = isReady ? "ready " : "failed";
-        for (const Format& format : kFormats) {
-            for (int i = 0; i < 6 && isReady; ++i) {
-                const auto capability = static_cast<texprobe_capability>(i);
-                const auto answer =
-                    texprobe_verdicts_answer(verdicts, format.internalFormat, capability);
-                line += answer == TEXPROBE_YES ? 'y' : answer == TEXPROBE_NO ? 'n' : '?';
-            }
-        }
+        if (isReady) line += answers_of(verdicts);
         line += std::string(" ") + texprobe_verdicts_reason(verdicts);
         texprobe_verdicts_close(verdicts);
         return line + "\n";

@@ -102,10 +102,8 @@ TEST_F(MeasuringVerdicts, give_a_test_ten_seconds_whatever_the_application_wishe
 
 TEST_F(MeasuringVerdicts, give_the_tool_the_environment_in_which_they_were_opened) {
     const std::string seen = folder_.path() / "seen";
-    tool_ = folder_.path() / "look";
-    std::ofstream(tool_) << "#!/bin/sh\necho $TEXPROBE_TEST_VARIABLE >>" << seen << "\nexec "
-                         << folder_.tool().string() << "\n";
-    std::filesystem::permissions(tool_, std::filesystem::perms::owner_all);
+    tool_ = folder_.write_program(
+        "look", "echo $TEXPROBE_TEST_VARIABLE >>" + seen + "\nexec " + folder_.tool().string());
     script("sleep 300\n" + begin_test("GL_RGBA8_UPLOAD_SET") + "raise 11\n", 1);
     script(complete_set(kFirst, "Renderer"));
     setenv("TEXPROBE_TEST_VARIABLE", "then", 1);
@@ -147,9 +145,7 @@ TEST_F(MeasuringVerdicts, continue_after_a_hang) {
 }
 
 TEST_F(MeasuringVerdicts, continue_after_a_hang_of_a_tool_that_a_script_has_started) {
-    tool_ = folder_.path() / "wrapper";
-    std::ofstream(tool_) << "#!/bin/sh\n" << folder_.tool().string() << "\nexit $?\n";
-    std::filesystem::permissions(tool_, std::filesystem::perms::owner_all);
+    tool_ = folder_.write_program("wrapper", folder_.tool().string() + "\nexit $?");
     script(begin_test("GL_RGBA8_UPLOAD_SET") + "turn " + turn_settings().file + "\nhang\n", 1);
     script(complete_set(kFirst, "Renderer"));
     EXPECT_EQ(measure(200), TEXPROBE_READY);

@@ -2,12 +2,21 @@
 
 namespace texprobe::tests {
 
-ScriptedApplication::ScriptedApplication() : folder_(empty_folder(STAND_IN_TOOL)) {
+ScriptedApplication::ScriptedApplication() : folder_(empty_folder(SCRIPTED_TOOL)) {
     machine() = {};
     machine().displays = {{1, {{kScriptedRendererID}}}};
     machine().vendor = kScriptedVendor;
     machine().version = kScriptedVersion;
     machine().renderer = kScriptedRenderer;
+    folder_.script(measured());
+}
+
+std::string ScriptedApplication::measured() {
+    const std::string set = std::string("set ") + kScriptedApplication;
+    return set + " VERSION number 0.21\n" + set + " GL_VENDOR text " + kScriptedVendor + "\n" +
+           set + " GL_VERSION text " + kScriptedVersion + "\n" + set + " GL_RENDERER text " +
+           kScriptedRenderer + "\n" + set + " GL_RGB16F_ARB_SUPPORTED true\nsync " +
+           kScriptedApplication + "\n";
 }
 
 void ScriptedApplication::write_identity_of_renderer() const {

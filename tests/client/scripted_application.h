@@ -1,4 +1,5 @@
-// An application on the scripted machine that constructs the class with shell scripts as tools.
+// An application on the scripted machine, which has one renderer, and its tool, which writes the
+// complete records of that unless it is told something else.
 
 #ifndef TEXPROBE_TESTS_SCRIPTED_APPLICATION_H
 #define TEXPROBE_TESTS_SCRIPTED_APPLICATION_H
@@ -9,18 +10,24 @@
 #include <string>
 
 #include "TexProbe.h"
+#include "doubles/scripted_machine.h"
 #include "records_of_test.h"
-#include "scripted_machine.h"
-#include "scripted_records.h"
 #include "support/tool_folder.h"
-#include "tool_scripts.h"
 
 namespace texprobe::tests {
+
+constexpr int kScriptedRendererID = 0xff;
+constexpr char kScriptedApplication[] = "org.texprobe.texprobe2.ff.22G120";
+constexpr char kScriptedVendor[] = "Vendor";
+constexpr char kScriptedVersion[] = "2.1 Version";
+constexpr char kScriptedRenderer[] = "Renderer";
 
 class ScriptedApplication : public testing::Test {
 protected:
     ScriptedApplication();
 
+    /// What the tool does then.
+    static std::string measured();
     void write_identity_of_renderer() const;
 
     /// Constructs the class and keeps everything written to standard error meanwhile.
@@ -36,7 +43,6 @@ protected:
     }
 
     const ToolFolder& folder_;
-    const ToolScripts scripts_{folder_};
     std::string messages_;
 };
 

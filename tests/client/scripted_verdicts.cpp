@@ -3,7 +3,6 @@
 #include <unistd.h>
 
 #include <chrono>
-#include <fstream>
 #include <set>
 #include <sstream>
 
@@ -74,17 +73,6 @@ std::string ScriptedVerdicts::complete_set(const std::string& application,
     return lines + except + "sync " + application + "\n";
 }
 
-void ScriptedVerdicts::script(const std::string& lines, int run) const {
-    const std::string name = run == 0 ? "script" : "script." + std::to_string(run);
-    std::ofstream(folder_.path() / name) << lines;
-}
-
-int ScriptedVerdicts::runs() const {
-    int runs = 0;
-    std::ifstream(folder_.path() / "runs") >> runs;
-    return runs;
-}
-
 void ScriptedVerdicts::record(const std::string& lines) const {
     script(lines);
     ASSERT_TRUE(folder_.run().exited_with(0));
@@ -120,17 +108,6 @@ std::vector<std::string> ScriptedVerdicts::log() {
 std::vector<std::thread::id> ScriptedVerdicts::log_threads() {
     const std::lock_guard lock(mutex_);
     return threads_;
-}
-
-std::vector<pid_t> ScriptedVerdicts::tools() const {
-    std::vector<pid_t> found;
-    std::error_code ignored;
-    for (const auto& entry : std::filesystem::directory_iterator("/proc")) {
-        const auto program = std::filesystem::read_symlink(entry.path() / "exe", ignored);
-        if (!ignored && program == folder_.tool())
-            found.push_back(std::stoi(entry.path().filename()));
-    }
-    return found;
 }
 
 std::vector<std::string> threads_of_process() {

@@ -12,8 +12,8 @@
 #include <vector>
 
 #include "TexProbeVerdicts.h"
+#include "doubles/scripted_machine.h"
 #include "records_of_test.h"
-#include "scripted_machine.h"
 #include "support/tool_folder.h"
 
 namespace texprobe::tests {
@@ -37,8 +37,9 @@ protected:
                                bool verdict);
 
     /// What the tool does in all its runs, or only in the given one.
-    void script(const std::string& lines, int run = 0) const;
-    int runs() const;
+    void script(const std::string& lines) const { folder_.script(lines); }
+    void script(const std::string& lines, int run) const { folder_.script(run, lines); }
+    int runs() const { return folder_.runs(); }
     /// Has the tool record all this now.
     void record(const std::string& lines) const;
 
@@ -50,8 +51,7 @@ protected:
     std::vector<std::string> log();
     std::vector<std::thread::id> log_threads();
 
-    /// The processes of this folder's tool.
-    std::vector<pid_t> tools() const;
+    std::vector<pid_t> tools() const { return folder_.processes(); }
 
     const ToolFolder& folder_ = empty_folder(SCRIPTED_TOOL);
     std::string tool_ = folder_.tool();

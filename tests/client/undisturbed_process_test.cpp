@@ -88,9 +88,7 @@ TEST_F(UndisturbedProcess, is_as_it_was_before_during_and_after) {
 
 TEST_F(UndisturbedProcess, gives_the_tool_no_descriptors) {
     const std::string seen = folder_.path() / "seen";
-    tool_ = folder_.path() / "look";
-    std::ofstream(tool_) << "#!/bin/sh\nexec >" << seen << "\nls /proc/$$/fd\n";
-    std::filesystem::permissions(tool_, std::filesystem::perms::owner_all);
+    tool_ = folder_.write_program("look", "exec >" + seen + "\nls /proc/$$/fd");
     const int inherited = ::open("/dev/null", O_RDONLY);
     EXPECT_EQ(measure(), TEXPROBE_FAILED);
     close(inherited);

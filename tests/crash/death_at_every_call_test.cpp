@@ -8,10 +8,11 @@
 
 #include <array>
 #include <cstdlib>
+#include <utility>
 
-#include "driver/fake_tool.h"
+#include "doubles/fake_tool.h"
 #include "driver/golden.h"
-#include "fault_rows.h"
+#include "support/fault_rows.h"
 
 namespace texprobe::tests {
 namespace {
@@ -42,72 +43,58 @@ std::string written_flag(const std::string& call) {
     return isFlag ? rest.substr(0, rest.find(',')) : std::string();
 }
 
-/// Follows the recording rule through the calls of a run: a death costs a test its verdict from
-/// when its provisional false is on disk until its verdict is.
-class CallReader {
-public:
-    Call read(const std::string& text) {
-        ++calls_;
-        const std::string flag = written_flag(text);
-        if (!running_.empty() && flag.empty()) {
-            return {Call::Place::kTest, "in " + running_ + " " + std::to_string(++callsInTest_),
-                    running_};
-        }
-        const bool isStore = begins_with(text, "CFPreferences");
-        Call call = {isStore ? Call::Place::kStore : Call::Place::kOutside,
-                     "once at " + std::to_string(calls_), unsettled_};
-        follow(flag, begins_with(text, "CFPreferencesAppSynchronize"));
-        return call;
-    }
-
-private:
-    void follow(const std::string& flag, bool isSynchronize) {
-        if (!flag.empty() && flag == running_) {
-            running_.clear();
-        } else if (!flag.empty()) {
-            provisional_ = flag;
-        } else if (isSynchronize) {
-            unsettled_ = running_ = provisional_;
-            provisional_.clear();
-            callsInTest_ = 0;
-        }
-    }
-
-    unsigned calls_ = 0;
-    unsigned callsInTest_ = 0;
-    std::string provisional_;  // Written as false, not on disk yet.
-    std::string running_;
-    std::string unsettled_;  // False on disk, with any verdict.
-};
-
+/// The calls of a run and their cost, by the recording rule. Of each test:
+///   write KEY false      costs the test before, whose verdict is not on disk yet
+///   synchronize          the same
+///   the test's calls     cost KEY: its false is on disk
+///   write KEY verdict    the same, until the next synchronize
 std::vector<Call> calls_of_a_run() {
     const FakeTool tool(kOneRenderer + "log\n");
     tool.run();
-    const std::vector<std::string> lines = tool.calls();
-    CallReader reader;
     std::vector<Call> calls;
-    for (std::size_t i = 1; i < lines.size(); ++i) calls.push_back(reader.read(lines[i]));
+    std::string provisional;  // Written as false, not on disk yet.
+    std::string unsettled;    // False on disk, with any verdict.
+    unsigned callsInTest = 0;
+    bool isInTest = false;
+    const std::vector<std::string> lines = tool.calls();
+    for (std::size_t i = 1; i < lines.size(); ++i) {
+        const std::string& line = lines[i];
+        const std::string flag = written_flag(line);
+        if (isInTest && flag.empty()) {
+            const std::string order = "in " + unsettled + " " + std::to_string(++callsInTest);
+            calls.push_back({Call::Place::kTest, order, unsettled});
+            continue;
+        }
+        const bool isStore = begins_with(line, "CFPreferences");
+        calls.push_back({isStore ? Call::Place::kStore : Call::Place::kOutside,
+                         "once at " + std::to_string(i), unsettled});
+        if (isInTest) {
+            isInTest = false;
+        } else if (!flag.empty()) {
+            provisional = flag;
+        } else if (begins_with(line, "CFPreferencesAppSynchronize")) {
+            unsettled = std::exchange(provisional, {});
+            isInTest = !unsettled.empty();
+            callsInTest = 0;
+        }
+    }
     return calls;
 }
 
-/// The records that must exist after a death in `test`.
+/// The records that must exist after a death in `test`: its verdict is false, and what needs it is
+/// not tested.
 Values expected_records(const std::string& test) {
     Values records = golden_records();
     if (test.empty()) return records;
     records[test] = "false";
-    for (const Format& format : kFormats) {
-        const std::string prefix = std::string(format.name) + "_";
-        const bool isSupported = test == prefix + "SUPPORTED";
-        if (isSupported) {
-            for (const char* key : {"RENDERABLE", "UPLOAD_SET", "UPLOAD_RESET"}) {
-                records.erase(prefix + key);
-            }
-        }
-        if (isSupported || test == prefix + "RENDERABLE") {
-            records.erase(prefix + "DOWNLOAD_GET");
-            records.erase(prefix + "DOWNLOAD_READ");
-        }
-    }
+    const auto erase = [&](const char* precondition, std::initializer_list<const char*> keys) {
+        const std::size_t at = test.find(precondition);
+        if (at == test.npos) return;
+        for (const char* key : keys) records.erase(test.substr(0, at) + key);
+    };
+    erase("_SUPPORTED",
+          {"_RENDERABLE", "_UPLOAD_SET", "_UPLOAD_RESET", "_DOWNLOAD_GET", "_DOWNLOAD_READ"});
+    erase("_RENDERABLE", {"_DOWNLOAD_GET", "_DOWNLOAD_READ"});
     return records;
 }
 
@@ -191,7 +178,7 @@ INSTANTIATE_TEST_SUITE_P(Ways, WayOfDyingTest, testing::ValuesIn(kWays), [](cons
     return name;
 });
 
-TEST(CallReaderTest, run_has_a_known_number_of_calls_of_each_place) {
+TEST(CallsOfARun, are_of_a_known_number_at_each_place) {
     std::array<std::size_t, 3> counts = {};
     std::size_t unsettled = 0;
     for (const Call& call : calls_of_a_run()) {

@@ -6,9 +6,9 @@
 
 #include <cstdlib>
 
-#include "driver/fake_tool.h"
+#include "doubles/fake_tool.h"
 #include "driver/golden.h"
-#include "fault_rows.h"
+#include "support/fault_rows.h"
 
 namespace texprobe::tests {
 namespace {

@@ -8,9 +8,9 @@
 #include <chrono>
 #include <thread>
 
-#include "driver/fake_tool.h"
+#include "doubles/fake_tool.h"
 #include "driver/golden.h"
-#include "fault_rows.h"
+#include "support/fault_rows.h"
 #include "support/tool_folder.h"
 
 namespace texprobe::tests {

@@ -54,10 +54,6 @@ TEST_F(ChildOfShell, that_fails_is_said_in_one_clause) {
     EXPECT_EQ(describe_failure(end, 1s), "could not be started: No such file or directory");
 }
 
-TEST_F(ChildOfShell, has_its_limit_for_each_step) {
-    EXPECT_EQ(describe_failure(run("for i in 1 2 3 4; do sleep 0.5; echo step; done", 1s), 1s), "");
-}
-
 TEST_F(ChildOfShell, ends_when_a_signal_stops_its_parent) {
     const ctl::StopSignals stopSignals;
     const auto begin = std::chrono::steady_clock::now();

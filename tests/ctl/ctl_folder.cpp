@@ -1,6 +1,7 @@
 #include "ctl_folder.h"
 
-#include <fstream>
+#include <unistd.h>
+
 #include <stdexcept>
 
 namespace texprobe::tests {
@@ -24,18 +25,18 @@ Finished CtlFolder::ctl(const std::vector<std::string>& arguments,
     return finished;
 }
 
-void CtlFolder::script(const std::string& text) const {
-    write_file(file("script"), text);
-}
-
-void CtlFolder::script(int run, const std::string& text) const {
-    write_file(file("script." + std::to_string(run)), text);
-}
-
-int CtlFolder::runs() const {
-    int runs = 0;
-    std::ifstream(file("runs")) >> runs;
-    return runs;
+void CtlFolder::await_record(const std::string& key) const {
+    for (int i = 0; i < 6000; ++i) {
+        try {
+            for (const auto& set : records()) {
+                if (set.second.count(key) != 0) return;
+            }
+        } catch (const std::runtime_error&) {
+            // The file is there and its table is not, yet.
+        }
+        usleep(10000);
+    }
+    throw std::runtime_error("there is no record of " + key);
 }
 
 void CtlFolder::prepare(const std::filesystem::path& scriptedTool, const std::string& text) const {

@@ -24,10 +24,8 @@ public:
     pid_t start_ctl(const std::vector<std::string>& arguments,
                     const Environment& environment = {}) const;
 
-    /// What the scripted tool does: in each of its runs, or in the run of that number (from 1).
-    void script(const std::string& text) const;
-    void script(int run, const std::string& text) const;
-    int runs() const;
+    /// Waits until a set has this record, as `measure` in another process makes it.
+    void await_record(const std::string& key) const;
 
     /// Writes records by the product's own way into the preferences: a script of "set" lines.
     void prepare(const std::filesystem::path& scriptedTool, const std::string& text) const;

@@ -6,12 +6,11 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <chrono>
 #include <csignal>
-#include <exception>
 #include <filesystem>
 #include <map>
-#include <nlohmann/json.hpp>
 #include <string>
 #include <thread>
 #include <vector>
@@ -22,7 +21,6 @@
 namespace texprobe::tests {
 namespace {
 
-using nlohmann::json;
 using testing::HasSubstr;
 using testing::Not;
 
@@ -63,29 +61,6 @@ TEST_F(MeasureBesideOthers, takes_no_verdict_of_others_for_a_crash) {
     EXPECT_TRUE(folder_.ctl({"measure"}).exited_with(0));
     EXPECT_EQ(verdict(0, "supported"), "no");
     EXPECT_EQ(verdict(1, "supported"), "crashed");
-}
-
-TEST_F(MeasureBesideOthers, takes_no_verdict_of_others_for_a_crash_when_nothing_is_left) {
-    std::map<std::string, bool> none;
-    for (const Format& format : kFormats) none[std::string(format.name) + "_SUPPORTED"] = false;
-    folder_.script(waiting() + rest(none) + opening() + "raise 11\n");
-    EXPECT_TRUE(folder_.ctl({"measure"}).exited_with(0));
-    EXPECT_EQ(verdict(15, "supported"), "no");
-    EXPECT_EQ(first_set().at("details").size(), 0u);
-}
-
-TEST_F(MeasureBesideOthers, blames_no_driver_for_a_signal_on_a_tool_that_waits) {
-    const std::string others = "set " + *id_ + " VERSION number 0.21\n";
-    for (const char* signal : {"9", "11"}) {
-        const CtlFolder folder(CTL, SCRIPTED_TOOL);
-        // What is false then may be somebody's no, or the test that he is in.
-        folder.script(
-            1, waiting() + others + begin("GL_RGB32F_ARB_SUPPORTED") + "raise " + signal + "\n");
-        folder.script(2, rest({{"GL_RGB32F_ARB_SUPPORTED", false}}));
-        EXPECT_TRUE(folder.ctl({"measure"}).exited_with(0));
-        const json set = json::parse(folder.ctl({"export"}).out).at("record_sets").at(0);
-        EXPECT_EQ(set.at("formats").at(0).at("supported"), "no") << signal;
-    }
 }
 
 TEST_F(MeasureBesideOthers, keeps_their_verdicts_when_it_is_stopped_while_it_waits) {
@@ -154,20 +129,9 @@ protected:
     }
     void TearDown() override { end_tools(); }
 
-    std::vector<pid_t> tools() const {
-        std::vector<pid_t> found;
-        for (const auto& entry : std::filesystem::directory_iterator("/proc")) {
-            std::error_code error;
-            const auto file = std::filesystem::read_symlink(entry.path() / "exe", error);
-            if (!error && file == folder_.tool()) {
-                found.push_back(std::stoi(entry.path().filename()));
-            }
-        }
-        return found;
-    }
     void end_tools() const {
-        for (const pid_t tool : tools()) kill(tool, SIGKILL);
-        while (!tools().empty()) usleep(10000);
+        for (const pid_t tool : folder_.processes()) kill(tool, SIGKILL);
+        while (!folder_.processes().empty()) usleep(10000);
     }
     bool is_remembered() const {
         const RecordSets sets = folder_.records();
@@ -203,8 +167,8 @@ TEST_F(KilledMeasure, changes_no_record_while_others_measure) {
 }
 
 TEST_F(KilledMeasure, is_forgotten_when_its_tool_has_gone_meanwhile) {
-    ASSERT_EQ(tools().size(), 1U);
-    const pid_t left = tools().front();
+    ASSERT_EQ(folder_.processes().size(), 1U);
+    const pid_t left = folder_.processes().front();
     folder_.script(2, "sleep 500\n" + rest({{"GL_RGB32F_ARB_RENDERABLE", false}}));
     const pid_t process = folder_.start_ctl({"measure"});
     await_run(2);
@@ -221,26 +185,12 @@ protected:
     }
     static constexpr const char* kHangingTest = "GL_RGBA32F_ARB_UPLOAD_SET";
 
-    /// The one set that is measured here; empty before.
-    Records records() const {
-        RecordSets sets;
-        try {
-            sets = folder_.records();
-        } catch (const std::exception&) {
-            // The file is there and its table is not, yet.
-        }
-        for (const auto& [id, records] : sets) {
-            if (records.count("VERSION") != 0) return records;
-        }
-        return {};
-    }
-
     CtlFolder folder_{CTL, FAILING_TOOL};
 };
 
 TEST_F(HangingTool, leaves_no_false_to_others_when_measure_is_interrupted) {
     const pid_t measure = folder_.start_ctl({"measure"});
-    while (records().count(kHangingTest) == 0) usleep(10000);
+    folder_.await_record(kHangingTest);
     // Somebody else's run, of a driver that does not hang, waits for its turn.
     std::filesystem::copy_file(TOOL, folder_.file("other"));
     const pid_t other = start({folder_.file("other")});
@@ -248,13 +198,15 @@ TEST_F(HangingTool, leaves_no_false_to_others_when_measure_is_interrupted) {
     kill(measure, SIGINT);
     EXPECT_TRUE(finish(measure).exited_with(130));
     EXPECT_TRUE(finish(other).exited_with(0));
-    EXPECT_EQ(records().at(kHangingTest), "boolean 1");
+    const auto records = folder_.records();
+    EXPECT_TRUE(std::any_of(records.begin(), records.end(), [](const auto& set) {
+        const auto found = set.second.find(kHangingTest);
+        return found != set.second.end() && found->second == "boolean 1";
+    }));
 }
 
 TEST_F(HangingTool, is_ended_by_the_limit_inside_a_wrapper_too) {
-    const auto wrapper = folder_.file("wrapper");
-    write_file(wrapper, "#!/bin/sh\n" + folder_.tool().string() + "\nexit $?\n");
-    std::filesystem::permissions(wrapper, std::filesystem::perms::owner_all);
+    const auto wrapper = folder_.write_program("wrapper", folder_.tool().string() + "\nexit $?");
     const Finished run =
         folder_.ctl({"measure", "--timeout", "1", "--tool", wrapper, "--attempts", "1"});
     EXPECT_TRUE(run.exited_with(1));

@@ -5,42 +5,22 @@
 
 #include <map>
 
-#include "ctl/ctl_folder.h"
 #include "ctl/prepared_records.h"
-#include "ctl/present_id.h"
+#include "ctl/scripted_measure.h"
 
 namespace texprobe::tests {
 namespace {
 
-class MeasureOutput : public testing::Test {
+class MeasureOutput : public ScriptedMeasure {
 protected:
-    static void SetUpTestSuite() { id_ = new std::string(present_id(CTL, TOOL)); }
-
-    static std::string renderer_id() {
-        const std::string rest = id_->substr(kIDPrefix.size());
-        return rest.substr(0, rest.find('.'));
-    }
     static std::string begin_renderer(const std::string& id) {
         return "say " + id + "[%p] testing renderer: 1\n";
     }
-    /// One test that comes back.
-    static std::string test(const std::string& key, const std::string& label, bool verdict) {
-        return "set " + *id_ + " " + key + " false\nsync " + *id_ + "\nset " + *id_ + " " + key +
-               (verdict ? " true" : " false") + "\nsync " + *id_ + "\nsay " + *id_ + "[%p] " +
-               label + (verdict ? ": 1\n" : ": 0\n");
-    }
-    static std::string remove(const std::string& key) {
-        return "removed " + *id_ + " " + key + "\nsync " + *id_ + "\n";
-    }
-
-    static std::string* id_;
-    CtlFolder folder_{CTL, SCRIPTED_TOOL};
 };
-std::string* MeasureOutput::id_ = nullptr;
 
 TEST_F(MeasureOutput, is_a_line_and_the_verdicts_that_have_changed) {
     folder_.prepare(SCRIPTED_TOOL, complete_set(*id_, "1.0", {{"GL_RGBA8_DOWNLOAD_READ", false}}) +
-                                       remove("GL_RGB8_UPLOAD_SET"));
+                                       removed("GL_RGB8_UPLOAD_SET"));
     folder_.script(begin_renderer(*id_) + test("GL_RGB8_UPLOAD_SET", "GL_RGB8 upload SET", false) +
                    test("GL_RGBA8_DOWNLOAD_READ", "GL_RGBA8 download READ", true));
     const Finished run = folder_.ctl({"measure"});
@@ -57,12 +37,10 @@ TEST_F(MeasureOutput, is_a_line_and_the_verdicts_that_have_changed) {
 }
 
 TEST_F(MeasureOutput, is_a_line_for_each_renderer_in_the_order_of_the_run) {
-    folder_.prepare(SCRIPTED_TOOL, complete_set(*id_, "1.0") + remove("GL_RGB8_UPLOAD_SET") +
-                                       remove("GL_RGBA8_UPLOAD_SET"));
+    folder_.prepare(SCRIPTED_TOOL, complete_set(*id_, "1.0") + removed("GL_RGB8_UPLOAD_SET") +
+                                       removed("GL_RGBA8_UPLOAD_SET"));
     // The first run dies in the test of the one renderer; the second run comes to the other.
-    const std::string inHand =
-        "set " + *id_ + " GL_RGB8_UPLOAD_SET false\nsync " + *id_ + "\nraise 11\n";
-    folder_.script(1, begin_renderer(*id_) + inHand);
+    folder_.script(1, begin_renderer(*id_) + begin("GL_RGB8_UPLOAD_SET") + "raise 11\n");
     folder_.script(2, begin_renderer(*id_) +
                           test("GL_RGBA8_UPLOAD_SET", "GL_RGBA8 upload SET", true) +
                           begin_renderer(kIDPrefix + "7.other"));
@@ -111,7 +89,7 @@ TEST_F(MeasureAfterAnUpdate, says_that_nothing_differs_from_the_build_before) {
 
 TEST_F(MeasureAfterAnUpdate, does_not_call_equal_what_is_not_measured_yet) {
     folder_.prepare(SCRIPTED_TOOL, complete_set(old_id(), "1.0"));
-    folder_.script(new_build("2.0", {}) + remove("GL_RGBA16F_ARB_DOWNLOAD_READ"));
+    folder_.script(new_build("2.0", {}) + removed("GL_RGBA16F_ARB_DOWNLOAD_READ"));
     const Finished run = folder_.ctl({"measure"});
     EXPECT_TRUE(run.exited_with(1));
     EXPECT_EQ(run.out, "Nothing measured yet differs from the build before: " + old_id() + "\n");

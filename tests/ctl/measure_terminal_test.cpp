@@ -7,12 +7,11 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <csignal>
-#include <exception>
 #include <regex>
 
-#include "ctl/ctl_folder.h"
-#include "ctl/present_id.h"
+#include "ctl/scripted_measure.h"
 #include "ctl/terminal_run.h"
 #include "support/formats.h"
 
@@ -24,35 +23,16 @@ using testing::Not;
 
 const Environment kTerminal = {"LC_ALL=C.UTF-8", "TERM=xterm"};
 
-class MeasureOnATerminal : public testing::Test {
+class MeasureOnATerminal : public ScriptedMeasure {
 protected:
-    static void SetUpTestSuite() { id_ = new std::string(present_id(CTL, TOOL)); }
-
-    static std::string renderer_id() {
-        std::smatch match;
-        std::regex_search(*id_, match, std::regex("texprobe2\\.([0-9a-f]+)\\."));
-        return match[1];
-    }
-    static std::string opening() {
-        const std::string line = "say " + *id_ + "[%p] ";
-        return line + "testing renderer: 1\n" + line + "VERSION: 0.21\nset " + *id_ +
-               " VERSION number 0.21\nsync " + *id_ + "\n" + line +
-               "GL_ARB_pixel_buffer_object : SUPPORTED\n";
-    }
     /// A format that cannot be created decides six verdicts at once.
     static std::string unsupported(std::size_t format) {
-        const std::string name = kFormats[format].name;
-        return begin(format) + "say " + *id_ + "[%p] " + name + " supported: 0\n";
+        return begin(format) + "say " + line(std::string(kFormats[format].name) + " supported: 0");
     }
     static std::string begin(std::size_t format) {
-        const std::string name = kFormats[format].name;
-        return "set " + *id_ + " " + name + "_SUPPORTED false\nsync " + *id_ + "\n";
+        return ScriptedMeasure::begin(std::string(kFormats[format].name) + "_SUPPORTED");
     }
-
-    static std::string* id_;
-    CtlFolder folder_{CTL, SCRIPTED_TOOL};
 };
-std::string* MeasureOnATerminal::id_ = nullptr;
 
 /// A frame of the bar, taken apart.
 struct Frame {
@@ -115,9 +95,8 @@ TEST_F(MeasureOnATerminal, names_the_test_in_80_columns) {
           "UPLOAD_RESET upload RESET", "DOWNLOAD_GET download GET"}) {
         const std::string words(test);
         const std::size_t space = words.find(' ');
-        script.append("set ").append(*id_).append(" ").append(name).append("_");
-        script.append(words, 0, space).append(" true\nsync ").append(*id_).append("\nsay ");
-        script.append(*id_).append("[%p] ").append(name).append(words, space).append(": 1\n");
+        script += ScriptedMeasure::test(name + '_' + words.substr(0, space),
+                                        name + words.substr(space), true);
     }
     folder_.script(script + "sleep 1500\n");
     TerminalRun run(folder_.file("texprobectl"), {"measure", "--attempts", "1"}, kTerminal);
@@ -172,48 +151,24 @@ protected:
     void SetUp() override {
         write_file(folder_.file("faults"), std::to_string(kFormats[1].internalFormat) + " 2 0\n");
         const pid_t measure = folder_.start_ctl({"measure"});
-        const std::string key = std::string(kFormats[1].name) + "_UPLOAD_SET";
-        for (int i = 0; i < 600 && !has(key); ++i) usleep(100000);
-        ASSERT_TRUE(has(key));
+        folder_.await_record(std::string(kFormats[1].name) + "_UPLOAD_SET");
         kill(measure, SIGKILL);
         waitpid(measure, nullptr, 0);
-        hung_ = tool();
-        ASSERT_GT(hung_, 0);
+        ASSERT_EQ(folder_.processes().size(), 1u);
+        hung_ = folder_.processes().front();
         // The next run meets a driver that has recovered.
         write_file(folder_.file("faults"), "");
     }
     void TearDown() override {
         // Its process ID cannot have gone to another: it is still the tool of this folder.
-        while (const pid_t process = tool()) {
-            kill(process, SIGKILL);
-            usleep(10000);
+        for (; !folder_.processes().empty(); usleep(10000)) {
+            for (const pid_t process : folder_.processes()) kill(process, SIGKILL);
         }
     }
 
-    bool has(const std::string& key) const {
-        if (!std::filesystem::exists(folder_.database())) return false;
-        try {
-            for (const auto& [id, records] : folder_.records()) {
-                if (records.count(key) != 0) return true;
-            }
-        } catch (const std::exception&) {
-            // The file is there and its table is not, yet.
-        }
-        return false;
-    }
-    /// The process of a tool of this folder; 0 for none.
-    pid_t tool() const {
-        for (const auto& entry : std::filesystem::directory_iterator("/proc")) {
-            std::error_code error;
-            const auto file = std::filesystem::read_symlink(entry.path() / "exe", error);
-            if (!error && file == folder_.tool()) return std::stoi(entry.path().filename());
-        }
-        return 0;
-    }
     bool runs(pid_t process) const {
-        std::error_code error;
-        return std::filesystem::read_symlink("/proc/" + std::to_string(process) + "/exe", error) ==
-               folder_.tool();
+        const std::vector<pid_t> tools = folder_.processes();
+        return std::find(tools.begin(), tools.end(), process) != tools.end();
     }
     /// The process that has the turn. One that is ending has it for a moment longer than its files
     /// in /proc.
@@ -293,16 +248,7 @@ TEST_F(MeasureOnATerminal, does_not_offer_to_end_the_tool_of_one_that_is_alive) 
     const CtlFolder folder(CTL, FAILING_TOOL);
     write_file(folder.file("faults"), std::to_string(kFormats[1].internalFormat) + " 2 0\n");
     const pid_t first = folder.start_ctl({"measure"});
-    // Its tool is in that test.
-    for (bool isSeen = false; !isSeen; usleep(10000)) {
-        try {
-            for (const auto& [id, records] : folder.records()) {
-                isSeen |= records.count(std::string(kFormats[1].name) + "_UPLOAD_SET") != 0;
-            }
-        } catch (const std::exception&) {
-            // The file is there and its table is not, yet.
-        }
-    }
+    folder.await_record(std::string(kFormats[1].name) + "_UPLOAD_SET");
     TerminalRun second(folder.file("texprobectl"), {"measure"}, kTerminal);
     EXPECT_TRUE(second.waits_until(" is measuring; waiting for it.")) << second.shown();
     EXPECT_THAT(second.shown(), Not(HasSubstr("End it?")));

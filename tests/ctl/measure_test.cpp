@@ -39,14 +39,50 @@ TEST_F(Measure, remembers_the_signal_of_a_crash) {
     EXPECT_THAT(run.out, HasSubstr("GL_RGB32F_ARB render: ended by SIGABRT"));
 }
 
-TEST_F(Measure, kills_a_tool_that_hangs_and_remembers_it) {
-    folder_.script(1, opening() + begin("GL_RGB32F_ARB_SUPPORTED") + "hang\n");
-    folder_.script(2, rest({{"GL_RGB32F_ARB_SUPPORTED", false}}));
-    const Finished run = folder_.ctl({"measure", "--timeout", "1"});
-    EXPECT_TRUE(run.exited_with(0)) << run.err;
-    EXPECT_EQ(verdict(0, "supported"), "hung");
-    EXPECT_EQ(verdict(0, "renderable"), "not_applicable");
-    EXPECT_EQ(first_set().at("details").at(0).at("seconds"), 1);
+TEST_F(Measure, gives_each_end_of_a_run_its_verdict) {
+    const std::string key = "GL_RGB32F_ARB_SUPPORTED";
+    const std::string inHand = opening() + begin(key);
+    const std::string saidYes = "say " + line("GL_RGB32F_ARB supported: 1");
+    const std::string ofOthers = waiting() + "set " + *id_ + " VERSION number 0.21\n" + begin(key);
+    const std::string rest = ScriptedMeasure::rest({{key, false}});
+    const std::string nothing = "exit 0\n";
+    const struct {
+        const char* what;
+        std::vector<std::string> runs;
+        const char* verdict;
+        /// What the document adds to the verdict.
+        const char* detail;
+    } rows[] = {{"a hang", {inHand + "hang\n", rest}, "hung", R"("seconds":2)"},
+                {"the driver exits", {inHand + "exit 3\n", rest}, "crashed", R"("exit_status":3)"},
+                {"with status 0", {inHand + "exit 0\n", rest}, "crashed", R"("exit_status":0)"},
+                {"a kill from outside", {inHand + "raise 9\n", nothing}, "unmeasured", ""},
+                {"a second one in the same test",
+                 {inHand + "raise 9\n", inHand + "raise 9\n", rest},
+                 "crashed",
+                 R"("signal":"SIGKILL")"},
+                {"said to be yes and not on disk yet",
+                 {inHand + saidYes + "raise 9\n", nothing},
+                 "unmeasured",
+                 ""},
+                // What is false then may be somebody's no, or the test that he is in.
+                {"a tool that waits is killed", {ofOthers + "raise 9\n", rest}, "no", ""},
+                {"a tool that waits crashes", {ofOthers + "raise 11\n", rest}, "no", ""}};
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.what);
+        const CtlFolder folder(CTL, SCRIPTED_TOOL);
+        for (std::size_t i = 0; i < row.runs.size(); ++i) {
+            folder.script(static_cast<int>(i) + 1, row.runs[i]);
+        }
+        const Finished run = folder.ctl({"measure", "--timeout", "2"});
+        const bool isComplete = row.runs.back() == rest;
+        EXPECT_TRUE(run.exited_with(isComplete ? 0 : 1)) << run.err;
+        EXPECT_EQ(folder.runs(), static_cast<int>(row.runs.size()));
+        const json set = json::parse(folder.ctl({"export"}).out).at("record_sets").at(0);
+        EXPECT_EQ(set.at("complete"), isComplete);
+        EXPECT_EQ(set.at("formats").at(0).at("supported"), row.verdict);
+        EXPECT_EQ(set.at("details").empty(), row.detail == std::string());
+        EXPECT_THAT(set.at("details").dump(), HasSubstr(row.detail));
+    }
 }
 
 TEST_F(Measure, does_not_take_slow_tests_for_a_hang) {
@@ -77,25 +113,6 @@ TEST_F(Measure, says_that_a_no_recorded_by_others_may_have_been_a_crash) {
     const std::size_t first = out.find("may have been a crash");
     ASSERT_NE(first, std::string::npos) << out;
     EXPECT_EQ(out.find("may have been a crash", first + 1), std::string::npos);
-}
-
-TEST_F(Measure, remembers_a_driver_that_ends_the_process) {
-    folder_.script(1, opening() + begin("GL_RGB32F_ARB_SUPPORTED") + "exit 3\n");
-    folder_.script(2, rest({{"GL_RGB32F_ARB_SUPPORTED", false}}));
-    EXPECT_TRUE(folder_.ctl({"measure"}).exited_with(0));
-    EXPECT_EQ(verdict(0, "supported"), "crashed");
-    EXPECT_EQ(first_set().at("details").at(0).at("exit_status"), 3);
-}
-
-TEST_F(Measure, goes_on_after_a_driver_that_ends_the_process_with_status_0) {
-    folder_.script(1, opening() + begin("GL_RGB32F_ARB_SUPPORTED") + "exit 0\n");
-    folder_.script(2, rest({{"GL_RGB32F_ARB_SUPPORTED", false}}));
-    const Finished run = folder_.ctl({"measure"});
-    EXPECT_TRUE(run.exited_with(0)) << run.err;
-    EXPECT_EQ(folder_.runs(), 2);
-    EXPECT_EQ(first_set().at("complete"), true);
-    EXPECT_EQ(verdict(0, "supported"), "crashed");
-    EXPECT_EQ(first_set().at("details").at(0).at("exit_status"), 0);
 }
 
 TEST_F(Measure, is_complete_when_all_is_recorded_however_the_last_run_ended) {
@@ -196,32 +213,6 @@ TEST_F(Measure, says_when_the_tool_cannot_be_started) {
     EXPECT_THAT(run.err, HasSubstr("/no/such/tool could not be started: No such file"));
 }
 
-TEST_F(Measure, measures_again_what_was_lost_between_a_test_and_its_record) {
-    // The line says yes; the process dies before the record is on disk.
-    folder_.script(1, opening() + begin("GL_RGB32F_ARB_SUPPORTED") + "say " +
-                          line("GL_RGB32F_ARB supported: 1") + "raise 9\n");
-    folder_.script(2, "exit 0\n");
-    folder_.script(3, "exit 0\n");
-    folder_.ctl({"measure"});
-    EXPECT_EQ(verdict(0, "supported"), "unmeasured");
-}
-
-TEST_F(Measure, tests_again_what_a_signal_from_outside_has_ended) {
-    folder_.script(1, opening() + begin("GL_RGB32F_ARB_SUPPORTED") + "raise 9\n");
-    folder_.script(2, "exit 0\n");
-    EXPECT_TRUE(folder_.ctl({"measure", "--attempts", "2"}).exited_with(1));
-    EXPECT_EQ(verdict(0, "supported"), "unmeasured");
-    EXPECT_TRUE(first_set().at("details").empty());
-}
-
-TEST_F(Measure, takes_a_signal_from_outside_for_a_crash_when_the_same_test_meets_a_second) {
-    folder_.script(1, opening() + begin("GL_RGB32F_ARB_SUPPORTED") + "raise 9\n");
-    folder_.script(2, opening() + begin("GL_RGB32F_ARB_SUPPORTED") + "raise 9\n");
-    folder_.script(3, rest({{"GL_RGB32F_ARB_SUPPORTED", false}}));
-    EXPECT_TRUE(folder_.ctl({"measure"}).exited_with(0));
-    EXPECT_EQ(first_set().at("details").at(0).at("signal"), "SIGKILL");
-}
-
 TEST_F(Measure, forgets_a_crash_that_is_measured_again) {
     folder_.script(1, opening() + begin("GL_RGB32F_ARB_SUPPORTED") + "raise 11\n");
     folder_.script(2, rest({{"GL_RGB32F_ARB_SUPPORTED", false}}));
@@ -286,7 +277,7 @@ TEST(MeasureOnARealDriver, survives_ten_crashes_and_two_hangs) {
                   std::to_string(fault.capability) + ' ' + std::to_string(fault.signal) + '\n';
     }
     write_file(folder.file("faults"), faults);
-    const Finished run = folder.ctl({"measure", "--timeout", "5"});
+    const Finished run = folder.ctl({"measure", "--timeout", "3"});
     ASSERT_TRUE(run.exited_with(0)) << run.err << run.out;
 
     const RecordSets records = folder.records();
@@ -309,7 +300,7 @@ TEST(MeasureOnARealDriver, survives_ten_crashes_and_two_hangs) {
     }
     EXPECT_EQ(set.at("details").size(), std::size(kFaults));
     EXPECT_THAT(folder.ctl({"show"}).out,
-                HasSubstr("GL_RGB8 upload reset: did not end within 5 s"));
+                HasSubstr("GL_RGB8 upload reset: did not end within 3 s"));
 }
 
 TEST(MeasureOnARealDriver, loses_nothing_when_it_is_killed_itself) {

@@ -10,12 +10,13 @@
 
 namespace texprobe::tests {
 
-/// The identifier of this machine's first renderer under its present build, which the real tool is
-/// run for.
+/// The identifier of this machine's first renderer under its present build.
 inline std::string present_id(const std::filesystem::path& ctl, const std::filesystem::path& tool) {
     const CtlFolder folder(ctl, tool);
-    folder.ctl({"measure"});
-    return nlohmann::json::parse(folder.ctl({"export"}).out).at("record_sets").at(0).at("id");
+    const auto doctor = nlohmann::json::parse(folder.ctl({"doctor", "--json"}).out);
+    std::string id = "org.texprobe.texprobe2.";
+    id += doctor.at("renderers").at(0).at("renderer_id").get<std::string>();
+    return id + '.' + doctor.at("system_build").get<std::string>();
 }
 
 }  // namespace texprobe::tests

@@ -13,6 +13,7 @@
 #include <string>
 
 #include "ctl/ctl_folder.h"
+#include "ctl/prepared_records.h"
 #include "ctl/present_id.h"
 #include "support/formats.h"
 
@@ -22,6 +23,10 @@ class ScriptedMeasure : public testing::Test {
 protected:
     static void SetUpTestSuite() { id_ = new std::string(present_id(CTL, TOOL)); }
 
+    static std::string renderer_id() {
+        const std::string rest = id_->substr(kIDPrefix.size());
+        return rest.substr(0, rest.find('.'));
+    }
     static std::string line(const std::string& text) { return *id_ + "[%p] " + text + "\n"; }
     /// A run that waits for its turn.
     static std::string waiting() { return "say " + line("testing renderer: 1"); }
@@ -43,24 +48,7 @@ protected:
     /// The script of a run that leaves a complete set, in which all is yes but these, and what
     /// needs them has no record.
     static std::string rest(const std::map<std::string, bool>& verdicts = {}) {
-        std::string text = "set " + *id_ + " VERSION number 0.21\n";
-        for (const char* name : {" GL_VENDOR", " GL_VERSION", " GL_RENDERER"}) {
-            text += "set " + *id_ + name + " text a name\n";
-        }
-        for (const Format& format : kFormats) {
-            bool isSupported = true;
-            bool isRenderable = true;
-            for (std::size_t i = 0; i < kCapabilities.size(); ++i) {
-                if (!isSupported || (i >= 4 && !isRenderable)) continue;
-                const std::string key = std::string(format.name) + '_' + kCapabilities[i];
-                const auto found = verdicts.find(key);
-                const bool verdict = found == verdicts.end() || found->second;
-                if (i == 0) isSupported = verdict;
-                if (i == 1) isRenderable = verdict;
-                text += "set " + *id_ + ' ' + key + (verdict ? " true\n" : " false\n");
-            }
-        }
-        return text + "sync " + *id_ + '\n';
+        return complete_set(*id_, "a version", verdicts);
     }
     static std::string removed(const std::string& key) {
         return "removed " + *id_ + " " + key + "\nsync " + *id_ + "\n";

@@ -69,13 +69,50 @@ bool is_gone(int process) {
     return false;
 }
 
-TEST(SupervisedRun, hands_over_the_lines_of_both_streams) {
+TEST(SupervisedRun, tells_its_end_and_hands_over_its_lines) {
+    using Lines = std::vector<std::string>;
+    const Lines steps(6, "step");
+    const struct {
+        const char* script;
+        int limit;
+        RunEnd end;
+        Lines out;
+        Lines err;
+    } rows[] = {{"echo one; echo two >&2; printf 'three'",
+                 0,
+                 {Kind::kExited, 0},
+                 {"one", "three"},
+                 {"two"}},
+                {"exit 7", 0, {Kind::kExited, 7}, {}, {}},
+                {"kill -SEGV $$", 0, {Kind::kSignalled, SIGSEGV}, {}, {}},
+                {"exec 1>&- 2>&-; sleep 0.3; exit 5", 0, {Kind::kExited, 5}, {}, {}},
+                // The limit begins anew with each step.
+                {"for i in 1 2 3 4 5 6; do sleep 0.3; echo step; done",
+                 1000,
+                 {Kind::kExited, 0},
+                 steps,
+                 {}}};
+    for (const auto& row : rows) {
+        Recorder recorder;
+        const RunEnd end = run_shell(row.script, recorder, milliseconds(row.limit));
+        EXPECT_EQ(end.kind, row.end.kind) << row.script;
+        EXPECT_EQ(end.number, row.end.number) << row.script;
+        EXPECT_EQ(recorder.out, row.out);
+        EXPECT_EQ(recorder.err, row.err);
+    }
     Recorder recorder;
-    const RunEnd end = run_shell("echo one; echo two >&2; printf 'three'", recorder);
-    EXPECT_EQ(end.kind, Kind::kExited);
-    EXPECT_EQ(end.number, 0);
-    EXPECT_THAT(recorder.out, ElementsAre("one", "three"));
-    EXPECT_THAT(recorder.err, ElementsAre("two"));
+    const RunEnd end = run_supervised({"/no/such/program", {}}, recorder);
+    EXPECT_EQ(end.kind, Kind::kNotStarted);
+    EXPECT_EQ(end.number, ENOENT);
+}
+
+TEST(SupervisedRun, counts_the_time_between_steps_that_the_observer_does_not_excuse) {
+    Recorder recorder;
+    EXPECT_EQ(
+        run_shell("while true; do sleep 0.05; echo noise; done", recorder, milliseconds(500)).kind,
+        Kind::kTimeLimit);
+    recorder.onLook = [] { return Wish::kGoOnAnew; };
+    EXPECT_EQ(run_shell("sleep 1", recorder, milliseconds(300)).kind, Kind::kExited);
 }
 
 TEST(SupervisedRun, hands_over_all_that_is_written_before_the_end) {
@@ -83,23 +120,6 @@ TEST(SupervisedRun, hands_over_all_that_is_written_before_the_end) {
     run_shell("i=0; while [ $i -lt 20000 ]; do echo $i; i=$((i+1)); done", recorder);
     ASSERT_EQ(recorder.out.size(), 20000u);
     EXPECT_EQ(recorder.out.back(), "19999");
-}
-
-TEST(SupervisedRun, tells_the_exit_status_and_the_signal) {
-    Recorder recorder;
-    RunEnd end = run_shell("exit 7", recorder);
-    EXPECT_EQ(end.kind, Kind::kExited);
-    EXPECT_EQ(end.number, 7);
-    end = run_shell("kill -SEGV $$", recorder);
-    EXPECT_EQ(end.kind, Kind::kSignalled);
-    EXPECT_EQ(end.number, SIGSEGV);
-}
-
-TEST(SupervisedRun, tells_why_a_program_was_not_started) {
-    Recorder recorder;
-    const RunEnd end = run_supervised({"/no/such/program", {}}, recorder);
-    EXPECT_EQ(end.kind, Kind::kNotStarted);
-    EXPECT_EQ(end.number, ENOENT);
 }
 
 TEST(SupervisedRun, takes_arguments_as_they_are) {
@@ -151,27 +171,6 @@ TEST(SupervisedRun, kills_a_program_that_does_not_go_on) {
     EXPECT_FALSE(end.isLeftBehind);
     EXPECT_LT(steady_clock::now() - begin, std::chrono::seconds(5));
     EXPECT_TRUE(is_gone(recorder.process));
-}
-
-TEST(SupervisedRun, begins_the_limit_anew_with_each_step) {
-    Recorder recorder;
-    const RunEnd end = run_shell("for i in 1 2 3 4 5 6; do sleep 0.3; echo step; done", recorder,
-                                 milliseconds(1000));
-    EXPECT_EQ(end.kind, Kind::kExited);
-}
-
-TEST(SupervisedRun, takes_no_other_line_for_a_step) {
-    Recorder recorder;
-    const RunEnd end =
-        run_shell("while true; do sleep 0.05; echo noise; done", recorder, milliseconds(500));
-    EXPECT_EQ(end.kind, Kind::kTimeLimit);
-}
-
-TEST(SupervisedRun, does_not_count_the_time_that_the_observer_excuses) {
-    Recorder recorder;
-    recorder.onLook = [] { return RunObserver::Wish::kGoOnAnew; };
-    const RunEnd end = run_shell("sleep 1", recorder, milliseconds(300));
-    EXPECT_EQ(end.kind, Kind::kExited);
 }
 
 /// How a caller's run ends that is stopped together with its program, for longer than any limit.
@@ -256,13 +255,6 @@ TEST(SupervisedRun, ends_what_the_program_left_running) {
         std::this_thread::sleep_for(milliseconds(10));
     }
     EXPECT_TRUE(isDead);
-}
-
-TEST(SupervisedRun, sees_the_end_of_a_program_that_has_closed_its_streams) {
-    Recorder recorder;
-    const RunEnd end = run_shell("exec 1>&- 2>&-; sleep 0.3; exit 5", recorder);
-    EXPECT_EQ(end.kind, Kind::kExited);
-    EXPECT_EQ(end.number, 5);
 }
 
 TEST(SupervisedRun, does_not_know_the_status_where_SIGCHLD_is_ignored) {

@@ -9,7 +9,7 @@
 #include "documents/document.h"
 #include "documents/times_document.h"
 #include "documents/write_json.h"
-#include "platform/scratch_folder.h"
+#include "support/scratch_folder.h"
 #include "support/text.h"
 #include "support/tool_folder.h"
 #include "text/write_text.h"

@@ -4,7 +4,7 @@
 
 #include <algorithm>
 
-#include "fake_tool.h"
+#include "doubles/fake_tool.h"
 #include "golden.h"
 
 namespace texprobe::tests {

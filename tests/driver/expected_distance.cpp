@@ -1,19 +1,16 @@
-// The expected distance of a test on the fakes: the pattern, what the fake renderer does to it, and
-// the slow comparison.
+// The expected distance of a test on the fakes: the pattern, as their renderer draws it, and the
+// slow comparison.
 
-#include <cmath>
 #include <cstdint>
 #include <cstring>
 
+#include "doubles/fakes/fakes.h"
 #include "golden.h"
-#include "unit/slow_distance.h"
+#include "support/slow_distance.h"
 
 namespace texprobe::tests {
 
 namespace {
-
-constexpr unsigned kLuminance = 0x1909;
-constexpr unsigned kLuminanceAlpha = 0x190A;
 
 /// h / 65536 as a half float, for h from 1 to 65536.
 std::uint16_t half_of(unsigned h) {
@@ -56,56 +53,6 @@ std::vector<unsigned char> pattern(std::size_t size, unsigned type, long random)
     return bytes;
 }
 
-/// An element as the renderer draws it to a byte, rounded to nearest.
-unsigned char shown(const std::vector<unsigned char>& bytes, std::size_t index, unsigned type) {
-    float value = 0.0f;
-    if (type == kFloat) {
-        value = load<float>(bytes, index);
-    } else if (type == kShort) {
-        value = static_cast<float>(load<std::uint16_t>(bytes, index)) / 65535.0f;
-    } else if (type == kHalf) {
-        const unsigned half = load<std::uint16_t>(bytes, index);
-        const float fraction = static_cast<float>(half % 1024) / 1024.0f;
-        value = half < 1024 ? std::ldexp(fraction, -14)
-                            : std::ldexp(1.0f + fraction, static_cast<int>(half / 1024) - 15);
-    } else {
-        return bytes[index];
-    }
-    return static_cast<unsigned char>(std::floor(value * 255.0f + 0.5f));
-}
-
-/// The positions of red, green, blue and alpha in a pixel; past its end for an alpha of 1.
-std::array<std::size_t, 4> element_of_channel(unsigned format) {
-    constexpr std::size_t kNone = 4;
-    switch (format) {
-        case kLuminance:
-            return {0, 0, 0, kNone};
-        case kLuminanceAlpha:
-            return {0, 0, 0, 1};
-        case 0x1907:  // GL_RGB
-            return {0, 1, 2, kNone};
-        case 0x80E0:  // GL_BGR
-            return {2, 1, 0, kNone};
-        case 0x80E1:  // GL_BGRA
-            return {2, 1, 0, 3};
-        default:
-            return {0, 1, 2, 3};
-    }
-}
-
-std::vector<unsigned char> drawn(const std::vector<unsigned char>& bytes, const Format& format) {
-    const std::array<std::size_t, 4> elements = element_of_channel(format.format);
-    const std::size_t stride = elements_per_pixel(format.format);
-    std::vector<unsigned char> rgba;
-    for (std::size_t pixel = 0; pixel < 16384; ++pixel) {
-        for (const std::size_t element : elements) {
-            rgba.push_back(element == 4 ? static_cast<unsigned char>(255)
-                                        : shown(bytes, pixel * stride + element, format.type));
-        }
-    }
-    return rgba;
-}
-
 }  // namespace
 
 unsigned long long expected_distance(const Format& format, const std::string& capability,
@@ -115,7 +62,8 @@ unsigned long long expected_distance(const Format& format, const std::string& ca
         pattern(std::size_t{16384} * format.bytesPerPixel, format.type, random);
     const std::vector<int> source = slow_8bit_elements(sent.data(), count, format.type);
     if (capability.compare(0, 6, "UPLOAD") == 0) {
-        const std::vector<unsigned char> frame = drawn(sent, format);
+        const std::vector<unsigned char> frame =
+            fakes::rgba_bytes({format.internalFormat, format.format, format.type, sent});
         return slow_distance(source, format.format, format.type,
                              slow_8bit_elements(frame.data(), frame.size(), kByte), kRGBA, kByte);
     }

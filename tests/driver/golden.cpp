@@ -5,112 +5,14 @@
 #include <cstdio>
 #include <sstream>
 
-#include "fake_tool.h"
+#include "doubles/fake_tool.h"
 
 namespace texprobe::tests {
 
 namespace {
 
-const char* const kSupported = R"(glBindTexture(GL_TEXTURE_2D, 1)
-glTexImage2D(GL_TEXTURE_2D, 0, {I}, 128, 128, 0, GL_LUMINANCE, GL_BYTE, NULL)
-glGetTexLevelParameteriv(GL_TEXTURE_2D, 0, GL_TEXTURE_INTERNAL_FORMAT, 0)
-)";
-
-const char* const kRenderable = R"(glBindTexture(GL_TEXTURE_2D, 2)
-glTexImage2D(GL_TEXTURE_2D, 0, {I}, 128, 128, 0, GL_LUMINANCE, GL_BYTE, NULL)
-glCheckFramebufferStatusEXT(GL_FRAMEBUFFER_EXT)
-glGetTexLevelParameteriv(GL_TEXTURE_2D, 0, GL_TEXTURE_INTERNAL_FORMAT, 0)
-)";
-
-const char* const kFilters = R"(glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MIN_FILTER, GL_NEAREST)
-glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MAG_FILTER, GL_NEAREST)
-)";
-
-const char* const kFill = R"(glBindBuffer(GL_PIXEL_UNPACK_BUFFER, 1)
-glBufferData(GL_PIXEL_UNPACK_BUFFER, {S}, NULL, GL_STREAM_DRAW)
-glMapBuffer(GL_PIXEL_UNPACK_BUFFER, GL_WRITE_ONLY)
-random() = {R}
-glUnmapBuffer(GL_PIXEL_UNPACK_BUFFER)
-)";
-
-// Texture 2 is defined with {TI}, {TF}, {TT}, and texture 1 is drawn into it.
-const char* const kRender = R"(glBindTexture(GL_TEXTURE_2D, 2)
-glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MIN_FILTER, GL_NEAREST)
-glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MAG_FILTER, GL_NEAREST)
-glBindBuffer(GL_PIXEL_UNPACK_BUFFER, 0)
-glTexImage2D(GL_TEXTURE_2D, 0, {TI}, 128, 128, 0, {TF}, {TT}, NULL)
-glEnable(GL_TEXTURE_2D)
-glBindTexture(GL_TEXTURE_2D, 1)
-glBegin(GL_QUADS)
-glTexCoord2f(0, 0)
-glVertex2f(-1, -1)
-glTexCoord2f(0, 1)
-glVertex2f(-1, 1)
-glTexCoord2f(1, 1)
-glVertex2f(1, 1)
-glTexCoord2f(1, 0)
-glVertex2f(1, -1)
-glEnd()
-)";
-
-const char* const kCheckUpload = R"(glFinish()
-glBindBuffer(GL_PIXEL_PACK_BUFFER, 0)
-glReadPixels(0, 0, 128, 128, GL_RGBA, GL_UNSIGNED_BYTE, memory)
-glBindBuffer(GL_PIXEL_UNPACK_BUFFER, 1)
-glMapBuffer(GL_PIXEL_UNPACK_BUFFER, GL_READ_ONLY)
-glUnmapBuffer(GL_PIXEL_UNPACK_BUFFER)
-)";
-
-std::string upload_set() {
-    return std::string("glBindTexture(GL_TEXTURE_2D, 1)\n") + kFilters +
-           "glBindBuffer(GL_PIXEL_UNPACK_BUFFER, 0)\n"
-           "glTexImage2D(GL_TEXTURE_2D, 0, {I}, 128, 128, 0, {F}, {T}, NULL)\n" +
-           kFill +
-           "glTexSubImage2D(GL_TEXTURE_2D, 0, 0, 0, 128, 128, {F}, {T}, offset 0)\n"
-           "glFlush()\n" +
-           kRender + kCheckUpload;
-}
-
-std::string upload_reset() {
-    return std::string(kFill) + "glBindTexture(GL_TEXTURE_2D, 1)\n" + kFilters +
-           "glTexImage2D(GL_TEXTURE_2D, 0, {I}, 128, 128, 0, {F}, {T}, offset 0)\n"
-           "glFlush()\n" +
-           kRender + kCheckUpload;
-}
-
-std::string download(const std::string& fetch) {
-    return std::string(
-               "random() = {R}\n"
-               "glBindTexture(GL_TEXTURE_2D, 1)\n") +
-           kFilters +
-           "glBindBuffer(GL_PIXEL_UNPACK_BUFFER, 0)\n"
-           "glTexImage2D(GL_TEXTURE_2D, 0, {I}, 128, 128, 0, {F}, {T}, memory)\n" +
-           kRender +
-           "glBindTexture(GL_TEXTURE_2D, 2)\n"
-           "glBindBuffer(GL_PIXEL_PACK_BUFFER, 2)\n"
-           "glBufferData(GL_PIXEL_PACK_BUFFER, {S}, NULL, GL_STREAM_READ)\n" +
-           fetch +
-           "glMapBuffer(GL_PIXEL_PACK_BUFFER, GL_READ_ONLY)\n"
-           "glUnmapBuffer(GL_PIXEL_PACK_BUFFER)\n";
-}
-
-std::string test_text(const std::string& capability) {
-    if (capability == "SUPPORTED") return kSupported;
-    if (capability == "RENDERABLE") return kRenderable;
-    if (capability == "UPLOAD_SET") return upload_set();
-    if (capability == "UPLOAD_RESET") return upload_reset();
-    if (capability == "DOWNLOAD_GET") {
-        return download("glGetTexImage(GL_TEXTURE_2D, 0, {F}, {T}, offset 0)\n");
-    }
-    return download("glReadPixels(0, 0, 128, 128, {F}, {T}, offset 0)\n");
-}
-
-bool is_upload(const std::string& capability) {
-    return capability.compare(0, 6, "UPLOAD") == 0;
-}
-
 bool is_transfer(const std::string& capability) {
-    return is_upload(capability) || capability.compare(0, 8, "DOWNLOAD") == 0;
+    return capability.find("LOAD_") != std::string::npos;
 }
 
 const char* const kListing = R"(CGGetActiveDisplayList(32)
@@ -154,19 +56,21 @@ CGLDestroyPixelFormat(pixel format 1)
 CGLDestroyRendererInfo(info 1)
 )";
 
-std::string reset_text() {
-    std::string text;
-    for (const Format& format : kFormats) {
-        text += filled(
-            "CFPreferencesSetMultiple(NULL, {{N}_SUPPORTED {N}_RENDERABLE {N}_UPLOAD_SET "
-            "{N}_UPLOAD_RESET {N}_DOWNLOAD_GET {N}_DOWNLOAD_READ}, {A}, current user, any host)\n",
-            {{"N", format.name}, {"A", kAppID}});
-    }
-    return text;
-}
+const char* const kReset =
+    "CFPreferencesSetMultiple(NULL, {{N}_SUPPORTED {N}_RENDERABLE {N}_UPLOAD_SET {N}_UPLOAD_RESET "
+    "{N}_DOWNLOAD_GET {N}_DOWNLOAD_READ}, {A}, current user, any host)\n";
 
-void append(std::vector<std::string>* lines, const std::string& text) {
-    for (const std::string& line : lines_of(filled(text, {{"A", kAppID}}))) lines->push_back(line);
+/// What a test does to its record, before and after its calls.
+const char* const kBegin = R"(CFPreferencesGetAppBooleanValue({K}, {A})
+CFPreferencesSetAppValue({K}, false, {A})
+CFPreferencesAppSynchronize({A})
+)";
+const char* const kVerdict = "CFPreferencesSetAppValue({K}, {V}, {A})\n";
+
+void append(std::vector<std::string>* lines, const std::string& text,
+            std::map<std::string, std::string> values = {}) {
+    values["A"] = kAppID;
+    for (const std::string& line : lines_of(filled(text, values))) lines->push_back(line);
 }
 
 /// The lines that one test prints.
@@ -207,35 +111,10 @@ std::map<std::string, std::string> slow_verdicts() {
 
 }  // namespace
 
-std::string filled(std::string text, const std::map<std::string, std::string>& values) {
-    for (const auto& [name, value] : values) {
-        const std::string mark = "{" + name + "}";
-        for (std::size_t at = text.find(mark); at != std::string::npos;
-             at = text.find(mark, at + value.size())) {
-            text.replace(at, mark.size(), value);
-        }
-    }
-    return text;
-}
-
-std::vector<std::string> golden_test_calls(const Format& format, const std::string& capability,
-                                           long random) {
-    const bool toBytes = is_upload(capability);
-    return lines_of(
-        filled(test_text(capability), {{"I", format.name},
-                                       {"F", format.formatName},
-                                       {"T", format.typeName},
-                                       {"S", std::to_string(format.bytesPerPixel * 16384)},
-                                       {"R", std::to_string(random)},
-                                       {"TI", toBytes ? "GL_RGBA8" : format.name},
-                                       {"TF", toBytes ? "GL_RGBA" : format.formatName},
-                                       {"TT", toBytes ? "GL_UNSIGNED_BYTE" : format.typeName}}));
-}
-
 std::vector<std::string> golden_first_run() {
     std::vector<std::string> lines;
     append(&lines, kListing);
-    append(&lines, reset_text());
+    for (const Format& format : kFormats) append(&lines, kReset, {{"N", format.name}});
     append(&lines, "CFPreferencesSetAppValue(VERSION, 0.20999999999999999, {A})\n");
     append(&lines, "CFPreferencesAppSynchronize({A})\n");
     append(&lines, kSetUp);
@@ -244,15 +123,12 @@ std::vector<std::string> golden_first_run() {
     for (const Format& format : kFormats) {
         for (const std::string capability : kCapabilities) {
             const std::string key = std::string(format.name) + "_" + capability;
-            append(&lines, "CFPreferencesGetAppBooleanValue(" + key + ", {A})\n");
-            append(&lines, "CFPreferencesSetAppValue(" + key + ", false, {A})\n");
-            append(&lines, "CFPreferencesAppSynchronize({A})\n");
+            append(&lines, kBegin, {{"K", key}});
             const long value = is_transfer(capability) ? random.next() : 0;
-            for (const std::string& line : golden_test_calls(format, capability, value)) {
-                lines.push_back(line);
+            for (const std::string& call : expected_calls(format, capability, value)) {
+                lines.push_back(call);
             }
-            append(&lines,
-                   "CFPreferencesSetAppValue(" + key + ", " + verdicts.at(key) + ", {A})\n");
+            append(&lines, kVerdict, {{"K", key}, {"V", verdicts.at(key)}});
         }
     }
     append(&lines, kEnd);
@@ -265,8 +141,8 @@ std::vector<std::string> golden_second_run() {
     append(&lines, kSetUp);
     for (const Format& format : kFormats) {
         for (const std::string capability : kCapabilities) {
-            append(&lines, "CFPreferencesGetAppBooleanValue(" + std::string(format.name) + "_" +
-                               capability + ", {A})\n");
+            append(&lines, "CFPreferencesGetAppBooleanValue({N}_{C}, {A})\n",
+                   {{"N", format.name}, {"C", capability}});
         }
     }
     append(&lines, kEnd);

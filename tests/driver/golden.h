@@ -10,17 +10,10 @@
 #include <string>
 #include <vector>
 
+#include "support/expected_calls.h"
 #include "support/formats.h"
 
 namespace texprobe::tests {
-
-/// `text` with every "{NAME}" replaced by the value of NAME.
-std::string filled(std::string text, const std::map<std::string, std::string>& values);
-
-/// The calls inside one test, on a renderer with both extensions. `random` is the value that
-/// random() returns.
-std::vector<std::string> golden_test_calls(const Format& format, const std::string& capability,
-                                           long random);
 
 /// All calls of a first run of kOneRenderer in which the format query supports everything, without
 /// the first line of its process.

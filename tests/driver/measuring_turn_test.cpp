@@ -15,9 +15,9 @@
 #include <thread>
 #include <vector>
 
-#include "platform/scratch_folder.h"
 #include "runs/measuring_turn.h"
 #include "support/process.h"
+#include "support/scratch_folder.h"
 
 namespace texprobe {
 namespace {

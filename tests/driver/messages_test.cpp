@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include "fake_tool.h"
+#include "doubles/fake_tool.h"
 #include "golden.h"
 
 namespace texprobe::tests {

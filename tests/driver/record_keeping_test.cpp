@@ -5,7 +5,7 @@
 #include <cmath>
 #include <limits>
 
-#include "fake_tool.h"
+#include "doubles/fake_tool.h"
 #include "golden.h"
 #include "records/records.h"
 
@@ -118,44 +118,33 @@ TEST(FlagTest, value_that_is_no_boolean_is_measured_again_and_replaced) {
     EXPECT_EQ(lines[6], prefix + "GL_RGBA8 supported: 1");
 }
 
-TEST(FlagTest, stored_false_of_supported_skips_all_six_tests_in_silence) {
-    const FakeTool tool(kOneRenderer);
-    tool.set_record("VERSION", "double", "0.21");
-    tool.set_record("GL_RGB8_SUPPORTED", "boolean", "false");
-    const Finished run = tool.run();
-    EXPECT_TRUE(run.exited_with(0));
-    EXPECT_EQ(run.err.find("GL_RGB8 "), std::string::npos);
-    Values expected = golden_records();
-    for (const char* capability : kCapabilities) {
-        expected.erase(std::string("GL_RGB8_") + capability);
+TEST(FlagTest, stored_flags_decide_which_tests_run) {
+    const Values downloads = {{"DOWNLOAD_GET", ""}, {"DOWNLOAD_READ", ""}};
+    const Values uploads = {{"UPLOAD_SET", ""}, {"UPLOAD_RESET", ""}};
+    Values all = uploads;
+    all.insert(downloads.begin(), downloads.end());
+    all["RENDERABLE"] = "";
+    const struct {
+        Values stored;
+        Values absent;
+    } rows[] = {{{{"SUPPORTED", "false"}}, all},
+                {{{"RENDERABLE", "false"}}, downloads},
+                {{{"SUPPORTED", "false"}, {"RENDERABLE", "true"}}, uploads}};
+    for (const auto& row : rows) {
+        const FakeTool tool(kOneRenderer);
+        tool.set_record("VERSION", "double", "0.21");
+        Values expected = golden_records();
+        for (const auto& [capability, verdict] : row.stored) {
+            tool.set_record("GL_RGB8_" + capability, "boolean", verdict);
+            expected["GL_RGB8_" + capability] = verdict;
+        }
+        for (const auto& each : row.absent) expected.erase("GL_RGB8_" + each.first);
+        const Finished run = tool.run();
+        EXPECT_TRUE(run.exited_with(0));
+        EXPECT_EQ(tool.records(), expected);
+        // In silence, where nothing is tested.
+        EXPECT_EQ(run.err.find("GL_RGB8 ") == std::string::npos, row.absent == all);
     }
-    expected["GL_RGB8_SUPPORTED"] = "false";
-    EXPECT_EQ(tool.records(), expected);
-}
-
-TEST(FlagTest, stored_false_of_renderable_skips_the_downloads_alone) {
-    const FakeTool tool(kOneRenderer);
-    tool.set_record("VERSION", "double", "0.21");
-    tool.set_record("GL_RGB8_RENDERABLE", "boolean", "false");
-    ASSERT_TRUE(tool.run().exited_with(0));
-    Values expected = golden_records();
-    expected["GL_RGB8_RENDERABLE"] = "false";
-    expected.erase("GL_RGB8_DOWNLOAD_GET");
-    expected.erase("GL_RGB8_DOWNLOAD_READ");
-    EXPECT_EQ(tool.records(), expected);
-}
-
-TEST(FlagTest, stored_renderable_lets_the_downloads_run_although_supported_is_false) {
-    const FakeTool tool(kOneRenderer);
-    tool.set_record("VERSION", "double", "0.21");
-    tool.set_record("GL_RGB8_SUPPORTED", "boolean", "false");
-    tool.set_record("GL_RGB8_RENDERABLE", "boolean", "true");
-    ASSERT_TRUE(tool.run().exited_with(0));
-    Values expected = golden_records();
-    expected["GL_RGB8_SUPPORTED"] = "false";
-    expected.erase("GL_RGB8_UPLOAD_SET");
-    expected.erase("GL_RGB8_UPLOAD_RESET");
-    EXPECT_EQ(tool.records(), expected);
 }
 
 TEST(FlagTest, single_absent_flag_is_the_only_one_measured) {

@@ -16,11 +16,11 @@
 #include <thread>
 #include <vector>
 
-#include "fake_tool.h"
+#include "doubles/fake_tool.h"
 #include "golden.h"
-#include "platform/scratch_folder.h"
 #include "runs/measuring_turn.h"
 #include "support/process.h"
+#include "support/scratch_folder.h"
 
 namespace texprobe::tests {
 namespace {

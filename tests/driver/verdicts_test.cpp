@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include "fake_tool.h"
+#include "doubles/fake_tool.h"
 #include "golden.h"
 
 namespace texprobe::tests {
@@ -31,44 +31,28 @@ TEST(VerdictsTest, good_renderer_passes_wherever_the_comparison_can) {
     EXPECT_EQ(verdicts.at("GL_LUMINANCE8_ALPHA8_DOWNLOAD_GET"), "false");
 }
 
-TEST(VerdictsTest, substituted_format_is_not_supported_and_nothing_else_is_tested) {
-    const FakeTool tool(kOneRenderer + "substitute 1 GL_RGB8 GL_RGBA8\n");
-    const Finished run = tool.run();
-    EXPECT_TRUE(run.exited_with(0));
-    Values expected = without("GL_RGB8", "SUPPORTED", golden_records());
-    expected["GL_RGB8_SUPPORTED"] = "false";
-    EXPECT_EQ(tool.records(), expected);
-    EXPECT_NE(run.err.find("] GL_RGB8 supported: 0\n" + kAppID), std::string::npos);
-    EXPECT_EQ(run.err.find("GL_RGB8 renderable"), std::string::npos);
-}
-
-TEST(VerdictsTest, target_of_a_substituted_format_is_not_renderable) {
-    const FakeTool tool(kOneRenderer + "substitute 2 GL_RGB8 GL_RGBA8\n");
-    ASSERT_TRUE(tool.run().exited_with(0));
-    Values expected =
-        without("GL_RGB8", "SUPPORTED RENDERABLE UPLOAD_SET UPLOAD_RESET", golden_records());
-    expected["GL_RGB8_RENDERABLE"] = "false";
-    EXPECT_EQ(tool.records(), expected);
-}
-
-TEST(VerdictsTest, incomplete_target_is_not_renderable_and_its_downloads_stay_absent) {
-    const FakeTool tool(kOneRenderer + "incomplete GL_LUMINANCE16\n");
-    ASSERT_TRUE(tool.run().exited_with(0));
-    Values expected =
-        without("GL_LUMINANCE16", "SUPPORTED RENDERABLE UPLOAD_SET UPLOAD_RESET", golden_records());
-    expected["GL_LUMINANCE16_RENDERABLE"] = "false";
-    EXPECT_EQ(tool.records(), expected);
-}
-
-TEST(VerdictsTest, renderable_is_false_without_framebuffer_objects) {
-    const FakeTool tool(kOneRenderer + "string GL_EXTENSIONS GL_ARB_pixel_buffer_object\n");
-    ASSERT_TRUE(tool.run().exited_with(0));
-    Values expected = golden_records();
-    for (const Format& format : kFormats) {
-        expected = without(format.name, "SUPPORTED RENDERABLE UPLOAD_SET UPLOAD_RESET", expected);
-        expected[std::string(format.name) + "_RENDERABLE"] = "false";
+TEST(VerdictsTest, a_no_leaves_what_needs_it_without_a_record) {
+    const std::string uploads = "SUPPORTED RENDERABLE UPLOAD_SET UPLOAD_RESET";
+    const struct {
+        std::string order;
+        std::string format;  ///< "" for all.
+        const char* no;
+        std::string kept;
+    } rows[] = {{"substitute 1 GL_RGB8 GL_RGBA8", "GL_RGB8", "SUPPORTED", "SUPPORTED"},
+                {"substitute 2 GL_RGB8 GL_RGBA8", "GL_RGB8", "RENDERABLE", uploads},
+                {"incomplete GL_LUMINANCE16", "GL_LUMINANCE16", "RENDERABLE", uploads},
+                {"string GL_EXTENSIONS GL_ARB_pixel_buffer_object", "", "RENDERABLE", uploads}};
+    for (const auto& row : rows) {
+        const FakeTool tool(kOneRenderer + row.order + "\n");
+        ASSERT_TRUE(tool.run().exited_with(0));
+        Values expected = golden_records();
+        for (const Format& format : kFormats) {
+            if (!row.format.empty() && row.format != format.name) continue;
+            expected = without(format.name, row.kept, expected);
+            expected[std::string(format.name) + "_" + row.no] = "false";
+        }
+        EXPECT_EQ(tool.records(), expected) << row.order;
     }
-    EXPECT_EQ(tool.records(), expected);
 }
 
 TEST(VerdictsTest, transfers_are_false_without_pixel_buffer_objects) {
@@ -79,6 +63,13 @@ TEST(VerdictsTest, transfers_are_false_without_pixel_buffer_objects) {
         if (key.find("LOAD_") != std::string::npos) value = "false";
     }
     EXPECT_EQ(tool.records(), expected);
+}
+
+TEST(VerdictsTest, format_that_is_not_supported_is_printed_once) {
+    const FakeTool tool(kOneRenderer + "substitute 1 GL_RGB8 GL_RGBA8\n");
+    const Finished run = tool.run();
+    EXPECT_NE(run.err.find("] GL_RGB8 supported: 0\n" + kAppID), std::string::npos);
+    EXPECT_EQ(run.err.find("GL_RGB8 renderable"), std::string::npos);
 }
 
 struct Distance {

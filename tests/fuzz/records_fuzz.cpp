@@ -14,9 +14,9 @@
 #include <string>
 #include <string_view>
 
-#include "platform/scratch_folder.h"
+#include "doubles/watched_disk.h"
 #include "support/same_value.h"
-#include "support/watched_disk.h"
+#include "support/scratch_folder.h"
 
 namespace {
 

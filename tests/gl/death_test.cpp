@@ -62,8 +62,8 @@ TEST_P(Death, in_a_test_costs_that_verdict_and_no_other) {
         const std::string key = std::string(format.name) + '_' + kCapabilities[capability];
         const int signal = kSignals[(GetParam() + capability) % kSignals.size()];
         const ToolFolder folder(TOOL);
-        const std::filesystem::path order = folder.path() / "die";
-        std::ofstream(order) << format.internalFormat << ' ' << capability << ' ' << signal;
+        const std::filesystem::path order = folder.path() / "faults";
+        std::ofstream(order) << format.internalFormat << ' ' << capability << ' ' << signal << '!';
 
         const Finished run = folder.run({"--safe"});
         EXPECT_TRUE(run.exited_with(0)) << key << '\n' << run.err;

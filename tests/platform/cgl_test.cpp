@@ -1,6 +1,7 @@
 // CGL's functions on the software renderer of this machine.
 
 #include <EGL/egl.h>
+#include <EGL/eglext.h>
 #include <OpenGL/OpenGL.h>
 #include <OpenGL/glext.h>
 #include <gmock/gmock.h>
@@ -11,6 +12,7 @@
 
 #include "CGL/es_pixel_format.h"
 
+namespace texprobe::tests {
 namespace {
 
 /// An attribute list as applications write them: plain integers.
@@ -92,6 +94,24 @@ protected:
     GLint id_ = 0;
 };
 
+/// A context that is current and its pixel buffer; they end with it.
+struct Drawing {
+    Drawing(CGLContextObj itsContext, CGLPBufferObj itsBuffer)
+        : context(itsContext), pbuffer(itsBuffer) {
+        EXPECT_EQ(CGLSetPBuffer(context, pbuffer, 0, 0, 0), kCGLNoError);
+        EXPECT_EQ(CGLSetCurrentContext(context), kCGLNoError);
+    }
+    ~Drawing() {
+        CGLDestroyContext(context);
+        CGLDestroyPBuffer(pbuffer);
+    }
+    Drawing(const Drawing&) = delete;
+    Drawing& operator=(const Drawing&) = delete;
+
+    CGLContextObj context;
+    CGLPBufferObj pbuffer;
+};
+
 EGLint current_surface_size(EGLint dimension) {
     EGLint size = 0;
     eglQuerySurface(eglGetCurrentDisplay(), eglGetCurrentSurface(EGL_DRAW), dimension, &size);
@@ -99,10 +119,7 @@ EGLint current_surface_size(EGLint dimension) {
 }
 
 TEST_F(Cgl, draws_to_a_pixel_buffer_of_the_size_asked_for) {
-    CGLContextObj context = create_context();
-    CGLPBufferObj pbuffer = create_pbuffer(37, 21);
-    EXPECT_EQ(CGLSetPBuffer(context, pbuffer, 0, 0, 0), kCGLNoError);
-    EXPECT_EQ(CGLSetCurrentContext(context), kCGLNoError);
+    const Drawing drawing(create_context(), create_pbuffer(37, 21));
     EXPECT_EQ(current_surface_size(EGL_WIDTH), 37);
     EXPECT_EQ(current_surface_size(EGL_HEIGHT), 21);
     GLint viewport[4] = {};
@@ -118,15 +135,10 @@ TEST_F(Cgl, draws_to_a_pixel_buffer_of_the_size_asked_for) {
     glReadPixels(36, 20, 1, 1, GL_RGBA, GL_UNSIGNED_BYTE, pixel);
     EXPECT_THAT(pixel, testing::ElementsAre(51, 204, 255, 0));
     EXPECT_EQ(glGetError(), static_cast<GLenum>(GL_NO_ERROR));
-    CGLDestroyContext(context);
-    CGLDestroyPBuffer(pbuffer);
 }
 
 TEST_F(Cgl, gives_a_compatibility_profile_with_eight_bits_a_channel) {
-    CGLContextObj context = create_context();
-    CGLPBufferObj pbuffer = create_pbuffer(128, 128);
-    CGLSetPBuffer(context, pbuffer, 0, 0, 0);
-    ASSERT_EQ(CGLSetCurrentContext(context), kCGLNoError);
+    const Drawing drawing(create_context(), create_pbuffer(128, 128));
     const auto* version = reinterpret_cast<const char*>(glGetString(GL_VERSION));
     EXPECT_THAT(version, testing::HasSubstr("Compatibility Profile"));
     // Only compatibility profiles have one string of all extensions.
@@ -136,8 +148,6 @@ TEST_F(Cgl, gives_a_compatibility_profile_with_eight_bits_a_channel) {
         glGetIntegerv(static_cast<GLenum>(channel), &bits);
         EXPECT_EQ(bits, 8);
     }
-    CGLDestroyContext(context);
-    CGLDestroyPBuffer(pbuffer);
 }
 
 TEST_F(Cgl, gives_the_profile_asked_for_in_the_highest_version) {
@@ -167,25 +177,39 @@ TEST_F(Cgl, gives_the_profile_asked_for_in_the_highest_version) {
 
 TEST_F(Cgl, gives_opengl_es_behind_a_function_of_its_own) {
     CGLPixelFormatObj format = nullptr;
-    ASSERT_EQ(texprobe::platform::choose_es_pixel_format(id_, &format), kCGLNoError);
+    ASSERT_EQ(platform::choose_es_pixel_format(id_, &format), kCGLNoError);
     const Described es = describe_context(format);
     EXPECT_THAT(es.version, testing::StartsWith("OpenGL ES 3.2"));
     EXPECT_EQ(es.number, 32);
-    EXPECT_EQ(texprobe::platform::choose_es_pixel_format(id_ + 1, &format), kCGLBadPixelFormat);
+    EXPECT_EQ(platform::choose_es_pixel_format(id_ + 1, &format), kCGLBadPixelFormat);
     EXPECT_EQ(format, nullptr);
-    EXPECT_EQ(texprobe::platform::choose_es_pixel_format(id_, nullptr), kCGLBadAddress);
+    EXPECT_EQ(platform::choose_es_pixel_format(id_, nullptr), kCGLBadAddress);
 }
 
-TEST_F(Cgl, makes_nothing_current_before_it_destroys_the_current_context) {
-    CGLContextObj context = create_context();
-    CGLPBufferObj pbuffer = create_pbuffer(16, 16);
-    CGLSetPBuffer(context, pbuffer, 0, 0, 0);
-    ASSERT_EQ(CGLSetCurrentContext(context), kCGLNoError);
-    EXPECT_NE(eglGetCurrentContext(), EGL_NO_CONTEXT);
-    EXPECT_EQ(CGLDestroyContext(context), kCGLNoError);
-    EXPECT_EQ(eglGetCurrentContext(), EGL_NO_CONTEXT);
-    EXPECT_EQ(eglGetCurrentSurface(EGL_DRAW), EGL_NO_SURFACE);
-    CGLDestroyPBuffer(pbuffer);
+TEST_F(Cgl, makes_nothing_current_for_null_and_before_it_destroys_the_current_context) {
+    EXPECT_EQ(CGLSetCurrentContext(nullptr), kCGLNoError);
+    for (const bool isDestroyed : {false, true}) {
+        CGLContextObj context = create_context();
+        CGLPBufferObj pbuffer = create_pbuffer(16, 16);
+        CGLSetPBuffer(context, pbuffer, 0, 0, 0);
+        ASSERT_EQ(CGLSetCurrentContext(context), kCGLNoError);
+        EXPECT_NE(eglGetCurrentContext(), EGL_NO_CONTEXT);
+        if (!isDestroyed) {
+            EXPECT_EQ(CGLSetCurrentContext(nullptr), kCGLNoError);
+            EXPECT_EQ(eglGetCurrentContext(), EGL_NO_CONTEXT);
+        }
+        EXPECT_EQ(CGLDestroyContext(context), kCGLNoError);
+        EXPECT_EQ(eglGetCurrentContext(), EGL_NO_CONTEXT);
+        EXPECT_EQ(eglGetCurrentSurface(EGL_DRAW), EGL_NO_SURFACE);
+        CGLDestroyPBuffer(pbuffer);
+    }
+}
+
+TEST_F(Cgl, remembers_the_size_of_a_pixel_buffer_while_there_is_no_context) {
+    CGLDestroyContext(create_context());
+    CGLPBufferObj pbuffer = create_pbuffer(37, 21);
+    const Drawing drawing(create_context(), pbuffer);
+    EXPECT_EQ(current_surface_size(EGL_WIDTH), 37);
 }
 
 TEST_F(Cgl, leaves_the_current_context_current_when_another_is_destroyed) {
@@ -203,17 +227,41 @@ TEST_F(Cgl, leaves_the_current_context_current_when_another_is_destroyed) {
     CGLDestroyPBuffer(pbuffer);
 }
 
+TEST_F(Cgl, leaves_the_display_of_the_application_initialized_and_its_context_current) {
+    // The application's own display is that of the same device, which comes last.
+    EGLDeviceEXT devices[16] = {};
+    EGLint count = 0;
+    ASSERT_TRUE(reinterpret_cast<PFNEGLQUERYDEVICESEXTPROC>(
+        eglGetProcAddress("eglQueryDevicesEXT"))(16, devices, &count));
+    EGLDisplay display =
+        eglGetPlatformDisplay(EGL_PLATFORM_DEVICE_EXT, devices[count - 1], nullptr);
+    ASSERT_TRUE(eglInitialize(display, nullptr, nullptr));
+    eglBindAPI(EGL_OPENGL_API);
+    const EGLint wanted[] = {EGL_SURFACE_TYPE, EGL_PBUFFER_BIT, EGL_RENDERABLE_TYPE, EGL_OPENGL_BIT,
+                             EGL_NONE};
+    EGLConfig config = nullptr;
+    ASSERT_TRUE(eglChooseConfig(display, wanted, &config, 1, &count));
+    EGLContext context = eglCreateContext(display, config, EGL_NO_CONTEXT, nullptr);
+    const EGLint size[] = {EGL_WIDTH, 8, EGL_HEIGHT, 8, EGL_NONE};
+    EGLSurface surface = eglCreatePbufferSurface(display, config, size);
+    ASSERT_TRUE(eglMakeCurrent(display, surface, surface, context));
+    CGLDestroyContext(create_context());
+    EXPECT_EQ(eglGetCurrentContext(), context);
+    EXPECT_EQ(eglGetCurrentSurface(EGL_DRAW), surface);
+    EXPECT_EQ(eglQueryAPI(), static_cast<EGLenum>(EGL_OPENGL_API));
+    EXPECT_NE(glGetString(GL_RENDERER), nullptr);
+    eglMakeCurrent(display, EGL_NO_SURFACE, EGL_NO_SURFACE, EGL_NO_CONTEXT);
+    eglDestroySurface(display, surface);
+    eglDestroyContext(display, context);
+    eglBindAPI(EGL_OPENGL_ES_API);
+}
+
 TEST_F(Cgl, gives_a_fresh_context_after_each_other) {
     for (int run = 0; run < 3; ++run) {
-        CGLContextObj context = create_context();
-        CGLPBufferObj pbuffer = create_pbuffer(128, 128);
-        CGLSetPBuffer(context, pbuffer, 0, 0, 0);
-        ASSERT_EQ(CGLSetCurrentContext(context), kCGLNoError);
+        const Drawing drawing(create_context(), create_pbuffer(128, 128));
         EXPECT_EQ(glIsTexture(1), GL_FALSE) << "a name of the context before";
         glBindTexture(GL_TEXTURE_2D, 1);
         EXPECT_EQ(glIsTexture(1), GL_TRUE);
-        CGLDestroyContext(context);
-        CGLDestroyPBuffer(pbuffer);
     }
 }
 
@@ -252,29 +300,6 @@ TEST_F(Cgl, leaves_current_what_was_when_a_pixel_buffer_is_created) {
     CGLDestroyContext(second);
     CGLDestroyPBuffer(small);
     CGLDestroyPBuffer(large);
-}
-
-TEST_F(Cgl, remembers_the_size_of_a_pixel_buffer_while_there_is_no_context) {
-    CGLDestroyContext(create_context());
-    CGLPBufferObj pbuffer = create_pbuffer(37, 21);
-    CGLContextObj context = create_context();
-    EXPECT_EQ(CGLSetPBuffer(context, pbuffer, 0, 0, 0), kCGLNoError);
-    ASSERT_EQ(CGLSetCurrentContext(context), kCGLNoError);
-    EXPECT_EQ(current_surface_size(EGL_WIDTH), 37);
-    CGLDestroyContext(context);
-    CGLDestroyPBuffer(pbuffer);
-}
-
-TEST_F(Cgl, makes_nothing_current_for_a_null_context) {
-    EXPECT_EQ(CGLSetCurrentContext(nullptr), kCGLNoError);
-    CGLContextObj context = create_context();
-    CGLPBufferObj pbuffer = create_pbuffer(16, 16);
-    CGLSetPBuffer(context, pbuffer, 0, 0, 0);
-    ASSERT_EQ(CGLSetCurrentContext(context), kCGLNoError);
-    EXPECT_EQ(CGLSetCurrentContext(nullptr), kCGLNoError);
-    EXPECT_EQ(eglGetCurrentContext(), EGL_NO_CONTEXT);
-    CGLDestroyContext(context);
-    CGLDestroyPBuffer(pbuffer);
 }
 
 TEST_F(Cgl, has_no_drawable_before_a_pixel_buffer_is_set) {
@@ -380,3 +405,4 @@ TEST_F(Cgl, sets_one_face_and_level_of_a_pixel_buffer_on_a_context) {
 }
 
 }  // namespace
+}  // namespace texprobe::tests

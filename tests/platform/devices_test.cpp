@@ -5,24 +5,19 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "laid_out_machine.h"
-#include "scripted_egl.h"
+#include "doubles/laid_out_machine.h"
+#include "doubles/scripted_egl.h"
 
+namespace texprobe::tests {
 namespace {
 
+using platform::can_list_devices;
+using platform::Device;
+using platform::Egl;
+using platform::has_extension;
+using platform::list_devices;
 using testing::ElementsAre;
 using testing::IsEmpty;
-using texprobe::platform::can_list_devices;
-using texprobe::platform::Device;
-using texprobe::platform::Egl;
-using texprobe::platform::has_extension;
-using texprobe::platform::list_devices;
-using texprobe::tests::hardware;
-using texprobe::tests::LaidOutMachine;
-using texprobe::tests::ScriptedDevice;
-using texprobe::tests::ScriptedEgl;
-using texprobe::tests::software;
-using texprobe::tests::Step;
 
 std::vector<std::string> identities(const std::vector<Device>& devices) {
     std::vector<std::string> texts;
@@ -167,3 +162,4 @@ TEST(HasExtension, finds_whole_words_only) {
 }
 
 }  // namespace
+}  // namespace texprobe::tests

@@ -6,8 +6,10 @@
 #include <dlfcn.h>
 #include <gtest/gtest.h>
 
+#include <functional>
 #include <string>
 #include <string_view>
+#include <tuple>
 
 #include "CGL/es_pixel_format.h"
 
@@ -80,6 +82,7 @@ EGLint eglGetError() {
 
 }  // extern "C"
 
+namespace texprobe::tests {
 namespace {
 
 /// A pixel format, a context and a pixel buffer, created before anything fails.
@@ -126,20 +129,26 @@ protected:
     CGLPBufferObj pbuffer_ = nullptr;
 };
 
-TEST_F(EglFailure, of_a_display_is_a_bad_pixel_format) {
+TEST_F(EglFailure, is_an_error_and_gives_nothing) {
     CGLPixelFormatObj format = nullptr;
-    fail("eglInitialize");
-    EXPECT_EQ(choose_pixel_format(&format), kCGLBadPixelFormat);
-    EXPECT_EQ(message(), "*** EGL: eglInitialize failed with EGL_BAD_ALLOC\n");
-    EXPECT_EQ(format, nullptr);
-}
-
-TEST_F(EglFailure, of_a_context_is_a_bad_allocation) {
     CGLContextObj context = nullptr;
-    fail("eglCreateContext");
-    EXPECT_EQ(CGLCreateContext(format_, nullptr, &context), kCGLBadAlloc);
-    EXPECT_EQ(message(), "*** EGL: eglCreateContext failed with EGL_BAD_ALLOC\n");
+    CGLPBufferObj pbuffer = nullptr;
+    ASSERT_EQ(CGLSetPBuffer(context_, pbuffer_, 0, 0, 0), kCGLNoError);
+    const std::tuple<const char*, std::function<CGLError()>, CGLError> rows[] = {
+        {"eglInitialize", [&] { return choose_pixel_format(&format); }, kCGLBadPixelFormat},
+        {"eglCreateContext", [&] { return CGLCreateContext(format_, nullptr, &context); },
+         kCGLBadAlloc},
+        {"eglCreatePbufferSurface",
+         [&] { return CGLCreatePBuffer(8, 8, GL_TEXTURE_2D, GL_RGBA, 0, &pbuffer); }, kCGLBadAlloc},
+        {"eglMakeCurrent", [&] { return CGLSetCurrentContext(context_); }, kCGLBadState}};
+    for (const auto& [call, action, error] : rows) {
+        fail(call);
+        EXPECT_EQ(action(), error) << call;
+        EXPECT_EQ(message(), std::string("*** EGL: ") + call + " failed with EGL_BAD_ALLOC\n");
+    }
+    EXPECT_EQ(format, nullptr);
     EXPECT_EQ(context, nullptr);
+    EXPECT_EQ(pbuffer, nullptr);
 }
 
 TEST_F(EglFailure, of_a_surface_is_a_bad_allocation_and_keeps_the_pixel_buffer_set_before) {
@@ -148,14 +157,6 @@ TEST_F(EglFailure, of_a_surface_is_a_bad_allocation_and_keeps_the_pixel_buffer_s
     EXPECT_EQ(CGLSetPBuffer(context_, pbuffer_, 0, 0, 0), kCGLBadAlloc);
     EXPECT_EQ(message(), "*** EGL: eglCreatePbufferSurface failed with EGL_BAD_ALLOC\n");
     EXPECT_EQ(CGLSetCurrentContext(context_), kCGLNoError);
-}
-
-TEST_F(EglFailure, of_a_surface_is_found_when_the_pixel_buffer_is_created) {
-    CGLPBufferObj pbuffer = nullptr;
-    fail("eglCreatePbufferSurface");
-    EXPECT_EQ(CGLCreatePBuffer(8, 8, GL_TEXTURE_2D, GL_RGBA, 0, &pbuffer), kCGLBadAlloc);
-    EXPECT_EQ(message(), "*** EGL: eglCreatePbufferSurface failed with EGL_BAD_ALLOC\n");
-    EXPECT_EQ(pbuffer, nullptr);
 }
 
 /// The versions that are asked for where no context can be had.
@@ -175,7 +176,7 @@ TEST_F(EglFailure, of_a_version_lets_the_next_lower_one_be_asked_for) {
     ASSERT_EQ(choose_pixel_format(&core, kCGLOGLPVersion_3_2_Core), kCGLNoError);
     ASSERT_EQ(choose_pixel_format(&core4, kCGLOGLPVersion_GL4_Core), kCGLNoError);
     ASSERT_EQ(choose_pixel_format(&legacy), kCGLNoError);
-    ASSERT_EQ(texprobe::platform::choose_es_pixel_format(id_, &es), kCGLNoError);
+    ASSERT_EQ(platform::choose_es_pixel_format(id_, &es), kCGLNoError);
     fail("eglCreateContext");
     EXPECT_EQ(versions_tried(core), "4.6 4.5 4.4 4.3 4.2 4.1 4.0 3.3 3.2 ");
     EXPECT_EQ(versions_tried(core4), "4.6 4.5 4.4 4.3 4.2 4.1 ");
@@ -211,11 +212,5 @@ TEST_F(EglFailure, leaves_no_surface_of_a_pixel_buffer_that_was_never_set) {
     EXPECT_EQ(surfacesMade - surfacesDestroyed, before);
 }
 
-TEST_F(EglFailure, of_making_current_is_a_bad_state) {
-    ASSERT_EQ(CGLSetPBuffer(context_, pbuffer_, 0, 0, 0), kCGLNoError);
-    fail("eglMakeCurrent");
-    EXPECT_EQ(CGLSetCurrentContext(context_), kCGLBadState);
-    EXPECT_EQ(message(), "*** EGL: eglMakeCurrent failed with EGL_BAD_ALLOC\n");
-}
-
 }  // namespace
+}  // namespace texprobe::tests

@@ -12,20 +12,20 @@
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
+#include <map>
 #include <thread>
+#include <tuple>
 
-#include "scripted_egl.h"
+#include "doubles/scripted_egl.h"
 
+namespace texprobe::tests {
 namespace {
 
 using namespace std::chrono_literals;
+using platform::check_device;
+using platform::OpenCheck;
 using testing::Contains;
 using testing::IsEmpty;
-using texprobe::platform::check_device;
-using texprobe::platform::OpenCheck;
-using texprobe::tests::ScriptedDevice;
-using texprobe::tests::ScriptedEgl;
-using texprobe::tests::Step;
 
 OpenCheck check(const ScriptedDevice& device, std::chrono::milliseconds limit = 20s) {
     ScriptedEgl egl({device});
@@ -48,28 +48,37 @@ std::string failure_of_initialize(std::function<void()> action,
     return check(device, limit).failure;
 }
 
-TEST(OpenCheck, passes_a_device_that_opens) {
-    const OpenCheck result = check({});
-    EXPECT_EQ(result.failure, "");
-    EXPECT_EQ(result.memory, 0u);
+TEST(OpenCheck, names_the_call_that_was_refused_and_the_error_if_that_has_a_name) {
+    EXPECT_EQ(check({}).failure, "");
+    const std::tuple<Step, EGLint, const char*> rows[] = {
+        {Step::kGetPlatformDisplay, EGL_BAD_PARAMETER,
+         "eglGetPlatformDisplay failed with EGL_BAD_PARAMETER"},
+        {Step::kInitialize, EGL_NOT_INITIALIZED, "eglInitialize failed with EGL_NOT_INITIALIZED"},
+        {Step::kInitialize, EGL_SUCCESS, "eglInitialize failed"},
+        {Step::kInitialize, 0x4242, "eglInitialize failed"},
+        {Step::kCreateContext, EGL_BAD_MATCH, "eglCreateContext failed with EGL_BAD_MATCH"},
+        {Step::kCreateSurface, EGL_BAD_ALLOC, "eglCreatePbufferSurface failed with EGL_BAD_ALLOC"},
+        {Step::kMakeCurrent, EGL_CONTEXT_LOST, "eglMakeCurrent failed with EGL_CONTEXT_LOST"}};
+    for (const auto& [step, error, reason] : rows) EXPECT_EQ(failure(step, error), reason);
 }
 
-TEST(OpenCheck, names_the_call_that_was_refused_and_the_error) {
-    EXPECT_EQ(failure(Step::kGetPlatformDisplay, EGL_BAD_PARAMETER),
-              "eglGetPlatformDisplay failed with EGL_BAD_PARAMETER");
-    EXPECT_EQ(failure(Step::kInitialize, EGL_NOT_INITIALIZED),
-              "eglInitialize failed with EGL_NOT_INITIALIZED");
-    EXPECT_EQ(failure(Step::kCreateContext, EGL_BAD_MATCH),
-              "eglCreateContext failed with EGL_BAD_MATCH");
-    EXPECT_EQ(failure(Step::kCreateSurface, EGL_BAD_ALLOC),
-              "eglCreatePbufferSurface failed with EGL_BAD_ALLOC");
-    EXPECT_EQ(failure(Step::kMakeCurrent, EGL_CONTEXT_LOST),
-              "eglMakeCurrent failed with EGL_CONTEXT_LOST");
-}
-
-TEST(OpenCheck, names_the_call_alone_where_the_error_has_no_name) {
-    EXPECT_EQ(failure(Step::kInitialize, EGL_SUCCESS), "eglInitialize failed");
-    EXPECT_EQ(failure(Step::kInitialize, 0x4242), "eglInitialize failed");
+TEST(OpenCheck, reads_the_memory_that_a_driver_tells) {
+    const struct {
+        const char* extensions;
+        std::map<GLenum, GLint> integers;
+        std::uint64_t memory;
+    } rows[] = {{"", {}, 0},
+                {"GL_ARB_imaging GL_NVX_gpu_memory_info GL_ATI_meminfo",
+                 {{0x9048, 8 * 1024 * 1024}, {0x87FC, 1}},
+                 8ull << 30},
+                {"GL_ATI_meminfo", {{0x9048, 1}, {0x87FC, 3}}, 3ull * 1024},
+                {"GL_ATI_meminfo", {{0x87FC, -1}}, 0}};
+    for (const auto& row : rows) {
+        ScriptedDevice device;
+        device.glExtensions = row.extensions;
+        device.glIntegers = row.integers;
+        EXPECT_EQ(check(device).memory, row.memory) << row.extensions;
+    }
 }
 
 TEST(OpenCheck, refuses_a_device_without_a_configuration_of_eight_bits) {
@@ -90,7 +99,7 @@ TEST(OpenCheck, takes_the_first_configuration_of_exactly_eight_bits) {
 TEST(OpenCheck, refuses_a_context_without_a_renderer_string) {
     EXPECT_EQ(failure(Step::kGetString), "its context has no renderer string");
     ScriptedEgl egl({ScriptedDevice()});
-    texprobe::platform::Egl functions = egl.functions();
+    platform::Egl functions = egl.functions();
     functions.getString = nullptr;
     EXPECT_EQ(check_device(functions, egl.device(0), 20s).failure,
               "its context has no renderer string");
@@ -192,27 +201,6 @@ TEST(OpenCheck, refuses_a_device_that_it_has_no_pipe_to_hear_from) {
     EXPECT_THAT(egl.calls(), IsEmpty());
 }
 
-TEST(OpenCheck, reads_the_memory_that_nvidia_tells) {
-    ScriptedDevice device;
-    device.glExtensions = "GL_ARB_imaging GL_NVX_gpu_memory_info GL_ATI_meminfo";
-    device.glIntegers = {{0x9048, 8 * 1024 * 1024}, {0x87FC, 1}};
-    EXPECT_EQ(check(device).memory, 8ull << 30);
-}
-
-TEST(OpenCheck, reads_the_memory_that_ati_tells) {
-    ScriptedDevice device;
-    device.glExtensions = "GL_ATI_meminfo";
-    device.glIntegers = {{0x9048, 1}, {0x87FC, 3}};
-    EXPECT_EQ(check(device).memory, 3u * 1024);
-}
-
-TEST(OpenCheck, takes_a_negative_memory_for_none) {
-    ScriptedDevice device;
-    device.glExtensions = "GL_ATI_meminfo";
-    device.glIntegers = {{0x87FC, -1}};
-    EXPECT_EQ(check(device).memory, 0u);
-}
-
 TEST(OpenCheck, runs_no_exit_handler_of_the_parent_in_the_child) {
     const auto checkAndExit = [] {
         std::atexit([] { std::fputs("exit handler\n", stderr); });
@@ -248,3 +236,4 @@ TEST(OpenCheck, prints_what_waits_in_the_stream_of_the_parent_once) {
 }
 
 }  // namespace
+}  // namespace texprobe::tests

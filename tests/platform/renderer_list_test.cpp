@@ -10,23 +10,18 @@
 #include <vector>
 
 #include "CGL/renderers.h"
-#include "laid_out_machine.h"
-#include "scripted_egl.h"
+#include "doubles/laid_out_machine.h"
+#include "doubles/scripted_egl.h"
 
+namespace texprobe::tests {
 namespace {
 
 using namespace std::chrono_literals;
+using platform::clamp_bytes;
+using platform::renderer_id;
+using platform::Renderers;
 using testing::Each;
 using testing::StartsWith;
-using texprobe::platform::clamp_bytes;
-using texprobe::platform::renderer_id;
-using texprobe::platform::Renderers;
-using texprobe::tests::hardware;
-using texprobe::tests::LaidOutMachine;
-using texprobe::tests::ScriptedDevice;
-using texprobe::tests::ScriptedEgl;
-using texprobe::tests::software;
-using texprobe::tests::Step;
 
 constexpr GLint kUnset = -7;
 
@@ -304,3 +299,4 @@ TEST_F(RendererList, checks_once_when_many_threads_ask_at_once) {
 }
 
 }  // namespace
+}  // namespace texprobe::tests

@@ -36,6 +36,16 @@ public:
     Finished run(const std::vector<std::string>& arguments = {},
                  const Environment& environment = {}) const;
 
+    /// What the scripted tool does: in each of its runs, or in the run of that number (from 1).
+    void script(const std::string& text) const;
+    void script(int run, const std::string& text) const;
+    /// How often it has run.
+    int runs() const;
+    /// Writes an executable script of the shell; returns its path.
+    std::string write_program(const std::string& name, const std::string& body) const;
+    /// The processes of this folder's tool.
+    std::vector<pid_t> processes() const;
+
     /// Everything in the store, read without texprobe's own code; nothing if there is no store.
     RecordSets records() const;
 

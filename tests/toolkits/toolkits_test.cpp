@@ -191,45 +191,5 @@ INSTANTIATE_TEST_SUITE_P(
                std::get<2>(param.param);
     });
 
-class Python : public Applications, public testing::WithParamInterface<MesaRenderer> {};
-
-/// The words of the example's table as those of an application.
-std::string answers_in_table(const std::string& table) {
-    std::map<std::string, std::string> answers;
-    for (const std::string& line : lines_of(table)) {
-        const std::size_t nameEnd = line.find(' ');
-        std::string& letters = answers[line.substr(0, nameEnd)];
-        for (std::size_t i = nameEnd; i < line.size(); ++i) {
-            if (line[i - 1] == ' ' && line[i] != ' ') letters += line[i];
-        }
-    }
-    std::string line;
-    for (const Format& format : kFormats) line += answers[format.name];
-    return line;
-}
-
-TEST_P(Python, gets_the_verdicts_that_are_recorded) {
-    const std::string missing = prepare(GetParam());
-    if (!missing.empty()) GTEST_SKIP() << missing;
-    if (*PYTHON == '\0') GTEST_SKIP() << "built without Python";
-    Environment variables = environment();
-    add(&variables, GetParam().environment);
-    const Finished finished = run({PYTHON, {EXAMPLE, LIBRARY}, variables});
-    ASSERT_TRUE(finished.exited_with(0)) << finished.err;
-    const RecordSets sets = folder_.records();
-    std::string expected;
-    for (const auto& [application, records] : sets) {
-        const auto found = records.find("GL_RENDERER");
-        if (found == records.end()) continue;
-        const std::string renderer = found->second.substr(std::string("string ").size());
-        if (renderer.rfind(GetParam().name, 0) == 0) expected = recorded_answers(renderer);
-    }
-    EXPECT_THAT(expected, HasSubstr("yyyyyy"));
-    EXPECT_EQ(answers_in_table(finished.out), expected);
-}
-
-INSTANTIATE_TEST_SUITE_P(On, Python, testing::ValuesIn(measured_renderers()),
-                         [](const auto& param) { return param.param.name; });
-
 }  // namespace
 }  // namespace texprobe::tests

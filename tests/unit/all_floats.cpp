@@ -10,7 +10,7 @@
 
 #include "measuring/conversions.h"
 #include "measuring/vectors.h"
-#include "slow_distance.h"
+#include "support/slow_distance.h"
 
 namespace texprobe {
 namespace {

@@ -1,15 +1,20 @@
-// The conversions of one element to the 8-bit scale.
+// The conversions to the 8-bit scale: of one element by hand, and as compiled for each kind of
+// vector that this processor has against the slow ones.
 
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <cstddef>
 #include <cstdint>
 #include <cstring>
 #include <limits>
 #include <random>
+#include <utility>
+#include <vector>
 
 #include "measuring/conversions.h"
-#include "slow_distance.h"
+#include "measuring/vectors.h"
+#include "support/slow_distance.h"
 
 namespace texprobe {
 namespace {
@@ -17,180 +22,150 @@ namespace {
 using tests::slow_float_to_8bit;
 using tests::slow_half_to_8bit;
 
-int half_to_8bit(unsigned bits) {
-    return to_8bit(QORFloat16{static_cast<std::uint16_t>(bits)});
-}
-
-float float_of_bits(std::uint32_t bits) {
-    float value = 0;
-    std::memcpy(&value, &bits, sizeof value);
-    return value;
-}
-
-constexpr float kInfinity = std::numeric_limits<float>::infinity();
-constexpr float kNaN = std::numeric_limits<float>::quiet_NaN();
-
-TEST(ByteConversion, keeps_every_byte) {
-    for (int value = 0; value < 256; ++value) {
-        EXPECT_EQ(to_8bit(static_cast<std::uint8_t>(value)), value);
-    }
-}
-
-TEST(ShortConversion, is_the_high_byte_without_rounding) {
-    EXPECT_EQ(to_8bit(std::uint16_t{0x0000}), 0);
-    EXPECT_EQ(to_8bit(std::uint16_t{0x00FF}), 0);
-    EXPECT_EQ(to_8bit(std::uint16_t{0x0100}), 1);
-    EXPECT_EQ(to_8bit(std::uint16_t{0x80FF}), 128);
-    EXPECT_EQ(to_8bit(std::uint16_t{0xFFFF}), 255);
+TEST(Conversion, of_bytes_keeps_them_and_of_shorts_takes_the_high_byte) {
     for (unsigned value = 0; value < 65536; ++value) {
         ASSERT_EQ(to_8bit(static_cast<std::uint16_t>(value)), static_cast<int>(value / 256));
     }
-}
-
-TEST(HalfConversion, gives_the_values_worked_out_by_hand) {
-    EXPECT_EQ(half_to_8bit(0x0000), 0);    // 0.0
-    EXPECT_EQ(half_to_8bit(0x3400), 64);   // 0.25
-    EXPECT_EQ(half_to_8bit(0x3800), 128);  // 0.5
-    EXPECT_EQ(half_to_8bit(0x3BFF), 255);  // the largest below 1.0
-    EXPECT_EQ(half_to_8bit(0x3C00), 255);  // 1.0
-    // 2^-8: s = 0x400, t = 0x10020, t >> 8 = 0x100, less 1 is 0xFF.
-    EXPECT_EQ(half_to_8bit(0x1C00), 0);
-    // 2^-7: t >> 7 = 0x200, less 1 is 0x1FF.
-    EXPECT_EQ(half_to_8bit(0x2000), 1);
-    // 0.75: s = 0x600, t = 0x18030, t >> 1 = 0xC018.
-    EXPECT_EQ(half_to_8bit(0x3A00), 192);
-}
-
-TEST(HalfConversion, is_0_for_every_subnormal_and_for_the_smallest_normal_numbers) {
-    for (unsigned bits = 0; bits <= 0x0400; ++bits) ASSERT_EQ(half_to_8bit(bits), 0) << bits;
-}
-
-TEST(HalfConversion, is_0_with_the_sign_bit_set_whatever_the_rest) {
-    for (unsigned bits = 0x8000; bits <= 0xFFFF; ++bits) ASSERT_EQ(half_to_8bit(bits), 0) << bits;
-}
-
-TEST(HalfConversion, is_255_from_1_up_with_infinity_and_nan) {
-    for (unsigned bits = 0x3C00; bits <= 0x7FFF; ++bits) {
-        ASSERT_EQ(half_to_8bit(bits), 255) << bits;
+    for (int value = 0; value < 256; ++value) {
+        ASSERT_EQ(to_8bit(static_cast<std::uint8_t>(value)), value);
     }
 }
 
-TEST(HalfConversion, never_falls_as_the_positive_value_rises) {
-    for (unsigned bits = 1; bits <= 0x7FFF; ++bits) {
-        ASSERT_GE(half_to_8bit(bits), half_to_8bit(bits - 1)) << bits;
-    }
+TEST(Conversion, of_halves_gives_the_values_worked_out_by_hand) {
+    const std::pair<std::uint16_t, int> rows[] = {
+        {0x0000, 0},   {0x0001, 0},  // subnormal
+        {0x0400, 0},                 // the smallest normal number
+        {0x1C00, 0},                 // 2^-8: s = 0x400, t = 0x10020, t >> 8 = 0x100, less 1 is 0xFF
+        {0x2000, 1},                 // 2^-7: t >> 7 = 0x200, less 1 is 0x1FF
+        {0x3400, 64},                // 0.25
+        {0x3800, 128},               // 0.5
+        {0x3A00, 192},               // 0.75: s = 0x600, t = 0x18030, t >> 1 = 0xC018
+        {0x3BFF, 255},               // the largest below 1
+        {0x3C00, 255},               // 1
+        {0x7C00, 255},               // infinity
+        {0x7FFF, 255},               // not a number
+        {0x8000, 0},                 // with the sign bit, whatever the rest
+        {0xBC00, 0},   {0xFFFF, 0}};
+    for (const auto& [bits, byte] : rows) EXPECT_EQ(to_8bit(QORFloat16{bits}), byte) << bits;
 }
 
-/// The value of a finite, positive half float.
-double value_of_half(unsigned bits) {
-    const int exponent = static_cast<int>(bits >> 10);
-    const int mantissa = static_cast<int>(bits & 0x3FF);
-    return exponent == 0 ? std::ldexp(mantissa, -24) : std::ldexp(1024 + mantissa, exponent - 25);
+TEST(Conversion, of_floats_gives_the_values_worked_out_by_hand) {
+    using Limits = std::numeric_limits<float>;
+    const float unit = std::ldexp(1.0f, -32);
+    const std::pair<float, int> rows[] = {
+        {0.0f, 255},  // 0 - 1
+        {-0.0f, 255},
+        {1.0f, 255},
+        {0.5f, 127},          // 0x80000000 - 1
+        {1.0f / 256.0f, 0},   // 0x01000000 - 1
+        {257.0f / 65536, 1},  // 0x01010000 - 1
+        {unit, 0},
+        {std::nextafter(unit, 0.0f), 255},  // smaller than a unit of the scale
+        {Limits::denorm_min(), 255},
+        {-Limits::denorm_min(), 255},
+        {std::nextafter(1.0f, 0.0f), 255},  // 0xFFFFFF00 - 1
+        {1.5f, 127},                        // wraps around above 1
+        {2.25f, 63},
+        {4194304.5f, 127},  // 2^22 + 0.5
+        {8388609.0f, 255},  // 2^23 + 1: no fraction is left
+        {-0.25f, 191},      // wraps around below 0: 0xC0000000 - 1
+        {-1.0f, 255},
+        {-1.5f, 127},
+        {-unit, 255},  // 0xFFFFFFFF - 1
+        {std::ldexp(1.0f, 31), 255},
+        {-std::ldexp(1.0f, 31), 255},
+        {std::ldexp(1.0f, 32), 255},
+        {Limits::max(), 255},
+        {Limits::lowest(), 255},
+        {Limits::quiet_NaN(), 255},
+        {Limits::infinity(), 255},
+        {-Limits::infinity(), 255}};
+    for (const auto& [value, byte] : rows) EXPECT_EQ(to_8bit(value), byte) << value;
+    for (int k = 1; k <= 255; ++k) EXPECT_EQ(to_8bit(static_cast<float>(k) / 255.0f), k);
 }
 
-unsigned half_nearest_to(double value) {
-    unsigned nearest = 0;
-    for (unsigned bits = 1; bits <= 0x3C00; ++bits) {
-        if (std::abs(value_of_half(bits) - value) < std::abs(value_of_half(nearest) - value)) {
-            nearest = bits;
-        }
-    }
-    return nearest;
-}
-
-TEST(HalfConversion, of_the_half_nearest_to_k_255ths_is_k_and_one_more_from_240_to_254) {
-    for (int k = 0; k <= 255; ++k) {
-        const int expected = k >= 240 && k <= 254 ? k + 1 : k;
-        EXPECT_EQ(half_to_8bit(half_nearest_to(k / 255.0)), expected) << k;
-    }
-}
-
-TEST(HalfConversion, equals_the_slow_one_for_all_65536_values) {
+std::vector<QORFloat16> all_halves() {
+    std::vector<QORFloat16> halves;
     for (unsigned bits = 0; bits < 65536; ++bits) {
-        ASSERT_EQ(half_to_8bit(bits), slow_half_to_8bit(static_cast<std::uint16_t>(bits))) << bits;
+        halves.push_back({static_cast<std::uint16_t>(bits)});
     }
+    return halves;
 }
 
-TEST(FloatConversion, gives_255_for_0_and_for_1) {
-    EXPECT_EQ(to_8bit(0.0f), 255);
-    EXPECT_EQ(to_8bit(-0.0f), 255);
-    EXPECT_EQ(to_8bit(1.0f), 255);
-}
-
-TEST(FloatConversion, of_k_255ths_is_k) {
-    for (int k = 1; k <= 255; ++k) {
-        EXPECT_EQ(to_8bit(static_cast<float>(k) / 255.0f), k) << k;
-    }
-}
-
-TEST(FloatConversion, takes_1_before_it_keeps_the_high_byte) {
-    EXPECT_EQ(to_8bit(0.5f), 127);          // 0x80000000 - 1
-    EXPECT_EQ(to_8bit(1.0f / 256.0f), 0);   // 0x01000000 - 1
-    EXPECT_EQ(to_8bit(257.0f / 65536), 1);  // 0x01010000 - 1
-    EXPECT_EQ(to_8bit(std::ldexp(1.0f, -32)), 0);
-    EXPECT_EQ(to_8bit(std::nextafter(1.0f, 0.0f)), 255);  // 0xFFFFFF00 - 1
-}
-
-TEST(FloatConversion, wraps_around_above_1) {
-    EXPECT_EQ(to_8bit(1.5f), 127);
-    EXPECT_EQ(to_8bit(2.0f), 255);
-    EXPECT_EQ(to_8bit(2.25f), 63);
-    EXPECT_EQ(to_8bit(4194304.5f), 127);  // 2^22 + 0.5
-    EXPECT_EQ(to_8bit(8388609.0f), 255);  // 2^23 + 1: no fraction is left
-}
-
-TEST(FloatConversion, wraps_around_below_0) {
-    EXPECT_EQ(to_8bit(-0.25f), 191);  // 0xC0000000 - 1
-    EXPECT_EQ(to_8bit(-1.0f), 255);
-    EXPECT_EQ(to_8bit(-1.5f), 127);
-    EXPECT_EQ(to_8bit(-std::ldexp(1.0f, -32)), 255);  // 0xFFFFFFFF - 1
-}
-
-TEST(FloatConversion, is_255_for_whatever_is_smaller_than_a_unit_of_the_scale) {
-    EXPECT_EQ(to_8bit(std::nextafter(std::ldexp(1.0f, -32), 0.0f)), 255);
-    EXPECT_EQ(to_8bit(std::numeric_limits<float>::min()), 255);
-    EXPECT_EQ(to_8bit(std::numeric_limits<float>::denorm_min()), 255);
-    EXPECT_EQ(to_8bit(-std::numeric_limits<float>::denorm_min()), 255);
-    EXPECT_EQ(to_8bit(std::nextafter(-std::ldexp(1.0f, -32), 0.0f)), 255);
-}
-
-TEST(FloatConversion, is_255_for_nan_and_infinities) {
-    EXPECT_EQ(to_8bit(kNaN), 255);
-    EXPECT_EQ(to_8bit(-kNaN), 255);
-    EXPECT_EQ(to_8bit(float_of_bits(0x7F800001u)), 255);  // a signalling NaN
-    EXPECT_EQ(to_8bit(float_of_bits(0xFFFFFFFFu)), 255);
-    EXPECT_EQ(to_8bit(kInfinity), 255);
-    EXPECT_EQ(to_8bit(-kInfinity), 255);
-}
-
-TEST(FloatConversion, is_255_at_both_ends_of_the_64_bit_range_and_beyond) {
-    for (const float end : {std::ldexp(1.0f, 31), std::ldexp(1.0f, 32)}) {  // 2^63, 2^64 scaled
-        for (const float sign : {1.0f, -1.0f}) {
-            EXPECT_EQ(to_8bit(sign * end), 255) << sign * end;
-            EXPECT_EQ(to_8bit(sign * std::nextafter(end, 0.0f)), 255) << sign * end;
-            EXPECT_EQ(to_8bit(sign * std::nextafter(end, kInfinity)), 255) << sign * end;
-        }
-    }
-    EXPECT_EQ(to_8bit(std::numeric_limits<float>::max()), 255);
-    EXPECT_EQ(to_8bit(std::numeric_limits<float>::lowest()), 255);
-}
-
-TEST(FloatConversion, equals_the_slow_one_for_every_sign_and_exponent) {
-    std::mt19937 random(20);
+/// Floats of every sign and exponent, with the ends of each range of mantissas.
+std::vector<float> floats_of_every_kind() {
+    std::mt19937 random(31);
+    std::vector<float> floats;
     for (std::uint32_t signAndExponent = 0; signAndExponent < 512; ++signAndExponent) {
-        for (int i = 0; i < 400; ++i) {
-            // The ends of each range of mantissas, then random ones.
-            const std::uint32_t mantissa = i < 8    ? static_cast<std::uint32_t>(i)
-                                           : i < 16 ? 0x7FFFFFu - static_cast<std::uint32_t>(i - 8)
-                                           : i < 39
-                                               ? 1u << (i - 16)
-                                               : static_cast<std::uint32_t>(random()) & 0x7FFFFFu;
+        for (std::uint32_t i = 0; i < 200; ++i) {
+            const auto any = static_cast<std::uint32_t>(random());
+            const std::uint32_t mantissa = i < 4 ? i : i < 8 ? 0x800003u - i : any & 0x7FFFFFu;
             const std::uint32_t bits = (signAndExponent << 23) | mantissa;
-            ASSERT_EQ(to_8bit(float_of_bits(bits)), slow_float_to_8bit(float_of_bits(bits)))
-                << std::hex << bits;
+            float value = 0;
+            std::memcpy(&value, &bits, sizeof value);
+            floats.push_back(value);
         }
     }
+    return floats;
 }
+
+template <typename Element>
+using Conversion = void (*)(const Element* elements, std::size_t count, std::uint8_t* bytes);
+
+void expect_conversions_equal_the_slow_ones(Conversion<QORFloat16> convertHalves,
+                                            Conversion<float> convertFloats) {
+    const auto halves = all_halves();
+    std::vector<std::uint8_t> bytes(halves.size());
+    convertHalves(halves.data(), halves.size(), bytes.data());
+    for (std::size_t i = 0; i < halves.size(); ++i) {
+        ASSERT_EQ(bytes[i], slow_half_to_8bit(halves[i].bits)) << i;
+    }
+    const auto floats = floats_of_every_kind();
+    bytes.resize(floats.size());
+    convertFloats(floats.data(), floats.size(), bytes.data());
+    for (std::size_t i = 0; i < floats.size(); ++i) {
+        ASSERT_EQ(bytes[i], slow_float_to_8bit(floats[i])) << floats[i];
+    }
+}
+
+TEST(Vectors, convert_alike_on_any_processor) {
+    expect_conversions_equal_the_slow_ones(convert, convert);
+}
+
+TEST(Vectors, convert_alike_on_wide_ones) {
+    expect_conversions_equal_the_slow_ones(call_on_wide_vectors<convert<QORFloat16>>,
+                                           call_on_wide_vectors<convert<float>>);
+}
+
+TEST(Vectors, convert_alike_on_the_widest) {
+    expect_conversions_equal_the_slow_ones(call_on_widest_vectors<convert<QORFloat16>>,
+                                           call_on_widest_vectors<convert<float>>);
+}
+
+TEST(Vectors, convert_as_many_elements_as_they_are_told) {
+    const std::vector<float> floats(100, 0.5f);
+    for (std::size_t count = 0; count < floats.size(); ++count) {
+        std::vector<std::uint8_t> bytes(floats.size(), 1);
+        call_on_widest_vectors<convert<float>>(floats.data(), count, bytes.data());
+        for (std::size_t i = 0; i < bytes.size(); ++i) ASSERT_EQ(bytes[i], i < count ? 127 : 1);
+    }
+}
+
+#ifdef TEXPROBE_X86_VECTORS
+
+TEST(Vectors, convert_alike_on_avx2) {
+    if (!has_avx2()) GTEST_SKIP() << "this processor has no AVX2";
+    expect_conversions_equal_the_slow_ones(call_on_avx2<convert<QORFloat16>>,
+                                           call_on_avx2<convert<float>>);
+}
+
+TEST(Vectors, convert_alike_on_avx512) {
+    if (!has_avx512()) GTEST_SKIP() << "this processor has no AVX-512";
+    expect_conversions_equal_the_slow_ones(call_on_avx512<convert<QORFloat16>>,
+                                           call_on_avx512<convert<float>>);
+}
+
+#endif
 
 }  // namespace
 }  // namespace texprobe

@@ -15,9 +15,9 @@
 #include <stdexcept>
 #include <string>
 
-#include "platform/scratch_folder.h"
 #include "support/process.h"
 #include "support/same_value.h"
+#include "support/scratch_folder.h"
 #include "support/text.h"
 
 namespace texprobe::tests {

@@ -4,6 +4,7 @@
 #ifndef TEXPROBE_TESTS_FAULT_ROWS_H
 #define TEXPROBE_TESTS_FAULT_ROWS_H
 
+#include <functional>
 #include <string>
 
 namespace texprobe::tests {
@@ -12,6 +13,10 @@ struct FaultCount {
     unsigned cases = 0;
     unsigned lostVerdicts = 0;
     unsigned hangs = 0;
+
+    /// Counts one case, which returns whether nothing is lost; one of more than ten seconds hangs.
+    /// Returns the same.
+    bool add(const std::function<bool()>& losesNothing);
 };
 
 /// Writes the row of `fault`, a text for the table. Tests that contribute to the same fault use

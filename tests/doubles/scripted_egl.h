@@ -9,7 +9,7 @@
 #include <vector>
 
 #include "CGL/egl.h"
-#include "laid_out_machine.h"
+#include "doubles/laid_out_machine.h"
 
 namespace texprobe::tests {
 

@@ -5,24 +5,20 @@
 
 #include <cerrno>
 #include <fstream>
+#include <functional>
 
-#include "platform/store_fixture.h"
+#include "store/store_fixture.h"
 
+namespace texprobe::tests {
 namespace {
 
 namespace fs = std::filesystem;
-using texprobe::platform::DirectoryLock;
-using texprobe::platform::is_local_file_system;
-using texprobe::platform::is_on_local_disk;
-using texprobe::platform::Status;
-using texprobe::tests::errors_of;
-using texprobe::tests::in_child;
-using texprobe::tests::kAnotherUser;
-using texprobe::tests::read_file;
-using texprobe::tests::RecordStore;
-using texprobe::tests::same;
+using platform::DirectoryLock;
+using platform::is_local_file_system;
+using platform::is_on_local_disk;
+using platform::Status;
 
-class StoreFiles : public texprobe::tests::StoreFixture {
+class StoreFiles : public StoreFixture {
 protected:
     /// The one line printed by a process that twice fails to synchronize.
     std::string failure() const { return failure_in(directory()); }
@@ -149,21 +145,41 @@ TEST_F(StoreFiles, behind_ones_own_links_are_used) {
     EXPECT_TRUE(fs::exists(home() / "dotfiles/texprobe/records.sqlite3"));
 }
 
-TEST_F(StoreFiles, behind_links_that_lead_in_a_circle_are_not_found) {
-    fs::create_symlink("other", config());
-    fs::create_symlink(".config", home() / "other");
-    EXPECT_EQ(failure(), line(directory(), "Too many levels of symbolic links"));
+TEST_F(StoreFiles, need_a_folder_and_a_file_in_their_place) {
+    const auto link = [](const char* target, const fs::path& place) {
+        fs::create_symlink(target, place);
+    };
+    const struct {
+        std::function<void()> prepare;
+        fs::path path;
+        const char* reason;
+    } rows[] = {
+        {[&] { link(".config", config()); }, directory(), "Too many levels of symbolic links"},
+        {[&] { link("nothing", config()); }, directory(), "No such file or directory"},
+        {[&] { write_file(config(), ""); }, directory(), "Not a directory"},
+        {[&] { fs::create_directory(config()), write_file(directory(), ""); }, directory(),
+         "it is not a directory"},
+        {[&] { fs::create_directories(directory()), link("nothing", database()); }, database(),
+         "No such file or directory"},
+        {[&] { fs::create_directories(database()); }, database(), "it is not a regular file"},
+        {[&] { fs::create_directories(directory()), mkfifo(database().c_str(), 0600); }, database(),
+         "it is not a regular file"}};
+    for (const auto& row : rows) {
+        row.prepare();
+        EXPECT_EQ(failure(), line(row.path, row.reason));
+        fs::remove_all(config());
+    }
 }
 
-TEST_F(StoreFiles, need_a_home_that_exists) {
+TEST_F(StoreFiles, need_a_home) {
     const fs::path missing = home() / "nobody";
     EXPECT_EQ(failure_in(missing / ".config/texprobe"),
               line(missing / ".config", "No such file or directory"));
     EXPECT_FALSE(fs::exists(missing));
-}
-
-TEST_F(StoreFiles, need_a_home) {
     EXPECT_EQ(failure_in(""), "*** texprobe records: the user has no home directory\n");
+    // In one line, whatever its name.
+    EXPECT_EQ(failure_in(home() / "two\nlines" / ".config/texprobe"),
+              line(home() / "two?lines/.config", "No such file or directory"));
 }
 
 TEST_F(StoreFiles, of_a_user_without_a_home_are_nowhere_and_the_messages_say_why) {
@@ -192,38 +208,6 @@ TEST_F(StoreFiles, of_a_user_without_a_home_are_nowhere_and_the_messages_say_why
     EXPECT_EQ(said("relative"), beginning + "no absolute path\n" + end);
 }
 
-TEST_F(StoreFiles, need_a_folder_where_a_file_is) {
-    std::ofstream(config()).flush();
-    EXPECT_EQ(failure(), line(directory(), "Not a directory"));
-    fs::remove(config());
-    fs::create_directory(config());
-    std::ofstream(directory()).flush();
-    EXPECT_EQ(failure(), line(directory(), "it is not a directory"));
-}
-
-TEST_F(StoreFiles, need_more_than_a_link_that_leads_nowhere) {
-    fs::create_symlink("nothing", config());
-    EXPECT_EQ(failure(), line(directory(), "No such file or directory"));
-    fs::remove(config());
-    fs::create_directories(directory());
-    fs::create_symlink("nothing", database());
-    EXPECT_EQ(failure(), line(database(), "No such file or directory"));
-}
-
-TEST_F(StoreFiles, need_a_file_where_something_else_is) {
-    fs::create_directories(database());
-    EXPECT_EQ(failure(), line(database(), "it is not a regular file"));
-    fs::remove(database());
-    ASSERT_EQ(mkfifo(database().c_str(), 0600), 0);
-    EXPECT_EQ(failure(), line(database(), "it is not a regular file"));
-}
-
-TEST_F(StoreFiles, are_reported_in_one_line_whatever_their_names) {
-    const fs::path odd = home() / "two\nlines";
-    EXPECT_EQ(failure_in(odd / ".config/texprobe"),
-              line(home() / "two?lines/.config", "No such file or directory"));
-}
-
 TEST_F(StoreFiles, are_locked_alone_or_together) {
     const DirectoryLock first(home(), DirectoryLock::kShared);
     EXPECT_TRUE(first.status().ok());
@@ -249,3 +233,4 @@ TEST(FileSystems, that_machines_may_share_are_not_local) {
 }
 
 }  // namespace
+}  // namespace texprobe::tests

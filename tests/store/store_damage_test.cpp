@@ -5,24 +5,22 @@
 #include <fstream>
 #include <memory>
 #include <thread>
+#include <utility>
 
-#include "platform/store_fixture.h"
+#include "store/store_fixture.h"
 
+namespace texprobe::tests {
 namespace {
 
 namespace fs = std::filesystem;
 using namespace std::chrono_literals;
-using texprobe::platform::DirectoryLock;
-using texprobe::tests::errors_of;
-using texprobe::tests::read_file;
-using texprobe::tests::RecordStore;
-using texprobe::tests::same;
+using platform::DirectoryLock;
 
 void replace(const fs::path& path, const std::string& bytes) {
     std::ofstream(path, std::ios::binary) << bytes;
 }
 
-class StoreDamage : public texprobe::tests::StoreFixture {
+class StoreDamage : public StoreFixture {
 protected:
     std::string put_aside(const std::string& reason) const {
         return "*** texprobe records: " + database().string() + " is damaged (" + reason +
@@ -71,62 +69,45 @@ protected:
     }
 };
 
-TEST_F(StoreDamage, of_a_file_that_is_no_database_puts_it_aside) {
-    fs::create_directories(directory());
-    replace(database(), "This is not a database. " + std::string(1000, '.'));
-    expect_put_aside("file is not a database");
-}
-
-TEST_F(StoreDamage, of_a_file_that_is_cut_off_puts_it_aside) {
-    write("key", true);
-    fs::resize_file(database(), 4096);
-    expect_put_aside("database disk image is malformed");
-}
-
-TEST_F(StoreDamage, of_a_page_puts_the_database_aside) {
-    write("key", true);
-    std::string bytes = read_file(database());
-    std::fill(bytes.begin() + 4096, bytes.end(), '\xAA');
-    replace(database(), bytes);
-    expect_put_aside("database disk image is malformed");
-}
-
-TEST_F(StoreDamage, of_the_order_of_records_puts_the_database_aside) {
+TEST_F(StoreDamage, puts_the_database_aside) {
     write("apple", true);
     write("melon", true);
     write("zebra", true);
-    std::string bytes = read_file(database());
-    bytes[bytes.find("melon")] = '~';
-    replace(database(), bytes);
-    if (rows("PRAGMA integrity_check") == "ok\n") GTEST_SKIP() << "too old an SQLite to see it";
-    EXPECT_EQ(errors_of([this] { write("key", true); }),
-              put_aside("database disk image is malformed"));
+    const std::string whole = read_file(database());
+    std::string page = whole;
+    std::fill(page.begin() + 4096, page.end(), '\xAA');
+    std::string order = whole;
+    order[order.find("melon")] = '~';
+    const std::string malformed = "database disk image is malformed";
+    const std::pair<std::string, std::string> damages[] = {
+        {"This is not a database. " + std::string(1000, '.'), "file is not a database"},
+        {whole.substr(0, 4096), malformed},
+        {page, malformed}};
+    for (const auto& [bytes, reason] : damages) {
+        replace(database(), bytes);
+        expect_put_aside(reason);
+        fs::remove(aside());
+    }
+    // A reader does not see that records are out of order, nor do some versions of SQLite.
+    replace(database(), order);
+    if (rows("PRAGMA integrity_check") == "ok\n") return;
+    EXPECT_EQ(errors_of([this] { write("key", true); }), put_aside(malformed));
     EXPECT_TRUE(same(*read("key"), true));
 }
 
-TEST_F(StoreDamage, is_not_what_others_keep_in_the_database) {
-    write("GL_RGB8_SUPPORTED", true);
-    for (const char* const change :
-         {"ANALYZE", "CREATE TABLE bookmarks (address TEXT)",
-          "CREATE INDEX by_key ON records (key)",
-          "CREATE VIEW verdicts AS SELECT * FROM records WHERE type = 'boolean'",
-          "CREATE TRIGGER spy AFTER INSERT ON records BEGIN DELETE FROM records; END", "VACUUM",
-          "PRAGMA application_id = 7", "PRAGMA user_version = 0", "ANALYZE"}) {
-        rows(change);
-        EXPECT_EQ(errors_of([this] {
-                      EXPECT_TRUE(same(*read("GL_RGB8_SUPPORTED"), true));
-                      write("new", true);
-                      write("new", false);
-                  }),
-                  "")
-            << change;
-        EXPECT_TRUE(same(*read("GL_RGB8_SUPPORTED"), true)) << change;
-        EXPECT_TRUE(same(*read("new"), false)) << change;
-    }
-    EXPECT_EQ(rows("SELECT name FROM sqlite_master WHERE name IN ('bookmarks', 'by_key', 'spy',"
-                   " 'verdicts') ORDER BY name"),
-              "bookmarks\nby_key\nspy\nverdicts\n");
-    EXPECT_FALSE(fs::exists(aside()));
+TEST_F(StoreDamage, is_no_layout_of_others_and_no_newer_format) {
+    const std::string reason = "it was made by a newer texprobe or another program";
+    write("key", true);
+    const std::string whole = read_file(database());
+    rows("PRAGMA user_version = 2");
+    expect_left_alone(reason);
+    std::string bytes = whole;
+    bytes[47] = 9;  // the schema's format
+    replace(database(), bytes);
+    expect_left_alone(reason);
+    fs::remove(database());
+    rows("CREATE TABLE records (name TEXT, artist TEXT)");
+    expect_left_alone(reason);
 }
 
 TEST_F(StoreDamage, is_not_a_database_of_somebody_elses_without_records) {
@@ -139,26 +120,6 @@ TEST_F(StoreDamage, is_not_a_database_of_somebody_elses_without_records) {
               "");
     EXPECT_TRUE(same(*read("key"), true));
     EXPECT_EQ(rows("SELECT address FROM bookmarks"), "here\n");
-}
-
-TEST_F(StoreDamage, is_not_a_newer_layout) {
-    write("key", true);
-    rows("PRAGMA user_version = 2");
-    expect_left_alone("it was made by a newer texprobe or another program");
-}
-
-TEST_F(StoreDamage, is_not_another_programs_table_of_records) {
-    fs::create_directories(directory());
-    rows("CREATE TABLE records (name TEXT, artist TEXT)");
-    expect_left_alone("it was made by a newer texprobe or another program");
-}
-
-TEST_F(StoreDamage, is_not_a_format_that_this_sqlite_does_not_know) {
-    write("key", true);
-    std::string bytes = read_file(database());
-    bytes[47] = 9;  // the schema's format
-    replace(database(), bytes);
-    expect_left_alone("it was made by a newer texprobe or another program");
 }
 
 TEST_F(StoreDamage, is_not_a_database_that_only_a_newer_sqlite_may_write) {
@@ -296,3 +257,4 @@ TEST_F(StoreDamage, that_cannot_be_put_aside_is_left_with_its_log) {
 }
 
 }  // namespace
+}  // namespace texprobe::tests

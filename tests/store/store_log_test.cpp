@@ -4,19 +4,13 @@
 #include <string>
 #include <vector>
 
-#include "platform/store_fixture.h"
-#include "support/watched_disk.h"
+#include "doubles/watched_disk.h"
+#include "store/store_fixture.h"
 
+namespace texprobe::tests {
 namespace {
 
-using texprobe::tests::DiskEvent;
-using texprobe::tests::errors_of;
-using texprobe::tests::RecordChanges;
-using texprobe::tests::RecordStore;
-using texprobe::tests::same;
-using texprobe::tests::WatchedDisk;
-
-class StoreLog : public texprobe::tests::StoreFixture {
+class StoreLog : public StoreFixture {
 protected:
     /// 128 pages of 4096 bytes, each with a header of 24, after a header of 32.
     static constexpr std::uintmax_t kLeast = 527'392;
@@ -96,7 +90,7 @@ TEST_F(StoreLog, holds_nothing_while_the_disk_has_no_room_for_its_size) {
 }
 
 /// What a synchronization costs on the disk.
-class StoreOnDisk : public texprobe::tests::StoreFixture {
+class StoreOnDisk : public StoreFixture {
 protected:
     int syncs() const { return syncs_; }
     int writes() const { return writes_; }
@@ -157,3 +151,4 @@ TEST_F(StoreOnDisk, removes_a_list_in_one_transaction) {
 }
 
 }  // namespace
+}  // namespace texprobe::tests

@@ -11,25 +11,20 @@
 #include <string>
 #include <vector>
 
-#include "crash/fault_rows.h"
-#include "platform/store_fixture.h"
-#include "support/watched_disk.h"
+#include "doubles/watched_disk.h"
+#include "store/store_fixture.h"
+#include "support/fault_rows.h"
 
+namespace texprobe::tests {
 namespace {
 
 namespace fs = std::filesystem;
-using texprobe::tests::DiskEvent;
-using texprobe::tests::errors_of;
-using texprobe::tests::FaultCount;
-using texprobe::tests::RecordStore;
-using texprobe::tests::WatchedDisk;
-using texprobe::tests::write_fault_row;
 
 constexpr unsigned kFailures = 300;
 constexpr int kErrors[] = {SQLITE_FULL, SQLITE_IOERR_WRITE, SQLITE_IOERR_FSYNC};
 constexpr unsigned kErrorCount = std::size(kErrors);
 
-class FailingDisk : public texprobe::tests::StoreFixture {
+class FailingDisk : public StoreFixture {
 protected:
     /// Three synchronizations on a disk whose n-th access fails with `errorAt(n)`, and a last one
     /// on the healthy disk. Is nothing lost?
@@ -74,20 +69,18 @@ TEST_F(FailingDisk, loses_nothing) {
     // Every access with every error, and enough cases left for random failures.
     ASSERT_LT(last * kErrorCount, kFailures);
     FaultCount count;
-    for (; count.cases < kFailures; ++count.cases) {
+    while (count.cases < kFailures) {
         const unsigned number = count.cases / kErrorCount + 1;
         const int error = kErrors[count.cases % kErrorCount];
         std::mt19937 random(count.cases);
-        const auto begin = std::chrono::steady_clock::now();
-        const bool good = loses_nothing([&](unsigned access) {
+        const auto errorAt = [&](unsigned access) {
             if (number <= last) return access >= number ? error : SQLITE_OK;
             return random() % 8 == 0 ? kErrors[random() % kErrorCount] : SQLITE_OK;
-        });
-        EXPECT_TRUE(good) << "case " << count.cases;
-        count.lostVerdicts += !good;
-        count.hangs += std::chrono::steady_clock::now() - begin > std::chrono::seconds(10);
+        };
+        EXPECT_TRUE(count.add([&] { return loses_nothing(errorAt); })) << "case " << count.cases;
     }
     write_fault_row("Disk full or failing at any access", "all", count);
 }
 
 }  // namespace
+}  // namespace texprobe::tests

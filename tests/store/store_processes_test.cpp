@@ -6,21 +6,15 @@
 #include <thread>
 #include <vector>
 
-#include "platform/store_fixture.h"
+#include "store/store_fixture.h"
 
+namespace texprobe::tests {
 namespace {
 
 namespace fs = std::filesystem;
 using namespace std::chrono_literals;
-using texprobe::tests::in_child;
-using texprobe::tests::query;
-using texprobe::tests::read_file;
-using texprobe::tests::RecordStore;
-using texprobe::tests::same;
-using texprobe::tests::start;
-using texprobe::tests::status_of;
 
-class StoreProcesses : public texprobe::tests::StoreFixture {
+class StoreProcesses : public StoreFixture {
 protected:
     /// Holds the write lock in this process until it is destroyed.
     bool lock_database() const {
@@ -198,3 +192,4 @@ TEST_F(Forks, do_not_wait_for_a_lock_that_another_thread_waits_for) {
 }
 
 }  // namespace
+}  // namespace texprobe::tests

@@ -1,8 +1,8 @@
-// A driver that fails in chosen transfer tests, each time that it is asked: linked into builds of
-// the tool and of texprobectl, in front of the system's OpenGL. The file "faults" beside the
-// executable says in which:
+// A driver that fails in chosen tests: linked into builds of the tool and of texprobectl, in front
+// of the system's OpenGL. The file "faults" beside the executable says in which:
 //   <internal format> <index of the capability> <signal, or 0 to hang, or a word>
-// With a word of damaged_image.h, what came back is damaged.
+// With a word of damaged_image.h, what came back from a transfer is damaged. A signal with "!" is
+// only raised once, which removes the file: a test that is run again would pass.
 
 #include <OpenGL/gl.h>
 #include <dlfcn.h>
@@ -21,17 +21,20 @@
 
 namespace {
 
-enum Test { kUploadSet = 2, kUploadReset, kDownloadGet, kDownloadRead };
+enum Test { kSupported, kRenderable, kUploadSet, kUploadReset, kDownloadGet, kDownloadRead };
 constexpr GLenum kUnpackBuffer = 0x88EC;
 constexpr GLenum kPackBuffer = 0x88EB;
 
 using Faults = std::map<std::pair<GLenum, int>, std::string>;
 
+std::filesystem::path faults_file() {
+    return std::filesystem::read_symlink("/proc/self/exe").parent_path() / "faults";
+}
+
 const Faults& faults() {
     static const Faults read = [] {
         Faults result;
-        std::ifstream file(std::filesystem::read_symlink("/proc/self/exe").parent_path() /
-                           "faults");
+        std::ifstream file(faults_file());
         GLenum format = 0;
         int test = 0;
         std::string fault;
@@ -57,6 +60,7 @@ void fail_in(Test test) {
     const auto found = faults().find({testedFormat, test});
     if (found == faults().end() || is_damage(found->second)) return;
     const int signal = std::stoi(found->second);
+    if (found->second.back() == '!') unlink(faults_file().c_str());
     if (signal != 0) {
         raise(signal);
         return;
@@ -115,7 +119,10 @@ EXPORTED void glBindBuffer(GLenum target, GLuint buffer) {
 EXPORTED void glTexImage2D(GLenum target, GLint level, GLint internalFormat, GLsizei width,
                            GLsizei height, GLint border, GLenum format, GLenum type,
                            const void* pixels) {
-    if (boundTexture == 1) testedFormat = static_cast<GLenum>(internalFormat);
+    // Only the first two tests define their texture with this type.
+    const bool isDefined = type == GL_BYTE && internalFormat != GL_RGBA;
+    if (boundTexture == 1 || isDefined) testedFormat = static_cast<GLenum>(internalFormat);
+    if (isDefined) fail_in(boundTexture == 1 ? kSupported : kRenderable);
     if (boundTexture == 1 && unpackBuffer != 0) fail_in(kUploadReset);
     static const auto real =
         next<void (*)(GLenum, GLint, GLint, GLsizei, GLsizei, GLint, GLenum, GLenum, const void*)>(

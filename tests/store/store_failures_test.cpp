@@ -8,23 +8,23 @@
 #include <algorithm>
 #include <cerrno>
 #include <csignal>
+#include <functional>
 #include <optional>
 #include <thread>
 
-#include "platform/store_fixture.h"
+#include "store/store_fixture.h"
 
+namespace texprobe::tests {
 namespace {
 
 namespace fs = std::filesystem;
 using namespace std::chrono_literals;
-using texprobe::platform::DirectoryLock;
-using texprobe::tests::errors_of;
-using texprobe::tests::in_child;
-using texprobe::tests::kAnotherUser;
-using texprobe::tests::RecordStore;
-using texprobe::tests::same;
+using platform::DirectoryLock;
 
-class StoreFailures : public texprobe::tests::StoreFixture {
+constexpr const char* kNoMounts = "mounting is not allowed here";
+const auto kNothing = [] { return true; };
+
+class StoreFailures : public StoreFixture {
 protected:
     std::string line(const fs::path& path, const std::string& reason) const {
         return "*** texprobe records: cannot use " + path.string() + ": " + reason + "\n";
@@ -44,6 +44,28 @@ protected:
         }
         if (chown(home().c_str(), kAnotherUser, kAnotherUser) != 0) throw errno;
         return kAnotherUser;
+    }
+
+    /// In a process with a disk of its own at the home: `before`, which fills it, then `action`, on
+    /// a disk that is read-only if it is so wished. Returns what is printed, or nothing where
+    /// mounting is not allowed.
+    std::optional<std::string> on_own_disk(const std::string& size, bool isReadOnly,
+                                           const std::function<bool()>& before,
+                                           const std::function<bool()>& action) const {
+        const auto mountOwn = [&] {
+            return unshare(CLONE_NEWNS) == 0 &&
+                   mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == 0 &&
+                   mount("none", home().c_str(), "tmpfs", 0, ("size=" + size).c_str()) == 0;
+        };
+        if (!in_child(mountOwn)) return std::nullopt;
+        return errors_of([&] {
+            EXPECT_TRUE(in_child([&] {
+                return mountOwn() && before() &&
+                       (!isReadOnly || mount(nullptr, home().c_str(), nullptr,
+                                             MS_REMOUNT | MS_RDONLY, nullptr) == 0) &&
+                       action();
+            })) << size;
+        });
     }
 
     /// Sets two values, with a synchronization each; neither reaches the disk.
@@ -74,124 +96,65 @@ TEST_F(StoreFailures, of_a_folder_that_may_not_be_written_cost_one_line) {
     ASSERT_EQ(chmod(config().c_str(), 0700), 0);
 }
 
-/// A process with a file system of its own mounted at the home; skipped if mounting is not allowed.
-bool in_child_with_mount(const fs::path& home, const std::string& size, bool readOnly,
-                         const std::function<bool()>& before, const std::function<bool()>& action,
-                         bool* allowed) {
-    *allowed = in_child([&home, &size] {
-        return unshare(CLONE_NEWNS) == 0 &&
-               mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == 0 &&
-               mount("none", home.c_str(), "tmpfs", 0, ("size=" + size).c_str()) == 0;
-    });
-    if (!*allowed) return false;
-    return in_child([&] {
-        if (unshare(CLONE_NEWNS) != 0 ||
-            mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) != 0 ||
-            mount("none", home.c_str(), "tmpfs", 0, ("size=" + size).c_str()) != 0 || !before()) {
-            return false;
-        }
-        if (readOnly &&
-            mount(nullptr, home.c_str(), nullptr, MS_REMOUNT | MS_RDONLY, nullptr) != 0) {
-            return false;
-        }
-        return action();
-    });
-}
-
 TEST_F(StoreFailures, of_a_read_only_disk_cost_one_line_and_its_records_are_read) {
-    bool allowed = false;
-    const std::string said = errors_of([this, &allowed] {
-        const bool passed = in_child_with_mount(
-            home(), "1m", true,
-            [this] {
-                write("key", true);
-                return true;
-            },
-            [this] {
-                RecordStore store(directory());
-                const auto stored = store.value(kApp, "key");
-                return stored && same(*stored, true) && store.synchronize("another") &&
-                       goes_on_alone(store) && store.value(kApp, "key");
-            },
-            &allowed);
-        EXPECT_EQ(passed, allowed);
+    const auto fill = [this] {
+        write("key", true);
+        return true;
+    };
+    const auto said = on_own_disk("1m", true, fill, [this] {
+        RecordStore store(directory());
+        const auto stored = store.value(kApp, "key");
+        return stored && same(*stored, true) && store.synchronize("another") &&
+               goes_on_alone(store) && store.value(kApp, "key");
     });
-    if (!allowed) GTEST_SKIP() << "mounting is not allowed here";
-    EXPECT_EQ(said, line(database(), "Read-only file system") + missing("first, second"));
-}
-
-TEST_F(StoreFailures, of_a_read_only_disk_end_with_it) {
-    bool allowed = false;
-    const bool passed = in_child_with_mount(
-        home(), "1m", true,
-        [this] {
-            write("key", true);
-            return true;
-        },
-        [this] {
-            RecordStore store(directory());
-            if (!store.value(kApp, "key")) return false;
-            if (mount(nullptr, home().c_str(), nullptr, MS_REMOUNT, nullptr) != 0) return false;
-            write("later", true);
-            return store.synchronize(kApp) && store.value(kApp, "later");
-        },
-        &allowed);
-    EXPECT_EQ(passed, allowed);
-    if (!allowed) GTEST_SKIP() << "mounting is not allowed here";
+    if (!said) GTEST_SKIP() << kNoMounts;
+    EXPECT_EQ(*said, line(database(), "Read-only file system") + missing("first, second"));
+    // They end with it.
+    on_own_disk("1m", true, fill, [this] {
+        RecordStore store(directory());
+        if (!store.value(kApp, "key")) return false;
+        if (mount(nullptr, home().c_str(), nullptr, MS_REMOUNT, nullptr) != 0) return false;
+        write("later", true);
+        return store.synchronize(kApp) && store.value(kApp, "later");
+    });
 }
 
 TEST_F(StoreFailures, of_a_read_only_disk_do_not_make_old_records_of_those_in_a_log) {
-    bool allowed = false;
-    errors_of([this, &allowed] {
-        const bool passed = in_child_with_mount(
-            home(), "1m", true,
-            [this] {
-                write("key", false);
-                // A process that dies leaves its log, which cannot be read here without its index.
-                const bool written = in_child([this] {
-                    auto& store = *new RecordStore(directory());
-                    store.change(kApp, {{"key", true}});
-                    return store.synchronize(kApp);
-                });
-                return written && fs::remove(database().string() + "-shm");
-            },
-            [this] {
-                const auto seen = read("key");
-                return !seen || same(*seen, true);
-            },
-            &allowed);
-        EXPECT_EQ(passed, allowed);
+    const auto leaveLog = [this] {
+        write("key", false);
+        // A process that dies leaves its log, which cannot be read here without its index.
+        const bool isWritten = in_child([this] {
+            auto& store = *new RecordStore(directory());
+            store.change(kApp, {{"key", true}});
+            return store.synchronize(kApp);
+        });
+        return isWritten && fs::remove(database().string() + "-shm");
+    };
+    const auto said = on_own_disk("1m", true, leaveLog, [this] {
+        const auto seen = read("key");
+        return !seen || same(*seen, true);
     });
-    if (!allowed) GTEST_SKIP() << "mounting is not allowed here";
+    if (!said) GTEST_SKIP() << kNoMounts;
 }
 
 TEST_F(StoreFailures, of_a_full_disk_cost_one_line_and_are_made_up_for) {
-    bool allowed = false;
-    // The file system's size in kilobytes: from room for almost nothing to room for the first
-    // synchronization but not for the second.
+    // In kilobytes: from room for almost nothing to room for the first synchronization but not for
+    // the second.
     for (const int size : {4, 8, 12, 16, 24, 32, 40, 44, 48}) {
-        const std::string said = errors_of([this, size, &allowed] {
-            const bool passed = in_child_with_mount(
-                home(), std::to_string(size) + "k", false, [] { return true; },
-                [this] {
-                    RecordStore store(directory());
-                    store.change(kApp, {{"first", true}});
-                    store.synchronize(kApp);
-                    store.change(kApp, {{"second", std::string(10'000, 'x')}});
-                    const bool failed = !store.synchronize(kApp);
-                    const bool seen = store.value(kApp, "first").has_value() &&
-                                      store.value(kApp, "second").has_value();
-                    return failed && seen &&
-                           mount(nullptr, home().c_str(), nullptr, MS_REMOUNT, "size=1m") == 0 &&
-                           store.synchronize(kApp) && read("first") && read("second");
-                },
-                &allowed);
-            EXPECT_EQ(passed, allowed) << size;
+        const auto said = on_own_disk(std::to_string(size) + "k", false, kNothing, [this] {
+            RecordStore store(directory());
+            store.change(kApp, {{"first", true}});
+            store.synchronize(kApp);
+            store.change(kApp, {{"second", std::string(10'000, 'x')}});
+            const bool failed = !store.synchronize(kApp);
+            return failed && store.value(kApp, "first") && store.value(kApp, "second") &&
+                   mount(nullptr, home().c_str(), nullptr, MS_REMOUNT, "size=1m") == 0 &&
+                   store.synchronize(kApp) && read("first") && read("second");
         });
-        if (!allowed) GTEST_SKIP() << "mounting is not allowed here";
+        if (!said) GTEST_SKIP() << kNoMounts;
         // The folder may be the first thing for which there is no room.
-        EXPECT_EQ(said.rfind("*** texprobe records: cannot use " + config().string(), 0), 0u);
-        EXPECT_EQ(std::count(said.begin(), said.end(), '\n'), 1) << said;
+        EXPECT_EQ(said->rfind("*** texprobe records: cannot use " + config().string(), 0), 0u);
+        EXPECT_EQ(std::count(said->begin(), said->end(), '\n'), 1) << *said;
     }
 }
 
@@ -213,20 +176,13 @@ bool stores_whole_sets_or_none(RecordStore& store) {
 }
 
 TEST_F(StoreFailures, of_a_full_disk_leave_no_record_set_half_stored) {
-    bool allowed = false;
     // In kilobytes: from room for a log and not for a set to room for three.
     for (int size = 540; size <= 760; size += 20) {
-        errors_of([this, size, &allowed] {
-            const bool passed = in_child_with_mount(
-                home(), std::to_string(size) + "k", false, [] { return true; },
-                [this] {
-                    RecordStore store(directory());
-                    return stores_whole_sets_or_none(store);
-                },
-                &allowed);
-            EXPECT_EQ(passed, allowed) << size;
+        const auto said = on_own_disk(std::to_string(size) + "k", false, kNothing, [this] {
+            RecordStore store(directory());
+            return stores_whole_sets_or_none(store);
         });
-        if (!allowed) GTEST_SKIP() << "mounting is not allowed here";
+        if (!said) GTEST_SKIP() << kNoMounts;
     }
 }
 
@@ -380,3 +336,4 @@ TEST_F(StoreFailures, of_a_process_without_descriptors_cost_one_line) {
 }
 
 }  // namespace
+}  // namespace texprobe::tests

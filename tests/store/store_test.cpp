@@ -13,16 +13,14 @@
 #include <utility>
 #include <vector>
 
-#include "platform/store_fixture.h"
+#include "store/store_fixture.h"
 
+namespace texprobe::tests {
 namespace {
 
-using texprobe::platform::Database;
-using texprobe::tests::RecordStore;
-using texprobe::tests::same;
-using texprobe::tests::Value;
+using platform::Database;
 
-class Store : public texprobe::tests::StoreFixture {};
+class Store : public StoreFixture {};
 
 TEST_F(Store, gives_values_back_as_written) {
     using Limits = std::numeric_limits<double>;
@@ -46,7 +44,7 @@ TEST_F(Store, gives_values_back_as_written) {
                             std::string("0"),
                             std::string("Mesa"),
                             all,
-                            std::string(texprobe::platform::kLongestString, 'x')};
+                            std::string(platform::kLongestString, 'x')};
     for (const Value& value : values) {
         write("key", value);
         const auto seen = read("key");
@@ -252,8 +250,8 @@ TEST_F(Store, with_a_record_that_does_not_fit_into_memory_ends_nobody) {
     rows(
         "INSERT INTO records VALUES ('org.example.app', 'b', 'string', zeroblob(75000000));"
         "INSERT INTO records VALUES ('org.example.app', 'c', 'boolean', 1)");
-    texprobe::tests::errors_of([this] {
-        EXPECT_TRUE(texprobe::tests::in_child([this] {
+    errors_of([this] {
+        EXPECT_TRUE(in_child([this] {
             rlimit limit;
             getrlimit(RLIMIT_DATA, &limit);
             limit.rlim_cur = 60'000'000;
@@ -276,7 +274,7 @@ TEST_F(Store, that_takes_too_long_to_read_costs_one_line) {
     EXPECT_TRUE(read("key").has_value());
     const auto usual = std::exchange(Database::longestStatement, std::chrono::milliseconds(-1));
     EXPECT_EQ(
-        texprobe::tests::errors_of([this] { EXPECT_FALSE(read("key").has_value()); }),
+        errors_of([this] { EXPECT_FALSE(read("key").has_value()); }),
         "*** texprobe records: cannot use " + database().string() + ": reading it took too long\n");
     Database::longestStatement = usual;
 }
@@ -297,7 +295,7 @@ TEST_F(Store, keeps_a_rollback_journal_where_it_is_asked_to) {
     std::filesystem::create_directories(directory());
     std::ofstream(database()).flush();
     Database opened;
-    texprobe::platform::Records records;
+    platform::Records records;
     ASSERT_TRUE(opened.open(database(), Database::kWrite, Database::kRollback).ok());
     ASSERT_TRUE(opened.write(kApp, {{"key", true}}, &records).ok());
     EXPECT_FALSE(std::filesystem::exists(database().string() + "-wal"));
@@ -342,3 +340,4 @@ TEST_F(Store, does_not_depend_on_an_applications_default_file_layer) {
 }
 
 }  // namespace
+}  // namespace texprobe::tests

@@ -1,5 +1,5 @@
-// A tool that does what a file beside it says: "script.N" in its N-th run, else "script". Its
-// lines:
+// A tool that does what a file beside it says: "script.N" in its N-th run, else "script"; each run
+// adds a line with its arguments to the file "runs". The lines of a script:
 //   set APPLICATION KEY true|false|number N|text T    removed APPLICATION KEY
 //   sync APPLICATION    say TEXT    said TEXT (without a line feed)    out TEXT
 //   turn FILE (locks it as a run that measures does)    sleep MILLISECONDS    hang    raise SIGNAL
@@ -10,12 +10,14 @@
 #include <fcntl.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <chrono>
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <iterator>
 #include <sstream>
 #include <string>
 #include <thread>
@@ -108,11 +110,14 @@ void carry_out(const std::string& command, std::istringstream& line) {
 
 }  // namespace
 
-int main() {
+int main(int argc, char** argv) {
     const auto folder = std::filesystem::read_symlink("/proc/self/exe").parent_path();
-    int run = 0;
-    std::ifstream(folder / "runs") >> run;
-    std::ofstream(folder / "runs") << ++run;
+    std::ofstream runs(folder / "runs", std::ios::app);
+    runs << "run";
+    for (int i = 1; i < argc; ++i) runs << ' ' << argv[i];
+    runs << std::endl;
+    std::ifstream all(folder / "runs");
+    const auto run = std::count(std::istreambuf_iterator<char>(all), {}, '\n');
     std::filesystem::path script = folder / ("script." + std::to_string(run));
     if (!std::filesystem::exists(script)) script = folder / "script";
     std::ifstream stream(script);

@@ -13,17 +13,14 @@
 #include <fstream>
 #include <string>
 
-#include "platform/scratch_folder.h"
 #include "support/process.h"
+#include "support/scratch_folder.h"
 #include "support/text.h"
 
+namespace texprobe::tests {
 namespace {
 
-using texprobe::platform::records_directory;
-using texprobe::tests::read_all;
-using texprobe::tests::ScratchFolder;
-using texprobe::tests::start;
-using texprobe::tests::status_of;
+using platform::records_directory;
 
 TEST(RecordsDirectory, is_below_the_home_of_the_password_entry_whatever_the_environment_says) {
     const passwd* entry = getpwuid(getuid());  // cppcheck-suppress getpwuidCalled
@@ -110,3 +107,4 @@ TEST(RecordsDirectory, made_for_the_turn_is_private_whatever_the_umask) {
 }
 
 }  // namespace
+}  // namespace texprobe::tests
