@@ -1,7 +1,5 @@
 #include "opengl/gl_functions.h"
 
-#include "opengl/survey_platform.h"
-
 namespace texprobe::survey {
 
 namespace {

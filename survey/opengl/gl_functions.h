@@ -70,6 +70,11 @@ struct Gl {
 /// The functions of the current context. What it does not have is null or must not be called.
 Gl load_gl();
 
+using GlFunction = void (*)();
+
+/// A function of OpenGL by its name; null if the system does not know it. Each system has its own.
+GlFunction gl_function(const char* name);
+
 namespace gl {
 
 constexpr Enum kNoError = 0, kOutOfMemory = 0x0505, kContextLost = 0x0507;
