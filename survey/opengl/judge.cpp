@@ -182,7 +182,7 @@ bool Judge::sees_clear(const char* name, const Texel& color) const {
         if (format.kind == Kind::kUnorm) gl_.ClearBufferfv(gl::kColor, 0, floats);
     }
     const TexelImage seen = look(texture, format, 0, kSize, kSize);
-    return seen.texels == std::vector<Texel>(kSize * kSize, color);
+    return seen.texels == make_image(kSize, kSize, [&](int, int) { return color; }).texels;
 }
 
 /// Drawn bits must arrive in the format that holds them as they are.

@@ -77,19 +77,19 @@ inline std::size_t sampled_components(const Format& format) {
 std::string describe_difference(const Format& format, const Texel& expected, int x, int y,
                                 const Texel& came);
 
-/// The first texel that is farther from what is expected than `allowed(component, x, y)`; empty if
-/// there is none.
-template <typename Allowed>
-std::string first_difference(const Format& format, const TexelImage& expected,
-                             const TexelImage& came, Allowed allowed) {
-    for (int y = 0; y < expected.height; ++y) {
-        for (int x = 0; x < expected.width; ++x) {
-            const Texel& a = expected.at(x, y);
-            const Texel& b = came.at(x, y);
+/// The first texel that is farther from `expectedAt(x, y)` than `allowed(component, expected, x,
+/// y)`; empty if there is none.
+template <typename Expected, typename Allowed>
+std::string first_difference(const Format& format, const TexelImage& came, Expected expectedAt,
+                             Allowed allowed) {
+    for (int y = 0; y < came.height; ++y) {
+        for (int x = 0; x < came.width; ++x) {
+            const Texel expected = expectedAt(x, y);
+            const Texel& here = came.at(x, y);
             for (std::size_t c = 0; c < sampled_components(format); ++c) {
-                const double distance = std::abs(a[c] - b[c]);
-                if (distance == 0 || distance <= allowed(c, x, y)) continue;
-                return describe_difference(format, a, x, y, b);
+                const double distance = std::abs(expected[c] - here[c]);
+                if (distance == 0 || distance <= allowed(c, expected, x, y)) continue;
+                return describe_difference(format, expected, x, y, here);
             }
         }
     }

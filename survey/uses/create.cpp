@@ -13,19 +13,19 @@ std::string smaller_component(const Work& work) {
     const ContextFacts& facts = work.context.facts;
     if (!facts.is_desktop(0) && !facts.is_es(31)) return "";
     const Base base = work.format.base;
-    const auto bits_if = [&](bool isThere, std::size_t c) {
+    const auto bitsIf = [&](bool isThere, std::size_t c) {
         return isThere ? work.format.bits[c] : 0;
     };
     const struct {
         const char* component;
         Enum name;
         int bits;
-    } queries[] = {{"red", gl::kRedSize, bits_if(base == Base::kColor, 0)},
-                   {"green", gl::kGreenSize, bits_if(base == Base::kColor, 1)},
-                   {"blue", gl::kBlueSize, bits_if(base == Base::kColor, 2)},
+    } queries[] = {{"red", gl::kRedSize, bitsIf(base == Base::kColor, 0)},
+                   {"green", gl::kGreenSize, bitsIf(base == Base::kColor, 1)},
+                   {"blue", gl::kBlueSize, bitsIf(base == Base::kColor, 2)},
                    {"alpha", gl::kAlphaSize, work.format.bits[3]},
-                   {"luminance", gl::kLuminanceSize, bits_if(base == Base::kLuminance, 0)},
-                   {"depth", gl::kDepthSize, bits_if(work.format.is_depth(), 0)},
+                   {"luminance", gl::kLuminanceSize, bitsIf(base == Base::kLuminance, 0)},
+                   {"depth", gl::kDepthSize, bitsIf(work.format.is_depth(), 0)},
                    {"stencil", gl::kStencilSize, base == Base::kDepthStencil ? 8 : 0}};
     for (const auto& [component, name, wanted] : queries) {
         int bits = 0;

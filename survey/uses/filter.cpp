@@ -63,9 +63,9 @@ Finding filter(const Work& work) {
         const int right = std::min(left + 1, kRowWidth - 1);
         return between(format, row.at(left, 0), row.at(right, 0), x % 4 / 4.0);
     };
-    const std::string difference =
-        first_difference(format, make_image(came.width, 1, [&](int x, int) { return at(x).value; }),
-                         came, [&](std::size_t c, int x, int) { return at(x).allowed[c]; });
+    const std::string difference = first_difference(
+        format, came, [&](int x, int) { return at(x).value; },
+        [&](std::size_t c, const Texel&, int x, int) { return at(x).allowed[c]; });
     const std::string errors = take_errors(work.gl());
     if (!errors.empty()) return refused("sampling gives " + errors);
     return of_difference(difference, "quarters between texels: ");

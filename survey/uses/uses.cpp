@@ -51,13 +51,11 @@ bool is_context_lost(const Judged& judged) {
     return judged.text.find("GL_CONTEXT_LOST") != std::string::npos;
 }
 
-std::string difference_from(const Format& format, const TexelImage& image, const TexelImage& came) {
-    const TexelImage expected = make_image(image.width, image.height, [&](int x, int y) {
-        return as_sampled(format, image.at(x, y));
-    });
-    return first_difference(format, expected, came, [&](std::size_t c, int x, int y) {
-        return tolerance(format, c, expected.at(x, y));
-    });
+std::string difference_from(const Format& format, const TexelImage& expected,
+                            const TexelImage& came) {
+    return first_difference(
+        format, came, [&](int x, int y) { return as_sampled(format, expected.at(x, y)); },
+        [&](std::size_t c, const Texel& texel, int, int) { return tolerance(format, c, texel); });
 }
 
 std::optional<Finding> upload(const Work& work, const Texture& texture, const TexelImage& image,
