@@ -132,7 +132,7 @@ TexelImage Judge::judge_with(const std::string& body, const Texture& texture, co
     define_texture(gl_, bits_, width, height, nullptr);
     const Framebuffer framebuffer(gl_, bits_, target);
     run(body, texture, level, width, height);
-    std::vector<std::uint32_t> bits(static_cast<std::size_t>(width * height * 4));
+    std::vector<std::uint32_t> bits(static_cast<unsigned>(width * height * 4));
     gl_.ReadPixels(0, 0, width, height, gl::kRgbaInteger, gl::kUnsignedInt, bits.data());
     const std::uint32_t* next = bits.data();
     return make_image(width, height, [&](int, int) {

@@ -21,14 +21,14 @@ struct TexelImage {
     int height = 0;
     std::vector<Texel> texels = {};
 
-    const Texel& at(int x, int y) const { return texels[static_cast<std::size_t>(y * width + x)]; }
+    const Texel& at(int x, int y) const { return texels[static_cast<unsigned>(y * width + x)]; }
 };
 
 /// Makes an image of `texel(x, y)`.
 template <typename Function>
 TexelImage make_image(int width, int height, Function texel) {
     TexelImage image = {width, height};
-    image.texels.reserve(static_cast<std::size_t>(width * height));
+    image.texels.reserve(static_cast<unsigned>(width * height));
     for (int y = 0; y < height; ++y) {
         for (int x = 0; x < width; ++x) image.texels.push_back(texel(x, y));
     }
