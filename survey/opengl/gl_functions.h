@@ -21,7 +21,6 @@ using Enum = unsigned;
     X(Enable, void(Enum capability)) \
     X(Disable, void(Enum capability)) \
     X(PixelStorei, void(Enum name, int value)) \
-    X(Finish, void()) \
     X(GenTextures, void(int count, unsigned* names)) \
     X(DeleteTextures, void(int count, const unsigned* names)) \
     X(BindTexture, void(Enum target, unsigned texture)) \
@@ -78,24 +77,22 @@ GlFunction gl_function(const char* name);
 namespace gl {
 
 constexpr Enum kNoError = 0, kOutOfMemory = 0x0505, kContextLost = 0x0507;
-constexpr Enum kVersion = 0x1F02, kExtensions = 0x1F03, kNumExtensions = 0x821D,
-               kMajorVersion = 0x821B, kMinorVersion = 0x821C;
+constexpr Enum kVersion = 0x1F02, kExtensions = 0x1F03, kNumExtensions = 0x821D;
 constexpr Enum kTexture2D = 0x0DE1, kUnpackAlignment = 0x0CF5, kPackAlignment = 0x0D05;
 constexpr Enum kMagFilter = 0x2800, kMinFilter = 0x2801, kWrapS = 0x2802, kWrapT = 0x2803,
                kMaxLevel = 0x813D;
 constexpr int kNearest = 0x2600, kLinear = 0x2601, kNearestMipmapNearest = 0x2700,
               kClampToEdge = 0x812F;
 constexpr Enum kRedSize = 0x805C, kGreenSize = 0x805D, kBlueSize = 0x805E, kAlphaSize = 0x805F,
-               kLuminanceSize = 0x8060, kDepthSize = 0x884A, kStencilSize = 0x88F1,
-               kSharedSize = 0x8C3F;
+               kLuminanceSize = 0x8060, kDepthSize = 0x884A, kStencilSize = 0x88F1;
 constexpr Enum kFramebuffer = 0x8D40, kComplete = 0x8CD5, kColorAttachment = 0x8CE0,
                kDepthAttachment = 0x8D00, kDepthStencilAttachment = 0x821A;
 constexpr Enum kColor = 0x1800, kNone = 0, kOne = 1, kAlways = 0x0207, kTriangles = 0x0004;
 constexpr Enum kDither = 0x0BD0, kBlend = 0x0BE2, kDepthTest = 0x0B71, kFramebufferSrgb = 0x8DB9,
                kClampFragmentColor = 0x891B;
 constexpr Enum kRgba = 0x1908, kRgbaInteger = 0x8D99, kBgra = 0x80E1, kUnsignedByte = 0x1401,
-               kUnsignedInt = 0x1405, kFloat = 0x1406, kInt = 0x1404;
-constexpr Enum kRgba8 = 0x8058, kRgba32f = 0x8814, kRgba32i = 0x8D82, kRgba32ui = 0x8D70;
+               kUnsignedInt = 0x1405, kFloat = 0x1406;
+constexpr Enum kRgba8 = 0x8058, kRgba32ui = 0x8D70;
 constexpr Enum kVertexShader = 0x8B31, kFragmentShader = 0x8B30, kLinkStatus = 0x8B82;
 constexpr Enum kFullSupport = 0x82B7, kFramebufferRenderable = 0x8289, kFramebufferBlend = 0x828B,
                kFilterQuery = 0x829A, kManualGenerateMipmap = 0x8294;
