@@ -24,9 +24,10 @@ void end_if_interrupted() {
 }
 
 /// The turn for one format. Others may have written records since the last one.
-class Turn {
+class FormatTurn {
 public:
-    explicit Turn(SurveyRecords* records) : turn_(texprobe::turn_settings(), end_if_interrupted) {
+    explicit FormatTurn(SurveyRecords* records)
+        : turn_(texprobe::turn_settings(), end_if_interrupted) {
         turn_.take_in_hand(records->name());
         static bool isTold = false;
         const std::string trouble = turn_.trouble();
@@ -61,16 +62,19 @@ bool ProfileSurvey::is_recorded(const Format& format) const {
     return record && is_complete(format, *record);
 }
 
-bool ProfileSurvey::survey(const Format& format) {
-    if (is_recorded(format)) return true;
+void ProfileSurvey::survey(const Format& format) {
+    if (is_recorded(format)) return;
     end_if_interrupted();
-    const Turn turn(&records_);
-    if (is_recorded(format) || !is_offered()) return records_.synchronize();
+    const FormatTurn turn(&records_);
+    if (is_recorded(format)) return;
+    if (!is_offered()) {
+        records_.synchronize();
+        return;
+    }
     const auto left = records_.format(profile_, format);
-    const bool isRecorded = left ? survey_use_by_use(format, *left) : survey_at_once(format);
+    if (!(left ? survey_use_by_use(format, *left) : survey_at_once(format))) return;
     std::fprintf(stderr, "%s[%d] %s %s: %s\n", records_.name().c_str(), getpid(), name_of(profile_),
                  format.name, describe(*records_.format(profile_, format)).c_str());
-    return isRecorded;
 }
 
 /// Opens a context, once, and records what it says.
