@@ -70,7 +70,7 @@ void add_report(CLI::App* app, Session* session) {
         ->required();
     command->add_flag("--pictures", arguments->pictures,
                       "Inspect each no of a transfer, and show the images");
-    command->add_option("--times", arguments->times, "A document of `time --json` to plot")
+    command->add_option("--times", arguments->times, "A document of `time --json` to add")
         ->type_name("FILE")
         ->allow_extra_args(false);
     command->footer("Without SET or FILE: the sets of this machine's present build.");
