@@ -68,11 +68,11 @@ TEST_F(Inspect, names_a_stale_image) {
               "A stale image came back: that of the test of GL_RGBA16F_ARB download get.");
 }
 
-TEST_F(Inspect, names_the_row_from_which_on_it_is_wrong) {
+TEST_F(Inspect, names_the_rows_that_are_wrong) {
     EXPECT_EQ(sentence_with("half", "GL_RGB16F_ARB", kGet),
-              "Wrong from row 64 on: nothing arrived there.");
+              "Wrong in rows 64 to 127: nothing arrived there.");
     EXPECT_EQ(sentence_with("half", "GL_RGB8", kSet),
-              "Wrong from row 64 on: nothing arrived there.");
+              "Wrong in rows 64 to 127: nothing arrived there.");
 }
 
 TEST_F(Inspect, names_the_byte_order) {
@@ -82,16 +82,19 @@ TEST_F(Inspect, names_the_byte_order) {
     EXPECT_EQ(sentence_with("bytes", "GL_RGBA16F_ARB", kRead), sentence);
 }
 
-TEST_F(Inspect, tells_an_exact_driver_from_the_pairing_of_the_comparison) {
+TEST_F(Inspect, tells_a_right_driver_from_a_no_of_the_test_itself) {
     const Finished upload = inspect({"GL_RGBA16", "reset"});
-    EXPECT_EQ(sentence_of(upload.out),
-              "The driver is exact; the verdict follows from the comparison's pairing: four "
-              "channels are compared in reversed order.");
+    EXPECT_EQ(
+        sentence_of(upload.out),
+        "The driver is right to 8 bits, which is all that an upload shows. This no comes from "
+        "the test itself, which compares four channels in reversed order.");
     EXPECT_EQ(fact(upload.out, "recorded"), "no");
     EXPECT_EQ(fact(upload.out, "this run"), "no; they agree");
     EXPECT_EQ(sentence_of(inspect({"GL_LUMINANCE8_ALPHA8", "read"}).out),
-              "The driver is exact; the verdict follows from the comparison's pairing: each alpha "
-              "is compared with the next pixel's luminance.");
+              "The driver is right. This no comes from the test itself, which compares each alpha "
+              "with the next pixel's luminance.");
+    EXPECT_EQ(sentence_of(inspect({"GL_RGB16", "set"}).out),
+              "The driver is exact to 8 bits, which is all that an upload shows.");
     EXPECT_EQ(sentence_of(inspect({"GL_RGBA8", "get"}).out), "The driver is exact.");
 }
 
