@@ -82,31 +82,35 @@ using Find = std::optional<std::string> (*)(const ComparedImages&);
 
 // In this order: the first that fits is the sentence. Values that are nearly right come before all
 // that moves, because a pattern fits a small error by chance; a part that is wrong comes last,
-// because it fits whatever leaves a part right.
+// because it fits whatever leaves a part right (find_part).
 constexpr std::array<Find, 5> kUnmoved = {find_lost_buffer, find_exact, find_constant,
                                           find_precision, find_small_errors};
-constexpr std::array<Find, 9> kStructures = {find_byte_order, find_channels,      find_shift,
-                                             find_stride,     find_turn,          find_stale,
-                                             find_srgb,       find_premultiplied, find_gain};
+constexpr std::array<Find, 9> kMoved = {find_byte_order, find_channels,      find_shift,
+                                        find_stride,     find_turn,          find_stale,
+                                        find_srgb,       find_premultiplied, find_gain};
 
-std::string find_sentence(ComparedImages images) {
-    for (const Find find : kUnmoved) {
-        if (auto found = find(images)) return *found;
+template <std::size_t size>
+std::optional<std::string> first_of(const std::array<Find, size>& finds,
+                                    const ComparedImages& images) {
+    for (const Find find : finds) {
+        if (auto found = find(images)) return found;
     }
-    for (const Find find : kStructures) {
-        if (auto found = find(images)) return *found;
-    }
-    // Once more, past the values that a driver may lose besides.
+    return std::nullopt;
+}
+
+std::string find_sentence(const ComparedImages& images) {
+    if (const auto found = first_of(kUnmoved, images)) return *found;
+    // Once more each, past the values that a driver may lose besides.
     ComparedImages roughly = images;
     roughly.tolerance = std::max(images.tolerance, kNearly);
-    for (const Find find : kStructures) {
-        const auto found = find(roughly);
-        if (found) return found->substr(0, found->size() - 1) + "; values are not exact either.";
-    }
-    if (auto found = find_part(images)) return *found;
-    if (auto found = find_part(roughly)) {
-        return found->substr(0, found->size() - 1) + "; values are not exact either.";
-    }
+    const auto without_end = [](const std::string& text) {
+        return text.substr(0, text.size() - 1);
+    };
+    const char* const besides = "; values are not exact either.";
+    if (const auto found = first_of(kMoved, images)) return *found;
+    if (const auto found = first_of(kMoved, roughly)) return without_end(*found) + besides;
+    if (const auto found = find_part(images)) return *found;
+    if (const auto found = find_part(roughly)) return without_end(*found) + besides;
     return describe_unknown(images);
 }
 
