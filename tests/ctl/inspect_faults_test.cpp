@@ -208,7 +208,7 @@ TEST(Fault, is_named_in_the_pattern_of_the_tool) {
 }
 
 TEST(Fault, is_named_by_its_alpha) {
-    const auto with_alpha = [](const std::function<double(double colour, double alpha)>& of) {
+    const auto withAlpha = [](const std::function<double(double colour, double alpha)>& of) {
         return [=](const Image& sent) {
             Image image = sent;
             for (std::size_t i = 0; i < image.bytes.size(); ++i) {
@@ -222,11 +222,11 @@ TEST(Fault, is_named_by_its_alpha) {
     };
     expect_names(
         random_image(),
-        {{"premultiplied", with_alpha([](double c, double a) { return c * a; }),
+        {{"premultiplied", withAlpha([](double c, double a) { return c * a; }),
           "The colours were multiplied by alpha."},
-         {"divided", with_alpha([](double c, double a) { return a > 0 ? c / a : 0; }),
+         {"divided", withAlpha([](double c, double a) { return a > 0 ? c / a : 0; }),
           "The colours were divided by alpha."},
-         {"over white", with_alpha([](double c, double a) { return c * a + 1 - a; }), kUnknown}});
+         {"over white", withAlpha([](double c, double a) { return c * a + 1 - a; }), kUnknown}});
 }
 
 TEST(Fault, is_named_in_other_layouts) {
@@ -253,12 +253,12 @@ TEST(Fault, is_named_in_other_layouts) {
           "The rows came back 512 bytes apart instead of 384."},
          {"a byte on", moved_bytes([](std::size_t i) { return i - 1; }),
           "The image is shifted by one byte towards its end."}});
-    const auto short_of = [](std::size_t i) {
+    const auto shortOf = [](std::size_t i) {
         return static_cast<std::uint16_t>(noise(2 * i) << 8 | noise(2 * i + 1));
     };
     using Short = std::uint16_t;
     expect_names(
-        image_of<Short>(kLuminance, kShort, 1, short_of),
+        image_of<Short>(kLuminance, kShort, 1, shortOf),
         {{"byte order", reversed_elements(2), "The bytes of each element are in reverse order."},
          {"8 bits", elements<Short>([](Short v) { return Short((v >> 8) * 257); }),
           "Kept at 8 bits."},
@@ -278,7 +278,7 @@ TEST(Fault, is_named_in_floats) {
                                   1) *
                0x1p-24F;
     };
-    const auto in_half = [](float v) {
+    const auto inHalf = [](float v) {
         int exponent = 0;
         const float mantissa = std::frexp(v, &exponent);
         return std::ldexp(std::floor(std::ldexp(mantissa, 11)), exponent - 11);
@@ -286,7 +286,7 @@ TEST(Fault, is_named_in_floats) {
     expect_names(
         image_of<float>(kLuminance, kFloat, 1, value),
         {{"byte order", reversed_elements(4), "The bytes of each element are in reverse order."},
-         {"halves", elements<float>(in_half),
+         {"halves", elements<float>(inHalf),
           "Kept as floats of 11 significant bits, as half floats have."},
          {"8 bits", elements<float>([](float v) { return std::round(v * 255) / 255; }),
           "Kept at 8 bits."},

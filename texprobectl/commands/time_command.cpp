@@ -30,14 +30,11 @@ struct TimeArguments {
     bool json = false;
 };
 
-/// In the tool's order; all without a name.
-std::vector<std::size_t> find_formats(const std::vector<std::string>& names) {
-    std::vector<std::size_t> formats;
-    formats.reserve(kFormatCount);
-    for (const std::string& name : names) formats.push_back(find_format(name));
-    for (std::size_t i = 0; names.empty() && i < kFormatCount; ++i) formats.push_back(i);
-    std::sort(formats.begin(), formats.end());
-    formats.erase(std::unique(formats.begin(), formats.end()), formats.end());
+/// All without a name.
+std::set<std::size_t> find_formats(const std::vector<std::string>& names) {
+    std::set<std::size_t> formats;
+    for (const std::string& name : names) formats.insert(find_format(name));
+    for (std::size_t i = 0; names.empty() && i < kFormatCount; ++i) formats.insert(i);
     return formats;
 }
 

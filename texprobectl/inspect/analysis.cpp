@@ -103,14 +103,14 @@ std::string find_sentence(const ComparedImages& images) {
     // Once more each, past the values that a driver may lose besides.
     ComparedImages roughly = images;
     roughly.tolerance = std::max(images.tolerance, kNearly);
-    const auto without_end = [](const std::string& text) {
+    const auto withoutEnd = [](const std::string& text) {
         return text.substr(0, text.size() - 1);
     };
     const char* const besides = "; values are not exact either.";
     if (const auto found = first_of(kMoved, images)) return *found;
-    if (const auto found = first_of(kMoved, roughly)) return without_end(*found) + besides;
+    if (const auto found = first_of(kMoved, roughly)) return withoutEnd(*found) + besides;
     if (const auto found = find_part(images)) return *found;
-    if (const auto found = find_part(roughly)) return without_end(*found) + besides;
+    if (const auto found = find_part(roughly)) return withoutEnd(*found) + besides;
     return describe_unknown(images);
 }
 

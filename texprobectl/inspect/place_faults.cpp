@@ -167,11 +167,12 @@ std::optional<std::string> find_stride(const ComparedImages& images) {
     const std::size_t row = kColumns * bytes_per_pixel(images.evidence.sent.layout);
     std::set<std::size_t> strides;
     for (std::size_t bytes = 1; bytes <= 64; ++bytes) strides.insert({row - bytes, row + bytes});
-    for (const std::size_t unit : {256, 512, 1024, 2048, 4096}) {
+    for (const std::size_t unit : {256U, 512U, 1024U, 2048U, 4096U}) {
         strides.insert((row + unit - 1) / unit * unit);
     }
     // As if a pixel had another size.
-    for (const std::size_t pixel : {1, 2, 3, 4, 6, 8, 12, 16}) strides.insert(kColumns * pixel);
+    for (const std::size_t pixel : {1U, 2U, 3U, 4U, 6U, 8U, 12U, 16U})
+        strides.insert(kColumns * pixel);
     strides.erase(row);
     for (const std::size_t stride : strides) {
         if (comes_from_bytes(images, [=](std::size_t i) -> std::optional<std::size_t> {

@@ -5,6 +5,7 @@
 #include <chrono>
 #include <map>
 #include <sstream>
+#include <vector>
 
 #include "process/child.h"
 #include "process/stop_signals.h"
@@ -17,16 +18,14 @@ namespace {
 std::vector<TransferTimes> list_transfers(const RecordSet& set, const TimeOptions& options) {
     std::vector<TransferTimes> list;
     for_each_cell([&](const Cell& cell) {
-        const bool isAsked =
-            std::count(options.formats.begin(), options.formats.end(), cell.format);
-        if (!isAsked || cell.capability < kUploadSet) return;
+        if (options.formats.count(cell.format) == 0 || cell.capability < kUploadSet) return;
         const Verdict verdict = set.verdict(cell);
-        if (verdict == Verdict::kYes) {
-            list.push_back({{cell, options.size}, TimedState::kNoTime, "", 0, {}});
-        } else {
-            list.push_back(
-                {{cell, options.size}, TimedState::kNotVerified, name_of(verdict), 0, {}});
-        }
+        const bool isYes = verdict == Verdict::kYes;
+        list.push_back({{cell, options.size},
+                        isYes ? TimedState::kNoTime : TimedState::kNotVerified,
+                        isYes ? "" : name_of(verdict),
+                        0,
+                        {}});
     });
     return list;
 }

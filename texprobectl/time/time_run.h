@@ -5,9 +5,9 @@
 
 #include <chrono>
 #include <functional>
+#include <set>
 #include <stdexcept>
 #include <string>
-#include <vector>
 
 #include "time/times.h"
 
@@ -16,8 +16,7 @@ namespace texprobe::ctl {
 struct TimeOptions {
     /// This program's own file.
     std::string self;
-    /// In the tool's order.
-    std::vector<std::size_t> formats;
+    std::set<std::size_t> formats;
     ImageSize size;
     /// The time for all of it.
     std::chrono::seconds within{0};

@@ -86,13 +86,13 @@ int run_timed_child(const std::vector<std::string>& arguments) {
 }
 
 void time_ways(double seconds, const Rounds& rounds) {
-    const auto time_step = [&](std::size_t way, std::size_t images) {
+    const auto timeStep = [&](std::size_t way, std::size_t images) {
         const double begin = rounds.now();
         rounds.stream(way, images);
         return rounds.now() - begin;
     };
     const double end = rounds.now() + seconds;
-    const double lap = std::max(time_step(kNoBuffer, kMostBuffers), 1e-9);
+    const double lap = std::max(timeStep(kNoBuffer, kMostBuffers), 1e-9);
     const double laps = std::clamp(std::ceil(0.002 / lap), 1.0, 100.0);
     const std::size_t images = kMostBuffers * static_cast<std::size_t>(laps);
     std::size_t round = 0;
@@ -100,7 +100,7 @@ void time_ways(double seconds, const Rounds& rounds) {
         // Each begins with another way: the one after a slow way may inherit its cold caches.
         for (std::size_t i = 0; i < kWayCount; ++i) {
             const std::size_t way = (i + round) % kWayCount;
-            rounds.report(way, time_step(way, images) / static_cast<double>(images));
+            rounds.report(way, timeStep(way, images) / static_cast<double>(images));
         }
         ++round;
     } while (rounds.now() < end);
