@@ -207,7 +207,9 @@ class TimesDocument : public testing::Test {
 protected:
     std::vector<Times> read(const std::string& text) const {
         write_file(file_, text);
-        return ctl::read_times(file_);
+        std::vector<Times> all;
+        ctl::read_times(file_, &all);
+        return all;
     }
     static std::string written() {
         std::ostringstream stream;
@@ -233,6 +235,15 @@ protected:
 
 TEST_F(TimesDocument, comes_back_as_it_was) {
     EXPECT_THAT(read(written()), ElementsAre(example()));
+}
+
+TEST_F(TimesDocument, of_one_record_set_in_two_files_is_put_together) {
+    write_file(file_, written());
+    std::vector<Times> all;
+    EXPECT_EQ(ctl::read_times(file_, &all), 4u);
+    EXPECT_EQ(ctl::read_times(file_, &all), 4u);
+    ASSERT_EQ(all.size(), 1u);
+    EXPECT_EQ(all[0].transfers.size(), 8u);
 }
 
 TEST_F(TimesDocument, of_an_older_version_is_read_for_the_ways_that_are_timed_today) {

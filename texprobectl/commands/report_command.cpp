@@ -51,9 +51,7 @@ void run_report(const ReportArguments& arguments, const Session& session) {
     if (arguments.pictures) pictured = picture_sets(sets, known.all(), session);
     std::vector<Times> times;
     for (const std::string& file : arguments.times) {
-        std::vector<Times> found = read_times(file);
-        if (found.empty()) say_empty(file, "time");
-        for (Times& each : found) times.push_back(std::move(each));
+        if (read_times(file, &times) == 0) say_empty(file, "time");
     }
     write_output(arguments.file,
                  [&](std::ostream& stream) { write_page(sets, pictured, times, stream); });

@@ -140,23 +140,21 @@ void write_times_json(const Times& times, std::ostream& output) {
     output << "\n  ]\n}\n";
 }
 
-std::vector<Times> read_times(const std::string& file) {
-    std::vector<Times> all;
-    read_document(file, {{kTimesSchema, "transfers", [&](const Json& value, const Expect& expect) {
-                              const std::string& id = expect.text(value, "id");
-                              auto found =
-                                  std::find_if(all.begin(), all.end(),
-                                               [&](const Times& times) { return times.id == id; });
-                              if (found == all.end()) {
-                                  all.push_back({id,
-                                                 expect.text_or_null(value, "renderer"),
-                                                 expect.text_or_null(value, "gl_version"),
-                                                 {}});
-                                  found = all.end() - 1;
-                              }
-                              found->transfers.push_back(read_transfer(value, expect));
-                          }}});
-    return all;
+std::size_t read_times(const std::string& file, std::vector<Times>* all) {
+    const auto read = [&](const Json& value, const Expect& expect) {
+        const std::string& id = expect.text(value, "id");
+        auto found = std::find_if(all->begin(), all->end(),
+                                  [&](const Times& times) { return times.id == id; });
+        if (found == all->end()) {
+            all->push_back({id,
+                            expect.text_or_null(value, "renderer"),
+                            expect.text_or_null(value, "gl_version"),
+                            {}});
+            found = all->end() - 1;
+        }
+        found->transfers.push_back(read_transfer(value, expect));
+    };
+    return read_document(file, {{kTimesSchema, "transfers", read}});
 }
 
 }  // namespace texprobe::ctl

@@ -54,7 +54,7 @@ table { border-collapse: collapse; width: 100%; font-size: 0.9rem; }
 caption { text-align: left; color: var(--quiet); padding: 0.25rem 0; }
 th, td { border: 1px solid var(--line); padding: 0.25rem 0.5rem; text-align: center; }
 thead th { background: var(--band); font-weight: 600; vertical-align: bottom; }
-tbody th { text-align: left; font-weight: 400; font-family: ui-monospace, monospace; }
+tbody th { text-align: left; font-weight: 400; font-family: ui-monospace, monospace; overflow-wrap: anywhere; }
 .yes { color: var(--yes); background: var(--yes-paper); }
 .no, .crashed, .hung { color: var(--no); background: var(--no-paper); }
 .crashed, .hung { font-weight: 700; }
