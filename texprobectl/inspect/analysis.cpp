@@ -103,9 +103,7 @@ std::string find_sentence(const ComparedImages& images) {
     // Once more each, past the values that a driver may lose besides.
     ComparedImages roughly = images;
     roughly.tolerance = std::max(images.tolerance, kNearly);
-    const auto withoutEnd = [](const std::string& text) {
-        return text.substr(0, text.size() - 1);
-    };
+    const auto withoutEnd = [](const std::string& text) { return text.substr(0, text.size() - 1); };
     const char* const besides = "; values are not exact either.";
     if (const auto found = first_of(kMoved, images)) return *found;
     if (const auto found = first_of(kMoved, roughly)) return withoutEnd(*found) + besides;
