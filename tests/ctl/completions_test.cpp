@@ -89,7 +89,7 @@ void expect_words_and_names(const Offer& offered) {
     EXPECT_EQ(offered({"report", "--times", "ab"}), (Words{"ab.json"}));
     EXPECT_EQ(offered({"time", "GL_RGBA"}),
               (Words{"GL_RGBA8", "GL_RGBA16", "GL_RGBA16F_ARB", "GL_RGBA32F_ARB"}));
-    EXPECT_EQ(offered({"time", "--size", "1"}), (Words{"128", "1080p"}));
+    EXPECT_EQ(offered({"time", "--size", "1"}), (Words{"1080p"}));
     EXPECT_EQ(offered({"time", "--set", "ab"}), (Words{"abcd1234"}));
     EXPECT_EQ(offered({"measure", "--tool", "ab"}), (Words{"ab.json"}));
     EXPECT_EQ(offered({"measure", "--timeout", "ab"}), (Words{}));

@@ -12,16 +12,6 @@ namespace texprobe::ctl {
 
 namespace {
 
-std::string name_of(const TimedTransfer& what) {
-    return words_of({what.format, what.transfer}) + " at " + what.size.name();
-}
-
-/// "[####....] ", so many signs wide.
-std::string draw_bar(std::size_t done, std::size_t all, std::size_t width) {
-    const std::size_t filled = all == 0 ? 0 : width * done / all;
-    return '[' + std::string(filled, '#') + std::string(width - filled, '.') + "] ";
-}
-
 /// As wide as the longest name of a test and most of an hour leave room for; empty where that is
 /// too little.
 std::string fitting_bar(const MeasureProgress& progress, int terminalWidth) {
@@ -38,6 +28,11 @@ std::string fitting_bar(const MeasureProgress& progress, int terminalWidth) {
 }
 
 }  // namespace
+
+std::string draw_bar(std::size_t done, std::size_t all, std::size_t width) {
+    const std::size_t filled = all == 0 ? 0 : width * done / all;
+    return '[' + std::string(filled, '#') + std::string(width - filled, '.') + "] ";
+}
 
 void StatusLine::draw(const std::string& text) {
     const std::string line = shortened(text, terminal_.width - 1);
@@ -112,15 +107,6 @@ void MeasureView::finish() {
     }
     last_ = {};
     deaths_ = 0;
-}
-
-void TimeView::begun(const TimedTransfer& what, std::size_t done, std::size_t all) {
-    if (!isTerminal_) return;
-    line_.draw(fmt::format("{}{}/{}  {}", draw_bar(done, all, 20), done, all, name_of(what)));
-}
-
-void TimeView::failed(const TransferTimes& transfer) {
-    line_.say(name_of(transfer.what) + ": " + transfer.reason);
 }
 
 }  // namespace texprobe::ctl
