@@ -249,11 +249,13 @@ TEST_F(Records, doctor_names_no_user_and_no_host) {
 TEST_F(Records, unknown_arguments_get_one_line_and_status_2) {
     const std::pair<std::vector<std::string>, std::string> cases[] = {
         {{},
-         "texprobectl: a command is missing; expected one of measure, list, show, compare, "
-         "inspect, export, report, merge, time, forget, doctor; see `texprobectl --help`\n"},
+         "texprobectl: a command is missing; expected one of measure, list, show, survey, "
+         "compare, inspect, export, report, merge, time, forget, doctor; see `texprobectl "
+         "--help`\n"},
         {{"frobnicate"},
-         "texprobectl: unknown argument: frobnicate; expected one of measure, list, show, compare, "
-         "inspect, export, report, merge, time, forget, doctor; see `texprobectl --help`\n"},
+         "texprobectl: unknown argument: frobnicate; expected one of measure, list, show, survey, "
+         "compare, inspect, export, report, merge, time, forget, doctor; see `texprobectl "
+         "--help`\n"},
         {{"list", "--yes"},
          "texprobectl: unknown argument: --yes; expected --help, --json; see `texprobectl list "
          "--help`\n"},

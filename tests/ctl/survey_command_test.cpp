@@ -92,7 +92,7 @@ TEST_F(SurveyCommand, ends_a_program_that_hangs_and_names_the_use) {
 TEST_F(SurveyCommand, does_not_take_many_formats_for_a_hang) {
     std::string script = offered();
     for (const char* name : {"GL_R8", "GL_RG8", "GL_RGB8"}) {
-        script += "sleep 600\n" + said(std::string("core ") + name + ": create yes");
+        script += "sleep 400\n" + said(std::string("core ") + name + ": create yes");
     }
     folder_.script(script + complete_survey());
     EXPECT_TRUE(survey().exited_with(0));
@@ -100,11 +100,10 @@ TEST_F(SurveyCommand, does_not_take_many_formats_for_a_hang) {
 }
 
 TEST_F(SurveyCommand, leaves_what_was_under_way_unmeasured_when_it_is_interrupted) {
-    folder_.script(offered() + record("core.GL_R8UI", "create yes%nrender started%n") + "hang\n");
+    folder_.script(offered() + record("core.GL_R8UI", "create yes%nrender started%n") + "turn " +
+                   folder_.file("ready").string() + "\nhang\n");
     const pid_t survey = folder_.start_ctl({"survey", "--profile", "core"});
-    while (folder_.records().count(survey_id()) == 0 || records().count("core.GL_R8UI") == 0) {
-        usleep(10000);
-    }
+    while (!std::filesystem::exists(folder_.file("ready"))) usleep(10000);
     kill(survey, SIGINT);
     EXPECT_TRUE(finish(survey).exited_with(128 + SIGINT));
     EXPECT_EQ(read_file(folder_.file("ctl.err")),

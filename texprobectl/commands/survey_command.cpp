@@ -71,6 +71,7 @@ RunsResult survey_present(const SurveyArguments& arguments, const SurveyChoice& 
     MeasureView view(std::cerr, look_at_terminal(STDERR_FILENO));
     result = run_survey({program, arguments.seconds, kAttempts}, choice, ids, view);
     view.finish();
+    if (result.kind == RunsResult::Kind::kInterrupted) return result;
     for (const std::string& id : ids) {
         auto set = read_record_set(id, machine);
         if (!set || set->survey.empty()) continue;

@@ -132,6 +132,7 @@ private:
         const auto death = death_of(end, !inHand.empty(), options_.seconds);
         const auto identity = parse_id(watch.current_id());
         if (death && identity) watcher_.died(identity->rendererID, inHand, *death);
+        watch.show(find_steps());
         conclude(end);
         return read_texts() != before;
     }

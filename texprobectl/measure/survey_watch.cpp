@@ -3,6 +3,7 @@
 #include <table/record_keys.h>
 
 #include <algorithm>
+#include <utility>
 #include <variant>
 
 #include "measure/tool_output.h"
@@ -45,6 +46,11 @@ bool SurveyWatch::take_step(std::string_view line) {
     }
     tell_progress();
     return true;
+}
+
+void SurveyWatch::show(std::vector<SurveyStep> steps) {
+    steps_ = std::move(steps);
+    if (!currentID_.empty()) tell_progress();
 }
 
 void SurveyWatch::tell_progress() {

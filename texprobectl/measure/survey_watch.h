@@ -29,6 +29,8 @@ public:
         : WatchedRun(watcher), steps_(std::move(steps)), begin_(begin), doneAtBegin_(doneAtBegin) {}
 
     bool line(Stream stream, std::string_view text) override;
+    /// Shows how far it is, as it is recorded, once the program has spoken.
+    void show(std::vector<SurveyStep> steps);
     /// The renderer that was spoken of last.
     const std::string& current_id() const { return currentID_; }
 
