@@ -217,6 +217,10 @@ TEST_F(SurveyCommand, of_the_real_program_is_shown_from_the_records_and_from_a_d
     EXPECT_TRUE(shown.exited_with(0)) << shown.err;
     EXPECT_EQ(shown.out.substr(shown.out.find("No promise")),
               run.out.substr(run.out.find("No promise")));
+    EXPECT_EQ(
+        folder_.ctl({"survey", "--format", "GL_R8UI", "--tool", folder_.file("real"), "--json"})
+            .out,
+        read_file(file));
     const json set = json::parse(read_file(file)).at("record_sets").at(0);
     EXPECT_EQ(set.at("complete"), false);
     EXPECT_EQ(set.at("survey").at("profiles").at(1).at("formats").at(16),

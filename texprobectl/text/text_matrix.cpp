@@ -57,6 +57,7 @@ void write_row(const std::string& name, const std::vector<Shown>& row, const Ter
 void write_matrix(const std::function<Shown(const Cell&)>& show, const Terminal& terminal,
                   std::ostream& stream) {
     std::vector<Shown> row;
+    row.reserve(kCapabilityCount);
     for (const CapabilityNames& names : kCapabilities) row.push_back(show_word(names.column));
     write_row("", row, terminal, stream);
     for (std::size_t format = 0; format < kFormatCount; ++format) {
