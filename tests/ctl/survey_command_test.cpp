@@ -19,7 +19,6 @@ namespace {
 using nlohmann::json;
 using testing::HasSubstr;
 using testing::Not;
-using testing::StartsWith;
 
 const std::vector<std::string> kSurveyR8ui = {"survey",  "--profile", "core", "--format",
                                               "GL_R8UI", "--timeout", "1"};
