@@ -7,17 +7,11 @@
 
 #include <runs/interruption.h>
 #include <runs/measuring_turn.h>
+#include "table/record_keys.h"
 
 namespace texprobe::survey {
 
 namespace {
-
-// A profile's record: what the context says of its version, or one of these. Who ends while it
-// opens a context has opened it twice before the driver is blamed: somebody may have killed it.
-constexpr const char* kOpening = "opening";
-constexpr const char* kOpeningAgain = "opening again";
-constexpr const char* kNotOffered = "not_offered";
-constexpr const char* kCrashed = "crashed";
 
 void end_if_interrupted() {
     if (texprobe::is_interrupted()) texprobe::end_by_interruption();
@@ -40,10 +34,6 @@ public:
 private:
     texprobe::MeasuringTurn turn_;
 };
-
-bool has_no_formats(const std::string& profileRecord) {
-    return profileRecord == kNotOffered || profileRecord == kCrashed;
-}
 
 std::string describe(const FormatRecord& record) {
     std::string text;

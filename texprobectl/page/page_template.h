@@ -128,7 +128,7 @@ tbody th { text-align: left; font-weight: 400; font-family: ui-monospace, monosp
 <dt>measured</dt><dd>{{state}}</dd>
 <dt>identifier</dt><dd>{{id}}</dd>
 </dl>
-<div class="table" role="region" aria-label="VerdictTable of {{renderer}}, set {{number}}" tabindex="0">
+<div class="table" role="region" aria-label="Verdicts of {{renderer}}, set {{number}}" tabindex="0">
 <table>
 <caption>{{caption}}</caption>
 <thead><tr><th scope="col">format</th>{{#columns}}<th scope="col">{{name}}</th>{{/columns}}</tr></thead>

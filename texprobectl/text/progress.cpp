@@ -3,6 +3,7 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <cstring>
 
 #include "process/stop_signals.h"
 #include "records/plain_text.h"
@@ -19,9 +20,7 @@ std::string fitting_bar(const MeasureProgress& progress, int terminalWidth) {
     constexpr std::size_t kLeast = 3;
     std::size_t others =
         fmt::format("[] {0}/{0}, 59:59 left  {1} ", progress.all, progress.rendererID).size();
-    std::size_t longest = 0;
-    for_each_cell([&](const Cell& cell) { longest = std::max(longest, words_of(cell).size()); });
-    others += longest;
+    others += std::strlen("GL_LUMINANCE_ALPHA32F_ARB download read");
     const auto width = static_cast<std::size_t>(terminalWidth - 1);
     if (width < others + kLeast) return {};
     return draw_bar(progress.done, progress.all, std::min(kMost, width - others));
@@ -62,15 +61,14 @@ void MeasureView::progress(const MeasureProgress& progress) {
             : "";
     line_.draw(fmt::format("{}{}/{}{}  {} {}", fitting_bar(progress, terminal_.width),
                            progress.done, progress.all, left, progress.rendererID,
-                           progress.cell ? words_of(*progress.cell) : "setting up"));
+                           progress.test.empty() ? "setting up" : progress.test));
 }
 
-void MeasureView::died(const std::string& rendererID, const std::optional<Cell>& cell,
-                       const Cause& cause) {
+void MeasureView::died(const std::string& rendererID, const std::string& test, const Cause& cause) {
     ++deaths_;
     // Elsewhere the table at the end tells which they were.
     if (!terminal_.isTerminal) return;
-    line_.say(fmt::format("{}: {}: {}", rendererID, cell ? words_of(*cell) : "outside a test",
+    line_.say(fmt::format("{}: {}: {}", rendererID, test.empty() ? "outside a test" : test,
                           describe(cause)));
 }
 
@@ -100,7 +98,8 @@ void MeasureView::finish() {
     line_.erase();
     if (last_.rendererID.empty()) return;
     if (!terminal_.isTerminal) {
-        line_.say(fmt::format("{}: {} of 96 verdicts{}", last_.rendererID, last_.doneHere,
+        line_.say(fmt::format("{}: {} of {} {}{}", last_.rendererID, last_.doneHere, last_.allHere,
+                              last_.unit,
                               deaths_ == 0   ? std::string()
                               : deaths_ == 1 ? std::string(", the run died once")
                                              : fmt::format(", the run died {} times", deaths_)));

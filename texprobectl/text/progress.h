@@ -38,8 +38,7 @@ public:
         : terminal_(terminal), line_(stream, terminal) {}
 
     void progress(const MeasureProgress& progress) override;
-    void died(const std::string& rendererID, const std::optional<Cell>& cell,
-              const Cause& cause) override;
+    void died(const std::string& rendererID, const std::string& test, const Cause& cause) override;
     void waits_for(int process) override;
     bool end_leftover(int process) override;
     void left_behind(int process) override;
