@@ -72,12 +72,12 @@ bool ProfileSurvey::is_offered() {
     if (opened_) return true;
     const std::string former = records_.profile(profile_).value_or("");
     const bool hasDied = former == kOpeningAgain;
-    std::string found = kCrashed;
+    std::string found = kContextCrashed;
     if (!hasDied) {
         records_.set_profile(profile_, former == kOpening ? kOpeningAgain : kOpening);
         if (!records_.synchronize()) return false;
         opened_ = std::make_unique<Opened>(rendererID_, profile_);
-        found = opened_->offscreen.is_current() ? opened_->context.version : kNotOffered;
+        found = opened_->offscreen.is_current() ? opened_->context.version : kContextNotOffered;
     }
     records_.set_profile(profile_, found);
     std::fprintf(stderr, "%s[%d] %s: %s\n", records_.name().c_str(), getpid(), name_of(profile_),

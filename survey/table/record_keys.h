@@ -25,9 +25,9 @@ inline std::string key_of(Profile profile, const Format& format) {
 // opens a context has opened it twice before the driver is blamed: somebody may have killed it.
 inline constexpr const char* kOpening = "opening";
 inline constexpr const char* kOpeningAgain = "opening again";
-inline constexpr const char* kNotOffered = "not_offered";
-inline constexpr const char* kCrashed = "crashed";
-inline constexpr const char* kHung = "hung";  ///< Written by a supervisor.
+inline constexpr const char* kContextNotOffered = "not_offered";
+inline constexpr const char* kContextCrashed = "crashed";
+inline constexpr const char* kContextHung = "hung";  ///< Written by a supervisor.
 
 inline bool is_opening(const std::string& record) {
     return record == kOpening || record == kOpeningAgain;
@@ -35,7 +35,7 @@ inline bool is_opening(const std::string& record) {
 
 /// There is no context.
 inline bool has_no_formats(const std::string& record) {
-    return record == kNotOffered || record == kCrashed || record == kHung;
+    return record == kContextNotOffered || record == kContextCrashed || record == kContextHung;
 }
 
 }  // namespace texprobe::survey

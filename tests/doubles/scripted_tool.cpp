@@ -35,7 +35,7 @@ std::string rest_of(std::istringstream& line) {
     const std::size_t at = text.find("%p");
     if (at != std::string::npos) text.replace(at, 2, std::to_string(getpid()));
     for (std::size_t end = 0; (end = text.find("%n")) != std::string::npos;) {
-        text.replace(end, 2, "\n");
+        text.replace(end, 2, 1, '\n');
     }
     return text;
 }

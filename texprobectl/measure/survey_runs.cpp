@@ -41,7 +41,7 @@ KeyChange judge_profile(const SurveyTexts& before, const std::string& key, const
     }
     // The next run opens it again, or finds that it has been opened twice.
     const bool isHung = end.kind == RunEnd::Kind::kTimeLimit && text == survey::kOpeningAgain;
-    return KeyChange(isHung ? survey::kHung : text);
+    return KeyChange(isHung ? survey::kContextHung : text);
 }
 
 KeyChange judge_format(survey::FormatRecord record, const std::string& text, bool isOutside,

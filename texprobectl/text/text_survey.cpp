@@ -98,9 +98,10 @@ private:
         for (const SurveyedProfile& profile : set_.survey) {
             if (!choice_.has(profile.profile) || profile.lack.empty()) continue;
             stream_ << "There is no context of " << ctl::words_of(profile.profile) << ": "
-                    << (profile.lack == survey::kNotOffered ? "the driver does not offer it.\n"
-                        : profile.lack == survey::kCrashed  ? "opening one has crashed.\n"
-                                                            : "opening one has hung.\n");
+                    << (profile.lack == survey::kContextNotOffered
+                            ? "the driver does not offer it.\n"
+                        : profile.lack == survey::kContextCrashed ? "opening one has crashed.\n"
+                                                                  : "opening one has hung.\n");
         }
     }
 
