@@ -23,8 +23,8 @@ const std::array<const char*, 16> kFormatNames = {
     "GL_LUMINANCE16",      "GL_LUMINANCE16_ALPHA16",    "GL_RGB16",      "GL_RGBA16",
     "GL_LUMINANCE16F_ARB", "GL_LUMINANCE_ALPHA16F_ARB", "GL_RGB16F_ARB", "GL_RGBA16F_ARB",
     "GL_LUMINANCE32F_ARB", "GL_LUMINANCE_ALPHA32F_ARB", "GL_RGB32F_ARB", "GL_RGBA32F_ARB"};
-const std::array<const char*, 6> kCapabilities = {
-    "_SUPPORTED", "_RENDERABLE", "_UPLOAD_SET", "_UPLOAD_RESET", "_DOWNLOAD_GET", "_DOWNLOAD_READ"};
+const std::array<const char*, 6> kKeyEndings = {"_SUPPORTED",    "_RENDERABLE",   "_UPLOAD_SET",
+                                                "_UPLOAD_RESET", "_DOWNLOAD_GET", "_DOWNLOAD_READ"};
 
 std::string right_aligned(const std::string& text, std::size_t visibleWidth) {
     std::string result(9 - visibleWidth, ' ');
@@ -88,7 +88,7 @@ protected:
         text += "                            create   render      set    reset      get     read\n";
         for (const std::string format : kFormatNames) {
             text += format + std::string(25 - format.size(), ' ');
-            for (const char* capability : kCapabilities) {
+            for (const char* capability : kKeyEndings) {
                 const bool verdict = records.at(format + capability) == "boolean 1";
                 if (colour) {
                     text += right_aligned(verdict ? "\033[32m✓\033[0m" : "\033[31m✗\033[0m", 1);
