@@ -3,12 +3,11 @@
 --   examples/fleet/load-exports FOLDER
 -- A machine is a file: n1.json is the machine n1. Its record sets of earlier builds stay when it is loaded again.
 
--- The 96 verdicts of a record set. Most sets of a driver have the same ones, which are kept once: pattern is their hash.
+-- The 96 verdicts of a record set. Most sets of a driver have the same, which are kept once: pattern is their hash.
 CREATE TABLE fleet_tests (
-    pattern bytea,
-    format text,
-    capability text,
-    verdict text NOT NULL CONSTRAINT is_a_verdict CHECK (verdict IN ('yes', 'no', 'unmeasured', 'not_applicable', 'crashed', 'hung')),
+    pattern bytea, format text, capability text,
+    verdict text NOT NULL CONSTRAINT is_a_verdict
+        CHECK (verdict IN ('yes', 'no', 'unmeasured', 'not_applicable', 'crashed', 'hung')),
     PRIMARY KEY (pattern, format, capability)
 );
 
@@ -19,20 +18,15 @@ CREATE FUNCTION fleet_version(gl_version text) RETURNS numeric[] LANGUAGE sql IM
     FROM regexp_split_to_table(regexp_replace(lower(gl_version), '([0-9])(devel|alpha|beta|rc)', '\1-\2', 'g'),
                                '[^0-9a-z.]+') WITH ORDINALITY AS words (word, place),
          regexp_match(word, '^(rc|beta|alpha|devel)?[.]?([0-9.]*)$') AS found,
-         regexp_split_to_table(concat_ws('.', -array_position(ARRAY['rc', 'beta', 'alpha', 'devel'], found[1]), found[2]),
+         regexp_split_to_table(concat_ws('.', -array_position('{rc,beta,alpha,devel}'::text[], found[1]), found[2]),
                                '[.]') WITH ORDINALITY AS parts (number, part)
     WHERE number ~ '^-?[0-9]{1,99}$'
 $$;
 
 -- The record sets of all loads. present: of the build that the machine had when it was loaded last.
 CREATE TABLE fleet_sets (
-    machine text,
-    id text,
-    loaded timestamptz NOT NULL DEFAULT now(),
-    present boolean NOT NULL,
-    renderer_id text NOT NULL,
-    renderer text NOT NULL,
-    gl_version text,
+    machine text, id text, loaded timestamptz NOT NULL DEFAULT now(), present boolean NOT NULL,
+    renderer_id text NOT NULL, renderer text NOT NULL, gl_version text,
     version numeric[] GENERATED ALWAYS AS (fleet_version(gl_version)) STORED,
     pattern bytea NOT NULL,
     PRIMARY KEY (machine, id)
@@ -48,10 +42,6 @@ CREATE TABLE fleet_lines (machine text, document text);
 -- The needs of the fleet's owner, for fleet_excluded: rows such as ('GL_RGBA16F_ARB', 'download_read').
 CREATE TABLE fleet_wanted (format text, capability text, PRIMARY KEY (format, capability));
 
-CREATE FUNCTION fleet_bytes_as_text(bytes text) RETURNS text LANGUAGE sql AS $$
-    SELECT convert_from(convert_to(bytes, 'LATIN1'), 'UTF8')
-$$;
-
 CREATE FUNCTION fleet_refuse(is_wrong boolean, reason text) RETURNS void LANGUAGE plpgsql AS $$
 BEGIN
     IF is_wrong IS DISTINCT FROM false THEN
@@ -63,23 +53,19 @@ END $$;
 CREATE FUNCTION fleet_take_set(machine text, set jsonb) RETURNS void LANGUAGE plpgsql AS $$
 DECLARE
     hash bytea := sha256(convert_to((set -> 'formats')::text, 'UTF8'));
-    tests bigint;
 BEGIN
     PERFORM fleet_refuse(jsonb_typeof(set -> 'formats') <> 'array', 'the formats of a record set are no list');
+    PERFORM fleet_refuse(jsonb_array_length(set -> 'formats') <> 16, 'a record set has not sixteen formats');
     PERFORM fleet_refuse(jsonb_typeof(set -> 'present') <> 'boolean', 'present is neither true nor false');
     INSERT INTO fleet_sets (machine, id, present, renderer_id, renderer, gl_version, pattern)
         VALUES (machine, set ->> 'id', (set ->> 'present')::boolean, set ->> 'renderer_id',
                 coalesce(set ->> 'renderer', 'unknown'), set ->> 'gl_version', hash);
-    IF EXISTS (SELECT FROM fleet_tests WHERE pattern = hash) THEN
-        RETURN;
-    END IF;
     INSERT INTO fleet_tests
         SELECT hash, format ->> 'name', capability, format ->> capability
         FROM jsonb_array_elements(set -> 'formats') AS format,
              unnest(ARRAY['supported', 'renderable', 'upload_set', 'upload_reset', 'download_get', 'download_read'])
-                 AS capability;
-    GET DIAGNOSTICS tests = ROW_COUNT;
-    PERFORM fleet_refuse(tests <> 96, 'a record set has not sixteen formats');
+                 AS capability
+        WHERE NOT EXISTS (SELECT FROM fleet_tests WHERE pattern = hash);
 END $$;
 
 -- Moves the lines into the sets, and returns how many documents there were. What is odd about a document does not keep
@@ -94,9 +80,9 @@ BEGIN
     LOCK TABLE fleet_sets IN SHARE ROW EXCLUSIVE MODE;
     FOR line IN SELECT * FROM fleet_lines LOOP
         BEGIN
-            line.machine := fleet_bytes_as_text(line.machine);
+            line.machine := convert_from(convert_to(line.machine, 'LATIN1'), 'UTF8');
             PERFORM fleet_refuse(line.machine ~ '[\u0001-\u001f\u007f]', 'its name has control characters');
-            document := fleet_bytes_as_text(line.document);
+            document := convert_from(convert_to(line.document, 'LATIN1'), 'UTF8');
             PERFORM fleet_refuse((document ->> 'schema', document ->> 'schema_version',
                                   jsonb_typeof(document -> 'record_sets'))
                                  IS DISTINCT FROM ('texprobe-records', '1', 'array'),
@@ -126,9 +112,7 @@ FROM fleet_sets JOIN fleet_tests USING (pattern);
 CREATE VIEW fleet_shares AS
 WITH patterns AS (
     SELECT renderer_id, renderer, pattern, count(*) AS machines
-    FROM fleet_sets
-    WHERE present
-    GROUP BY renderer_id, renderer, pattern
+    FROM fleet_sets WHERE present GROUP BY renderer_id, renderer, pattern
 )
 SELECT renderer_id, renderer, format, capability, verdict, sum(machines)::bigint AS machines,
        round(100.0 * sum(machines)
