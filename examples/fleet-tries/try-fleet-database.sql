@@ -1,9 +1,9 @@
--- What examples/fleet-tries/try-fleet-database asks. All but for "yes on all 2000 machines", which is only counted.
+-- What examples/fleet-tries/try-fleet-database asks. All but for "yes on all 4000 machines", which is only counted.
 
 \echo shares
 SELECT renderer, format, capability, verdict, machines, percent FROM fleet_shares
-WHERE NOT (verdict = 'yes' AND machines = 2000) ORDER BY renderer, format COLLATE "C", capability, verdict;
-SELECT count(*) FROM fleet_shares WHERE verdict = 'yes' AND machines = 2000 AND percent = 100;
+WHERE NOT (verdict = 'yes' AND machines = 4000) ORDER BY renderer, format COLLATE "C", capability, verdict;
+SELECT count(*) FROM fleet_shares WHERE verdict = 'yes' AND machines = 4000 AND percent = 100;
 
 \echo broken
 SELECT renderer, format, capability, works_in, broken_in, machines_broken, machines FROM fleet_broken
