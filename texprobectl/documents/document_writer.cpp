@@ -40,7 +40,8 @@ void write_lines(const char* name, const std::vector<Json>& values, std::ostream
 
 void write_set(const RecordSet& set, std::ostream& output) {
     output << "    {\n";
-    const Json members = identification(set);
+    Json members = identification(set);
+    members["software"] = set.isSoftware;
     for (const auto& [name, value] : members.items()) {
         output << "      \"" << name << "\": " << line_of(value) << ",\n";
     }

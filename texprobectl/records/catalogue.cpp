@@ -86,6 +86,7 @@ std::optional<RecordSet> read_record_set(const std::string& id, const Machine& m
     set.hasUnseenNo = decided.hasUnseenNo;
     set.isPresent = set.systemBuild == machine.systemBuild && machine.lists(set.rendererID);
     set.isComplete = is_complete(set);
+    set.isSoftware = machine.is_software(set.rendererID, set.renderer.value_or(""));
     bool hasFlags = false;
     for_each_cell([&](const Cell& cell) {
         hasFlags |= flags.recorded[cell.format][cell.capability].has_value();

@@ -63,7 +63,8 @@ void write_list_text(const RecordSets& all, const Terminal& terminal, std::ostre
         const RecordSet set = plain(each);
         rows.push_back({std::to_string(rows.size()), short_id(set, all), renderer_name(set),
                         short_driver(set.glVersion), set.systemBuild,
-                        describe_state(set) + (set.isPresent ? ", present" : "")});
+                        describe_state(set) + (set.isPresent ? ", present" : "") +
+                            (set.isSoftware ? ", software" : "")});
     }
     ListColumns columns;
     for (const auto& row : rows) {
