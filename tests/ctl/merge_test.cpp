@@ -128,15 +128,21 @@ protected:
         hung.verdicts[7][2] = ctl::Verdict::kHung;
         keep("n8.json", {hung});
         keep("n4.json", {});
-        // What the machine had before is not what it is.
-        ctl::RecordSet software = healthy_set();
-        software.renderer = "llvmpipe (LLVM 15.0.6, 256 bits)";
-        ctl::RecordSet before = healthy_set();
-        before.isPresent = before.isComplete = false;
-        before.systemBuild = "build-before";
-        before.id = kIDPrefix + before.rendererID + '.' + before.systemBuild;
-        software.isSoftware = true;
-        keep("n2.json", {before, software});
+        keep("n2.json", {set_before(), software_set()});
+    }
+    static ctl::RecordSet software_set() {
+        ctl::RecordSet set = healthy_set();
+        set.renderer = "llvmpipe (LLVM 15.0.6, 256 bits)";
+        set.isSoftware = true;
+        return set;
+    }
+    /// Of hardware and an older build, and not complete.
+    static ctl::RecordSet set_before() {
+        ctl::RecordSet set = healthy_set();
+        set.isPresent = set.isComplete = false;
+        set.systemBuild = "build-before";
+        set.id = kIDPrefix + set.rendererID + '.' + set.systemBuild;
+        return set;
     }
     void keep(const std::string& name, const ctl::RecordSets& sets) const {
         std::filesystem::create_directories(folder_.file("fleet"));
@@ -171,6 +177,23 @@ TEST_F(MergeOfMachines, names_those_that_differ_first) {
     // Nothing differs among machines that are alike.
     EXPECT_TRUE(outliers({file("n1.json"), file("n3.json")}).empty());
     EXPECT_TRUE(outliers({file("n8.json")}).empty());
+}
+
+TEST_F(MergeOfMachines, judges_one_by_its_present_build_where_it_has_some) {
+    keep("n6.json", {software_set(), set_before()});
+    EXPECT_EQ(first_outlier({file("n6.json")}), "n6: software renderer (llvmpipe)");
+    keep("n6.json", {set_before()});
+    EXPECT_EQ(first_outlier({file("n6.json")}), "n6: not complete");
+    keep("n6.json", {healthy_set(), software_set()});
+    EXPECT_EQ(first_outlier({file("n6.json")}), "none");
+}
+
+TEST_F(MergeOfMachines, does_not_name_software_where_all_are) {
+    keep("n6.json", {software_set()});
+    keep("n7.json", {software_set()});
+    EXPECT_EQ(first_outlier({file("n6.json"), file("n7.json")}), "none");
+    EXPECT_EQ(first_outlier({file("n1.json"), file("n6.json"), file("n7.json")}),
+              "n6, n7: software renderer (llvmpipe)");
 }
 
 TEST_F(MergeOfMachines, takes_their_names_from_the_arguments) {
@@ -214,6 +237,14 @@ TEST_F(MergeOfMachines, counts_one_that_is_given_twice_once) {
                                      "another machine\n"));
     EXPECT_EQ(first_outlier({file(""), "n9=" + copy}),
               "n8, n9: GL_RGBA8 upload set hung; 3 machines with the same driver: yes");
+}
+
+TEST_F(MergeOfMachines, are_one_for_each_document) {
+    ctl::RecordSet hung = healthy_set();
+    hung.verdicts[7][2] = ctl::Verdict::kHung;
+    keep("n9.json", {hung, hung});
+    EXPECT_EQ(first_outlier({file("n1.json"), file("n3.json"), file("n9.json")}),
+              "n9: GL_RGBA8 upload set hung; 2 machines with the same driver: yes");
 }
 
 TEST_F(MergeOfMachines, names_twenty_and_counts_the_others) {
