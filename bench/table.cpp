@@ -18,20 +18,13 @@
 #include "interleaved.h"
 #include "process.h"
 #include "program_folder.h"
+#include "rows.h"
+#include "survey_rows.h"
 
 namespace {
 
 using namespace texprobe::bench;
 namespace fs = std::filesystem;
-
-struct Row {
-    std::string what;
-    double subject;
-    double baseline;
-    const char* unit;
-    double ratio;
-    double aim;  // The highest acceptable ratio; 0: none.
-};
 
 struct Cell {
     std::string name;
@@ -41,10 +34,6 @@ struct Cell {
     double toSumming;
     double toOpenCV;  // 0: OpenCV is not installed.
 };
-
-Row row_of(const std::string& what, double subject, double baseline, const char* unit, double aim) {
-    return {what, subject, baseline, unit, subject / baseline, aim};
-}
 
 std::vector<std::vector<std::string>> tab_separated(const std::string& text) {
     std::vector<std::vector<std::string>> lines;
@@ -102,28 +91,6 @@ void add_kernels(const std::vector<Cell>& cells, std::vector<Row>* rows) {
         "8-bit same-layout kernels : summing pass", cells, 2.0,
         [](const Cell& cell) { return cell.is8bit && cell.isSameLayout ? cell.toSumming : 0.0; },
         rows);
-}
-
-/// Runs of one command.
-struct Runs {
-    std::vector<double> milliseconds;
-    std::vector<double> cpuMilliseconds;
-    std::vector<double> peakMiB;
-
-    void add(const ProcessRun& run) {
-        milliseconds.push_back(run.seconds * 1e3);
-        cpuMilliseconds.push_back(run.cpuSeconds * 1e3);
-        peakMiB.push_back(run.peakKiB / 1024);
-    }
-};
-
-Row time_row(const char* what, const Runs& subject, const Runs& baseline, double aim) {
-    return row_of(what, median(subject.milliseconds), median(baseline.milliseconds), "ms", aim);
-}
-
-Row cpu_row(const char* what, const Runs& subject, const Runs& baseline) {
-    return row_of(what, median(subject.cpuMilliseconds), median(baseline.cpuMilliseconds), "ms",
-                  0.0);
 }
 
 /// One version's runs, as its users feel them.
@@ -223,15 +190,6 @@ struct Processes {
     OpenTimes open;
     Runs firstInMemory, firstWithoutShaders, bare, bareWithWrites, floor, eglinfo;
 };
-
-/// With a folder of compiled shaders of its own, which is empty, as a user's is in a first run.
-ProcessRun run_without_shaders(const std::string& tool, const std::string& folder) {
-    fs::remove_all(folder);
-    setenv("MESA_SHADER_CACHE_DIR", folder.c_str(), 1);
-    ProcessRun run = run_process({tool});
-    unsetenv("MESA_SHADER_CACHE_DIR");
-    return run;
-}
 
 Processes run_processes(const fs::path& folder, const fs::path& before, int rounds) {
     const Programs programs(folder, folder);
@@ -393,6 +351,7 @@ int main(int argc, char** argv) {
     add_kernels(cells, &rows);
     rows.insert(rows.end(), storeRow.begin(), storeRow.end());
     measure_processes(folder, before, rounds, &rows);
+    measure_survey(folder, std::max(1, rounds / 8), &rows);
     print_cells(cells);
     print_rows(rows);
     write_json(json, rows, cells);

@@ -1,15 +1,28 @@
-// texprobe-survey: what the formats of today can do in each kind of context.
+// texprobe-survey: what the formats of today can do in each kind of context. Everything that is
+// missing, on every renderer of every display, under the measuring turn, one format at a time.
 
+#include <ApplicationServices/ApplicationServices.h>
+#include <OpenGL/OpenGL.h>
+
+#include <cstdint>
 #include <cstdio>
+#include <set>
 #include <string>
+#include <vector>
 
 #include <runs/interruption.h>
 #include <runs/measuring_turn.h>
-#include "run/survey_run.h"
+#include "run/profile_survey.h"
 
 namespace {
 
 using namespace texprobe::survey;
+
+/// What is asked for.
+struct SurveyWish {
+    std::vector<Profile> profiles = {kProfiles.begin(), kProfiles.end()};
+    std::vector<const Format*> formats;
+};
 
 int fail_with_usage(const std::string& reason) {
     if (!reason.empty()) std::fprintf(stderr, "*** %s\n", reason.c_str());
@@ -18,28 +31,96 @@ int fail_with_usage(const std::string& reason) {
     return 1;
 }
 
-bool set_profile(const std::string& name, Wish* wish) {
-    for (const Profile profile : kProfiles) {
-        if (name == name_of(profile)) wish->profile = profile;
+/// True if all that was asked for is recorded.
+bool survey_renderer(GLint rendererID, const SurveyWish& wish) {
+    SurveyRecords records(rendererID);
+    // A damaged store is put aside, which matters only if something is missing in the end.
+    records.synchronize();
+    for (const Profile profile : wish.profiles) {
+        ProfileSurvey survey(rendererID, profile, &records);
+        for (const Format* format : wish.formats) survey.survey(*format);
     }
-    return wish->profile.has_value();
+    bool isRecorded = records.synchronize();
+    for (const Profile profile : wish.profiles) {
+        const ProfileSurvey survey(rendererID, profile, &records);
+        for (const Format* format : wish.formats) {
+            isRecorded = isRecorded && survey.is_recorded(*format);
+        }
+    }
+    return isRecorded;
+}
+
+/// Adds the IDs of the renderers that can be used on the displays of the mask. The memory is asked
+/// for first, because that is when the platform finds out whether a renderer can be used.
+bool list_renderers(CGOpenGLDisplayMask mask, std::set<GLint>* ids) {
+    CGLRendererInfoObj info = nullptr;
+    GLint count = 0;
+    const CGLError error = CGLQueryRendererInfo(mask, &info, &count);
+    if (error != kCGLNoError) {
+        std::fprintf(stderr, "*** cannot query renderer info (%d)\n", error);
+        return false;
+    }
+    bool isComplete = true;
+    for (GLint index = 0; index < count; ++index) {
+        GLint memory = 0;
+        GLint id = 0;
+        CGLDescribeRenderer(info, index, kCGLRPTextureMemory, &memory);
+        if (CGLDescribeRenderer(info, index, kCGLRPRendererID, &id) == kCGLNoError) {
+            ids->insert(id);
+        } else {
+            std::fprintf(stderr, "*** cannot get renderer ID\n");
+            isComplete = false;
+        }
+    }
+    CGLDestroyRendererInfo(info);
+    return isComplete;
+}
+
+/// True if everything that was asked for is recorded on every renderer of every display.
+bool run_survey(const SurveyWish& wish) {
+    constexpr std::uint32_t kMaxDisplays = 32;
+    CGDirectDisplayID displays[kMaxDisplays];
+    std::uint32_t count = 0;
+    const CGError error = CGGetActiveDisplayList(kMaxDisplays, displays, &count);
+    if (error != kCGErrorSuccess) {
+        std::fprintf(stderr, "*** cannot get active display list (%d)\n", error);
+        return false;
+    }
+    std::set<GLint> renderers;
+    bool isComplete = true;
+    for (std::uint32_t i = 0; i < count; ++i) {
+        isComplete =
+            list_renderers(CGDisplayIDToOpenGLDisplayMask(displays[i]), &renderers) && isComplete;
+    }
+    if (renderers.empty()) std::fputs("*** no renderer\n", stderr);
+    bool isRecorded = isComplete && !renderers.empty();
+    for (const GLint id : renderers) isRecorded = survey_renderer(id, wish) && isRecorded;
+    return isRecorded;
 }
 
 }  // namespace
 
 int main(int argc, char** argv) {
-    Wish wish;
+    SurveyWish wish;
     for (int i = 1; i < argc; i += 2) {
         const std::string option = argv[i];
         const std::string value = i + 1 < argc ? argv[i + 1] : "";
-        if (option == "--profile" && !wish.profile) {
-            if (!set_profile(value, &wish)) return fail_with_usage("no profile: " + value);
-        } else if (option == "--format" && !wish.format) {
-            wish.format = find_format(value);
-            if (!wish.format) return fail_with_usage("no format of the survey: " + value);
+        if (option == "--profile" && wish.profiles.size() > 1) {
+            wish.profiles.clear();
+            for (const Profile profile : kProfiles) {
+                if (value == name_of(profile)) wish.profiles = {profile};
+            }
+            if (wish.profiles.empty()) return fail_with_usage("no profile: " + value);
+        } else if (option == "--format" && wish.formats.empty()) {
+            const Format* format = find_format(value);
+            if (!format) return fail_with_usage("no format of the survey: " + value);
+            wish.formats = {format};
         } else {
             return fail_with_usage("");
         }
+    }
+    if (wish.formats.empty()) {
+        for (const Format& format : formats()) wish.formats.push_back(&format);
     }
     texprobe::survive_closed_outputs();
     texprobe::remember_interruptions(texprobe::is_turn_lost);

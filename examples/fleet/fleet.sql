@@ -24,8 +24,8 @@ BEGIN
         EXCEPTION WHEN invalid_text_representation OR untranslatable_character THEN
             RAISE EXCEPTION '%.json is damaged: it is not JSON', line.machine;
         END;
-        IF (parsed ->> 'schema', parsed ->> 'schema_version', jsonb_typeof(parsed -> 'record_sets'))
-           IS DISTINCT FROM ('texprobe-records', '1', 'array') THEN
+        IF (parsed ->> 'schema', parsed ->> 'schema_version' IN ('1', '2'), jsonb_typeof(parsed -> 'record_sets'))
+           IS DISTINCT FROM ('texprobe-records', true, 'array') THEN
             RAISE EXCEPTION '%.json is not a document of texprobectl export that this understands', line.machine;
         END IF;
         INSERT INTO fleet_exports VALUES (line.machine, parsed)

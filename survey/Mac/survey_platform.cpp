@@ -1,4 +1,4 @@
-#include "opengl/survey_platform.h"
+#include "opengl/survey_context.h"
 
 #include <dlfcn.h>
 

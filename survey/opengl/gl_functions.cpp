@@ -1,7 +1,5 @@
 #include "opengl/gl_functions.h"
 
-#include "opengl/survey_platform.h"
-
 namespace texprobe::survey {
 
 namespace {
@@ -15,7 +13,7 @@ void load(const char* name, Function* function) {
 
 Gl load_gl() {
     Gl table;
-#define TEXPROBE_SURVEY_LOAD(result, name, parameters) load("gl" #name, &table.name);
+#define TEXPROBE_SURVEY_LOAD(name, signature) load("gl" #name, &table.name);
     TEXPROBE_SURVEY_FUNCTIONS(TEXPROBE_SURVEY_LOAD)
 #undef TEXPROBE_SURVEY_LOAD
     return table;

@@ -4,6 +4,7 @@
 #define TEXPROBE_SURVEY_GL_OBJECTS_H
 
 #include "opengl/gl_functions.h"
+#include "table/format_table.h"
 
 namespace texprobe::survey {
 
@@ -36,15 +37,17 @@ private:
     unsigned name_ = 0;
 };
 
-/// Bound, with one attachment. For depth there is no color buffer.
+/// Bound, with the texture where its format belongs. For depth there is no color buffer.
 class Framebuffer {
 public:
-    Framebuffer(const Gl& gl, Enum attachment, const Texture& texture) : gl_(gl) {
+    Framebuffer(const Gl& gl, const Format& format, const Texture& texture) : gl_(gl) {
+        const Enum attachment = format.base == Base::kDepth          ? gl::kDepthAttachment
+                                : format.base == Base::kDepthStencil ? gl::kDepthStencilAttachment
+                                                                     : gl::kColorAttachment;
+        const Enum buffer = format.is_depth() ? gl::kNone : gl::kColorAttachment;
         gl_.GenFramebuffers(1, &name_);
         gl_.BindFramebuffer(gl::kFramebuffer, name_);
         gl_.FramebufferTexture2D(gl::kFramebuffer, attachment, gl::kTexture2D, texture.name(), 0);
-        const bool isColor = attachment == gl::kColorAttachment;
-        const Enum buffer = isColor ? gl::kColorAttachment : gl::kNone;
         gl_.DrawBuffers(1, &buffer);
         gl_.ReadBuffer(buffer);
     }

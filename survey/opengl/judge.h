@@ -10,46 +10,45 @@
 
 #include "opengl/gl_objects.h"
 #include "opengl/survey_context.h"
-#include "pixels/texels.h"
+#include "pixels/texel_bytes.h"
 
 namespace texprobe::survey {
 
-/// What a shader takes a component for.
-enum class Numbers : unsigned char { kFloat, kInt, kUint };
-
-Numbers numbers_of(const Format& format);
+/// Defines the bound texture with glTexImage2D, in the plain layout.
+void define_texture(const Gl& gl, const Format& format, int width, int height, const void* pixels);
 
 class Judge {
 public:
     /// Checks itself with known clears; trouble() says what it found.
-    explicit Judge(const Context& context);
+    explicit Judge(const SurveyContext& context);
 
     /// Why nothing can be judged here; empty if it can.
     const std::string& trouble() const { return trouble_; }
 
     /// The texels of one level of the texture, which is bound afterwards.
-    Image look(const Texture& texture, Numbers numbers, int level, int width, int height) const;
+    TexelImage look(const Texture& texture, const Format& format, int level, int width,
+                    int height) const;
 
     /// What linear sampling gives between the texels of the first row: at 0, 1/4, 1/2 and 3/4 of
     /// the way from each to the next.
-    Image sample_row(const Texture& texture, int width) const;
+    TexelImage sample_row(const Texture& texture, int width) const;
 
-    /// Draws the image to the framebuffer that is bound; to its depth buffer, if `isDepth`.
-    void draw(const Image& image, Numbers numbers, bool isDepth) const;
+    /// Draws the image, of texels of that format, to the framebuffer that is bound.
+    void draw(const TexelImage& image, const Format& format) const;
 
 private:
     unsigned program(const std::string& body) const;
     void run(const std::string& body, const Texture& texture, int level, int width,
              int height) const;
-    Image read_target(Numbers numbers, int width, int height) const;
-    Image judge_with(const std::string& body, const Texture& texture, Numbers numbers, int level,
-                     int width, int height) const;
+    TexelImage judge_with(const std::string& body, const Texture& texture, const Format& format,
+                          int level, int width, int height) const;
     std::string check() const;
-    std::string check_clear(Enum internalFormat, Numbers numbers, const Texel& color) const;
-    std::string check_drawing() const;
+    bool sees_clear(const char* name, const Texel& color) const;
+    bool sees_what_it_draws() const;
 
-    const Context& context_;
+    const SurveyContext& context_;
     const Gl& gl_;
+    const Format& bits_;  ///< GL_RGBA32UI.
     mutable std::map<std::string, unsigned> programs_;
     std::string trouble_;
 };

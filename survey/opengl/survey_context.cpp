@@ -3,8 +3,6 @@
 #include <cstdio>
 #include <sstream>
 
-#include "opengl/survey_platform.h"
-
 namespace texprobe::survey {
 
 namespace {
@@ -50,7 +48,7 @@ std::set<std::string> extensions_of(const Gl& gl, int version) {
     return extensions;
 }
 
-void set_state(const Context& context) {
+void set_state(const SurveyContext& context) {
     const Gl& gl = context.gl;
     gl.Disable(gl::kDither);
     gl.PixelStorei(gl::kUnpackAlignment, 1);
@@ -84,8 +82,8 @@ const char* name_of_error(Enum error) {
 
 }  // namespace
 
-Context describe_current_context(Profile profile) {
-    Context context;
+SurveyContext describe_current_context(Profile profile) {
+    SurveyContext context;
     context.gl = load_gl();
     context.version = text_of(context.gl.GetString(gl::kVersion));
     context.facts.profile = profile;
@@ -96,7 +94,7 @@ Context describe_current_context(Profile profile) {
     return context;
 }
 
-OffscreenContext::OffscreenContext(GLint rendererID, Profile profile) {
+ProfileContext::ProfileContext(GLint rendererID, Profile profile) {
     if (choose_pixel_format(rendererID, profile, &pixelFormat_) != kCGLNoError || !pixelFormat_) {
         return;
     }
@@ -109,7 +107,7 @@ OffscreenContext::OffscreenContext(GLint rendererID, Profile profile) {
                  CGLSetCurrentContext(context_) == kCGLNoError;
 }
 
-OffscreenContext::~OffscreenContext() {
+ProfileContext::~ProfileContext() {
     if (context_) CGLDestroyContext(context_);
     if (pbuffer_) CGLDestroyPBuffer(pbuffer_);
     if (pixelFormat_) CGLDestroyPixelFormat(pixelFormat_);

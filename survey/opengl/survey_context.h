@@ -13,7 +13,7 @@
 namespace texprobe::survey {
 
 /// What the uses work with.
-struct Context {
+struct SurveyContext {
     Gl gl;
     ContextFacts facts;
     std::string version;  ///< As the context says it.
@@ -21,14 +21,18 @@ struct Context {
 
 /// Asks the current context. Sets the state that all uses rely on: no dithering, sRGB is encoded,
 /// rows without gaps.
-Context describe_current_context(Profile profile);
+SurveyContext describe_current_context(Profile profile);
 
-class OffscreenContext {
+/// A pixel format for contexts of OpenGL ES 3 on that renderer; kCGLBadAttribute where the system
+/// has none. Each system has its own.
+CGLError choose_es_pixel_format(GLint rendererID, CGLPixelFormatObj* pixelFormat);
+
+class ProfileContext {
 public:
-    OffscreenContext(GLint rendererID, Profile profile);
-    ~OffscreenContext();
-    OffscreenContext(const OffscreenContext&) = delete;
-    OffscreenContext& operator=(const OffscreenContext&) = delete;
+    ProfileContext(GLint rendererID, Profile profile);
+    ~ProfileContext();
+    ProfileContext(const ProfileContext&) = delete;
+    ProfileContext& operator=(const ProfileContext&) = delete;
 
     /// False if the renderer does not offer the profile.
     bool is_current() const { return isCurrent_; }

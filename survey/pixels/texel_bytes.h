@@ -10,16 +10,17 @@
 namespace texprobe::survey {
 
 /// How texels travel: OpenGL's format and type.
-struct Layout {
+struct TexelLayout {
     unsigned format;
     unsigned type;
 };
 
 /// The pair that every API accepts for the format, and that loses nothing.
-Layout plain_layout(const Format& format);
+TexelLayout plain_layout(const Format& format);
 
 /// The image in that layout, rows without gaps. Values are in the format's own scale.
-std::vector<unsigned char> bytes_of(const Format& format, const Layout& layout, const Image& image);
+std::vector<unsigned char> bytes_of(const Format& format, const TexelLayout& layout,
+                                    const TexelImage& image);
 
 }  // namespace texprobe::survey
 

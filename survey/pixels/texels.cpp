@@ -1,7 +1,6 @@
 #include "pixels/texels.h"
 
 #include <algorithm>
-#include <cmath>
 #include <cstdint>
 #include <cstdio>
 
@@ -17,23 +16,28 @@ double power_of_two(int exponent) {
     return std::ldexp(1.0, exponent);
 }
 
-/// The largest step number of a normalized component.
+bool is_normalized(Kind kind) {
+    return kind == Kind::kUnorm || kind == Kind::kSnorm || kind == Kind::kSrgb;
+}
+
+bool is_signed(Kind kind) {
+    return kind == Kind::kSnorm || kind == Kind::kInt;
+}
+
+/// The largest number of a component that is no float.
 double largest(Kind kind, int bits) {
-    return power_of_two(kind == Kind::kSnorm ? bits - 1 : bits) - 1;
+    return static_cast<double>((std::uint64_t{1} << (is_signed(kind) ? bits - 1 : bits)) - 1);
+}
+
+/// The other way round of number_of().
+double value_of(Kind kind, int bits, double number) {
+    const double value = is_normalized(kind) ? number / largest(kind, bits) : number;
+    return kind == Kind::kSrgb ? srgb_to_linear(value) : value;
 }
 
 /// After the point; of the small floats as OpenGL defines them.
 int mantissa_bits(int bits) {
-    switch (bits) {
-        case 10:
-            return 5;
-        case 11:
-            return 6;
-        case 16:
-            return 10;
-        default:
-            return 23;
-    }
+    return bits == 10 ? 5 : bits == 11 ? 6 : bits == 16 ? 10 : 23;
 }
 
 int exponent_of(double value) {
@@ -49,25 +53,12 @@ double round_float(double value, int bits) {
 }
 
 double quantize_component(Kind kind, int bits, double value) {
+    if (kind == Kind::kFloat) return round_float(value, bits);
+    if (kind == Kind::kUfloat) return round_float(std::max(value, 0.0), bits);
     const double top = largest(kind, bits);
-    switch (kind) {
-        case Kind::kUnorm:
-            return std::round(std::clamp(value, 0.0, 1.0) * top) / top;
-        case Kind::kSnorm:
-            return std::round(std::clamp(value, -1.0, 1.0) * top) / top;
-        case Kind::kSrgb:
-            return srgb_to_linear(std::round(linear_to_srgb(std::clamp(value, 0.0, 1.0)) * top) /
-                                  top);
-        case Kind::kUint:
-            return std::clamp(std::round(value), 0.0, top);
-        case Kind::kInt:
-            return std::clamp(std::round(value), -power_of_two(bits - 1),
-                              power_of_two(bits - 1) - 1);
-        case Kind::kUfloat:
-            return round_float(std::max(value, 0.0), bits);
-        default:
-            return round_float(value, bits);
-    }
+    const double lowest = kind == Kind::kSnorm ? -top : kind == Kind::kInt ? -top - 1 : 0;
+    const double number = std::round(number_of(kind, bits, value));
+    return value_of(kind, bits, std::clamp(number, lowest, top));
 }
 
 /// The unit of the three components, as EXT_texture_shared_exponent chooses it.
@@ -82,11 +73,10 @@ double shared_unit(const Texel& texel) {
 
 Texel quantize_shared(const Texel& texel) {
     const double unit = shared_unit(texel);
+    const double top = power_of_two(kSharedMantissaBits) - 1;
     Texel result = {0, 0, 0, 0};
     for (std::size_t c = 0; c < 3; ++c) {
-        result[c] = std::min(std::floor(std::max(texel[c], 0.0) / unit + 0.5),
-                             power_of_two(kSharedMantissaBits) - 1) *
-                    unit;
+        result[c] = std::min(std::floor(std::max(texel[c], 0.0) / unit + 0.5), top) * unit;
     }
     return result;
 }
@@ -100,10 +90,11 @@ std::uint32_t scattered(int x, int y, std::size_t component) {
 
 /// A number of that many bits. The first texels have the ends of the range.
 double pattern_number(int bits, int x, int y, std::size_t component) {
-    const double top = power_of_two(bits) - 1;
+    const double top = largest(Kind::kUint, bits);
     const double ends[] = {0, top, 1, top - 1};
-    if (y == 0 && x < 4)
+    if (y == 0 && x < 4) {
         return std::clamp(ends[(static_cast<std::size_t>(x) + component) % 4], 0.0, top);
+    }
     // The low bits of an odd number's multiples have every value; the high ones vary for the eye.
     const std::uint32_t number = scattered(x, y, component);
     return bits == 32 ? number : number & ((std::uint32_t{1} << bits) - 1);
@@ -126,22 +117,11 @@ double pattern_float(const Format& format, int x, int y, std::size_t component) 
 double pattern_component(const Format& format, int x, int y, std::size_t component) {
     const Kind kind = format.kind_of(component);
     const int bits = format.bits[component];
+    if (kind == Kind::kFloat || kind == Kind::kUfloat)
+        return pattern_float(format, x, y, component);
     const double number = pattern_number(bits, x, y, component);
-    const double centred = std::max(number - power_of_two(bits - 1), 1 - power_of_two(bits - 1));
-    switch (kind) {
-        case Kind::kUnorm:
-            return number / largest(kind, bits);
-        case Kind::kSrgb:
-            return srgb_to_linear(number / largest(kind, bits));
-        case Kind::kSnorm:
-            return centred / largest(kind, bits);
-        case Kind::kUint:
-            return number;
-        case Kind::kInt:
-            return centred;
-        default:
-            return pattern_float(format, x, y, component);
-    }
+    const double top = largest(kind, bits);
+    return value_of(kind, bits, is_signed(kind) ? std::max(number - top - 1, -top) : number);
 }
 
 /// The first component is at least half of the largest, so that the exponent is as meant.
@@ -155,6 +135,16 @@ Texel pattern_shared(int x, int y) {
     return texel;
 }
 
+std::string describe(const Format& format, const Texel& texel) {
+    std::string text = "(";
+    for (std::size_t c = 0; c < sampled_components(format); ++c) {
+        char number[32];
+        std::snprintf(number, sizeof number, format.is_integer() ? "%.0f" : "%.9g", texel[c]);
+        text += (c == 0 ? "" : ", ") + std::string(number);
+    }
+    return text + ")";
+}
+
 }  // namespace
 
 double srgb_to_linear(double encoded) {
@@ -163,6 +153,11 @@ double srgb_to_linear(double encoded) {
 
 double linear_to_srgb(double linear) {
     return linear < 0.0031308 ? linear * 12.92 : 1.055 * std::pow(linear, 1 / 2.4) - 0.055;
+}
+
+double number_of(Kind kind, int bits, double value) {
+    if (kind == Kind::kSrgb) value = linear_to_srgb(value);
+    return is_normalized(kind) ? value * largest(kind, bits) : value;
 }
 
 Texel quantize(const Format& format, const Texel& texel) {
@@ -185,27 +180,27 @@ Texel pattern(const Format& format, int x, int y) {
 }
 
 Texel ramp(const Format& format, double part) {
-    Texel texel = {0, 0, 0, 0};
-    for (std::size_t c = 0; c < 4; ++c) {
-        const double value = c % 2 == 0 ? part : 1 - part;
-        const Kind kind = format.kind_of(c);
-        const bool isSigned = kind == Kind::kSnorm || (kind == Kind::kFloat && !format.is_depth());
-        texel[c] = isSigned ? 2 * value - 1 : value;
-    }
-    return texel;
+    const bool isSigned =
+        format.kind == Kind::kSnorm || (format.kind == Kind::kFloat && !format.is_depth());
+    const auto value = [&](double place) { return isSigned ? 2 * place - 1 : place; };
+    return {value(part), value(1 - part), value(part), value(1 - part)};
 }
 
 std::array<Texel, 2> split(const Format& format, const Texel& texel) {
     Texel half = {0, 0, 0, 0};
-    for (std::size_t c = 0; c < 4; ++c) {
-        const Kind kind = format.kind_of(c);
-        const double top = largest(kind, format.bits[c]);
-        const bool hasSteps = format.has(c) && (kind == Kind::kUnorm || kind == Kind::kSnorm);
-        half[c] = hasSteps ? std::trunc(std::round(texel[c] * top) / 2) / top : texel[c] / 2;
-    }
-    if (format.kind == Kind::kSrgb) half = quantize(format, half);
     Texel rest = {0, 0, 0, 0};
-    for (std::size_t c = 0; c < 4; ++c) rest[c] = texel[c] - half[c];
+    for (std::size_t c = 0; c < 4; ++c) {
+        if (!format.has(c)) continue;
+        const Kind kind = format.kind_of(c);
+        const int bits = format.bits[c];
+        const double steps = std::round(number_of(kind, bits, texel[c]));
+        half[c] = texel[c] / 2;
+        if (kind == Kind::kSrgb) half[c] = quantize_component(kind, bits, half[c]);
+        if (kind == Kind::kUnorm || kind == Kind::kSnorm) {
+            half[c] = value_of(kind, bits, std::trunc(steps / 2));
+        }
+        rest[c] = texel[c] - half[c];
+    }
     return {half, rest};
 }
 
@@ -216,32 +211,20 @@ double step(const Format& format, std::size_t component, const Texel& texel) {
     const int bits = format.bits[component];
     const double value = texel[component];
     if (bits == 0) return 0;
-    switch (kind) {
-        case Kind::kUint:
-        case Kind::kInt:
-            return 1;
-        case Kind::kUnorm:
-        case Kind::kSnorm:
-            return 1 / largest(kind, bits);
-        case Kind::kSrgb: {
-            const double top = largest(kind, bits);
-            const double number = linear_to_srgb(std::clamp(value, 0.0, 1.0)) * top;
-            const double next = std::min(number + 1, top);
-            return srgb_to_linear(next / top) - srgb_to_linear((next - 1) / top);
-        }
-        case Kind::kSharedExponent:
-            return shared_unit(texel);
-        default:
-            return power_of_two((value == 0 ? -14 : exponent_of(value)) - mantissa_bits(bits));
+    if (kind == Kind::kSharedExponent) return shared_unit(texel);
+    if (!is_normalized(kind)) {
+        return power_of_two((value == 0 ? -14 : exponent_of(value)) - mantissa_bits(bits));
     }
+    const double top = largest(kind, bits);
+    if (kind != Kind::kSrgb) return 1 / top;
+    const double next = std::min(number_of(kind, bits, std::clamp(value, 0.0, 1.0)) + 1, top);
+    return value_of(kind, bits, next) - value_of(kind, bits, next - 1);
 }
 
 double tolerance(const Format& format, std::size_t component, const Texel& expected) {
-    const Kind kind = format.kind_of(component);
-    const bool isNormalized = kind == Kind::kUnorm || kind == Kind::kSnorm || kind == Kind::kSrgb;
+    if (!is_normalized(format.kind_of(component))) return 0;
     // A shader sees a normalized value as a float, which may be off by one of its own last bits.
-    const double lastBit = power_of_two(-24);
-    return isNormalized ? step(format, component, expected) + lastBit : 0;
+    return step(format, component, expected) + power_of_two(-24);
 }
 
 Texel as_sampled(const Format& format, Texel texel) {
@@ -250,18 +233,10 @@ Texel as_sampled(const Format& format, Texel texel) {
     return texel;
 }
 
-std::size_t sampled_components(const Format& format) {
-    return format.is_depth() ? 1 : 4;
-}
-
-std::string describe(const Format& format, const Texel& texel) {
-    std::string text = "(";
-    for (std::size_t c = 0; c < sampled_components(format); ++c) {
-        char number[32];
-        std::snprintf(number, sizeof number, format.is_integer() ? "%.0f" : "%.9g", texel[c]);
-        text += (c == 0 ? "" : ", ") + std::string(number);
-    }
-    return text + ")";
+std::string describe_difference(const Format& format, const Texel& expected, int x, int y,
+                                const Texel& came) {
+    return "expected " + describe(format, expected) + " at " + std::to_string(x) + ", " +
+           std::to_string(y) + ", came " + describe(format, came);
 }
 
 }  // namespace texprobe::survey

@@ -5,6 +5,7 @@
 #define TEXPROBE_SURVEY_TEXELS_H
 
 #include <array>
+#include <cmath>
 #include <cstddef>
 #include <string>
 #include <vector>
@@ -15,22 +16,19 @@ namespace texprobe::survey {
 
 using Texel = std::array<double, 4>;
 
-struct Image {
+struct TexelImage {
     int width = 0;
     int height = 0;
     std::vector<Texel> texels = {};
 
-    const Texel& at(int x, int y) const {
-        return texels[static_cast<std::size_t>(y) * static_cast<std::size_t>(width) +
-                      static_cast<std::size_t>(x)];
-    }
+    const Texel& at(int x, int y) const { return texels[static_cast<unsigned>(y * width + x)]; }
 };
 
 /// Makes an image of `texel(x, y)`.
 template <typename Function>
-Image make_image(int width, int height, Function texel) {
-    Image image = {width, height};
-    image.texels.reserve(static_cast<std::size_t>(width) * static_cast<std::size_t>(height));
+TexelImage make_image(int width, int height, Function texel) {
+    TexelImage image = {width, height};
+    image.texels.reserve(static_cast<unsigned>(width * height));
     for (int y = 0; y < height; ++y) {
         for (int x = 0; x < width; ++x) image.texels.push_back(texel(x, y));
     }
@@ -39,6 +37,10 @@ Image make_image(int width, int height, Function texel) {
 
 double srgb_to_linear(double encoded);
 double linear_to_srgb(double linear);
+
+/// The value of a normalized component as a number of steps of that many bits, not rounded; other
+/// components are their own number.
+double number_of(Kind kind, int bits, double value);
 
 /// The nearest texel that the format holds; sRGB in linear values.
 Texel quantize(const Format& format, const Texel& texel);
@@ -54,7 +56,8 @@ Texel ramp(const Format& format, double part);
 /// Two texels that the format holds, except sRGB's second one, and whose sum is `texel`.
 std::array<Texel, 2> split(const Format& format, const Texel& texel);
 
-/// How far it is from this texel's component to the next value that the format holds.
+/// How far it is from this texel's component to the next value that the format holds. Not for
+/// integers.
 double step(const Format& format, std::size_t component, const Texel& texel);
 
 /// How far a drawn or blended component may be from what was drawn: one step of normalized formats;
@@ -66,25 +69,27 @@ double tolerance(const Format& format, std::size_t component, const Texel& expec
 Texel as_sampled(const Format& format, Texel texel);
 
 /// Components whose samples are defined: of depth the first.
-std::size_t sampled_components(const Format& format);
+inline std::size_t sampled_components(const Format& format) {
+    return format.is_depth() ? 1 : 4;
+}
 
-/// "(0.5, 0, 0, 1)", with enough digits to tell two floats from each other.
-std::string describe(const Format& format, const Texel& texel);
+/// "expected (0.5, 0, 0, 1) at 3, 4, came ...", with enough digits to tell two floats apart.
+std::string describe_difference(const Format& format, const Texel& expected, int x, int y,
+                                const Texel& came);
 
-/// The first texel that is farther from what is expected than `allowed(component, x, y)`, as
-/// "expected ... at 3, 4, came ..."; empty if there is none.
-template <typename Allowed>
-std::string first_difference(const Format& format, const Image& expected, const Image& came,
+/// The first texel that is farther from `expectedAt(x, y)` than `allowed(component, expected, x,
+/// y)`; empty if there is none.
+template <typename Expected, typename Allowed>
+std::string first_difference(const Format& format, const TexelImage& came, Expected expectedAt,
                              Allowed allowed) {
-    for (int y = 0; y < expected.height; ++y) {
-        for (int x = 0; x < expected.width; ++x) {
-            const Texel& a = expected.at(x, y);
-            const Texel& b = came.at(x, y);
+    for (int y = 0; y < came.height; ++y) {
+        for (int x = 0; x < came.width; ++x) {
+            const Texel expected = expectedAt(x, y);
+            const Texel& here = came.at(x, y);
             for (std::size_t c = 0; c < sampled_components(format); ++c) {
-                const double distance = a[c] > b[c] ? a[c] - b[c] : b[c] - a[c];
-                if (distance <= allowed(c, x, y)) continue;
-                return "expected " + describe(format, a) + " at " + std::to_string(x) + ", " +
-                       std::to_string(y) + ", came " + describe(format, b);
+                const double distance = std::abs(expected[c] - here[c]);
+                if (distance == 0 || distance <= allowed(c, expected, x, y)) continue;
+                return describe_difference(format, expected, x, y, here);
             }
         }
     }

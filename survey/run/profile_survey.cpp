@@ -7,26 +7,21 @@
 
 #include <runs/interruption.h>
 #include <runs/measuring_turn.h>
+#include "table/record_keys.h"
 
 namespace texprobe::survey {
 
 namespace {
-
-// A profile's record: what the context says of its version, or one of these. Who ends while it
-// opens a context has opened it twice before the driver is blamed: somebody may have killed it.
-constexpr const char* kOpening = "opening";
-constexpr const char* kOpeningAgain = "opening again";
-constexpr const char* kNotOffered = "not_offered";
-constexpr const char* kCrashed = "crashed";
 
 void end_if_interrupted() {
     if (texprobe::is_interrupted()) texprobe::end_by_interruption();
 }
 
 /// The turn for one format. Others may have written records since the last one.
-class Turn {
+class FormatTurn {
 public:
-    explicit Turn(SurveyRecords* records) : turn_(texprobe::turn_settings(), end_if_interrupted) {
+    explicit FormatTurn(SurveyRecords* records)
+        : turn_(texprobe::turn_settings(), end_if_interrupted) {
         turn_.take_in_hand(records->name());
         static bool isTold = false;
         const std::string trouble = turn_.trouble();
@@ -39,10 +34,6 @@ public:
 private:
     texprobe::MeasuringTurn turn_;
 };
-
-bool has_no_formats(const std::string& profileRecord) {
-    return profileRecord == kNotOffered || profileRecord == kCrashed;
-}
 
 std::string describe(const FormatRecord& record) {
     std::string text;
@@ -61,16 +52,19 @@ bool ProfileSurvey::is_recorded(const Format& format) const {
     return record && is_complete(format, *record);
 }
 
-bool ProfileSurvey::survey(const Format& format) {
-    if (is_recorded(format)) return true;
+void ProfileSurvey::survey(const Format& format) {
+    if (is_recorded(format)) return;
     end_if_interrupted();
-    const Turn turn(&records_);
-    if (is_recorded(format) || !is_offered()) return records_.synchronize();
+    const FormatTurn turn(&records_);
+    if (is_recorded(format)) return;
+    if (!is_offered()) {
+        records_.synchronize();
+        return;
+    }
     const auto left = records_.format(profile_, format);
-    const bool isRecorded = left ? survey_use_by_use(format, *left) : survey_at_once(format);
+    if (!(left ? survey_use_by_use(format, *left) : survey_at_once(format))) return;
     std::fprintf(stderr, "%s[%d] %s %s: %s\n", records_.name().c_str(), getpid(), name_of(profile_),
                  format.name, describe(*records_.format(profile_, format)).c_str());
-    return isRecorded;
 }
 
 /// Opens a context, once, and records what it says.
@@ -78,12 +72,12 @@ bool ProfileSurvey::is_offered() {
     if (opened_) return true;
     const std::string former = records_.profile(profile_).value_or("");
     const bool hasDied = former == kOpeningAgain;
-    std::string found = kCrashed;
+    std::string found = kContextCrashed;
     if (!hasDied) {
         records_.set_profile(profile_, former == kOpening ? kOpeningAgain : kOpening);
         if (!records_.synchronize()) return false;
         opened_ = std::make_unique<Opened>(rendererID_, profile_);
-        found = opened_->offscreen.is_current() ? opened_->context.version : kNotOffered;
+        found = opened_->offscreen.is_current() ? opened_->context.version : kContextNotOffered;
     }
     records_.set_profile(profile_, found);
     std::fprintf(stderr, "%s[%d] %s: %s\n", records_.name().c_str(), getpid(), name_of(profile_),

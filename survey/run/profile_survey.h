@@ -17,21 +17,21 @@ public:
     ProfileSurvey(int rendererID, Profile profile, SurveyRecords* records)
         : rendererID_(rendererID), profile_(profile), records_(*records) {}
 
-    /// Surveys the format, unless that is recorded. False if it could not be recorded.
-    bool survey(const Format& format);
+    /// Surveys the format, unless that is recorded.
+    void survey(const Format& format);
+    bool is_recorded(const Format& format) const;
 
 private:
     struct Opened {
         Opened(int rendererID, Profile profile)
             : offscreen(rendererID, profile),
-              context(offscreen.is_current() ? describe_current_context(profile) : Context{}),
+              context(offscreen.is_current() ? describe_current_context(profile) : SurveyContext{}),
               judge(context) {}
-        const OffscreenContext offscreen;
-        const Context context;
+        const ProfileContext offscreen;
+        const SurveyContext context;
         const Judge judge;
     };
 
-    bool is_recorded(const Format& format) const;
     bool is_offered();
     bool survey_at_once(const Format& format);
     bool survey_use_by_use(const Format& format, FormatRecord record);

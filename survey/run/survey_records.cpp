@@ -5,11 +5,11 @@
 #include <cstdio>
 #include <vector>
 
+#include "table/record_keys.h"
+
 namespace texprobe::survey {
 
 namespace {
-
-constexpr const char* kDomain = "org.texprobe.survey1";
 
 /// A string that is released with the object.
 class String {
@@ -40,10 +40,6 @@ std::string set_name(int rendererID) {
     char id[16];
     std::snprintf(id, sizeof id, "%x", static_cast<unsigned>(rendererID));
     return std::string(kDomain) + '.' + id + '.' + system_build();
-}
-
-std::string key_of(Profile profile, const Format& format) {
-    return std::string(name_of(profile)) + '.' + format.name;
 }
 
 }  // namespace
@@ -77,11 +73,11 @@ void SurveyRecords::write(const std::string& key, const std::string& text) {
 }
 
 std::optional<std::string> SurveyRecords::profile(Profile profile) const {
-    return read(name_of(profile));
+    return read(key_of(profile));
 }
 
 void SurveyRecords::set_profile(Profile profile, const std::string& text) {
-    write(name_of(profile), text);
+    write(key_of(profile), text);
 }
 
 std::optional<FormatRecord> SurveyRecords::format(Profile profile, const Format& format) const {

@@ -1,6 +1,4 @@
-// The survey's records of one renderer, in the user's preferences: under
-// "org.texprobe.survey1.<renderer>.<build>" one text for each profile, and one for each profile and
-// format. The number in the domain rises when verdicts may change.
+// The survey's records of one renderer, in the user's preferences.
 
 #ifndef TEXPROBE_SURVEY_RECORDS_H
 #define TEXPROBE_SURVEY_RECORDS_H

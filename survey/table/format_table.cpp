@@ -173,15 +173,8 @@ const char* name_of(Use use) {
 }
 
 bool has_use(const Format& format, Use use) {
-    switch (use) {
-        case Use::kFilter:
-        case Use::kMipmap:
-            return !format.is_integer();
-        case Use::kBlend:
-            return !format.is_integer() && !format.is_depth();
-        default:
-            return true;
-    }
+    if (use == Use::kBlend) return !format.is_integer() && !format.is_depth();
+    return !format.is_integer() || (use != Use::kFilter && use != Use::kMipmap);
 }
 
 }  // namespace texprobe::survey

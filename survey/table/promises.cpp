@@ -67,21 +67,13 @@ std::string who_promises(const ContextFacts& facts, const char* words) {
 }
 
 std::string who_promises(const ContextFacts& facts, const Format& format, Use use) {
-    switch (use) {
-        case Use::kCreate:
-            return who_promises(facts, format.promises->create);
-        case Use::kCreateStorage:
-            return who_promises_storage(facts, format);
-        case Use::kFilter:
-            return who_promises(facts, format.promises->filter);
-        case Use::kMipmap:
-            return who_promises_mipmap(facts, format);
-        case Use::kRender:
-            return who_promises(facts, format.promises->render);
-        case Use::kBlend:
-            return who_promises(facts, format.promises->blend);
-    }
-    return "";
+    if (use == Use::kCreateStorage) return who_promises_storage(facts, format);
+    if (use == Use::kMipmap) return who_promises_mipmap(facts, format);
+    const Promises& promises = *format.promises;
+    return who_promises(facts, use == Use::kCreate   ? promises.create
+                               : use == Use::kFilter ? promises.filter
+                               : use == Use::kRender ? promises.render
+                                                     : promises.blend);
 }
 
 }  // namespace texprobe::survey

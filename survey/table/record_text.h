@@ -21,6 +21,8 @@ namespace texprobe::survey {
 struct FormatRecord {
     bool isMeasuring = false;  ///< Begun as a whole; the uses are not recorded one by one.
     std::map<Use, Judged> uses;
+
+    bool operator==(const FormatRecord&) const = default;
 };
 
 std::string write_record(const FormatRecord& record);

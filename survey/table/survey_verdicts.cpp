@@ -26,14 +26,8 @@ std::optional<Verdict> find_verdict(const std::string& name) {
 
 Judged judge(const Finding& finding, const std::string& promise) {
     const std::string& who = promise.empty() ? finding.promise : promise;
-    switch (finding.kind) {
-        case Finding::Kind::kHolds:
-            return {Verdict::kYes, ""};
-        case Finding::Kind::kCannotTell:
-            return {Verdict::kUnknown, finding.text};
-        default:
-            break;
-    }
+    if (finding.kind == Finding::Kind::kHolds) return {Verdict::kYes, ""};
+    if (finding.kind == Finding::Kind::kCannotTell) return {Verdict::kUnknown, finding.text};
     if (who.empty() || !finding.isPromised) return {Verdict::kNotOffered, finding.text};
     const bool isRefused = finding.kind == Finding::Kind::kRefused;
     return {isRefused ? Verdict::kRefused : Verdict::kWrong,

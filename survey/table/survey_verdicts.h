@@ -35,6 +35,8 @@ struct Finding {
 struct Judged {
     Verdict verdict = Verdict::kUnknown;
     std::string text;  ///< Empty for a yes.
+
+    bool operator==(const Judged&) const = default;
 };
 
 /// `promise` says who promised the use; empty for nobody.

@@ -8,39 +8,31 @@ namespace {
 
 constexpr int kCreatedSize = 128;
 
-struct SizeQuery {
-    const char* component;
-    Enum name;
-    int bits;
-};
-
-std::vector<SizeQuery> size_queries(const Format& format) {
-    const std::array<int, 4>& bits = format.bits;
-    switch (format.base) {
-        case Base::kLuminance:
-            return {{"luminance", gl::kLuminanceSize, bits[0]}, {"alpha", gl::kAlphaSize, bits[3]}};
-        case Base::kDepth:
-            return {{"depth", gl::kDepthSize, bits[0]}};
-        case Base::kDepthStencil:
-            return {{"depth", gl::kDepthSize, bits[0]}, {"stencil", gl::kStencilSize, 8}};
-        default:
-            return {{"red", gl::kRedSize, bits[0]},
-                    {"green", gl::kGreenSize, bits[1]},
-                    {"blue", gl::kBlueSize, bits[2]},
-                    {"alpha", gl::kAlphaSize, bits[3]}};
-    }
-}
-
 /// The first component of the bound texture that is smaller than the format's, in words.
 std::string smaller_component(const Work& work) {
     const ContextFacts& facts = work.context.facts;
     if (!facts.is_desktop(0) && !facts.is_es(31)) return "";
-    for (const SizeQuery& query : size_queries(work.format)) {
+    const Base base = work.format.base;
+    const auto bitsIf = [&](bool isThere, std::size_t c) {
+        return isThere ? work.format.bits[c] : 0;
+    };
+    const struct {
+        const char* component;
+        Enum name;
+        int bits;
+    } queries[] = {{"red", gl::kRedSize, bitsIf(base == Base::kColor, 0)},
+                   {"green", gl::kGreenSize, bitsIf(base == Base::kColor, 1)},
+                   {"blue", gl::kBlueSize, bitsIf(base == Base::kColor, 2)},
+                   {"alpha", gl::kAlphaSize, work.format.bits[3]},
+                   {"luminance", gl::kLuminanceSize, bitsIf(base == Base::kLuminance, 0)},
+                   {"depth", gl::kDepthSize, bitsIf(work.format.is_depth(), 0)},
+                   {"stencil", gl::kStencilSize, base == Base::kDepthStencil ? 8 : 0}};
+    for (const auto& [component, name, wanted] : queries) {
         int bits = 0;
-        work.gl().GetTexLevelParameteriv(gl::kTexture2D, 0, query.name, &bits);
-        if (bits < query.bits) {
-            return std::string(query.component) + " has " + std::to_string(bits) +
-                   " bits instead of " + std::to_string(query.bits);
+        if (wanted != 0) work.gl().GetTexLevelParameteriv(gl::kTexture2D, 0, name, &bits);
+        if (bits < wanted) {
+            return std::string(component) + " has " + std::to_string(bits) + " bits instead of " +
+                   std::to_string(wanted);
         }
     }
     return "";
@@ -62,7 +54,7 @@ Finding find_created(const Work& work, const char* call) {
 
 Finding create(const Work& work) {
     const Texture texture(work.gl());
-    define(work, kCreatedSize, kCreatedSize, nullptr);
+    define_texture(work.gl(), work.format, kCreatedSize, kCreatedSize, nullptr);
     return find_created(work, "glTexImage2D");
 }
 

@@ -1,7 +1,6 @@
 // Linear sampling, between the texels of a row.
 
 #include <algorithm>
-#include <cmath>
 #include <cstdlib>
 
 #include "uses/uses.h"
@@ -35,10 +34,9 @@ Between between(const Format& format, const Texel& a, const Texel& b, double wei
     Between result = {};
     for (std::size_t c = 0; c < 4; ++c) {
         const double value = a[c] + (b[c] - a[c]) * weight;
-        const double other = format.kind_of(c) == Kind::kSrgb && format.has(c)
-                                 ? after_decoding(a[c], b[c], weight)
-                                 : value;
-        const double one = std::max(std::abs(step(format, c, a)), std::abs(step(format, c, b)));
+        const bool isSrgb = format.kind_of(c) == Kind::kSrgb && format.has(c);
+        const double other = isSrgb ? after_decoding(a[c], b[c], weight) : value;
+        const double one = std::max(step(format, c, a), step(format, c, b));
         result.value[c] = (value + other) / 2;
         result.allowed[c] =
             std::max(one, std::abs(a[c] - b[c]) / 256) + std::abs(value - other) / 2;
@@ -51,7 +49,7 @@ Between between(const Format& format, const Texel& a, const Texel& b, double wei
 Finding filter(const Work& work) {
     const Format& format = work.format;
     const Texture texture(work.gl());
-    Image row;
+    TexelImage row;
     const auto failure =
         upload(work, texture,
                make_image(kRowWidth, 1, [&](int x, int) { return row_texel(format, x); }), &row);
@@ -59,19 +57,18 @@ Finding filter(const Work& work) {
     texture.bind();
     texture.set(gl::kMinFilter, gl::kLinear);
     texture.set(gl::kMagFilter, gl::kLinear);
-    const Image came = work.judge.sample_row(texture, kRowWidth);
-    const auto betweenAt = [&](int x) {
+    const TexelImage came = work.judge.sample_row(texture, kRowWidth);
+    const auto at = [&](int x) {
         const int left = x / 4;
-        return between(format, row.at(left, 0), row.at(std::min(left + 1, kRowWidth - 1), 0),
-                       (x % 4) / 4.0);
+        const int right = std::min(left + 1, kRowWidth - 1);
+        return between(format, row.at(left, 0), row.at(right, 0), x % 4 / 4.0);
     };
-    const Image expected =
-        make_image(came.width, 1, [&](int x, int) { return betweenAt(x).value; });
     const std::string difference = first_difference(
-        format, expected, came, [&](std::size_t c, int x, int) { return betweenAt(x).allowed[c]; });
+        format, came, [&](int x, int) { return at(x).value; },
+        [&](std::size_t c, const Texel&, int x, int) { return at(x).allowed[c]; });
     const std::string errors = take_errors(work.gl());
     if (!errors.empty()) return refused("sampling gives " + errors);
-    return difference.empty() ? Finding{} : other_pixels("quarters between texels: " + difference);
+    return of_difference(difference, "quarters between texels: ");
 }
 
 }  // namespace texprobe::survey

@@ -8,56 +8,64 @@ namespace {
 
 constexpr int kDrawnSize = 64;
 
-/// Draws `images`, one after the other, with blending from the second on; and looks whether the
-/// pattern is there.
-Finding draw_and_compare(const Work& work, const std::vector<Image>& images) {
+Finding incomplete(Enum status) {
+    constexpr Enum kAttachment = 0x8CD6, kMissing = 0x8CD7, kUnsupported = 0x8CDD;
+    const std::string why = status == kUnsupported  ? "unsupported"
+                            : status == kAttachment ? "incomplete attachment"
+                            : status == kMissing    ? "missing attachment"
+                                                    : "status " + std::to_string(status);
+    return refused("the framebuffer is incomplete (" + why + ")");
+}
+
+/// Draws `images`, one after the other, with blending from the second on; and looks whether
+/// `expected` is there.
+Finding draw_and_compare(const Work& work, const std::vector<TexelImage>& images,
+                         const TexelImage& expected) {
     const Format& format = work.format;
     const Gl& gl = work.gl();
     const Texture texture(gl);
-    define(work, kDrawnSize, kDrawnSize, nullptr);
+    define_texture(gl, format, kDrawnSize, kDrawnSize, nullptr);
     {
-        const Framebuffer framebuffer(gl, attachment_of(format), texture);
+        const Framebuffer framebuffer(gl, format, texture);
         const Enum status = framebuffer.status();
         if (status != gl::kComplete) return incomplete(status);
         if (format.is_depth()) gl.Enable(gl::kDepthTest);
         gl.DepthFunc(gl::kAlways);
-        for (const Image& image : images) {
+        for (const TexelImage& image : images) {
             if (&image != &images.front()) gl.Enable(gl::kBlend);
-            work.judge.draw(image, numbers_of(format), format.is_depth());
+            work.judge.draw(image, format);
         }
         gl.Disable(gl::kBlend);
         gl.Disable(gl::kDepthTest);
     }
     const std::string errors = take_errors(gl);
     if (!errors.empty()) return refused("drawing gives " + errors);
-    const Image came = work.judge.look(texture, numbers_of(format), 0, kDrawnSize, kDrawnSize);
-    const Image expected = make_image(kDrawnSize, kDrawnSize, [&](int x, int y) {
-        return as_sampled(format, pattern(format, x, y));
-    });
-    const std::string difference = first_difference(
-        format, expected, came,
-        [&](std::size_t c, int x, int y) { return tolerance(format, c, expected.at(x, y)); });
-    return difference.empty() ? Finding{} : other_pixels(difference);
+    const TexelImage came = work.judge.look(texture, format, 0, kDrawnSize, kDrawnSize);
+    return of_difference(difference_from(format, expected, came));
+}
+
+TexelImage pattern_image(const Format& format) {
+    return make_image(kDrawnSize, kDrawnSize, [&](int x, int y) { return pattern(format, x, y); });
 }
 
 }  // namespace
 
 Finding render(const Work& work) {
-    const Image image = make_image(kDrawnSize, kDrawnSize,
-                                   [&](int x, int y) { return pattern(work.format, x, y); });
-    Finding finding = draw_and_compare(work, {image});
+    const TexelImage image = pattern_image(work.format);
+    Finding finding = draw_and_compare(work, {image}, image);
     if (finding.kind == Finding::Kind::kOtherPixels) finding.promise = "a complete framebuffer";
     return finding;
 }
 
 Finding blend(const Work& work) {
-    const auto part = [&](std::size_t index) {
-        return make_image(kDrawnSize, kDrawnSize, [&](int x, int y) {
-            return split(work.format, pattern(work.format, x, y))[index];
-        });
-    };
+    const TexelImage sum = pattern_image(work.format);
+    std::vector<TexelImage> parts = {sum, sum};
+    for (std::size_t i = 0; i < sum.texels.size(); ++i) {
+        const std::array<Texel, 2> both = split(work.format, sum.texels[i]);
+        for (const std::size_t part : {0u, 1u}) parts[part].texels[i] = both[part];
+    }
     work.gl().BlendFunc(gl::kOne, gl::kOne);
-    return draw_and_compare(work, {part(0), part(1)});
+    return draw_and_compare(work, parts, sum);
 }
 
 }  // namespace texprobe::survey

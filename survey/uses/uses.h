@@ -8,14 +8,13 @@
 #include <utility>
 
 #include "opengl/judge.h"
-#include "pixels/texel_bytes.h"
 #include "table/record_text.h"
 
 namespace texprobe::survey {
 
 /// What a use works with.
 struct Work {
-    const Context& context;
+    const SurveyContext& context;
     const Judge& judge;
     const Format& format;
 
@@ -40,26 +39,25 @@ bool is_context_lost(const Judged& judged);
 inline Finding refused(std::string text) {
     return {Finding::Kind::kRefused, std::move(text)};
 }
-inline Finding other_pixels(std::string text) {
-    return {Finding::Kind::kOtherPixels, std::move(text)};
-}
 inline Finding cannot_tell(std::string text) {
     return {Finding::Kind::kCannotTell, std::move(text)};
 }
 
-/// Defines the bound texture with glTexImage2D.
-void define(const Work& work, int width, int height, const void* pixels);
+/// Other pixels, if there is a difference.
+inline Finding of_difference(const std::string& difference, const std::string& where = "") {
+    if (difference.empty()) return {};
+    return {Finding::Kind::kOtherPixels, where + difference};
+}
+
+/// Where what came is not what was sent or drawn; empty if it is. Absent components are ignored in
+/// what is expected.
+std::string difference_from(const Format& format, const TexelImage& expected,
+                            const TexelImage& came);
 
 /// Defines the texture with the image, and looks at what has arrived. A finding if that is not the
 /// image: then nothing that follows can be told.
-std::optional<Finding> upload(const Work& work, const Texture& texture, const Image& image,
-                              Image* arrived);
-
-/// Where the texture is attached to a framebuffer.
-Enum attachment_of(const Format& format);
-
-/// "the framebuffer is incomplete (unsupported)"
-Finding incomplete(Enum status);
+std::optional<Finding> upload(const Work& work, const Texture& texture, const TexelImage& image,
+                              TexelImage* arrived);
 
 }  // namespace texprobe::survey
 

@@ -61,7 +61,7 @@ TEST_F(ChildOfShell, ends_when_a_signal_stops_its_parent) {
     EXPECT_LT(std::chrono::steady_clock::now() - begin, 20s);
 }
 
-TEST(StopSignals, leave_the_actions_as_they_were) {
+TEST(StopSignals, leave_the_actions_as_they_were_and_are_forgotten) {
     struct sigaction before = {};
     sigaction(SIGINT, nullptr, &before);
     {
@@ -72,6 +72,7 @@ TEST(StopSignals, leave_the_actions_as_they_were) {
     struct sigaction after = {};
     sigaction(SIGINT, nullptr, &after);
     EXPECT_EQ(after.sa_handler, before.sa_handler);
+    EXPECT_EQ(ctl::StopSignals::received(), 0);
 }
 
 TEST(StopSignals, do_not_hear_what_is_ignored) {

@@ -17,9 +17,9 @@ namespace {
 
 using Words = std::set<std::string>;
 
-const std::vector<std::string> kCommands = {"measure", "list",   "show",   "compare",
-                                            "inspect", "export", "report", "merge",
-                                            "time",    "forget", "doctor"};
+const std::vector<std::string> kCommands = {"measure", "list",    "show",   "survey",
+                                            "compare", "inspect", "export", "report",
+                                            "merge",   "time",    "forget", "doctor"};
 
 class Completion : public testing::Test {
 protected:
@@ -89,10 +89,13 @@ void expect_words_and_names(const Offer& offered) {
     EXPECT_EQ(offered({"report", "--times", "ab"}), (Words{"ab.json"}));
     EXPECT_EQ(offered({"time", "GL_RGBA"}),
               (Words{"GL_RGBA8", "GL_RGBA16", "GL_RGBA16F_ARB", "GL_RGBA32F_ARB"}));
-    EXPECT_EQ(offered({"time", "--size", "1"}), (Words{"128", "1080p"}));
+    EXPECT_EQ(offered({"time", "--size", "1"}), (Words{"1080p"}));
     EXPECT_EQ(offered({"time", "--set", "ab"}), (Words{"abcd1234"}));
     EXPECT_EQ(offered({"measure", "--tool", "ab"}), (Words{"ab.json"}));
     EXPECT_EQ(offered({"measure", "--timeout", "ab"}), (Words{}));
+    EXPECT_EQ(offered({"survey", "--profile", "c"}), (Words{"compatibility", "core"}));
+    EXPECT_EQ(offered({"survey", "--format", "GL_RGB10"}), (Words{"GL_RGB10_A2", "GL_RGB10_A2UI"}));
+    EXPECT_EQ(offered({"survey", "ab"}), (Words{"ab.json", "abcd1234"}));
     EXPECT_EQ(offered({"list", "ab"}), (Words{}));
     EXPECT_EQ(offered({"inspect", "GL_RGBA"}),
               (Words{"GL_RGBA8", "GL_RGBA16", "GL_RGBA16F_ARB", "GL_RGBA32F_ARB"}));

@@ -131,11 +131,19 @@ TEST_F(Document, that_is_wrong_gets_its_place) {
 }
 
 TEST_F(Document, of_another_version_is_refused_with_a_clear_line) {
-    EXPECT_EQ(complaint(with("\"schema_version\": 1", "\"schema_version\": 2")),
-              ": schema_version: \"schema_version\" is 2: this texprobectl reads version 1; use a "
-              "newer one\n");
-    EXPECT_THAT(complaint(with("  \"schema_version\": 1,\n", "")),
+    EXPECT_EQ(complaint(with("\"schema_version\": 2", "\"schema_version\": 3")),
+              ": schema_version: \"schema_version\" is 3: this texprobectl reads versions up to 2; "
+              "use a newer one\n");
+    EXPECT_THAT(complaint(with("  \"schema_version\": 2,\n", "")),
                 HasSubstr("\"schema\" and \"schema_version\" must come first"));
+}
+
+TEST_F(Document, of_an_earlier_version_is_read) {
+    write_file(folder_.file("old.json"), with("\"schema_version\": 2", "\"schema_version\": 1"));
+    write_file(folder_.file("new.json"), exported_);
+    const Finished run =
+        folder_.ctl({"compare", folder_.file("old.json"), folder_.file("new.json")});
+    EXPECT_TRUE(run.exited_with(0)) << run.err;
 }
 
 TEST_F(Document, with_members_that_are_not_known_is_read) {

@@ -165,8 +165,8 @@ TEST_F(InspectPictures, report_shows_pictures_beside_every_no) {
     // Eight downloads of luminance with alpha, and two uploads of 16-bit colours with alpha.
     EXPECT_EQ(count_of("<h4>", text), 10u);
     EXPECT_EQ(count_of("<img ", text), 30u);
-    EXPECT_EQ(count_of("each alpha is compared with the next pixel", text), 8u);
-    EXPECT_EQ(count_of("four channels are compared in reversed order", text), 2u);
+    EXPECT_EQ(count_of("which compares each alpha with the next pixel", text), 8u);
+    EXPECT_EQ(count_of("which compares four channels in reversed order", text), 2u);
     inspect({"GL_LUMINANCE_ALPHA32F_ARB", "get", "-o", folder_.file("pictures")});
     EXPECT_EQ(picture_in(text, 0), read_file(folder_.file("pictures") / "sent.png"));
     EXPECT_EQ(picture_in(text, 1), read_file(folder_.file("pictures") / "returned.png"));

@@ -36,7 +36,7 @@ TEST_F(Inspect, names_what_the_driver_does_wrong) {
     const std::string exchanged = "Red and blue are exchanged.";
     const std::string lost = "Alpha is lost: it is 1 everywhere.";
     const std::string shifted = "The image is shifted by one row: row 1 holds the sent row 0.";
-    const std::string half = "Wrong from row 64 on: nothing arrived there.";
+    const std::string half = "Wrong in rows 64 to 127: nothing arrived there.";
     const std::string bytes = "The bytes of each element are in reverse order.";
     const std::string stale = "A stale image came back: that of the test of ";
     const struct {
@@ -70,16 +70,19 @@ TEST_F(Inspect, names_what_the_driver_does_wrong) {
     }
 }
 
-TEST_F(Inspect, tells_an_exact_driver_from_the_pairing_of_the_comparison) {
+TEST_F(Inspect, tells_a_right_driver_from_a_no_of_the_test_itself) {
     const Finished upload = inspect({"GL_RGBA16", "reset"});
-    EXPECT_EQ(sentence_of(upload.out),
-              "The driver is exact; the verdict follows from the comparison's pairing: four "
-              "channels are compared in reversed order.");
+    EXPECT_EQ(
+        sentence_of(upload.out),
+        "The driver is right to 8 bits, which is all that an upload shows. This no comes from "
+        "the test itself, which compares four channels in reversed order.");
     EXPECT_EQ(fact(upload.out, "recorded"), "no");
     EXPECT_EQ(fact(upload.out, "this run"), "no; they agree");
     EXPECT_EQ(sentence_of(inspect({"GL_LUMINANCE8_ALPHA8", "read"}).out),
-              "The driver is exact; the verdict follows from the comparison's pairing: each alpha "
-              "is compared with the next pixel's luminance.");
+              "The driver is right. This no comes from the test itself, which compares each alpha "
+              "with the next pixel's luminance.");
+    EXPECT_EQ(sentence_of(inspect({"GL_RGB16", "set"}).out),
+              "The driver is exact to 8 bits, which is all that an upload shows.");
     EXPECT_EQ(sentence_of(inspect({"GL_RGBA8", "get"}).out), "The driver is exact.");
 }
 

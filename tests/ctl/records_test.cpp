@@ -126,7 +126,8 @@ TEST_F(Records, of_an_older_version_or_without_a_string_are_not_complete) {
 TEST_F(Records, that_cannot_be_had_get_one_line_and_status_2) {
     prepare_three();
     const std::string commands =
-        "expected one of measure, list, show, compare, inspect, export, report, merge, time, "
+        "expected one of measure, list, show, survey, compare, inspect, export, report, merge, "
+        "time, "
         "forget, "
         "doctor; see `texprobectl --help`";
     const std::string ways = "forget expects record sets, --all or --outdated";

@@ -17,86 +17,77 @@ namespace texprobe::tests {
 namespace {
 
 using testing::ElementsAre;
+using testing::EndsWith;
 using testing::HasSubstr;
 using testing::IsEmpty;
+using testing::StartsWith;
 
-class TimeRun : public testing::Test, private ctl::TimeWatcher {
+class TimeRun : public testing::Test {
 protected:
     TimeRun() {
         set_.id = "org.texprobe.texprobe2.ab.build";
         set_.rendererID = "ab";
         for (auto& format : set_.verdicts) format.fill(ctl::Verdict::kYes);
+        options_.formats = {7};
+        options_.size = {128, 128};
+        options_.within = std::chrono::seconds(100);
+        options_.watch = [this](const ctl::Cell& cell, double) {
+            watched_.push_back(words_of(cell));
+            if (isStopped_ && watched_.size() == 2) raise(SIGTERM);
+        };
     }
 
-    /// Runs a child that does what `script` says. Its arguments are noted, run by run.
+    /// Runs a child that does what `script` says, with the numbers of the cells as its arguments:
+    /// 44 is GL_RGBA8's set. All its arguments are noted, run by run.
     ctl::Times run(const std::string& script) {
         const auto file = folder_.path() / "program";
-        write_file(file, "#!/bin/sh\necho \"$*\" >>" + noted().string() + '\n' + script + '\n');
+        write_file(file,
+                   "#!/bin/sh\necho \"$*\" >>" + noted().string() + "\nshift 5\n" + script + '\n');
         std::filesystem::permissions(file, std::filesystem::perms::owner_all);
         options_.self = file;
-        return ctl::time_transfers(set_, options_, *this);
+        return ctl::time_transfers(set_, options_);
     }
     std::filesystem::path noted() const { return folder_.file("noted"); }
 
-    /// "set 128 timed" for each transfer, with the reason if there is one.
+    /// "set timed" for each transfer, with the reason if there is one.
     static std::vector<std::string> states(const ctl::Times& times) {
         std::vector<std::string> states;
         for (const ctl::TransferTimes& transfer : times.transfers) {
-            states.push_back(std::string(ctl::kCapabilities[transfer.what.transfer].column) + ' ' +
-                             transfer.what.size.name() + ' ' + name_of(transfer.state) +
+            states.push_back(std::string(ctl::kCapabilities[transfer.what.cell.capability].column) +
+                             ' ' + name_of(transfer.state) +
                              (transfer.reason.empty() ? "" : ": " + transfer.reason));
         }
         return states;
     }
 
-    void begun(const ctl::TimedTransfer& what, std::size_t done, std::size_t all) override {
-        watched_.push_back("begun " + what.text() + ' ' + std::to_string(done) + '/' +
-                           std::to_string(all));
-        if (isStopped_ && done == 1) raise(SIGTERM);
-    }
-    void failed(const ctl::TransferTimes& transfer) override {
-        watched_.push_back("failed " + transfer.what.text() + ": " + transfer.reason);
-    }
-
     ctl::RecordSet set_;
-    ctl::TimeOptions options_{{}, {7}, {{128, 128}, {512, 512}}, 100, 60};
+    ctl::TimeOptions options_;
     ctl::PrivateFolder folder_;
     std::vector<std::string> watched_;
     bool isStopped_ = false;
 };
 
-// Times all that it is given.
-constexpr const char* kTimesAll = R"(
-shift 4
-for what; do
-    echo "begin $what"; echo step; echo "way one_kept 0.1 0.4"; echo done
-done)";
-
 TEST_F(TimeRun, has_what_the_child_says) {
     set_.verdicts[7][kUploadReset] = ctl::Verdict::kCrashed;
     set_.verdicts[7][kDownloadRead] = ctl::Verdict::kNotApplicable;
-    options_.sizes = {{128, 128}};
-    const ctl::Times times = run(kTimesAll);
-    EXPECT_THAT(states(times),
-                ElementsAre("set 128 timed", "reset 128 not_verified: crashed", "get 128 timed",
-                            "read 128 not_verified: not_applicable"));
+    const ctl::Times times = run(R"(
+for what in "$@" "$@"; do
+    echo "begin $what"; echo "way 1 0.1"; echo "way 1 0.4"; echo done
+done)");
+    EXPECT_THAT(states(times), ElementsAre("set timed", "reset not_verified: crashed", "get timed",
+                                           "read not_verified: not_applicable"));
     EXPECT_EQ(times.transfers[0].bytes, 65536u);
-    // Of three visits: 0.1, 0.1, 0.1, 0.4, 0.4, 0.4.
+    // Of two visits: 0.1, 0.1, 0.4, 0.4.
     ASSERT_EQ(times.transfers[0].ways.size(), 1u);
-    EXPECT_EQ(times.transfers[0].ways[0].way, 2u);
-    EXPECT_EQ(times.transfers[0].ways[0].rounds, 6);
+    EXPECT_EQ(times.transfers[0].ways[0].way, 1u);
+    EXPECT_EQ(times.transfers[0].ways[0].rounds, 4);
     EXPECT_EQ(times.transfers[0].ways[0].seconds, (ctl::Quartiles{0.1, 0.25, 0.4}));
     EXPECT_THAT(times.transfers[1].ways, IsEmpty());
-    EXPECT_THAT(
-        watched_,
-        ElementsAre("begun GL_RGBA8:upload_set:128 0/6", "begun GL_RGBA8:download_get:128 1/6",
-                    "begun GL_RGBA8:upload_set:128 2/6", "begun GL_RGBA8:download_get:128 3/6",
-                    "begun GL_RGBA8:upload_set:128 4/6", "begun GL_RGBA8:download_get:128 5/6"));
+    EXPECT_THAT(watched_, ElementsAre("GL_RGBA8 upload set", "GL_RGBA8 download get",
+                                      "GL_RGBA8 upload set", "GL_RGBA8 download get"));
     const std::string words = read_file(noted());
-    EXPECT_THAT(words, HasSubstr("--as-child time ab "));
-    EXPECT_THAT(
-        words,
-        HasSubstr(" GL_RGBA8:upload_set:128 GL_RGBA8:download_get:128 GL_RGBA8:upload_set:128 "));
+    EXPECT_THAT(words, StartsWith("--as-child time ab 128 99.9"));
+    EXPECT_THAT(words, EndsWith(" 44 46\n"));
 }
 
 TEST_F(TimeRun, starts_no_child_where_nothing_is_verified) {
@@ -107,103 +98,79 @@ TEST_F(TimeRun, starts_no_child_where_nothing_is_verified) {
 
 TEST_F(TimeRun, loses_one_transfer_to_a_crash) {
     const ctl::Times times = run(R"(
-shift 4
 for what; do
-    echo "begin $what"; echo "way one_kept 0.1"
-    [ "$what" = GL_RGBA8:upload_reset:128 ] && kill -SEGV $$
+    echo "begin $what"; echo "way 1 0.1"
+    [ "$what" = 45 ] && kill -SEGV $$
     echo done
 done)");
-    EXPECT_THAT(
-        states(times),
-        ElementsAre("set 128 timed", "set 512 timed",
-                    "reset 128 failed: the process was ended by SIGSEGV",
-                    "reset 512 failed: not tried, because at 128 the process was ended by SIGSEGV",
-                    "get 128 timed", "get 512 timed", "read 128 timed", "read 512 timed"));
-    EXPECT_THAT(times.transfers[2].ways, IsEmpty());
-    // Behind the beginnings of set and reset at 128.
-    EXPECT_EQ(watched_[2], "failed GL_RGBA8:upload_reset:128: the process was ended by SIGSEGV");
-    EXPECT_EQ(lines_of(read_file(noted())).size(), 2u);
+    EXPECT_THAT(states(times),
+                ElementsAre("set timed", "reset failed: the process was ended by SIGSEGV",
+                            "get timed", "read timed"));
+    EXPECT_THAT(times.transfers[1].ways, IsEmpty());
+    const auto runs = lines_of(read_file(noted()));
+    ASSERT_EQ(runs.size(), 2u);
+    EXPECT_THAT(runs[1], EndsWith(" 44 46 47"));
+    // Set, of both runs.
+    EXPECT_EQ(times.transfers[0].ways.at(0).rounds, 2);
 }
 
 TEST_F(TimeRun, loses_one_transfer_to_a_hang) {
-    options_.limit = 5;
-    options_.sizes = {{128, 128}};
+    options_.limit = std::chrono::seconds(1);
     const ctl::Times times = run(R"(
-shift 4
 for what; do
-    echo "begin $what"
-    [ "$what" = GL_RGBA8:download_get:128 ] && sleep 60
+    echo "begin $what"; echo "way 1 0.1"
+    [ "$what" = 46 ] && sleep 60
     echo done
 done)");
-    EXPECT_THAT(states(times), ElementsAre("set 128 timed", "reset 128 timed",
-                                           "get 128 failed: the process did not end within 5 s",
-                                           "read 128 timed"));
+    EXPECT_THAT(states(times),
+                ElementsAre("set timed", "reset timed",
+                            "get failed: the process did not end within 1 s", "read timed"));
     // Its own seconds are not taken from the others' time.
     const auto secondsOf = [&](std::size_t run) {
         std::istringstream stream(lines_of(read_file(noted())).at(run));
         std::string word;
         double seconds = 0.0;
-        stream >> word >> word >> word >> seconds;
+        stream >> word >> word >> word >> word >> seconds;
         return seconds;
     };
-    EXPECT_LT(secondsOf(0) - secondsOf(1), 4.5);
+    EXPECT_LT(secondsOf(0) - secondsOf(1), 0.9);
 }
 
 TEST_F(TimeRun, knows_what_failed_and_what_had_no_time) {
-    options_.sizes = {{128, 128}};
     const ctl::Times times = run(R"(
-echo chatter of a driver; echo done; echo begin nonsense; echo begin GL_RGB8:upload_set:128
-shift 4
-for what; do
-    echo "begin $what"
-    case $what in
-        *:upload_set:*) echo "failed OpenGL reported 0x0505" ;;
-        *:upload_reset:*) echo late ;;
-        *:download_get:*) echo way nonsense 1; echo way one_kept; echo done ;;
-        *) exit 0 ;;
-    esac
-done)");
+echo chatter of a driver; echo done; echo begin nonsense; echo begin 43; echo way 1 0.1
+echo begin 44; echo "failed OpenGL reported 0x0505"
+echo begin 46; echo way nonsense 1; echo way 3 0.1; echo way 1; echo way 2 0.1; echo done
+echo begin 47; echo way 1 0.1
+exit 0)");
     EXPECT_THAT(states(times),
-                ElementsAre("set 128 failed: OpenGL reported 0x0505", "reset 128 no_time",
-                            "get 128 timed", "read 128 failed: the process ended too early"));
-    EXPECT_THAT(times.transfers[2].ways, IsEmpty());
-}
-
-TEST_F(TimeRun, is_timed_where_only_a_later_visit_had_no_time) {
-    options_.sizes = {{128, 128}};
-    const ctl::Times times = run(R"(
-shift 4
-for what in "$1" "$2" "$3" "$4"; do echo "begin $what"; echo "way one_kept 0.1"; echo done; done
-shift 4
-for what; do echo "begin $what"; echo late; done)");
-    EXPECT_THAT(states(times),
-                ElementsAre("set 128 timed", "reset 128 timed", "get 128 timed", "read 128 timed"));
-    EXPECT_EQ(times.transfers[3].ways.at(0).rounds, 1);
+                ElementsAre("set failed: OpenGL reported 0x0505", "reset no_time", "get timed",
+                            "read failed: the process ended too early"));
+    ASSERT_EQ(times.transfers[2].ways.size(), 1u);
+    EXPECT_EQ(times.transfers[2].ways[0].way, 2u);
+    EXPECT_THAT(states(run("echo begin 44; echo way 1 0.1; echo done")),
+                ElementsAre("set timed", "reset no_time", "get no_time", "read no_time"));
 }
 
 TEST_F(TimeRun, has_no_numbers_where_a_later_visit_failed) {
-    options_.sizes = {{128, 128}};
     const ctl::Times times = run(R"(
-shift 4
-echo "begin $1"; echo "way one_kept 0.1"; echo done
-echo "begin $1"; kill -SEGV $$)");
-    EXPECT_EQ(states(times).at(0), "set 128 failed: the process was ended by SIGSEGV");
+echo "begin 44"; echo "way 1 0.1"; echo done
+echo "begin 44"; kill -SEGV $$)");
+    EXPECT_EQ(states(times).at(0), "set failed: the process was ended by SIGSEGV");
     EXPECT_THAT(times.transfers[0].ways, IsEmpty());
 }
 
 TEST_F(TimeRun, has_what_was_timed_where_the_renderer_cannot_be_opened_again) {
-    options_.sizes = {{128, 128}};
     const ctl::Times times = run("[ $(wc -l <" + noted().string() + R"() = 1 ] || {
     echo '*** no context' >&2
     exit 1
 }
-shift 4
-echo "begin $1"; echo "way one_kept 0.1"; echo done
-echo "begin $2"; kill -SEGV $$)");
+echo "begin 44"; echo "way 1 0.1"; echo done
+echo "begin 45"; kill -SEGV $$)");
     EXPECT_THAT(states(times),
-                ElementsAre("set 128 timed", "reset 128 failed: the process was ended by SIGSEGV",
-                            "get 128 failed: the renderer cannot be opened: no context",
-                            "read 128 failed: the renderer cannot be opened: no context"));
+                ElementsAre("set timed", "reset failed: the process was ended by SIGSEGV",
+                            "get failed: the renderer cannot be opened: no context",
+                            "read failed: the renderer cannot be opened: no context"));
 }
 
 TEST_F(TimeRun, says_why_the_renderer_cannot_be_opened) {
@@ -224,16 +191,13 @@ TEST_F(TimeRun, says_why_the_renderer_cannot_be_opened) {
 
 TEST_F(TimeRun, that_is_stopped_has_what_was_timed) {
     const ctl::StopSignals stopSignals;
-    options_.sizes = {{128, 128}};
     isStopped_ = true;
     const ctl::Times times = run(R"(
-shift 4
-echo "begin $1"; echo "way one_kept 0.1"; echo done
-echo "begin $2"; echo "way one_kept 0.1"; exec sleep 30)");
-    EXPECT_THAT(states(times), ElementsAre("set 128 timed", "reset 128 interrupted",
-                                           "get 128 interrupted", "read 128 interrupted"));
+echo "begin 44"; echo "way 1 0.1"; echo done
+echo "begin 45"; exec sleep 30)");
+    EXPECT_THAT(states(times), ElementsAre("set timed", "reset interrupted", "get interrupted",
+                                           "read interrupted"));
     EXPECT_EQ(times.transfers[0].ways.size(), 1u);
-    EXPECT_THAT(times.transfers[1].ways, IsEmpty());
 }
 
 }  // namespace

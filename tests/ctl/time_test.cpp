@@ -1,11 +1,12 @@
-// `time` on this machine's software renderer: what is timed and what is not, what a crash and a
-// hang cost, and the page that shows it. No test looks at how fast anything is.
+// `time` on this machine's software renderer: what is timed and what is not, and what a crash and a
+// hang cost. No test looks at how fast anything is.
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <signal.h>
 #include <sys/wait.h>
 
+#include <chrono>
 #include <nlohmann/json.hpp>
 
 #include "ctl/ctl_folder.h"
@@ -92,54 +93,37 @@ TEST_F(Time, has_numbers_for_every_verified_transfer_and_for_no_other) {
     }
     EXPECT_EQ(all[0]["state"], "timed");
     EXPECT_EQ(all[0]["image_bytes"], 128 * 128 * 4);
-    EXPECT_THAT(ways_of(all[0]),
-                ElementsAre("copy", "no_buffer", "one_kept", "one_fresh", "one_range", "three_kept",
-                            "three_fresh", "three_range"));
+    EXPECT_THAT(ways_of(all[0]), ElementsAre("no_buffer", "one_fresh", "three_kept"));
     EXPECT_EQ(all[1]["state"], "not_verified");
     EXPECT_EQ(all[1]["reason"], "no");
     EXPECT_THAT(all[1]["ways"], IsEmpty());
     EXPECT_EQ(all[2]["transfer"], "download_get");
-    EXPECT_THAT(ways_of(all[2]), ElementsAre("copy", "no_buffer", "one_kept", "one_fresh",
-                                             "three_kept", "three_fresh"));
+    EXPECT_THAT(ways_of(all[2]), ElementsAre("no_buffer", "one_kept", "three_kept"));
     EXPECT_EQ(all[3]["state"], "not_verified");
     EXPECT_THAT(all[3]["ways"], IsEmpty());
     EXPECT_EQ(folder_.records().at(id_), before);
 }
 
-TEST_F(Time, can_time_all_formats_at_any_size) {
+TEST_F(Time, can_time_all_formats_at_any_size_in_the_time_that_it_is_given) {
     prepare();
-    const Finished run = time({"--size", "20", "--within", "5", "--json"});
+    const auto begin = std::chrono::steady_clock::now();
+    const Finished run = time({"--size", "20", "--within", "3", "--json"});
+    const std::chrono::duration<double> seconds = std::chrono::steady_clock::now() - begin;
     ASSERT_TRUE(run.exited_with(0)) << run.err;
     const json all = transfers(run);
     ASSERT_EQ(all.size(), 64u);
-    for (const json& transfer : all) {
-        EXPECT_TRUE(transfer["state"] == "timed" || transfer["state"] == "no_time") << transfer;
-    }
-    // GL_LUMINANCE8 has the smallest images, and they come first.
-    EXPECT_EQ(all[16]["state"], "timed");
-}
-
-TEST_F(Time, leaves_the_large_images_out_where_there_is_no_time) {
-    prepare();
-    const Finished run = time({"GL_RGBA32F_ARB", "--within", "1", "--json"});
-    ASSERT_TRUE(run.exited_with(0)) << run.err;
-    const json all = transfers(run);
-    ASSERT_EQ(all.size(), 16u);
-    EXPECT_EQ(all[0]["height"], 128);
     EXPECT_EQ(all[0]["state"], "timed");
-    EXPECT_EQ(all[15]["height"], 2160);
-    EXPECT_EQ(all[15]["state"], "no_time");
-    EXPECT_THAT(all[15]["ways"], IsEmpty());
+    // It did not end for want of work: so many rounds would be enough for anything but the time.
+    EXPECT_GE(seconds.count(), 2.9);
 }
 
 TEST_F(Time, prints_lines_of_eighty_columns_at_most) {
-    prepare({{"GL_LUMINANCE_ALPHA32F_ARB_DOWNLOAD_GET", false},
-             {"GL_LUMINANCE_ALPHA32F_ARB_DOWNLOAD_READ", false}});
+    prepare({{"GL_LUMINANCE_ALPHA32F_ARB_DOWNLOAD_GET", false}});
     const Finished run = time({"LUMINANCE_ALPHA32F", "--size", "64", "--within", "1"});
     ASSERT_TRUE(run.exited_with(0)) << run.err;
-    EXPECT_THAT(run.out, HasSubstr("The fastest verified ways for images of 64 x 64\n"));
-    EXPECT_THAT(run.out, HasSubstr("                          out not verified\n"));
-    EXPECT_THAT(run.out, HasSubstr("\n64    get    not verified\n"));
+    EXPECT_THAT(run.out, HasSubstr("\nImages of 64 x 64 per second\n"));
+    EXPECT_THAT(run.out, HasSubstr("\nGL_LUMINANCE_ALPHA32F_ARB  set  "));
+    EXPECT_THAT(run.out, HasSubstr("\n                           get   not verified\n"));
     for (const std::string& line : lines_of(run.out)) EXPECT_LE(line.size(), 80u) << line;
 }
 
@@ -147,16 +131,14 @@ TEST_F(TimeOnFailingDriver, a_crash_and_a_hang_cost_one_transfer_each) {
     // GL_RGBA8's upload set ends by SIGABRT, and its upload reset hangs.
     fail_in("32856 2 6\n32856 3 0\n");
     const Finished run =
-        time({"GL_RGBA8", "--size", "64", "--within", "5", "--timeout", "15", "--json"});
+        time({"GL_RGBA8", "--size", "64", "--within", "1", "--timeout", "5", "--json"});
     ASSERT_TRUE(run.exited_with(0)) << run.err;
-    EXPECT_EQ(run.err,
-              "GL_RGBA8 upload set at 64: the process was ended by SIGABRT\n"
-              "GL_RGBA8 upload reset at 64: the process did not end within 15 s\n");
+    EXPECT_EQ(run.err, "");
     const json all = transfers(run);
     EXPECT_EQ(all[0]["state"], "failed");
     EXPECT_EQ(all[0]["reason"], "the process was ended by SIGABRT");
     EXPECT_THAT(all[0]["ways"], IsEmpty());
-    EXPECT_EQ(all[1]["state"], "failed");
+    EXPECT_EQ(all[1]["reason"], "the process did not end within 5 s");
     EXPECT_EQ(all[2]["state"], "timed");
     EXPECT_EQ(all[3]["state"], "timed");
 }
@@ -168,16 +150,17 @@ TEST_F(TimeOnFailingDriver, status_1_says_that_nothing_was_timed) {
     fail_in("32856 2 6\n");
     const Finished run = time({"GL_RGBA8", "--size", "64", "--within", "1"});
     EXPECT_TRUE(run.exited_with(1)) << run.err;
-    EXPECT_THAT(run.out, HasSubstr("in  not timed, see below\n"));
-    EXPECT_THAT(run.out, HasSubstr("64    set    failed: the process was ended by SIGABRT\n"));
+    EXPECT_THAT(run.out,
+                HasSubstr("GL_RGBA8                   set   failed: the process was ended by "
+                          "SIGABRT\n"));
 }
 
 TEST_F(TimeOnFailingDriver, an_interruption_leaves_what_was_timed) {
     fail_in("32856 3 0\n");
     const pid_t process =
         folder_.start_ctl({"time", "GL_RGBA8", "--size", "64", "--json"}, environment());
-    // The set has been timed well before, in a second at most.
-    sleep(5);
+    // Four transfers have three visits each in five seconds, so the set's has ended well before.
+    sleep(2);
     kill(process, SIGINT);
     Finished run = finish(process);
     EXPECT_TRUE(run.exited_with(130));
@@ -196,8 +179,8 @@ TEST_F(Time, shows_on_a_terminal_how_far_it_is) {
     const Finished finished = run.finish();
     EXPECT_TRUE(finished.exited_with(0)) << run.shown();
     EXPECT_THAT(frames(run.shown()),
-                testing::Contains("[#...................] 1/12  GL_RGBA8 upload reset at 64"));
-    EXPECT_THAT(screen(run.shown()), Not(testing::Contains(HasSubstr("1/12"))));
+                testing::Contains("[....................] 0/1 s  GL_RGBA8 upload reset"));
+    EXPECT_THAT(screen(run.shown()), Not(testing::Contains(HasSubstr("0/1 s"))));
 }
 
 TEST_F(Time, says_what_is_wrong_with_its_arguments) {
@@ -209,8 +192,8 @@ TEST_F(Time, says_what_is_wrong_with_its_arguments) {
         return run.err;
     };
     EXPECT_EQ(complaint({"--size", "130"}),
-              "texprobectl: --size expects 128, 512, 1080p, 2160p, or the side of a square, a "
-              "multiple of 4 from 4 to 4096, not \"130\"\n");
+              "texprobectl: --size expects 1080p, 2160p, or the side of a square, a multiple "
+              "of 4 from 4 to 4096, not \"130\"\n");
     EXPECT_THAT(complaint({"GL_RGBA9"}), HasSubstr("there is no format \"GL_RGBA9\""));
     EXPECT_THAT(complaint({"--within", "0"}), HasSubstr("expected a number from 1 to 86400"));
     EXPECT_THAT(complaint({"--wrong"}), HasSubstr("unknown argument: --wrong"));
@@ -230,42 +213,21 @@ TEST_F(Time, needs_a_record_set_of_this_machine) {
                            "timed here\n");
 }
 
-TEST_F(Time, is_a_plot_in_the_report) {
+TEST_F(Time, is_a_table_of_the_report) {
     prepare();
-    // 1,000,000 bytes in 1 ms, and without a buffer in 2.
-    const std::string way = R"("rounds":3,"lower_seconds":0.001,"median_seconds":0.001,)"
-                            R"("upper_seconds":0.002,"megabytes_per_second":1,)"
-                            R"("images_per_second":1})";
-    const std::string start =
-        R"({"id":")" + id_ + R"(","renderer":"<b>","gl_version":null,"name":"GL_RGBA8",)";
-    write_file(folder_.file("times.json"),
-               R"({"schema":"texprobe-times","schema_version":1,"transfers":[)" + start +
-                   R"("transfer":"upload_set","width":500,"height":500,"state":"timed",)"
-                   R"("reason":"","image_bytes":1000000,"ways":[{"way":"one_kept",)" +
-                   way +
-                   R"(,{"way":"no_buffer","rounds":1,"lower_seconds":0.002,)"
-                   R"("median_seconds":0.002,"upper_seconds":0.002}]},)" +
-                   start +
-                   R"("transfer":"download_get","width":500,"height":500,"state":"not_verified",)"
-                   R"("reason":"<i>","image_bytes":0,"ways":[]}]})");
-    const Finished run = folder_.ctl(
-        {"report", "--times", folder_.file("times.json"), id_, "-o", folder_.file("page.html")},
-        environment());
+    const auto document = folder_.file("times.json");
+    write_file(document, time({"GL_RGBA8", "--size", "64", "--within", "1", "--json"}).out);
+    const auto report = [&] {
+        return folder_.ctl({"report", "--times", document, id_, "-o", folder_.file("page.html")},
+                           environment());
+    };
+    const Finished run = report();
     ASSERT_TRUE(run.exited_with(0)) << run.err;
     const std::string page = read_file(folder_.file("page.html"));
-    EXPECT_THAT(page, HasSubstr("<h2 id=\"times1\">How fast: &lt;b&gt;</h2>"));
-    EXPECT_THAT(page, HasSubstr("aria-label=\"500 in: 1000 MB/s, 1000 images/s (set, 1 kept); "
-                                "without a buffer 500 MB/s.\""));
-    EXPECT_THAT(page, HasSubstr("<rect class=\"buffer\" x=\"0\" y=\"18\" width=\"99.00%\""));
-    EXPECT_THAT(page, HasSubstr("<line x1=\"49.50%\" x2=\"99.00%\""));
-    EXPECT_THAT(page, HasSubstr("<rect class=\"direct\" x=\"1\" y=\"30\" width=\"49.50%\""));
-    EXPECT_THAT(page, HasSubstr("download get: not verified"));
-    EXPECT_THAT(page, Not(HasSubstr("<i>")));
+    EXPECT_THAT(page, HasSubstr("<caption>Images of 64 x 64 per second</caption>"));
 
-    write_file(folder_.file("times.json"), "{}");
-    const Finished refused = folder_.ctl(
-        {"report", "--times", folder_.file("times.json"), "-o", folder_.file("page.html")},
-        environment());
+    write_file(document, "{}");
+    const Finished refused = report();
     EXPECT_TRUE(refused.exited_with(2));
     EXPECT_THAT(refused.err, HasSubstr("no document of texprobectl"));
     EXPECT_EQ(read_file(folder_.file("page.html")), page);

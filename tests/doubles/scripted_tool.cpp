@@ -4,7 +4,7 @@
 //   sync APPLICATION    say TEXT    said TEXT (without a line feed)    out TEXT
 //   turn FILE (locks it as a run that measures does)    sleep MILLISECONDS    hang    raise SIGNAL
 //   exit STATUS    mute (closes its streams)
-// "%p" in a text stands for the process ID.
+// "%p" in a text stands for the process ID, each "%n" for a line feed.
 
 #include <CoreFoundation/CoreFoundation.h>
 #include <fcntl.h>
@@ -34,6 +34,9 @@ std::string rest_of(std::istringstream& line) {
     std::getline(line >> std::ws, text);
     const std::size_t at = text.find("%p");
     if (at != std::string::npos) text.replace(at, 2, std::to_string(getpid()));
+    for (std::size_t end = 0; (end = text.find("%n")) != std::string::npos;) {
+        text.replace(end, 2, 1, '\n');
+    }
     return text;
 }
 

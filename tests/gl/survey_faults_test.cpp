@@ -42,9 +42,9 @@ protected:
     /// All the verdicts that are no yes, on the driver with this fault.
     static FaultyVerdicts verdicts_with(const std::function<void(Gl*)>& fault,
                                         Profile profile = Profile::kCompatibility) {
-        const OffscreenContext offscreen(software_renderer(), profile);
+        const ProfileContext offscreen(software_renderer(), profile);
         EXPECT_TRUE(offscreen.is_current());
-        Context context = describe_current_context(profile);
+        SurveyContext context = describe_current_context(profile);
         const Judge judge(context);
         EXPECT_EQ(judge.trouble(), "");
         real = context.gl;
@@ -148,6 +148,24 @@ TEST_F(SurveyFault, mipmaps_of_odd_sizes_from_the_wrong_texel_are_found_in_mipma
         gl->GenerateMipmap = generate_from_wrong_texel;
     });
     // Only these are sent as four bytes a texel.
+    EXPECT_EQ(found, and_softpipe_itself({{"GL_RGBA8 mipmap", "wrong"},
+                                          {"GL_SRGB8_ALPHA8 mipmap", "wrong"},
+                                          {"GL_R16F mipmap", "wrong"}}));
+}
+
+TEST_F(SurveyFault, mipmaps_after_the_first_that_are_not_made_are_found_in_mipmap) {
+    const FaultyVerdicts found = verdicts_with([](Gl* gl) {
+        gl->TexImage2D = keep_sent_texels;
+        gl->GenerateMipmap = [](Enum target) {
+            real.GenerateMipmap(target);
+            for (int level = 2; !sentTexels.empty() && sentWidth >> level > 0; ++level) {
+                const std::vector<std::uint32_t> black(sentTexels.size());
+                real.TexImage2D(target, level, sentInternalFormat, sentWidth >> level,
+                                std::max(1, sentHeight >> level), 0, sentFormat, sentType,
+                                black.data());
+            }
+        };
+    });
     EXPECT_EQ(found, and_softpipe_itself({{"GL_RGBA8 mipmap", "wrong"},
                                           {"GL_SRGB8_ALPHA8 mipmap", "wrong"},
                                           {"GL_R16F mipmap", "wrong"}}));

@@ -155,6 +155,17 @@ TEST(Survey, fails_where_nothing_can_be_recorded) {
     const Finished run = folder.run({"--format", "GL_R8UI"}, kSurveySoftpipe);
     EXPECT_TRUE(run.exited_with(1)) << run.err;
     EXPECT_THAT(run.err, testing::Not(HasSubstr("create"))) << "the driver was touched";
+    EXPECT_THAT(run.err, HasSubstr("run texprobe-survey and texprobe to measure everything again"));
+}
+
+TEST(Survey, succeeds_when_everything_is_recorded_after_a_damaged_store_was_put_aside) {
+    const ToolFolder folder(SURVEY);
+    std::filesystem::create_directory(folder.path() / "records");
+    std::ofstream(folder.path() / "records" / "records.sqlite3") << "damaged beyond recognition";
+    const Finished run = folder.run({"--format", "GL_R8UI"}, kSurveySoftpipe);
+    EXPECT_TRUE(run.exited_with(0)) << run.err;
+    EXPECT_THAT(run.err, HasSubstr("is damaged"));
+    EXPECT_EQ(survey_set(folder), undisturbed_survey({"--format", "GL_R8UI"}));
 }
 
 const std::vector<std::string> kCoreOnly = {"--profile", "core"};

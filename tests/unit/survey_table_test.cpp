@@ -6,10 +6,13 @@
 #include <OpenGL/gl.h>
 #include <OpenGL/glext.h>
 
+#include <cstring>
+#include <iterator>
 #include <map>
-#include <numeric>
 #include <set>
+#include <sstream>
 
+#include "records/formats.h"
 #include "table/promises.h"
 #include "table/record_text.h"
 
@@ -105,6 +108,14 @@ TEST(SurveyTable, has_each_format_once_with_the_number_of_opengl) {
     EXPECT_EQ(formats().size(), numbers.size()) << "a name twice";
 }
 
+TEST(SurveyTable, has_the_formats_of_the_tool) {
+    std::set<unsigned> values;
+    for (const Format& format : formats()) values.insert(format.value);
+    for (const texprobe::Format& format : kFormats) {
+        EXPECT_EQ(values.count(format.internalFormat), 1u) << format.name;
+    }
+}
+
 TEST(SurveyTable, names_a_source_for_every_promise) {
     for (const Format& format : formats()) {
         EXPECT_NE(std::string(format.promises->source), "") << format.name;
@@ -150,6 +161,47 @@ TEST(SurveyPromises, are_those_of_the_documents) {
                        "GL_LUMINANCE16F_ARB"),
               "create by GL_ARB_texture_float; filter by GL_ARB_texture_float; "
               "mipmap by GL_ARB_texture_float; ");
+}
+
+std::string joined_names(const std::set<std::string>& names) {
+    std::string text;
+    for (const std::string& name : names) text += name + ' ';
+    return text;
+}
+
+/// The colors of which somebody promises the use, in the order of their names, without "GL_".
+std::string colors_with(const ContextFacts& facts, Use use) {
+    std::set<std::string> names;
+    for (const Format& format : formats()) {
+        if (format.is_depth() || who_promises(facts, format, use).empty()) continue;
+        names.insert(format.name + std::strlen("GL_"));
+    }
+    return joined_names(names);
+}
+
+// The lists of required texture and renderbuffer formats of OpenGL 4.5, section 8.5.1, and the
+// columns "color-renderable" and "texture-filterable" of the tables of OpenGL ES.
+TEST(SurveyPromises, of_rendering_and_filtering_are_the_lists_of_the_documents) {
+    const std::string integers =
+        "R16I R16UI R32I R32UI R8I R8UI RG16I RG16UI RG32I RG32UI RG8I RG8UI "
+        "RGBA16I RGBA16UI RGBA32I RGBA32UI RGBA8I RGBA8UI RGB10_A2UI ";
+    const auto sorted = [](const std::string& text) {
+        std::istringstream words(text);
+        const std::set<std::string> names(std::istream_iterator<std::string>(words), {});
+        return joined_names(names);
+    };
+    const std::string es30 = "R8 RG8 RGB8 RGB565 RGBA4 RGB5_A1 RGBA8 RGB10_A2 SRGB8_ALPHA8 ";
+    const std::string floats = "R16F RG16F RGBA16F R32F RG32F RGBA32F R11F_G11F_B10F ";
+    EXPECT_EQ(colors_with(facts_of(Profile::kCore, 45), Use::kRender),
+              sorted(integers + floats +
+                     "RGBA16 RGBA8 SRGB8_ALPHA8 RGB10_A2 RGB5_A1 RGBA4 RGB565 "
+                     "RG16 RG8 R16 R8"));
+    EXPECT_EQ(colors_with(facts_of(Profile::kEs, 30), Use::kRender), sorted(integers + es30));
+    EXPECT_EQ(colors_with(facts_of(Profile::kEs, 32), Use::kRender),
+              sorted(integers + es30 + floats));
+    EXPECT_EQ(colors_with(facts_of(Profile::kEs, 32), Use::kFilter),
+              sorted(es30 + "R8_SNORM RG8_SNORM RGB8_SNORM RGBA8_SNORM SRGB8 R16F RG16F RGB16F "
+                            "RGBA16F R11F_G11F_B10F RGB9_E5"));
 }
 
 TEST(SurveyPromises, of_opengl_es_depend_on_extensions) {

@@ -9,6 +9,7 @@
 #include <string>
 
 #include "process/terminal.h"
+#include "records/machine.h"
 
 namespace texprobe::ctl {
 
@@ -24,6 +25,9 @@ CLI::Validator number_between(int least, int most);
 
 /// To standard output, which may be a terminal.
 void print(const std::function<void(const Terminal&, std::ostream&)>& write);
+
+/// Why nothing can be run: the program was not found, or there is no renderer; empty if neither.
+std::string describe_lack(const char* name, const std::string& program, const Machine& machine);
 
 /// A document with an empty list is valid, but its reader wants to know.
 void say_empty(const std::string& file, const char* what);

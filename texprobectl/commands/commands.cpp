@@ -11,8 +11,8 @@
 namespace texprobe::ctl {
 
 void add_commands(CLI::App* app, Session* session) {
-    for (const auto add : {add_measure, add_list, add_show, add_compare, add_inspect, add_export,
-                           add_report, add_merge, add_time, add_forget, add_doctor}) {
+    for (const auto add : {add_measure, add_list, add_show, add_survey, add_compare, add_inspect,
+                           add_export, add_report, add_merge, add_time, add_forget, add_doctor}) {
         add(app, session);
     }
 }
@@ -43,6 +43,17 @@ CLI::Validator number_between(int least, int most) {
 
 void print(const std::function<void(const Terminal&, std::ostream&)>& write) {
     write_output({}, [&](std::ostream& stream) { write(look_at_terminal(STDOUT_FILENO), stream); });
+}
+
+std::string describe_lack(const char* name, const std::string& program, const Machine& machine) {
+    if (program.empty()) {
+        return std::string(name) +
+               " was not found beside texprobectl or in PATH; give it with --tool PATH";
+    }
+    if (!machine.renderers.empty()) return {};
+    return "this machine lists no renderer" +
+           (machine.trouble.empty() ? "" : ": " + machine.trouble) +
+           "; `texprobectl doctor` says more";
 }
 
 void say_empty(const std::string& file, const char* what) {

@@ -22,6 +22,7 @@ void add_commands(CLI::App* app, Session* session);
 void add_measure(CLI::App* app, Session* session);
 void add_list(CLI::App* app, Session* session);
 void add_show(CLI::App* app, Session* session);
+void add_survey(CLI::App* app, Session* session);
 void add_compare(CLI::App* app, Session* session);
 void add_inspect(CLI::App* app, Session* session);
 void add_export(CLI::App* app, Session* session);

@@ -30,7 +30,10 @@ RecordSets sets_to_forget(const ForgetArguments& arguments, const RecordSets& al
 
 /// Identifiers are numbers: the renderer and the driver tell which set it is.
 std::string describe_forgotten(const RecordSet& set) {
-    return set.id + ": " + renderer_name(set) + ", " + short_driver(set.glVersion);
+    const std::string survey = set.survey.empty() ? "" : "its survey";
+    if (!is_measured(set)) return set.id + ": " + survey;
+    return set.id + ": " + renderer_name(set) + ", " + short_driver(set.glVersion) +
+           (survey.empty() ? "" : "; and " + survey);
 }
 
 int run_forget(const ForgetArguments& arguments) {

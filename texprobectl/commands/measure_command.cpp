@@ -55,16 +55,10 @@ int report_hardware(const RecordSets& sets) {
 
 int run_measure(const MeasureArguments& arguments, const Session& session) {
     const std::string tool = arguments.tool.empty() ? find_tool(session.self) : arguments.tool;
-    if (tool.empty()) {
-        std::cerr << "texprobectl: texprobe was not found beside texprobectl or in PATH; give it "
-                     "with --tool PATH\n";
-        return 1;
-    }
     const Machine machine = look_at_machine();
-    if (machine.renderers.empty()) {
-        std::cerr << "texprobectl: this machine lists no renderer"
-                  << (machine.trouble.empty() ? "" : ": " + machine.trouble)
-                  << "; `texprobectl doctor` says more\n";
+    const std::string lack = describe_lack("texprobe", tool, machine);
+    if (!lack.empty()) {
+        std::cerr << "texprobectl: " << lack << '\n';
         return 1;
     }
     const StopSignals stopSignals;

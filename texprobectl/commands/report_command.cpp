@@ -45,15 +45,13 @@ void run_report(const ReportArguments& arguments, const Session& session) {
         if (found.empty()) say_empty(name, "record set");
         for (RecordSet& set : found) sets.push_back(std::move(set));
     }
-    if (arguments.names.empty()) sets = present_sets(known.all());
+    if (arguments.names.empty()) sets = present_measured_sets(known.all());
     if (sets.empty()) throw UsageError("there is no record set to report on");
     std::vector<PicturedNoes> pictured;
     if (arguments.pictures) pictured = picture_sets(sets, known.all(), session);
     std::vector<Times> times;
     for (const std::string& file : arguments.times) {
-        std::vector<Times> found = read_times(file);
-        if (found.empty()) say_empty(file, "time");
-        for (Times& each : found) times.push_back(std::move(each));
+        if (read_times(file, &times) == 0) say_empty(file, "time");
     }
     write_output(arguments.file,
                  [&](std::ostream& stream) { write_page(sets, pictured, times, stream); });
@@ -70,7 +68,7 @@ void add_report(CLI::App* app, Session* session) {
         ->required();
     command->add_flag("--pictures", arguments->pictures,
                       "Inspect each no of a transfer, and show the images");
-    command->add_option("--times", arguments->times, "A document of `time --json` to plot")
+    command->add_option("--times", arguments->times, "A document of `time --json` to add")
         ->type_name("FILE")
         ->allow_extra_args(false);
     command->footer("Without SET or FILE: the sets of this machine's present build.");

@@ -99,16 +99,25 @@ const RecordSets& KnownSets::all() {
     return *all_;
 }
 
-RecordSets KnownSets::find_or_read(const std::string& text) {
+bool is_document(const std::string& text) {
     std::error_code ignored;
-    const bool isFile =
-        text == "-" ||
-        (!is_number(text) && (is_named_as_file(text) || std::filesystem::exists(text, ignored)));
-    return isFile ? read_documents({text}) : RecordSets{find_set(text, all())};
+    return text == "-" ||
+           (!is_number(text) && (is_named_as_file(text) || std::filesystem::exists(text, ignored)));
+}
+
+RecordSets KnownSets::find_or_read(const std::string& text) {
+    return is_document(text) ? read_documents({text}) : RecordSets{find_set(text, all())};
 }
 
 RecordSets present_sets(const RecordSets& all) {
     return sets_that(all, true);
+}
+
+RecordSets present_measured_sets(const RecordSets& all) {
+    RecordSets sets;
+    std::copy_if(all.begin(), all.end(), std::back_inserter(sets),
+                 [](const RecordSet& set) { return set.isPresent && is_measured(set); });
+    return sets;
 }
 
 RecordSets outdated_sets(const RecordSets& all) {
@@ -116,7 +125,7 @@ RecordSets outdated_sets(const RecordSets& all) {
 }
 
 const RecordSet& only_present_set(const RecordSets& all) {
-    const RecordSets present = present_sets(all);
+    const RecordSets present = present_measured_sets(all);
     if (present.empty()) {
         throw UsageError(
             "nothing is recorded for this machine's present build; `texprobectl measure` measures "

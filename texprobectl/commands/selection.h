@@ -29,6 +29,9 @@ const RecordSet& find_set(const std::string& text, const RecordSets& all);
 /// The sets that these texts name, each once.
 RecordSets find_sets(const std::vector<std::string>& texts, const RecordSets& all);
 
+/// A file's name or "-", and no number.
+bool is_document(const std::string& text);
+
 /// This user's record sets, read when they are first needed: files need no store.
 class KnownSets {
 public:
@@ -44,11 +47,14 @@ private:
     std::optional<RecordSets> all_;
 };
 
+/// Those of this machine's renderers and present build, of which the tool has recorded something.
+RecordSets present_measured_sets(const RecordSets& all);
 /// Those of this machine's renderers and present build, or all others.
 RecordSets present_sets(const RecordSets& all);
 RecordSets outdated_sets(const RecordSets& all);
 
-/// The set of this machine's present build. Throws UsageError if there is none, or more than one.
+/// The measured set of this machine's present build. Throws UsageError if there is none, or more
+/// than one.
 const RecordSet& only_present_set(const RecordSets& all);
 
 }  // namespace texprobe::ctl

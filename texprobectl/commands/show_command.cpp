@@ -19,7 +19,7 @@ void run_show(const ShowArguments& arguments) {
     const RecordSets all = read_all_record_sets(look_at_machine());
     if (arguments.names.size() > 1) throw UsageError("show expects one record set, or none");
     const RecordSets shown =
-        arguments.names.empty() ? present_sets(all) : find_sets(arguments.names, all);
+        arguments.names.empty() ? present_measured_sets(all) : find_sets(arguments.names, all);
     if (shown.empty()) {
         throw UsageError(
             "nothing is recorded for this machine's present build; "

@@ -53,32 +53,6 @@ bool take_line(Stream stream, std::string_view text, ExaminedRenderer* renderer)
     return false;
 }
 
-ExaminedRenderer examine_renderer(const std::string& self, std::uint32_t id) {
-    ExaminedRenderer renderer;
-    renderer.rendererID = hexadecimal(id);
-    const RunEnd end = run_child(
-        {self, kOpenTask, {renderer.rendererID}, kOpenLimit, [&](Stream stream, auto text) {
-             return take_line(stream, text, &renderer);
-         }});
-    if (end.kind == RunEnd::Kind::kExited && end.number == 0) return renderer;
-    renderer.canBeOpened = false;
-    renderer.megabytes.reset();
-    renderer.vendor.clear();
-    renderer.glVersion.clear();
-    renderer.renderer.clear();
-    if (end.kind == RunEnd::Kind::kSignalled) {
-        renderer.trouble = "opening it ended the process by " + name_of_signal(end.number);
-    } else if (end.kind == RunEnd::Kind::kTimeLimit) {
-        renderer.trouble =
-            "opening it did not end within " + std::to_string(kOpenLimit.count()) + " s";
-    } else if (end.kind == RunEnd::Kind::kNotStarted) {
-        renderer.trouble = std::string("could not be tried: ") + std::strerror(end.number);
-    } else if (renderer.trouble.empty()) {
-        renderer.trouble = "opening it ended the process";
-    }
-    return renderer;
-}
-
 std::string describe_system() {
     utsname name;
     if (uname(&name) != 0) return {};
@@ -119,6 +93,32 @@ void anonymize(Diagnosis* diagnosis) {
 }
 
 }  // namespace
+
+ExaminedRenderer examine_renderer(const std::string& self, std::uint32_t id) {
+    ExaminedRenderer renderer;
+    renderer.rendererID = hexadecimal(id);
+    const RunEnd end = run_child(
+        {self, kOpenTask, {renderer.rendererID}, kOpenLimit, [&](Stream stream, auto text) {
+             return take_line(stream, text, &renderer);
+         }});
+    if (end.kind == RunEnd::Kind::kExited && end.number == 0) return renderer;
+    renderer.canBeOpened = false;
+    renderer.megabytes.reset();
+    renderer.vendor.clear();
+    renderer.glVersion.clear();
+    renderer.renderer.clear();
+    if (end.kind == RunEnd::Kind::kSignalled) {
+        renderer.trouble = "opening it ended the process by " + name_of_signal(end.number);
+    } else if (end.kind == RunEnd::Kind::kTimeLimit) {
+        renderer.trouble =
+            "opening it did not end within " + std::to_string(kOpenLimit.count()) + " s";
+    } else if (end.kind == RunEnd::Kind::kNotStarted) {
+        renderer.trouble = std::string("could not be tried: ") + std::strerror(end.number);
+    } else if (renderer.trouble.empty()) {
+        renderer.trouble = "opening it ended the process";
+    }
+    return renderer;
+}
 
 Diagnosis examine(const std::string& self, const std::string& tool) {
     const Machine machine = look_at_machine();

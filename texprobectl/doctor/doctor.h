@@ -4,6 +4,7 @@
 #define TEXPROBECTL_DOCTOR_H
 
 #include <cstddef>
+#include <cstdint>
 #include <optional>
 #include <string>
 #include <utility>
@@ -53,6 +54,9 @@ struct Diagnosis {
     int measuring = 0;
     std::vector<std::pair<std::string, std::string>> variables;
 };
+
+/// Opens the renderer in a process of its own.
+ExaminedRenderer examine_renderer(const std::string& self, std::uint32_t id);
 
 /// `self` opens each renderer in a process of its own, so that a driver that dies or hangs is a
 /// finding, not the end.

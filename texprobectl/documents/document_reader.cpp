@@ -9,6 +9,7 @@
 #include <iostream>
 
 #include "documents/document.h"
+#include "documents/survey_document.h"
 #include "records/software.h"
 
 namespace texprobe::ctl {
@@ -131,10 +132,10 @@ private:
     void take_version(const Json& value) {
         const auto number = whole_number(value);
         if (!number || *number < 1) fail("schema_version: \"schema_version\" must be a number");
-        if (*number != kSchemaVersion) {
+        if (*number > kSchemaVersion) {
             fail(
                 fmt::format("schema_version: \"schema_version\" is {}: this texprobectl reads "
-                            "version {}; use a newer one",
+                            "versions up to {}; use a newer one",
                             *number, kSchemaVersion));
         }
         hasVersion_ = true;
@@ -266,6 +267,7 @@ RecordSet read_set(const Json& value, const Expect& expect) {
     for (const Json& detail : expect.array(value, "details")) {
         set.details.push_back(read_detail(detail, expect));
     }
+    set.survey = read_survey(value, expect);
     return set;
 }
 

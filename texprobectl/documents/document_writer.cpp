@@ -2,6 +2,7 @@
 
 #include "documents/document.h"
 #include "documents/json_lines.h"
+#include "documents/survey_document.h"
 #include "documents/write_json.h"
 
 namespace texprobe::ctl {
@@ -30,14 +31,6 @@ Json detail_of(const Detail& detail) {
     return object;
 }
 
-void write_lines(const char* name, const std::vector<Json>& values, std::ostream& output) {
-    output << "      \"" << name << "\": [";
-    for (std::size_t i = 0; i < values.size(); ++i) {
-        output << (i == 0 ? "\n" : ",\n") << "        " << line_of(values[i]);
-    }
-    output << (values.empty() ? "]" : "\n      ]");
-}
-
 void write_set(const RecordSet& set, std::ostream& output) {
     output << "    {\n";
     Json members = identification(set);
@@ -49,9 +42,10 @@ void write_set(const RecordSet& set, std::ostream& output) {
     for (std::size_t i = 0; i < kFormatCount; ++i) formats.push_back(format_of(set, i));
     std::vector<Json> details;
     for (const Detail& detail : set.details) details.push_back(detail_of(detail));
-    write_lines("formats", formats, output);
+    write_lines("formats", formats, "      ", output);
     output << ",\n";
-    write_lines("details", details, output);
+    write_lines("details", details, "      ", output);
+    if (!set.survey.empty()) write_survey(set.survey, output);
     output << "\n    }";
 }
 

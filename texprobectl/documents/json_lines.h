@@ -7,10 +7,12 @@
 #include <optional>
 #include <ostream>
 #include <string>
+#include <vector>
 
 namespace texprobe::ctl {
 
-inline constexpr int kSchemaVersion = 1;
+/// What is written. A document of an earlier version is read, too: it only lacks what came later.
+inline constexpr int kSchemaVersion = 2;
 
 /// Members stay in the order in which they are written.
 using Json = nlohmann::ordered_json;
@@ -31,6 +33,19 @@ inline void write_whole(const Json& document, std::ostream& stream) {
 /// One line; bytes that are not UTF-8 are replaced.
 inline std::string line_of(const Json& value) {
     return value.dump(-1, ' ', false, Json::error_handler_t::replace);
+}
+
+/// A member that is a list, with a value a line, behind this indent.
+inline void write_lines(const char* name, const std::vector<Json>& values, const char* indent,
+                        std::ostream& output) {
+    output << indent << '"' << name << "\": [";
+    const char* between = "\n";
+    for (const Json& value : values) {
+        output << between << indent << "  " << line_of(value);
+        between = ",\n";
+    }
+    if (!values.empty()) output << '\n' << indent;
+    output << ']';
 }
 
 }  // namespace texprobe::ctl

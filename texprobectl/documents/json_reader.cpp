@@ -12,7 +12,7 @@ namespace texprobe::ctl {
 namespace {
 
 // Limits far above any document of ours; a hostile one must not take the memory.
-constexpr std::size_t kDeepest = 8;
+constexpr std::size_t kDeepest = 10;
 constexpr std::size_t kLongestValue = 65536;
 constexpr std::size_t kMostMembers = 1024;
 constexpr std::size_t kLongestElement = 1048576;

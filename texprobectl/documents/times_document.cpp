@@ -13,13 +13,14 @@ namespace {
 constexpr const char* kTimesSchema = "texprobe-times";
 
 Json way_of(const TransferTimes& transfer, const TimedWay& timed) {
-    return {{"way", kWays[timed.way].name},
+    const double images = 1.0 / timed.seconds.median;
+    return {{"way", name_of(timed.way, transfer.what.cell.capability)},
             {"rounds", timed.rounds},
             {"lower_seconds", timed.seconds.lower},
             {"median_seconds", timed.seconds.median},
             {"upper_seconds", timed.seconds.upper},
-            {"megabytes_per_second", transfer.megabytes_per_second(timed)},
-            {"images_per_second", images_per_second(timed)}};
+            {"megabytes_per_second", static_cast<double>(transfer.bytes) * images / 1e6},
+            {"images_per_second", images}};
 }
 
 /// Each says of which record set it is, so that the documents of several can be put together.
@@ -28,9 +29,9 @@ Json transfer_of(const Times& times, const TransferTimes& transfer) {
     Json object = {{"id", times.id},
                    {"renderer", text_or_null(times.renderer)},
                    {"gl_version", text_or_null(times.glVersion)},
-                   {"name", kFormats[what.format].name},
-                   {"internal_format", kFormats[what.format].internalFormat},
-                   {"transfer", kCapabilities[what.transfer].member},
+                   {"name", kFormats[what.cell.format].name},
+                   {"internal_format", kFormats[what.cell.format].internalFormat},
+                   {"transfer", kCapabilities[what.cell.capability].member},
                    {"width", what.size.width},
                    {"height", what.size.height},
                    {"state", name_of(transfer.state)},
@@ -76,9 +77,23 @@ double read_seconds(const Json& object, const char* member, const Expect& expect
     return seconds;
 }
 
-TimedWay read_way(const Json& value, const Expect& expect) {
+std::optional<std::string> find_way_name(const std::string& name) {
+    // Those that are timed, and those of older documents.
+    for (const char* known : {"no_buffer", "one_fresh", "one_kept", "three_kept", "copy",
+                              "one_range", "three_fresh", "three_range"}) {
+        if (name == known) return name;
+    }
+    return std::nullopt;
+}
+
+/// None for a way that older versions timed.
+std::optional<TimedWay> read_way(const Json& value, Capability transfer, const Expect& expect) {
+    const std::string name = read_name(value, "way", find_way_name, expect);
+    std::size_t way = 0;
+    while (way < kWayCount && name != name_of(way, transfer)) ++way;
+    if (way == kWayCount) return std::nullopt;
     TimedWay timed;
-    timed.way = read_name(value, "way", find_way, expect);
+    timed.way = way;
     timed.rounds = static_cast<int>(expect.integer(value, "rounds", 1, INT32_MAX));
     timed.seconds = {read_seconds(value, "lower_seconds", expect),
                      read_seconds(value, "median_seconds", expect),
@@ -91,8 +106,8 @@ TimedWay read_way(const Json& value, const Expect& expect) {
 
 TransferTimes read_transfer(const Json& value, const Expect& expect) {
     TransferTimes transfer;
-    transfer.what.format = read_name(value, "name", format_named, expect);
-    transfer.what.transfer = read_name(value, "transfer", find_transfer, expect);
+    transfer.what.cell.format = read_name(value, "name", format_named, expect);
+    transfer.what.cell.capability = read_name(value, "transfer", find_transfer, expect);
     transfer.what.size = {static_cast<int>(expect.integer(value, "width", 1, 1 << 20)),
                           static_cast<int>(expect.integer(value, "height", 1, 1 << 20))};
     transfer.state = read_name(value, "state", find_state, expect);
@@ -100,7 +115,9 @@ TransferTimes read_transfer(const Json& value, const Expect& expect) {
     transfer.bytes =
         static_cast<std::size_t>(expect.integer(value, "image_bytes", 0, std::int64_t{1} << 40));
     for (const Json& way : expect.array(value, "ways")) {
-        transfer.ways.push_back(read_way(way, expect));
+        if (const auto timed = read_way(way, transfer.what.cell.capability, expect)) {
+            transfer.ways.push_back(*timed);
+        }
     }
     if (transfer.bytes == 0 && !transfer.ways.empty()) {
         expect.fail(expect.member(value, "image_bytes"),
@@ -123,23 +140,21 @@ void write_times_json(const Times& times, std::ostream& output) {
     output << "\n  ]\n}\n";
 }
 
-std::vector<Times> read_times(const std::string& file) {
-    std::vector<Times> all;
-    read_document(file, {{kTimesSchema, "transfers", [&](const Json& value, const Expect& expect) {
-                              const std::string& id = expect.text(value, "id");
-                              auto found =
-                                  std::find_if(all.begin(), all.end(),
-                                               [&](const Times& times) { return times.id == id; });
-                              if (found == all.end()) {
-                                  all.push_back({id,
-                                                 expect.text_or_null(value, "renderer"),
-                                                 expect.text_or_null(value, "gl_version"),
-                                                 {}});
-                                  found = all.end() - 1;
-                              }
-                              found->transfers.push_back(read_transfer(value, expect));
-                          }}});
-    return all;
+std::size_t read_times(const std::string& file, std::vector<Times>* all) {
+    const auto read = [&](const Json& value, const Expect& expect) {
+        const std::string& id = expect.text(value, "id");
+        auto found = std::find_if(all->begin(), all->end(),
+                                  [&](const Times& times) { return times.id == id; });
+        if (found == all->end()) {
+            all->push_back({id,
+                            expect.text_or_null(value, "renderer"),
+                            expect.text_or_null(value, "gl_version"),
+                            {}});
+            found = all->end() - 1;
+        }
+        found->transfers.push_back(read_transfer(value, expect));
+    };
+    return read_document(file, {{kTimesSchema, "transfers", read}});
 }
 
 }  // namespace texprobe::ctl

@@ -11,8 +11,9 @@
 
 namespace texprobe::ctl {
 
+/// Adds the transfers of a file to those of their record sets, and returns how many there were.
 /// Throws DocumentError.
-std::vector<Times> read_times(const std::string& file);
+std::size_t read_times(const std::string& file, std::vector<Times>* all);
 
 }  // namespace texprobe::ctl
 

@@ -5,6 +5,7 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <limits>
 
@@ -38,78 +39,77 @@ double rounding(const Layout& sent, const Layout& returned) {
     return steps && steps_of(sent) != steps ? 1.0 / *steps + 1e-9 : 0.0;
 }
 
-/// Why the tool's comparison does not find two equal images equal.
+/// What the tool's comparison does, where it does not find two equal images equal.
 std::string describe_pairing(const Layout& sent, const Layout& returned) {
     if (sent.format == GL_LUMINANCE_ALPHA && returned.format == GL_LUMINANCE_ALPHA) {
-        return "pairing: each alpha is compared with the next pixel's luminance";
+        return "each alpha with the next pixel's luminance";
     }
     const bool isReversed = (sent.format == GL_BGRA && returned.format == GL_RGBA) ||
                             (sent.format == GL_RGBA && returned.format == GL_BGRA);
     if (isReversed && sent.type != GL_UNSIGNED_INT_8_8_8_8_REV) {
-        return "pairing: four channels are compared in reversed order";
+        return "four channels in reversed order";
     }
-    return "rules";
+    return "by rules of its own";
 }
 
-std::string describe_exact(const ComparedImages& images) {
-    const bool isRounded = !are_equal(images.expected, images.returned, 0.0);
-    const std::string exact =
-        isRounded ? "The driver is exact, but for rounding" : "The driver is exact";
-    if (images.evidence.verdict) return exact + '.';
-    return exact + "; the verdict follows from the comparison's " +
-           describe_pairing(images.evidence.sent.layout, images.evidence.returned.layout) + '.';
-}
-
-std::string describe_size(double error, const std::optional<unsigned>& steps) {
-    if (!std::isfinite(error)) return "so much that some values are no numbers";
-    return steps ? fmt::format("{:.0f} of {}", error, *steps) : fmt::format("{:.3g}", error);
-}
-
-std::optional<std::string> find_lost_buffer(const Evidence& evidence) {
+std::optional<std::string> find_lost_buffer(const ComparedImages& images) {
+    const Evidence& evidence = images.evidence;
     if (!evidence.kept || evidence.kept->bytes == evidence.sent.bytes) return std::nullopt;
     return "The pixel buffer object does not hold what was written into it.";
 }
 
-std::string describe_unknown(const Analysis& analysis, const ComparedImages& images) {
-    std::size_t pixels = 0;
-    for (std::size_t i = 0; i < kPixels; ++i) {
-        bool differs = false;
-        for (std::size_t c = 0; c < images.expected.channels.size(); ++c) {
-            differs |= !(images.expected.values[c][i] == images.returned.values[c][i]);
-        }
-        pixels += differs;
-    }
-    double largest = 0.0;
-    for (const ChannelErrors& errors : analysis.channels) {
-        largest = std::max(largest, errors.largest);
-    }
+std::optional<std::string> find_exact(const ComparedImages& images) {
+    if (!are_equal(images.expected, images.returned, images.tolerance)) return std::nullopt;
+    const Layout& sent = images.evidence.sent.layout;
+    const Layout& returned = images.evidence.returned.layout;
+    const bool isAll = rounding(sent, returned) == 0.0;
+    const char* limits = isAll ? "" : " to 8 bits, which is all that an upload shows";
+    if (images.evidence.verdict) return fmt::format("The driver is exact{}.", limits);
     return fmt::format(
-        "It differs without a pattern that is known here: in {} of {} pixels, by up to {}.", pixels,
-        kPixels, describe_size(largest, analysis.steps));
+        "The driver is right{}. This no comes from the test itself, which compares {}.", limits,
+        describe_pairing(sent, returned));
 }
 
-std::string find_sentence(const Analysis& analysis, ComparedImages images) {
-    if (const auto found = find_lost_buffer(images.evidence)) return *found;
-    if (are_equal(images.expected, images.returned, images.tolerance)) {
-        return describe_exact(images);
+std::string describe_unknown(const ComparedImages& images) {
+    std::size_t pixels = 0;
+    for (std::size_t i = 0; i < kPixels; ++i) pixels += is_wrong(images, i);
+    return fmt::format(
+        "It differs without a pattern that is known here: in {} of {} pixels, by up to {}.", pixels,
+        kPixels, describe_largest(images));
+}
+
+using Find = std::optional<std::string> (*)(const ComparedImages&);
+
+// In this order: the first that fits is the sentence. Values that are nearly right come before all
+// that moves, because a pattern fits a small error by chance; a part that is wrong comes last,
+// because it fits whatever leaves a part right (find_part).
+constexpr std::array<Find, 5> kUnmoved = {find_lost_buffer, find_exact, find_constant,
+                                          find_precision, find_small_errors};
+constexpr std::array<Find, 9> kMoved = {find_byte_order, find_channels,      find_shift,
+                                        find_stride,     find_turn,          find_stale,
+                                        find_srgb,       find_premultiplied, find_gain};
+
+template <std::size_t size>
+std::optional<std::string> first_of(const std::array<Find, size>& finds,
+                                    const ComparedImages& images) {
+    for (const Find find : finds) {
+        if (auto found = find(images)) return found;
     }
-    if (const auto found = find_constant(images)) return *found;
-    if (const auto found = find_structure(images)) return *found;
-    if (const auto found = find_precision(images)) return *found;
-    // Once more, past the values that a driver may lose besides.
-    images.tolerance = std::max(images.tolerance, 1.5 / 255);
-    if (are_equal(images.expected, images.returned, images.tolerance)) {
-        double largest = 0.0;
-        for (const ChannelErrors& errors : analysis.channels) {
-            largest = std::max(largest, errors.largest);
-        }
-        return fmt::format("The image is right, but not exact: values differ by up to {}.",
-                           describe_size(largest, analysis.steps));
-    }
-    if (const auto found = find_structure(images)) {
-        return found->substr(0, found->size() - 1) + "; values are not exact either.";
-    }
-    return describe_unknown(analysis, images);
+    return std::nullopt;
+}
+
+std::string find_sentence(const ComparedImages& images) {
+    if (const auto found = first_of(kUnmoved, images)) return *found;
+    // Once more each, past the values that a driver may lose besides.
+    ComparedImages roughly = images;
+    roughly.tolerance = std::max(images.tolerance, kNearly);
+    const auto withoutEnd = [](const std::string& text) { return text.substr(0, text.size() - 1); };
+    const char* const besides = "; values are not exact either.";
+    if (const auto found = first_of(kMoved, images)) return *found;
+    if (const auto found = first_of(kMoved, roughly)) return withoutEnd(*found) + besides;
+    if (const auto found = find_part(images)) return *found;
+    if (const auto found = find_part(roughly)) return withoutEnd(*found) + besides;
+    return describe_unknown(images);
 }
 
 }  // namespace
@@ -123,9 +123,8 @@ Analysis analyse(const Evidence& evidence) {
         analysis.channels.push_back(measure_errors(returned.channels[i], expected.values[i],
                                                    returned.values[i], analysis.steps.value_or(1)));
     }
-    analysis.sentence = find_sentence(
-        analysis,
-        {evidence, expected, returned, rounding(evidence.sent.layout, evidence.returned.layout)});
+    analysis.sentence = find_sentence({evidence, expected, returned, analysis,
+                                       rounding(evidence.sent.layout, evidence.returned.layout)});
     return analysis;
 }
 

@@ -10,8 +10,6 @@
 
 namespace texprobe::ctl {
 
-namespace {
-
 std::size_t element_size(unsigned type) {
     switch (type) {
         case GL_UNSIGNED_BYTE:
@@ -26,6 +24,8 @@ std::size_t element_size(unsigned type) {
             return 0;
     }
 }
+
+namespace {
 
 bool is_packed(unsigned type) {
     return type == GL_UNSIGNED_INT_8_8_8_8_REV;
@@ -131,18 +131,18 @@ const Plane* Planes::find(Channel channel) const {
     return found == channels.end() ? nullptr : &values[std::size_t(found - channels.begin())];
 }
 
-Planes decode(const Image& image) {
+Planes decode(const Image& image, std::size_t pixels) {
     const auto inMemory = channels_in_memory(image.layout);
     if (!inMemory) throw std::invalid_argument("the layout of an image is not known");
     const std::size_t size = bytes_per_pixel(image.layout);
-    if (image.bytes.size() < size * kPixels) throw std::invalid_argument("an image is too short");
+    if (image.bytes.size() < size * pixels) throw std::invalid_argument("an image is too short");
     Planes planes;
     planes.channels = in_true_order(*inMemory);
     for (const Channel channel : planes.channels) {
         const auto place = std::find(inMemory->begin(), inMemory->end(), channel);
         const auto index = static_cast<std::size_t>(place - inMemory->begin());
-        Plane plane(kPixels);
-        for (std::size_t i = 0; i < kPixels; ++i) {
+        Plane plane(pixels);
+        for (std::size_t i = 0; i < pixels; ++i) {
             plane[i] = value_at(image.bytes.data() + i * size, index, image.layout.type);
         }
         planes.values.push_back(std::move(plane));
@@ -158,7 +158,7 @@ Planes expected_in(const Layout& layout, const Planes& sent) {
         if (!source && channel != Channel::kAlpha) source = sent.find(Channel::kLuminance);
         // Luminance is read from a colour by its red, which a luminance target keeps.
         if (!source && channel == Channel::kLuminance) source = sent.find(Channel::kRed);
-        expected.values.push_back(source ? *source : Plane(kPixels, 1.0));
+        expected.values.push_back(source ? *source : Plane(sent.values.front().size(), 1.0));
     }
     const auto steps = steps_of(layout);
     if (!steps) return expected;
@@ -168,16 +168,6 @@ Planes expected_in(const Layout& layout, const Planes& sent) {
         }
     }
     return expected;
-}
-
-Image with_reversed_bytes(const Image& image) {
-    Image reversed = image;
-    const auto size = static_cast<std::ptrdiff_t>(element_size(image.layout.type));
-    for (auto at = reversed.bytes.begin(); size > 0 && reversed.bytes.end() - at >= size;
-         at += size) {
-        std::reverse(at, at + size);
-    }
-    return reversed;
 }
 
 }  // namespace texprobe::ctl

@@ -35,6 +35,8 @@ const char* name_of(Channel channel);
 /// Of a layout that the tool uses; none for another.
 std::optional<std::vector<Channel>> channels_in_memory(const Layout& layout);
 std::size_t bytes_per_pixel(const Layout& layout);
+/// Of a packed type, the whole pixel; 0 for a type that the tool does not use.
+std::size_t element_size(unsigned type);
 /// 255 or 65535, the steps from 0 to 1 of an integer type; none for a float type.
 std::optional<unsigned> steps_of(const Layout& layout);
 
@@ -51,15 +53,12 @@ struct Planes {
 };
 
 /// Throws std::invalid_argument for a layout that is not known, or too few bytes.
-Planes decode(const Image& image);
+Planes decode(const Image& image, std::size_t pixels = kPixels);
 
 /// OpenGL's result in `layout` for an image that goes through a texture and a quad unchanged:
 /// luminance becomes red, green and blue; a missing alpha is 1; values are clamped and
 /// rounded to nearest where the layout's type has fewer steps.
 Planes expected_in(const Layout& layout, const Planes& sent);
-
-/// The bytes of each element reversed; of each pixel, where that is one packed word.
-Image with_reversed_bytes(const Image& image);
 
 }  // namespace texprobe::ctl
 

@@ -17,9 +17,15 @@ std::string find_self(const std::string& name) {
     return error ? std::string() : real.string();
 }
 
+std::string find_program(const std::string& self, const std::string& name) {
+    const std::filesystem::path beside = std::filesystem::path(self).parent_path() / name;
+    if (!self.empty() && is_program(beside)) return beside.string();
+    const std::string installed = std::string(TEXPROBECTL_INSTALLED_PROGRAMS) + '/' + name;
+    return is_program(installed) ? installed : find_in_path(name);
+}
+
 std::string find_tool(const std::string& self) {
-    const auto beside = std::filesystem::path(self).parent_path() / "texprobe";
-    return texprobe::find_tool({self.empty() ? "" : beside.string(), TEXPROBECTL_INSTALLED_TOOL});
+    return find_program(self, "texprobe");
 }
 
 }  // namespace texprobe::ctl

@@ -11,7 +11,10 @@ namespace texprobe::ctl {
 /// when it cannot be told.
 std::string find_self(const std::string& name);
 
-/// The tool: the one beside `self`, the installed one, the first in PATH; empty when there is none.
+/// A program of this name: the one beside `self`, the installed one, the first in PATH; empty when
+/// there is none.
+std::string find_program(const std::string& self, const std::string& name);
+/// The tool, in the same way.
 std::string find_tool(const std::string& self);
 
 }  // namespace texprobe::ctl

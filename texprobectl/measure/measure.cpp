@@ -1,19 +1,16 @@
 #include "measure/measure.h"
 
-#include <runs/attempts.h>
-#include <runs/run_ends.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <array>
-#include <cerrno>
 #include <csignal>
-#include <cstring>
 #include <ctime>
 #include <map>
 #include <thread>
 
 #include "measure/judgement.h"
+#include "measure/repeated_runs.h"
 #include "measure/run_watch.h"
 #include "measure/running_tool.h"
 #include "records/causes.h"
@@ -36,7 +33,7 @@ std::string time_now() {
 std::string describe_missing(const std::string& id, const std::optional<RecordSet>& set) {
     const auto identity = parse_id(id);
     const std::string of = " of " + (identity ? identity->rendererID : id);
-    if (!set) return "nothing is recorded" + of;
+    if (!set || !is_measured(*set)) return "nothing is recorded" + of;
     if (const std::size_t open = set->unmeasured()) {
         return std::to_string(open) + " of 96 verdicts" + of + " are not recorded";
     }
@@ -44,10 +41,10 @@ std::string describe_missing(const std::string& id, const std::optional<RecordSe
     return "the driver's names" + of + " are not recorded, which applications look for";
 }
 
-class RepeatedRuns {
+class Measuring : public RepeatedRuns {
 public:
-    RepeatedRuns(const MeasureOptions& options, const Machine& machine, MeasureWatcher& watcher)
-        : options_(options), machine_(machine), watcher_(watcher) {
+    Measuring(const MeasureOptions& options, const Machine& machine, MeasureWatcher& watcher)
+        : RepeatedRuns("texprobe", options, watcher), machine_(machine) {
         for (const std::uint32_t renderer : machine.renderers) {
             ids_.push_back(make_id(hexadecimal(renderer), machine.systemBuild));
         }
@@ -60,17 +57,9 @@ public:
         remove_old_names();
         if (watcher_.is_interrupted()) interrupt();
         doneAtBegin_ = count_done(read_flags());
-        for (Attempts attempts(options_.attempts, 2); !isOver_;) {
-            attempts.begin_run();
-            attempts.end_run(run_once() > 0);
-            result_.runs = attempts.runs();
-            if (!isOver_ && attempts.are_in_vain()) {
-                give_up("two runs in a row recorded nothing: " + describe_last_end());
-            }
-            if (!isOver_ && attempts.are_used_up()) {
-                give_up(std::to_string(options_.attempts) +
-                        " runs were not enough; the last one: " + describe_last_end());
-            }
+        static_cast<RunsResult&>(result_) = run_until_complete();
+        if (result_.kind == RunsResult::Kind::kComplete) {
+            for (const std::string& id : ids_) write(causes_of(id), {{kTimeKey, time_now()}});
         }
         result_.after = read_sets();
         return std::move(result_);
@@ -80,7 +69,8 @@ private:
     RecordSets read_sets() const {
         RecordSets sets;
         for (const std::string& id : ids_) {
-            if (auto set = read_record_set(id, machine_)) sets.push_back(std::move(*set));
+            auto set = read_record_set(id, machine_);
+            if (set && is_measured(*set)) sets.push_back(std::move(*set));
         }
         return sets;
     }
@@ -105,31 +95,12 @@ private:
     }
 
     /// The first missing part of a set that applications look for; empty when all is there.
-    std::string find_missing() const {
+    std::string find_missing() const override {
         for (const std::string& id : ids_) {
             std::string missing = describe_missing(id, read_record_set(id, machine_));
             if (!missing.empty()) return missing;
         }
         return {};
-    }
-
-    std::string describe_last_end() const { return lastEnd_ + "; " + find_missing(); }
-
-    void give_up(const std::string& reason) {
-        isOver_ = true;
-        result_.kind = MeasureResult::Kind::kGivenUp;
-        result_.reason = reason;
-    }
-
-    void interrupt() {
-        isOver_ = true;
-        result_.kind = MeasureResult::Kind::kInterrupted;
-    }
-
-    /// Called while waiting for the turn.
-    bool may_wait() {
-        if (const int holder = turn_holder()) watcher_.waits_for(holder);
-        return !watcher_.is_interrupted();
     }
 
     /// A `measure` that was killed has not seen its tool's end. A failure of its last test may
@@ -207,30 +178,17 @@ private:
         return write(id, changes);
     }
 
-    /// How many verdicts the run has recorded.
-    std::size_t run_once() {
+    bool run_once() override {
         const FlagsByID before = read_flags();
         RunWatch watch({before, begin_, doneAtBegin_}, runningTool_, watcher_);
         // The tool has the turn then, and the next run to get it finds no record of the test.
         watch.onKill = [&] { remove_stopped_test(watch); };
-        const Program program{options_.tool,
-                              {},
-                              std::chrono::seconds(options_.seconds),
-                              std::chrono::milliseconds(100 * kTenthsToStop)};
-        const RunEnd end = run_supervised(program, watch);
-        if (end.kind == RunEnd::Kind::kNotStarted) {
-            give_up(options_.tool + " could not be started: " + std::strerror(end.number));
-            return 0;
-        }
-        if (end.isLeftBehind) watcher_.left_behind(watch.process());
-        lastEnd_ = "texprobe " + describe_end(end, "made no progress and was killed");
-        if (!watch.trouble().empty()) lastEnd_ += " (" + watch.trouble() + ")";
+        const RunEnd end = run_program(watch, {});
+        if (end.kind == RunEnd::Kind::kNotStarted) return false;
         if (remember(watch, end)) runningTool_.forget_gone();
         watch.show_recorded();
         conclude(end);
-        const std::size_t was = count_recorded(before);
-        const std::size_t is = count_recorded(read_flags());
-        return is - std::min(is, was);
+        return count_recorded(read_flags()) > count_recorded(before);
     }
 
     static std::size_t count_recorded(const FlagsByID& flags) {
@@ -241,15 +199,6 @@ private:
             }
         }
         return count;
-    }
-
-    /// The records decide, not the end of the run.
-    void conclude(const RunEnd& end) {
-        if (end.kind == RunEnd::Kind::kStopped) return interrupt();
-        if (!find_missing().empty()) return;
-        isOver_ = true;
-        result_.kind = MeasureResult::Kind::kComplete;
-        for (const std::string& id : ids_) write(causes_of(id), {{kTimeKey, time_now()}});
     }
 
     RunFacts facts_of(const std::string& id, const RunWatch& watch, const RunEnd& end) const {
@@ -285,11 +234,12 @@ private:
         }
         const auto death = death_of(end, inHand.has_value(), options_.seconds);
         const auto identity = parse_id(watch.current_id());
-        if (death && identity) watcher_.died(identity->rendererID, inHand, *death);
+        if (death && identity) {
+            watcher_.died(identity->rendererID, inHand ? words_of(*inHand) : "", *death);
+        }
         return isDone;
     }
 
-    /// Under the turn, so that no process that measures loses a record that it has begun.
     bool test_again(const std::string& id, const std::vector<Cell>& cells) {
         bool isDone = false;
         const auto remove = [&] {
@@ -301,9 +251,7 @@ private:
             }
             isDone = stillFalse.empty() || remove_records(id, stillFalse);
         };
-        // An interruption takes no longer than a second.
-        int pauses = 0;
-        return under_turn([&] { return may_wait() || ++pauses < 100; }, remove) && isDone;
+        return change_records(remove) && isDone;
     }
 
     static void remember_causes(const std::string& id, const Judgement& judgement) {
@@ -318,17 +266,10 @@ private:
         if (!changes.empty()) write(causes_of(id), changes);
     }
 
-    /// Shorter than the time that the tool gives its test before it dies of the signal.
-    static constexpr int kTenthsToStop = 15;
-
-    const MeasureOptions& options_;
     const Machine& machine_;
-    MeasureWatcher& watcher_;
     RunningTool runningTool_;
     std::vector<std::string> ids_;
     MeasureResult result_;
-    bool isOver_ = false;
-    std::string lastEnd_;
     std::map<std::string, std::vector<Cell>> endedFromOutside_;
     std::size_t doneAtBegin_ = 0;
     const std::chrono::steady_clock::time_point begin_ = std::chrono::steady_clock::now();
@@ -338,7 +279,7 @@ private:
 
 MeasureResult measure(const MeasureOptions& options, const Machine& machine,
                       MeasureWatcher& watcher) {
-    return RepeatedRuns(options, machine, watcher).run();
+    return Measuring(options, machine, watcher).run();
 }
 
 }  // namespace texprobe::ctl

@@ -4,6 +4,8 @@
 #ifndef TEXPROBECTL_MEASURE_H
 #define TEXPROBECTL_MEASURE_H
 
+#include <chrono>
+#include <cstddef>
 #include <optional>
 #include <string>
 
@@ -22,15 +24,21 @@ struct MeasureOptions {
 /// How far measuring has come.
 struct MeasureProgress {
     std::string rendererID;
-    /// The test in hand; none while a renderer is being set up.
-    std::optional<Cell> cell;
-    /// VerdictTable of all renderers.
+    /// The test in hand, in words; empty while a renderer is being set up.
+    std::string test;
+    /// What is counted.
+    const char* unit = "verdicts";
+    /// Of all renderers.
     std::size_t done = 0;
     std::size_t all = 0;
-    /// Those of this renderer, of its 96.
+    /// Of this renderer.
     std::size_t doneHere = 0;
+    std::size_t allHere = 0;
     /// None before there is something to estimate it from.
     std::optional<int> secondsLeft;
+
+    /// `done` was `doneAtBegin` then.
+    void estimate(std::chrono::steady_clock::time_point begin, std::size_t doneAtBegin);
 };
 
 /// Watches measuring. Called on the caller's thread.
@@ -42,8 +50,8 @@ public:
     virtual ~MeasureWatcher() = default;
 
     virtual void progress(const MeasureProgress& progress) = 0;
-    /// A run died: in which test, as far as there was one, and how.
-    virtual void died(const std::string& rendererID, const std::optional<Cell>& cell,
+    /// A run died: in which test, empty if in none, and how.
+    virtual void died(const std::string& rendererID, const std::string& test,
                       const Cause& cause) = 0;
     /// Another process has the turn. Called again and again.
     virtual void waits_for(int process) = 0;
@@ -54,12 +62,15 @@ public:
     virtual bool is_interrupted() = 0;
 };
 
-struct MeasureResult {
+struct RunsResult {
     enum class Kind { kComplete, kGivenUp, kInterrupted };
     Kind kind = Kind::kGivenUp;
     /// Why it was given up: one line.
     std::string reason;
     int runs = 0;
+};
+
+struct MeasureResult : RunsResult {
     /// The sets of this machine's renderers.
     RecordSets before;
     RecordSets after;

@@ -1,13 +1,19 @@
 #include "measure/run_watch.h"
 
-#include <algorithm>
 #include <cmath>
 
 #include "measure/judgement.h"
 #include "records/preferences.h"
-#include "records/turn.h"
 
 namespace texprobe::ctl {
+
+void MeasureProgress::estimate(std::chrono::steady_clock::time_point begin,
+                               std::size_t doneAtBegin) {
+    if (done <= doneAtBegin) return;
+    const std::chrono::duration<double> elapsed = std::chrono::steady_clock::now() - begin;
+    const double each = elapsed.count() / static_cast<double>(done - doneAtBegin);
+    secondsLeft = static_cast<int>(std::lround(each * static_cast<double>(all - done)));
+}
 
 std::size_t count_done(const FlagsByID& flags) {
     std::size_t done = 0;
@@ -31,8 +37,8 @@ Flags read_current_flags(const std::string& id) {
 }
 
 void RunWatch::started(int processID) {
-    process_ = processID;
-    runningTool_.remember(process_);
+    WatchedRun::started(processID);
+    runningTool_.remember(processID);
 }
 
 RunFacts RunWatch::facts(const std::string& id) const {
@@ -92,29 +98,9 @@ void RunWatch::begin_turn(const std::string& id) {
     run_.flags[id] = flags;
 }
 
-/// The first of the records says which file and which error, those after it the consequences.
-void RunWatch::take_trouble(const std::string& text) {
-    constexpr std::string_view kOfRecords = "*** texprobe records: ";
-    if (trouble_.compare(0, kOfRecords.size(), kOfRecords) != 0) trouble_ = text;
-}
-
-RunObserver::Wish RunWatch::look() {
-    if (watcher_.is_interrupted()) return Wish::kStop;
-    // Once a second is enough to see who has the turn, and to move the time left.
-    if (++looks_ % 10 != 0) return Wish::kGoOn;
-    if (waits_for_other()) return Wish::kGoOnAnew;
-    runningTool_.remember(process_);
+void RunWatch::go_on() {
+    runningTool_.remember(process());
     tell_progress();
-    return Wish::kGoOn;
-}
-
-bool RunWatch::waits_for_other() {
-    const int holder = turn_holder();
-    if (holder == 0 || is_in_group(holder, process_)) return false;
-    // A tool that hung may have lost it.
-    hasTurn_ = false;
-    watcher_.waits_for(holder);
-    return true;
 }
 
 void RunWatch::show_recorded() {
@@ -128,17 +114,13 @@ void RunWatch::tell_progress() {
     if (!identity) return;
     MeasureProgress progress;
     progress.rendererID = identity->rendererID;
-    progress.cell = next_unmeasured(run_.flags[currentID_]);
+    const auto next = next_unmeasured(run_.flags[currentID_]);
+    if (next) progress.test = words_of(*next);
     progress.done = count_done(run_.flags);
     progress.all = run_.flags.size() * kCellCount;
     progress.doneHere = count_done({{currentID_, run_.flags[currentID_]}});
-    const std::size_t gained = progress.done - std::min(progress.done, run_.doneAtBegin);
-    if (gained > 0) {
-        const std::chrono::duration<double> elapsed = std::chrono::steady_clock::now() - run_.begin;
-        const double each = elapsed.count() / static_cast<double>(gained);
-        progress.secondsLeft =
-            static_cast<int>(std::lround(each * static_cast<double>(progress.all - progress.done)));
-    }
+    progress.allHere = kCellCount;
+    progress.estimate(run_.begin, run_.doneAtBegin);
     watcher_.progress(progress);
 }
 

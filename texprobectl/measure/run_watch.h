@@ -4,10 +4,7 @@
 #ifndef TEXPROBECTL_RUN_WATCH_H
 #define TEXPROBECTL_RUN_WATCH_H
 
-#include <runs/supervised_run.h>
-
 #include <chrono>
-#include <functional>
 #include <map>
 #include <string>
 
@@ -15,6 +12,7 @@
 #include "measure/measure.h"
 #include "measure/running_tool.h"
 #include "measure/tool_output.h"
+#include "measure/watched_run.h"
 
 namespace texprobe::ctl {
 
@@ -33,48 +31,39 @@ struct RunBegin {
     std::size_t doneAtBegin = 0;
 };
 
-class RunWatch : public RunObserver {
+class RunWatch : public WatchedRun {
 public:
     RunWatch(RunBegin run, RunningTool& runningTool, MeasureWatcher& watcher)
-        : run_(std::move(run)), runningTool_(runningTool), watcher_(watcher) {}
+        : WatchedRun(watcher), run_(std::move(run)), runningTool_(runningTool) {}
 
     void started(int processID) override;
     bool line(Stream stream, std::string_view text) override;
-    Wish look() override;
-    void before_kill() override { onKill(); }
 
-    /// Called before a tool that was told to stop, and has not, is killed.
-    std::function<void()> onKill;
-
-    int process() const { return process_; }
     /// The facts of the run for the judgement on one set.
     RunFacts facts(const std::string& id) const;
-    /// Its complaint; empty if it had none.
-    const std::string& trouble() const { return trouble_; }
     const std::string& current_id() const { return currentID_; }
 
     /// Shows the recorded progress instead of the one in the tool's lines.
     void show_recorded();
 
+protected:
+    void go_on() override;
+    // A tool that hung may have lost it.
+    void wait_for_other() override { hasTurn_ = false; }
+
 private:
     void begin_turn(const std::string& id);
-    void take_trouble(const std::string& text);
     void tell_progress();
-    bool waits_for_other();
 
     RunBegin run_;
     RunningTool& runningTool_;
-    MeasureWatcher& watcher_;
     const FlagsByID atStart_ = run_.flags;
     FlagsByID atTurn_;
     FlagsByID said_;
-    int process_ = 0;
     // As far as the tool's lines and the last look tell.
     bool hasTurn_ = false;
     bool isTesting_ = false;
     std::string currentID_;
-    std::string trouble_;
-    int looks_ = 0;
 };
 
 /// How many verdicts of these sets are decided.

@@ -31,19 +31,23 @@ std::optional<TestEnded> parse_result(std::string_view text) {
 
 }  // namespace
 
-ToolEvent parse_line(std::string_view line) {
-    const std::size_t trouble = line.find("*** ");
-    if (trouble != std::string_view::npos) return ToolTrouble{std::string(line.substr(trouble))};
-    // A driver may have left something on the line before.
-    const std::size_t begin = line.find(kDomain);
-    if (begin == std::string_view::npos) return OtherLine{};
+std::optional<LineOf> find_line_of(std::string_view domain, std::string_view line) {
+    const std::size_t begin = line.find(domain);
+    if (begin == std::string_view::npos) return std::nullopt;
     line.remove_prefix(begin);
     const std::size_t bracket = line.find('[');
     const std::size_t space = line.find("] ");
-    if (bracket == std::string_view::npos || space == std::string_view::npos) return OtherLine{};
-    const std::string id(line.substr(0, bracket));
-    if (!parse_id(id)) return OtherLine{};
-    const std::string_view text = line.substr(space + 2);
+    if (bracket == std::string_view::npos || space == std::string_view::npos) return std::nullopt;
+    return LineOf{std::string(line.substr(0, bracket)), line.substr(space + 2)};
+}
+
+ToolEvent parse_line(std::string_view line) {
+    const std::size_t trouble = line.find("*** ");
+    if (trouble != std::string_view::npos) return ToolTrouble{std::string(line.substr(trouble))};
+    const auto spoken = find_line_of(kDomain, line);
+    if (!spoken || !parse_id(spoken->application)) return OtherLine{};
+    const std::string& id = spoken->application;
+    const std::string_view text = spoken->text;
     if (starts_with(text, "testing renderer: ")) return RendererBegun{id};
     if (starts_with(text, "GL_ARB_pixel_buffer_object : ")) return TestsBegun{id};
     if (starts_with(text, "GL_VENDOR: ")) return TestsDone{id};

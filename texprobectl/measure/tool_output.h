@@ -3,6 +3,7 @@
 #ifndef TEXPROBECTL_TOOL_OUTPUT_H
 #define TEXPROBECTL_TOOL_OUTPUT_H
 
+#include <optional>
 #include <string>
 #include <string_view>
 #include <variant>
@@ -43,6 +44,14 @@ using ToolEvent = std::variant<OtherLine, RendererBegun, RendererSpokenOf, Tests
                                TestEnded, ToolTrouble>;
 
 ToolEvent parse_line(std::string_view line);
+
+/// "<application>[4711] <text>", of an application of this domain. A driver may have left something
+/// on the line before it.
+struct LineOf {
+    std::string application;
+    std::string_view text;
+};
+std::optional<LineOf> find_line_of(std::string_view domain, std::string_view line);
 
 }  // namespace texprobe::ctl
 

@@ -93,7 +93,7 @@ Data describe_set(const RecordSet& set, std::size_t number, const RecordSets& al
                                      : "not complete, " + std::to_string(open) +
                                            (open == 1 ? " verdict" : " verdicts") + " missing");
     data.set("id", set.id);
-    data.set("caption", all.size() > 1 ? "Framed: not the same in all sets" : "VerdictTable");
+    data.set("caption", all.size() > 1 ? "Framed: not the same in all sets" : "Verdicts");
     data.set("columns", list_columns());
     data.set("rows", list_rows([&](const Cell& cell) {
                  const Verdict verdict = set.verdict(cell);

@@ -19,7 +19,7 @@ inline constexpr const char* kPageTemplate = R"html(<!DOCTYPE html>
   color-scheme: light dark;
   --paper: #ffffff; --ink: #1b1f24; --quiet: #57606a; --line: #d0d7de; --band: #f6f8fa;
   --link: #0550ae; --yes: #116329; --yes-paper: #dafbe1; --no: #a40e26; --no-paper: #ffebe9;
-  --open: #6f4400; --open-paper: #fff8c5; --mark: #8250df; --bar: #2da44e;
+  --open: #6f4400; --open-paper: #fff8c5; --mark: #8250df;
 }
 @media (prefers-color-scheme: dark) {
   :root {
@@ -54,20 +54,12 @@ table { border-collapse: collapse; width: 100%; font-size: 0.9rem; }
 caption { text-align: left; color: var(--quiet); padding: 0.25rem 0; }
 th, td { border: 1px solid var(--line); padding: 0.25rem 0.5rem; text-align: center; }
 thead th { background: var(--band); font-weight: 600; vertical-align: bottom; }
-tbody th { text-align: left; font-weight: 400; font-family: ui-monospace, monospace; }
+tbody th { text-align: left; font-weight: 400; font-family: ui-monospace, monospace; overflow-wrap: anywhere; }
 .yes { color: var(--yes); background: var(--yes-paper); }
 .no, .crashed, .hung { color: var(--no); background: var(--no-paper); }
 .crashed, .hung { font-weight: 700; }
 .unmeasured, .some { color: var(--open); background: var(--open-paper); }
 .not_applicable { color: var(--quiet); }
-.plots { display: grid; grid-template-columns: repeat(auto-fill, minmax(min(100%, 26rem), 1fr)); gap: 1rem; }
-figure { margin: 0; min-width: 0; }
-figure p { margin: 0; font-size: 0.85rem; }
-figcaption { font-family: ui-monospace, monospace; border-bottom: 1px solid var(--line); }
-svg text { fill: var(--ink); font-size: 0.8rem; }
-svg line { stroke: var(--ink); stroke-width: 2; }
-.buffer { fill: var(--bar); print-color-adjust: exact; -webkit-print-color-adjust: exact; }
-.direct { fill: none; stroke: var(--quiet); }
 .differs { box-shadow: inset 0 0 0 3px var(--mark); }
 @media (max-width: 40rem) {
   body { padding: 0.75rem; }
@@ -83,7 +75,7 @@ svg line { stroke: var(--ink); stroke-width: 2; }
   :root {
     --paper: #ffffff; --ink: #000000; --quiet: #444444; --line: #999999; --band: #ffffff;
     --link: #000000; --yes: #000000; --yes-paper: #ffffff; --no: #000000; --no-paper: #dddddd;
-    --open: #000000; --open-paper: #ffffff; --mark: #000000; --bar: #aaaaaa;
+    --open: #000000; --open-paper: #ffffff; --mark: #000000;
   }
   body { max-width: none; font-size: 10pt; }
   .table { overflow: visible; }
@@ -136,7 +128,7 @@ svg line { stroke: var(--ink); stroke-width: 2; }
 <dt>measured</dt><dd>{{state}}</dd>
 <dt>identifier</dt><dd>{{id}}</dd>
 </dl>
-<div class="table" role="region" aria-label="VerdictTable of {{renderer}}, set {{number}}" tabindex="0">
+<div class="table" role="region" aria-label="Verdicts of {{renderer}}, set {{number}}" tabindex="0">
 <table>
 <caption>{{caption}}</caption>
 <thead><tr><th scope="col">format</th>{{#columns}}<th scope="col">{{name}}</th>{{/columns}}</tr></thead>

@@ -1,4 +1,4 @@
-// Times as a part of the page: one plot for each format.
+// Times as a part of the page: the tables that `time` prints.
 
 #ifndef TEXPROBECTL_TIMES_SECTION_H
 #define TEXPROBECTL_TIMES_SECTION_H

@@ -26,6 +26,7 @@ StopSignals::StopSignals() {
 
 StopSignals::~StopSignals() {
     for (std::size_t i = 0; i < kNumbers.size(); ++i) sigaction(kNumbers[i], &old_[i], nullptr);
+    lastSignal = 0;
 }
 
 int StopSignals::received() {

@@ -7,6 +7,7 @@
 #include "records/causes.h"
 #include "records/preferences.h"
 #include "records/store_trouble.h"
+#include "records/survey_store.h"
 
 namespace texprobe::ctl {
 
@@ -27,6 +28,8 @@ Flags read_flags(const std::string& id) {
 std::vector<std::string> list_ids(const Machine& machine) {
     std::set<std::string> ids;
     for (std::string& application : list_applications()) {
+        std::string surveyed = set_of_survey(application);
+        if (!surveyed.empty()) ids.insert(std::move(surveyed));
         if (parse_id(application)) ids.insert(std::move(application));
     }
     std::vector<std::string> ordered;
@@ -87,11 +90,8 @@ std::optional<RecordSet> read_record_set(const std::string& id, const Machine& m
     set.isPresent = set.systemBuild == machine.systemBuild && machine.lists(set.rendererID);
     set.isComplete = is_complete(set);
     set.isSoftware = machine.is_software(set.rendererID, set.renderer.value_or(""));
-    bool hasFlags = false;
-    for_each_cell([&](const Cell& cell) {
-        hasFlags |= flags.recorded[cell.format][cell.capability].has_value();
-    });
-    const bool hasRecords = hasFlags || set.version || set.vendor || set.glVersion || set.renderer;
+    set.survey = parse_survey(read_survey_texts(id));
+    const bool hasRecords = is_measured(set) || !set.survey.empty();
     return hasRecords ? std::optional(std::move(set)) : std::nullopt;
 }
 
@@ -122,6 +122,7 @@ const RecordSet* find_predecessor(const RecordSet& set, const RecordSets& all) {
     std::string latestTime;
     for (const RecordSet& other : all) {
         if (other.rendererID != set.rendererID || other.id == set.id) continue;
+        if (!is_measured(other)) continue;
         // A set that was measured without `measure` has no time, and counts as older.
         const std::string time = read_time(other.id).value_or("");
         const bool isLater =

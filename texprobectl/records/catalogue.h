@@ -20,7 +20,7 @@ RecordSets read_record_sets(const Machine& machine);
 /// store cannot be read.
 RecordSets read_all_record_sets(const Machine& machine);
 
-/// One set; none without any record of its own.
+/// One set; none without any record of its own or a survey.
 std::optional<RecordSet> read_record_set(const std::string& id, const Machine& machine);
 
 /// The shortest text that names this set among all of them: the renderer ID, or it and the build.

@@ -49,6 +49,14 @@ inline std::string key_of(const Cell& cell) {
     return std::string(kFormats[cell.format].name) + '_' + kCapabilities[cell.capability].key;
 }
 
+/// A cell's place among the tests.
+inline std::size_t number_of(const Cell& cell) {
+    return cell.format * kCapabilityCount + cell.capability;
+}
+inline Cell cell_of(std::size_t number) {
+    return {number / kCapabilityCount, static_cast<Capability>(number % kCapabilityCount)};
+}
+
 /// Calls `use` with each cell, in the order of the tests.
 template <class Use>
 void for_each_cell(Use use) {

@@ -64,7 +64,7 @@ Comparison compare(const RecordSets& a, const RecordSets& b) {
 Comparison compare_builds(const RecordSets& all) {
     Comparison comparison;
     for (const RecordSet& set : all) {
-        if (!set.isPresent) continue;
+        if (!set.isPresent || !is_measured(set)) continue;
         if (const RecordSet* before = find_predecessor(set, all)) {
             comparison.pairs.push_back({*before, set, differences(*before, set)});
         }

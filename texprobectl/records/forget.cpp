@@ -2,6 +2,7 @@
 
 #include "records/causes.h"
 #include "records/preferences.h"
+#include "records/survey_store.h"
 #include "records/turn.h"
 
 namespace texprobe::ctl {
@@ -19,6 +20,13 @@ KeyChanges removals(const std::string& application) {
     return changes;
 }
 
+KeyChanges removals_of_survey(const std::string& application) {
+    KeyChanges changes;
+    for (const std::string& key : list_keys(application)) changes[key] = std::nullopt;
+    for (const std::string& key : survey_keys()) changes[key] = std::nullopt;
+    return changes;
+}
+
 }  // namespace
 
 Forgotten forget(const RecordSets& sets) {
@@ -26,8 +34,9 @@ Forgotten forget(const RecordSets& sets) {
     const auto remove = [&] {
         for (const RecordSet& set : sets) {
             // The causes first: without their records they count for nothing.
+            const std::string survey = survey_of(set.id);
             if (!write(causes_of(set.id), removals(causes_of(set.id))) ||
-                !write(set.id, removals(set.id))) {
+                !write(survey, removals_of_survey(survey)) || !write(set.id, removals(set.id))) {
                 forgotten.trouble = "the records cannot be written";
                 return;
             }

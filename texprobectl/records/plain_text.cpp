@@ -84,6 +84,12 @@ RecordSet plain(RecordSet set) {
             crashed->signal = plain(crashed->signal);
         }
     }
+    for (SurveyedProfile& profile : set.survey) {
+        make_plain(&profile.glVersion);
+        for (survey::FormatRecord& format : profile.formats) {
+            for (auto& [use, judged] : format.uses) judged.text = plain(judged.text);
+        }
+    }
     return set;
 }
 

@@ -80,6 +80,11 @@ bool is_complete(const RecordSet& set) {
            set.renderer && set.unmeasured() == 0;
 }
 
+bool is_measured(const RecordSet& set) {
+    return set.version || set.vendor || set.glVersion || set.renderer ||
+           set.unmeasured() < kCellCount;
+}
+
 std::string describe(const Cause& cause) {
     if (const auto* crashed = std::get_if<Crashed>(&cause)) return "ended by " + crashed->signal;
     if (const auto* exited = std::get_if<Exited>(&cause)) {

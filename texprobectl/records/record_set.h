@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "records/cells.h"
+#include "records/survey_set.h"
 
 namespace texprobe::ctl {
 
@@ -94,6 +95,8 @@ struct RecordSet {
     std::vector<Detail> details;
     /// Some plain no was recorded outside `measure`, and may have been a crash. Not in documents.
     bool hasUnseenNo = false;
+    /// Of the same renderer and build. It says nothing of whether this set is complete.
+    Survey survey;
 
     Verdict verdict(const Cell& cell) const { return verdicts[cell.format][cell.capability]; }
     std::size_t unmeasured() const;
@@ -130,6 +133,9 @@ Decided decide_verdicts(const Flags& flags);
 /// Is the set current, does it name its renderer, and is nothing in it unmeasured? An application
 /// takes a set by its version and its three strings alone.
 bool is_complete(const RecordSet& set);
+
+/// Has the tool recorded anything? Else there is no more than a survey.
+bool is_measured(const RecordSet& set);
 
 /// "ended by SIGSEGV" and the like.
 std::string describe(const Cause& cause);

@@ -3,6 +3,7 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <cstring>
 
 #include "process/stop_signals.h"
 #include "records/plain_text.h"
@@ -12,16 +13,6 @@ namespace texprobe::ctl {
 
 namespace {
 
-std::string name_of(const TimedTransfer& what) {
-    return words_of({what.format, what.transfer}) + " at " + what.size.name();
-}
-
-/// "[####....] ", so many signs wide.
-std::string draw_bar(std::size_t done, std::size_t all, std::size_t width) {
-    const std::size_t filled = all == 0 ? 0 : width * done / all;
-    return '[' + std::string(filled, '#') + std::string(width - filled, '.') + "] ";
-}
-
 /// As wide as the longest name of a test and most of an hour leave room for; empty where that is
 /// too little.
 std::string fitting_bar(const MeasureProgress& progress, int terminalWidth) {
@@ -29,15 +20,18 @@ std::string fitting_bar(const MeasureProgress& progress, int terminalWidth) {
     constexpr std::size_t kLeast = 3;
     std::size_t others =
         fmt::format("[] {0}/{0}, 59:59 left  {1} ", progress.all, progress.rendererID).size();
-    std::size_t longest = 0;
-    for_each_cell([&](const Cell& cell) { longest = std::max(longest, words_of(cell).size()); });
-    others += longest;
+    others += std::strlen("GL_LUMINANCE_ALPHA32F_ARB download read");
     const auto width = static_cast<std::size_t>(terminalWidth - 1);
     if (width < others + kLeast) return {};
     return draw_bar(progress.done, progress.all, std::min(kMost, width - others));
 }
 
 }  // namespace
+
+std::string draw_bar(std::size_t done, std::size_t all, std::size_t width) {
+    const std::size_t filled = all == 0 ? 0 : width * done / all;
+    return '[' + std::string(filled, '#') + std::string(width - filled, '.') + "] ";
+}
 
 void StatusLine::draw(const std::string& text) {
     const std::string line = shortened(text, terminal_.width - 1);
@@ -67,15 +61,14 @@ void MeasureView::progress(const MeasureProgress& progress) {
             : "";
     line_.draw(fmt::format("{}{}/{}{}  {} {}", fitting_bar(progress, terminal_.width),
                            progress.done, progress.all, left, progress.rendererID,
-                           progress.cell ? words_of(*progress.cell) : "setting up"));
+                           progress.test.empty() ? "setting up" : progress.test));
 }
 
-void MeasureView::died(const std::string& rendererID, const std::optional<Cell>& cell,
-                       const Cause& cause) {
+void MeasureView::died(const std::string& rendererID, const std::string& test, const Cause& cause) {
     ++deaths_;
     // Elsewhere the table at the end tells which they were.
     if (!terminal_.isTerminal) return;
-    line_.say(fmt::format("{}: {}: {}", rendererID, cell ? words_of(*cell) : "outside a test",
+    line_.say(fmt::format("{}: {}: {}", rendererID, test.empty() ? "outside a test" : test,
                           describe(cause)));
 }
 
@@ -105,22 +98,14 @@ void MeasureView::finish() {
     line_.erase();
     if (last_.rendererID.empty()) return;
     if (!terminal_.isTerminal) {
-        line_.say(fmt::format("{}: {} of 96 verdicts{}", last_.rendererID, last_.doneHere,
+        line_.say(fmt::format("{}: {} of {} {}{}", last_.rendererID, last_.doneHere, last_.allHere,
+                              last_.unit,
                               deaths_ == 0   ? std::string()
                               : deaths_ == 1 ? std::string(", the run died once")
                                              : fmt::format(", the run died {} times", deaths_)));
     }
     last_ = {};
     deaths_ = 0;
-}
-
-void TimeView::begun(const TimedTransfer& what, std::size_t done, std::size_t all) {
-    if (!isTerminal_) return;
-    line_.draw(fmt::format("{}{}/{}  {}", draw_bar(done, all, 20), done, all, name_of(what)));
-}
-
-void TimeView::failed(const TransferTimes& transfer) {
-    line_.say(name_of(transfer.what) + ": " + transfer.reason);
 }
 
 }  // namespace texprobe::ctl

@@ -1,5 +1,5 @@
 // Measuring and timing as they are watched. On a terminal: a bar, drawn over and over. Elsewhere:
-// one line for each renderer that is measured, and for each transfer that cannot be timed.
+// one line for each renderer that is measured.
 
 #ifndef TEXPROBECTL_PROGRESS_H
 #define TEXPROBECTL_PROGRESS_H
@@ -9,7 +9,6 @@
 
 #include "measure/measure.h"
 #include "process/terminal.h"
-#include "time/time_run.h"
 
 namespace texprobe::ctl {
 
@@ -39,8 +38,7 @@ public:
         : terminal_(terminal), line_(stream, terminal) {}
 
     void progress(const MeasureProgress& progress) override;
-    void died(const std::string& rendererID, const std::optional<Cell>& cell,
-              const Cause& cause) override;
+    void died(const std::string& rendererID, const std::string& test, const Cause& cause) override;
     void waits_for(int process) override;
     bool end_leftover(int process) override;
     void left_behind(int process) override;
@@ -56,18 +54,8 @@ private:
     int deaths_ = 0;
 };
 
-class TimeView : public TimeWatcher {
-public:
-    TimeView(std::ostream& stream, const Terminal& terminal)
-        : isTerminal_(terminal.isTerminal), line_(stream, terminal) {}
-
-    void begun(const TimedTransfer& what, std::size_t done, std::size_t all) override;
-    void failed(const TransferTimes& transfer) override;
-
-private:
-    const bool isTerminal_;
-    StatusLine line_;
-};
+/// "[####....] ", so many signs wide.
+std::string draw_bar(std::size_t done, std::size_t all, std::size_t width = 20);
 
 }  // namespace texprobe::ctl
 

@@ -61,10 +61,14 @@ void write_list_text(const RecordSets& all, const Terminal& terminal, std::ostre
         {"#", "id", "renderer", "driver", "build", "measured"}};
     for (const RecordSet& each : all) {
         const RecordSet set = plain(each);
-        rows.push_back({std::to_string(rows.size()), short_id(set, all), renderer_name(set),
-                        short_driver(set.glVersion), set.systemBuild,
-                        describe_state(set) + (set.isPresent ? ", present" : "") +
-                            (set.isSoftware ? ", software" : "")});
+        rows.push_back(
+            {std::to_string(rows.size()), short_id(set, all), renderer_name(set),
+             short_driver(set.glVersion), set.systemBuild,
+             describe_state(set) + (set.isPresent ? ", present" : "") +
+                 (set.isSoftware ? ", software" : "") +
+                 (set.survey.empty()                             ? ""
+                  : describe_missing(set.survey, {}, "").empty() ? ", surveyed"
+                                                                 : ", partly surveyed")});
     }
     ListColumns columns;
     for (const auto& row : rows) {

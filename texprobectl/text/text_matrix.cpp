@@ -2,6 +2,8 @@
 
 #include <fmt/format.h>
 
+#include <cstring>
+
 namespace texprobe::ctl {
 
 namespace {
@@ -34,26 +36,41 @@ std::string coloured(const std::string& text, const char* colour, const Terminal
     return fmt::format("\x1b[{}m{}\x1b[0m", colour, text);
 }
 
-void write_matrix(const std::function<Shown(const Cell&)>& show, const Terminal& terminal,
-                  std::ostream& stream) {
-    stream << std::string(kNameWidth, ' ');
-    for (const CapabilityNames& names : kCapabilities) {
-        stream << fmt::format("{:>{}}", names.column, kColumnWidth);
+Shown show_word(const char* word, const char* colour) {
+    return {word, std::strlen(word), colour};
+}
+
+void write_row(const std::string& name, const std::vector<Shown>& row, const Terminal& terminal,
+               std::ostream& stream) {
+    stream << name;
+    // Nothing stands behind the last text of a line.
+    std::size_t space = name.size() < kNameWidth ? kNameWidth - name.size() : 0;
+    for (const Shown& shown : row) {
+        space += shown.width < kColumnWidth ? kColumnWidth - shown.width : 1;
+        if (shown.width == 0) continue;
+        stream << std::string(space, ' ') << coloured(shown.text, shown.colour, terminal);
+        space = 0;
     }
     stream << '\n';
+}
+
+void write_matrix(const std::function<Shown(const Cell&)>& show, const Terminal& terminal,
+                  std::ostream& stream) {
+    std::vector<Shown> row;
+    row.reserve(kCapabilityCount);
+    for (const CapabilityNames& names : kCapabilities) row.push_back(show_word(names.column));
+    write_row("", row, terminal, stream);
     for (std::size_t format = 0; format < kFormatCount; ++format) {
-        stream << fmt::format("{:<{}}", kFormats[format].name, kNameWidth);
         for (std::size_t i = 0; i < kCapabilityCount; ++i) {
-            const Shown shown = show({format, static_cast<Capability>(i)});
-            const std::size_t space = shown.width < kColumnWidth ? kColumnWidth - shown.width : 1;
-            stream << std::string(space, ' ') << coloured(shown.text, shown.colour, terminal);
+            row[i] = show({format, static_cast<Capability>(i)});
         }
-        stream << '\n';
+        write_row(kFormats[format].name, row, terminal, stream);
     }
 }
 
 std::string describe_state(const RecordSet& set) {
     if (set.isComplete) return "complete";
+    if (!is_measured(set)) return "not measured";
     if (!set.version || !(*set.version >= kCurrentVersion)) return "of an older version";
     const std::size_t all = kFormatCount * kCapabilityCount;
     if (set.unmeasured() > 0) {

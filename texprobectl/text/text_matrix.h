@@ -7,6 +7,7 @@
 #include <optional>
 #include <ostream>
 #include <string>
+#include <vector>
 
 #include "process/terminal.h"
 #include "records/record_set.h"
@@ -24,11 +25,17 @@ struct Shown {
 
 Shown show_verdict(Verdict verdict, const Terminal& terminal);
 
+Shown show_word(const char* word, const char* colour = "");
+
 /// As a `colour`.
 constexpr const char* kBold = "1";
 
 /// In colour where there are colours.
 std::string coloured(const std::string& text, const char* colour, const Terminal& terminal);
+
+/// A row of a matrix: a name, and under each column what is shown.
+void write_row(const std::string& name, const std::vector<Shown>& row, const Terminal& terminal,
+               std::ostream& stream);
 
 void write_matrix(const std::function<Shown(const Cell&)>& show, const Terminal& terminal,
                   std::ostream& stream);

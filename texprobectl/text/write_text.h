@@ -15,6 +15,7 @@ struct Diagnosis;
 struct Inspection;
 struct MeasureResult;
 class Merged;
+struct SurveyChoice;
 struct Times;
 
 /// One line for each set.
@@ -22,6 +23,10 @@ void write_list_text(const RecordSets& all, const Terminal& terminal, std::ostre
 
 /// Each set with its verdicts.
 void write_sets_text(const RecordSets& sets, const Terminal& terminal, std::ostream& stream);
+
+/// Of each set what was chosen of its survey: first what is not as it was promised.
+void write_survey_text(const RecordSets& sets, const SurveyChoice& choice, const Terminal& terminal,
+                       std::ostream& stream);
 
 void write_comparison_text(const Comparison& comparison, const Terminal& terminal,
                            std::ostream& stream);

@@ -5,106 +5,90 @@
 #include <chrono>
 #include <map>
 #include <sstream>
+#include <vector>
 
 #include "process/child.h"
 #include "process/stop_signals.h"
-#include "time/rounds.h"
 #include "time/timed_child.h"
 
 namespace texprobe::ctl {
 
 namespace {
 
-using std::chrono::steady_clock;
-
-/// The order of the result: a format's transfers together, from small to large.
 std::vector<TransferTimes> list_transfers(const RecordSet& set, const TimeOptions& options) {
     std::vector<TransferTimes> list;
-    for (const std::size_t format : options.formats) {
-        for (std::size_t i = kUploadSet; i < kCapabilityCount; ++i) {
-            const auto transfer = static_cast<Capability>(i);
-            const Verdict verdict = set.verdict({format, transfer});
-            for (const ImageSize& size : options.sizes) {
-                TransferTimes times;
-                times.what = {format, transfer, size};
-                if (verdict != Verdict::kYes) {
-                    times.state = TimedState::kNotVerified;
-                    times.reason = name_of(verdict);
-                }
-                list.push_back(std::move(times));
-            }
-        }
-    }
+    for_each_cell([&](const Cell& cell) {
+        if (options.formats.count(cell.format) == 0 || cell.capability < kUploadSet) return;
+        const Verdict verdict = set.verdict(cell);
+        const bool isYes = verdict == Verdict::kYes;
+        list.push_back({{cell, options.size},
+                        isYes ? TimedState::kNoTime : TimedState::kNotVerified,
+                        isYes ? "" : name_of(verdict),
+                        0,
+                        {}});
+    });
     return list;
 }
 
 class TimeRun {
 public:
-    TimeRun(const RecordSet& set, const TimeOptions& options, TimeWatcher& watcher)
-        : rendererID_(set.rendererID), options_(options), watcher_(watcher) {
-        times_.id = set.id;
-        times_.renderer = set.renderer;
-        times_.glVersion = set.glVersion;
-        times_.transfers = list_transfers(set, options);
-        std::vector<TransferTimes*> verified;
-        for (TransferTimes& transfer : times_.transfers) {
-            if (transfer.state != TimedState::kNotVerified) verified.push_back(&transfer);
-        }
-        // Where time does not suffice, only large images lack. Not std::stable_sort: libstdc++'s
-        // takes memory in a way that newer compilers warn of.
-        std::sort(verified.begin(), verified.end(), [](const auto* a, const auto* b) {
-            const std::size_t x = a->what.bytes();
-            const std::size_t y = b->what.bytes();
-            return x != y ? x < y : a < b;
-        });
-        for (int i = 0; i < kVisits; ++i) {
-            visits_.insert(visits_.end(), verified.begin(), verified.end());
-        }
-        all_ = visits_.size();
-    }
+    TimeRun(const RecordSet& set, const TimeOptions& options)
+        : rendererID_(set.rendererID),
+          options_(options),
+          times_{set.id, set.renderer, set.glVersion, list_transfers(set, options)} {}
 
     Times run() {
+        TimedState untimed = TimedState::kNoTime;
         try {
-            while (!visits_.empty()) run_once();
+            while (run_once()) continue;
         } catch (const Interrupted&) {
-            // A transfer that was not timed counts as interrupted.
+            untimed = TimedState::kInterrupted;
+        }
+        for (TransferTimes& transfer : times_.transfers) {
+            if (transfer.state == TimedState::kNoTime) take_rounds(untimed, &transfer);
         }
         return std::move(times_);
     }
 
 private:
-    void run_once() {
+    double seconds_over() const {
+        return std::chrono::duration<double>(std::chrono::steady_clock::now() - begin_).count();
+    }
+
+    /// True when another child is to time the rest.
+    bool run_once() {
+        const double left = static_cast<double>(options_.within.count()) - seconds_over();
+        std::vector<std::string> words = {rendererID_, options_.size.name(), std::to_string(left)};
+        for (const TransferTimes& transfer : times_.transfers) {
+            if (transfer.state != TimedState::kNoTime) continue;
+            words.push_back(std::to_string(number_of(transfer.what.cell)));
+        }
+        if (words.size() == 3 || left <= 0.0) return false;
         hasBegun_ = false;
         inHand_ = nullptr;
-        const std::chrono::seconds limit(options_.limit);
         const RunEnd end =
-            run_child({options_.self, kTimeTask, arguments(), limit,
+            run_child({options_.self, kTimeTask, words, options_.limit,
                        [&](Stream stream, auto text) { return take(stream, text); }});
-        const std::string failure = describe_failure(end, limit);
+        const std::string failure = describe_failure(end, options_.limit);
         // A hang takes its own time, not that of the others.
-        if (end.kind == RunEnd::Kind::kTimeLimit) hung_ += limit;
-        if (!hasBegun_) {
-            do_without("the renderer cannot be opened: " + opening_failure(failure));
-        } else if (inHand_) {
-            give_up("the process " + (failure.empty() ? std::string("ended too early") : failure));
-        }
+        if (end.kind == RunEnd::Kind::kTimeLimit) begin_ += options_.limit;
+        if (!hasBegun_) do_without("the renderer cannot be opened: " + opening_failure(failure));
+        if (!inHand_) return false;
+        return fail("the process " + (failure.empty() ? std::string("ended too early") : failure));
     }
 
     /// A renderer that cannot be opened any more after a crash leaves its earlier times.
     void do_without(const std::string& reason) {
-        if (visits_.size() == all_) throw TimeError(reason);
-        for (TransferTimes* visit : visits_) {
-            if (visit->ways.empty()) fail(visit, reason);
+        const bool isFirst = std::none_of(
+            times_.transfers.begin(), times_.transfers.end(),
+            [](const auto& transfer) { return transfer.state == TimedState::kFailed; });
+        if (isFirst) throw TimeError(reason);
+        for (TransferTimes& transfer : times_.transfers) {
+            const bool isOpen = transfer.state == TimedState::kNoTime;
+            inHand_ = &transfer;
+            if (isOpen && rounds_.count(inHand_) == 0) fail(reason);
         }
-        visits_.clear();
-    }
-
-    std::vector<std::string> arguments() const {
-        const std::chrono::duration<double> elapsed = steady_clock::now() - begin_ - hung_;
-        std::vector<std::string> words = {rendererID_,
-                                          std::to_string(options_.seconds - elapsed.count())};
-        for (const TransferTimes* visit : visits_) words.push_back(visit->what.text());
-        return words;
+        inHand_ = nullptr;
     }
 
     std::string opening_failure(const std::string& failure) const {
@@ -121,106 +105,78 @@ private:
         std::istringstream words{std::string(text)};
         std::string word;
         words >> word;
-        if (word == "step") return true;
         if (word == "begin") return begin(words);
         if (!inHand_) return false;
-        if (word == "way") return add_rounds(words);
-        if (word == "done") return take_rounds();
-        if (word == "late")
-            return conclude(inHand_->ways.empty() ? TimedState::kNoTime : TimedState::kTimed);
-        if (word == "failed") return fail_in_hand(std::string(text.substr(7)));
-        return false;
+        if (word == "way") return take_round(words);
+        if (word == "failed") return fail(std::string(text.substr(7)));
+        return word == "done" && take_visit();
     }
 
     bool begin(std::istringstream& words) {
-        std::string text;
-        words >> text;
-        const auto what = parse_transfer(text);
-        const auto found = std::find_if(visits_.begin(), visits_.end(), [&](const auto* visit) {
-            return what && visit->what == *what;
-        });
-        if (found == visits_.end()) return false;
+        std::size_t number = 0;
+        words >> number;
+        const auto found = std::find_if(times_.transfers.begin(), times_.transfers.end(),
+                                        [&](const auto& transfer) {
+                                            return number_of(transfer.what.cell) == number &&
+                                                   transfer.state == TimedState::kNoTime;
+                                        });
+        if (!words || found == times_.transfers.end()) return false;
         hasBegun_ = true;
-        inHand_ = *found;
-        newRounds_ = {};
-        visits_.erase(found);
-        watcher_.begun(inHand_->what, all_ - visits_.size() - 1, all_);
+        inHand_ = &*found;
+        visit_ = {};
+        options_.watch(inHand_->what.cell, seconds_over());
         return true;
     }
 
-    bool add_rounds(std::istringstream& words) {
-        std::string name;
-        words >> name;
-        const auto way = find_way(name);
-        if (!way) return false;
-        for (double seconds = 0.0; words >> seconds;) newRounds_[*way].push_back(seconds);
+    bool take_round(std::istringstream& words) {
+        std::size_t way = 0;
+        double seconds = 0.0;
+        if (!(words >> way >> seconds) || way >= kWayCount) return false;
+        visit_[way].push_back(seconds);
         return true;
     }
 
-    /// Those of a visit count when it has ended well.
-    bool take_rounds() {
+    /// Its rounds count when it has ended well.
+    bool take_visit() {
         Seconds& all = rounds_[inHand_];
-        inHand_->ways.clear();
         for (std::size_t way = 0; way < kWayCount; ++way) {
-            all[way].insert(all[way].end(), newRounds_[way].begin(), newRounds_[way].end());
-            if (all[way].empty()) continue;
-            inHand_->ways.push_back(
-                {way, static_cast<int>(all[way].size()), quartiles_of(all[way])});
+            all[way].insert(all[way].end(), visit_[way].begin(), visit_[way].end());
         }
-        inHand_->bytes = inHand_->what.bytes();
-        return conclude(TimedState::kTimed);
-    }
-
-    bool conclude(TimedState state) {
-        inHand_->state = state;
         inHand_ = nullptr;
         return true;
     }
 
-    bool fail_in_hand(const std::string& reason) {
-        fail(inHand_, reason);
-        watcher_.failed(*inHand_);
-        visits_.erase(std::remove(visits_.begin(), visits_.end(), inHand_), visits_.end());
+    /// What is in hand has no numbers then, not even earlier ones: no application should use it.
+    bool fail(const std::string& reason) {
+        inHand_->state = TimedState::kFailed;
+        inHand_->reason = reason;
         inHand_ = nullptr;
         return true;
     }
 
-    /// It has no numbers then, not even those of an earlier visit: no application should use it.
-    static void fail(TransferTimes* transfer, const std::string& reason) {
-        transfer->state = TimedState::kFailed;
-        transfer->reason = reason;
-        transfer->ways.clear();
-        transfer->bytes = 0;
-    }
-
-    /// The other images of a transfer that died would most likely die, too.
-    void give_up(const std::string& reason) {
-        const TimedTransfer dead = inHand_->what;
-        fail_in_hand(reason);
-        const auto isOfSame = [&](TransferTimes* visit) {
-            return visit->what.format == dead.format && visit->what.transfer == dead.transfer;
-        };
-        for (TransferTimes* visit : visits_) {
-            if (!isOfSame(visit)) continue;
-            fail(visit, "not tried, because at " + dead.size.name() + " " + reason);
+    void take_rounds(TimedState untimed, TransferTimes* transfer) const {
+        transfer->state = untimed;
+        const auto found = rounds_.find(transfer);
+        if (found == rounds_.end()) return;
+        for (std::size_t way = 0; way < kWayCount; ++way) {
+            const std::vector<double>& seconds = found->second[way];
+            if (seconds.empty()) continue;
+            transfer->ways.push_back(
+                {way, static_cast<int>(seconds.size()), quartiles_of(seconds)});
         }
-        visits_.erase(std::remove_if(visits_.begin(), visits_.end(), isOfSame), visits_.end());
+        transfer->state = TimedState::kTimed;
+        transfer->bytes = transfer->what.bytes();
     }
-
-    /// By way.
-    using Seconds = std::array<std::vector<double>, kWayCount>;
 
     const std::string rendererID_;
     const TimeOptions& options_;
-    TimeWatcher& watcher_;
-    const steady_clock::time_point begin_ = steady_clock::now();
-    std::chrono::seconds hung_{0};
+    std::chrono::steady_clock::time_point begin_ = std::chrono::steady_clock::now();
+    /// Of a transfer without an end yet, the state is kNoTime.
     Times times_;
-    /// Those that are still to come; a transfer has several.
-    std::vector<TransferTimes*> visits_;
+    /// Seconds an image, by way.
+    using Seconds = std::array<std::vector<double>, kWayCount>;
     std::map<const TransferTimes*, Seconds> rounds_;
-    Seconds newRounds_;
-    std::size_t all_ = 0;
+    Seconds visit_;
     TransferTimes* inHand_ = nullptr;
     bool hasBegun_ = false;
     std::string complaint_;
@@ -228,8 +184,8 @@ private:
 
 }  // namespace
 
-Times time_transfers(const RecordSet& set, const TimeOptions& options, TimeWatcher& watcher) {
-    return TimeRun(set, options, watcher).run();
+Times time_transfers(const RecordSet& set, const TimeOptions& options) {
+    return TimeRun(set, options).run();
 }
 
 }  // namespace texprobe::ctl

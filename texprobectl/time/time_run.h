@@ -3,9 +3,11 @@
 #ifndef TEXPROBECTL_TIME_TIME_RUN_H
 #define TEXPROBECTL_TIME_TIME_RUN_H
 
+#include <chrono>
+#include <functional>
+#include <set>
 #include <stdexcept>
 #include <string>
-#include <vector>
 
 #include "time/times.h"
 
@@ -14,26 +16,14 @@ namespace texprobe::ctl {
 struct TimeOptions {
     /// This program's own file.
     std::string self;
-    /// In the tool's order.
-    std::vector<std::size_t> formats;
-    std::vector<ImageSize> sizes;
-    /// The time for all of it, roughly.
-    int seconds = 120;
+    std::set<std::size_t> formats;
+    ImageSize size;
+    /// The time for all of it.
+    std::chrono::seconds within{0};
     /// How long a step may take.
-    int limit = 60;
-};
-
-/// Who watches it.
-class TimeWatcher {
-public:
-    TimeWatcher() = default;
-    TimeWatcher(const TimeWatcher&) = delete;
-    TimeWatcher& operator=(const TimeWatcher&) = delete;
-    virtual ~TimeWatcher() = default;
-
-    /// This transfer is in hand; `done` of `all` are done.
-    virtual void begun(const TimedTransfer& what, std::size_t done, std::size_t all) = 0;
-    virtual void failed(const TransferTimes& transfer) = 0;
+    std::chrono::seconds limit{60};
+    /// This transfer is in hand, and so many seconds are over.
+    std::function<void(const Cell& cell, double seconds)> watch;
 };
 
 /// Nothing could be timed; the text is one line.
@@ -44,7 +34,7 @@ public:
 
 /// The transfers of the set's formats. It touches no record. A stop signal ends it with what it
 /// has. Throws TimeError where the renderer cannot be opened.
-Times time_transfers(const RecordSet& set, const TimeOptions& options, TimeWatcher& watcher);
+Times time_transfers(const RecordSet& set, const TimeOptions& options);
 
 }  // namespace texprobe::ctl
 

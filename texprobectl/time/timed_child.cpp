@@ -2,14 +2,15 @@
 
 #include <measuring/offscreen_context.h>
 
-#include <charconv>
+#include <algorithm>
+#include <array>
 #include <chrono>
+#include <cmath>
 #include <cstdint>
 #include <cstdio>
-#include <cstdlib>
 #include <new>
+#include <stdexcept>
 
-#include "time/rounds.h"
 #include "time/transfers.h"
 
 namespace texprobe::ctl {
@@ -26,64 +27,83 @@ void report(const std::string& line) {
     std::fflush(stdout);
 }
 
-std::vector<std::size_t> ways_of(Capability transfer) {
-    std::vector<std::size_t> ways;
-    for (std::size_t i = 0; i < kWayCount; ++i) {
-        if (is_of_transfer(kWays[i], transfer) && is_offered(kWays[i])) ways.push_back(i);
-    }
-    return ways;
+void report_step(std::size_t way, double seconds) {
+    std::array<char, 64> line;
+    std::snprintf(line.data(), line.size(), "way %zu %.9g", way, seconds);
+    report(line.data());
 }
 
-void say_way(const WayRounds& way) {
-    std::printf("way %s", kWays[way.way].name);
-    for (const double seconds : way.seconds) std::printf(" %.9g", seconds);
-    report("");
-}
-
-void time_one(const TimedTransfer& what, double seconds) {
-    report("begin " + what.text());
-    if (seconds <= 0.0) {
-        report("late");
-        return;
-    }
+/// False where the driver cannot do it.
+bool time_one(const TimedTransfer& what, double seconds) {
+    report("begin " + std::to_string(number_of(what.cell)));
     try {
-        const auto transfer = make_transfer(what);
-        const auto rounds =
-            time_ways(ways_of(what.transfer), seconds,
-                      {[&](const Way& way, int images) { transfer->stream(way, images); },
-                       seconds_now, [] { report("step"); }});
-        for (const WayRounds& way : rounds) say_way(way);
-        report("done");
+        const StreamImages transfer = make_transfer(what);
+        const auto stream = [&](std::size_t way, std::size_t images) {
+            transfer(kWays[way].buffers, images);
+        };
+        time_ways(seconds, {stream, seconds_now, report_step});
     } catch (const TransferError& error) {
         report(std::string("failed ") + error.what());
+        return false;
     } catch (const std::bad_alloc&) {
         report("failed there is not enough memory");
+        return false;
+    }
+    report("done");
+    return true;
+}
+
+/// Each transfer has several visits, with all others in between, so that a machine that is slow for
+/// a while spoils only one of them.
+void time_all(std::vector<TimedTransfer> transfers, double end) {
+    for (std::size_t visits = 3; visits > 0; --visits) {
+        for (std::size_t i = 0; i < transfers.size();) {
+            const double left = end - seconds_now();
+            if (left <= 0.0) return;
+            const std::size_t visitsLeft = visits * transfers.size() - i;
+            const auto at = transfers.begin() + static_cast<std::ptrdiff_t>(i);
+            if (time_one(*at, left / static_cast<double>(visitsLeft)))
+                ++i;
+            else
+                transfers.erase(at);
+        }
     }
 }
 
 }  // namespace
 
 int run_timed_child(const std::vector<std::string>& arguments) {
-    if (arguments.size() < 2) return 2;
-    std::uint32_t renderer = 0;
-    const std::string& id = arguments[0];
-    std::from_chars(id.data(), id.data() + id.size(), renderer, 16);
-    const double end = seconds_now() + std::strtod(arguments[1].c_str(), nullptr);
-    std::vector<TimedTransfer> visits;
-    for (std::size_t i = 2; i < arguments.size(); ++i) {
-        const auto transfer = parse_transfer(arguments[i]);
-        if (!transfer) return 2;
-        visits.push_back(*transfer);
+    if (arguments.size() < 3) throw std::invalid_argument("time expects three arguments or more");
+    const auto renderer = static_cast<std::uint32_t>(std::stoul(arguments[0], nullptr, 16));
+    const double end = seconds_now() + std::stod(arguments[2]);
+    std::vector<TimedTransfer> transfers;
+    for (std::size_t i = 3; i < arguments.size(); ++i) {
+        transfers.push_back({cell_of(std::stoul(arguments[i])), parse_size(arguments[1]).value()});
     }
-    std::vector<std::size_t> images;
-    images.reserve(visits.size());
-    for (const TimedTransfer& visit : visits) images.push_back(visit.bytes());
     const OffscreenContext context(static_cast<GLint>(renderer));
-    for (const TimedTransfer& visit : visits) {
-        time_one(visit, (end - seconds_now()) * share_of_first(images));
-        images.erase(images.begin());
-    }
+    time_all(std::move(transfers), end);
     return 0;
+}
+
+void time_ways(double seconds, const Rounds& rounds) {
+    const auto timeStep = [&](std::size_t way, std::size_t images) {
+        const double begin = rounds.now();
+        rounds.stream(way, images);
+        return rounds.now() - begin;
+    };
+    const double end = rounds.now() + seconds;
+    const double lap = std::max(timeStep(kNoBuffer, kMostBuffers), 1e-9);
+    const double laps = std::clamp(std::ceil(0.002 / lap), 1.0, 100.0);
+    const std::size_t images = kMostBuffers * static_cast<std::size_t>(laps);
+    std::size_t round = 0;
+    do {
+        // Each begins with another way: the one after a slow way may inherit its cold caches.
+        for (std::size_t i = 0; i < kWayCount; ++i) {
+            const std::size_t way = (i + round) % kWayCount;
+            rounds.report(way, timeStep(way, images) / static_cast<double>(images));
+        }
+        ++round;
+    } while (rounds.now() < end);
 }
 
 }  // namespace texprobe::ctl

@@ -1,84 +1,145 @@
 #include "time/times.h"
 
+#include <fmt/format.h>
+
 #include <algorithm>
+#include <cmath>
+
+#include "records/plain_text.h"
 
 namespace texprobe::ctl {
 
 namespace {
 
-bool has_buffers(const TimedWay& timed) {
-    return kWays[timed.way].buffers > 0;
+/// Fewer rounds cannot tell a middle from an outlier.
+constexpr int kFewRounds = 3;
+
+double quantile_of_sorted(const std::vector<double>& values, double part) {
+    if (values.empty()) return 0.0;
+    const double place = part * static_cast<double>(values.size() - 1);
+    const auto below = static_cast<std::size_t>(std::floor(place));
+    const std::size_t above = std::min(below + 1, values.size() - 1);
+    return values[below] + (place - std::floor(place)) * (values[above] - values[below]);
+}
+
+/// Of two that may be null.
+const TimedWay* faster(const TimedWay* a, const TimedWay* b) {
+    return !a || (b && b->seconds.median < a->seconds.median) ? b : a;
+}
+
+const TimedWay* fastest_of(const TransferTimes& transfer) {
+    const TimedWay* best = nullptr;
+    for (const TimedWay& timed : transfer.ways) best = faster(best, &timed);
+    return best;
+}
+
+/// Of all ways that lead there: in, by setting or by redefining, or out.
+const TimedWay* fastest_there(const Times& times, const TimedTransfer& what) {
+    const TimedWay* best = nullptr;
+    for (const TransferTimes& transfer : times.transfers) {
+        const TimedTransfer& other = transfer.what;
+        const bool leadsThere = other.cell.format == what.cell.format && other.size == what.size &&
+                                is_upload(other.cell.capability) == is_upload(what.cell.capability);
+        if (leadsThere) best = faster(best, fastest_of(transfer));
+    }
+    return best;
+}
+
+bool is_as_fast(const TimedWay& timed, const TimedWay& fastest) {
+    return timed.seconds.lower <= fastest.seconds.upper;
+}
+
+std::string show_speed(const TimedWay& timed, const TimedWay& fastest) {
+    const char* mark = timed.rounds < kFewRounds    ? "?"
+                       : &timed == &fastest         ? "*"
+                       : is_as_fast(timed, fastest) ? "~"
+                                                    : "";
+    return fmt::format("{:.0f}{}", 1.0 / timed.seconds.median, mark);
+}
+
+std::string show_gain(const std::vector<TimedWay>& ways, bool hasFewRounds) {
+    const TimedWay* direct = nullptr;
+    const TimedWay* buffered = nullptr;
+    for (const TimedWay& timed : ways) {
+        if (timed.way == kNoBuffer)
+            direct = &timed;
+        else
+            buffered = faster(buffered, &timed);
+    }
+    if (!direct || !buffered) return "-";
+    // Less would be shown as 1.0.
+    const double gain = direct->seconds.median / buffered->seconds.median;
+    std::string text = gain < 1.05 ? std::string("nothing") : fmt::format("{:.1f}x", gain);
+    if (hasFewRounds) return text + '?';
+    return gain >= 1.05 && is_as_fast(*direct, *buffered) ? text + '~' : text;
+}
+
+std::string show_fit(const Quartiles& seconds) {
+    constexpr double kSecondsOfVideo = 1.0 / 60.0;
+    if (seconds.upper <= kSecondsOfVideo) return "yes";
+    return seconds.lower > kSecondsOfVideo ? "no" : "~";
+}
+
+std::string describe_lack(const TransferTimes& transfer) {
+    switch (transfer.state) {
+        case TimedState::kNotVerified:
+            return "not verified" + (transfer.reason == "no" ? "" : ": " + plain(transfer.reason));
+        case TimedState::kFailed:
+            return "failed: " + plain(transfer.reason);
+        case TimedState::kNoTime:
+            return "no time left; --within gives more";
+        case TimedState::kInterrupted:
+            return "interrupted";
+        default:
+            return "not timed";
+    }
+}
+
+TimesRow row_of(const Times& times, const TransferTimes& transfer) {
+    TimesRow row;
+    row.format = kFormats[transfer.what.cell.format].name;
+    row.transfer = kCapabilities[transfer.what.cell.capability].column;
+    row.speeds.fill("-");
+    const TimedWay* best = fastest_of(transfer);
+    if (!best) {
+        row.lack = describe_lack(transfer);
+        return row;
+    }
+    const TimedWay& winner = *fastest_there(times, transfer.what);
+    for (const TimedWay& timed : transfer.ways) row.speeds[timed.way] = show_speed(timed, winner);
+    const bool hasFewRounds = best->rounds < kFewRounds;
+    row.gain = show_gain(transfer.ways, hasFewRounds);
+    row.fits = show_fit(best->seconds) + (hasFewRounds ? "?" : "");
+    return row;
 }
 
 }  // namespace
 
-const TimedWay* TransferTimes::find(std::size_t way) const {
-    for (const TimedWay& timed : ways) {
-        if (timed.way == way) return &timed;
-    }
-    return nullptr;
+Quartiles quartiles_of(std::vector<double> values) {
+    std::sort(values.begin(), values.end());
+    return {quantile_of_sorted(values, 0.25), quantile_of_sorted(values, 0.5),
+            quantile_of_sorted(values, 0.75)};
 }
 
-const TimedWay* TransferTimes::fastest() const {
-    const TimedWay* best = nullptr;
-    for (const TimedWay& timed : ways) {
-        if (!has_buffers(timed)) continue;
-        if (!best || timed.seconds.median < best->seconds.median) best = &timed;
+std::vector<TimesTable> tables_of(const Times& times) {
+    std::vector<TimesTable> tables;
+    for (const TransferTimes& transfer : times.transfers) {
+        const auto isOfSize = [&](const TimesTable& table) {
+            return table.size == transfer.what.size;
+        };
+        auto table = std::find_if(tables.begin(), tables.end(), isOfSize);
+        if (table == tables.end()) {
+            const ImageSize& size = transfer.what.size;
+            tables.push_back(
+                {size, fmt::format("Images of {} x {} per second", size.width, size.height), {}});
+            table = tables.end() - 1;
+        }
+        table->rows.push_back(row_of(times, transfer));
     }
-    return best;
-}
-
-bool TransferTimes::hasEqual() const {
-    const TimedWay* best = fastest();
-    return std::any_of(ways.begin(), ways.end(), [&](const TimedWay& timed) {
-        return has_buffers(timed) && timed.way != best->way &&
-               timed.seconds.lower <= best->seconds.upper;
+    std::sort(tables.begin(), tables.end(), [](const TimesTable& a, const TimesTable& b) {
+        return a.size.pixels() < b.size.pixels();
     });
-}
-
-double images_per_second(const TimedWay& timed) {
-    return timed.seconds.median > 0.0 ? 1.0 / timed.seconds.median : 0.0;
-}
-
-double TransferTimes::megabytes_per_second(const TimedWay& timed) const {
-    return static_cast<double>(bytes) * images_per_second(timed) / 1e6;
-}
-
-std::optional<Spread> spread_of(const Times& times) {
-    std::vector<double> spreads;
-    for (const TransferTimes& transfer : times.transfers) {
-        for (const TimedWay& timed : transfer.ways) {
-            if (timed.rounds >= kFewRounds) spreads.push_back(timed.seconds.spread());
-        }
-    }
-    if (spreads.empty()) return std::nullopt;
-    return Spread{quantile(spreads, 0.5), quantile(spreads, 0.9)};
-}
-
-const TransferTimes* fastest_transfer(const Times& times, std::size_t format, const ImageSize& size,
-                                      bool isIn) {
-    const TransferTimes* best = nullptr;
-    for (const TransferTimes& transfer : times.transfers) {
-        const TimedTransfer& what = transfer.what;
-        const bool isOne = what.format == format && what.size == size &&
-                           is_upload(what.transfer) == isIn && transfer.fastest();
-        if (!isOne) continue;
-        if (!best || transfer.fastest()->seconds.median < best->fastest()->seconds.median) {
-            best = &transfer;
-        }
-    }
-    return best;
-}
-
-std::vector<ImageSize> sizes_of(const Times& times) {
-    std::vector<ImageSize> sizes;
-    for (const TransferTimes& transfer : times.transfers) {
-        const ImageSize& size = transfer.what.size;
-        if (std::find(sizes.begin(), sizes.end(), size) == sizes.end()) sizes.push_back(size);
-    }
-    std::sort(sizes.begin(), sizes.end(),
-              [](const ImageSize& a, const ImageSize& b) { return a.pixels() < b.pixels(); });
-    return sizes;
+    return tables;
 }
 
 }  // namespace texprobe::ctl

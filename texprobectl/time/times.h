@@ -9,7 +9,6 @@
 #include <vector>
 
 #include "records/record_set.h"
-#include "time/statistics.h"
 #include "time/ways.h"
 
 namespace texprobe::ctl {
@@ -29,12 +28,19 @@ inline const char* name_of(TimedState state) {
     return kTimedStateNames[static_cast<std::size_t>(state)];
 }
 
-/// Fewer rounds cannot tell a middle from an outlier.
-inline constexpr int kFewRounds = 3;
+/// Half of the values lie from `lower` to `upper`.
+struct Quartiles {
+    double lower = 0.0;
+    double median = 0.0;
+    double upper = 0.0;
+    bool operator==(const Quartiles&) const = default;
+};
+/// Between two values, in proportion; all zero without any.
+Quartiles quartiles_of(std::vector<double> values);
 
 /// Seconds an image.
 struct TimedWay {
-    std::size_t way = kCopy;
+    std::size_t way = kNoBuffer;
     int rounds = 0;
     Quartiles seconds;
     bool operator==(const TimedWay&) const = default;
@@ -49,14 +55,6 @@ struct TransferTimes {
     /// Of an image; 0 where none was timed.
     std::size_t bytes = 0;
     std::vector<TimedWay> ways;
-
-    /// A megabyte is 10^6 bytes.
-    double megabytes_per_second(const TimedWay& timed) const;
-    const TimedWay* find(std::size_t way) const;
-    /// Of the ways with pixel buffer objects, which the verdicts are about; null without any.
-    const TimedWay* fastest() const;
-    /// Whether another way with buffers is as fast: their middle halves overlap.
-    bool hasEqual() const;
     bool operator==(const TransferTimes&) const = default;
 };
 
@@ -65,28 +63,45 @@ struct Times {
     std::string id;
     std::optional<std::string> renderer;
     std::optional<std::string> glVersion;
-    /// By format and transfer, in the tool's order, then by size.
+    /// By format and transfer, in the tool's order.
     std::vector<TransferTimes> transfers;
     bool operator==(const Times&) const = default;
 };
 
-double images_per_second(const TimedWay& timed);
-
-/// The spreads of all ways that had enough rounds: of the middle one, and of the one above which a
-/// tenth lies. None without any.
-struct Spread {
-    double middle = 0.0;
-    double high = 0.0;
+/// A transfer, as a terminal and a page show it.
+struct TimesRow {
+    std::string format;
+    std::string transfer;
+    /// Images per second in each way, with a mark where one is due; "-" without a number.
+    std::array<std::string, kWayCount> speeds;
+    /// Of a buffer: "nothing", or how many times as fast the better way with one is.
+    std::string gain;
+    /// "yes", "no", or "~" where some rounds do and some do not.
+    std::string fits;
+    /// Why nothing was timed; empty where something was.
+    std::string lack;
 };
-std::optional<Spread> spread_of(const Times& times);
+struct TimesTable {
+    ImageSize size;
+    /// "Images of 1920 x 1080 per second".
+    std::string caption;
+    std::vector<TimesRow> rows;
+};
+/// One for each size, the smallest first.
+std::vector<TimesTable> tables_of(const Times& times);
 
-/// The fastest way in (or out) of a format at a size, of the two transfers that lead there; null
-/// where neither was timed.
-const TransferTimes* fastest_transfer(const Times& times, std::size_t format, const ImageSize& size,
-                                      bool isIn);
-
-/// Each once, the smallest first.
-std::vector<ImageSize> sizes_of(const Times& times);
+/// Above the last columns.
+inline constexpr const char* kTimesGain = "buffer gains";
+inline constexpr const char* kTimesFit = "60/s";
+/// The marks and the columns.
+inline constexpr const char* kTimesLegend =
+    R"(set, reset: in, by a sub-image or a redefinition. get, read: out, from a texture
+or the framebuffer. one, three: so many pixel buffer objects in turn.
+*: the fastest of all ways in, or out. ~: in doubt, because the middle halves of
+the rounds overlap. ?: fewer than three rounds; --within gives more.
+buffer gains: how often as fast as without one the better way with a buffer is.
+60/s: whether the fastest way of the line moves 60 images a second.
+)";
 
 }  // namespace texprobe::ctl
 

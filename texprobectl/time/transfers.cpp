@@ -10,17 +10,12 @@
 #include <array>
 #include <cstdio>
 #include <cstring>
+#include <memory>
 #include <vector>
-
-// Core since OpenGL 3.0, and an extension of 2.1; some systems' headers for 2.1 leave it out.
-extern "C" void* glMapBufferRange(  // NOLINT(readability-redundant-declaration)
-    GLenum target, GLintptr offset, GLsizeiptr length, GLbitfield access);
 
 namespace texprobe::ctl {
 
 namespace {
-
-constexpr GLbitfield kWriteAndInvalidate = 0x0002 | 0x0008;
 
 constexpr GLuint kFramebuffer = 1;
 constexpr std::array<GLuint, kMostBuffers> kBuffers = {1, 2, 3};
@@ -40,14 +35,11 @@ void* mapped(void* mapping) {
     return mapping;
 }
 
-// The compiler cannot see into it, so it leaves out none of several copies.
-void* (*volatile copy_memory)(void*, const void*, std::size_t) = std::memcpy;
-
 /// Shared by uploads and downloads: the texture, the buffers, and the application's memory.
-class TextureStream : public StreamedTransfer {
+class TextureStream {
 public:
     TextureStream(const TimedTransfer& what, GLenum target)
-        : what_(what), internalFormat_(kFormats[what.format].internalFormat), target_(target) {
+        : what_(what), internalFormat_(kFormats[what.cell.format].internalFormat), target_(target) {
         GLint most = 0;
         glGetIntegerv(GL_MAX_TEXTURE_SIZE, &most);
         if (what.size.width > most || what.size.height > most) {
@@ -61,11 +53,12 @@ public:
         for (const GLuint buffer : kBuffers) {
             glBindBuffer(target_, buffer);
             define_buffer();
-            touch_buffer();
+            // Memory that is touched for the first time is slow, unlike memory in streaming.
+            fill_buffer();
         }
         glBindBuffer(target_, 0);
     }
-    ~TextureStream() override {
+    virtual ~TextureStream() {
         glDeleteBuffers(kMostBuffers, kBuffers.data());
         const std::array<GLuint, 2> textures = {kTestTexture, kTargetTexture};
         glDeleteTextures(static_cast<GLsizei>(textures.size()), textures.data());
@@ -74,27 +67,23 @@ public:
     TextureStream(const TextureStream&) = delete;
     TextureStream& operator=(const TextureStream&) = delete;
 
-    void stream(const Way& way, int images) override {
-        if (way.isCopy) {
-            for (int i = 0; i < images; ++i) copy_memory(sink_.data(), source_.data(), bytes());
-            return;
-        }
-        transfer(way, images);
+    void stream(std::size_t buffers, std::size_t images) {
+        glBindBuffer(target_, 0);
+        transfer(buffers, images);
         glBindBuffer(target_, 0);
         check_for_errors("during the transfer");
     }
 
 protected:
     std::size_t bytes() const { return source_.size(); }
-    virtual void transfer(const Way& way, int images) = 0;
+    virtual void transfer(std::size_t buffers, std::size_t images) = 0;
 
     void define_buffer() const {
         glBufferData(target_, static_cast<GLsizeiptr>(bytes()), nullptr,
                      target_ == GL_PIXEL_UNPACK_BUFFER ? GL_STREAM_DRAW : GL_STREAM_READ);
     }
-    /// Memory that is touched for the first time is slow, unlike memory in streaming.
-    void touch_buffer() const {
-        copy_memory(mapped(glMapBuffer(target_, GL_WRITE_ONLY)), source_.data(), bytes());
+    void fill_buffer() const {
+        std::memcpy(mapped(glMapBuffer(target_, GL_WRITE_ONLY)), source_.data(), bytes());
         glUnmapBuffer(target_);
     }
     void define_texture(GLuint texture, const void* pixels) const {
@@ -137,17 +126,16 @@ public:
     }
 
 private:
-    void transfer(const Way& way, int images) override {
-        glBindBuffer(GL_PIXEL_UNPACK_BUFFER, 0);
-        for (int i = 0; i < images; ++i) {
+    void transfer(std::size_t buffers, std::size_t images) override {
+        for (std::size_t i = 0; i < images; ++i) {
             const void* pixels = source_.data();
-            if (way.buffers > 0) {
-                glBindBuffer(GL_PIXEL_UNPACK_BUFFER,
-                             kBuffers[static_cast<std::size_t>(i % way.buffers)]);
-                fill_buffer(way.renewal);
+            if (buffers > 0) {
+                glBindBuffer(GL_PIXEL_UNPACK_BUFFER, kBuffers[i % buffers]);
+                if (buffers == 1) define_buffer();
+                fill_buffer();
                 pixels = nullptr;
             }
-            if (what_.transfer == kUploadReset) {
+            if (what_.cell.capability == kUploadReset) {
                 redefine_texture(pixels);
             } else {
                 glTexSubImage2D(GL_TEXTURE_2D, 0, 0, 0, what_.size.width, what_.size.height,
@@ -156,16 +144,6 @@ private:
             draw_point();
         }
         glFinish();
-    }
-    void fill_buffer(Renewal renewal) const {
-        if (renewal == Renewal::kFresh) define_buffer();
-        void* mapping =
-            renewal == Renewal::kRange
-                ? glMapBufferRange(GL_PIXEL_UNPACK_BUFFER, 0, static_cast<GLsizeiptr>(bytes()),
-                                   kWriteAndInvalidate)
-                : glMapBuffer(GL_PIXEL_UNPACK_BUFFER, GL_WRITE_ONLY);
-        copy_memory(mapped(mapping), source_.data(), bytes());
-        glUnmapBuffer(GL_PIXEL_UNPACK_BUFFER);
     }
 };
 
@@ -197,35 +175,32 @@ public:
     }
 
 private:
-    void transfer(const Way& way, int images) override {
-        glBindBuffer(GL_PIXEL_PACK_BUFFER, 0);
-        const int behind = way.buffers - 1;
-        for (int i = 0; i < images; ++i) {
+    void transfer(std::size_t buffers, std::size_t images) override {
+        for (std::size_t i = 0; i < images; ++i) {
             draw_point();
-            if (way.buffers == 0) {
+            if (buffers == 0) {
                 fetch(sink_.data());
                 continue;
             }
-            bind_buffer(way, i);
-            if (way.renewal == Renewal::kFresh) define_buffer();
+            glBindBuffer(GL_PIXEL_PACK_BUFFER, kBuffers[i % buffers]);
             fetch(nullptr);
-            if (i >= behind) take(way, i - behind);
+            if (i + 1 >= buffers) take(kBuffers[(i + 1 - buffers) % buffers]);
         }
-        for (int i = images - behind; i < images && behind > 0; ++i) take(way, i);
-    }
-    static void bind_buffer(const Way& way, int image) {
-        glBindBuffer(GL_PIXEL_PACK_BUFFER, kBuffers[static_cast<std::size_t>(image % way.buffers)]);
+        // The images that are still on their way.
+        for (std::size_t i = images + 1 - buffers; buffers > 0 && i < images; ++i) {
+            take(kBuffers[i % buffers]);
+        }
     }
     void fetch(void* pixels) const {
-        if (what_.transfer == kDownloadGet) {
+        if (what_.cell.capability == kDownloadGet) {
             glGetTexImage(GL_TEXTURE_2D, 0, format_, type_, pixels);
         } else {
             glReadPixels(0, 0, what_.size.width, what_.size.height, format_, type_, pixels);
         }
     }
-    void take(const Way& way, int image) {
-        bind_buffer(way, image);
-        copy_memory(sink_.data(), mapped(glMapBuffer(GL_PIXEL_PACK_BUFFER, GL_READ_ONLY)), bytes());
+    void take(GLuint buffer) {
+        glBindBuffer(GL_PIXEL_PACK_BUFFER, buffer);
+        std::memcpy(sink_.data(), mapped(glMapBuffer(GL_PIXEL_PACK_BUFFER, GL_READ_ONLY)), bytes());
         glUnmapBuffer(GL_PIXEL_PACK_BUFFER);
     }
 
@@ -234,14 +209,13 @@ private:
 
 }  // namespace
 
-bool is_offered(const Way& way) {
-    return way.renewal != Renewal::kRange ||
-           has_extension("GL_ARB_map_buffer_range", glGetString(GL_EXTENSIONS));
-}
-
-std::unique_ptr<StreamedTransfer> make_transfer(const TimedTransfer& what) {
-    if (is_upload(what.transfer)) return std::make_unique<Upload>(what);
-    return std::make_unique<Download>(what);
+StreamImages make_transfer(const TimedTransfer& what) {
+    std::shared_ptr<TextureStream> stream;
+    if (is_upload(what.cell.capability))
+        stream = std::make_shared<Upload>(what);
+    else
+        stream = std::make_shared<Download>(what);
+    return [stream](std::size_t buffers, std::size_t images) { stream->stream(buffers, images); };
 }
 
 }  // namespace texprobe::ctl

@@ -13,56 +13,31 @@
 
 namespace texprobe::ctl {
 
-/// How a buffer's old contents are given up before it is used again, so that the driver need not
-/// wait until they are used up.
-enum class Renewal {
-    /// They are not: the buffer is mapped as it is.
-    kKept,
-    /// By glBufferData without data.
-    kFresh,
-    /// By glMapBufferRange, where GL_ARB_map_buffer_range is offered. For uploads only.
-    kRange,
-};
-
 struct Way {
-    /// In documents.
-    const char* name;
-    /// In sentences.
-    const char* words;
     /// Above a column.
     const char* column;
-    /// Pixel buffer objects in turn; none for the transfer from or to the application's memory.
-    int buffers;
-    Renewal renewal;
-    /// A copy from memory to memory, to compare with.
-    bool isCopy;
+    std::size_t buffers;
+    /// In documents.
+    const char* uploadName;
+    const char* downloadName;
 };
 
-inline constexpr std::size_t kWayCount = 8;
-inline constexpr std::array<Way, kWayCount> kWays = {{
-    {"copy", "memcpy", "memcpy", 0, Renewal::kKept, true},
-    {"no_buffer", "no buffer", "no buf", 0, Renewal::kKept, false},
-    {"one_kept", "one buffer, kept", "1 kept", 1, Renewal::kKept, false},
-    {"one_fresh", "one buffer, fresh", "1 fresh", 1, Renewal::kFresh, false},
-    {"one_range", "one buffer, range", "1 range", 1, Renewal::kRange, false},
-    {"three_kept", "three buffers, kept", "3 kept", 3, Renewal::kKept, false},
-    {"three_fresh", "three buffers, fresh", "3 fresh", 3, Renewal::kFresh, false},
-    {"three_range", "three buffers, range", "3 range", 3, Renewal::kRange, false},
-}};
-inline constexpr std::size_t kCopy = 0;
-inline constexpr std::size_t kNoBuffer = 1;
-inline constexpr int kMostBuffers = 3;
+inline constexpr std::size_t kWayCount = 3;
+inline constexpr std::array<Way, kWayCount> kWays = {
+    {{"no buffer", 0, "no_buffer", "no_buffer"},
+     // Fresh: new storage for each image. Mapped as it is, one buffer of an upload would have to
+     // wait until the image before is used up; three need not, nor does a download.
+     {"one", 1, "one_fresh", "one_kept"},
+     {"three", 3, "three_kept", "three_kept"}}};
+inline constexpr std::size_t kNoBuffer = 0;
+inline constexpr std::size_t kMostBuffers = 3;
 
 inline bool is_upload(Capability transfer) {
     return transfer == kUploadSet || transfer == kUploadReset;
 }
-
-/// Whether the transfer has this way, on a driver that lacks nothing.
-inline bool is_of_transfer(const Way& way, Capability transfer) {
-    return is_upload(transfer) || way.renewal != Renewal::kRange;
+inline const char* name_of(std::size_t way, Capability transfer) {
+    return is_upload(transfer) ? kWays[way].uploadName : kWays[way].downloadName;
 }
-
-std::optional<std::size_t> find_way(std::string_view name);
 
 struct ImageSize {
     int width = 0;
@@ -76,30 +51,19 @@ struct ImageSize {
     bool operator==(const ImageSize&) const = default;
 };
 
-inline constexpr std::array<ImageSize, 4> kUsualSizes = {
-    {{128, 128}, {512, 512}, {1920, 1080}, {3840, 2160}}};
-
-/// A multiple of 4, so that a row of every format ends where the next may begin.
-inline constexpr int kLeastSide = 4;
-/// Bounds the memory: a quarter of a gigabyte an image.
-inline constexpr int kMostSide = 4096;
-
-/// A name of a usual size, or the side of a square.
+/// 1080p, 2160p, or the side of a square: a multiple of 4, so that a row of every format ends where
+/// the next may begin; at most 4096, a quarter of a gigabyte an image.
 std::optional<ImageSize> parse_size(std::string_view text);
 
 /// One transfer of one format at one size.
 struct TimedTransfer {
-    std::size_t format = 0;
-    Capability transfer = kUploadSet;
+    Cell cell;
     ImageSize size;
 
     /// Of an image, in the layout that the verdicts are about.
-    std::size_t bytes() const { return size.pixels() * kFormats[format].bytesPerPixel; }
-    /// "GL_RGBA8:upload_set:1080p".
-    std::string text() const;
+    std::size_t bytes() const { return size.pixels() * kFormats[cell.format].bytesPerPixel; }
     bool operator==(const TimedTransfer&) const = default;
 };
-std::optional<TimedTransfer> parse_transfer(std::string_view text);
 
 }  // namespace texprobe::ctl
 

@@ -249,8 +249,10 @@ void RecordStore::report_missing() {
     constexpr std::size_t kNamed = 3;
     std::size_t count = 0;
     std::string keys;
+    std::string maker = "texprobe";
     for (auto& [name, application] : applications_) {
         if (!std::exchange(application.hasFailed, false)) continue;
+        if (name.rfind("org.texprobe.survey", 0) == 0) maker = "texprobe-survey and texprobe";
         for (const auto& [key, value] : application.pending) {
             if (++count <= kNamed) keys += (keys.empty() ? "" : ", ") + key;
         }
@@ -260,12 +262,12 @@ void RecordStore::report_missing() {
     const std::string records =
         std::to_string(count) + (count == 1 ? " record is" : " records are");
     if (directory().empty()) {
-        say(records + " missing: " + keys +
-            "; give the user a home directory and run texprobe again");
+        say(records + " missing: " + keys + "; give the user a home directory and run " + maker +
+            " again");
         return;
     }
     say(records + " missing or in doubt in " + path() + ": " + keys +
-        "; remove that file and run texprobe to measure everything again");
+        "; remove that file and run " + maker + " to measure everything again");
 }
 
 void RecordStore::lock_for_fork() {

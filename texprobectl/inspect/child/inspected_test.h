@@ -56,14 +56,6 @@ inline constexpr const char* kSentImage = "sent";
 inline constexpr const char* kReturnedImage = "returned";
 inline constexpr const char* kKeptImage = "kept";
 
-/// A cell's place among the tests.
-inline std::size_t number_of(const Cell& cell) {
-    return cell.format * kCapabilityCount + cell.capability;
-}
-inline Cell cell_of(std::size_t number) {
-    return {number / kCapabilityCount, static_cast<Capability>(number % kCapabilityCount)};
-}
-
 }  // namespace texprobe::ctl
 
 #endif

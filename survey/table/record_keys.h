@@ -1,0 +1,43 @@
+// Where the survey's records are: under "org.texprobe.survey1.<renderer>.<build>" one text for each
+// profile, and one for each profile and format. The number in the domain rises when verdicts may
+// change.
+
+#ifndef TEXPROBE_SURVEY_RECORD_KEYS_H
+#define TEXPROBE_SURVEY_RECORD_KEYS_H
+
+#include <string>
+
+#include "table/promises.h"
+
+namespace texprobe::survey {
+
+inline constexpr const char* kDomain = "org.texprobe.survey1";
+
+inline std::string key_of(Profile profile) {
+    return name_of(profile);
+}
+
+inline std::string key_of(Profile profile, const Format& format) {
+    return std::string(name_of(profile)) + '.' + format.name;
+}
+
+// A profile's record: what the context says of its version, or one of these. Who ends while it
+// opens a context has opened it twice before the driver is blamed: somebody may have killed it.
+inline constexpr const char* kOpening = "opening";
+inline constexpr const char* kOpeningAgain = "opening again";
+inline constexpr const char* kContextNotOffered = "not_offered";
+inline constexpr const char* kContextCrashed = "crashed";
+inline constexpr const char* kContextHung = "hung";  ///< Written by a supervisor.
+
+inline bool is_opening(const std::string& record) {
+    return record == kOpening || record == kOpeningAgain;
+}
+
+/// There is no context.
+inline bool has_no_formats(const std::string& record) {
+    return record == kContextNotOffered || record == kContextCrashed || record == kContextHung;
+}
+
+}  // namespace texprobe::survey
+
+#endif

@@ -1,0 +1,129 @@
+// The survey in documents: read back it is the same, and what is wrong is said with its place.
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <iostream>
+#include <sstream>
+
+#include "ctl/prepared_records.h"
+#include "documents/document.h"
+#include "documents/write_json.h"
+
+namespace texprobe::tests {
+namespace {
+
+using testing::HasSubstr;
+
+/// A set with a survey: verdicts, texts, what is unmeasured, and a profile without a context.
+ctl::RecordSet surveyed_set() {
+    ctl::RecordSet set;
+    set.rendererID = "abcd1234";
+    set.systemBuild = "build-9";
+    set.id = kIDPrefix + "abcd1234.build-9";
+    ctl::SurveyedProfile core;
+    core.profile = survey::Profile::kCore;
+    core.glVersion = "4.6 \"core\"";
+    const auto index = [](const char* name) {
+        return static_cast<std::size_t>(survey::find_format(name) - survey::formats().data());
+    };
+    auto& uses = core.formats[index("GL_RGBA8")].uses;
+    uses[survey::Use::kCreate] = {survey::Verdict::kYes, ""};
+    uses[survey::Use::kFilter] = {survey::Verdict::kWrong, "expected (1, 0), came (0, 1)"};
+    uses[survey::Use::kRender] = {survey::Verdict::kCrashed, "ended by SIGSEGV"};
+    core.formats[index("GL_R8UI")].uses[survey::Use::kRender] = {survey::Verdict::kUnknown, "why"};
+    ctl::SurveyedProfile es;
+    es.profile = survey::Profile::kEs;
+    es.lack = "not_offered";
+    set.survey = {core, es};
+    return set;
+}
+
+std::string surveyed_document() {
+    std::ostringstream text;
+    ctl::write_records_json({surveyed_set()}, text);
+    return text.str();
+}
+
+/// Read as from standard input.
+ctl::RecordSets read_surveyed(const std::string& text) {
+    std::istringstream input(text);
+    std::streambuf* const old = std::cin.rdbuf(input.rdbuf());
+    try {
+        ctl::RecordSets sets = ctl::read_documents({"-"});
+        std::cin.rdbuf(old);
+        return sets;
+    } catch (...) {
+        std::cin.rdbuf(old);
+        throw;
+    }
+}
+
+/// The complaint about the document with the first `old` replaced.
+std::string complaint_of(const std::string& old, const std::string& now) {
+    std::string text = surveyed_document();
+    const std::size_t at = text.find(old, text.find("\"survey\""));
+    if (at == std::string::npos) return "there is no " + old;
+    try {
+        read_surveyed(text.replace(at, old.size(), now));
+    } catch (const ctl::DocumentError& error) {
+        const std::string what = error.what();
+        return what.substr(std::string("standard input: record_sets[0].survey").size());
+    }
+    return "none";
+}
+
+TEST(SurveyDocument, read_back_is_the_same) {
+    const ctl::RecordSets sets = read_surveyed(surveyed_document());
+    ASSERT_EQ(sets.size(), 1u);
+    EXPECT_EQ(sets[0].survey, surveyed_set().survey);
+    EXPECT_EQ(sets[0], surveyed_set());
+}
+
+TEST(SurveyDocument, has_a_key_for_each_use_of_a_format_and_no_other) {
+    const std::string text = surveyed_document();
+    EXPECT_THAT(text,
+                HasSubstr(R"({"name":"GL_RGBA8","create":"yes","create_storage":"unmeasured",)"
+                          R"("filter":"wrong","mipmap":"unmeasured","render":"crashed",)"
+                          R"("blend":"unmeasured","layouts":[]})"));
+    EXPECT_THAT(text, HasSubstr(R"({"name":"GL_R8UI","create":"unmeasured","create_storage":)"
+                                R"("unmeasured","render":"unknown","layouts":[]})"));
+    EXPECT_THAT(text, HasSubstr(R"({"name":"GL_RGBA8","use":"render","text":"ended by SIGSEGV"})"));
+}
+
+TEST(SurveyDocument, that_is_wrong_gets_its_place) {
+    EXPECT_EQ(complaint_of("\"version\": 1", "\"version\": 2"),
+              ".version: \"version\" must be a whole number from 1 to 1");
+    EXPECT_EQ(complaint_of("\"survey\": {", "\"survey\": 3, \"x\": {"), ": expected an object");
+    EXPECT_EQ(complaint_of("\"profile\": \"core\"", "\"profile\": \"gles\""),
+              ".profiles[0].profile: \"gles\" is no profile; expected compatibility, core or es");
+    EXPECT_EQ(complaint_of("\"profile\": \"es\"", "\"profile\": \"core\""),
+              ".profiles[1].profile: expected compatibility, core and es in this order, each once "
+              "at most");
+    EXPECT_EQ(complaint_of("\"name\":\"GL_R8\"", "\"name\":\"GL_R9\\u001b\""),
+              ".profiles[0].formats[0].name: \"GL_R9?\" is no format of the survey");
+    EXPECT_EQ(complaint_of("\"filter\":\"wrong\"", "\"filter\":\"started\""),
+              ".profiles[0].formats[3].filter: \"filter\" is \"started\"; expected yes, refused, "
+              "wrong, not_offered, not_applicable, crashed, hung, unknown or unmeasured");
+    EXPECT_EQ(complaint_of("\"blend\":\"unmeasured\",\"layouts\"", "\"layouts\""),
+              ".profiles[0].formats[0]: \"blend\" is missing");
+    EXPECT_EQ(complaint_of("\"render\":\"unknown\"", "\"render\":\"unknown\",\"filter\":\"yes\""),
+              ".profiles[0].formats[16].filter: GL_R8UI has no use \"filter\"");
+    EXPECT_EQ(complaint_of("\"layouts\":[]", "\"layouts\":[1]"),
+              ".profiles[0].formats[0].layouts: \"layouts\" must be empty");
+    EXPECT_EQ(
+        complaint_of("GL_RGBA8\",\"create\":\"yes\"", "GL_R8UI\",\"create\":\"yes\"").substr(0, 34),
+        ".profiles[0].formats[3].filter: GL");
+    EXPECT_EQ(complaint_of("\"use\":\"filter\"", "\"use\":\"mipmap\""),
+              ".profiles[0].details[0].use: \"mipmap\" is no use of GL_RGBA8 that has a verdict");
+    EXPECT_EQ(complaint_of("\"use\":\"filter\"", "\"use\":\"render\""),
+              ".profiles[0].details[1].text: \"text\" is given twice for this use");
+    EXPECT_EQ(complaint_of("\"context\": \"not_offered\"", "\"context\": \"no\""),
+              ".profiles[1].context: \"context\" must be not_offered, crashed or hung, and "
+              "\"gl_version\" null");
+    EXPECT_EQ(complaint_of("\"text\":\"why\"", "\"text\":null"),
+              ".profiles[0].details[2].text: \"text\" must be a text");
+}
+
+}  // namespace
+}  // namespace texprobe::tests

@@ -1,0 +1,256 @@
+// Faults of places: what belongs elsewhere, comes from elsewhere, or is wrong only there.
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <array>
+#include <set>
+
+#include "inspect/faults.h"
+
+namespace texprobe::ctl {
+
+namespace {
+
+/// Whether the image is what one makes of the sent bytes who takes byte `source(i)` for byte i,
+/// as far as there is such a byte; a pixel without tells nothing, nor does a value that is no
+/// number. Looks at each `step`-th pixel.
+template <class Source>
+bool comes_from_bytes(const ComparedImages& images, std::size_t step, Source source) {
+    const Image& sent = images.evidence.sent;
+    const std::size_t size = bytes_per_pixel(sent.layout);
+    Image moved = {sent.layout, {}};
+    std::vector<std::size_t> places;
+    for (std::size_t place = 0; place < kPixels; place += step) {
+        std::vector<std::uint8_t> pixel;
+        for (std::size_t i = place * size; i < (place + 1) * size; ++i) {
+            const std::optional<std::size_t> from = source(i);
+            if (from && *from < kPixels * size) pixel.push_back(sent.bytes[*from]);
+        }
+        if (pixel.size() < size) continue;
+        places.push_back(place);
+        moved.bytes.insert(moved.bytes.end(), pixel.begin(), pixel.end());
+    }
+    const Planes expected =
+        expected_in(images.evidence.returned.layout, decode(moved, places.size()));
+    for (std::size_t c = 0; c < expected.values.size(); ++c) {
+        for (std::size_t i = 0; i < places.size(); ++i) {
+            const double value = expected.values[c][i];
+            const double returned = images.returned.values[c][places[i]];
+            if (std::isfinite(value) && !is_equal(value, returned, images.tolerance)) return false;
+        }
+    }
+    return true;
+}
+
+/// Most do not, and a few pixels tell it.
+template <class Source>
+bool comes_from_bytes(const ComparedImages& images, Source source) {
+    return comes_from_bytes(images, 251, source) && comes_from_bytes(images, 1, source);
+}
+
+/// Whether each pixel holds the sent one that `source` gives, where it gives one.
+template <class Source>
+bool comes_from(const ComparedImages& images, Source source) {
+    for (std::size_t i = 0; i < kPixels; ++i) {
+        const std::optional<std::size_t> from = source(i);
+        if (!from) continue;
+        for (std::size_t c = 0; c < images.expected.values.size(); ++c) {
+            const double expected = images.expected.values[c][*from];
+            if (!is_equal(expected, images.returned.values[c][i], images.tolerance)) return false;
+        }
+    }
+    return true;
+}
+
+std::string count(std::size_t number, const char* one) {
+    return number == 1 ? fmt::format("one {}", one) : fmt::format("{} {}s", number, one);
+}
+
+/// A shift by so many pixels in memory, as far as the image has a source for it.
+bool is_shifted(const ComparedImages& images, std::ptrdiff_t by) {
+    return comes_from(images, [=](std::size_t i) -> std::optional<std::size_t> {
+        const std::ptrdiff_t from = static_cast<std::ptrdiff_t>(i) - by;
+        if (from < 0 || from >= static_cast<std::ptrdiff_t>(kPixels)) return std::nullopt;
+        return static_cast<std::size_t>(from);
+    });
+}
+
+/// The part of the image that is wrong.
+struct Part {
+    std::set<std::size_t> rows;
+    std::set<std::size_t> columns;
+    std::size_t pixels = 0;
+    /// All colours are 0 there.
+    bool isEmpty = true;
+};
+
+Part find_wrong_part(const ComparedImages& images) {
+    Part part;
+    for (std::size_t i = 0; i < kPixels; ++i) {
+        if (!is_wrong(images, i)) continue;
+        ++part.pixels;
+        part.rows.insert(i / kColumns);
+        part.columns.insert(i % kColumns);
+        for (std::size_t c = 0; c < images.returned.values.size(); ++c) {
+            part.isEmpty &=
+                !is_colour(images.returned.channels[c]) || images.returned.values[c][i] == 0.0;
+        }
+    }
+    return part;
+}
+
+bool is_gapless(const std::set<std::size_t>& lines) {
+    return *lines.rbegin() - *lines.begin() + 1 == lines.size();
+}
+
+/// "row 3", "rows 5 to 8", "every odd row".
+std::string describe_lines(const std::set<std::size_t>& lines, const std::string& name) {
+    const std::size_t first = *lines.begin();
+    const std::size_t last = *lines.rbegin();
+    if (lines.size() == 1) return fmt::format("{} {}", name, first);
+    if (is_gapless(lines)) return fmt::format("{}s {} to {}", name, first, last);
+    const bool isComb = lines.size() == kRows / 2 &&
+                        std::all_of(lines.begin(), lines.end(),
+                                    [=](std::size_t line) { return line % 2 == first % 2; });
+    if (isComb) return fmt::format("every {} {}", first % 2 == 0 ? "even" : "odd", name);
+    return fmt::format("{} of {} {}s, the first of which is {}", lines.size(), kRows, name, first);
+}
+
+}  // namespace
+
+std::optional<std::string> find_byte_order(const ComparedImages& images) {
+    const std::size_t size = element_size(images.evidence.sent.layout.type);
+    if (!comes_from_bytes(images, [=](std::size_t i) -> std::optional<std::size_t> {
+            return i - i % size + size - 1 - i % size;
+        })) {
+        return std::nullopt;
+    }
+    return "The bytes of each element are in reverse order.";
+}
+
+std::optional<std::string> find_shift(const ComparedImages& images) {
+    for (std::size_t rows = 1; rows <= kRows / 2; ++rows) {
+        const auto by = static_cast<std::ptrdiff_t>(rows * kColumns);
+        if (is_shifted(images, by)) {
+            return fmt::format("The image is shifted by {}: row {} holds the sent row 0.",
+                               count(rows, "row"), rows);
+        }
+        if (is_shifted(images, -by)) {
+            return fmt::format("The image is shifted by {}: row 0 holds the sent row {}.",
+                               count(rows, "row"), rows);
+        }
+    }
+    for (std::size_t pixels = 1; pixels < kColumns; ++pixels) {
+        const auto by = static_cast<std::ptrdiff_t>(pixels);
+        for (const std::ptrdiff_t shift : {by, -by}) {
+            if (!is_shifted(images, shift)) continue;
+            return fmt::format("The image is shifted by {} towards its {}.", count(pixels, "pixel"),
+                               shift > 0 ? "end" : "beginning");
+        }
+    }
+    for (std::ptrdiff_t bytes = 1; bytes < 16; ++bytes) {
+        for (const std::ptrdiff_t shift : {bytes, -bytes}) {
+            const auto source = [=](std::size_t i) -> std::optional<std::size_t> {
+                return i - static_cast<std::size_t>(shift);
+            };
+            if (!comes_from_bytes(images, source)) continue;
+            return fmt::format("The image is shifted by {} towards its {}.",
+                               count(static_cast<std::size_t>(bytes), "byte"),
+                               shift > 0 ? "end" : "beginning");
+        }
+    }
+    return std::nullopt;
+}
+
+std::optional<std::string> find_stride(const ComparedImages& images) {
+    const std::size_t row = kColumns * bytes_per_pixel(images.evidence.sent.layout);
+    std::set<std::size_t> strides;
+    for (std::size_t bytes = 1; bytes <= 64; ++bytes) strides.insert({row - bytes, row + bytes});
+    for (const std::size_t unit : {256U, 512U, 1024U, 2048U, 4096U}) {
+        strides.insert((row + unit - 1) / unit * unit);
+    }
+    // As if a pixel had another size.
+    for (const std::size_t pixel : {1U, 2U, 3U, 4U, 6U, 8U, 12U, 16U})
+        strides.insert(kColumns * pixel);
+    strides.erase(row);
+    for (const std::size_t stride : strides) {
+        if (comes_from_bytes(images, [=](std::size_t i) -> std::optional<std::size_t> {
+                return i / row * stride + i % row;
+            })) {
+            return fmt::format("The sent rows were taken to be {} bytes apart; they are {}.",
+                               stride, row);
+        }
+        if (stride > row && comes_from_bytes(images, [=](std::size_t i) {
+                return i % stride < row ? std::optional(i / stride * row + i % stride)
+                                        : std::nullopt;
+            })) {
+            return fmt::format("The rows came back {} bytes apart instead of {}.", stride, row);
+        }
+    }
+    return std::nullopt;
+}
+
+std::optional<std::string> find_turn(const ComparedImages& images) {
+    using Place = std::optional<std::size_t>;
+    const auto at = [](std::size_t row, std::size_t column) {
+        return Place(row * kColumns + column);
+    };
+    constexpr std::size_t kLast = kRows - 1;
+    if (comes_from(images, [=](std::size_t i) { return at(kLast - i / kColumns, i % kColumns); })) {
+        return "The image is upside down: row 0 holds the sent row 127.";
+    }
+    if (comes_from(images, [=](std::size_t i) { return at(i / kColumns, kLast - i % kColumns); })) {
+        return "The image is mirrored: column 0 holds the sent column 127.";
+    }
+    if (comes_from(images, [=](std::size_t i) { return Place(kPixels - 1 - i); })) {
+        return "The image is turned by 180 degrees: row 0 holds the sent row 127, mirrored.";
+    }
+    if (comes_from(images, [=](std::size_t i) { return at(i % kColumns, i / kColumns); })) {
+        return "Rows and columns are exchanged: row 0 holds the sent column 0.";
+    }
+    return std::nullopt;
+}
+
+/// The image that an earlier test returned, or sent.
+std::optional<std::string> find_stale(const ComparedImages& images) {
+    const Image& returned = images.evidence.returned;
+    // The latest comes first.
+    const auto& earlier = images.evidence.earlier;
+    for (auto at = earlier.rbegin(); at != earlier.rend(); ++at) {
+        const bool isSame = at->image.bytes == returned.bytes;
+        if (isSame || are_equal(expected_in(returned.layout, decode(at->image)), images.returned,
+                                images.tolerance)) {
+            return "A stale image came back: that of the test of " + at->test + ".";
+        }
+    }
+    return std::nullopt;
+}
+
+std::optional<std::string> find_part(const ComparedImages& images) {
+    const Part part = find_wrong_part(images);
+    const std::string end = part.isEmpty ? ": nothing arrived there." : ".";
+    // Some wrong pixels are right by chance.
+    const auto isFilled = [&](std::size_t area) { return part.pixels * 10 >= area * 9; };
+    if (part.rows.size() < kRows && isFilled(part.rows.size() * kColumns)) {
+        return "Wrong in " + describe_lines(part.rows, "row") + end;
+    }
+    if (part.columns.size() < kColumns && isFilled(part.columns.size() * kRows)) {
+        return "Wrong in " + describe_lines(part.columns, "column") + end;
+    }
+    if (part.pixels == 1) {
+        return fmt::format("Wrong in one pixel, in row {}, column {}{}", *part.rows.begin(),
+                           *part.columns.begin(), end);
+    }
+    const std::size_t height = *part.rows.rbegin() - *part.rows.begin() + 1;
+    const std::size_t width = *part.columns.rbegin() - *part.columns.begin() + 1;
+    // All over the image they make no part of it.
+    if (2 * height * width > kPixels && part.pixels > kRows) return std::nullopt;
+    const std::string place =
+        fmt::format("from row {} to {} and from column {} to {}", *part.rows.begin(),
+                    *part.rows.rbegin(), *part.columns.begin(), *part.columns.rbegin());
+    if (isFilled(height * width)) return "Wrong " + place + end;
+    return fmt::format("Wrong in {} pixels, {}{}", part.pixels, place, end);
+}
+
+}  // namespace texprobe::ctl

@@ -1,0 +1,339 @@
+// Faults of values: constant ones, fewer bits, exchanged channels, and other values by a rule.
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <cctype>
+#include <cmath>
+
+#include "inspect/faults.h"
+
+namespace texprobe::ctl {
+
+namespace {
+
+std::string capitalized(std::string text) {
+    text[0] = static_cast<char>(std::toupper(static_cast<unsigned char>(text[0])));
+    return text;
+}
+
+std::string join(const std::vector<std::string>& parts) {
+    std::string text;
+    for (const std::string& part : parts) text += (text.empty() ? "" : ", ") + part;
+    return text;
+}
+
+/// The fewest bits of an integer that could hold each value, each of which is near what it should
+/// be; 0 for none.
+unsigned find_integer_bits(const Plane& expected, const Plane& returned, double resolution) {
+    for (unsigned bits = 1; bits < 16; ++bits) {
+        const double steps = std::ldexp(1.0, static_cast<int>(bits)) - 1;
+        // Every value lies on a grid that is as fine as the type's own.
+        if (resolution * 1.5 > 1 / steps) return 0;
+        // Rounding and cutting both change a value by no more than this.
+        const double most = std::ldexp(1.0, -static_cast<int>(bits)) + resolution;
+        // Where the low bits are 0, the values are multiples of another step.
+        const double cut = std::ldexp(std::nearbyint(1 / resolution) + 1, -static_cast<int>(bits));
+        bool isOnGrid = true;
+        bool isCut = cut >= 2;
+        for (std::size_t i = 0; i < kPixels && (isOnGrid || isCut); ++i) {
+            const double step = std::nearbyint(returned[i] * steps) / steps;
+            isOnGrid &= is_equal(step, returned[i], resolution / 2 + 1e-9) &&
+                        is_equal(expected[i], returned[i], most);
+            const double element = std::nearbyint(returned[i] / resolution);
+            const double lost = std::nearbyint(expected[i] / resolution) - element;
+            isCut &= std::fmod(element, cut) == 0 && lost >= 0 && lost < cut;
+        }
+        if (isOnGrid || isCut) return bits;
+    }
+    return 0;
+}
+
+/// The fewest significant bits of a float that could hold each value; 0 for none.
+int find_significant_bits(const Planes& expected, const Planes& returned) {
+    int bits = 0;
+    for (std::size_t c = 0; c < returned.values.size(); ++c) {
+        for (std::size_t i = 0; i < kPixels; ++i) {
+            const double value = returned.values[c][i];
+            int exponent = 0;
+            const double mantissa = std::frexp(value, &exponent);
+            if (!std::isfinite(value)) return 0;
+            while (bits < 24 &&
+                   std::ldexp(mantissa, bits) != std::nearbyint(std::ldexp(mantissa, bits))) {
+                ++bits;
+            }
+            // Very small values may have lost more.
+            const double least = 0x1p-24;
+            if (!is_equal(expected.values[c][i], value,
+                          std::max(least, std::ldexp(value, 1 - bits)))) {
+                return 0;
+            }
+        }
+    }
+    return bits < 24 ? bits : 0;
+}
+
+/// The distance of neighbouring values of the type near 1, which is where they are farthest apart.
+double resolution_of(const Image& image) {
+    if (const auto steps = steps_of(image.layout)) return 1.0 / *steps;
+    const bool isHalf =
+        bytes_per_pixel(image.layout) == 2 * channels_in_memory(image.layout)->size();
+    return isHalf ? 0x1p-11 : 0x1p-24;
+}
+
+// Channels
+
+/// The contents of a returned channel.
+struct Content {
+    bool isKnown = false;
+    /// None: one value everywhere.
+    std::optional<Channel> source;
+    double constant = 0.0;
+};
+
+Content find_content(const ComparedImages& images, std::size_t index) {
+    const Planes& expected = images.expected;
+    const Plane& plane = images.returned.values[index];
+    if (are_equal(expected.values[index], plane, images.tolerance)) {
+        return {true, expected.channels[index]};
+    }
+    if (is_constant(plane)) return {true, std::nullopt, plane.front()};
+    for (std::size_t other = 0; other < expected.channels.size(); ++other) {
+        if (are_equal(expected.values[other], plane, images.tolerance)) {
+            return {true, expected.channels[other]};
+        }
+    }
+    return {};
+}
+
+std::string describe_contents(const std::vector<Channel>& channels,
+                              const std::vector<Content>& contents) {
+    std::vector<std::string> changes;
+    for (std::size_t i = 0; i < channels.size(); ++i) {
+        const Content& content = contents[i];
+        if (content.source == channels[i]) continue;
+        const std::string name = name_of(channels[i]);
+        changes.push_back(content.source ? name + " holds " + name_of(*content.source)
+                                         : fmt::format("{} is lost: it is {:.3g} everywhere", name,
+                                                       content.constant));
+    }
+    return capitalized(join(changes)) + '.';
+}
+
+// Other values
+
+/// Whether each returned colour is what `of` makes of the expected one, and alpha is right.
+template <class Of>
+bool are_colours_of(const ComparedImages& images, Of of) {
+    for (std::size_t c = 0; c < images.expected.values.size(); ++c) {
+        const bool isColour = is_colour(images.expected.channels[c]);
+        for (std::size_t i = 0; i < kPixels; ++i) {
+            const double expected = images.expected.values[c][i];
+            const double value = isColour ? of(expected, i) : expected;
+            if (!is_equal(value, images.returned.values[c][i], kNearly)) return false;
+        }
+    }
+    return true;
+}
+
+/// Of the sRGB standard, both ways.
+double encoded_srgb(double linear) {
+    return linear <= 0.0031308 ? 12.92 * linear : 1.055 * std::pow(linear, 1 / 2.4) - 0.055;
+}
+double decoded_srgb(double value) {
+    return value <= 0.04045 ? value / 12.92 : std::pow((value + 0.055) / 1.055, 2.4);
+}
+
+struct Line {
+    double gain = 1.0;
+    double offset = 0.0;
+
+    double at(double value, bool isClamped) const {
+        const double result = gain * value + offset;
+        return isClamped ? std::clamp(result, 0.0, 1.0) : result;
+    }
+};
+
+/// The line on which all returned values lie over the expected ones, but for those at the ends.
+std::optional<Line> find_line(const Plane& expected, const Plane& returned, bool isClamped) {
+    double count = 0, x = 0, y = 0, xx = 0, xy = 0;
+    for (std::size_t i = 0; i < kPixels; ++i) {
+        if (!std::isfinite(returned[i])) return std::nullopt;
+        if (isClamped && (returned[i] < 0.01 || returned[i] > 0.99)) continue;
+        count += 1;
+        x += expected[i];
+        y += returned[i];
+        xx += expected[i] * expected[i];
+        xy += expected[i] * returned[i];
+    }
+    const double spread = count * xx - x * x;
+    if (count < 256 || spread <= 0) return std::nullopt;
+    Line line;
+    line.gain = (count * xy - x * y) / spread;
+    line.offset = (y - line.gain * x) / count;
+    if (std::abs(line.gain) < 0.01) return std::nullopt;
+    for (std::size_t i = 0; i < kPixels; ++i) {
+        if (!is_equal(line.at(expected[i], isClamped), returned[i], kNearly)) return std::nullopt;
+    }
+    return line;
+}
+
+std::string describe_line(const Line& line) {
+    if (std::abs(line.gain + 1) < 0.01 && std::abs(line.offset - 1) < 0.01) return "inverted";
+    std::string text = "as ";
+    if (std::abs(line.gain - 1) >= 0.005) text += fmt::format("{:.3g} times ", line.gain);
+    text += "what was sent";
+    if (std::abs(line.offset) < 0.0025) return text;
+    return text +
+           fmt::format(" {} {:.3g}", line.offset < 0 ? "minus" : "plus", std::abs(line.offset));
+}
+
+}  // namespace
+
+bool are_equal(const Plane& a, const Plane& b, double tolerance) {
+    return std::equal(a.begin(), a.end(), b.begin(),
+                      [=](double x, double y) { return is_equal(x, y, tolerance); });
+}
+
+bool are_equal(const Planes& a, const Planes& b, double tolerance) {
+    for (std::size_t c = 0; c < a.values.size(); ++c) {
+        if (!are_equal(a.values[c], b.values[c], tolerance)) return false;
+    }
+    return true;
+}
+
+bool is_wrong(const ComparedImages& images, std::size_t pixel) {
+    for (std::size_t c = 0; c < images.expected.values.size(); ++c) {
+        const double expected = images.expected.values[c][pixel];
+        if (!is_equal(expected, images.returned.values[c][pixel], images.tolerance)) return true;
+    }
+    return false;
+}
+
+bool is_constant(const Plane& plane) {
+    return std::all_of(plane.begin(), plane.end(),
+                       [&](double value) { return value == plane.front(); });
+}
+
+std::string describe_largest(const ComparedImages& images) {
+    double largest = 0.0;
+    for (const ChannelErrors& errors : images.analysis.channels) {
+        largest = std::max(largest, errors.largest);
+    }
+    if (!std::isfinite(largest)) return "so much that some values are no numbers";
+    const auto& steps = images.analysis.steps;
+    return steps ? fmt::format("{:.0f} of {}", largest, *steps) : fmt::format("{:.3g}", largest);
+}
+
+std::optional<std::string> find_constant(const ComparedImages& images) {
+    std::vector<std::string> parts;
+    bool isBlack = true;
+    for (std::size_t c = 0; c < images.returned.values.size(); ++c) {
+        const Plane& plane = images.returned.values[c];
+        if (!is_constant(plane)) return std::nullopt;
+        const Channel channel = images.returned.channels[c];
+        isBlack &= !is_colour(channel) || plane.front() == 0.0;
+        parts.push_back(fmt::format("{} {:.3g}", name_of(channel), plane.front()));
+    }
+    if (isBlack) return "Nothing arrived: " + join(parts) + " everywhere.";
+    return "One colour came back everywhere: " + join(parts) + ".";
+}
+
+std::optional<std::string> find_precision(const ComparedImages& images) {
+    const double resolution = resolution_of(images.evidence.returned);
+    std::vector<std::string> parts;
+    bool isSame = true;
+    unsigned first = 0;
+    for (std::size_t c = 0; c < images.returned.values.size(); ++c) {
+        const Channel channel = images.returned.channels[c];
+        const Plane& expected = images.expected.values[c];
+        const Plane& returned = images.returned.values[c];
+        if (are_equal(expected, returned, images.tolerance)) continue;
+        const unsigned bits = find_integer_bits(expected, returned, resolution);
+        if (bits == 0) {
+            parts.clear();
+            break;
+        }
+        isSame &= first == 0 || first == bits;
+        first = bits;
+        parts.push_back(fmt::format("{} at {}", name_of(channel), bits));
+    }
+    if (!parts.empty() && isSame && parts.size() == images.returned.values.size()) {
+        return fmt::format("Kept at {} bits.", first);
+    }
+    if (!parts.empty()) return "Kept at fewer bits: " + join(parts) + ".";
+    if (steps_of(images.evidence.returned.layout)) return std::nullopt;
+    const int bits = find_significant_bits(images.expected, images.returned);
+    if (bits == 0) return std::nullopt;
+    return fmt::format("Kept as floats of {} significant bits{}.", bits,
+                       bits == 11 ? ", as half floats have" : "");
+}
+
+std::optional<std::string> find_small_errors(const ComparedImages& images) {
+    if (!are_equal(images.expected, images.returned, kNearly)) return std::nullopt;
+    std::size_t pixels = 0;
+    for (std::size_t i = 0; i < kPixels; ++i) pixels += is_wrong(images, i);
+    return fmt::format(
+        "The image is right, but not exact: values differ by up to {}, in {} of {} pixels.",
+        describe_largest(images), pixels, kPixels);
+}
+
+std::optional<std::string> find_channels(const ComparedImages& images) {
+    const std::vector<Channel>& channels = images.returned.channels;
+    std::vector<Content> contents;
+    std::vector<std::size_t> moved;
+    for (std::size_t i = 0; i < channels.size(); ++i) {
+        contents.push_back(find_content(images, i));
+        if (!contents.back().isKnown) return std::nullopt;
+        if (contents.back().source != channels[i]) moved.push_back(i);
+    }
+    const bool isExchange = moved.size() == 2 && contents[moved[0]].source == channels[moved[1]] &&
+                            contents[moved[1]].source == channels[moved[0]];
+    if (isExchange) {
+        return fmt::format("{} and {} are exchanged.", capitalized(name_of(channels[moved[0]])),
+                           name_of(channels[moved[1]]));
+    }
+    return describe_contents(channels, contents);
+}
+
+std::optional<std::string> find_srgb(const ComparedImages& images) {
+    const auto encoded = [](double value, std::size_t) { return encoded_srgb(value); };
+    const auto decoded = [](double value, std::size_t) { return decoded_srgb(value); };
+    if (are_colours_of(images, encoded)) return "The colours were encoded as sRGB.";
+    if (are_colours_of(images, decoded)) return "The colours were decoded as sRGB.";
+    return std::nullopt;
+}
+
+std::optional<std::string> find_premultiplied(const ComparedImages& images) {
+    const Plane* alpha = images.expected.find(Channel::kAlpha);
+    if (!alpha || is_constant(*alpha)) return std::nullopt;
+    const auto product = [&](double value, std::size_t i) { return value * (*alpha)[i]; };
+    const auto quotient = [&](double value, std::size_t i) {
+        const double a = (*alpha)[i];
+        return a > 0 ? std::min(value / a, 1.0) : 0.0;
+    };
+    if (are_colours_of(images, product)) return "The colours were multiplied by alpha.";
+    if (are_colours_of(images, quotient)) return "The colours were divided by alpha.";
+    return std::nullopt;
+}
+
+std::optional<std::string> find_gain(const ComparedImages& images) {
+    const bool isClamped = images.analysis.steps.has_value();
+    std::string names;
+    std::string line;
+    for (std::size_t c = 0; c < images.expected.values.size(); ++c) {
+        const Plane& expected = images.expected.values[c];
+        const Plane& returned = images.returned.values[c];
+        if (are_equal(expected, returned, kNearly)) continue;
+        const auto found = find_line(expected, returned, isClamped);
+        if (!found) return std::nullopt;
+        const std::string words = describe_line(*found);
+        if (!line.empty() && words != line) return std::nullopt;
+        line = words;
+        names += (names.empty() ? "" : ", ") + std::string(name_of(images.expected.channels[c]));
+    }
+    if (line.empty()) return std::nullopt;
+    return capitalized(names) + " came back " + line + '.';
+}
+
+}  // namespace texprobe::ctl

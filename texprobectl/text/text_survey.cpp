@@ -1,0 +1,205 @@
+#include <fmt/format.h>
+#include <table/record_keys.h>
+
+#include <algorithm>
+#include <map>
+#include <set>
+#include <utility>
+#include <vector>
+
+#include "records/plain_text.h"
+#include "text/text_matrix.h"
+#include "text/wrapped.h"
+#include "text/write_text.h"
+
+namespace texprobe::ctl {
+
+namespace {
+
+/// Broken promises, which people are told in sentences.
+bool is_told(survey::Verdict verdict) {
+    return verdict == survey::Verdict::kRefused || verdict == survey::Verdict::kWrong ||
+           verdict == survey::Verdict::kCrashed || verdict == survey::Verdict::kHung;
+}
+
+const char* words_of(survey::Verdict verdict) {
+    switch (verdict) {
+        case survey::Verdict::kRefused:
+            return "is refused";
+        case survey::Verdict::kWrong:
+            return "is wrong";
+        case survey::Verdict::kCrashed:
+            return "has crashed";
+        default:
+            return "has hung";
+    }
+}
+
+Shown show_use(const survey::Format& format, survey::Use use, const survey::FormatRecord& record,
+               const Terminal& terminal) {
+    const auto found = record.uses.find(use);
+    if (!has_use(format, use)) return {};
+    if (found == record.uses.end()) return show_verdict(Verdict::kUnmeasured, terminal);
+    switch (found->second.verdict) {
+        case survey::Verdict::kYes:
+            return show_verdict(Verdict::kYes, terminal);
+        case survey::Verdict::kNotOffered:
+            return show_word("no");
+        case survey::Verdict::kNotApplicable:
+            return show_verdict(Verdict::kNotApplicable, terminal);
+        case survey::Verdict::kUnknown:
+            return show_word("unknown", "33");
+        default:
+            return show_word(name_of(found->second.verdict), "1;31");
+    }
+}
+
+/// The survey of one record set.
+class SurveyText {
+public:
+    SurveyText(const RecordSet& set, const SurveyChoice& choice, const Terminal& terminal,
+               std::ostream& stream)
+        : set_(set), choice_(choice), terminal_(terminal), stream_(stream) {}
+
+    void write() {
+        write_heading();
+        write_sentences();
+        for (const SurveyedProfile& profile : set_.survey) {
+            if (choice_.has(profile.profile) && profile.lack.empty()) write_matrix_of(profile);
+        }
+        write_legend();
+    }
+
+private:
+    template <class Tell>
+    void for_each_verdict(Tell tell) const {
+        for (const SurveyedProfile& profile : set_.survey) {
+            if (!choice_.has(profile.profile) || !profile.lack.empty()) continue;
+            for (std::size_t i = 0; i < profile.formats.size(); ++i) {
+                const survey::Format& format = survey::formats()[i];
+                if (!choice_.has(format)) continue;
+                for (const auto& [use, judged] : profile.formats[i].uses) {
+                    if (has_use(format, use)) tell(profile, format, use, judged);
+                }
+            }
+        }
+    }
+
+    void write_heading() {
+        stream_ << coloured(set_.renderer.value_or("renderer " + set_.rendererID), kBold, terminal_)
+                << '\n'
+                << set_.id << '\n';
+        const std::string missing = describe_missing(set_.survey, choice_, set_.rendererID);
+        stream_ << (missing.empty() ? "complete" : missing) << "; "
+                << (set_.isPresent ? "of" : "not of") << " this machine's present build\n\n";
+    }
+
+    void write_contexts_that_are_not_there() {
+        for (const SurveyedProfile& profile : set_.survey) {
+            if (!choice_.has(profile.profile) || profile.lack.empty()) continue;
+            stream_ << "There is no context of " << ctl::words_of(profile.profile) << ": "
+                    << (profile.lack == survey::kContextNotOffered
+                            ? "the driver does not offer it.\n"
+                        : profile.lack == survey::kContextCrashed ? "opening one has crashed.\n"
+                                                                  : "opening one has hung.\n");
+        }
+    }
+
+    struct Sentence {
+        std::string format;
+        std::string where;
+        std::string told;
+    };
+
+    /// One that holds in several contexts is told once.
+    std::vector<Sentence> find_sentences() const {
+        std::vector<Sentence> sentences;
+        for_each_verdict([&](const SurveyedProfile& profile, const survey::Format& format,
+                             survey::Use use, const survey::Judged& judged) {
+            if (!is_told(judged.verdict)) return;
+            const char* const where = ctl::words_of(profile.profile);
+            std::string told = fmt::format("{} {}{}{}", name_of(use), words_of(judged.verdict),
+                                           judged.text.empty() ? "" : ", ", judged.text);
+            const auto same =
+                std::find_if(sentences.begin(), sentences.end(), [&](const Sentence& each) {
+                    return each.format == format.name && each.told == told;
+                });
+            if (same == sentences.end()) {
+                sentences.push_back({format.name, where, std::move(told)});
+            } else {
+                same->where += std::string(" and ") + where;
+            }
+        });
+        return sentences;
+    }
+
+    void write_sentences() {
+        write_contexts_that_are_not_there();
+        const std::vector<Sentence> sentences = find_sentences();
+        for (const auto& [format, where, told] : sentences) {
+            stream_ << wrapped(fmt::format("{} in {}: {}", format, where, told), 2) << '\n';
+        }
+        if (sentences.empty() && describe_missing(set_.survey, choice_, "").empty()) {
+            stream_ << "No promise is broken.\n";
+        }
+        stream_ << '\n';
+    }
+
+    void write_matrix_of(const SurveyedProfile& profile) {
+        stream_ << coloured(ctl::words_of(profile.profile), kBold, terminal_) << ": "
+                << profile.glVersion.value_or("no context yet") << '\n';
+        std::vector<Shown> row;
+        for (const char* column : {"create", "storage", "filter", "mipmap", "render", "blend"}) {
+            row.push_back(show_word(column));
+        }
+        write_row("", row, terminal_, stream_);
+        for (std::size_t i = 0; i < profile.formats.size(); ++i) {
+            const survey::Format& format = survey::formats()[i];
+            if (!choice_.has(format)) continue;
+            for (std::size_t use = 0; use < row.size(); ++use) {
+                row[use] = show_use(format, survey::kUses[use], profile.formats[i], terminal_);
+            }
+            write_row(format.name, row, terminal_, stream_);
+        }
+        stream_ << '\n';
+    }
+
+    void write_legend() {
+        std::set<survey::Verdict> verdicts;
+        std::map<std::string, int> unknown;
+        for_each_verdict([&](const SurveyedProfile&, const survey::Format&, survey::Use,
+                             const survey::Judged& judged) {
+            verdicts.insert(judged.verdict);
+            if (judged.verdict == survey::Verdict::kUnknown) ++unknown[judged.text];
+        });
+        if (verdicts.count(survey::Verdict::kNotOffered) != 0) {
+            stream_ << "no: it does not work, and nobody has promised it\n";
+        }
+        if (verdicts.count(survey::Verdict::kNotApplicable) != 0) {
+            stream_ << show_verdict(Verdict::kNotApplicable, terminal_).text
+                    << ": not applicable, because the format cannot be created\n";
+        }
+        for (const auto& [text, count] : unknown) {
+            stream_ << wrapped(fmt::format("unknown, {} of them: {}", count, text), 2) << '\n';
+        }
+    }
+
+    const RecordSet& set_;
+    const SurveyChoice& choice_;
+    const Terminal& terminal_;
+    std::ostream& stream_;
+};
+
+}  // namespace
+
+void write_survey_text(const RecordSets& sets, const SurveyChoice& choice, const Terminal& terminal,
+                       std::ostream& stream) {
+    const char* between = "";
+    for (const RecordSet& set : sets) {
+        stream << between;
+        between = "\n";
+        SurveyText(plain(set), choice, terminal, stream).write();
+    }
+}
+
+}  // namespace texprobe::ctl
