@@ -1,5 +1,6 @@
 // texprobectl: the records, for people and for programs.
 
+#include <algorithm>
 #include <clocale>
 #include <csignal>
 #include <exception>
@@ -51,16 +52,28 @@ int explain(const CLI::App& app, const CLI::ParseError& error) {
     return kTrouble;
 }
 
+/// "help COMMAND" is "COMMAND --help".
+std::vector<std::string> with_help_as_option(std::vector<std::string> words) {
+    if (words.empty() || words.front() != "help") return words;
+    words.erase(words.begin());
+    words.emplace_back("--help");
+    return words;
+}
+
 int run(int argc, char** argv) {
     CLI::App app("The records of texprobe: measure, read, compare and share them.", "texprobectl");
     texprobe::ctl::Session session;
     session.self = texprobe::ctl::find_self(argv[0]);
     app.set_version_flag("--version", "texprobectl " TEXPROBECTL_VERSION);
     app.require_subcommand(1);
-    app.footer("`texprobectl COMMAND --help` says more of each; texprobectl(1) says all.");
     texprobe::ctl::add_commands(&app, &session);
+    // After the commands, whose help would end with it, too.
+    app.footer("`texprobectl COMMAND --help` says more of each; texprobectl(1) says all.");
+    std::vector<std::string> words = with_help_as_option({argv + 1, argv + argc});
+    // The parser takes them from the end.
+    std::reverse(words.begin(), words.end());
     try {
-        app.parse(argc, argv);
+        app.parse(words);
     } catch (const CLI::ParseError& error) {
         if (error.get_exit_code() == 0) return app.exit(error);
         return explain(app, error);

@@ -91,7 +91,9 @@ TEST_F(Doctor, names_what_the_contexts_of_the_renderers_say) {
             EXPECT_EQ(renderers[i][name], sets[i][name]);
         }
     }
+    EXPECT_EQ(renderers.back()["software"], true);
     const std::string text = folder_.ctl({"doctor"}).out;
+    EXPECT_THAT(text, testing::HasSubstr(" MB, software\n"));
     EXPECT_THAT(
         text, testing::HasSubstr("\n               " + sets[0]["renderer"].get<std::string>() +
                                  ", " + sets[0]["vendor"].get<std::string>() + "\n               " +

@@ -196,7 +196,7 @@ TEST_F(Document, with_a_NUL_is_refused) {
 }
 
 TEST_F(Document, that_cannot_be_read_is_named) {
-    EXPECT_EQ(folder_.ctl({"merge", "/tmp"}).err,
+    EXPECT_EQ(folder_.ctl({"compare", "/tmp", "/tmp"}).err,
               "texprobectl: /tmp: a folder, and not a document\n");
     // Its first page is not there.
     EXPECT_EQ(folder_.ctl({"merge", "/proc/self/mem"}).err,
@@ -276,8 +276,8 @@ TEST_F(Document, mutated_thousands_of_times_ends_in_sets_or_an_error) {
         std::istringstream input(text);
         std::streambuf* const old = std::cin.rdbuf(input.rdbuf());
         try {
-            std::vector<std::string> empty;
-            ctl::merge_files({"-"}, &empty);
+            ctl::LeftOut leftOut;
+            ctl::merge_files({{"a", "-"}}, &leftOut);
             ++accepted;
         } catch (const ctl::DocumentError& error) {
             EXPECT_EQ(std::string(error.what()).find('\n'), std::string::npos) << error.what();

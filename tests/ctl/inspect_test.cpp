@@ -195,6 +195,7 @@ TEST_F(Inspect, says_in_which_call_a_driver_died) {
               "128, 128, GL_BGR, GL_UNSIGNED_BYTE, offset 0).");
     EXPECT_EQ(fact(finished.out, "this run"), "none");
     EXPECT_THAT(finished.out, HasSubstr("      did not return\n"));
+    EXPECT_THAT(finished.out, HasSubstr("\nNo call that returned has reported an error.\n"));
     EXPECT_FALSE(has_left_files());
 }
 

@@ -1,6 +1,7 @@
 // What texprobectl measure prints where there is no terminal: a line for each renderer, then the
 // table of what changed.
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <map>
@@ -49,6 +50,17 @@ TEST_F(MeasureOutput, is_a_line_for_each_renderer_in_the_order_of_the_run) {
     EXPECT_EQ(run.err, renderer_id() +
                            ": 96 of 96 verdicts, the run died once\n"
                            "7: 0 of 96 verdicts\n");
+}
+
+TEST_F(MeasureOutput, names_the_software_where_hardware_is_required) {
+    folder_.prepare(SCRIPTED_TOOL, complete_set(*id_, "1.0"));
+    folder_.script("exit 0\n");
+    const Finished run = folder_.ctl({"measure", "--require-hardware"});
+    EXPECT_TRUE(run.exited_with(1));
+    EXPECT_THAT(run.err, testing::HasSubstr(
+                             "texprobectl: no hardware was measured, only software: a renderer\n"));
+    EXPECT_TRUE(folder_.ctl({"measure"}).exited_with(0));
+    EXPECT_THAT(folder_.ctl({"list"}).out, testing::HasSubstr("complete, present, software\n"));
 }
 
 /// The same renderer under another build.

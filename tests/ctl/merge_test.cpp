@@ -112,6 +112,162 @@ TEST_F(Merge, comes_to_the_same_in_any_order_and_grouping) {
     EXPECT_EQ(merge({"whole.json"}), whole);
 }
 
+/// A complete set of a GPU on which all works.
+ctl::RecordSet healthy_set() {
+    ctl::RecordSet set = random_sets(1, 1, 1).front();
+    set.verdicts = {};
+    set.isComplete = set.isPresent = true;
+    return set;
+}
+
+class MergeOfMachines : public Merge {
+protected:
+    void SetUp() override {
+        for (const char* name : {"n1.json", "n3.json", "n5.json"}) keep(name, {healthy_set()});
+        ctl::RecordSet hung = healthy_set();
+        hung.verdicts[7][2] = ctl::Verdict::kHung;
+        keep("n8.json", {hung});
+        keep("n4.json", {});
+        keep("n2.json", {set_before(), software_set()});
+    }
+    static ctl::RecordSet software_set() {
+        ctl::RecordSet set = healthy_set();
+        set.renderer = "llvmpipe (LLVM 15.0.6, 256 bits)";
+        set.isSoftware = true;
+        return set;
+    }
+    /// Of hardware and an older build, and not complete.
+    static ctl::RecordSet set_before() {
+        ctl::RecordSet set = healthy_set();
+        set.isPresent = set.isComplete = false;
+        set.systemBuild = "build-before";
+        set.id = kIDPrefix + set.rendererID + '.' + set.systemBuild;
+        return set;
+    }
+    void keep(const std::string& name, const ctl::RecordSets& sets) const {
+        std::filesystem::create_directories(folder_.file("fleet"));
+        write_sets(folder_.file("fleet") / name, sets);
+    }
+    /// The lines before the sums.
+    std::vector<std::string> outliers(const std::vector<std::string>& arguments) const {
+        std::vector<std::string> words = {"merge"};
+        words.insert(words.end(), arguments.begin(), arguments.end());
+        const Finished run = folder_.ctl(words);
+        EXPECT_TRUE(run.exited_with(0)) << run.err;
+        std::vector<std::string> lines;
+        for (const std::string& line : lines_of(run.out)) {
+            if (line.find(" record set") != std::string::npos) break;
+            if (!line.empty()) lines.push_back(line);
+        }
+        return lines;
+    }
+    std::string first_outlier(const std::vector<std::string>& arguments) const {
+        const std::vector<std::string> lines = outliers(arguments);
+        return lines.empty() ? "none" : lines.front();
+    }
+    std::string file(const std::string& name) const { return folder_.file("fleet") / name; }
+
+    const std::vector<std::string> all_ = {
+        "n8: GL_RGBA8 upload set hung; 3 machines with the same driver: yes", "n4: no records",
+        "n2: software renderer (llvmpipe)"};
+};
+
+TEST_F(MergeOfMachines, names_those_that_differ_first) {
+    EXPECT_EQ(outliers({file("")}), all_);
+    // Nothing differs among machines that are alike.
+    EXPECT_TRUE(outliers({file("n1.json"), file("n3.json")}).empty());
+    EXPECT_TRUE(outliers({file("n8.json")}).empty());
+}
+
+TEST_F(MergeOfMachines, judges_one_by_its_present_build_where_it_has_some) {
+    keep("n6.json", {software_set(), set_before()});
+    EXPECT_EQ(first_outlier({file("n6.json")}), "n6: software renderer (llvmpipe)");
+    keep("n6.json", {set_before()});
+    EXPECT_EQ(first_outlier({file("n6.json")}), "n6: not complete");
+    keep("n6.json", {healthy_set(), software_set()});
+    EXPECT_EQ(first_outlier({file("n6.json")}), "none");
+}
+
+TEST_F(MergeOfMachines, does_not_name_software_where_all_are) {
+    keep("n6.json", {software_set()});
+    keep("n7.json", {software_set()});
+    EXPECT_EQ(first_outlier({file("n6.json"), file("n7.json")}), "none");
+    EXPECT_EQ(first_outlier({file("n1.json"), file("n6.json"), file("n7.json")}),
+              "n6, n7: software renderer (llvmpipe)");
+}
+
+TEST_F(MergeOfMachines, takes_their_names_from_the_arguments) {
+    EXPECT_EQ(outliers({file("n1.json"), "lab 7=" + file("n8.json"), "gone=" + file("n4.json")}),
+              (std::vector<std::string>{
+                  "lab 7: GL_RGBA8 upload set hung; 1 machine with the same driver: yes",
+                  "gone: no records"}));
+    // A file that is there is that file.
+    std::filesystem::copy(file("n8.json"), file("a=b.json"));
+    EXPECT_EQ(first_outlier({file("n1.json"), file("a=b.json")}),
+              "a=b: GL_RGBA8 upload set hung; 1 machine with the same driver: yes");
+}
+
+TEST_F(MergeOfMachines, names_the_same_ones_from_sums_of_parts) {
+    const std::string whole = merge({"fleet"});
+    write_file(folder_.file("a"), merge({"fleet/n2.json", "fleet/n4.json", "fleet/n8.json"}));
+    write_file(folder_.file("b"), merge({"fleet/n3.json", "fleet/n1.json"}));
+    EXPECT_EQ(merge({"a", "fleet/n5.json", "b"}), whole);
+    EXPECT_EQ(outliers({folder_.file("b"), folder_.file("a"), file("n5.json")}), all_);
+    const json merged = json::parse(whole);
+    EXPECT_EQ(merged["states"], json::parse(R"([
+        {"state": "no_records", "outlier": true, "machine_count": 1, "machines": ["n4"]},
+        {"state": "software", "renderer": "llvmpipe", "outlier": true, "machine_count": 1,
+         "machines": ["n2"]}])"));
+    json failures;
+    for (const json& driver : merged["drivers"]) {
+        for (const json& failure : driver["failures"]) failures.push_back(failure);
+    }
+    EXPECT_EQ(failures, json::parse(R"([{"name": "GL_RGBA8", "capability": "upload_set",
+        "verdict": "hung", "usual": "yes", "outlier": true, "machine_count": 1,
+        "machines": ["n8"]}])"));
+}
+
+TEST_F(MergeOfMachines, counts_one_that_is_given_twice_once) {
+    const std::string copy = folder_.file("n8.json");
+    std::filesystem::copy(file("n8.json"), copy);
+    const Finished twice = folder_.ctl({"merge", "--json", file(""), copy});
+    EXPECT_EQ(twice.out, merge({"fleet"}));
+    EXPECT_THAT(twice.err, HasSubstr("texprobectl: " + copy +
+                                     " is not counted: n8 was given before; NAME=FILE names "
+                                     "another machine\n"));
+    EXPECT_EQ(first_outlier({file(""), "n9=" + copy}),
+              "n8, n9: GL_RGBA8 upload set hung; 3 machines with the same driver: yes");
+}
+
+TEST_F(MergeOfMachines, are_one_for_each_document) {
+    ctl::RecordSet hung = healthy_set();
+    hung.verdicts[7][2] = ctl::Verdict::kHung;
+    keep("n9.json", {hung, hung});
+    EXPECT_EQ(first_outlier({file("n1.json"), file("n3.json"), file("n9.json")}),
+              "n9: GL_RGBA8 upload set hung; 2 machines with the same driver: yes");
+}
+
+TEST_F(MergeOfMachines, names_twenty_and_counts_the_others) {
+    ctl::RecordSet crashed = healthy_set();
+    crashed.verdicts[7][2] = ctl::Verdict::kCrashed;
+    for (int i = 10; i < 35; ++i) {
+        keep("m" + std::to_string(i) + ".json", {crashed});
+        keep("x" + std::to_string(i) + ".json", {healthy_set()});
+    }
+    const std::string line = first_outlier({file("")});
+    EXPECT_THAT(line, HasSubstr("m10, m11, "));
+    EXPECT_THAT(line,
+                HasSubstr(", m29 and 5 more: GL_RGBA8 upload set crashed; 28 machines with "));
+}
+
+TEST_F(Merge, of_a_folder_without_documents_says_so) {
+    std::filesystem::create_directories(folder_.file("none"));
+    const Finished run = folder_.ctl({"merge", folder_.file("none")});
+    EXPECT_TRUE(run.exited_with(2));
+    EXPECT_EQ(run.err, "texprobectl: " + folder_.file("none").string() +
+                           " has no *.json\ntexprobectl: there is no record set to merge\n");
+}
+
 TEST_F(Merge, refuses_counts_that_no_sets_can_have) {
     write_sets(folder_.file("a.json"), random_sets(2, 1, 3));
     std::string text = merge({"a.json"});

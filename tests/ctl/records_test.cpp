@@ -44,6 +44,19 @@ TEST_F(Records, are_listed_one_line_each) {
               " 3  ff                 a renderer  3.0     build-10  complete\n");
 }
 
+TEST_F(Records, of_software_are_marked_where_the_renderer_names_it) {
+    folder_.prepare(SCRIPTED_TOOL, complete_set(kOther, "3.0") + complete_set(kNew, "2.0") +
+                                       "set " + kNew + " GL_RENDERER text softpipe\nsync " + kNew +
+                                       "\n");
+    EXPECT_EQ(folder_.ctl({"list"}).out,
+              " #  id        renderer    driver  build     measured\n"
+              " 1  abcd1234  softpipe    2.0     build-10  complete, software\n"
+              " 2  ff        a renderer  3.0     build-10  complete\n");
+    const json sets = json::parse(folder_.ctl({"export"}).out)["record_sets"];
+    EXPECT_EQ(sets[0]["software"], true);
+    EXPECT_EQ(sets[1]["software"], false);
+}
+
 TEST_F(Records, are_none_at_first) {
     const Finished run = folder_.ctl({"list"});
     EXPECT_TRUE(run.exited_with(0));
@@ -128,7 +141,8 @@ TEST_F(Records, that_cannot_be_had_get_one_line_and_status_2) {
         {{"forget", "4", "--yes"}, "no record set matches \"4" + notFound},
         {{"show", "0"}, "no record set matches \"0" + notFound},
         {{"export", "9"}, "no record set matches \"9" + notFound},
-        {{"compare", "3", "/no/such/file"}, "no record set matches \"/no/such/file" + notFound},
+        {{"compare", "3", "/no/such/file"}, "/no/such/file: No such file or directory"},
+        {{"report", "nofile.json", "-o", "page.html"}, "nofile.json: No such file or directory"},
         {{"compare"},
          "there is no earlier build to compare with; expected two record sets or exported files"},
         {{"forget", "--yes"}, ways},
@@ -238,7 +252,12 @@ TEST_F(Records, every_command_has_help) {
         EXPECT_TRUE(run.exited_with(0)) << command;
         EXPECT_THAT(run.out, HasSubstr("Usage: texprobectl " + std::string(command)));
         for (const std::string& line : lines_of(run.out)) EXPECT_LE(line.size(), 80u) << line;
+        EXPECT_THAT(run.out, Not(HasSubstr("texprobectl COMMAND --help")));
+        EXPECT_EQ(folder_.ctl({"help", command}).out, run.out);
     }
+    const std::string all = folder_.ctl({"--help"}).out;
+    EXPECT_THAT(all, HasSubstr("`texprobectl COMMAND --help` says more of each"));
+    EXPECT_EQ(folder_.ctl({"help"}).out, all);
     EXPECT_EQ(folder_.ctl({"--version"}).out, "texprobectl " VERSION "\n");
 }
 

@@ -10,6 +10,7 @@
 #include <filesystem>
 
 #include "documents/document.h"
+#include "records/software.h"
 #include "support/text.h"
 
 namespace texprobe::tests {
@@ -45,6 +46,28 @@ TEST(OnlyPresentSet, is_missing_where_only_other_builds_were_measured) {
 TEST(OnlyPresentSet, of_several_has_to_be_chosen) {
     EXPECT_EQ(trouble_with({set_named("a", true), set_named("b", true)}),
               "there are 2 record sets of this machine's present build; choose one with --set");
+}
+
+TEST(Software, is_known_by_its_names) {
+    const auto named = [](const char* text) { return ctl::software_named_in(text).value_or(""); };
+    EXPECT_EQ(named("llvmpipe (LLVM 15.0.6, 256 bits)"), "llvmpipe");
+    EXPECT_EQ(named("zink Vulkan 1.3(llvmpipe (LLVM 15.0.6, 256 bits) (MESA_LLVMPIPE))"),
+              "llvmpipe");
+    EXPECT_EQ(named("softpipe"), "softpipe");
+    EXPECT_EQ(named("ANGLE (Google, Vulkan 1.3.0 (SwiftShader Device (LLVM 10.0.0)))"),
+              "SwiftShader");
+    EXPECT_EQ(named("Google Swiftshader"), "SwiftShader");
+    for (const char* gpu : {"NVIDIA H100 80GB HBM3/PCIe/SSE2", "AMD Radeon RX 6700 XT (navi22)",
+                            "Mesa Intel(R) UHD Graphics 620 (KBL GT2)", ""}) {
+        EXPECT_EQ(named(gpu), "") << gpu;
+    }
+}
+
+TEST(Software, is_trouble_only_where_there_is_nothing_else) {
+    EXPECT_EQ(ctl::trouble_without_hardware({{"softpipe", true}, {"llvmpipe (LLVM 15)", true}}),
+              "no hardware was measured, only software: softpipe; llvmpipe (LLVM 15)");
+    EXPECT_EQ(ctl::trouble_without_hardware({{"softpipe", true}, {"a GPU", false}}), "");
+    EXPECT_EQ(ctl::trouble_without_hardware({}), "no hardware was measured: there is no renderer");
 }
 
 class FoundSet : public testing::Test {

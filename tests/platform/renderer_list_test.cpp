@@ -84,6 +84,17 @@ TEST_F(RendererList, tells_the_ids_without_opening_anything) {
     EXPECT_THAT(egl.calls(), Each(StartsWith("query_device")));
 }
 
+TEST_F(RendererList, tells_hardware_from_software_without_opening_anything) {
+    ScriptedEgl egl({software(), hardware("/dev/dri/renderD128")});
+    const Renderers renderers(system(egl));
+    ASSERT_EQ(renderers.count(), 2);
+    GLint accelerated[2] = {-7, -7};
+    EXPECT_EQ(renderers.describe_accelerated(0, &accelerated[0]), kCGLNoError);
+    EXPECT_EQ(renderers.describe_accelerated(1, &accelerated[1]), kCGLNoError);
+    EXPECT_THAT(accelerated, testing::ElementsAre(1, 0));
+    EXPECT_THAT(egl.calls(), Each(StartsWith("query_device")));
+}
+
 TEST_F(RendererList, has_another_id_for_another_driver_of_the_software_device) {
     setenv("GALLIUM_DRIVER", "softpipe", 1);
     ScriptedEgl egl({software()});
@@ -141,6 +152,7 @@ TEST_F(RendererList, answers_every_question_about_an_unusable_device_with_an_err
     EXPECT_EQ(renderers.describe_texture_memory(0, &value), kCGLBadRendererInfo);
     EXPECT_EQ(renderers.describe_texture_memory(0, &value), kCGLBadRendererInfo);
     EXPECT_EQ(renderers.describe_id(0, &value), kCGLBadRendererInfo);
+    EXPECT_EQ(renderers.describe_accelerated(0, &value), kCGLBadRendererInfo);
     EXPECT_EQ(value, kUnset);
     EGLDeviceEXT device = nullptr;
     EXPECT_EQ(renderers.find_device(first_gpu_, &device), kCGLBadRendererInfo);

@@ -2,12 +2,17 @@
 
 #include <iostream>
 #include <memory>
+#include <string>
+#include <vector>
 
 #include "commands/command_options.h"
 #include "commands/commands.h"
 #include "measure/find_tool.h"
 #include "process/stop_signals.h"
+#include "records/plain_text.h"
+#include "records/software.h"
 #include "text/progress.h"
+#include "text/text_matrix.h"
 #include "text/write_text.h"
 
 namespace texprobe::ctl {
@@ -18,6 +23,7 @@ struct MeasureArguments {
     std::string tool;
     int seconds = 60;
     int attempts = 200;
+    bool requiresHardware = false;
 };
 
 int report_measuring(const MeasureResult& result) {
@@ -36,6 +42,17 @@ int report_measuring(const MeasureResult& result) {
     }
 }
 
+/// What was measured stays recorded.
+int report_hardware(const RecordSets& sets) {
+    std::vector<NamedRenderer> renderers;
+    for (const RecordSet& set : sets)
+        renderers.push_back({renderer_name(plain(set)), set.isSoftware});
+    const std::string trouble = trouble_without_hardware(renderers);
+    if (trouble.empty()) return 0;
+    std::cerr << "texprobectl: " << trouble << '\n';
+    return 1;
+}
+
 int run_measure(const MeasureArguments& arguments, const Session& session) {
     const std::string tool = arguments.tool.empty() ? find_tool(session.self) : arguments.tool;
     const Machine machine = look_at_machine();
@@ -52,7 +69,9 @@ int run_measure(const MeasureArguments& arguments, const Session& session) {
     print([&](const Terminal& terminal, std::ostream& stream) {
         write_changes_text(result, terminal, stream);
     });
-    return report_measuring(result);
+    const int status = report_measuring(result);
+    const bool isChecked = arguments.requiresHardware && status == 0;
+    return isChecked ? report_hardware(result.after) : status;
 }
 
 }  // namespace
@@ -67,6 +86,8 @@ void add_measure(CLI::App* app, Session* session) {
         ->type_name("N")
         ->check(number_between(1, 1000000))
         ->capture_default_str();
+    command->add_flag("--require-hardware", arguments->requiresHardware,
+                      "Status 1 when all renderers are software");
     command->footer(
         "Ends with a table of the changes.\n"
         "Status 0 when all verdicts are recorded, whatever crashed.");

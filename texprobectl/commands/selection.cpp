@@ -23,6 +23,14 @@ std::string_view own_part(std::string_view id) {
     return id.size() > begin ? id.substr(begin) : std::string_view();
 }
 
+/// No identifier is: a file that is missing is said to be.
+bool is_named_as_file(std::string_view text) {
+    constexpr std::string_view kEnd = ".json";
+    const bool hasEnd =
+        text.size() >= kEnd.size() && text.substr(text.size() - kEnd.size()) == kEnd;
+    return hasEnd || text.find('/') != std::string_view::npos;
+}
+
 bool has_component(std::string_view text, std::string_view component) {
     while (true) {
         const std::size_t point = text.find('.');
@@ -93,7 +101,8 @@ const RecordSets& KnownSets::all() {
 
 bool is_document(const std::string& text) {
     std::error_code ignored;
-    return text == "-" || (!is_number(text) && std::filesystem::exists(text, ignored));
+    return text == "-" ||
+           (!is_number(text) && (is_named_as_file(text) || std::filesystem::exists(text, ignored)));
 }
 
 RecordSets KnownSets::find_or_read(const std::string& text) {

@@ -38,8 +38,8 @@ public:
     explicit KnownSets(std::function<RecordSets()> read) : read_(std::move(read)) {}
 
     const RecordSets& all();
-    /// The sets of an exported file when `text` names a file and is no number, else the one set
-    /// that it names.
+    /// The sets of an exported file when `text` names a file and is no number, or can only be a
+    /// file's name; else the one set that it names.
     RecordSets find_or_read(const std::string& text);
 
 private:

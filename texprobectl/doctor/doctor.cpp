@@ -10,6 +10,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <utility>
 
 #include "doctor/anonymizer.h"
 #include "process/child.h"
@@ -129,7 +130,9 @@ Diagnosis examine(const std::string& self, const std::string& tool) {
     diagnosis.displays = machine.displayCount;
     diagnosis.trouble = machine.trouble;
     for (const std::uint32_t renderer : machine.renderers) {
-        diagnosis.renderers.push_back(examine_renderer(self, renderer));
+        ExaminedRenderer examined = examine_renderer(self, renderer);
+        examined.isSoftware = machine.is_software(examined.rendererID, examined.renderer);
+        diagnosis.renderers.push_back(std::move(examined));
     }
     diagnosis.store = examine_store();
     diagnosis.recordSets = read_record_sets(machine).size();

@@ -16,6 +16,8 @@ struct ExaminedRenderer {
     std::string rendererID;
     bool canBeOpened = false;
     std::optional<int> megabytes;
+    /// It draws on the processor.
+    bool isSoftware = false;
     /// The strings of its context; empty where it cannot be opened.
     std::string vendor;
     std::string glVersion;

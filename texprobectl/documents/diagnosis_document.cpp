@@ -14,6 +14,7 @@ Json renderer_of(const ExaminedRenderer& renderer) {
     return {{"renderer_id", renderer.rendererID},
             {"can_be_opened", renderer.canBeOpened},
             {"megabytes", renderer.megabytes ? Json(*renderer.megabytes) : Json(nullptr)},
+            {"software", renderer.isSoftware},
             {"vendor", known(renderer.vendor)},
             {"gl_version", known(renderer.glVersion)},
             {"renderer", known(renderer.renderer)},

@@ -4,6 +4,7 @@
 #define TEXPROBECTL_DOCUMENT_H
 
 #include <functional>
+#include <optional>
 #include <ostream>
 #include <string>
 #include <vector>
@@ -54,10 +55,17 @@ struct DocumentKind {
     const char* schema;
     const char* elements;
     std::function<void(const Json& element, const Expect& expect)> read;
+    /// Another list, which may be missing, and whose elements are not counted.
+    const char* more = nullptr;
+    std::function<void(const Json& element, const Expect& expect)> readMore = {};
 };
 std::size_t read_document(const std::string& file, const std::vector<DocumentKind>& kinds);
 
 RecordSet read_set(const Json& value, const Expect& expect);
+
+/// The member "software"; without it, as in older documents, what the renderer's name tells.
+bool read_software(const Json& value, const std::optional<std::string>& renderer,
+                   const Expect& expect);
 
 }  // namespace texprobe::ctl
 

@@ -10,6 +10,7 @@
 
 #include "documents/document.h"
 #include "documents/survey_document.h"
+#include "records/software.h"
 
 namespace texprobe::ctl {
 
@@ -157,6 +158,9 @@ std::size_t read_stream(std::istream& text, const std::string& file,
                    [&](const std::string& name, std::size_t index, const Json& element) {
                        const std::string path = fmt::format("{}[{}]", name, index);
                        const DocumentKind& kind = header.kind(path);
+                       if (kind.more && name == kind.more) {
+                           kind.readMore(element, Expect(file, path, element));
+                       }
                        if (name != kind.elements) return;
                        ++count;
                        kind.read(element, Expect(file, path, element));
@@ -229,6 +233,12 @@ const Json& Expect::formats(const Json& object) const {
     return formats;
 }
 
+bool read_software(const Json& value, const std::optional<std::string>& renderer,
+                   const Expect& expect) {
+    if (value.contains("software")) return expect.boolean(value, "software");
+    return software_named_in(renderer.value_or("")).has_value();
+}
+
 RecordSet read_set(const Json& value, const Expect& expect) {
     RecordSet set;
     set.id = expect.text(value, "id");
@@ -248,6 +258,7 @@ RecordSet read_set(const Json& value, const Expect& expect) {
     set.vendor = expect.text_or_null(value, "vendor");
     set.glVersion = expect.text_or_null(value, "gl_version");
     set.renderer = expect.text_or_null(value, "renderer");
+    set.isSoftware = read_software(value, set.renderer, expect);
     const Json& formats = expect.formats(value);
     for_each_cell([&](const Cell& cell) {
         set.verdicts[cell.format][cell.capability] =

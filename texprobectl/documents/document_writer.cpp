@@ -33,7 +33,8 @@ Json detail_of(const Detail& detail) {
 
 void write_set(const RecordSet& set, std::ostream& output) {
     output << "    {\n";
-    const Json members = identification(set);
+    Json members = identification(set);
+    members["software"] = set.isSoftware;
     for (const auto& [name, value] : members.items()) {
         output << "      \"" << name << "\": " << line_of(value) << ",\n";
     }

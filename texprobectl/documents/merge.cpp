@@ -1,9 +1,12 @@
 #include "documents/merge.h"
 
+#include <algorithm>
+#include <set>
 #include <tuple>
 
 #include "documents/document.h"
 #include "documents/merged_document.h"
+#include "records/software.h"
 
 namespace texprobe::ctl {
 
@@ -13,14 +16,44 @@ bool Driver::operator<(const Driver& other) const {
                     other.renderer);
 }
 
+bool Failure::operator<(const Failure& other) const {
+    return std::tie(cell.format, cell.capability, verdict) <
+           std::tie(other.cell.format, other.cell.capability, other.verdict);
+}
+
+bool MachineState::operator<(const MachineState& other) const {
+    return std::tie(kind, renderer) < std::tie(other.kind, other.renderer);
+}
+
 void Counted::add(const Counted& other) {
     sets += other.sets;
     complete += other.complete;
+    isSoftware |= other.isSoftware;
     for_each_cell([&](const Cell& cell) {
         VerdictCounts& counts = cells[cell.format][cell.capability];
         const VerdictCounts& more = other.cells[cell.format][cell.capability];
         for (std::size_t i = 0; i < kVerdictCount; ++i) counts[i] += more[i];
     });
+    for (const auto& [failure, machines] : other.failures) {
+        failures[failure].add(machines.count(), machines.names());
+    }
+}
+
+Verdict Counted::usual(const Cell& cell) const {
+    const VerdictCounts& counts = cells[cell.format][cell.capability];
+    const auto count = [&](Verdict verdict) { return counts[static_cast<std::size_t>(verdict)]; };
+    Verdict usual = Verdict::kYes;
+    for (const Verdict verdict : {Verdict::kNo, Verdict::kCrashed, Verdict::kHung}) {
+        if (count(verdict) > count(usual)) usual = verdict;
+    }
+    return usual;
+}
+
+void Merged::begin_machine(const std::string& name) {
+    const std::size_t number = now_.number + 1;
+    now_ = {};
+    now_.name = name;
+    now_.number = number;
 }
 
 void Merged::add(const RecordSet& set) {
@@ -29,15 +62,53 @@ void Merged::add(const RecordSet& set) {
     ++sets_;
     ++counted.sets;
     counted.complete += set.isComplete;
+    counted.isSoftware |= set.isSoftware;
     for_each_cell([&](const Cell& cell) {
-        const auto verdict = static_cast<std::size_t>(set.verdict(cell));
-        ++counted.cells[cell.format][cell.capability][verdict];
+        const Verdict verdict = set.verdict(cell);
+        ++counted.cells[cell.format][cell.capability][static_cast<std::size_t>(verdict)];
+        if (is_failure(verdict)) counted.failures[{cell, verdict}].add(now_.name, now_.number);
     });
+    // What an older build had says nothing of the machine as it is.
+    if (now_.hasPresent && !set.isPresent) return;
+    if (set.isPresent && !now_.hasPresent) {
+        now_.hasHardware = now_.hasIncomplete = false;
+        now_.software.clear();
+    }
+    now_.hasSet = true;
+    now_.hasPresent |= set.isPresent;
+    now_.hasIncomplete |= !set.isComplete;
+    now_.hasHardware |= !set.isSoftware;
+    const std::string renderer = set.renderer.value_or("unknown renderer");
+    // The first of several by name, whatever their order.
+    const std::string software = software_named_in(renderer).value_or(renderer);
+    if (set.isSoftware && (now_.software.empty() || software < now_.software)) {
+        now_.software = software;
+    }
+}
+
+void Merged::end_machine() {
+    if (!now_.hasSet) return;
+    if (now_.hasIncomplete) {
+        states_[{MachineState::kIncomplete, {}}].add(now_.name, now_.number);
+    }
+    if (!now_.hasHardware) {
+        states_[{MachineState::kSoftware, now_.software}].add(now_.name, now_.number);
+    }
 }
 
 void Merged::add(const Driver& driver, const Counted& counted) {
     sets_ += counted.sets;
     drivers_[driver].add(counted);
+}
+
+void Merged::add(const MachineState& state, Count count, const std::vector<std::string>& names) {
+    states_[state].add(count, names);
+}
+
+bool Merged::is_outlier(const MachineState& state) const {
+    return state.kind != MachineState::kSoftware ||
+           std::any_of(drivers_.begin(), drivers_.end(),
+                       [](const auto& driver) { return !driver.second.isSoftware; });
 }
 
 Counted Merged::total() const {
@@ -46,8 +117,12 @@ Counted Merged::total() const {
     return total;
 }
 
-Merged merge_files(const std::vector<std::string>& files, std::vector<std::string>* empty) {
+Merged merge_files(const std::vector<MachineFile>& files, LeftOut* leftOut) {
     Merged merged;
+    std::set<std::string> machines;
+    std::set<std::string> withoutRecords;
+    bool isMachine = true;
+    bool isRepeated = false;
     const auto checkSum = [&](const Json& value, const Expect& expect) {
         if (merged.sets() <= kMostSets) return;
         expect.fail(value, "with this, more than " + std::to_string(kMostSets) + " record sets");
@@ -55,15 +130,34 @@ Merged merge_files(const std::vector<std::string>& files, std::vector<std::strin
     const std::vector<DocumentKind> kinds = {
         {kRecordsSchema, "record_sets",
          [&](const Json& value, const Expect& expect) {
-             merged.add(read_set(value, expect));
+             const RecordSet set = read_set(value, expect);
+             if (isRepeated) return;
+             merged.add(set);
              checkSum(value, expect);
          }},
-        {kMergedSchema, "drivers", [&](const Json& value, const Expect& expect) {
+        {kMergedSchema, "drivers",
+         [&](const Json& value, const Expect& expect) {
+             isMachine = false;
              read_merged(value, expect, &merged);
              checkSum(value, expect);
-         }}};
-    for (const std::string& file : files) {
-        if (read_document(file, kinds) == 0) empty->push_back(file);
+         },
+         "states",
+         [&](const Json& value, const Expect& expect) { read_state(value, expect, &merged); }}};
+    for (const MachineFile& each : files) {
+        isMachine = true;
+        isRepeated = machines.count(each.machine) != 0;
+        merged.begin_machine(each.machine);
+        if (read_document(each.file, kinds) == 0) {
+            leftOut->empty.push_back(each.file);
+            withoutRecords.insert(each.machine);
+        } else if (isMachine) {
+            if (isRepeated) leftOut->repeated.push_back(each);
+            machines.insert(each.machine);
+            merged.end_machine();
+        }
+    }
+    for (const std::string& machine : withoutRecords) {
+        if (machines.count(machine) == 0) merged.add({MachineState::kNoRecords, {}}, 1, {machine});
     }
     return merged;
 }

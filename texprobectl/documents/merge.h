@@ -5,19 +5,18 @@
 #define TEXPROBECTL_MERGE_H
 
 #include <array>
-#include <cstdint>
+#include <cstddef>
 #include <map>
 #include <optional>
 #include <string>
 #include <vector>
 
+#include "documents/machine_names.h"
 #include "records/record_set.h"
 
 namespace texprobe::ctl {
 
-using Count = std::uint64_t;
-/// More than there are computers, and far below the overflow of a sum.
-inline constexpr Count kMostSets = 1'000'000'000'000;
+inline constexpr Count kMostSets = kMostMachines;
 /// How many sets have each verdict.
 using VerdictCounts = std::array<Count, kVerdictCount>;
 using CellCounts = std::array<std::array<VerdictCounts, kCapabilityCount>, kFormatCount>;
@@ -34,33 +33,93 @@ struct Driver {
     bool operator<(const Driver& other) const;
 };
 
+/// A no of some kind.
+struct Failure {
+    Cell cell;
+    Verdict verdict = Verdict::kNo;
+
+    bool operator<(const Failure& other) const;
+};
+
 struct Counted {
     Count sets = 0;
     Count complete = 0;
+    bool isSoftware = false;
     CellCounts cells = {};
+    /// Whose they are.
+    std::map<Failure, MachineNames> failures;
+
+    /// What most sets say; of as many, the yes.
+    Verdict usual(const Cell& cell) const;
+    bool is_outlier(const Failure& failure) const { return usual(failure.cell) != failure.verdict; }
 
     void add(const Counted& other);
 };
 
+/// What is to be said of a machine as a whole.
+struct MachineState {
+    enum Kind { kNoRecords, kIncomplete, kSoftware };
+    Kind kind = kNoRecords;
+    /// Of kSoftware: the name of the software, as short as it is known.
+    std::string renderer;
+
+    bool operator<(const MachineState& other) const;
+};
+
 class Merged {
 public:
+    /// The sets that are added next are this machine's, until end_machine().
+    void begin_machine(const std::string& name);
     void add(const RecordSet& set);
+    /// A machine without a set until here is left out.
+    void end_machine();
     void add(const Driver& driver, const Counted& counted);
+    void add(const MachineState& state, Count count, const std::vector<std::string>& names);
 
     const std::map<Driver, Counted>& drivers() const { return drivers_; }
+    const std::map<MachineState, MachineNames>& states() const { return states_; }
+    /// Software is nothing to be said where there is nothing else.
+    bool is_outlier(const MachineState& state) const;
     /// Of all drivers together.
     Count sets() const { return sets_; }
     Counted total() const;
 
 private:
+    /// Of the machine in hand; the sets of its present build where it has some.
+    struct Now {
+        std::string name;
+        std::size_t number = 0;
+        bool hasSet = false;
+        bool hasPresent = false;
+        bool hasHardware = false;
+        bool hasIncomplete = false;
+        std::string software;
+    };
+
+    Now now_;
     Count sets_ = 0;
     std::map<Driver, Counted> drivers_;
+    std::map<MachineState, MachineNames> states_;
 };
 
-/// Reads exported and merged documents; "-" is standard input. Adds to `empty` those that have
-/// nothing in them. Throws DocumentError, also for more than kMostSets: what is merged can be
-/// merged again.
-Merged merge_files(const std::vector<std::string>& files, std::vector<std::string>* empty);
+struct MachineFile {
+    std::string machine;
+    /// "-" is standard input.
+    std::string file;
+};
+
+/// The files that are not in the sums.
+struct LeftOut {
+    /// With nothing in them.
+    std::vector<std::string> empty;
+    /// Of a machine that another file is of.
+    std::vector<MachineFile> repeated;
+};
+
+/// Reads exported and merged documents. An exported one is of the machine that it is given with,
+/// which counts once; a merged one is of nobody, and counts whenever it is given. Throws
+/// DocumentError, also for more than kMostSets: what is merged can be merged again.
+Merged merge_files(const std::vector<MachineFile>& files, LeftOut* leftOut);
 
 }  // namespace texprobe::ctl
 

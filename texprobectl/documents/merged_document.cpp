@@ -2,6 +2,10 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
+#include <array>
+#include <string_view>
+
 #include "documents/json_lines.h"
 #include "documents/write_json.h"
 
@@ -10,6 +14,8 @@ namespace texprobe::ctl {
 namespace {
 
 constexpr auto kMostCounts = static_cast<std::int64_t>(kMostSets);
+
+constexpr std::array<const char*, 3> kStateNames = {"no_records", "not_complete", "software"};
 
 Json counts_of(const VerdictCounts& counts) {
     Json object = Json::object();
@@ -30,6 +36,46 @@ void write_formats(const CellCounts& cells, const std::string& indent, std::ostr
     output << "\n" << indent << "]";
 }
 
+void add_machines(const MachineNames& machines, bool isOutlier, Json* object) {
+    (*object)["outlier"] = isOutlier;
+    (*object)["machine_count"] = machines.count();
+    (*object)["machines"] = machines.names();
+}
+
+/// One a line.
+void write_list(const char* name, const std::vector<Json>& values, const std::string& indent,
+                std::ostream& output) {
+    output << '"' << name << "\": [";
+    for (std::size_t i = 0; i < values.size(); ++i) {
+        output << (i == 0 ? "\n" : ",\n") << indent << "  " << line_of(values[i]);
+    }
+    output << (values.empty() ? "]" : "\n" + indent + "]");
+}
+
+std::vector<Json> failures_of(const Counted& counted) {
+    std::vector<Json> failures;
+    for (const auto& [failure, machines] : counted.failures) {
+        Json object = {{"name", kFormats[failure.cell.format].name},
+                       {"capability", kCapabilities[failure.cell.capability].member},
+                       {"verdict", name_of(failure.verdict)},
+                       {"usual", name_of(counted.usual(failure.cell))}};
+        add_machines(machines, counted.is_outlier(failure), &object);
+        failures.push_back(std::move(object));
+    }
+    return failures;
+}
+
+std::vector<Json> states_of(const Merged& merged) {
+    std::vector<Json> states;
+    for (const auto& [state, machines] : merged.states()) {
+        Json object = {{"state", kStateNames[state.kind]}};
+        if (state.kind == MachineState::kSoftware) object["renderer"] = state.renderer;
+        add_machines(machines, merged.is_outlier(state), &object);
+        states.push_back(std::move(object));
+    }
+    return states;
+}
+
 void write_driver(const Driver& driver, const Counted& counted, std::ostream& output) {
     const Json members = {{"renderer_id", driver.rendererID},
                           {"system_build", driver.systemBuild},
@@ -37,14 +83,45 @@ void write_driver(const Driver& driver, const Counted& counted, std::ostream& ou
                           {"gl_version", text_or_null(driver.glVersion)},
                           {"renderer", text_or_null(driver.renderer)},
                           {"sets", counted.sets},
-                          {"complete", counted.complete}};
+                          {"complete", counted.complete},
+                          {"software", counted.isSoftware}};
     output << "    {\n";
     for (const auto& [name, value] : members.items()) {
         output << "      \"" << name << "\": " << line_of(value) << ",\n";
     }
     output << "      ";
     write_formats(counted.cells, "      ", output);
+    output << ",\n      ";
+    write_list("failures", failures_of(counted), "      ", output);
     output << "\n    }";
+}
+
+std::vector<std::string> read_names(const Json& value, const Expect& expect) {
+    std::vector<std::string> names;
+    for (const Json& name : expect.array(value, "machines")) {
+        if (!name.is_string()) expect.fail(name, "a machine's name must be a text");
+        names.push_back(name.get<std::string>());
+    }
+    return names;
+}
+
+/// In documents of older versions there are none.
+void read_failures(const Json& value, const Expect& expect, Counted* counted) {
+    if (!value.contains("failures")) return;
+    for (const Json& each : expect.array(value, "failures")) {
+        const auto format = format_named(expect.text(each, "name"));
+        const auto capability = capability_named(expect.text(each, "capability"));
+        const std::string& name = expect.text(each, "verdict");
+        for (const Verdict verdict : {Verdict::kNo, Verdict::kCrashed, Verdict::kHung}) {
+            if (!format || !capability || name != name_of(verdict)) continue;
+            const Count sets =
+                counted->cells[*format][*capability][static_cast<std::size_t>(verdict)];
+            const auto count =
+                expect.integer(each, "machine_count", 1, static_cast<std::int64_t>(sets));
+            counted->failures[{{*format, *capability}, verdict}].add(static_cast<Count>(count),
+                                                                     read_names(each, expect));
+        }
+    }
 }
 
 VerdictCounts read_counts(const Json& format, const char* name, Count sets, const Expect& expect) {
@@ -68,6 +145,8 @@ void write_merged_json(const Merged& merged, std::ostream& output) {
     output << "{\n  \"schema\": \"" << kMergedSchema
            << "\",\n  \"schema_version\": " << kSchemaVersion << ",\n  \"sets\": " << total.sets
            << ",\n  \"complete\": " << total.complete << ",\n  ";
+    write_list("states", states_of(merged), "  ", output);
+    output << ",\n  ";
     write_formats(total.cells, "  ", output);
     output << ",\n  \"drivers\": [";
     bool isFirst = true;
@@ -93,7 +172,20 @@ void read_merged(const Json& value, const Expect& expect, Merged* merged) {
         counted.cells[cell.format][cell.capability] = read_counts(
             formats[cell.format], kCapabilities[cell.capability].member, counted.sets, expect);
     });
+    counted.isSoftware = read_software(value, driver.renderer, expect);
+    read_failures(value, expect, &counted);
     merged->add(driver, counted);
+}
+
+void read_state(const Json& value, const Expect& expect, Merged* merged) {
+    const std::string& name = expect.text(value, "state");
+    const auto found = std::find(kStateNames.begin(), kStateNames.end(), std::string_view(name));
+    // A newer version may know more of them.
+    if (found == kStateNames.end()) return;
+    MachineState state{static_cast<MachineState::Kind>(found - kStateNames.begin()), {}};
+    if (state.kind == MachineState::kSoftware) state.renderer = expect.text(value, "renderer");
+    const auto count = expect.integer(value, "machine_count", 1, kMostCounts);
+    merged->add(state, static_cast<Count>(count), read_names(value, expect));
 }
 
 }  // namespace texprobe::ctl

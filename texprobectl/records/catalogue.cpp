@@ -89,6 +89,7 @@ std::optional<RecordSet> read_record_set(const std::string& id, const Machine& m
     set.hasUnseenNo = decided.hasUnseenNo;
     set.isPresent = set.systemBuild == machine.systemBuild && machine.lists(set.rendererID);
     set.isComplete = is_complete(set);
+    set.isSoftware = machine.is_software(set.rendererID, set.renderer.value_or(""));
     set.survey = parse_survey(read_survey_texts(id));
     const bool hasRecords = is_measured(set) || !set.survey.empty();
     return hasRecords ? std::optional(std::move(set)) : std::nullopt;

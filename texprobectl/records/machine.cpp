@@ -9,6 +9,8 @@
 #include <array>
 #include <charconv>
 
+#include "records/software.h"
+
 namespace texprobe::ctl {
 
 namespace {
@@ -72,10 +74,16 @@ void add_renderers(CGDirectDisplayID display, Machine* machine) {
         if (info.ask(index, kCGLRPRendererID, &value) != kCGLNoError) continue;
         const auto renderer = static_cast<std::uint32_t>(value);
         auto& known = machine->renderers;
-        if (std::find(known.begin(), known.end(), renderer) == known.end()) {
-            known.push_back(renderer);
-        }
+        if (std::find(known.begin(), known.end(), renderer) != known.end()) continue;
+        known.push_back(renderer);
+        const CGLError error = info.ask(index, kCGLRPAccelerated, &value);
+        if (error == kCGLNoError && value == 0) machine->software.push_back(renderer);
     }
+}
+
+bool has_id(const std::vector<std::uint32_t>& renderers, const std::string& rendererID) {
+    return std::any_of(renderers.begin(), renderers.end(),
+                       [&](std::uint32_t renderer) { return hexadecimal(renderer) == rendererID; });
 }
 
 Opening cannot(const char* call, CGLError error) {
@@ -147,8 +155,11 @@ std::string text_of(GLenum name) {
 }  // namespace
 
 bool Machine::lists(const std::string& rendererID) const {
-    return std::any_of(renderers.begin(), renderers.end(),
-                       [&](std::uint32_t renderer) { return hexadecimal(renderer) == rendererID; });
+    return has_id(renderers, rendererID);
+}
+
+bool Machine::is_software(const std::string& rendererID, const std::string& glRenderer) const {
+    return has_id(software, rendererID) || software_named_in(glRenderer);
 }
 
 Machine look_at_machine() {

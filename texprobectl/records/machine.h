@@ -14,10 +14,15 @@ struct Machine {
     std::size_t displayCount = 0;
     /// In the order in which they are measured, each once.
     std::vector<std::uint32_t> renderers;
+    /// Those of them that the platform knows to draw on the processor.
+    std::vector<std::uint32_t> software;
     /// The question that failed, as a sentence; empty when none did.
     std::string trouble;
 
     bool lists(const std::string& rendererID) const;
+    /// By the platform, or by the GL_RENDERER as far as it is known: a GPU's entry may stand for a
+    /// software driver, too.
+    bool is_software(const std::string& rendererID, const std::string& glRenderer) const;
 };
 
 /// Opens no driver.

@@ -86,6 +86,8 @@ struct RecordSet {
     bool isPresent = false;
     /// Current, with its three strings, and without a verdict that is still to be measured.
     bool isComplete = false;
+    /// Draws on the processor, as far as the platform or the renderer's name tells.
+    bool isSoftware = false;
     std::optional<std::string> vendor;
     std::optional<std::string> glVersion;
     std::optional<std::string> renderer;

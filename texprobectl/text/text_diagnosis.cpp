@@ -20,7 +20,8 @@ void write_diagnosis_text(const Diagnosis& diagnosis, std::ostream& stream) {
     for (const ExaminedRenderer& renderer : diagnosis.renderers) {
         if (renderer.canBeOpened) {
             item("renderer",
-                 fmt::format("{}, can be opened, {} MB", renderer.rendererID, *renderer.megabytes));
+                 fmt::format("{}, can be opened, {} MB{}", renderer.rendererID, *renderer.megabytes,
+                             renderer.isSoftware ? ", software" : ""));
             item("", fmt::format("{}, {}", renderer.renderer, renderer.vendor));
             item("", renderer.glVersion);
         } else {

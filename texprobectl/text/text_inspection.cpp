@@ -93,7 +93,10 @@ private:
             errors += call.errors.size();
             write_call(call);
         }
-        if (errors == 0) stream_ << "No call has reported an error.\n";
+        if (errors > 0) return;
+        // In a run without an end nothing is known of the last call.
+        stream_ << (inspection_.verdict ? "No call has reported an error.\n"
+                                        : "No call that returned has reported an error.\n");
     }
 
     void write_call(const InspectedCall& call) {

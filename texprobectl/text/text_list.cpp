@@ -65,6 +65,7 @@ void write_list_text(const RecordSets& all, const Terminal& terminal, std::ostre
             {std::to_string(rows.size()), short_id(set, all), renderer_name(set),
              short_driver(set.glVersion), set.systemBuild,
              describe_state(set) + (set.isPresent ? ", present" : "") +
+                 (set.isSoftware ? ", software" : "") +
                  (set.survey.empty()                             ? ""
                   : describe_missing(set.survey, {}, "").empty() ? ", surveyed"
                                                                  : ", partly surveyed")});

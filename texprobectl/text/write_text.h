@@ -35,7 +35,7 @@ void write_comparison_text(const Comparison& comparison, const Terminal& termina
 void write_changes_text(const MeasureResult& result, const Terminal& terminal,
                         std::ostream& stream);
 
-/// The answer first, then who is behind what does not work everywhere.
+/// The machines that differ, the answer, then who is behind what does not work everywhere.
 void write_merged_text(const Merged& merged, const Terminal& terminal, std::ostream& stream);
 
 void write_inspection_text(const Inspection& inspection, const Terminal& terminal,

@@ -35,6 +35,8 @@ CGLError CGLDescribeRenderer(CGLRendererInfoObj rend, GLint rendNum, CGLRenderer
             return rend->renderers->describe_id(index, value);
         case kCGLRPTextureMemory:
             return rend->renderers->describe_texture_memory(index, value);
+        case kCGLRPAccelerated:
+            return rend->renderers->describe_accelerated(index, value);
         default:
             return kCGLBadProperty;
     }

@@ -94,6 +94,12 @@ CGLError Renderers::describe_id(std::size_t index, GLint* id) const {
     return kCGLNoError;
 }
 
+CGLError Renderers::describe_accelerated(std::size_t index, GLint* accelerated) const {
+    if (is_unusable(index)) return kCGLBadRendererInfo;
+    *accelerated = renderers_[index].device.software ? 0 : 1;
+    return kCGLNoError;
+}
+
 CGLError Renderers::describe_texture_memory(std::size_t index, GLint* bytes) {
     check_all();
     if (is_unusable(index)) return kCGLBadRendererInfo;

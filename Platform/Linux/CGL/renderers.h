@@ -36,6 +36,9 @@ public:
     /// check_all() has found unusable.
     CGLError describe_id(std::size_t index, GLint* id) const;
 
+    /// Is it a GPU? Opens nothing.
+    CGLError describe_accelerated(std::size_t index, GLint* accelerated) const;
+
     /// The texture memory in bytes, at most 2^31 - 1; checks all renderers first.
     CGLError describe_texture_memory(std::size_t index, GLint* bytes);
 

@@ -33,6 +33,7 @@ typedef enum _CGLOpenGLProfile {
 
 typedef enum _CGLRendererProperty {
     kCGLRPRendererID = 70,
+    kCGLRPAccelerated = 73,
     kCGLRPTextureMemory = 121,
     kCGLRPRendererCount = 128
 } CGLRendererProperty;
@@ -67,7 +68,8 @@ typedef enum _CGLError {
 CGLError CGLQueryRendererInfo(GLuint displayMask, CGLRendererInfoObj* rend, GLint* nrend);
 CGLError CGLDestroyRendererInfo(CGLRendererInfoObj rend);
 
-/// One property of renderer `rendNum`: kCGLRPRendererID, or kCGLRPTextureMemory in bytes.
+/// One property of renderer `rendNum`: kCGLRPRendererID, kCGLRPTextureMemory in bytes, or
+/// kCGLRPAccelerated: 0 for EGL's software device, which opens nothing to answer.
 /// kCGLBadValue for a number that is not in the list, kCGLBadProperty for another property.
 /// Differs from macOS: texture memory is clamped to 2^31 - 1. The first query for it opens every
 /// device once, hardware in one child process each. A device that cannot be opened answers this
