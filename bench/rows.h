@@ -40,11 +40,12 @@ struct Runs {
     }
 };
 
-inline Row time_row(const char* what, const Runs& subject, const Runs& baseline, double aim) {
+inline Row time_row(const std::string& what, const Runs& subject, const Runs& baseline,
+                    double aim) {
     return row_of(what, median(subject.milliseconds), median(baseline.milliseconds), "ms", aim);
 }
 
-inline Row cpu_row(const char* what, const Runs& subject, const Runs& baseline) {
+inline Row cpu_row(const std::string& what, const Runs& subject, const Runs& baseline) {
     return row_of(what, median(subject.cpuMilliseconds), median(baseline.cpuMilliseconds), "ms",
                   0.0);
 }

@@ -37,13 +37,12 @@ void measure_renderer(const char* driver, const ProgramFolder& programs, int rou
     }
     unsetenv("GALLIUM_DRIVER");
     const std::string name = std::string("whole survey, ") + driver;
-    rows->push_back(time_row((name + " : without records").c_str(), runs.survey, runs.bare, 1.2));
-    rows->push_back(
-        cpu_row((name + ", processor time : without records").c_str(), runs.survey, runs.bare));
+    rows->push_back(time_row(name + " : without records", runs.survey, runs.bare, 1.2));
+    rows->push_back(cpu_row(name + ", processor time : without records", runs.survey, runs.bare));
     rows->push_back(row_of(name + ", peak memory : without records", median(runs.survey.peakMiB),
                            median(runs.bare.peakMiB), "MiB", 1.05));
-    rows->push_back(time_row((name + " without compiled shaders : with them").c_str(),
-                             runs.withoutShaders, runs.survey, 0.0));
+    rows->push_back(time_row(name + " without compiled shaders : with them", runs.withoutShaders,
+                             runs.survey, 0.0));
 }
 
 }  // namespace

@@ -75,6 +75,16 @@ TEST_F(SurveyCommand, names_the_use_in_which_the_program_dies) {
                 HasSubstr("\nGL_R8UI in core profile: render has crashed, ended by SIGSEGV\n"));
 }
 
+TEST_F(SurveyCommand, names_the_software_where_hardware_is_required) {
+    folder_.script(complete_survey());
+    std::vector<std::string> words = kSurveyR8ui;
+    words.push_back("--require-hardware");
+    const Finished run = folder_.ctl(words);
+    EXPECT_TRUE(run.exited_with(1)) << run.out;
+    EXPECT_THAT(run.err, HasSubstr("texprobectl: no hardware was measured, only software: "));
+    EXPECT_TRUE(survey().exited_with(0));
+}
+
 TEST_F(SurveyCommand, ends_a_program_that_hangs_and_names_the_use) {
     folder_.script(1, offered() + record("core.GL_R8UI", "measuring%n") + "hang\n");
     folder_.script(2, record("core.GL_R8UI", "create started%n") + "hang\n");

@@ -34,7 +34,7 @@ std::vector<std::string> calls_in_test(const FakeTool& tool, const std::string& 
     };
     const auto first = std::find_if(calls.begin(), calls.end(), writesKey);
     if (calls.end() - first < 2) return {};
-    return {first + 2, std::find_if(first + 1, calls.end(), writesKey)};
+    return std::vector<std::string>(first + 2, std::find_if(first + 1, calls.end(), writesKey));
 }
 
 TEST(CallsTest, first_run_makes_exactly_these_calls) {

@@ -30,23 +30,40 @@ struct Described {
     GLint profileMask = 0;
 };
 
+CGLPBufferObj create_pbuffer(GLsizei width, GLsizei height) {
+    CGLPBufferObj pbuffer = nullptr;
+    EXPECT_EQ(CGLCreatePBuffer(width, height, GL_TEXTURE_2D, GL_RGBA, 0, &pbuffer), kCGLNoError);
+    return pbuffer;
+}
+
+/// A context that is current and its pixel buffer; they end with it.
+struct Drawing {
+    Drawing(CGLContextObj itsContext, CGLPBufferObj itsBuffer)
+        : context(itsContext), pbuffer(itsBuffer) {
+        EXPECT_EQ(CGLSetPBuffer(context, pbuffer, 0, 0, 0), kCGLNoError);
+        EXPECT_EQ(CGLSetCurrentContext(context), kCGLNoError);
+    }
+    ~Drawing() {
+        CGLDestroyContext(context);
+        CGLDestroyPBuffer(pbuffer);
+    }
+    Drawing(const Drawing&) = delete;
+    Drawing& operator=(const Drawing&) = delete;
+
+    CGLContextObj context;
+    CGLPBufferObj pbuffer;
+};
+
 Described describe_context(CGLPixelFormatObj format) {
     CGLContextObj context = nullptr;
-    CGLPBufferObj pbuffer = nullptr;
     EXPECT_EQ(CGLCreateContext(format, nullptr, &context), kCGLNoError);
-    EXPECT_EQ(CGLCreatePBuffer(8, 8, GL_TEXTURE_2D, GL_RGBA, 0, &pbuffer), kCGLNoError);
-    EXPECT_EQ(CGLSetPBuffer(context, pbuffer, 0, 0, 0), kCGLNoError);
-    EXPECT_EQ(CGLSetCurrentContext(context), kCGLNoError);
-    Described described;
-    GLint major = 0;
-    GLint minor = 0;
-    glGetIntegerv(GL_MAJOR_VERSION, &major);
-    glGetIntegerv(GL_MINOR_VERSION, &minor);
-    described.version = reinterpret_cast<const char*>(glGetString(GL_VERSION));
-    described.number = major * 10 + minor;
+    const Drawing drawing(context, create_pbuffer(8, 8));
+    GLint version[2] = {};
+    glGetIntegerv(GL_MAJOR_VERSION, &version[0]);
+    glGetIntegerv(GL_MINOR_VERSION, &version[1]);
+    Described described = {reinterpret_cast<const char*>(glGetString(GL_VERSION)),
+                           version[0] * 10 + version[1]};
     glGetIntegerv(GL_CONTEXT_PROFILE_MASK, &described.profileMask);
-    CGLDestroyContext(context);
-    CGLDestroyPBuffer(pbuffer);
     CGLDestroyPixelFormat(format);
     return described;
 }
@@ -82,34 +99,9 @@ protected:
         return context;
     }
 
-    static CGLPBufferObj create_pbuffer(GLsizei width, GLsizei height) {
-        CGLPBufferObj pbuffer = nullptr;
-        EXPECT_EQ(CGLCreatePBuffer(width, height, GL_TEXTURE_2D, GL_RGBA, 0, &pbuffer),
-                  kCGLNoError);
-        return pbuffer;
-    }
-
     CGLRendererInfoObj info_ = nullptr;
     GLint count_ = 0;
     GLint id_ = 0;
-};
-
-/// A context that is current and its pixel buffer; they end with it.
-struct Drawing {
-    Drawing(CGLContextObj itsContext, CGLPBufferObj itsBuffer)
-        : context(itsContext), pbuffer(itsBuffer) {
-        EXPECT_EQ(CGLSetPBuffer(context, pbuffer, 0, 0, 0), kCGLNoError);
-        EXPECT_EQ(CGLSetCurrentContext(context), kCGLNoError);
-    }
-    ~Drawing() {
-        CGLDestroyContext(context);
-        CGLDestroyPBuffer(pbuffer);
-    }
-    Drawing(const Drawing&) = delete;
-    Drawing& operator=(const Drawing&) = delete;
-
-    CGLContextObj context;
-    CGLPBufferObj pbuffer;
 };
 
 EGLint current_surface_size(EGLint dimension) {

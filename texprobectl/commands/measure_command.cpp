@@ -3,16 +3,13 @@
 #include <iostream>
 #include <memory>
 #include <string>
-#include <vector>
 
 #include "commands/command_options.h"
 #include "commands/commands.h"
+#include "commands/require_hardware.h"
 #include "measure/find_tool.h"
 #include "process/stop_signals.h"
-#include "records/plain_text.h"
-#include "records/software.h"
 #include "text/progress.h"
-#include "text/text_matrix.h"
 #include "text/write_text.h"
 
 namespace texprobe::ctl {
@@ -42,17 +39,6 @@ int report_measuring(const MeasureResult& result) {
     }
 }
 
-/// What was measured stays recorded.
-int report_hardware(const RecordSets& sets) {
-    std::vector<NamedRenderer> renderers;
-    for (const RecordSet& set : sets)
-        renderers.push_back({renderer_name(plain(set)), set.isSoftware});
-    const std::string trouble = trouble_without_hardware(renderers);
-    if (trouble.empty()) return 0;
-    std::cerr << "texprobectl: " << trouble << '\n';
-    return 1;
-}
-
 int run_measure(const MeasureArguments& arguments, const Session& session) {
     const std::string tool = arguments.tool.empty() ? find_tool(session.self) : arguments.tool;
     const Machine machine = look_at_machine();
@@ -70,8 +56,8 @@ int run_measure(const MeasureArguments& arguments, const Session& session) {
         write_changes_text(result, terminal, stream);
     });
     const int status = report_measuring(result);
-    const bool isChecked = arguments.requiresHardware && status == 0;
-    return isChecked ? report_hardware(result.after) : status;
+    // What was measured stays recorded.
+    return arguments.requiresHardware && status == 0 ? require_hardware(result.after) : status;
 }
 
 }  // namespace

@@ -6,6 +6,7 @@
 
 #include "commands/command_options.h"
 #include "commands/commands.h"
+#include "commands/require_hardware.h"
 #include "commands/selection.h"
 #include "doctor/doctor.h"
 #include "documents/write_json.h"
@@ -31,6 +32,7 @@ struct SurveyArguments {
     std::string tool;
     int seconds = 60;
     bool json = false;
+    bool requiresHardware = false;
 };
 
 SurveyChoice choose(const SurveyArguments& arguments) {
@@ -124,7 +126,9 @@ int run_survey_command(const SurveyArguments& arguments, const Session& session)
         if (arguments.json) return write_records_json(sets, stream);
         write_survey_text(sets, choice, terminal, stream);
     });
-    if (result.kind == RunsResult::Kind::kComplete) return 0;
+    if (result.kind == RunsResult::Kind::kComplete) {
+        return arguments.requiresHardware ? require_hardware(sets) : 0;
+    }
     std::cerr << "texprobectl: not complete: " << plain(result.reason) << '\n';
     return 1;
 }
@@ -142,6 +146,8 @@ void add_survey(CLI::App* app, Session* session) {
         ->type_name("NAME");
     command->add_option("--tool", arguments->tool, "The texprobe-survey to run")->type_name("PATH");
     add_seconds(command, "--timeout", &arguments->seconds, "How long a format may take");
+    command->add_flag("--require-hardware", arguments->requiresHardware,
+                      "Status 1 when all renderers are software");
     add_json(command, &arguments->json);
     command->footer(
         "Without SET or FILE: surveys what this machine's renderers lack, and shows it.\n"
