@@ -7,7 +7,8 @@
 
 namespace texprobe::ctl {
 
-/// 0 where one of the sets is of hardware; else 1, and a line on standard error names the renderers.
+/// 0 where one of the sets is of hardware; else 1, and a line on standard error names the
+/// renderers.
 int require_hardware(const RecordSets& sets);
 
 }  // namespace texprobe::ctl
