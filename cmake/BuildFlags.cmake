@@ -14,7 +14,7 @@ function(texprobe_target target)
     # positives in instrumented code.
     target_compile_options(${target} PRIVATE -fsanitize=${TEXPROBE_SANITIZE}
                                              -fno-sanitize-recover=all -fno-omit-frame-pointer
-                                             -Og -g1 $<$<CXX_COMPILER_ID:GNU>:-Wno-maybe-uninitialized>)
+                                             -O1 -g1 $<$<CXX_COMPILER_ID:GNU>:-Wno-maybe-uninitialized>)
     target_link_options(${target} PUBLIC -fsanitize=${TEXPROBE_SANITIZE})
   endif()
   if(TEXPROBE_COVERAGE)

@@ -17,6 +17,7 @@ namespace texprobe::tests {
 namespace {
 
 using nlohmann::json;
+using testing::AllOf;
 using testing::HasSubstr;
 using testing::Not;
 
@@ -192,7 +193,8 @@ TEST_F(SurveyCommand, shows_nothing_of_a_stranger_raw) {
 
 TEST_F(SurveyCommand, is_listed_beside_a_set_that_stays_complete_and_forgotten_with_it) {
     folder_.prepare(SCRIPTED_TOOL, complete_set(kIDPrefix + own_, "1.0") + complete_survey());
-    EXPECT_THAT(folder_.ctl({"list"}).out, HasSubstr("complete, present, partly surveyed\n"));
+    EXPECT_THAT(folder_.ctl({"list"}).out,
+                AllOf(HasSubstr("  complete, present"), HasSubstr(", partly surveyed\n")));
     const Finished forgotten = folder_.ctl({"forget", "1", "--yes"});
     EXPECT_TRUE(forgotten.exited_with(0));
     EXPECT_EQ(forgotten.err,
@@ -202,7 +204,8 @@ TEST_F(SurveyCommand, is_listed_beside_a_set_that_stays_complete_and_forgotten_w
 
 TEST_F(SurveyCommand, alone_is_no_measured_set) {
     folder_.prepare(SCRIPTED_TOOL, complete_survey());
-    EXPECT_THAT(folder_.ctl({"list"}).out, HasSubstr("not measured, present, partly surveyed\n"));
+    EXPECT_THAT(folder_.ctl({"list"}).out,
+                AllOf(HasSubstr("  not measured, present"), HasSubstr(", partly surveyed\n")));
     EXPECT_THAT(folder_.ctl({"show"}).err, HasSubstr("nothing is recorded for this machine's"));
     EXPECT_EQ(folder_.ctl({"forget", "--all", "--yes"}).err,
               kIDPrefix + own_ + ": its survey\n1 record set removed.\n");
