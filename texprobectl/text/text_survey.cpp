@@ -94,7 +94,9 @@ private:
                 << (set_.isPresent ? "of" : "not of") << " this machine's present build\n\n";
     }
 
-    void write_contexts_that_are_not_there() {
+    /// True if the driver is to blame for one of them.
+    bool write_contexts_that_are_not_there() {
+        bool isBroken = false;
         for (const SurveyedProfile& profile : set_.survey) {
             if (!choice_.has(profile.profile) || profile.lack.empty()) continue;
             stream_ << "There is no context of " << ctl::words_of(profile.profile) << ": "
@@ -102,7 +104,9 @@ private:
                             ? "the driver does not offer it.\n"
                         : profile.lack == survey::kContextCrashed ? "opening one has crashed.\n"
                                                                   : "opening one has hung.\n");
+            isBroken = isBroken || profile.lack != survey::kContextNotOffered;
         }
+        return isBroken;
     }
 
     struct Sentence {
@@ -134,12 +138,12 @@ private:
     }
 
     void write_sentences() {
-        write_contexts_that_are_not_there();
+        const bool isBroken = write_contexts_that_are_not_there();
         const std::vector<Sentence> sentences = find_sentences();
         for (const auto& [format, where, told] : sentences) {
             stream_ << wrapped(fmt::format("{} in {}: {}", format, where, told), 2) << '\n';
         }
-        if (sentences.empty() && describe_missing(set_.survey, choice_, "").empty()) {
+        if (!isBroken && sentences.empty() && describe_missing(set_.survey, choice_, "").empty()) {
             stream_ << "No promise is broken.\n";
         }
         stream_ << '\n';
