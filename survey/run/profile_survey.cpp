@@ -95,12 +95,16 @@ bool ProfileSurvey::is_offered() {
     if (opened_) return true;
     const std::string former = records_.profile(profile_).value_or("");
     const bool hasDied = former == kOpeningAgain;
-    std::string found = kContextCrashed;
+    std::string found = ofDeath_ == Verdict::kHung ? kContextHung : kContextCrashed;
     if (!hasDied) {
         records_.set_profile(profile_, former == kOpening ? kOpeningAgain : kOpening);
         if (!records_.synchronize()) return false;
         opened_ = std::make_unique<Opened>(rendererID_, profile_);
-        found = opened_->offscreen.is_current() ? opened_->context.version : kContextNotOffered;
+        const SurveyContext& context = opened_->context;
+        found = opened_->offscreen.is_current() ? context.version : kContextNotOffered;
+        if (!has_no_formats(found)) {
+            records_.set_strings(profile_, context.vendor, context.renderer);
+        }
     }
     records_.set_profile(profile_, found);
     std::fprintf(stderr, "%s[%d] %s: %s\n", records_.name().c_str(), getpid(), name_of(profile_),
@@ -130,7 +134,7 @@ bool ProfileSurvey::survey_at_once(const Format& format, FormatRecord left) {
 
 /// After a death: what was under way is guilty, if that was recorded.
 bool ProfileSurvey::survey_one_by_one(const Format& format, FormatRecord left) {
-    FormatRecord result = after_end(std::move(left), Verdict::kCrashed);
+    FormatRecord result = after_end(std::move(left), ofDeath_);
     result.isMeasuring = false;
     for (const Question& question : questions_of(format, profile_)) {
         if (result.uses.count(question) != 0) continue;

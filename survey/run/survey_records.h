@@ -25,6 +25,7 @@ public:
 
     std::optional<std::string> profile(Profile profile) const;
     void set_profile(Profile profile, const std::string& text);
+    void set_strings(Profile profile, const std::string& vendor, const std::string& renderer);
 
     /// Nothing where there is no record, or a stranger's text.
     std::optional<FormatRecord> format(Profile profile, const Format& format) const;

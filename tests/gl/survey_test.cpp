@@ -24,7 +24,8 @@ using testing::StartsWith;
 
 const Environment kSurveySoftpipe = {"GALLIUM_DRIVER=softpipe"};
 const std::string kUsage =
-    "Usage: texprobe-survey [--profile compatibility|core|es] [--format GL_NAME]\n";
+    "Usage: texprobe-survey [--profile compatibility|core|es] [--format GL_NAME] "
+    "[--after-hang]\n";
 
 /// The one record set of the survey.
 Records survey_set(const ToolFolder& folder) {
