@@ -86,8 +86,10 @@ protected:
     std::unique_ptr<ApplicationContext> context_;
 };
 
-TEST_P(AnyContext, of_the_compatibility_profile_gets_the_verdicts_on_its_renderer) {
-    if (!GetParam().isOfTool) GTEST_SKIP() << "the survey's: see AskingContext";
+/// What others are answered is tried in asking_context_test.cpp.
+class CompatibilityContext : public AnyContext {};
+
+TEST_P(CompatibilityContext, gets_the_verdicts_on_its_renderer) {
     texprobe_verdicts* first = open(folder_.tool());
     EXPECT_EQ(texprobe_verdicts_wait(first, -1), TEXPROBE_READY) << texprobe_verdicts_reason(first);
     const std::string expected = recorded_answers(gl_text(GL_RENDERER));
@@ -133,15 +135,21 @@ TEST_P(AnyContext, is_as_it_was_before_during_and_after) {
     EXPECT_EQ(disturbing_egl_calls(), calls);
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    On, AnyContext,
-    testing::Values(ContextKind{"glx_window", open_glx_window, true, true},
-                    ContextKind{"egl_window", open_egl_window, true, true},
-                    ContextKind{"compatibility", open_surfaceless, false, true},
-                    ContextKind{"core_33", open_surfaceless_core, false, false},
-                    ContextKind{"core_45", open_surfaceless_core_45, false, false},
-                    ContextKind{"es_3", open_surfaceless_es, false, false}),
-    [](const auto& param) { return param.param.name; });
+const ContextKind kCompatibilityKinds[] = {{"glx_window", open_glx_window, true, true},
+                                           {"egl_window", open_egl_window, true, true},
+                                           {"compatibility", open_surfaceless, false, true}};
+const ContextKind kOtherKinds[] = {{"core_33", open_surfaceless_core, false, false},
+                                   {"core_45", open_surfaceless_core_45, false, false},
+                                   {"es_3", open_surfaceless_es, false, false}};
+
+std::string name_of_kind(const testing::TestParamInfo<ContextKind>& kind) {
+    return kind.param.name;
+}
+
+INSTANTIATE_TEST_SUITE_P(On, CompatibilityContext, testing::ValuesIn(kCompatibilityKinds),
+                         name_of_kind);
+INSTANTIATE_TEST_SUITE_P(On, AnyContext, testing::ValuesIn(kCompatibilityKinds), name_of_kind);
+INSTANTIATE_TEST_SUITE_P(OnAnother, AnyContext, testing::ValuesIn(kOtherKinds), name_of_kind);
 
 class BesideARun : public VerdictsFixture {};
 
