@@ -95,8 +95,9 @@ typedef struct {
     void* user;
     int measure; /* a texprobe_measure */
     /* Called once, with `user`, when the state is no longer MEASURING, or never was: on the log's
-       thread, so never inside texprobe_verdicts_open. Not when the verdicts are closed before, nor
-       in a process that can have no more threads. It must not do what the log must not. */
+       thread, so never inside texprobe_verdicts_open. Not when the verdicts are closed while
+       MEASURING, nor in a process that can have no more threads. It must not do what the log must
+       not. */
     void (*done)(void* user);
 } texprobe_options;
 

@@ -190,11 +190,15 @@ TEST_F(SurveyingVerdicts, show_the_progress_of_both_which_never_falls) {
 }
 
 TEST_F(SurveyingVerdicts, are_ready_while_another_renderer_is_measured_which_is_interrupted) {
+    constexpr int kLessThanATest = 20000;
+    const texprobe_options wish = options();
     script_survey(core_survey() + "hang\n");
-    EXPECT_EQ(open_and_wait(), TEXPROBE_READY) << reason_;
+    verdicts_.emplace(&wish);
+    EXPECT_EQ(verdicts_->wait(kLessThanATest), TEXPROBE_READY);
     be_in_a_compatibility_context();
     script(complete_set(kFirst, "Renderer") + "hang\n");
-    EXPECT_EQ(open_and_wait(), TEXPROBE_READY) << reason_;
+    verdicts_.emplace(&wish);
+    EXPECT_EQ(verdicts_->wait(kLessThanATest), TEXPROBE_READY);
     verdicts_.reset();
     EXPECT_EQ(runs(), 1);
     EXPECT_EQ(survey_runs().size(), 1u);
@@ -225,7 +229,20 @@ TEST_F(SurveyingVerdicts, tell_once_that_they_are_done_on_the_log_s_thread_and_a
     tell("exit 1\n");
 }
 
-TEST_F(SurveyingVerdicts, tell_nothing_when_they_are_closed_before) {
+TEST_F(SurveyingVerdicts, tell_that_they_are_done_although_they_are_closed_at_once) {
+    record(core_survey());
+    Told told;
+    texprobe_options wish = options();
+    wish.done = Told::done;
+    wish.user = &told;
+    for (int i = 1; i <= 20; ++i) {
+        verdicts_.emplace(&wish);
+        verdicts_.reset();
+        EXPECT_EQ(told.count, i);
+    }
+}
+
+TEST_F(SurveyingVerdicts, tell_nothing_when_they_are_closed_while_measuring) {
     Told told;
     script_survey("hang\n");
     texprobe_options wish = options();

@@ -279,7 +279,7 @@ private:
 
     /// On the thread of this object.
     void tell_if_done() {
-        if (outcome_.state() == TEXPROBE_MEASURING || outcome_.is_closing()) return;
+        if (outcome_.state() == TEXPROBE_MEASURING) return;
         if (const auto done = std::exchange(done_, nullptr)) done(log_.user);
     }
 
