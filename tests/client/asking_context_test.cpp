@@ -47,6 +47,13 @@ TEST(AskingContext, contradicts_no_answer_and_has_all_of_them) {
             };
             compare(TEXPROBE_SUPPORTED, trial.is_created());
             compare(TEXPROBE_RENDERABLE, trial.is_rendered());
+            // Of the tool's, some need another that is a no.
+            for (int i = TEXPROBE_UPLOAD_SET; !kind.isOfTool && i <= TEXPROBE_DOWNLOAD_READ; ++i) {
+                EXPECT_NE(
+                    verdicts.answer(format.internalFormat, static_cast<texprobe_capability>(i)),
+                    TEXPROBE_UNKNOWN)
+                    << kind.name << ' ' << format.name << ' ' << i;
+            }
         }
         EXPECT_EQ(known, 32) << kind.name;
     }
