@@ -12,7 +12,8 @@
 #include <string_view>
 
 // Not in macOS's header of all profiles, but in its framework.
-extern "C" const GLubyte* glGetStringi(GLenum name, GLuint index);
+extern "C" const GLubyte* glGetStringi(GLenum name,  // NOLINT(readability-redundant-declaration)
+                                       GLuint index);
 
 namespace texprobe {
 

@@ -100,7 +100,8 @@ inline bool is_whole(const survey::Format& format, survey::Profile profile,
                      const std::string& text) {
     const auto lines = static_cast<std::size_t>(std::count(text.begin(), text.end(), '\n'));
     return lines >= questions_of(format, profile).size() && text.rfind("measuring\n", 0) != 0 &&
-           text.find(" started\n") == std::string::npos;
+           text.find(" started\n") == std::string::npos &&
+           text.find(" started:") == std::string::npos;
 }
 
 /// The survey of one kind of context on one renderer, whole. Any thread may ask.
