@@ -22,7 +22,7 @@ struct SurveyEnding {
 };
 
 constexpr SurveyEnding kSurveyEndings[] = {
-    {SIGSEGV, "crashed: ended by SIGSEGV"}, {0, "hung: did not end within 1 s"},
+    {SIGSEGV, "crashed: ended by SIGSEGV"}, {0, "hung: did not end within 2 s"},
     {SIGABRT, "crashed: ended by SIGABRT"}, {SIGKILL, "crashed: ended by SIGKILL"},
     {SIGBUS, "crashed: ended by SIGBUS"},   {-3, "crashed: ended the tool with status 3"}};
 
@@ -41,7 +41,7 @@ protected:
         return std::string(name_of(GetParam())) + '.' + format.name;
     }
     Finished survey(std::vector<std::string> choice) const {
-        choice.insert(choice.begin(), {"survey", "--json", "--timeout", "1", "--profile",
+        choice.insert(choice.begin(), {"survey", "--json", "--timeout", "2", "--profile",
                                        survey::name_of(GetParam())});
         return folder_.ctl(choice, {"GALLIUM_DRIVER=softpipe"});
     }
