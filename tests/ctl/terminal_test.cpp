@@ -130,6 +130,22 @@ TEST_F(Terminal, that_is_wide_shows_names_whole) {
     EXPECT_THAT(shown_by({"list"}, kUnicode, 80), HasSubstr("vvv..."));
 }
 
+TEST_F(Terminal, of_80_columns_keeps_renderers_apart) {
+    std::string script;
+    for (const char* card : {"3080", "3090"}) {
+        const std::string id = kIDPrefix + card + ".6.1.0-18-amd64-16eee710";
+        script += complete_set(id, "4.6.0 NVIDIA 535.183.01") + "set " + id +
+                  " GL_RENDERER text NVIDIA GeForce RTX " + card + "/PCIe/SSE2\nsync " + id + "\n";
+        const std::string marks = "org.texprobe.texprobectl." + id.substr(kIDPrefix.size());
+        script += "set " + marks + " RECORDED text 2026-11-21T19:56:43Z\nsync " + marks + "\n";
+    }
+    folder_.prepare(SCRIPTED_TOOL, script);
+    const std::string shown = shown_by({"list"}, kUnicode);
+    EXPECT_THAT(shown, AllOf(HasSubstr("3080  ...3080/PCIe"), HasSubstr("3090  ...3090/PCIe"),
+                             HasSubstr("  2026-11-21  complete\n")));
+    for (const std::string& line : screen(shown)) EXPECT_LE(width_of(line), 80u) << line;
+}
+
 TEST_F(Terminal, is_asked_before_records_are_removed) {
     struct Answer {
         const char* keys;

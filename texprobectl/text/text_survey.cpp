@@ -16,12 +16,6 @@ namespace texprobe::ctl {
 
 namespace {
 
-/// Broken promises, which people are told in sentences.
-bool is_told(survey::Verdict verdict) {
-    return verdict == survey::Verdict::kRefused || verdict == survey::Verdict::kWrong ||
-           verdict == survey::Verdict::kCrashed || verdict == survey::Verdict::kHung;
-}
-
 const char* words_of(survey::Verdict verdict) {
     switch (verdict) {
         case survey::Verdict::kRefused:
@@ -91,7 +85,7 @@ private:
                 << set_.id << '\n';
         const std::string missing = describe_missing(set_.survey, choice_, set_.rendererID);
         stream_ << (missing.empty() ? "complete" : missing) << "; "
-                << (set_.isPresent ? "of" : "not of") << " this machine's present build\n\n";
+                << (set_.isPresent ? "of" : "not of") << " its machine's present build\n\n";
     }
 
     /// True if the driver is to blame for one of them.
@@ -120,7 +114,7 @@ private:
         std::vector<Sentence> sentences;
         for_each_verdict([&](const SurveyedProfile& profile, const survey::Format& format,
                              survey::Use use, const survey::Judged& judged) {
-            if (!is_told(judged.verdict)) return;
+            if (!is_broken(judged.verdict)) return;
             const char* const where = ctl::words_of(profile.profile);
             std::string told = fmt::format("{} {}{}{}", name_of(use), words_of(judged.verdict),
                                            judged.text.empty() ? "" : ", ", judged.text);
