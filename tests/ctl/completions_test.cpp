@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <functional>
 #include <regex>
 #include <set>
@@ -165,9 +166,15 @@ TEST_F(Completion, in_zsh_completes_what_the_program_takes) {
         EXPECT_TRUE(run.waits_until("<" + taken + ">")) << typed << '\n' << run.shown();
     };
     for (const std::string& command : kCommands) {
-        for (const std::string& option : options_of(command)) {
-            // All but its last letter, which "-o" has nothing before.
-            if (option.size() < 3) continue;
+        const Words options = options_of(command);
+        for (const std::string& option : options) {
+            // All but its last letter, which "-o" has nothing before, and where it is the only one.
+            const std::string beginning = option.substr(0, option.size() - 1);
+            const bool isOnly =
+                std::count_if(options.begin(), options.end(), [&](const auto& other) {
+                    return other.rfind(beginning, 0) == 0;
+                }) == 1;
+            if (option.size() < 3 || !isOnly) continue;
             std::string typed = command;
             typed.append(" ").append(option, 0, option.size() - 1);
             std::string taken = command;

@@ -9,7 +9,7 @@
 #include <regex>
 #include <set>
 #include <thread>
-#include <tuple>
+#include <utility>
 
 #include "ctl/inspect_fixture.h"
 #include "support/expected_calls.h"
@@ -297,14 +297,14 @@ TEST_F(Inspect, leaves_the_records_as_they_were) {
 
 TEST_F(Inspect, refuses_what_it_cannot_inspect) {
     const std::string words = "inspect expects a format and a capability, or --all";
-    const std::tuple<std::vector<std::string>, std::string> cases[] = {
+    const std::pair<std::vector<std::string>, std::string> cases[] = {
         {{"GL_RGBA12", "get"},
          "there is no format \"GL_RGBA12\"; expected one of the sixteen that `texprobectl show` "
          "lists, such as GL_RGBA8"},
         {{"GL_RGBA8", "write"},
          "there is no capability \"write\"; expected create, render, set, reset, get or read"},
         {{"GL_RGBA8"}, words},
-        {{}, words},
+        {std::vector<std::string>(), words},
         {{"GL_RGBA8", "get", "--all"}, words}};
     for (const auto& [arguments, line] : cases) {
         const Finished finished = inspect(arguments);

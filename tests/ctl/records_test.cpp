@@ -35,8 +35,7 @@ protected:
         folder_.prepare(SCRIPTED_TOOL,
                         complete_set(kOld, "1.0", {{"GL_RGB8_UPLOAD_SET", false}}) +
                             complete_set(kNew, "2.0", {{"GL_RGBA8_DOWNLOAD_GET", false}}) +
-                            complete_set(kOther, "3.0") +
-                            mark(kNew, "RECORDED", "2026-11-21T19:56:43Z"));
+                            complete_set(kOther, "3.0"));
     }
 
     CtlFolder folder_{CTL, SCRIPTED_TOOL};
@@ -136,6 +135,7 @@ TEST_F(Records, of_the_same_driver_are_told_apart_by_build_and_date) {
 
 TEST_F(Records, of_an_exported_file_are_shown_with_their_date) {
     prepare_three();
+    folder_.prepare(SCRIPTED_TOOL, mark(kNew, "RECORDED", "2026-11-21T19:56:43Z"));
     const std::string shown = folder_.ctl({"show", "1"}).out;
     EXPECT_THAT(shown, HasSubstr("\ncomplete; not of its machine's present build\n"
                                  "measured 2026-11-21 19:56 UTC, version 0.21\n\n"));

@@ -140,10 +140,17 @@ TEST_F(Terminal, of_80_columns_keeps_renderers_apart) {
         script += "set " + marks + " RECORDED text 2026-11-21T19:56:43Z\nsync " + marks + "\n";
     }
     folder_.prepare(SCRIPTED_TOOL, script);
-    const std::string shown = shown_by({"list"}, kUnicode);
-    EXPECT_THAT(shown, AllOf(HasSubstr("3080  ...3080/PCIe"), HasSubstr("3090  ...3090/PCIe"),
-                             HasSubstr("  2026-11-21  complete\n")));
-    for (const std::string& line : screen(shown)) EXPECT_LE(width_of(line), 80u) << line;
+    EXPECT_THAT(shown_by({"list"}, kUnicode),
+                AllOf(HasSubstr("  NVIDIA GeForce RTX 3080/PCIe/SSE2  "),
+                      HasSubstr("  NVIDIA GeForce RTX 3090/PCIe/SSE2  "),
+                      HasSubstr("  2026-11-21  complete\n")));
+    for (const unsigned short width : {80, 60, 50}) {
+        for (const std::string& line : screen(shown_by({"list"}, kUnicode, width))) {
+            EXPECT_LE(width_of(line), std::size_t{width}) << line;
+        }
+    }
+    EXPECT_THAT(shown_by({"list"}, kUnicode, 50),
+                AllOf(HasSubstr("  3080  ...3080/"), HasSubstr("  3090  ...3090/")));
 }
 
 TEST_F(Terminal, is_asked_before_records_are_removed) {

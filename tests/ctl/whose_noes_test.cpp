@@ -129,8 +129,9 @@ TEST_F(WhoseNoes, that_others_recorded_are_not_marked) {
 
 TEST_F(WhoseNoes, are_equal_to_compare_and_marked_where_they_differ) {
     measure();
-    json document = json::parse(folder_.ctl({"export"}).out);
-    document["record_sets"][0]["details"] = json::array();
+    using nlohmann::ordered_json;
+    ordered_json document = ordered_json::parse(folder_.ctl({"export"}).out);
+    document["record_sets"][0]["details"] = ordered_json::array();
     write_file(folder_.file("a.json"), document.dump());
     EXPECT_TRUE(folder_.ctl({"compare", folder_.file("a.json"), "1"}).exited_with(0));
     document["record_sets"][0]["formats"][11]["upload_set"] = "yes";

@@ -37,7 +37,7 @@ void SurveyCounts::add(const Survey& survey) {
         }
         for (std::size_t i = 0; i < profile.formats.size(); ++i) {
             for (const auto& [use, judged] : profile.formats[i].uses) {
-                if (!is_broken(judged.verdict)) continue;
+                if (!is_told(judged.verdict)) continue;
                 ++failures[{profile.profile, survey::formats()[i].name, name_of(use),
                             name_of(judged.verdict)}];
             }

@@ -4,7 +4,7 @@
 
 namespace texprobe::ctl {
 
-bool is_broken(survey::Verdict verdict) {
+bool is_told(survey::Verdict verdict) {
     return verdict == survey::Verdict::kRefused || verdict == survey::Verdict::kWrong ||
            verdict == survey::Verdict::kCrashed || verdict == survey::Verdict::kHung;
 }

@@ -35,7 +35,7 @@ using Survey = std::vector<SurveyedProfile>;
 inline constexpr const char* kUnmeasuredUse = "unmeasured";
 
 /// A promise does not hold, or the driver died.
-bool is_broken(survey::Verdict verdict);
+bool is_told(survey::Verdict verdict);
 
 /// "core profile"
 const char* words_of(survey::Profile profile);

@@ -114,7 +114,7 @@ private:
         std::vector<Sentence> sentences;
         for_each_verdict([&](const SurveyedProfile& profile, const survey::Format& format,
                              survey::Use use, const survey::Judged& judged) {
-            if (!is_broken(judged.verdict)) return;
+            if (!is_told(judged.verdict)) return;
             const char* const where = ctl::words_of(profile.profile);
             std::string told = fmt::format("{} {}{}{}", name_of(use), words_of(judged.verdict),
                                            judged.text.empty() ? "" : ", ", judged.text);
