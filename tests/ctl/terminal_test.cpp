@@ -3,6 +3,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <array>
+
 #include "ctl/ctl_folder.h"
 #include "ctl/prepared_records.h"
 #include "ctl/terminal_run.h"
@@ -144,7 +146,7 @@ TEST_F(Terminal, of_80_columns_keeps_renderers_apart) {
                 AllOf(HasSubstr("  NVIDIA GeForce RTX 3080/PCIe/SSE2  "),
                       HasSubstr("  NVIDIA GeForce RTX 3090/PCIe/SSE2  "),
                       HasSubstr("  2026-11-21  complete\n")));
-    for (const unsigned short width : {80, 60, 50}) {
+    for (const unsigned short width : std::array<unsigned short, 3>{80, 60, 50}) {
         for (const std::string& line : screen(shown_by({"list"}, kUnicode, width))) {
             EXPECT_LE(width_of(line), std::size_t{width}) << line;
         }

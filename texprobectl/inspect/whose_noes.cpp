@@ -29,8 +29,11 @@ bool find_whose(const InspectOptions& options, const KnownMachine& known) {
     const ChildRun run(options, cells, InspectionMode::kImages, known);
     // Where the renderer could not be set up, nothing was found out.
     if (!run.report().lastTest) return false;
+    // What was forgotten meanwhile stays so.
+    refresh(causes_of(known.set.id));
     KeyChanges changes;
     for (const Cell& cell : cells) {
+        if (!is_not_asked(known.set, cell)) continue;
         const Seen seen{is_of_test(run, cell) ? Seen::Whose::kTest : Seen::Whose::kOther};
         changes[key_of(cell)] = cause_text(seen);
     }

@@ -34,7 +34,7 @@ using Survey = std::vector<SurveyedProfile>;
 /// The verdict's name in documents; none for a use that the format does not have.
 inline constexpr const char* kUnmeasuredUse = "unmeasured";
 
-/// A promise does not hold, or the driver died.
+/// Broken promises, of which people are told in sentences.
 bool is_told(survey::Verdict verdict);
 
 /// "core profile"
