@@ -24,7 +24,8 @@ public:
     const std::string& name() const { return name_; }
 
     std::optional<std::string> profile(Profile profile) const;
-    void set_profile(Profile profile, const std::string& text);
+    /// Nothing removes the record.
+    void set_profile(Profile profile, const std::optional<std::string>& text);
     void set_strings(Profile profile, const std::string& vendor, const std::string& renderer);
 
     /// Nothing where there is no record, or a stranger's text.
@@ -36,7 +37,7 @@ public:
 
 private:
     std::optional<std::string> read(const std::string& key) const;
-    void write(const std::string& key, const std::string& text);
+    void write(const std::string& key, const std::optional<std::string>& text);
 
     std::string name_;
     CFStringRef application_;
