@@ -29,13 +29,13 @@ struct Told {
     std::atomic<int> count{0};
     std::thread::id thread;
     std::thread::id logThread;
-    bool isOpened = false;
+    std::atomic<bool> isOpened{false};
     bool wasOpened = false;
 
     static void done(void* user) {
         auto& self = *static_cast<Told*>(user);
         self.thread = std::this_thread::get_id();
-        self.wasOpened = self.isOpened;
+        self.wasOpened = self.isOpened.load();
         ++self.count;
     }
     static void log(void* user, const char*) {
