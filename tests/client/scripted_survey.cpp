@@ -10,6 +10,7 @@ namespace texprobe::tests {
 ScriptedSurvey::ScriptedSurvey() {
     // The tool's program does both.
     std::filesystem::create_hard_link(folder_.tool(), folder_.path() / "texprobe-survey");
+    write_file(folder_.path() / "survey-runs", "");
     machine().version = "4.5 (Core Profile) Driver 1.2";
     machine().profile = 1;
 }

@@ -1,6 +1,6 @@
 // A tool that does what a file beside it says: "script.N" in its N-th run, else "script"; each run
 // adds a line with its arguments to the file "runs". As "texprobe-survey" it has such files of its
-// own, "survey-script" and "survey-runs". The lines of a script:
+// own, "survey-script" and "survey-runs", where the last is there. The lines of a script:
 //   set APPLICATION KEY true|false|number N|text T    removed APPLICATION KEY
 //   sync APPLICATION    say TEXT    said TEXT (without a line feed)    out TEXT
 //   turn FILE (locks it as a run that measures does)    sleep MILLISECONDS    hang    raise SIGNAL
@@ -116,8 +116,10 @@ void carry_out(const std::string& command, std::istringstream& line) {
 
 int main(int argc, char** argv) {
     const auto self = std::filesystem::read_symlink("/proc/self/exe");
-    const std::string own = self.filename() == "texprobe-survey" ? "survey-" : "";
     const auto folder = self.parent_path();
+    const bool isBesideTool =
+        self.filename() == "texprobe-survey" && std::filesystem::exists(folder / "survey-runs");
+    const std::string own = isBesideTool ? "survey-" : "";
     std::ofstream runs(folder / (own + "runs"), std::ios::app);
     runs << "run";
     for (int i = 1; i < argc; ++i) runs << ' ' << argv[i];
