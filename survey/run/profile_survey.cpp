@@ -69,13 +69,17 @@ void ProfileSurvey::survey(const Format& format) {
 
 /// Opens a context, once, and records what it says.
 bool ProfileSurvey::is_offered() {
-    if (opened_) return true;
-    const std::string former = records_.profile(profile_).value_or("");
+    if (opened_) return opened_->offscreen.is_current();
+    const auto former = records_.profile(profile_);
     const bool hasDied = former == kOpeningAgain;
     std::string found = kContextCrashed;
     if (!hasDied) {
         records_.set_profile(profile_, former == kOpening ? kOpeningAgain : kOpening);
-        if (!records_.synchronize()) return false;
+        if (!records_.synchronize()) {
+            // Nothing has begun, and no later record may say so.
+            records_.set_profile(profile_, former);
+            return false;
+        }
         opened_ = std::make_unique<Opened>(rendererID_, profile_);
         found = opened_->offscreen.is_current() ? opened_->context.version : kContextNotOffered;
     }
@@ -104,15 +108,22 @@ bool ProfileSurvey::survey_at_once(const Format& format) {
     return record(format, result);
 }
 
-/// After a death: the use that was under way is the guilty one, if that was recorded.
-bool ProfileSurvey::survey_use_by_use(const Format& format, FormatRecord left) {
-    FormatRecord result = after_end(std::move(left), Verdict::kCrashed);
-    result.isMeasuring = false;
+/// After an end that nobody has explained: a use that is under way for the second time is guilty.
+bool ProfileSurvey::survey_use_by_use(const Format& format, const FormatRecord& left) {
+    FormatRecord result = after_end(left);
     for (const Use use : kUses) {
         if (!has_use(format, use) || result.uses.count(use) != 0) continue;
-        end_if_interrupted();
-        result.uses[use] = {Verdict::kStarted, ""};
-        if (!record(format, result)) return false;
+        if (texprobe::is_interrupted()) {
+            record(format, result);
+            texprobe::end_by_interruption();
+        }
+        FormatRecord begun = result;
+        begun.uses[use] = begin_use(left, use);
+        if (!record(format, begun)) {
+            // It has not begun, and no later record may say so.
+            records_.set_format(profile_, format, result);
+            return false;
+        }
         result.uses[use] = survey_one(format, use, result);
     }
     return record(format, result);
@@ -120,6 +131,9 @@ bool ProfileSurvey::survey_use_by_use(const Format& format, FormatRecord left) {
 
 Judged ProfileSurvey::survey_one(const Format& format, Use use, const FormatRecord& record) {
     if (!opened_) opened_ = std::make_unique<Opened>(rendererID_, profile_);
+    if (!opened_->offscreen.is_current()) {
+        return {Verdict::kUnknown, "the context was lost, and there is no other"};
+    }
     Judged judged = survey_use({opened_->context, opened_->judge, format}, use, record);
     // The next use gets a context of its own.
     if (is_context_lost(judged)) opened_.reset();

@@ -34,7 +34,7 @@ private:
 
     bool is_offered();
     bool survey_at_once(const Format& format);
-    bool survey_use_by_use(const Format& format, FormatRecord record);
+    bool survey_use_by_use(const Format& format, const FormatRecord& left);
     bool record(const Format& format, const FormatRecord& record);
     Judged survey_one(const Format& format, Use use, const FormatRecord& record);
 

@@ -42,7 +42,11 @@ Judged survey_use(const Work& work, Use use, const FormatRecord& record) {
     }
     const UseRow& row = kUseRows[static_cast<std::size_t>(use)];
     Finding finding = row.find(work);
-    take_errors(work.gl());
+    // Errors of what was tried are in the finding; these are the judge's.
+    const std::string late = take_errors(work.gl());
+    if (!late.empty() && finding.kind == Finding::Kind::kOtherPixels) {
+        finding = cannot_tell("looking at the pixels gives " + late);
+    }
     if (is_from_outside(finding.text)) finding.kind = Finding::Kind::kCannotTell;
     return judge(finding, who_promises_here(work, use, row.query));
 }
