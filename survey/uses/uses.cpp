@@ -1,5 +1,7 @@
 #include "uses/uses.h"
 
+#include "uses/transfers.h"
+
 namespace texprobe::survey {
 
 namespace {
@@ -10,7 +12,7 @@ struct UseRow {
     Enum query;
 };
 
-// In the order of kUses.
+// In the order of kUses, as far as the transfers.
 constexpr UseRow kUseRows[] = {{create, 0},
                                {create_storage, 0},
                                {filter, gl::kFilterQuery},
@@ -18,37 +20,56 @@ constexpr UseRow kUseRows[] = {{create, 0},
                                {render, gl::kFramebufferRenderable},
                                {blend, gl::kFramebufferBlend}};
 
-std::string who_promises_here(const Work& work, Use use, Enum query) {
+const UseRow& row_of(Use use) {
+    return kUseRows[static_cast<std::size_t>(use)];
+}
+
+std::string who_promises_here(const Work& work, const Question& question) {
     const ContextFacts& facts = work.context.facts;
-    std::string documents = who_promises(facts, work.format, use);
+    std::string documents = who_promises(facts, work.format, question);
+    if (!documents.empty() || is_transfer(question.use)) return documents;
     const bool canAsk =
         facts.is_desktop(43) || (facts.is_desktop(0) && facts.has("GL_ARB_internalformat_query2"));
-    if (!documents.empty() || !canAsk || query == 0) return documents;
+    const Enum query = row_of(question.use).query;
+    if (!canAsk || query == 0) return documents;
     int support = 0;
     work.gl().GetInternalformativ(gl::kTexture2D, work.format.value, query, 1, &support);
     take_errors(work.gl());
     return support == static_cast<int>(gl::kFullSupport) ? "the driver's own query" : "";
 }
 
+Finding find(const Work& work, const Question& question) {
+    if (!is_transfer(question.use)) return row_of(question.use).find(work);
+    return question.use < Use::kRead ? upload_texels(work, question) : read_texels(work, question);
+}
+
+bool is_yes(const FormatRecord& record, Use use) {
+    const auto found = record.uses.find(use);
+    return found != record.uses.end() && found->second.verdict == Verdict::kYes;
+}
+
 }  // namespace
 
-Judged survey_use(const Work& work, Use use, const FormatRecord& record) {
+Work::Work(const SurveyContext& on, const Judge& by, const Format& of)
+    : context(on), judge(by), format(of), samples(std::make_shared<TransferSamples>()) {}
+
+Judged answer(const Work& work, const Question& question, const FormatRecord& record) {
+    const Use use = question.use;
     if (use != Use::kCreate && use != Use::kCreateStorage) {
-        const auto created = record.uses.find(Use::kCreate);
-        if (created == record.uses.end() || created->second.verdict != Verdict::kYes) {
+        const Use needed = use == Use::kUploadPartStorage ? Use::kCreateStorage : Use::kCreate;
+        if (!is_yes(record, Use::kCreate) || !is_yes(record, needed)) {
             return {Verdict::kNotApplicable, ""};
         }
         if (!work.judge.trouble().empty()) return {Verdict::kUnknown, work.judge.trouble()};
     }
-    const UseRow& row = kUseRows[static_cast<std::size_t>(use)];
-    Finding finding = row.find(work);
+    Finding finding = find(work, question);
     // Errors of what was tried are in the finding; these are the judge's.
     const std::string late = take_errors(work.gl());
     if (!late.empty() && finding.kind == Finding::Kind::kOtherPixels) {
         finding = cannot_tell("looking at the pixels gives " + late);
     }
     if (is_from_outside(finding.text)) finding.kind = Finding::Kind::kCannotTell;
-    return judge(finding, who_promises_here(work, use, row.query));
+    return judge(finding, who_promises_here(work, question));
 }
 
 bool is_context_lost(const Judged& judged) {

@@ -2,7 +2,7 @@
 // into a build of the survey.
 //
 // The order is in a file "die" beside the executable:
-//   <profile> <number of the format> <use> <signal>
+//   <profile> <number of the format> <use> <signal> [<format and type of the layout>]
 // or in the signal's place 0: to hang; -1: somebody interrupts the survey meanwhile; -2: the
 // context is lost, and there is no other; -3: to exit. A line is added to a file "deaths" there
 // before each death. The order stays: such a driver dies whenever the use is tried.
@@ -32,6 +32,8 @@ struct SurveyOrder {
     Enum format = 0;
     std::string use;
     int kind = 0;
+    Enum layoutFormat = 0;
+    Enum layoutType = 0;
 };
 
 constexpr int kInterrupted = -1;
@@ -79,6 +81,45 @@ void die_in(const char* use, Enum format) {
     }
 }
 
+// What the transfers have set: the buffer that is bound, and whether rows are long.
+Enum boundTarget = 0;
+bool hasLongRows = false;
+bool isTransferring = false;  // They come last.
+
+/// A transfer has come in this layout.
+void die_in_layout(const char* use, Enum format, Enum type) {
+    if (surveyOrder.layoutFormat == format && surveyOrder.layoutType == type) {
+        die_in(use, currentFormat);
+    }
+}
+
+void die_in_transfers(Gl* table) {
+    table->BindBuffer = [](Enum target, unsigned buffer) {
+        boundTarget = buffer == 0 ? 0 : target;
+        aliveGl.BindBuffer(target, buffer);
+    };
+    table->PixelStorei = [](Enum name, int value) {
+        if (name == gl::kUnpackRowLength || name == gl::kPackRowLength) hasLongRows = value != 0;
+        aliveGl.PixelStorei(name, value);
+    };
+    table->TexSubImage2D = [](Enum target, int level, int x, int y, int width, int height,
+                              Enum format, Enum type, const void* pixels) {
+        isTransferring = true;
+        if (hasLongRows) die_in_layout("upload_part", format, type);
+        if (boundTarget == gl::kPixelUnpackBuffer) die_in_layout("upload_buffer", format, type);
+        aliveGl.TexSubImage2D(target, level, x, y, width, height, format, type, pixels);
+    };
+    table->ReadPixels = [](int x, int y, int width, int height, Enum format, Enum type,
+                           void* pixels) {
+        if (hasLongRows) die_in_layout("read_part", format, type);
+        aliveGl.ReadPixels(x, y, width, height, format, type, pixels);
+    };
+    table->GetTexImage = [](Enum target, int level, Enum format, Enum type, void* pixels) {
+        if (boundTarget == 0) die_in_layout("get", format, type);
+        aliveGl.GetTexImage(target, level, format, type, pixels);
+    };
+}
+
 std::string profile_of_context() {
     const auto* text = reinterpret_cast<const char*>(aliveGl.GetString(gl::kVersion));
     if (std::strstr(text, "OpenGL ES")) return "es";
@@ -123,12 +164,15 @@ Gl load_dying() {
     aliveGl = load_alive();
     Gl table = aliveGl;
     std::ifstream(folder_of_survey() / "die") >> surveyOrder.profile >> surveyOrder.format >>
-        surveyOrder.use >> surveyOrder.kind;
+        surveyOrder.use >> surveyOrder.kind >> surveyOrder.layoutFormat >> surveyOrder.layoutType;
     if (surveyOrder.profile != profile_of_context()) return table;
+    die_in_transfers(&table);
     table.GetError = [] { return isContextLost ? gl::kContextLost : aliveGl.GetError(); };
     table.TexImage2D = define_or_die;
     table.TexStorage2D = [](Enum target, int levels, Enum format, int width, int height) {
-        die_in("create_storage", format);
+        if (surveyOrder.layoutFormat == 0) die_in("create_storage", format);
+        // The transfers of one with storage are those of the use that is not tried here.
+        currentFormat = 0;
         aliveGl.TexStorage2D(target, levels, format, width, height);
     };
     table.TexParameteri = [](Enum target, Enum name, int value) {
@@ -144,7 +188,7 @@ Gl load_dying() {
         aliveGl.BlendFunc(source, destination);
     };
     table.CheckFramebufferStatus = [](Enum target) {
-        if (!isBlending) die_in("render", currentFormat);
+        if (!isBlending && !isTransferring) die_in("render", currentFormat);
         return aliveGl.CheckFramebufferStatus(target);
     };
     table.Enable = [](Enum capability) {

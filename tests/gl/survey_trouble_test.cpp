@@ -17,7 +17,15 @@ using testing::HasSubstr;
 using testing::Not;
 
 const char* const kTroubledKey = "core.GL_R8UI";
-const std::string kWholeRecord = "string create yes\ncreate_storage yes\nrender yes\n";
+const std::string kWholeRecord = [] {
+    std::string record = "string create yes\ncreate_storage yes\nrender yes\n";
+    for (const char* use :
+         {"upload", "upload_part", "upload_part_storage", "upload_buffer", "define_buffer", "read",
+          "read_part", "read_buffer", "get", "get_buffer"}) {
+        record += std::string(use) + " GL_RED_INTEGER GL_UNSIGNED_BYTE yes\n";
+    }
+    return record;
+}();
 
 /// The survey of one format, on softpipe with a fault.
 class SurveyTrouble : public testing::Test {
