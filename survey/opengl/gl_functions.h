@@ -110,6 +110,7 @@ constexpr Enum kRgba8 = 0x8058, kRgba32ui = 0x8D70;
 constexpr Enum kVertexShader = 0x8B31, kFragmentShader = 0x8B30, kLinkStatus = 0x8B82;
 constexpr Enum kFullSupport = 0x82B7, kFramebufferRenderable = 0x8289, kFramebufferBlend = 0x828B,
                kFilterQuery = 0x829A, kManualGenerateMipmap = 0x8294;
+constexpr Enum kVendor = 0x1F00, kRenderer = 0x1F01;
 
 }  // namespace gl
 

@@ -38,9 +38,9 @@ constexpr Promises kSnorm16 = {"gl3.1 GL_EXT_texture_norm16", "GL_EXT_render_sno
 constexpr Promises kRgb16Snorm = {"gl3.1 GL_EXT_texture_norm16", "", "gl3.1 GL_EXT_texture_norm16",
                                   "", kSnorm};
 constexpr Promises kInteger = {"gl3.0 es3.0", "gl3.0 es3.0", "", "", kGlAndEs};
-constexpr Promises kRgbInteger = {"gl3.0 es3.0", "", "", "", kGlAndEs};
+constexpr Promises kIntegersOfThree = {"gl3.0 es3.0", "", "", "", kGlAndEs};
 constexpr Promises kRgb10A2ui = {"gl3.3 es3.0", "gl3.3 es3.0", "", "", kGlAndEs};
-constexpr Promises kHalf = {"gl3.0 es3.0", HALF_RENDER, "gl3.0 es3.0", HALF_RENDER, kFloats};
+constexpr Promises kHalfFloat = {"gl3.0 es3.0", HALF_RENDER, "gl3.0 es3.0", HALF_RENDER, kFloats};
 constexpr Promises kRgbHalf = {"gl3.0 es3.0", "GL_EXT_color_buffer_half_float", "gl3.0 es3.0",
                                "GL_EXT_color_buffer_half_float", kFloats};
 constexpr Promises kFull = {"gl3.0 es3.0", FULL_RENDER, "gl3.0 GL_OES_texture_float_linear",
@@ -51,8 +51,9 @@ constexpr Promises kRgb565 = {
     "gl4.1 GL_ARB_ES2_compatibility es3.0", "gl4.1 GL_ARB_ES2_compatibility es3.0",
     "gl4.1 GL_ARB_ES2_compatibility es3.0", "gl4.1 GL_ARB_ES2_compatibility es3.0", kGlAndEs};
 constexpr Promises kSmall = {"gl4.3 es3.0", "gl4.3 es3.0", "gl4.3 es3.0", "gl4.3 es3.0", kGlAndEs};
-constexpr Promises kBgra = {"GL_EXT_texture_format_BGRA8888", "", "GL_EXT_texture_format_BGRA8888",
-                            "", "GL_EXT_texture_format_BGRA8888"};
+constexpr Promises kBgraOfEs = {"GL_EXT_texture_format_BGRA8888", "",
+                                "GL_EXT_texture_format_BGRA8888", "",
+                                "GL_EXT_texture_format_BGRA8888"};
 constexpr Promises kDepths = {"gl3.0 es3.0", "gl3.0 es3.0", "gl3.0", "", kGlAndEs};
 constexpr Promises kLegacy = {"compat1.1", "", "compat1.1", "",
                               "OpenGL 4.6 compatibility profile, table 8.14"};
@@ -87,38 +88,38 @@ const std::vector<Format> kFormats = {
     // Unsigned integers.
     {"GL_R8UI", 0x8232, Base::kColor, Kind::kUint, {8, 0, 0, 0}, &kInteger},
     {"GL_RG8UI", 0x8238, Base::kColor, Kind::kUint, {8, 8, 0, 0}, &kInteger},
-    {"GL_RGB8UI", 0x8D7D, Base::kColor, Kind::kUint, {8, 8, 8, 0}, &kRgbInteger},
+    {"GL_RGB8UI", 0x8D7D, Base::kColor, Kind::kUint, {8, 8, 8, 0}, &kIntegersOfThree},
     {"GL_RGBA8UI", 0x8D7C, Base::kColor, Kind::kUint, {8, 8, 8, 8}, &kInteger},
     // Unsigned integers, 16 bits.
     {"GL_R16UI", 0x8234, Base::kColor, Kind::kUint, {16, 0, 0, 0}, &kInteger},
     {"GL_RG16UI", 0x823A, Base::kColor, Kind::kUint, {16, 16, 0, 0}, &kInteger},
-    {"GL_RGB16UI", 0x8D77, Base::kColor, Kind::kUint, {16, 16, 16, 0}, &kRgbInteger},
+    {"GL_RGB16UI", 0x8D77, Base::kColor, Kind::kUint, {16, 16, 16, 0}, &kIntegersOfThree},
     {"GL_RGBA16UI", 0x8D76, Base::kColor, Kind::kUint, {16, 16, 16, 16}, &kInteger},
     // Unsigned integers, 32 bits.
     {"GL_R32UI", 0x8236, Base::kColor, Kind::kUint, {32, 0, 0, 0}, &kInteger},
     {"GL_RG32UI", 0x823C, Base::kColor, Kind::kUint, {32, 32, 0, 0}, &kInteger},
-    {"GL_RGB32UI", 0x8D71, Base::kColor, Kind::kUint, {32, 32, 32, 0}, &kRgbInteger},
+    {"GL_RGB32UI", 0x8D71, Base::kColor, Kind::kUint, {32, 32, 32, 0}, &kIntegersOfThree},
     {"GL_RGBA32UI", 0x8D70, Base::kColor, Kind::kUint, {32, 32, 32, 32}, &kInteger},
     // Signed integers.
     {"GL_R8I", 0x8231, Base::kColor, Kind::kInt, {8, 0, 0, 0}, &kInteger},
     {"GL_RG8I", 0x8237, Base::kColor, Kind::kInt, {8, 8, 0, 0}, &kInteger},
-    {"GL_RGB8I", 0x8D8F, Base::kColor, Kind::kInt, {8, 8, 8, 0}, &kRgbInteger},
+    {"GL_RGB8I", 0x8D8F, Base::kColor, Kind::kInt, {8, 8, 8, 0}, &kIntegersOfThree},
     {"GL_RGBA8I", 0x8D8E, Base::kColor, Kind::kInt, {8, 8, 8, 8}, &kInteger},
     // Signed integers, 16 bits.
     {"GL_R16I", 0x8233, Base::kColor, Kind::kInt, {16, 0, 0, 0}, &kInteger},
     {"GL_RG16I", 0x8239, Base::kColor, Kind::kInt, {16, 16, 0, 0}, &kInteger},
-    {"GL_RGB16I", 0x8D89, Base::kColor, Kind::kInt, {16, 16, 16, 0}, &kRgbInteger},
+    {"GL_RGB16I", 0x8D89, Base::kColor, Kind::kInt, {16, 16, 16, 0}, &kIntegersOfThree},
     {"GL_RGBA16I", 0x8D88, Base::kColor, Kind::kInt, {16, 16, 16, 16}, &kInteger},
     // Signed integers, 32 bits.
     {"GL_R32I", 0x8235, Base::kColor, Kind::kInt, {32, 0, 0, 0}, &kInteger},
     {"GL_RG32I", 0x823B, Base::kColor, Kind::kInt, {32, 32, 0, 0}, &kInteger},
-    {"GL_RGB32I", 0x8D83, Base::kColor, Kind::kInt, {32, 32, 32, 0}, &kRgbInteger},
+    {"GL_RGB32I", 0x8D83, Base::kColor, Kind::kInt, {32, 32, 32, 0}, &kIntegersOfThree},
     {"GL_RGBA32I", 0x8D82, Base::kColor, Kind::kInt, {32, 32, 32, 32}, &kInteger},
     // Half floats.
-    {"GL_R16F", 0x822D, Base::kColor, Kind::kFloat, {16, 0, 0, 0}, &kHalf},
-    {"GL_RG16F", 0x822F, Base::kColor, Kind::kFloat, {16, 16, 0, 0}, &kHalf},
+    {"GL_R16F", 0x822D, Base::kColor, Kind::kFloat, {16, 0, 0, 0}, &kHalfFloat},
+    {"GL_RG16F", 0x822F, Base::kColor, Kind::kFloat, {16, 16, 0, 0}, &kHalfFloat},
     {"GL_RGB16F", 0x881B, Base::kColor, Kind::kFloat, {16, 16, 16, 0}, &kRgbHalf},
-    {"GL_RGBA16F", 0x881A, Base::kColor, Kind::kFloat, {16, 16, 16, 16}, &kHalf},
+    {"GL_RGBA16F", 0x881A, Base::kColor, Kind::kFloat, {16, 16, 16, 16}, &kHalfFloat},
     // Floats.
     {"GL_R32F", 0x822E, Base::kColor, Kind::kFloat, {32, 0, 0, 0}, &kFull},
     {"GL_RG32F", 0x8230, Base::kColor, Kind::kFloat, {32, 32, 0, 0}, &kFull},
@@ -135,7 +136,7 @@ const std::vector<Format> kFormats = {
     {"GL_RGB10_A2UI", 0x906F, Base::kColor, Kind::kUint, {10, 10, 10, 2}, &kRgb10A2ui},
     {"GL_R11F_G11F_B10F", 0x8C3A, Base::kColor, Kind::kUfloat, {11, 11, 10, 0}, &kPackedFloat},
     {"GL_RGB9_E5", 0x8C3D, Base::kColor, Kind::kSharedExponent, {9, 9, 9, 0}, &kTextureOnly},
-    {"GL_BGRA8_EXT", 0x93A1, Base::kColor, Kind::kUnorm, {8, 8, 8, 8}, &kBgra},
+    {"GL_BGRA8_EXT", 0x93A1, Base::kColor, Kind::kUnorm, {8, 8, 8, 8}, &kBgraOfEs},
     // Depth and stencil.
     {"GL_DEPTH_COMPONENT16", 0x81A5, Base::kDepth, Kind::kUnorm, {16, 0, 0, 0}, &kDepths},
     {"GL_DEPTH_COMPONENT24", 0x81A6, Base::kDepth, Kind::kUnorm, {24, 0, 0, 0}, &kDepths},

@@ -24,7 +24,9 @@ std::string smaller_component(const Work& work) {
                    {"green", gl::kGreenSize, bitsIf(base == Base::kColor, 1)},
                    {"blue", gl::kBlueSize, bitsIf(base == Base::kColor, 2)},
                    {"alpha", gl::kAlphaSize, work.format.bits[3]},
-                   {"luminance", gl::kLuminanceSize, bitsIf(base == Base::kLuminance, 0)},
+                   // OpenGL ES has no such query.
+                   {"luminance", gl::kLuminanceSize,
+                    bitsIf(base == Base::kLuminance && facts.profile != Profile::kEs, 0)},
                    {"depth", gl::kDepthSize, bitsIf(work.format.is_depth(), 0)},
                    {"stencil", gl::kStencilSize, base == Base::kDepthStencil ? 8 : 0}};
     for (const auto& [component, name, wanted] : queries) {
