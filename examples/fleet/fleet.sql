@@ -11,10 +11,11 @@ CREATE TABLE fleet_tests (
     PRIMARY KEY (pattern, format, capability)
 );
 
--- The verdicts of a survey, kept once likewise. A kind of context that was not offered has none.
+-- The verdicts of a survey, kept once likewise. A kind of context that was not offered has none. layout: how the texels
+-- travel, as in GL_RGBA GL_UNSIGNED_BYTE; empty where none do.
 CREATE TABLE fleet_uses (
-    pattern bytea, profile text, format text, use text, verdict text NOT NULL,
-    PRIMARY KEY (pattern, profile, format, use)
+    pattern bytea, profile text, format text, use text, layout text, verdict text NOT NULL,
+    PRIMARY KEY (pattern, profile, format, use, layout)
 );
 
 -- The numbers of a driver's version, which compare as they should: 4.5 Mesa 9.2.5 is {4,5,9,2,5,0}, older than 22.3.6.
@@ -75,10 +76,14 @@ BEGIN
                  AS capability
         WHERE NOT EXISTS (SELECT FROM fleet_tests WHERE pattern = hash);
     INSERT INTO fleet_uses
-        SELECT survey_hash, profile ->> 'profile', format ->> 'name', use, verdict
+        SELECT survey_hash, profile ->> 'profile', format ->> 'name', use, layout, verdict
         FROM jsonb_array_elements(set -> 'survey' -> 'profiles') AS profile,
              jsonb_array_elements(profile -> 'formats') AS format,
-             jsonb_each_text(format - 'name' - 'layouts') AS uses (use, verdict)
+             LATERAL (SELECT '' AS layout, format - 'name' - 'layouts' AS uses
+                      UNION ALL
+                      SELECT concat_ws(' ', travels ->> 'format', travels ->> 'type'), travels - 'format' - 'type'
+                      FROM jsonb_array_elements(format -> 'layouts') AS travels) AS asked,
+             jsonb_each_text(uses) AS each (use, verdict)
         WHERE NOT EXISTS (SELECT FROM fleet_uses WHERE pattern = survey_hash);
 END $$;
 
@@ -173,7 +178,7 @@ GROUP BY renderer_id, renderer, gl_version;
 
 -- On how many machines a use of a format has a verdict in the survey.
 CREATE VIEW fleet_survey AS
-SELECT renderer_id, renderer, profile, format, use, verdict, count(*) AS machines
+SELECT renderer_id, renderer, profile, format, use, layout, verdict, count(*) AS machines
 FROM fleet_sets JOIN fleet_uses ON fleet_uses.pattern = survey
 WHERE present
-GROUP BY renderer_id, renderer, profile, format, use, verdict;
+GROUP BY renderer_id, renderer, profile, format, use, layout, verdict;
