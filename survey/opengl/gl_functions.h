@@ -26,6 +26,8 @@ using Enum = unsigned;
     X(BindTexture, void(Enum target, unsigned texture)) \
     X(TexParameteri, void(Enum target, Enum name, int value)) \
     X(TexImage2D, void(Enum target, int level, int internalFormat, int width, int height, int border, Enum format, Enum type, const void* pixels)) \
+    X(CompressedTexImage2D, void(Enum target, int level, Enum internalFormat, int width, int height, int border, int size, const void* blocks)) \
+    X(CompressedTexSubImage2D, void(Enum target, int level, int x, int y, int width, int height, Enum format, int size, const void* blocks)) \
     X(TexStorage2D, void(Enum target, int levels, Enum internalFormat, int width, int height)) \
     X(GetTexLevelParameteriv, void(Enum target, int level, Enum name, int* value)) \
     X(GenerateMipmap, void(Enum target)) \
@@ -78,7 +80,8 @@ namespace gl {
 
 constexpr Enum kNoError = 0, kOutOfMemory = 0x0505, kContextLost = 0x0507;
 constexpr Enum kVersion = 0x1F02, kExtensions = 0x1F03, kNumExtensions = 0x821D;
-constexpr Enum kTexture2D = 0x0DE1, kUnpackAlignment = 0x0CF5, kPackAlignment = 0x0D05;
+constexpr Enum kTexture2D = 0x0DE1, kInternalFormat = 0x1003, kUnpackAlignment = 0x0CF5,
+               kPackAlignment = 0x0D05;
 constexpr Enum kMagFilter = 0x2800, kMinFilter = 0x2801, kWrapS = 0x2802, kWrapT = 0x2803,
                kMaxLevel = 0x813D;
 constexpr int kNearest = 0x2600, kLinear = 0x2601, kNearestMipmapNearest = 0x2700,

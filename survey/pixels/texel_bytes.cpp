@@ -4,6 +4,8 @@
 #include <cstdint>
 #include <cstring>
 
+#include "pixels/compressed_blocks.h"
+
 namespace texprobe::survey {
 
 namespace {
@@ -122,6 +124,7 @@ TexelLayout plain_layout(const Format& format) {
 }
 
 Bytes bytes_of(const Format& format, const TexelLayout& layout, const TexelImage& image) {
+    if (format.is_compressed()) return blocks_of(format, image);
     Bytes bytes;
     bytes.reserve(image.texels.size() * 16);
     for (const Texel& texel : image.texels) append_texel(format, layout, texel, &bytes);

@@ -4,6 +4,8 @@
 #include <cstdint>
 #include <cstdio>
 
+#include "pixels/compressed_blocks.h"
+
 namespace texprobe::survey {
 
 namespace {
@@ -161,6 +163,7 @@ double number_of(Kind kind, int bits, double value) {
 }
 
 Texel quantize(const Format& format, const Texel& texel) {
+    if (format.is_compressed()) return quantize_block(format, texel);
     if (format.kind == Kind::kSharedExponent) return quantize_shared(texel);
     Texel result = {0, 0, 0, 0};
     for (std::size_t c = 0; c < 4; ++c) {

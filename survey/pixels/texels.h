@@ -42,7 +42,8 @@ double linear_to_srgb(double linear);
 /// components are their own number.
 double number_of(Kind kind, int bits, double value);
 
-/// The nearest texel that the format holds; sRGB in linear values.
+/// The nearest texel that the format holds; sRGB in linear values. Of compressed formats, that a
+/// block of one color holds.
 Texel quantize(const Format& format, const Texel& texel);
 
 /// Values that the format holds exactly, of its whole range except denormals, NaN, infinities, -0
