@@ -45,11 +45,11 @@ void survey_profile(GLint rendererID, Profile profile) {
     const Judge judge(context);
     for (const Format& format : formats()) {
         FormatRecord record;
-        for (const Use use : kUses) {
-            if (!has_use(format, use)) continue;
+        const Work work(context, judge, format);
+        for (const Question& question : questions_of(format, profile)) {
             const double begin = processor_seconds();
-            record.uses[use] = survey_use({context, judge, format}, use, record);
-            secondsOfUses[static_cast<std::size_t>(use)] += processor_seconds() - begin;
+            record.uses[question] = answer(work, question, record);
+            secondsOfUses[static_cast<std::size_t>(question.use)] += processor_seconds() - begin;
         }
     }
 }
@@ -61,7 +61,7 @@ int main(int argc, char**) {
     for (const Profile profile : kProfiles) survey_profile(id, profile);
     if (argc == 1) return 0;
     for (const Use use : kUses) {
-        std::printf("%-15s %6.2f s\n", name_of(use), secondsOfUses[static_cast<std::size_t>(use)]);
+        std::printf("%-20s %6.2f s\n", name_of(use), secondsOfUses[static_cast<std::size_t>(use)]);
     }
     std::printf("glGenerateMipmap %.2f s\n", secondsOfGenerateMipmap);
     return 0;

@@ -5,6 +5,7 @@
 #ifndef TEXPROBE_SURVEY_GL_FUNCTIONS_H
 #define TEXPROBE_SURVEY_GL_FUNCTIONS_H
 
+#include <cstddef>
 #include <type_traits>
 
 namespace texprobe::survey {
@@ -28,8 +29,16 @@ using Enum = unsigned;
     X(TexImage2D, void(Enum target, int level, int internalFormat, int width, int height, int border, Enum format, Enum type, const void* pixels)) \
     X(CompressedTexImage2D, void(Enum target, int level, Enum internalFormat, int width, int height, int border, int size, const void* blocks)) \
     X(CompressedTexSubImage2D, void(Enum target, int level, int x, int y, int width, int height, Enum format, int size, const void* blocks)) \
+    X(TexSubImage2D, void(Enum target, int level, int x, int y, int width, int height, Enum format, Enum type, const void* pixels)) \
     X(TexStorage2D, void(Enum target, int levels, Enum internalFormat, int width, int height)) \
     X(GetTexLevelParameteriv, void(Enum target, int level, Enum name, int* value)) \
+    X(GetTexImage, void(Enum target, int level, Enum format, Enum type, void* pixels)) \
+    X(GenBuffers, void(int count, unsigned* names)) \
+    X(DeleteBuffers, void(int count, const unsigned* names)) \
+    X(BindBuffer, void(Enum target, unsigned buffer)) \
+    X(BufferData, void(Enum target, std::ptrdiff_t size, const void* bytes, Enum usage)) \
+    X(MapBufferRange, void*(Enum target, std::ptrdiff_t offset, std::ptrdiff_t size, unsigned access)) \
+    X(UnmapBuffer, unsigned char(Enum target)) \
     X(GenerateMipmap, void(Enum target)) \
     X(GenFramebuffers, void(int count, unsigned* names)) \
     X(DeleteFramebuffers, void(int count, const unsigned* names)) \
@@ -81,7 +90,12 @@ namespace gl {
 constexpr Enum kNoError = 0, kOutOfMemory = 0x0505, kContextLost = 0x0507;
 constexpr Enum kVersion = 0x1F02, kExtensions = 0x1F03, kNumExtensions = 0x821D;
 constexpr Enum kTexture2D = 0x0DE1, kInternalFormat = 0x1003, kUnpackAlignment = 0x0CF5,
-               kPackAlignment = 0x0D05;
+               kUnpackRowLength = 0x0CF2, kUnpackSkipRows = 0x0CF3, kUnpackSkipPixels = 0x0CF4,
+               kPackAlignment = 0x0D05, kPackRowLength = 0x0D02, kPackSkipRows = 0x0D03,
+               kPackSkipPixels = 0x0D04;
+constexpr Enum kPixelPackBuffer = 0x88EB, kPixelUnpackBuffer = 0x88EC, kStreamDraw = 0x88E0,
+               kStreamRead = 0x88E1, kMapRead = 1;
+constexpr Enum kImplementationColorReadType = 0x8B9A, kImplementationColorReadFormat = 0x8B9B;
 constexpr Enum kMagFilter = 0x2800, kMinFilter = 0x2801, kWrapS = 0x2802, kWrapT = 0x2803,
                kMaxLevel = 0x813D;
 constexpr int kNearest = 0x2600, kLinear = 0x2601, kNearestMipmapNearest = 0x2700,
@@ -92,7 +106,7 @@ constexpr Enum kFramebuffer = 0x8D40, kComplete = 0x8CD5, kColorAttachment = 0x8
                kDepthAttachment = 0x8D00, kDepthStencilAttachment = 0x821A;
 constexpr Enum kColor = 0x1800, kNone = 0, kOne = 1, kAlways = 0x0207, kTriangles = 0x0004;
 constexpr Enum kDither = 0x0BD0, kBlend = 0x0BE2, kDepthTest = 0x0B71, kFramebufferSrgb = 0x8DB9,
-               kClampFragmentColor = 0x891B;
+               kClampFragmentColor = 0x891B, kClampReadColor = 0x891C;
 constexpr Enum kRgba = 0x1908, kRgbaInteger = 0x8D99, kBgra = 0x80E1, kUnsignedByte = 0x1401,
                kUnsignedInt = 0x1405, kFloat = 0x1406;
 constexpr Enum kRgba8 = 0x8058, kRgba32ui = 0x8D70;

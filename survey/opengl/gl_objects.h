@@ -1,7 +1,10 @@
-// Textures and framebuffers that are gone with the object.
+// Textures, framebuffers and buffers that are gone with the object.
 
 #ifndef TEXPROBE_SURVEY_GL_OBJECTS_H
 #define TEXPROBE_SURVEY_GL_OBJECTS_H
+
+#include <cstring>
+#include <vector>
 
 #include "opengl/gl_functions.h"
 #include "table/format_table.h"
@@ -62,6 +65,39 @@ public:
 
 private:
     const Gl& gl_;
+    unsigned name_ = 0;
+};
+
+/// A buffer for pixels, bound as `target`.
+class PixelBuffer {
+public:
+    PixelBuffer(const Gl& gl, Enum target, const std::vector<unsigned char>& bytes)
+        : gl_(gl), target_(target) {
+        const bool isPacked = target == gl::kPixelPackBuffer;
+        gl_.GenBuffers(1, &name_);
+        gl_.BindBuffer(target, name_);
+        gl_.BufferData(target, static_cast<std::ptrdiff_t>(bytes.size()), bytes.data(),
+                       isPacked ? gl::kStreamRead : gl::kStreamDraw);
+    }
+    ~PixelBuffer() {
+        gl_.BindBuffer(target_, 0);
+        gl_.DeleteBuffers(1, &name_);
+    }
+    PixelBuffer(const PixelBuffer&) = delete;
+    PixelBuffer& operator=(const PixelBuffer&) = delete;
+
+    /// Its bytes; false if the driver does not give them.
+    bool read(std::vector<unsigned char>* bytes) const {
+        const auto size = static_cast<std::ptrdiff_t>(bytes->size());
+        const void* const mapped = gl_.MapBufferRange(target_, 0, size, gl::kMapRead);
+        if (!mapped) return false;
+        std::memcpy(bytes->data(), mapped, bytes->size());
+        return gl_.UnmapBuffer(target_) != 0;
+    }
+
+private:
+    const Gl& gl_;
+    const Enum target_;
     unsigned name_ = 0;
 };
 

@@ -90,7 +90,11 @@ void define_texture(const Gl& gl, const Format& format, int width, int height, c
         return gl.CompressedTexImage2D(gl::kTexture2D, 0, format.value, width, height, 0,
                                        blocks * format.block.bytes, pixels);
     }
-    const TexelLayout layout = plain_layout(format);
+    define_texture(gl, format, plain_layout(format), width, height, pixels);
+}
+
+void define_texture(const Gl& gl, const Format& format, const Layout& layout, int width, int height,
+                    const void* pixels) {
     // GL_BGRA8_EXT is for storage only.
     const Enum internalFormat = format.value == kBgra8 ? gl::kBgra : format.value;
     gl.TexImage2D(gl::kTexture2D, 0, static_cast<int>(internalFormat), width, height, 0,

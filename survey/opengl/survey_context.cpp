@@ -55,6 +55,8 @@ void set_state(const SurveyContext& context) {
     gl.PixelStorei(gl::kPackAlignment, 1);
     if (context.facts.is_desktop(30)) {
         gl.Enable(gl::kFramebufferSrgb);
+        // Otherwise negative values of signed normalized formats are read as 0.
+        gl.ClampColor(gl::kClampReadColor, 0);
         // Otherwise the compatibility profile clamps to 0 what is drawn to signed normalized
         // formats.
         if (context.facts.profile == Profile::kCompatibility) {

@@ -1,4 +1,4 @@
-// Texels as the bytes that an application sends.
+// Texels as the bytes that travel.
 
 #ifndef TEXPROBE_SURVEY_TEXEL_BYTES_H
 #define TEXPROBE_SURVEY_TEXEL_BYTES_H
@@ -6,20 +6,26 @@
 #include <vector>
 
 #include "pixels/texels.h"
+#include "table/layout_table.h"
 
 namespace texprobe::survey {
 
-/// How texels travel: OpenGL's format and type.
-struct TexelLayout {
-    unsigned format;
-    unsigned type;
-};
+/// The layout that every API accepts for the format, and that loses nothing.
+Layout plain_layout(const Format& format);
 
-/// The pair that every API accepts for the format, and that loses nothing.
-TexelLayout plain_layout(const Format& format);
+/// Of one texel.
+std::size_t texel_size(const Layout& layout);
+/// How many bits the layout has for the component; 0 where it has none.
+int bits_in(const Layout& layout, std::size_t component);
 
-/// The image in that layout, rows without gaps. Values are in the format's own scale.
-std::vector<unsigned char> bytes_of(const Format& format, const TexelLayout& layout,
+/// Adds the texel, which is in the format's own scale, rounded to what the layout holds.
+void append_texel(const Format& format, const Layout& layout, const Texel& texel,
+                  std::vector<unsigned char>* bytes);
+/// The texel in the format's own scale; what the layout does not have is as as_sampled() has it.
+Texel read_texel(const Format& format, const Layout& layout, const unsigned char* bytes);
+
+/// The image in that layout, rows without gaps.
+std::vector<unsigned char> bytes_of(const Format& format, const Layout& layout,
                                     const TexelImage& image);
 
 }  // namespace texprobe::survey

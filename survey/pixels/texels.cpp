@@ -18,10 +18,6 @@ double power_of_two(int exponent) {
     return std::ldexp(1.0, exponent);
 }
 
-bool is_normalized(Kind kind) {
-    return kind == Kind::kUnorm || kind == Kind::kSnorm || kind == Kind::kSrgb;
-}
-
 bool is_signed(Kind kind) {
     return kind == Kind::kSnorm || kind == Kind::kInt;
 }
@@ -29,12 +25,6 @@ bool is_signed(Kind kind) {
 /// The largest number of a component that is no float.
 double largest(Kind kind, int bits) {
     return static_cast<double>((std::uint64_t{1} << (is_signed(kind) ? bits - 1 : bits)) - 1);
-}
-
-/// The other way round of number_of().
-double value_of(Kind kind, int bits, double number) {
-    const double value = is_normalized(kind) ? number / largest(kind, bits) : number;
-    return kind == Kind::kSrgb ? srgb_to_linear(value) : value;
 }
 
 /// After the point; of the small floats as OpenGL defines them.
@@ -90,12 +80,14 @@ std::uint32_t scattered(int x, int y, std::size_t component) {
     return index * kOdd[component] + static_cast<std::uint32_t>(component) * 0x165667B1;
 }
 
-/// A number of that many bits. The first texels have the ends of the range.
+/// A number of that many bits. The first texels have the ends of the range, and its middle, where
+/// signed formats have 0, 1 and -1.
 double pattern_number(int bits, int x, int y, std::size_t component) {
     const double top = largest(Kind::kUint, bits);
-    const double ends[] = {0, top, 1, top - 1};
-    if (y == 0 && x < 4) {
-        return std::clamp(ends[(static_cast<std::size_t>(x) + component) % 4], 0.0, top);
+    const double middle = (top + 1) / 2;
+    const double ends[] = {0, top, 1, top - 1, middle, middle + 1, middle - 1, middle};
+    if (y == 0 && x < 8) {
+        return std::clamp(ends[(static_cast<std::size_t>(x) + component) % 8], 0.0, top);
     }
     // The low bits of an odd number's multiples have every value; the high ones vary for the eye.
     const std::uint32_t number = scattered(x, y, component);
@@ -160,6 +152,11 @@ double linear_to_srgb(double linear) {
 double number_of(Kind kind, int bits, double value) {
     if (kind == Kind::kSrgb) value = linear_to_srgb(value);
     return is_normalized(kind) ? value * largest(kind, bits) : value;
+}
+
+double value_of(Kind kind, int bits, double number) {
+    const double value = is_normalized(kind) ? number / largest(kind, bits) : number;
+    return kind == Kind::kSrgb ? srgb_to_linear(value) : value;
 }
 
 Texel quantize(const Format& format, const Texel& texel) {

@@ -42,6 +42,13 @@ double linear_to_srgb(double linear);
 /// components are their own number.
 double number_of(Kind kind, int bits, double value);
 
+/// The other way round.
+double value_of(Kind kind, int bits, double number);
+
+inline bool is_normalized(Kind kind) {
+    return kind == Kind::kUnorm || kind == Kind::kSnorm || kind == Kind::kSrgb;
+}
+
 /// The nearest texel that the format holds; sRGB in linear values. Of compressed formats, that a
 /// block of one color holds.
 Texel quantize(const Format& format, const Texel& texel);
@@ -78,23 +85,34 @@ inline std::size_t sampled_components(const Format& format) {
 std::string describe_difference(const Format& format, const Texel& expected, int x, int y,
                                 const Texel& came);
 
-/// The first texel that is farther from `expectedAt(x, y)` than `allowed(component, expected, x,
-/// y)`; empty if there is none.
-template <typename Expected, typename Allowed>
-std::string first_difference(const Format& format, const TexelImage& came, Expected expectedAt,
-                             Allowed allowed) {
+/// The first texel with a component that `isSame(component, expected, came, x, y)` does not take
+/// for that of `expectedAt(x, y)`; empty if there is none.
+template <typename Expected, typename Same>
+std::string first_mismatch(const Format& format, const TexelImage& came, Expected expectedAt,
+                           Same isSame) {
     for (int y = 0; y < came.height; ++y) {
         for (int x = 0; x < came.width; ++x) {
-            const Texel expected = expectedAt(x, y);
+            const Texel& expected = expectedAt(x, y);
             const Texel& here = came.at(x, y);
             for (std::size_t c = 0; c < sampled_components(format); ++c) {
-                const double distance = std::abs(expected[c] - here[c]);
-                if (distance == 0 || distance <= allowed(c, expected, x, y)) continue;
+                if (expected[c] == here[c] || isSame(c, expected, here, x, y)) continue;
                 return describe_difference(format, expected, x, y, here);
             }
         }
     }
     return "";
+}
+
+/// The first texel that is farther from `expectedAt(x, y)` than `allowed(component, expected, x,
+/// y)`; empty if there is none.
+template <typename Expected, typename Allowed>
+std::string first_difference(const Format& format, const TexelImage& came, Expected expectedAt,
+                             Allowed allowed) {
+    return first_mismatch(
+        format, came, expectedAt,
+        [&](std::size_t c, const Texel& expected, const Texel& here, int x, int y) {
+            return std::abs(expected[c] - here[c]) <= allowed(c, expected, x, y);
+        });
 }
 
 }  // namespace texprobe::survey

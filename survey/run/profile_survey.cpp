@@ -2,7 +2,9 @@
 
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdio>
+#include <map>
 #include <utility>
 
 #include <runs/interruption.h>
@@ -35,13 +37,34 @@ private:
     texprobe::MeasuringTurn turn_;
 };
 
+/// Each use without a layout; of the many others, how many have which verdict.
 std::string describe(const FormatRecord& record) {
     std::string text;
-    for (const auto& [use, judged] : record.uses) {
-        text +=
-            (text.empty() ? "" : ", ") + std::string(name_of(use)) + ' ' + name_of(judged.verdict);
+    std::map<Verdict, int> inLayouts;
+    const auto add = [&](const std::string& what, Verdict verdict) {
+        text += (text.empty() ? "" : ", ") + what + ' ' + name_of(verdict);
+    };
+    for (const auto& [question, judged] : record.uses) {
+        if (question.layout.is_none()) {
+            add(name_of(question), judged.verdict);
+        } else {
+            ++inLayouts[judged.verdict];
+        }
+    }
+    for (const auto& [verdict, count] : inLayouts) {
+        add(std::to_string(count) + (count == 1 ? " transfer" : " transfers"), verdict);
     }
     return text;
+}
+
+/// A process has ended in one of its uses.
+bool is_deadly(const FormatRecord& record) {
+    return record.isMeasuring ||
+           std::any_of(record.uses.begin(), record.uses.end(), [](const auto& use) {
+               const Verdict verdict = use.second.verdict;
+               return verdict == Verdict::kStarted || verdict == Verdict::kCrashed ||
+                      verdict == Verdict::kHung;
+           });
 }
 
 }  // namespace
@@ -49,7 +72,7 @@ std::string describe(const FormatRecord& record) {
 bool ProfileSurvey::is_recorded(const Format& format) const {
     if (has_no_formats(records_.profile(profile_).value_or(""))) return true;
     const auto record = records_.format(profile_, format);
-    return record && is_complete(format, *record);
+    return record && is_complete(format, profile_, *record);
 }
 
 void ProfileSurvey::survey(const Format& format) {
@@ -61,8 +84,8 @@ void ProfileSurvey::survey(const Format& format) {
         records_.synchronize();
         return;
     }
-    const auto left = records_.format(profile_, format);
-    if (!(left ? survey_use_by_use(format, *left) : survey_at_once(format))) return;
+    const FormatRecord left = records_.format(profile_, format).value_or(FormatRecord{});
+    if (!(is_deadly(left) ? survey_one_by_one(format, left) : survey_at_once(format, left))) return;
     std::fprintf(stderr, "%s[%d] %s %s: %s\n", records_.name().c_str(), getpid(), name_of(profile_),
                  format.name, describe(*records_.format(profile_, format)).c_str());
 }
@@ -93,36 +116,44 @@ bool ProfileSurvey::record(const Format& format, const FormatRecord& record) {
     return records_.synchronize();
 }
 
-bool ProfileSurvey::survey_at_once(const Format& format) {
-    FormatRecord begun;
-    begun.isMeasuring = true;
-    if (!record(format, begun)) return false;
-    FormatRecord result;
-    for (const Use use : kUses) {
-        if (has_use(format, use)) result.uses[use] = survey_one(format, use, result);
+/// What an older survey has recorded stays.
+bool ProfileSurvey::survey_at_once(const Format& format, FormatRecord left) {
+    FormatRecord result = left;
+    left.isMeasuring = true;
+    if (!record(format, left)) return false;
+    for (const Question& question : questions_of(format, profile_)) {
+        if (result.uses.count(question) != 0) continue;
+        result.uses[question] = answer_one(format, question, result);
     }
     return record(format, result);
 }
 
-/// After a death: the use that was under way is the guilty one, if that was recorded.
-bool ProfileSurvey::survey_use_by_use(const Format& format, FormatRecord left) {
+/// After a death: what was under way is guilty, if that was recorded.
+bool ProfileSurvey::survey_one_by_one(const Format& format, FormatRecord left) {
     FormatRecord result = after_end(std::move(left), Verdict::kCrashed);
     result.isMeasuring = false;
-    for (const Use use : kUses) {
-        if (!has_use(format, use) || result.uses.count(use) != 0) continue;
+    for (const Question& question : questions_of(format, profile_)) {
+        if (result.uses.count(question) != 0) continue;
         end_if_interrupted();
-        result.uses[use] = {Verdict::kStarted, ""};
+        result.uses[question] = {Verdict::kStarted, ""};
         if (!record(format, result)) return false;
-        result.uses[use] = survey_one(format, use, result);
+        result.uses[question] = answer_one(format, question, result);
     }
     return record(format, result);
 }
 
-Judged ProfileSurvey::survey_one(const Format& format, Use use, const FormatRecord& record) {
+Judged ProfileSurvey::answer_one(const Format& format, const Question& question,
+                                 const FormatRecord& record) {
     if (!opened_) opened_ = std::make_unique<Opened>(rendererID_, profile_);
-    Judged judged = survey_use({opened_->context, opened_->judge, format}, use, record);
-    // The next use gets a context of its own.
-    if (is_context_lost(judged)) opened_.reset();
+    if (!work_ || &work_->format != &format) {
+        work_ = std::make_unique<Work>(opened_->context, opened_->judge, format);
+    }
+    Judged judged = answer(*work_, question, record);
+    // The next one gets a context of its own.
+    if (is_context_lost(judged)) {
+        work_.reset();
+        opened_.reset();
+    }
     return judged;
 }
 

@@ -33,15 +33,16 @@ private:
     };
 
     bool is_offered();
-    bool survey_at_once(const Format& format);
-    bool survey_use_by_use(const Format& format, FormatRecord record);
+    bool survey_at_once(const Format& format, FormatRecord left);
+    bool survey_one_by_one(const Format& format, FormatRecord left);
     bool record(const Format& format, const FormatRecord& record);
-    Judged survey_one(const Format& format, Use use, const FormatRecord& record);
+    Judged answer_one(const Format& format, const Question& question, const FormatRecord& record);
 
     const int rendererID_;
     const Profile profile_;
     SurveyRecords& records_;
     std::unique_ptr<const Opened> opened_;
+    std::unique_ptr<const Work> work_;  ///< On the format in hand.
 };
 
 }  // namespace texprobe::survey

@@ -245,13 +245,22 @@ const Format* find_format(const std::string& name) {
 }
 
 const char* name_of(Use use) {
-    static constexpr const char* kNames[] = {"create", "create_storage", "filter",
-                                             "mipmap", "render",         "blend"};
+    static constexpr const char* kNames[] = {
+        "create",        "create_storage", "filter",
+        "mipmap",        "render",         "blend",
+        "upload",        "upload_part",    "upload_part_storage",
+        "upload_buffer", "define_buffer",  "read",
+        "read_part",     "read_buffer",    "get",
+        "get_buffer"};
     return kNames[static_cast<std::size_t>(use)];
 }
 
 bool has_use(const Format& format, Use use) {
-    if (format.is_compressed() && use > Use::kFilter) return false;
+    if (format.is_compressed()) {
+        return use <= Use::kFilter || use == Use::kUpload || use == Use::kUploadPart ||
+               use == Use::kUploadBuffer;
+    }
+    if (is_transfer(use)) return false;
     if (use == Use::kBlend) return !format.is_integer() && !format.is_depth();
     return !format.is_integer() || (use != Use::kFilter && use != Use::kMipmap);
 }

@@ -88,16 +88,43 @@ const std::vector<Format>& formats();
 /// Null for a name that is not in the table.
 const Format* find_format(const std::string& name);
 
-// What a format can be used for.
-enum class Use : unsigned char { kCreate, kCreateStorage, kFilter, kMipmap, kRender, kBlend };
+// What a format can be used for; from kUpload on, how its texels travel.
+enum class Use : unsigned char {
+    kCreate,
+    kCreateStorage,
+    kFilter,
+    kMipmap,
+    kRender,
+    kBlend,
+    kUpload,
+    kUploadPart,
+    kUploadPartStorage,
+    kUploadBuffer,
+    kDefineBuffer,
+    kRead,
+    kReadPart,
+    kReadBuffer,
+    kGet,
+    kGetBuffer
+};
 
-constexpr std::array<Use, 6> kUses = {Use::kCreate, Use::kCreateStorage, Use::kFilter,
-                                      Use::kMipmap, Use::kRender,        Use::kBlend};
+constexpr std::array<Use, 16> kUses = {
+    Use::kCreate,       Use::kCreateStorage, Use::kFilter,
+    Use::kMipmap,       Use::kRender,        Use::kBlend,
+    Use::kUpload,       Use::kUploadPart,    Use::kUploadPartStorage,
+    Use::kUploadBuffer, Use::kDefineBuffer,  Use::kRead,
+    Use::kReadPart,     Use::kReadBuffer,    Use::kGet,
+    Use::kGetBuffer};
+
+inline bool is_transfer(Use use) {
+    return use >= Use::kUpload;
+}
 
 const char* name_of(Use use);
 
-/// Does this class of formats have the use? Integers are neither filtered nor blended, and depth is
-/// not blended.
+/// Does this class of formats have the use, in no particular layout? Integers are neither filtered
+/// nor blended, and depth is not blended. Transfers are asked layout by layout, see layout_table.h,
+/// except those of compressed formats, which have no more than uploads.
 bool has_use(const Format& format, Use use);
 
 }  // namespace texprobe::survey

@@ -1,7 +1,10 @@
 #include "table/record_text.h"
 
 #include <algorithm>
+#include <cstring>
+#include <iterator>
 #include <sstream>
+#include <vector>
 
 namespace texprobe::survey {
 
@@ -17,29 +20,37 @@ std::string printable(std::string text) {
     return text;
 }
 
+/// What the words before the verdict ask; nothing if that is not known.
+std::optional<Question> find_question(const std::vector<std::string>& words) {
+    const auto use = std::find_if(kUses.begin(), kUses.end(),
+                                  [&](Use each) { return words[0] == name_of(each); });
+    if (use == kUses.end() || (words.size() != 1 && words.size() != 3)) return std::nullopt;
+    if (words.size() == 1) return Question(*use);
+    const auto layout = find_layout(words[1], words[2]);
+    return layout ? std::optional(Question(*use, *layout)) : std::nullopt;
+}
+
 /// Reads "filter wrong: why"; false for a line that is none.
 bool read_line(const std::string& line, FormatRecord* record) {
-    const std::size_t space = line.find(' ');
-    if (space == std::string::npos) return false;
-    const std::size_t colon = line.find(": ", space);
-    const std::string name = line.substr(0, space);
-    const auto verdict = find_verdict(line.substr(space + 1, colon - space - 1));
+    const std::size_t colon = line.find(": ");
+    std::istringstream head(line.substr(0, colon));
+    std::vector<std::string> words(std::istream_iterator<std::string>(head), {});
+    if (words.size() < 2) return false;
+    const auto verdict = find_verdict(words.back());
+    words.pop_back();
     if (!verdict) return false;
-    for (const Use use : kUses) {
-        if (name != name_of(use)) continue;
-        const std::string text = colon == std::string::npos ? "" : line.substr(colon + 2);
-        return record->uses.insert({use, {*verdict, text}}).second;
-    }
-    return true;
+    const auto question = find_question(words);
+    if (!question) return true;
+    const std::string text = colon == std::string::npos ? "" : line.substr(colon + 2);
+    return record->uses.insert({*question, {*verdict, text}}).second;
 }
 
 }  // namespace
 
 std::string write_record(const FormatRecord& record) {
-    if (record.isMeasuring) return kMeasuring;
-    std::string text;
-    for (const auto& [use, judged] : record.uses) {
-        text += std::string(name_of(use)) + ' ' + name_of(judged.verdict);
+    std::string text = record.isMeasuring ? kMeasuring : "";
+    for (const auto& [question, judged] : record.uses) {
+        text += name_of(question) + ' ' + name_of(judged.verdict);
         if (!judged.text.empty()) text += ": " + printable(judged.text);
         text += '\n';
     }
@@ -48,24 +59,21 @@ std::string write_record(const FormatRecord& record) {
 
 std::optional<FormatRecord> read_record(const std::string& text) {
     FormatRecord record;
-    if (text == kMeasuring) {
-        record.isMeasuring = true;
-        return record;
-    }
-    std::istringstream stream(text);
+    record.isMeasuring = text.rfind(kMeasuring, 0) == 0;
+    std::istringstream stream(record.isMeasuring ? text.substr(std::strlen(kMeasuring)) : text);
     for (std::string line; std::getline(stream, line);) {
         if (!read_line(line, &record)) return std::nullopt;
     }
     return record;
 }
 
-bool is_complete(const Format& format, const FormatRecord& record) {
-    return !record.isMeasuring && std::all_of(kUses.begin(), kUses.end(), [&](Use use) {
-        const auto found = record.uses.find(use);
-        const bool isJudged =
-            found != record.uses.end() && found->second.verdict != Verdict::kStarted;
-        return isJudged || !has_use(format, use);
-    });
+bool is_complete(const Format& format, Profile profile, const FormatRecord& record) {
+    const std::vector<Question> questions = questions_of(format, profile);
+    return !record.isMeasuring &&
+           std::all_of(questions.begin(), questions.end(), [&](const Question& question) {
+               const auto found = record.uses.find(question);
+               return found != record.uses.end() && found->second.verdict != Verdict::kStarted;
+           });
 }
 
 FormatRecord after_end(FormatRecord record, Verdict verdict) {

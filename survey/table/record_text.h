@@ -3,8 +3,11 @@
 //   create yes
 //   mipmap wrong: expected (0.5, 0, 0, 1) at 3, 4 of level 2, came (0.75, 0, 0, 1), although ...
 //
-// One line a use, in their order, with a reason where there is one. The line "measuring" alone says
-// that all uses are under way. Readers skip lines of uses that they do not know.
+//   upload GL_BGRA GL_UNSIGNED_BYTE yes
+//
+// One line a question, those without a layout first, with a reason where there is one. The line
+// "measuring" before them says that all the others are under way. Readers skip lines of uses and
+// layouts that they do not know.
 
 #ifndef TEXPROBE_SURVEY_RECORD_TEXT_H
 #define TEXPROBE_SURVEY_RECORD_TEXT_H
@@ -13,14 +16,14 @@
 #include <optional>
 #include <string>
 
-#include "table/format_table.h"
+#include "table/layout_table.h"
 #include "table/survey_verdicts.h"
 
 namespace texprobe::survey {
 
 struct FormatRecord {
     bool isMeasuring = false;  ///< Begun as a whole; the uses are not recorded one by one.
-    std::map<Use, Judged> uses;
+    std::map<Question, Judged> uses;
 
     bool operator==(const FormatRecord&) const = default;
 };
@@ -30,8 +33,8 @@ std::string write_record(const FormatRecord& record);
 /// Nothing for a text that is no record, such as a stranger's.
 std::optional<FormatRecord> read_record(const std::string& text);
 
-/// Has every use of the format a verdict?
-bool is_complete(const Format& format, const FormatRecord& record);
+/// Has everything that is asked of the format in that profile a verdict?
+bool is_complete(const Format& format, Profile profile, const FormatRecord& record);
 
 /// The record after the process that wrote it has died or was killed because it hung: the use that
 /// was under way gets that verdict. Without one that is known, the record stays as it is.

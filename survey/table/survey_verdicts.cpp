@@ -27,6 +27,7 @@ std::optional<Verdict> find_verdict(const std::string& name) {
 Judged judge(const Finding& finding, const std::string& promise) {
     const std::string& who = promise.empty() ? finding.promise : promise;
     if (finding.kind == Finding::Kind::kHolds) return {Verdict::kYes, ""};
+    if (finding.kind == Finding::Kind::kNotApplicable) return {Verdict::kNotApplicable, ""};
     if (finding.kind == Finding::Kind::kCannotTell) return {Verdict::kUnknown, finding.text};
     if (who.empty() || !finding.isPromised) return {Verdict::kNotOffered, finding.text};
     const bool isRefused = finding.kind == Finding::Kind::kRefused;

@@ -13,7 +13,7 @@ enum class Verdict : unsigned char {
     kRefused,        ///< Promised, and an error, an incomplete framebuffer or a smaller format.
     kWrong,          ///< Promised, and without an error, but other pixels.
     kNotOffered,     ///< It does not hold, and nobody promised it.
-    kNotApplicable,  ///< The format cannot be created.
+    kNotApplicable,  ///< The format cannot be created, or to be read not be rendered to.
     kCrashed,        ///< The process died in it.
     kHung,           ///< It did not come back.
     kUnknown,        ///< It could not be told; the text says why.
@@ -25,7 +25,13 @@ std::optional<Verdict> find_verdict(const std::string& name);
 
 /// How a use went, before it is known who is to blame.
 struct Finding {
-    enum class Kind : unsigned char { kHolds, kRefused, kOtherPixels, kCannotTell };
+    enum class Kind : unsigned char {
+        kHolds,
+        kRefused,
+        kOtherPixels,
+        kCannotTell,
+        kNotApplicable  ///< Something is missing that it needs, and that has a verdict of its own.
+    };
     Kind kind = Kind::kHolds;
     std::string text = {};     ///< What was expected and what came.
     std::string promise = {};  ///< Who promised it, beside the documents.

@@ -1,5 +1,8 @@
 #include "uses/uses.h"
 
+#include "pixels/compressed_blocks.h"
+#include "uses/transfers.h"
+
 namespace texprobe::survey {
 
 namespace {
@@ -10,7 +13,7 @@ struct UseRow {
     Enum query;
 };
 
-// In the order of kUses.
+// In the order of kUses, as far as the transfers.
 constexpr UseRow kUseRows[] = {{create, 0},
                                {create_storage, 0},
                                {filter, gl::kFilterQuery},
@@ -18,33 +21,60 @@ constexpr UseRow kUseRows[] = {{create, 0},
                                {render, gl::kFramebufferRenderable},
                                {blend, gl::kFramebufferBlend}};
 
-std::string who_promises_here(const Work& work, Use use, Enum query) {
+const UseRow& row_of(Use use) {
+    return kUseRows[static_cast<std::size_t>(use)];
+}
+
+std::string who_promises_here(const Work& work, const Question& question) {
     const ContextFacts& facts = work.context.facts;
-    std::string documents = who_promises(facts, work.format, use);
+    std::string documents = who_promises(facts, work.format, question);
+    if (!documents.empty() || is_transfer(question.use)) return documents;
     const bool canAsk =
         facts.is_desktop(43) || (facts.is_desktop(0) && facts.has("GL_ARB_internalformat_query2"));
-    if (!documents.empty() || !canAsk || query == 0) return documents;
+    const Enum query = row_of(question.use).query;
+    if (!canAsk || query == 0) return documents;
     int support = 0;
     work.gl().GetInternalformativ(gl::kTexture2D, work.format.value, query, 1, &support);
     take_errors(work.gl());
     return support == static_cast<int>(gl::kFullSupport) ? "the driver's own query" : "";
 }
 
+bool is_yes(const FormatRecord& record, Use use) {
+    const auto found = record.uses.find(use);
+    return found != record.uses.end() && found->second.verdict == Verdict::kYes;
+}
+
+Finding find(const Work& work, const Question& question, const FormatRecord& record) {
+    if (!is_transfer(question.use)) return row_of(question.use).find(work);
+    if (work.format.is_compressed()) {
+        return upload_blocks(work, question.use, is_yes(record, Use::kCreateStorage));
+    }
+    return question.use < Use::kRead ? upload_texels(work, question) : read_texels(work, question);
+}
+
+std::vector<unsigned char> plain_bytes(const Format& format, const TexelImage& image) {
+    return format.is_compressed() ? blocks_of(format, image)
+                                  : bytes_of(format, plain_layout(format), image);
+}
+
 }  // namespace
 
-Judged survey_use(const Work& work, Use use, const FormatRecord& record) {
+Work::Work(const SurveyContext& on, const Judge& by, const Format& of)
+    : context(on), judge(by), format(of), samples(std::make_shared<TransferSamples>()) {}
+
+Judged answer(const Work& work, const Question& question, const FormatRecord& record) {
+    const Use use = question.use;
     if (use != Use::kCreate && use != Use::kCreateStorage) {
-        const auto created = record.uses.find(Use::kCreate);
-        if (created == record.uses.end() || created->second.verdict != Verdict::kYes) {
+        const Use needed = use == Use::kUploadPartStorage ? Use::kCreateStorage : Use::kCreate;
+        if (!is_yes(record, Use::kCreate) || !is_yes(record, needed)) {
             return {Verdict::kNotApplicable, ""};
         }
         if (!work.judge.trouble().empty()) return {Verdict::kUnknown, work.judge.trouble()};
     }
-    const UseRow& row = kUseRows[static_cast<std::size_t>(use)];
-    Finding finding = row.find(work);
+    Finding finding = find(work, question, record);
     take_errors(work.gl());
     if (is_from_outside(finding.text)) finding.kind = Finding::Kind::kCannotTell;
-    return judge(finding, who_promises_here(work, use, row.query));
+    return judge(finding, who_promises_here(work, question));
 }
 
 bool is_context_lost(const Judged& judged) {
@@ -62,8 +92,7 @@ std::optional<Finding> upload(const Work& work, const Texture& texture, const Te
                               TexelImage* arrived) {
     const Format& format = work.format;
     texture.bind();
-    define_texture(work.gl(), format, image.width, image.height,
-                   bytes_of(format, plain_layout(format), image).data());
+    define_texture(work.gl(), format, image.width, image.height, plain_bytes(format, image).data());
     const std::string errors = take_errors(work.gl());
     if (!errors.empty()) return cannot_tell("nothing can be sent to the texture: " + errors);
     *arrived = work.judge.look(texture, format, 0, image.width, image.height);

@@ -3,6 +3,7 @@
 #ifndef TEXPROBE_SURVEY_USES_H
 #define TEXPROBE_SURVEY_USES_H
 
+#include <memory>
 #include <optional>
 #include <string>
 #include <utility>
@@ -12,11 +13,16 @@
 
 namespace texprobe::survey {
 
-/// What a use works with.
+class TransferSamples;
+
+/// What the uses of a format work with.
 struct Work {
+    Work(const SurveyContext& on, const Judge& by, const Format& of);
+
     const SurveyContext& context;
     const Judge& judge;
     const Format& format;
+    const std::shared_ptr<TransferSamples> samples;
 
     const Gl& gl() const { return context.gl; }
 };
@@ -27,9 +33,11 @@ Finding filter(const Work& work);
 Finding generate_mipmap(const Work& work);
 Finding render(const Work& work);
 Finding blend(const Work& work);
+/// Of compressed formats; also to a texture of glTexStorage2D where there is one.
+Finding upload_blocks(const Work& work, Use use, bool hasStorage);
 
-/// The verdict on one use; those of the uses before it are in `record`.
-Judged survey_use(const Work& work, Use use, const FormatRecord& record);
+/// The verdict on one question; those on the ones before it are in `record`.
+Judged answer(const Work& work, const Question& question, const FormatRecord& record);
 
 /// Has the driver said that the context is lost?
 bool is_context_lost(const Judged& judged);

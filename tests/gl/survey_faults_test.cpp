@@ -53,11 +53,11 @@ protected:
         for (const char* name : kSample) {
             const Format& format = *find_format(name);
             FormatRecord record;
-            for (const Use use : kUses) {
-                if (!has_use(format, use)) continue;
-                record.uses[use] = survey_use({context, judge, format}, use, record);
-                const Verdict verdict = record.uses[use].verdict;
-                const std::string key = std::string(name) + ' ' + name_of(use);
+            const Work work(context, judge, format);
+            for (const Question& question : questions_of(format, profile)) {
+                record.uses[question] = answer(work, question, record);
+                const Verdict verdict = record.uses[question].verdict;
+                const std::string key = std::string(name) + ' ' + name_of(question);
                 if (verdict != Verdict::kYes) found[key] = name_of(verdict);
             }
         }

@@ -71,7 +71,7 @@ TEST(Survey, records_every_format_of_every_profile_and_finds_what_mesa_does) {
     for (const survey::Profile profile : survey::kProfiles) {
         for (const survey::Format& format : survey::formats()) {
             const std::string key = std::string(survey::name_of(profile)) + '.' + format.name;
-            EXPECT_TRUE(is_complete(format, read_survey_record(records, key))) << key;
+            EXPECT_TRUE(is_complete(format, profile, read_survey_record(records, key))) << key;
         }
     }
     // What Mesa certainly does.

@@ -168,14 +168,15 @@ TEST(SurveyTable, gives_a_class_of_formats_only_the_uses_that_it_has) {
     EXPECT_EQ(uses("GL_RGBA8"), "create create_storage filter mipmap render blend ");
     EXPECT_EQ(uses("GL_RGB10_A2UI"), "create create_storage render ");
     EXPECT_EQ(uses("GL_DEPTH24_STENCIL8"), "create create_storage filter mipmap render ");
-    EXPECT_EQ(uses("GL_COMPRESSED_RED_RGTC1"), "create create_storage filter ");
+    EXPECT_EQ(uses("GL_COMPRESSED_RED_RGTC1"),
+              "create create_storage filter upload upload_part upload_buffer ");
 }
 
 /// The uses that somebody promises.
 std::string promised(const ContextFacts& facts, const char* name) {
     std::string text;
     for (const Use use : kUses) {
-        if (!has_use(survey_row(name), use)) continue;
+        if (!has_use(survey_row(name), use) || is_transfer(use)) continue;
         const std::string who = who_promises(facts, survey_row(name), use);
         if (!who.empty()) text += std::string(name_of(use)) + " by " + who + "; ";
     }
@@ -320,23 +321,54 @@ TEST(SurveyRecord, is_read_as_it_was_written) {
     EXPECT_TRUE(read_record("measuring\n")->isMeasuring);
 }
 
+TEST(SurveyRecord, has_the_layout_behind_the_use) {
+    const Layout bgra = {0x80E1, 0x1401};
+    FormatRecord record;
+    record.uses[{Use::kUpload, bgra}] = {Verdict::kWrong, "why: so"};
+    record.uses[{Use::kRead, {0x1908, 0x8368}}] = {Verdict::kYes, ""};
+    record.uses[Use::kBlend] = {Verdict::kYes, ""};
+    record.isMeasuring = true;
+    const std::string text =
+        "measuring\nblend yes\nread GL_RGBA GL_UNSIGNED_INT_2_10_10_10_REV yes\n"
+        "upload GL_BGRA GL_UNSIGNED_BYTE wrong: why: so\n";
+    EXPECT_EQ(write_record(record), text);
+    EXPECT_EQ(read_record(text), record);
+}
+
 TEST(SurveyRecord, of_a_stranger_is_none) {
     for (const char* text : {"create", "create perhaps\n", "create yes\ncreate yes\n", "\n", "yes",
-                             "measuring\ncreate yes\n", "create yes\n\n", "true"}) {
+                             "create yes\nmeasuring\n", "create yes\n\n", "true",
+                             "upload GL_BGRA GL_UNSIGNED_BYTE\n"}) {
         EXPECT_FALSE(read_record(text)) << text;
     }
     // What a later version adds.
-    EXPECT_EQ(write_record(*read_record("create yes\nGL_RGBA/GL_FLOAT,upload yes\n")),
-              "create yes\n");
+    for (const char* added : {"stretch yes", "upload GL_RGBA GL_DOUBLE wrong: why",
+                              "upload GL_RGBA yes", "upload GL_RED GL_BYTE GL_TEXTURE_3D yes"}) {
+        EXPECT_EQ(write_record(*read_record(std::string("create yes\n") + added + '\n')),
+                  "create yes\n");
+    }
 }
 
 TEST(SurveyRecord, is_complete_when_every_use_of_the_format_has_a_verdict) {
-    const auto complete = [](const char* format, const char* text) {
-        return is_complete(survey_row(format), *read_record(text));
+    const auto complete = [](const char* format, const std::string& text) {
+        return is_complete(survey_row(format), Profile::kEs, *read_record(text));
     };
-    EXPECT_TRUE(complete("GL_R8UI", "create yes\ncreate_storage yes\nrender yes\n"));
-    EXPECT_FALSE(complete("GL_R8UI", "create yes\ncreate_storage yes\nrender started\n"));
-    EXPECT_FALSE(complete("GL_R8", "create yes\ncreate_storage yes\nrender yes\n"));
+    const std::string uses = "create yes\ncreate_storage yes\nrender yes\n";
+    std::string transfers;
+    for (const char* use : {"upload", "upload_part", "upload_part_storage", "upload_buffer",
+                            "define_buffer", "read", "read_part", "read_buffer"}) {
+        transfers += std::string(use) + " GL_RED_INTEGER GL_UNSIGNED_BYTE yes\n";
+    }
+    for (const char* use : {"read", "read_part", "read_buffer"}) {
+        transfers += std::string(use) + " GL_RGBA_INTEGER GL_UNSIGNED_INT yes\n";
+    }
+    EXPECT_TRUE(complete("GL_R8UI", uses + transfers));
+    // One of an older survey, which did not ask for layouts.
+    EXPECT_FALSE(complete("GL_R8UI", uses));
+    EXPECT_FALSE(complete("GL_R8UI", "create yes\ncreate_storage yes\n" + transfers));
+    EXPECT_FALSE(
+        complete("GL_R8UI", "create yes\ncreate_storage yes\nrender started\n" + transfers));
+    EXPECT_FALSE(complete("GL_R8", uses + transfers));
     EXPECT_FALSE(complete("GL_R8UI", "measuring\n"));
     EXPECT_FALSE(complete("GL_R8UI", ""));
 }

@@ -14,16 +14,42 @@ constexpr int kSurveyVersion = 1;
 
 constexpr const char* kIndent = "            ";
 
-Json format_of(const survey::Format& format, const survey::FormatRecord& record) {
-    Json object = {{"name", format.name}};
+/// What is asked in one layout, or in none. Adds nothing where that is nothing.
+void add_verdicts(const survey::Format& format, const survey::Layout& layout,
+                  survey::Profile profile, const survey::FormatRecord& record, Json* object) {
     for (const survey::Use use : survey::kUses) {
-        if (!has_use(format, use)) continue;
-        const auto judged = record.uses.find(use);
-        object[name_of(use)] =
+        if (!has_question(format, {use, layout}, profile)) continue;
+        const auto judged = record.uses.find({use, layout});
+        (*object)[name_of(use)] =
             judged == record.uses.end() ? kUnmeasuredUse : name_of(judged->second.verdict);
     }
-    object["layouts"] = Json::array();
+}
+
+Json names_of(const survey::Layout& layout) {
+    return {{"format", format_of(layout).name}, {"type", type_of(layout).name}};
+}
+
+Json describe(const survey::Format& format, survey::Profile profile,
+              const survey::FormatRecord& record) {
+    Json object = {{"name", format.name}};
+    add_verdicts(format, {}, profile, record, &object);
+    Json layouts = Json::array();
+    for (const survey::Layout& layout : layouts_of(format)) {
+        Json each = names_of(layout);
+        const std::size_t size = each.size();
+        add_verdicts(format, layout, profile, record, &each);
+        if (each.size() != size) layouts.push_back(std::move(each));
+    }
+    object["layouts"] = std::move(layouts);
     return object;
+}
+
+Json detail_of(const survey::Format& format, const survey::Question& question,
+               const std::string& text) {
+    Json detail = {{"name", format.name}};
+    if (!question.layout.is_none()) detail.update(names_of(question.layout));
+    detail.update({{"use", name_of(question.use)}, {"text", text}});
+    return detail;
 }
 
 void write_profile(const SurveyedProfile& profile, std::ostream& output) {
@@ -31,11 +57,10 @@ void write_profile(const SurveyedProfile& profile, std::ostream& output) {
     std::vector<Json> details;
     for (std::size_t i = 0; i < profile.formats.size() && profile.lack.empty(); ++i) {
         const survey::Format& format = survey::formats()[i];
-        formats.push_back(format_of(format, profile.formats[i]));
-        for (const auto& [use, judged] : profile.formats[i].uses) {
-            if (judged.text.empty() || !has_use(format, use)) continue;
-            details.push_back(
-                {{"name", format.name}, {"use", name_of(use)}, {"text", judged.text}});
+        formats.push_back(describe(format, profile.profile, profile.formats[i]));
+        for (const auto& [question, judged] : profile.formats[i].uses) {
+            if (judged.text.empty() || !has_question(format, question, profile.profile)) continue;
+            details.push_back(detail_of(format, question, judged.text));
         }
     }
     output << "\n          {\n"
@@ -57,14 +82,25 @@ const survey::Format& read_format(const Json& object, const Expect& expect) {
     return *format;
 }
 
-void read_verdicts(const Json& object, const survey::Format& format, survey::FormatRecord* record,
-                   const Expect& expect) {
-    if (!record->uses.empty()) {
-        expect.fail(object, fmt::format("\"{}\" is given twice", format.name));
+/// The layout that an object names; none where it names none.
+survey::Layout read_layout(const Json& object, const Expect& expect) {
+    if (!object.contains("format") && !object.contains("type")) return {};
+    const std::string& format = expect.text(object, "format");
+    const auto layout = survey::find_layout(format, expect.text(object, "type"));
+    if (!layout) {
+        expect.fail(expect.member(object, "format"),
+                    in_quotes(format) + " and \"type\" are no layout of the survey");
     }
+    return *layout;
+}
+
+/// Those in one layout, or in none.
+void read_verdicts(const Json& object, const survey::Format& format, const survey::Layout& layout,
+                   survey::Profile profile, survey::FormatRecord* record, const Expect& expect) {
     for (const survey::Use use : survey::kUses) {
         const char* const member = name_of(use);
-        if (!has_use(format, use)) {
+        const survey::Question question(use, layout);
+        if (!has_question(format, question, profile)) {
             if (!object.contains(member)) continue;
             expect.fail(expect.member(object, member),
                         fmt::format("{} has no use \"{}\"", format.name, member));
@@ -72,7 +108,7 @@ void read_verdicts(const Json& object, const survey::Format& format, survey::For
         const std::string& name = expect.text(object, member);
         const auto verdict = survey::find_verdict(name);
         if (verdict && *verdict != survey::Verdict::kStarted) {
-            record->uses[use] = {*verdict, ""};
+            record->uses[question] = {*verdict, ""};
         } else if (name != kUnmeasuredUse) {
             expect.fail(expect.member(object, member),
                         fmt::format("\"{}\" is {}; expected yes, refused, wrong, not_offered, "
@@ -80,8 +116,27 @@ void read_verdicts(const Json& object, const survey::Format& format, survey::For
                                     member, in_quotes(name)));
         }
     }
-    if (!expect.array(object, "layouts").empty()) {
-        expect.fail(expect.member(object, "layouts"), "\"layouts\" must be empty");
+}
+
+/// A document may lack layouts, which are unmeasured then.
+void read_surveyed_format(const Json& object, const survey::Format& format, survey::Profile profile,
+                          survey::FormatRecord* record, const Expect& expect) {
+    if (!record->uses.empty()) {
+        expect.fail(object, fmt::format("\"{}\" is given twice", format.name));
+    }
+    read_verdicts(object, format, {}, profile, record, expect);
+    std::vector<survey::Layout> seen;
+    for (const Json& each : expect.array(object, "layouts")) {
+        const survey::Layout layout = read_layout(each, expect);
+        const std::vector<survey::Layout>& known = layouts_of(format);
+        if (std::find(known.begin(), known.end(), layout) == known.end()) {
+            expect.fail(each, fmt::format("this is no layout of {}", format.name));
+        }
+        if (std::find(seen.begin(), seen.end(), layout) != seen.end()) {
+            expect.fail(each, "this layout is given twice");
+        }
+        seen.push_back(layout);
+        read_verdicts(each, format, layout, profile, record, expect);
     }
 }
 
@@ -91,8 +146,10 @@ void read_detail(const Json& object, SurveyedProfile* profile, const Expect& exp
     const std::string& text = expect.text(object, "text");
     auto& uses =
         profile->formats[static_cast<std::size_t>(&format - survey::formats().data())].uses;
-    const auto found = std::find_if(uses.begin(), uses.end(),
-                                    [&](const auto& use) { return name == name_of(use.first); });
+    const survey::Layout layout = read_layout(object, expect);
+    const auto found = std::find_if(uses.begin(), uses.end(), [&](const auto& use) {
+        return layout == use.first.layout && name == name_of(use.first.use);
+    });
     if (found == uses.end()) {
         expect.fail(
             expect.member(object, "use"),
@@ -134,7 +191,7 @@ SurveyedProfile read_profile(const Json& object, const Expect& expect) {
     for (const Json& each : formats) {
         const survey::Format& format = read_format(each, expect);
         const auto index = static_cast<std::size_t>(&format - survey::formats().data());
-        read_verdicts(each, format, &profile.formats[index], expect);
+        read_surveyed_format(each, format, profile.profile, &profile.formats[index], expect);
     }
     for (const Json& each : details) read_detail(each, &profile, expect);
     return profile;

@@ -15,10 +15,10 @@ namespace texprobe::ctl {
 
 namespace {
 
-/// The use that is under way in a record; none in one that is whole, or begun as a whole.
-const survey::Use* use_under_way(const survey::FormatRecord& record) {
-    for (const auto& [use, judged] : record.uses) {
-        if (judged.verdict == survey::Verdict::kStarted) return &use;
+/// What is under way in a record; nothing in one that is whole, or begun as a whole.
+const survey::Question* use_under_way(const survey::FormatRecord& record) {
+    for (const auto& [question, judged] : record.uses) {
+        if (judged.verdict == survey::Verdict::kStarted) return &question;
     }
     return nullptr;
 }
@@ -46,7 +46,7 @@ KeyChange judge_profile(const SurveyTexts& before, const std::string& key, const
 
 KeyChange judge_format(survey::FormatRecord record, const std::string& text, bool isOutside,
                        const SurveyEnd& survey) {
-    const survey::Use* const use = use_under_way(record);
+    const survey::Question* const use = use_under_way(record);
     // The next run does it again, with a record before each use.
     if (!isOutside && !use) return KeyChange(text);
     if (isOutside) {
@@ -169,14 +169,14 @@ SurveyJudgement judge_survey(const SurveyTexts& before, const SurveyTexts& now,
         if (old != before.end() && old->second == text) continue;
         const bool isProfile = key.find('.') == std::string::npos;
         const auto record = isProfile ? std::nullopt : survey::read_record(text);
-        const survey::Use* const use = record ? use_under_way(*record) : nullptr;
+        const survey::Question* const use = record ? use_under_way(*record) : nullptr;
         const bool isUnderWay =
             isProfile ? survey::is_opening(text) : use || (record && record->isMeasuring);
         if (!isUnderWay) continue;
         std::string inHand = key;
         std::replace(inHand.begin(), inHand.end(), '.', ' ');
         if (isProfile) inHand = "opening a context of " + key;
-        if (use) inHand += std::string(" ") + name_of(*use);
+        if (use) inHand += ' ' + name_of(*use);
         const bool isOutside = is_from_outside(end, inHand, endedFromOutside);
         const KeyChange change = isProfile ? judge_profile(before, key, text, isOutside, end.end)
                                            : judge_format(*record, text, isOutside, end);

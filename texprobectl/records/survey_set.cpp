@@ -29,7 +29,7 @@ std::string describe_missing(const Survey& survey, const SurveyChoice& choice,
         }
         for (std::size_t i = 0; i < found->formats.size(); ++i) {
             const survey::Format& format = survey::formats()[i];
-            if (choice.has(format) && !is_complete(format, found->formats[i])) {
+            if (choice.has(format) && !is_complete(format, profile, found->formats[i])) {
                 return std::string(format.name) + " in " + words_of(profile) + rest;
             }
         }

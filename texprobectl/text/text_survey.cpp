@@ -35,10 +35,11 @@ const char* words_of(survey::Verdict verdict) {
     }
 }
 
-Shown show_use(const survey::Format& format, survey::Use use, const survey::FormatRecord& record,
+Shown show_use(const survey::Format& format, const survey::Question& question,
+               survey::Profile profile, const survey::FormatRecord& record,
                const Terminal& terminal) {
-    const auto found = record.uses.find(use);
-    if (!has_use(format, use)) return {};
+    const auto found = record.uses.find(question);
+    if (!has_question(format, question, profile)) return {};
     if (found == record.uses.end()) return show_verdict(Verdict::kUnmeasured, terminal);
     switch (found->second.verdict) {
         case survey::Verdict::kYes:
@@ -78,8 +79,10 @@ private:
             for (std::size_t i = 0; i < profile.formats.size(); ++i) {
                 const survey::Format& format = survey::formats()[i];
                 if (!choice_.has(format)) continue;
-                for (const auto& [use, judged] : profile.formats[i].uses) {
-                    if (has_use(format, use)) tell(profile, format, use, judged);
+                for (const auto& [question, judged] : profile.formats[i].uses) {
+                    if (has_question(format, question, profile.profile)) {
+                        tell(profile, format, question, judged);
+                    }
                 }
             }
         }
@@ -119,10 +122,10 @@ private:
     std::vector<Sentence> find_sentences() const {
         std::vector<Sentence> sentences;
         for_each_verdict([&](const SurveyedProfile& profile, const survey::Format& format,
-                             survey::Use use, const survey::Judged& judged) {
+                             const survey::Question& question, const survey::Judged& judged) {
             if (!is_told(judged.verdict)) return;
             const char* const where = ctl::words_of(profile.profile);
-            std::string told = fmt::format("{} {}{}{}", name_of(use), words_of(judged.verdict),
+            std::string told = fmt::format("{} {}{}{}", name_of(question), words_of(judged.verdict),
                                            judged.text.empty() ? "" : ", ", judged.text);
             const auto same =
                 std::find_if(sentences.begin(), sentences.end(), [&](const Sentence& each) {
@@ -161,7 +164,8 @@ private:
             const survey::Format& format = survey::formats()[i];
             if (!choice_.has(format)) continue;
             for (std::size_t use = 0; use < row.size(); ++use) {
-                row[use] = show_use(format, survey::kUses[use], profile.formats[i], terminal_);
+                row[use] = show_use(format, survey::kUses[use], profile.profile, profile.formats[i],
+                                    terminal_);
             }
             write_row(format.name, row, terminal_, stream_);
         }
@@ -171,7 +175,7 @@ private:
     void write_legend() {
         std::set<survey::Verdict> verdicts;
         std::map<std::string, int> unknown;
-        for_each_verdict([&](const SurveyedProfile&, const survey::Format&, survey::Use,
+        for_each_verdict([&](const SurveyedProfile&, const survey::Format&, const survey::Question&,
                              const survey::Judged& judged) {
             verdicts.insert(judged.verdict);
             if (judged.verdict == survey::Verdict::kUnknown) ++unknown[judged.text];

@@ -1,0 +1,164 @@
+// Texels on their way back: glReadPixels, and glGetTexImage. They are compared with what the judge
+// has seen in the texture, so that a bad upload is not blamed on them.
+
+#include <optional>
+
+#include "uses/transfers.h"
+
+namespace texprobe::survey {
+
+namespace {
+
+/// What a use of reading does.
+struct Reading {
+    bool isPart = false;
+    bool isToBuffer = false;
+    bool isGet = false;
+};
+
+Reading reading_of(Use use) {
+    Reading reading;
+    reading.isPart = use == Use::kReadPart;
+    reading.isToBuffer = use == Use::kReadBuffer || use == Use::kGetBuffer;
+    reading.isGet = use == Use::kGet || use == Use::kGetBuffer;
+    return reading;
+}
+
+class Receiving {
+public:
+    Receiving(const Work& work, const Question& question, const ImageSize& size)
+        : gl_(work.gl()),
+          format_(work.format),
+          layout_(question.layout),
+          reading_(reading_of(question.use)),
+          size_(size),
+          part_(reading_.isPart ? size.part : size.whole()) {}
+
+    Finding run(const SeenTexture& source) const {
+        Placement placement =
+            reading_.isPart ? placement_of_part(part_) : placement_of_whole(part_);
+        if (reading_.isToBuffer) placement.offset = offset_in_buffer(layout_);
+        ImageMemory memory(placement, layout_);
+        source.texture().bind();
+        const bool isInRows = reading_.isPart;
+        if (isInRows) set_rows(placement);
+        const bool isMapped = receive(&memory);
+        if (isInRows) set_rows({});
+        const std::string errors = take_errors(gl_);
+        const std::string call = reading_.isGet ? "glGetTexImage" : "glReadPixels";
+        if (!errors.empty()) return refused(call + " gives " + errors);
+        if (!isMapped) return cannot_tell("the buffer cannot be mapped");
+        const std::string difference = compare(memory, source.seen());
+        if (!difference.empty()) return of_difference(difference, size_.name());
+        if (memory.is_untouched_around()) return {};
+        return of_difference("bytes around the image are overwritten", size_.name());
+    }
+
+private:
+    void set_rows(const Placement& placement) const {
+        gl_.PixelStorei(gl::kPackRowLength, placement.rowLength);
+        gl_.PixelStorei(gl::kPackSkipPixels, placement.skipPixels);
+        gl_.PixelStorei(gl::kPackSkipRows, placement.skipRows);
+    }
+
+    /// False if the buffer's bytes cannot be had.
+    bool receive(ImageMemory* memory) const {
+        if (!reading_.isToBuffer) {
+            call(memory->begin());
+            return true;
+        }
+        const std::size_t offset = offset_in_buffer(layout_);
+        const PixelBuffer buffer(gl_, gl::kPixelPackBuffer, memory->bytes());
+        call(reinterpret_cast<void*>(offset));
+        return buffer.read(&memory->bytes());
+    }
+
+    void call(void* pixels) const {
+        if (reading_.isGet) {
+            gl_.GetTexImage(gl::kTexture2D, 0, layout_.format, layout_.type, pixels);
+        } else {
+            gl_.ReadPixels(part_.x, part_.y, part_.width, part_.height, layout_.format,
+                           layout_.type, pixels);
+        }
+    }
+
+    std::string compare(const ImageMemory& memory, const TexelImage& seen) const {
+        for (int y = 0; y < part_.height; ++y) {
+            const unsigned char* bytes = memory.row(y);
+            for (int x = 0; x < part_.width; ++x, bytes += texel_size(layout_)) {
+                const Texel& expected = seen.at(part_.x + x, part_.y + y);
+                const Texel came = read_texel(format_, layout_, bytes);
+                if (is_same(expected, came)) continue;
+                return describe_difference(format_, expected, part_.x + x, part_.y + y, came);
+            }
+        }
+        return "";
+    }
+
+    bool is_same(const Texel& expected, const Texel& came) const {
+        for (std::size_t c = 0; c < sampled_components(format_); ++c) {
+            const int bits = bits_in(layout_, c);
+            if (bits != 0 &&
+                !is_transferred(format_.kind_of(c), format_.bits[c], bits, expected[c], came[c])) {
+                return false;
+            }
+        }
+        return true;
+    }
+
+    const Gl& gl_;
+    const Format& format_;
+    const Layout layout_;
+    const Reading reading_;
+    const ImageSize& size_;
+    const ImagePart part_;
+};
+
+/// Beside the documents, the driver says what it can return from the framebuffer that is bound.
+std::string who_promises_beside(const Gl& gl, const Layout& layout) {
+    int format = 0;
+    int type = 0;
+    gl.GetIntegerv(gl::kImplementationColorReadFormat, &format);
+    gl.GetIntegerv(gl::kImplementationColorReadType, &type);
+    take_errors(gl);
+    const bool isThis =
+        format == static_cast<int>(layout.format) && type == static_cast<int>(layout.type);
+    return isThis ? "the driver's own query" : "";
+}
+
+Finding read_image(const Work& work, const Question& question, const ImageSize& size) {
+    SeenTexture& source = work.samples->seen_texture(work, size);
+    if (!source.trouble().empty()) {
+        return cannot_tell("nothing can be sent to the texture: " + source.trouble());
+    }
+    const Receiving receiving(work, question, size);
+    const bool isEs = work.context.facts.profile == Profile::kEs;
+    std::string promise;
+    const auto receive = [&]() -> Finding {
+        if (reading_of(question.use).isGet) return receiving.run(source);
+        const Framebuffer framebuffer(work.gl(), work.format, source.texture());
+        if (framebuffer.status() != gl::kComplete) return {Finding::Kind::kNotApplicable};
+        if (isEs) promise = who_promises_beside(work.gl(), question.layout);
+        return receiving.run(source);
+    };
+    Finding finding = receive();
+    // Other texels in the same texture: what was read before must not come again.
+    if (finding.kind == Finding::Kind::kHolds && &size == &kOddImage) {
+        source.renew(work);
+        finding = receive();
+    }
+    finding.promise = promise;
+    return finding;
+}
+
+}  // namespace
+
+Finding read_texels(const Work& work, const Question& question) {
+    for (const ImageSize* size : {&kLargeImage, &kOddImage}) {
+        Finding finding = read_image(work, question, *size);
+        if (finding.kind != Finding::Kind::kHolds) return finding;
+    }
+    return {};
+}
+
+}  // namespace texprobe::survey
