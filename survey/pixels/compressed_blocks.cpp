@@ -292,22 +292,23 @@ Texel block_pattern(const Format& format, int column, int row) {
     return quantize_block(format, pattern(whole, x, y));
 }
 
-TexelImage block_image(const Format& format, int width, int height, int firstColumn) {
-    const int side = format.block.side;
-    const TexelImage blocks =
-        make_image(blocks_across(format, width), blocks_across(format, height),
-                   [&](int x, int y) { return block_pattern(format, x + firstColumn, y); });
-    return make_image(width, height, [&](int x, int y) { return blocks.at(x / side, y / side); });
+TexelImage block_colors(const Format& format, int width, int height, int firstColumn) {
+    return make_image(
+        blocks_across(format, width), blocks_across(format, height),
+        [&](int column, int row) { return block_pattern(format, column + firstColumn, row); });
 }
 
-std::vector<unsigned char> blocks_of(const Format& format, const TexelImage& image) {
+TexelImage block_colors(const Format& format, const TexelImage& image) {
     const int side = format.block.side;
+    return make_image(blocks_across(format, image.width), blocks_across(format, image.height),
+                      [&](int column, int row) { return image.at(column * side, row * side); });
+}
+
+std::vector<unsigned char> blocks_of(const Format& format, const TexelImage& colors) {
     std::vector<unsigned char> bytes;
-    for (int y = 0; y < image.height; y += side) {
-        for (int x = 0; x < image.width; x += side) {
-            BlockWriter writer(&bytes, is_highest_first(format.block.scheme));
-            put_block(format, numbers_of(format, image.at(x, y)), &writer);
-        }
+    for (const Texel& color : colors.texels) {
+        BlockWriter writer(&bytes, is_highest_first(format.block.scheme));
+        put_block(format, numbers_of(format, color), &writer);
     }
     return bytes;
 }

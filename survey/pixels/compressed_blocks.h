@@ -21,11 +21,14 @@ Texel quantize_block(const Format& format, const Texel& texel);
 /// value of components of eight bits.
 Texel block_pattern(const Format& format, int column, int row);
 
-/// An image of such blocks, from that column on; those at the right and upper edge may be cut.
-TexelImage block_image(const Format& format, int width, int height, int firstColumn = 0);
+/// The colors of the blocks of an image of that size, from that column on.
+TexelImage block_colors(const Format& format, int width, int height, int firstColumn = 0);
 
-/// The bytes of an image of such blocks.
-std::vector<unsigned char> blocks_of(const Format& format, const TexelImage& image);
+/// Those of an image of blocks of one color each.
+TexelImage block_colors(const Format& format, const TexelImage& image);
+
+/// The bytes of blocks of these colors.
+std::vector<unsigned char> blocks_of(const Format& format, const TexelImage& colors);
 
 }  // namespace texprobe::survey
 

@@ -52,52 +52,75 @@ std::string name_of_way(const BlockWay& way, const Area& image, const Area& area
     return name + (way.isFromBuffer ? ", from a buffer: " : ": ");
 }
 
-void send_blocks(const Work& work, const Area& area, const TexelImage& image, bool isFromBuffer) {
-    const Gl& gl = work.gl();
-    const TexelImage part = make_image(
-        area.width, area.height, [&](int x, int y) { return image.at(area.x + x, area.y + y); });
-    std::vector<unsigned char> bytes = blocks_of(work.format, part);
+void send_blocks(const Work& work, const Area& area, const TexelImage& colors, bool isFromBuffer) {
+    const Format& format = work.format;
+    const int side = format.block.side;
+    const TexelImage part =
+        make_image(blocks_across(format, area.width), blocks_across(format, area.height),
+                   [&](int column, int row) {
+                       return colors.at(area.x / side + column, area.y / side + row);
+                   });
+    std::vector<unsigned char> bytes = blocks_of(format, part);
     const auto size = static_cast<int>(bytes.size());
     const auto send = [&](const void* from) {
-        gl.CompressedTexSubImage2D(gl::kTexture2D, 0, area.x, area.y, area.width, area.height,
-                                   work.format.value, size, from);
+        work.gl().CompressedTexSubImage2D(gl::kTexture2D, 0, area.x, area.y, area.width,
+                                          area.height, format.value, size, from);
     };
     if (!isFromBuffer) return send(bytes.data());
     // Behind three blocks that are not meant.
-    const auto offset = static_cast<std::size_t>(3 * work.format.block.bytes);
+    const auto offset = static_cast<std::size_t>(3 * format.block.bytes);
     bytes.insert(bytes.begin(), offset, 0);
-    const PixelBuffer buffer(gl, gl::kPixelUnpackBuffer, bytes);
+    const PixelBuffer buffer(work.gl(), gl::kPixelUnpackBuffer, bytes);
     send(reinterpret_cast<const void*>(offset));
 }
 
-/// The texture that is bound gets its size and the image.
+/// The texture that is bound gets its size and blocks of these colors.
 void make_texture(const Work& work, const BlockWay& way, const Area& size,
-                  const TexelImage& image) {
+                  const TexelImage& colors) {
     if (!way.isStorage) {
         return define_texture(work.gl(), work.format, size.width, size.height,
-                              blocks_of(work.format, image).data());
+                              blocks_of(work.format, colors).data());
     }
     work.gl().TexStorage2D(gl::kTexture2D, 1, work.format.value, size.width, size.height);
-    send_blocks(work, size, image, false);
+    send_blocks(work, size, colors, false);
 }
 
-Finding try_way(const Work& work, const BlockWay& way, const Area& image) {
+/// The same as difference_from(), but with the work for each block instead of each texel.
+std::string difference_from_blocks(const Format& format, const TexelImage& colors,
+                                   const TexelImage& came) {
+    const int side = format.block.side;
+    TexelImage expected = colors;
+    TexelImage allowed = colors;
+    for (std::size_t i = 0; i < colors.texels.size(); ++i) {
+        expected.texels[i] = as_sampled(format, colors.texels[i]);
+        for (std::size_t c = 0; c < 4; ++c) {
+            allowed.texels[i][c] = tolerance(format, c, expected.texels[i]);
+        }
+    }
+    return first_difference(
+        format, came, [&](int x, int y) { return expected.at(x / side, y / side); },
+        [&](std::size_t c, const Texel&, int x, int y) {
+            return allowed.at(x / side, y / side)[c];
+        });
+}
+
+/// Blocks of `before` in the whole image, and then some of `sent`.
+Finding try_way(const Work& work, const BlockWay& way, const Area& image, const TexelImage& before,
+                const TexelImage& sent) {
     const Format& format = work.format;
     const Area area = area_of(format, way, image);
     const std::string name = name_of_way(way, image, area);
-    // A column further, each block is another one.
-    const TexelImage before = block_image(format, image.width, image.height);
-    const TexelImage sent = block_image(format, image.width, image.height, 1);
     const Texture texture(work.gl());
     make_texture(work, way, image, before);
     if (area.width != 0) send_blocks(work, area, sent, way.isFromBuffer);
     const std::string errors = take_errors(work.gl());
     if (!errors.empty()) return refused(name + errors);
-    const TexelImage expected = make_image(image.width, image.height, [&](int x, int y) {
-        return area.has(x, y) ? sent.at(x, y) : before.at(x, y);
+    const int side = format.block.side;
+    const TexelImage expected = make_image(before.width, before.height, [&](int column, int row) {
+        return area.has(column * side, row * side) ? sent.at(column, row) : before.at(column, row);
     });
     const TexelImage came = work.judge.look(texture, format, 0, image.width, image.height);
-    return of_difference(difference_from(format, expected, came), name);
+    return of_difference(difference_from_blocks(format, expected, came), name);
 }
 
 std::vector<BlockWay> ways_of(Use use) {
@@ -110,10 +133,14 @@ std::vector<BlockWay> ways_of(Use use) {
 }  // namespace
 
 Finding upload_blocks(const Work& work, Use use, bool hasStorage) {
-    for (const BlockWay& way : ways_of(use)) {
-        if (way.isStorage && !hasStorage) continue;
-        for (const Area& image : kBlockImages) {
-            Finding finding = try_way(work, way, image);
+    const Format& format = work.format;
+    for (const Area& image : kBlockImages) {
+        // A column further, each block is another one.
+        const TexelImage before = block_colors(format, image.width, image.height);
+        const TexelImage sent = block_colors(format, image.width, image.height, 1);
+        for (const BlockWay& way : ways_of(use)) {
+            if (way.isStorage && !hasStorage) continue;
+            Finding finding = try_way(work, way, image, before, sent);
             if (finding.kind != Finding::Kind::kHolds) return finding;
         }
     }

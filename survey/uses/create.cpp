@@ -67,9 +67,9 @@ Finding create(const Work& work) {
         return find_created(work, "glTexImage2D");
     }
     // No document says that blocks may be left out.
-    const TexelImage image = block_image(work.format, kCreatedSize, kCreatedSize);
+    const TexelImage colors = block_colors(work.format, kCreatedSize, kCreatedSize);
     define_texture(work.gl(), work.format, kCreatedSize, kCreatedSize,
-                   blocks_of(work.format, image).data());
+                   blocks_of(work.format, colors).data());
     return find_created(work, "glCompressedTexImage2D");
 }
 

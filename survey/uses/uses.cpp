@@ -53,7 +53,7 @@ Finding find(const Work& work, const Question& question, const FormatRecord& rec
 }
 
 std::vector<unsigned char> plain_bytes(const Format& format, const TexelImage& image) {
-    return format.is_compressed() ? blocks_of(format, image)
+    return format.is_compressed() ? blocks_of(format, block_colors(format, image))
                                   : bytes_of(format, plain_layout(format), image);
 }
 

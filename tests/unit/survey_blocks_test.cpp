@@ -106,22 +106,22 @@ TEST(SurveyBlocks, are_decoded_to_the_color_that_they_were_made_of) {
 
 TEST(SurveyBlocks, of_an_image_have_every_value_of_eight_bits) {
     std::set<double> values;
-    const TexelImage image = block_image(*find_format("GL_COMPRESSED_RED_RGTC1"), 128, 128);
+    const TexelImage image = block_colors(*find_format("GL_COMPRESSED_RED_RGTC1"), 128, 128);
     for (const Texel& texel : image.texels) values.insert(texel[0]);
     EXPECT_EQ(values.size(), 256u);
 }
 
-TEST(SurveyBlocks, lie_row_by_row_and_are_cut_at_the_edges_of_the_image) {
+TEST(SurveyBlocks, lie_row_by_row_also_where_the_edges_cut_them) {
     const Format& format = *find_format("GL_COMPRESSED_RGBA_ASTC_6x6_KHR");
     const TexelImage image = make_image(13, 7, [](int x, int y) {
         return Texel{x / 6 / 255.0, y / 6 / 255.0, 0, 1};
     });
-    const BlockBytes bytes = blocks_of(format, image);
+    const BlockBytes bytes = blocks_of(format, block_colors(format, image));
     ASSERT_EQ(bytes.size(), 3u * 2 * 16);
     EXPECT_EQ(bytes[16 + 9], 1);       // The second block's red,
     EXPECT_EQ(bytes[5 * 16 + 9], 2);   // and that of the last
     EXPECT_EQ(bytes[5 * 16 + 11], 1);  // with its green.
-    EXPECT_EQ(block_image(format, 13, 7, 4).at(12, 6), block_pattern(format, 4 + 2, 1));
+    EXPECT_EQ(block_colors(format, 13, 7, 4).at(2, 1), block_pattern(format, 4 + 2, 1));
 }
 
 }  // namespace
