@@ -46,9 +46,20 @@ protected:
     static std::string said(const std::string& text) {
         return "say " + survey_id() + "[%p] " + text + '\n';
     }
+    /// What the records have of the transfers; as stored, if `end` is a line feed.
+    static std::string transfers(const std::string& end = "%n", const char* lastVerdict = "yes") {
+        std::string lines;
+        for (const char* use : {"upload", "upload_part", "upload_part_storage", "upload_buffer",
+                                "define_buffer", "read", "read_part", "read_buffer", "get"}) {
+            lines += std::string(use) + " GL_RED_INTEGER GL_UNSIGNED_BYTE yes" + end;
+        }
+        return lines + "get_buffer GL_RED_INTEGER GL_UNSIGNED_BYTE " + lastVerdict + end;
+    }
     /// A whole survey of one integer format in one profile.
     static std::string complete_survey() {
-        return offered() + record("core.GL_R8UI", "create yes%ncreate_storage yes%nrender yes%n") +
+        return offered() +
+               record("core.GL_R8UI",
+                      "create yes%ncreate_storage yes%nrender yes%n" + transfers()) +
                said("core GL_R8UI: create yes, create_storage yes, render yes");
     }
     tests::Records records() const {
@@ -65,15 +76,20 @@ protected:
 
 TEST_F(SurveyCommand, names_the_use_in_which_the_program_dies) {
     folder_.script(1, offered() + record("core.GL_R8UI", "measuring%n") + "raise 11\n");
-    folder_.script(2, record("core.GL_R8UI", "create yes%ncreate_storage yes%nrender started%n") +
+    folder_.script(2, record("core.GL_R8UI", "create yes%ncreate_storage yes%nrender yes%n" +
+                                                 transfers("%n", "started")) +
                           "raise 11\n");
     const Finished run = survey();
     EXPECT_TRUE(run.exited_with(0)) << run.err;
     EXPECT_EQ(folder_.runs(), 2);
-    EXPECT_EQ(records().at("core.GL_R8UI"),
-              "string create yes\ncreate_storage yes\nrender crashed: ended by SIGSEGV\n");
+    EXPECT_EQ(records().at("core.GL_R8UI"), "string create yes\ncreate_storage yes\nrender yes\n" +
+                                                transfers("\n", "crashed: ended by SIGSEGV"));
     EXPECT_THAT(run.out,
-                HasSubstr("\nGL_R8UI in core profile: render has crashed, ended by SIGSEGV\n"));
+                HasSubstr("\nGL_R8UI in core profile: get_buffer GL_RED_INTEGER GL_UNSIGNED_BYTE "
+                          "has\n  crashed, ended by SIGSEGV\n"));
+    EXPECT_THAT(run.out,
+                HasSubstr("transfers:\n  get_buffer crashed; otherwise yes in each layout: "
+                          "GL_R8UI\n"));
 }
 
 TEST_F(SurveyCommand, names_the_software_where_hardware_is_required) {
@@ -91,7 +107,8 @@ TEST_F(SurveyCommand, ends_a_program_that_hangs_and_names_the_use) {
     folder_.script(2, record("core.GL_R8UI", "create started%n") + "hang\n");
     folder_.script(3, record("core.GL_R8UI",
                              "create hung: did not end within 1 s%ncreate_storage yes%nrender "
-                             "not_applicable%n"));
+                             "not_applicable%n" +
+                                 transfers()));
     const Finished run = survey();
     EXPECT_TRUE(run.exited_with(0)) << run.err;
     EXPECT_EQ(folder_.runs(), 3);
@@ -127,7 +144,8 @@ TEST_F(SurveyCommand, blames_no_driver_for_one_kill_from_outside) {
     folder_.script(1, offered() + record("core.GL_R8UI", inRender) + "raise 9\n");
     folder_.script(2, complete_survey());
     EXPECT_TRUE(survey().exited_with(0));
-    EXPECT_EQ(records().at("core.GL_R8UI"), "string create yes\ncreate_storage yes\nrender yes\n");
+    EXPECT_EQ(records().at("core.GL_R8UI"),
+              "string create yes\ncreate_storage yes\nrender yes\n" + transfers("\n"));
     EXPECT_EQ(folder_.runs(), 2);
 }
 
@@ -185,7 +203,8 @@ TEST_F(SurveyCommand, needs_its_program_and_known_names) {
 TEST_F(SurveyCommand, shows_nothing_of_a_stranger_raw) {
     folder_.script(
         offered() + record("core", "4.6 \x1b[31m") +
-        record("core.GL_R8UI", "create yes%ncreate_storage yes%nrender wrong: \x1b[2J at 0, 0%n"));
+        record("core.GL_R8UI",
+               "create yes%ncreate_storage yes%nrender wrong: \x1b[2J at 0, 0%n" + transfers()));
     const Finished run = survey();
     EXPECT_TRUE(run.exited_with(0)) << run.err;
     EXPECT_THAT(run.out, HasSubstr("core profile: 4.6 ?[31m\n"));
@@ -259,11 +278,16 @@ TEST_F(SurveyCommand, of_the_real_program_is_shown_from_the_records_and_from_a_d
     EXPECT_EQ(set.at("complete"), false);
     EXPECT_EQ(set.at("survey").at("profiles").at(1).at("formats").at(16),
               json::parse(R"({"name": "GL_R8UI", "create": "yes", "create_storage": "yes",
-                              "render": "yes", "layouts": []})"));
+                              "render": "yes", "layouts": [
+                  {"format": "GL_RED_INTEGER", "type": "GL_UNSIGNED_BYTE", "upload": "yes",
+                   "upload_part": "yes", "upload_part_storage": "yes", "upload_buffer": "yes",
+                   "define_buffer": "yes", "read": "yes", "read_part": "yes",
+                   "read_buffer": "yes", "get": "yes", "get_buffer": "yes"}]})"));
     EXPECT_EQ(set.at("survey").at("profiles").at(1).at("formats").at(97),
               json::parse(R"({"name": "GL_COMPRESSED_RGBA_ASTC_4x4_KHR", "create": "yes",
                               "create_storage": "yes", "filter": "yes", "upload": "yes",
                               "upload_part": "yes", "upload_buffer": "yes", "layouts": []})"));
+    EXPECT_THAT(run.out, HasSubstr("\ntransfers:\n  yes in each layout: GL_R8UI\n"));
     const int status = run_in_shell(std::string(VALIDATOR) + " " + SCHEMA + " '" + file + "'");
     EXPECT_TRUE(status == 0 || status == 77);
 }

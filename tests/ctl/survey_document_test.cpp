@@ -15,6 +15,8 @@ namespace {
 
 using testing::HasSubstr;
 
+constexpr survey::Layout kBgra = {0x80E1, 0x1401};
+
 /// A set with a survey: verdicts, texts, what is unmeasured, and a profile without a context.
 ctl::RecordSet surveyed_set() {
     ctl::RecordSet set;
@@ -31,6 +33,8 @@ ctl::RecordSet surveyed_set() {
     uses[survey::Use::kCreate] = {survey::Verdict::kYes, ""};
     uses[survey::Use::kFilter] = {survey::Verdict::kWrong, "expected (1, 0), came (0, 1)"};
     uses[survey::Use::kRender] = {survey::Verdict::kCrashed, "ended by SIGSEGV"};
+    uses[{survey::Use::kUpload, kBgra}] = {survey::Verdict::kWrong, "red is blue"};
+    uses[{survey::Use::kGet, kBgra}] = {survey::Verdict::kYes, ""};
     core.formats[index("GL_R8UI")].uses[survey::Use::kRender] = {survey::Verdict::kUnknown, "why"};
     ctl::SurveyedProfile es;
     es.profile = survey::Profile::kEs;
@@ -80,14 +84,40 @@ TEST(SurveyDocument, read_back_is_the_same) {
     EXPECT_EQ(sets[0], surveyed_set());
 }
 
+TEST(SurveyDocument, without_layouts_leaves_them_unmeasured) {
+    std::string text = surveyed_document();
+    // Up to the end of each list of them.
+    for (std::size_t at = 0; (at = text.find("\"layouts\":[{", at)) != std::string::npos; ++at) {
+        text.replace(at, text.find("]}", at) + 1 - at, "\"layouts\":[]");
+    }
+    for (const char* detail : {"red is blue"}) {
+        const std::size_t at = text.rfind('{', text.find(detail));
+        text.erase(at, text.find('}', at) + 1 - at + 1);
+    }
+    ctl::RecordSet set = surveyed_set();
+    for (survey::FormatRecord& record : set.survey[0].formats) {
+        record.uses.erase({survey::Use::kUpload, kBgra});
+        record.uses.erase({survey::Use::kGet, kBgra});
+    }
+    EXPECT_EQ(read_surveyed(text)[0].survey, set.survey);
+}
+
 TEST(SurveyDocument, has_a_key_for_each_use_of_a_format_and_no_other) {
     const std::string text = surveyed_document();
     EXPECT_THAT(text,
                 HasSubstr(R"({"name":"GL_RGBA8","create":"yes","create_storage":"unmeasured",)"
                           R"("filter":"wrong","mipmap":"unmeasured","render":"crashed",)"
-                          R"("blend":"unmeasured","layouts":[]})"));
+                          R"("blend":"unmeasured","layouts":[{"format":"GL_RGBA",)"));
     EXPECT_THAT(text, HasSubstr(R"({"name":"GL_R8UI","create":"unmeasured","create_storage":)"
-                                R"("unmeasured","render":"unknown","layouts":[]})"));
+                                R"("unmeasured","render":"unknown","layouts":[{)"));
+    EXPECT_THAT(text, HasSubstr(R"({"format":"GL_BGRA","type":"GL_UNSIGNED_BYTE",)"
+                                R"("upload":"wrong","upload_part":"unmeasured",)"
+                                R"("upload_part_storage":"unmeasured","upload_buffer":)"
+                                R"("unmeasured","define_buffer":"unmeasured","read":"unmeasured",)"
+                                R"("read_part":"unmeasured","read_buffer":"unmeasured",)"
+                                R"("get":"yes","get_buffer":"unmeasured"})"));
+    EXPECT_THAT(text, HasSubstr(R"({"name":"GL_RGBA8","format":"GL_BGRA","type":)"
+                                R"("GL_UNSIGNED_BYTE","use":"upload","text":"red is blue"})"));
     EXPECT_THAT(text, HasSubstr(R"({"name":"GL_RGBA8","use":"render","text":"ended by SIGSEGV"})"));
 }
 
@@ -109,8 +139,18 @@ TEST(SurveyDocument, that_is_wrong_gets_its_place) {
               ".profiles[0].formats[0]: \"blend\" is missing");
     EXPECT_EQ(complaint_of("\"render\":\"unknown\"", "\"render\":\"unknown\",\"filter\":\"yes\""),
               ".profiles[0].formats[16].filter: GL_R8UI has no use \"filter\"");
-    EXPECT_EQ(complaint_of("\"layouts\":[]", "\"layouts\":[1]"),
-              ".profiles[0].formats[0].layouts: \"layouts\" must be empty");
+    const std::string firstLayout = ".profiles[0].formats[0].layouts[0]";
+    EXPECT_EQ(complaint_of("\"format\":\"GL_RED\"", "\"format\":\"GL_PURPLE\""),
+              firstLayout + ".format: \"GL_PURPLE\" and \"type\" are no layout of the survey");
+    EXPECT_EQ(complaint_of("\"format\":\"GL_RED\"", "\"format\":\"GL_RG\""),
+              firstLayout + ": this is no layout of GL_R8");
+    EXPECT_EQ(complaint_of("\"format\":\"GL_RED\",", ""), firstLayout + ": \"format\" is missing");
+    EXPECT_EQ(complaint_of("\"format\":\"GL_BGRA\",\"type\":\"GL_UNSIGNED_BYTE\"",
+                           "\"format\":\"GL_RGBA\",\"type\":\"GL_UNSIGNED_BYTE\""),
+              ".profiles[0].formats[3].layouts[1]: this layout is given twice");
+    EXPECT_EQ(complaint_of("\"get\":\"unmeasured\",", ""), firstLayout + ": \"get\" is missing");
+    EXPECT_EQ(complaint_of("\"upload\":\"wrong\"", "\"upload\":\"wrong\",\"blend\":\"yes\""),
+              ".profiles[0].formats[3].layouts[1].blend: GL_RGBA8 has no use \"blend\"");
     EXPECT_EQ(
         complaint_of("GL_RGBA8\",\"create\":\"yes\"", "GL_R8UI\",\"create\":\"yes\"").substr(0, 34),
         ".profiles[0].formats[3].filter: GL");
@@ -122,7 +162,7 @@ TEST(SurveyDocument, that_is_wrong_gets_its_place) {
               ".profiles[1].context: \"context\" must be not_offered, crashed or hung, and "
               "\"gl_version\" null");
     EXPECT_EQ(complaint_of("\"text\":\"why\"", "\"text\":null"),
-              ".profiles[0].details[2].text: \"text\" must be a text");
+              ".profiles[0].details[3].text: \"text\" must be a text");
 }
 
 }  // namespace

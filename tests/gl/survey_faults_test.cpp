@@ -2,66 +2,29 @@
 // the fault must be found in exactly the uses that it concerns.
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
-#include <cstdlib>
 #include <cstring>
-#include <functional>
-#include <map>
 
-#include "uses/uses.h"
+#include "survey_faults.h"
 
 namespace texprobe::survey {
 namespace {
 
-using FaultyVerdicts = std::map<std::string, std::string>;
-
-const char* const kSample[] = {"GL_RGBA8",   "GL_R16",          "GL_RGBA8_SNORM",      "GL_R16F",
-                               "GL_RGBA32F", "GL_SRGB8_ALPHA8", "GL_RGB10_A2",         "GL_RGB565",
-                               "GL_RGBA8UI", "GL_R32I",         "GL_DEPTH_COMPONENT16"};
+const std::vector<const char*> kSample = {
+    "GL_RGBA8",   "GL_R16",          "GL_RGBA8_SNORM",      "GL_R16F",
+    "GL_RGBA32F", "GL_SRGB8_ALPHA8", "GL_RGB10_A2",         "GL_RGB565",
+    "GL_RGBA8UI", "GL_R32I",         "GL_DEPTH_COMPONENT16"};
 
 // What softpipe itself cannot do: blending clamps signed values.
 const FaultyVerdicts kSoftpipeItself = {{"GL_RGBA8_SNORM blend", "wrong"}};
 
-Gl real;
-
-GLint software_renderer() {
-    CGLRendererInfoObj info = nullptr;
-    GLint count = 0;
-    GLint id = 0;
-    CGLQueryRendererInfo(1, &info, &count);
-    CGLDescribeRenderer(info, count - 1, kCGLRPRendererID, &id);
-    CGLDestroyRendererInfo(info);
-    return id;
-}
-
-class SurveyFault : public testing::Test {
+class SurveyFault : public SurveyWithFault {
 protected:
-    static void SetUpTestSuite() { setenv("GALLIUM_DRIVER", "softpipe", 1); }
-
-    /// All the verdicts that are no yes, on the driver with this fault.
+    /// Of what has no layout.
     static FaultyVerdicts verdicts_with(const std::function<void(Gl*)>& fault,
                                         Profile profile = Profile::kCompatibility) {
-        const ProfileContext offscreen(software_renderer(), profile);
-        EXPECT_TRUE(offscreen.is_current());
-        SurveyContext context = describe_current_context(profile);
-        const Judge judge(context);
-        EXPECT_EQ(judge.trouble(), "");
-        real = context.gl;
-        fault(&context.gl);
-        FaultyVerdicts found;
-        for (const char* name : kSample) {
-            const Format& format = *find_format(name);
-            FormatRecord record;
-            const Work work(context, judge, format);
-            for (const Question& question : questions_of(format, profile)) {
-                record.uses[question] = answer(work, question, record);
-                const Verdict verdict = record.uses[question].verdict;
-                const std::string key = std::string(name) + ' ' + name_of(question);
-                if (verdict != Verdict::kYes) found[key] = name_of(verdict);
-            }
-        }
-        return found;
+        return find_faulty(kSample, profile, fault,
+                           [](const Question& question) { return question.layout.is_none(); });
     }
 
     static FaultyVerdicts and_softpipe_itself(FaultyVerdicts verdicts) {

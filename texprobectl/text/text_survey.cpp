@@ -55,6 +55,54 @@ Shown show_use(const survey::Format& format, const survey::Question& question,
     }
 }
 
+std::string joined(const std::vector<std::string>& names) {
+    std::string text;
+    for (const std::string& name : names) text += (text.empty() ? "" : ", ") + name;
+    return text;
+}
+
+const char* word_of(const survey::FormatRecord& record, const survey::Question& question) {
+    const auto found = record.uses.find(question);
+    if (found == record.uses.end()) return "untested";
+    switch (found->second.verdict) {
+        case survey::Verdict::kNotOffered:
+            return "no";
+        case survey::Verdict::kNotApplicable:
+            return "n/a";
+        default:
+            return name_of(found->second.verdict);
+    }
+}
+
+/// What is so in one layout: "yes", "read, read_part no; otherwise yes". Empty if nothing is asked.
+std::string describe_layout(const survey::Format& format, const survey::Layout& layout,
+                            survey::Profile profile, const survey::FormatRecord& record) {
+    std::map<std::string, std::vector<std::string>> uses;  // By their verdict in words.
+    for (const survey::Use use : survey::kUses) {
+        if (!has_question(format, {use, layout}, profile)) continue;
+        uses[word_of(record, {use, layout})].push_back(name_of(use));
+    }
+    if (uses.size() == 1) return uses.begin()->first;
+    const auto most = std::max_element(uses.begin(), uses.end(), [](const auto& a, const auto& b) {
+        return a.second.size() < b.second.size();
+    });
+    std::string text;
+    for (auto each = uses.begin(); each != uses.end(); ++each) {
+        if (each != most) text += joined(each->second) + ' ' + each->first + "; ";
+    }
+    return uses.empty() ? text : text + "otherwise " + most->first;
+}
+
+using Folded = std::vector<std::pair<std::string, std::vector<std::string>>>;
+
+/// Adds a name to those of which the same is said.
+void fold(const std::string& said, const std::string& name, Folded* folded) {
+    const auto same = std::find_if(folded->begin(), folded->end(),
+                                   [&](const auto& each) { return each.first == said; });
+    if (same != folded->end()) return same->second.push_back(name);
+    folded->push_back({said, {name}});
+}
+
 /// The survey of one record set.
 class SurveyText {
 public:
@@ -170,6 +218,7 @@ private:
                      {"upload", Use::kUpload},
                      {"part", Use::kUploadPart},
                      {"buffer", Use::kUploadBuffer}});
+        write_layouts_of(profile);
         stream_ << '\n';
     }
 
@@ -192,6 +241,34 @@ private:
             }
             write_row(format.name + beginning.size(), row, terminal_, stream_);
         }
+    }
+
+    /// Formats together of which the same is said in all layouts, and then the others.
+    void write_layouts_of(const SurveyedProfile& profile) {
+        Folded alike;
+        std::vector<std::string> lines;
+        for (std::size_t i = 0; i < profile.formats.size(); ++i) {
+            const survey::Format& format = survey::formats()[i];
+            if (!choice_.has(format)) continue;
+            Folded layouts;
+            for (const survey::Layout& layout : layouts_of(format)) {
+                const std::string said =
+                    describe_layout(format, layout, profile.profile, profile.formats[i]);
+                if (!said.empty()) fold(said, name_of(layout), &layouts);
+            }
+            if (layouts.size() == 1) fold(layouts.front().first, format.name, &alike);
+            for (const auto& [said, names] : layouts) {
+                if (layouts.size() == 1) break;
+                lines.push_back(fmt::format("  {} in {}: {}", format.name, joined(names), said));
+            }
+        }
+        if (alike.empty() && lines.empty()) return;
+        stream_ << "transfers:\n";
+        for (const auto& [said, names] : alike) {
+            stream_ << wrapped(fmt::format("  {} in each layout: {}", said, joined(names)), 4)
+                    << '\n';
+        }
+        for (const std::string& line : lines) stream_ << wrapped(line, 4) << '\n';
     }
 
     void write_legend() {
