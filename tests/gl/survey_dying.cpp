@@ -2,7 +2,7 @@
 // survey.
 //
 // The order is in a file "die" beside the executable:
-//   <profile> <number of the format> <use> <signal; 0 to hang>
+//   <profile> <number of the format> <use> <signal; 0 to hang> [<format and type of the layout>]
 // A line is added to a file "deaths" there before each death. The order stays: such a driver dies
 // whenever the use is tried.
 
@@ -26,6 +26,8 @@ struct SurveyOrder {
     Enum format = 0;
     std::string use;
     int signal = -1;
+    Enum layoutFormat = 0;
+    Enum layoutType = 0;
 };
 
 SurveyOrder surveyOrder;
@@ -44,6 +46,45 @@ void die_in(const char* use, Enum format) {
     std::ofstream(folder_of_survey() / "deaths", std::ios::app) << use << '\n';
     if (surveyOrder.signal != 0) raise(surveyOrder.signal);
     for (;;) pause();
+}
+
+// What the transfers have set: the buffer that is bound, and whether rows are long.
+Enum boundTarget = 0;
+bool hasLongRows = false;
+bool isTransferring = false;  // They come last.
+
+/// A transfer has come in this layout.
+void die_in_layout(const char* use, Enum format, Enum type) {
+    if (surveyOrder.layoutFormat == format && surveyOrder.layoutType == type) {
+        die_in(use, currentFormat);
+    }
+}
+
+void die_in_transfers(Gl* table) {
+    table->BindBuffer = [](Enum target, unsigned buffer) {
+        boundTarget = buffer == 0 ? 0 : target;
+        aliveGl.BindBuffer(target, buffer);
+    };
+    table->PixelStorei = [](Enum name, int value) {
+        if (name == gl::kUnpackRowLength || name == gl::kPackRowLength) hasLongRows = value != 0;
+        aliveGl.PixelStorei(name, value);
+    };
+    table->TexSubImage2D = [](Enum target, int level, int x, int y, int width, int height,
+                              Enum format, Enum type, const void* pixels) {
+        isTransferring = true;
+        if (hasLongRows) die_in_layout("upload_part", format, type);
+        if (boundTarget == gl::kPixelUnpackBuffer) die_in_layout("upload_buffer", format, type);
+        aliveGl.TexSubImage2D(target, level, x, y, width, height, format, type, pixels);
+    };
+    table->ReadPixels = [](int x, int y, int width, int height, Enum format, Enum type,
+                           void* pixels) {
+        if (hasLongRows) die_in_layout("read_part", format, type);
+        aliveGl.ReadPixels(x, y, width, height, format, type, pixels);
+    };
+    table->GetTexImage = [](Enum target, int level, Enum format, Enum type, void* pixels) {
+        if (boundTarget == 0) die_in_layout("get", format, type);
+        aliveGl.GetTexImage(target, level, format, type, pixels);
+    };
 }
 
 std::string profile_of_context() {
@@ -91,13 +132,16 @@ Gl load_dying() {
     aliveGl = load_alive();
     Gl table = aliveGl;
     std::ifstream(folder_of_survey() / "die") >> surveyOrder.profile >> surveyOrder.format >>
-        surveyOrder.use >> surveyOrder.signal;
+        surveyOrder.use >> surveyOrder.signal >> surveyOrder.layoutFormat >> surveyOrder.layoutType;
     if (surveyOrder.profile != profile_of_context()) return table;
+    die_in_transfers(&table);
     table.TexImage2D = define_or_die;
     table.CompressedTexImage2D = define_blocks_or_die;
     table.CompressedTexSubImage2D = send_blocks_or_die;
     table.TexStorage2D = [](Enum target, int levels, Enum format, int width, int height) {
-        die_in("create_storage", format);
+        if (surveyOrder.layoutFormat == 0) die_in("create_storage", format);
+        // The transfers of one with storage are those of the use that is not tried here.
+        currentFormat = 0;
         isStorage = true;
         aliveGl.TexStorage2D(target, levels, format, width, height);
     };
@@ -114,7 +158,7 @@ Gl load_dying() {
         aliveGl.BlendFunc(source, destination);
     };
     table.CheckFramebufferStatus = [](Enum target) {
-        if (!isBlending) die_in("render", currentFormat);
+        if (!isBlending && !isTransferring) die_in("render", currentFormat);
         return aliveGl.CheckFramebufferStatus(target);
     };
     table.Enable = [](Enum capability) {
