@@ -1,6 +1,7 @@
 // Blocks of one color that are sent to compressed textures: whole images and parts, from memory and
 // from a buffer. 61 x 37 cuts the blocks at two edges.
 
+#include <cstring>
 #include <vector>
 
 #include "pixels/compressed_blocks.h"
@@ -68,10 +69,13 @@ void send_blocks(const Work& work, const Area& area, const TexelImage& colors, b
     };
     if (!isFromBuffer) return send(bytes.data());
     // Behind three blocks that are not meant.
-    const auto offset = static_cast<std::size_t>(3 * format.block.bytes);
+    const std::size_t offset = 3 * static_cast<std::size_t>(format.block.bytes);
     bytes.insert(bytes.begin(), offset, 0);
     const PixelBuffer buffer(work.gl(), gl::kPixelUnpackBuffer, bytes);
-    send(reinterpret_cast<const void*>(offset));
+    // OpenGL takes the place in the buffer for a pointer.
+    const void* place = nullptr;
+    std::memcpy(&place, &offset, sizeof place);
+    send(place);
 }
 
 /// The texture that is bound gets its size and blocks of these colors.
