@@ -92,13 +92,17 @@ void ProfileSurvey::survey(const Format& format) {
 
 /// Opens a context, once, and records what it says.
 bool ProfileSurvey::is_offered() {
-    if (opened_) return true;
-    const std::string former = records_.profile(profile_).value_or("");
+    if (opened_) return opened_->offscreen.is_current();
+    const auto former = records_.profile(profile_);
     const bool hasDied = former == kOpeningAgain;
     std::string found = kContextCrashed;
     if (!hasDied) {
         records_.set_profile(profile_, former == kOpening ? kOpeningAgain : kOpening);
-        if (!records_.synchronize()) return false;
+        if (!records_.synchronize()) {
+            // Nothing has begun, and no later record may say so.
+            records_.set_profile(profile_, former);
+            return false;
+        }
         opened_ = std::make_unique<Opened>(rendererID_, profile_);
         found = opened_->offscreen.is_current() ? opened_->context.version : kContextNotOffered;
     }
@@ -128,15 +132,22 @@ bool ProfileSurvey::survey_at_once(const Format& format, FormatRecord left) {
     return record(format, result);
 }
 
-/// After a death: what was under way is guilty, if that was recorded.
-bool ProfileSurvey::survey_one_by_one(const Format& format, FormatRecord left) {
-    FormatRecord result = after_end(std::move(left), Verdict::kCrashed);
-    result.isMeasuring = false;
+/// After an end that nobody has explained: what is under way for the second time is guilty.
+bool ProfileSurvey::survey_one_by_one(const Format& format, const FormatRecord& left) {
+    FormatRecord result = after_end(left);
     for (const Question& question : questions_of(format, profile_)) {
         if (result.uses.count(question) != 0) continue;
-        end_if_interrupted();
-        result.uses[question] = {Verdict::kStarted, ""};
-        if (!record(format, result)) return false;
+        if (texprobe::is_interrupted()) {
+            record(format, result);
+            texprobe::end_by_interruption();
+        }
+        FormatRecord begun = result;
+        begun.uses[question] = begin_use(left, question);
+        if (!record(format, begun)) {
+            // It has not begun, and no later record may say so.
+            records_.set_format(profile_, format, result);
+            return false;
+        }
         result.uses[question] = answer_one(format, question, result);
     }
     return record(format, result);
@@ -145,6 +156,9 @@ bool ProfileSurvey::survey_one_by_one(const Format& format, FormatRecord left) {
 Judged ProfileSurvey::answer_one(const Format& format, const Question& question,
                                  const FormatRecord& record) {
     if (!opened_) opened_ = std::make_unique<Opened>(rendererID_, profile_);
+    if (!opened_->offscreen.is_current()) {
+        return {Verdict::kUnknown, "the context was lost, and there is no other"};
+    }
     if (!work_ || &work_->format != &format) {
         work_ = std::make_unique<Work>(opened_->context, opened_->judge, format);
     }

@@ -34,7 +34,7 @@ private:
 
     bool is_offered();
     bool survey_at_once(const Format& format, FormatRecord left);
-    bool survey_one_by_one(const Format& format, FormatRecord left);
+    bool survey_one_by_one(const Format& format, const FormatRecord& left);
     bool record(const Format& format, const FormatRecord& record);
     Judged answer_one(const Format& format, const Question& question, const FormatRecord& record);
 

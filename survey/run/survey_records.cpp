@@ -68,15 +68,16 @@ std::optional<std::string> SurveyRecords::read(const std::string& key) const {
     return text;
 }
 
-void SurveyRecords::write(const std::string& key, const std::string& text) {
-    CFPreferencesSetAppValue(String(key).get(), String(text).get(), application_);
+void SurveyRecords::write(const std::string& key, const std::optional<std::string>& text) {
+    const String value(text.value_or(""));
+    CFPreferencesSetAppValue(String(key).get(), text ? value.get() : nullptr, application_);
 }
 
 std::optional<std::string> SurveyRecords::profile(Profile profile) const {
     return read(key_of(profile));
 }
 
-void SurveyRecords::set_profile(Profile profile, const std::string& text) {
+void SurveyRecords::set_profile(Profile profile, const std::optional<std::string>& text) {
     write(key_of(profile), text);
 }
 

@@ -24,7 +24,8 @@ public:
     const std::string& name() const { return name_; }
 
     std::optional<std::string> profile(Profile profile) const;
-    void set_profile(Profile profile, const std::string& text);
+    /// Nothing removes the record.
+    void set_profile(Profile profile, const std::optional<std::string>& text);
 
     /// Nothing where there is no record, or a stranger's text.
     std::optional<FormatRecord> format(Profile profile, const Format& format) const;
@@ -35,7 +36,7 @@ public:
 
 private:
     std::optional<std::string> read(const std::string& key) const;
-    void write(const std::string& key, const std::string& text);
+    void write(const std::string& key, const std::optional<std::string>& text);
 
     std::string name_;
     CFStringRef application_;

@@ -11,6 +11,7 @@ namespace texprobe::survey {
 namespace {
 
 constexpr const char* kMeasuring = "measuring\n";
+constexpr const char* kAgain = "again";  // What is said of a use that is tried again.
 
 /// Records hold ASCII, and a use is one line.
 std::string printable(std::string text) {
@@ -76,11 +77,11 @@ bool is_complete(const Format& format, Profile profile, const FormatRecord& reco
            });
 }
 
-FormatRecord after_end(FormatRecord record, Verdict verdict) {
+FormatRecord after_end(FormatRecord record) {
     for (auto& [use, judged] : record.uses) {
-        if (judged.verdict == Verdict::kStarted) judged.verdict = verdict;
+        if (judged == Judged{Verdict::kStarted, kAgain}) judged = {Verdict::kCrashed, ""};
     }
-    return record;
+    return after_outside_end(std::move(record));
 }
 
 FormatRecord after_outside_end(FormatRecord record) {
@@ -89,6 +90,12 @@ FormatRecord after_outside_end(FormatRecord record) {
         use = use->second.verdict == Verdict::kStarted ? record.uses.erase(use) : std::next(use);
     }
     return record;
+}
+
+Judged begin_use(const FormatRecord& left, const Question& question) {
+    const auto found = left.uses.find(question);
+    const bool isLeft = found != left.uses.end() && found->second.verdict == Verdict::kStarted;
+    return {Verdict::kStarted, isLeft ? kAgain : ""};
 }
 
 }  // namespace texprobe::survey

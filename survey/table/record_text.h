@@ -5,9 +5,9 @@
 //
 //   upload GL_BGRA GL_UNSIGNED_BYTE yes
 //
-// One line a question, those without a layout first, with a reason where there is one. The line
-// "measuring" before them says that all the others are under way. Readers skip lines of uses and
-// layouts that they do not know.
+// One line a question, those without a layout first, with a reason where there is one. What is
+// under way is "started", or "started: again". The line "measuring" before them says that all the
+// others are under way. Readers skip lines of uses and layouts that they do not know.
 
 #ifndef TEXPROBE_SURVEY_RECORD_TEXT_H
 #define TEXPROBE_SURVEY_RECORD_TEXT_H
@@ -36,12 +36,16 @@ std::optional<FormatRecord> read_record(const std::string& text);
 /// Has everything that is asked of the format in that profile a verdict?
 bool is_complete(const Format& format, Profile profile, const FormatRecord& record);
 
-/// The record after the process that wrote it has died or was killed because it hung: the use that
-/// was under way gets that verdict. Without one that is known, the record stays as it is.
-FormatRecord after_end(FormatRecord record, Verdict verdict);
+/// The verdicts of a record whose process has ended, nobody knows why. A use that was under way has
+/// none, because something else may have ended the process or kept it from recording the outcome;
+/// one that was for the second time has crashed.
+FormatRecord after_end(FormatRecord record);
 
-/// The same without a verdict: the use that was under way has none, for nobody knows why it ended.
+/// The same after an end that is no fault of the driver's.
 FormatRecord after_outside_end(FormatRecord record);
+
+/// What is recorded before it is tried, where that record was left.
+Judged begin_use(const FormatRecord& left, const Question& question);
 
 }  // namespace texprobe::survey
 

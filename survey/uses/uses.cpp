@@ -72,7 +72,11 @@ Judged answer(const Work& work, const Question& question, const FormatRecord& re
         if (!work.judge.trouble().empty()) return {Verdict::kUnknown, work.judge.trouble()};
     }
     Finding finding = find(work, question, record);
-    take_errors(work.gl());
+    // Errors of what was tried are in the finding; these are the judge's.
+    const std::string late = take_errors(work.gl());
+    if (!late.empty() && finding.kind == Finding::Kind::kOtherPixels) {
+        finding = cannot_tell("looking at the pixels gives " + late);
+    }
     if (is_from_outside(finding.text)) finding.kind = Finding::Kind::kCannotTell;
     return judge(finding, who_promises_here(work, question));
 }

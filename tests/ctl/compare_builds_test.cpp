@@ -45,7 +45,8 @@ TEST_F(CompareBuilds, prints_what_the_update_changed_with_status_1) {
                            "\n   a renderer, 2.0\n\n"
                            "                                                  A         B\n"
                            "GL_RGB8 upload set                               no       yes\n"
-                           "GL_RGBA8 download get                           yes        no\n\n");
+                           "GL_RGBA8 download get                           yes        no\n\n"
+                           "1 worse, 1 better.\n");
     EXPECT_EQ(run.err, "");
 }
 

@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <functional>
 #include <regex>
 #include <set>
@@ -75,10 +76,10 @@ using Offer = std::function<Words(const std::vector<std::string>&)>;
 void expect_words_and_names(const Offer& offered) {
     EXPECT_EQ(offered({"m"}), (Words{"measure", "merge"}));
     EXPECT_EQ(offered({"--v"}), (Words{"--version"}));
-    for (const char* command : {"show", "export", "forget"}) {
+    for (const char* command : {"export", "forget"}) {
         EXPECT_EQ(offered({command, "ab"}), (Words{"abcd1234"})) << command;
     }
-    for (const char* command : {"compare", "report"}) {
+    for (const char* command : {"show", "compare", "report"}) {
         EXPECT_EQ(offered({command, "ab"}), (Words{"ab.json", "abcd1234"})) << command;
     }
     EXPECT_EQ(offered({"compare", "ab.json", "abc"}), (Words{"abcd1234"}));
@@ -102,7 +103,7 @@ void expect_words_and_names(const Offer& offered) {
     EXPECT_EQ(offered({"list", "ab"}), (Words{}));
     EXPECT_EQ(offered({"inspect", "GL_RGBA"}),
               (Words{"GL_RGBA8", "GL_RGBA16", "GL_RGBA16F_ARB", "GL_RGBA32F_ARB"}));
-    EXPECT_EQ(offered({"inspect", "GL_RGBA8", "re"}), (Words{"read", "reset"}));
+    EXPECT_EQ(offered({"inspect", "GL_RGBA8", "re"}), (Words{"read", "render", "reset"}));
     EXPECT_EQ(offered({"inspect", "--set", "ab"}), (Words{"abcd1234"}));
 }
 
@@ -168,9 +169,15 @@ TEST_F(Completion, in_zsh_completes_what_the_program_takes) {
         EXPECT_TRUE(run.waits_until("<" + taken + ">")) << typed << '\n' << run.shown();
     };
     for (const std::string& command : kCommands) {
-        for (const std::string& option : options_of(command)) {
-            // All but its last letter, which "-o" has nothing before.
-            if (option.size() < 3) continue;
+        const Words options = options_of(command);
+        for (const std::string& option : options) {
+            // All but its last letter, which "-o" has nothing before, and where it is the only one.
+            const std::string beginning = option.substr(0, option.size() - 1);
+            const bool isOnly =
+                std::count_if(options.begin(), options.end(), [&](const auto& other) {
+                    return other.rfind(beginning, 0) == 0;
+                }) == 1;
+            if (option.size() < 3 || !isOnly) continue;
             std::string typed = command;
             typed.append(" ").append(option, 0, option.size() - 1);
             std::string taken = command;
@@ -180,7 +187,7 @@ TEST_F(Completion, in_zsh_completes_what_the_program_takes) {
     }
     expect("meas", "measure");
     expect("--vers", "--version");
-    expect("show ab", "show|abcd1234");
+    expect("show abc", "show|abcd1234");
     expect("compare abc", "compare|abcd1234");
     expect("compare ab.", "compare|ab.json");
     expect("forget --yes ab", "forget|--yes|abcd1234");

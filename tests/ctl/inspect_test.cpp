@@ -9,7 +9,7 @@
 #include <regex>
 #include <set>
 #include <thread>
-#include <tuple>
+#include <utility>
 
 #include "ctl/inspect_fixture.h"
 #include "support/expected_calls.h"
@@ -91,6 +91,55 @@ TEST_F(Inspect, says_that_this_run_and_the_record_do_not_agree) {
               "no; they do not agree");
 }
 
+TEST_F(Inspect, names_the_format_that_came_and_the_framebuffers_status) {
+    EXPECT_EQ(sentence_of(inspect({"GL_RGB8", "create"}).out), "The driver keeps GL_RGB8.");
+    EXPECT_EQ(sentence_of(inspect({"GL_RGB8", "render"}).out),
+              "The driver keeps GL_RGB8; the framebuffer's status is GL_FRAMEBUFFER_COMPLETE_EXT.");
+    EXPECT_EQ(sentence_with("smaller", "GL_RGB16", 0),
+              "The driver chose GL_RGB5 instead of GL_RGB16.");
+    EXPECT_EQ(sentence_with("smaller", "GL_RGB16", 1),
+              "The driver chose GL_RGB5 instead of GL_RGB16; the framebuffer's status is "
+              "GL_FRAMEBUFFER_COMPLETE_EXT.");
+}
+
+TEST_F(Inspect, of_every_no_says_each_sentence_once) {
+    EXPECT_EQ(inspect({"--all"}).out,
+              "The driver is right. This no comes from the test itself, which compares each\n"
+              "alpha with the next pixel's luminance.\n"
+              "  GL_LUMINANCE_ALPHA32F_ARB download get\n"
+              "  GL_LUMINANCE_ALPHA32F_ARB download read\n"
+              "  GL_LUMINANCE8_ALPHA8 download get\n"
+              "  GL_LUMINANCE8_ALPHA8 download read\n"
+              "  GL_LUMINANCE16_ALPHA16 download get\n"
+              "  GL_LUMINANCE16_ALPHA16 download read\n"
+              "  GL_LUMINANCE_ALPHA16F_ARB download get\n"
+              "  GL_LUMINANCE_ALPHA16F_ARB download read\n"
+              "\n"
+              "The driver is right to 8 bits, which is all that an upload shows. This no comes\n"
+              "from the test itself, which compares four channels in reversed order.\n"
+              "  GL_RGBA16 upload set\n"
+              "  GL_RGBA16 upload reset\n");
+}
+
+TEST_F(Inspect, is_a_document_for_programs) {
+    write_file(folder_.file("faults"), std::to_string(number_of("GL_RGBA16")) + " 4 exchanged\n");
+    const std::string text = inspect({"GL_RGBA16", "get", "--json", "--calls"}).out;
+    const nlohmann::json document = nlohmann::json::parse(text);
+    const nlohmann::json& found = document.at("inspections").at(0);
+    EXPECT_EQ(found.at("recorded"), "yes");
+    EXPECT_EQ(found.at("verdict"), "no");
+    EXPECT_EQ(found.at("of_test"), false);
+    EXPECT_EQ(found.at("sentence"), "Red and blue are exchanged.");
+    EXPECT_EQ(found.at("returned"),
+              nlohmann::json::parse(R"({"format": "GL_BGRA", "type": "GL_UNSIGNED_SHORT"})"));
+    EXPECT_EQ(found.at("channels").at(1).at("pixels"), 0);
+    EXPECT_FALSE(found.at("calls").empty());
+    write_file(folder_.file("i.json"), text);
+    const int status = run_in_shell(std::string(VALIDATOR) + " " + SCHEMA + " '" +
+                                    folder_.file("i.json").string() + "'");
+    EXPECT_TRUE(status == 0 || status == 77);
+}
+
 // The tool's own test
 
 /// The distances that the tool prints in a first run, by the order of the tests.
@@ -162,7 +211,7 @@ TEST_F(Inspect, shows_the_calls_in_order) {
         if (call.rfind("gl", 0) == 0) expected.push_back(shown_call(call));
     }
     std::vector<std::string> calls;
-    const std::string text = inspect({"GL_RGB16", "set"}).out;
+    const std::string text = inspect({"GL_RGB16", "set", "--calls"}).out;
     for (const std::string& line : lines_of(text)) {
         const bool isRest = !calls.empty() && calls.back().back() == ',';
         if (isRest) calls.back() += line.substr(5);
@@ -188,7 +237,8 @@ TEST_F(Inspect, alone_has_the_first_pattern) {
 // Drivers that die
 
 TEST_F(Inspect, says_in_which_call_a_driver_died) {
-    const Finished finished = inspect_with(std::to_string(SIGABRT), "GL_RGB8", kSet);
+    write_file(folder_.file("faults"), std::to_string(number_of("GL_RGB8")) + " 2 6\n");
+    const Finished finished = inspect({"GL_RGB8", "set", "--calls"});
     EXPECT_TRUE(finished.exited_with(1));
     EXPECT_EQ(sentence_of(finished.out),
               "The test was ended by SIGABRT: it was in glTexSubImage2D(GL_TEXTURE_2D, 0, 0, 0, "
@@ -246,21 +296,18 @@ TEST_F(Inspect, leaves_the_records_as_they_were) {
 // Arguments
 
 TEST_F(Inspect, refuses_what_it_cannot_inspect) {
-    const std::string nothing =
-        " transfers no pixels, so there is nothing to inspect: it is yes where the driver keeps "
-        "the "
-        "internal format";
-    const std::tuple<const char*, const char*, std::string> cases[] = {
-        {"GL_RGBA8", "create", "create" + nothing + " that a texture was defined with"},
-        {"GL_RGBA8", "renderable",
-         "render" + nothing + ", and calls a framebuffer with such a texture complete"},
-        {"GL_RGBA12", "get",
+    const std::string words = "inspect expects a format and a capability, or --all";
+    const std::pair<std::vector<std::string>, std::string> cases[] = {
+        {{"GL_RGBA12", "get"},
          "there is no format \"GL_RGBA12\"; expected one of the sixteen that `texprobectl show` "
          "lists, such as GL_RGBA8"},
-        {"GL_RGBA8", "write",
-         "there is no capability \"write\"; expected set, reset, get or read"}};
-    for (const auto& [format, capability, line] : cases) {
-        const Finished finished = inspect({format, capability});
+        {{"GL_RGBA8", "write"},
+         "there is no capability \"write\"; expected create, render, set, reset, get or read"},
+        {{"GL_RGBA8"}, words},
+        {std::vector<std::string>(), words},
+        {{"GL_RGBA8", "get", "--all"}, words}};
+    for (const auto& [arguments, line] : cases) {
+        const Finished finished = inspect(arguments);
         EXPECT_TRUE(finished.exited_with(2));
         EXPECT_EQ(finished.err, "texprobectl: " + line + "\n");
     }

@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include <map>
+#include <regex>
 
 #include "ctl/prepared_records.h"
 #include "ctl/scripted_measure.h"
@@ -14,6 +15,9 @@ namespace {
 
 class MeasureOutput : public ScriptedMeasure {
 protected:
+    static std::string without_times(const std::string& text) {
+        return std::regex_replace(text, std::regex("[0-9]{4}-[0-9]{2}-[0-9]{2} [0-9:]{5}"), "TIME");
+    }
     static std::string begin_renderer(const std::string& id) {
         return "say " + id + "[%p] testing renderer: 1\n";
     }
@@ -28,13 +32,17 @@ TEST_F(MeasureOutput, is_a_line_and_the_verdicts_that_have_changed) {
     EXPECT_TRUE(run.exited_with(0));
     EXPECT_EQ(run.err, renderer_id() + ": 96 of 96 verdicts\n");
     const std::string driver = "   a renderer, 1.0\n";
-    EXPECT_EQ(run.out, "Before (A) and now (B):\n\nA: " + *id_ + "\n" + driver + "B: " + *id_ +
-                           "\n" + driver +
-                           "\n"
-                           "                                                  A         B\n"
-                           "GL_RGB8 upload set                         untested        no\n"
-                           "GL_RGBA8 download read                           no       yes\n\n"
-                           "0 worse, 1 better.\n\n");
+    // Of the same driver, each side has its build and its date.
+    const std::string build = "   build " + id_->substr(id_->find('.', kIDPrefix.size()) + 1);
+    EXPECT_EQ(without_times(run.out),
+              "Before (A) and now (B):\n\nA: " + *id_ + "\n" + driver + build +
+                  ", version 0.21\nB: " + *id_ + "\n" + driver + build +
+                  ", measured TIME UTC, version 0.21\n"
+                  "\n"
+                  "                                                  A         B\n"
+                  "GL_RGB8 upload set                         untested        no\n"
+                  "GL_RGBA8 download read                           no       yes\n\n"
+                  "0 worse, 1 better.\n\n");
 }
 
 TEST_F(MeasureOutput, is_a_line_for_each_renderer_in_the_order_of_the_run) {

@@ -260,6 +260,25 @@ TEST_F(MergeOfMachines, names_twenty_and_counts_the_others) {
                 HasSubstr(", m29 and 5 more: GL_RGBA8 upload set crashed; 28 machines with "));
 }
 
+TEST_F(Merge, names_drivers_that_fail_alike_together) {
+    ctl::RecordSets sets;
+    for (int i = 0; i < 500; ++i) {
+        ctl::RecordSet set = healthy_set();
+        set.glVersion = "4.5 driver " + std::to_string(i);
+        set.verdicts[7][2] = ctl::Verdict::kNo;
+        if (i == 7) set.verdicts[8][3] = ctl::Verdict::kHung;
+        sets.push_back(set);
+    }
+    write_sets(folder_.file("a.json"), sets);
+    const std::string text = folder_.ctl({"merge", folder_.file("a.json")}).out;
+    const std::string name = sets[0].renderer.value_or("unknown renderer");
+    EXPECT_THAT(text, HasSubstr("\nDoes not work on 499 drivers alike, 499 sets:\n    " + name +
+                                ", 4.5 driver 0 and 498 more\n  GL_RGBA8                   set\n"
+                                "\nDoes not work on " +
+                                name + "\n  4.5 driver 7, build "));
+    EXPECT_LT(lines_of(text).size(), 30u);
+}
+
 TEST_F(Merge, of_a_folder_without_documents_says_so) {
     std::filesystem::create_directories(folder_.file("none"));
     const Finished run = folder_.ctl({"merge", folder_.file("none")});

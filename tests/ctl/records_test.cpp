@@ -24,6 +24,12 @@ const std::string kOther = kIDPrefix + "ff.build-10";
 
 class Records : public testing::Test {
 protected:
+    /// What `measure` remembers beside a set.
+    static std::string mark(const std::string& id, const std::string& key,
+                            const std::string& text) {
+        const std::string marks = "org.texprobe.texprobectl." + id.substr(kIDPrefix.size());
+        return "set " + marks + ' ' + key + " text " + text + "\nsync " + marks + '\n';
+    }
     /// Two builds of one renderer, that differ in two verdicts, and another renderer.
     void prepare_three() const {
         folder_.prepare(SCRIPTED_TOOL,
@@ -37,11 +43,12 @@ protected:
 
 TEST_F(Records, are_listed_one_line_each) {
     prepare_three();
-    EXPECT_EQ(folder_.ctl({"list"}).out,
-              " #  id                 renderer    driver  build     measured\n"
-              " 1  abcd1234.build-10  a renderer  2.0     build-10  complete\n"
-              " 2  abcd1234.build-9   a renderer  1.0     build-9   complete\n"
-              " 3  ff                 a renderer  3.0     build-10  complete\n");
+    EXPECT_EQ(
+        folder_.ctl({"list"}).out,
+        " #  id                 renderer    driver  build     version  measured    state\n"
+        " 1  abcd1234.build-10  a renderer  2.0     build-10  0.21     2026-11-21  complete\n"
+        " 2  abcd1234.build-9   a renderer  1.0     build-9   0.21                 complete\n"
+        " 3  ff                 a renderer  3.0     build-10  0.21                 complete\n");
 }
 
 TEST_F(Records, of_software_are_marked_where_the_renderer_names_it) {
@@ -49,9 +56,9 @@ TEST_F(Records, of_software_are_marked_where_the_renderer_names_it) {
                                        "set " + kNew + " GL_RENDERER text softpipe\nsync " + kNew +
                                        "\n");
     EXPECT_EQ(folder_.ctl({"list"}).out,
-              " #  id        renderer    driver  build     measured\n"
-              " 1  abcd1234  softpipe    2.0     build-10  complete, software\n"
-              " 2  ff        a renderer  3.0     build-10  complete\n");
+              " #  id        renderer    driver  build     version  measured  state\n"
+              " 1  abcd1234  softpipe    2.0     build-10  0.21               complete, software\n"
+              " 2  ff        a renderer  3.0     build-10  0.21               complete\n");
     const json sets = json::parse(folder_.ctl({"export"}).out)["record_sets"];
     EXPECT_EQ(sets[0]["software"], true);
     EXPECT_EQ(sets[1]["software"], false);
@@ -104,11 +111,66 @@ TEST_F(Records, that_differ_are_compared_with_status_1) {
                            "\n   a renderer, 2.0\n\n"
                            "                                                  A         B\n"
                            "GL_RGB8 upload set                               no       yes\n"
-                           "GL_RGBA8 download get                           yes        no\n\n");
+                           "GL_RGBA8 download get                           yes        no\n\n"
+                           "1 worse, 1 better.\n");
     // Those that are equal: in silence.
     const Finished equal = folder_.ctl({"compare", "3", "3"});
     EXPECT_TRUE(equal.exited_with(0));
     EXPECT_EQ(equal.out, "");
+}
+
+TEST_F(Records, of_the_same_driver_are_told_apart_by_build_and_date) {
+    folder_.prepare(SCRIPTED_TOOL, complete_set(kOld, "1.0", {{"GL_RGB8_UPLOAD_SET", false}}) +
+                                       complete_set(kNew, "1.0") +
+                                       mark(kNew, "RECORDED", "2026-11-21T19:56:43Z"));
+    EXPECT_THAT(folder_.ctl({"compare", "build-9", "build-10"}).out,
+                AllOf(HasSubstr("A: " + kOld +
+                                "\n   a renderer, 1.0\n   build build-9, version "
+                                "0.21\nB: " +
+                                kNew +
+                                "\n   a renderer, 1.0\n   build build-10, measured 2026-11-21 "
+                                "19:56 UTC, version 0.21\n\n"),
+                      HasSubstr("\n0 worse, 1 better.\n")));
+}
+
+TEST_F(Records, of_an_exported_file_are_shown_with_their_date) {
+    prepare_three();
+    folder_.prepare(SCRIPTED_TOOL, mark(kNew, "RECORDED", "2026-11-21T19:56:43Z"));
+    const std::string shown = folder_.ctl({"show", "1"}).out;
+    EXPECT_THAT(shown, HasSubstr("\ncomplete; not of its machine's present build\n"
+                                 "measured 2026-11-21 19:56 UTC, version 0.21\n\n"));
+    write_file(folder_.file("a.json"), folder_.ctl({"export", "1"}).out);
+    folder_.ctl({"forget", "--all", "--yes"});
+    EXPECT_EQ(folder_.ctl({"show", folder_.file("a.json")}).out,
+              shown.substr(0, shown.find("A no that was")));
+    EXPECT_EQ(folder_.ctl({"show", folder_.file("a.json"), "--json"}).out,
+              read_file(folder_.file("a.json")));
+}
+
+TEST_F(Records, of_all_renderers_are_one_table) {
+    prepare_three();
+    write_file(folder_.file("a.json"), folder_.ctl({"export"}).out);
+    const Finished run = folder_.ctl({"show", "--all-renderers", folder_.file("a.json")});
+    EXPECT_TRUE(run.exited_with(0));
+    EXPECT_THAT(run.out, AllOf(HasSubstr(" 2  a renderer, 1.0\n      build build-9, complete\n"),
+                               HasSubstr("\n                             1    2    3\n"),
+                               HasSubstr("\nGL_RGB8                    yes  yes  yes  create, "
+                                         "render, reset, get, read\n"
+                                         "                           yes   no  yes  set\n"),
+                               HasSubstr("\nGL_RGB16                   yes  yes  yes  all six\n")));
+    for (const std::string& line : lines_of(run.out)) EXPECT_LE(line.size(), 80u) << line;
+}
+
+TEST_F(Records, are_tables_of_a_forge_in_which_strangers_have_no_markup) {
+    folder_.prepare(SCRIPTED_TOOL,
+                    complete_set(kOld, "1.0 `@user` <b>|*", {{"GL_RGB8_UPLOAD_SET", false}}));
+    const std::string text = folder_.ctl({"show", "1", "--markdown"}).out;
+    EXPECT_THAT(text, AllOf(HasSubstr("`a renderer, 1.0 '@user' <b>|*, build build-9, version "
+                                      "0.21; complete`\n\n| format | create | render | set |"),
+                            HasSubstr("| --- | --- | --- | --- | --- | --- | --- |\n"),
+                            HasSubstr("| GL_RGB8 | yes | yes | no | yes | yes | yes |\n")));
+    EXPECT_THAT(folder_.ctl({"show", "1", "--markdown", "--all-renderers"}).out,
+                HasSubstr("\n| GL_RGB8 | set | no |\n"));
 }
 
 TEST_F(Records, of_an_older_version_or_without_a_string_are_not_complete) {

@@ -6,9 +6,12 @@
 #include <iostream>
 #include <sstream>
 
+#include "ctl/ctl_folder.h"
 #include "ctl/prepared_records.h"
 #include "documents/document.h"
 #include "documents/write_json.h"
+#include "records/compare.h"
+#include "text/write_text.h"
 
 namespace texprobe::tests {
 namespace {
@@ -163,6 +166,63 @@ TEST(SurveyDocument, that_is_wrong_gets_its_place) {
               "\"gl_version\" null");
     EXPECT_EQ(complaint_of("\"text\":\"why\"", "\"text\":null"),
               ".profiles[0].details[3].text: \"text\" must be a text");
+}
+
+// The surveys of two sets, and of many.
+
+TEST(ComparedSurveys, differ_in_what_both_have_asked) {
+    ctl::RecordSet other = surveyed_set();
+    auto& uses = other.survey[0].formats[3].uses;
+    ASSERT_STREQ(survey::formats()[3].name, "GL_RGBA8");
+    uses[survey::Use::kFilter] = {survey::Verdict::kYes, ""};
+    uses.erase(survey::Use::kRender);
+    uses[survey::Use::kBlend] = {survey::Verdict::kWrong, "why"};
+    other.survey[1].lack = "hung";
+    const ctl::Comparison comparison = ctl::compare({surveyed_set()}, {other});
+    EXPECT_FALSE(comparison.is_equal());
+    std::ostringstream text;
+    ctl::write_comparison_text(comparison, {}, text);
+    EXPECT_THAT(text.str(), HasSubstr("\n\nGL_RGBA8 filter in core profile: A wrong, B yes\n"
+                                      "context in OpenGL ES: A not_offered, B hung\n"
+                                      "\n1 worse, 1 better.\n"));
+    std::ostringstream json;
+    ctl::write_comparison_json(comparison, json);
+    EXPECT_NE(json.str().find("\"use\": \"filter\""), std::string::npos);
+    other.survey.clear();
+    EXPECT_TRUE(ctl::compare({surveyed_set()}, {other}).is_equal());
+}
+
+/// What merge says of a set that was measured and one with a survey alone.
+TEST(MergedSurveys, are_counted_and_make_no_machine_incomplete) {
+    const CtlFolder folder(CTL, SCRIPTED_TOOL);
+    ctl::RecordSet measured = surveyed_set();
+    measured.version = 0.21;
+    measured.renderer = "a renderer";
+    measured.isComplete = true;
+    measured.verdicts = {};
+    ctl::RecordSet alone = surveyed_set();
+    for (auto& format : alone.verdicts) format.fill(ctl::Verdict::kUnmeasured);
+    const auto write = [&](const char* name, const ctl::RecordSet& set) {
+        std::ostringstream document;
+        ctl::write_records_json({set}, document);
+        write_file(folder.file(name), document.str());
+        return folder.file(name).string();
+    };
+    const std::string a = write("a.json", measured);
+    const std::string b = write("b.json", alone);
+    const std::string text = folder.ctl({"merge", a, b}).out;
+    EXPECT_EQ(text.find("not complete"), std::string::npos) << text;
+    EXPECT_THAT(text, HasSubstr("1 record set of 2 drivers, 1 complete."));
+    EXPECT_THAT(text, HasSubstr("\nSurveyed: 2 sets. Broken promises:\n"
+                                "  GL_RGBA8 filter wrong in core profile on 2: "));
+    EXPECT_THAT(text, HasSubstr("  GL_RGBA8 render crashed in core profile on 2: "));
+    const std::string merged = folder.ctl({"merge", "--json", a, b}).out;
+    write_file(folder.file("merged.json"), merged);
+    EXPECT_EQ(folder.ctl({"merge", "--json", folder.file("merged.json")}).out, merged);
+    const int status = run_in_shell(std::string(VALIDATOR) + " " + SCHEMA + " '" +
+                                    folder.file("merged.json").string() + "'");
+    EXPECT_TRUE(status == 0 || status == 77);
+    EXPECT_THAT(folder.ctl({"merge", b}).out, HasSubstr("0 record sets of 1 driver, 0 complete."));
 }
 
 }  // namespace

@@ -3,6 +3,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <array>
+
 #include "ctl/ctl_folder.h"
 #include "ctl/prepared_records.h"
 #include "ctl/terminal_run.h"
@@ -128,6 +130,29 @@ TEST_F(Terminal, that_is_wide_shows_names_whole) {
     folder_.prepare(SCRIPTED_TOOL, complete_set(kID, std::string(100, 'v')));
     EXPECT_THAT(shown_by({"list"}, kUnicode, 200), HasSubstr(std::string(100, 'v')));
     EXPECT_THAT(shown_by({"list"}, kUnicode, 80), HasSubstr("vvv..."));
+}
+
+TEST_F(Terminal, of_80_columns_keeps_renderers_apart) {
+    std::string script;
+    for (const char* card : {"3080", "3090"}) {
+        const std::string id = kIDPrefix + card + ".6.1.0-18-amd64-16eee710";
+        script += complete_set(id, "4.6.0 NVIDIA 535.183.01") + "set " + id +
+                  " GL_RENDERER text NVIDIA GeForce RTX " + card + "/PCIe/SSE2\nsync " + id + "\n";
+        const std::string marks = "org.texprobe.texprobectl." + id.substr(kIDPrefix.size());
+        script += "set " + marks + " RECORDED text 2026-11-21T19:56:43Z\nsync " + marks + "\n";
+    }
+    folder_.prepare(SCRIPTED_TOOL, script);
+    EXPECT_THAT(shown_by({"list"}, kUnicode),
+                AllOf(HasSubstr("  NVIDIA GeForce RTX 3080/PCIe/SSE2  "),
+                      HasSubstr("  NVIDIA GeForce RTX 3090/PCIe/SSE2  "),
+                      HasSubstr("  2026-11-21  complete\n")));
+    for (const unsigned short width : std::array<unsigned short, 3>{80, 60, 50}) {
+        for (const std::string& line : screen(shown_by({"list"}, kUnicode, width))) {
+            EXPECT_LE(width_of(line), std::size_t{width}) << line;
+        }
+    }
+    EXPECT_THAT(shown_by({"list"}, kUnicode, 50),
+                AllOf(HasSubstr("  3080  ...3080/"), HasSubstr("  3090  ...3090/")));
 }
 
 TEST_F(Terminal, is_asked_before_records_are_removed) {

@@ -1,8 +1,9 @@
 // A driver that fails in chosen tests: linked into builds of the tool and of texprobectl, in front
 // of the system's OpenGL. The file "faults" beside the executable says in which:
 //   <internal format> <index of the capability> <signal, or 0 to hang, or a word>
-// With a word of damaged_image.h, what came back from a transfer is damaged. A signal with "!" is
-// only raised once, which removes the file: a test that is run again would pass.
+// With a word of damaged_image.h, what came back from a transfer is damaged; with "smaller", a
+// texture that holds no image got a smaller format. A signal with "!" is only raised once, which
+// removes the file: a test that is run again would pass.
 
 #include <OpenGL/gl.h>
 #include <dlfcn.h>
@@ -128,6 +129,14 @@ EXPORTED void glTexImage2D(GLenum target, GLint level, GLint internalFormat, GLs
         next<void (*)(GLenum, GLint, GLint, GLsizei, GLsizei, GLint, GLenum, GLenum, const void*)>(
             "glTexImage2D");
     real(target, level, internalFormat, width, height, border, format, type, pixels);
+}
+
+EXPORTED void glGetTexLevelParameteriv(GLenum target, GLint level, GLenum name, GLint* value) {
+    static const auto real =
+        next<void (*)(GLenum, GLint, GLenum, GLint*)>("glGetTexLevelParameteriv");
+    real(target, level, name, value);
+    const auto found = faults().find({testedFormat, boundTexture == 1 ? kSupported : kRenderable});
+    if (found != faults().end() && found->second == "smaller") *value = GL_RGB5;
 }
 
 EXPORTED void glTexSubImage2D(GLenum target, GLint level, GLint x, GLint y, GLsizei width,

@@ -1,12 +1,19 @@
-// A driver that dies or hangs in a chosen use of a chosen format, linked into a build of the
-// survey.
+// A driver that dies or hangs in a chosen use of a chosen format, and a disk that is full, linked
+// into a build of the survey.
 //
 // The order is in a file "die" beside the executable:
-//   <profile> <number of the format> <use> <signal; 0 to hang> [<format and type of the layout>]
-// A line is added to a file "deaths" there before each death. The order stays: such a driver dies
-// whenever the use is tried.
+//   <profile> <number of the format> <use> <signal> [<format and type of the layout>]
+// or in the signal's place 0: to hang; -1: somebody interrupts the survey meanwhile; -2: the
+// context is lost, and there is no other; -3: to exit. A line is added to a file "deaths" there
+// before each death. The order stays: such a driver dies whenever the use is tried.
+//
+// A file "full" there has the numbers of the first and the last synchronization, from 1, that find
+// the disk full.
 
+#include <CoreFoundation/CoreFoundation.h>
+#include <OpenGL/OpenGL.h>
 #include <signal.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 #include <cstdint>
@@ -25,14 +32,19 @@ struct SurveyOrder {
     std::string profile;
     Enum format = 0;
     std::string use;
-    int signal = -1;
+    int kind = 0;
     Enum layoutFormat = 0;
     Enum layoutType = 0;
 };
 
+constexpr int kInterrupted = -1;
+constexpr int kContextLost = -2;
+constexpr int kExits = -3;
+
 SurveyOrder surveyOrder;
 Gl aliveGl;
 bool isBlending = false;
+bool isContextLost = false;
 Enum currentFormat = 0;  // Of the texture that was defined last, unless that is the judge's.
 bool isStorage = false;  // That was glTexStorage2D.
 
@@ -40,12 +52,33 @@ std::filesystem::path folder_of_survey() {
     return std::filesystem::read_symlink("/proc/self/exe").parent_path();
 }
 
+/// A signal of this process itself would be the driver's.
+void interrupt_from_outside() {
+    const pid_t child = fork();
+    if (child == 0) {
+        kill(getppid(), SIGTERM);
+        _exit(0);
+    }
+    waitpid(child, nullptr, 0);
+}
+
 /// The driver has come to what only that use calls.
 void die_in(const char* use, Enum format) {
     if (surveyOrder.use != use || surveyOrder.format != format) return;
     std::ofstream(folder_of_survey() / "deaths", std::ios::app) << use << '\n';
-    if (surveyOrder.signal != 0) raise(surveyOrder.signal);
-    for (;;) pause();
+    switch (surveyOrder.kind) {
+        case kInterrupted:
+            return interrupt_from_outside();
+        case kContextLost:
+            isContextLost = true;
+            return;
+        case kExits:
+            exit(3);
+        case 0:
+            for (;;) pause();
+        default:
+            raise(surveyOrder.kind);
+    }
 }
 
 // What the transfers have set: the buffer that is bound, and whether rows are long.
@@ -128,13 +161,33 @@ void send_blocks_or_die(Enum target, int level, int x, int y, int width, int hei
 Gl load_alive() __asm__("__real__ZN8texprobe6survey7load_glEv");
 Gl load_dying() __asm__("__wrap__ZN8texprobe6survey7load_glEv");
 
+// CoreFoundation's and CGL's own.
+Boolean synchronize_really(CFStringRef application) __asm__("__real_CFPreferencesAppSynchronize");
+Boolean synchronize_perhaps(CFStringRef application) __asm__("__wrap_CFPreferencesAppSynchronize");
+CGLError make_current_really(CGLContextObj context) __asm__("__real_CGLSetCurrentContext");
+CGLError make_current_perhaps(CGLContextObj context) __asm__("__wrap_CGLSetCurrentContext");
+
+Boolean synchronize_perhaps(CFStringRef application) {
+    static int number = 0;
+    int first = 0;
+    int last = 0;
+    std::ifstream(folder_of_survey() / "full") >> first >> last;
+    const bool isFull = ++number >= first && number <= last;
+    return isFull ? Boolean{0} : synchronize_really(application);
+}
+
+CGLError make_current_perhaps(CGLContextObj context) {
+    return isContextLost ? kCGLBadContext : make_current_really(context);
+}
+
 Gl load_dying() {
     aliveGl = load_alive();
     Gl table = aliveGl;
     std::ifstream(folder_of_survey() / "die") >> surveyOrder.profile >> surveyOrder.format >>
-        surveyOrder.use >> surveyOrder.signal >> surveyOrder.layoutFormat >> surveyOrder.layoutType;
+        surveyOrder.use >> surveyOrder.kind >> surveyOrder.layoutFormat >> surveyOrder.layoutType;
     if (surveyOrder.profile != profile_of_context()) return table;
     die_in_transfers(&table);
+    table.GetError = [] { return isContextLost ? gl::kContextLost : aliveGl.GetError(); };
     table.TexImage2D = define_or_die;
     table.CompressedTexImage2D = define_blocks_or_die;
     table.CompressedTexSubImage2D = send_blocks_or_die;

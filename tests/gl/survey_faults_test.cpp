@@ -4,6 +4,7 @@
 #include <gmock/gmock.h>
 
 #include <cstring>
+#include <utility>
 
 #include "survey_faults.h"
 
@@ -206,6 +207,24 @@ TEST_F(SurveyFault, smaller_format_is_found_in_create_and_leaves_nothing_else_to
                                           {"GL_RGB10_A2 mipmap", "not_applicable"},
                                           {"GL_RGB10_A2 render", "not_applicable"},
                                           {"GL_RGB10_A2 blend", "not_applicable"}}));
+}
+
+TEST_F(SurveyFault, memory_that_is_used_up_while_the_judge_looks_is_on_no_driver) {
+    static bool isUsedUp = false;
+    const FaultyVerdicts found = verdicts_with([](Gl* gl) {
+        gl->ReadPixels = [](int, int, int, int, Enum, Enum, void*) { isUsedUp = true; };
+        gl->GetError = [] {
+            return std::exchange(isUsedUp, false) ? gl::kOutOfMemory : real.GetError();
+        };
+    });
+    FaultyVerdicts expected;
+    for (const char* name : kSample) {
+        for (const Use use : {Use::kFilter, Use::kMipmap, Use::kRender, Use::kBlend}) {
+            const Format& format = *find_format(name);
+            if (has_use(format, use)) expected[std::string(name) + ' ' + name_of(use)] = "unknown";
+        }
+    }
+    EXPECT_EQ(found, expected);
 }
 
 TEST_F(SurveyFault, error_of_storage_is_found_in_create_storage) {

@@ -373,12 +373,20 @@ TEST(SurveyRecord, is_complete_when_every_use_of_the_format_has_a_verdict) {
     EXPECT_FALSE(complete("GL_R8UI", ""));
 }
 
-TEST(SurveyRecord, blames_the_use_that_was_under_way) {
+TEST(SurveyRecord, blames_a_use_that_was_under_way_twice) {
     const FormatRecord left = *read_record("create yes\nfilter started\n");
-    EXPECT_EQ(write_record(after_end(left, Verdict::kCrashed)), "create yes\nfilter crashed\n");
-    EXPECT_EQ(write_record(after_end(left, Verdict::kHung)), "create yes\nfilter hung\n");
-    EXPECT_EQ(write_record(after_outside_end(left)), "create yes\n");
-    EXPECT_EQ(write_record(after_outside_end(*read_record("measuring\n"))), "");
+    FormatRecord again = left;
+    again.uses[Use::kFilter] = begin_use(left, Use::kFilter);
+    EXPECT_EQ(write_record(again), "create yes\nfilter started: again\n");
+    for (const FormatRecord& record : {left, again, *read_record(write_record(again))}) {
+        EXPECT_EQ(write_record(after_outside_end(record)), "create yes\n");
+    }
+    EXPECT_EQ(write_record(after_end(left)), "create yes\n");
+    EXPECT_EQ(write_record(after_end(again)), "create yes\nfilter crashed\n");
+    EXPECT_EQ(write_record(after_end(*read_record("measuring\n"))), "");
+    for (const Use use : {Use::kCreate, Use::kMipmap}) {
+        EXPECT_EQ(begin_use(again, use), (Judged{Verdict::kStarted, ""}));
+    }
 }
 
 }  // namespace

@@ -47,7 +47,8 @@ Capability find_capability(const std::string& name) {
             if (wanted == simplified(known)) return static_cast<Capability>(i);
         }
     }
-    throw UsageError("there is no capability \"" + name + "\"; expected set, reset, get or read");
+    throw UsageError("there is no capability \"" + name +
+                     "\"; expected create, render, set, reset, get or read");
 }
 
 }  // namespace texprobe::ctl

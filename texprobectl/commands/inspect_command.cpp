@@ -1,10 +1,14 @@
+#include <filesystem>
 #include <iostream>
 #include <memory>
+#include <system_error>
+#include <vector>
 
 #include "commands/cell_names.h"
 #include "commands/command_options.h"
 #include "commands/commands.h"
 #include "commands/selection.h"
+#include "documents/write_json.h"
 #include "inspect/inspect.h"
 #include "inspect/pictures.h"
 #include "process/stop_signals.h"
@@ -21,22 +25,31 @@ struct InspectArguments {
     std::string folder;
     int seconds = 60;
     bool alone = false;
+    bool all = false;
+    bool calls = false;
+    bool json = false;
 };
 
-Cell named_cell(const InspectArguments& arguments) {
-    const Cell cell = {find_format(arguments.format), find_capability(arguments.capability)};
-    if (cell.capability == kSupported) {
-        throw UsageError(
-            "create transfers no pixels, so there is nothing to inspect: it is yes where the "
-            "driver keeps the internal format that a texture was defined with");
+/// The one that is named, or every no of the set.
+std::vector<Cell> chosen_cells(const InspectArguments& arguments, const RecordSet& set) {
+    if (!arguments.all) {
+        return {{find_format(arguments.format), find_capability(arguments.capability)}};
     }
-    if (cell.capability == kRenderable) {
-        throw UsageError(
-            "render transfers no pixels, so there is nothing to inspect: it is yes where the "
-            "driver keeps the internal format, and calls a framebuffer with such a texture "
-            "complete");
+    std::vector<Cell> cells;
+    for_each_cell([&](const Cell& cell) {
+        if (is_failure(set.verdict(cell))) cells.push_back(cell);
+    });
+    return cells;
+}
+
+void check_words(const InspectArguments& arguments) {
+    const bool isNamed = !arguments.format.empty();
+    if (arguments.all == isNamed || isNamed == arguments.capability.empty()) {
+        throw UsageError("inspect expects a format and a capability, or --all");
     }
-    return cell;
+    if (arguments.all) return;
+    find_format(arguments.format);
+    find_capability(arguments.capability);
 }
 
 const RecordSet& chosen_set(const std::string& name, const RecordSets& all,
@@ -51,43 +64,65 @@ const RecordSet& chosen_set(const std::string& name, const RecordSets& all,
     return only_present_set(all);
 }
 
+/// Of several, each has a folder of its own.
+void write_all_pictures(const std::vector<Inspection>& inspections, const std::string& folder) {
+    std::size_t count = 0;
+    std::error_code ignored;
+    if (inspections.size() > 1) std::filesystem::create_directory(folder, ignored);
+    for (const Inspection& each : inspections) {
+        if (!each.evidence) continue;
+        ++count;
+        write_pictures(each, inspections.size() == 1 ? folder : folder + '/' + key_of(each.cell));
+    }
+    if (count == 0) {
+        std::cerr << "texprobectl: there are no pictures, because no image came back\n";
+    }
+}
+
 int run_inspect(const InspectArguments& arguments, const Session& session) {
-    const Cell cell = named_cell(arguments);
+    check_words(arguments);
     const StopSignals stopSignals;
     const Machine machine = look_at_machine();
     const RecordSets all = read_all_record_sets(machine);
     const RecordSet& set = chosen_set(arguments.set, all, machine);
-    const Inspection inspection =
-        inspect({session.self, cell, arguments.alone, std::chrono::seconds(arguments.seconds)}, set,
-                all, machine);
-    print([&](const Terminal& terminal, std::ostream& stream) {
-        write_inspection_text(inspection, terminal, stream);
-    });
-    if (!arguments.folder.empty() && inspection.evidence) {
-        write_pictures(inspection, arguments.folder);
-    } else if (!arguments.folder.empty()) {
-        std::cerr << "texprobectl: there are no pictures, because no image came back\n";
+    std::vector<Inspection> inspections;
+    bool areRun = true;
+    for (const Cell& cell : chosen_cells(arguments, set)) {
+        const std::chrono::seconds limit(arguments.seconds);
+        inspections.push_back(
+            inspect({session.self, cell, arguments.alone, limit}, {set, all, machine}));
+        areRun &= inspections.back().verdict.has_value();
     }
-    return inspection.verdict ? 0 : 1;
+    print([&](const Terminal& terminal, std::ostream& stream) {
+        if (arguments.json) return write_inspections_json(inspections, arguments.calls, stream);
+        if (arguments.all && !arguments.calls) return write_findings_text(inspections, stream);
+        for (const Inspection& each : inspections) {
+            write_inspection_text(each, arguments.calls, terminal, stream);
+        }
+    });
+    if (!arguments.folder.empty()) write_all_pictures(inspections, arguments.folder);
+    return areRun ? 0 : 1;
 }
 
 }  // namespace
 
 void add_inspect(CLI::App* app, Session* session) {
-    CLI::App* command = app->add_subcommand(
-        "inspect", "Repeat one transfer test, and show what the driver did in it");
+    CLI::App* command =
+        app->add_subcommand("inspect", "Repeat a test, and show what the driver did in it");
     const auto arguments = std::make_shared<InspectArguments>();
     command->add_option("FORMAT", arguments->format, "as `show` names it, such as GL_RGBA8")
-        ->required()
         ->type_name("");
-    command->add_option("CAPABILITY", arguments->capability, "set, reset, get or read")
-        ->required()
+    command
+        ->add_option("CAPABILITY", arguments->capability, "create, render, set, reset, get or read")
         ->type_name("");
+    command->add_flag("--all", arguments->all, "Every no of the set");
     command->add_option("--set", arguments->set, kSet)->type_name("SET");
     command->add_flag("--alone", arguments->alone, "Do not replay the tests before it");
+    command->add_flag("--calls", arguments->calls, "Show the test's calls of OpenGL");
     add_seconds(command, "--timeout", &arguments->seconds, "How long a test may take");
     command->add_option("-o", arguments->folder, "Write pictures and raw bytes")
         ->type_name("FOLDER");
+    add_json(command, &arguments->json);
     command->footer(
         "Touches no record. Without --set: the set of this machine's present build.\n"
         "Status 0 when the test ran to its end, whatever its verdict.");

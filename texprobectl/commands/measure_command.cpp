@@ -1,12 +1,15 @@
 #include <unistd.h>
 
+#include <chrono>
 #include <iostream>
 #include <memory>
+#include <stdexcept>
 #include <string>
 
 #include "commands/command_options.h"
 #include "commands/commands.h"
 #include "commands/require_hardware.h"
+#include "inspect/whose_noes.h"
 #include "measure/find_tool.h"
 #include "process/stop_signals.h"
 #include "text/progress.h"
@@ -49,9 +52,16 @@ int run_measure(const MeasureArguments& arguments, const Session& session) {
     }
     const StopSignals stopSignals;
     MeasureView view(std::cerr, look_at_terminal(STDERR_FILENO));
-    const MeasureResult result =
-        measure({tool, arguments.seconds, arguments.attempts}, machine, view);
+    MeasureResult result = measure({tool, arguments.seconds, arguments.attempts}, machine, view);
     view.finish();
+    if (result.kind != MeasureResult::Kind::kInterrupted) {
+        try {
+            find_whose_noes(session.self, std::chrono::seconds(arguments.seconds), machine,
+                            &result.after);
+        } catch (const std::runtime_error&) {
+            // The verdicts are recorded; the next `measure` tries it again.
+        }
+    }
     print([&](const Terminal& terminal, std::ostream& stream) {
         write_changes_text(result, terminal, stream);
     });

@@ -70,7 +70,7 @@ void run_merge(const MergeArguments& arguments) {
         std::cerr << "texprobectl: " << plain(file) << " is not counted: " << plain(machine)
                   << " was given before; NAME=FILE names another machine\n";
     }
-    if (merged.sets() == 0) throw UsageError("there is no record set to merge");
+    if (merged.drivers().empty()) throw UsageError("there is no record set to merge");
     print([&](const Terminal& terminal, std::ostream& stream) {
         if (arguments.json) return write_merged_json(merged, stream);
         write_merged_text(merged, terminal, stream);

@@ -45,7 +45,7 @@ void run_report(const ReportArguments& arguments, const Session& session) {
         if (found.empty()) say_empty(name, "record set");
         for (RecordSet& set : found) sets.push_back(std::move(set));
     }
-    if (arguments.names.empty()) sets = present_measured_sets(known.all());
+    if (arguments.names.empty()) sets = present_sets(known.all());
     if (sets.empty()) throw UsageError("there is no record set to report on");
     std::vector<PicturedNoes> pictured;
     if (arguments.pictures) pictured = picture_sets(sets, known.all(), session);

@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <memory>
 
 #include "commands/command_options.h"
@@ -13,21 +14,33 @@ namespace {
 struct ShowArguments {
     std::vector<std::string> names;
     bool json = false;
+    bool markdown = false;
+    bool isOneTable = false;
 };
 
+RecordSets shown_sets(const std::vector<std::string>& names) {
+    KnownSets known([] { return read_all_record_sets(look_at_machine()); });
+    if (names.size() > 1) throw UsageError("show expects one record set or exported file, or none");
+    if (names.empty()) return present_measured_sets(known.all());
+    RecordSets sets = known.find_or_read(names.front());
+    const auto isNotMeasured = [](const RecordSet& set) { return !is_measured(set); };
+    sets.erase(std::remove_if(sets.begin(), sets.end(), isNotMeasured), sets.end());
+    if (sets.empty()) throw UsageError(names.front() + " has no verdicts to show");
+    return sets;
+}
+
 void run_show(const ShowArguments& arguments) {
-    const RecordSets all = read_all_record_sets(look_at_machine());
-    if (arguments.names.size() > 1) throw UsageError("show expects one record set, or none");
-    const RecordSets shown =
-        arguments.names.empty() ? present_measured_sets(all) : find_sets(arguments.names, all);
-    if (shown.empty()) {
+    const RecordSets sets = shown_sets(arguments.names);
+    if (sets.empty()) {
         throw UsageError(
             "nothing is recorded for this machine's present build; "
             "`texprobectl measure` measures it");
     }
     print([&](const Terminal& terminal, std::ostream& stream) {
-        if (arguments.json) return write_records_json(shown, stream);
-        write_sets_text(shown, terminal, stream);
+        if (arguments.json) return write_records_json(sets, stream);
+        if (arguments.markdown) return write_sets_markdown(sets, arguments.isOneTable, stream);
+        if (arguments.isOneTable) return write_renderers_text(sets, terminal, stream);
+        write_sets_text(sets, terminal, stream);
     });
 }
 
@@ -37,9 +50,12 @@ void add_show(CLI::App* app, Session*) {
     CLI::App* command =
         app->add_subcommand("show", "The sixteen formats by six capabilities of a record set");
     const auto arguments = std::make_shared<ShowArguments>();
-    command->add_option("SET", arguments->names, kSet)->type_name("");
+    command->add_option("SET", arguments->names, kSetOrFile)->type_name("");
+    command->add_flag("--all-renderers", arguments->isOneTable,
+                      "One table, with a column for each of them");
+    command->add_flag("--markdown", arguments->markdown, "Tables for a forge's issue");
     add_json(command, &arguments->json);
-    command->footer("Without SET: the sets of this machine's present build.");
+    command->footer("Without SET or FILE: the sets of this machine's present build.");
     command->callback([=] { run_show(*arguments); });
 }
 

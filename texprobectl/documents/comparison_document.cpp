@@ -19,6 +19,18 @@ Json differences_of(const ComparedSets& pair) {
     return array;
 }
 
+Json survey_differences_of(const ComparedSets& pair) {
+    Json array = Json::array();
+    for (const SurveyDifference& each : pair.ofSurvey) {
+        array.push_back({{"profile", name_of(each.profile)},
+                         {"name", each.format.empty() ? Json(nullptr) : Json(each.format)},
+                         {"use", each.use},
+                         {"a", each.a},
+                         {"b", each.b}});
+    }
+    return array;
+}
+
 Json identifications(const RecordSets& sets) {
     Json array = Json::array();
     for (const RecordSet& set : sets) array.push_back(identification(set));
@@ -32,9 +44,13 @@ void write_comparison_json(const Comparison& comparison, std::ostream& stream) {
     json["equal"] = comparison.is_equal();
     json["pairs"] = Json::array();
     for (const ComparedSets& pair : comparison.pairs) {
+        const Balance balance = balance_of(pair);
         json["pairs"].push_back({{"a", identification(pair.a)},
                                  {"b", identification(pair.b)},
-                                 {"differences", differences_of(pair)}});
+                                 {"worse", balance.worse},
+                                 {"better", balance.better},
+                                 {"differences", differences_of(pair)},
+                                 {"survey_differences", survey_differences_of(pair)}});
     }
     json["only_a"] = identifications(comparison.onlyA);
     json["only_b"] = identifications(comparison.onlyB);

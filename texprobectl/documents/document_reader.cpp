@@ -47,6 +47,11 @@ Detail read_detail(const Json& value, const Expect& expect) {
         detail.cause = Crashed{expect.text(value, "signal")};
     } else if (value.contains("exit_status")) {
         detail.cause = Exited{static_cast<int>(expect.integer(value, "exit_status", 0, 255))};
+    } else if (value.contains("of_test")) {
+        if (!expect.boolean(value, "of_test")) {
+            expect.fail(expect.member(value, "of_test"), "\"of_test\" must be true");
+        }
+        detail.cause = Seen{Seen::Whose::kTest};
     } else {
         detail.cause = Hung{static_cast<int>(expect.integer(value, "seconds", 0, INT32_MAX))};
     }
@@ -258,6 +263,7 @@ RecordSet read_set(const Json& value, const Expect& expect) {
     set.vendor = expect.text_or_null(value, "vendor");
     set.glVersion = expect.text_or_null(value, "gl_version");
     set.renderer = expect.text_or_null(value, "renderer");
+    if (value.contains("measured")) set.measured = expect.text_or_null(value, "measured");
     set.isSoftware = read_software(value, set.renderer, expect);
     const Json& formats = expect.formats(value);
     for_each_cell([&](const Cell& cell) {

@@ -27,6 +27,8 @@ Json detail_of(const Detail& detail) {
         object["exit_status"] = exited->status;
     } else if (const auto* hung = std::get_if<Hung>(&detail.cause)) {
         object["seconds"] = hung->seconds;
+    } else {
+        object["of_test"] = true;
     }
     return object;
 }
@@ -61,7 +63,8 @@ Json identification(const RecordSet& set) {
             {"complete", set.isComplete},
             {"vendor", text_or_null(set.vendor)},
             {"gl_version", text_or_null(set.glVersion)},
-            {"renderer", text_or_null(set.renderer)}};
+            {"renderer", text_or_null(set.renderer)},
+            {"measured", text_or_null(set.measured)}};
 }
 
 // One format a line: a person can read it, and diff(1) shows the differences.

@@ -1,5 +1,7 @@
 #include "documents/merge.h"
 
+#include <table/record_keys.h>
+
 #include <algorithm>
 #include <set>
 #include <tuple>
@@ -21,6 +23,33 @@ bool Failure::operator<(const Failure& other) const {
            std::tie(other.cell.format, other.cell.capability, other.verdict);
 }
 
+bool SurveyFailure::operator<(const SurveyFailure& other) const {
+    return std::tie(format, use, profile, verdict) <
+           std::tie(other.format, other.use, other.profile, other.verdict);
+}
+
+void SurveyCounts::add(const Survey& survey) {
+    if (survey.empty()) return;
+    ++sets;
+    for (const SurveyedProfile& profile : survey) {
+        if (!profile.lack.empty() && profile.lack != survey::kContextNotOffered) {
+            ++failures[{profile.profile, "", "context", profile.lack}];
+        }
+        for (std::size_t i = 0; i < profile.formats.size(); ++i) {
+            for (const auto& [use, judged] : profile.formats[i].uses) {
+                if (!is_told(judged.verdict)) continue;
+                ++failures[{profile.profile, survey::formats()[i].name, name_of(use),
+                            name_of(judged.verdict)}];
+            }
+        }
+    }
+}
+
+void SurveyCounts::add(const SurveyCounts& other) {
+    sets += other.sets;
+    for (const auto& [failure, count] : other.failures) failures[failure] += count;
+}
+
 bool MachineState::operator<(const MachineState& other) const {
     return std::tie(kind, renderer) < std::tie(other.kind, other.renderer);
 }
@@ -29,10 +58,12 @@ void Counted::add(const Counted& other) {
     sets += other.sets;
     complete += other.complete;
     isSoftware |= other.isSoftware;
+    survey.add(other.survey);
     for_each_cell([&](const Cell& cell) {
         VerdictCounts& counts = cells[cell.format][cell.capability];
         const VerdictCounts& more = other.cells[cell.format][cell.capability];
         for (std::size_t i = 0; i < kVerdictCount; ++i) counts[i] += more[i];
+        ofTest[number_of(cell)] += other.ofTest[number_of(cell)];
     });
     for (const auto& [failure, machines] : other.failures) {
         failures[failure].add(machines.count(), machines.names());
@@ -59,15 +90,10 @@ void Merged::begin_machine(const std::string& name) {
 void Merged::add(const RecordSet& set) {
     Counted& counted =
         drivers_[{set.rendererID, set.systemBuild, set.vendor, set.glVersion, set.renderer}];
-    ++sets_;
-    ++counted.sets;
-    counted.complete += set.isComplete;
+    const bool isSurveyAlone = !is_measured(set) && !set.survey.empty();
     counted.isSoftware |= set.isSoftware;
-    for_each_cell([&](const Cell& cell) {
-        const Verdict verdict = set.verdict(cell);
-        ++counted.cells[cell.format][cell.capability][static_cast<std::size_t>(verdict)];
-        if (is_failure(verdict)) counted.failures[{cell, verdict}].add(now_.name, now_.number);
-    });
+    counted.survey.add(set.survey);
+    if (!isSurveyAlone) count_verdicts(set, &counted);
     // What an older build had says nothing of the machine as it is.
     if (now_.hasPresent && !set.isPresent) return;
     if (set.isPresent && !now_.hasPresent) {
@@ -76,13 +102,27 @@ void Merged::add(const RecordSet& set) {
     }
     now_.hasSet = true;
     now_.hasPresent |= set.isPresent;
-    now_.hasIncomplete |= !set.isComplete;
+    now_.hasIncomplete |= !set.isComplete && !isSurveyAlone;
     now_.hasHardware |= !set.isSoftware;
     const std::string renderer = set.renderer.value_or("unknown renderer");
     // The first of several by name, whatever their order.
     const std::string software = software_named_in(renderer).value_or(renderer);
     if (set.isSoftware && (now_.software.empty() || software < now_.software)) {
         now_.software = software;
+    }
+}
+
+void Merged::count_verdicts(const RecordSet& set, Counted* counted) {
+    ++sets_;
+    ++counted->sets;
+    counted->complete += set.isComplete;
+    for_each_cell([&](const Cell& cell) {
+        const Verdict verdict = set.verdict(cell);
+        ++counted->cells[cell.format][cell.capability][static_cast<std::size_t>(verdict)];
+        if (is_failure(verdict)) counted->failures[{cell, verdict}].add(now_.name, now_.number);
+    });
+    for (const Detail& detail : set.details) {
+        counted->ofTest[number_of(detail.cell)] += detail.is_of_test();
     }
 }
 

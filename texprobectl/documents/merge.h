@@ -41,13 +41,36 @@ struct Failure {
     bool operator<(const Failure& other) const;
 };
 
+/// A promise of the survey that is broken.
+struct SurveyFailure {
+    survey::Profile profile = survey::Profile::kCompatibility;
+    /// Empty for the context itself.
+    std::string format;
+    std::string use;
+    std::string verdict;
+
+    bool operator<(const SurveyFailure& other) const;
+};
+
+/// A set with no more than a survey is in no other count.
+struct SurveyCounts {
+    Count sets = 0;
+    std::map<SurveyFailure, Count> failures;
+
+    void add(const Survey& survey);
+    void add(const SurveyCounts& other);
+};
+
 struct Counted {
     Count sets = 0;
     Count complete = 0;
     bool isSoftware = false;
     CellCounts cells = {};
+    /// How many of the noes are the test's own, by cell.
+    std::array<Count, kCellCount> ofTest = {};
     /// Whose they are.
     std::map<Failure, MachineNames> failures;
+    SurveyCounts survey;
 
     /// What most sets say; of as many, the yes.
     Verdict usual(const Cell& cell) const;
@@ -95,6 +118,8 @@ private:
         bool hasIncomplete = false;
         std::string software;
     };
+
+    void count_verdicts(const RecordSet& set, Counted* counted);
 
     Now now_;
     Count sets_ = 0;

@@ -7,6 +7,7 @@
 #include <string_view>
 
 #include "documents/json_lines.h"
+#include "documents/survey_document.h"
 #include "documents/write_json.h"
 
 namespace texprobe::ctl {
@@ -17,19 +18,26 @@ constexpr auto kMostCounts = static_cast<std::int64_t>(kMostSets);
 
 constexpr std::array<const char*, 3> kStateNames = {"no_records", "not_complete", "software"};
 
-Json counts_of(const VerdictCounts& counts) {
+/// Of one cell. Those of the test are some of the noes.
+constexpr const char* kNoesOfTest = "no_of_test";
+
+Json counts_of(const Counted& counted, const Cell& cell) {
     Json object = Json::object();
+    const VerdictCounts& counts = counted.cells[cell.format][cell.capability];
     for (std::size_t i = 0; i < kVerdictCount; ++i) object[kVerdictNames[i]] = counts[i];
+    const Count ofTest = counted.ofTest[number_of(cell)];
+    if (ofTest > 0) object[kNoesOfTest] = ofTest;
     return object;
 }
 
-void write_formats(const CellCounts& cells, const std::string& indent, std::ostream& output) {
+void write_formats(const Counted& counted, const std::string& indent, std::ostream& output) {
     output << "\"formats\": [";
     for (std::size_t format = 0; format < kFormatCount; ++format) {
         Json object = {{"name", kFormats[format].name},
                        {"internal_format", kFormats[format].internalFormat}};
-        for (std::size_t capability = 0; capability < kCapabilityCount; ++capability) {
-            object[kCapabilities[capability].member] = counts_of(cells[format][capability]);
+        for (std::size_t i = 0; i < kCapabilityCount; ++i) {
+            object[kCapabilities[i].member] =
+                counts_of(counted, {format, static_cast<Capability>(i)});
         }
         output << (format == 0 ? "\n" : ",\n") << indent << "  " << line_of(object);
     }
@@ -76,6 +84,18 @@ std::vector<Json> states_of(const Merged& merged) {
     return states;
 }
 
+std::vector<Json> survey_failures_of(const SurveyCounts& survey) {
+    std::vector<Json> failures;
+    for (const auto& [failure, count] : survey.failures) {
+        failures.push_back({{"profile", name_of(failure.profile)},
+                            {"name", failure.format.empty() ? Json(nullptr) : Json(failure.format)},
+                            {"use", failure.use},
+                            {"verdict", failure.verdict},
+                            {"sets", count}});
+    }
+    return failures;
+}
+
 void write_driver(const Driver& driver, const Counted& counted, std::ostream& output) {
     const Json members = {{"renderer_id", driver.rendererID},
                           {"system_build", driver.systemBuild},
@@ -84,15 +104,18 @@ void write_driver(const Driver& driver, const Counted& counted, std::ostream& ou
                           {"renderer", text_or_null(driver.renderer)},
                           {"sets", counted.sets},
                           {"complete", counted.complete},
+                          {"surveyed", counted.survey.sets},
                           {"software", counted.isSoftware}};
     output << "    {\n";
     for (const auto& [name, value] : members.items()) {
         output << "      \"" << name << "\": " << line_of(value) << ",\n";
     }
     output << "      ";
-    write_formats(counted.cells, "      ", output);
+    write_formats(counted, "      ", output);
     output << ",\n      ";
     write_list("failures", failures_of(counted), "      ", output);
+    output << ",\n      ";
+    write_list("survey_failures", survey_failures_of(counted.survey), "      ", output);
     output << "\n    }";
 }
 
@@ -124,18 +147,38 @@ void read_failures(const Json& value, const Expect& expect, Counted* counted) {
     }
 }
 
-VerdictCounts read_counts(const Json& format, const char* name, Count sets, const Expect& expect) {
+/// In documents of older versions there is none.
+SurveyCounts read_survey_counts(const Json& value, const Expect& expect) {
+    SurveyCounts counts;
+    if (!value.contains("surveyed")) return counts;
+    counts.sets = static_cast<Count>(expect.integer(value, "surveyed", 0, kMostCounts));
+    for (const Json& each : expect.array(value, "survey_failures")) {
+        const SurveyFailure failure = {read_profile_name(each, expect),
+                                       expect.text_or_null(each, "name").value_or(""),
+                                       expect.text(each, "use"), expect.text(each, "verdict")};
+        counts.failures[failure] += static_cast<Count>(
+            expect.integer(each, "sets", 1, static_cast<std::int64_t>(counts.sets)));
+    }
+    return counts;
+}
+
+void read_counts(const Json& format, const Cell& cell, Counted* counted, const Expect& expect) {
+    const char* const name = kCapabilities[cell.capability].member;
     const Json& value = expect.member(format, name);
-    VerdictCounts counts;
+    VerdictCounts& counts = counted->cells[cell.format][cell.capability];
     Count sum = 0;
     for (std::size_t i = 0; i < kVerdictCount; ++i) {
         counts[i] = static_cast<Count>(expect.integer(value, kVerdictNames[i], 0, kMostCounts));
         sum += counts[i];
     }
-    if (sum != sets) {
-        expect.fail(value, fmt::format("\"{}\" counts {} sets; expected {}", name, sum, sets));
+    if (sum != counted->sets) {
+        expect.fail(value,
+                    fmt::format("\"{}\" counts {} sets; expected {}", name, sum, counted->sets));
     }
-    return counts;
+    if (!value.contains(kNoesOfTest)) return;
+    const Count noes = counts[static_cast<std::size_t>(Verdict::kNo)];
+    counted->ofTest[number_of(cell)] =
+        static_cast<Count>(expect.integer(value, kNoesOfTest, 0, static_cast<std::int64_t>(noes)));
 }
 
 }  // namespace
@@ -147,7 +190,7 @@ void write_merged_json(const Merged& merged, std::ostream& output) {
            << ",\n  \"complete\": " << total.complete << ",\n  ";
     write_list("states", states_of(merged), "  ", output);
     output << ",\n  ";
-    write_formats(total.cells, "  ", output);
+    write_formats(total, "  ", output);
     output << ",\n  \"drivers\": [";
     bool isFirst = true;
     for (const auto& [driver, counted] : merged.drivers()) {
@@ -164,14 +207,14 @@ void read_merged(const Json& value, const Expect& expect, Merged* merged) {
                         expect.text_or_null(value, "gl_version"),
                         expect.text_or_null(value, "renderer")};
     Counted counted;
-    counted.sets = static_cast<Count>(expect.integer(value, "sets", 1, kMostCounts));
+    counted.survey = read_survey_counts(value, expect);
+    const std::int64_t least = counted.survey.sets > 0 ? 0 : 1;
+    counted.sets = static_cast<Count>(expect.integer(value, "sets", least, kMostCounts));
     counted.complete = static_cast<Count>(
         expect.integer(value, "complete", 0, static_cast<std::int64_t>(counted.sets)));
     const Json& formats = expect.formats(value);
-    for_each_cell([&](const Cell& cell) {
-        counted.cells[cell.format][cell.capability] = read_counts(
-            formats[cell.format], kCapabilities[cell.capability].member, counted.sets, expect);
-    });
+    for_each_cell(
+        [&](const Cell& cell) { read_counts(formats[cell.format], cell, &counted, expect); });
     counted.isSoftware = read_software(value, driver.renderer, expect);
     read_failures(value, expect, &counted);
     merged->add(driver, counted);

@@ -162,15 +162,6 @@ void read_detail(const Json& object, SurveyedProfile* profile, const Expect& exp
     found->second.text = text;
 }
 
-survey::Profile read_profile_name(const Json& object, const Expect& expect) {
-    const std::string& name = expect.text(object, "profile");
-    for (const survey::Profile profile : survey::kProfiles) {
-        if (name == name_of(profile)) return profile;
-    }
-    expect.fail(expect.member(object, "profile"),
-                in_quotes(name) + " is no profile; expected compatibility, core or es");
-}
-
 SurveyedProfile read_profile(const Json& object, const Expect& expect) {
     SurveyedProfile profile;
     profile.profile = read_profile_name(object, expect);
@@ -198,6 +189,15 @@ SurveyedProfile read_profile(const Json& object, const Expect& expect) {
 }
 
 }  // namespace
+
+survey::Profile read_profile_name(const Json& object, const Expect& expect) {
+    const std::string& name = expect.text(object, "profile");
+    for (const survey::Profile profile : survey::kProfiles) {
+        if (name == name_of(profile)) return profile;
+    }
+    expect.fail(expect.member(object, "profile"),
+                in_quotes(name) + " is no profile; expected compatibility, core or es");
+}
 
 void write_survey(const Survey& survey, std::ostream& output) {
     output << ",\n      \"survey\": {\n        \"version\": " << kSurveyVersion

@@ -13,6 +13,9 @@ namespace texprobe::ctl {
 /// The member "survey", behind those before it.
 void write_survey(const Survey& survey, std::ostream& output);
 
+/// The member "profile".
+survey::Profile read_profile_name(const Json& object, const Expect& expect);
+
 /// That of a record set; empty where it has none. Throws DocumentError.
 Survey read_survey(const Json& set, const Expect& expect);
 

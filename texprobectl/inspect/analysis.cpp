@@ -52,9 +52,12 @@ std::string describe_pairing(const Layout& sent, const Layout& returned) {
     return "by rules of its own";
 }
 
+bool has_lost_buffer(const Evidence& evidence) {
+    return evidence.kept && evidence.kept->bytes != evidence.sent.bytes;
+}
+
 std::optional<std::string> find_lost_buffer(const ComparedImages& images) {
-    const Evidence& evidence = images.evidence;
-    if (!evidence.kept || evidence.kept->bytes == evidence.sent.bytes) return std::nullopt;
+    if (!has_lost_buffer(images.evidence)) return std::nullopt;
     return "The pixel buffer object does not hold what was written into it.";
 }
 
@@ -113,6 +116,13 @@ std::string find_sentence(const ComparedImages& images) {
 }
 
 }  // namespace
+
+bool is_right(const Evidence& evidence) {
+    const Layout& layout = evidence.returned.layout;
+    return !has_lost_buffer(evidence) &&
+           are_equal(expected_in(layout, decode(evidence.sent)), decode(evidence.returned),
+                     rounding(evidence.sent.layout, layout));
+}
 
 Analysis analyse(const Evidence& evidence) {
     const Planes returned = decode(evidence.returned);

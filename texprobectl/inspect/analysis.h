@@ -50,7 +50,11 @@ struct Analysis {
     std::string sentence;
 };
 
-/// Throws std::invalid_argument for images that it cannot read.
+/// Whether what came back is what OpenGL defines. Throws std::invalid_argument for images that it
+/// cannot read.
+bool is_right(const Evidence& evidence);
+
+/// Throws as is_right.
 Analysis analyse(const Evidence& evidence);
 
 }  // namespace texprobe::ctl

@@ -1,4 +1,4 @@
-// One transfer test repeated on the real renderer, and the driver's fault in it.
+// One test repeated on the real renderer, and the driver's fault in it.
 
 #ifndef TEXPROBECTL_INSPECT_H
 #define TEXPROBECTL_INSPECT_H
@@ -58,11 +58,20 @@ struct Inspection {
     std::optional<Analysis> analysis;
     /// The finding, in one sentence.
     std::string sentence;
+
+    /// A no, although the driver is right.
+    bool is_of_test() const;
 };
 
-/// `set` is of a renderer of this machine, the cell a transfer, `all` the sets of this machine.
-Inspection inspect(const InspectOptions& options, const RecordSet& set, const RecordSets& all,
-                   const Machine& machine);
+struct KnownMachine {
+    /// Of a renderer of this machine.
+    const RecordSet& set;
+    /// Those of this machine.
+    const RecordSets& all;
+    const Machine& machine;
+};
+
+Inspection inspect(const InspectOptions& options, const KnownMachine& known);
 
 inline bool is_transfer(Capability capability) {
     return capability != kSupported && capability != kRenderable;

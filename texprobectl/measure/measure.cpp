@@ -58,9 +58,7 @@ public:
         if (watcher_.is_interrupted()) interrupt();
         doneAtBegin_ = count_done(read_flags());
         static_cast<RunsResult&>(result_) = run_until_complete();
-        if (result_.kind == RunsResult::Kind::kComplete) {
-            for (const std::string& id : ids_) write(causes_of(id), {{kTimeKey, time_now()}});
-        }
+        if (result_.kind == RunsResult::Kind::kComplete) remember_times();
         result_.after = read_sets();
         return std::move(result_);
     }
@@ -73,6 +71,21 @@ private:
             if (set && is_measured(*set)) sets.push_back(std::move(*set));
         }
         return sets;
+    }
+
+    void remember_times() const {
+        const std::string now = time_now();
+        for (const RecordSet& set : read_sets()) {
+            const auto isSame = [&](const RecordSet& before) {
+                return before.id == set.id && before.version == set.version &&
+                       before.verdicts == set.verdicts;
+            };
+            KeyChanges changes = {{kTimeKey, now}};
+            if (std::none_of(result_.before.begin(), result_.before.end(), isSame)) {
+                changes[kRecordedKey] = now;
+            }
+            write(causes_of(set.id), changes);
+        }
     }
 
     /// Of each renderer the set of the build before the present one.

@@ -4,12 +4,15 @@
 #include <array>
 #include <cstdio>
 #include <kainjow/mustache.hpp>
+#include <sstream>
 
 #include "documents/merge.h"
 #include "page/base64.h"
 #include "page/page_template.h"
 #include "page/times_section.h"
 #include "records/plain_text.h"
+#include "text/text_matrix.h"
+#include "text/write_text.h"
 
 namespace texprobe::ctl {
 
@@ -76,9 +79,17 @@ bool differs(const RecordSets& sets, const Cell& cell) {
 Data list_details(const RecordSet& set) {
     Data details(Data::type::list);
     for (const Detail& detail : set.details) {
+        if (detail.is_of_test()) continue;
         details << Data("text", words_of(detail.cell) + ' ' + describe(detail.cause) + ".");
     }
     return details;
+}
+
+/// As `survey` shows it.
+std::string survey_text(const RecordSet& set) {
+    std::ostringstream text;
+    if (!set.survey.empty()) write_survey_text({set}, {}, {}, text);
+    return text.str();
 }
 
 Data describe_set(const RecordSet& set, std::size_t number, const RecordSets& all) {
@@ -89,6 +100,7 @@ Data describe_set(const RecordSet& set, std::size_t number, const RecordSets& al
     data.set("driver", set.glVersion.value_or("unknown"));
     data.set("vendor", set.vendor.value_or("unknown"));
     data.set("build", set.systemBuild + (set.isPresent ? " (present)" : ""));
+    data.set("measured", describe_measured(set));
     data.set("state", set.isComplete ? std::string("complete")
                                      : "not complete, " + std::to_string(open) +
                                            (open == 1 ? " verdict" : " verdicts") + " missing");
@@ -97,12 +109,18 @@ Data describe_set(const RecordSet& set, std::size_t number, const RecordSets& al
     data.set("columns", list_columns());
     data.set("rows", list_rows([&](const Cell& cell) {
                  const Verdict verdict = set.verdict(cell);
-                 std::string kind = name_of(verdict);
+                 const bool isOfTest = set.is_of_test(cell);
+                 std::string kind = isOfTest ? "of_test" : name_of(verdict);
                  if (differs(all, cell)) kind += " differs";
-                 return std::pair<std::string, std::string>(kind, word(verdict));
+                 const std::string mark = isOfTest ? "*" : "";
+                 return std::pair<std::string, std::string>(kind, word(verdict) + mark);
              }));
-    data.set("hasDetails", truth(!set.details.empty()));
-    data.set("details", list_details(set));
+    const Data details = list_details(set);
+    data.set("hasDetails", truth(details.is_non_empty_list()));
+    data.set("details", details);
+    data.set("isMeasured", truth(is_measured(set)));
+    data.set("hasSurvey", truth(!set.survey.empty()));
+    data.set("survey", survey_text(set));
     return data;
 }
 
@@ -176,6 +194,10 @@ Data list_totals(const RecordSets& sets) {
         const auto all = static_cast<std::ptrdiff_t>(sets.size());
         using KindAndText = std::pair<std::string, std::string>;
         if (yes == all) return KindAndText("yes", "all");
+        const bool isMarked = std::all_of(sets.begin(), sets.end(), [&](const RecordSet& set) {
+            return set.verdict(cell) == Verdict::kYes || set.is_of_test(cell);
+        });
+        if (yes == 0 && isMarked) return KindAndText("of_test", "none*");
         if (yes == 0) return KindAndText("no", "none");
         return KindAndText("some", std::to_string(yes) + "/" + std::to_string(all));
     });
@@ -198,6 +220,10 @@ void write_page(const RecordSets& given, const std::vector<PicturedNoes>& pictur
     const bool several = sets.size() > 1;
     const bool hasUnseenNo =
         std::any_of(sets.begin(), sets.end(), [](const RecordSet& set) { return set.hasUnseenNo; });
+    const bool hasMark = std::any_of(sets.begin(), sets.end(), [](const RecordSet& set) {
+        return std::any_of(set.details.begin(), set.details.end(),
+                           [](const Detail& detail) { return detail.is_of_test(); });
+    });
     data.set("version", TEXPROBECTL_VERSION);
     data.set("title", several ? std::string("Texture formats on several renderers")
                               : "Texture formats on " +
@@ -208,6 +234,7 @@ void write_page(const RecordSets& given, const std::vector<PicturedNoes>& pictur
     data.set("columns", list_columns());
     data.set("rows", list_totals(sets));
     data.set("rely", summarize(sets));
+    data.set("marked", hasMark ? "no*: " + std::string(kOfTest) + ". " : "");
     data.set("unseen", hasUnseenNo ? "A no that was recorded without texprobectl measure may have "
                                      "been a crash."
                                    : "");

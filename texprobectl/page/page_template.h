@@ -59,7 +59,8 @@ tbody th { text-align: left; font-weight: 400; font-family: ui-monospace, monosp
 .no, .crashed, .hung { color: var(--no); background: var(--no-paper); }
 .crashed, .hung { font-weight: 700; }
 .unmeasured, .some { color: var(--open); background: var(--open-paper); }
-.not_applicable { color: var(--quiet); }
+.not_applicable, .of_test { color: var(--quiet); }
+pre { margin: 0; font-size: 0.8rem; }
 .differs { box-shadow: inset 0 0 0 3px var(--mark); }
 @media (max-width: 40rem) {
   body { padding: 0.75rem; }
@@ -125,10 +126,11 @@ tbody th { text-align: left; font-weight: 400; font-family: ui-monospace, monosp
 <dt>driver</dt><dd>{{driver}}</dd>
 <dt>vendor</dt><dd>{{vendor}}</dd>
 <dt>system build</dt><dd>{{build}}</dd>
-<dt>measured</dt><dd>{{state}}</dd>
+<dt>verdicts</dt><dd>{{state}}</dd>
+<dt>measurement</dt><dd>{{measured}}</dd>
 <dt>identifier</dt><dd>{{id}}</dd>
 </dl>
-<div class="table" role="region" aria-label="Verdicts of {{renderer}}, set {{number}}" tabindex="0">
+{{#isMeasured}}<div class="table" role="region" aria-label="Verdicts of {{renderer}}, set {{number}}" tabindex="0">
 <table>
 <caption>{{caption}}</caption>
 <thead><tr><th scope="col">format</th>{{#columns}}<th scope="col">{{name}}</th>{{/columns}}</tr></thead>
@@ -137,10 +139,12 @@ tbody th { text-align: left; font-weight: 400; font-family: ui-monospace, monosp
 {{/rows}}</tbody>
 </table>
 </div>
-{{#hasDetails}}<ul>
+{{/isMeasured}}{{#hasDetails}}<ul>
 {{#details}}<li>{{text}}</li>
 {{/details}}</ul>
-{{/hasDetails}}{{#hasNoes}}<h3>What the driver did</h3>
+{{/hasDetails}}{{#hasSurvey}}<h3>The formats of today</h3>
+<div class="table" role="region" aria-label="Survey of {{renderer}}, set {{number}}" tabindex="0"><pre>{{survey}}</pre></div>
+{{/hasSurvey}}{{#hasNoes}}<h3>What the driver did</h3>
 {{#troubles}}<p>{{text}}</p>
 {{/troubles}}{{#noes}}<div class="no-inspected">
 <h4>{{test}}</h4>
@@ -151,7 +155,7 @@ tbody th { text-align: left; font-weight: 400; font-family: ui-monospace, monosp
 {{/sets}}{{{times}}}</main>
 <footer class="quiet">
 <p>A verdict is about one driver, one build of the system and images of 128 by 128 pixels. n/a: not
-applicable, because a capability that it needs is a no. {{unseen}}</p>
+applicable, because a capability that it needs is a no. {{marked}}{{unseen}}</p>
 <p>Written by texprobectl {{version}}.</p>
 </footer>
 </body>

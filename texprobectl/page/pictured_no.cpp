@@ -20,7 +20,7 @@ PicturedNoes picture_noes(const std::string& self, const RecordSet& set, const R
         InspectOptions options;
         options.self = self;
         options.cell = cell;
-        const Inspection inspection = inspect(options, set, all, machine);
+        const Inspection inspection = inspect(options, {set, all, machine});
         PicturedNo no = {cell, inspection.sentence, std::nullopt};
         if (inspection.analysis) no.pictures = draw_pictures(*inspection.evidence);
         pictured.noes.push_back(std::move(no));

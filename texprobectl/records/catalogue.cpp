@@ -82,15 +82,16 @@ std::optional<RecordSet> read_record_set(const std::string& id, const Machine& m
     set.vendor = read_text(id, "GL_VENDOR");
     set.glVersion = read_text(id, "GL_VERSION");
     set.renderer = read_text(id, "GL_RENDERER");
+    set.measured = read_text(causes_of(id), kRecordedKey);
     const Flags flags = read_flags(id);
-    Decided decided = decide_verdicts(flags);
+    set.survey = parse_survey(read_survey_texts(id));
+    Decided decided = decide_verdicts(flags, set.survey);
     set.verdicts = decided.verdicts;
     set.details = std::move(decided.details);
     set.hasUnseenNo = decided.hasUnseenNo;
     set.isPresent = set.systemBuild == machine.systemBuild && machine.lists(set.rendererID);
     set.isComplete = is_complete(set);
     set.isSoftware = machine.is_software(set.rendererID, set.renderer.value_or(""));
-    set.survey = parse_survey(read_survey_texts(id));
     const bool hasRecords = is_measured(set) || !set.survey.empty();
     return hasRecords ? std::optional(std::move(set)) : std::nullopt;
 }

@@ -1,5 +1,6 @@
 #include "records/causes.h"
 
+#include <array>
 #include <charconv>
 #include <string_view>
 
@@ -9,6 +10,8 @@ namespace {
 
 constexpr const char* kCausesDomain = "org.texprobe.texprobectl";
 constexpr const char* kRunningKey = "RUNNING_TOOL";
+/// By whose no it is.
+constexpr std::array<const char*, 3> kSeen = {"seen", "seen test", "seen other"};
 
 std::optional<int> number_in(std::string_view text) {
     int number = 0;
@@ -18,7 +21,9 @@ std::optional<int> number_in(std::string_view text) {
 }
 
 std::optional<Cause> parse_cause(std::string_view text) {
-    if (text == "seen") return Seen{};
+    for (std::size_t i = 0; i < kSeen.size(); ++i) {
+        if (text == kSeen[i]) return Seen{static_cast<Seen::Whose>(i)};
+    }
     const std::size_t space = text.find(' ');
     if (space == std::string_view::npos) return std::nullopt;
     const std::string_view kind = text.substr(0, space);
@@ -49,7 +54,7 @@ std::string cause_text(const Cause& cause) {
     if (const auto* hung = std::get_if<Hung>(&cause)) {
         return "seconds " + std::to_string(hung->seconds);
     }
-    return "seen";
+    return kSeen[static_cast<std::size_t>(std::get<Seen>(cause).whose)];
 }
 
 std::optional<std::string> read_time(const std::string& id) {

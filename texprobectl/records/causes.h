@@ -2,7 +2,8 @@
 // record, when a set was measured, and which process measures.
 //
 // A cause is one text under the key of the record that it explains: "signal SIGSEGV", "status 3",
-// "seconds 60", or "seen" for a test that came back. It counts only while that record is false.
+// "seconds 60", or "seen" for a test that came back, with "test" or "other" once it is known whose
+// no it is. It counts only while that record is false.
 
 #ifndef TEXPROBECTL_CAUSES_H
 #define TEXPROBECTL_CAUSES_H
@@ -21,9 +22,13 @@ std::string causes_of(const std::string& id);
 std::optional<Cause> read_cause(const std::string& id, const Cell& cell);
 std::string cause_text(const Cause& cause);
 
-/// When `measure` last completed this set: "2026-11-21T19:56:43Z". Texts of this form sort by time.
+// Times are texts such as "2026-11-21T19:56:43Z", which sort by time.
+
+/// When `measure` last found this set complete.
 std::optional<std::string> read_time(const std::string& id);
 inline constexpr const char* kTimeKey = "MEASURED";
+/// When it completed this set with a verdict that was new.
+inline constexpr const char* kRecordedKey = "RECORDED";
 
 /// The tool that a `measure` has started and has not seen end.
 struct StartedTool {

@@ -14,6 +14,48 @@ bool has_single(const RecordSets& sets, const RecordSet& set, const Same& same) 
                          [&](const RecordSet& other) { return same(other, set); }) == 1;
 }
 
+/// "yes", or why there is none; empty where it is not known.
+std::string context_of(const SurveyedProfile& profile) {
+    return profile.glVersion ? "yes" : profile.lack;
+}
+
+void compare_profiles(const SurveyedProfile& a, const SurveyedProfile& b,
+                      std::vector<SurveyDifference>* found) {
+    const std::string contextA = context_of(a);
+    const std::string contextB = context_of(b);
+    if (contextA != contextB && !contextA.empty() && !contextB.empty()) {
+        found->push_back({a.profile, "", "context", contextA, contextB});
+    }
+    for (std::size_t i = 0; i < a.formats.size(); ++i) {
+        for (const auto& [use, judged] : a.formats[i].uses) {
+            const auto other = b.formats[i].uses.find(use);
+            if (other == b.formats[i].uses.end()) continue;
+            if (judged.verdict == other->second.verdict) continue;
+            found->push_back({a.profile, survey::formats()[i].name, name_of(use),
+                              name_of(judged.verdict), name_of(other->second.verdict)});
+        }
+    }
+}
+
+ComparedSets compare_pair(const RecordSet& a, const RecordSet& b) {
+    ComparedSets pair = {a, b, differences(a, b)};
+    for (const SurveyedProfile& own : a.survey) {
+        for (const SurveyedProfile& other : b.survey) {
+            if (own.profile == other.profile) compare_profiles(own, other, &pair.ofSurvey);
+        }
+    }
+    return pair;
+}
+
+/// As worth() of a verdict of the tool.
+std::optional<int> worth_of_survey(const std::string& verdict) {
+    if (verdict == name_of(survey::Verdict::kUnknown)) return std::nullopt;
+    if (verdict == name_of(survey::Verdict::kYes)) return 2;
+    const bool hasDied =
+        verdict == name_of(survey::Verdict::kCrashed) || verdict == name_of(survey::Verdict::kHung);
+    return hasDied ? 0 : 1;
+}
+
 /// Moves those that have exactly one counterpart from both sides to the pairs.
 void pair_up(Comparison* comparison, const Same& same) {
     RecordSets& as = comparison->onlyA;
@@ -26,7 +68,7 @@ void pair_up(Comparison* comparison, const Same& same) {
         }
         const auto b =
             std::find_if(bs.begin(), bs.end(), [&](const RecordSet& set) { return same(set, a); });
-        comparison->pairs.push_back({a, *b, differences(a, *b)});
+        comparison->pairs.push_back(compare_pair(a, *b));
         bs.erase(b);
         as.erase(as.begin() + static_cast<std::ptrdiff_t>(i));
     }
@@ -37,7 +79,35 @@ void pair_up(Comparison* comparison, const Same& same) {
 bool Comparison::is_equal() const {
     return onlyA.empty() && onlyB.empty() &&
            std::all_of(pairs.begin(), pairs.end(),
-                       [](const ComparedSets& pair) { return pair.differences.empty(); });
+                       [](const ComparedSets& pair) { return pair.is_equal(); });
+}
+
+std::optional<int> worth(Verdict verdict) {
+    switch (verdict) {
+        case Verdict::kYes:
+            return 2;
+        case Verdict::kNo:
+        case Verdict::kNotApplicable:
+            return 1;
+        case Verdict::kCrashed:
+        case Verdict::kHung:
+            return 0;
+        default:
+            return std::nullopt;
+    }
+}
+
+Balance balance_of(const ComparedSets& pair) {
+    Balance balance;
+    const auto weigh = [&](const std::optional<int>& a, const std::optional<int>& b) {
+        balance.worse += a && b && *b < *a;
+        balance.better += a && b && *b > *a;
+    };
+    for (const Difference& each : pair.differences) weigh(worth(each.a), worth(each.b));
+    for (const SurveyDifference& each : pair.ofSurvey) {
+        weigh(worth_of_survey(each.a), worth_of_survey(each.b));
+    }
+    return balance;
 }
 
 std::vector<Difference> differences(const RecordSet& a, const RecordSet& b) {
@@ -66,7 +136,7 @@ Comparison compare_builds(const RecordSets& all) {
     for (const RecordSet& set : all) {
         if (!set.isPresent || !is_measured(set)) continue;
         if (const RecordSet* before = find_predecessor(set, all)) {
-            comparison.pairs.push_back({*before, set, differences(*before, set)});
+            comparison.pairs.push_back(compare_pair(*before, set));
         }
     }
     return comparison;

@@ -3,6 +3,9 @@
 #ifndef TEXPROBECTL_COMPARE_H
 #define TEXPROBECTL_COMPARE_H
 
+#include <cstddef>
+#include <optional>
+#include <string>
 #include <vector>
 
 #include "records/catalogue.h"
@@ -15,10 +18,23 @@ struct Difference {
     Verdict b;
 };
 
+/// Of what both surveys have asked.
+struct SurveyDifference {
+    survey::Profile profile = survey::Profile::kCompatibility;
+    /// Empty for the context itself.
+    std::string format;
+    std::string use;
+    std::string a;
+    std::string b;
+};
+
 struct ComparedSets {
     RecordSet a;
     RecordSet b;
     std::vector<Difference> differences;
+    std::vector<SurveyDifference> ofSurvey = {};
+
+    bool is_equal() const { return differences.empty() && ofSurvey.empty(); }
 };
 
 struct Comparison {
@@ -30,6 +46,17 @@ struct Comparison {
     bool is_equal() const;
 };
 
+/// What a verdict is worth to an application: more is better. None for one that is not there yet.
+std::optional<int> worth(Verdict verdict);
+
+/// How many verdicts are worse in B, and how many better.
+struct Balance {
+    std::size_t worse = 0;
+    std::size_t better = 0;
+};
+Balance balance_of(const ComparedSets& pair);
+
+/// A no is a no, whosever it is.
 std::vector<Difference> differences(const RecordSet& a, const RecordSet& b);
 
 /// Pairs the sets: two single sets with each other; of several, those of the same identifier, then

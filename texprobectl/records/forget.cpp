@@ -13,7 +13,8 @@ namespace {
 KeyChanges removals(const std::string& application) {
     KeyChanges changes;
     for (const std::string& key : list_keys(application)) changes[key] = std::nullopt;
-    for (const char* key : {"VERSION", "GL_VENDOR", "GL_VERSION", "GL_RENDERER", kTimeKey}) {
+    for (const char* key :
+         {"VERSION", "GL_VENDOR", "GL_VERSION", "GL_RENDERER", kTimeKey, kRecordedKey}) {
         changes[key] = std::nullopt;
     }
     for_each_cell([&](const Cell& cell) { changes[key_of(cell)] = std::nullopt; });

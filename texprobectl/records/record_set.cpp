@@ -17,6 +17,10 @@ Verdict failed_by(const std::optional<Cause>& cause) {
     return std::holds_alternative<Hung>(*cause) ? Verdict::kHung : Verdict::kCrashed;
 }
 
+bool is_no_of_test(const Seen& seen, const Cell& cell, const Survey& survey) {
+    return transfer_holds(survey, cell).value_or(seen.whose == Seen::Whose::kTest);
+}
+
 /// Of a cell without a record: is a capability that it needs a no?
 Verdict unrecorded(const Cell& cell, const VerdictTable& verdicts) {
     const auto needed = precondition(cell.capability);
@@ -40,6 +44,11 @@ const Detail* RecordSet::detail(const Cell& cell) const {
     return found == details.end() ? nullptr : &*found;
 }
 
+bool RecordSet::is_of_test(const Cell& cell) const {
+    const Detail* const known = detail(cell);
+    return known && known->is_of_test();
+}
+
 std::optional<SetIdentity> parse_id(std::string_view id) {
     if (id.substr(0, kDomain.size()) != kDomain) return std::nullopt;
     id.remove_prefix(kDomain.size());
@@ -56,7 +65,7 @@ std::string make_id(std::string_view rendererID, std::string_view systemBuild) {
     return id.append(".").append(rendererID).append(".").append(systemBuild);
 }
 
-Decided decide_verdicts(const Flags& flags) {
+Decided decide_verdicts(const Flags& flags, const Survey& survey) {
     Decided decided;
     for_each_cell([&](const Cell& cell) {
         Verdict& verdict = decided.verdicts[cell.format][cell.capability];
@@ -69,6 +78,10 @@ Decided decide_verdicts(const Flags& flags) {
         verdict = *recorded ? Verdict::kYes : failed_by(cause);
         if (verdict == Verdict::kCrashed || verdict == Verdict::kHung) {
             decided.details.push_back({cell, *cause});
+        }
+        if (verdict == Verdict::kNo && cause &&
+            is_no_of_test(std::get<Seen>(*cause), cell, survey)) {
+            decided.details.push_back({cell, Seen{Seen::Whose::kTest}});
         }
         decided.hasUnseenNo |= verdict == Verdict::kNo && !cause;
     });
@@ -93,7 +106,7 @@ std::string describe(const Cause& cause) {
     if (const auto* hung = std::get_if<Hung>(&cause)) {
         return "did not end within " + std::to_string(hung->seconds) + " s";
     }
-    return "failed";
+    return "is a no of the test itself";
 }
 
 std::optional<std::size_t> format_named(std::string_view name) {

@@ -63,14 +63,20 @@ struct Hung {
 };
 /// The test came back and said no.
 struct Seen {
+    /// kTest: the driver was right, and the test's comparison said no. kOther: not that, as far as
+    /// it could be found out.
+    enum class Whose { kNotAsked, kTest, kOther };
+    Whose whose = Whose::kNotAsked;
     bool operator==(const Seen&) const = default;
 };
 using Cause = std::variant<Crashed, Exited, Hung, Seen>;
 
-/// One crash or hang.
+/// One crash, one hang, or one no that is the test's own.
 struct Detail {
     Cell cell;
     Cause cause;
+
+    bool is_of_test() const { return std::holds_alternative<Seen>(cause); }
     bool operator==(const Detail&) const = default;
 };
 
@@ -91,6 +97,9 @@ struct RecordSet {
     std::optional<std::string> vendor;
     std::optional<std::string> glVersion;
     std::optional<std::string> renderer;
+    /// When `measure` recorded the last of its verdicts: "2026-11-21T19:56:43Z". None where others
+    /// did.
+    std::optional<std::string> measured;
     VerdictTable verdicts = {};
     std::vector<Detail> details;
     /// Some plain no was recorded outside `measure`, and may have been a crash. Not in documents.
@@ -101,6 +110,8 @@ struct RecordSet {
     Verdict verdict(const Cell& cell) const { return verdicts[cell.format][cell.capability]; }
     std::size_t unmeasured() const;
     const Detail* detail(const Cell& cell) const;
+    /// A no of a right driver: the comparison has rules of its own.
+    bool is_of_test(const Cell& cell) const;
     bool operator==(const RecordSet&) const = default;
 };
 
@@ -122,13 +133,14 @@ struct Flags {
     std::array<std::array<std::optional<Cause>, kCapabilityCount>, kFormatCount> causes;
 };
 
-/// What follows from them. What is remembered counts only while its record is false.
+/// What follows from them. What is remembered counts only while its record is false. The survey
+/// decides whose a no is where it has judged the same transfer.
 struct Decided {
     VerdictTable verdicts = {};
     std::vector<Detail> details;
     bool hasUnseenNo = false;
 };
-Decided decide_verdicts(const Flags& flags);
+Decided decide_verdicts(const Flags& flags, const Survey& survey = {});
 
 /// Is the set current, does it name its renderer, and is nothing in it unmeasured? An application
 /// takes a set by its version and its three strings alone.

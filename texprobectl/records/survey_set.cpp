@@ -4,6 +4,11 @@
 
 namespace texprobe::ctl {
 
+bool is_told(survey::Verdict verdict) {
+    return verdict == survey::Verdict::kRefused || verdict == survey::Verdict::kWrong ||
+           verdict == survey::Verdict::kCrashed || verdict == survey::Verdict::kHung;
+}
+
 const char* words_of(survey::Profile profile) {
     switch (profile) {
         case survey::Profile::kCompatibility:
@@ -13,6 +18,10 @@ const char* words_of(survey::Profile profile) {
         default:
             return "OpenGL ES";
     }
+}
+
+std::optional<bool> transfer_holds(const Survey& /*survey*/, const Cell& /*cell*/) {
+    return std::nullopt;
 }
 
 std::string describe_missing(const Survey& survey, const SurveyChoice& choice,

@@ -10,6 +10,8 @@
 #include <string>
 #include <vector>
 
+#include "records/cells.h"
+
 namespace texprobe::ctl {
 
 /// One kind of context.
@@ -32,6 +34,9 @@ using Survey = std::vector<SurveyedProfile>;
 /// The verdict's name in documents; none for a use that the format does not have.
 inline constexpr const char* kUnmeasuredUse = "unmeasured";
 
+/// Broken promises, of which people are told in sentences.
+bool is_told(survey::Verdict verdict);
+
 /// "core profile"
 const char* words_of(survey::Profile profile);
 
@@ -43,6 +48,10 @@ struct SurveyChoice {
     bool has(survey::Profile other) const { return !profile || *profile == other; }
     bool has(const survey::Format& other) const { return !format || format == &other; }
 };
+
+/// Whether the survey has found that the transfer of a cell's test holds, with the same format,
+/// layout and use; none where it has not judged it. The survey asks no transfers yet.
+std::optional<bool> transfer_holds(const Survey& survey, const Cell& cell);
 
 /// "GL_R8 in core profile of be457c6e is not recorded": the first missing part of what was chosen
 /// of a renderer's survey; empty when it is complete.

@@ -1,5 +1,3 @@
-#include <fmt/format.h>
-
 #include <algorithm>
 #include <optional>
 #include <string>
@@ -13,35 +11,6 @@
 namespace texprobe::ctl {
 
 namespace {
-
-/// Of the verdicts that an application meets; none for one that is not there yet.
-std::optional<int> worth(Verdict verdict) {
-    switch (verdict) {
-        case Verdict::kYes:
-            return 2;
-        case Verdict::kNo:
-        case Verdict::kNotApplicable:
-            return 1;
-        case Verdict::kCrashed:
-        case Verdict::kHung:
-            return 0;
-        default:
-            return std::nullopt;
-    }
-}
-
-std::string count_changes(const std::vector<Difference>& differences) {
-    int worse = 0;
-    int better = 0;
-    for (const Difference& difference : differences) {
-        const auto before = worth(difference.a);
-        const auto now = worth(difference.b);
-        if (!before || !now) continue;
-        worse += *now < *before;
-        better += *now > *before;
-    }
-    return fmt::format("{} worse, {} better.\n", worse, better);
-}
 
 /// An unmeasured verdict differs from none.
 std::vector<Difference> measured_differences(const RecordSet& a, const RecordSet& b) {
@@ -64,7 +33,7 @@ void write_pairs(const char* heading, const std::vector<ComparedSets>& pairs,
     for (const ComparedSets& pair : pairs) {
         stream << heading << "\n\n";
         write_comparison_text({{pair}, {}, {}}, terminal, stream);
-        stream << count_changes(pair.differences) << '\n';
+        stream << '\n';
     }
 }
 

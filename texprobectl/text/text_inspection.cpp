@@ -18,14 +18,14 @@ public:
     InspectionText(const Inspection& inspection, const Terminal& terminal, std::ostream& stream)
         : inspection_(inspection), terminal_(terminal), stream_(stream) {}
 
-    void write() {
+    void write(bool hasCalls) {
         const std::string title = words_of(inspection_.cell) + " on " + plain(inspection_.renderer);
         stream_ << coloured(title, kBold, terminal_) << '\n' << plain(inspection_.id) << "\n\n";
         stream_ << wrapped(inspection_.sentence, 0) << "\n\n";
         write_verdicts();
         if (inspection_.evidence) write_layouts();
         if (inspection_.analysis) write_channels();
-        write_calls();
+        if (hasCalls) write_calls();
     }
 
 private:
@@ -117,9 +117,26 @@ private:
 
 }  // namespace
 
-void write_inspection_text(const Inspection& inspection, const Terminal& terminal,
+void write_inspection_text(const Inspection& inspection, bool hasCalls, const Terminal& terminal,
                            std::ostream& stream) {
-    InspectionText(inspection, terminal, stream).write();
+    InspectionText(inspection, terminal, stream).write(hasCalls);
+}
+
+void write_findings_text(const std::vector<Inspection>& inspections, std::ostream& stream) {
+    // Each sentence once, with all of its tests.
+    std::vector<std::pair<std::string, std::string>> findings;
+    for (const Inspection& each : inspections) {
+        auto same = std::find_if(findings.begin(), findings.end(), [&](const auto& finding) {
+            return finding.first == each.sentence;
+        });
+        if (same == findings.end()) same = findings.insert(same, {each.sentence, ""});
+        same->second += "  " + words_of(each.cell) + '\n';
+    }
+    const char* between = "";
+    for (const auto& [sentence, tests] : findings) {
+        stream << between << wrapped(sentence, 0) << '\n' << tests;
+        between = "\n";
+    }
 }
 
 }  // namespace texprobe::ctl

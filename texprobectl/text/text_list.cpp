@@ -12,42 +12,89 @@ namespace texprobe::ctl {
 
 namespace {
 
-struct ListColumns {
-    std::size_t id = 0;
-    std::size_t renderer = 0;
-    std::size_t driver = 0;
-    /// 0: left out.
-    std::size_t build = 0;
-    std::size_t state = 0;
-
-    std::size_t all() const {
-        return 2 + 2 + id + 2 + renderer + 2 + driver + (build == 0 ? 0 : 2 + build) + 2 + state;
-    }
+enum Column : std::size_t {
+    kNumber,
+    kID,
+    kRenderer,
+    kDriver,
+    kBuild,
+    kVersion,
+    kMeasured,
+    kState,
+    kColumnCount
 };
 
-/// The names give way first, then the build, which is in the identifier where it tells sets apart.
-/// A set whose identifier is cut has its number.
-void fit(std::size_t width, ListColumns* columns) {
-    const auto shorten = [&](std::size_t* column) {
-        constexpr std::size_t kLeast = 10;
-        const std::size_t over = columns->all() - std::min(columns->all(), width);
-        if (over > 0 && *column > kLeast) {
-            *column = std::max(kLeast, *column - std::min(*column, over));
-        }
-    };
-    for (auto* column : {&columns->renderer, &columns->driver, &columns->build}) shorten(column);
-    if (columns->all() > width) columns->build = 0;
-    shorten(&columns->id);
+using Row = std::array<std::string, kColumnCount>;
+/// 0: left out.
+using Widths = std::array<std::size_t, kColumnCount>;
+
+std::size_t width_of_all(const Widths& widths) {
+    std::size_t all = 0;
+    for (const std::size_t width : widths) all += width + (width == 0 ? 0 : 2);
+    return all - 2;
 }
 
-void write_row(const ListColumns& columns, const std::array<std::string, 6>& row,
-               std::ostream& stream) {
-    const auto cut = [](const std::string& text, std::size_t width) {
-        return fmt::format("{:<{}}", shortened(text, static_cast<int>(width)), width);
-    };
-    stream << fmt::format("{:>2}  {}  {}  {}  {}{}\n", row[0], cut(row[1], columns.id),
-                          cut(row[2], columns.renderer), cut(row[3], columns.driver),
-                          columns.build == 0 ? "" : cut(row[4], columns.build) + "  ", row[5]);
+/// What gives way, in this order, and what is left of it. The build is in the identifier where it
+/// tells sets apart, and a set whose identifier is cut has its number.
+constexpr std::array<std::pair<Column, std::size_t>, 7> kGivesWay = {{{kVersion, 0},
+                                                                      {kBuild, 0},
+                                                                      {kDriver, 10},
+                                                                      {kRenderer, 16},
+                                                                      {kMeasured, 0},
+                                                                      {kRenderer, 10},
+                                                                      {kID, 10}}};
+
+void fit(std::size_t width, Widths* widths) {
+    for (const auto& [column, least] : kGivesWay) {
+        const std::size_t all = width_of_all(*widths);
+        std::size_t& own = (*widths)[column];
+        if (all <= width || own <= least) continue;
+        own = least == 0 ? 0 : std::max(least, own - std::min(own, all - width));
+    }
+}
+
+/// Where a name differs from those that are cut to the same: the beginning of that word.
+std::size_t place_of_difference(const std::string& name, const std::vector<Row>& rows,
+                                std::size_t width) {
+    std::size_t place = 0;
+    for (const Row& row : rows) {
+        const std::string& other = row[kRenderer];
+        if (other == name || other.compare(0, width - 3, name, 0, width - 3) != 0) continue;
+        const auto differs = std::mismatch(name.begin(), name.end(), other.begin(), other.end());
+        const auto at = static_cast<std::size_t>(differs.first - name.begin());
+        place = std::max(place, at);
+    }
+    const std::size_t blank = name.rfind(' ', place);
+    return blank == std::string::npos ? 0 : blank + 1;
+}
+
+/// Shortens the renderers' names, and keeps them apart.
+void shorten_names(std::size_t width, std::vector<Row>* rows) {
+    const std::vector<Row> whole = *rows;
+    for (Row& row : *rows) {
+        std::string& name = row[kRenderer];
+        if (name.size() <= width) continue;
+        const std::size_t place = place_of_difference(name, whole, width);
+        if (place > 0) name = "..." + name.substr(place);
+        name = shortened(name, static_cast<int>(width));
+    }
+}
+
+void write_row(const Widths& widths, const Row& row, std::ostream& stream) {
+    std::string line = fmt::format("{:>{}}", row[kNumber], widths[kNumber]);
+    for (std::size_t i = kID; i < kColumnCount; ++i) {
+        if (widths[i] == 0) continue;
+        line += fmt::format("  {:<{}}", shortened(row[i], static_cast<int>(widths[i])), widths[i]);
+    }
+    stream << line.substr(0, line.find_last_not_of(' ') + 1) << '\n';
+}
+
+std::string describe_set(const RecordSet& set) {
+    std::string state = describe_state(set) + (set.isPresent ? ", present" : "") +
+                        (set.isSoftware ? ", software" : "");
+    if (set.survey.empty()) return state;
+    return state +
+           (describe_missing(set.survey, {}, "").empty() ? ", surveyed" : ", partly surveyed");
 }
 
 }  // namespace
@@ -57,29 +104,25 @@ void write_list_text(const RecordSets& all, const Terminal& terminal, std::ostre
         stream << "Nothing is recorded yet: `texprobectl measure` measures this machine.\n";
         return;
     }
-    std::vector<std::array<std::string, 6>> rows = {
-        {"#", "id", "renderer", "driver", "build", "measured"}};
+    std::vector<Row> rows = {
+        {"#", "id", "renderer", "driver", "build", "version", "measured", "state"}};
     for (const RecordSet& each : all) {
         const RecordSet set = plain(each);
-        rows.push_back(
-            {std::to_string(rows.size()), short_id(set, all), renderer_name(set),
-             short_driver(set.glVersion), set.systemBuild,
-             describe_state(set) + (set.isPresent ? ", present" : "") +
-                 (set.isSoftware ? ", software" : "") +
-                 (set.survey.empty()                             ? ""
-                  : describe_missing(set.survey, {}, "").empty() ? ", surveyed"
-                                                                 : ", partly surveyed")});
+        constexpr std::size_t kDay = 10;
+        rows.push_back({std::to_string(rows.size()), short_id(set, all), renderer_name(set),
+                        short_driver(set.glVersion), set.systemBuild,
+                        set.version ? fmt::format("{:g}", *set.version) : "",
+                        set.measured.value_or("").substr(0, kDay), describe_set(set)});
     }
-    ListColumns columns;
-    for (const auto& row : rows) {
-        columns.id = std::max(columns.id, row[1].size());
-        columns.renderer = std::max(columns.renderer, row[2].size());
-        columns.driver = std::max(columns.driver, row[3].size());
-        columns.build = std::max(columns.build, row[4].size());
-        columns.state = std::max(columns.state, row[5].size());
+    Widths widths = {2};
+    for (const Row& row : rows) {
+        for (std::size_t i = kID; i < kColumnCount; ++i) {
+            widths[i] = std::max(widths[i], row[i].size());
+        }
     }
-    if (terminal.isTerminal) fit(static_cast<std::size_t>(terminal.width), &columns);
-    for (const auto& row : rows) write_row(columns, row, stream);
+    if (terminal.isTerminal) fit(static_cast<std::size_t>(terminal.width), &widths);
+    shorten_names(widths[kRenderer], &rows);
+    for (const Row& row : rows) write_row(widths, row, stream);
 }
 
 }  // namespace texprobe::ctl

@@ -32,6 +32,16 @@ Shown show_verdict(Verdict verdict, const Terminal& terminal) {
     }
 }
 
+Shown show_cell(const RecordSet& set, const Cell& cell, const Terminal& terminal) {
+    Shown shown = show_verdict(set.verdict(cell), terminal);
+    if (set.is_of_test(cell)) shown = {shown.text + '*', shown.width + 1, "2"};
+    return shown;
+}
+
+void explain_mark(bool isShown, const Terminal& terminal, std::ostream& stream) {
+    if (isShown) stream << show_verdict(Verdict::kNo, terminal).text << "*: " << kOfTest << '\n';
+}
+
 std::string coloured(const std::string& text, const char* colour, const Terminal& terminal) {
     if (!terminal.hasColours || !*colour) return text;
     return fmt::format("\x1b[{}m{}\x1b[0m", colour, text);
@@ -92,6 +102,18 @@ std::string short_driver(const std::optional<std::string>& glVersion) {
 
 std::string renderer_name(const RecordSet& set) {
     return set.renderer.value_or("unknown renderer");
+}
+
+std::string describe_measured(const RecordSet& set) {
+    constexpr std::size_t kMinutes = 16;
+    std::string text;
+    if (set.measured) {
+        std::string time = set.measured->substr(0, kMinutes);
+        std::replace(time.begin(), time.end(), 'T', ' ');
+        text = "measured " + time + " UTC";
+    }
+    if (set.version) text += fmt::format("{}version {:g}", text.empty() ? "" : ", ", *set.version);
+    return text;
 }
 
 }  // namespace texprobe::ctl

@@ -24,6 +24,12 @@ struct Shown {
 };
 
 Shown show_verdict(Verdict verdict, const Terminal& terminal);
+/// The same, with a mark for a no that is the test's own.
+Shown show_cell(const RecordSet& set, const Cell& cell, const Terminal& terminal);
+/// The mark's explanation, if it is shown.
+void explain_mark(bool isShown, const Terminal& terminal, std::ostream& stream);
+inline constexpr const char* kOfTest =
+    "the driver is right; this no comes from the test itself (see `inspect`)";
 
 Shown show_word(const char* word, const char* colour = "");
 
@@ -47,6 +53,9 @@ std::string describe_state(const RecordSet& set);
 std::string short_driver(const std::optional<std::string>& glVersion);
 
 std::string renderer_name(const RecordSet& set);
+
+/// "measured 2026-11-21 19:56 UTC, version 0.21", as far as it is known.
+std::string describe_measured(const RecordSet& set);
 
 }  // namespace texprobe::ctl
 

@@ -20,26 +20,33 @@ void write_set(const RecordSet& set, const Terminal& terminal, std::ostream& str
     stream << coloured(renderer_name(set), kBold, terminal) << '\n';
     stream << fmt::format("{}, {}\n{}\n", set.glVersion.value_or("unknown driver"),
                           set.vendor.value_or("unknown vendor"), set.id);
-    stream << fmt::format(
-        "{}; {}\n\n", describe_state(set),
-        set.isPresent ? "of this machine's present build" : "not of this machine's present build");
-    write_matrix([&](const Cell& cell) { return show_verdict(set.verdict(cell), terminal); },
-                 terminal, stream);
+    stream << fmt::format("{}; {} its machine's present build\n", describe_state(set),
+                          set.isPresent ? "of" : "not of");
+    const std::string measured = describe_measured(set);
+    stream << measured << (measured.empty() ? "\n" : "\n\n");
+    write_matrix([&](const Cell& cell) { return show_cell(set, cell, terminal); }, terminal,
+                 stream);
     stream << '\n';
+    const char* end = "";
     for (const Detail& detail : set.details) {
+        if (detail.is_of_test()) continue;
         stream << fmt::format("{}: {}\n", words_of(detail.cell), describe(detail.cause));
+        end = "\n";
     }
-    if (!set.details.empty()) stream << '\n';
+    stream << end;
 }
 
 }  // namespace
 
 void write_sets_text(const RecordSets& sets, const Terminal& terminal, std::ostream& stream) {
     bool hasUnseenNo = false;
+    bool hasMark = false;
     for (const RecordSet& set : sets) {
         write_set(plain(set), terminal, stream);
         hasUnseenNo |= set.hasUnseenNo;
+        for (const Detail& detail : set.details) hasMark |= detail.is_of_test();
     }
+    explain_mark(hasMark, terminal, stream);
     const auto explain = [&](Verdict verdict, const char* meaning) {
         if (!has_verdict(sets, verdict)) return;
         stream << show_verdict(verdict, terminal).text << ": " << meaning << '\n';

@@ -16,12 +16,6 @@ namespace texprobe::ctl {
 
 namespace {
 
-/// Broken promises, which people are told in sentences.
-bool is_told(survey::Verdict verdict) {
-    return verdict == survey::Verdict::kRefused || verdict == survey::Verdict::kWrong ||
-           verdict == survey::Verdict::kCrashed || verdict == survey::Verdict::kHung;
-}
-
 const char* words_of(survey::Verdict verdict) {
     switch (verdict) {
         case survey::Verdict::kRefused:
@@ -142,7 +136,7 @@ private:
                 << set_.id << '\n';
         const std::string missing = describe_missing(set_.survey, choice_, set_.rendererID);
         stream_ << (missing.empty() ? "complete" : missing) << "; "
-                << (set_.isPresent ? "of" : "not of") << " this machine's present build\n\n";
+                << (set_.isPresent ? "of" : "not of") << " its machine's present build\n\n";
     }
 
     /// True if the driver is to blame for one of them.

@@ -4,6 +4,7 @@
 #define TEXPROBECTL_WRITE_TEXT_H
 
 #include <ostream>
+#include <vector>
 
 #include "process/terminal.h"
 #include "records/record_set.h"
@@ -24,6 +25,12 @@ void write_list_text(const RecordSets& all, const Terminal& terminal, std::ostre
 /// Each set with its verdicts.
 void write_sets_text(const RecordSets& sets, const Terminal& terminal, std::ostream& stream);
 
+/// One table, a column a set.
+void write_renderers_text(const RecordSets& sets, const Terminal& terminal, std::ostream& stream);
+
+/// For a forge: a table of each set, or one of all.
+void write_sets_markdown(const RecordSets& sets, bool isOneTable, std::ostream& stream);
+
 /// Of each set what was chosen of its survey: first what is not as it was promised.
 void write_survey_text(const RecordSets& sets, const SurveyChoice& choice, const Terminal& terminal,
                        std::ostream& stream);
@@ -38,8 +45,11 @@ void write_changes_text(const MeasureResult& result, const Terminal& terminal,
 /// The machines that differ, the answer, then who is behind what does not work everywhere.
 void write_merged_text(const Merged& merged, const Terminal& terminal, std::ostream& stream);
 
-void write_inspection_text(const Inspection& inspection, const Terminal& terminal,
+/// Its calls are many.
+void write_inspection_text(const Inspection& inspection, bool hasCalls, const Terminal& terminal,
                            std::ostream& stream);
+/// Of several, what each has found.
+void write_findings_text(const std::vector<Inspection>& inspections, std::ostream& stream);
 
 /// The fastest verified ways first, then every way, then how far the numbers can be trusted.
 void write_times_text(const Times& times, const Terminal& terminal, std::ostream& stream);

@@ -7,10 +7,12 @@
 #include <measuring/offscreen_context.h>
 #include <measuring/render_target.h>
 
+#include <algorithm>
 #include <array>
 #include <cstdio>
 #include <cstdlib>
 #include <fstream>
+#include <sstream>
 #include <stdexcept>
 
 #include "inspect/child/recorder.h"
@@ -36,49 +38,76 @@ void write_image(const std::string& folder, const char* name, std::size_t test,
         std::to_string(image->layout.format) + ' ' + std::to_string(image->layout.type));
 }
 
-void keep_images(const std::string& folder, std::size_t test) {
+bool has_cell(const std::vector<Cell>& cells, const Cell& cell) {
+    return std::find(cells.begin(), cells.end(), cell) != cells.end();
+}
+
+void keep_images(const InspectionOrder& order, const Cell& cell) {
     const RecordedImages images = Recorder::instance().take_images();
-    write_image(folder, kSentImage, test, images.sent);
-    write_image(folder, kReturnedImage, test, images.returned);
-    write_image(folder, kKeptImage, test, images.kept);
+    if (order.mode == InspectionMode::kImages && !has_cell(order.cells, cell)) return;
+    write_image(order.folder, kSentImage, number_of(cell), images.sent);
+    write_image(order.folder, kReturnedImage, number_of(cell), images.returned);
+    write_image(order.folder, kKeptImage, number_of(cell), images.kept);
 }
 
 /// Runs one test as in a first run of the tool: nothing is recorded yet.
-bool run(const CapabilityTest& test, const Cell& cell, const std::string& folder) {
+bool run(const CapabilityTest& test, const Cell& cell, const InspectionOrder& order) {
     const bool verdict = test.run(kFormats[cell.format].internalFormat);
     say("verdict " + std::to_string(number_of(cell)) + (verdict ? " 1" : " 0"));
-    keep_images(folder, number_of(cell));
+    keep_images(order, cell);
     return verdict;
 }
 
 /// Before each test, whether it applies or not. What is recorded is the inspected one.
-void reach(const Cell& cell, const Cell& inspected) {
+void reach(const Cell& cell, const InspectionOrder& order) {
     say("test " + std::to_string(number_of(cell)));
-    if (cell != inspected) return;
+    if (order.mode == InspectionMode::kImages || cell != order.cells.back()) return;
     std::fprintf(stderr, "%s\n", kTestBegins);
     Recorder::instance().turn_on();
 }
 
-/// The tool's pass, to the inspected test.
+/// The tool's pass, to the last of the cells.
 void replay(const InspectionOrder& order) {
-    for (std::size_t format = 0; format <= order.cell.format; ++format) {
+    const Cell last = order.cells.back();
+    for (std::size_t format = 0; format <= last.format; ++format) {
         for_each_test([&](const CapabilityTest& test, bool applies) {
             const Cell cell = {format, test.capability};
-            if (number_of(cell) > number_of(order.cell)) return false;
-            reach(cell, order.cell);
-            return applies && run(test, cell, order.folder);
+            if (number_of(cell) > number_of(last)) return false;
+            reach(cell, order);
+            return applies && !has_cell(order.leftOut, cell) && run(test, cell, order);
         });
     }
 }
 
+/// "12,13": their numbers.
+std::string words_of(const std::vector<Cell>& cells) {
+    std::string text;
+    for (const Cell& cell : cells) {
+        if (!text.empty()) text += ',';
+        text += std::to_string(number_of(cell));
+    }
+    return text;
+}
+
+std::vector<Cell> cells_from(const std::string& words) {
+    std::vector<Cell> cells;
+    std::istringstream text(words);
+    for (std::string number; std::getline(text, number, ',');) {
+        cells.push_back(cell_of(std::stoul(number)));
+    }
+    return cells;
+}
+
 InspectionOrder order_from(const std::vector<std::string>& words) {
-    if (words.size() != 5) throw std::invalid_argument("inspect expects five arguments");
+    if (words.size() != 6) throw std::invalid_argument("inspect expects six arguments");
     InspectionOrder order;
     order.folder = words[0];
     order.renderer = static_cast<std::uint32_t>(std::stoul(words[1], nullptr, 16));
-    order.cell = cell_of(std::stoul(words[2]));
+    order.cells = cells_from(words[2]);
     order.patternsBefore = static_cast<unsigned>(std::stoul(words[3]));
-    order.isAlone = words[4] == "alone";
+    order.mode = static_cast<InspectionMode>(std::stoi(words[4]));
+    order.leftOut = cells_from(words[5]);
+    if (order.cells.empty()) throw std::invalid_argument("inspect expects a test");
     return order;
 }
 
@@ -87,8 +116,12 @@ InspectionOrder order_from(const std::vector<std::string>& words) {
 std::vector<std::string> words_of(const InspectionOrder& order) {
     std::array<char, 16> renderer;
     std::snprintf(renderer.data(), renderer.size(), "%x", order.renderer);
-    return {order.folder, renderer.data(), std::to_string(number_of(order.cell)),
-            std::to_string(order.patternsBefore), order.isAlone ? "alone" : "replay"};
+    return {order.folder,
+            renderer.data(),
+            words_of(order.cells),
+            std::to_string(order.patternsBefore),
+            std::to_string(static_cast<int>(order.mode)),
+            words_of(order.leftOut)};
 }
 
 /// The steps of the tool's run on one renderer, without the turn and the records.
@@ -98,9 +131,10 @@ int inspect_as_child(const std::vector<std::string>& arguments) {
     const OffscreenContext context(static_cast<GLint>(order.renderer));
     read_extensions([](const char*, bool) {});
     set_up_render_target();
-    if (order.isAlone) {
-        reach(order.cell, order.cell);
-        run(kCapabilityTests[order.cell.capability], order.cell, order.folder);
+    if (order.mode == InspectionMode::kAlone) {
+        const Cell& cell = order.cells.back();
+        reach(cell, order);
+        run(kCapabilityTests[cell.capability], cell, order);
     } else {
         replay(order);
     }

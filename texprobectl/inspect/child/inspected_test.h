@@ -14,16 +14,27 @@ namespace texprobe::ctl {
 
 inline constexpr const char* kInspectTask = "inspect";
 
+enum class InspectionMode {
+    /// The tool's pass to the test, whose calls are recorded.
+    kReplay,
+    /// Only this test, in a fresh context.
+    kAlone,
+    /// The tool's pass, of which only the images of these tests are wanted.
+    kImages,
+};
+
 /// The child's task.
 struct InspectionOrder {
     /// Where it leaves the images.
     std::string folder;
     std::uint32_t renderer = 0;
-    Cell cell;
+    /// In the order of the tests; the last one ends the pass.
+    std::vector<Cell> cells;
     /// How many patterns the tool's process had made before it came to this renderer.
     unsigned patternsBefore = 0;
-    /// Only this test, in a fresh context.
-    bool isAlone = false;
+    InspectionMode mode = InspectionMode::kReplay;
+    /// Tests in which a driver dies, and which are not run.
+    std::vector<Cell> leftOut;
 };
 
 std::vector<std::string> words_of(const InspectionOrder& order);
