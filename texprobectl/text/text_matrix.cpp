@@ -38,6 +38,13 @@ Shown show_cell(const RecordSet& set, const Cell& cell, const Terminal& terminal
     return shown;
 }
 
+bool has_mark(const RecordSets& sets) {
+    return std::any_of(sets.begin(), sets.end(), [](const RecordSet& set) {
+        return std::any_of(set.details.begin(), set.details.end(),
+                           [](const Detail& detail) { return detail.is_of_test(); });
+    });
+}
+
 void explain_mark(bool isShown, const Terminal& terminal, std::ostream& stream) {
     if (isShown) stream << show_verdict(Verdict::kNo, terminal).text << "*: " << kOfTest << '\n';
 }
