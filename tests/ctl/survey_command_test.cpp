@@ -219,7 +219,8 @@ TEST_F(SurveyCommand, shows_compressed_formats_in_a_table_of_their_own) {
     const Finished run =
         folder_.ctl({"survey", "--profile", "core", "--format", name, "--timeout", "1"});
     EXPECT_TRUE(run.exited_with(0)) << run.err;
-    EXPECT_THAT(run.out, HasSubstr('\n' + name + " in core profile: upload_part is wrong, why\n"));
+    EXPECT_THAT(run.out,
+                HasSubstr('\n' + name + " in core profile: upload_part is\n  wrong, why\n"));
     EXPECT_THAT(
         run.out,
         HasSubstr(
