@@ -105,6 +105,14 @@ TEST(Survey, records_every_format_of_every_profile_and_finds_what_mesa_does) {
         // Rendering to three integers is not required anywhere.
         EXPECT_THAT(verdicts_of(records, profile + "GL_RGB32I"), StartsWith("yes yes "));
     }
+    // All 32 compressed formats, in the software that decodes them.
+    for (const survey::Format& format : survey::formats()) {
+        if (!format.is_compressed()) continue;
+        for (const std::string profile : {"compatibility.", "core.", "es."}) {
+            EXPECT_EQ(verdicts_of(records, profile + format.name), "yes yes yes yes yes yes")
+                << profile << format.name;
+        }
+    }
     EXPECT_EQ(verdicts_of(records, "core.GL_LUMINANCE8"),
               "not_offered not_offered not_applicable not_applicable not_applicable "
               "not_applicable");
@@ -383,6 +391,25 @@ TEST_P(SurveyDeath, in_a_use_costs_that_verdict_and_no_other) {
         }
     }
     EXPECT_EQ(tried, 15);
+}
+
+TEST_P(SurveyDeath, in_a_use_of_a_compressed_format_costs_that_verdict_and_no_other) {
+    const std::string profile = survey::name_of(GetParam());
+    const survey::Format& format = *survey::find_format("GL_COMPRESSED_RGBA_ASTC_6x6_KHR");
+    const std::vector<std::string> arguments = {"--profile", profile, "--format", format.name};
+    const std::string key = profile + '.' + format.name;
+    const survey::FormatRecord undisturbed = read_survey_record(undisturbed_survey(arguments), key);
+    for (const survey::Use use : survey::kUses) {
+        if (!has_use(format, use)) continue;
+        const ToolFolder folder(SURVEY_DYING);
+        std::ofstream(folder.path() / "die")
+            << profile << ' ' << format.value << ' ' << name_of(use) << ' ' << SIGSEGV;
+        for (int deaths = 0; deaths < 2; ++deaths) {
+            EXPECT_TRUE(WIFSIGNALED(folder.run(arguments, kSurveySoftpipe).status)) << key;
+        }
+        EXPECT_TRUE(folder.run(arguments, kSurveySoftpipe).exited_with(0)) << name_of(use);
+        EXPECT_EQ(survey_set(folder).at(key), after_death(undisturbed, use)) << name_of(use);
+    }
 }
 
 INSTANTIATE_TEST_SUITE_P(InProfile, SurveyDeath, testing::ValuesIn(survey::kProfiles),
