@@ -17,7 +17,7 @@ int main(int argc, char** argv) {
     }
     const bool isRecorded = std::strcmp(argv[2], "recorded") == 0;
     const EglContext context(list_devices().front());
-    const texprobe_options options = {sizeof options, argv[1], 0, nullptr, nullptr};
+    const texprobe_options options = {sizeof options, argv[1], 0, nullptr, nullptr, 0, nullptr};
     texprobe_verdicts* verdicts = nullptr;
     const double seconds = time_of([&] { verdicts = texprobe_verdicts_open(&options); });
     const bool isReady = texprobe_verdicts_wait(verdicts, 0) == TEXPROBE_READY;

@@ -23,6 +23,7 @@ function(texprobe_export_interface_only target)
   if(APPLE)
     target_link_options(${target} PRIVATE "LINKER:-exported_symbol,__ZN3qor8TexProbe*"
                         "LINKER:-exported_symbol,__ZNK3qor8TexProbe*"
+                        "LINKER:-exported_symbol,_texprobe_version"
                         "LINKER:-exported_symbol,_texprobe_verdicts_*"
                         "LINKER:-exported_symbol,_texprobe_format_*")
   else()
@@ -48,7 +49,7 @@ function(texprobe_close_archive target)
             -Wl,--force-group-allocation -Wl,--whole-archive $<TARGET_FILE:${target}>
     COMMAND ${CMAKE_OBJCOPY} --wildcard --keep-global-symbol=_ZN3qor8TexProbe*
             --keep-global-symbol=_ZNK3qor8TexProbe*
-            --keep-global-symbol=texprobe_verdicts_* --keep-global-symbol=texprobe_format_* ${object}
+            --keep-global-symbol=texprobe_version --keep-global-symbol=texprobe_verdicts_* --keep-global-symbol=texprobe_format_* ${object}
     COMMAND ${CMAKE_COMMAND} -E rm $<TARGET_FILE:${target}>
     COMMAND ${CMAKE_AR} qcs $<TARGET_FILE:${target}> ${object})
 endfunction()

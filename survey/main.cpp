@@ -22,12 +22,16 @@ using namespace texprobe::survey;
 struct SurveyWish {
     std::vector<Profile> profiles = {kProfiles.begin(), kProfiles.end()};
     std::vector<const Format*> formats;
+    /// Whoever started the run before this one has ended it because it hung.
+    bool isAfterHang = false;
 };
 
 int fail_with_usage(const std::string& reason) {
     if (!reason.empty()) std::fprintf(stderr, "*** %s\n", reason.c_str());
-    std::fputs("Usage: texprobe-survey [--profile compatibility|core|es] [--format GL_NAME]\n",
-               stderr);
+    std::fputs(
+        "Usage: texprobe-survey [--profile compatibility|core|es] [--format GL_NAME] "
+        "[--after-hang]\n",
+        stderr);
     return 1;
 }
 
@@ -36,13 +40,14 @@ bool survey_renderer(GLint rendererID, const SurveyWish& wish) {
     SurveyRecords records(rendererID);
     // A damaged store is put aside, which matters only if something is missing in the end.
     records.synchronize();
+    const Verdict ofDeath = wish.isAfterHang ? Verdict::kHung : Verdict::kCrashed;
     for (const Profile profile : wish.profiles) {
-        ProfileSurvey survey(rendererID, profile, &records);
+        ProfileSurvey survey(rendererID, profile, &records, ofDeath);
         for (const Format* format : wish.formats) survey.survey(*format);
     }
     bool isRecorded = records.synchronize();
     for (const Profile profile : wish.profiles) {
-        const ProfileSurvey survey(rendererID, profile, &records);
+        const ProfileSurvey survey(rendererID, profile, &records, ofDeath);
         for (const Format* format : wish.formats) {
             isRecorded = isRecorded && survey.is_recorded(*format);
         }
@@ -105,7 +110,10 @@ int main(int argc, char** argv) {
     for (int i = 1; i < argc; i += 2) {
         const std::string option = argv[i];
         const std::string value = i + 1 < argc ? argv[i + 1] : "";
-        if (option == "--profile" && wish.profiles.size() > 1) {
+        if (option == "--after-hang" && !wish.isAfterHang) {
+            wish.isAfterHang = true;
+            --i;
+        } else if (option == "--profile" && wish.profiles.size() > 1) {
             wish.profiles.clear();
             for (const Profile profile : kProfiles) {
                 if (value == name_of(profile)) wish.profiles = {profile};

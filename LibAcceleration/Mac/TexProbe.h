@@ -26,7 +26,8 @@ typedef unsigned int GLenum;
 
 namespace qor {
 
-/// The measured capabilities of one renderer, read once at construction and answered from memory.
+/// The measured capabilities of one renderer in a compatibility-profile context, read once at
+/// construction and answered from memory. TexProbeVerdicts.h answers for contexts of other kinds.
 ///
 /// A texture format is named by its OpenGL internal format, one of
 ///   GL_LUMINANCE8    GL_LUMINANCE8_ALPHA8       GL_RGB8        GL_RGBA8

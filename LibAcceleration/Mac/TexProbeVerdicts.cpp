@@ -3,168 +3,12 @@
 
 #include "TexProbeVerdicts.h"
 
-#include <pthread.h>
-#include <signal.h>
-#include <unistd.h>
-
-#include <algorithm>
-#include <chrono>
 #include <cstddef>
-#include <cstring>
 #include <exception>
-#include <memory>
-#include <string>
-#include <thread>
-#include <utility>
-#include <vector>
+#include <optional>
 
 #include "records/formats.h"
-#include "records/platform_messages.h"
-#include "runs/tool_path.h"
-#include "verdicts/measurement.h"
-#include "verdicts/outcome.h"
-#include "verdicts/record_sets.h"
-
-namespace texprobe {
-
-namespace {
-
-constexpr std::chrono::milliseconds kUsualLimit{60000};
-
-/// While one lives, no signal is handled on this thread; nor on those that it starts meanwhile, for
-/// as long as they live: the application's handlers run on the application's threads.
-class SignalsBlocked {
-public:
-    SignalsBlocked() {
-        sigset_t all;
-        sigfillset(&all);
-        pthread_sigmask(SIG_SETMASK, &all, &former_);
-    }
-    ~SignalsBlocked() { pthread_sigmask(SIG_SETMASK, &former_, nullptr); }
-    SignalsBlocked(const SignalsBlocked&) = delete;
-    SignalsBlocked& operator=(const SignalsBlocked&) = delete;
-
-private:
-    sigset_t former_;
-};
-
-/// The fields that the application has filled in; the rest is zero.
-texprobe_options known_options(const texprobe_options* options) {
-    texprobe_options known = {};
-    if (options) std::memcpy(&known, options, std::min(options->size, sizeof known));
-    return known;
-}
-
-/// Has the application filled in fields beyond its size? The first version had all these fields.
-bool is_size_forgotten(const texprobe_options* options) {
-    constexpr std::size_t kSmallest = offsetof(texprobe_options, test_time_limit_ms);
-    return options && options->size < kSmallest &&
-           (options->tool || options->test_time_limit_ms != 0 || options->log || options->user);
-}
-
-/// What the application holds.
-class OpenVerdicts {
-public:
-    explicit OpenVerdicts(const texprobe_options* given) {
-        if (is_size_forgotten(given)) {
-            outcome_.failed("texprobe_options.size is " + std::to_string(given->size) +
-                            "; it must be sizeof(texprobe_options)");
-            return;
-        }
-        const texprobe_options options = known_options(given);
-        log_ = {options.log, options.user};
-        look(options);
-        // The log is never called on the application's thread, so a message needs a thread,
-        // too.
-        if (outcome_.state() == TEXPROBE_MEASURING || (log_.write && !messages_.empty())) start();
-    }
-
-    /// In a child of the process that opened them there is no thread to wait for.
-    bool are_of_this_process() const { return process_ == getpid(); }
-
-    /// Returns when the thread has ended and no other thread waits for it any more.
-    void end() {
-        outcome_.begin_to_close();
-        if (thread_.joinable()) thread_.join();
-        outcome_.await_waiting();
-    }
-
-    Outcome& outcome() { return outcome_; }
-    const Outcome& outcome() const { return outcome_; }
-
-private:
-    void look(const texprobe_options& options) {
-        const std::string hopeless = sets_.hopeless();
-        if (!hopeless.empty()) return outcome_.failed(one_line(hopeless));
-        const PlatformMessages messages;
-        const Finding finding = sets_.look();
-        isRead_ = finding.isRead;
-        messages_ = messages.lines();
-        // Each renderer's records are in the same store.
-        messages_.erase(std::unique(messages_.begin(), messages_.end()), messages_.end());
-        if (finding.verdicts) {
-            outcome_.ready(*finding.verdicts,
-                           one_line(sets_.describe_differences(finding.differences)));
-        } else if (isRead_ && finding.areAllMeasured) {
-            outcome_.failed(one_line(sets_.describe_mismatch({}) +
-                                     "; run texprobe if the driver's strings have changed since"));
-        } else {
-            plan(options);
-        }
-    }
-
-    /// A store that cannot be read is no reason to stay away: the tool puts a damaged one aside.
-    void plan(const texprobe_options& options) {
-        program_.path = find_tool(options.tool);
-        if (program_.path.empty()) {
-            const std::string unread = isRead_ ? "" : "; the records cannot be read";
-            const std::string why = isRead_ || messages_.empty() ? "" : ": " + messages_.back();
-            return outcome_.failed(one_line(describe_search() + unread + why));
-        }
-        turn_ = turn_settings();
-        const std::chrono::milliseconds limit(options.test_time_limit_ms);
-        program_.stepLimit = limit.count() > 0 ? std::max(limit, turn_.leastTestTime) : kUsualLimit;
-        // Now, on the application's thread: later the application may change its environment.
-        program_.environment = environment_of_process();
-    }
-
-    void start() {
-        const SignalsBlocked blocked;
-        try {
-            thread_ = std::thread([this] { work(); });
-        } catch (const std::system_error&) {
-            if (outcome_.state() == TEXPROBE_MEASURING) {
-                outcome_.failed("this process can have no more threads");
-            }
-        }
-    }
-
-    void work() {
-        if (outcome_.state() != TEXPROBE_MEASURING) {
-            for (const std::string& line : messages_) log_(line);
-            return;
-        }
-        try {
-            BackgroundRuns(sets_, program_, turn_, log_, outcome_).run(isRead_, messages_);
-        } catch (const std::bad_alloc&) {
-            outcome_.failed("out of memory");
-        }
-    }
-
-    const pid_t process_ = getpid();
-    Log log_;
-    const SetsOfMachine sets_;
-    bool isRead_ = false;
-    Program program_;
-    TurnSettings turn_;
-    std::vector<std::string> messages_;
-    Outcome outcome_;
-    std::thread thread_;
-};
-
-}  // namespace
-
-}  // namespace texprobe
+#include "verdicts/open_verdicts.h"
 
 struct texprobe_verdicts : texprobe::OpenVerdicts {
     using OpenVerdicts::OpenVerdicts;
@@ -193,15 +37,78 @@ const char* texprobe_verdicts_reason(const texprobe_verdicts* verdicts) {
     return verdicts ? verdicts->outcome().reason() : "out of memory";
 }
 
+namespace {
+
+/// Of a format by its value; past the last one if it is none of the sixteen.
+std::size_t index_of_format(unsigned internalFormat) {
+    std::size_t i = 0;
+    while (i < texprobe::kFormatCount && texprobe::kFormats[i].internalFormat != internalFormat) {
+        ++i;
+    }
+    return i;
+}
+
+/// Null if there is nothing to answer the question from.
+const texprobe::KnownAnswers* answers_to(const texprobe_verdicts* verdicts,
+                                         texprobe_capability capability, std::size_t format) {
+    const bool isKnown = static_cast<std::size_t>(capability) < texprobe::kCapabilityCount &&
+                         format < texprobe::kFormatCount;
+    return verdicts && isKnown ? verdicts->outcome().answers() : nullptr;
+}
+
+// The survey's uses are counted as applications count them.
+static_assert(static_cast<int>(texprobe::survey::Use::kUpload) == TEXPROBE_UPLOAD &&
+              static_cast<int>(texprobe::survey::Use::kGetBuffer) == TEXPROBE_GET_BUFFER);
+
+std::optional<texprobe::survey::Verdict> verdict_on_use(const texprobe_verdicts* verdicts,
+                                                        unsigned internalFormat,
+                                                        texprobe::survey::Layout layout,
+                                                        texprobe_use use) {
+    const texprobe::KnownAnswers* answers = verdicts ? verdicts->outcome().answers() : nullptr;
+    const bool isKnown = static_cast<std::size_t>(use) < texprobe::survey::kUses.size();
+    if (!answers || !isKnown) return std::nullopt;
+    return answers->verdict({internalFormat, {static_cast<texprobe::survey::Use>(use), layout}});
+}
+
+}  // namespace
+
 texprobe_answer texprobe_verdicts_answer(const texprobe_verdicts* verdicts,
                                          unsigned internal_format, texprobe_capability capability) {
-    const auto index = static_cast<std::size_t>(capability);
-    if (!verdicts || index >= texprobe::kCapabilityCount) return TEXPROBE_UNKNOWN;
-    for (std::size_t i = 0; i < texprobe::kFormatCount; ++i) {
-        if (texprobe::kFormats[i].internalFormat != internal_format) continue;
-        return verdicts->outcome().answer(i, index);
-    }
-    return TEXPROBE_UNKNOWN;
+    const std::size_t format = index_of_format(internal_format);
+    const auto* answers = answers_to(verdicts, capability, format);
+    return answers ? answers->answer(format, capability) : TEXPROBE_UNKNOWN;
+}
+
+texprobe_detail texprobe_verdicts_detail(const texprobe_verdicts* verdicts,
+                                         unsigned internal_format, texprobe_capability capability) {
+    const std::size_t format = index_of_format(internal_format);
+    const auto* answers = answers_to(verdicts, capability, format);
+    return answers ? answers->detail(format, capability) : TEXPROBE_NO_DETAIL;
+}
+
+texprobe_answer texprobe_verdicts_use(const texprobe_verdicts* verdicts, unsigned internal_format,
+                                      unsigned format, unsigned type, texprobe_use use) {
+    return texprobe::answer_of(verdict_on_use(verdicts, internal_format, {format, type}, use));
+}
+
+texprobe_detail texprobe_verdicts_use_detail(const texprobe_verdicts* verdicts,
+                                             unsigned internal_format, unsigned format,
+                                             unsigned type, texprobe_use use) {
+    return texprobe::detail_of(verdict_on_use(verdicts, internal_format, {format, type}, use));
+}
+
+int texprobe_verdicts_upload_layout(const texprobe_verdicts* verdicts, unsigned internal_format,
+                                    unsigned* format, unsigned* type) {
+    const texprobe::KnownAnswers* answers = verdicts ? verdicts->outcome().answers() : nullptr;
+    const auto layout = answers ? answers->upload_layout(internal_format) : std::nullopt;
+    if (!layout) return 0;
+    *format = layout->format;
+    *type = layout->type;
+    return 1;
+}
+
+int texprobe_version(void) {
+    return TEXPROBE_VERSION;
 }
 
 void texprobe_verdicts_close(texprobe_verdicts* verdicts) {

@@ -32,6 +32,11 @@ CREATE TABLE expected AS
                           AND single.key = formats.format || '_' || capabilities.capability)
     GROUP BY format, capability, verdict;
 
+-- The noes of the test itself are among the noes: no driver meets it in these.
+INSERT INTO expected SELECT format, capability, 'no_of_test', nodes FROM expected
+    WHERE verdict = 'no' AND (format LIKE '%LUMINANCE%ALPHA%' AND capability LIKE 'DOWNLOAD%'
+                              OR format = 'GL_RGBA16' AND capability LIKE 'UPLOAD%');
+
 CREATE TABLE merged AS
     SELECT json_extract(format.value, '$.name') AS format, upper(capability.key) AS capability, verdict.key AS verdict,
            verdict.value AS nodes
@@ -41,4 +46,4 @@ CREATE TABLE merged AS
 
 SELECT 'expected', * FROM (SELECT * FROM expected EXCEPT SELECT * FROM merged);
 SELECT 'merged', * FROM (SELECT * FROM merged EXCEPT SELECT * FROM expected);
-SELECT 'only ' || count(*) || ' counts' FROM expected HAVING sum(nodes) <> 8 * 96;
+SELECT 'only ' || count(*) || ' counts' FROM expected WHERE verdict <> 'no_of_test' HAVING sum(nodes) <> 8 * 96;

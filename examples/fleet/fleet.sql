@@ -1,4 +1,4 @@
--- Exports of texprobectl in PostgreSQL (13 or newer), and three views of them. Needs no superuser.
+-- Exports of texprobectl in PostgreSQL (13 or newer), and four views of them. Needs no superuser.
 --   psql -f examples/fleet/fleet.sql
 --   examples/fleet/load-exports FOLDER
 -- A machine is a file: n1.json is the machine n1. Its record sets of earlier builds stay when it is loaded again.
@@ -9,6 +9,13 @@ CREATE TABLE fleet_tests (
     verdict text NOT NULL CONSTRAINT is_a_verdict
         CHECK (verdict IN ('yes', 'no', 'unmeasured', 'not_applicable', 'crashed', 'hung')),
     PRIMARY KEY (pattern, format, capability)
+);
+
+-- The verdicts of a survey, kept once likewise. A kind of context that was not offered has none. layout: how the texels
+-- travel, as in GL_RGBA GL_UNSIGNED_BYTE; empty where none do.
+CREATE TABLE fleet_uses (
+    pattern bytea, profile text, format text, use text, layout text, verdict text NOT NULL,
+    PRIMARY KEY (pattern, profile, format, use, layout)
 );
 
 -- The numbers of a driver's version, which compare as they should: 4.5 Mesa 9.2.5 is {4,5,9,2,5,0}, older than 22.3.6.
@@ -29,6 +36,7 @@ CREATE TABLE fleet_sets (
     renderer_id text NOT NULL, renderer text NOT NULL, gl_version text,
     version numeric[] GENERATED ALWAYS AS (fleet_version(gl_version)) STORED,
     pattern bytea NOT NULL,
+    survey bytea,
     PRIMARY KEY (machine, id)
 );
 CREATE UNIQUE INDEX ON fleet_sets (machine, renderer_id) WHERE present;
@@ -53,19 +61,30 @@ END $$;
 CREATE FUNCTION fleet_take_set(machine text, set jsonb) RETURNS void LANGUAGE plpgsql AS $$
 DECLARE
     hash bytea := sha256(convert_to((set -> 'formats')::text, 'UTF8'));
+    survey_hash bytea := sha256(convert_to((set -> 'survey' -> 'profiles')::text, 'UTF8'));
 BEGIN
     PERFORM fleet_refuse(jsonb_typeof(set -> 'formats') <> 'array', 'the formats of a record set are no list');
     PERFORM fleet_refuse(jsonb_array_length(set -> 'formats') <> 16, 'a record set has not sixteen formats');
     PERFORM fleet_refuse(jsonb_typeof(set -> 'present') <> 'boolean', 'present is neither true nor false');
-    INSERT INTO fleet_sets (machine, id, present, renderer_id, renderer, gl_version, pattern)
+    INSERT INTO fleet_sets (machine, id, present, renderer_id, renderer, gl_version, pattern, survey)
         VALUES (machine, set ->> 'id', (set ->> 'present')::boolean, set ->> 'renderer_id',
-                coalesce(set ->> 'renderer', 'unknown'), set ->> 'gl_version', hash);
+                coalesce(set ->> 'renderer', 'unknown'), set ->> 'gl_version', hash, survey_hash);
     INSERT INTO fleet_tests
         SELECT hash, format ->> 'name', capability, format ->> capability
         FROM jsonb_array_elements(set -> 'formats') AS format,
              unnest(ARRAY['supported', 'renderable', 'upload_set', 'upload_reset', 'download_get', 'download_read'])
                  AS capability
         WHERE NOT EXISTS (SELECT FROM fleet_tests WHERE pattern = hash);
+    INSERT INTO fleet_uses
+        SELECT survey_hash, profile ->> 'profile', format ->> 'name', use, layout, verdict
+        FROM jsonb_array_elements(set -> 'survey' -> 'profiles') AS profile,
+             jsonb_array_elements(profile -> 'formats') AS format,
+             LATERAL (SELECT '' AS layout, format - 'name' - 'layouts' AS uses
+                      UNION ALL
+                      SELECT concat_ws(' ', travels ->> 'format', travels ->> 'type'), travels - 'format' - 'type'
+                      FROM jsonb_array_elements(format -> 'layouts') AS travels) AS asked,
+             jsonb_each_text(uses) AS each (use, verdict)
+        WHERE NOT EXISTS (SELECT FROM fleet_uses WHERE pattern = survey_hash);
 END $$;
 
 -- Moves the lines into the sets, and returns how many documents there were. What is odd about a document does not keep
@@ -156,3 +175,10 @@ SELECT renderer_id, renderer, gl_version, count(DISTINCT machine) AS machines,
 FROM fleet_verdicts JOIN fleet_wanted USING (format, capability)
 WHERE present AND verdict <> 'yes'
 GROUP BY renderer_id, renderer, gl_version;
+
+-- On how many machines a use of a format has a verdict in the survey.
+CREATE VIEW fleet_survey AS
+SELECT renderer_id, renderer, profile, format, use, layout, verdict, count(*) AS machines
+FROM fleet_sets JOIN fleet_uses ON fleet_uses.pattern = survey
+WHERE present
+GROUP BY renderer_id, renderer, profile, format, use, layout, verdict;

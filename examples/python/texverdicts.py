@@ -12,7 +12,7 @@ class Options(ctypes.Structure):
                 ("log", ctypes.c_void_p), ("user", ctypes.c_void_p)]
 
 def open_context():
-    """An OpenGL ES 3 context without a window. Your application has its own."""
+    """An OpenGL context without a window. Your application has its own."""
     egl = ctypes.CDLL("libEGL.so.1")
     pointer = ctypes.c_void_p
     for name in ("eglGetPlatformDisplay", "eglCreateContext"):
@@ -20,9 +20,10 @@ def open_context():
     display, config, count = pointer(egl.eglGetPlatformDisplay(0x31DD, None, None)), pointer(), ctypes.c_int()
     words = lambda *values: (ctypes.c_int * len(values))(*values)
     egl.eglInitialize(display, None, None)
-    egl.eglChooseConfig(display, words(0x3033, 0, 0x3040, 0x40, 0x3038), ctypes.byref(config), 1, ctypes.byref(count))
-    context = pointer(egl.eglCreateContext(display, config, None, words(0x3098, 3, 0x3038)))
-    return egl.eglBindAPI(0x30A0) and egl.eglMakeCurrent(display, None, None, context)
+    egl.eglChooseConfig(display, words(0x3033, 0, 0x3040, 0x8, 0x3038), ctypes.byref(config), 1, ctypes.byref(count))
+    egl.eglBindAPI(0x30A2)
+    context = pointer(egl.eglCreateContext(display, config, None, None))
+    return egl.eglMakeCurrent(display, None, None, context)
 
 arguments = sys.argv[1:]
 if len(arguments) > 2 or any(argument.startswith("-") for argument in arguments):

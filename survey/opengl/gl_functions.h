@@ -27,6 +27,8 @@ using Enum = unsigned;
     X(BindTexture, void(Enum target, unsigned texture)) \
     X(TexParameteri, void(Enum target, Enum name, int value)) \
     X(TexImage2D, void(Enum target, int level, int internalFormat, int width, int height, int border, Enum format, Enum type, const void* pixels)) \
+    X(CompressedTexImage2D, void(Enum target, int level, Enum internalFormat, int width, int height, int border, int size, const void* blocks)) \
+    X(CompressedTexSubImage2D, void(Enum target, int level, int x, int y, int width, int height, Enum format, int size, const void* blocks)) \
     X(TexSubImage2D, void(Enum target, int level, int x, int y, int width, int height, Enum format, Enum type, const void* pixels)) \
     X(TexStorage2D, void(Enum target, int levels, Enum internalFormat, int width, int height)) \
     X(GetTexLevelParameteriv, void(Enum target, int level, Enum name, int* value)) \
@@ -87,9 +89,10 @@ namespace gl {
 
 constexpr Enum kNoError = 0, kOutOfMemory = 0x0505, kContextLost = 0x0507;
 constexpr Enum kVersion = 0x1F02, kExtensions = 0x1F03, kNumExtensions = 0x821D;
-constexpr Enum kTexture2D = 0x0DE1, kUnpackAlignment = 0x0CF5, kUnpackRowLength = 0x0CF2,
-               kUnpackSkipRows = 0x0CF3, kUnpackSkipPixels = 0x0CF4, kPackAlignment = 0x0D05,
-               kPackRowLength = 0x0D02, kPackSkipRows = 0x0D03, kPackSkipPixels = 0x0D04;
+constexpr Enum kTexture2D = 0x0DE1, kInternalFormat = 0x1003, kUnpackAlignment = 0x0CF5,
+               kUnpackRowLength = 0x0CF2, kUnpackSkipRows = 0x0CF3, kUnpackSkipPixels = 0x0CF4,
+               kPackAlignment = 0x0D05, kPackRowLength = 0x0D02, kPackSkipRows = 0x0D03,
+               kPackSkipPixels = 0x0D04;
 constexpr Enum kPixelPackBuffer = 0x88EB, kPixelUnpackBuffer = 0x88EC, kStreamDraw = 0x88E0,
                kStreamRead = 0x88E1, kMapRead = 1;
 constexpr Enum kImplementationColorReadType = 0x8B9A, kImplementationColorReadFormat = 0x8B9B;
@@ -110,6 +113,7 @@ constexpr Enum kRgba8 = 0x8058, kRgba32ui = 0x8D70;
 constexpr Enum kVertexShader = 0x8B31, kFragmentShader = 0x8B30, kLinkStatus = 0x8B82;
 constexpr Enum kFullSupport = 0x82B7, kFramebufferRenderable = 0x8289, kFramebufferBlend = 0x828B,
                kFilterQuery = 0x829A, kManualGenerateMipmap = 0x8294;
+constexpr Enum kVendor = 0x1F00, kRenderer = 0x1F01;
 
 }  // namespace gl
 

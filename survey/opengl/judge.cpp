@@ -3,6 +3,8 @@
 #include <cstdint>
 #include <cstring>
 
+#include "pixels/compressed_blocks.h"
+
 namespace texprobe::survey {
 
 namespace {
@@ -83,6 +85,11 @@ unsigned compile(const Gl& gl, Enum type, const std::string& text) {
 }  // namespace
 
 void define_texture(const Gl& gl, const Format& format, int width, int height, const void* pixels) {
+    if (format.is_compressed()) {
+        const int blocks = blocks_across(format, width) * blocks_across(format, height);
+        return gl.CompressedTexImage2D(gl::kTexture2D, 0, format.value, width, height, 0,
+                                       blocks * format.block.bytes, pixels);
+    }
     define_texture(gl, format, plain_layout(format), width, height, pixels);
 }
 

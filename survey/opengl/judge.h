@@ -14,7 +14,8 @@
 
 namespace texprobe::survey {
 
-/// Defines the bound texture with glTexImage2D, in the plain layout.
+/// Defines the bound texture with glTexImage2D, in the plain layout, or with
+/// glCompressedTexImage2D.
 void define_texture(const Gl& gl, const Format& format, int width, int height, const void* pixels);
 /// The same in another layout; with a buffer bound, `pixels` is the place in it.
 void define_texture(const Gl& gl, const Format& format, const Layout& layout, int width, int height,

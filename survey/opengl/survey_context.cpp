@@ -87,6 +87,8 @@ const char* name_of_error(Enum error) {
 SurveyContext describe_current_context(Profile profile) {
     SurveyContext context;
     context.gl = load_gl();
+    context.vendor = text_of(context.gl.GetString(gl::kVendor));
+    context.renderer = text_of(context.gl.GetString(gl::kRenderer));
     context.version = text_of(context.gl.GetString(gl::kVersion));
     context.facts.profile = profile;
     context.facts.version = version_of(context.version);

@@ -16,7 +16,10 @@ namespace texprobe::survey {
 struct SurveyContext {
     Gl gl;
     ContextFacts facts;
-    std::string version;  ///< As the context says it.
+    // As the context says them.
+    std::string vendor;
+    std::string renderer;
+    std::string version;
 };
 
 /// Asks the current context. Sets the state that all uses rely on: no dithering, sRGB is encoded,

@@ -4,6 +4,8 @@
 #include <cstdint>
 #include <cstdio>
 
+#include "pixels/compressed_blocks.h"
+
 namespace texprobe::survey {
 
 namespace {
@@ -158,6 +160,7 @@ double value_of(Kind kind, int bits, double number) {
 }
 
 Texel quantize(const Format& format, const Texel& texel) {
+    if (format.is_compressed()) return quantize_block(format, texel);
     if (format.kind == Kind::kSharedExponent) return quantize_shared(texel);
     Texel result = {0, 0, 0, 0};
     for (std::size_t c = 0; c < 4; ++c) {

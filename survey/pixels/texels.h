@@ -49,7 +49,8 @@ inline bool is_normalized(Kind kind) {
     return kind == Kind::kUnorm || kind == Kind::kSnorm || kind == Kind::kSrgb;
 }
 
-/// The nearest texel that the format holds; sRGB in linear values.
+/// The nearest texel that the format holds; sRGB in linear values. Of compressed formats, that a
+/// block of one color holds.
 Texel quantize(const Format& format, const Texel& texel);
 
 /// Values that the format holds exactly, of its whole range except denormals, NaN, infinities, -0

@@ -67,6 +67,14 @@ bool is_deadly(const FormatRecord& record) {
            });
 }
 
+/// Whoever has ended the run knows that what was under way hung.
+FormatRecord with_hangs(FormatRecord left) {
+    for (auto& [question, judged] : left.uses) {
+        if (judged.verdict == Verdict::kStarted) judged = {Verdict::kHung, ""};
+    }
+    return left;
+}
+
 }  // namespace
 
 bool ProfileSurvey::is_recorded(const Format& format) const {
@@ -95,7 +103,7 @@ bool ProfileSurvey::is_offered() {
     if (opened_) return opened_->offscreen.is_current();
     const auto former = records_.profile(profile_);
     const bool hasDied = former == kOpeningAgain;
-    std::string found = kContextCrashed;
+    std::string found = ofDeath_ == Verdict::kHung ? kContextHung : kContextCrashed;
     if (!hasDied) {
         records_.set_profile(profile_, former == kOpening ? kOpeningAgain : kOpening);
         if (!records_.synchronize()) {
@@ -104,7 +112,11 @@ bool ProfileSurvey::is_offered() {
             return false;
         }
         opened_ = std::make_unique<Opened>(rendererID_, profile_);
-        found = opened_->offscreen.is_current() ? opened_->context.version : kContextNotOffered;
+        const SurveyContext& context = opened_->context;
+        found = opened_->offscreen.is_current() ? context.version : kContextNotOffered;
+        if (!has_no_formats(found)) {
+            records_.set_strings(profile_, context.vendor, context.renderer);
+        }
     }
     records_.set_profile(profile_, found);
     std::fprintf(stderr, "%s[%d] %s: %s\n", records_.name().c_str(), getpid(), name_of(profile_),
@@ -134,7 +146,7 @@ bool ProfileSurvey::survey_at_once(const Format& format, FormatRecord left) {
 
 /// After an end that nobody has explained: what is under way for the second time is guilty.
 bool ProfileSurvey::survey_one_by_one(const Format& format, const FormatRecord& left) {
-    FormatRecord result = after_end(left);
+    FormatRecord result = after_end(ofDeath_ == Verdict::kHung ? with_hangs(left) : left);
     for (const Question& question : questions_of(format, profile_)) {
         if (result.uses.count(question) != 0) continue;
         if (texprobe::is_interrupted()) {

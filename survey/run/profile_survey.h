@@ -14,8 +14,9 @@ namespace texprobe::survey {
 
 class ProfileSurvey {
 public:
-    ProfileSurvey(int rendererID, Profile profile, SurveyRecords* records)
-        : rendererID_(rendererID), profile_(profile), records_(*records) {}
+    /// `ofDeath` is the verdict on what was under way when an earlier run ended.
+    ProfileSurvey(int rendererID, Profile profile, SurveyRecords* records, Verdict ofDeath)
+        : rendererID_(rendererID), profile_(profile), records_(*records), ofDeath_(ofDeath) {}
 
     /// Surveys the format, unless that is recorded.
     void survey(const Format& format);
@@ -41,6 +42,7 @@ private:
     const int rendererID_;
     const Profile profile_;
     SurveyRecords& records_;
+    const Verdict ofDeath_;
     std::unique_ptr<const Opened> opened_;
     std::unique_ptr<const Work> work_;  ///< On the format in hand.
 };

@@ -81,6 +81,12 @@ void SurveyRecords::set_profile(Profile profile, const std::optional<std::string
     write(key_of(profile), text);
 }
 
+void SurveyRecords::set_strings(Profile profile, const std::string& vendor,
+                                const std::string& renderer) {
+    write(vendor_key_of(profile), vendor);
+    write(renderer_key_of(profile), renderer);
+}
+
 std::optional<FormatRecord> SurveyRecords::format(Profile profile, const Format& format) const {
     const auto text = read(key_of(profile, format));
     return text ? read_record(*text) : std::nullopt;

@@ -26,6 +26,7 @@ public:
     std::optional<std::string> profile(Profile profile) const;
     /// Nothing removes the record.
     void set_profile(Profile profile, const std::optional<std::string>& text);
+    void set_strings(Profile profile, const std::string& vendor, const std::string& renderer);
 
     /// Nothing where there is no record, or a stranger's text.
     std::optional<FormatRecord> format(Profile profile, const Format& format) const;

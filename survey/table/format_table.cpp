@@ -38,9 +38,9 @@ constexpr Promises kSnorm16 = {"gl3.1 GL_EXT_texture_norm16", "GL_EXT_render_sno
 constexpr Promises kRgb16Snorm = {"gl3.1 GL_EXT_texture_norm16", "", "gl3.1 GL_EXT_texture_norm16",
                                   "", kSnorm};
 constexpr Promises kInteger = {"gl3.0 es3.0", "gl3.0 es3.0", "", "", kGlAndEs};
-constexpr Promises kRgbInteger = {"gl3.0 es3.0", "", "", "", kGlAndEs};
+constexpr Promises kIntegersOfThree = {"gl3.0 es3.0", "", "", "", kGlAndEs};
 constexpr Promises kRgb10A2ui = {"gl3.3 es3.0", "gl3.3 es3.0", "", "", kGlAndEs};
-constexpr Promises kHalf = {"gl3.0 es3.0", HALF_RENDER, "gl3.0 es3.0", HALF_RENDER, kFloats};
+constexpr Promises kHalfFloat = {"gl3.0 es3.0", HALF_RENDER, "gl3.0 es3.0", HALF_RENDER, kFloats};
 constexpr Promises kRgbHalf = {"gl3.0 es3.0", "GL_EXT_color_buffer_half_float", "gl3.0 es3.0",
                                "GL_EXT_color_buffer_half_float", kFloats};
 constexpr Promises kFull = {"gl3.0 es3.0", FULL_RENDER, "gl3.0 GL_OES_texture_float_linear",
@@ -50,17 +50,59 @@ constexpr Promises kPackedFloat = {"gl3.0 es3.0", FULL_RENDER, "gl3.0 es3.0", FU
 constexpr Promises kRgb565 = {
     "gl4.1 GL_ARB_ES2_compatibility es3.0", "gl4.1 GL_ARB_ES2_compatibility es3.0",
     "gl4.1 GL_ARB_ES2_compatibility es3.0", "gl4.1 GL_ARB_ES2_compatibility es3.0", kGlAndEs};
+// OpenGL 4.3 takes up what OpenGL ES 3.0 requires (GL_ARB_ES3_compatibility), and these two are
+// among its formats to render to. Whether an earlier version required them is not certain, so this
+// one is the promise.
 constexpr Promises kSmall = {"gl4.3 es3.0", "gl4.3 es3.0", "gl4.3 es3.0", "gl4.3 es3.0", kGlAndEs};
-constexpr Promises kBgra = {"GL_EXT_texture_format_BGRA8888", "", "GL_EXT_texture_format_BGRA8888",
-                            "", "GL_EXT_texture_format_BGRA8888"};
+constexpr Promises kBgraOfEs = {"GL_EXT_texture_format_BGRA8888", "",
+                                "GL_EXT_texture_format_BGRA8888", "",
+                                "GL_EXT_texture_format_BGRA8888"};
 constexpr Promises kDepths = {"gl3.0 es3.0", "gl3.0 es3.0", "gl3.0", "", kGlAndEs};
 constexpr Promises kLegacy = {"compat1.1", "", "compat1.1", "",
                               "OpenGL 4.6 compatibility profile, table 8.14"};
 constexpr Promises kLegacyFloat = {"compat:GL_ARB_texture_float", "", "compat:GL_ARB_texture_float",
                                    "", "GL_ARB_texture_float"};
 
+// Compressed formats are filtered wherever they exist: what no filter may sample are integers and
+// those sized formats that OpenGL ES lists as not filterable, and no compressed one is among them.
+#define COMPRESSED(words, source) \
+    { words, "", words, "", source }
+
+constexpr Promises kS3tcRgb1 =
+    COMPRESSED("GL_EXT_texture_compression_s3tc GL_EXT_texture_compression_dxt1",
+               "GL_EXT_texture_compression_s3tc; GL_EXT_texture_compression_dxt1");
+constexpr Promises kS3tc =
+    COMPRESSED("GL_EXT_texture_compression_s3tc", "GL_EXT_texture_compression_s3tc");
+constexpr Promises kS3tcSrgb = COMPRESSED(
+    "GL_EXT_texture_compression_s3tc_srgb GL_EXT_texture_sRGB+GL_EXT_texture_compression_s3tc",
+    "GL_EXT_texture_sRGB; GL_EXT_texture_compression_s3tc_srgb");
+constexpr Promises kRgtc =
+    COMPRESSED("gl3.0 GL_ARB_texture_compression_rgtc GL_EXT_texture_compression_rgtc",
+               "OpenGL 4.6, table 8.14; GL_EXT_texture_compression_rgtc");
+constexpr Promises kBptc =
+    COMPRESSED("gl4.2 GL_ARB_texture_compression_bptc GL_EXT_texture_compression_bptc",
+               "OpenGL 4.6, table 8.14; GL_EXT_texture_compression_bptc");
+constexpr Promises kEtc =
+    COMPRESSED("gl4.3 es3.0 GL_ARB_ES3_compatibility",
+               "OpenGL 4.6, table 8.14; OpenGL ES 3.0.6, section 3.8.6 and appendix C");
+constexpr Promises kAstcLdr =
+    COMPRESSED("es3.2 GL_KHR_texture_compression_astc_ldr GL_OES_texture_compression_astc",
+               "OpenGL ES 3.2, appendix C; GL_KHR_texture_compression_astc_ldr");
+
+#undef COMPRESSED
 #undef HALF_RENDER
 #undef FULL_RENDER
+
+constexpr Block kBc1 = {Scheme::kBc1, 4, 8}, kBc2 = {Scheme::kBc2, 4, 16},
+                kBc3 = {Scheme::kBc3, 4, 16}, kBc4 = {Scheme::kBc4, 4, 8},
+                kBc5 = {Scheme::kBc4, 4, 16}, kBc6 = {Scheme::kBc6, 4, 16},
+                kBc7 = {Scheme::kBc7, 4, 16};
+constexpr Block kEtc2 = {Scheme::kEtc2, 4, 8},
+                kEtc2Punchthrough = {Scheme::kEtc2Punchthrough, 4, 8},
+                kEtc2Eac = {Scheme::kEtc2Eac, 4, 16}, kEac1 = {Scheme::kEac, 4, 8},
+                kEac2 = {Scheme::kEac, 4, 16};
+constexpr Block kAstc4 = {Scheme::kAstc, 4, 16}, kAstc6 = {Scheme::kAstc, 6, 16},
+                kAstc8 = {Scheme::kAstc, 8, 16};
 
 const std::vector<Format> kFormats = {
     // clang-format off
@@ -87,38 +129,38 @@ const std::vector<Format> kFormats = {
     // Unsigned integers.
     {"GL_R8UI", 0x8232, Base::kColor, Kind::kUint, {8, 0, 0, 0}, &kInteger},
     {"GL_RG8UI", 0x8238, Base::kColor, Kind::kUint, {8, 8, 0, 0}, &kInteger},
-    {"GL_RGB8UI", 0x8D7D, Base::kColor, Kind::kUint, {8, 8, 8, 0}, &kRgbInteger},
+    {"GL_RGB8UI", 0x8D7D, Base::kColor, Kind::kUint, {8, 8, 8, 0}, &kIntegersOfThree},
     {"GL_RGBA8UI", 0x8D7C, Base::kColor, Kind::kUint, {8, 8, 8, 8}, &kInteger},
     // Unsigned integers, 16 bits.
     {"GL_R16UI", 0x8234, Base::kColor, Kind::kUint, {16, 0, 0, 0}, &kInteger},
     {"GL_RG16UI", 0x823A, Base::kColor, Kind::kUint, {16, 16, 0, 0}, &kInteger},
-    {"GL_RGB16UI", 0x8D77, Base::kColor, Kind::kUint, {16, 16, 16, 0}, &kRgbInteger},
+    {"GL_RGB16UI", 0x8D77, Base::kColor, Kind::kUint, {16, 16, 16, 0}, &kIntegersOfThree},
     {"GL_RGBA16UI", 0x8D76, Base::kColor, Kind::kUint, {16, 16, 16, 16}, &kInteger},
     // Unsigned integers, 32 bits.
     {"GL_R32UI", 0x8236, Base::kColor, Kind::kUint, {32, 0, 0, 0}, &kInteger},
     {"GL_RG32UI", 0x823C, Base::kColor, Kind::kUint, {32, 32, 0, 0}, &kInteger},
-    {"GL_RGB32UI", 0x8D71, Base::kColor, Kind::kUint, {32, 32, 32, 0}, &kRgbInteger},
+    {"GL_RGB32UI", 0x8D71, Base::kColor, Kind::kUint, {32, 32, 32, 0}, &kIntegersOfThree},
     {"GL_RGBA32UI", 0x8D70, Base::kColor, Kind::kUint, {32, 32, 32, 32}, &kInteger},
     // Signed integers.
     {"GL_R8I", 0x8231, Base::kColor, Kind::kInt, {8, 0, 0, 0}, &kInteger},
     {"GL_RG8I", 0x8237, Base::kColor, Kind::kInt, {8, 8, 0, 0}, &kInteger},
-    {"GL_RGB8I", 0x8D8F, Base::kColor, Kind::kInt, {8, 8, 8, 0}, &kRgbInteger},
+    {"GL_RGB8I", 0x8D8F, Base::kColor, Kind::kInt, {8, 8, 8, 0}, &kIntegersOfThree},
     {"GL_RGBA8I", 0x8D8E, Base::kColor, Kind::kInt, {8, 8, 8, 8}, &kInteger},
     // Signed integers, 16 bits.
     {"GL_R16I", 0x8233, Base::kColor, Kind::kInt, {16, 0, 0, 0}, &kInteger},
     {"GL_RG16I", 0x8239, Base::kColor, Kind::kInt, {16, 16, 0, 0}, &kInteger},
-    {"GL_RGB16I", 0x8D89, Base::kColor, Kind::kInt, {16, 16, 16, 0}, &kRgbInteger},
+    {"GL_RGB16I", 0x8D89, Base::kColor, Kind::kInt, {16, 16, 16, 0}, &kIntegersOfThree},
     {"GL_RGBA16I", 0x8D88, Base::kColor, Kind::kInt, {16, 16, 16, 16}, &kInteger},
     // Signed integers, 32 bits.
     {"GL_R32I", 0x8235, Base::kColor, Kind::kInt, {32, 0, 0, 0}, &kInteger},
     {"GL_RG32I", 0x823B, Base::kColor, Kind::kInt, {32, 32, 0, 0}, &kInteger},
-    {"GL_RGB32I", 0x8D83, Base::kColor, Kind::kInt, {32, 32, 32, 0}, &kRgbInteger},
+    {"GL_RGB32I", 0x8D83, Base::kColor, Kind::kInt, {32, 32, 32, 0}, &kIntegersOfThree},
     {"GL_RGBA32I", 0x8D82, Base::kColor, Kind::kInt, {32, 32, 32, 32}, &kInteger},
     // Half floats.
-    {"GL_R16F", 0x822D, Base::kColor, Kind::kFloat, {16, 0, 0, 0}, &kHalf},
-    {"GL_RG16F", 0x822F, Base::kColor, Kind::kFloat, {16, 16, 0, 0}, &kHalf},
+    {"GL_R16F", 0x822D, Base::kColor, Kind::kFloat, {16, 0, 0, 0}, &kHalfFloat},
+    {"GL_RG16F", 0x822F, Base::kColor, Kind::kFloat, {16, 16, 0, 0}, &kHalfFloat},
     {"GL_RGB16F", 0x881B, Base::kColor, Kind::kFloat, {16, 16, 16, 0}, &kRgbHalf},
-    {"GL_RGBA16F", 0x881A, Base::kColor, Kind::kFloat, {16, 16, 16, 16}, &kHalf},
+    {"GL_RGBA16F", 0x881A, Base::kColor, Kind::kFloat, {16, 16, 16, 16}, &kHalfFloat},
     // Floats.
     {"GL_R32F", 0x822E, Base::kColor, Kind::kFloat, {32, 0, 0, 0}, &kFull},
     {"GL_RG32F", 0x8230, Base::kColor, Kind::kFloat, {32, 32, 0, 0}, &kFull},
@@ -135,7 +177,7 @@ const std::vector<Format> kFormats = {
     {"GL_RGB10_A2UI", 0x906F, Base::kColor, Kind::kUint, {10, 10, 10, 2}, &kRgb10A2ui},
     {"GL_R11F_G11F_B10F", 0x8C3A, Base::kColor, Kind::kUfloat, {11, 11, 10, 0}, &kPackedFloat},
     {"GL_RGB9_E5", 0x8C3D, Base::kColor, Kind::kSharedExponent, {9, 9, 9, 0}, &kTextureOnly},
-    {"GL_BGRA8_EXT", 0x93A1, Base::kColor, Kind::kUnorm, {8, 8, 8, 8}, &kBgra},
+    {"GL_BGRA8_EXT", 0x93A1, Base::kColor, Kind::kUnorm, {8, 8, 8, 8}, &kBgraOfEs},
     // Depth and stencil.
     {"GL_DEPTH_COMPONENT16", 0x81A5, Base::kDepth, Kind::kUnorm, {16, 0, 0, 0}, &kDepths},
     {"GL_DEPTH_COMPONENT24", 0x81A6, Base::kDepth, Kind::kUnorm, {24, 0, 0, 0}, &kDepths},
@@ -151,6 +193,43 @@ const std::vector<Format> kFormats = {
     {"GL_LUMINANCE_ALPHA16F_ARB", 0x881F, Base::kLuminance, Kind::kFloat, {16, 0, 0, 16}, &kLegacyFloat},
     {"GL_LUMINANCE32F_ARB", 0x8818, Base::kLuminance, Kind::kFloat, {32, 0, 0, 0}, &kLegacyFloat},
     {"GL_LUMINANCE_ALPHA32F_ARB", 0x8819, Base::kLuminance, Kind::kFloat, {32, 0, 0, 32}, &kLegacyFloat},
+    // BC1 to BC3.
+    {"GL_COMPRESSED_RGB_S3TC_DXT1_EXT", 0x83F0, Base::kColor, Kind::kUnorm, {8, 8, 8, 0}, &kS3tcRgb1, kBc1},
+    {"GL_COMPRESSED_RGBA_S3TC_DXT1_EXT", 0x83F1, Base::kColor, Kind::kUnorm, {8, 8, 8, 8}, &kS3tcRgb1, kBc1},
+    {"GL_COMPRESSED_RGBA_S3TC_DXT3_EXT", 0x83F2, Base::kColor, Kind::kUnorm, {8, 8, 8, 8}, &kS3tc, kBc2},
+    {"GL_COMPRESSED_RGBA_S3TC_DXT5_EXT", 0x83F3, Base::kColor, Kind::kUnorm, {8, 8, 8, 8}, &kS3tc, kBc3},
+    {"GL_COMPRESSED_SRGB_S3TC_DXT1_EXT", 0x8C4C, Base::kColor, Kind::kSrgb, {8, 8, 8, 0}, &kS3tcSrgb, kBc1},
+    {"GL_COMPRESSED_SRGB_ALPHA_S3TC_DXT1_EXT", 0x8C4D, Base::kColor, Kind::kSrgb, {8, 8, 8, 8}, &kS3tcSrgb, kBc1},
+    {"GL_COMPRESSED_SRGB_ALPHA_S3TC_DXT3_EXT", 0x8C4E, Base::kColor, Kind::kSrgb, {8, 8, 8, 8}, &kS3tcSrgb, kBc2},
+    {"GL_COMPRESSED_SRGB_ALPHA_S3TC_DXT5_EXT", 0x8C4F, Base::kColor, Kind::kSrgb, {8, 8, 8, 8}, &kS3tcSrgb, kBc3},
+    // BC4 and BC5.
+    {"GL_COMPRESSED_RED_RGTC1", 0x8DBB, Base::kColor, Kind::kUnorm, {8, 0, 0, 0}, &kRgtc, kBc4},
+    {"GL_COMPRESSED_SIGNED_RED_RGTC1", 0x8DBC, Base::kColor, Kind::kSnorm, {8, 0, 0, 0}, &kRgtc, kBc4},
+    {"GL_COMPRESSED_RG_RGTC2", 0x8DBD, Base::kColor, Kind::kUnorm, {8, 8, 0, 0}, &kRgtc, kBc5},
+    {"GL_COMPRESSED_SIGNED_RG_RGTC2", 0x8DBE, Base::kColor, Kind::kSnorm, {8, 8, 0, 0}, &kRgtc, kBc5},
+    // BC6 and BC7.
+    {"GL_COMPRESSED_RGB_BPTC_SIGNED_FLOAT", 0x8E8E, Base::kColor, Kind::kFloat, {16, 16, 16, 0}, &kBptc, kBc6},
+    {"GL_COMPRESSED_RGB_BPTC_UNSIGNED_FLOAT", 0x8E8F, Base::kColor, Kind::kUfloat, {16, 16, 16, 0}, &kBptc, kBc6},
+    {"GL_COMPRESSED_RGBA_BPTC_UNORM", 0x8E8C, Base::kColor, Kind::kUnorm, {8, 8, 8, 8}, &kBptc, kBc7},
+    {"GL_COMPRESSED_SRGB_ALPHA_BPTC_UNORM", 0x8E8D, Base::kColor, Kind::kSrgb, {8, 8, 8, 8}, &kBptc, kBc7},
+    // ETC2 and EAC.
+    {"GL_COMPRESSED_RGB8_ETC2", 0x9274, Base::kColor, Kind::kUnorm, {8, 8, 8, 0}, &kEtc, kEtc2},
+    {"GL_COMPRESSED_SRGB8_ETC2", 0x9275, Base::kColor, Kind::kSrgb, {8, 8, 8, 0}, &kEtc, kEtc2},
+    {"GL_COMPRESSED_RGB8_PUNCHTHROUGH_ALPHA1_ETC2", 0x9276, Base::kColor, Kind::kUnorm, {8, 8, 8, 8}, &kEtc, kEtc2Punchthrough},
+    {"GL_COMPRESSED_SRGB8_PUNCHTHROUGH_ALPHA1_ETC2", 0x9277, Base::kColor, Kind::kSrgb, {8, 8, 8, 8}, &kEtc, kEtc2Punchthrough},
+    {"GL_COMPRESSED_RGBA8_ETC2_EAC", 0x9278, Base::kColor, Kind::kUnorm, {8, 8, 8, 8}, &kEtc, kEtc2Eac},
+    {"GL_COMPRESSED_SRGB8_ALPHA8_ETC2_EAC", 0x9279, Base::kColor, Kind::kSrgb, {8, 8, 8, 8}, &kEtc, kEtc2Eac},
+    {"GL_COMPRESSED_R11_EAC", 0x9270, Base::kColor, Kind::kUnorm, {11, 0, 0, 0}, &kEtc, kEac1},
+    {"GL_COMPRESSED_SIGNED_R11_EAC", 0x9271, Base::kColor, Kind::kSnorm, {11, 0, 0, 0}, &kEtc, kEac1},
+    {"GL_COMPRESSED_RG11_EAC", 0x9272, Base::kColor, Kind::kUnorm, {11, 11, 0, 0}, &kEtc, kEac2},
+    {"GL_COMPRESSED_SIGNED_RG11_EAC", 0x9273, Base::kColor, Kind::kSnorm, {11, 11, 0, 0}, &kEtc, kEac2},
+    // ASTC.
+    {"GL_COMPRESSED_RGBA_ASTC_4x4_KHR", 0x93B0, Base::kColor, Kind::kUnorm, {8, 8, 8, 8}, &kAstcLdr, kAstc4},
+    {"GL_COMPRESSED_SRGB8_ALPHA8_ASTC_4x4_KHR", 0x93D0, Base::kColor, Kind::kSrgb, {8, 8, 8, 8}, &kAstcLdr, kAstc4},
+    {"GL_COMPRESSED_RGBA_ASTC_6x6_KHR", 0x93B4, Base::kColor, Kind::kUnorm, {8, 8, 8, 8}, &kAstcLdr, kAstc6},
+    {"GL_COMPRESSED_SRGB8_ALPHA8_ASTC_6x6_KHR", 0x93D4, Base::kColor, Kind::kSrgb, {8, 8, 8, 8}, &kAstcLdr, kAstc6},
+    {"GL_COMPRESSED_RGBA_ASTC_8x8_KHR", 0x93B7, Base::kColor, Kind::kUnorm, {8, 8, 8, 8}, &kAstcLdr, kAstc8},
+    {"GL_COMPRESSED_SRGB8_ALPHA8_ASTC_8x8_KHR", 0x93D7, Base::kColor, Kind::kSrgb, {8, 8, 8, 8}, &kAstcLdr, kAstc8},
     // clang-format on
 };
 
@@ -178,6 +257,10 @@ const char* name_of(Use use) {
 }
 
 bool has_use(const Format& format, Use use) {
+    if (format.is_compressed()) {
+        return use <= Use::kFilter || use == Use::kUpload || use == Use::kUploadPart ||
+               use == Use::kUploadBuffer;
+    }
     if (is_transfer(use)) return false;
     if (use == Use::kBlend) return !format.is_integer() && !format.is_depth();
     return !format.is_integer() || (use != Use::kFilter && use != Use::kMipmap);

@@ -29,6 +29,7 @@ enum class Base : unsigned char { kColor, kLuminance, kDepth, kDepthStencil };
 /// Who promises a use: words, each sufficient, with a space between them. "gl3.0": desktop OpenGL
 /// from that version on. "compat1.1": in the compatibility profile only. "es3.0": OpenGL ES.
 /// "GL_...": a context with this extension. "compat:GL_...": such a context of that profile.
+/// "GL_...+GL_...": a context with both.
 struct Promises {
     const char* create;
     const char* render;
@@ -37,20 +38,46 @@ struct Promises {
     const char* source;  ///< The documents that say so.
 };
 
+/// How a block of texels is encoded; with one component fewer where the format has one fewer.
+enum class Scheme : unsigned char {
+    kNone,  ///< It is not: each texel is on its own.
+    kBc1,
+    kBc2,
+    kBc3,
+    kBc4,  ///< Two of them, side by side, are BC5.
+    kBc6,
+    kBc7,
+    kEtc2,
+    kEtc2Punchthrough,
+    kEtc2Eac,  ///< Alpha by EAC.
+    kEac,
+    kAstc,
+};
+
+/// Of a compressed format. Those of the table are square.
+struct Block {
+    Scheme scheme = Scheme::kNone;
+    int side = 1;
+    int bytes = 0;
+};
+
 struct Format {
     const char* name;
     unsigned value;
     Base base;
     Kind kind;
-    /// Of red, green, blue and alpha; luminance and depth are the first. 0: there is none.
+    /// Of red, green, blue and alpha; luminance and depth are the first. 0: there is none. Of a
+    /// compressed format what its decoded texels have, not what a block keeps of them.
     std::array<int, 4> bits;
     const Promises* promises;
+    Block block = {};
 
     bool has(std::size_t component) const { return bits[component] != 0; }
     Kind kind_of(std::size_t component) const {
         return kind == Kind::kSrgb && component == 3 ? Kind::kUnorm : kind;
     }
     bool is_integer() const { return kind == Kind::kUint || kind == Kind::kInt; }
+    bool is_compressed() const { return block.scheme != Scheme::kNone; }
     bool is_depth() const { return base == Base::kDepth || base == Base::kDepthStencil; }
 };
 
@@ -96,7 +123,8 @@ inline bool is_transfer(Use use) {
 const char* name_of(Use use);
 
 /// Does this class of formats have the use, in no particular layout? Integers are neither filtered
-/// nor blended, and depth is not blended. Transfers are asked layout by layout, see layout_table.h.
+/// nor blended, and depth is not blended. Transfers are asked layout by layout, see layout_table.h,
+/// except those of compressed formats, which have no more than uploads.
 bool has_use(const Format& format, Use use);
 
 }  // namespace texprobe::survey

@@ -135,6 +135,7 @@ struct LayoutsOfFormat {
 };
 
 LayoutsOfFormat make_layouts(const Format& format) {
+    if (format.is_compressed()) return {{}, 0};
     std::vector<Layout> layouts;
     for (const unsigned type : own_types(format)) layouts.push_back({own_format(format), type});
     for (const Layout& layout : blue_first_layouts(format)) layouts.push_back(layout);

@@ -17,6 +17,12 @@ int number_of(const std::string& version) {
 
 std::string who_promises_word(const ContextFacts& facts, const std::string& word) {
     const bool isCompatibility = facts.profile == Profile::kCompatibility;
+    const std::size_t plus = word.find('+');
+    if (plus != std::string::npos) {
+        const std::string first = who_promises_word(facts, word.substr(0, plus));
+        const std::string second = who_promises_word(facts, word.substr(plus + 1));
+        return first.empty() || second.empty() ? "" : first + " with " + second;
+    }
     if (begins_with(word, "GL_")) return facts.has(word.c_str()) ? word : "";
     if (begins_with(word, "compat:")) {
         return isCompatibility ? who_promises_word(facts, word.substr(7)) : "";

@@ -1,6 +1,6 @@
-// Where the survey's records are: under "org.texprobe.survey1.<renderer>.<build>" one text for each
-// profile, and one for each profile and format. The number in the domain rises when verdicts may
-// change.
+// Where the survey's records are: under "org.texprobe.survey1.<renderer>.<build>" three texts for
+// each profile, and one for each profile and format. The number in the domain rises when verdicts
+// may change.
 
 #ifndef TEXPROBE_SURVEY_RECORD_KEYS_H
 #define TEXPROBE_SURVEY_RECORD_KEYS_H
@@ -15,6 +15,14 @@ inline constexpr const char* kDomain = "org.texprobe.survey1";
 
 inline std::string key_of(Profile profile) {
     return name_of(profile);
+}
+
+// What the profile's context says of itself, so that applications find their own.
+inline std::string vendor_key_of(Profile profile) {
+    return key_of(profile) + ".GL_VENDOR";
+}
+inline std::string renderer_key_of(Profile profile) {
+    return key_of(profile) + ".GL_RENDERER";
 }
 
 inline std::string key_of(Profile profile, const Format& format) {

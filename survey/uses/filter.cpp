@@ -12,7 +12,9 @@ namespace {
 constexpr int kRowWidth = 128;
 
 /// First a ramp through the whole range; then, for formats of a few steps, up and down by quarters.
+/// Compressed blocks have the color of their first texel.
 Texel row_texel(const Format& format, int x) {
+    x -= x % format.block.side;
     constexpr int kHalf = kRowWidth / 2;
     const double part =
         x < kHalf ? static_cast<double>(x) / (kHalf - 1) : std::abs((x - kHalf) % 8 - 4) / 4.0;

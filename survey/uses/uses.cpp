@@ -1,5 +1,6 @@
 #include "uses/uses.h"
 
+#include "pixels/compressed_blocks.h"
 #include "uses/transfers.h"
 
 namespace texprobe::survey {
@@ -38,14 +39,22 @@ std::string who_promises_here(const Work& work, const Question& question) {
     return support == static_cast<int>(gl::kFullSupport) ? "the driver's own query" : "";
 }
 
-Finding find(const Work& work, const Question& question) {
-    if (!is_transfer(question.use)) return row_of(question.use).find(work);
-    return question.use < Use::kRead ? upload_texels(work, question) : read_texels(work, question);
-}
-
 bool is_yes(const FormatRecord& record, Use use) {
     const auto found = record.uses.find(use);
     return found != record.uses.end() && found->second.verdict == Verdict::kYes;
+}
+
+Finding find(const Work& work, const Question& question, const FormatRecord& record) {
+    if (!is_transfer(question.use)) return row_of(question.use).find(work);
+    if (work.format.is_compressed()) {
+        return upload_blocks(work, question.use, is_yes(record, Use::kCreateStorage));
+    }
+    return question.use < Use::kRead ? upload_texels(work, question) : read_texels(work, question);
+}
+
+std::vector<unsigned char> plain_bytes(const Format& format, const TexelImage& image) {
+    return format.is_compressed() ? blocks_of(format, block_colors(format, image))
+                                  : bytes_of(format, plain_layout(format), image);
 }
 
 }  // namespace
@@ -62,7 +71,7 @@ Judged answer(const Work& work, const Question& question, const FormatRecord& re
         }
         if (!work.judge.trouble().empty()) return {Verdict::kUnknown, work.judge.trouble()};
     }
-    Finding finding = find(work, question);
+    Finding finding = find(work, question, record);
     // Errors of what was tried are in the finding; these are the judge's.
     const std::string late = take_errors(work.gl());
     if (!late.empty() && finding.kind == Finding::Kind::kOtherPixels) {
@@ -87,8 +96,7 @@ std::optional<Finding> upload(const Work& work, const Texture& texture, const Te
                               TexelImage* arrived) {
     const Format& format = work.format;
     texture.bind();
-    define_texture(work.gl(), format, image.width, image.height,
-                   bytes_of(format, plain_layout(format), image).data());
+    define_texture(work.gl(), format, image.width, image.height, plain_bytes(format, image).data());
     const std::string errors = take_errors(work.gl());
     if (!errors.empty()) return cannot_tell("nothing can be sent to the texture: " + errors);
     *arrived = work.judge.look(texture, format, 0, image.width, image.height);

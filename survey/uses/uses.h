@@ -33,6 +33,8 @@ Finding filter(const Work& work);
 Finding generate_mipmap(const Work& work);
 Finding render(const Work& work);
 Finding blend(const Work& work);
+/// Of compressed formats; also to a texture of glTexStorage2D where there is one.
+Finding upload_blocks(const Work& work, Use use, bool hasStorage);
 
 /// The verdict on one question; those on the ones before it are in `record`.
 Judged answer(const Work& work, const Question& question, const FormatRecord& record);

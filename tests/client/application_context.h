@@ -33,11 +33,13 @@ std::unique_ptr<ApplicationContext> open_surfaceless_core_45();
 /// The same for OpenGL ES 3.
 std::unique_ptr<ApplicationContext> open_surfaceless_es();
 
-/// A way to open one, for the name of a test. `window` if it needs an X server.
+/// A way to open one, for the name of a test. `window` if it needs an X server, `isOfTool` if it is
+/// one of the kind that the tool measures.
 struct ContextKind {
     const char* name;
     std::unique_ptr<ApplicationContext> (*open)();
     bool window;
+    bool isOfTool;
 };
 
 inline void PrintTo(const ContextKind& kind, std::ostream* stream) {

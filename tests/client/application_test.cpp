@@ -162,9 +162,9 @@ TEST_P(Application, keeps_its_context_as_it_is) {
 }
 
 INSTANTIATE_TEST_SUITE_P(On, Application,
-                         testing::Values(ContextKind{"glx_window", open_glx_window, true},
-                                         ContextKind{"egl_window", open_egl_window, true},
-                                         ContextKind{"surfaceless", open_surfaceless, false}),
+                         testing::Values(ContextKind{"glx_window", open_glx_window, true, true},
+                                         ContextKind{"egl_window", open_egl_window, true, true},
+                                         ContextKind{"surfaceless", open_surfaceless, false, true}),
                          [](const auto& param) { return param.param.name; });
 
 class SurfacelessApplication : public ApplicationFixture {};

@@ -37,9 +37,10 @@ class FullDisk : public testing::Test {
 protected:
     /// What an application gets: "ready " and y, n and ? for each verdict, or "failed"; and why.
     std::string measure() const {
-        const auto context = open_surfaceless_core();
+        const auto context = open_surfaceless();
         const std::string tool = folder_.tool();
-        const texprobe_options options = {sizeof options, tool.c_str(), 0, nullptr, nullptr};
+        const texprobe_options options = {sizeof options, tool.c_str(), 0, nullptr, nullptr, 0,
+                                          nullptr};
         texprobe_verdicts* verdicts = texprobe_verdicts_open(&options);
         const bool isReady = texprobe_verdicts_wait(verdicts, -1) == TEXPROBE_READY;
         std::string line = isReady ? "ready " : "failed";

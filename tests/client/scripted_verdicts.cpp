@@ -81,7 +81,8 @@ void ScriptedVerdicts::record(const std::string& lines) const {
 }
 
 texprobe_verdicts* ScriptedVerdicts::open(int limit) {
-    const texprobe_options options = {sizeof options, tool_.c_str(), limit, write_log, this};
+    const texprobe_options options = {sizeof options, tool_.c_str(), limit, write_log, this, 0,
+                                      nullptr};
     return texprobe_verdicts_open(&options);
 }
 

@@ -1,5 +1,6 @@
-// Prints where an application finds the tool: as a program, after it has become for real whom its
-// file makes it, root where "root" is asked for; as a library, wherever that was loaded from.
+// Prints where an application finds the tool, and the survey: as a program, after it has become for
+// real whom its file makes it, root where "root" is asked for; as a library, wherever that was
+// loaded from.
 
 #include "runs/tool_path.h"
 
@@ -23,6 +24,7 @@ int main(int argc, char**) {
     if (setresgid(group, group, group) != 0 || setresuid(user, user, user) != 0) return 3;
     std::puts(texprobe::find_tool(nullptr).c_str());
     std::puts(texprobe::describe_search().c_str());
+    std::puts(texprobe::find_survey(nullptr).c_str());
 }
 
 #endif

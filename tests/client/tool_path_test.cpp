@@ -55,7 +55,9 @@ TEST_F(ToolPath, is_beside_a_library_that_was_loaded_by_a_relative_name) {
 }
 
 TEST_F(ToolPath, is_the_first_in_path) {
-    EXPECT_THAT(find(), testing::ElementsAre((folder_ / "bin" / "texprobe").string(), testing::_));
+    fs::copy_file("/bin/true", folder_ / "bin" / "texprobe-survey");
+    EXPECT_THAT(find(), testing::ElementsAre((folder_ / "bin" / "texprobe").string(), testing::_,
+                                             (folder_ / "bin" / "texprobe-survey").string()));
 }
 
 TEST_F(ToolPath, is_not_the_caller_s_in_a_set_user_id_program_that_has_become_root_for_real) {
@@ -80,7 +82,8 @@ TEST_F(ToolPath, is_not_the_caller_s_in_a_set_user_id_program_that_has_become_ro
     EXPECT_THAT(lines_of(read_file(out)),
                 testing::ElementsAre("",
                                      "texprobe was not found: not as /no/such/texprobe; a "
-                                     "set-user-ID process does not look in PATH"));
+                                     "set-user-ID process does not look in PATH",
+                                     ""));
 }
 
 }  // namespace

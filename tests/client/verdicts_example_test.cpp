@@ -35,6 +35,7 @@ TEST_F(VerdictsExample, prints_the_table_with_a_core_profile) {
     // Beside the example, so that both use the same records.
     const std::string tool = folder_.path() / "tool";
     std::filesystem::copy_file(TOOL, tool);
+    std::filesystem::copy_file(SURVEY, folder_.path() / "texprobe-survey");
     for (const std::string& path : {tool, std::string("/no/such/tool")}) {
         const Finished finished = run(path);
         EXPECT_TRUE(finished.exited_with(0)) << finished.err;
@@ -54,21 +55,23 @@ TEST_F(VerdictsExample, prints_the_table_with_a_core_profile) {
 TEST_F(VerdictsExample, prints_why_there_are_no_verdicts) {
     const Finished finished = run("/no/such/tool");
     EXPECT_TRUE(finished.exited_with(1));
-    EXPECT_EQ(finished.err, "texverdicts: \"/no/such/tool\" was not found\n");
+    EXPECT_EQ(finished.err, "texverdicts: \"/no/such/texprobe-survey\" was not found\n");
 }
 
-TEST_F(VerdictsExample, finds_the_tool_beside_it) {
+TEST_F(VerdictsExample, finds_what_it_runs_beside_it) {
     const ToolFolder build(TOOL);
     const std::string example = build.path() / "texverdicts";
     std::filesystem::copy_file(EXAMPLE, example);
+    build.write_program("texprobe-survey", "echo it was I >&2");
     const XServer server;
     const Finished finished =
         tests::run({example,
                     {},
                     {std::string("DISPLAY=") + std::getenv("DISPLAY"),
                      "XDG_RUNTIME_DIR=" + build.path().string(), "PATH=/nowhere"}});
-    EXPECT_TRUE(finished.exited_with(0)) << finished.err;
-    EXPECT_EQ(lines_of(finished.out).size(), 19u);
+    // A survey that records nothing.
+    EXPECT_TRUE(finished.exited_with(1));
+    EXPECT_THAT(finished.err, HasSubstr("no core context of this machine's renderers is"));
 }
 
 }  // namespace

@@ -40,7 +40,7 @@ std::string verdicts_of_object(const char* tool) {
 
 std::string verdicts_of_interface(const char* tool, int limit) {
     const auto context = texprobe::tests::open_surfaceless();
-    const texprobe_options options = {sizeof options, tool, limit, nullptr, nullptr};
+    const texprobe_options options = {sizeof options, tool, limit, nullptr, nullptr, 0, nullptr};
     qor::TexProbeVerdicts verdicts(&options);
     if (verdicts.wait() != TEXPROBE_READY) return verdicts.reason();
     std::string text;

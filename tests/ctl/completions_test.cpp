@@ -96,6 +96,9 @@ void expect_words_and_names(const Offer& offered) {
     EXPECT_EQ(offered({"measure", "--timeout", "ab"}), (Words{}));
     EXPECT_EQ(offered({"survey", "--profile", "c"}), (Words{"compatibility", "core"}));
     EXPECT_EQ(offered({"survey", "--format", "GL_RGB10"}), (Words{"GL_RGB10_A2", "GL_RGB10_A2UI"}));
+    EXPECT_EQ(offered({"survey", "--format", "GL_COMPRESSED_RGBA_A"}),
+              (Words{"GL_COMPRESSED_RGBA_ASTC_4x4_KHR", "GL_COMPRESSED_RGBA_ASTC_6x6_KHR",
+                     "GL_COMPRESSED_RGBA_ASTC_8x8_KHR"}));
     EXPECT_EQ(offered({"survey", "ab"}), (Words{"ab.json", "abcd1234"}));
     EXPECT_EQ(offered({"list", "ab"}), (Words{}));
     EXPECT_EQ(offered({"inspect", "GL_RGBA"}),

@@ -43,6 +43,7 @@ protected:
 
 TEST_F(Records, are_listed_one_line_each) {
     prepare_three();
+    folder_.prepare(SCRIPTED_TOOL, mark(kNew, "RECORDED", "2026-11-21T19:56:43Z"));
     EXPECT_EQ(
         folder_.ctl({"list"}).out,
         " #  id                 renderer    driver  build     version  measured    state\n"

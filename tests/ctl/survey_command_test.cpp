@@ -211,6 +211,25 @@ TEST_F(SurveyCommand, shows_nothing_of_a_stranger_raw) {
     EXPECT_THAT(run.out, HasSubstr("render is wrong, ?[2J at 0, 0\n"));
 }
 
+TEST_F(SurveyCommand, shows_compressed_formats_in_a_table_of_their_own) {
+    const std::string name = "GL_COMPRESSED_SRGB8_PUNCHTHROUGH_ALPHA1_ETC2";
+    folder_.script(offered() + record("core." + name,
+                                      "create yes%ncreate_storage not_offered: no%nfilter yes%n"
+                                      "upload yes%nupload_part wrong: why%nupload_buffer yes%n"));
+    const Finished run =
+        folder_.ctl({"survey", "--profile", "core", "--format", name, "--timeout", "1"});
+    EXPECT_TRUE(run.exited_with(0)) << run.err;
+    EXPECT_THAT(run.out,
+                HasSubstr('\n' + name + " in core profile: upload_part is\n  wrong, why\n"));
+    EXPECT_THAT(
+        run.out,
+        HasSubstr(
+            "core profile: 4.6 (Core Profile) a driver\n"
+            "GL_COMPRESSED_...           create  storage   filter   upload     part   buffer\n"
+            "SRGB8_PUNCHTHROUGH_ALPHA1_ETC2 yes       no      yes      yes    wrong      yes\n"
+            "\n"));
+}
+
 TEST_F(SurveyCommand, is_listed_beside_a_set_that_stays_complete_and_forgotten_with_it) {
     folder_.prepare(SCRIPTED_TOOL, complete_set(kIDPrefix + own_, "1.0") + complete_survey());
     EXPECT_THAT(folder_.ctl({"list"}).out,
@@ -243,6 +262,9 @@ TEST_F(SurveyCommand, of_the_real_program_is_shown_from_the_records_and_from_a_d
     }
     EXPECT_THAT(run.out, HasSubstr("\nGL_R8UI                        yes      yes"
                                    "                        yes\n"));
+    const std::string compressed = "GL_COMPRESSED_RGBA_ASTC_4x4_KHR";
+    EXPECT_TRUE(folder_.ctl({"survey", "--format", compressed, "--tool", folder_.file("real")})
+                    .exited_with(0));
     const std::string file = folder_.file("export.json");
     EXPECT_TRUE(folder_.ctl({"export", "-o", file}).exited_with(0));
     const Finished shown = folder_.ctl({"survey", file, "--format", "GL_R8UI"});
@@ -262,6 +284,10 @@ TEST_F(SurveyCommand, of_the_real_program_is_shown_from_the_records_and_from_a_d
                    "upload_part": "yes", "upload_part_storage": "yes", "upload_buffer": "yes",
                    "define_buffer": "yes", "read": "yes", "read_part": "yes",
                    "read_buffer": "yes", "get": "yes", "get_buffer": "yes"}]})"));
+    EXPECT_EQ(set.at("survey").at("profiles").at(1).at("formats").at(97),
+              json::parse(R"({"name": "GL_COMPRESSED_RGBA_ASTC_4x4_KHR", "create": "yes",
+                              "create_storage": "yes", "filter": "yes", "upload": "yes",
+                              "upload_part": "yes", "upload_buffer": "yes", "layouts": []})"));
     EXPECT_THAT(run.out, HasSubstr("\ntransfers:\n  yes in each layout: GL_R8UI\n"));
     const int status = run_in_shell(std::string(VALIDATOR) + " " + SCHEMA + " '" + file + "'");
     EXPECT_TRUE(status == 0 || status == 77);

@@ -192,6 +192,29 @@ TEST(ComparedSurveys, differ_in_what_both_have_asked) {
     EXPECT_TRUE(ctl::compare({surveyed_set()}, {other}).is_equal());
 }
 
+TEST(SurveyedTransfers, decide_whose_a_no_is) {
+    const ctl::Cell cell = {11, kUploadSet};
+    ctl::Flags flags;
+    flags.recorded[cell.format][cell.capability] = false;
+    const auto is_of_test = [&](ctl::Seen::Whose found, survey::Verdict judged, unsigned type) {
+        flags.causes[cell.format][cell.capability] = ctl::Seen{found};
+        ctl::SurveyedProfile profile;
+        const auto format =
+            static_cast<std::size_t>(survey::find_format("GL_RGBA16") - survey::formats().data());
+        // The tool's layout is GL_BGRA with GL_UNSIGNED_SHORT.
+        profile.formats[format].uses[{survey::Use::kUploadBuffer, {0x80E1, type}}] = {judged, ""};
+        return !ctl::decide_verdicts(flags, {profile}).details.empty();
+    };
+    using Whose = ctl::Seen::Whose;
+    EXPECT_TRUE(is_of_test(Whose::kOther, survey::Verdict::kYes, 0x1403));
+    EXPECT_FALSE(is_of_test(Whose::kTest, survey::Verdict::kWrong, 0x1403));
+    EXPECT_FALSE(is_of_test(Whose::kTest, survey::Verdict::kRefused, 0x1403));
+    // It says nothing, or is about another layout: what `measure` has found stays.
+    EXPECT_TRUE(is_of_test(Whose::kTest, survey::Verdict::kUnknown, 0x1403));
+    EXPECT_TRUE(is_of_test(Whose::kTest, survey::Verdict::kWrong, 0x1401));
+    EXPECT_FALSE(is_of_test(Whose::kOther, survey::Verdict::kYes, 0x1401));
+}
+
 /// What merge says of a set that was measured and one with a survey alone.
 TEST(MergedSurveys, are_counted_and_make_no_machine_incomplete) {
     const CtlFolder folder(CTL, SCRIPTED_TOOL);

@@ -93,6 +93,12 @@ const GLubyte* glGetString(GLenum name) {
                        : name == GL_VERSION  ? machine().version
                        : name == GL_RENDERER ? machine().renderer
                                              : nullptr;
+    if (name == GL_EXTENSIONS) {
+        static std::string extensions;
+        extensions.clear();
+        for (const std::string& extension : machine().extensions) extensions += extension + ' ';
+        text = extensions.c_str();
+    }
     return reinterpret_cast<const GLubyte*>(text);
 }
 
@@ -100,6 +106,12 @@ void glGetIntegerv(GLenum pname, GLint* data) {
     log("glGetIntegerv", pname);
     constexpr GLenum kContextProfileMask = 0x9126;
     if (pname == kContextProfileMask) *data = machine().profile;
+    if (pname == GL_NUM_EXTENSIONS) *data = static_cast<GLint>(machine().extensions.size());
+}
+
+const GLubyte* glGetStringi(GLenum name, GLuint index) {
+    log("glGetStringi", name);
+    return reinterpret_cast<const GLubyte*>(machine().extensions.at(index).c_str());
 }
 
 // The part of CGL that only the tool uses: in an application, it would disturb the current context.

@@ -31,6 +31,7 @@ struct ScriptedMachine {
     const char* version = "2.1 Version";
     const char* renderer = "Renderer";
     int profile = 0;  ///< The context's profile mask.
+    std::vector<std::string> extensions;
     std::vector<std::string> calls;
 };
 

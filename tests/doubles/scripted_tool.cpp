@@ -1,5 +1,6 @@
 // A tool that does what a file beside it says: "script.N" in its N-th run, else "script"; each run
-// adds a line with its arguments to the file "runs". The lines of a script:
+// adds a line with its arguments to the file "runs". As "texprobe-survey" it has such files of its
+// own, "survey-script" and "survey-runs". The lines of a script:
 //   set APPLICATION KEY true|false|number N|text T    removed APPLICATION KEY
 //   sync APPLICATION    say TEXT    said TEXT (without a line feed)    out TEXT
 //   turn FILE (locks it as a run that measures does)    sleep MILLISECONDS    hang    raise SIGNAL
@@ -114,15 +115,17 @@ void carry_out(const std::string& command, std::istringstream& line) {
 }  // namespace
 
 int main(int argc, char** argv) {
-    const auto folder = std::filesystem::read_symlink("/proc/self/exe").parent_path();
-    std::ofstream runs(folder / "runs", std::ios::app);
+    const auto self = std::filesystem::read_symlink("/proc/self/exe");
+    const std::string own = self.filename() == "texprobe-survey" ? "survey-" : "";
+    const auto folder = self.parent_path();
+    std::ofstream runs(folder / (own + "runs"), std::ios::app);
     runs << "run";
     for (int i = 1; i < argc; ++i) runs << ' ' << argv[i];
     runs << std::endl;
-    std::ifstream all(folder / "runs");
+    std::ifstream all(folder / (own + "runs"));
     const auto run = std::count(std::istreambuf_iterator<char>(all), {}, '\n');
-    std::filesystem::path script = folder / ("script." + std::to_string(run));
-    if (!std::filesystem::exists(script)) script = folder / "script";
+    std::filesystem::path script = folder / (own + "script." + std::to_string(run));
+    if (!std::filesystem::exists(script)) script = folder / (own + "script");
     std::ifstream stream(script);
     for (std::string text; std::getline(stream, text);) {
         std::istringstream line(text);

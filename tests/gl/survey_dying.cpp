@@ -16,6 +16,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <cstdint>
 #include <cstring>
 #include <filesystem>
 #include <fstream>
@@ -45,6 +46,7 @@ Gl aliveGl;
 bool isBlending = false;
 bool isContextLost = false;
 Enum currentFormat = 0;  // Of the texture that was defined last, unless that is the judge's.
+bool isStorage = false;  // That was glTexStorage2D.
 
 std::filesystem::path folder_of_survey() {
     return std::filesystem::read_symlink("/proc/self/exe").parent_path();
@@ -75,6 +77,8 @@ void die_in(const char* use, Enum format) {
         case 0:
             for (;;) pause();
         default:
+            // Sanitizers make an exit of some.
+            signal(surveyOrder.kind, SIG_DFL);
             raise(surveyOrder.kind);
     }
 }
@@ -129,8 +133,28 @@ void define_or_die(Enum target, int level, int internalFormat, int width, int he
     const auto number = static_cast<Enum>(internalFormat);
     constexpr int kSizeOfCreate = 128;
     if (number != gl::kRgba32ui) currentFormat = number;
+    isStorage = false;
     if (!pixels && width == kSizeOfCreate && height == kSizeOfCreate) die_in("create", number);
     aliveGl.TexImage2D(target, level, internalFormat, width, height, border, format, type, pixels);
+}
+
+void define_blocks_or_die(Enum target, int level, Enum format, int width, int height, int border,
+                          int size, const void* blocks) {
+    currentFormat = format;
+    isStorage = false;
+    die_in("create", format);
+    aliveGl.CompressedTexImage2D(target, level, format, width, height, border, size, blocks);
+}
+
+/// Whole images are sent to textures of glTexStorage2D also before parts are.
+void send_blocks_or_die(Enum target, int level, int x, int y, int width, int height, Enum format,
+                        int size, const void* blocks) {
+    constexpr std::uintptr_t kMostOfBuffer = 4096;
+    const bool isPlace = reinterpret_cast<std::uintptr_t>(blocks) < kMostOfBuffer;
+    if (x != 0) die_in("upload_part", format);
+    if (isPlace) die_in("upload_buffer", format);
+    if (x == 0 && !isPlace && !isStorage) die_in("upload", format);
+    aliveGl.CompressedTexSubImage2D(target, level, x, y, width, height, format, size, blocks);
 }
 
 }  // namespace
@@ -167,10 +191,13 @@ Gl load_dying() {
     die_in_transfers(&table);
     table.GetError = [] { return isContextLost ? gl::kContextLost : aliveGl.GetError(); };
     table.TexImage2D = define_or_die;
+    table.CompressedTexImage2D = define_blocks_or_die;
+    table.CompressedTexSubImage2D = send_blocks_or_die;
     table.TexStorage2D = [](Enum target, int levels, Enum format, int width, int height) {
         if (surveyOrder.layoutFormat == 0) die_in("create_storage", format);
         // The transfers of one with storage are those of the use that is not tried here.
         currentFormat = 0;
+        isStorage = true;
         aliveGl.TexStorage2D(target, levels, format, width, height);
     };
     table.TexParameteri = [](Enum target, Enum name, int value) {

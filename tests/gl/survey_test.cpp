@@ -25,7 +25,8 @@ using testing::StartsWith;
 
 const Environment kSurveySoftpipe = {"GALLIUM_DRIVER=softpipe"};
 const std::string kUsage =
-    "Usage: texprobe-survey [--profile compatibility|core|es] [--format GL_NAME]\n";
+    "Usage: texprobe-survey [--profile compatibility|core|es] [--format GL_NAME] "
+    "[--after-hang]\n";
 
 /// The one record set of the survey.
 Records survey_set(const ToolFolder& folder) {
@@ -83,7 +84,7 @@ const Records& undisturbed_survey(const std::vector<std::string>& arguments = {}
 
 TEST(Survey, records_every_format_of_every_profile_and_finds_what_mesa_does) {
     const Records& records = undisturbed_survey();
-    EXPECT_EQ(records.size(), 3 * survey::formats().size() + 3);
+    EXPECT_EQ(records.size(), 3 * survey::formats().size() + 3 * 3);
     EXPECT_THAT(records.at("compatibility"), HasSubstr("(Compatibility Profile) Mesa"));
     EXPECT_THAT(records.at("core"), HasSubstr("(Core Profile) Mesa"));
     EXPECT_THAT(records.at("es"), StartsWith("string OpenGL ES 3."));
@@ -103,6 +104,14 @@ TEST(Survey, records_every_format_of_every_profile_and_finds_what_mesa_does) {
         EXPECT_EQ(verdicts_of(records, profile + "GL_RGBA32UI"), "yes yes yes");
         // Rendering to three integers is not required anywhere.
         EXPECT_THAT(verdicts_of(records, profile + "GL_RGB32I"), StartsWith("yes yes "));
+    }
+    // All 32 compressed formats, in the software that decodes them.
+    for (const survey::Format& format : survey::formats()) {
+        if (!format.is_compressed()) continue;
+        for (const std::string profile : {"compatibility.", "core.", "es."}) {
+            EXPECT_EQ(verdicts_of(records, profile + format.name), "yes yes yes yes yes yes")
+                << profile << format.name;
+        }
     }
     EXPECT_EQ(verdicts_of(records, "core.GL_LUMINANCE8"),
               "not_offered not_offered not_applicable not_applicable not_applicable "
@@ -130,7 +139,7 @@ TEST_P(SurveyRenderer, does_what_every_profile_promises) {
         EXPECT_TRUE(folder.run({"--format", name}, GetParam().environment).exited_with(0));
     }
     const Records records = survey_set(folder);
-    EXPECT_EQ(records.size(), 3u + 3 * 2);
+    EXPECT_EQ(records.size(), 3u * 3 + 3 * 2);
     for (const std::string profile : {"compatibility", "core", "es"}) {
         EXPECT_EQ(verdicts_of(records, profile + ".GL_SRGB8_ALPHA8"), "yes yes yes yes yes yes")
             << records.at(profile + ".GL_SRGB8_ALPHA8");
@@ -153,7 +162,9 @@ TEST(Survey, does_only_what_is_asked_for_and_missing) {
     EXPECT_THAT(lines[1], HasSubstr("] es GL_R8UI: create yes, create_storage yes, render yes"));
     EXPECT_THAT(lines[1], StartsWith("org.texprobe.survey1."));
     const Records records = survey_set(folder);
-    EXPECT_EQ(records.size(), 2u);
+    EXPECT_EQ(records.size(), 4u);
+    EXPECT_THAT(records.at("es.GL_RENDERER"), StartsWith("string softpipe"));
+    EXPECT_EQ(records.count("es.GL_VENDOR"), 1u);
     const Finished second = folder.run({"--profile", "es", "--format", "GL_R8UI"}, kSurveySoftpipe);
     EXPECT_TRUE(second.exited_with(0));
     EXPECT_EQ(second.err, "");
@@ -173,6 +184,7 @@ TEST(Survey, refuses_other_arguments) {
     refuse({"--profile", "gles"}, "*** no profile: gles\n");
     refuse({"--format", "RGBA8"}, "*** no format of the survey: RGBA8\n");
     refuse({"--profile", "es", "--profile", "core"}, "");
+    refuse({"--after-hang", "--after-hang"}, "");
     EXPECT_FALSE(std::filesystem::exists(folder.database()));
 }
 
@@ -272,6 +284,22 @@ TEST(Survey, tries_again_what_was_under_way_when_it_was_killed_from_outside) {
               undisturbed_survey(arguments).at("core.GL_RGBA8"));
 }
 
+TEST(Survey, records_a_hang_where_whoever_ended_it_says_so) {
+    std::vector<std::string> arguments = {"--profile", "core", "--format", "GL_RGBA8"};
+    const ToolFolder folder(SURVEY_DYING);
+    for (int i = 0; i < 2; ++i) {
+        const pid_t hung = start_hanging(folder);
+        kill(hung, SIGKILL);
+        finish(hung);
+        std::filesystem::remove(folder.path() / "deaths");
+    }
+    arguments.insert(arguments.begin(), "--after-hang");
+    EXPECT_TRUE(folder.run(arguments, kSurveySoftpipe).exited_with(0));
+    const auto record = read_survey_record(survey_set(folder), "core.GL_RGBA8");
+    EXPECT_EQ(record.uses.at(survey::Use::kMipmap).verdict, survey::Verdict::kHung);
+    EXPECT_EQ(record.uses.at(survey::Use::kRender).verdict, survey::Verdict::kYes);
+}
+
 /// What remains of the undisturbed record if the process dies in that use.
 std::string after_death(survey::FormatRecord record, const survey::Question& guilty) {
     using survey::Use;
@@ -363,6 +391,25 @@ TEST_P(SurveyDeath, in_a_use_costs_that_verdict_and_no_other) {
         }
     }
     EXPECT_EQ(tried, 15);
+}
+
+TEST_P(SurveyDeath, in_a_use_of_a_compressed_format_costs_that_verdict_and_no_other) {
+    const std::string profile = survey::name_of(GetParam());
+    const survey::Format& format = *survey::find_format("GL_COMPRESSED_RGBA_ASTC_6x6_KHR");
+    const std::vector<std::string> arguments = {"--profile", profile, "--format", format.name};
+    const std::string key = profile + '.' + format.name;
+    const survey::FormatRecord undisturbed = read_survey_record(undisturbed_survey(arguments), key);
+    for (const survey::Use use : survey::kUses) {
+        if (!has_use(format, use)) continue;
+        const ToolFolder folder(SURVEY_DYING);
+        std::ofstream(folder.path() / "die")
+            << profile << ' ' << format.value << ' ' << name_of(use) << ' ' << SIGSEGV;
+        for (int deaths = 0; deaths < 2; ++deaths) {
+            EXPECT_TRUE(WIFSIGNALED(folder.run(arguments, kSurveySoftpipe).status)) << key;
+        }
+        EXPECT_TRUE(folder.run(arguments, kSurveySoftpipe).exited_with(0)) << name_of(use);
+        EXPECT_EQ(survey_set(folder).at(key), after_death(undisturbed, use)) << name_of(use);
+    }
 }
 
 INSTANTIATE_TEST_SUITE_P(InProfile, SurveyDeath, testing::ValuesIn(survey::kProfiles),

@@ -7,16 +7,16 @@
 #include <string.h>
 #include <unistd.h>
 
-#include "core_context.h"
+#include "compatibility_context.h"
 
 int main(int argc, char** argv) {
-    if (argc != 3 || !open_core_context()) return 2;
+    if (argc != 3 || !open_compatibility_context()) return 2;
     void* library = dlopen(argv[1], RTLD_NOW);
     texprobe_verdicts* (*open_verdicts)(const texprobe_options*) = NULL;
     /* C has no conversion of an object's address to a function's. */
     void* symbol = library ? dlsym(library, "texprobe_verdicts_open") : NULL;
     memcpy(&open_verdicts, &symbol, sizeof symbol);
-    texprobe_options options = {sizeof options, argv[2], 0, NULL, NULL};
+    texprobe_options options = {sizeof options, argv[2], 0, NULL, NULL, 0, NULL};
     if (!symbol || !open_verdicts(&options)) {
         if (library) dlclose(library);
         return 3;

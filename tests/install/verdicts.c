@@ -1,14 +1,14 @@
-/* An application in C: prints the verdicts on GL_RGBA8 for a core-profile context, or why there are
- * none. */
+/* An application in C: prints the verdicts on GL_RGBA8 for a compatibility context, or why there
+ * are none. */
 
 #include <TexProbeVerdicts.h>
 #include <stdio.h>
 #include <string.h>
 
-#include "core_context.h"
+#include "compatibility_context.h"
 
 int main(int argc, char** argv) {
-    if (argc != 2 || (strcmp(argv[1], "core") == 0 && !open_core_context())) return 2;
+    if (argc != 2 || (strcmp(argv[1], "context") == 0 && !open_compatibility_context())) return 2;
     texprobe_verdicts* verdicts = texprobe_verdicts_open(NULL);
     if (texprobe_verdicts_wait(verdicts, -1) == TEXPROBE_READY) {
         printf("GL_RGBA8:");

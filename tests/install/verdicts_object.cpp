@@ -1,13 +1,13 @@
-// An application in C++11: prints the verdicts on GL_RGBA8 for a core-profile context, or why there
-// are none.
+// An application in C++11: prints the verdicts on GL_RGBA8 for a compatibility context, or why
+// there are none.
 
 #include <TexProbeVerdicts.h>
 #include <stdio.h>
 
-#include "core_context.h"
+#include "compatibility_context.h"
 
 int main() {
-    if (!open_core_context()) return 2;
+    if (!open_compatibility_context()) return 2;
     qor::TexProbeVerdicts verdicts;
     if (verdicts.wait() != TEXPROBE_READY) return printf("%s\n", verdicts.reason()) < 0;
     printf("GL_RGBA8:");

@@ -1,6 +1,7 @@
 // An application of one toolkit: prints what TexProbeVerdicts, and for a compatibility context
-// qor::TexProbe, say of its renderer. Usage: application CONTEXT glx|egl TOOL
-// Status 77 with a reason on standard error if the toolkit does not give such a context here.
+// qor::TexProbe, say of its context, and what that can do when it is tried. Usage: application
+// CONTEXT glx|egl TOOL Status 77 with a reason on standard error if the toolkit does not give such
+// a context here.
 
 #include <OpenGL/gl.h>
 #include <TexProbe.h>
@@ -10,6 +11,7 @@
 #include <map>
 #include <string>
 
+#include "client/format_trial.h"
 #include "support/answers.h"
 #include "window.h"
 
@@ -49,6 +51,17 @@ std::string answers_of_class(const qor::TexProbe& probe) {
     return line;
 }
 
+/// Creating and rendering, as y and n.
+std::string tried_by_context() {
+    std::string line;
+    for (const Format& format : kFormats) {
+        const texprobe::tests::FormatTrial trial(format);
+        line += trial.is_created() ? 'y' : 'n';
+        line += trial.is_rendered() ? 'y' : 'n';
+    }
+    return line;
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -63,12 +76,13 @@ int main(int argc, char** argv) {
     }
     print_string("renderer", GL_RENDERER);
     print_string("version", GL_VERSION);
-    const texprobe_options options = {sizeof options, argv[3], 0, nullptr, nullptr};
+    const texprobe_options options = {sizeof options, argv[3], 0, nullptr, nullptr, 0, nullptr};
     texprobe_verdicts* verdicts = texprobe_verdicts_open(&options);
     texprobe_verdicts_wait(verdicts, -1);
     print("reason", texprobe_verdicts_reason(verdicts));
     print("verdicts", answers_of(verdicts));
     texprobe_verdicts_close(verdicts);
+    print("tried", tried_by_context());
     // The records are there now, so it needs no tool.
     if (context->first == "compatibility") print("class", answers_of_class(qor::TexProbe("false")));
 }

@@ -101,6 +101,40 @@ TEST(SurveyTable, has_each_format_once_with_the_number_of_opengl) {
         {"GL_LUMINANCE_ALPHA16F_ARB", GL_LUMINANCE_ALPHA16F_ARB},
         {"GL_LUMINANCE32F_ARB", GL_LUMINANCE32F_ARB},
         {"GL_LUMINANCE_ALPHA32F_ARB", GL_LUMINANCE_ALPHA32F_ARB},
+        {"GL_COMPRESSED_RGB_S3TC_DXT1_EXT", GL_COMPRESSED_RGB_S3TC_DXT1_EXT},
+        {"GL_COMPRESSED_RGBA_S3TC_DXT1_EXT", GL_COMPRESSED_RGBA_S3TC_DXT1_EXT},
+        {"GL_COMPRESSED_RGBA_S3TC_DXT3_EXT", GL_COMPRESSED_RGBA_S3TC_DXT3_EXT},
+        {"GL_COMPRESSED_RGBA_S3TC_DXT5_EXT", GL_COMPRESSED_RGBA_S3TC_DXT5_EXT},
+        {"GL_COMPRESSED_SRGB_S3TC_DXT1_EXT", GL_COMPRESSED_SRGB_S3TC_DXT1_EXT},
+        {"GL_COMPRESSED_SRGB_ALPHA_S3TC_DXT1_EXT", GL_COMPRESSED_SRGB_ALPHA_S3TC_DXT1_EXT},
+        {"GL_COMPRESSED_SRGB_ALPHA_S3TC_DXT3_EXT", GL_COMPRESSED_SRGB_ALPHA_S3TC_DXT3_EXT},
+        {"GL_COMPRESSED_SRGB_ALPHA_S3TC_DXT5_EXT", GL_COMPRESSED_SRGB_ALPHA_S3TC_DXT5_EXT},
+        {"GL_COMPRESSED_RED_RGTC1", GL_COMPRESSED_RED_RGTC1},
+        {"GL_COMPRESSED_SIGNED_RED_RGTC1", GL_COMPRESSED_SIGNED_RED_RGTC1},
+        {"GL_COMPRESSED_RG_RGTC2", GL_COMPRESSED_RG_RGTC2},
+        {"GL_COMPRESSED_SIGNED_RG_RGTC2", GL_COMPRESSED_SIGNED_RG_RGTC2},
+        {"GL_COMPRESSED_RGB_BPTC_SIGNED_FLOAT", GL_COMPRESSED_RGB_BPTC_SIGNED_FLOAT},
+        {"GL_COMPRESSED_RGB_BPTC_UNSIGNED_FLOAT", GL_COMPRESSED_RGB_BPTC_UNSIGNED_FLOAT},
+        {"GL_COMPRESSED_RGBA_BPTC_UNORM", GL_COMPRESSED_RGBA_BPTC_UNORM},
+        {"GL_COMPRESSED_SRGB_ALPHA_BPTC_UNORM", GL_COMPRESSED_SRGB_ALPHA_BPTC_UNORM},
+        {"GL_COMPRESSED_RGB8_ETC2", GL_COMPRESSED_RGB8_ETC2},
+        {"GL_COMPRESSED_SRGB8_ETC2", GL_COMPRESSED_SRGB8_ETC2},
+        {"GL_COMPRESSED_RGB8_PUNCHTHROUGH_ALPHA1_ETC2",
+         GL_COMPRESSED_RGB8_PUNCHTHROUGH_ALPHA1_ETC2},
+        {"GL_COMPRESSED_SRGB8_PUNCHTHROUGH_ALPHA1_ETC2",
+         GL_COMPRESSED_SRGB8_PUNCHTHROUGH_ALPHA1_ETC2},
+        {"GL_COMPRESSED_RGBA8_ETC2_EAC", GL_COMPRESSED_RGBA8_ETC2_EAC},
+        {"GL_COMPRESSED_SRGB8_ALPHA8_ETC2_EAC", GL_COMPRESSED_SRGB8_ALPHA8_ETC2_EAC},
+        {"GL_COMPRESSED_R11_EAC", GL_COMPRESSED_R11_EAC},
+        {"GL_COMPRESSED_SIGNED_R11_EAC", GL_COMPRESSED_SIGNED_R11_EAC},
+        {"GL_COMPRESSED_RG11_EAC", GL_COMPRESSED_RG11_EAC},
+        {"GL_COMPRESSED_SIGNED_RG11_EAC", GL_COMPRESSED_SIGNED_RG11_EAC},
+        {"GL_COMPRESSED_RGBA_ASTC_4x4_KHR", GL_COMPRESSED_RGBA_ASTC_4x4_KHR},
+        {"GL_COMPRESSED_SRGB8_ALPHA8_ASTC_4x4_KHR", GL_COMPRESSED_SRGB8_ALPHA8_ASTC_4x4_KHR},
+        {"GL_COMPRESSED_RGBA_ASTC_6x6_KHR", GL_COMPRESSED_RGBA_ASTC_6x6_KHR},
+        {"GL_COMPRESSED_SRGB8_ALPHA8_ASTC_6x6_KHR", GL_COMPRESSED_SRGB8_ALPHA8_ASTC_6x6_KHR},
+        {"GL_COMPRESSED_RGBA_ASTC_8x8_KHR", GL_COMPRESSED_RGBA_ASTC_8x8_KHR},
+        {"GL_COMPRESSED_SRGB8_ALPHA8_ASTC_8x8_KHR", GL_COMPRESSED_SRGB8_ALPHA8_ASTC_8x8_KHR},
     };
     std::map<std::string, unsigned> table;
     for (const Format& format : formats()) table[format.name] = format.value;
@@ -134,13 +168,15 @@ TEST(SurveyTable, gives_a_class_of_formats_only_the_uses_that_it_has) {
     EXPECT_EQ(uses("GL_RGBA8"), "create create_storage filter mipmap render blend ");
     EXPECT_EQ(uses("GL_RGB10_A2UI"), "create create_storage render ");
     EXPECT_EQ(uses("GL_DEPTH24_STENCIL8"), "create create_storage filter mipmap render ");
+    EXPECT_EQ(uses("GL_COMPRESSED_RED_RGTC1"),
+              "create create_storage filter upload upload_part upload_buffer ");
 }
 
 /// The uses that somebody promises.
 std::string promised(const ContextFacts& facts, const char* name) {
     std::string text;
     for (const Use use : kUses) {
-        if (is_transfer(use)) continue;
+        if (!has_use(survey_row(name), use) || is_transfer(use)) continue;
         const std::string who = who_promises(facts, survey_row(name), use);
         if (!who.empty()) text += std::string(name_of(use)) + " by " + who + "; ";
     }
@@ -174,7 +210,8 @@ std::string joined_names(const std::set<std::string>& names) {
 std::string colors_with(const ContextFacts& facts, Use use) {
     std::set<std::string> names;
     for (const Format& format : formats()) {
-        if (format.is_depth() || who_promises(facts, format, use).empty()) continue;
+        if (format.is_depth() || format.is_compressed()) continue;
+        if (who_promises(facts, format, use).empty()) continue;
         names.insert(format.name + std::strlen("GL_"));
     }
     return joined_names(names);
@@ -222,6 +259,29 @@ TEST(SurveyPromises, of_opengl_es_depend_on_extensions) {
     EXPECT_EQ(
         promised(facts_of(Profile::kEs, 32, {"GL_EXT_texture_format_BGRA8888"}), "GL_BGRA8_EXT"),
         "create by GL_EXT_texture_format_BGRA8888; filter by GL_EXT_texture_format_BGRA8888; ");
+}
+
+TEST(SurveyPromises, of_compressed_formats_are_those_of_a_version_or_of_extensions) {
+    const ContextFacts core33 = facts_of(Profile::kCore, 33);
+    EXPECT_EQ(promised(core33, "GL_COMPRESSED_RED_RGTC1"),
+              "create by OpenGL 3.0; filter by OpenGL 3.0; ");
+    EXPECT_EQ(promised(core33, "GL_COMPRESSED_RGB8_ETC2"), "");
+    EXPECT_EQ(promised(facts_of(Profile::kEs, 30), "GL_COMPRESSED_RGB8_ETC2"),
+              "create by OpenGL ES 3.0; create_storage by OpenGL ES 3.0; "
+              "filter by OpenGL ES 3.0; ");
+    EXPECT_EQ(promised(facts_of(Profile::kEs, 31), "GL_COMPRESSED_RGBA_ASTC_6x6_KHR"), "");
+    EXPECT_NE(promised(facts_of(Profile::kEs, 32), "GL_COMPRESSED_RGBA_ASTC_6x6_KHR"), "");
+    // The sRGB formats of S3TC need two extensions on the desktop, and one in OpenGL ES.
+    const auto s3tcSrgb = [](Profile profile, const std::set<std::string>& extensions) {
+        return who_promises(facts_of(profile, 33, extensions),
+                            survey_row("GL_COMPRESSED_SRGB_S3TC_DXT1_EXT"), Use::kCreate);
+    };
+    EXPECT_EQ(s3tcSrgb(Profile::kCore, {"GL_EXT_texture_sRGB"}), "");
+    EXPECT_EQ(s3tcSrgb(Profile::kCore, {"GL_EXT_texture_compression_s3tc"}), "");
+    EXPECT_EQ(s3tcSrgb(Profile::kCore, {"GL_EXT_texture_sRGB", "GL_EXT_texture_compression_s3tc"}),
+              "GL_EXT_texture_sRGB with GL_EXT_texture_compression_s3tc");
+    EXPECT_EQ(s3tcSrgb(Profile::kEs, {"GL_EXT_texture_compression_s3tc_srgb"}),
+              "GL_EXT_texture_compression_s3tc_srgb");
 }
 
 TEST(SurveyVerdict, blames_only_where_somebody_promised) {

@@ -220,10 +220,6 @@ void write_page(const RecordSets& given, const std::vector<PicturedNoes>& pictur
     const bool several = sets.size() > 1;
     const bool hasUnseenNo =
         std::any_of(sets.begin(), sets.end(), [](const RecordSet& set) { return set.hasUnseenNo; });
-    const bool hasMark = std::any_of(sets.begin(), sets.end(), [](const RecordSet& set) {
-        return std::any_of(set.details.begin(), set.details.end(),
-                           [](const Detail& detail) { return detail.is_of_test(); });
-    });
     data.set("version", TEXPROBECTL_VERSION);
     data.set("title", several ? std::string("Texture formats on several renderers")
                               : "Texture formats on " +
@@ -234,7 +230,7 @@ void write_page(const RecordSets& given, const std::vector<PicturedNoes>& pictur
     data.set("columns", list_columns());
     data.set("rows", list_totals(sets));
     data.set("rely", summarize(sets));
-    data.set("marked", hasMark ? "no*: " + std::string(kOfTest) + ". " : "");
+    data.set("marked", has_mark(sets) ? "no*: " + std::string(kOfTest) + ". " : "");
     data.set("unseen", hasUnseenNo ? "A no that was recorded without texprobectl measure may have "
                                      "been a crash."
                                    : "");

@@ -1,6 +1,10 @@
 #include "records/survey_set.h"
 
+#include <table/layout_table.h>
+
 #include <algorithm>
+#include <iterator>
+#include <utility>
 
 namespace texprobe::ctl {
 
@@ -20,7 +24,34 @@ const char* words_of(survey::Profile profile) {
     }
 }
 
-std::optional<bool> transfer_holds(const Survey& /*survey*/, const Cell& /*cell*/) {
+std::optional<bool> transfer_holds(const Survey& surveyed, const Cell& cell) {
+    using survey::Use;
+    constexpr std::pair<Capability, Use> kTransfers[] = {{kUploadSet, Use::kUploadBuffer},
+                                                         {kUploadReset, Use::kDefineBuffer},
+                                                         {kDownloadGet, Use::kGetBuffer},
+                                                         {kDownloadRead, Use::kReadBuffer}};
+    const Format& format = kFormats[cell.format];
+    const auto* const transfer =
+        std::find_if(std::begin(kTransfers), std::end(kTransfers),
+                     [&](const auto& each) { return each.first == cell.capability; });
+    if (transfer == std::end(kTransfers)) return std::nullopt;
+    const survey::Question question(transfer->second, {static_cast<unsigned>(format.order),
+                                                       static_cast<unsigned>(format.type)});
+    for (const SurveyedProfile& profile : surveyed) {
+        for (std::size_t i = 0; i < profile.formats.size(); ++i) {
+            if (profile.profile != survey::Profile::kCompatibility ||
+                survey::formats()[i].value != format.internalFormat) {
+                continue;
+            }
+            const auto found = profile.formats[i].uses.find(question);
+            if (found == profile.formats[i].uses.end()) continue;
+            const survey::Verdict verdict = found->second.verdict;
+            if (verdict == survey::Verdict::kYes) return true;
+            const bool isBroken =
+                verdict == survey::Verdict::kRefused || verdict == survey::Verdict::kWrong;
+            if (isBroken) return false;
+        }
+    }
     return std::nullopt;
 }
 

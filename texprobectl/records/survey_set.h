@@ -50,7 +50,7 @@ struct SurveyChoice {
 };
 
 /// Whether the survey has found that the transfer of a cell's test holds, with the same format,
-/// layout and use; none where it has not judged it. The survey asks no transfers yet.
+/// layout and use; none where it has not judged it.
 std::optional<bool> transfer_holds(const Survey& survey, const Cell& cell);
 
 /// "GL_R8 in core profile of be457c6e is not recorded": the first missing part of what was chosen

@@ -48,7 +48,8 @@ std::string set_of_survey(const std::string& application) {
 std::vector<std::string> survey_keys() {
     std::vector<std::string> keys;
     for (const survey::Profile profile : survey::kProfiles) {
-        keys.push_back(key_of(profile));
+        keys.insert(keys.end(),
+                    {key_of(profile), vendor_key_of(profile), renderer_key_of(profile)});
         for (const survey::Format& format : survey::formats()) {
             keys.push_back(key_of(profile, format));
         }

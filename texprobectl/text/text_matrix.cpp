@@ -38,6 +38,13 @@ Shown show_cell(const RecordSet& set, const Cell& cell, const Terminal& terminal
     return shown;
 }
 
+bool has_mark(const RecordSets& sets) {
+    return std::any_of(sets.begin(), sets.end(), [](const RecordSet& set) {
+        return std::any_of(set.details.begin(), set.details.end(),
+                           [](const Detail& detail) { return detail.is_of_test(); });
+    });
+}
+
 void explain_mark(bool isShown, const Terminal& terminal, std::ostream& stream) {
     if (isShown) stream << show_verdict(Verdict::kNo, terminal).text << "*: " << kOfTest << '\n';
 }
@@ -55,12 +62,14 @@ void write_row(const std::string& name, const std::vector<Shown>& row, const Ter
                std::ostream& stream) {
     stream << name;
     // Nothing stands behind the last text of a line.
-    std::size_t space = name.size() < kNameWidth ? kNameWidth - name.size() : 0;
+    std::size_t written = name.size();
+    std::size_t end = kNameWidth;
     for (const Shown& shown : row) {
-        space += shown.width < kColumnWidth ? kColumnWidth - shown.width : 1;
+        end += kColumnWidth;
         if (shown.width == 0) continue;
+        const std::size_t space = std::max(end, written + 1 + shown.width) - written - shown.width;
         stream << std::string(space, ' ') << coloured(shown.text, shown.colour, terminal);
-        space = 0;
+        written += space + shown.width;
     }
     stream << '\n';
 }

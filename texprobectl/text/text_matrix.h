@@ -26,6 +26,7 @@ struct Shown {
 Shown show_verdict(Verdict verdict, const Terminal& terminal);
 /// The same, with a mark for a no that is the test's own.
 Shown show_cell(const RecordSet& set, const Cell& cell, const Terminal& terminal);
+bool has_mark(const RecordSets& sets);
 /// The mark's explanation, if it is shown.
 void explain_mark(bool isShown, const Terminal& terminal, std::ostream& stream);
 inline constexpr const char* kOfTest =

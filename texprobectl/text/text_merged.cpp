@@ -88,7 +88,7 @@ std::vector<DriverGroup> group_drivers(const Merged& merged) {
     }
     std::vector<DriverGroup> groups;
     for (auto& [pattern, group] : byPattern) groups.push_back(std::move(group));
-    std::stable_sort(groups.begin(), groups.end(), [](const DriverGroup& a, const DriverGroup& b) {
+    std::sort(groups.begin(), groups.end(), [](const DriverGroup& a, const DriverGroup& b) {
         if (a.sum.sets != b.sum.sets) return a.sum.sets > b.sum.sets;
         return *a.drivers.front() < *b.drivers.front();
     });

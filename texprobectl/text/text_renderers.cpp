@@ -55,14 +55,6 @@ std::vector<AlikeRow> rows_of(const RecordSets& sets, const Terminal& terminal) 
     return rows;
 }
 
-bool has_mark(const RecordSets& sets) {
-    bool has = false;
-    for (const RecordSet& set : sets) {
-        for (const Detail& detail : set.details) has |= detail.is_of_test();
-    }
-    return has;
-}
-
 /// Text of strangers: in a code span a forge sees no markup, no name and no link.
 std::string in_code(const std::string& text) {
     std::string code = plain(text);

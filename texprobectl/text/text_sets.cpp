@@ -40,13 +40,11 @@ void write_set(const RecordSet& set, const Terminal& terminal, std::ostream& str
 
 void write_sets_text(const RecordSets& sets, const Terminal& terminal, std::ostream& stream) {
     bool hasUnseenNo = false;
-    bool hasMark = false;
     for (const RecordSet& set : sets) {
         write_set(plain(set), terminal, stream);
         hasUnseenNo |= set.hasUnseenNo;
-        for (const Detail& detail : set.details) hasMark |= detail.is_of_test();
     }
-    explain_mark(hasMark, terminal, stream);
+    explain_mark(has_mark(sets), terminal, stream);
     const auto explain = [&](Verdict verdict, const char* meaning) {
         if (!has_verdict(sets, verdict)) return;
         stream << show_verdict(verdict, terminal).text << ": " << meaning << '\n';

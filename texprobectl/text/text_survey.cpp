@@ -195,24 +195,46 @@ private:
     }
 
     void write_matrix_of(const SurveyedProfile& profile) {
+        using survey::Use;
         stream_ << coloured(ctl::words_of(profile.profile), kBold, terminal_) << ": "
                 << profile.glVersion.value_or("no context yet") << '\n';
-        std::vector<Shown> row;
-        for (const char* column : {"create", "storage", "filter", "mipmap", "render", "blend"}) {
-            row.push_back(show_word(column));
-        }
-        write_row("", row, terminal_, stream_);
-        for (std::size_t i = 0; i < profile.formats.size(); ++i) {
-            const survey::Format& format = survey::formats()[i];
-            if (!choice_.has(format)) continue;
-            for (std::size_t use = 0; use < row.size(); ++use) {
-                row[use] = show_use(format, survey::kUses[use], profile.profile, profile.formats[i],
-                                    terminal_);
-            }
-            write_row(format.name, row, terminal_, stream_);
-        }
+        write_table(profile, "",
+                    {{"create", Use::kCreate},
+                     {"storage", Use::kCreateStorage},
+                     {"filter", Use::kFilter},
+                     {"mipmap", Use::kMipmap},
+                     {"render", Use::kRender},
+                     {"blend", Use::kBlend}});
+        write_table(profile, "GL_COMPRESSED_",
+                    {{"create", Use::kCreate},
+                     {"storage", Use::kCreateStorage},
+                     {"filter", Use::kFilter},
+                     {"upload", Use::kUpload},
+                     {"part", Use::kUploadPart},
+                     {"buffer", Use::kUploadBuffer}});
         write_layouts_of(profile);
         stream_ << '\n';
+    }
+
+    /// Of the formats whose names begin so, without that; nothing where there is none to show.
+    void write_table(const SurveyedProfile& profile, const std::string& beginning,
+                     const std::vector<std::pair<const char*, survey::Use>>& columns) {
+        bool hasHeading = false;
+        for (std::size_t i = 0; i < profile.formats.size(); ++i) {
+            const survey::Format& format = survey::formats()[i];
+            if (!choice_.has(format) || format.is_compressed() == beginning.empty()) continue;
+            std::vector<Shown> heading;
+            std::vector<Shown> row;
+            for (const auto& [column, use] : columns) {
+                heading.push_back(show_word(column));
+                row.push_back(
+                    show_use(format, use, profile.profile, profile.formats[i], terminal_));
+            }
+            if (!std::exchange(hasHeading, true)) {
+                write_row(beginning.empty() ? "" : beginning + "...", heading, terminal_, stream_);
+            }
+            write_row(format.name + beginning.size(), row, terminal_, stream_);
+        }
     }
 
     /// Formats together of which the same is said in all layouts, and then the others.

@@ -1,4 +1,4 @@
-// Where the library finds the tool.
+// Where the library finds the tool and the survey's program.
 
 #ifndef TEXPROBE_VERDICTS_TOOL_PATH_H
 #define TEXPROBE_VERDICTS_TOOL_PATH_H
@@ -51,8 +51,22 @@ inline std::string find_tool(const char* requested) {
     return requested ? requested : find_tool({installed_tool()});
 }
 
-inline std::string describe_search() {
-    return "texprobe was not found: not as " + installed_tool() +
+/// The survey's program lies beside the tool.
+inline std::string survey_beside(const std::string& tool) {
+    const std::size_t slash = tool.rfind('/');
+    return (slash == std::string::npos ? "" : tool.substr(0, slash + 1)) + "texprobe-survey";
+}
+
+/// As the tool: that of the requested tool, unchecked. Empty: there is none.
+inline std::string find_survey(const char* requestedTool) {
+    if (requestedTool) return survey_beside(requestedTool);
+    const std::string installed = survey_beside(installed_tool());
+    return is_program(installed) ? installed : find_in_path("texprobe-survey");
+}
+
+inline std::string describe_search(const std::string& name = "texprobe",
+                                   const std::string& installed = installed_tool()) {
+    return name + " was not found: not as " + installed +
            (is_environment_of_another() ? "; a set-user-ID process does not look in PATH"
                                         : ", and not in PATH");
 }

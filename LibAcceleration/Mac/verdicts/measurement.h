@@ -1,24 +1,17 @@
-// The tool, run in the background as often as it takes: after a crash or a hang it continues
-// with the next test.
+// The tool in the background.
 
 #ifndef TEXPROBE_VERDICTS_MEASUREMENT_H
 #define TEXPROBE_VERDICTS_MEASUREMENT_H
 
-#include <unistd.h>
-
-#include <set>
+#include <functional>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <utility>
 #include <vector>
 
-#include "records/platform_messages.h"
 #include "runs/attempts.h"
-#include "runs/measuring_turn.h"
-#include "runs/run_ends.h"
-#include "runs/supervised_run.h"
-#include "runs/turn_settings.h"
-#include "verdicts/outcome.h"
+#include "verdicts/background_program.h"
 #include "verdicts/record_sets.h"
 #include "verdicts/said_by_tool.h"
 
@@ -29,43 +22,35 @@ namespace {
 /// Each of the tests may end a run, but so many runs cannot all be accidents.
 constexpr int kMostRuns = 200;
 
-/// Where the lines go: called on the measuring thread only.
-struct Log {
-    void (*write)(void* user, const char* line) = nullptr;
-    void* user = nullptr;
-
-    void operator()(const std::string& line) const {
-        if (write) write(user, line.c_str());
-    }
-};
-
-class BackgroundRuns : public RunObserver {
+class BackgroundRuns : public BackgroundProgram {
 public:
-    /// Everything is borrowed. Nothing here reads the environment, which is the application's.
-    BackgroundRuns(const SetsOfMachine& sets, const Program& program, const TurnSettings& turn,
-                   const Log& log, Outcome& outcome)
-        : sets_(sets), program_(program), turn_(turn), log_(log), outcome_(outcome) {}
+    /// Called once, with the verdicts and with what is to be said of them.
+    using Found = std::function<void(const Answers& verdicts, const std::string& reason)>;
 
-    /// Returns when the outcome is there, or when the verdicts are being closed. `isRead`: have the
-    /// records been read before? `messages` were printed by that.
-    void run(bool isRead, const std::vector<std::string>& messages) {
+    BackgroundRuns(const SetsOfMachine& sets, Program program, const Background& background,
+                   Found found)
+        : BackgroundProgram("texprobe", std::move(program), background),
+          sets_(sets),
+          found_(std::move(found)) {}
+
+    /// Returns why there are no verdicts; empty when they were found, or are being closed.
+    /// `isRead`: have the records been read before? `messages` were printed by that.
+    std::string run(bool isRead, const std::vector<std::string>& messages) {
         say(messages);
         // Another process may have held the store only for a moment.
-        if (!isRead && find_verdicts()) return;
+        if (!isRead && find()) return {};
         std::size_t decided = count_decided();
         for (Attempts attempts(kMostRuns, 1); !outcome_.is_closing();) {
             attempts.begin_run();
             said_ = {};
-            trouble_.clear();
-            recordsTrouble_.clear();
-            const RunEnd end = run_supervised(program_, *this);
+            const RunEnd end = run_once();
             using Kind = RunEnd::Kind;
-            if (end.kind == Kind::kStopped) return;
+            if (end.kind == Kind::kStopped) return {};
             if (end.kind == Kind::kNotStarted) {
-                return fail(describe_failed_start(program_.path, end.number) +
-                            (isStoreRead_ ? "" : "; " + describe_unread()));
+                return describe_failed_start(program_.path, end.number) +
+                       (isStoreRead_ ? "" : "; " + describe_unread());
             }
-            if (find_verdicts()) return;
+            if (find()) return {};
             if (isInHand_ && !attempts.are_used_up()) {
                 log_(
                     "another run of texprobe has begun; texprobe is started again and waits for "
@@ -73,38 +58,27 @@ public:
                 continue;
             }
             const bool isWhole = end.kind == Kind::kExited && end.number == 0;
-            if (isWhole && find_said_verdicts()) return;
+            if (isWhole && find_said_verdicts()) return {};
             const std::size_t before = std::exchange(decided, count_decided());
             attempts.end_run(decided > before);
             if (isWhole || attempts.are_in_vain() || attempts.are_used_up()) {
-                return fail(describe(end, isWhole));
+                return describe(end, isWhole);
             }
-            log_(describe(end) + "; it is started again and continues with the next test");
+            log_(BackgroundProgram::describe(end) +
+                 "; it is started again and continues with the next test");
         }
+        return {};
     }
 
 private:
-    std::string describe(const RunEnd& end) const {
-        const std::string limit = std::to_string(program_.stepLimit.count());
-        std::string text =
-            "texprobe " + describe_end(end, "made no progress for " + limit + " ms and was killed",
-                                       number_of_signal);
-        if (end.kind == RunEnd::Kind::kUnknown) {
-            text += ", because this application reaps every child";
-        }
-        return text;
-    }
-
-    /// True when the verdicts were found.
-    bool find_verdicts() {
+    bool find() override {
         const PlatformMessages messages;
         const Finding finding = sets_.look();
         say(messages.lines());
         isStoreRead_ = finding.isRead;
         isInHand_ = finding.isInHand;
         if (!finding.verdicts) return false;
-        outcome_.ready(*finding.verdicts,
-                       one_line(sets_.describe_differences(finding.differences)));
+        found_(*finding.verdicts, sets_.describe_differences(finding.differences));
         return true;
     }
 
@@ -116,10 +90,11 @@ private:
         if (!recordsTrouble_.empty()) reason += ": " + recordsTrouble_;
         const std::string differences = sets_.describe_differences(finding.differences);
         if (!differences.empty()) reason += "; " + differences;
-        outcome_.ready(*finding.verdicts, one_line(reason));
+        found_(*finding.verdicts, reason);
         return true;
     }
 
+    void tell_progress() override { count_decided(); }
     std::size_t count_decided() {
         const PlatformMessages messages;
         sets_.refresh();
@@ -128,8 +103,6 @@ private:
         outcome_.progress(count, sets_.count_all());
         return count;
     }
-
-    void fail(const std::string& reason) { outcome_.failed(one_line(reason)); }
 
     /// Why there are no verdicts after a run that was the last one.
     std::string describe(const RunEnd& end, bool isWhole) const {
@@ -140,75 +113,32 @@ private:
                    toolBuild_ + ", and this process is of " + build;
         }
         std::string reason;
-        if (!isWhole) reason = describe(end) + "; ";
+        if (!isWhole) reason = BackgroundProgram::describe(end) + "; ";
         reason += isStoreRead_ ? sets_.describe_mismatch(said_) : describe_unread();
-        // The first is the cause: the tool complains of missing records once more at its end.
-        const std::string& trouble = recordsTrouble_.empty() ? trouble_ : recordsTrouble_;
-        if (!trouble.empty()) reason += "; texprobe says: " + trouble;
-        return reason;
+        return reason + describe_trouble();
     }
 
-    std::string describe_unread() const {
-        return "the records cannot be read" + (storeTrouble_.empty() ? "" : ": " + storeTrouble_);
+    bool take(std::string_view line) override {
+        const auto ofRenderer = line_of_renderer(line);
+        if (!ofRenderer || ofRenderer->build().empty()) return false;
+        toolBuild_ = ofRenderer->build();
+        said_.take(*ofRenderer);
+        return true;
     }
 
-    void say(const std::vector<std::string>& messages) {
-        for (const std::string& line : messages) {
-            storeTrouble_ = line;
-            if (logged_.insert(line).second) log_(line);
-        }
+    const char* words_for_waiting() const override {
+        return "texprobe waits for another run of it";
     }
-
-    /// A driver may write without end and without getting anywhere.
-    bool line(Stream /*stream*/, std::string_view text) override {
-        const std::string copy(text);
-        log_(copy);
-        const std::size_t trouble = text.find("*** ");
-        if (trouble != std::string_view::npos) {
-            trouble_ = copy.substr(trouble);
-            const bool isOfRecords = text.substr(trouble, 20) == "*** texprobe records";
-            if (isOfRecords && recordsTrouble_.empty()) recordsTrouble_ = trouble_;
-        }
-        const auto ofRenderer = line_of_renderer(text);
-        const bool isProgress = ofRenderer && !ofRenderer->build().empty();
-        if (isProgress) {
-            toolBuild_ = ofRenderer->build();
-            said_.take(*ofRenderer);
-        }
-        return isProgress || trouble != std::string_view::npos;
-    }
-
-    void started(int process) override { process_ = process; }
-
-    Wish look() override {
-        if (outcome_.is_closing()) return Wish::kStop;
-        // Seldom enough to cost nothing, often enough for a progress bar.
-        if (++looks_ % 3 != 0) return Wish::kGoOn;
-        count_decided();
-        const pid_t holder = turn_holder(turn_);
-        // A tool that is a script may have started the one that measures.
-        const bool isOwn = holder > 0 && (holder == process_ || getpgid(holder) == process_);
-        const bool isWaiting = holder != 0 && !isOwn;
-        outcome_.measuring(isWaiting ? "texprobe waits for another run of it"
-                                     : "texprobe measures this machine's renderers");
-        return isWaiting ? Wish::kGoOnAnew : Wish::kGoOn;
+    const char* words_for_measuring() const override {
+        return "texprobe measures this machine's renderers";
     }
 
     const SetsOfMachine& sets_;
-    const Program& program_;
-    const TurnSettings& turn_;
-    const Log& log_;
-    Outcome& outcome_;
-    int process_ = 0;
-    int looks_ = 0;
+    const Found found_;
     bool isStoreRead_ = true;
     bool isInHand_ = false;
     SaidByTool said_;
-    std::string trouble_;
-    std::string recordsTrouble_;
     std::string toolBuild_;
-    std::string storeTrouble_;
-    std::set<std::string> logged_;
 };
 
 }  // namespace

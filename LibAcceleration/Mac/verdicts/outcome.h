@@ -13,7 +13,7 @@
 #include <utility>
 
 #include "TexProbeVerdicts.h"
-#include "verdicts/record_sets.h"
+#include "verdicts/known_answers.h"
 
 namespace texprobe {
 
@@ -22,27 +22,32 @@ namespace {
 /// Begins as MEASURING and ends once, as READY or FAILED.
 class Outcome {
 public:
-    void ready(const Answers& verdicts, std::string reason) {
-        verdicts_ = verdicts;
+    void ready(KnownAnswers answers, std::string reason) {
+        answers_ = std::move(answers);
         end(TEXPROBE_READY, std::move(reason));
     }
     void failed(std::string reason) { end(TEXPROBE_FAILED, std::move(reason)); }
 
     /// A literal: the application may hold the pointer until the verdicts are closed.
     void measuring(const char* reason) { reason_ = reason; }
-    /// `done` of `all` verdicts. It never falls, although the false of a test under way may count
-    /// for more than its outcome, and it is whole only when the answers are there.
+    /// What follows is this part of the whole.
+    void begin_part(float from, float to) {
+        from_ = from;
+        to_ = to;
+    }
+    /// `done` of `all` verdicts of this part. It never falls, although the false of a test under
+    /// way may count for more than its outcome, and it is whole only when the answers are there.
     void progress(std::size_t done, std::size_t all) {
         const std::size_t shown = std::min(done, all - 1);
-        progress_ = std::max(progress_.load(), static_cast<float>(shown) / static_cast<float>(all));
+        const float ofPart = static_cast<float>(shown) / static_cast<float>(all);
+        progress_ = std::max(progress_.load(), from_ + (to_ - from_) * ofPart);
     }
 
     texprobe_state state() const { return state_; }
     double progress() const { return state_ == TEXPROBE_READY ? 1.0 : progress_.load(); }
     const char* reason() const { return reason_; }
-    texprobe_answer answer(std::size_t format, std::size_t capability) const {
-        return state_ == TEXPROBE_READY ? verdicts_.at(format, capability) : TEXPROBE_UNKNOWN;
-    }
+    /// Null until READY.
+    const KnownAnswers* answers() const { return state_ == TEXPROBE_READY ? &answers_ : nullptr; }
 
     /// -1: until it is over.
     texprobe_state wait(int milliseconds) {
@@ -100,8 +105,11 @@ private:
     std::atomic<texprobe_state> state_{TEXPROBE_MEASURING};
     std::atomic<float> progress_{0.0F};
     std::atomic<const char*> reason_{"texprobe measures this machine's renderers"};
+    // Of the measuring thread.
+    float from_ = 0.0F;
+    float to_ = 1.0F;
     // Written before the last state, and only read after it.
-    Answers verdicts_;
+    KnownAnswers answers_;
     std::string lastReason_;
 };
 

@@ -87,6 +87,8 @@ public:
     SetsOfMachine(const SetsOfMachine&) = delete;
     SetsOfMachine& operator=(const SetsOfMachine&) = delete;
 
+    const std::vector<int>& renderer_ids() const { return rendererIDs_; }
+
     /// Why no record can ever match; empty if one may.
     std::string hopeless() const {
         if (!hasContext_) return "no OpenGL context is current on the thread that asks";
@@ -238,7 +240,7 @@ private:
     const std::string turnFile_ = turn_file();
     const ContextStrings strings_;
     const bool hasContext_ = glGetString(GL_VERSION) != nullptr;
-    const bool isVersionCompared_ = is_compatibility_context();
+    const bool isVersionCompared_ = facts_of_context().profile == survey::Profile::kCompatibility;
     std::vector<int> rendererIDs_;
     std::vector<CFStringRef> appIDs_;
     std::string failure_;

@@ -1,0 +1,154 @@
+// Blocks of one color that are sent to compressed textures: whole images and parts, from memory and
+// from a buffer. 61 x 37 cuts the blocks at two edges.
+
+#include <cstring>
+#include <vector>
+
+#include "pixels/compressed_blocks.h"
+#include "uses/uses.h"
+
+namespace texprobe::survey {
+
+namespace {
+
+struct Area {
+    int x;
+    int y;
+    int width;
+    int height;
+
+    bool has(int column, int row) const {
+        return column >= x && column < x + width && row >= y && row < y + height;
+    }
+    std::string size() const { return std::to_string(width) + " x " + std::to_string(height); }
+};
+
+constexpr Area kBlockImages[] = {{0, 0, 128, 128}, {0, 0, 61, 37}};
+
+/// How a texture is made with blocks, and how others follow.
+struct BlockWay {
+    enum class Sent : unsigned char { kNothing, kPart, kWhole };
+    bool isStorage;
+    Sent sent;
+    bool isFromBuffer = false;
+};
+
+/// A part begins and ends within the large image; of the other one, whose size is no multiple of
+/// blocks, it reaches the edges.
+Area area_of(const Format& format, const BlockWay& way, const Area& image) {
+    const int side = format.block.side;
+    if (way.sent == BlockWay::Sent::kNothing) return {0, 0, 0, 0};
+    if (way.sent == BlockWay::Sent::kWhole) return image;
+    if (image.width % 2 == 0) return {2 * side, side, 5 * side, 3 * side};
+    return {2 * side, side, image.width - 2 * side, image.height - side};
+}
+
+std::string name_of_way(const BlockWay& way, const Area& image, const Area& area) {
+    std::string name = way.isStorage ? "glTexStorage2D, " : "glCompressedTexImage2D, ";
+    name += image.size();
+    if (way.sent == BlockWay::Sent::kPart) {
+        name +=
+            ", " + area.size() + " at " + std::to_string(area.x) + ", " + std::to_string(area.y);
+    }
+    return name + (way.isFromBuffer ? ", from a buffer: " : ": ");
+}
+
+void send_blocks(const Work& work, const Area& area, const TexelImage& colors, bool isFromBuffer) {
+    const Format& format = work.format;
+    const int side = format.block.side;
+    const TexelImage part =
+        make_image(blocks_across(format, area.width), blocks_across(format, area.height),
+                   [&](int column, int row) {
+                       return colors.at(area.x / side + column, area.y / side + row);
+                   });
+    std::vector<unsigned char> bytes = blocks_of(format, part);
+    const auto size = static_cast<int>(bytes.size());
+    const auto send = [&](const void* from) {
+        work.gl().CompressedTexSubImage2D(gl::kTexture2D, 0, area.x, area.y, area.width,
+                                          area.height, format.value, size, from);
+    };
+    if (!isFromBuffer) return send(bytes.data());
+    // Behind three blocks that are not meant.
+    const std::size_t offset = 3 * static_cast<std::size_t>(format.block.bytes);
+    bytes.insert(bytes.begin(), offset, 0);
+    const PixelBuffer buffer(work.gl(), gl::kPixelUnpackBuffer, bytes);
+    // OpenGL takes the place in the buffer for a pointer.
+    const void* place = nullptr;
+    std::memcpy(&place, &offset, sizeof place);
+    send(place);
+}
+
+/// The texture that is bound gets its size and blocks of these colors.
+void make_texture(const Work& work, const BlockWay& way, const Area& size,
+                  const TexelImage& colors) {
+    if (!way.isStorage) {
+        return define_texture(work.gl(), work.format, size.width, size.height,
+                              blocks_of(work.format, colors).data());
+    }
+    work.gl().TexStorage2D(gl::kTexture2D, 1, work.format.value, size.width, size.height);
+    send_blocks(work, size, colors, false);
+}
+
+/// The same as difference_from(), but with the work for each block instead of each texel.
+std::string difference_from_blocks(const Format& format, const TexelImage& colors,
+                                   const TexelImage& came) {
+    const int side = format.block.side;
+    TexelImage expected = colors;
+    TexelImage allowed = colors;
+    for (std::size_t i = 0; i < colors.texels.size(); ++i) {
+        expected.texels[i] = as_sampled(format, colors.texels[i]);
+        for (std::size_t c = 0; c < 4; ++c) {
+            allowed.texels[i][c] = tolerance(format, c, expected.texels[i]);
+        }
+    }
+    return first_difference(
+        format, came, [&](int x, int y) { return expected.at(x / side, y / side); },
+        [&](std::size_t c, const Texel&, int x, int y) {
+            return allowed.at(x / side, y / side)[c];
+        });
+}
+
+/// Blocks of `before` in the whole image, and then some of `sent`.
+Finding try_way(const Work& work, const BlockWay& way, const Area& image, const TexelImage& before,
+                const TexelImage& sent) {
+    const Format& format = work.format;
+    const Area area = area_of(format, way, image);
+    const std::string name = name_of_way(way, image, area);
+    const Texture texture(work.gl());
+    make_texture(work, way, image, before);
+    if (area.width != 0) send_blocks(work, area, sent, way.isFromBuffer);
+    const std::string errors = take_errors(work.gl());
+    if (!errors.empty()) return refused(name + errors);
+    const int side = format.block.side;
+    const TexelImage expected = make_image(before.width, before.height, [&](int column, int row) {
+        return area.has(column * side, row * side) ? sent.at(column, row) : before.at(column, row);
+    });
+    const TexelImage came = work.judge.look(texture, format, 0, image.width, image.height);
+    return of_difference(difference_from_blocks(format, expected, came), name);
+}
+
+std::vector<BlockWay> ways_of(Use use) {
+    using Sent = BlockWay::Sent;
+    if (use == Use::kUploadBuffer) return {{false, Sent::kWhole, true}};
+    if (use == Use::kUploadPart) return {{false, Sent::kPart}, {true, Sent::kPart}};
+    return {{false, Sent::kNothing}, {false, Sent::kWhole}, {true, Sent::kWhole}};
+}
+
+}  // namespace
+
+Finding upload_blocks(const Work& work, Use use, bool hasStorage) {
+    const Format& format = work.format;
+    for (const Area& image : kBlockImages) {
+        // A column further, each block is another one.
+        const TexelImage before = block_colors(format, image.width, image.height);
+        const TexelImage sent = block_colors(format, image.width, image.height, 1);
+        for (const BlockWay& way : ways_of(use)) {
+            if (way.isStorage && !hasStorage) continue;
+            Finding finding = try_way(work, way, image, before, sent);
+            if (finding.kind != Finding::Kind::kHolds) return finding;
+        }
+    }
+    return {};
+}
+
+}  // namespace texprobe::survey
