@@ -68,6 +68,13 @@ private:
     unsigned name_ = 0;
 };
 
+/// What OpenGL takes for a pointer where a buffer is bound.
+inline void* place_in_buffer(std::size_t offset) {
+    void* place = nullptr;
+    std::memcpy(&place, &offset, sizeof place);
+    return place;
+}
+
 /// A buffer for pixels, bound as `target`.
 class PixelBuffer {
 public:

@@ -24,7 +24,8 @@ public:
 private:
     /// No two rows are alike, not even where a driver takes another length of the rows.
     static std::size_t index(int first, int x, int y) {
-        return static_cast<std::size_t>((first + 131 * y) % kPeriod + x);
+        const int place = (first + 131 * y) % kPeriod + x;
+        return static_cast<std::size_t>(place);
     }
     static constexpr int kPeriod = 64 * 64;
 

@@ -63,7 +63,6 @@ struct LayoutFormat {
     const char* name;
     unsigned value;
     const char* components;  ///< In their order in memory: '0' is red, luminance or depth.
-    bool isInteger = false;
 };
 
 /// What its second number says.

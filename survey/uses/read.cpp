@@ -69,7 +69,7 @@ private:
         }
         const std::size_t offset = offset_in_buffer(layout_);
         const PixelBuffer buffer(gl_, gl::kPixelPackBuffer, memory->bytes());
-        call(reinterpret_cast<void*>(offset));
+        call(place_in_buffer(offset));
         return buffer.read(&memory->bytes());
     }
 

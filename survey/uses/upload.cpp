@@ -83,7 +83,7 @@ private:
         if (isInRows) set_rows(placement);
         if (placement.offset != 0) {
             const PixelBuffer buffer(gl_, gl::kPixelUnpackBuffer, memory.bytes());
-            call(part, reinterpret_cast<const void*>(placement.offset));
+            call(part, place_in_buffer(placement.offset));
         } else {
             call(part, memory.begin());
         }
