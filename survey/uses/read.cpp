@@ -3,7 +3,7 @@
 
 #include <optional>
 
-#include "uses/transfers.h"
+#include "uses/transfer_uses.h"
 
 namespace texprobe::survey {
 
@@ -26,7 +26,7 @@ Reading reading_of(Use use) {
 
 class Receiving {
 public:
-    Receiving(const Work& work, const Question& question, const ImageSize& size)
+    Receiving(const Work& work, const Question& question, const TriedImage& size)
         : gl_(work.gl()),
           format_(work.format),
           layout_(question.layout),
@@ -110,7 +110,7 @@ private:
     const Format& format_;
     const Layout layout_;
     const Reading reading_;
-    const ImageSize& size_;
+    const TriedImage& size_;
     const ImagePart part_;
 };
 
@@ -126,7 +126,7 @@ std::string who_promises_beside(const Gl& gl, const Layout& layout) {
     return isThis ? "the driver's own query" : "";
 }
 
-Finding read_image(const Work& work, const Question& question, const ImageSize& size) {
+Finding read_image(const Work& work, const Question& question, const TriedImage& size) {
     SeenTexture& source = work.samples->seen_texture(work, size);
     if (!source.trouble().empty()) {
         return cannot_tell("nothing can be sent to the texture: " + source.trouble());
@@ -154,7 +154,7 @@ Finding read_image(const Work& work, const Question& question, const ImageSize& 
 }  // namespace
 
 Finding read_texels(const Work& work, const Question& question) {
-    for (const ImageSize* size : {&kLargeImage, &kOddImage}) {
+    for (const TriedImage* size : {&kLargeImage, &kOddImage}) {
         Finding finding = read_image(work, question, *size);
         if (finding.kind != Finding::Kind::kHolds) return finding;
     }

@@ -1,6 +1,6 @@
 // Texels on their way into a texture.
 
-#include "uses/transfers.h"
+#include "uses/transfer_uses.h"
 
 namespace texprobe::survey {
 
@@ -29,7 +29,7 @@ constexpr int kFirstOfImage = 0;
 
 class Uploading {
 public:
-    Uploading(const Work& work, const Question& question, const ImageSize& size)
+    Uploading(const Work& work, const Question& question, const TriedImage& size)
         : work_(work),
           gl_(work.gl()),
           format_(work.format),
@@ -127,7 +127,7 @@ private:
     const Gl& gl_;
     const Format& format_;
     const Sending sending_;
-    const ImageSize& size_;
+    const TriedImage& size_;
     const ImagePart part_;
     const SentTexels& sent_;
     const Texture texture_;
@@ -136,7 +136,7 @@ private:
 }  // namespace
 
 Finding upload_texels(const Work& work, const Question& question) {
-    for (const ImageSize* size : {&kLargeImage, &kOddImage}) {
+    for (const TriedImage* size : {&kLargeImage, &kOddImage}) {
         Finding finding = Uploading(work, question, *size).run();
         if (finding.kind != Finding::Kind::kHolds) return finding;
     }

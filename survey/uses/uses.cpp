@@ -1,7 +1,7 @@
 #include "uses/uses.h"
 
 #include "pixels/compressed_blocks.h"
-#include "uses/transfers.h"
+#include "uses/transfer_uses.h"
 
 namespace texprobe::survey {
 

@@ -1,7 +1,7 @@
 // What the transfers share: images of two sizes, parts of them, and the texels that are sent.
 
-#ifndef TEXPROBE_SURVEY_TRANSFERS_H
-#define TEXPROBE_SURVEY_TRANSFERS_H
+#ifndef TEXPROBE_SURVEY_TRANSFER_USES_H
+#define TEXPROBE_SURVEY_TRANSFER_USES_H
 
 #include <map>
 #include <memory>
@@ -24,7 +24,7 @@ struct ImagePart {
 };
 
 /// An image, and the part that is tried, which begins at odd places and has an odd size.
-struct ImageSize {
+struct TriedImage {
     int width;
     int height;
     ImagePart part;
@@ -35,8 +35,8 @@ struct ImageSize {
     }
 };
 
-inline constexpr ImageSize kLargeImage = {128, 128, {33, 45, 61, 37}};
-inline constexpr ImageSize kOddImage = {61, 37, {11, 7, 29, 17}};
+inline constexpr TriedImage kLargeImage = {128, 128, {33, 45, 61, 37}};
+inline constexpr TriedImage kOddImage = {61, 37, {11, 7, 29, 17}};
 
 /// How a part lies in memory: in longer rows, with something before it in each direction.
 inline Placement placement_of_part(const ImagePart& part) {
@@ -55,7 +55,7 @@ inline std::size_t offset_in_buffer(const Layout& layout) {
 /// A texture with texels that the judge has seen.
 class SeenTexture {
 public:
-    SeenTexture(const Work& work, const ImageSize& size);
+    SeenTexture(const Work& work, const TriedImage& size);
 
     const Texture& texture() const { return texture_; }
     const TexelImage& seen() const { return seen_; }
@@ -65,7 +65,7 @@ public:
     void renew(const Work& work);
 
 private:
-    const ImageSize& size_;
+    const TriedImage& size_;
     const Texture texture_;
     int first_ = 0;  ///< Texel of the pattern.
     TexelImage seen_;
@@ -76,7 +76,7 @@ private:
 class TransferSamples {
 public:
     const SentTexels& sent(const Format& format, const Layout& layout);
-    SeenTexture& seen_texture(const Work& work, const ImageSize& size);
+    SeenTexture& seen_texture(const Work& work, const TriedImage& size);
 
 private:
     std::map<std::pair<unsigned, unsigned>, SentTexels> sent_;

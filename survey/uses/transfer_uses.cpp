@@ -1,8 +1,8 @@
-#include "uses/transfers.h"
+#include "uses/transfer_uses.h"
 
 namespace texprobe::survey {
 
-SeenTexture::SeenTexture(const Work& work, const ImageSize& size)
+SeenTexture::SeenTexture(const Work& work, const TriedImage& size)
     : size_(size), texture_(work.gl()) {
     define_texture(work.gl(), work.format, size.width, size.height, nullptr);
     renew(work);
@@ -26,7 +26,7 @@ const SentTexels& TransferSamples::sent(const Format& format, const Layout& layo
     return sent_.try_emplace({layout.format, layout.type}, format, layout).first->second;
 }
 
-SeenTexture& TransferSamples::seen_texture(const Work& work, const ImageSize& size) {
+SeenTexture& TransferSamples::seen_texture(const Work& work, const TriedImage& size) {
     std::unique_ptr<SeenTexture>& texture = &size == &kLargeImage ? large_ : odd_;
     if (!texture) texture = std::make_unique<SeenTexture>(work, size);
     return *texture;
