@@ -8,6 +8,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <chrono>
 #include <csignal>
 #include <nlohmann/json.hpp>
@@ -298,7 +299,10 @@ TEST(MeasureOnARealDriver, survives_ten_crashes_and_two_hangs) {
                   fault.signal == 0 ? "hung" : "crashed")
             << kFormats[fault.format].name;
     }
-    EXPECT_EQ(set.at("details").size(), std::size(kFaults));
+    const json& details = set.at("details");
+    EXPECT_EQ(std::count_if(details.begin(), details.end(),
+                            [](const json& detail) { return !detail.contains("of_test"); }),
+              std::size(kFaults));
     EXPECT_THAT(folder.ctl({"show"}).out,
                 HasSubstr("GL_RGB8 upload reset: did not end within 3 s"));
 }

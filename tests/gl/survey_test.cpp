@@ -404,7 +404,7 @@ TEST_P(SurveyDeath, in_a_use_of_a_compressed_format_costs_that_verdict_and_no_ot
         const ToolFolder folder(SURVEY_DYING);
         std::ofstream(folder.path() / "die")
             << profile << ' ' << format.value << ' ' << name_of(use) << ' ' << SIGSEGV;
-        for (int deaths = 0; deaths < 2; ++deaths) {
+        for (int deaths = 0; deaths < 3; ++deaths) {
             EXPECT_TRUE(WIFSIGNALED(folder.run(arguments, kSurveySoftpipe).status)) << key;
         }
         EXPECT_TRUE(folder.run(arguments, kSurveySoftpipe).exited_with(0)) << name_of(use);
