@@ -124,7 +124,7 @@ TEST_P(OnRenderer, every_command_does_its_work) {
         EXPECT_EQ(each["verdict"], "no") << sentence;
         std::string key = each["capability"];
         std::transform(key.begin(), key.end(), key.begin(), ::toupper);
-        key = each["name"].get<std::string>() + '_' + key;
+        key.insert(0, each["name"].get<std::string>() + '_');
         if (each["of_test"]) {
             ++ofTest;
             EXPECT_TRUE(is_element_for_element(each, folder_.file("noes") / key)) << key;

@@ -196,7 +196,7 @@ TEST(SurveyedTransfers, decide_whose_a_no_is) {
     const ctl::Cell cell = {11, kUploadSet};
     ctl::Flags flags;
     flags.recorded[cell.format][cell.capability] = false;
-    const auto is_of_test = [&](ctl::Seen::Whose found, survey::Verdict judged, unsigned type) {
+    const auto isOfTest = [&](ctl::Seen::Whose found, survey::Verdict judged, unsigned type) {
         flags.causes[cell.format][cell.capability] = ctl::Seen{found};
         ctl::SurveyedProfile profile;
         const auto format =
@@ -206,13 +206,13 @@ TEST(SurveyedTransfers, decide_whose_a_no_is) {
         return !ctl::decide_verdicts(flags, {profile}).details.empty();
     };
     using Whose = ctl::Seen::Whose;
-    EXPECT_TRUE(is_of_test(Whose::kOther, survey::Verdict::kYes, 0x1403));
-    EXPECT_FALSE(is_of_test(Whose::kTest, survey::Verdict::kWrong, 0x1403));
-    EXPECT_FALSE(is_of_test(Whose::kTest, survey::Verdict::kRefused, 0x1403));
+    EXPECT_TRUE(isOfTest(Whose::kOther, survey::Verdict::kYes, 0x1403));
+    EXPECT_FALSE(isOfTest(Whose::kTest, survey::Verdict::kWrong, 0x1403));
+    EXPECT_FALSE(isOfTest(Whose::kTest, survey::Verdict::kRefused, 0x1403));
     // It says nothing, or is about another layout: what `measure` has found stays.
-    EXPECT_TRUE(is_of_test(Whose::kTest, survey::Verdict::kUnknown, 0x1403));
-    EXPECT_TRUE(is_of_test(Whose::kTest, survey::Verdict::kWrong, 0x1401));
-    EXPECT_FALSE(is_of_test(Whose::kOther, survey::Verdict::kYes, 0x1401));
+    EXPECT_TRUE(isOfTest(Whose::kTest, survey::Verdict::kUnknown, 0x1403));
+    EXPECT_TRUE(isOfTest(Whose::kTest, survey::Verdict::kWrong, 0x1401));
+    EXPECT_FALSE(isOfTest(Whose::kOther, survey::Verdict::kYes, 0x1401));
 }
 
 /// What merge says of a set that was measured and one with a survey alone.

@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <array>
+#include <sstream>
 
 #include "ctl/ctl_folder.h"
 #include "ctl/prepared_records.h"
@@ -136,10 +137,12 @@ TEST_F(Terminal, of_80_columns_keeps_renderers_apart) {
     std::string script;
     for (const char* card : {"3080", "3090"}) {
         const std::string id = kIDPrefix + card + ".6.1.0-18-amd64-16eee710";
-        script += complete_set(id, "4.6.0 NVIDIA 535.183.01") + "set " + id +
-                  " GL_RENDERER text NVIDIA GeForce RTX " + card + "/PCIe/SSE2\nsync " + id + "\n";
         const std::string marks = "org.texprobe.texprobectl." + id.substr(kIDPrefix.size());
-        script += "set " + marks + " RECORDED text 2026-11-21T19:56:43Z\nsync " + marks + "\n";
+        std::ostringstream lines;
+        lines << complete_set(id, "4.6.0 NVIDIA 535.183.01") << "set " << id
+              << " GL_RENDERER text NVIDIA GeForce RTX " << card << "/PCIe/SSE2\nsync " << id
+              << "\nset " << marks << " RECORDED text 2026-11-21T19:56:43Z\nsync " << marks << '\n';
+        script += lines.str();
     }
     folder_.prepare(SCRIPTED_TOOL, script);
     EXPECT_THAT(shown_by({"list"}, kUnicode),

@@ -219,8 +219,9 @@ TEST_F(SurveyTransferFault, srgb_that_is_decoded_twice_is_found_in_its_uploads) 
                     const double value = bytes[i] / 255.0;
                     const double linear =
                         value <= 0.04045 ? value / 12.92 : std::pow((value + 0.055) / 1.055, 2.4);
-                    decoded.push_back(i % 4 == 3 ? bytes[i]
-                                                 : static_cast<unsigned char>(linear * 255 + 0.5));
+                    decoded.push_back(i % 4 == 3
+                                          ? bytes[i]
+                                          : static_cast<unsigned char>(std::lround(linear * 255)));
                 }
                 pixels = decoded.data();
             }
@@ -230,6 +231,10 @@ TEST_F(SurveyTransferFault, srgb_that_is_decoded_twice_is_found_in_its_uploads) 
     EXPECT_EQ(found, wrong_in({Use::kUpload}, {"GL_SRGB8_ALPHA8"}));
 }
 
+std::size_t size_of_rgb8(int width, int height) {
+    return std::size_t{3} * static_cast<unsigned>(width) * static_cast<unsigned>(height);
+}
+
 TEST_F(SurveyTransferFault, read_that_writes_past_the_image_is_found_in_it) {
     const FaultyVerdicts found = verdicts_with([](Gl* gl) {
         remember_state(gl);
@@ -237,7 +242,7 @@ TEST_F(SurveyTransferFault, read_that_writes_past_the_image_is_found_in_it) {
                             void* pixels) {
             real.ReadPixels(x, y, width, height, format, type, pixels);
             if (format != kRgbFormat || boundBuffer != 0 || packRowLength != 0) return;
-            static_cast<unsigned char*>(pixels)[width * height * 3] ^= 1;
+            static_cast<unsigned char*>(pixels)[size_of_rgb8(width, height)] ^= 1;
         };
     });
     EXPECT_EQ(found, wrong_in({Use::kRead}, {"GL_RGB8"}, {"GL_RGB GL_UNSIGNED_BYTE"}));
@@ -255,7 +260,7 @@ TEST_F(SurveyTransferFault, stale_read_is_found_in_it) {
             real.ReadPixels(x, y, width, height, format, type, pixels);
             if (format != kRgbFormat || boundBuffer != 0 || packRowLength != 0) return;
             const auto* bytes = static_cast<const unsigned char*>(pixels);
-            const auto size = static_cast<std::size_t>(width * height * 3);
+            const auto size = size_of_rgb8(width, height);
             const auto& first =
                 firstReads.try_emplace({static_cast<unsigned>(width), format}, bytes, bytes + size)
                     .first->second;

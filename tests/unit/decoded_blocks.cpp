@@ -250,8 +250,8 @@ Decoded decode_block(const Format& format, const unsigned char* bytes) {
             return texels;
         case Scheme::kEac:
             for (int i = 0; i < 16; ++i) {
-                for (int c = 0; c < (format.has(1) ? 2 : 1); ++c) {
-                    texels[static_cast<std::size_t>(i)][static_cast<std::size_t>(c)] =
+                for (std::size_t c = 0; c < (format.has(1) ? 2 : 1); ++c) {
+                    texels[static_cast<std::size_t>(i)][c] =
                         eac_number(bytes + 8 * c, i, false, isSigned) /
                         (isSigned ? 1023.0 : 2047.0);
                 }

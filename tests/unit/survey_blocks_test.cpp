@@ -114,7 +114,9 @@ TEST(SurveyBlocks, of_an_image_have_every_value_of_eight_bits) {
 TEST(SurveyBlocks, lie_row_by_row_also_where_the_edges_cut_them) {
     const Format& format = *find_format("GL_COMPRESSED_RGBA_ASTC_6x6_KHR");
     const TexelImage image = make_image(13, 7, [](int x, int y) {
-        return Texel{x / 6 / 255.0, y / 6 / 255.0, 0, 1};
+        const int column = x / 6;
+        const int row = y / 6;
+        return Texel{column / 255.0, row / 255.0, 0, 1};
     });
     const BlockBytes bytes = blocks_of(format, block_colors(format, image));
     ASSERT_EQ(bytes.size(), 3u * 2 * 16);

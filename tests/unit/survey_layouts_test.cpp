@@ -154,7 +154,9 @@ TEST(SurveyLayouts, of_opengl_es_are_the_rows_of_its_table) {
     std::set<std::string> expected;
     for (const auto& [layout, names] : table) {
         std::istringstream words(names);
-        for (std::string name; words >> name;) expected.insert("GL_" + name + " GL_" + layout);
+        for (std::string name; words >> name;) {
+            expected.insert(name.insert(0, "GL_").append(" GL_").append(layout));
+        }
     }
     std::set<std::string> rows;
     const ContextFacts es30 = {Profile::kEs, 30, {}};

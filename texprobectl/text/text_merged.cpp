@@ -87,6 +87,7 @@ std::vector<DriverGroup> group_drivers(const Merged& merged) {
         group.sum.add(counted);
     }
     std::vector<DriverGroup> groups;
+    groups.reserve(byPattern.size());
     for (auto& [pattern, group] : byPattern) groups.push_back(std::move(group));
     std::sort(groups.begin(), groups.end(), [](const DriverGroup& a, const DriverGroup& b) {
         if (a.sum.sets != b.sum.sets) return a.sum.sets > b.sum.sets;
