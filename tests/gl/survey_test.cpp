@@ -240,11 +240,17 @@ TEST(Survey, ends_between_two_formats_when_it_is_interrupted) {
     kill(survey, SIGTERM);
     const Finished ended = finish(survey);
     EXPECT_TRUE(WIFSIGNALED(ended.status) && WTERMSIG(ended.status) == SIGTERM);
-    for (const auto& [key, record] : survey_set(folder)) {
-        EXPECT_NE(record, "string measuring\n") << key;
+    const Records until = survey_set(folder);
+    int formats = 0;
+    for (const survey::Format& format : survey::formats()) {
+        const std::string key = std::string("core.") + format.name;
+        if (until.count(key) == 0) continue;
+        EXPECT_TRUE(is_complete(format, survey::Profile::kCore, read_survey_record(until, key)))
+            << key;
+        ++formats;
     }
-    EXPECT_TRUE(folder.run(kCoreOnly, kSurveySoftpipe).exited_with(0));
-    EXPECT_EQ(survey_set(folder), undisturbed_survey(kCoreOnly));
+    EXPECT_GE(formats, 3);
+    EXPECT_LT(static_cast<std::size_t>(formats), survey::formats().size());
 }
 
 /// A survey that hangs in a use of GL_RGBA8 in core profile.
