@@ -219,6 +219,38 @@ TEST_F(SurveyedVerdicts, are_unknown_where_two_renderers_differ) {
                                    "\"Renderer\": "));
 }
 
+TEST_F(SurveyedVerdicts, are_there_only_when_every_question_has_a_verdict) {
+    const std::string whole = [] {
+        std::string text;
+        const survey::Format& format = *survey::find_format("GL_R8");
+        for (const survey::Question& question : questions_of(format, Profile::kCore)) {
+            text += name_of(question) + " yes%n";
+        }
+        return text;
+    }();
+    const std::string first = "create yes%n";
+    const std::string rest = whole.substr(first.size());
+    const struct {
+        std::string text;
+        texprobe_state state;
+    } rows[] = {{whole, TEXPROBE_READY},
+                {"create wrong: it had started: and yes%n" + rest, TEXPROBE_READY},
+                {first + rest + "stretch yes%n", TEXPROBE_READY},
+                {rest, TEXPROBE_FAILED},
+                {"measuring%n" + whole, TEXPROBE_FAILED},
+                {"create started%n" + rest, TEXPROBE_FAILED},
+                {"create started: again%n" + rest, TEXPROBE_FAILED},
+                {"", TEXPROBE_FAILED}};
+    record(core_survey());
+    texprobe_options looking = options();
+    looking.measure = TEXPROBE_MEASURE_NOTHING;
+    for (const auto& row : rows) {
+        const std::string set = kFirstSurvey;
+        record("set " + set + " core.GL_R8 text " + row.text + "\nsync " + set + "\n");
+        EXPECT_EQ(open_and_wait(looking), row.state) << row.text << reason_;
+    }
+}
+
 TEST_F(SurveyedVerdicts, name_the_first_layout_in_which_all_uploads_arrive) {
     record(core_survey([](const survey::Format& format, const survey::Question& question) {
         const bool isFirst = question.layout == survey::Layout{kRGBA, kUnsignedByte};

@@ -26,7 +26,7 @@ public:
     using Found = std::function<void(SurveyAnswers verdicts, const std::string& reason)>;
 
     /// Only the asking context's profile is surveyed.
-    BackgroundSurvey(const SurveysOfMachine& surveys, Program program, const Background& background,
+    BackgroundSurvey(SurveysOfMachine& surveys, Program program, const Background& background,
                      Found found)
         : BackgroundProgram("texprobe-survey", std::move(program), background),
           surveys_(surveys),
@@ -96,7 +96,7 @@ private:
         return "texprobe-survey surveys this machine's renderers";
     }
 
-    const SurveysOfMachine& surveys_;
+    SurveysOfMachine& surveys_;
     const Found found_;
     bool isStoreRead_ = true;
 };
