@@ -56,7 +56,9 @@ public:
     SurveysOfMachine(const SurveysOfMachine&) = delete;
     SurveysOfMachine& operator=(const SurveysOfMachine&) = delete;
 
+    // The context's.
     survey::Profile profile() const { return facts_.profile; }
+    const std::string& renderer() const { return renderer_; }
 
     /// Reads all records anew. A record that is under way is not complete, whoever writes it.
     SurveyFinding look() {
