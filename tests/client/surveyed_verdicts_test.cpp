@@ -4,7 +4,10 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <string>
+#include <thread>
+#include <vector>
 
 #include "scripted_survey.h"
 #include "support/formats.h"
@@ -269,6 +272,43 @@ TEST_F(SurveyedVerdicts, name_the_first_layout_in_which_all_uploads_arrive) {
     EXPECT_FALSE(verdicts_->upload_layout(kRGBA, &format, &type));
     EXPECT_EQ(format, 7u);
     EXPECT_EQ(texprobe_verdicts_upload_layout(nullptr, kRGBA8, &format, &type), 0);
+}
+
+TEST_F(SurveyedVerdicts, are_the_same_for_threads_that_ask_at_once) {
+    const auto ask_in_threads = [&] {
+        std::atomic<int> noes{0};
+        const auto ask = [&] {
+            for (const survey::Format& format : survey::formats()) {
+                const bool isRendered =
+                    use(format.value, TEXPROBE_RENDER) == TEXPROBE_YES || format.is_compressed();
+                noes += isRendered ? 0 : 1;
+                noes += verdicts_->use_detail(format.value, TEXPROBE_BLEND) == TEXPROBE_WRONG;
+                unsigned layout = 0;
+                verdicts_->upload_layout(format.value, &layout, &layout);
+            }
+        };
+        std::vector<std::thread> threads;
+        for (int i = 0; i < 4; ++i) threads.emplace_back(ask);
+        for (std::thread& thread : threads) thread.join();
+        return noes.load();
+    };
+    const auto isWrong = [](const survey::Format& format, const survey::Question& question) {
+        const bool isFirst = std::string(format.name) == "GL_R8";
+        return isFirst && question.use == Use::kBlend ? Verdict::kWrong : Verdict::kYes;
+    };
+    record(core_survey(isWrong));
+    ASSERT_EQ(open_and_wait(), TEXPROBE_READY) << reason_;
+    EXPECT_EQ(ask_in_threads(), 4);
+
+    // Here the records are read at the first question.
+    record(complete_set(kFirst, "Renderer") + complete_survey(kFirstSurvey, Profile::kCompatibility,
+                                                              "4.6 (Compatibility Profile) Version",
+                                                              "Renderer", isWrong));
+    machine().version = "2.1 Version";
+    machine().profile = kCompatibilityBit;
+    machine().extensions = {"GL_EXT_framebuffer_object"};
+    ASSERT_EQ(open_and_wait(), TEXPROBE_READY) << reason_;
+    EXPECT_EQ(ask_in_threads(), 4);
 }
 
 }  // namespace
