@@ -108,7 +108,9 @@ public:
     std::size_t fingerprint() const {
         std::string all;
         for (const Set& set : sets_) {
-            for (const auto& [key, text] : set.texts) all += key + '\n' + text + '\n';
+            for (const auto& [key, text] : set.texts) {
+                all.append(key).append("\n").append(text).append("\n");
+            }
             all += '\n';
         }
         return std::hash<std::string>()(all);
