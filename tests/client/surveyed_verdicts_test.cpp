@@ -4,10 +4,10 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <array>
 #include <atomic>
 #include <string>
 #include <thread>
-#include <vector>
 
 #include "scripted_survey.h"
 #include "support/formats.h"
@@ -248,8 +248,9 @@ TEST_F(SurveyedVerdicts, are_there_only_when_every_question_has_a_verdict) {
     texprobe_options looking = options();
     looking.measure = TEXPROBE_MEASURE_NOTHING;
     for (const auto& row : rows) {
-        const std::string set = kFirstSurvey;
-        record("set " + set + " core.GL_R8 text " + row.text + "\nsync " + set + "\n");
+        std::string lines = std::string("set ") + kFirstSurvey + " core.GL_R8 text ";
+        lines += row.text;
+        record(lines + "\nsync " + kFirstSurvey + "\n");
         EXPECT_EQ(open_and_wait(looking), row.state) << row.text << reason_;
     }
 }
@@ -275,7 +276,7 @@ TEST_F(SurveyedVerdicts, name_the_first_layout_in_which_all_uploads_arrive) {
 }
 
 TEST_F(SurveyedVerdicts, are_the_same_for_threads_that_ask_at_once) {
-    const auto ask_in_threads = [&] {
+    const auto askInThreads = [&] {
         std::atomic<int> noes{0};
         const auto ask = [&] {
             for (const survey::Format& format : survey::formats()) {
@@ -287,8 +288,8 @@ TEST_F(SurveyedVerdicts, are_the_same_for_threads_that_ask_at_once) {
                 verdicts_->upload_layout(format.value, &layout, &layout);
             }
         };
-        std::vector<std::thread> threads;
-        for (int i = 0; i < 4; ++i) threads.emplace_back(ask);
+        std::array<std::thread, 4> threads;
+        for (std::thread& thread : threads) thread = std::thread(ask);
         for (std::thread& thread : threads) thread.join();
         return noes.load();
     };
@@ -298,7 +299,7 @@ TEST_F(SurveyedVerdicts, are_the_same_for_threads_that_ask_at_once) {
     };
     record(core_survey(isWrong));
     ASSERT_EQ(open_and_wait(), TEXPROBE_READY) << reason_;
-    EXPECT_EQ(ask_in_threads(), 4);
+    EXPECT_EQ(askInThreads(), 4);
 
     // Here the records are read at the first question.
     record(complete_set(kFirst, "Renderer") + complete_survey(kFirstSurvey, Profile::kCompatibility,
@@ -308,7 +309,7 @@ TEST_F(SurveyedVerdicts, are_the_same_for_threads_that_ask_at_once) {
     machine().profile = kCompatibilityBit;
     machine().extensions = {"GL_EXT_framebuffer_object"};
     ASSERT_EQ(open_and_wait(), TEXPROBE_READY) << reason_;
-    EXPECT_EQ(ask_in_threads(), 4);
+    EXPECT_EQ(askInThreads(), 4);
 }
 
 }  // namespace
