@@ -160,6 +160,15 @@ TEST_F(InspectUse, refuses_what_the_survey_does_not_ask) {
     EXPECT_EQ(run.err,
               "texprobectl: the survey does not ask \"upload GL_RED GL_FLOAT\" of GL_RGBA8 in this "
               "profile; `texprobectl survey --format GL_RGBA8` lists what it asks\n");
+    const std::vector<std::string> mixed[] = {{"mipmap", "--profile", "core", "--calls"},
+                                              {"mipmap", "--profile", "core", "--alone"},
+                                              {"set", "--tool", "texprobe-survey"}};
+    for (std::vector<std::string> words : mixed) {
+        words.insert(words.begin(), {"inspect", "GL_RGBA8"});
+        EXPECT_EQ(folder_.ctl(words).err,
+                  "texprobectl: --alone and --calls are of the tool's tests, --tool is of the "
+                  "survey, which is inspected with --profile\n");
+    }
 }
 
 TEST_F(InspectUse, of_the_real_program_compares_texels) {

@@ -83,7 +83,13 @@ void check_words(const InspectArguments& arguments) {
     if (arguments.all == isNamed || isNamed == arguments.capability.empty()) {
         throw UsageError("inspect expects a format and a capability, or --all");
     }
-    if (!arguments.profile.empty()) {
+    const bool isOfSurvey = !arguments.profile.empty();
+    if (isOfSurvey ? arguments.alone || arguments.calls : !arguments.tool.empty()) {
+        throw UsageError(
+            "--alone and --calls are of the tool's tests, --tool is of the survey, which is "
+            "inspected with --profile");
+    }
+    if (isOfSurvey) {
         find_choice(arguments.profile, arguments.format);
     } else if (!arguments.all) {
         find_format(arguments.format);
@@ -103,35 +109,20 @@ const RecordSet& chosen_set(const std::string& name, const RecordSets& all, cons
     return only_present_set(all, isSurveyed);
 }
 
-/// Of several, each has a folder of its own.
-void write_all_pictures(const std::vector<Inspection>& inspections, const std::string& folder) {
+/// Of several, each has a folder of its own; `name` is empty where there is no image.
+template <class Inspected, class Name>
+void write_all_pictures(const std::vector<Inspected>& inspections, const std::string& folder,
+                        Name name) {
     std::size_t count = 0;
     std::error_code ignored;
     if (inspections.size() > 1) std::filesystem::create_directory(folder, ignored);
-    for (const Inspection& each : inspections) {
-        if (!each.evidence) continue;
+    for (const Inspected& each : inspections) {
+        if (name(each).empty()) continue;
         ++count;
-        write_pictures(each, inspections.size() == 1 ? folder : folder + '/' + key_of(each.cell));
+        write_pictures(each, inspections.size() == 1 ? folder : folder + '/' + name(each));
     }
     if (count == 0) {
         std::cerr << "texprobectl: there are no pictures, because no image came back\n";
-    }
-}
-
-/// Each use has a folder of its own, where they are several.
-void write_all_pictures(const std::vector<UseInspection>& inspections, const std::string& folder) {
-    std::error_code ignored;
-    if (inspections.size() > 1) std::filesystem::create_directory(folder, ignored);
-    std::size_t count = 0;
-    for (const UseInspection& each : inspections) {
-        if (!each.texels) continue;
-        ++count;
-        std::string name = std::string(each.cell.format->name) + ' ' + name_of(each.cell.question);
-        std::replace(name.begin(), name.end(), ' ', '-');
-        write_pictures(each, inspections.size() == 1 ? folder : folder + '/' + name);
-    }
-    if (count == 0) {
-        std::cerr << "texprobectl: there are no pictures, because no pixels were compared\n";
     }
 }
 
@@ -159,7 +150,12 @@ int run_inspect_use(const InspectArguments& arguments, const Session& session) {
             between = "\n";
         }
     });
-    if (!arguments.folder.empty()) write_all_pictures(inspections, arguments.folder);
+    const auto nameOf = [](const UseInspection& each) {
+        std::string name = std::string(each.cell.format->name) + '-' + name_of(each.cell.question);
+        std::replace(name.begin(), name.end(), ' ', '-');
+        return each.texels ? name : "";
+    };
+    if (!arguments.folder.empty()) write_all_pictures(inspections, arguments.folder, nameOf);
     return areRun ? 0 : 1;
 }
 
@@ -185,7 +181,10 @@ int run_inspect(const InspectArguments& arguments, const Session& session) {
             write_inspection_text(each, arguments.calls, terminal, stream);
         }
     });
-    if (!arguments.folder.empty()) write_all_pictures(inspections, arguments.folder);
+    const auto nameOf = [](const Inspection& each) {
+        return each.evidence ? key_of(each.cell) : std::string();
+    };
+    if (!arguments.folder.empty()) write_all_pictures(inspections, arguments.folder, nameOf);
     return areRun ? 0 : 1;
 }
 
