@@ -88,9 +88,9 @@ using Find = std::optional<std::string> (*)(const ComparedImages&);
 // because it fits whatever leaves a part right (find_part).
 constexpr std::array<Find, 5> kUnmoved = {find_lost_buffer, find_exact, find_constant,
                                           find_precision, find_small_errors};
-constexpr std::array<Find, 10> kMoved = {
-    find_byte_order, find_channels, find_shift, find_turn,          find_stride,
-    find_row_shift,  find_stale,    find_srgb,  find_premultiplied, find_gain};
+constexpr std::array<Find, 10> kMoved = {find_byte_order,    find_channels,  find_shift, find_turn,
+                                         find_stride,        find_row_shift, find_stale, find_srgb,
+                                         find_premultiplied, find_gain};
 
 template <std::size_t size>
 std::optional<std::string> first_of(const std::array<Find, size>& finds,
