@@ -64,7 +64,7 @@ inline std::uint16_t half_bits(double value) {
     const double size = std::abs(value);
     if (size >= 65520) return sign | 0x7C00;
     const int exponent = size < 0x1p-14 ? -14 : std::ilogb(size);
-    const auto steps = static_cast<unsigned>(std::nearbyint(size * std::pow(2.0, 10 - exponent)));
+    const auto steps = static_cast<int>(std::nearbyint(size * std::pow(2.0, 10 - exponent)));
     return static_cast<std::uint16_t>(sign + ((exponent + 14) << 10) + steps);
 }
 

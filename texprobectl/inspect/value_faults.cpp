@@ -303,7 +303,7 @@ std::optional<std::string> find_constant(const ComparedImages& images) {
 }
 
 std::optional<std::string> find_precision(const ComparedImages& images) {
-    const auto found = describe_precision(images, kIntegers);
+    auto found = describe_precision(images, kIntegers);
     if (found || steps_of(images.evidence.returned.layout)) return found;
     return describe_precision(images, kFloats);
 }
@@ -359,7 +359,7 @@ std::optional<std::string> find_premultiplied(const ComparedImages& images) {
 std::optional<std::string> find_gain(const ComparedImages& images) {
     // Floats may keep what is beyond 0 and 1.
     if (!images.analysis.steps) {
-        if (const auto found = describe_gain(images, false)) return found;
+        if (auto found = describe_gain(images, false)) return found;
     }
     return describe_gain(images, true);
 }

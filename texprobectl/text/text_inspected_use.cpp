@@ -39,7 +39,7 @@ std::string recorded_words(const UseInspection& inspection) {
 
 std::string present_words(const UseInspection& inspection) {
     if (!inspection.now) return "none";
-    const std::string words = spaced_name(inspection.now->verdict);
+    std::string words = spaced_name(inspection.now->verdict);
     if (!inspection.recorded) return words;
     const bool isSame = inspection.recorded->verdict == inspection.now->verdict;
     return words + (isSame ? "; they agree" : "; they do not agree");
