@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <cstdint>
 #include <cstdio>
+#include <cstdlib>
 #include <set>
 #include <string>
 #include <vector>
@@ -14,6 +15,7 @@
 #include <runs/interruption.h>
 #include <runs/measuring_turn.h>
 #include "run/profile_survey.h"
+#include "run/trial.h"
 
 namespace {
 
@@ -27,6 +29,9 @@ struct SurveyWish {
     std::string firstRenderer;
     /// Whoever started the run before this one has ended it because it hung.
     bool isAfterHang = false;
+    /// Of `texprobectl inspect`: nothing but this question of one format, on this renderer.
+    std::string question;
+    GLint renderer = 0;
 };
 
 int fail_with_usage(const std::string& reason) {
@@ -124,6 +129,16 @@ bool run_survey(const SurveyWish& wish) {
     return isRecorded;
 }
 
+int try_wish(const SurveyWish& wish) {
+    for (const Question& question : questions_of(*wish.formats.front(), wish.profiles.front())) {
+        if (name_of(question) != wish.question) continue;
+        return try_question(wish.renderer, wish.profiles.front(), *wish.formats.front(), question)
+                   ? 0
+                   : 1;
+    }
+    return fail_with_usage("no question of that format: " + wish.question);
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -146,6 +161,12 @@ int main(int argc, char** argv) {
             wish.formats = {format};
         } else if (option == "--first" && wish.firstRenderer.empty() && !value.empty()) {
             wish.firstRenderer = value;
+        } else if (option == "--try" && !wish.formats.empty() && wish.profiles.size() == 1) {
+            // What texprobectl alone asks; the usage does not name it.
+            const std::size_t space = value.find(' ');
+            wish.renderer = static_cast<GLint>(std::strtoul(value.c_str(), nullptr, 16));
+            wish.question = value.substr(space == std::string::npos ? value.size() : space + 1);
+            if (wish.question.empty()) return fail_with_usage("");
         } else {
             return fail_with_usage("");
         }
@@ -153,6 +174,7 @@ int main(int argc, char** argv) {
     if (wish.formats.empty()) {
         for (const Format& format : formats()) wish.formats.push_back(&format);
     }
+    if (!wish.question.empty()) return try_wish(wish);
     texprobe::survive_closed_outputs();
     texprobe::remember_interruptions(texprobe::is_turn_lost);
     return run_survey(wish) ? 0 : 1;

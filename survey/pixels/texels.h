@@ -35,6 +35,21 @@ TexelImage make_image(int width, int height, Function texel) {
     return image;
 }
 
+/// The texels of a comparison, for whoever shows them.
+struct SeenTexels {
+    struct Pair {
+        Texel expected;
+        Texel came;
+        bool isWrong;
+    };
+    int width = 0;
+    std::size_t components = 0;
+    std::vector<Pair> pairs = {};
+};
+
+/// Set, each comparison leaves its texels there; a survey does without.
+inline SeenTexels* seenTexels = nullptr;
+
 double srgb_to_linear(double encoded);
 double linear_to_srgb(double linear);
 
@@ -90,17 +105,27 @@ std::string describe_difference(const Format& format, const Texel& expected, int
 template <typename Expected, typename Same>
 std::string first_mismatch(const Format& format, const TexelImage& came, Expected expectedAt,
                            Same isSame) {
+    std::string first;
+    const std::size_t components = sampled_components(format);
+    if (seenTexels) *seenTexels = {came.width, components};
     for (int y = 0; y < came.height; ++y) {
         for (int x = 0; x < came.width; ++x) {
             const Texel& expected = expectedAt(x, y);
             const Texel& here = came.at(x, y);
-            for (std::size_t c = 0; c < sampled_components(format); ++c) {
-                if (expected[c] == here[c] || isSame(c, expected, here, x, y)) continue;
-                return describe_difference(format, expected, x, y, here);
+            std::size_t c = 0;
+            while (c < components && (expected[c] == here[c] || isSame(c, expected, here, x, y))) {
+                ++c;
+            }
+            const bool isWrong = c < components;
+            if (isWrong && first.empty()) first = describe_difference(format, expected, x, y, here);
+            if (seenTexels) {
+                seenTexels->pairs.push_back({expected, here, isWrong});
+            } else if (isWrong) {
+                return first;
             }
         }
     }
-    return "";
+    return first;
 }
 
 /// The first texel that is farther from `expectedAt(x, y)` than `allowed(component, expected, x,

@@ -83,6 +83,7 @@ private:
     }
 
     std::string compare(const ImageMemory& memory, const TexelImage& seen) const {
+        if (seenTexels) show(memory, seen);
         for (int y = 0; y < part_.height; ++y) {
             const unsigned char* bytes = memory.row(y);
             for (int x = 0; x < part_.width; ++x, bytes += texel_size(layout_)) {
@@ -93,6 +94,24 @@ private:
             }
         }
         return "";
+    }
+
+    /// What the layout lacks is as it was expected.
+    void show(const ImageMemory& memory, const TexelImage& seen) const {
+        *seenTexels = {part_.width, sampled_components(format_)};
+        for (int i = 0; i < part_.width * part_.height; ++i) {
+            const int x = i % part_.width;
+            const int y = i / part_.width;
+            const Texel& expected = seen.at(part_.x + x, part_.y + y);
+            Texel came =
+                read_texel(format_, layout_,
+                           memory.row(y) + static_cast<std::size_t>(x) * texel_size(layout_));
+            const bool isWrong = !is_same(expected, came);
+            for (std::size_t c = 0; c < came.size(); ++c) {
+                if (bits_in(layout_, c) == 0) came[c] = expected[c];
+            }
+            seenTexels->pairs.push_back({expected, came, isWrong});
+        }
     }
 
     bool is_same(const Texel& expected, const Texel& came) const {

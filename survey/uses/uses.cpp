@@ -78,6 +78,9 @@ Judged answer(const Work& work, const Question& question, const FormatRecord& re
         finding = cannot_tell("looking at the pixels gives " + late);
     }
     if (is_from_outside(finding.text)) finding.kind = Finding::Kind::kCannotTell;
+    const bool isOfPixels =
+        finding.kind == Finding::Kind::kHolds || finding.kind == Finding::Kind::kOtherPixels;
+    if (seenTexels && !isOfPixels) *seenTexels = {};
     return judge(finding, who_promises_here(work, question));
 }
 

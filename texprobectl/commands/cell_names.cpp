@@ -51,4 +51,19 @@ Capability find_capability(const std::string& name) {
                      "\"; expected create, render, set, reset, get or read");
 }
 
+SurveyChoice find_choice(const std::string& profile, const std::string& format) {
+    SurveyChoice choice;
+    for (const survey::Profile each : survey::kProfiles) {
+        if (profile == name_of(each)) choice.profile = each;
+    }
+    choice.format = survey::find_format(format);
+    if (!profile.empty() && !choice.profile) {
+        throw UsageError("--profile expects compatibility, core or es, not \"" + profile + '"');
+    }
+    if (!format.empty() && !choice.format) {
+        throw UsageError("\"" + format + "\" is no format of the survey");
+    }
+    return choice;
+}
+
 }  // namespace texprobe::ctl

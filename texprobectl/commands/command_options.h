@@ -16,6 +16,8 @@ namespace texprobe::ctl {
 inline constexpr const char* kSet = "an identifier, a part of it, or a number of `list`";
 inline constexpr const char* kSetOrFile = "a record set, an exported file, or - for stdin";
 
+inline constexpr const char* kSurveyProgram = "texprobe-survey";
+
 void add_json(CLI::App* command, bool* json);
 
 /// A number of seconds.

@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <filesystem>
 #include <iostream>
 #include <memory>
@@ -10,7 +11,9 @@
 #include "commands/selection.h"
 #include "documents/write_json.h"
 #include "inspect/inspect.h"
+#include "inspect/inspected_use.h"
 #include "inspect/pictures.h"
+#include "measure/find_tool.h"
 #include "process/stop_signals.h"
 #include "text/write_text.h"
 
@@ -20,7 +23,10 @@ namespace {
 
 struct InspectArguments {
     std::string format;
-    std::string capability;
+    /// One word, or those of a use in a layout.
+    std::vector<std::string> capability;
+    std::string profile;
+    std::string tool;
     std::string set;
     std::string folder;
     int seconds = 60;
@@ -30,10 +36,17 @@ struct InspectArguments {
     bool json = false;
 };
 
+/// The words, with blanks between.
+std::string asked(const InspectArguments& arguments) {
+    std::string text;
+    for (const std::string& word : arguments.capability) text += (text.empty() ? "" : " ") + word;
+    return text;
+}
+
 /// The one that is named, or every no of the set.
 std::vector<Cell> chosen_cells(const InspectArguments& arguments, const RecordSet& set) {
     if (!arguments.all) {
-        return {{find_format(arguments.format), find_capability(arguments.capability)}};
+        return {{find_format(arguments.format), find_capability(asked(arguments))}};
     }
     std::vector<Cell> cells;
     for_each_cell([&](const Cell& cell) {
@@ -42,18 +55,50 @@ std::vector<Cell> chosen_cells(const InspectArguments& arguments, const RecordSe
     return cells;
 }
 
+/// The same of the survey: the question that is named, or all whose verdict is told.
+std::vector<UseCell> chosen_uses(const InspectArguments& arguments, const RecordSet& set) {
+    const SurveyChoice choice = find_choice(arguments.profile, arguments.format);
+    std::vector<UseCell> cells;
+    for (const survey::Format& format : survey::formats()) {
+        if (!choice.has(format)) continue;
+        for (const survey::Question& question : questions_of(format, *choice.profile)) {
+            const UseCell cell = {*choice.profile, &format, question};
+            const auto recorded = recorded_verdict(set, cell);
+            if (arguments.all ? recorded && is_told(recorded->verdict)
+                              : name_of(question) == asked(arguments)) {
+                cells.push_back(cell);
+            }
+        }
+    }
+    if (cells.empty() && !arguments.all) {
+        throw UsageError("the survey does not ask \"" + asked(arguments) + "\" of " +
+                         arguments.format + " in this profile; `texprobectl survey --format " +
+                         arguments.format + "` lists what it asks");
+    }
+    return cells;
+}
+
 void check_words(const InspectArguments& arguments) {
     const bool isNamed = !arguments.format.empty();
     if (arguments.all == isNamed || isNamed == arguments.capability.empty()) {
         throw UsageError("inspect expects a format and a capability, or --all");
     }
-    if (arguments.all) return;
-    find_format(arguments.format);
-    find_capability(arguments.capability);
+    const bool isOfSurvey = !arguments.profile.empty();
+    if (isOfSurvey ? arguments.alone || arguments.calls : !arguments.tool.empty()) {
+        throw UsageError(
+            "--alone and --calls are of the tool's tests, --tool is of the survey, which is "
+            "inspected with --profile");
+    }
+    if (isOfSurvey) {
+        find_choice(arguments.profile, arguments.format);
+    } else if (!arguments.all) {
+        find_format(arguments.format);
+        find_capability(asked(arguments));
+    }
 }
 
-const RecordSet& chosen_set(const std::string& name, const RecordSets& all,
-                            const Machine& machine) {
+const RecordSet& chosen_set(const std::string& name, const RecordSets& all, const Machine& machine,
+                            bool isSurveyed = false) {
     if (!name.empty()) {
         const RecordSet& set = find_set(name, all);
         if (machine.lists(set.rendererID)) return set;
@@ -61,27 +106,63 @@ const RecordSet& chosen_set(const std::string& name, const RecordSets& all,
                          " of this record set is not on this machine, or not with these variables "
                          "of the environment; `texprobectl doctor` lists both");
     }
-    return only_present_set(all);
+    return only_present_set(all, isSurveyed);
 }
 
-/// Of several, each has a folder of its own.
-void write_all_pictures(const std::vector<Inspection>& inspections, const std::string& folder) {
+/// Of several, each has a folder of its own; `name` is empty where there is no image.
+template <class Inspected, class Name>
+void write_all_pictures(const std::vector<Inspected>& inspections, const std::string& folder,
+                        Name name) {
     std::size_t count = 0;
     std::error_code ignored;
     if (inspections.size() > 1) std::filesystem::create_directory(folder, ignored);
-    for (const Inspection& each : inspections) {
-        if (!each.evidence) continue;
+    for (const Inspected& each : inspections) {
+        if (name(each).empty()) continue;
         ++count;
-        write_pictures(each, inspections.size() == 1 ? folder : folder + '/' + key_of(each.cell));
+        write_pictures(each, inspections.size() == 1 ? folder : folder + '/' + name(each));
     }
     if (count == 0) {
         std::cerr << "texprobectl: there are no pictures, because no image came back\n";
     }
 }
 
+int run_inspect_use(const InspectArguments& arguments, const Session& session) {
+    const Machine machine = look_at_machine();
+    const std::string program =
+        arguments.tool.empty() ? find_program(session.self, kSurveyProgram) : arguments.tool;
+    const std::string lack = describe_lack(kSurveyProgram, program, machine);
+    if (!lack.empty()) throw UsageError(lack);
+    const RecordSets all = read_all_record_sets(machine);
+    const RecordSet& set = chosen_set(arguments.set, all, machine, true);
+    std::vector<UseInspection> inspections;
+    bool areRun = true;
+    for (const UseCell& cell : chosen_uses(arguments, set)) {
+        inspections.push_back(
+            inspect_use({program, std::chrono::seconds(arguments.seconds)}, cell, set));
+        areRun &= inspections.back().now.has_value();
+    }
+    print([&](const Terminal& terminal, std::ostream& stream) {
+        if (arguments.json) return write_inspections_json(inspections, stream);
+        const char* between = "";
+        for (const UseInspection& each : inspections) {
+            stream << between;
+            write_inspection_text(each, terminal, stream);
+            between = "\n";
+        }
+    });
+    const auto nameOf = [](const UseInspection& each) {
+        std::string name = std::string(each.cell.format->name) + '-' + name_of(each.cell.question);
+        std::replace(name.begin(), name.end(), ' ', '-');
+        return each.texels ? name : "";
+    };
+    if (!arguments.folder.empty()) write_all_pictures(inspections, arguments.folder, nameOf);
+    return areRun ? 0 : 1;
+}
+
 int run_inspect(const InspectArguments& arguments, const Session& session) {
     check_words(arguments);
     const StopSignals stopSignals;
+    if (!arguments.profile.empty()) return run_inspect_use(arguments, session);
     const Machine machine = look_at_machine();
     const RecordSets all = read_all_record_sets(machine);
     const RecordSet& set = chosen_set(arguments.set, all, machine);
@@ -100,7 +181,10 @@ int run_inspect(const InspectArguments& arguments, const Session& session) {
             write_inspection_text(each, arguments.calls, terminal, stream);
         }
     });
-    if (!arguments.folder.empty()) write_all_pictures(inspections, arguments.folder);
+    const auto nameOf = [](const Inspection& each) {
+        return each.evidence ? key_of(each.cell) : std::string();
+    };
+    if (!arguments.folder.empty()) write_all_pictures(inspections, arguments.folder, nameOf);
     return areRun ? 0 : 1;
 }
 
@@ -113,8 +197,15 @@ void add_inspect(CLI::App* app, Session* session) {
     command->add_option("FORMAT", arguments->format, "as `show` names it, such as GL_RGBA8")
         ->type_name("");
     command
-        ->add_option("CAPABILITY", arguments->capability, "create, render, set, reset, get or read")
+        ->add_option("CAPABILITY", arguments->capability,
+                     "create, render, set, reset, get or read; with --profile, a use of the "
+                     "survey, such as mipmap, or upload GL_RGBA GL_FLOAT")
         ->type_name("");
+    command
+        ->add_option("--profile", arguments->profile,
+                     "The survey's compatibility, core or es, instead of the tool's tests")
+        ->type_name("NAME");
+    command->add_option("--tool", arguments->tool, "The texprobe-survey to run")->type_name("PATH");
     command->add_flag("--all", arguments->all, "Every no of the set");
     command->add_option("--set", arguments->set, kSet)->type_name("SET");
     command->add_flag("--alone", arguments->alone, "Do not replay the tests before it");

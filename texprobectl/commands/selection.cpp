@@ -124,12 +124,15 @@ RecordSets outdated_sets(const RecordSets& all) {
     return sets_that(all, false);
 }
 
-const RecordSet& only_present_set(const RecordSets& all) {
-    const RecordSets present = present_measured_sets(all);
+const RecordSet& only_present_set(const RecordSets& all, bool isSurveyed) {
+    RecordSets present;
+    std::copy_if(all.begin(), all.end(), std::back_inserter(present), [=](const RecordSet& set) {
+        return set.isPresent && (isSurveyed ? !set.survey.empty() : is_measured(set));
+    });
     if (present.empty()) {
         throw UsageError(
-            "nothing is recorded for this machine's present build; `texprobectl measure` measures "
-            "it");
+            std::string("nothing is recorded for this machine's present build; ") +
+            (isSurveyed ? "`texprobectl survey` surveys it" : "`texprobectl measure` measures it"));
     }
     if (present.size() > 1) {
         throw UsageError("there are " + std::to_string(present.size()) +

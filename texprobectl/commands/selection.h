@@ -53,9 +53,9 @@ RecordSets present_measured_sets(const RecordSets& all);
 RecordSets present_sets(const RecordSets& all);
 RecordSets outdated_sets(const RecordSets& all);
 
-/// The measured set of this machine's present build. Throws UsageError if there is none, or more
-/// than one.
-const RecordSet& only_present_set(const RecordSets& all);
+/// The measured set of this machine's present build, or the surveyed one. Throws UsageError if
+/// there is none, or more than one.
+const RecordSet& only_present_set(const RecordSets& all, bool isSurveyed = false);
 
 }  // namespace texprobe::ctl
 

@@ -4,6 +4,7 @@
 #include <iostream>
 #include <memory>
 
+#include "commands/cell_names.h"
 #include "commands/command_options.h"
 #include "commands/commands.h"
 #include "commands/require_hardware.h"
@@ -21,7 +22,6 @@ namespace texprobe::ctl {
 
 namespace {
 
-constexpr const char* kProgram = "texprobe-survey";
 // More than a driver needs that dies in each format.
 constexpr int kAttempts = 2000;
 
@@ -34,22 +34,6 @@ struct SurveyArguments {
     bool json = false;
     bool requiresHardware = false;
 };
-
-SurveyChoice choose(const SurveyArguments& arguments) {
-    SurveyChoice choice;
-    for (const survey::Profile profile : survey::kProfiles) {
-        if (arguments.profile == name_of(profile)) choice.profile = profile;
-    }
-    choice.format = survey::find_format(arguments.format);
-    if (!arguments.profile.empty() && !choice.profile) {
-        throw UsageError("--profile expects compatibility, core or es, not \"" + arguments.profile +
-                         '"');
-    }
-    if (!arguments.format.empty() && !choice.format) {
-        throw UsageError("\"" + arguments.format + "\" is no format of the survey");
-    }
-    return choice;
-}
 
 /// Of a renderer that the tool has not measured, a context tells the name.
 void find_name(const std::string& self, RecordSet* set) {
@@ -65,9 +49,9 @@ RunsResult survey_present(const SurveyArguments& arguments, const SurveyChoice& 
                           RecordSets* sets) {
     const Machine machine = look_at_machine();
     const std::string program =
-        arguments.tool.empty() ? find_program(session.self, kProgram) : arguments.tool;
+        arguments.tool.empty() ? find_program(session.self, kSurveyProgram) : arguments.tool;
     RunsResult result;
-    result.reason = describe_lack(kProgram, program, machine);
+    result.reason = describe_lack(kSurveyProgram, program, machine);
     sets->clear();
     if (!result.reason.empty()) return result;
     MeasureView view(std::cerr, look_at_terminal(STDERR_FILENO));
@@ -101,7 +85,7 @@ int run_survey_command(const SurveyArguments& arguments, const Session& session)
     if (names.size() > 1) {
         throw UsageError("survey expects one record set or exported file, or none");
     }
-    const SurveyChoice choice = choose(arguments);
+    const SurveyChoice choice = find_choice(arguments.profile, arguments.format);
     RecordSets sets;
     std::vector<std::string> ids;
     if (names.empty()) {

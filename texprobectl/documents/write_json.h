@@ -15,6 +15,7 @@ struct Diagnosis;
 struct Inspection;
 class Merged;
 struct Times;
+struct UseInspection;
 
 void write_records_json(const RecordSets& sets, std::ostream& stream);
 void write_comparison_json(const Comparison& comparison, std::ostream& stream);
@@ -23,6 +24,7 @@ void write_times_json(const Times& times, std::ostream& stream);
 /// The calls are many.
 void write_inspections_json(const std::vector<Inspection>& inspections, bool hasCalls,
                             std::ostream& stream);
+void write_inspections_json(const std::vector<UseInspection>& inspections, std::ostream& stream);
 void write_diagnosis_json(const Diagnosis& diagnosis, std::ostream& stream);
 
 }  // namespace texprobe::ctl

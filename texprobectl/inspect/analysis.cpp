@@ -88,9 +88,9 @@ using Find = std::optional<std::string> (*)(const ComparedImages&);
 // because it fits whatever leaves a part right (find_part).
 constexpr std::array<Find, 5> kUnmoved = {find_lost_buffer, find_exact, find_constant,
                                           find_precision, find_small_errors};
-constexpr std::array<Find, 9> kMoved = {find_byte_order, find_channels,      find_shift,
-                                        find_stride,     find_turn,          find_stale,
-                                        find_srgb,       find_premultiplied, find_gain};
+constexpr std::array<Find, 10> kMoved = {find_byte_order,    find_channels,  find_shift, find_turn,
+                                         find_stride,        find_row_shift, find_stale, find_srgb,
+                                         find_premultiplied, find_gain};
 
 template <std::size_t size>
 std::optional<std::string> first_of(const std::array<Find, size>& finds,
@@ -126,14 +126,16 @@ bool is_right(const Evidence& evidence) {
 
 Analysis analyse(const Evidence& evidence) {
     const Planes returned = decode(evidence.returned);
-    const Planes expected = expected_in(evidence.returned.layout, decode(evidence.sent));
+    const Planes sent = decode(evidence.sent);
+    const Planes expected = expected_in(evidence.returned.layout, sent);
+    const Planes exact = exact_in(evidence.returned.layout, sent);
     Analysis analysis;
     analysis.steps = steps_of(evidence.returned.layout);
     for (std::size_t i = 0; i < returned.channels.size(); ++i) {
         analysis.channels.push_back(measure_errors(returned.channels[i], expected.values[i],
                                                    returned.values[i], analysis.steps.value_or(1)));
     }
-    analysis.sentence = find_sentence({evidence, expected, returned, analysis,
+    analysis.sentence = find_sentence({evidence, expected, exact, returned, analysis,
                                        rounding(evidence.sent.layout, evidence.returned.layout)});
     return analysis;
 }

@@ -15,6 +15,8 @@ struct ComparedImages {
     const Evidence& evidence;
     /// In the layout that came back.
     const Planes& expected;
+    /// Before it was rounded to that layout's steps.
+    const Planes& exact;
     const Planes& returned;
     const Analysis& analysis;
     /// Values that differ by no more count as equal.
@@ -57,6 +59,7 @@ std::optional<std::string> find_byte_order(const ComparedImages& images);
 std::optional<std::string> find_shift(const ComparedImages& images);
 std::optional<std::string> find_stride(const ComparedImages& images);
 std::optional<std::string> find_turn(const ComparedImages& images);
+std::optional<std::string> find_row_shift(const ComparedImages& images);
 std::optional<std::string> find_stale(const ComparedImages& images);
 std::optional<std::string> find_part(const ComparedImages& images);
 

@@ -10,6 +10,7 @@
 #include <stdexcept>
 
 #include "inspect/gl_names.h"
+#include "inspect/inspected_use.h"
 #include "process/output_file.h"
 
 namespace texprobe::ctl {
@@ -21,11 +22,12 @@ std::uint8_t to_byte(double value) {
     return static_cast<std::uint8_t>(std::lround(std::clamp(value, 0.0, 1.0) * 255));
 }
 
-std::string encode(const std::vector<std::uint8_t>& bytes, png_uint_32 format) {
+std::string encode(const std::vector<std::uint8_t>& bytes, png_uint_32 format,
+                   std::size_t width = kColumns, std::size_t height = kRows) {
     png_image image = {};
     image.version = PNG_IMAGE_VERSION;
-    image.width = kColumns;
-    image.height = kRows;
+    image.width = static_cast<png_uint_32>(width);
+    image.height = static_cast<png_uint_32>(height);
     image.format = format;
     png_alloc_size_t size = 0;
     std::string file;
@@ -115,6 +117,76 @@ void make_folder(const std::string& folder) {
         throw std::runtime_error("cannot make the folder " + folder + ": " + error.message());
 }
 
+/// The expected values of all texels; those between 0 and 1 are drawn as they are.
+struct Range {
+    double least = 0.0;
+    double most = 1.0;
+};
+
+Range range_of(const ComparedTexels& texels) {
+    Range range;
+    for (const ComparedTexels::Pair& pair : texels.pairs) {
+        for (std::size_t c = 0; c < texels.components; ++c) {
+            if (!std::isfinite(pair.expected[c])) continue;
+            range.least = std::min(range.least, pair.expected[c]);
+            range.most = std::max(range.most, pair.expected[c]);
+        }
+    }
+    return range;
+}
+
+/// Red, green and blue of each texel by `value(pair, component)`; depth as grey.
+template <class Value>
+std::string encode_texels(const ComparedTexels& texels, Value value) {
+    std::vector<std::uint8_t> bytes;
+    for (const ComparedTexels::Pair& pair : texels.pairs) {
+        for (std::size_t c = 0; c < 3; ++c) {
+            bytes.push_back(to_byte(value(pair, std::min(c, texels.components - 1))));
+        }
+    }
+    return encode(bytes, PNG_FORMAT_RGB, texels.width, texels.height());
+}
+
+double wrong_by(const ComparedTexels::Pair& pair, std::size_t component) {
+    if (!pair.isWrong) return 0.0;
+    const double error = std::abs(pair.came[component] - pair.expected[component]);
+    return std::isfinite(error) ? error : HUGE_VAL;
+}
+
+std::string describe_texels(const UseInspection& inspection, const Range& range, double largest) {
+    const ComparedTexels& texels = *inspection.texels;
+    const std::string& reason = inspection.now->text;
+    std::string text = fmt::format(
+        "{} on {}\n{}\n{}{}{}\n\n"
+        "{} x {} texels, the first row on top. In expected.png and came.png {:g} is black and {:g} "
+        "white; alpha\nis not drawn. difference.png has the wrong texels' differences, alpha's in "
+        "all colours; {:g} is as bright\nas can be.\n\nx y, wrong, expected, came\n",
+        words_of(inspection.cell), inspection.renderer, inspection.id,
+        name_of(inspection.now->verdict), reason.empty() ? "" : ": ", reason, texels.width,
+        texels.height(), range.least, range.most, largest);
+    for (std::size_t i = 0; i < texels.pairs.size(); ++i) {
+        const auto& [expected, came, isWrong] = texels.pairs[i];
+        text += fmt::format("{} {}, {},", i % texels.width, i / texels.width, int{isWrong});
+        for (std::size_t c = 0; c < texels.components; ++c) {
+            text += fmt::format(" {:.9g}", expected[c]);
+        }
+        text += ',';
+        for (std::size_t c = 0; c < texels.components; ++c) text += fmt::format(" {:.9g}", came[c]);
+        text += '\n';
+    }
+    return text;
+}
+
+/// Writes files into the folder, by name.
+void write_files(const std::string& folder,
+                 const std::vector<std::pair<const char*, std::string>>& files) {
+    make_folder(folder);
+    for (const auto& [name, bytes] : files) {
+        write_output(std::filesystem::path(folder) / name,
+                     [&text = bytes](std::ostream& stream) { stream << text; });
+    }
+}
+
 }  // namespace
 
 Pictures draw_pictures(const Evidence& evidence) {
@@ -139,17 +211,39 @@ void write_pictures(const Inspection& inspection, const std::string& folder) {
     const auto text = [](const Image& image) {
         return std::string(image.bytes.begin(), image.bytes.end());
     };
-    make_folder(folder);
-    const auto write = [&](const char* name, const std::string& bytes) {
-        write_output(std::filesystem::path(folder) / name,
-                     [&](std::ostream& stream) { stream << bytes; });
+    write_files(folder, {{"sent.png", pictures.sent},
+                         {"returned.png", pictures.returned},
+                         {"difference.png", pictures.difference},
+                         {"sent.raw", text(inspection.evidence->sent)},
+                         {"returned.raw", text(inspection.evidence->returned)},
+                         {"layout.txt", describe_files(inspection, pictures)}});
+}
+
+void write_pictures(const UseInspection& inspection, const std::string& folder) {
+    const ComparedTexels& texels = *inspection.texels;
+    const Range range = range_of(texels);
+    const auto within = [&](double value) {
+        return (value - range.least) / (range.most - range.least);
     };
-    write("sent.png", pictures.sent);
-    write("returned.png", pictures.returned);
-    write("difference.png", pictures.difference);
-    write("sent.raw", text(inspection.evidence->sent));
-    write("returned.raw", text(inspection.evidence->returned));
-    write("layout.txt", describe_files(inspection, pictures));
+    double largest = 0.0;
+    for (const ComparedTexels::Pair& pair : texels.pairs) {
+        for (std::size_t c = 0; c < texels.components; ++c) {
+            const double error = wrong_by(pair, c);
+            if (std::isfinite(error)) largest = std::max(largest, error);
+        }
+    }
+    const double brightest = largest > 0.0 ? largest : 1.0;
+    using Pair = ComparedTexels::Pair;
+    const auto expected = [&](const Pair& pair, std::size_t c) { return within(pair.expected[c]); };
+    const auto came = [&](const Pair& pair, std::size_t c) { return within(pair.came[c]); };
+    const auto difference = [&](const Pair& pair, std::size_t c) {
+        const double alpha = texels.components == 4 ? wrong_by(pair, 3) : 0.0;
+        return std::max(wrong_by(pair, c), alpha) / brightest;
+    };
+    write_files(folder, {{"expected.png", encode_texels(texels, expected)},
+                         {"came.png", encode_texels(texels, came)},
+                         {"difference.png", encode_texels(texels, difference)},
+                         {"texels.txt", describe_texels(inspection, range, brightest)}});
 }
 
 }  // namespace texprobe::ctl

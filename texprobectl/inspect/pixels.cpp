@@ -150,7 +150,7 @@ Planes decode(const Image& image, std::size_t pixels) {
     return planes;
 }
 
-Planes expected_in(const Layout& layout, const Planes& sent) {
+Planes exact_in(const Layout& layout, const Planes& sent) {
     Planes expected;
     expected.channels = in_true_order(channels_in_memory(layout).value());
     for (const Channel channel : expected.channels) {
@@ -160,6 +160,11 @@ Planes expected_in(const Layout& layout, const Planes& sent) {
         if (!source && channel == Channel::kLuminance) source = sent.find(Channel::kRed);
         expected.values.push_back(source ? *source : Plane(sent.values.front().size(), 1.0));
     }
+    return expected;
+}
+
+Planes expected_in(const Layout& layout, const Planes& sent) {
+    Planes expected = exact_in(layout, sent);
     const auto steps = steps_of(layout);
     if (!steps) return expected;
     for (Plane& plane : expected.values) {

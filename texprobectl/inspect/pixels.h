@@ -59,6 +59,8 @@ Planes decode(const Image& image, std::size_t pixels = kPixels);
 /// luminance becomes red, green and blue; a missing alpha is 1; values are clamped and
 /// rounded to nearest where the layout's type has fewer steps.
 Planes expected_in(const Layout& layout, const Planes& sent);
+/// The same before values are clamped and rounded.
+Planes exact_in(const Layout& layout, const Planes& sent);
 
 }  // namespace texprobe::ctl
 

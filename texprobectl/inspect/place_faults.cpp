@@ -121,12 +121,24 @@ std::string describe_lines(const std::set<std::size_t>& lines, const std::string
 
 std::optional<std::string> find_byte_order(const ComparedImages& images) {
     const std::size_t size = element_size(images.evidence.sent.layout.type);
-    if (!comes_from_bytes(images, [=](std::size_t i) -> std::optional<std::size_t> {
-            return i - i % size + size - 1 - i % size;
-        })) {
-        return std::nullopt;
+    const auto isFrom = [&](auto source) {
+        return comes_from_bytes(
+            images, [=](std::size_t i) -> std::optional<std::size_t> { return source(i); });
+    };
+    // Where few bits came back, a shift by half an element may look the same.
+    const auto describe = [&](const char* order) {
+        const bool isEither = isFrom([=](std::size_t i) { return i - size / 2; });
+        return fmt::format("The {} of each element are in {}.", order,
+                           isEither ? fmt::format("reverse order, or the image is shifted by {} "
+                                                  "towards its end; 8 bits do not tell",
+                                                  count(size / 2, "byte"))
+                                    : "reverse order");
+    };
+    if (isFrom([=](std::size_t i) { return i - i % size + size - 1 - i % size; })) {
+        return describe("bytes");
     }
-    return "The bytes of each element are in reverse order.";
+    if (size == 4 && isFrom([](std::size_t i) { return i ^ 2; })) return describe("halves");
+    return std::nullopt;
 }
 
 std::optional<std::string> find_shift(const ComparedImages& images) {
@@ -149,7 +161,7 @@ std::optional<std::string> find_shift(const ComparedImages& images) {
                                shift > 0 ? "end" : "beginning");
         }
     }
-    for (std::ptrdiff_t bytes = 1; bytes < 16; ++bytes) {
+    for (std::ptrdiff_t bytes = 1; bytes <= 64; ++bytes) {
         for (const std::ptrdiff_t shift : {bytes, -bytes}) {
             const auto source = [=](std::size_t i) -> std::optional<std::size_t> {
                 return i - static_cast<std::size_t>(shift);
@@ -192,22 +204,51 @@ std::optional<std::string> find_stride(const ComparedImages& images) {
 }
 
 std::optional<std::string> find_turn(const ComparedImages& images) {
-    using Place = std::optional<std::size_t>;
-    const auto at = [](std::size_t row, std::size_t column) {
-        return Place(row * kColumns + column);
-    };
     constexpr std::size_t kLast = kRows - 1;
-    if (comes_from(images, [=](std::size_t i) { return at(kLast - i / kColumns, i % kColumns); })) {
-        return "The image is upside down: row 0 holds the sent row 127.";
+    const struct {
+        std::size_t (*source)(std::size_t row, std::size_t column);
+        const char* sentence;
+    } turns[] = {
+        {[](std::size_t row, std::size_t column) { return (kLast - row) * kColumns + column; },
+         "The image is upside down: row 0 holds the sent row 127."},
+        {[](std::size_t row, std::size_t column) { return row * kColumns + kLast - column; },
+         "The image is mirrored: column 0 holds the sent column 127."},
+        {[](std::size_t row, std::size_t column) { return kPixels - 1 - row * kColumns - column; },
+         "The image is turned by 180 degrees: row 0 holds the sent row 127, mirrored."},
+        {[](std::size_t row, std::size_t column) { return column * kColumns + row; },
+         "Rows and columns are exchanged: row 0 holds the sent column 0."},
+        {[](std::size_t row, std::size_t column) {
+             return (row % (kRows / 2) * 2 + row / (kRows / 2)) * kColumns + column;
+         },
+         "The even rows came before the odd ones: row 64 holds the sent row 1."},
+        {[](std::size_t, std::size_t column) { return column; }, "Each row holds the sent row 0."},
+        {[](std::size_t row, std::size_t) { return row * kColumns; },
+         "Each column holds the sent column 0."},
+    };
+    for (const auto& turn : turns) {
+        const auto source = [&](std::size_t i) {
+            return std::optional(turn.source(i / kColumns, i % kColumns));
+        };
+        if (comes_from(images, source)) return turn.sentence;
     }
-    if (comes_from(images, [=](std::size_t i) { return at(i / kColumns, kLast - i % kColumns); })) {
-        return "The image is mirrored: column 0 holds the sent column 127.";
-    }
-    if (comes_from(images, [=](std::size_t i) { return Place(kPixels - 1 - i); })) {
-        return "The image is turned by 180 degrees: row 0 holds the sent row 127, mirrored.";
-    }
-    if (comes_from(images, [=](std::size_t i) { return at(i % kColumns, i / kColumns); })) {
-        return "Rows and columns are exchanged: row 0 holds the sent column 0.";
+    return std::nullopt;
+}
+
+/// Each row for itself, as far as it has a source.
+std::optional<std::string> find_row_shift(const ComparedImages& images) {
+    for (std::size_t by = 1; by <= kColumns / 2; ++by) {
+        const auto isShifted = [&](bool isToEnd) {
+            return comes_from(images, [=](std::size_t i) -> std::optional<std::size_t> {
+                const std::size_t column = i % kColumns;
+                if (isToEnd ? column < by : column + by >= kColumns) return std::nullopt;
+                return isToEnd ? i - by : i + by;
+            });
+        };
+        for (const bool isToEnd : {true, false}) {
+            if (!isShifted(isToEnd)) continue;
+            return fmt::format("Each row is shifted by {}: column {} holds the sent column {}.",
+                               count(by, "pixel"), isToEnd ? by : 0, isToEnd ? 0 : by);
+        }
     }
     return std::nullopt;
 }
@@ -232,11 +273,21 @@ std::optional<std::string> find_part(const ComparedImages& images) {
     const std::string end = part.isEmpty ? ": nothing arrived there." : ".";
     // Some wrong pixels are right by chance.
     const auto isFilled = [&](std::size_t area) { return part.pixels * 10 >= area * 9; };
+    const auto describe = [&](const std::set<std::size_t>& wrong, const char* name) {
+        if (part.isEmpty || 2 * wrong.size() <= kRows) {
+            return "Wrong in " + describe_lines(wrong, name) + end;
+        }
+        std::set<std::size_t> right;
+        for (std::size_t line = 0; line < kRows; ++line) {
+            if (wrong.count(line) == 0) right.insert(line);
+        }
+        return "Right only in " + describe_lines(right, name) + ", without a pattern elsewhere.";
+    };
     if (part.rows.size() < kRows && isFilled(part.rows.size() * kColumns)) {
-        return "Wrong in " + describe_lines(part.rows, "row") + end;
+        return describe(part.rows, "row");
     }
     if (part.columns.size() < kColumns && isFilled(part.columns.size() * kRows)) {
-        return "Wrong in " + describe_lines(part.columns, "column") + end;
+        return describe(part.columns, "column");
     }
     if (part.pixels == 1) {
         return fmt::format("Wrong in one pixel, in row {}, column {}{}", *part.rows.begin(),

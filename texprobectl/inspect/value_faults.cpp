@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cctype>
 #include <cmath>
+#include <set>
 
 #include "inspect/faults.h"
 
@@ -26,7 +27,7 @@ std::string join(const std::vector<std::string>& parts) {
 /// The fewest bits of an integer that could hold each value, each of which is near what it should
 /// be; 0 for none.
 unsigned find_integer_bits(const Plane& expected, const Plane& returned, double resolution) {
-    for (unsigned bits = 1; bits < 16; ++bits) {
+    for (unsigned bits = 1; bits <= 16; ++bits) {
         const double steps = std::ldexp(1.0, static_cast<int>(bits)) - 1;
         // Every value lies on a grid that is as fine as the type's own.
         if (resolution * 1.5 > 1 / steps) return 0;
@@ -41,36 +42,33 @@ unsigned find_integer_bits(const Plane& expected, const Plane& returned, double 
             isOnGrid &= is_equal(step, returned[i], resolution / 2 + 1e-9) &&
                         is_equal(expected[i], returned[i], most);
             const double element = std::nearbyint(returned[i] / resolution);
-            const double lost = std::nearbyint(expected[i] / resolution) - element;
-            isCut &= std::fmod(element, cut) == 0 && lost >= 0 && lost < cut;
+            const double lost = expected[i] / resolution - element;
+            isCut &= std::fmod(element, cut) == 0 && lost > -0.5 && lost < cut;
         }
         if (isOnGrid || isCut) return bits;
     }
     return 0;
 }
 
-/// The fewest significant bits of a float that could hold each value; 0 for none.
-int find_significant_bits(const Planes& expected, const Planes& returned) {
+/// The fewest significant bits of a float that could hold each value; 0 for none, and where the
+/// type has no more.
+unsigned find_significant_bits(const Plane& expected, const Plane& returned, double resolution) {
+    const int own = -std::ilogb(resolution);
     int bits = 0;
-    for (std::size_t c = 0; c < returned.values.size(); ++c) {
-        for (std::size_t i = 0; i < kPixels; ++i) {
-            const double value = returned.values[c][i];
-            int exponent = 0;
-            const double mantissa = std::frexp(value, &exponent);
-            if (!std::isfinite(value)) return 0;
-            while (bits < 24 &&
-                   std::ldexp(mantissa, bits) != std::nearbyint(std::ldexp(mantissa, bits))) {
-                ++bits;
-            }
-            // Very small values may have lost more.
-            const double least = 0x1p-24;
-            if (!is_equal(expected.values[c][i], value,
-                          std::max(least, std::ldexp(value, 1 - bits)))) {
-                return 0;
-            }
+    for (std::size_t i = 0; i < kPixels; ++i) {
+        const double value = returned[i];
+        int exponent = 0;
+        const double mantissa = std::frexp(value, &exponent);
+        if (!std::isfinite(value)) return 0;
+        while (bits < own &&
+               std::ldexp(mantissa, bits) != std::nearbyint(std::ldexp(mantissa, bits))) {
+            ++bits;
         }
+        // Very small values may have lost more.
+        const double least = 0x1p-24;
+        if (!is_equal(expected[i], value, std::max(least, std::ldexp(value, 1 - bits)))) return 0;
     }
-    return bits < 24 ? bits : 0;
+    return bits < own ? static_cast<unsigned>(bits) : 0;
 }
 
 /// The distance of neighbouring values of the type near 1, which is where they are farthest apart.
@@ -79,6 +77,36 @@ double resolution_of(const Image& image) {
     const bool isHalf =
         bytes_per_pixel(image.layout) == 2 * channels_in_memory(image.layout)->size();
     return isHalf ? 0x1p-11 : 0x1p-24;
+}
+
+struct Precision {
+    const char* kept;
+    const char* unit;
+    unsigned (*find)(const Plane& expected, const Plane& returned, double resolution);
+};
+constexpr Precision kIntegers = {"at", "bits", find_integer_bits};
+constexpr Precision kFloats = {"as floats of", "significant bits", find_significant_bits};
+
+std::optional<std::string> describe_precision(const ComparedImages& images,
+                                              const Precision& precision) {
+    const double resolution = resolution_of(images.evidence.returned);
+    std::vector<std::string> parts;
+    std::set<unsigned> found;
+    for (std::size_t c = 0; c < images.returned.values.size(); ++c) {
+        const Plane& returned = images.returned.values[c];
+        if (are_equal(images.expected.values[c], returned, images.tolerance)) continue;
+        if (is_constant(returned)) return std::nullopt;
+        const unsigned bits = precision.find(images.exact.values[c], returned, resolution);
+        if (bits == 0) return std::nullopt;
+        found.insert(bits);
+        parts.push_back(fmt::format("{} at {}", name_of(images.returned.channels[c]), bits));
+    }
+    if (found.size() > 1 || parts.size() < images.returned.values.size()) {
+        return fmt::format("Kept {} fewer {}: {}.", precision.kept, precision.unit, join(parts));
+    }
+    const bool isHalf = &precision == &kFloats && *found.begin() == 11;
+    return fmt::format("Kept {} {} {}{}.", precision.kept, *found.begin(), precision.unit,
+                       isHalf ? ", as half floats have" : "");
 }
 
 // Channels
@@ -122,13 +150,13 @@ std::string describe_contents(const std::vector<Channel>& channels,
 
 // Other values
 
-/// Whether each returned colour is what `of` makes of the expected one, and alpha is right.
+/// Whether each returned colour is what `of` makes of the exact one, and alpha is right.
 template <class Of>
 bool are_colours_of(const ComparedImages& images, Of of) {
-    for (std::size_t c = 0; c < images.expected.values.size(); ++c) {
-        const bool isColour = is_colour(images.expected.channels[c]);
+    for (std::size_t c = 0; c < images.exact.values.size(); ++c) {
+        const bool isColour = is_colour(images.exact.channels[c]);
         for (std::size_t i = 0; i < kPixels; ++i) {
-            const double expected = images.expected.values[c][i];
+            const double expected = images.exact.values[c][i];
             const double value = isColour ? of(expected, i) : expected;
             if (!is_equal(value, images.returned.values[c][i], kNearly)) return false;
         }
@@ -152,9 +180,19 @@ struct Line {
         const double result = gain * value + offset;
         return isClamped ? std::clamp(result, 0.0, 1.0) : result;
     }
+    bool is_near(const Line& other) const {
+        return is_equal(gain, other.gain, 0.01) && is_equal(offset, other.offset, 0.005);
+    }
 };
 
-/// The line on which all returned values lie over the expected ones, but for those at the ends.
+/// Whether all returned values lie on the line over the expected ones.
+bool is_on_line(const Line& line, const Plane& expected, const Plane& returned, bool isClamped) {
+    return std::equal(expected.begin(), expected.end(), returned.begin(), [&](double x, double y) {
+        return is_equal(line.at(x, isClamped), y, kNearly);
+    });
+}
+
+/// The line on which they lie, but for those at the ends.
 std::optional<Line> find_line(const Plane& expected, const Plane& returned, bool isClamped) {
     double count = 0, x = 0, y = 0, xx = 0, xy = 0;
     for (std::size_t i = 0; i < kPixels; ++i) {
@@ -172,10 +210,7 @@ std::optional<Line> find_line(const Plane& expected, const Plane& returned, bool
     line.gain = (count * xy - x * y) / spread;
     line.offset = (y - line.gain * x) / count;
     if (std::abs(line.gain) < 0.01) return std::nullopt;
-    for (std::size_t i = 0; i < kPixels; ++i) {
-        if (!is_equal(line.at(expected[i], isClamped), returned[i], kNearly)) return std::nullopt;
-    }
-    return line;
+    return is_on_line(line, expected, returned, isClamped) ? std::optional(line) : std::nullopt;
 }
 
 std::string describe_line(const Line& line) {
@@ -186,6 +221,34 @@ std::string describe_line(const Line& line) {
     if (std::abs(line.offset) < 0.0025) return text;
     return text +
            fmt::format(" {} {:.3g}", line.offset < 0 ? "minus" : "plus", std::abs(line.offset));
+}
+
+/// One line for all channels that differ.
+std::optional<std::string> describe_gain(const ComparedImages& images, bool isClamped) {
+    std::string names;
+    std::optional<Line> line;
+    std::vector<std::size_t> constants;
+    for (std::size_t c = 0; c < images.exact.values.size(); ++c) {
+        const Plane& exact = images.exact.values[c];
+        const Plane& returned = images.returned.values[c];
+        if (are_equal(images.expected.values[c], returned, kNearly)) continue;
+        names += (names.empty() ? "" : ", ") + std::string(name_of(images.exact.channels[c]));
+        // Each line goes through one point.
+        if (is_constant(exact)) {
+            constants.push_back(c);
+            continue;
+        }
+        const auto found = find_line(exact, returned, isClamped);
+        if (!found || (line && !line->is_near(*found))) return std::nullopt;
+        line = found;
+    }
+    if (!line) return std::nullopt;
+    for (const std::size_t c : constants) {
+        if (!is_on_line(*line, images.exact.values[c], images.returned.values[c], isClamped)) {
+            return std::nullopt;
+        }
+    }
+    return capitalized(names) + " came back " + describe_line(*line) + '.';
 }
 
 }  // namespace
@@ -240,33 +303,9 @@ std::optional<std::string> find_constant(const ComparedImages& images) {
 }
 
 std::optional<std::string> find_precision(const ComparedImages& images) {
-    const double resolution = resolution_of(images.evidence.returned);
-    std::vector<std::string> parts;
-    bool isSame = true;
-    unsigned first = 0;
-    for (std::size_t c = 0; c < images.returned.values.size(); ++c) {
-        const Channel channel = images.returned.channels[c];
-        const Plane& expected = images.expected.values[c];
-        const Plane& returned = images.returned.values[c];
-        if (are_equal(expected, returned, images.tolerance)) continue;
-        const unsigned bits = find_integer_bits(expected, returned, resolution);
-        if (bits == 0) {
-            parts.clear();
-            break;
-        }
-        isSame &= first == 0 || first == bits;
-        first = bits;
-        parts.push_back(fmt::format("{} at {}", name_of(channel), bits));
-    }
-    if (!parts.empty() && isSame && parts.size() == images.returned.values.size()) {
-        return fmt::format("Kept at {} bits.", first);
-    }
-    if (!parts.empty()) return "Kept at fewer bits: " + join(parts) + ".";
-    if (steps_of(images.evidence.returned.layout)) return std::nullopt;
-    const int bits = find_significant_bits(images.expected, images.returned);
-    if (bits == 0) return std::nullopt;
-    return fmt::format("Kept as floats of {} significant bits{}.", bits,
-                       bits == 11 ? ", as half floats have" : "");
+    auto found = describe_precision(images, kIntegers);
+    if (found || steps_of(images.evidence.returned.layout)) return found;
+    return describe_precision(images, kFloats);
 }
 
 std::optional<std::string> find_small_errors(const ComparedImages& images) {
@@ -305,7 +344,7 @@ std::optional<std::string> find_srgb(const ComparedImages& images) {
 }
 
 std::optional<std::string> find_premultiplied(const ComparedImages& images) {
-    const Plane* alpha = images.expected.find(Channel::kAlpha);
+    const Plane* alpha = images.exact.find(Channel::kAlpha);
     if (!alpha || is_constant(*alpha)) return std::nullopt;
     const auto product = [&](double value, std::size_t i) { return value * (*alpha)[i]; };
     const auto quotient = [&](double value, std::size_t i) {
@@ -318,22 +357,11 @@ std::optional<std::string> find_premultiplied(const ComparedImages& images) {
 }
 
 std::optional<std::string> find_gain(const ComparedImages& images) {
-    const bool isClamped = images.analysis.steps.has_value();
-    std::string names;
-    std::string line;
-    for (std::size_t c = 0; c < images.expected.values.size(); ++c) {
-        const Plane& expected = images.expected.values[c];
-        const Plane& returned = images.returned.values[c];
-        if (are_equal(expected, returned, kNearly)) continue;
-        const auto found = find_line(expected, returned, isClamped);
-        if (!found) return std::nullopt;
-        const std::string words = describe_line(*found);
-        if (!line.empty() && words != line) return std::nullopt;
-        line = words;
-        names += (names.empty() ? "" : ", ") + std::string(name_of(images.expected.channels[c]));
+    // Floats may keep what is beyond 0 and 1.
+    if (!images.analysis.steps) {
+        if (auto found = describe_gain(images, false)) return found;
     }
-    if (line.empty()) return std::nullopt;
-    return capitalized(names) + " came back " + line + '.';
+    return describe_gain(images, true);
 }
 
 }  // namespace texprobe::ctl

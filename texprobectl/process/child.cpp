@@ -8,26 +8,32 @@ namespace texprobe::ctl {
 
 namespace {
 
+using TakeLine = std::function<bool(Stream, std::string_view)>;
+
 class ChildObserver : public RunObserver {
 public:
-    explicit ChildObserver(const Child& child) : child_(child) {}
+    explicit ChildObserver(const TakeLine& line) : line_(line) {}
 
-    bool line(Stream stream, std::string_view text) override { return child_.line(stream, text); }
+    bool line(Stream stream, std::string_view text) override { return line_(stream, text); }
     Wish look() override { return StopSignals::received() != 0 ? Wish::kStop : Wish::kGoOn; }
 
 private:
-    const Child& child_;
+    const TakeLine& line_;
 };
 
 }  // namespace
 
+RunEnd run_followed(const Program& program, const TakeLine& line) {
+    ChildObserver observer(line);
+    const RunEnd end = run_supervised(program, observer);
+    StopSignals::check();
+    return end;
+}
+
 RunEnd run_child(const Child& child) {
     std::vector<std::string> words = {kChildWord, child.task};
     words.insert(words.end(), child.arguments.begin(), child.arguments.end());
-    ChildObserver observer(child);
-    const RunEnd end = run_supervised({child.self, std::move(words), child.limit}, observer);
-    StopSignals::check();
-    return end;
+    return run_followed({child.self, std::move(words), child.limit}, child.line);
 }
 
 std::string describe_failure(const RunEnd& end, std::chrono::seconds limit) {

@@ -27,6 +27,10 @@ struct Child {
     std::function<bool(Stream, std::string_view)> line;
 };
 
+/// Runs another program to its end, likewise.
+RunEnd run_followed(const Program& program,
+                    const std::function<bool(Stream, std::string_view)>& line);
+
 /// Runs the child to its end. Throws Interrupted when a signal of StopSignals came meanwhile; the
 /// child has ended then, too.
 RunEnd run_child(const Child& child);

@@ -18,6 +18,7 @@ struct MeasureResult;
 class Merged;
 struct SurveyChoice;
 struct Times;
+struct UseInspection;
 
 /// One line for each set.
 void write_list_text(const RecordSets& all, const Terminal& terminal, std::ostream& stream);
@@ -47,6 +48,9 @@ void write_merged_text(const Merged& merged, const Terminal& terminal, std::ostr
 
 /// Its calls are many.
 void write_inspection_text(const Inspection& inspection, bool hasCalls, const Terminal& terminal,
+                           std::ostream& stream);
+/// Of a question of the survey.
+void write_inspection_text(const UseInspection& inspection, const Terminal& terminal,
                            std::ostream& stream);
 /// Of several, what each has found.
 void write_findings_text(const std::vector<Inspection>& inspections, std::ostream& stream);
