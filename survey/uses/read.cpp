@@ -30,6 +30,7 @@ public:
         : gl_(work.gl()),
           format_(work.format),
           layout_(question.layout),
+          codec_(work.format, question.layout),
           reading_(reading_of(question.use)),
           size_(size),
           part_(reading_.isPart ? size.part : size.whole()) {}
@@ -38,7 +39,7 @@ public:
         Placement placement =
             reading_.isPart ? placement_of_part(part_) : placement_of_whole(part_);
         if (reading_.isToBuffer) placement.offset = offset_in_buffer(layout_);
-        ImageMemory memory(placement, layout_);
+        ImageMemory memory(placement, codec_);
         source.texture().bind();
         const bool isInRows = reading_.isPart;
         if (isInRows) set_rows(placement);
@@ -85,9 +86,9 @@ private:
     std::string compare(const ImageMemory& memory, const TexelImage& seen) const {
         for (int y = 0; y < part_.height; ++y) {
             const unsigned char* bytes = memory.row(y);
-            for (int x = 0; x < part_.width; ++x, bytes += texel_size(layout_)) {
+            for (int x = 0; x < part_.width; ++x, bytes += codec_.texel_size()) {
                 const Texel& expected = seen.at(part_.x + x, part_.y + y);
-                const Texel came = read_texel(format_, layout_, bytes);
+                const Texel came = codec_.read_texel(bytes);
                 if (is_same(expected, came)) continue;
                 return describe_difference(format_, expected, part_.x + x, part_.y + y, came);
             }
@@ -97,7 +98,7 @@ private:
 
     bool is_same(const Texel& expected, const Texel& came) const {
         for (std::size_t c = 0; c < sampled_components(format_); ++c) {
-            const int bits = bits_in(layout_, c);
+            const int bits = codec_.bits_of(c);
             if (bits != 0 &&
                 !is_transferred(format_.kind_of(c), format_.bits[c], bits, expected[c], came[c])) {
                 return false;
@@ -109,6 +110,7 @@ private:
     const Gl& gl_;
     const Format& format_;
     const Layout layout_;
+    const TexelCodec codec_;
     const Reading reading_;
     const TriedImage& size_;
     const ImagePart part_;

@@ -12,7 +12,7 @@ void SeenTexture::renew(const Work& work) {
     constexpr int kNext = 1021;
     const Format& format = work.format;
     const SentTexels& sent = work.samples->sent(format, plain_layout(format));
-    ImageMemory memory(placement_of_whole(size_.whole()), sent.layout());
+    ImageMemory memory(placement_of_whole(size_.whole()), sent.codec());
     memory.put(sent, first_);
     texture_.bind();
     work.gl().TexSubImage2D(gl::kTexture2D, 0, 0, 0, size_.width, size_.height,

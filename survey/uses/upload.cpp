@@ -77,7 +77,7 @@ private:
     }
 
     void send(const ImagePart& part, const Placement& placement, int first) const {
-        ImageMemory memory(placement, sent_.layout());
+        ImageMemory memory(placement, sent_.codec());
         memory.put(sent_, first);
         const bool isInRows = placement.rowLength != placement.width;
         if (isInRows) set_rows(placement);
@@ -117,7 +117,7 @@ private:
             // Luminance is sampled as three components.
             const std::size_t own = format_.base == Base::kLuminance && c < 3 ? 0 : c;
             return part_.has(x, y) &&
-                   is_transferred(format_.kind_of(own), bits_in(sent_.layout(), own),
+                   is_transferred(format_.kind_of(own), sent_.codec().bits_of(own),
                                   format_.bits[own], expected[c], here[c]);
         };
         return first_mismatch(format_, came, expectedAt, isSame);
