@@ -26,6 +26,7 @@ SentTexels::SentTexels(const Format& format, const Layout& layout)
         texels_.push_back(as_sampled(format, codec_.read_texel(sent)));
     }
     texels_.insert(texels_.end(), texels_.begin(), texels_.begin() + kLongestRow);
+    accepted_ = texels_;
     const std::vector<unsigned char> again(
         bytes_.begin(), bytes_.begin() + static_cast<std::ptrdiff_t>(kLongestRow * size));
     bytes_.insert(bytes_.end(), again.begin(), again.end());

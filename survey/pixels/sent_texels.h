@@ -17,6 +17,8 @@ public:
     const TexelCodec& codec() const { return codec_; }
     /// What a shader must get, in an image that begins with texel `first` of the pattern.
     const Texel& at(int first, int x, int y) const { return texels_[index(first, x, y)]; }
+    /// What came there, and was found to be right; at first what was sent.
+    Texel& accepted(int first, int x, int y) { return accepted_[index(first, x, y)]; }
     /// The bytes from there on to the end of a row of up to 128 texels.
     const unsigned char* bytes(int first, int x, int y) const {
         return &bytes_[index(first, x, y) * codec_.texel_size()];
@@ -33,6 +35,7 @@ private:
     const Layout layout_;
     const TexelCodec codec_;
     std::vector<Texel> texels_;
+    std::vector<Texel> accepted_;
     std::vector<unsigned char> bytes_;
 };
 

@@ -19,10 +19,11 @@ void SeenTexture::renew(const Work& work) {
                             sent.layout().format, sent.layout().type, memory.begin());
     trouble_ = take_errors(work.gl());
     seen_ = work.judge.look(texture_, format, 0, size_.width, size_.height);
+    accepted_.clear();
     first_ += kNext;
 }
 
-const SentTexels& TransferSamples::sent(const Format& format, const Layout& layout) {
+SentTexels& TransferSamples::sent(const Format& format, const Layout& layout) {
     return sent_.try_emplace({layout.format, layout.type}, format, layout).first->second;
 }
 

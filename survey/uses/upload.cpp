@@ -1,5 +1,7 @@
 // Texels on their way into a texture.
 
+#include <algorithm>
+
 #include "uses/transfer_uses.h"
 
 namespace texprobe::survey {
@@ -108,19 +110,40 @@ private:
     }
 
     std::string compare(const TexelImage& before, const TexelImage& came) const {
-        const auto expectedAt = [&](int x, int y) -> const Texel& {
-            return part_.has(x, y) ? sent_.at(kFirstOfImage, x - part_.x, y - part_.y)
-                                   : before.at(x, y);
-        };
-        const auto isSame = [&](std::size_t c, const Texel& expected, const Texel& here, int x,
-                                int y) {
+        for (int y = 0; y < came.height; ++y) {
+            for (int x = 0; x < came.width; ++x) {
+                const Texel& here = came.at(x, y);
+                const bool isInPart = part_.has(x, y);
+                const Texel& expected =
+                    isInPart ? sent_.at(kFirstOfImage, x - part_.x, y - part_.y) : before.at(x, y);
+                const bool isRight = isInPart
+                                         ? has_arrived(x - part_.x, y - part_.y, expected, here)
+                                         : has_stayed(expected, here);
+                if (!isRight) return describe_difference(format_, expected, x, y, here);
+            }
+        }
+        return "";
+    }
+
+    bool has_stayed(const Texel& before, const Texel& here) const {
+        const auto end = before.begin() + static_cast<std::ptrdiff_t>(sampled_components(format_));
+        return std::equal(before.begin(), end, here.begin());
+    }
+
+    /// The same texels come again and again, and are judged once.
+    bool has_arrived(int x, int y, const Texel& expected, const Texel& here) const {
+        Texel& accepted = sent_.accepted(kFirstOfImage, x, y);
+        if (here == accepted) return true;
+        for (std::size_t c = 0; c < sampled_components(format_); ++c) {
             // Luminance is sampled as three components.
             const std::size_t own = format_.base == Base::kLuminance && c < 3 ? 0 : c;
-            return part_.has(x, y) &&
-                   is_transferred(format_.kind_of(own), sent_.codec().bits_of(own),
-                                  format_.bits[own], expected[c], here[c]);
-        };
-        return first_mismatch(format_, came, expectedAt, isSame);
+            if (!is_transferred(format_.kind_of(own), sent_.codec().bits_of(own), format_.bits[own],
+                                expected[c], here[c])) {
+                return false;
+            }
+        }
+        accepted = here;
+        return true;
     }
 
     const Work& work_;
@@ -129,7 +152,7 @@ private:
     const Sending sending_;
     const TriedImage& size_;
     const ImagePart part_;
-    const SentTexels& sent_;
+    SentTexels& sent_;
     const Texture texture_;
 };
 
