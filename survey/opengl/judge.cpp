@@ -224,14 +224,14 @@ bool Judge::sees_what_it_draws() const {
     return look(texture, bits_, 0, kSize, kSize).texels == image.texels;
 }
 
-std::string Judge::check() const {
+std::string Judge::check() {
     const bool seesClears = sees_clear("GL_RGBA32UI", {0, 1, 4294967295.0, 0x40490FDB}) &&
                             sees_clear("GL_RGBA32I", {0, -1, 2147483647.0, 5}) &&
                             sees_clear("GL_RGBA8", {0, 1, 1, 0});
     if (!seesClears) return "the judge sees a known clear otherwise";
     if (!sees_what_it_draws()) return "the judge draws other bits than it was given";
-    const std::string errors = take_errors(gl_);
-    return errors.empty() ? "" : "the judge has caused " + errors;
+    errors_ = take_errors(gl_);
+    return errors_.empty() ? "" : "the judge has caused " + names_of(errors_);
 }
 
 }  // namespace texprobe::survey

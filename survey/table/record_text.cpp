@@ -4,6 +4,7 @@
 #include <cstring>
 #include <iterator>
 #include <sstream>
+#include <utility>
 #include <vector>
 
 namespace texprobe::survey {
@@ -11,7 +12,8 @@ namespace texprobe::survey {
 namespace {
 
 constexpr const char* kMeasuring = "measuring\n";
-constexpr const char* kAgain = "again";  // What is said of a use that is tried again.
+constexpr const char* kStarted = "started";
+constexpr const char* kAgain = "again";
 
 /// Records hold ASCII, and a use is one line.
 std::string printable(std::string text) {
@@ -37,13 +39,17 @@ bool read_line(const std::string& line, FormatRecord* record) {
     std::istringstream head(line.substr(0, colon));
     std::vector<std::string> words(std::istream_iterator<std::string>(head), {});
     if (words.size() < 2) return false;
+    const bool isStarted = words.back() == kStarted;
     const auto verdict = find_verdict(words.back());
     words.pop_back();
-    if (!verdict) return false;
+    if (!verdict && !isStarted) return false;
     const auto question = find_question(words);
     if (!question) return true;
     const std::string text = colon == std::string::npos ? "" : line.substr(colon + 2);
-    return record->uses.insert({*question, {*verdict, text}}).second;
+    if (!isStarted) return record->uses.insert({*question, {*verdict, text}}).second;
+    if (record->underWay) return false;
+    record->underWay = UnderWay{*question, text == kAgain};
+    return true;
 }
 
 }  // namespace
@@ -53,6 +59,11 @@ std::string write_record(const FormatRecord& record) {
     for (const auto& [question, judged] : record.uses) {
         text += name_of(question) + ' ' + name_of(judged.verdict);
         if (!judged.text.empty()) text += ": " + printable(judged.text);
+        text += '\n';
+    }
+    if (record.underWay) {
+        text += name_of(record.underWay->question) + ' ' + kStarted;
+        if (record.underWay->isAgain) text += std::string(": ") + kAgain;
         text += '\n';
     }
     return text;
@@ -65,37 +76,32 @@ std::optional<FormatRecord> read_record(const std::string& text) {
     for (std::string line; std::getline(stream, line);) {
         if (!read_line(line, &record)) return std::nullopt;
     }
-    return record;
+    const bool isBoth = record.underWay && record.uses.count(record.underWay->question) != 0;
+    return isBoth ? std::nullopt : std::optional(std::move(record));
 }
 
 bool is_complete(const Format& format, Profile profile, const FormatRecord& record) {
     const std::vector<Question> questions = questions_of(format, profile);
     return !record.isMeasuring &&
-           std::all_of(questions.begin(), questions.end(), [&](const Question& question) {
-               const auto found = record.uses.find(question);
-               return found != record.uses.end() && found->second.verdict != Verdict::kStarted;
-           });
+           std::all_of(questions.begin(), questions.end(),
+                       [&](const Question& question) { return record.uses.count(question) != 0; });
 }
 
 FormatRecord after_end(FormatRecord record) {
-    for (auto& [use, judged] : record.uses) {
-        if (judged == Judged{Verdict::kStarted, kAgain}) judged = {Verdict::kCrashed, ""};
+    if (record.underWay && record.underWay->isAgain) {
+        record.uses[record.underWay->question] = {Verdict::kCrashed, ""};
     }
     return after_outside_end(std::move(record));
 }
 
 FormatRecord after_outside_end(FormatRecord record) {
     record.isMeasuring = false;
-    for (auto use = record.uses.begin(); use != record.uses.end();) {
-        use = use->second.verdict == Verdict::kStarted ? record.uses.erase(use) : std::next(use);
-    }
+    record.underWay.reset();
     return record;
 }
 
-Judged begin_use(const FormatRecord& left, const Question& question) {
-    const auto found = left.uses.find(question);
-    const bool isLeft = found != left.uses.end() && found->second.verdict == Verdict::kStarted;
-    return {Verdict::kStarted, isLeft ? kAgain : ""};
+UnderWay begin_use(const FormatRecord& left, const Question& question) {
+    return {question, left.underWay && left.underWay->question == question};
 }
 
 }  // namespace texprobe::survey

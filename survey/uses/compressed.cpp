@@ -117,8 +117,8 @@ Finding try_way(const Work& work, const BlockWay& way, const Area& image, const 
     const Texture texture(work.gl());
     make_texture(work, way, image, before);
     if (area.width != 0) send_blocks(work, area, sent, way.isFromBuffer);
-    const std::string errors = take_errors(work.gl());
-    if (!errors.empty()) return refused(name + errors);
+    const Errors errors = take_errors(work.gl());
+    if (!errors.empty()) return with_errors(refused(name), errors);
     const int side = format.block.side;
     const TexelImage expected = make_image(before.width, before.height, [&](int column, int row) {
         return area.has(column * side, row * side) ? sent.at(column, row) : before.at(column, row);

@@ -71,8 +71,8 @@ Finding filter(const Work& work) {
     const std::string difference = first_difference(
         format, came, [&](int x, int) -> const Texel& { return at(x).value; },
         [&](std::size_t c, const Texel&, int x, int) { return at(x).allowed[c]; });
-    const std::string errors = take_errors(work.gl());
-    if (!errors.empty()) return refused("sampling gives " + errors);
+    const Errors errors = take_errors(work.gl());
+    if (!errors.empty()) return with_errors(refused("sampling gives "), errors);
     return of_difference(difference, "quarters between texels: ");
 }
 

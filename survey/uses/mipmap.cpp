@@ -128,8 +128,8 @@ Finding try_base(const Work& work, const MipmapBase& base) {
     texture.bind();
     texture.set(gl::kMaxLevel, base.lastLevel);
     work.gl().GenerateMipmap(gl::kTexture2D);
-    const std::string errors = take_errors(work.gl());
-    if (!errors.empty()) return refused("glGenerateMipmap gives " + errors);
+    const Errors errors = take_errors(work.gl());
+    if (!errors.empty()) return with_errors(refused("glGenerateMipmap gives "), errors);
     for (int level = 1; level <= base.lastLevel; ++level) {
         const int width = std::max(1, base.width >> level);
         const int height = std::max(1, base.height >> level);

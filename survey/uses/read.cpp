@@ -47,9 +47,9 @@ public:
         if (isInRows) set_rows(placement);
         const bool isMapped = receive(&memory);
         if (isInRows) set_rows({});
-        const std::string errors = take_errors(gl_);
+        const Errors errors = take_errors(gl_);
         const std::string call = reading_.isGet ? "glGetTexImage" : "glReadPixels";
-        if (!errors.empty()) return refused(call + " gives " + errors);
+        if (!errors.empty()) return with_errors(refused(call + " gives "), errors);
         if (!isMapped) return cannot_tell("the buffer cannot be mapped");
         const std::string difference = compare(memory, &source);
         if (!difference.empty()) return of_difference(difference, size_.name());
@@ -142,8 +142,8 @@ std::string who_promises_beside(const Gl& gl, const Layout& layout) {
 
 Finding read_image(const Work& work, const Question& question, const TriedImage& size) {
     SeenTexture& source = work.samples->seen_texture(work, size);
-    if (!source.trouble().empty()) {
-        return cannot_tell("nothing can be sent to the texture: " + source.trouble());
+    if (!source.errors().empty()) {
+        return with_errors(cannot_tell("nothing can be sent to the texture: "), source.errors());
     }
     const Receiving receiving(work, question, size);
     const bool isEs = work.context.facts.profile == Profile::kEs;

@@ -17,7 +17,7 @@ void SeenTexture::renew(const Work& work) {
     texture_.bind();
     work.gl().TexSubImage2D(gl::kTexture2D, 0, 0, 0, size_.width, size_.height,
                             sent.layout().format, sent.layout().type, memory.begin());
-    trouble_ = take_errors(work.gl());
+    errors_ = take_errors(work.gl());
     seen_ = work.judge.look(texture_, format, 0, size_.width, size_.height);
     accepted_.clear();
     first_ += kNext;

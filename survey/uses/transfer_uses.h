@@ -61,8 +61,8 @@ public:
 
     const Texture& texture() const { return texture_; }
     const TexelImage& seen() const { return seen_; }
-    /// What OpenGL said when the texels were sent; empty for nothing.
-    const std::string& trouble() const { return trouble_; }
+    /// What OpenGL said when the texels were sent.
+    const Errors& errors() const { return errors_; }
     /// Sends other texels, and looks at them.
     void renew(const Work& work);
 
@@ -77,7 +77,7 @@ private:
     int first_ = 0;  ///< Texel of the pattern.
     TexelImage seen_;
     std::map<std::pair<unsigned, unsigned>, std::vector<unsigned char>> accepted_;
-    std::string trouble_;
+    Errors errors_;
 };
 
 /// What the transfers of one format need again and again, made when it is first asked for.

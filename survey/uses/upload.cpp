@@ -44,8 +44,10 @@ public:
     Finding run() {
         if (!sending_.isDefinition) {
             make_texture();
-            const std::string errors = take_errors(gl_);
-            if (!errors.empty()) return refused("the texture's definition gives " + errors);
+            const Errors errors = take_errors(gl_);
+            if (!errors.empty()) {
+                return with_errors(refused("the texture's definition gives "), errors);
+            }
         }
         TexelImage before;
         if (sending_.isPart) {
@@ -57,10 +59,10 @@ public:
             sending_.isPart ? placement_of_part(part_) : placement_of_whole(part_);
         if (sending_.isFromBuffer) placement.offset = offset_in_buffer(sent_.layout());
         send(part_, placement, kFirstOfImage);
-        const std::string errors = take_errors(gl_);
+        const Errors errors = take_errors(gl_);
         if (!errors.empty()) {
-            return refused(std::string(sending_.isDefinition ? "glTexImage2D" : "glTexSubImage2D") +
-                           " gives " + errors);
+            const char* const call = sending_.isDefinition ? "glTexImage2D" : "glTexSubImage2D";
+            return with_errors(refused(std::string(call) + " gives "), errors);
         }
         return of_difference(compare(before, look()), size_.name());
     }

@@ -43,7 +43,7 @@ protected:
             FormatRecord record;
             for (const Question& question : questions_of(format, profile)) {
                 if (!isAsked(question)) continue;
-                record.uses[question] = answer(work, question, record);
+                record.uses[question] = answer(work, question, record).judged;
                 const Verdict verdict = record.uses[question].verdict;
                 if (verdict == Verdict::kYes) continue;
                 found[std::string(name) + ' ' + name_of(question)] = name_of(verdict);

@@ -348,7 +348,7 @@ TEST(SurveyTransfer, lies_in_memory_as_it_is_told_and_leaves_the_rest) {
     const Format& format = format_named("GL_R8");
     const Layout layout = layout_named("GL_RED", "GL_UNSIGNED_BYTE");
     const SentTexels sent(format, layout);
-    ImageMemory memory({3, 2, 5, 1, 2, 7}, layout);
+    ImageMemory memory({3, 2, 5, 1, 2, 7}, sent.codec());
     memory.put(sent, 0);
     EXPECT_TRUE(memory.is_untouched_around());
     // Behind seven bytes, two rows of five texels, and one texel.
