@@ -66,31 +66,12 @@ std::uint32_t bits_of(double value, const Format& format) {
     return bits;
 }
 
-template <typename Function>
-TexelImage image_of(int width, int height, const std::vector<std::uint32_t>& bits,
-                    Function valueOf) {
-    TexelImage image = {width, height, std::vector<Texel>(bits.size() / 4)};
-    const std::uint32_t* next = bits.data();
-    for (Texel& texel : image.texels) {
-        for (double& component : texel) component = valueOf(*next++);
-    }
-    return image;
-}
-
-TexelImage image_of_bits(int width, int height, const std::vector<std::uint32_t>& bits,
-                         const Format& format) {
-    if (format.kind == Kind::kUint) {
-        return image_of(width, height, bits, [](std::uint32_t word) { return word; });
-    }
-    if (format.kind == Kind::kInt) {
-        return image_of(width, height, bits,
-                        [](std::uint32_t word) { return static_cast<std::int32_t>(word); });
-    }
-    return image_of(width, height, bits, [](std::uint32_t word) {
-        float number = 0;
-        std::memcpy(&number, &word, sizeof number);
-        return number;
-    });
+double value_of(std::uint32_t bits, const Format& format) {
+    if (format.kind == Kind::kUint) return bits;
+    if (format.kind == Kind::kInt) return static_cast<std::int32_t>(bits);
+    float number = 0;
+    std::memcpy(&number, &bits, sizeof number);
+    return number;
 }
 
 unsigned compile(const Gl& gl, Enum type, const std::string& text) {
@@ -164,7 +145,12 @@ TexelImage Judge::judge_with(const std::string& body, const Texture& texture, co
     run(body, texture, level, width, height);
     std::vector<std::uint32_t> bits(static_cast<unsigned>(width * height * 4));
     gl_.ReadPixels(0, 0, width, height, gl::kRgbaInteger, gl::kUnsignedInt, bits.data());
-    return image_of_bits(width, height, bits, format);
+    TexelImage image = {width, height, std::vector<Texel>(bits.size() / 4)};
+    const std::uint32_t* next = bits.data();
+    for (Texel& texel : image.texels) {
+        for (double& component : texel) component = value_of(*next++, format);
+    }
+    return image;
 }
 
 TexelImage Judge::look(const Texture& texture, const Format& format, int level, int width,

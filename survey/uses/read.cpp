@@ -101,7 +101,7 @@ private:
                 return describe_difference(format_, expected, part_.x + x, part_.y + y, came);
             }
         }
-        if (!reading_.isPart) {
+        if (!reading_.isPart && accepted.empty()) {
             // Rows without gaps.
             accepted.assign(memory.row(0), memory.row(part_.height - 1) + rowSize);
         }

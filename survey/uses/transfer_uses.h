@@ -31,7 +31,7 @@ struct TriedImage {
     int height;
     ImagePart part;
 
-    ImagePart whole() const { return {0, 0, width, height}; }
+    constexpr ImagePart whole() const { return {0, 0, width, height}; }
     std::string name() const {
         return std::to_string(width) + " x " + std::to_string(height) + ": ";
     }
