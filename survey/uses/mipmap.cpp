@@ -106,6 +106,7 @@ std::string compare_level(const Format& format, const MipmapBase& base, int leve
                           const Texel& oneColor, const TexelImage& came) {
     const int count = base.isAlongX ? came.width : came.height;
     std::vector<LevelTexel> texels;
+    texels.reserve(static_cast<std::size_t>(count));
     for (int i = 0; i < count; ++i) {
         texels.push_back(base.isRamp ? level_texel(format, base, level, i, count)
                                      : LevelTexel{oneColor, {}});

@@ -91,7 +91,7 @@ private:
         std::vector<unsigned char>& accepted = source->accepted(layout_);
         for (int y = 0; y < part_.height; ++y) {
             const unsigned char* bytes = memory.row(y);
-            const auto place = static_cast<std::size_t>((part_.y + y) * size_.width + part_.x);
+            const auto place = static_cast<unsigned>((part_.y + y) * size_.width + part_.x);
             const bool isKnown =
                 !accepted.empty() && std::memcmp(bytes, &accepted[place * size], rowSize) == 0;
             for (int x = 0; x < part_.width && !isKnown; ++x, bytes += size) {
