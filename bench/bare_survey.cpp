@@ -48,7 +48,7 @@ void survey_profile(GLint rendererID, Profile profile) {
         const Work work(context, judge, format);
         for (const Question& question : questions_of(format, profile)) {
             const double begin = processor_seconds();
-            record.uses[question] = answer(work, question, record);
+            record.uses[question] = answer(work, question, record).judged;
             secondsOfUses[static_cast<std::size_t>(question.use)] += processor_seconds() - begin;
         }
     }

@@ -145,12 +145,12 @@ TexelImage Judge::judge_with(const std::string& body, const Texture& texture, co
     run(body, texture, level, width, height);
     std::vector<std::uint32_t> bits(static_cast<unsigned>(width * height * 4));
     gl_.ReadPixels(0, 0, width, height, gl::kRgbaInteger, gl::kUnsignedInt, bits.data());
+    TexelImage image = {width, height, std::vector<Texel>(bits.size() / 4)};
     const std::uint32_t* next = bits.data();
-    return make_image(width, height, [&](int, int) {
-        Texel texel;
+    for (Texel& texel : image.texels) {
         for (double& component : texel) component = value_of(*next++, format);
-        return texel;
-    });
+    }
+    return image;
 }
 
 TexelImage Judge::look(const Texture& texture, const Format& format, int level, int width,
@@ -210,14 +210,14 @@ bool Judge::sees_what_it_draws() const {
     return look(texture, bits_, 0, kSize, kSize).texels == image.texels;
 }
 
-std::string Judge::check() const {
+std::string Judge::check() {
     const bool seesClears = sees_clear("GL_RGBA32UI", {0, 1, 4294967295.0, 0x40490FDB}) &&
                             sees_clear("GL_RGBA32I", {0, -1, 2147483647.0, 5}) &&
                             sees_clear("GL_RGBA8", {0, 1, 1, 0});
     if (!seesClears) return "the judge sees a known clear otherwise";
     if (!sees_what_it_draws()) return "the judge draws other bits than it was given";
-    const std::string errors = take_errors(gl_);
-    return errors.empty() ? "" : "the judge has caused " + errors;
+    errors_ = take_errors(gl_);
+    return errors_.empty() ? "" : "the judge has caused " + names_of(errors_);
 }
 
 }  // namespace texprobe::survey

@@ -28,6 +28,8 @@ public:
 
     /// Why nothing can be judged here; empty if it can.
     const std::string& trouble() const { return trouble_; }
+    /// The errors that it names.
+    const Errors& errors() const { return errors_; }
 
     /// The texels of one level of the texture, which is bound afterwards.
     TexelImage look(const Texture& texture, const Format& format, int level, int width,
@@ -46,7 +48,7 @@ private:
              int height) const;
     TexelImage judge_with(const std::string& body, const Texture& texture, const Format& format,
                           int level, int width, int height) const;
-    std::string check() const;
+    std::string check();
     bool sees_clear(const char* name, const Texel& color) const;
     bool sees_what_it_draws() const;
 
@@ -55,6 +57,7 @@ private:
     const Format& bits_;  ///< GL_RGBA32UI.
     mutable std::map<std::string, unsigned> programs_;
     std::string trouble_;
+    Errors errors_;
 };
 
 }  // namespace texprobe::survey

@@ -70,7 +70,7 @@ void set_state(const SurveyContext& context) {
     }
 }
 
-const char* name_of_error(Enum error) {
+std::string name_of_error(Enum error) {
     static constexpr const char* kNames[] = {"GL_INVALID_ENUM",
                                              "GL_INVALID_VALUE",
                                              "GL_INVALID_OPERATION",
@@ -117,21 +117,25 @@ ProfileContext::~ProfileContext() {
     if (pixelFormat_) CGLDestroyPixelFormat(pixelFormat_);
 }
 
-std::string take_errors(const Gl& gl) {
+Errors take_errors(const Gl& gl) {
     constexpr int kMost = 16;  // A lost context may report its loss for ever.
-    std::string text;
+    Errors errors;
     for (int i = 0; i < kMost; ++i) {
         const Enum error = gl.GetError();
         if (error == gl::kNoError) break;
-        const std::string name = name_of_error(error);
-        if (text.find(name) == std::string::npos) text += (text.empty() ? "" : ", ") + name;
+        errors.insert(error);
     }
-    return text;
+    return errors;
 }
 
-bool is_from_outside(const std::string& errors) {
-    return errors.find("GL_OUT_OF_MEMORY") != std::string::npos ||
-           errors.find("GL_CONTEXT_LOST") != std::string::npos;
+std::string names_of(const Errors& errors) {
+    std::string names;
+    for (const Enum error : errors) names += (names.empty() ? "" : ", ") + name_of_error(error);
+    return names;
+}
+
+bool is_from_outside(const Errors& errors) {
+    return errors.count(gl::kOutOfMemory) != 0 || errors.count(gl::kContextLost) != 0;
 }
 
 }  // namespace texprobe::survey

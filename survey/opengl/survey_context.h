@@ -9,6 +9,7 @@
 
 #include "opengl/gl_functions.h"
 #include "table/promises.h"
+#include "table/survey_verdicts.h"
 
 namespace texprobe::survey {
 
@@ -47,11 +48,14 @@ private:
     bool isCurrent_ = false;
 };
 
-/// The names of the errors since the last call, joined by commas; empty for none.
-std::string take_errors(const Gl& gl);
+/// The errors since the last call.
+Errors take_errors(const Gl& gl);
 
-/// An error that says nothing of the format: the memory is used up, or the context is lost.
-bool is_from_outside(const std::string& errors);
+/// Joined by commas.
+std::string names_of(const Errors& errors);
+
+/// Errors that say nothing of the format: the memory is used up, or the context is lost.
+bool is_from_outside(const Errors& errors);
 
 }  // namespace texprobe::survey
 

@@ -17,21 +17,23 @@ unsigned char other_byte(std::size_t place) {
 
 }  // namespace
 
-SentTexels::SentTexels(const Format& format, const Layout& layout) : layout_(layout) {
+SentTexels::SentTexels(const Format& format, const Layout& layout)
+    : layout_(layout), codec_(format, layout) {
+    const std::size_t size = codec_.texel_size();
     for (int i = 0; i < kPeriod; ++i) {
-        append_texel(format, layout, pattern(format, i % 64, i / 64), &bytes_);
-        const std::size_t begin = bytes_.size() - texel_size(layout);
-        texels_.push_back(as_sampled(format, read_texel(format, layout, &bytes_[begin])));
+        codec_.append_texel(pattern(format, i % 64, i / 64), &bytes_);
+        const unsigned char* const sent = &bytes_[bytes_.size() - size];
+        texels_.push_back(as_sampled(format, codec_.read_texel(sent)));
     }
     texels_.insert(texels_.end(), texels_.begin(), texels_.begin() + kLongestRow);
+    accepted_ = texels_;
     const std::vector<unsigned char> again(
-        bytes_.begin(),
-        bytes_.begin() + static_cast<std::ptrdiff_t>(kLongestRow * texel_size(layout)));
+        bytes_.begin(), bytes_.begin() + static_cast<std::ptrdiff_t>(kLongestRow * size));
     bytes_.insert(bytes_.end(), again.begin(), again.end());
 }
 
-ImageMemory::ImageMemory(const Placement& placement, const Layout& layout)
-    : placement_(placement), texelSize_(texel_size(layout)) {
+ImageMemory::ImageMemory(const Placement& placement, const TexelCodec& codec)
+    : placement_(placement), texelSize_(codec.texel_size()) {
     bytes_.resize(row_offset(placement.height - 1) + row_size() + kBytesBehind);
     for (std::size_t i = 0; i < bytes_.size(); ++i) bytes_[i] = other_byte(i);
 }

@@ -14,11 +14,14 @@ public:
     SentTexels(const Format& format, const Layout& layout);
 
     const Layout& layout() const { return layout_; }
+    const TexelCodec& codec() const { return codec_; }
     /// What a shader must get, in an image that begins with texel `first` of the pattern.
     const Texel& at(int first, int x, int y) const { return texels_[index(first, x, y)]; }
+    /// What came there, and was found to be right; at first what was sent.
+    Texel& accepted(int first, int x, int y) { return accepted_[index(first, x, y)]; }
     /// The bytes from there on to the end of a row of up to 128 texels.
     const unsigned char* bytes(int first, int x, int y) const {
-        return &bytes_[index(first, x, y) * texel_size(layout_)];
+        return &bytes_[index(first, x, y) * codec_.texel_size()];
     }
 
 private:
@@ -30,7 +33,9 @@ private:
     static constexpr int kPeriod = 64 * 64;
 
     const Layout layout_;
+    const TexelCodec codec_;
     std::vector<Texel> texels_;
+    std::vector<Texel> accepted_;
     std::vector<unsigned char> bytes_;
 };
 
@@ -47,7 +52,7 @@ struct Placement {
 /// Memory with room for such an image, and other bytes before, between and behind its rows.
 class ImageMemory {
 public:
-    ImageMemory(const Placement& placement, const Layout& layout);
+    ImageMemory(const Placement& placement, const TexelCodec& codec);
 
     std::vector<unsigned char>& bytes() { return bytes_; }
     const std::vector<unsigned char>& bytes() const { return bytes_; }

@@ -149,17 +149,6 @@ std::size_t component_of(const LayoutFormat& format, std::size_t place) {
     return static_cast<std::size_t>(format.components[place] - '0');
 }
 
-std::uint32_t packed_word(const Format& format, const Layout& layout, const Texel& texel) {
-    const LayoutType& type = type_of(layout);
-    const LayoutFormat& order = format_of(layout);
-    std::uint32_t word = format.base == Base::kDepthStencil ? kStencil : 0;
-    for (std::size_t place = 0; order.components[place] != 0; ++place) {
-        const std::size_t c = component_of(order, place);
-        word |= integer_of(format, c, texel[c], type.packed[place]) << shift_of(type, place);
-    }
-    return word;
-}
-
 bool is_packed_float(unsigned type) {
     return type == kType101111Rev || type == kType5999Rev;
 }
@@ -175,67 +164,68 @@ Layout plain_layout(const Format& format) {
     return plain;
 }
 
-std::size_t texel_size(const Layout& layout) {
-    const LayoutType& type = type_of(layout);
-    const bool isOneWord = type.is_packed() || type.value == kTypeFloat248Rev;
-    const std::size_t words = isOneWord ? 1 : std::strlen(format_of(layout).components);
-    return words * static_cast<std::size_t>(type.bytes);
+TexelCodec::TexelCodec(const Format& format, const Layout& layout)
+    : format_(format),
+      order_(format_of(layout)),
+      type_(type_of(layout)),
+      places_(std::strlen(order_.components)) {
+    const bool isOneWord = type_.is_packed() || type_.value == kTypeFloat248Rev;
+    size_ = (isOneWord ? 1 : places_) * static_cast<std::size_t>(type_.bytes);
+    for (std::size_t place = 0; place < places_; ++place) {
+        const int bits = type_.is_packed() ? type_.packed[place] : 8 * type_.bytes;
+        bits_[component_of(order_, place)] = bits;
+    }
 }
 
-int bits_in(const Layout& layout, std::size_t component) {
-    const LayoutType& type = type_of(layout);
-    const LayoutFormat& order = format_of(layout);
-    for (std::size_t place = 0; order.components[place] != 0; ++place) {
-        if (component_of(order, place) != component) continue;
-        return type.is_packed() ? type.packed[place] : 8 * type.bytes;
+std::uint32_t TexelCodec::packed_word(const Texel& texel) const {
+    if (type_.value == kType101111Rev) return packed_floats(texel);
+    if (type_.value == kType5999Rev) return shared_exponent(texel);
+    std::uint32_t word = format_.base == Base::kDepthStencil ? kStencil : 0;
+    for (std::size_t place = 0; place < places_; ++place) {
+        const std::size_t c = component_of(order_, place);
+        word |= integer_of(format_, c, texel[c], type_.packed[place]) << shift_of(type_, place);
     }
-    return 0;
+    return word;
 }
 
-void append_texel(const Format& format, const Layout& layout, const Texel& texel, Bytes* bytes) {
-    const LayoutType& type = type_of(layout);
-    const LayoutFormat& order = format_of(layout);
-    if (type.is_packed()) {
-        const std::uint32_t word = type.value == kType101111Rev ? packed_floats(texel)
-                                   : type.value == kType5999Rev
-                                       ? shared_exponent(texel)
-                                       : packed_word(format, layout, texel);
-        return type.bytes == 2 ? append(bytes, static_cast<std::uint16_t>(word))
-                               : append(bytes, word);
+void TexelCodec::append_texel(const Texel& texel, Bytes* bytes) const {
+    if (type_.is_packed()) {
+        const std::uint32_t word = packed_word(texel);
+        return type_.bytes == 2 ? append(bytes, static_cast<std::uint16_t>(word))
+                                : append(bytes, word);
     }
-    for (std::size_t place = 0; order.components[place] != 0; ++place) {
-        const std::size_t c = component_of(order, place);
-        append_component(format, c, type, texel[c], bytes);
+    for (std::size_t place = 0; place < places_; ++place) {
+        const std::size_t c = component_of(order_, place);
+        append_component(format_, c, type_, texel[c], bytes);
     }
-    if (type.value == kTypeFloat248Rev) append(bytes, kStencil);
+    if (type_.value == kTypeFloat248Rev) append(bytes, kStencil);
 }
 
-Texel read_texel(const Format& format, const Layout& layout, const unsigned char* bytes) {
-    const LayoutType& type = type_of(layout);
-    const LayoutFormat& order = format_of(layout);
+Texel TexelCodec::read_texel(const unsigned char* bytes) const {
     Texel texel = {0, 0, 0, 1};
-    const std::uint32_t word = !type.is_packed() ? 0
-                               : type.bytes == 2 ? take<std::uint16_t>(bytes)
-                                                 : take<std::uint32_t>(bytes);
-    if (is_packed_float(type.value)) return texel_of_packed(type.value, word);
-    for (std::size_t place = 0; order.components[place] != 0; ++place) {
-        const std::size_t c = component_of(order, place);
-        if (type.is_packed()) {
-            const int bits = type.packed[place];
-            const std::uint32_t number = word >> shift_of(type, place) & ((1u << bits) - 1);
-            texel[c] = value_of_integer(format, c, number, bits);
+    const std::uint32_t word = !type_.is_packed() ? 0
+                               : type_.bytes == 2 ? take<std::uint16_t>(bytes)
+                                                  : take<std::uint32_t>(bytes);
+    if (is_packed_float(type_.value)) return texel_of_packed(type_.value, word);
+    for (std::size_t place = 0; place < places_; ++place) {
+        const std::size_t c = component_of(order_, place);
+        if (type_.is_packed()) {
+            const int bits = type_.packed[place];
+            const std::uint32_t number = word >> shift_of(type_, place) & ((1u << bits) - 1);
+            texel[c] = value_of_integer(format_, c, number, bits);
         } else {
-            texel[c] =
-                component_at(format, c, type, bytes + place * static_cast<std::size_t>(type.bytes));
+            texel[c] = component_at(format_, c, type_, bytes);
+            bytes += type_.bytes;
         }
     }
-    return format.base == Base::kLuminance ? as_sampled(format, texel) : texel;
+    return format_.base == Base::kLuminance ? as_sampled(format_, texel) : texel;
 }
 
 Bytes bytes_of(const Format& format, const Layout& layout, const TexelImage& image) {
+    const TexelCodec codec(format, layout);
     Bytes bytes;
-    bytes.reserve(image.texels.size() * texel_size(layout));
-    for (const Texel& texel : image.texels) append_texel(format, layout, texel, &bytes);
+    bytes.reserve(image.texels.size() * codec.texel_size());
+    for (const Texel& texel : image.texels) codec.append_texel(texel, &bytes);
     return bytes;
 }
 

@@ -59,19 +59,17 @@ std::string describe(const FormatRecord& record) {
 
 /// A process has ended in one of its uses.
 bool is_deadly(const FormatRecord& record) {
-    return record.isMeasuring ||
+    return record.isMeasuring || record.underWay ||
            std::any_of(record.uses.begin(), record.uses.end(), [](const auto& use) {
                const Verdict verdict = use.second.verdict;
-               return verdict == Verdict::kStarted || verdict == Verdict::kCrashed ||
-                      verdict == Verdict::kHung;
+               return verdict == Verdict::kCrashed || verdict == Verdict::kHung;
            });
 }
 
 /// Whoever has ended the run knows that what was under way hung.
 FormatRecord with_hangs(FormatRecord left) {
-    for (auto& [question, judged] : left.uses) {
-        if (judged.verdict == Verdict::kStarted) judged = {Verdict::kHung, ""};
-    }
+    if (left.underWay) left.uses[left.underWay->question] = {Verdict::kHung, ""};
+    left.underWay.reset();
     return left;
 }
 
@@ -165,7 +163,7 @@ bool ProfileSurvey::survey_one_by_one(const Format& format, const FormatRecord& 
             texprobe::end_by_interruption();
         }
         FormatRecord begun = result;
-        begun.uses[question] = begin_use(left, question);
+        begun.underWay = begin_use(left, question);
         if (!record(format, begun)) {
             // It has not begun, and no later record may say so.
             records_.set_format(profile_, format, result);
@@ -185,13 +183,13 @@ Judged ProfileSurvey::answer_one(const Format& format, const Question& question,
     if (!work_ || &work_->format != &format) {
         work_ = std::make_unique<Work>(opened_->context, opened_->judge, format);
     }
-    Judged judged = answer(*work_, question, record);
+    Answer answered = answer(*work_, question, record);
     // The next one gets a context of its own.
-    if (is_context_lost(judged)) {
+    if (answered.errors.count(gl::kContextLost) != 0) {
         work_.reset();
         opened_.reset();
     }
-    return judged;
+    return std::move(answered.judged);
 }
 
 }  // namespace texprobe::survey

@@ -18,12 +18,12 @@ bool try_question(int rendererID, Profile profile, const Format& format, const Q
     const Work work(context, judge, format);
     FormatRecord needed;
     for (const Use use : {Use::kCreate, Use::kCreateStorage}) {
-        if (has_question(format, use, profile)) needed.uses[use] = answer(work, use, needed);
+        if (has_question(format, use, profile)) needed.uses[use] = answer(work, use, needed).judged;
     }
     SeenTexels seen;
     seenTexels = &seen;
     FormatRecord record;
-    record.uses[question] = answer(work, question, needed);
+    record.uses[question] = answer(work, question, needed).judged;
     seenTexels = nullptr;
     std::fputs(write_record(record).c_str(), stdout);
     if (seen.pairs.empty()) return true;

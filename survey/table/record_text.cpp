@@ -5,6 +5,7 @@
 #include <cstring>
 #include <iterator>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 namespace texprobe::survey {
@@ -12,7 +13,8 @@ namespace texprobe::survey {
 namespace {
 
 constexpr const char* kMeasuring = "measuring\n";
-constexpr const char* kAgain = "again";  // What is said of a use that is tried again.
+constexpr const char* kStarted = "started";
+constexpr const char* kAgain = "again";
 
 /// Records hold ASCII, and a use is one line.
 std::string printable(std::string text) {
@@ -60,12 +62,17 @@ std::optional<Question> find_question(const Words& words) {
 bool read_line(std::string_view line, FormatRecord* record) {
     const std::size_t colon = line.find(": ");
     const Words words(line.substr(0, colon));
-    const auto verdict = words.count < 2 ? std::nullopt : find_verdict(words.last());
-    if (!verdict) return false;
+    if (words.count < 2) return false;
+    const bool isStarted = words.last() == kStarted;
+    const auto verdict = find_verdict(words.last());
+    if (!verdict && !isStarted) return false;
     const auto question = find_question(words);
     if (!question) return true;
     const auto text = colon == std::string_view::npos ? std::string_view() : line.substr(colon + 2);
-    return record->uses.insert({*question, {*verdict, std::string(text)}}).second;
+    if (!isStarted) return record->uses.insert({*question, {*verdict, std::string(text)}}).second;
+    if (record->underWay) return false;
+    record->underWay = UnderWay{*question, text == kAgain};
+    return true;
 }
 
 }  // namespace
@@ -75,6 +82,11 @@ std::string write_record(const FormatRecord& record) {
     for (const auto& [question, judged] : record.uses) {
         text += name_of(question) + ' ' + name_of(judged.verdict);
         if (!judged.text.empty()) text += ": " + printable(judged.text);
+        text += '\n';
+    }
+    if (record.underWay) {
+        text += name_of(record.underWay->question) + ' ' + kStarted;
+        if (record.underWay->isAgain) text += std::string(": ") + kAgain;
         text += '\n';
     }
     return text;
@@ -90,37 +102,32 @@ std::optional<FormatRecord> read_record(const std::string& text) {
         if (!read_line(line, &record)) return std::nullopt;
         rest.remove_prefix(std::min(line.size() + 1, rest.size()));
     }
-    return record;
+    const bool isBoth = record.underWay && record.uses.count(record.underWay->question) != 0;
+    return isBoth ? std::nullopt : std::optional(std::move(record));
 }
 
 bool is_complete(const Format& format, Profile profile, const FormatRecord& record) {
     const std::vector<Question> questions = questions_of(format, profile);
     return !record.isMeasuring &&
-           std::all_of(questions.begin(), questions.end(), [&](const Question& question) {
-               const auto found = record.uses.find(question);
-               return found != record.uses.end() && found->second.verdict != Verdict::kStarted;
-           });
+           std::all_of(questions.begin(), questions.end(),
+                       [&](const Question& question) { return record.uses.count(question) != 0; });
 }
 
 FormatRecord after_end(FormatRecord record) {
-    for (auto& [use, judged] : record.uses) {
-        if (judged == Judged{Verdict::kStarted, kAgain}) judged = {Verdict::kCrashed, ""};
+    if (record.underWay && record.underWay->isAgain) {
+        record.uses[record.underWay->question] = {Verdict::kCrashed, ""};
     }
     return after_outside_end(std::move(record));
 }
 
 FormatRecord after_outside_end(FormatRecord record) {
     record.isMeasuring = false;
-    for (auto use = record.uses.begin(); use != record.uses.end();) {
-        use = use->second.verdict == Verdict::kStarted ? record.uses.erase(use) : std::next(use);
-    }
+    record.underWay.reset();
     return record;
 }
 
-Judged begin_use(const FormatRecord& left, const Question& question) {
-    const auto found = left.uses.find(question);
-    const bool isLeft = found != left.uses.end() && found->second.verdict == Verdict::kStarted;
-    return {Verdict::kStarted, isLeft ? kAgain : ""};
+UnderWay begin_use(const FormatRecord& left, const Question& question) {
+    return {question, left.underWay && left.underWay->question == question};
 }
 
 }  // namespace texprobe::survey

@@ -5,9 +5,10 @@
 //
 //   upload GL_BGRA GL_UNSIGNED_BYTE yes
 //
-// One line a question, those without a layout first, with a reason where there is one. What is
-// under way is "started", or "started: again". The line "measuring" before them says that all the
-// others are under way. Readers skip lines of uses and layouts that they do not know.
+// One line a question, those without a layout first, with a reason where there is one. At the end
+// comes the one that is under way, "started", or "started: again". The line "measuring" before them
+// says that all the others are under way. Readers skip lines of uses and layouts that they do not
+// know.
 
 #ifndef TEXPROBE_SURVEY_RECORD_TEXT_H
 #define TEXPROBE_SURVEY_RECORD_TEXT_H
@@ -21,9 +22,18 @@
 
 namespace texprobe::survey {
 
+/// A question that is being answered, or was when the process ended.
+struct UnderWay {
+    Question question;
+    bool isAgain = false;  ///< For the second time, after an end that nobody has explained.
+
+    bool operator==(const UnderWay&) const = default;
+};
+
 struct FormatRecord {
     bool isMeasuring = false;  ///< Begun as a whole; the uses are not recorded one by one.
     std::map<Question, Judged> uses;
+    std::optional<UnderWay> underWay = {};  ///< It has no verdict.
 
     bool operator==(const FormatRecord&) const = default;
 };
@@ -45,7 +55,7 @@ FormatRecord after_end(FormatRecord record);
 FormatRecord after_outside_end(FormatRecord record);
 
 /// What is recorded before it is tried, where that record was left.
-Judged begin_use(const FormatRecord& left, const Question& question);
+UnderWay begin_use(const FormatRecord& left, const Question& question);
 
 }  // namespace texprobe::survey
 

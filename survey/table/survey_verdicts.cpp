@@ -7,9 +7,8 @@ namespace texprobe::survey {
 
 namespace {
 
-constexpr const char* kVerdictNames[] = {"yes",         "refused",        "wrong",
-                                         "not_offered", "not_applicable", "crashed",
-                                         "hung",        "unknown",        "started"};
+constexpr const char* kVerdictNames[] = {
+    "yes", "refused", "wrong", "not_offered", "not_applicable", "crashed", "hung", "unknown"};
 
 }  // namespace
 

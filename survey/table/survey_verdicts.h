@@ -4,6 +4,7 @@
 #define TEXPROBE_SURVEY_VERDICTS_H
 
 #include <optional>
+#include <set>
 #include <string>
 #include <string_view>
 
@@ -18,11 +19,13 @@ enum class Verdict : unsigned char {
     kCrashed,        ///< The process died in it.
     kHung,           ///< It did not come back.
     kUnknown,        ///< It could not be told; the text says why.
-    kStarted,        ///< No verdict: it is under way, or was when the process ended.
 };
 
 const char* name_of(Verdict verdict);
 std::optional<Verdict> find_verdict(std::string_view name);
+
+/// OpenGL's errors, by their numbers.
+using Errors = std::set<unsigned>;
 
 /// How a use went, before it is known who is to blame.
 struct Finding {
@@ -37,6 +40,7 @@ struct Finding {
     std::string text = {};     ///< What was expected and what came.
     std::string promise = {};  ///< Who promised it, beside the documents.
     bool isPromised = true;    ///< False: what failed is no part of what the documents promise.
+    Errors errors = {};        ///< Which the text names.
 };
 
 struct Judged {

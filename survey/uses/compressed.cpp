@@ -1,29 +1,20 @@
 // Blocks of one color that are sent to compressed textures: whole images and parts, from memory and
 // from a buffer. 61 x 37 cuts the blocks at two edges.
 
-#include <cstring>
 #include <vector>
 
 #include "pixels/compressed_blocks.h"
-#include "uses/uses.h"
+#include "uses/transfer_uses.h"
 
 namespace texprobe::survey {
 
 namespace {
 
-struct Area {
-    int x;
-    int y;
-    int width;
-    int height;
+constexpr ImagePart kBlockImages[] = {kLargeImage.whole(), kOddImage.whole()};
 
-    bool has(int column, int row) const {
-        return column >= x && column < x + width && row >= y && row < y + height;
-    }
-    std::string size() const { return std::to_string(width) + " x " + std::to_string(height); }
-};
-
-constexpr Area kBlockImages[] = {{0, 0, 128, 128}, {0, 0, 61, 37}};
+std::string size_of(const ImagePart& part) {
+    return std::to_string(part.width) + " x " + std::to_string(part.height);
+}
 
 /// How a texture is made with blocks, and how others follow.
 struct BlockWay {
@@ -35,7 +26,7 @@ struct BlockWay {
 
 /// A part begins and ends within the large image; of the other one, whose size is no multiple of
 /// blocks, it reaches the edges.
-Area area_of(const Format& format, const BlockWay& way, const Area& image) {
+ImagePart area_of(const Format& format, const BlockWay& way, const ImagePart& image) {
     const int side = format.block.side;
     if (way.sent == BlockWay::Sent::kNothing) return {0, 0, 0, 0};
     if (way.sent == BlockWay::Sent::kWhole) return image;
@@ -43,17 +34,18 @@ Area area_of(const Format& format, const BlockWay& way, const Area& image) {
     return {2 * side, side, image.width - 2 * side, image.height - side};
 }
 
-std::string name_of_way(const BlockWay& way, const Area& image, const Area& area) {
+std::string name_of_way(const BlockWay& way, const ImagePart& image, const ImagePart& area) {
     std::string name = way.isStorage ? "glTexStorage2D, " : "glCompressedTexImage2D, ";
-    name += image.size();
+    name += size_of(image);
     if (way.sent == BlockWay::Sent::kPart) {
         name +=
-            ", " + area.size() + " at " + std::to_string(area.x) + ", " + std::to_string(area.y);
+            ", " + size_of(area) + " at " + std::to_string(area.x) + ", " + std::to_string(area.y);
     }
     return name + (way.isFromBuffer ? ", from a buffer: " : ": ");
 }
 
-void send_blocks(const Work& work, const Area& area, const TexelImage& colors, bool isFromBuffer) {
+void send_blocks(const Work& work, const ImagePart& area, const TexelImage& colors,
+                 bool isFromBuffer) {
     const Format& format = work.format;
     const int side = format.block.side;
     const TexelImage part =
@@ -72,14 +64,11 @@ void send_blocks(const Work& work, const Area& area, const TexelImage& colors, b
     const std::size_t offset = 3 * static_cast<std::size_t>(format.block.bytes);
     bytes.insert(bytes.begin(), offset, 0);
     const PixelBuffer buffer(work.gl(), gl::kPixelUnpackBuffer, bytes);
-    // OpenGL takes the place in the buffer for a pointer.
-    const void* place = nullptr;
-    std::memcpy(&place, &offset, sizeof place);
-    send(place);
+    send(place_in_buffer(offset));
 }
 
 /// The texture that is bound gets its size and blocks of these colors.
-void make_texture(const Work& work, const BlockWay& way, const Area& size,
+void make_texture(const Work& work, const BlockWay& way, const ImagePart& size,
                   const TexelImage& colors) {
     if (!way.isStorage) {
         return define_texture(work.gl(), work.format, size.width, size.height,
@@ -109,16 +98,16 @@ std::string difference_from_blocks(const Format& format, const TexelImage& color
 }
 
 /// Blocks of `before` in the whole image, and then some of `sent`.
-Finding try_way(const Work& work, const BlockWay& way, const Area& image, const TexelImage& before,
-                const TexelImage& sent) {
+Finding try_way(const Work& work, const BlockWay& way, const ImagePart& image,
+                const TexelImage& before, const TexelImage& sent) {
     const Format& format = work.format;
-    const Area area = area_of(format, way, image);
+    const ImagePart area = area_of(format, way, image);
     const std::string name = name_of_way(way, image, area);
     const Texture texture(work.gl());
     make_texture(work, way, image, before);
     if (area.width != 0) send_blocks(work, area, sent, way.isFromBuffer);
-    const std::string errors = take_errors(work.gl());
-    if (!errors.empty()) return refused(name + errors);
+    const Errors errors = take_errors(work.gl());
+    if (!errors.empty()) return with_errors(refused(name), errors);
     const int side = format.block.side;
     const TexelImage expected = make_image(before.width, before.height, [&](int column, int row) {
         return area.has(column * side, row * side) ? sent.at(column, row) : before.at(column, row);
@@ -138,7 +127,7 @@ std::vector<BlockWay> ways_of(Use use) {
 
 Finding upload_blocks(const Work& work, Use use, bool hasStorage) {
     const Format& format = work.format;
-    for (const Area& image : kBlockImages) {
+    for (const ImagePart& image : kBlockImages) {
         // A column further, each block is another one.
         const TexelImage before = block_colors(format, image.width, image.height);
         const TexelImage sent = block_colors(format, image.width, image.height, 1);

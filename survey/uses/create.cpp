@@ -49,8 +49,8 @@ std::string smaller_component(const Work& work) {
 }
 
 Finding find_created(const Work& work, const char* call) {
-    const std::string errors = take_errors(work.gl());
-    if (!errors.empty()) return refused(std::string(call) + " gives " + errors);
+    const Errors errors = take_errors(work.gl());
+    if (!errors.empty()) return with_errors(refused(std::string(call) + " gives "), errors);
     const std::string smaller = smaller_component(work);
     take_errors(work.gl());
     if (smaller.empty()) return {};

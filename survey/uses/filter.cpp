@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <vector>
 
 #include "uses/uses.h"
 
@@ -60,16 +61,18 @@ Finding filter(const Work& work) {
     texture.set(gl::kMinFilter, gl::kLinear);
     texture.set(gl::kMagFilter, gl::kLinear);
     const TexelImage came = work.judge.sample_row(texture, kRowWidth);
-    const auto at = [&](int x) {
+    std::vector<Between> expected;
+    for (int x = 0; x < came.width; ++x) {
         const int left = x / 4;
         const int right = std::min(left + 1, kRowWidth - 1);
-        return between(format, row.at(left, 0), row.at(right, 0), x % 4 / 4.0);
-    };
+        expected.push_back(between(format, row.at(left, 0), row.at(right, 0), x % 4 / 4.0));
+    }
+    const auto at = [&](int x) -> const Between& { return expected[static_cast<std::size_t>(x)]; };
     const std::string difference = first_difference(
-        format, came, [&](int x, int) { return at(x).value; },
+        format, came, [&](int x, int) -> const Texel& { return at(x).value; },
         [&](std::size_t c, const Texel&, int x, int) { return at(x).allowed[c]; });
-    const std::string errors = take_errors(work.gl());
-    if (!errors.empty()) return refused("sampling gives " + errors);
+    const Errors errors = take_errors(work.gl());
+    if (!errors.empty()) return with_errors(refused("sampling gives "), errors);
     return of_difference(difference, "quarters between texels: ");
 }
 

@@ -1,6 +1,7 @@
 // glGenerateMipmap, of ramps and of one color, also where sizes are odd.
 
 #include <algorithm>
+#include <vector>
 
 #include "uses/uses.h"
 
@@ -18,10 +19,12 @@ struct MipmapBase {
 
     int length() const { return isAlongX ? width : height; }
     int place(int x, int y) const { return isAlongX ? x : y; }
+    /// The image, and the rule that its levels must keep.
     std::string name() const {
         const std::string size = std::to_string(width) + " x " + std::to_string(height);
-        return isRamp ? std::string("a ramp along ") + (isAlongX ? "x" : "y") + ", " + size
-                      : "one color, " + size;
+        return isRamp ? std::string("a ramp along ") + (isAlongX ? "x" : "y") + ", " + size +
+                            ", is farther off than one base texel's slope"
+                      : "one color, " + size + ", is not exactly that color";
     }
 };
 
@@ -36,9 +39,13 @@ constexpr MipmapBase kBases[] = {{128, 128, 1, true, true},
 
 TexelImage image_of(const Format& format, const MipmapBase& base) {
     constexpr double kOneColor = 0.3;
-    return make_image(base.width, base.height, [&](int x, int y) {
-        const double part = static_cast<double>(base.place(x, y)) / (base.length() - 1);
-        return quantize(format, ramp(format, base.isRamp ? part : kOneColor));
+    std::vector<Texel> texels;
+    for (int i = 0; i < base.length(); ++i) {
+        const double part = base.isRamp ? static_cast<double>(i) / (base.length() - 1) : kOneColor;
+        texels.push_back(quantize(format, ramp(format, part)));
+    }
+    return make_image(base.width, base.height, [&](int x, int y) -> const Texel& {
+        return texels[static_cast<std::size_t>(base.place(x, y))];
     });
 }
 
@@ -76,19 +83,40 @@ double allowed(const Format& format, const MipmapBase& base, std::size_t compone
     return slope + step(format, component, expected) * (1 + level) / 2;
 }
 
-std::string compare_ramp(const Format& format, const MipmapBase& base, int level,
-                         const TexelImage& came) {
-    const int count = base.isAlongX ? came.width : came.height;
-    const auto expectedAt = [&](int x, int y) {
-        return ramp_at(format, base, base.place(x, y), count);
-    };
-    const auto allowedAt = [&](std::size_t c, const Texel& expected, int x, int y) {
+/// What texels of a level must be, and how far from it they may be.
+struct LevelTexel {
+    Texel expected;
+    Texel allowed;
+};
+
+LevelTexel level_texel(const Format& format, const MipmapBase& base, int level, int index,
+                       int count) {
+    LevelTexel texel = {ramp_at(format, base, index, count), {}};
+    for (std::size_t c = 0; c < 4; ++c) {
+        const double expected = texel.expected[c];
         const bool isSrgb = format.has(c) && format.kind_of(c) == Kind::kSrgb;
-        const double other =
-            isSrgb ? mean_of_encoded(format, base, c, base.place(x, y), count) : expected[c];
-        return allowed(format, base, c, level, expected) + std::abs(other - expected[c]);
+        const double other = isSrgb ? mean_of_encoded(format, base, c, index, count) : expected;
+        texel.allowed[c] =
+            allowed(format, base, c, level, texel.expected) + std::abs(other - expected);
+    }
+    return texel;
+}
+
+std::string compare_level(const Format& format, const MipmapBase& base, int level,
+                          const Texel& oneColor, const TexelImage& came) {
+    const int count = base.isAlongX ? came.width : came.height;
+    std::vector<LevelTexel> texels;
+    texels.reserve(static_cast<std::size_t>(count));
+    for (int i = 0; i < count; ++i) {
+        texels.push_back(base.isRamp ? level_texel(format, base, level, i, count)
+                                     : LevelTexel{oneColor, {}});
+    }
+    const auto at = [&](int x, int y) -> const LevelTexel& {
+        return texels[static_cast<std::size_t>(base.place(x, y))];
     };
-    return first_difference(format, came, expectedAt, allowedAt);
+    return first_difference(
+        format, came, [&](int x, int y) -> const Texel& { return at(x, y).expected; },
+        [&](std::size_t c, const Texel&, int x, int y) { return at(x, y).allowed[c]; });
 }
 
 Finding try_base(const Work& work, const MipmapBase& base) {
@@ -101,17 +129,14 @@ Finding try_base(const Work& work, const MipmapBase& base) {
     texture.bind();
     texture.set(gl::kMaxLevel, base.lastLevel);
     work.gl().GenerateMipmap(gl::kTexture2D);
-    const std::string errors = take_errors(work.gl());
-    if (!errors.empty()) return refused("glGenerateMipmap gives " + errors);
+    const Errors errors = take_errors(work.gl());
+    if (!errors.empty()) return with_errors(refused("glGenerateMipmap gives "), errors);
     for (int level = 1; level <= base.lastLevel; ++level) {
         const int width = std::max(1, base.width >> level);
         const int height = std::max(1, base.height >> level);
         const TexelImage came = work.judge.look(texture, format, level, width, height);
-        const auto oneColor = [&](int, int) { return arrived.texels.front(); };
-        const auto nothing = [](std::size_t, const Texel&, int, int) { return 0.0; };
-        const std::string difference = base.isRamp
-                                           ? compare_ramp(format, base, level, came)
-                                           : first_difference(format, came, oneColor, nothing);
+        const std::string difference =
+            compare_level(format, base, level, arrived.texels.front(), came);
         if (difference.empty()) continue;
         return of_difference(difference,
                              "level " + std::to_string(level) + " of " + base.name() + ": ");

@@ -38,8 +38,8 @@ Finding draw_and_compare(const Work& work, const std::vector<TexelImage>& images
         gl.Disable(gl::kBlend);
         gl.Disable(gl::kDepthTest);
     }
-    const std::string errors = take_errors(gl);
-    if (!errors.empty()) return refused("drawing gives " + errors);
+    const Errors errors = take_errors(gl);
+    if (!errors.empty()) return with_errors(refused("drawing gives "), errors);
     const TexelImage came = work.judge.look(texture, format, 0, kDrawnSize, kDrawnSize);
     return of_difference(difference_from(format, expected, came));
 }

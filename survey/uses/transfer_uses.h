@@ -5,6 +5,8 @@
 
 #include <map>
 #include <memory>
+#include <utility>
+#include <vector>
 
 #include "pixels/sent_texels.h"
 #include "uses/uses.h"
@@ -29,7 +31,7 @@ struct TriedImage {
     int height;
     ImagePart part;
 
-    ImagePart whole() const { return {0, 0, width, height}; }
+    constexpr ImagePart whole() const { return {0, 0, width, height}; }
     std::string name() const {
         return std::to_string(width) + " x " + std::to_string(height) + ": ";
     }
@@ -59,23 +61,29 @@ public:
 
     const Texture& texture() const { return texture_; }
     const TexelImage& seen() const { return seen_; }
-    /// What OpenGL said when the texels were sent; empty for nothing.
-    const std::string& trouble() const { return trouble_; }
+    /// What OpenGL said when the texels were sent.
+    const Errors& errors() const { return errors_; }
     /// Sends other texels, and looks at them.
     void renew(const Work& work);
+
+    /// The bytes that a reading of the whole image in that layout gave, if they were right.
+    std::vector<unsigned char>& accepted(const Layout& layout) {
+        return accepted_[{layout.format, layout.type}];
+    }
 
 private:
     const TriedImage& size_;
     const Texture texture_;
     int first_ = 0;  ///< Texel of the pattern.
     TexelImage seen_;
-    std::string trouble_;
+    std::map<std::pair<unsigned, unsigned>, std::vector<unsigned char>> accepted_;
+    Errors errors_;
 };
 
 /// What the transfers of one format need again and again, made when it is first asked for.
 class TransferSamples {
 public:
-    const SentTexels& sent(const Format& format, const Layout& layout);
+    SentTexels& sent(const Format& format, const Layout& layout);
     SeenTexture& seen_texture(const Work& work, const TriedImage& size);
 
 private:

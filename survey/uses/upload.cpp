@@ -1,5 +1,7 @@
 // Texels on their way into a texture.
 
+#include <algorithm>
+
 #include "uses/transfer_uses.h"
 
 namespace texprobe::survey {
@@ -42,8 +44,10 @@ public:
     Finding run() {
         if (!sending_.isDefinition) {
             make_texture();
-            const std::string errors = take_errors(gl_);
-            if (!errors.empty()) return refused("the texture's definition gives " + errors);
+            const Errors errors = take_errors(gl_);
+            if (!errors.empty()) {
+                return with_errors(refused("the texture's definition gives "), errors);
+            }
         }
         TexelImage before;
         if (sending_.isPart) {
@@ -55,10 +59,10 @@ public:
             sending_.isPart ? placement_of_part(part_) : placement_of_whole(part_);
         if (sending_.isFromBuffer) placement.offset = offset_in_buffer(sent_.layout());
         send(part_, placement, kFirstOfImage);
-        const std::string errors = take_errors(gl_);
+        const Errors errors = take_errors(gl_);
         if (!errors.empty()) {
-            return refused(std::string(sending_.isDefinition ? "glTexImage2D" : "glTexSubImage2D") +
-                           " gives " + errors);
+            const char* const call = sending_.isDefinition ? "glTexImage2D" : "glTexSubImage2D";
+            return with_errors(refused(std::string(call) + " gives "), errors);
         }
         return of_difference(compare(before, look()), size_.name());
     }
@@ -77,7 +81,7 @@ private:
     }
 
     void send(const ImagePart& part, const Placement& placement, int first) const {
-        ImageMemory memory(placement, sent_.layout());
+        ImageMemory memory(placement, sent_.codec());
         memory.put(sent_, first);
         const bool isInRows = placement.rowLength != placement.width;
         if (isInRows) set_rows(placement);
@@ -108,19 +112,45 @@ private:
     }
 
     std::string compare(const TexelImage& before, const TexelImage& came) const {
-        const auto expectedAt = [&](int x, int y) -> const Texel& {
-            return part_.has(x, y) ? sent_.at(kFirstOfImage, x - part_.x, y - part_.y)
-                                   : before.at(x, y);
-        };
-        const auto isSame = [&](std::size_t c, const Texel& expected, const Texel& here, int x,
-                                int y) {
+        std::string first;
+        if (seenTexels) *seenTexels = {came.width, sampled_components(format_)};
+        for (int y = 0; y < came.height; ++y) {
+            for (int x = 0; x < came.width; ++x) {
+                const Texel& here = came.at(x, y);
+                const bool isInPart = part_.has(x, y);
+                const Texel& expected =
+                    isInPart ? sent_.at(kFirstOfImage, x - part_.x, y - part_.y) : before.at(x, y);
+                const bool isRight = isInPart
+                                         ? has_arrived(x - part_.x, y - part_.y, expected, here)
+                                         : has_stayed(expected, here);
+                if (seenTexels) seenTexels->pairs.push_back({expected, here, !isRight});
+                if (isRight || !first.empty()) continue;
+                first = describe_difference(format_, expected, x, y, here);
+                if (!seenTexels) return first;
+            }
+        }
+        return first;
+    }
+
+    bool has_stayed(const Texel& before, const Texel& here) const {
+        const auto end = before.begin() + static_cast<std::ptrdiff_t>(sampled_components(format_));
+        return std::equal(before.begin(), end, here.begin());
+    }
+
+    /// The same texels come again and again, and are judged once.
+    bool has_arrived(int x, int y, const Texel& expected, const Texel& here) const {
+        Texel& accepted = sent_.accepted(kFirstOfImage, x, y);
+        if (here == accepted) return true;
+        for (std::size_t c = 0; c < sampled_components(format_); ++c) {
             // Luminance is sampled as three components.
             const std::size_t own = format_.base == Base::kLuminance && c < 3 ? 0 : c;
-            return part_.has(x, y) &&
-                   is_transferred(format_.kind_of(own), bits_in(sent_.layout(), own),
-                                  format_.bits[own], expected[c], here[c]);
-        };
-        return first_mismatch(format_, came, expectedAt, isSame);
+            if (!is_transferred(format_.kind_of(own), sent_.codec().bits_of(own), format_.bits[own],
+                                expected[c], here[c])) {
+                return false;
+            }
+        }
+        accepted = here;
+        return true;
     }
 
     const Work& work_;
@@ -129,7 +159,7 @@ private:
     const Sending sending_;
     const TriedImage& size_;
     const ImagePart part_;
-    const SentTexels& sent_;
+    SentTexels& sent_;
     const Texture texture_;
 };
 

@@ -62,30 +62,30 @@ std::vector<unsigned char> plain_bytes(const Format& format, const TexelImage& i
 Work::Work(const SurveyContext& on, const Judge& by, const Format& of)
     : context(on), judge(by), format(of), samples(std::make_shared<TransferSamples>()) {}
 
-Judged answer(const Work& work, const Question& question, const FormatRecord& record) {
+Answer answer(const Work& work, const Question& question, const FormatRecord& record) {
     const Use use = question.use;
     if (use != Use::kCreate && use != Use::kCreateStorage) {
         const Use needed = use == Use::kUploadPartStorage ? Use::kCreateStorage : Use::kCreate;
         if (!is_yes(record, Use::kCreate) || !is_yes(record, needed)) {
-            return {Verdict::kNotApplicable, ""};
+            return {{Verdict::kNotApplicable, ""}, {}};
         }
-        if (!work.judge.trouble().empty()) return {Verdict::kUnknown, work.judge.trouble()};
+        if (!work.judge.trouble().empty()) {
+            return {{Verdict::kUnknown, work.judge.trouble()}, work.judge.errors()};
+        }
     }
     Finding finding = find(work, question, record);
     // Errors of what was tried are in the finding; these are the judge's.
-    const std::string late = take_errors(work.gl());
+    const Errors late = take_errors(work.gl());
     if (!late.empty() && finding.kind == Finding::Kind::kOtherPixels) {
-        finding = cannot_tell("looking at the pixels gives " + late);
+        finding = with_errors(cannot_tell("looking at the pixels gives "), late);
     }
-    if (is_from_outside(finding.text)) finding.kind = Finding::Kind::kCannotTell;
+    if (is_from_outside(finding.errors)) finding.kind = Finding::Kind::kCannotTell;
     const bool isOfPixels =
         finding.kind == Finding::Kind::kHolds || finding.kind == Finding::Kind::kOtherPixels;
     if (seenTexels && !isOfPixels) *seenTexels = {};
-    return judge(finding, who_promises_here(work, question));
-}
-
-bool is_context_lost(const Judged& judged) {
-    return judged.text.find("GL_CONTEXT_LOST") != std::string::npos;
+    Answer answer = {judge(finding, who_promises_here(work, question)), finding.errors};
+    answer.errors.insert(late.begin(), late.end());
+    return answer;
 }
 
 std::string difference_from(const Format& format, const TexelImage& expected,
@@ -100,8 +100,10 @@ std::optional<Finding> upload(const Work& work, const Texture& texture, const Te
     const Format& format = work.format;
     texture.bind();
     define_texture(work.gl(), format, image.width, image.height, plain_bytes(format, image).data());
-    const std::string errors = take_errors(work.gl());
-    if (!errors.empty()) return cannot_tell("nothing can be sent to the texture: " + errors);
+    const Errors errors = take_errors(work.gl());
+    if (!errors.empty()) {
+        return with_errors(cannot_tell("nothing can be sent to the texture: "), errors);
+    }
     *arrived = work.judge.look(texture, format, 0, image.width, image.height);
     const std::string difference = difference_from(format, image, *arrived);
     if (difference.empty()) return std::nullopt;

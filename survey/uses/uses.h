@@ -36,11 +36,13 @@ Finding blend(const Work& work);
 /// Of compressed formats; also to a texture of glTexStorage2D where there is one.
 Finding upload_blocks(const Work& work, Use use, bool hasStorage);
 
-/// The verdict on one question; those on the ones before it are in `record`.
-Judged answer(const Work& work, const Question& question, const FormatRecord& record);
+struct Answer {
+    Judged judged;
+    Errors errors;  ///< What OpenGL has said meanwhile.
+};
 
-/// Has the driver said that the context is lost?
-bool is_context_lost(const Judged& judged);
+/// The verdict on one question; those on the ones before it are in `record`.
+Answer answer(const Work& work, const Question& question, const FormatRecord& record);
 
 // What the uses share.
 
@@ -49,6 +51,12 @@ inline Finding refused(std::string text) {
 }
 inline Finding cannot_tell(std::string text) {
     return {Finding::Kind::kCannotTell, std::move(text)};
+}
+/// With the errors' names behind the text.
+inline Finding with_errors(Finding finding, const Errors& errors) {
+    finding.text += names_of(errors);
+    finding.errors = errors;
+    return finding;
 }
 
 /// Other pixels, if there is a difference.

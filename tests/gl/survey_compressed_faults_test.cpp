@@ -54,7 +54,7 @@ protected:
             const Work work(context, judge, format);
             FormatRecord record;
             for (const Question& question : questions_of(format, Profile::kCompatibility)) {
-                record.uses[question] = answer(work, question, record);
+                record.uses[question] = answer(work, question, record).judged;
                 const Verdict verdict = record.uses[question].verdict;
                 const std::string key = std::string(name) + ' ' + name_of(question);
                 if (verdict != Verdict::kYes) found[key] = name_of(verdict);

@@ -43,13 +43,28 @@ protected:
             FormatRecord record;
             for (const Question& question : questions_of(format, profile)) {
                 if (!isAsked(question)) continue;
-                record.uses[question] = answer(work, question, record);
+                record.uses[question] = answer(work, question, record).judged;
                 const Verdict verdict = record.uses[question].verdict;
                 if (verdict == Verdict::kYes) continue;
                 found[std::string(name) + ' ' + name_of(question)] = name_of(verdict);
             }
         }
         return found;
+    }
+
+    /// What is said of one use on such a driver, after the texture could be created.
+    static std::string text_of_wrong(const char* name, Use use,
+                                     const std::function<void(Gl*)>& fault) {
+        const ProfileContext offscreen(software_renderer(), Profile::kCore);
+        SurveyContext context = describe_current_context(Profile::kCore);
+        const Judge judge(context);
+        real = context.gl;
+        fault(&context.gl);
+        FormatRecord record;
+        record.uses[Use::kCreate] = {Verdict::kYes, ""};
+        const Judged judged = answer(Work(context, judge, *find_format(name)), use, record).judged;
+        EXPECT_EQ(judged.verdict, Verdict::kWrong);
+        return judged.text;
     }
 
 private:

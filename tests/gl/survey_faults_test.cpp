@@ -135,6 +135,33 @@ TEST_F(SurveyFault, mipmaps_after_the_first_that_are_not_made_are_found_in_mipma
                                           {"GL_R16F mipmap", "wrong"}}));
 }
 
+TEST_F(SurveyFault, a_wrong_mipmap_says_which_rule_it_breaks) {
+    const auto textWith = [](void (*generateMipmap)(Enum target)) {
+        return text_of_wrong("GL_RGBA8", Use::kMipmap, [&](Gl* gl) {
+            gl->TexImage2D = keep_sent_texels;
+            gl->GenerateMipmap = generateMipmap;
+        });
+    };
+    EXPECT_THAT(textWith([](Enum target) {
+                    real.GenerateMipmap(target);
+                    const std::vector<std::uint32_t> black(64 * 64);
+                    real.TexSubImage2D(target, 1, 0, 0, sentWidth / 2, sentHeight / 2, gl::kRgba,
+                                       gl::kUnsignedByte, black.data());
+                }),
+                testing::StartsWith("level 1 of a ramp along x, 128 x 128, is farther off than one "
+                                    "base texel's slope: expected ("));
+    // A step is less than a ramp's slope.
+    EXPECT_THAT(textWith([](Enum target) {
+                    real.GenerateMipmap(target);
+                    if (sentTexels.empty() || sentTexels.front() != sentTexels.back()) return;
+                    const std::vector<std::uint32_t> lighter(64, sentTexels.front() + 1);
+                    real.TexSubImage2D(target, 3, 0, 0, sentWidth >> 3, sentHeight >> 3, gl::kRgba,
+                                       gl::kUnsignedByte, lighter.data());
+                }),
+                testing::StartsWith("level 3 of one color, 61 x 37, is not exactly that color: "
+                                    "expected ("));
+}
+
 /// A table in which textures without pixels of one format are of another.
 template <Enum kFrom, Enum kTo, Enum kFormat, Enum kType>
 void define_empty_as_other(Enum target, int level, int internalFormat, int width, int height,

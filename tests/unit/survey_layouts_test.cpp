@@ -242,8 +242,9 @@ TEST(SurveyQuestions, of_reading_are_promised_by_opengl_es_in_one_layout_only) {
 std::vector<unsigned> bytes_in(const char* name, const char* format, const char* type,
                                const Texel& texel) {
     std::vector<unsigned char> bytes;
-    append_texel(format_named(name), layout_named(format, type), texel, &bytes);
-    EXPECT_EQ(bytes.size(), texel_size(layout_named(format, type)));
+    const TexelCodec codec(format_named(name), layout_named(format, type));
+    codec.append_texel(texel, &bytes);
+    EXPECT_EQ(bytes.size(), codec.texel_size());
     return {bytes.begin(), bytes.end()};
 }
 
@@ -289,13 +290,14 @@ TEST(SurveyBytes, of_small_floats_have_their_bits) {
 TEST(SurveyBytes, are_read_as_they_were_written) {
     for (const Format& format : formats()) {
         for (const Layout& layout : layouts_of(format)) {
+            const TexelCodec codec(format, layout);
             for (int x = 0; x < 64; ++x) {
                 const Texel texel = as_sampled(format, pattern(format, x, 0));
                 std::vector<unsigned char> bytes;
-                append_texel(format, layout, texel, &bytes);
-                const Texel back = read_texel(format, layout, bytes.data());
+                codec.append_texel(texel, &bytes);
+                const Texel back = codec.read_texel(bytes.data());
                 for (std::size_t c = 0; c < sampled_components(format); ++c) {
-                    const int bits = bits_in(layout, c);
+                    const int bits = codec.bits_of(c);
                     if (bits == 0 || (format.base == Base::kLuminance && c % 3 != 0)) continue;
                     ASSERT_TRUE(
                         is_transferred(format.kind_of(c), format.bits[c], bits, texel[c], back[c]))
@@ -306,8 +308,8 @@ TEST(SurveyBytes, are_read_as_they_were_written) {
     }
     // The smallest half, an infinity, and the smallest packed floats.
     const unsigned char halves[] = {0x01, 0x00, 0x00, 0xFC};
-    const Texel read =
-        read_texel(format_named("GL_RG16F"), layout_named("GL_RG", "GL_HALF_FLOAT"), halves);
+    const TexelCodec codec(format_named("GL_RG16F"), layout_named("GL_RG", "GL_HALF_FLOAT"));
+    const Texel read = codec.read_texel(halves);
     EXPECT_EQ(read[0], std::ldexp(1, -24));
     EXPECT_EQ(read[1], -HUGE_VAL);
 }
@@ -352,7 +354,7 @@ TEST(SurveyTransfer, lies_in_memory_as_it_is_told_and_leaves_the_rest) {
     const Format& format = format_named("GL_R8");
     const Layout layout = layout_named("GL_RED", "GL_UNSIGNED_BYTE");
     const SentTexels sent(format, layout);
-    ImageMemory memory({3, 2, 5, 1, 2, 7}, layout);
+    ImageMemory memory({3, 2, 5, 1, 2, 7}, sent.codec());
     memory.put(sent, 0);
     EXPECT_TRUE(memory.is_untouched_around());
     // Behind seven bytes, two rows of five texels, and one texel.

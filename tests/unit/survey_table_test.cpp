@@ -309,7 +309,7 @@ TEST(SurveyRecord, is_read_as_it_was_written) {
     FormatRecord record;
     record.uses[Use::kCreate] = {Verdict::kYes, ""};
     record.uses[Use::kMipmap] = {Verdict::kWrong, "expected (0.5) at 3, 4: came (1)\n\x80"};
-    record.uses[Use::kRender] = {Verdict::kStarted, ""};
+    record.underWay = UnderWay{Use::kRender};
     const std::string text =
         "create yes\nmipmap wrong: expected (0.5) at 3, 4: came (1)??\nrender started\n";
     EXPECT_EQ(write_record(record), text);
@@ -336,9 +336,10 @@ TEST(SurveyRecord, has_the_layout_behind_the_use) {
 }
 
 TEST(SurveyRecord, of_a_stranger_is_none) {
-    for (const char* text : {"create", "create perhaps\n", "create yes\ncreate yes\n", "\n", "yes",
-                             "create yes\nmeasuring\n", "create yes\n\n", "true",
-                             "upload GL_BGRA GL_UNSIGNED_BYTE\n"}) {
+    for (const char* text :
+         {"create", "create perhaps\n", "create yes\ncreate yes\n", "\n", "yes",
+          "create yes\nmeasuring\n", "create yes\n\n", "true", "create yes\ncreate started\n",
+          "create started\nfilter started\n", "upload GL_BGRA GL_UNSIGNED_BYTE\n"}) {
         EXPECT_FALSE(read_record(text)) << text;
     }
     // What a later version adds.
@@ -376,7 +377,7 @@ TEST(SurveyRecord, is_complete_when_every_use_of_the_format_has_a_verdict) {
 TEST(SurveyRecord, blames_a_use_that_was_under_way_twice) {
     const FormatRecord left = *read_record("create yes\nfilter started\n");
     FormatRecord again = left;
-    again.uses[Use::kFilter] = begin_use(left, Use::kFilter);
+    again.underWay = begin_use(left, Use::kFilter);
     EXPECT_EQ(write_record(again), "create yes\nfilter started: again\n");
     for (const FormatRecord& record : {left, again, *read_record(write_record(again))}) {
         EXPECT_EQ(write_record(after_outside_end(record)), "create yes\n");
@@ -385,7 +386,7 @@ TEST(SurveyRecord, blames_a_use_that_was_under_way_twice) {
     EXPECT_EQ(write_record(after_end(again)), "create yes\nfilter crashed\n");
     EXPECT_EQ(write_record(after_end(*read_record("measuring\n"))), "");
     for (const Use use : {Use::kCreate, Use::kMipmap}) {
-        EXPECT_EQ(begin_use(again, use), (Judged{Verdict::kStarted, ""}));
+        EXPECT_EQ(begin_use(again, use), UnderWay{use});
     }
 }
 

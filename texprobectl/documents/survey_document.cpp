@@ -107,7 +107,7 @@ void read_verdicts(const Json& object, const survey::Format& format, const surve
         }
         const std::string& name = expect.text(object, member);
         const auto verdict = survey::find_verdict(name);
-        if (verdict && *verdict != survey::Verdict::kStarted) {
+        if (verdict) {
             record->uses[question] = {*verdict, ""};
         } else if (name != kUnmeasuredUse) {
             expect.fail(expect.member(object, member),

@@ -15,14 +15,6 @@ namespace texprobe::ctl {
 
 namespace {
 
-/// What is under way in a record; nothing in one that is whole, or begun as a whole.
-const survey::Question* use_under_way(const survey::FormatRecord& record) {
-    for (const auto& [question, judged] : record.uses) {
-        if (judged.verdict == survey::Verdict::kStarted) return &question;
-    }
-    return nullptr;
-}
-
 /// Does this end say nothing of the driver that was at work?
 bool is_from_outside(const SurveyEnd& survey, const std::string& inHand,
                      std::set<std::string>* former) {
@@ -46,17 +38,17 @@ KeyChange judge_profile(const SurveyTexts& before, const std::string& key, const
 
 KeyChange judge_format(survey::FormatRecord record, const std::string& text, bool isOutside,
                        const SurveyEnd& survey) {
-    const survey::Question* const use = use_under_way(record);
+    const auto underWay = record.underWay;
     // The next run does it again, with a record before each use.
-    if (!isOutside && !use) return KeyChange(text);
+    if (!isOutside && !underWay) return KeyChange(text);
+    record = survey::after_outside_end(std::move(record));
     if (isOutside) {
-        record = survey::after_outside_end(std::move(record));
         return record.uses.empty() ? KeyChange() : KeyChange(write_record(record));
     }
     const bool isHung = survey.end.kind == RunEnd::Kind::kTimeLimit;
     const auto cause = cause_of(survey.end, survey.seconds);
-    record.uses[*use] = {isHung ? survey::Verdict::kHung : survey::Verdict::kCrashed,
-                         cause ? describe(*cause) : ""};
+    record.uses[underWay->question] = {isHung ? survey::Verdict::kHung : survey::Verdict::kCrashed,
+                                       cause ? describe(*cause) : ""};
     return KeyChange(write_record(record));
 }
 
@@ -169,14 +161,14 @@ SurveyJudgement judge_survey(const SurveyTexts& before, const SurveyTexts& now,
         if (old != before.end() && old->second == text) continue;
         const bool isProfile = key.find('.') == std::string::npos;
         const auto record = isProfile ? std::nullopt : survey::read_record(text);
-        const survey::Question* const use = record ? use_under_way(*record) : nullptr;
+        const bool isInUse = record && record->underWay;
         const bool isUnderWay =
-            isProfile ? survey::is_opening(text) : use || (record && record->isMeasuring);
+            isProfile ? survey::is_opening(text) : isInUse || (record && record->isMeasuring);
         if (!isUnderWay) continue;
         std::string inHand = key;
         std::replace(inHand.begin(), inHand.end(), '.', ' ');
         if (isProfile) inHand = "opening a context of " + key;
-        if (use) inHand += ' ' + name_of(*use);
+        if (isInUse) inHand += ' ' + name_of(record->underWay->question);
         const bool isOutside = is_from_outside(end, inHand, endedFromOutside);
         const KeyChange change = isProfile ? judge_profile(before, key, text, isOutside, end.end)
                                            : judge_format(*record, text, isOutside, end);

@@ -71,9 +71,7 @@ inline const char* words_of_calls(survey::Use use) {
 
 inline texprobe_answer answer_of(std::optional<survey::Verdict> verdict) {
     using survey::Verdict;
-    if (!verdict || *verdict == Verdict::kUnknown || *verdict == Verdict::kStarted) {
-        return TEXPROBE_UNKNOWN;
-    }
+    if (!verdict || *verdict == Verdict::kUnknown) return TEXPROBE_UNKNOWN;
     return *verdict == Verdict::kYes ? TEXPROBE_YES : TEXPROBE_NO;
 }
 
