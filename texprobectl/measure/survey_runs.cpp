@@ -15,7 +15,7 @@ namespace texprobe::ctl {
 
 namespace {
 
-/// What is under way in a record; nothing in one that is whole, or begun as a whole.
+/// The question under way in a record; none in one that is whole, or begun as a whole.
 const survey::Question* use_under_way(const survey::FormatRecord& record) {
     for (const auto& [question, judged] : record.uses) {
         if (judged.verdict == survey::Verdict::kStarted) return &question;
@@ -137,7 +137,7 @@ private:
         return read_texts() != before;
     }
 
-    /// What was under way, in words.
+    /// The question or context that was under way, in words.
     std::string settle(const Texts& before, const SurveyWatch& watch, const RunEnd& end) {
         std::string inHand;
         for (const std::string& id : ids_) {
