@@ -226,13 +226,13 @@ TEST(SurveyVerdict, blames_only_where_somebody_promised) {
 TEST(SurveyRecord, is_read_as_it_was_written) {
     FormatRecord record;
     record.uses[Use::kCreate] = {Verdict::kYes, ""};
-    record.uses[Use::kMipmap] = {Verdict::kWrong, "expected (0.5) at 3, 4: came (1)\n\x80"};
+    record.uses[Use::kMipmap] = {Verdict::kWrong, "expected (0.5) at 3, 4: came (1)\n\x7F\x80"};
     record.uses[Use::kRender] = {Verdict::kStarted, ""};
     const std::string text =
-        "create yes\nmipmap wrong: expected (0.5) at 3, 4: came (1)??\nrender started\n";
+        "create yes\nmipmap wrong: expected (0.5) at 3, 4: came (1)???\nrender started\n";
     EXPECT_EQ(write_record(record), text);
     EXPECT_EQ(write_record(*read_record(text)), text);
-    EXPECT_EQ(read_record(text)->uses.at(Use::kMipmap).text, "expected (0.5) at 3, 4: came (1)??");
+    EXPECT_EQ(read_record(text)->uses.at(Use::kMipmap).text, "expected (0.5) at 3, 4: came (1)???");
     FormatRecord begun;
     begun.isMeasuring = true;
     EXPECT_EQ(write_record(begun), "measuring\n");
