@@ -28,6 +28,7 @@ Json counts_of(const Counted& counted, const Cell& cell) {
 
 std::vector<Json> formats_of(const Counted& counted) {
     std::vector<Json> formats;
+    formats.reserve(kFormatCount);
     for (const Format& format : kFormats) {
         formats.push_back({{"name", format.name}, {"internal_format", format.internalFormat}});
     }

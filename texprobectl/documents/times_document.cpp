@@ -125,6 +125,7 @@ TransferTimes read_transfer(const Json& value, const Expect& expect) {
 void write_times_json(const Times& times, std::ostream& output) {
     begin_lines(kTimesSchema, output);
     std::vector<Json> transfers;
+    transfers.reserve(times.transfers.size());
     for (const TransferTimes& each : times.transfers) transfers.push_back(transfer_of(times, each));
     write_lines("transfers", transfers, "  ", output);
     output << "\n}\n";
