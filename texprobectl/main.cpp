@@ -18,21 +18,15 @@ namespace {
 
 constexpr int kTrouble = 2;
 
-std::string join(const std::vector<std::string>& words) {
-    std::string text;
-    for (const std::string& word : words) text += (text.empty() ? "" : ", ") + word;
-    return text;
-}
-
 /// The words that may follow `app`'s name.
 std::string expected_by(const CLI::App& app) {
     std::vector<std::string> words;
     for (const CLI::App* command : app.get_subcommands({})) words.push_back(command->get_name());
-    if (!words.empty()) return "one of " + join(words);
+    if (!words.empty()) return "one of " + texprobe::ctl::joined(words);
     for (const CLI::Option* option : app.get_options()) {
         if (!option->get_group().empty()) words.push_back(option->get_name());
     }
-    return join(words);
+    return texprobe::ctl::joined(words);
 }
 
 /// One line: the error, and the expected words.

@@ -77,7 +77,7 @@ struct Gl {
 #undef TEXPROBE_SURVEY_MEMBER
 };
 
-/// The functions of the current context. What it does not have is null or must not be called.
+/// The functions of the current context. One that it lacks is null or must not be called.
 Gl load_gl();
 
 using GlFunction = void (*)();

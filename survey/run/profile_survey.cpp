@@ -153,7 +153,7 @@ bool ProfileSurvey::survey_at_once(const Format& format, FormatRecord left) {
     return record(format, result);
 }
 
-/// After an end that nobody has explained: what is under way for the second time is guilty.
+/// After an unexplained end: the question that is under way for the second time is guilty.
 bool ProfileSurvey::survey_one_by_one(const Format& format, const FormatRecord& left) {
     FormatRecord result = after_end(ofDeath_ == Verdict::kHung ? with_hangs(left) : left);
     for (const Question& question : questions_of(format, profile_)) {

@@ -18,7 +18,7 @@ constexpr std::array<Profile, 3> kProfiles = {Profile::kCompatibility, Profile::
 /// "compatibility", "core" or "es".
 const char* name_of(Profile profile);
 
-/// What a context says of itself.
+/// A context's profile, version and extensions.
 struct ContextFacts {
     Profile profile = Profile::kCompatibility;
     int version = 0;  ///< As 46 for 4.6.

@@ -46,9 +46,9 @@ std::optional<FormatRecord> read_record(const std::string& text);
 /// Has everything that is asked of the format in that profile a verdict?
 bool is_complete(const Format& format, Profile profile, const FormatRecord& record);
 
-/// The verdicts of a record whose process has ended, nobody knows why. A use that was under way has
-/// none, because something else may have ended the process or kept it from recording the outcome;
-/// one that was for the second time has crashed.
+/// The verdicts of a record whose process has ended for an unknown reason. A use that was under way
+/// has none, because something else may have ended the process or kept it from recording the
+/// outcome; one that was for the second time has crashed.
 FormatRecord after_end(FormatRecord record);
 
 /// The same after an end that is no fault of the driver's.

@@ -1,4 +1,4 @@
-// What is said of a use of a format.
+// The verdicts on a use of a format.
 
 #ifndef TEXPROBE_SURVEY_VERDICTS_H
 #define TEXPROBE_SURVEY_VERDICTS_H
@@ -14,7 +14,7 @@ enum class Verdict : unsigned char {
     kYes,            ///< It holds, promised or not.
     kRefused,        ///< Promised, and an error, an incomplete framebuffer or a smaller format.
     kWrong,          ///< Promised, and without an error, but other pixels.
-    kNotOffered,     ///< It does not hold, and nobody promised it.
+    kNotOffered,     ///< It does not hold, and no document promised it.
     kNotApplicable,  ///< The format cannot be created, or to be read not be rendered to.
     kCrashed,        ///< The process died in it.
     kHung,           ///< It did not come back.

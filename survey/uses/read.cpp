@@ -11,7 +11,7 @@ namespace texprobe::survey {
 
 namespace {
 
-/// What a use of reading does.
+/// One use of reading.
 struct Reading {
     bool isPart = false;
     bool isToBuffer = false;

@@ -1,4 +1,4 @@
-// What the transfers share: images of two sizes, parts of them, and the texels that are sent.
+// Shared by the transfers: images of two sizes, parts of them, and the texels that are sent.
 
 #ifndef TEXPROBE_SURVEY_TRANSFER_USES_H
 #define TEXPROBE_SURVEY_TRANSFER_USES_H

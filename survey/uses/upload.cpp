@@ -8,7 +8,7 @@ namespace texprobe::survey {
 
 namespace {
 
-/// What a use of uploading does.
+/// One use of uploading.
 struct Sending {
     bool isPart = false;
     bool hasStorage = false;

@@ -178,6 +178,8 @@ TEST_F(InspectUse, of_the_real_program_compares_texels) {
     EXPECT_THAT(inspect({"read", "GL_BGRA", "GL_UNSIGNED_BYTE", "--tool", tool}).out,
                 HasSubstr("this run       yes\n"
                           "compared       61 x 37 texels, all of them right\n"));
+    EXPECT_THAT(inspect({"upload_part", "GL_BGRA", "GL_UNSIGNED_BYTE", "--tool", tool}).out,
+                HasSubstr("compared       61 x 37 texels, all of them right\n"));
     EXPECT_THAT(inspect({"render", "--tool", tool}).out,
                 HasSubstr("compared       64 x 64 texels, all of them right\n"));
     EXPECT_EQ(folder_.records(), before);

@@ -7,7 +7,6 @@
 #include <sstream>
 
 #include "documents/document.h"
-#include "documents/times_document.h"
 #include "documents/write_json.h"
 #include "page/times_section.h"
 #include "support/scratch_folder.h"

@@ -1,71 +1,31 @@
 // Compressed formats on a driver with one fault, which is another table of functions over Mesa's
 // softpipe: the fault must be found in exactly the uses that it concerns.
 
-#include <gtest/gtest.h>
-
 #include <algorithm>
 #include <cstdint>
-#include <cstdlib>
-#include <functional>
-#include <map>
-#include <vector>
 
-#include "uses/uses.h"
+#include "survey_faults.h"
 
 namespace texprobe::survey {
 namespace {
 
-using CompressedVerdicts = std::map<std::string, std::string>;
+const std::vector<const char*> kCompressedSample = {"GL_COMPRESSED_RGBA_S3TC_DXT5_EXT",
+                                                    "GL_COMPRESSED_SIGNED_RG_RGTC2",
+                                                    "GL_COMPRESSED_RGB_BPTC_UNSIGNED_FLOAT",
+                                                    "GL_COMPRESSED_SRGB_ALPHA_BPTC_UNORM",
+                                                    "GL_COMPRESSED_RGB8_ETC2",
+                                                    "GL_COMPRESSED_RGBA_ASTC_6x6_KHR"};
 
-const char* const kCompressedSample[] = {"GL_COMPRESSED_RGBA_S3TC_DXT5_EXT",
-                                         "GL_COMPRESSED_SIGNED_RG_RGTC2",
-                                         "GL_COMPRESSED_RGB_BPTC_UNSIGNED_FLOAT",
-                                         "GL_COMPRESSED_SRGB_ALPHA_BPTC_UNORM",
-                                         "GL_COMPRESSED_RGB8_ETC2",
-                                         "GL_COMPRESSED_RGBA_ASTC_6x6_KHR"};
-
-Gl soundGl;
-
-GLint renderer_for_blocks() {
-    CGLRendererInfoObj info = nullptr;
-    GLint count = 0;
-    GLint id = 0;
-    CGLQueryRendererInfo(1, &info, &count);
-    CGLDescribeRenderer(info, count - 1, kCGLRPRendererID, &id);
-    CGLDestroyRendererInfo(info);
-    return id;
-}
-
-class CompressedFault : public testing::Test {
+class CompressedFault : public SurveyWithFault {
 protected:
-    static void SetUpTestSuite() { setenv("GALLIUM_DRIVER", "softpipe", 1); }
-
-    /// All the verdicts that are no yes, on the driver with this fault.
-    static CompressedVerdicts verdicts_with(const std::function<void(Gl*)>& fault) {
-        const ProfileContext offscreen(renderer_for_blocks(), Profile::kCompatibility);
-        EXPECT_TRUE(offscreen.is_current());
-        SurveyContext context = describe_current_context(Profile::kCompatibility);
-        const Judge judge(context);
-        soundGl = context.gl;
-        fault(&context.gl);
-        CompressedVerdicts found;
-        for (const char* name : kCompressedSample) {
-            const Format& format = *find_format(name);
-            const Work work(context, judge, format);
-            FormatRecord record;
-            for (const Question& question : questions_of(format, Profile::kCompatibility)) {
-                record.uses[question] = answer(work, question, record).judged;
-                const Verdict verdict = record.uses[question].verdict;
-                const std::string key = std::string(name) + ' ' + name_of(question);
-                if (verdict != Verdict::kYes) found[key] = name_of(verdict);
-            }
-        }
-        return found;
+    static FaultyVerdicts verdicts_with(const std::function<void(Gl*)>& fault) {
+        return find_faulty(kCompressedSample, Profile::kCompatibility, fault,
+                           [](const Question&) { return true; });
     }
 
     /// The same verdicts for all of the sample.
-    static CompressedVerdicts each(const CompressedVerdicts& ofUses) {
-        CompressedVerdicts all;
+    static FaultyVerdicts each(const FaultyVerdicts& ofUses) {
+        FaultyVerdicts all;
         for (const char* name : kCompressedSample) {
             for (const auto& [use, verdict] : ofUses) all[std::string(name) + ' ' + use] = verdict;
         }
@@ -74,7 +34,7 @@ protected:
 };
 
 TEST_F(CompressedFault, is_not_found_where_there_is_none) {
-    EXPECT_EQ(verdicts_with([](Gl*) {}), CompressedVerdicts{});
+    EXPECT_EQ(verdicts_with([](Gl*) {}), FaultyVerdicts{});
 }
 
 /// The blocks with the sixth as the seventh.
@@ -96,11 +56,11 @@ bool is_place(const void* blocks) {
 }
 
 TEST_F(CompressedFault, wrong_block_of_an_image_is_found_in_what_shows_it) {
-    const CompressedVerdicts found = verdicts_with([](Gl* gl) {
+    const FaultyVerdicts found = verdicts_with([](Gl* gl) {
         gl->CompressedTexImage2D = [](Enum target, int level, Enum format, int width, int height,
                                       int border, int size, const void* blocks) {
-            soundGl.CompressedTexImage2D(target, level, format, width, height, border, size,
-                                         with_wrong_block(format, size, blocks).data());
+            real.CompressedTexImage2D(target, level, format, width, height, border, size,
+                                      with_wrong_block(format, size, blocks).data());
         };
     });
     // What comes from a buffer covers all of it.
@@ -109,24 +69,23 @@ TEST_F(CompressedFault, wrong_block_of_an_image_is_found_in_what_shows_it) {
 
 TEST_F(CompressedFault,
        wrong_block_of_what_is_sent_from_memory_is_found_in_upload_and_upload_part) {
-    const CompressedVerdicts found = verdicts_with([](Gl* gl) {
+    const FaultyVerdicts found = verdicts_with([](Gl* gl) {
         gl->CompressedTexSubImage2D = [](Enum target, int level, int x, int y, int width,
                                          int height, Enum format, int size, const void* blocks) {
             std::vector<unsigned char> wrong;
             if (!is_place(blocks)) wrong = with_wrong_block(format, size, blocks);
-            soundGl.CompressedTexSubImage2D(target, level, x, y, width, height, format, size,
-                                            wrong.empty() ? blocks : wrong.data());
+            real.CompressedTexSubImage2D(target, level, x, y, width, height, format, size,
+                                         wrong.empty() ? blocks : wrong.data());
         };
     });
     EXPECT_EQ(found, each({{"upload", "wrong"}, {"upload_part", "wrong"}}));
 }
 
 TEST_F(CompressedFault, ignored_offset_of_a_part_is_found_in_upload_part) {
-    const CompressedVerdicts found = verdicts_with([](Gl* gl) {
+    const FaultyVerdicts found = verdicts_with([](Gl* gl) {
         gl->CompressedTexSubImage2D = [](Enum target, int level, int, int, int width, int height,
                                          Enum format, int size, const void* blocks) {
-            soundGl.CompressedTexSubImage2D(target, level, 0, 0, width, height, format, size,
-                                            blocks);
+            real.CompressedTexSubImage2D(target, level, 0, 0, width, height, format, size, blocks);
         };
     });
     EXPECT_EQ(found, each({{"upload_part", "wrong"}}));
@@ -136,44 +95,42 @@ bool isStorageBound = false;
 
 TEST_F(CompressedFault,
        part_of_storage_that_is_lost_below_the_full_height_is_found_in_upload_part) {
-    const CompressedVerdicts found = verdicts_with([](Gl* gl) {
+    const FaultyVerdicts found = verdicts_with([](Gl* gl) {
         gl->CompressedTexImage2D = [](Enum target, int level, Enum format, int width, int height,
                                       int border, int size, const void* blocks) {
             isStorageBound = false;
-            soundGl.CompressedTexImage2D(target, level, format, width, height, border, size,
-                                         blocks);
+            real.CompressedTexImage2D(target, level, format, width, height, border, size, blocks);
         };
         gl->TexStorage2D = [](Enum target, int levels, Enum format, int width, int height) {
             isStorageBound = true;
-            soundGl.TexStorage2D(target, levels, format, width, height);
+            real.TexStorage2D(target, levels, format, width, height);
         };
         gl->CompressedTexSubImage2D = [](Enum target, int level, int x, int y, int width,
                                          int height, Enum format, int size, const void* blocks) {
             if (isStorageBound && y > 0) return;
-            soundGl.CompressedTexSubImage2D(target, level, x, y, width, height, format, size,
-                                            blocks);
+            real.CompressedTexSubImage2D(target, level, x, y, width, height, format, size, blocks);
         };
     });
     EXPECT_EQ(found, each({{"upload_part", "wrong"}}));
 }
 
 TEST_F(CompressedFault, ignored_place_in_a_buffer_is_found_in_upload_buffer) {
-    const CompressedVerdicts found = verdicts_with([](Gl* gl) {
+    const FaultyVerdicts found = verdicts_with([](Gl* gl) {
         gl->CompressedTexSubImage2D = [](Enum target, int level, int x, int y, int width,
                                          int height, Enum format, int size, const void* blocks) {
-            soundGl.CompressedTexSubImage2D(target, level, x, y, width, height, format, size,
-                                            is_place(blocks) ? nullptr : blocks);
+            real.CompressedTexSubImage2D(target, level, x, y, width, height, format, size,
+                                         is_place(blocks) ? nullptr : blocks);
         };
     });
     EXPECT_EQ(found, each({{"upload_buffer", "wrong"}}));
 }
 
 TEST_F(CompressedFault, error_of_what_is_sent_is_found_in_each_upload) {
-    const CompressedVerdicts found = verdicts_with([](Gl* gl) {
+    const FaultyVerdicts found = verdicts_with([](Gl* gl) {
         gl->CompressedTexSubImage2D = [](Enum target, int level, int x, int y, int width,
                                          int height, Enum format, int size, const void* blocks) {
-            soundGl.CompressedTexSubImage2D(target, level, x, y, width, height, format, size - 1,
-                                            blocks);
+            real.CompressedTexSubImage2D(target, level, x, y, width, height, format, size - 1,
+                                         blocks);
         };
     });
     EXPECT_EQ(
@@ -182,10 +139,10 @@ TEST_F(CompressedFault, error_of_what_is_sent_is_found_in_each_upload) {
 }
 
 TEST_F(CompressedFault, refused_image_is_found_in_create_and_leaves_nothing_else_to_try) {
-    const CompressedVerdicts found = verdicts_with([](Gl* gl) {
+    const FaultyVerdicts found = verdicts_with([](Gl* gl) {
         gl->CompressedTexImage2D = [](Enum, int level, Enum format, int width, int height,
                                       int border, int size, const void* blocks) {
-            soundGl.CompressedTexImage2D(0, level, format, width, height, border, size, blocks);
+            real.CompressedTexImage2D(0, level, format, width, height, border, size, blocks);
         };
     });
     EXPECT_EQ(found, each({{"create", "refused"},
@@ -196,18 +153,18 @@ TEST_F(CompressedFault, refused_image_is_found_in_create_and_leaves_nothing_else
 }
 
 TEST_F(CompressedFault, refused_storage_is_found_in_create_storage_alone) {
-    const CompressedVerdicts found = verdicts_with([](Gl* gl) {
+    const FaultyVerdicts found = verdicts_with([](Gl* gl) {
         gl->TexStorage2D = [](Enum, int levels, Enum format, int width, int height) {
-            soundGl.TexStorage2D(0, levels, format, width, height);
+            real.TexStorage2D(0, levels, format, width, height);
         };
     });
     EXPECT_EQ(found, each({{"create_storage", "refused"}}));
 }
 
 TEST_F(CompressedFault, another_format_than_was_asked_for_is_found_in_both_creates) {
-    const CompressedVerdicts found = verdicts_with([](Gl* gl) {
+    const FaultyVerdicts found = verdicts_with([](Gl* gl) {
         gl->GetTexLevelParameteriv = [](Enum target, int level, Enum name, int* value) {
-            soundGl.GetTexLevelParameteriv(target, level, name, value);
+            real.GetTexLevelParameteriv(target, level, name, value);
             if (name == gl::kInternalFormat) ++*value;
         };
     });
@@ -216,9 +173,9 @@ TEST_F(CompressedFault, another_format_than_was_asked_for_is_found_in_both_creat
 }
 
 TEST_F(CompressedFault, nearest_instead_of_linear_is_found_in_filter) {
-    const CompressedVerdicts found = verdicts_with([](Gl* gl) {
+    const FaultyVerdicts found = verdicts_with([](Gl* gl) {
         gl->TexParameteri = [](Enum target, Enum name, int value) {
-            soundGl.TexParameteri(target, name, value == gl::kLinear ? gl::kNearest : value);
+            real.TexParameteri(target, name, value == gl::kLinear ? gl::kNearest : value);
         };
     });
     EXPECT_EQ(found, each({{"filter", "wrong"}}));

@@ -335,39 +335,41 @@ TEST(Survey, adds_what_is_missing_to_the_records_of_an_older_one) {
     EXPECT_EQ(survey_set(folder).at("core.GL_R8UI"), "string " + older + transfers);
 }
 
-/// A death in a transfer.
-struct TransferDeath {
-    survey::Profile profile;
-    survey::Question question;
-};
+/// Dies in that question until each has a record of its own, and expects the loss of what needs it
+/// alone.
+void expect_loss_of(const survey::Question& guilty, const survey::Format& format,
+                    survey::Profile profile, int signal) {
+    const std::vector<std::string> arguments = {"--profile", survey::name_of(profile), "--format",
+                                                format.name};
+    const std::string key = arguments[1] + '.' + format.name;
+    const ToolFolder folder(SURVEY_DYING);
+    std::ofstream die(folder.path() / "die");
+    die << arguments[1] << ' ' << format.value << ' ' << name_of(guilty.use) << ' ' << signal;
+    if (!guilty.layout.is_none()) die << ' ' << guilty.layout.format << ' ' << guilty.layout.type;
+    die.close();
+    EXPECT_TRUE(WIFSIGNALED(folder.run(arguments, kSurveySoftpipe).status)) << key;
+    EXPECT_EQ(survey_set(folder).at(key), "string measuring\n");
+    for (int i = 0; i < 2; ++i) {
+        EXPECT_TRUE(WIFSIGNALED(folder.run(arguments, kSurveySoftpipe).status)) << key;
+    }
+    EXPECT_TRUE(folder.run(arguments, kSurveySoftpipe).exited_with(0)) << key;
+    EXPECT_EQ(survey_set(folder).at(key),
+              after_death(read_survey_record(undisturbed_survey(arguments), key), guilty))
+        << name_of(guilty);
+}
 
 TEST(Survey, dies_in_a_transfer_at_the_cost_of_that_layout_and_no_other) {
     using survey::Profile;
     using survey::Use;
     const survey::Layout packed = {0x1907, 0x8363};  // GL_RGB, GL_UNSIGNED_SHORT_5_6_5
     const survey::Layout bytes = {0x1907, 0x1401};   // GL_RGB, GL_UNSIGNED_BYTE
-    const TransferDeath deaths[] = {{Profile::kEs, {Use::kUploadPart, bytes}},
-                                    {Profile::kCore, {Use::kUploadBuffer, packed}},
-                                    {Profile::kEs, {Use::kReadPart, packed}},
-                                    {Profile::kCore, {Use::kGet, bytes}}};
-    const survey::Format& format = *survey::find_format("GL_RGB565");
+    const std::pair<Profile, survey::Question> deaths[] = {
+        {Profile::kEs, {Use::kUploadPart, bytes}},
+        {Profile::kCore, {Use::kUploadBuffer, packed}},
+        {Profile::kEs, {Use::kReadPart, packed}},
+        {Profile::kCore, {Use::kGet, bytes}}};
     for (const auto& [profile, guilty] : deaths) {
-        const std::string name = survey::name_of(profile);
-        const std::vector<std::string> arguments = {"--profile", name, "--format", format.name};
-        const std::string key = name + '.' + format.name;
-        const ToolFolder folder(SURVEY_DYING);
-        std::ofstream(folder.path() / "die")
-            << name << ' ' << format.value << ' ' << survey::name_of(guilty.use) << ' ' << SIGSEGV
-            << ' ' << guilty.layout.format << ' ' << guilty.layout.type;
-        EXPECT_TRUE(WIFSIGNALED(folder.run(arguments, kSurveySoftpipe).status));
-        EXPECT_EQ(survey_set(folder).at(key), "string measuring\n");
-        for (int i = 0; i < 2; ++i) {
-            EXPECT_TRUE(WIFSIGNALED(folder.run(arguments, kSurveySoftpipe).status));
-        }
-        EXPECT_TRUE(folder.run(arguments, kSurveySoftpipe).exited_with(0));
-        EXPECT_EQ(survey_set(folder).at(key),
-                  after_death(read_survey_record(undisturbed_survey(arguments), key), guilty))
-            << survey::name_of(guilty);
+        expect_loss_of(guilty, *survey::find_format("GL_RGB565"), profile, SIGSEGV);
     }
 }
 
@@ -375,49 +377,17 @@ class SurveyDeath : public testing::TestWithParam<survey::Profile> {};
 
 TEST_P(SurveyDeath, in_a_use_costs_that_verdict_and_no_other) {
     constexpr int kDeadlySignals[] = {SIGSEGV, SIGABRT, SIGBUS, SIGKILL};
-    const std::string profile = survey::name_of(GetParam());
     int tried = 0;
-    for (const char* name : {"GL_RGB565", "GL_R16F", "GL_RG32UI"}) {
+    for (const char* name :
+         {"GL_RGB565", "GL_R16F", "GL_RG32UI", "GL_COMPRESSED_RGBA_ASTC_6x6_KHR"}) {
         const survey::Format& format = *survey::find_format(name);
-        const std::string key = profile + '.' + name;
-        const survey::FormatRecord undisturbed =
-            read_survey_record(undisturbed_survey({"--profile", profile, "--format", name}), key);
         for (const survey::Use use : survey::kUses) {
             if (!has_use(format, use)) continue;
-            const ToolFolder folder(SURVEY_DYING);
-            std::ofstream(folder.path() / "die")
-                << profile << ' ' << format.value << ' ' << name_of(use) << ' '
-                << kDeadlySignals[tried++ % 4];
-            const auto run = [&] {
-                return folder.run({"--profile", profile, "--format", name}, kSurveySoftpipe);
-            };
-            EXPECT_TRUE(WIFSIGNALED(run().status)) << key;
-            EXPECT_EQ(survey_set(folder).at(key), "string measuring\n");
-            for (int i = 0; i < 2; ++i) EXPECT_TRUE(WIFSIGNALED(run().status)) << key;
-            EXPECT_TRUE(run().exited_with(0)) << key << ' ' << name_of(use);
-            EXPECT_EQ(survey_set(folder).at(key), after_death(undisturbed, use)) << name_of(use);
+            expect_loss_of(use, format, GetParam(), kDeadlySignals[tried++ % 4]);
         }
     }
-    EXPECT_EQ(tried, 15);
-}
-
-TEST_P(SurveyDeath, in_a_use_of_a_compressed_format_costs_that_verdict_and_no_other) {
-    const std::string profile = survey::name_of(GetParam());
-    const survey::Format& format = *survey::find_format("GL_COMPRESSED_RGBA_ASTC_6x6_KHR");
-    const std::vector<std::string> arguments = {"--profile", profile, "--format", format.name};
-    const std::string key = profile + '.' + format.name;
-    const survey::FormatRecord undisturbed = read_survey_record(undisturbed_survey(arguments), key);
-    for (const survey::Use use : survey::kUses) {
-        if (!has_use(format, use)) continue;
-        const ToolFolder folder(SURVEY_DYING);
-        std::ofstream(folder.path() / "die")
-            << profile << ' ' << format.value << ' ' << name_of(use) << ' ' << SIGSEGV;
-        for (int deaths = 0; deaths < 3; ++deaths) {
-            EXPECT_TRUE(WIFSIGNALED(folder.run(arguments, kSurveySoftpipe).status)) << key;
-        }
-        EXPECT_TRUE(folder.run(arguments, kSurveySoftpipe).exited_with(0)) << name_of(use);
-        EXPECT_EQ(survey_set(folder).at(key), after_death(undisturbed, use)) << name_of(use);
-    }
+    // Three, of which one is integer, and the compressed one.
+    EXPECT_EQ(tried, 6 + 6 + 3 + 6);
 }
 
 INSTANTIATE_TEST_SUITE_P(InProfile, SurveyDeath, testing::ValuesIn(survey::kProfiles),

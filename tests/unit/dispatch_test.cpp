@@ -23,6 +23,7 @@ namespace {
 using namespace tests;
 
 constexpr unsigned kPacked = GL_UNSIGNED_INT_8_8_8_8_REV;
+constexpr unsigned kL = GL_LUMINANCE, kLA = GL_LUMINANCE_ALPHA;
 constexpr unsigned kTypes[] = {GL_UNSIGNED_BYTE, GL_UNSIGNED_SHORT, GL_FLOAT, GL_HALF_FLOAT_ARB,
                                kPacked};
 constexpr unsigned kFormats[] = {GL_RGB, GL_RGBA, GL_LUMINANCE, GL_LUMINANCE_ALPHA,
@@ -66,66 +67,25 @@ struct ByHand {
     unsigned channels;
 };
 
-constexpr unsigned kByteType = GL_UNSIGNED_BYTE;
-
 TEST(Dispatch, is_the_distance_worked_out_by_hand) {
     // The pairs of channels in their order: differences of 1, 2, 3 and 4 where they are right.
     const ByHand rows[] = {
-        {"a copy", {1, 2, 3, 4}, GL_RGBA, kByteType, {1, 2, 3, 4}, GL_RGBA, kByteType, 0, 4},
-        {"in order", {10, 20, 30}, GL_RGB, kByteType, {11, 22, 33}, GL_RGB, kByteType, 14, 3},
-        {"exchanged", {10, 20, 30}, GL_RGB, kByteType, {33, 22, 11}, GL_BGR, kByteType, 14, 3},
-        {"no alpha", {10, 20, 30}, GL_BGR, kByteType, {11, 22, 33, 99}, GL_BGRA, kByteType, 14, 3},
-        {"reversed",
-         {10, 20, 30, 40},
-         GL_RGBA,
-         kByteType,
-         {44, 33, 22, 11},
-         GL_BGRA,
-         kByteType,
-         30,
-         4},
-        {"grey", {10}, GL_LUMINANCE, kByteType, {11, 12, 13}, GL_RGB, kByteType, 14, 3},
-        {"no alpha", {10}, GL_LUMINANCE, kByteType, {13, 99}, GL_LUMINANCE_ALPHA, kByteType, 9, 1},
-        {"grey and alpha",
-         {10, 40},
-         GL_LUMINANCE_ALPHA,
-         kByteType,
-         {11, 12, 13, 44},
-         GL_BGRA,
-         kByteType,
-         30,
-         4},
-        {"alpha with the next grey",
-         {10, 20},
-         GL_LUMINANCE_ALPHA,
-         kByteType,
-         {13, 99},
-         GL_LUMINANCE_ALPHA,
-         kByteType,
-         9 + 49,
-         2},
+        {"a copy", {1, 2, 3, 4}, GL_RGBA, kByte, {1, 2, 3, 4}, GL_RGBA, kByte, 0, 4},
+        {"in order", {10, 20, 30}, GL_RGB, kByte, {11, 22, 33}, GL_RGB, kByte, 14, 3},
+        {"exchanged", {10, 20, 30}, GL_RGB, kByte, {33, 22, 11}, GL_BGR, kByte, 14, 3},
+        {"no alpha", {10, 20, 30}, GL_BGR, kByte, {11, 22, 33, 99}, GL_BGRA, kByte, 14, 3},
+        {"reversed", {10, 20, 30, 40}, GL_RGBA, kByte, {44, 33, 22, 11}, GL_BGRA, kByte, 30, 4},
+        {"grey", {10}, kL, kByte, {11, 12, 13}, GL_RGB, kByte, 14, 3},
+        {"no alpha", {10}, kL, kByte, {13, 99}, kLA, kByte, 9, 1},
+        {"grey and alpha", {10, 40}, kLA, kByte, {11, 12, 13, 44}, GL_BGRA, kByte, 30, 4},
+        // Its alpha is compared with the next grey.
+        {"next grey", {10, 20}, kLA, kByte, {13, 99}, kLA, kByte, 9 + 49, 2},
         // A packed source exchanges red and blue, whatever its format.
-        {"packed", {10, 20, 30, 40}, GL_BGRA, kPacked, {33, 22, 11, 44}, GL_RGBA, kByteType, 30, 4},
-        {"packed", {10, 20, 30, 40}, 0, kPacked, {33, 22, 11, 44}, GL_RGBA, kByteType, 30, 4},
-        {"packed", {10, 20, 30, 40}, GL_RGBA, kPacked, {11, 22, 33, 44}, GL_BGRA, kByteType, 30, 4},
-        {"both packed",
-         {10, 20, 30, 40},
-         GL_RGB,
-         kPacked,
-         {11, 22, 33, 44},
-         GL_LUMINANCE,
-         kPacked,
-         30,
-         4},
-        {"black and white",
-         {0, 0, 0, 0},
-         0,
-         kPacked,
-         {255, 255, 255, 255},
-         0,
-         kPacked,
-         4 * 65025,
-         4}};
+        {"packed", {10, 20, 30, 40}, GL_BGRA, kPacked, {33, 22, 11, 44}, GL_RGBA, kByte, 30, 4},
+        {"packed", {10, 20, 30, 40}, 0, kPacked, {33, 22, 11, 44}, GL_RGBA, kByte, 30, 4},
+        {"packed", {10, 20, 30, 40}, GL_RGBA, kPacked, {11, 22, 33, 44}, GL_BGRA, kByte, 30, 4},
+        {"both packed", {10, 20, 30, 40}, GL_RGB, kPacked, {11, 22, 33, 44}, kL, kPacked, 30, 4},
+        {"opposites", {0, 0, 0, 0}, 0, kPacked, {255, 255, 255, 255}, 0, kPacked, 4 * 65025, 4}};
     for (const ByHand& row : rows) {
         Bytes readBack = uniform(row.readBack);
         readBack.push_back(row.readBack.front());
@@ -138,10 +98,10 @@ TEST(Dispatch, is_the_distance_worked_out_by_hand) {
 
 TEST(Dispatch, of_types_that_are_not_compared_gives_all_ones) {
     const Bytes image = random_bytes(2);
-    for (const unsigned type : Codes{kByteType, GL_UNSIGNED_SHORT, GL_FLOAT, GL_HALF_FLOAT_ARB}) {
+    for (const unsigned type : Codes{kByte, GL_UNSIGNED_SHORT, GL_FLOAT, GL_HALF_FLOAT_ARB}) {
         EXPECT_EQ(distance(image, GL_BGRA, type, image, GL_BGRA, kPacked), 0xFFFFFFFFFFFFFFFFu);
     }
-    EXPECT_EQ(distance(image, GL_RGB, kPacked, image, GL_RGB, kByteType), 0xFFFFFFFFFFFFFFFFu);
+    EXPECT_EQ(distance(image, GL_RGB, kPacked, image, GL_RGB, kByte), 0xFFFFFFFFFFFFFFFFu);
 }
 
 TEST(Dispatch, of_two_packed_images_is_truncated) {
@@ -203,33 +163,18 @@ void fill_with_extremes(unsigned type, unsigned seed, GuardedImage& image) {
 /// Special values of floats and halves, at every position of a vector register.
 void fill_with_special_values(unsigned type, unsigned seed, GuardedImage& image) {
     using Limits = std::numeric_limits<float>;
-    const float floats[] = {0.0f,
-                            -0.0f,
-                            1.0f,
-                            -1.0f,
-                            1.5f,
-                            -0.25f,
-                            0.5f,
-                            2.0f,
-                            Limits::infinity(),
-                            -Limits::infinity(),
-                            Limits::quiet_NaN(),
-                            std::bit_cast<float>(0x7F800001u),
-                            Limits::max(),
-                            Limits::lowest(),
-                            Limits::min(),
-                            Limits::denorm_min(),
-                            -Limits::denorm_min(),
-                            2147483648.0f,
-                            4294967296.0f,
-                            -2147483648.0f,
-                            -4294967296.0f,
-                            2147483520.0f,
-                            4294967040.0f,
-                            8388608.5f,
-                            1.0f / 4294967296.0f,
-                            -1.0f / 4294967296.0f,
-                            0.999999940395355f};
+    constexpr float kInfinity = Limits::infinity(), kMost = Limits::max(), kLeast = Limits::min();
+    constexpr float kDenormal = Limits::denorm_min(), kNaN = Limits::quiet_NaN();
+    const float signalling = std::bit_cast<float>(0x7F800001u);
+    const float floats[] = {0.0f,          -0.0f,         1.0f,
+                            -1.0f,         1.5f,          -0.25f,
+                            0.5f,          2.0f,          kInfinity,
+                            -kInfinity,    kNaN,          signalling,
+                            kMost,         -kMost,        kLeast,
+                            kDenormal,     -kDenormal,    0x1p31f,
+                            0x1p32f,       -0x1p31f,      -0x1p32f,
+                            2147483520.0f, 4294967040.0f, 8388608.5f,
+                            0x1p-32f,      -0x1p-32f,     0.999999940395355f};
     const std::uint16_t halves[] = {0x0000, 0x8000, 0x0001, 0x03FF, 0x0400, 0x0401, 0x1C00,
                                     0x2000, 0x3400, 0x3800, 0x3BFF, 0x3C00, 0x3C01, 0x7BFF,
                                     0x7C00, 0x7C01, 0x7E00, 0x8001, 0xBC00, 0xFC00, 0xFE00,

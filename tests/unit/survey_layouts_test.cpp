@@ -4,14 +4,12 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <OpenGL/gl.h>
-#include <OpenGL/glext.h>
-
 #include <cmath>
 #include <map>
 #include <set>
 #include <sstream>
 
+#include "gl_numbers.h"
 #include "pixels/sent_texels.h"
 #include "records/formats.h"
 
@@ -52,39 +50,14 @@ TEST(SurveyLayouts, begin_with_the_one_of_the_formats_own_precision) {
 }
 
 TEST(SurveyLayouts, have_the_numbers_of_opengl) {
-    // Numbers from the system's header, which the survey does not use.
-    const std::map<std::string, unsigned> numbers = {
-        {"GL_RED", GL_RED},
-        {"GL_RG", GL_RG},
-        {"GL_RGB", GL_RGB},
-        {"GL_RGBA", GL_RGBA},
-        {"GL_BGR", GL_BGR},
-        {"GL_BGRA", GL_BGRA},
-        {"GL_RED_INTEGER", GL_RED_INTEGER},
-        {"GL_RG_INTEGER", GL_RG_INTEGER},
-        {"GL_RGB_INTEGER", GL_RGB_INTEGER},
-        {"GL_RGBA_INTEGER", GL_RGBA_INTEGER},
-        {"GL_LUMINANCE", GL_LUMINANCE},
-        {"GL_LUMINANCE_ALPHA", GL_LUMINANCE_ALPHA},
-        {"GL_DEPTH_COMPONENT", GL_DEPTH_COMPONENT},
-        {"GL_DEPTH_STENCIL", GL_DEPTH_STENCIL},
-        {"GL_BYTE", GL_BYTE},
-        {"GL_UNSIGNED_BYTE", GL_UNSIGNED_BYTE},
-        {"GL_SHORT", GL_SHORT},
-        {"GL_UNSIGNED_SHORT", GL_UNSIGNED_SHORT},
-        {"GL_INT", GL_INT},
-        {"GL_UNSIGNED_INT", GL_UNSIGNED_INT},
-        {"GL_FLOAT", GL_FLOAT},
-        {"GL_HALF_FLOAT", GL_HALF_FLOAT},
-        {"GL_UNSIGNED_SHORT_4_4_4_4", GL_UNSIGNED_SHORT_4_4_4_4},
-        {"GL_UNSIGNED_SHORT_5_5_5_1", GL_UNSIGNED_SHORT_5_5_5_1},
-        {"GL_UNSIGNED_SHORT_5_6_5", GL_UNSIGNED_SHORT_5_6_5},
-        {"GL_UNSIGNED_INT_8_8_8_8_REV", GL_UNSIGNED_INT_8_8_8_8_REV},
-        {"GL_UNSIGNED_INT_2_10_10_10_REV", GL_UNSIGNED_INT_2_10_10_10_REV},
-        {"GL_UNSIGNED_INT_24_8", GL_UNSIGNED_INT_24_8},
-        {"GL_UNSIGNED_INT_10F_11F_11F_REV", GL_UNSIGNED_INT_10F_11F_11F_REV},
-        {"GL_UNSIGNED_INT_5_9_9_9_REV", GL_UNSIGNED_INT_5_9_9_9_REV},
-        {"GL_FLOAT_32_UNSIGNED_INT_24_8_REV", GL_FLOAT_32_UNSIGNED_INT_24_8_REV}};
+    const auto numbers = GL_NUMBERS(
+        GL_RED, GL_RG, GL_RGB, GL_RGBA, GL_BGR, GL_BGRA, GL_RED_INTEGER, GL_RG_INTEGER,
+        GL_RGB_INTEGER, GL_RGBA_INTEGER, GL_LUMINANCE, GL_LUMINANCE_ALPHA, GL_DEPTH_COMPONENT,
+        GL_DEPTH_STENCIL, GL_BYTE, GL_UNSIGNED_BYTE, GL_SHORT, GL_UNSIGNED_SHORT, GL_INT,
+        GL_UNSIGNED_INT, GL_FLOAT, GL_HALF_FLOAT, GL_UNSIGNED_SHORT_4_4_4_4,
+        GL_UNSIGNED_SHORT_5_5_5_1, GL_UNSIGNED_SHORT_5_6_5, GL_UNSIGNED_INT_8_8_8_8_REV,
+        GL_UNSIGNED_INT_2_10_10_10_REV, GL_UNSIGNED_INT_24_8, GL_UNSIGNED_INT_10F_11F_11F_REV,
+        GL_UNSIGNED_INT_5_9_9_9_REV, GL_FLOAT_32_UNSIGNED_INT_24_8_REV);
     std::map<std::string, unsigned> used;
     for (const Format& format : formats()) {
         for (const Layout& layout : layouts_of(format)) {
@@ -98,7 +71,7 @@ TEST(SurveyLayouts, have_the_numbers_of_opengl) {
 
 // OpenGL ES 3.0.6, table 3.2.
 TEST(SurveyLayouts, of_opengl_es_are_the_rows_of_its_table) {
-    const std::multimap<std::string, std::string> table = {
+    std::multimap<std::string, std::string> table = {
         {"RGBA GL_UNSIGNED_BYTE", "RGBA8 RGB5_A1 RGBA4 SRGB8_ALPHA8"},
         {"RGBA GL_BYTE", "RGBA8_SNORM"},
         {"RGBA GL_UNSIGNED_SHORT_4_4_4_4", "RGBA4"},
@@ -106,12 +79,6 @@ TEST(SurveyLayouts, of_opengl_es_are_the_rows_of_its_table) {
         {"RGBA GL_UNSIGNED_INT_2_10_10_10_REV", "RGB10_A2 RGB5_A1"},
         {"RGBA GL_HALF_FLOAT", "RGBA16F"},
         {"RGBA GL_FLOAT", "RGBA32F RGBA16F"},
-        {"RGBA_INTEGER GL_UNSIGNED_BYTE", "RGBA8UI"},
-        {"RGBA_INTEGER GL_BYTE", "RGBA8I"},
-        {"RGBA_INTEGER GL_UNSIGNED_SHORT", "RGBA16UI"},
-        {"RGBA_INTEGER GL_SHORT", "RGBA16I"},
-        {"RGBA_INTEGER GL_UNSIGNED_INT", "RGBA32UI"},
-        {"RGBA_INTEGER GL_INT", "RGBA32I"},
         {"RGBA_INTEGER GL_UNSIGNED_INT_2_10_10_10_REV", "RGB10_A2UI"},
         {"RGB GL_UNSIGNED_BYTE", "RGB8 RGB565 SRGB8"},
         {"RGB GL_BYTE", "RGB8_SNORM"},
@@ -120,37 +87,26 @@ TEST(SurveyLayouts, of_opengl_es_are_the_rows_of_its_table) {
         {"RGB GL_UNSIGNED_INT_5_9_9_9_REV", "RGB9_E5"},
         {"RGB GL_HALF_FLOAT", "RGB16F R11F_G11F_B10F RGB9_E5"},
         {"RGB GL_FLOAT", "RGB32F RGB16F R11F_G11F_B10F RGB9_E5"},
-        {"RGB_INTEGER GL_UNSIGNED_BYTE", "RGB8UI"},
-        {"RGB_INTEGER GL_BYTE", "RGB8I"},
-        {"RGB_INTEGER GL_UNSIGNED_SHORT", "RGB16UI"},
-        {"RGB_INTEGER GL_SHORT", "RGB16I"},
-        {"RGB_INTEGER GL_UNSIGNED_INT", "RGB32UI"},
-        {"RGB_INTEGER GL_INT", "RGB32I"},
         {"RG GL_UNSIGNED_BYTE", "RG8"},
         {"RG GL_BYTE", "RG8_SNORM"},
         {"RG GL_HALF_FLOAT", "RG16F"},
         {"RG GL_FLOAT", "RG32F RG16F"},
-        {"RG_INTEGER GL_UNSIGNED_BYTE", "RG8UI"},
-        {"RG_INTEGER GL_BYTE", "RG8I"},
-        {"RG_INTEGER GL_UNSIGNED_SHORT", "RG16UI"},
-        {"RG_INTEGER GL_SHORT", "RG16I"},
-        {"RG_INTEGER GL_UNSIGNED_INT", "RG32UI"},
-        {"RG_INTEGER GL_INT", "RG32I"},
         {"RED GL_UNSIGNED_BYTE", "R8"},
         {"RED GL_BYTE", "R8_SNORM"},
         {"RED GL_HALF_FLOAT", "R16F"},
         {"RED GL_FLOAT", "R32F R16F"},
-        {"RED_INTEGER GL_UNSIGNED_BYTE", "R8UI"},
-        {"RED_INTEGER GL_BYTE", "R8I"},
-        {"RED_INTEGER GL_UNSIGNED_SHORT", "R16UI"},
-        {"RED_INTEGER GL_SHORT", "R16I"},
-        {"RED_INTEGER GL_UNSIGNED_INT", "R32UI"},
-        {"RED_INTEGER GL_INT", "R32I"},
         {"DEPTH_COMPONENT GL_UNSIGNED_SHORT", "DEPTH_COMPONENT16"},
         {"DEPTH_COMPONENT GL_UNSIGNED_INT", "DEPTH_COMPONENT24 DEPTH_COMPONENT16"},
         {"DEPTH_COMPONENT GL_FLOAT", "DEPTH_COMPONENT32F"},
         {"DEPTH_STENCIL GL_UNSIGNED_INT_24_8", "DEPTH24_STENCIL8"},
         {"DEPTH_STENCIL GL_FLOAT_32_UNSIGNED_INT_24_8_REV", "DEPTH32F_STENCIL8"}};
+    for (const std::string order : {"RED", "RG", "RGB", "RGBA"}) {
+        const std::string name = order == "RED" ? "R" : order;
+        for (const auto& [type, bits] : {std::pair("BYTE", "8"), {"SHORT", "16"}, {"INT", "32"}}) {
+            table.emplace(order + "_INTEGER GL_UNSIGNED_" + type, name + bits + "UI");
+            table.emplace(order + "_INTEGER GL_" + type, name + bits + "I");
+        }
+    }
     std::set<std::string> expected;
     for (const auto& [layout, names] : table) {
         std::istringstream words(names);

@@ -1,4 +1,5 @@
-// What several commands have in common. A command's arguments are shared, because it runs later.
+// Options, checks and lines that several commands share. A command's arguments are shared, because
+// it runs later.
 
 #ifndef TEXPROBECTL_COMMAND_OPTIONS_H
 #define TEXPROBECTL_COMMAND_OPTIONS_H
@@ -10,6 +11,7 @@
 
 #include "process/terminal.h"
 #include "records/machine.h"
+#include "records/record_set.h"
 
 namespace texprobe::ctl {
 
@@ -30,6 +32,10 @@ void print(const std::function<void(const Terminal&, std::ostream&)>& write);
 
 /// Why nothing can be run: the program was not found, or there is no renderer; empty if neither.
 std::string describe_lack(const char* name, const std::string& program, const Machine& machine);
+
+/// Of --require-hardware, after a command has succeeded: 0 where one of the sets is of hardware;
+/// else 1, and a line on standard error names the renderers.
+int require_hardware(const RecordSets& sets);
 
 /// A document with an empty list is valid, but its reader wants to know.
 void say_empty(const std::string& file, const char* what);

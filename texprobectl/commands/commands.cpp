@@ -3,10 +3,13 @@
 #include <unistd.h>
 
 #include <iostream>
+#include <vector>
 
 #include "commands/command_options.h"
 #include "process/output_file.h"
 #include "records/plain_text.h"
+#include "records/software.h"
+#include "text/text_matrix.h"
 
 namespace texprobe::ctl {
 
@@ -58,6 +61,17 @@ std::string describe_lack(const char* name, const std::string& program, const Ma
 
 void say_empty(const std::string& file, const char* what) {
     std::cerr << "texprobectl: " << plain(file) << " has no " << what << '\n';
+}
+
+int require_hardware(const RecordSets& sets) {
+    std::vector<NamedRenderer> renderers;
+    for (const RecordSet& set : sets) {
+        renderers.push_back({renderer_name(plain(set)), set.isSoftware});
+    }
+    const std::string trouble = trouble_without_hardware(renderers);
+    if (trouble.empty()) return 0;
+    std::cerr << "texprobectl: " << trouble << '\n';
+    return 1;
 }
 
 }  // namespace texprobe::ctl

@@ -8,7 +8,6 @@
 
 #include "commands/command_options.h"
 #include "commands/commands.h"
-#include "commands/require_hardware.h"
 #include "inspect/whose_noes.h"
 #include "measure/find_tool.h"
 #include "process/stop_signals.h"
@@ -19,40 +18,34 @@ namespace texprobe::ctl {
 
 namespace {
 
-struct MeasureArguments {
-    std::string tool;
-    int seconds = 60;
-    int attempts = 200;
+struct MeasureArguments : MeasureOptions {
     bool requiresHardware = false;
 };
 
 int report_measuring(const MeasureResult& result) {
     std::size_t open = 0;
     for (const RecordSet& set : result.after) open += set.unmeasured();
-    switch (result.kind) {
-        case MeasureResult::Kind::kComplete:
-            return 0;
-        case MeasureResult::Kind::kInterrupted:
-            std::cerr << "Interrupted; nothing is lost. `texprobectl measure` continues with the "
-                      << open << " verdicts that are still missing.\n";
-            return 128 + StopSignals::received();
-        default:
-            std::cerr << "texprobectl: not complete: " << result.reason << '\n';
-            return 1;
+    if (result.kind == MeasureResult::Kind::kComplete) return 0;
+    if (result.kind == MeasureResult::Kind::kInterrupted) {
+        std::cerr << "Interrupted; nothing is lost. `texprobectl measure` continues with the "
+                  << open << " verdicts that are still missing.\n";
+        return 128 + StopSignals::received();
     }
+    std::cerr << "texprobectl: not complete: " << result.reason << '\n';
+    return 1;
 }
 
-int run_measure(const MeasureArguments& arguments, const Session& session) {
-    const std::string tool = arguments.tool.empty() ? find_tool(session.self) : arguments.tool;
+int run_measure(MeasureArguments arguments, const Session& session) {
+    if (arguments.tool.empty()) arguments.tool = find_tool(session.self);
     const Machine machine = look_at_machine();
-    const std::string lack = describe_lack("texprobe", tool, machine);
+    const std::string lack = describe_lack("texprobe", arguments.tool, machine);
     if (!lack.empty()) {
         std::cerr << "texprobectl: " << lack << '\n';
         return 1;
     }
     const StopSignals stopSignals;
     MeasureView view(std::cerr, look_at_terminal(STDERR_FILENO));
-    MeasureResult result = measure({tool, arguments.seconds, arguments.attempts}, machine, view);
+    MeasureResult result = measure(arguments, machine, view);
     view.finish();
     if (result.kind != MeasureResult::Kind::kInterrupted) {
         try {

@@ -6,7 +6,7 @@
 #include "commands/command_options.h"
 #include "commands/commands.h"
 #include "commands/selection.h"
-#include "documents/times_document.h"
+#include "documents/document.h"
 #include "page/page.h"
 #include "process/output_file.h"
 #include "process/stop_signals.h"

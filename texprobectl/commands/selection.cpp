@@ -47,13 +47,6 @@ bool has_part(const RecordSet& set, const std::string& part) {
     return !part.empty() && own.find(part) != std::string_view::npos;
 }
 
-RecordSets sets_that(const RecordSets& all, bool arePresent) {
-    RecordSets sets;
-    std::copy_if(all.begin(), all.end(), std::back_inserter(sets),
-                 [&](const RecordSet& set) { return set.isPresent == arePresent; });
-    return sets;
-}
-
 }  // namespace
 
 const RecordSet& find_set(const std::string& text, const RecordSets& all) {
@@ -109,19 +102,19 @@ RecordSets KnownSets::find_or_read(const std::string& text) {
     return is_document(text) ? read_documents({text}) : RecordSets{find_set(text, all())};
 }
 
-RecordSets present_sets(const RecordSets& all) {
-    return sets_that(all, true);
+RecordSets present_sets(RecordSets all) {
+    std::erase_if(all, [](const RecordSet& set) { return !set.isPresent; });
+    return all;
 }
 
-RecordSets present_measured_sets(const RecordSets& all) {
-    RecordSets sets;
-    std::copy_if(all.begin(), all.end(), std::back_inserter(sets),
-                 [](const RecordSet& set) { return set.isPresent && is_measured(set); });
-    return sets;
+RecordSets present_measured_sets(RecordSets all) {
+    std::erase_if(all, [](const RecordSet& set) { return !set.isPresent || !is_measured(set); });
+    return all;
 }
 
-RecordSets outdated_sets(const RecordSets& all) {
-    return sets_that(all, false);
+RecordSets outdated_sets(RecordSets all) {
+    std::erase_if(all, [](const RecordSet& set) { return set.isPresent; });
+    return all;
 }
 
 const RecordSet& only_present_set(const RecordSets& all, bool isSurveyed) {

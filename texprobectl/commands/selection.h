@@ -48,10 +48,10 @@ private:
 };
 
 /// Those of this machine's renderers and present build, of which the tool has recorded something.
-RecordSets present_measured_sets(const RecordSets& all);
+RecordSets present_measured_sets(RecordSets all);
 /// Those of this machine's renderers and present build, or all others.
-RecordSets present_sets(const RecordSets& all);
-RecordSets outdated_sets(const RecordSets& all);
+RecordSets present_sets(RecordSets all);
+RecordSets outdated_sets(RecordSets all);
 
 /// The measured set of this machine's present build, or the surveyed one. Throws UsageError if
 /// there is none, or more than one.

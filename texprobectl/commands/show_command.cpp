@@ -1,4 +1,3 @@
-#include <algorithm>
 #include <memory>
 
 #include "commands/command_options.h"
@@ -23,8 +22,7 @@ RecordSets shown_sets(const std::vector<std::string>& names) {
     if (names.size() > 1) throw UsageError("show expects one record set or exported file, or none");
     if (names.empty()) return present_measured_sets(known.all());
     RecordSets sets = known.find_or_read(names.front());
-    const auto isNotMeasured = [](const RecordSet& set) { return !is_measured(set); };
-    sets.erase(std::remove_if(sets.begin(), sets.end(), isNotMeasured), sets.end());
+    std::erase_if(sets, [](const RecordSet& set) { return !is_measured(set); });
     if (sets.empty()) throw UsageError(names.front() + " has no verdicts to show");
     return sets;
 }

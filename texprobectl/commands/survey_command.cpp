@@ -1,13 +1,11 @@
 #include <unistd.h>
 
-#include <algorithm>
 #include <iostream>
 #include <memory>
 
 #include "commands/cell_names.h"
 #include "commands/command_options.h"
 #include "commands/commands.h"
-#include "commands/require_hardware.h"
 #include "commands/selection.h"
 #include "doctor/doctor.h"
 #include "documents/write_json.h"
@@ -69,8 +67,7 @@ RunsResult survey_present(const SurveyArguments& arguments, const SurveyChoice& 
 
 /// Those of documents, and of other machines and builds.
 RunsResult look_at_others(const SurveyChoice& choice, RecordSets* sets) {
-    const auto hasNone = [](const RecordSet& set) { return set.survey.empty(); };
-    sets->erase(std::remove_if(sets->begin(), sets->end(), hasNone), sets->end());
+    std::erase_if(*sets, [](const RecordSet& set) { return set.survey.empty(); });
     if (sets->empty()) throw UsageError("there is no survey to show");
     RunsResult result{RunsResult::Kind::kComplete, "", 0};
     for (const RecordSet& set : *sets) {

@@ -15,7 +15,6 @@
 #include "doctor/anonymizer.h"
 #include "process/child.h"
 #include "records/catalogue.h"
-#include "records/machine.h"
 #include "records/turn.h"
 
 // POSIX leaves the declaration to its users; some systems make it nevertheless.
@@ -39,7 +38,7 @@ bool take_line(Stream stream, std::string_view text, ExaminedRenderer* renderer)
     if (stream == Stream::kError) {
         renderer->messages.emplace_back(text);
     } else if (name == "opened") {
-        renderer->canBeOpened = true;
+        renderer->isOpened = true;
         renderer->megabytes = std::atoi(value.c_str());
     } else if (name == "vendor") {
         renderer->vendor = value;
@@ -102,11 +101,9 @@ ExaminedRenderer examine_renderer(const std::string& self, std::uint32_t id) {
              return take_line(stream, text, &renderer);
          }});
     if (end.kind == RunEnd::Kind::kExited && end.number == 0) return renderer;
-    renderer.canBeOpened = false;
-    renderer.megabytes.reset();
-    renderer.vendor.clear();
-    renderer.glVersion.clear();
-    renderer.renderer.clear();
+    Opening failed;
+    failed.trouble = renderer.trouble;
+    static_cast<Opening&>(renderer) = failed;
     if (end.kind == RunEnd::Kind::kSignalled) {
         renderer.trouble = "opening it ended the process by " + name_of_signal(end.number);
     } else if (end.kind == RunEnd::Kind::kTimeLimit) {

@@ -5,25 +5,18 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <optional>
 #include <string>
 #include <utility>
 #include <vector>
 
+#include "records/machine.h"
+
 namespace texprobe::ctl {
 
-struct ExaminedRenderer {
+struct ExaminedRenderer : Opening {
     std::string rendererID;
-    bool canBeOpened = false;
-    std::optional<int> megabytes;
     /// It draws on the processor.
     bool isSoftware = false;
-    /// The strings of its context; empty where it cannot be opened.
-    std::string vendor;
-    std::string glVersion;
-    std::string renderer;
-    /// Why it cannot be opened; empty otherwise.
-    std::string trouble;
     /// The lines that the driver and the platform wrote meanwhile.
     std::vector<std::string> messages;
 };

@@ -12,8 +12,8 @@ Json known(const std::string& text) {
 
 Json renderer_of(const ExaminedRenderer& renderer) {
     return {{"renderer_id", renderer.rendererID},
-            {"can_be_opened", renderer.canBeOpened},
-            {"megabytes", renderer.megabytes ? Json(*renderer.megabytes) : Json(nullptr)},
+            {"can_be_opened", renderer.isOpened},
+            {"megabytes", renderer.isOpened ? Json(renderer.megabytes) : Json(nullptr)},
             {"software", renderer.isSoftware},
             {"vendor", known(renderer.vendor)},
             {"gl_version", known(renderer.glVersion)},

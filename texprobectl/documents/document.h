@@ -14,6 +14,8 @@
 
 namespace texprobe::ctl {
 
+struct Times;
+
 inline constexpr const char* kRecordsSchema = "texprobe-records";
 
 /// All sets of these files; "-" is standard input. Throws DocumentError.
@@ -38,6 +40,8 @@ public:
     bool boolean(const Json& object, const char* name) const;
     std::int64_t integer(const Json& object, const char* name, std::int64_t least,
                          std::int64_t most) const;
+    std::uint64_t count(const Json& object, const char* name, std::uint64_t least,
+                        std::uint64_t most) const;
     const Json& array(const Json& object, const char* name) const;
     /// The sixteen formats in the tool's order.
     const Json& formats(const Json& object) const;
@@ -62,6 +66,10 @@ struct DocumentKind {
 std::size_t read_document(const std::string& file, const std::vector<DocumentKind>& kinds);
 
 RecordSet read_set(const Json& value, const Expect& expect);
+
+/// Adds the transfers of a file to those of their record sets, and returns how many there were.
+/// Throws DocumentError.
+std::size_t read_times(const std::string& file, std::vector<Times>* all);
 
 /// The member "software"; without it, as in older documents, what the renderer's name tells.
 bool read_software(const Json& value, const std::optional<std::string>& renderer,

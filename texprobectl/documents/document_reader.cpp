@@ -18,9 +18,7 @@ namespace {
 
 Verdict read_verdict(const Json& format, const char* name, const Expect& expect) {
     const std::string& text = expect.text(format, name);
-    for (std::size_t i = 0; i < kVerdictCount; ++i) {
-        if (text == kVerdictNames[i]) return static_cast<Verdict>(i);
-    }
+    if (const auto verdict = find_name(kVerdictNames, text)) return static_cast<Verdict>(*verdict);
     expect.fail(
         expect.member(format, name),
         fmt::format("\"{}\" is {}; expected yes, no, unmeasured, not_applicable, crashed or "
@@ -215,6 +213,12 @@ std::int64_t Expect::integer(const Json& object, const char* name, std::int64_t 
         fail(value, fmt::format("\"{}\" must be a whole number from {} to {}", name, least, most));
     }
     return *integer;
+}
+
+std::uint64_t Expect::count(const Json& object, const char* name, std::uint64_t least,
+                            std::uint64_t most) const {
+    return static_cast<std::uint64_t>(
+        integer(object, name, static_cast<std::int64_t>(least), static_cast<std::int64_t>(most)));
 }
 
 const Json& Expect::array(const Json& object, const char* name) const {

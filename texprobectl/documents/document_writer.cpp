@@ -37,9 +37,7 @@ void write_set(const RecordSet& set, std::ostream& output) {
     output << "    {\n";
     Json members = identification(set);
     members["software"] = set.isSoftware;
-    for (const auto& [name, value] : members.items()) {
-        output << "      \"" << name << "\": " << line_of(value) << ",\n";
-    }
+    write_members(members, "      ", output);
     std::vector<Json> formats;
     for (std::size_t i = 0; i < kFormatCount; ++i) formats.push_back(format_of(set, i));
     std::vector<Json> details;
@@ -67,10 +65,9 @@ Json identification(const RecordSet& set) {
             {"measured", text_or_null(set.measured)}};
 }
 
-// One format a line: a person can read it, and diff(1) shows the differences.
 void write_records_json(const RecordSets& sets, std::ostream& output) {
-    output << "{\n  \"schema\": \"" << kRecordsSchema
-           << "\",\n  \"schema_version\": " << kSchemaVersion << ",\n  \"record_sets\": [";
+    begin_lines(kRecordsSchema, output);
+    output << "  \"record_sets\": [";
     for (std::size_t i = 0; i < sets.size(); ++i) {
         output << (i == 0 ? "\n" : ",\n");
         write_set(sets[i], output);

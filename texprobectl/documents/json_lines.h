@@ -1,4 +1,4 @@
-// What the documents' writers and readers share.
+// Shared by the writers and readers of documents.
 
 #ifndef TEXPROBECTL_JSON_LINES_H
 #define TEXPROBECTL_JSON_LINES_H
@@ -11,7 +11,8 @@
 
 namespace texprobe::ctl {
 
-/// What is written. A document of an earlier version is read, too: it only lacks what came later.
+/// The version that is written. A document of an earlier version is read, too: it only lacks what
+/// came later.
 inline constexpr int kSchemaVersion = 2;
 
 /// Members stay in the order in which they are written.
@@ -33,6 +34,21 @@ inline void write_whole(const Json& document, std::ostream& stream) {
 /// One line; bytes that are not UTF-8 are replaced.
 inline std::string line_of(const Json& value) {
     return value.dump(-1, ' ', false, Json::error_handler_t::replace);
+}
+
+// A document that is written piece by piece, so that a person can read it, and diff(1) shows the
+// differences.
+
+inline void begin_lines(const char* schema, std::ostream& output) {
+    output << "{\n  \"schema\": \"" << schema << "\",\n  \"schema_version\": " << kSchemaVersion
+           << ",\n";
+}
+
+/// The members of an object, one a line, behind this indent and each with a comma.
+inline void write_members(const Json& object, const char* indent, std::ostream& output) {
+    for (const auto& [name, value] : object.items()) {
+        output << indent << '"' << name << "\": " << line_of(value) << ",\n";
+    }
 }
 
 /// A member that is a list, with a value a line, behind this indent.

@@ -143,7 +143,7 @@ void read_json(std::istream& text, const std::string& file, const TopLevel& top)
     ParserWatch watch(counted, top);
     std::istream stream(&counted);
     try {
-        // What is not kept is left out of it.
+        // Values that are not kept are left out of it.
         [[maybe_unused]] const Json rest =
             Json::parse(stream, [&](int depth, Json::parse_event_t event, const Json& parsed) {
                 return watch.take(static_cast<std::size_t>(depth), event, parsed);

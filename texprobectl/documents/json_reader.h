@@ -12,7 +12,7 @@
 
 namespace texprobe::ctl {
 
-/// What is wrong with a document. The text begins with the file, and then with the line and the
+/// A fault of a document. The text begins with the file, and then with the line and the
 /// column up to which it was read, or with the path of the value: "record_sets[3].formats[2].name".
 class DocumentError : public std::runtime_error {
 public:

@@ -60,10 +60,8 @@ void Counted::add(const Counted& other) {
     isSoftware |= other.isSoftware;
     survey.add(other.survey);
     for_each_cell([&](const Cell& cell) {
-        VerdictCounts& counts = cells[cell.format][cell.capability];
-        const VerdictCounts& more = other.cells[cell.format][cell.capability];
-        for (std::size_t i = 0; i < kVerdictCount; ++i) counts[i] += more[i];
-        ofTest[number_of(cell)] += other.ofTest[number_of(cell)];
+        for (std::size_t i = 0; i < kVerdictCount; ++i) cells[cell][i] += other.cells[cell][i];
+        ofTest[cell] += other.ofTest[cell];
     });
     for (const auto& [failure, machines] : other.failures) {
         failures[failure].add(machines.count(), machines.names());
@@ -71,11 +69,9 @@ void Counted::add(const Counted& other) {
 }
 
 Verdict Counted::usual(const Cell& cell) const {
-    const VerdictCounts& counts = cells[cell.format][cell.capability];
-    const auto count = [&](Verdict verdict) { return counts[static_cast<std::size_t>(verdict)]; };
     Verdict usual = Verdict::kYes;
-    for (const Verdict verdict : {Verdict::kNo, Verdict::kCrashed, Verdict::kHung}) {
-        if (count(verdict) > count(usual)) usual = verdict;
+    for (const Verdict verdict : kFailures) {
+        if (count(cell, verdict) > count(cell, usual)) usual = verdict;
     }
     return usual;
 }
@@ -94,7 +90,7 @@ void Merged::add(const RecordSet& set) {
     counted.isSoftware |= set.isSoftware;
     counted.survey.add(set.survey);
     if (!isSurveyAlone) count_verdicts(set, &counted);
-    // What an older build had says nothing of the machine as it is.
+    // An older build's set says nothing of the machine as it is.
     if (now_.hasPresent && !set.isPresent) return;
     if (set.isPresent && !now_.hasPresent) {
         now_.hasHardware = now_.hasIncomplete = false;
@@ -118,11 +114,11 @@ void Merged::count_verdicts(const RecordSet& set, Counted* counted) {
     counted->complete += set.isComplete;
     for_each_cell([&](const Cell& cell) {
         const Verdict verdict = set.verdict(cell);
-        ++counted->cells[cell.format][cell.capability][static_cast<std::size_t>(verdict)];
+        ++counted->cells[cell][static_cast<std::size_t>(verdict)];
         if (is_failure(verdict)) counted->failures[{cell, verdict}].add(now_.name, now_.number);
     });
     for (const Detail& detail : set.details) {
-        counted->ofTest[number_of(detail.cell)] += detail.is_of_test();
+        counted->ofTest[detail.cell] += detail.is_of_test();
     }
 }
 

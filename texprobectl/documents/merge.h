@@ -19,7 +19,6 @@ namespace texprobe::ctl {
 inline constexpr Count kMostSets = kMostMachines;
 /// How many sets have each verdict.
 using VerdictCounts = std::array<Count, kVerdictCount>;
-using CellCounts = std::array<std::array<VerdictCounts, kCapabilityCount>, kFormatCount>;
 
 /// Sets with the same of all this are of the same driver.
 struct Driver {
@@ -65,21 +64,24 @@ struct Counted {
     Count sets = 0;
     Count complete = 0;
     bool isSoftware = false;
-    CellCounts cells = {};
-    /// How many of the noes are the test's own, by cell.
-    std::array<Count, kCellCount> ofTest = {};
+    CellTable<VerdictCounts> cells = {};
+    /// How many of the noes are the test's own.
+    CellTable<Count> ofTest = {};
     /// Whose they are.
     std::map<Failure, MachineNames> failures;
     SurveyCounts survey;
 
-    /// What most sets say; of as many, the yes.
+    Count count(const Cell& cell, Verdict verdict) const {
+        return cells[cell][static_cast<std::size_t>(verdict)];
+    }
+    /// The verdict of most sets; of as many, the yes.
     Verdict usual(const Cell& cell) const;
     bool is_outlier(const Failure& failure) const { return usual(failure.cell) != failure.verdict; }
 
     void add(const Counted& other);
 };
 
-/// What is to be said of a machine as a whole.
+/// A statement on a machine as a whole.
 struct MachineState {
     enum Kind { kNoRecords, kIncomplete, kSoftware };
     Kind kind = kNoRecords;
@@ -142,7 +144,7 @@ struct LeftOut {
 };
 
 /// Reads exported and merged documents. An exported one is of the machine that it is given with,
-/// which counts once; a merged one is of nobody, and counts whenever it is given. Throws
+/// which counts once; a merged one is of no machine, and counts whenever it is given. Throws
 /// DocumentError, also for more than kMostSets: what is merged can be merged again.
 Merged merge_files(const std::vector<MachineFile>& files, LeftOut* leftOut);
 

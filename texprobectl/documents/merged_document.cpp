@@ -2,9 +2,7 @@
 
 #include <fmt/format.h>
 
-#include <algorithm>
 #include <array>
-#include <string_view>
 
 #include "documents/json_lines.h"
 #include "documents/survey_document.h"
@@ -14,8 +12,6 @@ namespace texprobe::ctl {
 
 namespace {
 
-constexpr auto kMostCounts = static_cast<std::int64_t>(kMostSets);
-
 constexpr std::array<const char*, 3> kStateNames = {"no_records", "not_complete", "software"};
 
 /// Of one cell. Those of the test are some of the noes.
@@ -23,41 +19,29 @@ constexpr const char* kNoesOfTest = "no_of_test";
 
 Json counts_of(const Counted& counted, const Cell& cell) {
     Json object = Json::object();
-    const VerdictCounts& counts = counted.cells[cell.format][cell.capability];
-    for (std::size_t i = 0; i < kVerdictCount; ++i) object[kVerdictNames[i]] = counts[i];
-    const Count ofTest = counted.ofTest[number_of(cell)];
-    if (ofTest > 0) object[kNoesOfTest] = ofTest;
+    for (std::size_t i = 0; i < kVerdictCount; ++i) {
+        object[kVerdictNames[i]] = counted.cells[cell][i];
+    }
+    if (counted.ofTest[cell] > 0) object[kNoesOfTest] = counted.ofTest[cell];
     return object;
 }
 
-void write_formats(const Counted& counted, const std::string& indent, std::ostream& output) {
-    output << "\"formats\": [";
-    for (std::size_t format = 0; format < kFormatCount; ++format) {
-        Json object = {{"name", kFormats[format].name},
-                       {"internal_format", kFormats[format].internalFormat}};
-        for (std::size_t i = 0; i < kCapabilityCount; ++i) {
-            object[kCapabilities[i].member] =
-                counts_of(counted, {format, static_cast<Capability>(i)});
-        }
-        output << (format == 0 ? "\n" : ",\n") << indent << "  " << line_of(object);
+std::vector<Json> formats_of(const Counted& counted) {
+    std::vector<Json> formats;
+    formats.reserve(kFormatCount);
+    for (const Format& format : kFormats) {
+        formats.push_back({{"name", format.name}, {"internal_format", format.internalFormat}});
     }
-    output << "\n" << indent << "]";
+    for_each_cell([&](const Cell& cell) {
+        formats[cell.format][kCapabilities[cell.capability].member] = counts_of(counted, cell);
+    });
+    return formats;
 }
 
 void add_machines(const MachineNames& machines, bool isOutlier, Json* object) {
     (*object)["outlier"] = isOutlier;
     (*object)["machine_count"] = machines.count();
     (*object)["machines"] = machines.names();
-}
-
-/// One a line.
-void write_list(const char* name, const std::vector<Json>& values, const std::string& indent,
-                std::ostream& output) {
-    output << '"' << name << "\": [";
-    for (std::size_t i = 0; i < values.size(); ++i) {
-        output << (i == 0 ? "\n" : ",\n") << indent << "  " << line_of(values[i]);
-    }
-    output << (values.empty() ? "]" : "\n" + indent + "]");
 }
 
 std::vector<Json> failures_of(const Counted& counted) {
@@ -107,15 +91,12 @@ void write_driver(const Driver& driver, const Counted& counted, std::ostream& ou
                           {"surveyed", counted.survey.sets},
                           {"software", counted.isSoftware}};
     output << "    {\n";
-    for (const auto& [name, value] : members.items()) {
-        output << "      \"" << name << "\": " << line_of(value) << ",\n";
-    }
-    output << "      ";
-    write_formats(counted, "      ", output);
-    output << ",\n      ";
-    write_list("failures", failures_of(counted), "      ", output);
-    output << ",\n      ";
-    write_list("survey_failures", survey_failures_of(counted.survey), "      ", output);
+    write_members(members, "      ", output);
+    write_lines("formats", formats_of(counted), "      ", output);
+    output << ",\n";
+    write_lines("failures", failures_of(counted), "      ", output);
+    output << ",\n";
+    write_lines("survey_failures", survey_failures_of(counted.survey), "      ", output);
     output << "\n    }";
 }
 
@@ -135,14 +116,12 @@ void read_failures(const Json& value, const Expect& expect, Counted* counted) {
         const auto format = format_named(expect.text(each, "name"));
         const auto capability = capability_named(expect.text(each, "capability"));
         const std::string& name = expect.text(each, "verdict");
-        for (const Verdict verdict : {Verdict::kNo, Verdict::kCrashed, Verdict::kHung}) {
+        for (const Verdict verdict : kFailures) {
             if (!format || !capability || name != name_of(verdict)) continue;
-            const Count sets =
-                counted->cells[*format][*capability][static_cast<std::size_t>(verdict)];
-            const auto count =
-                expect.integer(each, "machine_count", 1, static_cast<std::int64_t>(sets));
-            counted->failures[{{*format, *capability}, verdict}].add(static_cast<Count>(count),
-                                                                     read_names(each, expect));
+            const Cell cell = {*format, *capability};
+            counted->failures[{cell, verdict}].add(
+                expect.count(each, "machine_count", 1, counted->count(cell, verdict)),
+                read_names(each, expect));
         }
     }
 }
@@ -151,13 +130,12 @@ void read_failures(const Json& value, const Expect& expect, Counted* counted) {
 SurveyCounts read_survey_counts(const Json& value, const Expect& expect) {
     SurveyCounts counts;
     if (!value.contains("surveyed")) return counts;
-    counts.sets = static_cast<Count>(expect.integer(value, "surveyed", 0, kMostCounts));
+    counts.sets = expect.count(value, "surveyed", 0, kMostSets);
     for (const Json& each : expect.array(value, "survey_failures")) {
         const SurveyFailure failure = {read_profile_name(each, expect),
                                        expect.text_or_null(each, "name").value_or(""),
                                        expect.text(each, "use"), expect.text(each, "verdict")};
-        counts.failures[failure] += static_cast<Count>(
-            expect.integer(each, "sets", 1, static_cast<std::int64_t>(counts.sets)));
+        counts.failures[failure] += expect.count(each, "sets", 1, counts.sets);
     }
     return counts;
 }
@@ -165,32 +143,28 @@ SurveyCounts read_survey_counts(const Json& value, const Expect& expect) {
 void read_counts(const Json& format, const Cell& cell, Counted* counted, const Expect& expect) {
     const char* const name = kCapabilities[cell.capability].member;
     const Json& value = expect.member(format, name);
-    VerdictCounts& counts = counted->cells[cell.format][cell.capability];
     Count sum = 0;
     for (std::size_t i = 0; i < kVerdictCount; ++i) {
-        counts[i] = static_cast<Count>(expect.integer(value, kVerdictNames[i], 0, kMostCounts));
-        sum += counts[i];
+        sum += counted->cells[cell][i] = expect.count(value, kVerdictNames[i], 0, kMostSets);
     }
     if (sum != counted->sets) {
         expect.fail(value,
                     fmt::format("\"{}\" counts {} sets; expected {}", name, sum, counted->sets));
     }
     if (!value.contains(kNoesOfTest)) return;
-    const Count noes = counts[static_cast<std::size_t>(Verdict::kNo)];
-    counted->ofTest[number_of(cell)] =
-        static_cast<Count>(expect.integer(value, kNoesOfTest, 0, static_cast<std::int64_t>(noes)));
+    const Count noes = counted->count(cell, Verdict::kNo);
+    counted->ofTest[cell] = expect.count(value, kNoesOfTest, 0, noes);
 }
 
 }  // namespace
 
 void write_merged_json(const Merged& merged, std::ostream& output) {
     const Counted total = merged.total();
-    output << "{\n  \"schema\": \"" << kMergedSchema
-           << "\",\n  \"schema_version\": " << kSchemaVersion << ",\n  \"sets\": " << total.sets
-           << ",\n  \"complete\": " << total.complete << ",\n  ";
-    write_list("states", states_of(merged), "  ", output);
-    output << ",\n  ";
-    write_formats(total, "  ", output);
+    begin_lines(kMergedSchema, output);
+    write_members({{"sets", total.sets}, {"complete", total.complete}}, "  ", output);
+    write_lines("states", states_of(merged), "  ", output);
+    output << ",\n";
+    write_lines("formats", formats_of(total), "  ", output);
     output << ",\n  \"drivers\": [";
     bool isFirst = true;
     for (const auto& [driver, counted] : merged.drivers()) {
@@ -208,10 +182,8 @@ void read_merged(const Json& value, const Expect& expect, Merged* merged) {
                         expect.text_or_null(value, "renderer")};
     Counted counted;
     counted.survey = read_survey_counts(value, expect);
-    const std::int64_t least = counted.survey.sets > 0 ? 0 : 1;
-    counted.sets = static_cast<Count>(expect.integer(value, "sets", least, kMostCounts));
-    counted.complete = static_cast<Count>(
-        expect.integer(value, "complete", 0, static_cast<std::int64_t>(counted.sets)));
+    counted.sets = expect.count(value, "sets", counted.survey.sets > 0 ? 0 : 1, kMostSets);
+    counted.complete = expect.count(value, "complete", 0, counted.sets);
     const Json& formats = expect.formats(value);
     for_each_cell(
         [&](const Cell& cell) { read_counts(formats[cell.format], cell, &counted, expect); });
@@ -221,14 +193,13 @@ void read_merged(const Json& value, const Expect& expect, Merged* merged) {
 }
 
 void read_state(const Json& value, const Expect& expect, Merged* merged) {
-    const std::string& name = expect.text(value, "state");
-    const auto found = std::find(kStateNames.begin(), kStateNames.end(), std::string_view(name));
+    const auto kind = find_name(kStateNames, expect.text(value, "state"));
     // A newer version may know more of them.
-    if (found == kStateNames.end()) return;
-    MachineState state{static_cast<MachineState::Kind>(found - kStateNames.begin()), {}};
+    if (!kind) return;
+    MachineState state{static_cast<MachineState::Kind>(*kind), {}};
     if (state.kind == MachineState::kSoftware) state.renderer = expect.text(value, "renderer");
-    const auto count = expect.integer(value, "machine_count", 1, kMostCounts);
-    merged->add(state, static_cast<Count>(count), read_names(value, expect));
+    merged->add(state, expect.count(value, "machine_count", 1, kMostSets),
+                read_names(value, expect));
 }
 
 }  // namespace texprobe::ctl

@@ -14,7 +14,7 @@ constexpr int kSurveyVersion = 1;
 
 constexpr const char* kIndent = "            ";
 
-/// What is asked in one layout, or in none. Adds nothing where that is nothing.
+/// The verdicts in one layout, or without one. Adds none where nothing is asked.
 void add_verdicts(const survey::Format& format, const survey::Layout& layout,
                   survey::Profile profile, const survey::FormatRecord& record, Json* object) {
     for (const survey::Use use : survey::kUses) {

@@ -1,10 +1,9 @@
-#include "documents/times_document.h"
-
 #include <algorithm>
 
 #include "documents/document.h"
 #include "documents/json_lines.h"
 #include "documents/write_json.h"
+#include "time/times.h"
 
 namespace texprobe::ctl {
 
@@ -42,7 +41,7 @@ Json transfer_of(const Times& times, const TransferTimes& transfer) {
     return object;
 }
 
-/// What `find` finds for a text; fails at the member where that is nothing.
+/// The value that `find` has for a text; fails at the member where it has none.
 template <class Find>
 auto read_name(const Json& object, const char* member, Find find, const Expect& expect) {
     const std::string& text = expect.text(object, member);
@@ -57,13 +56,6 @@ auto read_name(const Json& object, const char* member, Find find, const Expect& 
 std::optional<Capability> find_transfer(const std::string& member) {
     const auto capability = capability_named(member);
     return capability && *capability >= kUploadSet ? capability : std::nullopt;
-}
-
-std::optional<TimedState> find_state(const std::string& name) {
-    for (std::size_t i = 0; i < kTimedStateNames.size(); ++i) {
-        if (name == kTimedStateNames[i]) return static_cast<TimedState>(i);
-    }
-    return std::nullopt;
 }
 
 double read_seconds(const Json& object, const char* member, const Expect& expect) {
@@ -110,7 +102,9 @@ TransferTimes read_transfer(const Json& value, const Expect& expect) {
     transfer.what.cell.capability = read_name(value, "transfer", find_transfer, expect);
     transfer.what.size = {static_cast<int>(expect.integer(value, "width", 1, 1 << 20)),
                           static_cast<int>(expect.integer(value, "height", 1, 1 << 20))};
-    transfer.state = read_name(value, "state", find_state, expect);
+    transfer.state = static_cast<TimedState>(read_name(
+        value, "state", [](const auto& name) { return find_name(kTimedStateNames, name); },
+        expect));
     transfer.reason = expect.text(value, "reason");
     transfer.bytes =
         static_cast<std::size_t>(expect.integer(value, "image_bytes", 0, std::int64_t{1} << 40));
@@ -128,16 +122,13 @@ TransferTimes read_transfer(const Json& value, const Expect& expect) {
 
 }  // namespace
 
-// One transfer a line: a person can read it, and diff(1) shows the differences.
 void write_times_json(const Times& times, std::ostream& output) {
-    output << "{\n  \"schema\": \"" << kTimesSchema
-           << "\",\n  \"schema_version\": " << kSchemaVersion << ",\n  \"transfers\": [";
-    const char* between = "\n    ";
-    for (const TransferTimes& transfer : times.transfers) {
-        output << between << line_of(transfer_of(times, transfer));
-        between = ",\n    ";
-    }
-    output << "\n  ]\n}\n";
+    begin_lines(kTimesSchema, output);
+    std::vector<Json> transfers;
+    transfers.reserve(times.transfers.size());
+    for (const TransferTimes& each : times.transfers) transfers.push_back(transfer_of(times, each));
+    write_lines("transfers", transfers, "  ", output);
+    output << "\n}\n";
 }
 
 std::size_t read_times(const std::string& file, std::vector<Times>* all) {

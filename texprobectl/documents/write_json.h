@@ -1,4 +1,4 @@
-// What the commands write for programs: documents, each valid against the installed schema.
+// The commands' output for programs: documents, each valid against the installed schema.
 
 #ifndef TEXPROBECTL_WRITE_JSON_H
 #define TEXPROBECTL_WRITE_JSON_H

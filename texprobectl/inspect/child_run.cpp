@@ -89,8 +89,8 @@ void ChildReport::take_tool(const std::string& text) {
                     &found.distance) == 2) {
         score = found;
     }
-    const ToolEvent event = parse_line(text);
-    if (const auto* said = std::get_if<ToolTrouble>(&event)) trouble = said->text;
+    const ToolLine line = parse_line(text);
+    if (line.kind == ToolLine::kTrouble) trouble = line.text;
     constexpr std::string_view kOwn = "texprobectl: ";
     if (text.rfind(kOwn, 0) == 0 && text != kTestBegins) trouble = text.substr(kOwn.size());
 }

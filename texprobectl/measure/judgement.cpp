@@ -10,7 +10,7 @@ namespace texprobe::ctl {
 namespace {
 
 const std::optional<bool>& at(const Flags& flags, const Cell& cell) {
-    return flags.recorded[cell.format][cell.capability];
+    return flags.recorded[cell];
 }
 
 bool is_false(const std::optional<bool>& flag) {
@@ -25,7 +25,7 @@ std::optional<Cell> find_in_hand(const RunFacts& facts) {
     Flags known = facts.atTurn;
     for_each_cell([&](const Cell& cell) {
         const auto& word = at(facts.said, cell);
-        if (word) known.recorded[cell.format][cell.capability] = word;
+        if (word) known.recorded[cell] = word;
     });
     const auto next = next_unmeasured(known);
     if (!next) return std::nullopt;
@@ -73,7 +73,7 @@ std::optional<Cell> next_unmeasured(const Flags& flags) {
     const VerdictTable verdicts = decide_verdicts(flags).verdicts;
     std::optional<Cell> next;
     for_each_cell([&](const Cell& cell) {
-        const bool isOpen = verdicts[cell.format][cell.capability] == Verdict::kUnmeasured;
+        const bool isOpen = verdicts[cell] == Verdict::kUnmeasured;
         if (!next && isOpen) next = cell;
     });
     return next;

@@ -175,7 +175,7 @@ private:
             const auto next = next_unmeasured(flags);
             const auto last = last_recorded(flags, next);
             if (!next || !last) continue;
-            const bool isNo = !*flags.recorded[last->format][last->capability];
+            const bool isNo = !*flags.recorded[*last];
             if (isNo && !read_cause(id, *last)) remove_records(id, {*last});
             return;
         }
@@ -259,7 +259,7 @@ private:
             const Flags now = read_current_flags(id);
             std::vector<Cell> stillFalse;
             for (const Cell& cell : cells) {
-                const auto& flag = now.recorded[cell.format][cell.capability];
+                const auto& flag = now.recorded[cell];
                 if (flag && !*flag) stillFalse.push_back(cell);
             }
             isDone = stillFalse.empty() || remove_records(id, stillFalse);

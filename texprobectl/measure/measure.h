@@ -26,7 +26,7 @@ struct MeasureProgress {
     std::string rendererID;
     /// The test in hand, in words; empty while a renderer is being set up.
     std::string test;
-    /// What is counted.
+    /// The name of the counted things.
     const char* unit = "verdicts";
     /// Of all renderers.
     std::size_t done = 0;

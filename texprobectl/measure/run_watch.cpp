@@ -30,9 +30,7 @@ Flags read_current_flags(const std::string& id) {
     refresh(id);
     Flags flags;
     if (read_number(id, "VERSION").value_or(0.0) < kCurrentVersion) return flags;
-    for_each_cell([&](const Cell& cell) {
-        flags.recorded[cell.format][cell.capability] = read_flag(id, key_of(cell));
-    });
+    for_each_cell([&](const Cell& cell) { flags.recorded[cell] = read_flag(id, key_of(cell)); });
     return flags;
 }
 
@@ -56,30 +54,37 @@ RunFacts RunWatch::facts(const std::string& id) const {
 }
 
 bool RunWatch::line(Stream, std::string_view text) {
-    const ToolEvent event = parse_line(text);
-    if (const auto* trouble = std::get_if<ToolTrouble>(&event)) take_trouble(trouble->text);
-    if (const auto* begun = std::get_if<RendererBegun>(&event)) {
-        if (!currentID_.empty() && currentID_ != begun->id) show_recorded();
-        currentID_ = begun->id;
-        hasTurn_ = isTesting_ = false;
-        run_.flags[currentID_];
+    const ToolLine line = parse_line(text);
+    switch (line.kind) {
+        case ToolLine::kOther:
+            return false;
+        case ToolLine::kTrouble:
+            take_trouble(line.text);
+            break;
+        case ToolLine::kRendererBegun:
+            if (!currentID_.empty() && currentID_ != line.text) show_recorded();
+            currentID_ = line.text;
+            hasTurn_ = isTesting_ = false;
+            run_.flags[currentID_];
+            break;
+        case ToolLine::kRendererSpokenOf:
+            begin_turn(line.text);
+            break;
+        case ToolLine::kTestsBegun:
+            begin_turn(line.text);
+            isTesting_ = true;
+            break;
+        case ToolLine::kTestsDone:
+            isTesting_ = false;
+            break;
+        case ToolLine::kTestEnded:
+            currentID_ = line.text;
+            hasTurn_ = isTesting_ = true;
+            said_[currentID_].recorded[line.cell] = line.verdict;
+            run_.flags[currentID_].recorded[line.cell] = line.verdict;
     }
-    if (const auto* spoken = std::get_if<RendererSpokenOf>(&event)) begin_turn(spoken->id);
-    if (const auto* tests = std::get_if<TestsBegun>(&event)) {
-        begin_turn(tests->id);
-        isTesting_ = true;
-    }
-    if (std::holds_alternative<TestsDone>(event)) isTesting_ = false;
-    if (const auto* ended = std::get_if<TestEnded>(&event)) {
-        currentID_ = ended->id;
-        hasTurn_ = isTesting_ = true;
-        const Cell& cell = ended->cell;
-        said_[ended->id].recorded[cell.format][cell.capability] = ended->verdict;
-        run_.flags[ended->id].recorded[cell.format][cell.capability] = ended->verdict;
-    }
-    const bool isProgress = !std::holds_alternative<OtherLine>(event);
-    if (isProgress) tell_progress();
-    return isProgress;
+    tell_progress();
+    return true;
 }
 
 /// The tool makes a context between this line and its first test, so the records of now are mostly
@@ -92,8 +97,8 @@ void RunWatch::begin_turn(const std::string& id) {
     // A verdict that may be the test in hand is not done.
     const auto last = last_recorded(flags, next_unmeasured(flags));
     if (last) {
-        auto& flag = flags.recorded[last->format][last->capability];
-        if (flag && !*flag) flag = run_.flags[id].recorded[last->format][last->capability];
+        auto& flag = flags.recorded[*last];
+        if (flag && !*flag) flag = run_.flags[id].recorded[*last];
     }
     run_.flags[id] = flags;
 }

@@ -129,7 +129,7 @@ private:
         return read_texts() != before;
     }
 
-    /// What was under way, in words.
+    /// The question or context that was under way, in words.
     std::string settle(const Texts& before, const SurveyWatch& watch, const RunEnd& end) {
         std::string inHand;
         for (const std::string& id : ids_) {

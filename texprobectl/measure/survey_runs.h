@@ -31,7 +31,7 @@ struct SurveyEnd {
 };
 
 struct SurveyJudgement {
-    /// What was under way, in words; empty for nothing.
+    /// The question or context that was under way, in words; empty for none.
     std::string inHand;
     KeyChanges changes;
 };

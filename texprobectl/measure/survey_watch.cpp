@@ -4,7 +4,6 @@
 
 #include <algorithm>
 #include <utility>
-#include <variant>
 
 #include "measure/tool_output.h"
 #include "records/record_set.h"
@@ -22,10 +21,10 @@ std::string words_of(const SurveyStep& step) {
 }
 
 bool SurveyWatch::line(Stream, std::string_view text) {
-    const ToolEvent event = parse_line(text);
-    const auto* trouble = std::get_if<ToolTrouble>(&event);
-    if (trouble) take_trouble(trouble->text);
-    return trouble || take_step(text);
+    const ToolLine line = parse_line(text);
+    if (line.kind != ToolLine::kTrouble) return take_step(text);
+    take_trouble(line.text);
+    return true;
 }
 
 /// "<application>[4711] core GL_RGBA8: create yes, ..." or "<application>[4711] core: 4.6 ..."

@@ -13,7 +13,7 @@ bool starts_with(std::string_view text, std::string_view beginning) {
 }
 
 /// "GL_RGBA8 upload SET: 1" and so on.
-std::optional<TestEnded> parse_result(std::string_view text) {
+std::optional<ToolLine> parse_result(const std::string& id, std::string_view text) {
     for (std::size_t format = 0; format < kFormatCount; ++format) {
         const std::string_view name = kFormats[format].name;
         if (!starts_with(text, name) || text.substr(name.size(), 1) != " ") continue;
@@ -23,7 +23,8 @@ std::optional<TestEnded> parse_result(std::string_view text) {
             if (!starts_with(rest, label)) continue;
             const std::string_view outcome = rest.substr(label.size());
             if (outcome != ": 0" && outcome != ": 1") continue;
-            return TestEnded{{}, {format, static_cast<Capability>(i)}, outcome == ": 1"};
+            const Cell cell = {format, static_cast<Capability>(i)};
+            return ToolLine{ToolLine::kTestEnded, id, cell, outcome == ": 1"};
         }
     }
     return std::nullopt;
@@ -41,21 +42,19 @@ std::optional<LineOf> find_line_of(std::string_view domain, std::string_view lin
     return LineOf{std::string(line.substr(0, bracket)), line.substr(space + 2)};
 }
 
-ToolEvent parse_line(std::string_view line) {
+ToolLine parse_line(std::string_view line) {
     const std::size_t trouble = line.find("*** ");
-    if (trouble != std::string_view::npos) return ToolTrouble{std::string(line.substr(trouble))};
+    if (trouble != std::string_view::npos) {
+        return {ToolLine::kTrouble, std::string(line.substr(trouble))};
+    }
     const auto spoken = find_line_of(kDomain, line);
-    if (!spoken || !parse_id(spoken->application)) return OtherLine{};
+    if (!spoken || !parse_id(spoken->application)) return {};
     const std::string& id = spoken->application;
     const std::string_view text = spoken->text;
-    if (starts_with(text, "testing renderer: ")) return RendererBegun{id};
-    if (starts_with(text, "GL_ARB_pixel_buffer_object : ")) return TestsBegun{id};
-    if (starts_with(text, "GL_VENDOR: ")) return TestsDone{id};
-    if (auto ended = parse_result(text)) {
-        ended->id = id;
-        return *ended;
-    }
-    return RendererSpokenOf{id};
+    if (starts_with(text, "testing renderer: ")) return {ToolLine::kRendererBegun, id};
+    if (starts_with(text, "GL_ARB_pixel_buffer_object : ")) return {ToolLine::kTestsBegun, id};
+    if (starts_with(text, "GL_VENDOR: ")) return {ToolLine::kTestsDone, id};
+    return parse_result(id, text).value_or(ToolLine{ToolLine::kRendererSpokenOf, id});
 }
 
 }  // namespace texprobe::ctl

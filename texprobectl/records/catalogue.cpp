@@ -16,11 +16,8 @@ namespace {
 Flags read_flags(const std::string& id) {
     Flags flags;
     for_each_cell([&](const Cell& cell) {
-        auto& recorded = flags.recorded[cell.format][cell.capability];
-        recorded = read_flag(id, key_of(cell));
-        if (recorded && !*recorded) {
-            flags.causes[cell.format][cell.capability] = read_cause(id, cell);
-        }
+        auto& recorded = flags.recorded[cell] = read_flag(id, key_of(cell));
+        if (recorded && !*recorded) flags.causes[cell] = read_cause(id, cell);
     });
     return flags;
 }

@@ -21,9 +21,7 @@ std::optional<int> number_in(std::string_view text) {
 }
 
 std::optional<Cause> parse_cause(std::string_view text) {
-    for (std::size_t i = 0; i < kSeen.size(); ++i) {
-        if (text == kSeen[i]) return Seen{static_cast<Seen::Whose>(i)};
-    }
+    if (const auto whose = find_name(kSeen, text)) return Seen{static_cast<Seen::Whose>(*whose)};
     const std::size_t space = text.find(' ');
     if (space == std::string_view::npos) return std::nullopt;
     const std::string_view kind = text.substr(0, space);

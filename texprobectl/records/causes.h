@@ -1,4 +1,4 @@
-// What `measure` remembers, under identifiers of its own beside the tool's: what caused a false
+// The memory of `measure`, under identifiers of its own beside the tool's: the cause of a false
 // record, when a set was measured, and which process measures.
 //
 // A cause is one text under the key of the record that it explains: "signal SIGSEGV", "status 3",

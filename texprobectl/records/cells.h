@@ -10,6 +10,7 @@
 #include <cstddef>
 #include <optional>
 #include <string>
+#include <string_view>
 
 namespace texprobe::ctl {
 
@@ -37,6 +38,15 @@ inline std::optional<Capability> precondition(Capability capability) {
     return needed == capability ? std::nullopt : std::optional(needed);
 }
 
+/// The place of a name among others.
+template <class Names>
+std::optional<std::size_t> find_name(const Names& names, std::string_view wanted) {
+    for (std::size_t i = 0; i < names.size(); ++i) {
+        if (wanted == names[i]) return i;
+    }
+    return std::nullopt;
+}
+
 /// One of the 96 verdicts of a record set.
 struct Cell {
     std::size_t format = 0;
@@ -56,6 +66,16 @@ inline std::size_t number_of(const Cell& cell) {
 inline Cell cell_of(std::size_t number) {
     return {number / kCapabilityCount, static_cast<Capability>(number % kCapabilityCount)};
 }
+
+/// A value for each cell.
+template <class Value>
+struct CellTable : std::array<std::array<Value, kCapabilityCount>, kFormatCount> {
+    using std::array<std::array<Value, kCapabilityCount>, kFormatCount>::operator[];
+    Value& operator[](const Cell& cell) { return (*this)[cell.format][cell.capability]; }
+    const Value& operator[](const Cell& cell) const {
+        return (*this)[cell.format][cell.capability];
+    }
+};
 
 /// Calls `use` with each cell, in the order of the tests.
 template <class Use>

@@ -83,18 +83,9 @@ bool Comparison::is_equal() const {
 }
 
 std::optional<int> worth(Verdict verdict) {
-    switch (verdict) {
-        case Verdict::kYes:
-            return 2;
-        case Verdict::kNo:
-        case Verdict::kNotApplicable:
-            return 1;
-        case Verdict::kCrashed:
-        case Verdict::kHung:
-            return 0;
-        default:
-            return std::nullopt;
-    }
+    if (verdict == Verdict::kUnmeasured) return std::nullopt;
+    if (verdict == Verdict::kYes) return 2;
+    return verdict == Verdict::kCrashed || verdict == Verdict::kHung ? 0 : 1;
 }
 
 Balance balance_of(const ComparedSets& pair) {

@@ -46,7 +46,7 @@ struct Comparison {
     bool is_equal() const;
 };
 
-/// What a verdict is worth to an application: more is better. None for one that is not there yet.
+/// A verdict's worth to an application: more is better. None for one that is not there yet.
 std::optional<int> worth(Verdict verdict);
 
 /// How many verdicts are worse in B, and how many better.

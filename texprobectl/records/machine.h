@@ -32,11 +32,11 @@ Machine look_at_machine();
 struct Opening {
     bool isOpened = false;
     int megabytes = 0;
-    /// The context's strings.
+    /// The context's strings; empty where there is none.
     std::string vendor;
     std::string glVersion;
     std::string renderer;
-    /// The call that failed and its error.
+    /// Why it cannot be opened; empty otherwise.
     std::string trouble;
 };
 /// Makes a context of the renderer current, as the tool does, and destroys it again. A driver may

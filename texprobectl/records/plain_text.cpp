@@ -76,6 +76,12 @@ std::string plain(std::string_view text) {
     return shown;
 }
 
+std::string joined(const std::vector<std::string>& texts, const char* between) {
+    std::string all;
+    for (const std::string& text : texts) all += (all.empty() ? "" : between) + text;
+    return all;
+}
+
 RecordSet plain(RecordSet set) {
     for (std::string* text : {&set.id, &set.rendererID, &set.systemBuild}) *text = plain(*text);
     for (auto* text : {&set.vendor, &set.glVersion, &set.renderer}) make_plain(text);

@@ -6,6 +6,7 @@
 
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "records/record_set.h"
 
@@ -13,6 +14,9 @@ namespace texprobe::ctl {
 
 /// Each control character, direction or line mark, and byte that is not UTF-8 becomes a '?'.
 std::string plain(std::string_view text);
+
+/// "a, b, c".
+std::string joined(const std::vector<std::string>& texts, const char* between = ", ");
 
 /// The set with all of its texts plain.
 RecordSet plain(RecordSet set);

@@ -25,7 +25,7 @@ bool is_no_of_test(const Seen& seen, const Cell& cell, const Survey& survey) {
 Verdict unrecorded(const Cell& cell, const VerdictTable& verdicts) {
     const auto needed = precondition(cell.capability);
     if (!needed) return Verdict::kUnmeasured;
-    const Verdict verdict = verdicts[cell.format][*needed];
+    const Verdict verdict = verdicts[{cell.format, *needed}];
     const bool isOut = is_failure(verdict) || verdict == Verdict::kNotApplicable;
     return isOut ? Verdict::kNotApplicable : Verdict::kUnmeasured;
 }
@@ -68,9 +68,9 @@ std::string make_id(std::string_view rendererID, std::string_view systemBuild) {
 Decided decide_verdicts(const Flags& flags, const Survey& survey) {
     Decided decided;
     for_each_cell([&](const Cell& cell) {
-        Verdict& verdict = decided.verdicts[cell.format][cell.capability];
-        const auto& recorded = flags.recorded[cell.format][cell.capability];
-        const auto& cause = flags.causes[cell.format][cell.capability];
+        Verdict& verdict = decided.verdicts[cell];
+        const auto& recorded = flags.recorded[cell];
+        const auto& cause = flags.causes[cell];
         if (!recorded) {
             verdict = unrecorded(cell, decided.verdicts);
             return;

@@ -3,6 +3,7 @@
 #ifndef TEXPROBECTL_RECORD_SET_H
 #define TEXPROBECTL_RECORD_SET_H
 
+#include <algorithm>
 #include <array>
 #include <map>
 #include <optional>
@@ -43,8 +44,10 @@ inline const char* name_of(Verdict verdict) {
 }
 
 /// A no of any kind: the application must not rely on it.
+inline constexpr std::array<Verdict, 3> kFailures = {Verdict::kNo, Verdict::kCrashed,
+                                                     Verdict::kHung};
 inline bool is_failure(Verdict verdict) {
-    return verdict == Verdict::kNo || verdict == Verdict::kCrashed || verdict == Verdict::kHung;
+    return std::find(kFailures.begin(), kFailures.end(), verdict) != kFailures.end();
 }
 
 // How a false record came about, as far as `measure` has seen it.
@@ -80,7 +83,7 @@ struct Detail {
     bool operator==(const Detail&) const = default;
 };
 
-using VerdictTable = std::array<std::array<Verdict, kCapabilityCount>, kFormatCount>;
+using VerdictTable = CellTable<Verdict>;
 
 struct RecordSet {
     std::string id;
@@ -107,7 +110,7 @@ struct RecordSet {
     /// Of the same renderer and build. It says nothing of whether this set is complete.
     Survey survey;
 
-    Verdict verdict(const Cell& cell) const { return verdicts[cell.format][cell.capability]; }
+    Verdict verdict(const Cell& cell) const { return verdicts[cell]; }
     std::size_t unmeasured() const;
     const Detail* detail(const Cell& cell) const;
     /// A no of a right driver: the comparison has rules of its own.
@@ -129,12 +132,12 @@ std::string make_id(std::string_view rendererID, std::string_view systemBuild);
 
 /// The recorded flags, and the causes of the false ones, by cell.
 struct Flags {
-    std::array<std::array<std::optional<bool>, kCapabilityCount>, kFormatCount> recorded;
-    std::array<std::array<std::optional<Cause>, kCapabilityCount>, kFormatCount> causes;
+    CellTable<std::optional<bool>> recorded;
+    CellTable<std::optional<Cause>> causes;
 };
 
-/// What follows from them. What is remembered counts only while its record is false. The survey
-/// decides whose a no is where it has judged the same transfer.
+/// The verdicts that follow from them. A remembered cause counts only while its record is false.
+/// The survey decides whose a no is where it has judged the same transfer.
 struct Decided {
     VerdictTable verdicts = {};
     std::vector<Detail> details;

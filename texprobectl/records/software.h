@@ -17,7 +17,7 @@ struct NamedRenderer {
     std::string name;
     bool isSoftware = false;
 };
-/// What is wrong where hardware is required: all of these are software, or there are none. Empty
+/// The trouble where hardware is required: all of these are software, or there are none. Empty
 /// where one is hardware.
 std::string trouble_without_hardware(const std::vector<NamedRenderer>& renderers);
 

@@ -14,14 +14,8 @@ bool is_told(survey::Verdict verdict) {
 }
 
 const char* words_of(survey::Profile profile) {
-    switch (profile) {
-        case survey::Profile::kCompatibility:
-            return "compatibility profile";
-        case survey::Profile::kCore:
-            return "core profile";
-        default:
-            return "OpenGL ES";
-    }
+    if (profile == survey::Profile::kEs) return "OpenGL ES";
+    return profile == survey::Profile::kCore ? "core profile" : "compatibility profile";
 }
 
 std::optional<bool> transfer_holds(const Survey& surveyed, const Cell& cell) {

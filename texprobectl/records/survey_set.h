@@ -17,7 +17,7 @@ namespace texprobe::ctl {
 /// One kind of context.
 struct SurveyedProfile {
     survey::Profile profile = survey::Profile::kCompatibility;
-    /// What the context says; none while it is not known, and where there is no context.
+    /// The context's GL_VERSION; none while it is not known, and where there is no context.
     std::optional<std::string> glVersion;
     /// Why there is no context: "not_offered", "crashed" or "hung". Empty where there is one.
     std::string lack;
@@ -40,7 +40,7 @@ bool is_told(survey::Verdict verdict);
 /// "core profile"
 const char* words_of(survey::Profile profile);
 
-/// What is surveyed or shown: everything, unless it is named.
+/// The part that is surveyed or shown: everything, unless it is named.
 struct SurveyChoice {
     std::optional<survey::Profile> profile;
     const survey::Format* format = nullptr;

@@ -26,7 +26,7 @@ bool parse_profile(const SurveyTexts& texts, SurveyedProfile* profile) {
         if (text == texts.end()) continue;
         isThere = true;
         const auto record = survey::read_record(text->second);
-        // What is under way has no verdict.
+        // A question under way has no verdict.
         if (record) profile->formats[i] = survey::after_outside_end(*record);
     }
     return isThere;

@@ -15,10 +15,8 @@ namespace {
 /// An unmeasured verdict differs from none.
 std::vector<Difference> measured_differences(const RecordSet& a, const RecordSet& b) {
     std::vector<Difference> measured = differences(a, b);
-    measured.erase(
-        std::remove_if(measured.begin(), measured.end(),
-                       [](const Difference& each) { return !worth(each.a) || !worth(each.b); }),
-        measured.end());
+    std::erase_if(measured,
+                  [](const Difference& each) { return !worth(each.a) || !worth(each.b); });
     return measured;
 }
 

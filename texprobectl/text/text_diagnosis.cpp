@@ -18,9 +18,9 @@ void write_diagnosis_text(const Diagnosis& diagnosis, std::ostream& stream) {
     item("displays", std::to_string(diagnosis.displays));
     if (!diagnosis.trouble.empty()) item("trouble", diagnosis.trouble);
     for (const ExaminedRenderer& renderer : diagnosis.renderers) {
-        if (renderer.canBeOpened) {
+        if (renderer.isOpened) {
             item("renderer",
-                 fmt::format("{}, can be opened, {} MB{}", renderer.rendererID, *renderer.megabytes,
+                 fmt::format("{}, can be opened, {} MB{}", renderer.rendererID, renderer.megabytes,
                              renderer.isSoftware ? ", software" : ""));
             item("", fmt::format("{}, {}", renderer.renderer, renderer.vendor));
             item("", renderer.glVersion);

@@ -34,8 +34,8 @@ std::size_t width_of_all(const Widths& widths) {
     return all - 2;
 }
 
-/// What gives way, in this order, and what is left of it. The build is in the identifier where it
-/// tells sets apart, and a set whose identifier is cut has its number.
+/// The columns that give way, in this order, and the least width of each. The build is in the
+/// identifier where it tells sets apart, and a set whose identifier is cut has its number.
 constexpr std::array<std::pair<Column, std::size_t>, 7> kGivesWay = {{{kVersion, 0},
                                                                       {kBuild, 0},
                                                                       {kDriver, 10},

@@ -17,27 +17,23 @@ namespace texprobe::ctl {
 
 namespace {
 
-Count count(const VerdictCounts& counts, Verdict verdict) {
-    return counts[static_cast<std::size_t>(verdict)];
-}
-
 const char* plural(Count count, const char* one, const char* many) {
     return count == 1 ? one : many;
 }
 
 /// Does not work there: it was tried, or a capability that it needs does not work.
-Count failures(const VerdictCounts& counts) {
-    return count(counts, Verdict::kNo) + count(counts, Verdict::kCrashed) +
-           count(counts, Verdict::kHung) + count(counts, Verdict::kNotApplicable);
+Count failures(const Counted& counted, const Cell& cell) {
+    Count count = counted.count(cell, Verdict::kNotApplicable);
+    for (const Verdict verdict : kFailures) count += counted.count(cell, verdict);
+    return count;
 }
 
 /// "all", "none" or how many, of those that have an answer; with a mark where every no is the
 /// test's own.
 Shown show_counts(const Counted& counted, const Cell& cell) {
-    const VerdictCounts& counts = counted.cells[cell.format][cell.capability];
-    const Count yes = count(counts, Verdict::kYes);
-    const Count no = failures(counts);
-    const bool isMarked = no > 0 && no == counted.ofTest[number_of(cell)];
+    const Count yes = counted.count(cell, Verdict::kYes);
+    const Count no = failures(counted, cell);
+    const bool isMarked = no > 0 && no == counted.ofTest[cell];
     if (yes + no == 0) return {"untested", 8, "33"};
     if (no == 0) return {"all", 3, "32"};
     if (yes == 0) return isMarked ? Shown{"none*", 5, "2"} : Shown{"none", 4, "31"};
@@ -53,19 +49,19 @@ Shown show_counts(const Counted& counted, const Cell& cell) {
 
 /// Those that are not the test's own.
 Count drivers_failures(const Counted& counted, const Cell& cell) {
-    return failures(counted.cells[cell.format][cell.capability]) - counted.ofTest[number_of(cell)];
+    return failures(counted, cell) - counted.ofTest[cell];
 }
 
 /// Whether a driver fails in a cell on none, some or all of its sets.
 enum class Failing : unsigned char { kNever, kPartly, kAlways };
-using Pattern = std::array<Failing, kCellCount>;
+using Pattern = CellTable<Failing>;
 
 Pattern pattern_of(const Counted& counted) {
     Pattern pattern = {};
     for_each_cell([&](const Cell& cell) {
         const Count failed = drivers_failures(counted, cell);
         if (failed == 0) return;
-        pattern[number_of(cell)] = failed == counted.sets ? Failing::kAlways : Failing::kPartly;
+        pattern[cell] = failed == counted.sets ? Failing::kAlways : Failing::kPartly;
     });
     return pattern;
 }
@@ -167,8 +163,7 @@ void write_groups(const Merged& merged, std::ostream& stream) {
 }
 
 std::string list_machines(const MachineNames& machines) {
-    std::string list;
-    for (const std::string& name : machines.names()) list += (list.empty() ? "" : ", ") + name;
+    std::string list = joined(machines.names());
     const Count known = machines.names().size();
     if (machines.count() > known) list += fmt::format(" and {} more", machines.count() - known);
     return list;
@@ -177,7 +172,7 @@ std::string list_machines(const MachineNames& machines) {
 /// Cells in which the same machines differ in the same way.
 struct OutlierLine {
     std::string machines;
-    /// What they say, and what the others say.
+    /// Their verdict, and that of the others.
     std::string verdicts;
     std::vector<Cell> cells;
 };
@@ -187,8 +182,7 @@ std::vector<OutlierLine> outliers_of(const Counted& counted) {
     for (const auto& [failure, machines] : counted.failures) {
         if (!counted.is_outlier(failure)) continue;
         const Verdict usual = counted.usual(failure.cell);
-        const Count others =
-            count(counted.cells[failure.cell.format][failure.cell.capability], usual);
+        const Count others = counted.count(failure.cell, usual);
         const std::string who = list_machines(machines);
         const std::string verdicts =
             fmt::format("{}; {} {} with the same driver: {}", name_of(failure.verdict), others,
@@ -208,12 +202,12 @@ std::vector<OutlierLine> outliers_of(const Counted& counted) {
 /// The first few: the list of the driver has all of them.
 std::string list_cells(const std::vector<Cell>& cells) {
     constexpr std::size_t kMost = 3;
-    std::string list;
+    std::vector<std::string> first;
     for (std::size_t i = 0; i < std::min(kMost, cells.size()); ++i) {
-        list += (list.empty() ? "" : ", ") + words_of(cells[i]);
+        first.push_back(words_of(cells[i]));
     }
-    if (cells.size() > kMost) list += fmt::format(" and {} more", cells.size() - kMost);
-    return list;
+    const std::size_t others = cells.size() - first.size();
+    return joined(first) + (others > 0 ? fmt::format(" and {} more", others) : "");
 }
 
 std::string describe_machine_state(const MachineState& state) {

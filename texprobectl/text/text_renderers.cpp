@@ -18,7 +18,7 @@ namespace {
 /// Verdicts in words, as of a stream that is no terminal.
 constexpr Terminal kNoTerminal = {};
 
-/// What holds of some capabilities of a format alike, on each renderer.
+/// Capabilities of a format with the same verdicts on each renderer.
 struct AlikeRow {
     std::string format;
     std::vector<Shown> verdicts;

@@ -16,45 +16,6 @@ namespace texprobe::ctl {
 
 namespace {
 
-const char* words_of(survey::Verdict verdict) {
-    switch (verdict) {
-        case survey::Verdict::kRefused:
-            return "is refused";
-        case survey::Verdict::kWrong:
-            return "is wrong";
-        case survey::Verdict::kCrashed:
-            return "has crashed";
-        default:
-            return "has hung";
-    }
-}
-
-Shown show_use(const survey::Format& format, const survey::Question& question,
-               survey::Profile profile, const survey::FormatRecord& record,
-               const Terminal& terminal) {
-    const auto found = record.uses.find(question);
-    if (!has_question(format, question, profile)) return {};
-    if (found == record.uses.end()) return show_verdict(Verdict::kUnmeasured, terminal);
-    switch (found->second.verdict) {
-        case survey::Verdict::kYes:
-            return show_verdict(Verdict::kYes, terminal);
-        case survey::Verdict::kNotOffered:
-            return show_word("no");
-        case survey::Verdict::kNotApplicable:
-            return show_verdict(Verdict::kNotApplicable, terminal);
-        case survey::Verdict::kUnknown:
-            return show_word("unknown", "33");
-        default:
-            return show_word(name_of(found->second.verdict), "1;31");
-    }
-}
-
-std::string joined(const std::vector<std::string>& names) {
-    std::string text;
-    for (const std::string& name : names) text += (text.empty() ? "" : ", ") + name;
-    return text;
-}
-
 const char* word_of(const survey::FormatRecord& record, const survey::Question& question) {
     const auto found = record.uses.find(question);
     if (found == record.uses.end()) return "untested";
@@ -68,7 +29,24 @@ const char* word_of(const survey::FormatRecord& record, const survey::Question& 
     }
 }
 
-/// What is so in one layout: "yes", "read, read_part no; otherwise yes". Empty if nothing is asked.
+Shown show_use(const survey::Format& format, const survey::Question& question,
+               survey::Profile profile, const survey::FormatRecord& record,
+               const Terminal& terminal) {
+    const auto found = record.uses.find(question);
+    if (!has_question(format, question, profile)) return {};
+    if (found == record.uses.end()) return show_verdict(Verdict::kUnmeasured, terminal);
+    const survey::Verdict verdict = found->second.verdict;
+    if (verdict == survey::Verdict::kYes) return show_verdict(Verdict::kYes, terminal);
+    if (verdict == survey::Verdict::kNotApplicable) {
+        return show_verdict(Verdict::kNotApplicable, terminal);
+    }
+    return show_word(word_of(record, question), is_told(verdict)                       ? "1;31"
+                                                : verdict == survey::Verdict::kUnknown ? "33"
+                                                                                       : "");
+}
+
+/// The verdicts in one layout: "yes", "read, read_part no; otherwise yes". Empty if nothing is
+/// asked.
 std::string describe_layout(const survey::Format& format, const survey::Layout& layout,
                             survey::Profile profile, const survey::FormatRecord& record) {
     std::map<std::string, std::vector<std::string>> uses;  // By their verdict in words.
@@ -167,8 +145,11 @@ private:
                              const survey::Question& question, const survey::Judged& judged) {
             if (!is_told(judged.verdict)) return;
             const char* const where = ctl::words_of(profile.profile);
-            std::string told = fmt::format("{} {}{}{}", name_of(question), words_of(judged.verdict),
-                                           judged.text.empty() ? "" : ", ", judged.text);
+            const bool hasDied = judged.verdict == survey::Verdict::kCrashed ||
+                                 judged.verdict == survey::Verdict::kHung;
+            std::string told =
+                fmt::format("{} {} {}{}{}", name_of(question), hasDied ? "has" : "is",
+                            name_of(judged.verdict), judged.text.empty() ? "" : ", ", judged.text);
             const auto same =
                 std::find_if(sentences.begin(), sentences.end(), [&](const Sentence& each) {
                     return each.format == format.name && each.told == told;

@@ -1,4 +1,4 @@
-// What the commands write for people: text that is readable at 80 columns.
+// The commands' output for people: text that is readable at 80 columns.
 
 #ifndef TEXPROBECTL_WRITE_TEXT_H
 #define TEXPROBECTL_WRITE_TEXT_H
@@ -39,7 +39,7 @@ void write_survey_text(const RecordSets& sets, const SurveyChoice& choice, const
 void write_comparison_text(const Comparison& comparison, const Terminal& terminal,
                            std::ostream& stream);
 
-/// What measuring has changed, against what was recorded before, or under the build before.
+/// The changes by measuring, against the records before, or those of the build before.
 void write_changes_text(const MeasureResult& result, const Terminal& terminal,
                         std::ostream& stream);
 

@@ -152,7 +152,8 @@ private:
         return true;
     }
 
-    /// What is in hand has no numbers then, not even earlier ones: no application should use it.
+    /// The transfer in hand has no numbers then, not even earlier ones: no application should use
+    /// it.
     bool fail(const std::string& reason) {
         inHand_->state = TimedState::kFailed;
         inHand_->reason = reason;
