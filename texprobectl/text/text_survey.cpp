@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "records/plain_text.h"
+#include "text/folded.h"
 #include "text/text_matrix.h"
 #include "text/wrapped.h"
 #include "text/write_text.h"
@@ -49,12 +50,6 @@ Shown show_use(const survey::Format& format, const survey::Question& question,
     }
 }
 
-std::string joined(const std::vector<std::string>& names) {
-    std::string text;
-    for (const std::string& name : names) text += (text.empty() ? "" : ", ") + name;
-    return text;
-}
-
 const char* word_of(const survey::FormatRecord& record, const survey::Question& question) {
     const auto found = record.uses.find(question);
     if (found == record.uses.end()) return "untested";
@@ -85,16 +80,6 @@ std::string describe_layout(const survey::Format& format, const survey::Layout& 
         if (each != most) text += joined(each->second) + ' ' + each->first + "; ";
     }
     return uses.empty() ? text : text + "otherwise " + most->first;
-}
-
-using Folded = std::vector<std::pair<std::string, std::vector<std::string>>>;
-
-/// Adds a name to those of which the same is said.
-void fold(const std::string& said, const std::string& name, Folded* folded) {
-    const auto same = std::find_if(folded->begin(), folded->end(),
-                                   [&](const auto& each) { return each.first == said; });
-    if (same != folded->end()) return same->second.push_back(name);
-    folded->push_back({said, {name}});
 }
 
 /// The survey of one record set.
