@@ -146,7 +146,7 @@ TEST_F(SurveyingVerdicts, continue_after_a_crash_and_after_a_hang_of_the_survey)
     script_survey(begin_format("create started%n") + "hang\n", 2);
     script_survey(core_survey(), 3);
     texprobe_options wish = options();
-    wish.test_time_limit_ms = 300;
+    wish.test_time_limit_ms = 1500;
     EXPECT_EQ(open_and_wait(wish), TEXPROBE_READY) << reason_;
     EXPECT_THAT(survey_runs(), ElementsAre("run --profile core", "run --profile core",
                                            "run --profile core --after-hang"));

@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 #include <signal.h>
 
+#include <cstdio>
 #include <filesystem>
 #include <sstream>
 
@@ -94,6 +95,21 @@ TEST_F(TimeRun, starts_no_child_where_nothing_is_verified) {
     set_.verdicts[7].fill(ctl::Verdict::kNo);
     EXPECT_THAT(states(run("exit 3")), testing::Each(HasSubstr("not_verified: no")));
     EXPECT_FALSE(std::filesystem::exists(noted()));
+}
+
+TEST_F(TimeRun, does_not_count_the_opening_of_the_renderer) {
+    run(R"(
+[ $# = 4 ] && sleep 2
+for what; do
+    echo "begin $what"
+    [ "$what" = 44 ] && kill -SEGV $$
+    echo done
+done)");
+    const auto runs = lines_of(read_file(noted()));
+    ASSERT_EQ(runs.size(), 2u);
+    double left = 0.0;
+    ASSERT_EQ(std::sscanf(runs[1].c_str(), "--as-child time ab 128 %lf", &left), 1) << runs[1];
+    EXPECT_GT(left, 98.1);
 }
 
 TEST_F(TimeRun, loses_one_transfer_to_a_crash) {

@@ -81,7 +81,7 @@ protected:
 TEST_F(Time, has_numbers_for_every_verified_transfer_and_for_no_other) {
     prepare({{"GL_RGBA8_UPLOAD_RESET", false}, {"GL_RGBA8_DOWNLOAD_READ", false}});
     const auto before = folder_.records().at(id_);
-    const Finished run = time({"rgba8", "--size", "128", "--within", "1", "--json"});
+    const Finished run = time({"rgba8", "--size", "128", "--within", "2", "--json"});
     ASSERT_TRUE(run.exited_with(0)) << run.err;
     EXPECT_EQ(run.err, "");
     const json all = transfers(run);
@@ -131,7 +131,7 @@ TEST_F(TimeOnFailingDriver, a_crash_and_a_hang_cost_one_transfer_each) {
     // GL_RGBA8's upload set ends by SIGABRT, and its upload reset hangs.
     fail_in("32856 2 6\n32856 3 0\n");
     const Finished run =
-        time({"GL_RGBA8", "--size", "64", "--within", "1", "--timeout", "5", "--json"});
+        time({"GL_RGBA8", "--size", "64", "--within", "3", "--timeout", "5", "--json"});
     ASSERT_TRUE(run.exited_with(0)) << run.err;
     EXPECT_EQ(run.err, "");
     const json all = transfers(run);
@@ -175,12 +175,12 @@ TEST_F(TimeOnFailingDriver, an_interruption_leaves_what_was_timed) {
 TEST_F(Time, shows_on_a_terminal_how_far_it_is) {
     prepare();
     TerminalRun run(folder_.file("texprobectl"),
-                    {"time", "GL_RGBA8", "--size", "64", "--within", "1"}, environment());
+                    {"time", "GL_RGBA8", "--size", "64", "--within", "2"}, environment());
     const Finished finished = run.finish();
     EXPECT_TRUE(finished.exited_with(0)) << run.shown();
     EXPECT_THAT(frames(run.shown()),
-                testing::Contains("[....................] 0/1 s  GL_RGBA8 upload reset"));
-    EXPECT_THAT(screen(run.shown()), Not(testing::Contains(HasSubstr("0/1 s"))));
+                testing::Contains("[....................] 0/2 s  GL_RGBA8 upload reset"));
+    EXPECT_THAT(screen(run.shown()), Not(testing::Contains(HasSubstr("0/2 s"))));
 }
 
 TEST_F(Time, says_what_is_wrong_with_its_arguments) {

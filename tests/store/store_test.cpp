@@ -269,7 +269,7 @@ TEST_F(Store, with_a_record_that_does_not_fit_into_memory_ends_nobody) {
 TEST_F(Store, that_takes_too_long_to_read_costs_one_line) {
     write("key", true);
     rows(
-        "WITH RECURSIVE number(n) AS (SELECT 1 UNION ALL SELECT n + 1 FROM number LIMIT 20000)"
+        "WITH RECURSIVE number(n) AS (SELECT 1 UNION ALL SELECT n + 1 FROM number LIMIT 4000)"
         " INSERT INTO records SELECT 'org.example.app', n, 'boolean', 1 FROM number");
     EXPECT_TRUE(read("key").has_value());
     const auto usual = std::exchange(Database::longestStatement, std::chrono::milliseconds(-1));

@@ -65,6 +65,7 @@ private:
         }
         if (words.size() == 3 || left <= 0.0) return false;
         hasBegun_ = false;
+        opens_ = std::chrono::steady_clock::now();
         inHand_ = nullptr;
         const RunEnd end =
             run_child({options_.self, kTimeTask, words, options_.limit,
@@ -121,6 +122,8 @@ private:
                                                    transfer.state == TimedState::kNoTime;
                                         });
         if (!words || found == times_.transfers.end()) return false;
+        // The time is the transfers': however long a renderer takes to open, they have all of it.
+        if (!hasBegun_) begin_ += std::chrono::steady_clock::now() - opens_;
         hasBegun_ = true;
         inHand_ = &*found;
         visit_ = {};
@@ -171,6 +174,7 @@ private:
     const std::string rendererID_;
     const TimeOptions& options_;
     std::chrono::steady_clock::time_point begin_ = std::chrono::steady_clock::now();
+    std::chrono::steady_clock::time_point opens_;
     /// Of a transfer without an end yet, the state is kNoTime.
     Times times_;
     /// Seconds an image, by way.

@@ -75,13 +75,12 @@ void time_all(std::vector<TimedTransfer> transfers, double end) {
 int run_timed_child(const std::vector<std::string>& arguments) {
     if (arguments.size() < 3) throw std::invalid_argument("time expects three arguments or more");
     const auto renderer = static_cast<std::uint32_t>(std::stoul(arguments[0], nullptr, 16));
-    const double end = seconds_now() + std::stod(arguments[2]);
     std::vector<TimedTransfer> transfers;
     for (std::size_t i = 3; i < arguments.size(); ++i) {
         transfers.push_back({cell_of(std::stoul(arguments[i])), parse_size(arguments[1]).value()});
     }
     const OffscreenContext context(static_cast<GLint>(renderer));
-    time_all(std::move(transfers), end);
+    time_all(std::move(transfers), seconds_now() + std::stod(arguments[2]));
     return 0;
 }
 
