@@ -49,22 +49,11 @@ std::string row_html(const std::vector<PageCell>& cells, std::size_t columns) {
 std::string escaped(std::string_view text) {
     std::string html;
     for (const char c : text) {
-        switch (c) {
-            case '&':
-                html += "&amp;";
-                break;
-            case '<':
-                html += "&lt;";
-                break;
-            case '>':
-                html += "&gt;";
-                break;
-            case '"':
-                html += "&quot;";
-                break;
-            default:
-                html += c;
-        }
+        html += c == '&'   ? "&amp;"
+                : c == '<' ? "&lt;"
+                : c == '>' ? "&gt;"
+                : c == '"' ? "&quot;"
+                           : std::string(1, c);
     }
     return html;
 }

@@ -1,7 +1,6 @@
 #include "page/set_tables.h"
 
 #include <fmt/format.h>
-#include <table/record_keys.h>
 
 #include <algorithm>
 
@@ -62,13 +61,6 @@ std::string sentence_of(const survey::Judged& judged) {
                "; nobody has promised it.";
     }
     return std::string(name_of(judged.verdict)) + (judged.text.empty() ? "" : ": ") + judged.text;
-}
-
-std::string describe_lack(const SurveyedProfile& profile) {
-    return std::string("There is no context of ") + words_of(profile.profile) + ": " +
-           (profile.lack == survey::kContextNotOffered ? "the driver does not offer it."
-            : profile.lack == survey::kContextCrashed  ? "opening one has crashed."
-                                                       : "opening one has hung.");
 }
 
 bool are_yes(const std::vector<PageCell>& cells) {

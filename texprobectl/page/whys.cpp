@@ -81,7 +81,7 @@ PageSection Whys::section() const {
     constexpr std::pair<Kind, const char*> kKinds[] = {
         {kOfTool, "The sixteen formats"},
         {kBrokenPromise, "The survey: promises that are not kept"},
-        {kNoPromise, "The survey: what nobody has promised"}};
+        {kNoPromise, "The survey: not promised, or not known"}};
     PageSection section("noes", "Each no, and why");
     for (const auto& [kind, heading] : kKinds) {
         bool hasHeading = false;

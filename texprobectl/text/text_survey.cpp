@@ -129,11 +129,7 @@ private:
         bool isBroken = false;
         for (const SurveyedProfile& profile : set_.survey) {
             if (!choice_.has(profile.profile) || profile.lack.empty()) continue;
-            stream_ << "There is no context of " << ctl::words_of(profile.profile) << ": "
-                    << (profile.lack == survey::kContextNotOffered
-                            ? "the driver does not offer it.\n"
-                        : profile.lack == survey::kContextCrashed ? "opening one has crashed.\n"
-                                                                  : "opening one has hung.\n");
+            stream_ << describe_lack(profile) << '\n';
             isBroken = isBroken || profile.lack != survey::kContextNotOffered;
         }
         return isBroken;
