@@ -2,8 +2,8 @@
 // of the system's OpenGL. The file "faults" beside the executable says in which:
 //   <internal format> <index of the capability> <signal, or 0 to hang, or a word>
 // With a word of damaged_image.h, what came back from a transfer is damaged; with "smaller", a
-// texture that holds no image got a smaller format. A signal with "!" is only raised once, which
-// removes the file: a test that is run again would pass.
+// texture that holds no image got a smaller format. A hang leaves the file "hangs". A signal with
+// "!" is only raised once, which removes the file: a test that is run again would pass.
 
 #include <OpenGL/gl.h>
 #include <dlfcn.h>
@@ -66,6 +66,7 @@ void fail_in(Test test) {
         raise(signal);
         return;
     }
+    std::ofstream(faults_file().replace_filename("hangs")).flush();
     for (;;) pause();
 }
 

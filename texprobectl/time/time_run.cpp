@@ -55,6 +55,8 @@ private:
         return std::chrono::duration<double>(std::chrono::steady_clock::now() - begin_).count();
     }
 
+    void leave_out_since() { begin_ += std::chrono::steady_clock::now() - since_; }
+
     /// True when another child is to time the rest.
     bool run_once() {
         const double left = static_cast<double>(options_.within.count()) - seconds_over();
@@ -65,14 +67,14 @@ private:
         }
         if (words.size() == 3 || left <= 0.0) return false;
         hasBegun_ = false;
-        opens_ = std::chrono::steady_clock::now();
+        since_ = std::chrono::steady_clock::now();
         inHand_ = nullptr;
         const RunEnd end =
             run_child({options_.self, kTimeTask, words, options_.limit,
                        [&](Stream stream, auto text) { return take(stream, text); }});
         const std::string failure = describe_failure(end, options_.limit);
-        // A hang takes its own time, not that of the others.
-        if (end.kind == RunEnd::Kind::kTimeLimit) begin_ += options_.limit;
+        // A crash or a hang takes its own time, not that of the others.
+        if (inHand_) leave_out_since();
         if (!hasBegun_) do_without("the renderer cannot be opened: " + opening_failure(failure));
         if (!inHand_) return false;
         return fail("the process " + (failure.empty() ? std::string("ended too early") : failure));
@@ -122,9 +124,10 @@ private:
                                                    transfer.state == TimedState::kNoTime;
                                         });
         if (!words || found == times_.transfers.end()) return false;
-        // The time is the transfers': however long a renderer takes to open, they have all of it.
-        if (!hasBegun_) begin_ += std::chrono::steady_clock::now() - opens_;
+        // However long a renderer takes to open, the transfers have all of the time.
+        if (!hasBegun_) leave_out_since();
         hasBegun_ = true;
+        since_ = std::chrono::steady_clock::now();
         inHand_ = &*found;
         visit_ = {};
         options_.watch(inHand_->what.cell, seconds_over());
@@ -174,7 +177,8 @@ private:
     const std::string rendererID_;
     const TimeOptions& options_;
     std::chrono::steady_clock::time_point begin_ = std::chrono::steady_clock::now();
-    std::chrono::steady_clock::time_point opens_;
+    /// When the child was started, or when what is in hand was begun.
+    std::chrono::steady_clock::time_point since_;
     /// Of a transfer without an end yet, the state is kNoTime.
     Times times_;
     /// Seconds an image, by way.
