@@ -78,9 +78,10 @@ td a { color: inherit; }
   main { display: block; }
   .table { overflow: visible; }
   h2, h3, caption, .why { break-after: avoid; }
-  tr, figure, dd, footer { break-inside: avoid; }
+  tr, figure, footer { break-inside: avoid; }
   footer { break-before: avoid; }
-  nav, .skip { display: none; }
+  tbody tr:first-child { break-before: avoid; }
+  nav, .skip, td wbr { display: none; }
   td { print-color-adjust: exact; -webkit-print-color-adjust: exact; }
 }
 </style>
