@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <functional>
+#include <iterator>
 
 #include "text/folded.h"
 #include "text/text_matrix.h"
