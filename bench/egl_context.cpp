@@ -51,14 +51,15 @@ std::vector<EGLDeviceEXT> list_devices() {
     return devices;
 }
 
-EglContext::EglContext(EGLDeviceEXT device) {
+EglContext::EglContext(EGLDeviceEXT device, Kind kind) {
     const auto getDisplay =
         function<EGLDisplay(EGLenum, void*, const EGLint*)>("eglGetPlatformDisplayEXT");
     display_ = getDisplay(EGL_PLATFORM_DEVICE_EXT, device, nullptr);
     expect(eglInitialize(display_, nullptr, nullptr), "eglInitialize");
     const EGLConfig config = choose_config(display_);
     expect(eglBindAPI(EGL_OPENGL_API), "eglBindAPI");
-    context_ = eglCreateContext(display_, config, EGL_NO_CONTEXT, nullptr);
+    const EGLint core[] = {EGL_CONTEXT_MAJOR_VERSION, 3, EGL_CONTEXT_MINOR_VERSION, 3, EGL_NONE};
+    context_ = eglCreateContext(display_, config, EGL_NO_CONTEXT, kind == kCore ? core : nullptr);
     const EGLint size[] = {EGL_WIDTH, 128, EGL_HEIGHT, 128, EGL_NONE};
     surface_ = eglCreatePbufferSurface(display_, config, size);
     expect(eglMakeCurrent(display_, surface_, surface_, context_), "eglMakeCurrent");

@@ -17,7 +17,8 @@ std::vector<EGLDeviceEXT> list_devices();
 /// Current from its construction to its destruction. Ends the program if there is no context.
 class EglContext {
 public:
-    explicit EglContext(EGLDeviceEXT device);
+    enum Kind { kCompatibility, kCore };
+    explicit EglContext(EGLDeviceEXT device, Kind kind = kCompatibility);
     ~EglContext();
     EglContext(const EglContext&) = delete;
     EglContext& operator=(const EglContext&) = delete;

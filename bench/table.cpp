@@ -98,13 +98,16 @@ struct Version {
     Runs first, second;
     std::vector<double> contextMilliseconds;
     std::vector<double> constructionMilliseconds;
+    std::vector<double> constructionMiB;
     std::vector<double> synchronizeMicroseconds;
 
     void add_client(const ProcessRun& run) {
         std::istringstream times(run.output);
         double context = 0.0;
         double construction = 0.0;
-        times >> context >> construction;
+        double growth = 0.0;
+        times >> context >> construction >> growth;
+        constructionMiB.push_back(growth);
         contextMilliseconds.push_back(context * 1e3);
         constructionMilliseconds.push_back(construction * 1e3);
     }
@@ -145,40 +148,49 @@ private:
 
 /// For how long texprobe_verdicts_open() holds an application's thread.
 struct OpenTimes {
-    std::vector<double> recorded, unrecorded, withoutTool;
+    struct Opens {
+        std::vector<double> milliseconds, mebibytes;
+    };
+    Opens recorded, core, unrecorded, withoutTool;
 };
 
 /// An application that asks in the second way, with and without records.
 class VerdictsClients {
 public:
     explicit VerdictsClients(const fs::path& folder)
-        : recorded_(folder, {folder / "client_of_verdicts", folder / "texprobe_for_bench"}),
+        : recorded_(folder, {folder / "client_of_verdicts", folder / "texprobe_for_bench",
+                             folder / "texprobe_survey_for_bench"}),
           unrecorded_(folder, {folder / "client_of_verdicts", folder / "texprobe_for_bench"}) {
         run_process({recorded_ / "texprobe_for_bench"});
+        run_process({recorded_ / "texprobe_survey_for_bench"});
     }
 
     void add_steps(OpenTimes* times, Steps* steps) const {
-        steps->push_back([this, times] {
-            times->recorded.push_back(milliseconds(recorded_, kMissingTool, "recorded"));
-        });
+        steps->push_back(
+            [this, times] { add(&times->recorded, recorded_, kMissingTool, "recorded"); });
+        steps->push_back([this, times] { add(&times->core, recorded_, kMissingTool, "core"); });
         steps->push_back([this, times] {
             // The run before has measured until it was closed.
             unrecorded_.remove_records();
-            times->unrecorded.push_back(
-                milliseconds(unrecorded_, unrecorded_ / "texprobe_for_bench", "unrecorded"));
+            add(&times->unrecorded, unrecorded_, unrecorded_ / "texprobe_for_bench", "unrecorded");
         });
         steps->push_back([this, times] {
             unrecorded_.remove_records();
-            times->withoutTool.push_back(milliseconds(unrecorded_, kMissingTool, "unrecorded"));
+            add(&times->withoutTool, unrecorded_, kMissingTool, "unrecorded");
         });
     }
 
 private:
     static constexpr char kMissingTool[] = "/no/such/tool";
 
-    static double milliseconds(const ProgramFolder& folder, const std::string& tool,
-                               const char* what) {
-        return number(run_process({folder / "client_of_verdicts", tool, what}).output) * 1e3;
+    static void add(OpenTimes::Opens* opens, const ProgramFolder& folder, const std::string& tool,
+                    const char* what) {
+        std::istringstream words(run_process({folder / "client_of_verdicts", tool, what}).output);
+        double seconds = 0.0;
+        double growth = 0.0;
+        words >> seconds >> growth;
+        opens->milliseconds.push_back(seconds * 1e3);
+        opens->mebibytes.push_back(growth);
     }
 
     ProgramFolder recorded_, unrecorded_;
@@ -235,10 +247,17 @@ Processes run_processes(const fs::path& folder, const fs::path& before, int roun
 
 void add_open(const Processes& all, std::vector<Row>* rows) {
     const double construction = median(all.present.constructionMilliseconds);
-    const auto add = [&](const char* what, const std::vector<double>& times) {
-        rows->push_back(row_of(what, median(times), construction, "ms", 1.1));
+    const double growth = median(all.present.constructionMiB);
+    const auto add = [&](const char* what, const OpenTimes::Opens& opens, double aim = 1.1) {
+        rows->push_back(row_of(what, median(opens.milliseconds), construction, "ms", aim));
+    };
+    const auto addMemory = [&](const char* what, const OpenTimes::Opens& opens) {
+        rows->push_back(row_of(what, median(opens.mebibytes), growth, "MiB", 1.2));
     };
     add("verdicts' open, recorded : client construction", all.open.recorded);
+    addMemory("verdicts' open, recorded, memory : client construction", all.open.recorded);
+    add("verdicts' open, core, recorded : client construction", all.open.core, 1.2);
+    addMemory("verdicts' open, core, recorded, memory : client construction", all.open.core);
     add("verdicts' open, nothing recorded : client construction", all.open.unrecorded);
     add("verdicts' open, no records and no tool : client construction", all.open.withoutTool);
 }

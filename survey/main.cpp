@@ -4,6 +4,7 @@
 #include <ApplicationServices/ApplicationServices.h>
 #include <OpenGL/OpenGL.h>
 
+#include <algorithm>
 #include <cstdint>
 #include <cstdio>
 #include <set>
@@ -22,6 +23,8 @@ using namespace texprobe::survey;
 struct SurveyWish {
     std::vector<Profile> profiles = {kProfiles.begin(), kProfiles.end()};
     std::vector<const Format*> formats;
+    /// The GL_RENDERER of those that are surveyed before others; empty for no such wish.
+    std::string firstRenderer;
     /// Whoever started the run before this one has ended it because it hung.
     bool isAfterHang = false;
 };
@@ -30,9 +33,22 @@ int fail_with_usage(const std::string& reason) {
     if (!reason.empty()) std::fprintf(stderr, "*** %s\n", reason.c_str());
     std::fputs(
         "Usage: texprobe-survey [--profile compatibility|core|es] [--format GL_NAME] "
-        "[--after-hang]\n",
+        "[--first GL_RENDERER] [--after-hang]\n",
         stderr);
     return 1;
+}
+
+Verdict verdict_of_death(const SurveyWish& wish) {
+    return wish.isAfterHang ? Verdict::kHung : Verdict::kCrashed;
+}
+
+bool is_wanted_first(GLint rendererID, const SurveyWish& wish) {
+    SurveyRecords records(rendererID);
+    records.synchronize();
+    return std::any_of(wish.profiles.begin(), wish.profiles.end(), [&](Profile profile) {
+        ProfileSurvey survey(rendererID, profile, &records, verdict_of_death(wish));
+        return survey.renderer() == wish.firstRenderer;
+    });
 }
 
 /// True if all that was asked for is recorded.
@@ -40,7 +56,7 @@ bool survey_renderer(GLint rendererID, const SurveyWish& wish) {
     SurveyRecords records(rendererID);
     // A damaged store is put aside, which matters only if something is missing in the end.
     records.synchronize();
-    const Verdict ofDeath = wish.isAfterHang ? Verdict::kHung : Verdict::kCrashed;
+    const Verdict ofDeath = verdict_of_death(wish);
     for (const Profile profile : wish.profiles) {
         ProfileSurvey survey(rendererID, profile, &records, ofDeath);
         for (const Format* format : wish.formats) survey.survey(*format);
@@ -99,7 +115,12 @@ bool run_survey(const SurveyWish& wish) {
     }
     if (renderers.empty()) std::fputs("*** no renderer\n", stderr);
     bool isRecorded = isComplete && !renderers.empty();
-    for (const GLint id : renderers) isRecorded = survey_renderer(id, wish) && isRecorded;
+    std::vector<GLint> ordered(renderers.begin(), renderers.end());
+    if (!wish.firstRenderer.empty() && ordered.size() > 1) {
+        std::stable_partition(ordered.begin(), ordered.end(),
+                              [&](GLint id) { return is_wanted_first(id, wish); });
+    }
+    for (const GLint id : ordered) isRecorded = survey_renderer(id, wish) && isRecorded;
     return isRecorded;
 }
 
@@ -123,6 +144,8 @@ int main(int argc, char** argv) {
             const Format* format = find_format(value);
             if (!format) return fail_with_usage("no format of the survey: " + value);
             wish.formats = {format};
+        } else if (option == "--first" && wish.firstRenderer.empty() && !value.empty()) {
+            wish.firstRenderer = value;
         } else {
             return fail_with_usage("");
         }

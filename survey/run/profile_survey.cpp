@@ -83,6 +83,17 @@ bool ProfileSurvey::is_recorded(const Format& format) const {
     return record && is_complete(format, profile_, *record);
 }
 
+std::string ProfileSurvey::renderer() {
+    if (has_no_formats(records_.profile(profile_).value_or(""))) return "";
+    if (!records_.renderer(profile_)) {
+        end_if_interrupted();
+        const FormatTurn turn(&records_);
+        is_offered();
+        records_.synchronize();
+    }
+    return records_.renderer(profile_).value_or("");
+}
+
 void ProfileSurvey::survey(const Format& format) {
     if (is_recorded(format)) return;
     end_if_interrupted();

@@ -21,6 +21,9 @@ public:
     /// Surveys the format, unless that is recorded.
     void survey(const Format& format);
     bool is_recorded(const Format& format) const;
+    /// What the context says that it is, which is opened unless that is recorded; empty if there is
+    /// none.
+    std::string renderer();
 
 private:
     struct Opened {

@@ -77,6 +77,10 @@ std::optional<std::string> SurveyRecords::profile(Profile profile) const {
     return read(key_of(profile));
 }
 
+std::optional<std::string> SurveyRecords::renderer(Profile profile) const {
+    return read(renderer_key_of(profile));
+}
+
 void SurveyRecords::set_profile(Profile profile, const std::optional<std::string>& text) {
     write(key_of(profile), text);
 }

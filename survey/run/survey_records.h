@@ -26,6 +26,8 @@ public:
     std::optional<std::string> profile(Profile profile) const;
     /// Nothing removes the record.
     void set_profile(Profile profile, const std::optional<std::string>& text);
+    /// What the profile's context has said that it is.
+    std::optional<std::string> renderer(Profile profile) const;
     void set_strings(Profile profile, const std::string& vendor, const std::string& renderer);
 
     /// Nothing where there is no record, or a stranger's text.

@@ -175,8 +175,23 @@ bool is_read(Use use) {
     return use == Use::kRead || use == Use::kReadPart || use == Use::kReadBuffer;
 }
 
-bool is_get(Use use) {
-    return use == Use::kGet || use == Use::kGetBuffer;
+/// Which way texels travel.
+enum class Way : unsigned char { kSent, kRead, kGot };
+
+constexpr std::array<Way, 3> kWays = {Way::kSent, Way::kRead, Way::kGot};
+
+Way way_of(Use transfer) {
+    if (is_read(transfer)) return Way::kRead;
+    const bool isGot = transfer == Use::kGet || transfer == Use::kGetBuffer;
+    return isGot ? Way::kGot : Way::kSent;
+}
+
+bool has_way(const Format& format, const Layout& layout, Way way, Profile profile) {
+    if (format.base == Base::kLuminance && profile != Profile::kCompatibility) return false;
+    if (profile != Profile::kEs) return is_sent(format, layout);
+    if (way == Way::kGot) return false;
+    if (way == Way::kRead) return is_read_in_es(format, layout);
+    return layout.format == own_format(format) && is_sent(format, layout);
 }
 
 /// Reading what a complete framebuffer has. Desktop OpenGL converts it to every layout, but no
@@ -209,12 +224,7 @@ const std::vector<Layout>& layouts_of(const Format& format) {
 bool has_question(const Format& format, const Question& question, Profile profile) {
     const auto& [use, layout] = question;
     if (layout.is_none()) return has_use(format, use);
-    if (!is_transfer(use)) return false;
-    if (format.base == Base::kLuminance && profile != Profile::kCompatibility) return false;
-    if (profile != Profile::kEs) return is_sent(format, layout);
-    if (is_get(use)) return false;
-    if (is_read(use)) return is_read_in_es(format, layout);
-    return is_sent(format, layout) && layout.format == own_format(format);
+    return is_transfer(use) && has_way(format, layout, way_of(use), profile);
 }
 
 std::vector<Question> questions_of(const Format& format, Profile profile) {
@@ -227,6 +237,21 @@ std::vector<Question> questions_of(const Format& format, Profile profile) {
         }
     }
     return questions;
+}
+
+std::size_t count_questions(const Format& format, Profile profile) {
+    std::size_t all = 0;
+    std::array<std::size_t, kWays.size()> uses = {};
+    for (const Use use : kUses) {
+        if (has_use(format, use)) ++all;
+        if (is_transfer(use)) ++uses[static_cast<std::size_t>(way_of(use))];
+    }
+    for (const Layout& layout : layouts_of(format)) {
+        for (const Way way : kWays) {
+            if (has_way(format, layout, way, profile)) all += uses[static_cast<std::size_t>(way)];
+        }
+    }
+    return all;
 }
 
 std::string who_promises(const ContextFacts& facts, const Format& format,
@@ -247,9 +272,9 @@ std::string name_of(const Question& question) {
     return question.layout.is_none() ? use : use + ' ' + name_of(question.layout);
 }
 
-std::optional<Layout> find_layout(const std::string& format, const std::string& type) {
-    const auto isNamed = [](const std::string& name) {
-        return [&name](const auto& row) { return name == row.name; };
+std::optional<Layout> find_layout(std::string_view format, std::string_view type) {
+    const auto isNamed = [](std::string_view name) {
+        return [name](const auto& row) { return name == row.name; };
     };
     const auto* ofFormat =
         std::find_if(std::begin(kLayoutFormats), std::end(kLayoutFormats), isNamed(format));

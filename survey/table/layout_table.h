@@ -7,6 +7,7 @@
 #include <array>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <tuple>
 #include <vector>
 
@@ -49,6 +50,8 @@ bool has_question(const Format& format, const Question& question, Profile profil
 /// All of them: first the format's uses, then layout by layout.
 std::vector<Question> questions_of(const Format& format, Profile profile);
 
+std::size_t count_questions(const Format& format, Profile profile);
+
 /// Who promises that it holds, as in promises.h; reading, where the framebuffer is complete.
 std::string who_promises(const ContextFacts& facts, const Format& format, const Question& question);
 
@@ -56,7 +59,7 @@ std::string who_promises(const ContextFacts& facts, const Format& format, const 
 std::string name_of(const Layout& layout);
 /// "filter", "upload GL_BGRA GL_UNSIGNED_BYTE"
 std::string name_of(const Question& question);
-std::optional<Layout> find_layout(const std::string& format, const std::string& type);
+std::optional<Layout> find_layout(std::string_view format, std::string_view type);
 
 /// What a layout's first number says.
 struct LayoutFormat {

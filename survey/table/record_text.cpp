@@ -1,9 +1,10 @@
 #include "table/record_text.h"
 
 #include <algorithm>
+#include <array>
 #include <cstring>
 #include <iterator>
-#include <sstream>
+#include <string_view>
 #include <vector>
 
 namespace texprobe::survey {
@@ -21,29 +22,50 @@ std::string printable(std::string text) {
     return text;
 }
 
-/// What the words before the verdict ask; nothing if that is not known.
-std::optional<Question> find_question(const std::vector<std::string>& words) {
+/// Takes the next word from the beginning; empty when there is none.
+std::string_view take_word(std::string_view* text) {
+    text->remove_prefix(std::min(text->find_first_not_of(' '), text->size()));
+    const std::string_view word = text->substr(0, text->find(' '));
+    text->remove_prefix(word.size());
+    return word;
+}
+
+/// What a line asks before its verdict: a use, or a use and the two words of a layout.
+struct Words {
+    std::array<std::string_view, 4> all;
+    std::size_t count = 0;
+
+    explicit Words(std::string_view text) {
+        for (;;) {
+            const std::string_view word = take_word(&text);
+            if (word.empty()) return;
+            // Words beyond these are of a question that is not known.
+            all[std::min(count++, all.size() - 1)] = word;
+        }
+    }
+    std::string_view last() const { return all[std::min(count, all.size()) - 1]; }
+};
+
+/// Nothing if that is not known.
+std::optional<Question> find_question(const Words& words) {
     const auto use = std::find_if(kUses.begin(), kUses.end(),
-                                  [&](Use each) { return words[0] == name_of(each); });
-    if (use == kUses.end() || (words.size() != 1 && words.size() != 3)) return std::nullopt;
-    if (words.size() == 1) return Question(*use);
-    const auto layout = find_layout(words[1], words[2]);
+                                  [&](Use each) { return words.all[0] == name_of(each); });
+    if (use == kUses.end() || (words.count != 2 && words.count != 4)) return std::nullopt;
+    if (words.count == 2) return Question(*use);
+    const auto layout = find_layout(words.all[1], words.all[2]);
     return layout ? std::optional(Question(*use, *layout)) : std::nullopt;
 }
 
 /// Reads "filter wrong: why"; false for a line that is none.
-bool read_line(const std::string& line, FormatRecord* record) {
+bool read_line(std::string_view line, FormatRecord* record) {
     const std::size_t colon = line.find(": ");
-    std::istringstream head(line.substr(0, colon));
-    std::vector<std::string> words(std::istream_iterator<std::string>(head), {});
-    if (words.size() < 2) return false;
-    const auto verdict = find_verdict(words.back());
-    words.pop_back();
+    const Words words(line.substr(0, colon));
+    const auto verdict = words.count < 2 ? std::nullopt : find_verdict(words.last());
     if (!verdict) return false;
     const auto question = find_question(words);
     if (!question) return true;
-    const std::string text = colon == std::string::npos ? "" : line.substr(colon + 2);
-    return record->uses.insert({*question, {*verdict, text}}).second;
+    const auto text = colon == std::string_view::npos ? std::string_view() : line.substr(colon + 2);
+    return record->uses.insert({*question, {*verdict, std::string(text)}}).second;
 }
 
 }  // namespace
@@ -61,9 +83,12 @@ std::string write_record(const FormatRecord& record) {
 std::optional<FormatRecord> read_record(const std::string& text) {
     FormatRecord record;
     record.isMeasuring = text.rfind(kMeasuring, 0) == 0;
-    std::istringstream stream(record.isMeasuring ? text.substr(std::strlen(kMeasuring)) : text);
-    for (std::string line; std::getline(stream, line);) {
+    std::string_view rest = text;
+    if (record.isMeasuring) rest.remove_prefix(std::strlen(kMeasuring));
+    while (!rest.empty()) {
+        const std::string_view line = rest.substr(0, rest.find('\n'));
         if (!read_line(line, &record)) return std::nullopt;
+        rest.remove_prefix(std::min(line.size() + 1, rest.size()));
     }
     return record;
 }

@@ -17,7 +17,7 @@ const char* name_of(Verdict verdict) {
     return kVerdictNames[static_cast<std::size_t>(verdict)];
 }
 
-std::optional<Verdict> find_verdict(const std::string& name) {
+std::optional<Verdict> find_verdict(std::string_view name) {
     for (std::size_t i = 0; i < std::size(kVerdictNames); ++i) {
         if (name == kVerdictNames[i]) return static_cast<Verdict>(i);
     }

@@ -5,6 +5,7 @@
 
 #include <optional>
 #include <string>
+#include <string_view>
 
 namespace texprobe::survey {
 
@@ -21,7 +22,7 @@ enum class Verdict : unsigned char {
 };
 
 const char* name_of(Verdict verdict);
-std::optional<Verdict> find_verdict(const std::string& name);
+std::optional<Verdict> find_verdict(std::string_view name);
 
 /// How a use went, before it is known who is to blame.
 struct Finding {

@@ -4,7 +4,11 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
+#include <algorithm>
+#include <cstdio>
+#include <cstdlib>
 #include <filesystem>
+#include <iterator>
 #include <string>
 
 #include "TexProbeVerdicts.h"
@@ -12,9 +16,39 @@
 #include "format_trial.h"
 #include "records_of_test.h"
 #include "support/formats.h"
+#include "table/record_keys.h"
+#include "table/record_text.h"
 
 namespace texprobe::tests {
 namespace {
+
+bool is_of_tool(const survey::Format& format) {
+    return std::any_of(std::begin(kFormats), std::end(kFormats),
+                       [&](const Format& each) { return each.internalFormat == format.value; });
+}
+
+/// Records yes for all that is asked of the formats that the tool does not know, so that the survey
+/// in the background tries the others only, which takes a fifth of the time.
+void record_strange_formats(const ToolFolder& folder, survey::Profile profile) {
+    const std::string name = survey::name_of(profile);
+    const std::string program = (folder.path() / "texprobe-survey").string();
+    // For the name of the set.
+    ASSERT_EQ(std::system(('"' + program + "\" --profile " + name + " --format GL_RGBA8").c_str()),
+              0);
+    std::string rows;
+    for (const survey::Format& format : survey::formats()) {
+        if (is_of_tool(format)) continue;
+        survey::FormatRecord record;
+        for (const survey::Question& question : questions_of(format, profile)) {
+            record.uses[question] = {survey::Verdict::kYes, ""};
+        }
+        rows += (rows.empty() ? "('" : ", ('") + key_of(profile, format) + "', '" +
+                write_record(record) + "')";
+    }
+    folder.execute(
+        "INSERT INTO records SELECT application, column1, 'string', column2 FROM (VALUES " + rows +
+        "), records WHERE key = '" + name + "'");
+}
 
 TEST(AskingContext, contradicts_no_answer_and_has_all_of_them) {
     unsetenv("DISPLAY");
@@ -26,6 +60,8 @@ TEST(AskingContext, contradicts_no_answer_and_has_all_of_them) {
                                  {"core 4.5", open_surfaceless_core_45, false, false},
                                  {"OpenGL ES 3", open_surfaceless_es, false, false}};
     const std::string tool = folder.tool();
+    record_strange_formats(folder, survey::Profile::kCore);
+    record_strange_formats(folder, survey::Profile::kEs);
     for (const ContextKind& kind : kinds) {
         const auto context = kind.open();
         // Softpipe has no version 4.5.
@@ -37,6 +73,7 @@ TEST(AskingContext, contradicts_no_answer_and_has_all_of_them) {
         ASSERT_EQ(verdicts.wait(), TEXPROBE_READY) << kind.name << verdicts.reason();
         EXPECT_STREQ(verdicts.reason(), "");
         int known = 0;
+        int contradictions = 0;
         for (const Format& format : kFormats) {
             const FormatTrial trial(format);
             const auto compare = [&](texprobe_capability capability, bool expected) {
@@ -44,6 +81,7 @@ TEST(AskingContext, contradicts_no_answer_and_has_all_of_them) {
                 EXPECT_EQ(answer, expected ? TEXPROBE_YES : TEXPROBE_NO)
                     << kind.name << ' ' << format.name << ' ' << capability;
                 known += answer != TEXPROBE_UNKNOWN;
+                contradictions += answer == (expected ? TEXPROBE_NO : TEXPROBE_YES);
             };
             compare(TEXPROBE_SUPPORTED, trial.is_created());
             compare(TEXPROBE_RENDERABLE, trial.is_rendered());
@@ -56,6 +94,8 @@ TEST(AskingContext, contradicts_no_answer_and_has_all_of_them) {
             }
         }
         EXPECT_EQ(known, 32) << kind.name;
+        std::printf("%s on %s: %d contradictions, %d of 32 known\n", kind.name,
+                    reinterpret_cast<const char*>(glGetString(GL_RENDERER)), contradictions, known);
     }
 }
 

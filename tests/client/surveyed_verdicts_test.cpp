@@ -4,7 +4,10 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <array>
+#include <atomic>
 #include <string>
+#include <thread>
 
 #include "scripted_survey.h"
 #include "support/formats.h"
@@ -219,6 +222,39 @@ TEST_F(SurveyedVerdicts, are_unknown_where_two_renderers_differ) {
                                    "\"Renderer\": "));
 }
 
+TEST_F(SurveyedVerdicts, are_there_only_when_every_question_has_a_verdict) {
+    const std::string whole = [] {
+        std::string text;
+        const survey::Format& format = *survey::find_format("GL_R8");
+        for (const survey::Question& question : questions_of(format, Profile::kCore)) {
+            text += name_of(question) + " yes%n";
+        }
+        return text;
+    }();
+    const std::string first = "create yes%n";
+    const std::string rest = whole.substr(first.size());
+    const struct {
+        std::string text;
+        texprobe_state state;
+    } rows[] = {{whole, TEXPROBE_READY},
+                {"create wrong: it had started: and yes%n" + rest, TEXPROBE_READY},
+                {first + rest + "stretch yes%n", TEXPROBE_READY},
+                {rest, TEXPROBE_FAILED},
+                {"measuring%n" + whole, TEXPROBE_FAILED},
+                {"create started%n" + rest, TEXPROBE_FAILED},
+                {"create started: again%n" + rest, TEXPROBE_FAILED},
+                {"", TEXPROBE_FAILED}};
+    record(core_survey());
+    texprobe_options looking = options();
+    looking.measure = TEXPROBE_MEASURE_NOTHING;
+    for (const auto& row : rows) {
+        std::string lines = std::string("set ") + kFirstSurvey + " core.GL_R8 text ";
+        lines += row.text;
+        record(lines + "\nsync " + kFirstSurvey + "\n");
+        EXPECT_EQ(open_and_wait(looking), row.state) << row.text << reason_;
+    }
+}
+
 TEST_F(SurveyedVerdicts, name_the_first_layout_in_which_all_uploads_arrive) {
     record(core_survey([](const survey::Format& format, const survey::Question& question) {
         const bool isFirst = question.layout == survey::Layout{kRGBA, kUnsignedByte};
@@ -237,6 +273,43 @@ TEST_F(SurveyedVerdicts, name_the_first_layout_in_which_all_uploads_arrive) {
     EXPECT_FALSE(verdicts_->upload_layout(kRGBA, &format, &type));
     EXPECT_EQ(format, 7u);
     EXPECT_EQ(texprobe_verdicts_upload_layout(nullptr, kRGBA8, &format, &type), 0);
+}
+
+TEST_F(SurveyedVerdicts, are_the_same_for_threads_that_ask_at_once) {
+    const auto askInThreads = [&] {
+        std::atomic<int> noes{0};
+        const auto ask = [&] {
+            for (const survey::Format& format : survey::formats()) {
+                const bool isRendered =
+                    use(format.value, TEXPROBE_RENDER) == TEXPROBE_YES || format.is_compressed();
+                noes += isRendered ? 0 : 1;
+                noes += verdicts_->use_detail(format.value, TEXPROBE_BLEND) == TEXPROBE_WRONG;
+                unsigned layout = 0;
+                verdicts_->upload_layout(format.value, &layout, &layout);
+            }
+        };
+        std::array<std::thread, 4> threads;
+        for (std::thread& thread : threads) thread = std::thread(ask);
+        for (std::thread& thread : threads) thread.join();
+        return noes.load();
+    };
+    const auto isWrong = [](const survey::Format& format, const survey::Question& question) {
+        const bool isFirst = std::string(format.name) == "GL_R8";
+        return isFirst && question.use == Use::kBlend ? Verdict::kWrong : Verdict::kYes;
+    };
+    record(core_survey(isWrong));
+    ASSERT_EQ(open_and_wait(), TEXPROBE_READY) << reason_;
+    EXPECT_EQ(askInThreads(), 4);
+
+    // Here the records are read at the first question.
+    record(complete_set(kFirst, "Renderer") + complete_survey(kFirstSurvey, Profile::kCompatibility,
+                                                              "4.6 (Compatibility Profile) Version",
+                                                              "Renderer", isWrong));
+    machine().version = "2.1 Version";
+    machine().profile = kCompatibilityBit;
+    machine().extensions = {"GL_EXT_framebuffer_object"};
+    ASSERT_EQ(open_and_wait(), TEXPROBE_READY) << reason_;
+    EXPECT_EQ(askInThreads(), 4);
 }
 
 }  // namespace

@@ -75,7 +75,7 @@ TEST_F(SurveyingVerdicts, need_only_a_survey_of_the_core_profile_in_a_core_conte
     EXPECT_EQ(verdicts_->wait(), TEXPROBE_READY) << verdicts_->reason();
     EXPECT_EQ(verdicts_->use(kRGBA8, TEXPROBE_CREATE), TEXPROBE_YES);
     EXPECT_EQ(verdicts_->progress(), 1.0);
-    EXPECT_THAT(survey_runs(), ElementsAre("run --profile core"));
+    EXPECT_THAT(survey_runs(), ElementsAre("run --profile core --first Renderer"));
     EXPECT_EQ(runs(), 0) << "of the tool";
 
     EXPECT_EQ(open_and_wait(), TEXPROBE_READY);
@@ -102,7 +102,7 @@ TEST_F(SurveyingVerdicts, measure_all_or_nothing_as_the_application_wishes) {
     EXPECT_EQ(runs(), 0);
     EXPECT_EQ(open_to_measure(kAll), TEXPROBE_READY) << reason_;
     EXPECT_EQ(runs(), 1);
-    EXPECT_THAT(survey_runs(), ElementsAre("run --profile compatibility"));
+    EXPECT_THAT(survey_runs(), ElementsAre("run --profile compatibility --first Renderer"));
     EXPECT_EQ(verdicts_->use(kRGBA8, TEXPROBE_FILTER), TEXPROBE_YES);
     EXPECT_EQ(answer(kRGBA8, TEXPROBE_RENDERABLE), TEXPROBE_YES);
     EXPECT_EQ(open_to_measure(kNothing), TEXPROBE_READY);
@@ -148,8 +148,9 @@ TEST_F(SurveyingVerdicts, continue_after_a_crash_and_after_a_hang_of_the_survey)
     texprobe_options wish = options();
     wish.test_time_limit_ms = 1500;
     EXPECT_EQ(open_and_wait(wish), TEXPROBE_READY) << reason_;
-    EXPECT_THAT(survey_runs(), ElementsAre("run --profile core", "run --profile core",
-                                           "run --profile core --after-hang"));
+    EXPECT_THAT(survey_runs(), ElementsAre("run --profile core --first Renderer",
+                                           "run --profile core --first Renderer",
+                                           "run --profile core --first Renderer --after-hang"));
 }
 
 TEST_F(SurveyingVerdicts, give_up_after_a_survey_that_recorded_nothing) {

@@ -7,6 +7,9 @@
 // context is lost, and there is no other; -3: to exit. A line is added to a file "deaths" there
 // before each death. The order stays: such a driver dies whenever the use is tried.
 //
+// With a file "two" there the machine has a second renderer, before all others, of which there is
+// no context.
+//
 // A file "full" there has the numbers of the first and the last synchronization, from 1, that find
 // the disk full.
 
@@ -20,6 +23,7 @@
 #include <cstring>
 #include <filesystem>
 #include <fstream>
+#include <limits>
 #include <string>
 
 #include "opengl/gl_functions.h"
@@ -168,6 +172,28 @@ Boolean synchronize_really(CFStringRef application) __asm__("__real_CFPreference
 Boolean synchronize_perhaps(CFStringRef application) __asm__("__wrap_CFPreferencesAppSynchronize");
 CGLError make_current_really(CGLContextObj context) __asm__("__real_CGLSetCurrentContext");
 CGLError make_current_perhaps(CGLContextObj context) __asm__("__wrap_CGLSetCurrentContext");
+CGLError query_really(GLuint mask, CGLRendererInfoObj* info,
+                      GLint* count) __asm__("__real_CGLQueryRendererInfo");
+CGLError query_perhaps(GLuint mask, CGLRendererInfoObj* info,
+                       GLint* count) __asm__("__wrap_CGLQueryRendererInfo");
+CGLError describe_really(CGLRendererInfoObj info, GLint number, CGLRendererProperty property,
+                         GLint* value) __asm__("__real_CGLDescribeRenderer");
+CGLError describe_perhaps(CGLRendererInfoObj info, GLint number, CGLRendererProperty property,
+                          GLint* value) __asm__("__wrap_CGLDescribeRenderer");
+
+CGLError query_perhaps(GLuint mask, CGLRendererInfoObj* info, GLint* count) {
+    const CGLError error = query_really(mask, info, count);
+    if (error == kCGLNoError && std::filesystem::exists(folder_of_survey() / "two")) ++*count;
+    return error;
+}
+
+CGLError describe_perhaps(CGLRendererInfoObj info, GLint number, CGLRendererProperty property,
+                          GLint* value) {
+    const CGLError error = describe_really(info, number, property, value);
+    if (error == kCGLNoError) return error;
+    *value = property == kCGLRPRendererID ? std::numeric_limits<GLint>::min() : 0;
+    return kCGLNoError;
+}
 
 Boolean synchronize_perhaps(CFStringRef application) {
     static int number = 0;

@@ -26,7 +26,7 @@ using testing::StartsWith;
 const Environment kSurveySoftpipe = {"GALLIUM_DRIVER=softpipe"};
 const std::string kUsage =
     "Usage: texprobe-survey [--profile compatibility|core|es] [--format GL_NAME] "
-    "[--after-hang]\n";
+    "[--first GL_RENDERER] [--after-hang]\n";
 
 /// The one record set of the survey.
 Records survey_set(const ToolFolder& folder) {
@@ -185,6 +185,8 @@ TEST(Survey, refuses_other_arguments) {
     refuse({"--format", "RGBA8"}, "*** no format of the survey: RGBA8\n");
     refuse({"--profile", "es", "--profile", "core"}, "");
     refuse({"--after-hang", "--after-hang"}, "");
+    refuse({"--first"}, "");
+    refuse({"--first", "one", "--first", "two"}, "");
     EXPECT_FALSE(std::filesystem::exists(folder.database()));
 }
 

@@ -7,12 +7,16 @@
 #include <sys/wait.h>
 
 #include <fstream>
+#include <string>
+#include <vector>
 
+#include "support/text.h"
 #include "support/tool_folder.h"
 
 namespace texprobe::tests {
 namespace {
 
+using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::Not;
 
@@ -101,6 +105,44 @@ TEST_F(SurveyTrouble, without_another_context_for_a_lost_one_leaves_the_rest_unm
     remove("die");
     EXPECT_TRUE(run().exited_with(0));
     EXPECT_EQ(records().at(kTroubledKey), kWholeRecord);
+}
+
+/// Of each line of the survey, which of the two renderers it is about.
+std::vector<std::string> renderers_in_order(const std::string& errors) {
+    std::vector<std::string> names;
+    for (const std::string& line : lines_of(errors)) {
+        const bool isAnother = line.rfind("org.texprobe.survey1.80000000.", 0) == 0;
+        const std::string name = isAnother ? "another" : "own";
+        if (names.empty() || names.back() != name) names.push_back(name);
+    }
+    return names;
+}
+
+TEST_F(SurveyTrouble, with_many_renderers_is_less_where_one_is_wanted_first) {
+    const std::string begin = "org.texprobe.survey1.";
+    EXPECT_TRUE(run().exited_with(0));
+    const std::string ownName =
+        records().at("core.GL_RENDERER").substr(std::string("string ").size());
+    const std::string own = folder_.records().begin()->first;
+    const std::string other = begin + "80000000" + own.substr(own.find('.', begin.size()));
+    write("two", "");
+    const auto order = [&](const std::vector<std::string>& more) {
+        // The other one has been surveyed before, but has no context any more.
+        folder_.execute("DELETE FROM records WHERE key = 'core.GL_R8UI' OR application = '" +
+                        other + "'");
+        folder_.execute("INSERT INTO records SELECT '" + other +
+                        "', key, type, CASE key WHEN 'core.GL_RENDERER' THEN 'Another' ELSE value "
+                        "END FROM records");
+        std::vector<std::string> arguments = {"--profile", "core", "--format", "GL_R8UI"};
+        arguments.insert(arguments.end(), more.begin(), more.end());
+        const Finished finished = run(arguments);
+        EXPECT_TRUE(finished.exited_with(0)) << finished.err;
+        return renderers_in_order(finished.err);
+    };
+    EXPECT_THAT(order({}), ElementsAre("another", "own"));
+    EXPECT_THAT(order({"--first", "Another"}), ElementsAre("another", "own"));
+    EXPECT_THAT(order({"--first", "a third one"}), ElementsAre("another", "own"));
+    EXPECT_THAT(order({"--first", ownName}), ElementsAre("own", "another"));
 }
 
 }  // namespace

@@ -53,6 +53,25 @@ TEST_F(Store, gives_values_back_as_written) {
     }
 }
 
+TEST_F(Store, gives_only_the_strings_whose_keys_begin_as_asked) {
+    EXPECT_EQ(RecordStore(directory()).read_texts(kApp, "core"), platform::Texts())
+        << "there is no store yet";
+    for (const char* key : {"cor", "core", "core.A", "core.B", "corf", "es.A"})
+        write(key, std::string(key));
+    write("core.number", 1.0);
+    write("core.flag", true);
+    const platform::Texts expected = {{"core", "core"}, {"core.A", "core.A"}, {"core.B", "core.B"}};
+    EXPECT_EQ(RecordStore(directory()).read_texts(kApp, "core"), expected);
+    EXPECT_EQ(RecordStore(directory()).read_texts(kApp, "x"), platform::Texts());
+    EXPECT_EQ(RecordStore(directory()).read_texts("org.example.other", "core"), platform::Texts());
+    RecordStore reader(directory());
+    EXPECT_EQ(reader.read_texts(kApp, "es"), (platform::Texts{{"es.A", "es.A"}}));
+    query(database(), "UPDATE records SET value = 'new' WHERE key = 'es.A'");
+    EXPECT_EQ(reader.read_texts(kApp, "es"), (platform::Texts{{"es.A", "new"}}));
+    std::ofstream(database()) << "no database at all, but long enough to be looked at as one";
+    EXPECT_NE(errors_of([&] { EXPECT_FALSE(reader.read_texts(kApp, "es")); }), "");
+}
+
 TEST_F(Store, tells_the_two_zeros_and_the_two_ones_apart) {
     EXPECT_FALSE(same(0.0, -0.0));
     EXPECT_FALSE(same(1.0, true));

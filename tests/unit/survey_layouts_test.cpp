@@ -211,6 +211,12 @@ TEST(SurveyQuestions, are_only_those_that_a_context_can_be_asked) {
     EXPECT_EQ(asked("GL_LUMINANCE8", luminance, Profile::kCompatibility),
               uploads + reads + "get get_buffer ");
     EXPECT_EQ(questions_of(format_named("GL_R8"), Profile::kCore).size(), 6u + 10);
+    for (const Format& format : formats()) {
+        for (const Profile profile : kProfiles) {
+            EXPECT_EQ(count_questions(format, profile), questions_of(format, profile).size())
+                << format.name;
+        }
+    }
 }
 
 TEST(SurveyQuestions, of_reading_are_promised_by_opengl_es_in_one_layout_only) {

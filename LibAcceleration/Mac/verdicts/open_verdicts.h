@@ -287,7 +287,7 @@ private:
     Log log_;
     void (*done_)(void* user) = nullptr;
     const SetsOfMachine sets_;
-    const SurveysOfMachine surveys_{sets_.renderer_ids()};
+    SurveysOfMachine surveys_{sets_.renderer_ids()};
     bool isRead_ = true;
     WantedPart tool_;
     WantedPart survey_;

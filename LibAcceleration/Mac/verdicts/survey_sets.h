@@ -11,9 +11,11 @@
 #include <functional>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
 
+#include "records/record_texts.h"
 #include "records/records.h"
 #include "verdicts/context.h"
 #include "verdicts/survey_answers.h"
@@ -29,31 +31,42 @@ struct SurveyFinding {
     std::size_t differences = 0;
 };
 
+/// Null for a record that is not whole.
+template <class Texts>
+auto* find_whole(Texts& texts, const survey::Format& format, survey::Profile profile) {
+    const auto found = texts.find(key_of(profile, format));
+    const bool isWhole = found != texts.end() && is_whole(format, profile, found->second);
+    return isWhole ? &found->second : nullptr;
+}
+
 /// Made on the thread whose context is current; used on another afterwards.
 class SurveysOfMachine {
 public:
     explicit SurveysOfMachine(const std::vector<int>& rendererIDs) {
         for (const int rendererID : rendererIDs) {
-            appIDs_.push_back(
-                CFStringCreateWithFormat(nullptr, nullptr, CFSTR("%s.%x.%s"), survey::kDomain,
-                                         static_cast<unsigned>(rendererID), get_system_version()));
+            sets_.push_back(
+                {CFStringCreateWithFormat(nullptr, nullptr, CFSTR("%s.%x.%s"), survey::kDomain,
+                                          static_cast<unsigned>(rendererID), get_system_version()),
+                 {}});
         }
     }
     ~SurveysOfMachine() {
-        for (const CFStringRef appID : appIDs_) release(appID);
+        for (const Set& set : sets_) release(set.appID);
     }
     SurveysOfMachine(const SurveysOfMachine&) = delete;
     SurveysOfMachine& operator=(const SurveysOfMachine&) = delete;
 
+    // The context's.
     survey::Profile profile() const { return facts_.profile; }
+    const std::string& renderer() const { return renderer_; }
 
     /// Reads all records anew. A record that is under way is not complete, whoever writes it.
-    SurveyFinding look() const {
+    SurveyFinding look() {
         SurveyFinding finding;
-        for (const CFStringRef appID : appIDs_) {
-            finding.isRead &= CFPreferencesAppSynchronize(appID) != 0;
-            if (!is_of_context(appID)) continue;
-            auto texts = read_whole(appID);
+        finding.isRead = refresh();
+        for (Set& set : sets_) {
+            if (!is_of_context(set)) continue;
+            auto texts = take_if_whole(&set);
             if (!texts) continue;
             SurveyAnswers answers(facts_, std::move(*texts));
             if (finding.answers) {
@@ -65,35 +78,42 @@ public:
         return finding;
     }
 
-    // Of what was read last.
+    /// False if they cannot be read.
+    bool refresh() {
+        bool isRead = true;
+        for (Set& set : sets_) {
+            auto texts = read_record_texts(set.appID, name_of(facts_.profile));
+            isRead &= texts.has_value();
+            if (texts) set.texts = std::move(*texts);
+        }
+        return isRead;
+    }
+
+    // Of what was read last, after a look that found nothing.
 
     /// Would another run find nothing to do?
     bool are_all_surveyed() const { return count_done() == count_all(); }
     std::size_t count_done() const {
         std::size_t count = 0;
-        for (const CFStringRef appID : appIDs_) {
-            const bool hasNone = survey::has_no_formats(profile_record(appID));
+        for (const Set& set : sets_) {
+            const bool hasNone = survey::has_no_formats(profile_record(set));
             for (const survey::Format& format : survey::formats()) {
-                count += hasNone || read_whole(appID, format) ? 1 : 0;
+                count += hasNone || find_whole(set.texts, format, facts_.profile) ? 1 : 0;
             }
         }
         return count;
     }
-    std::size_t count_all() const { return appIDs_.size() * survey::formats().size(); }
+    std::size_t count_all() const { return sets_.size() * survey::formats().size(); }
     /// Changes whenever a record does.
     std::size_t fingerprint() const {
         std::string all;
-        for (const CFStringRef appID : appIDs_) {
-            all += profile_record(appID) + '\n';
-            for (const survey::Format& format : survey::formats()) {
-                all += text_at(appID, key_of(facts_.profile, format)) + '\n';
+        for (const Set& set : sets_) {
+            for (const auto& [key, text] : set.texts) {
+                all.append(key).append("\n").append(text).append("\n");
             }
+            all += '\n';
         }
         return std::hash<std::string>()(all);
-    }
-
-    void refresh() const {
-        for (const CFStringRef appID : appIDs_) CFPreferencesAppSynchronize(appID);
     }
 
     /// Empty without any.
@@ -106,11 +126,11 @@ public:
     /// Why nothing was found.
     std::string describe_mismatch() const {
         std::string recorded;
-        for (const CFStringRef appID : appIDs_) {
-            if (is_of_context(appID)) {
+        for (const Set& set : sets_) {
+            if (is_of_context(set)) {
                 return "the survey of \"" + renderer_ + "\" is not complete";
             }
-            recorded += (recorded.empty() ? "" : ", ") + describe_recorded(appID);
+            recorded += (recorded.empty() ? "" : ", ") + describe_recorded(set);
         }
         return std::string("no ") + name_of(facts_.profile) +
                " context of this machine's renderers is the context's, \"" + renderer_ +
@@ -118,63 +138,56 @@ public:
     }
 
 private:
-    static std::string text_at(CFStringRef appID, const std::string& key) {
-        const CFStringRef name =
-            CFStringCreateWithCString(nullptr, key.c_str(), kCFStringEncodingASCII);
-        const CFTypeRef value = CFPreferencesCopyAppValue(name, appID);
-        std::string text;
-        if (value && CFGetTypeID(value) == CFStringGetTypeID()) {
-            const auto string = static_cast<CFStringRef>(value);
-            text.resize(static_cast<std::size_t>(CFStringGetLength(string)) + 1);
-            const bool isASCII = CFStringGetCString(
-                string, text.data(), static_cast<CFIndex>(text.size()), kCFStringEncodingASCII);
-            text.resize(isASCII ? text.size() - 1 : 0);
-        }
-        release(value);
-        release(name);
-        return text;
+    /// Of one renderer.
+    struct Set {
+        CFStringRef appID;
+        RecordTexts texts;  ///< Of the context's kind.
+    };
+
+    /// Empty if there is none.
+    static std::string_view text_at(const Set& set, const std::string& key) {
+        const auto found = set.texts.find(key);
+        return found == set.texts.end() ? std::string_view() : found->second;
     }
 
-    std::string profile_record(CFStringRef appID) const {
-        return text_at(appID, survey::key_of(facts_.profile));
+    std::string profile_record(const Set& set) const {
+        return std::string(text_at(set, survey::key_of(facts_.profile)));
     }
 
-    bool is_of_context(CFStringRef appID) const {
+    bool is_of_context(const Set& set) const {
         return !renderer_.empty() &&
-               text_at(appID, survey::renderer_key_of(facts_.profile)) == renderer_ &&
-               text_at(appID, survey::vendor_key_of(facts_.profile)) == vendor_ &&
-               driver_of_version(profile_record(appID)) == driver_;
+               text_at(set, survey::renderer_key_of(facts_.profile)) == renderer_ &&
+               text_at(set, survey::vendor_key_of(facts_.profile)) == vendor_ &&
+               driver_of_version(profile_record(set)) == driver_;
     }
 
-    /// None for a record that is not whole.
-    std::optional<std::string> read_whole(CFStringRef appID, const survey::Format& format) const {
-        std::string text = text_at(appID, key_of(facts_.profile, format));
-        if (!is_whole(format, facts_.profile, text)) return std::nullopt;
-        return text;
-    }
-
-    std::optional<std::vector<std::string>> read_whole(CFStringRef appID) const {
-        std::vector<std::string> texts;
+    /// All formats', in the order of the table; the set has none of them afterwards.
+    std::optional<std::vector<std::string>> take_if_whole(Set* set) const {
+        std::vector<std::string*> found;
         for (const survey::Format& format : survey::formats()) {
-            auto text = read_whole(appID, format);
-            if (!text) return std::nullopt;
-            texts.push_back(std::move(*text));
+            found.push_back(find_whole(set->texts, format, facts_.profile));
+            if (!found.back()) return std::nullopt;
         }
+        std::vector<std::string> texts;
+        texts.reserve(found.size());
+        for (std::string* text : found) texts.push_back(std::move(*text));
+        set->texts.clear();
         return texts;
     }
 
-    std::string describe_recorded(CFStringRef appID) const {
-        const std::string renderer = text_at(appID, survey::renderer_key_of(facts_.profile));
+    std::string describe_recorded(const Set& set) const {
+        const std::string renderer(text_at(set, survey::renderer_key_of(facts_.profile)));
+        const std::string vendor(text_at(set, survey::vendor_key_of(facts_.profile)));
         if (renderer.empty()) return "nothing";
-        return '"' + renderer + "\" of \"" + text_at(appID, survey::vendor_key_of(facts_.profile)) +
-               "\", driver \"" + driver_of_version(profile_record(appID)) + '"';
+        return '"' + renderer + "\" of \"" + vendor + "\", driver \"" +
+               driver_of_version(profile_record(set)) + '"';
     }
 
     const survey::ContextFacts facts_ = facts_of_context();
     const std::string vendor_ = string_of_context(GL_VENDOR);
     const std::string renderer_ = string_of_context(GL_RENDERER);
     const std::string driver_ = driver_of_version(string_of_context(GL_VERSION));
-    std::vector<CFStringRef> appIDs_;
+    std::vector<Set> sets_;
 };
 
 }  // namespace

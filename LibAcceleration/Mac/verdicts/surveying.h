@@ -25,8 +25,8 @@ public:
     /// Called once, with the verdicts and with what is to be said of them.
     using Found = std::function<void(SurveyAnswers verdicts, const std::string& reason)>;
 
-    /// Only the asking context's profile is surveyed.
-    BackgroundSurvey(const SurveysOfMachine& surveys, Program program, const Background& background,
+    /// Only the asking context's profile is surveyed, and first its renderer.
+    BackgroundSurvey(SurveysOfMachine& surveys, Program program, const Background& background,
                      Found found)
         : BackgroundProgram("texprobe-survey", std::move(program), background),
           surveys_(surveys),
@@ -41,7 +41,8 @@ public:
         bool hasHung = false;
         for (Attempts attempts(kMostSurveyRuns, 1); !outcome_.is_closing();) {
             attempts.begin_run();
-            program_.arguments = {"--profile", name_of(surveys_.profile())};
+            program_.arguments = {"--profile", name_of(surveys_.profile()), "--first",
+                                  surveys_.renderer()};
             if (hasHung) program_.arguments.emplace_back("--after-hang");
             const RunEnd end = run_once();
             using Kind = RunEnd::Kind;
@@ -96,7 +97,7 @@ private:
         return "texprobe-survey surveys this machine's renderers";
     }
 
-    const SurveysOfMachine& surveys_;
+    SurveysOfMachine& surveys_;
     const Found found_;
     bool isStoreRead_ = true;
 };

@@ -149,7 +149,7 @@ int Database::prepare(Query query, sqlite3_stmt** statement) {
         "PRAGMA page_count",
         "PRAGMA integrity_check(1)",
         "SELECT DISTINCT application FROM records",
-        "SELECT key, type, value FROM records WHERE application = ?1",
+        "SELECT key, type, value FROM records WHERE application = ?1 AND key >= ?2 ORDER BY key",
         "INSERT INTO records (application, key, type, value) VALUES (?1, ?2, ?3, ?4)"
         " ON CONFLICT (application, key) DO UPDATE SET type = ?3, value = ?4"
         " WHERE type IS NOT ?3 OR value IS NOT ?4 OR typeof(value) IS NOT typeof(?4)",
@@ -186,6 +186,39 @@ Status Database::read(std::string_view application, Records* records) {
     return status_of(code);
 }
 
+Status Database::read_texts(std::string_view application, std::string_view prefix, Texts* texts) {
+    int code = has_table_ ? SQLITE_OK : learn_layout();
+    if (code != SQLITE_OK) return status_of(code);
+    Texts fresh;
+    if (has_table_) code = read_range(application, prefix, &fresh);
+    if (code == SQLITE_OK) *texts = std::move(fresh);
+    return status_of(code);
+}
+
+int Database::read_range(std::string_view application, std::string_view prefix, Texts* texts) {
+    sqlite3_stmt* statement = nullptr;
+    int code = begin_to_read(application, prefix, &statement);
+    if (code != SQLITE_OK) return code;
+    while ((code = sqlite3_step(statement)) == SQLITE_ROW) {
+        const std::string_view key = bytes_of(statement, 0);
+        if (key.substr(0, prefix.size()) != prefix) break;
+        auto value = value_of(statement, 1, 2);
+        auto* text = value ? std::get_if<std::string>(&*value) : nullptr;
+        if (text && is_string(key)) texts->emplace_hint(texts->end(), key, std::move(*text));
+    }
+    sqlite3_reset(statement);
+    return code == SQLITE_DONE || code == SQLITE_ROW ? SQLITE_OK : code;
+}
+
+/// The application's records from that key on, in their order.
+int Database::begin_to_read(std::string_view application, std::string_view first,
+                            sqlite3_stmt** statement) {
+    int code = prepare(kRead, statement);
+    if (code == SQLITE_OK) code = bind_value(*statement, 1, application);
+    if (code == SQLITE_OK) code = bind_value(*statement, 2, first);
+    return code;
+}
+
 Status Database::read_applications(std::set<std::string>* names) {
     int code = has_table_ ? SQLITE_OK : learn_layout();
     if (code != SQLITE_OK || !has_table_) return status_of(code);
@@ -207,8 +240,7 @@ int Database::read_records(std::string_view application, Records* records,
         if (code != SQLITE_OK || !has_table_) return code;
     }
     sqlite3_stmt* statement = nullptr;
-    int code = prepare(kRead, &statement);
-    if (code == SQLITE_OK) code = bind_value(statement, 1, application);
+    int code = begin_to_read(application, "", &statement);
     if (code != SQLITE_OK) return code;
     while ((code = sqlite3_step(statement)) == SQLITE_ROW) {
         const std::string_view key = bytes_of(statement, 0);

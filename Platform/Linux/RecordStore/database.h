@@ -53,6 +53,10 @@ public:
     /// Replaces `records` by all records of one application; leaves them unchanged on failure.
     Status read(std::string_view application, Records* records);
 
+    /// Replaces `texts` by the application's strings whose keys begin with `prefix`, which is not
+    /// empty; leaves them unchanged on failure. Of a large set the rest is not read.
+    Status read_texts(std::string_view application, std::string_view prefix, Texts* texts);
+
     /// Adds the names of all applications that have records.
     Status read_applications(std::set<std::string>* names);
 
@@ -87,6 +91,9 @@ private:
     int check_all(int code);
     int read_records(std::string_view application, Records* records,
                      std::vector<std::string>* tooLong);
+    int begin_to_read(std::string_view application, std::string_view first,
+                      sqlite3_stmt** statement);
+    int read_range(std::string_view application, std::string_view prefix, Texts* texts);
     int begin();
     int change(std::string_view application, std::string_view key,
                const std::optional<Value>& value);

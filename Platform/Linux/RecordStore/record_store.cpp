@@ -73,6 +73,18 @@ Records RecordStore::records(const std::string& application) {
     return records;
 }
 
+std::optional<Texts> RecordStore::read_texts(const std::string& application,
+                                             const std::string& prefix) {
+    Texts texts;
+    const Status status = patiently(patience_.usual, [&] {
+        return look([&](Database* database) {
+            return database ? database->read_texts(application, prefix, &texts) : Status();
+        });
+    });
+    const std::lock_guard lock(mutex_);
+    return report(status) ? std::optional(std::move(texts)) : std::nullopt;
+}
+
 std::set<std::string> RecordStore::applications() {
     std::set<std::string> names;
     const Status status = patiently(patience_.usual, [&] {

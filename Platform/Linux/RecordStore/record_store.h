@@ -48,6 +48,10 @@ public:
     /// All records of one application, as this process sees them.
     Records records(const std::string& application);
 
+    /// The application's strings whose keys begin with `prefix`, as they are in the store now; this
+    /// process's view is neither asked nor changed. Nothing on failure.
+    std::optional<Texts> read_texts(const std::string& application, const std::string& prefix);
+
     /// The applications that have records, in the store or in this process's changes.
     std::set<std::string> applications();
 

@@ -20,6 +20,9 @@ constexpr std::size_t kLongestString = 65'536;
 /// The records of one application, by key.
 using Records = std::map<std::string, Value, std::less<>>;
 
+/// The strings among them, or some of these.
+using Texts = std::map<std::string, std::string, std::less<>>;
+
 /// Changes by key; no value means removal.
 using RecordChanges = std::map<std::string, std::optional<Value>, std::less<>>;
 
