@@ -79,6 +79,8 @@ td a { color: inherit; }
   .table { overflow: visible; }
   h2, h3, caption, .why { break-after: avoid; }
   tr, figure, footer { break-inside: avoid; }
+  figure div { margin-right: 0.5rem; }
+  figure img { width: 5.5cm; height: 5.5cm; }
   footer { break-before: avoid; }
   tbody tr:first-child { break-before: avoid; }
   nav, .skip, td wbr { display: none; }
