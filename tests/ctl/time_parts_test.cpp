@@ -191,12 +191,13 @@ TEST(TimesSection, is_the_table_of_the_text_with_its_marks) {
     Times times = example();
     times.renderer = "<b>";
     times.transfers[2].reason = "<i>";
-    const std::string page = ctl::times_section(times, 1);
+    const std::string page = ctl::times_section(times, 1).html();
     EXPECT_THAT(page, HasSubstr("<h2 id=\"times1\">How fast: &lt;b&gt;</h2>"));
     EXPECT_THAT(page, HasSubstr("<caption>Images of 1920 x 1080 per second</caption>"));
-    EXPECT_THAT(page, HasSubstr("<tr><th scope=\"row\">GL_RGBA8 set</th><td>125</td><td>200</td>"
-                                "<td>250~</td><td>2.0x</td><td>yes</td></tr>"));
-    EXPECT_THAT(page, HasSubstr("<tr><th scope=\"row\">GL_RGBA8 reset</th><td>333*</td>"));
+    EXPECT_THAT(page,
+                HasSubstr("<tr><th scope=\"row\">GL_<wbr>RGBA8 set</th><td>125</td><td>200</td>"
+                          "<td>250~</td><td>2.0x</td><td>yes</td></tr>"));
+    EXPECT_THAT(page, HasSubstr("<tr><th scope=\"row\">GL_<wbr>RGBA8 reset</th><td>333*</td>"));
     EXPECT_THAT(page, HasSubstr("<td class=\"quiet\" colspan=\"5\">failed: &lt;i&gt;</td>"));
     EXPECT_THAT(page, HasSubstr(kLegendLines));
     EXPECT_THAT(page, testing::Not(HasSubstr("svg")));

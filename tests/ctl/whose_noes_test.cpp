@@ -145,8 +145,8 @@ TEST_F(WhoseNoes, are_explained_on_the_page) {
     measure();
     folder_.ctl({"report", "-o", folder_.file("page.html")});
     const std::string page = read_file(folder_.file("page.html"));
-    EXPECT_THAT(page, AllOf(HasSubstr("<td class=\"of_test\">no*</td>"),
-                            HasSubstr("no*: the driver is right; this no comes from the test")));
+    EXPECT_THAT(page, AllOf(HasSubstr("<a href=\"#why1\">no*</a>"),
+                            HasSubstr("id=\"why1\">no*: the driver is right; this no comes from")));
 }
 
 }  // namespace

@@ -1,206 +1,221 @@
 #include "page/page.h"
 
-#include <algorithm>
-#include <array>
-#include <cstdio>
-#include <kainjow/mustache.hpp>
-#include <sstream>
+#include <fmt/format.h>
 
-#include "documents/merge.h"
-#include "page/base64.h"
-#include "page/page_template.h"
+#include <algorithm>
+#include <numeric>
+
+#include "page/page_style.h"
+#include "page/rely.h"
+#include "page/set_tables.h"
 #include "page/times_section.h"
+#include "page/whys.h"
+#include "records/compare.h"
 #include "records/plain_text.h"
 #include "text/text_matrix.h"
-#include "text/write_text.h"
 
 namespace texprobe::ctl {
 
 namespace {
 
-using Data = kainjow::mustache::data;
+constexpr const char* kBegin = R"html(<!DOCTYPE html>
+<html lang="en">
+<head>
+<meta charset="utf-8">
+<meta name="viewport" content="width=device-width, initial-scale=1">
+<meta name="color-scheme" content="light dark">
+<meta name="generator" content="texprobectl {0}">
+<title>{1}</title>
+<link rel="icon" href="data:,">
+{2}</head>
+<body>
+<a class="skip" href="#content">Skip to the content</a>
+<header>
+<h1>{1}</h1>
+<p class="quiet">{3}</p>
+</header>
+<main id="content">
+<nav aria-label="Sections">
+<ul>
+{4}</ul>
+</nav>
+)html";
+constexpr const char* kEnd = R"html(</main>
+<footer class="quiet">
+<p>A verdict is about one driver, one build of the system and images of 128 by 128 pixels.{0}
+Written by texprobectl {1}.</p>
+</footer>
+</body>
+</html>
+)html";
 
-const char* word(Verdict verdict) {
-    switch (verdict) {
-        case Verdict::kUnmeasured:
-            return "untested";
-        case Verdict::kNotApplicable:
-            return "n/a";
-        default:
-            return name_of(verdict);
-    }
+/// Sets that a reader sees in one place: of one renderer, or with the same verdicts.
+struct SetsTogether {
+    std::size_t first = 0;
+    std::vector<std::size_t> same = {};
+    std::vector<std::size_t> others = {};
+};
+
+ComparedSets compared(const RecordSet& a, const RecordSet& b) {
+    return compare({a}, {b}).pairs.front();
 }
 
-Data truth(bool isTrue) {
-    return Data(isTrue ? Data::type::bool_true : Data::type::bool_false);
+bool say_the_same(const RecordSet& a, const RecordSet& b) {
+    // First what costs little: surveys are long.
+    return a.verdicts == b.verdicts && a.survey.empty() == b.survey.empty() &&
+           is_measured(a) == is_measured(b) && compared(a, b).is_equal();
 }
 
-Data list_columns() {
-    Data columns(Data::type::list);
-    for (const CapabilityNames& names : kCapabilities) columns << Data("name", names.column);
-    return columns;
-}
-
-/// A narrow screen may break a name after an underscore.
-std::string breakable(std::string name) {
-    for (std::size_t at = 0; (at = name.find('_', at)) != std::string::npos;) {
-        name.insert(++at, "<wbr>");
-    }
-    return name;
-}
-
-/// Rows of cells; `cell_of` gives the class and the text of each.
-template <class CellOf>
-Data list_rows(CellOf cellOf) {
-    Data rows(Data::type::list);
-    for (std::size_t format = 0; format < kFormatCount; ++format) {
-        Data cells(Data::type::list);
-        for (std::size_t i = 0; i < kCapabilityCount; ++i) {
-            const auto [kind, text] = cellOf(Cell{format, static_cast<Capability>(i)});
-            Data cell;
-            cell.set("kind", kind);
-            cell.set("text", text);
-            cells << cell;
-        }
-        Data row;
-        row.set("name", breakable(kFormats[format].name));
-        row.set("cells", cells);
-        rows << row;
-    }
-    return rows;
-}
-
-bool differs(const RecordSets& sets, const Cell& cell) {
-    return std::any_of(sets.begin(), sets.end(), [&](const RecordSet& set) {
-        return set.verdict(cell) != sets.front().verdict(cell);
+/// The present or the latest set of each renderer, and with it the others that say the same.
+std::vector<SetsTogether> together_in(const RecordSets& sets) {
+    std::vector<std::size_t> latest(sets.size());
+    std::iota(latest.begin(), latest.end(), 0);
+    std::stable_sort(latest.begin(), latest.end(), [&](std::size_t a, std::size_t b) {
+        return std::pair(sets[a].isPresent, sets[a].measured) >
+               std::pair(sets[b].isPresent, sets[b].measured);
     });
-}
-
-Data list_details(const RecordSet& set) {
-    Data details(Data::type::list);
-    for (const Detail& detail : set.details) {
-        if (detail.is_of_test()) continue;
-        details << Data("text", words_of(detail.cell) + ' ' + describe(detail.cause) + ".");
-    }
-    return details;
-}
-
-/// As `survey` shows it.
-std::string survey_text(const RecordSet& set) {
-    std::ostringstream text;
-    if (!set.survey.empty()) write_survey_text({set}, {}, {}, text);
-    return text.str();
-}
-
-Data describe_set(const RecordSet& set, std::size_t number, const RecordSets& all) {
-    const std::size_t open = set.unmeasured();
-    Data data;
-    data.set("number", std::to_string(number));
-    data.set("renderer", set.renderer.value_or("Unknown renderer " + set.rendererID));
-    data.set("driver", set.glVersion.value_or("unknown"));
-    data.set("vendor", set.vendor.value_or("unknown"));
-    data.set("build", set.systemBuild + (set.isPresent ? " (present)" : ""));
-    data.set("measured", describe_measured(set));
-    data.set("state", set.isComplete ? std::string("complete")
-                                     : "not complete, " + std::to_string(open) +
-                                           (open == 1 ? " verdict" : " verdicts") + " missing");
-    data.set("id", set.id);
-    data.set("caption", all.size() > 1 ? "Framed: not the same in all sets" : "Verdicts");
-    data.set("columns", list_columns());
-    data.set("rows", list_rows([&](const Cell& cell) {
-                 const Verdict verdict = set.verdict(cell);
-                 const bool isOfTest = set.is_of_test(cell);
-                 std::string kind = isOfTest ? "of_test" : name_of(verdict);
-                 if (differs(all, cell)) kind += " differs";
-                 const std::string mark = isOfTest ? "*" : "";
-                 return std::pair<std::string, std::string>(kind, word(verdict) + mark);
-             }));
-    const Data details = list_details(set);
-    data.set("hasDetails", truth(details.is_non_empty_list()));
-    data.set("details", details);
-    data.set("isMeasured", truth(is_measured(set)));
-    data.set("hasSurvey", truth(!set.survey.empty()));
-    data.set("survey", survey_text(set));
-    return data;
-}
-
-Data picture(const std::string& name, const std::string& png) {
-    Data data;
-    data.set("name", name);
-    data.set("png", base64(png));
-    return data;
-}
-
-Data list_pictures(const PicturedNo& no) {
-    Data list(Data::type::list);
-    if (!no.pictures) return list;
-    const double factor = no.pictures->amplification;
-    std::array<char, 32> amplified;
-    std::snprintf(amplified.data(), amplified.size(), "difference, %.3g times", factor);
-    list << picture("sent", no.pictures->sent) << picture("came back", no.pictures->returned)
-         << picture(factor == 1.0 ? "difference" : amplified.data(), no.pictures->difference);
-    return list;
-}
-
-void add_pictures(const PicturedNoes& pictured, Data* set) {
-    Data noes(Data::type::list);
-    for (const PicturedNo& no : pictured.noes) {
-        Data data;
-        data.set("test", words_of(no.cell));
-        data.set("sentence", plain(no.sentence));
-        data.set("pictures", list_pictures(no));
-        noes << data;
-    }
-    set->set("hasNoes", truth(!pictured.noes.empty() || !pictured.trouble.empty()));
-    Data troubles(Data::type::list);
-    if (!pictured.trouble.empty()) troubles << Data("text", plain(pictured.trouble));
-    set->set("troubles", troubles);
-    set->set("noes", noes);
-}
-
-std::string list_names(const std::vector<std::string>& names) {
-    std::string list;
-    for (const std::string& name : names) list += (list.empty() ? "" : ", ") + name;
-    return list;
-}
-
-/// The formats of which everything works in every set, and of which nothing does anywhere.
-std::string summarize(const RecordSets& sets) {
-    std::vector<std::string> whole;
-    std::vector<std::string> hopeless;
-    for (std::size_t format = 0; format < kFormatCount; ++format) {
-        bool all = true;
-        bool none = true;
-        for (const RecordSet& set : sets) {
-            for (const Verdict verdict : set.verdicts[format]) all &= verdict == Verdict::kYes;
-            none &= is_failure(set.verdicts[format][kSupported]);
+    std::vector<SetsTogether> found;
+    for (const std::size_t i : latest) {
+        const auto same = std::find_if(found.begin(), found.end(), [&](const SetsTogether& each) {
+            return say_the_same(sets[each.first], sets[i]);
+        });
+        const auto renderer =
+            std::find_if(found.begin(), found.end(), [&](const SetsTogether& each) {
+                return sets[each.first].rendererID == sets[i].rendererID;
+            });
+        if (same != found.end()) {
+            same->same.push_back(i);
+        } else if (renderer != found.end()) {
+            renderer->others.push_back(i);
+        } else {
+            found.push_back({i});
         }
-        if (all) whole.emplace_back(kFormats[format].name);
-        if (none) hopeless.emplace_back(kFormats[format].name);
     }
-    const std::string where = sets.size() > 1 ? " in every set" : "";
-    std::string text = whole.empty()
-                           ? "No format has all six capabilities" + where + "."
-                           : "All six capabilities" + where + ": " + list_names(whole) + ".";
-    if (!hopeless.empty()) text += " Cannot be created at all: " + list_names(hopeless) + ".";
-    return text;
+    std::sort(found.begin(), found.end(),
+              [](const SetsTogether& a, const SetsTogether& b) { return a.first < b.first; });
+    return found;
 }
 
-Data list_totals(const RecordSets& sets) {
-    return list_rows([&](const Cell& cell) {
-        const auto yes = std::count_if(sets.begin(), sets.end(), [&](const RecordSet& set) {
-            return set.verdict(cell) == Verdict::kYes;
-        });
-        const auto all = static_cast<std::ptrdiff_t>(sets.size());
-        using KindAndText = std::pair<std::string, std::string>;
-        if (yes == all) return KindAndText("yes", "all");
-        const bool isMarked = std::all_of(sets.begin(), sets.end(), [&](const RecordSet& set) {
-            return set.verdict(cell) == Verdict::kYes || set.is_of_test(cell);
-        });
-        if (yes == 0 && isMarked) return KindAndText("of_test", "none*");
-        if (yes == 0) return KindAndText("no", "none");
-        return KindAndText("some", std::to_string(yes) + "/" + std::to_string(all));
+std::string name_of(const RecordSet& set) {
+    return set.renderer.value_or("Unknown renderer " + set.rendererID);
+}
+
+/// Date, system and version.
+std::string describe_origin(const RecordSet& set) {
+    const std::string measured = describe_measured(set);
+    return fmt::format("{}, system {}{}{}", short_driver(set.glVersion), set.systemBuild,
+                       measured.empty() ? "" : ", ", measured);
+}
+
+void write_facts(const RecordSet& set, PageSection* section) {
+    std::vector<std::pair<std::string, std::string>> facts = {
+        {"driver", set.glVersion.value_or("unknown")},
+        {"vendor", set.vendor.value_or("unknown")},
+        {"system", set.systemBuild + (set.isPresent ? " (present)" : "")},
+        {"verdicts", describe_state(set)}};
+    const std::string measured = describe_measured(set);
+    if (!measured.empty()) facts.emplace_back("date", measured);
+    const std::string missing = describe_missing(set.survey, {}, set.rendererID);
+    if (!set.survey.empty()) facts.emplace_back("survey", missing.empty() ? "complete" : missing);
+    facts.emplace_back("identifier", set.id);
+    section->terms(facts);
+}
+
+class Page {
+public:
+    Page(const RecordSets& sets, const std::vector<PicturedNoes>& pictured)
+        : sets_(sets), pictured_(pictured), renderers_(together_in(sets)) {}
+
+    std::vector<PageSection> sections() {
+        std::vector<PageSection> sections;
+        if (renderers_.size() > 1) sections.push_back(sum());
+        for (std::size_t i = 0; i < renderers_.size(); ++i) sections.push_back(renderer(i));
+        sections.insert(sections.begin(), rely_on(sets_));
+        if (!whys_.empty()) sections.push_back(whys_.section());
+        return sections;
+    }
+
+    /// Of all sets.
+    std::string origin() const {
+        return renderers_.size() > 1 ? fmt::format("{} record sets", sets_.size())
+                                     : describe_origin(sets_[renderers_.front().first]);
+    }
+
+private:
+    /// `label` names the renderer.
+    SetTables tables_of(std::size_t set, const std::string& label) {
+        const PicturedNoes* const pictured = pictured_.empty() ? nullptr : &pictured_[set];
+        return {sets_[set], label, pictured, &whys_};
+    }
+
+    PageSection sum() {
+        PageSection section("sum", fmt::format("All {} sets", sets_.size()));
+        section.table(table_of_sums(sets_));
+        return section;
+    }
+
+    PageSection renderer(std::size_t number) {
+        const SetsTogether& together = renderers_[number];
+        const bool isOnly = renderers_.size() == 1;
+        const std::string label = isOnly ? "" : std::to_string(number + 1);
+        PageSection section("set" + std::to_string(number + 1),
+                            isOnly ? "Verdicts" : label + ". " + heading_of(together));
+        for (const std::size_t other : together.others) {
+            write_differences(other, together.first, label, &section);
+        }
+        tables_of(together.first, label).write(same_survey(number), &section);
+        write_facts(sets_[together.first], &section);
+        std::vector<std::string> same;
+        for (const std::size_t each : together.same) {
+            same.push_back(name_of(sets_[each]) + ", " + describe_origin(sets_[each]));
+        }
+        if (!same.empty()) section.paragraph("The same verdicts:");
+        section.list(same);
+        return section;
+    }
+
+    /// The number of the first renderer before this one whose survey says the same; or empty.
+    std::string same_survey(std::size_t number) const {
+        const RecordSet& set = sets_[renderers_[number].first];
+        for (std::size_t i = 0; i < number && !set.survey.empty(); ++i) {
+            const RecordSet& before = sets_[renderers_[i].first];
+            const bool hasBoth =
+                !before.survey.empty() &&
+                describe_missing(before.survey, {}, "") == describe_missing(set.survey, {}, "");
+            if (hasBoth && compared(before, set).ofSurvey.empty()) return std::to_string(i + 1);
+        }
+        return {};
+    }
+
+    std::string heading_of(const SetsTogether& together) const {
+        const std::size_t more = together.same.size();
+        return name_of(sets_[together.first]) +
+               (more > 0 ? fmt::format(", and {} more", more) : "");
+    }
+
+    void write_differences(std::size_t before, std::size_t now, const std::string& label,
+                           PageSection* section) {
+        const ComparedSets pair = compared(sets_[before], sets_[now]);
+        const Balance balance = balance_of(pair);
+        section->subheading("Against " + describe_origin(pair.a));
+        const std::string build = (label.empty() ? "" : label + " under ") + pair.a.systemBuild;
+        SetTables a = tables_of(before, build);
+        SetTables b = tables_of(now, label);
+        section->table(table_of_differences(pair, &a, &b));
+        section->paragraph(fmt::format("{} worse, {} better.", balance.worse, balance.better));
+    }
+
+    const RecordSets& sets_;
+    const std::vector<PicturedNoes>& pictured_;
+    const std::vector<SetsTogether> renderers_;
+    Whys whys_;
+};
+
+std::string title_of(const RecordSets& sets) {
+    const bool isOne = std::all_of(sets.begin(), sets.end(), [&](const RecordSet& set) {
+        return name_of(set) == name_of(sets.front());
     });
+    return "Texture formats on " + (isOne ? name_of(sets.front()) : "several renderers");
 }
 
 }  // namespace
@@ -209,36 +224,28 @@ void write_page(const RecordSets& given, const std::vector<PicturedNoes>& pictur
                 const std::vector<Times>& times, std::ostream& stream) {
     RecordSets sets;
     for (const RecordSet& set : given) sets.push_back(plain(set));
-    kainjow::mustache::mustache page(kPageTemplate);
-    Data data;
-    Data list(Data::type::list);
-    for (std::size_t i = 0; i < sets.size(); ++i) {
-        Data set = describe_set(sets[i], i + 1, sets);
-        add_pictures(pictured.empty() ? PicturedNoes() : pictured[i], &set);
-        list << set;
+    Page content(sets, pictured);
+    std::vector<PageSection> sections = content.sections();
+    for (std::size_t i = 0; i < times.size(); ++i) {
+        sections.push_back(times_section(times[i], i + 1));
     }
-    const bool several = sets.size() > 1;
+    sections.push_back(explain_words(sets));
     const bool hasUnseenNo =
         std::any_of(sets.begin(), sets.end(), [](const RecordSet& set) { return set.hasUnseenNo; });
-    data.set("version", TEXPROBECTL_VERSION);
-    data.set("title", several ? std::string("Texture formats on several renderers")
-                              : "Texture formats on " +
-                                    sets.front().renderer.value_or("an unknown renderer"));
-    data.set("count", several ? std::to_string(sets.size()) + " record sets." : "One record set.");
-    data.set("several", truth(several));
-    data.set("total", std::to_string(sets.size()));
-    data.set("columns", list_columns());
-    data.set("rows", list_totals(sets));
-    data.set("rely", summarize(sets));
-    data.set("marked", has_mark(sets) ? "no*: " + std::string(kOfTest) + ". " : "");
-    data.set("unseen", hasUnseenNo ? "A no that was recorded without texprobectl measure may have "
-                                     "been a crash."
-                                   : "");
-    data.set("sets", list);
-    std::string sections;
-    for (std::size_t i = 0; i < times.size(); ++i) sections += times_section(times[i], i + 1);
-    data.set("times", sections);
-    stream << page.render(data);
+    std::string links;
+    std::string html;
+    for (const PageSection& section : sections) {
+        links += section.link();
+        html += section.html();
+    }
+    stream << fmt::format(kBegin, TEXPROBECTL_VERSION, escaped(title_of(sets)), kPageStyle,
+                          escaped(content.origin()), links)
+           << html
+           << fmt::format(kEnd,
+                          hasUnseenNo ? " A no that was recorded without texprobectl measure may "
+                                        "have been a crash."
+                                      : "",
+                          TEXPROBECTL_VERSION);
 }
 
 }  // namespace texprobe::ctl

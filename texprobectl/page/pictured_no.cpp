@@ -1,8 +1,16 @@
 #include "page/pictured_no.h"
 
+#include <algorithm>
+
 #include "inspect/inspect.h"
 
 namespace texprobe::ctl {
+
+const PicturedNo* PicturedNoes::find(const Cell& cell) const {
+    const auto found = std::find_if(noes.begin(), noes.end(),
+                                    [&](const PicturedNo& no) { return no.cell == cell; });
+    return found == noes.end() ? nullptr : &*found;
+}
 
 PicturedNoes picture_noes(const std::string& self, const RecordSet& set, const RecordSets& all,
                           const Machine& machine, const std::function<void(const Cell&)>& begin) {
@@ -15,14 +23,15 @@ PicturedNoes picture_noes(const std::string& self, const RecordSet& set, const R
         return pictured;
     }
     for_each_cell([&](const Cell& cell) {
-        if (!is_transfer(cell.capability) || !is_failure(set.verdict(cell))) return;
+        if (!is_failure(set.verdict(cell))) return;
         begin(cell);
         InspectOptions options;
         options.self = self;
         options.cell = cell;
         const Inspection inspection = inspect(options, {set, all, machine});
         PicturedNo no = {cell, inspection.sentence, std::nullopt};
-        if (inspection.analysis) no.pictures = draw_pictures(*inspection.evidence);
+        if (inspection.analysis && !inspection.is_of_test())
+            no.pictures = draw_pictures(*inspection.evidence);
         pictured.noes.push_back(std::move(no));
     });
     return pictured;

@@ -1,4 +1,5 @@
-// The transfers of a record set that failed, each with its inspection's sentence and pictures.
+// The noes of a record set, each with its inspection's sentence, and pictures where the driver
+// is to blame.
 
 #ifndef TEXPROBECTL_PICTURED_NO_H
 #define TEXPROBECTL_PICTURED_NO_H
@@ -17,7 +18,7 @@ namespace texprobe::ctl {
 struct PicturedNo {
     Cell cell;
     std::string sentence;
-    /// None where no pixels came back.
+    /// None where no pixels came back, or the right ones.
     std::optional<Pictures> pictures;
 };
 
@@ -25,6 +26,9 @@ struct PicturedNoes {
     /// Why this machine cannot inspect the set; empty if it can.
     std::string trouble;
     std::vector<PicturedNo> noes;
+
+    /// None for a test that was not inspected.
+    const PicturedNo* find(const Cell& cell) const;
 };
 
 /// Inspects each of them. `all` are this machine's sets; `begin` is told of each before it begins.

@@ -3,15 +3,13 @@
 #ifndef TEXPROBECTL_TIMES_SECTION_H
 #define TEXPROBECTL_TIMES_SECTION_H
 
-#include <string>
-
+#include "page/page_section.h"
 #include "time/times.h"
 
 namespace texprobe::ctl {
 
-/// One section of HTML, in which nothing of the document's own is markup. `number` tells several
-/// sections of one page apart.
-std::string times_section(const Times& times, std::size_t number);
+/// `number` tells several sections of one page apart.
+PageSection times_section(const Times& times, std::size_t number);
 
 }  // namespace texprobe::ctl
 

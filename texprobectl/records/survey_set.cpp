@@ -1,6 +1,7 @@
 #include "records/survey_set.h"
 
 #include <table/layout_table.h>
+#include <table/record_keys.h>
 
 #include <algorithm>
 #include <iterator>
@@ -16,6 +17,13 @@ bool is_told(survey::Verdict verdict) {
 const char* words_of(survey::Profile profile) {
     if (profile == survey::Profile::kEs) return "OpenGL ES";
     return profile == survey::Profile::kCore ? "core profile" : "compatibility profile";
+}
+
+std::string describe_lack(const SurveyedProfile& profile) {
+    return std::string("There is no context of ") + words_of(profile.profile) + ": " +
+           (profile.lack == survey::kContextNotOffered ? "the driver does not offer it."
+            : profile.lack == survey::kContextCrashed  ? "opening one has crashed."
+                                                       : "opening one has hung.");
 }
 
 std::optional<bool> transfer_holds(const Survey& surveyed, const Cell& cell) {

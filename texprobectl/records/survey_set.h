@@ -40,6 +40,9 @@ bool is_told(survey::Verdict verdict);
 /// "core profile"
 const char* words_of(survey::Profile profile);
 
+/// Why there is no such context, in a sentence.
+std::string describe_lack(const SurveyedProfile& profile);
+
 /// The part that is surveyed or shown: everything, unless it is named.
 struct SurveyChoice {
     std::optional<survey::Profile> profile;

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "records/plain_text.h"
+#include "text/folded.h"
 #include "text/text_matrix.h"
 #include "text/wrapped.h"
 #include "text/write_text.h"
@@ -65,16 +66,6 @@ std::string describe_layout(const survey::Format& format, const survey::Layout& 
     return uses.empty() ? text : text + "otherwise " + most->first;
 }
 
-using Folded = std::vector<std::pair<std::string, std::vector<std::string>>>;
-
-/// Adds a name to those of which the same is said.
-void fold(const std::string& said, const std::string& name, Folded* folded) {
-    const auto same = std::find_if(folded->begin(), folded->end(),
-                                   [&](const auto& each) { return each.first == said; });
-    if (same != folded->end()) return same->second.push_back(name);
-    folded->push_back({said, {name}});
-}
-
 /// The survey of one record set.
 class SurveyText {
 public:
@@ -122,11 +113,7 @@ private:
         bool isBroken = false;
         for (const SurveyedProfile& profile : set_.survey) {
             if (!choice_.has(profile.profile) || profile.lack.empty()) continue;
-            stream_ << "There is no context of " << ctl::words_of(profile.profile) << ": "
-                    << (profile.lack == survey::kContextNotOffered
-                            ? "the driver does not offer it.\n"
-                        : profile.lack == survey::kContextCrashed ? "opening one has crashed.\n"
-                                                                  : "opening one has hung.\n");
+            stream_ << describe_lack(profile) << '\n';
             isBroken = isBroken || profile.lack != survey::kContextNotOffered;
         }
         return isBroken;
