@@ -104,7 +104,7 @@ TEST(Page, tells_what_to_rely_on_in_each_context_and_layout) {
 
 TEST(Page, tells_each_sentence_once) {
     ctl::RecordSet set = set_of_page("a1", "6.1");
-    for (const std::size_t format : {6, 7}) {
+    for (const std::size_t format : {6u, 7u}) {
         for (const Capability capability : {kUploadSet, kUploadReset}) {
             set.verdicts[format][capability] = ctl::Verdict::kCrashed;
             set.details.push_back({{format, capability}, ctl::Crashed{"SIGSEGV"}});

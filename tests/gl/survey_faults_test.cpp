@@ -144,7 +144,7 @@ TEST_F(SurveyFault, a_wrong_mipmap_says_which_rule_it_breaks) {
     };
     EXPECT_THAT(textWith([](Enum target) {
                     real.GenerateMipmap(target);
-                    const std::vector<std::uint32_t> black(64 * 64);
+                    const std::vector<std::uint32_t> black(std::size_t{64} * 64);
                     real.TexSubImage2D(target, 1, 0, 0, sentWidth / 2, sentHeight / 2, gl::kRgba,
                                        gl::kUnsignedByte, black.data());
                 }),

@@ -67,7 +67,7 @@ void add_report(CLI::App* app, Session* session) {
         ->type_name("FILE.html")
         ->required();
     command->add_flag("--pictures", arguments->pictures,
-                      "Inspect each no, with pictures where the driver is to blame");
+                      "Inspect each no; pictures where it is the driver's");
     command->add_option("--times", arguments->times, "A document of `time --json` to add")
         ->type_name("FILE")
         ->allow_extra_args(false);

@@ -34,7 +34,7 @@ struct SurveyArguments {
 };
 
 /// Of a renderer that the tool has not measured, a context tells the name.
-void find_name(const std::string& self, RecordSet* set) {
+void name_by_context(const std::string& self, RecordSet* set) {
     if (set->renderer) return;
     const auto id = static_cast<std::uint32_t>(std::stoul(set->rendererID, nullptr, 16));
     const std::string name = examine_renderer(self, id).renderer;
@@ -59,7 +59,7 @@ RunsResult survey_present(const SurveyArguments& arguments, const SurveyChoice& 
     for (const std::string& id : ids) {
         auto set = read_record_set(id, machine);
         if (!set || set->survey.empty()) continue;
-        if (!arguments.json) find_name(session.self, &*set);
+        if (!arguments.json) name_by_context(session.self, &*set);
         sets->push_back(std::move(*set));
     }
     return result;

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <numeric>
+#include <tuple>
 
 #include "page/page_style.h"
 #include "page/rely.h"
@@ -70,9 +71,9 @@ bool say_the_same(const RecordSet& a, const RecordSet& b) {
 std::vector<SetsTogether> together_in(const RecordSets& sets) {
     std::vector<std::size_t> latest(sets.size());
     std::iota(latest.begin(), latest.end(), 0);
-    std::stable_sort(latest.begin(), latest.end(), [&](std::size_t a, std::size_t b) {
-        return std::pair(sets[a].isPresent, sets[a].measured) >
-               std::pair(sets[b].isPresent, sets[b].measured);
+    std::sort(latest.begin(), latest.end(), [&](std::size_t a, std::size_t b) {
+        return std::tie(sets[a].isPresent, sets[a].measured, b) >
+               std::tie(sets[b].isPresent, sets[b].measured, a);
     });
     std::vector<SetsTogether> found;
     for (const std::size_t i : latest) {

@@ -58,7 +58,7 @@ std::string escaped(std::string_view text) {
     return html;
 }
 
-PageSection::PageSection(std::string id, std::string heading)
+PageSection::PageSection(std::string id, const std::string& heading)
     : id_(std::move(id)), heading_(escaped(heading)) {}
 
 void PageSection::subheading(const std::string& text) {

@@ -33,7 +33,7 @@ class PageSection {
 public:
     using Pairs = std::vector<std::pair<std::string, std::string>>;
 
-    PageSection(std::string id, std::string heading);
+    PageSection(std::string id, const std::string& heading);
 
     void subheading(const std::string& text);
     /// Cells may link to it by its ID.

@@ -103,7 +103,8 @@ PageCell SetTables::cell(const SurveyedProfile& profile, std::size_t index) {
     const survey::Format& format = survey::formats()[index];
     const survey::FormatRecord& record = profile.formats[index];
     if (record.uses.empty()) return {{"unmeasured", "untested"}};
-    PageCell parts;
+    PageCell told;
+    PageCell others;
     for (const survey::Question& question : questions_of(format, profile.profile)) {
         const auto found = record.uses.find(question);
         const bool isThere = found != record.uses.end();
@@ -121,12 +122,11 @@ PageCell SetTables::cell(const SurveyedProfile& profile, std::size_t index) {
                                   sentence_of(found->second),
                                   {use, format.name, layout, words_of(profile.profile), label_});
         }
-        add_use(part, use, &parts);
+        add_use(part, use, isTold ? &told : &others);
     }
-    std::stable_partition(parts.begin(), parts.end(),
-                          [](const PagePart& part) { return part.kind == "crashed"; });
-    if (parts.empty()) return {{"yes", "yes"}};
-    return parts;
+    told.insert(told.end(), others.begin(), others.end());
+    if (told.empty()) return {{"yes", "yes"}};
+    return told;
 }
 
 PageCell SetTables::cell(const SurveyDifference& difference, const std::string& verdict) {
@@ -155,6 +155,7 @@ void SetTables::write_survey(PageSection* section) {
     std::size_t whole = 0;
     for (std::size_t i = 0; i < survey::formats().size(); ++i) {
         std::vector<PageCell> cells;
+        cells.reserve(contexts.size());
         for (const SurveyedProfile* context : contexts) cells.push_back(cell(*context, i));
         whole += are_yes(cells);
         if (!are_yes(cells)) table.rows.emplace_back(survey::formats()[i].name, std::move(cells));
