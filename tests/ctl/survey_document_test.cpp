@@ -185,9 +185,9 @@ TEST(ComparedSurveys, differ_in_what_both_have_asked) {
     EXPECT_THAT(text.str(), HasSubstr("\n\nGL_RGBA8 filter in core profile: A wrong, B yes\n"
                                       "context in OpenGL ES: A not_offered, B hung\n"
                                       "\n1 worse, 1 better.\n"));
-    std::ostringstream json;
-    ctl::write_comparison_json(comparison, json);
-    EXPECT_NE(json.str().find("\"use\": \"filter\""), std::string::npos);
+    std::ostringstream document;
+    ctl::write_comparison_json(comparison, document);
+    EXPECT_NE(document.str().find("\"use\": \"filter\""), std::string::npos);
     other.survey.clear();
     EXPECT_TRUE(ctl::compare({surveyed_set()}, {other}).is_equal());
 }

@@ -377,13 +377,14 @@ class SurveyDeath : public testing::TestWithParam<survey::Profile> {};
 
 TEST_P(SurveyDeath, in_a_use_costs_that_verdict_and_no_other) {
     constexpr int kDeadlySignals[] = {SIGSEGV, SIGABRT, SIGBUS, SIGKILL};
+    // Each dies in one of the profiles; scripts/check/faults tries all of them in all.
     int tried = 0;
     for (const char* name :
          {"GL_RGB565", "GL_R16F", "GL_RG32UI", "GL_COMPRESSED_RGBA_ASTC_6x6_KHR"}) {
         const survey::Format& format = *survey::find_format(name);
         for (const survey::Use use : survey::kUses) {
-            if (!has_use(format, use)) continue;
-            expect_loss_of(use, format, GetParam(), kDeadlySignals[tried++ % 4]);
+            if (!has_use(format, use) || tried++ % 3 != static_cast<int>(GetParam())) continue;
+            expect_loss_of(use, format, GetParam(), kDeadlySignals[tried % 4]);
         }
     }
     // Three, of which one is integer, and the compressed one.
