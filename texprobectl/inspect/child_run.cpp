@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <cstdio>
 #include <fstream>
-#include <iterator>
 #include <sstream>
 
 #include "measure/tool_output.h"
@@ -117,7 +116,12 @@ ChildRun::ChildRun(const InspectOptions& options, const std::vector<Cell>& cells
 Image ChildRun::read_image(const NamedImage& named) const {
     std::ifstream stream(folder_.file(named.name + '.' + std::to_string(named.test)),
                          std::ios::binary);
-    return {named.layout, {std::istreambuf_iterator<char>(stream), {}}};
+    Image image = {named.layout, {}};
+    image.bytes.resize(bytes_per_pixel(named.layout) * kPixels);
+    stream.read(reinterpret_cast<char*>(image.bytes.data()),
+                static_cast<std::streamsize>(image.bytes.size()));
+    image.bytes.resize(static_cast<std::size_t>(stream.gcount()));
+    return image;
 }
 
 std::optional<Evidence> ChildRun::evidence(const Cell& cell) const {
