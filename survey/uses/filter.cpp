@@ -16,9 +16,9 @@ constexpr int kRowWidth = 128;
 /// Compressed blocks have the color of their first texel.
 Texel row_texel(const Format& format, int x) {
     x -= x % format.block.side;
-    constexpr int kHalf = kRowWidth / 2;
-    const double part =
-        x < kHalf ? static_cast<double>(x) / (kHalf - 1) : std::abs((x - kHalf) % 8 - 4) / 4.0;
+    constexpr int kHalfRow = kRowWidth / 2;
+    const double part = x < kHalfRow ? static_cast<double>(x) / (kHalfRow - 1)
+                                     : std::abs((x - kHalfRow) % 8 - 4) / 4.0;
     return quantize(format, ramp(format, part));
 }
 
