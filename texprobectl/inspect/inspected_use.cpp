@@ -69,8 +69,8 @@ ComparedTexels::Errors ComparedTexels::errors(std::size_t component) const {
 }
 
 const char* ComparedTexels::name(std::size_t component) const {
-    constexpr std::array<const char*, 4> kNames = {"red", "green", "blue", "alpha"};
-    return components == 1 ? "depth" : kNames[component];
+    constexpr std::array<const char*, 4> kChannels = {"red", "green", "blue", "alpha"};
+    return components == 1 ? "depth" : kChannels[component];
 }
 
 std::string words_of(const UseCell& cell) {
