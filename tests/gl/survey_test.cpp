@@ -377,7 +377,7 @@ class SurveyDeath : public testing::TestWithParam<survey::Profile> {};
 
 TEST_P(SurveyDeath, in_a_use_costs_that_verdict_and_no_other) {
     constexpr int kDeadlySignals[] = {SIGSEGV, SIGABRT, SIGBUS, SIGKILL};
-    // Each dies in one of the profiles; scripts/check/faults tries all of them in all.
+    // Each dies in one profile; scripts/check/faults lets twelve formats of each use die in all.
     int tried = 0;
     for (const char* name :
          {"GL_RGB565", "GL_R16F", "GL_RG32UI", "GL_COMPRESSED_RGBA_ASTC_6x6_KHR"}) {
