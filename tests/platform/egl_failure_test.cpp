@@ -151,14 +151,6 @@ TEST_F(EglFailure, is_an_error_and_gives_nothing) {
     EXPECT_EQ(pbuffer, nullptr);
 }
 
-TEST_F(EglFailure, of_a_surface_is_a_bad_allocation_and_keeps_the_pixel_buffer_set_before) {
-    ASSERT_EQ(CGLSetPBuffer(context_, pbuffer_, 0, 0, 0), kCGLNoError);
-    fail("eglCreatePbufferSurface");
-    EXPECT_EQ(CGLSetPBuffer(context_, pbuffer_, 0, 0, 0), kCGLBadAlloc);
-    EXPECT_EQ(message(), "*** EGL: eglCreatePbufferSurface failed with EGL_BAD_ALLOC\n");
-    EXPECT_EQ(CGLSetCurrentContext(context_), kCGLNoError);
-}
-
 /// The versions that are asked for where no context can be had.
 std::string versions_tried(CGLPixelFormatObj format) {
     versionsAskedFor.clear();
@@ -194,13 +186,6 @@ TEST_F(EglFailure, of_drawing_to_a_surface_is_found_when_the_pixel_buffer_is_cre
     EXPECT_EQ(message(), "*** EGL: eglMakeCurrent failed with EGL_BAD_ALLOC\n");
     EXPECT_EQ(pbuffer, nullptr);
     EXPECT_EQ(surfacesMade - surfacesDestroyed, before);
-}
-
-TEST_F(EglFailure, cannot_come_between_creating_a_pixel_buffer_and_setting_it_once) {
-    fail("eglCreatePbufferSurface");
-    EXPECT_EQ(CGLSetPBuffer(context_, pbuffer_, 0, 0, 0), kCGLNoError) << "made a second time";
-    EXPECT_EQ(message(), "");
-    EXPECT_EQ(CGLSetCurrentContext(context_), kCGLNoError);
 }
 
 TEST_F(EglFailure, leaves_no_surface_of_a_pixel_buffer_that_was_never_set) {

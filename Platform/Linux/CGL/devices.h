@@ -24,8 +24,12 @@ struct Device {
     std::vector<EGLDeviceEXT> entries;
 };
 
+/// Can EGL list devices? EGL_EXT_device_base offers that, and so do the two extensions that it was
+/// split into.
+bool can_list_devices(const char* clientExtensions);
+
 /// Hardware first, then software, each in EGL's order. Empty if EGL cannot list devices.
-std::vector<Device> list_devices(const Egl& egl, const std::filesystem::path& sysfs);
+std::vector<Device> list_devices(const std::filesystem::path& sysfs);
 
 /// A stable hash of the device and the driver_overrides(). Never 0, because 0 ends CGL's attribute
 /// lists.

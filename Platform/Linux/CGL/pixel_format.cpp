@@ -61,11 +61,10 @@ Wish read_attributes(const CGLPixelFormatAttribute* attribs) {
 }
 
 CGLError choose(const Wish& wish, CGLPixelFormatObj* pix) {
-    Renderers& renderers = system_renderers();
     EGLDeviceEXT device = nullptr;
-    const CGLError error = renderers.find_device(wish.id, &device);
+    const CGLError error = system_renderers().find_device(wish.id, &device);
     if (error != kCGLNoError) return error;
-    Offscreen offscreen = open_device(renderers.egl(), device, wish.kind);
+    Offscreen offscreen = open_device(device, wish.kind);
     if (!offscreen.failure.empty()) {
         std::fprintf(stderr, "*** EGL: %s\n", offscreen.failure.c_str());
         return kCGLBadPixelFormat;
