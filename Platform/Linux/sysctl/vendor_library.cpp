@@ -1,11 +1,8 @@
 #include "sysctl/vendor_library.h"
 
-#include <dirent.h>
-#include <fcntl.h>
-#include <sys/stat.h>
-#include <unistd.h>
-
 #include <algorithm>
+#include <fstream>
+#include <iterator>
 #include <system_error>
 #include <utility>
 
@@ -37,39 +34,23 @@ std::string read_string(std::string_view json) {
     return {};
 }
 
-// System calls instead of streams and iterators, which take ten times as long on first use. Most
-// processes use this once.
-
 std::vector<fs::path> list_json_files(const fs::path& directory) {
     std::vector<fs::path> files;
-    DIR* stream = opendir(directory.c_str());
-    if (!stream) return files;
-    // readdir is unsafe only when threads share a stream.
-    // cppcheck-suppress readdirCalled
-    while (const dirent* entry = readdir(stream)) {
-        fs::path file = directory / entry->d_name;
-        struct stat status;
-        if (file.extension() == ".json" && stat(file.c_str(), &status) == 0 &&
-            S_ISREG(status.st_mode)) {
-            files.push_back(std::move(file));
-        }
+    std::error_code error;
+    fs::directory_iterator entry(directory, error);
+    for (; !error && entry != fs::directory_iterator(); entry.increment(error)) {
+        std::error_code unknown;
+        const bool isFile = entry->is_regular_file(unknown);
+        if (isFile && entry->path().extension() == ".json") files.push_back(entry->path());
     }
-    closedir(stream);
     std::sort(files.begin(), files.end());
     return files;
 }
 
 /// As much of the file as can be read.
 std::string read_file(const fs::path& file) {
-    std::string text;
-    const int descriptor = open(file.c_str(), O_RDONLY | O_CLOEXEC);
-    if (descriptor < 0) return text;
-    char buffer[4096];
-    for (ssize_t size; (size = read(descriptor, buffer, sizeof buffer)) > 0;) {
-        text.append(buffer, static_cast<std::size_t>(size));
-    }
-    close(descriptor);
-    return text;
+    std::ifstream stream(file, std::ios::binary);
+    return {std::istreambuf_iterator<char>(stream), {}};
 }
 
 }  // namespace
