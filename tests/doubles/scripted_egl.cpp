@@ -74,6 +74,17 @@ void get_integerv(GLenum name, GLint* value) {
     *value = script->devices.at(current).glIntegers[name];
 }
 
+/// The version that a context's attributes ask for, as "4.6"; "any" without one.
+std::string version_in(const EGLint* attributes) {
+    std::map<EGLint, EGLint> values;
+    for (; attributes && *attributes != EGL_NONE; attributes += 2) {
+        values[attributes[0]] = attributes[1];
+    }
+    if (values.empty()) return "any";
+    return std::to_string(values[EGL_CONTEXT_MAJOR_VERSION]) + '.' +
+           std::to_string(values[EGL_CONTEXT_MINOR_VERSION]);
+}
+
 template <typename Function>
 __eglMustCastToProperFunctionPointerType address_of(Function* function) {
     return reinterpret_cast<__eglMustCastToProperFunctionPointerType>(function);
@@ -127,20 +138,40 @@ EGLBoolean eglGetConfigAttrib(EGLDisplay display, EGLConfig config, EGLint, EGLi
 
 EGLContext eglCreateContext(EGLDisplay display, EGLConfig config, EGLContext,
                             const EGLint* attributes) {
-    // With a version, EGL would choose another profile.
-    const bool isVersionless = !attributes || attributes[0] == EGL_NONE;
-    const bool passed = passes(display, Step::kCreateContext, "create_context");
-    script->log("config " + std::to_string(index_of(config)));
-    return passed && isVersionless ? display : EGL_NO_CONTEXT;
+    script->log("context " + version_in(attributes) + " of config " +
+                std::to_string(index_of(config)));
+    return passes(display, Step::kCreateContext, "create_context") ? display : EGL_NO_CONTEXT;
+}
+
+EGLBoolean eglDestroyContext(EGLDisplay, EGLContext) {
+    return EGL_TRUE;
 }
 
 EGLSurface eglCreatePbufferSurface(EGLDisplay display, EGLConfig, const EGLint*) {
     return passes(display, Step::kCreateSurface, "create_surface") ? display : EGL_NO_SURFACE;
 }
 
+EGLBoolean eglDestroySurface(EGLDisplay display, EGLSurface) {
+    return passes(display, Step::kDestroySurface, "destroy_surface");
+}
+
 EGLBoolean eglMakeCurrent(EGLDisplay display, EGLSurface, EGLSurface, EGLContext) {
     current = index_of(display);
     return passes(display, Step::kMakeCurrent, "make_current");
+}
+
+// Nothing is ever said to be current.
+
+EGLDisplay eglGetCurrentDisplay() {
+    return EGL_NO_DISPLAY;
+}
+
+EGLSurface eglGetCurrentSurface(EGLint) {
+    return EGL_NO_SURFACE;
+}
+
+EGLContext eglGetCurrentContext() {
+    return EGL_NO_CONTEXT;
 }
 
 EGLint eglGetError() {

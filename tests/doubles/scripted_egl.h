@@ -22,6 +22,7 @@ enum class Step {
     kChooseConfig,
     kCreateContext,
     kCreateSurface,
+    kDestroySurface,
     kMakeCurrent,
     kGetString
 };

@@ -145,8 +145,7 @@ TEST_F(Cgl, gives_a_compatibility_profile_with_eight_bits_a_channel) {
 TEST_F(Cgl, gives_the_profile_asked_for_in_the_highest_version) {
     const std::pair<GLint, GLint> rows[] = {
         {kCGLOGLPVersion_Legacy, GL_CONTEXT_COMPATIBILITY_PROFILE_BIT},
-        {kCGLOGLPVersion_3_2_Core, GL_CONTEXT_CORE_PROFILE_BIT},
-        {kCGLOGLPVersion_GL4_Core, GL_CONTEXT_CORE_PROFILE_BIT}};
+        {kCGLOGLPVersion_3_2_Core, GL_CONTEXT_CORE_PROFILE_BIT}};
     for (const auto& [profile, mask] : rows) {
         CGLPixelFormatObj format = nullptr;
         GLint screens = 0;

@@ -67,10 +67,9 @@ protected:
 };
 
 TEST_F(StoreFailures, of_a_folder_that_may_not_be_written_cost_one_line) {
-    write("key", true);
-    const uid_t user = ordinary_user();
     // The store restores write permission on its own folder, so the parent must refuse.
-    fs::remove_all(directory());
+    fs::create_directory(config());
+    const uid_t user = ordinary_user();
     ASSERT_EQ(chmod(config().c_str(), 0500), 0);
     const std::string said = errors_of([this, user] {
         EXPECT_TRUE(in_child(
@@ -189,24 +188,9 @@ TEST_F(StoreFailures, of_a_file_size_limit_cost_one_line_and_not_the_process) {
     }
 }
 
-/// Another process's transaction, as long as this object exists.
-class Holder {
-public:
-    explicit Holder(const fs::path& database) {
-        sqlite3_open(database.c_str(), &opened_);
-        sqlite3_exec(opened_, "BEGIN IMMEDIATE", nullptr, nullptr, nullptr);
-    }
-    ~Holder() { sqlite3_close(opened_); }
-    Holder(const Holder&) = delete;
-    Holder& operator=(const Holder&) = delete;
-
-private:
-    sqlite3* opened_ = nullptr;
-};
-
 TEST_F(StoreFailures, of_a_lock_that_is_held_too_long_cost_one_line_and_are_made_up_for) {
     write("key", true);
-    std::optional<Holder> holder(database());
+    std::optional<HeldLock> holder(database());
     EXPECT_EQ(errors_of([this] { EXPECT_TRUE(same(*read("key"), true)); }), "");
     RecordStore store(directory(), {100ms, 100ms});
     const std::string said = errors_of([&store] {
@@ -226,7 +210,7 @@ TEST_F(StoreFailures, of_a_lock_that_is_held_too_long_cost_one_line_and_are_made
 
 TEST_F(StoreFailures, of_a_lock_that_ends_before_the_process_does_lose_nothing) {
     write("key", true);
-    std::optional<Holder> holder(database());
+    std::optional<HeldLock> holder(database());
     RecordStore store(directory(), {0ms, 10s});
     const std::string said = errors_of([&] {
         EXPECT_FALSE(put(store, {{"late", true}}));
@@ -243,7 +227,7 @@ TEST_F(StoreFailures, of_a_lock_that_ends_before_the_process_does_lose_nothing) 
 
 TEST_F(StoreFailures, that_last_until_the_end_name_what_is_missing) {
     write("GL_RGB8_SUPPORTED", false);
-    const Holder holder(database());
+    const HeldLock holder(database());
     RecordStore store(directory(), {0ms, 0ms});
     errors_of([&store] { EXPECT_FALSE(put(store, {{"GL_RGB8_SUPPORTED", true}})); });
     const std::string place = " missing or in doubt in " + database().string() + ": ";
@@ -258,13 +242,20 @@ TEST_F(StoreFailures, that_last_until_the_end_name_what_is_missing) {
         "*** texprobe records: 4 records are" + place + "GL_RGB8_SUPPORTED, a, b, ..." + advice);
 }
 
-TEST_F(StoreFailures, at_the_end_are_no_concern_of_somebody_who_only_looked) {
+TEST_F(StoreFailures, of_a_store_that_is_being_put_aside_for_ever_cost_one_line) {
     write("key", true);
     const DirectoryLock alone(directory(), DirectoryLock::kAlone);
-    RecordStore store(directory(), {0ms, 0ms});
-    EXPECT_EQ(errors_of([&store] { EXPECT_FALSE(store.synchronize(kApp)); }),
-              cannot_use(directory(), "another process keeps it locked"));
-    EXPECT_EQ(errors_of([&store] { store.close(); }), "");
+    const std::string line = cannot_use(directory(), "another process keeps it locked");
+    EXPECT_EQ(errors_of([this] {
+                  RecordStore store(directory(), {0ms, 0ms});
+                  EXPECT_FALSE(store.synchronize(kApp)) << "to look";
+              }),
+              line);
+    EXPECT_EQ(errors_of([this] {
+                  RecordStore store(directory(), {0ms, 0ms});
+                  EXPECT_TRUE(goes_on_alone(store));
+              }),
+              line + missing("first, second"));
 }
 
 TEST_F(StoreFailures, at_the_end_do_not_store_what_nobody_synchronized) {
@@ -273,17 +264,6 @@ TEST_F(StoreFailures, at_the_end_do_not_store_what_nobody_synchronized) {
         store.change(kApp, {{"key", true}});
     }
     EXPECT_FALSE(fs::exists(config()));
-}
-
-TEST_F(StoreFailures, of_a_store_that_is_being_put_aside_for_ever_cost_one_line) {
-    write("key", true);
-    const DirectoryLock alone(directory(), DirectoryLock::kAlone);
-    EXPECT_EQ(
-        errors_of([this] {
-            RecordStore store(directory(), {50ms, 0ms});
-            EXPECT_TRUE(goes_on_alone(store));
-        }),
-        cannot_use(directory(), "another process keeps it locked") + missing("first, second"));
 }
 
 TEST_F(StoreFailures, of_a_process_without_descriptors_cost_one_line) {

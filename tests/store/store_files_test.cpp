@@ -6,6 +6,8 @@
 #include <cerrno>
 #include <fstream>
 #include <functional>
+#include <utility>
+#include <vector>
 
 #include "store/store_fixture.h"
 
@@ -20,17 +22,16 @@ using platform::Status;
 
 class StoreFiles : public StoreFixture {
 protected:
-    /// The one line printed by a process that twice fails to synchronize.
-    std::string failure() const { return failure_in(directory()); }
-    static std::string failure_in(const fs::path& directory) {
+    /// A process that twice fails to synchronize prints one line, and goes on with its own view.
+    static void expect_failure(const fs::path& directory, const std::string& line) {
         RecordStore store(directory);
-        std::string said = errors_of([&store] {
-            EXPECT_FALSE(put(store, {{"key", true}}));
-            EXPECT_FALSE(store.synchronize(kApp));
-            EXPECT_TRUE(same(*store.value(kApp, "key"), true));
-        });
+        EXPECT_EQ(errors_of([&store] {
+                      EXPECT_FALSE(put(store, {{"key", true}}));
+                      EXPECT_FALSE(store.synchronize(kApp));
+                      EXPECT_TRUE(same(*store.value(kApp, "key"), true));
+                  }),
+                  line);
         errors_of([&store] { store.close(); });
-        return said;
     }
 
     bool is_root() const { return geteuid() == 0; }
@@ -73,11 +74,12 @@ TEST_F(StoreFiles, that_were_open_to_others_are_made_private_by_who_writes) {
 
 TEST_F(StoreFiles, of_another_user_are_refused) {
     if (!is_root()) GTEST_SKIP() << "only root can give files away";
+    const std::string reason = "it belongs to another user";
     write("key", true);
     ASSERT_EQ(chown(database().c_str(), kAnotherUser, kAnotherUser), 0);
-    EXPECT_EQ(failure(), cannot_use(database(), "it belongs to another user"));
+    expect_failure(directory(), cannot_use(database(), reason));
     ASSERT_EQ(chown(directory().c_str(), kAnotherUser, kAnotherUser), 0);
-    EXPECT_EQ(failure(), cannot_use(directory(), "it belongs to another user"));
+    expect_failure(directory(), cannot_use(directory(), reason));
     ASSERT_EQ(chown(database().c_str(), 0, 0), 0);
     EXPECT_EQ(rows("SELECT count(*) FROM records"), "1\n");
 }
@@ -123,7 +125,7 @@ TEST_F(StoreFiles, behind_ones_own_links_are_used_and_folders_above_keep_their_m
     EXPECT_TRUE(fs::exists(home() / "dotfiles/texprobe/records.sqlite3"));
 }
 
-TEST_F(StoreFiles, need_a_folder_and_a_file_in_their_place) {
+TEST_F(StoreFiles, need_a_home_and_a_folder_and_a_file_in_their_place) {
     const auto link = [](const char* target, const fs::path& place) {
         fs::create_symlink(target, place);
     };
@@ -144,20 +146,14 @@ TEST_F(StoreFiles, need_a_folder_and_a_file_in_their_place) {
          "it is not a regular file"}};
     for (const auto& row : rows) {
         row.prepare();
-        EXPECT_EQ(failure(), cannot_use(row.path, row.reason));
+        expect_failure(directory(), cannot_use(row.path, row.reason));
         fs::remove_all(config());
     }
-}
-
-TEST_F(StoreFiles, need_a_home) {
-    const fs::path missing = home() / "nobody";
-    EXPECT_EQ(failure_in(missing / ".config/texprobe"),
-              cannot_use(missing / ".config", "No such file or directory"));
-    EXPECT_FALSE(fs::exists(missing));
-    EXPECT_EQ(failure_in(""), "*** texprobe records: the user has no home directory\n");
     // In one line, whatever its name.
-    EXPECT_EQ(failure_in(home() / "two\nlines" / ".config/texprobe"),
-              cannot_use(home() / "two?lines/.config", "No such file or directory"));
+    expect_failure(home() / "two\nlines/.config/texprobe",
+                   cannot_use(home() / "two?lines/.config", "No such file or directory"));
+    EXPECT_TRUE(fs::is_empty(home()));
+    expect_failure("", "*** texprobe records: the user has no home directory\n");
 }
 
 TEST_F(StoreFiles, of_a_user_without_a_home_are_nowhere_and_the_messages_say_why) {
@@ -196,15 +192,18 @@ TEST_F(StoreFiles, are_locked_alone_or_together) {
 }
 
 TEST(FileSystems, that_machines_may_share_are_not_local) {
-    // NFS, CIFS, SMB 2, SMB, FUSE, 9P, Ceph, AFS
-    for (const unsigned long type : {0x6969ul, 0xFF534D42ul, 0xFE534D42ul, 0x517Bul, 0x65735546ul,
-                                     0x01021997ul, 0x00C36400ul, 0x5346414Ful}) {
-        EXPECT_FALSE(is_local_file_system(type)) << std::hex << type;
-    }
-    // ext4, XFS, Btrfs, tmpfs, overlayfs, ZFS, F2FS, bcachefs
-    for (const unsigned long type : {0xEF53ul, 0x58465342ul, 0x9123683Eul, 0x01021994ul,
-                                     0x794C7630ul, 0x2FC12FC1ul, 0xF2F52010ul, 0xCA451A4Eul}) {
-        EXPECT_TRUE(is_local_file_system(type)) << std::hex << type;
+    const std::pair<bool, std::vector<unsigned long>> rows[] = {
+        // NFS, CIFS, SMB 2, SMB, FUSE, 9P, Ceph, AFS
+        {false,
+         {0x6969, 0xFF534D42, 0xFE534D42, 0x517B, 0x65735546, 0x01021997, 0x00C36400, 0x5346414F}},
+        // ext4, XFS, Btrfs, tmpfs, overlayfs, ZFS, F2FS, bcachefs
+        {true,
+         {0xEF53, 0x58465342, 0x9123683E, 0x01021994, 0x794C7630, 0x2FC12FC1, 0xF2F52010,
+          0xCA451A4E}}};
+    for (const auto& [isLocal, types] : rows) {
+        for (const unsigned long type : types) {
+            EXPECT_EQ(is_local_file_system(type), isLocal) << std::hex << type;
+        }
     }
     EXPECT_FALSE(is_on_local_disk("/proc"));
     EXPECT_FALSE(is_on_local_disk("/does/not/exist"));

@@ -47,6 +47,21 @@ inline std::string query(const std::filesystem::path& database, const std::strin
     return rows;
 }
 
+/// Another program's transaction, as long as this object exists.
+class HeldLock {
+public:
+    explicit HeldLock(const std::filesystem::path& database) {
+        sqlite3_open(database.c_str(), &opened_);
+        sqlite3_exec(opened_, "BEGIN IMMEDIATE", nullptr, nullptr, nullptr);
+    }
+    ~HeldLock() { sqlite3_close(opened_); }
+    HeldLock(const HeldLock&) = delete;
+    HeldLock& operator=(const HeldLock&) = delete;
+
+private:
+    sqlite3* opened_ = nullptr;
+};
+
 /// What `action` writes to standard error.
 inline std::string errors_of(const std::function<void()>& action) {
     testing::internal::CaptureStderr();

@@ -1,6 +1,8 @@
 #include "CGL/offscreen.h"
 
 #include <algorithm>
+#include <initializer_list>
+#include <iterator>
 #include <vector>
 
 namespace texprobe::platform {
@@ -20,7 +22,7 @@ std::vector<EGLConfig> list_configs(EGLDisplay display, ContextKind kind) {
     const EGLint attributes[] = {EGL_SURFACE_TYPE,
                                  EGL_PBUFFER_BIT,
                                  EGL_RENDERABLE_TYPE,
-                                 kind == ContextKind::kEs30 ? EGL_OPENGL_ES3_BIT : EGL_OPENGL_BIT,
+                                 kind == ContextKind::kEs ? EGL_OPENGL_ES3_BIT : EGL_OPENGL_BIT,
                                  EGL_RED_SIZE,
                                  8,
                                  EGL_GREEN_SIZE,
@@ -43,40 +45,19 @@ struct Version {
     EGLint minor;
 };
 
-EGLContext create_core_context(const Offscreen& offscreen, Version version) {
-    const EGLint attributes[] = {EGL_CONTEXT_MAJOR_VERSION,
-                                 version.major,
-                                 EGL_CONTEXT_MINOR_VERSION,
-                                 version.minor,
-                                 EGL_CONTEXT_OPENGL_PROFILE_MASK,
-                                 EGL_CONTEXT_OPENGL_CORE_PROFILE_BIT,
-                                 EGL_NONE};
-    return eglCreateContext(offscreen.display, offscreen.config, EGL_NO_CONTEXT, attributes);
-}
-
-EGLContext create_es_context(const Offscreen& offscreen, Version version) {
-    const EGLint attributes[] = {EGL_CONTEXT_MAJOR_VERSION, version.major,
-                                 EGL_CONTEXT_MINOR_VERSION, version.minor, EGL_NONE};
-    return eglCreateContext(offscreen.display, offscreen.config, EGL_NO_CONTEXT, attributes);
-}
-
-EGLContext create_highest_core(const Offscreen& offscreen) {
-    constexpr Version kVersions[] = {{4, 6}, {4, 5}, {4, 4}, {4, 3}, {4, 2},
-                                     {4, 1}, {4, 0}, {3, 3}, {3, 2}};
-    const BoundApi desktopGl(EGL_OPENGL_API);
-    for (const Version version : kVersions) {
-        if (offscreen.kind == ContextKind::kCore41 && version.major * 10 + version.minor < 41)
-            break;
-        EGLContext context = create_core_context(offscreen, version);
-        if (context != EGL_NO_CONTEXT) return context;
-    }
-    return EGL_NO_CONTEXT;
-}
-
-EGLContext create_highest_es(const Offscreen& offscreen) {
-    const BoundApi es(EGL_OPENGL_ES_API);
-    for (EGLint minor = 2; minor >= 0; --minor) {
-        EGLContext context = create_es_context(offscreen, {3, minor});
+EGLContext create_highest(const Offscreen& offscreen, EGLenum api,
+                          std::initializer_list<Version> versions) {
+    const BoundApi bound(api);
+    for (const Version version : versions) {
+        std::vector<EGLint> attributes = {EGL_CONTEXT_MAJOR_VERSION, version.major,
+                                          EGL_CONTEXT_MINOR_VERSION, version.minor};
+        if (offscreen.kind == ContextKind::kCore) {
+            attributes.push_back(EGL_CONTEXT_OPENGL_PROFILE_MASK);
+            attributes.push_back(EGL_CONTEXT_OPENGL_CORE_PROFILE_BIT);
+        }
+        attributes.push_back(EGL_NONE);
+        EGLContext context = eglCreateContext(offscreen.display, offscreen.config, EGL_NO_CONTEXT,
+                                              attributes.data());
         if (context != EGL_NO_CONTEXT) return context;
     }
     return EGL_NO_CONTEXT;
@@ -101,7 +82,7 @@ Offscreen open_device(EGLDeviceEXT device, ContextKind kind) {
         return has_eight_bits(offscreen.display, candidate);
     });
     if (config == configs.end()) {
-        offscreen.failure = kind == ContextKind::kEs30
+        offscreen.failure = kind == ContextKind::kEs
                                 ? "it cannot draw RGBA8 to a pbuffer with OpenGL ES 3"
                                 : "it cannot draw RGBA8 to a pbuffer with OpenGL";
     } else {
@@ -111,10 +92,18 @@ Offscreen open_device(EGLDeviceEXT device, ContextKind kind) {
 }
 
 EGLContext create_context(const Offscreen& offscreen) {
-    if (offscreen.kind == ContextKind::kEs30) return create_highest_es(offscreen);
-    if (offscreen.kind != ContextKind::kCompatibility) return create_highest_core(offscreen);
-    const BoundApi desktopGl(EGL_OPENGL_API);
-    return eglCreateContext(offscreen.display, offscreen.config, EGL_NO_CONTEXT, nullptr);
+    switch (offscreen.kind) {
+        case ContextKind::kCore:
+            return create_highest(
+                offscreen, EGL_OPENGL_API,
+                {{4, 6}, {4, 5}, {4, 4}, {4, 3}, {4, 2}, {4, 1}, {4, 0}, {3, 3}, {3, 2}});
+        case ContextKind::kEs:
+            return create_highest(offscreen, EGL_OPENGL_ES_API, {{3, 2}, {3, 1}, {3, 0}});
+        default: {
+            const BoundApi desktopGl(EGL_OPENGL_API);
+            return eglCreateContext(offscreen.display, offscreen.config, EGL_NO_CONTEXT, nullptr);
+        }
+    }
 }
 
 EGLSurface create_surface(const Offscreen& offscreen, EGLint width, EGLint height) {

@@ -10,8 +10,8 @@
 
 namespace texprobe::platform {
 
-/// Which contexts a device is opened for. The numbers are the lowest version that will do.
-enum class ContextKind { kCompatibility, kCore32, kCore41, kEs30 };
+/// Which contexts a device is opened for: of the core profile from 3.2 on, of ES from 3.0 on.
+enum class ContextKind { kCompatibility, kCore, kEs };
 
 /// An open device, or the reason why it could not be opened.
 struct Offscreen {

@@ -28,19 +28,8 @@ struct Wish {
 };
 
 bool read_profile(GLint value, ContextKind* kind) {
-    switch (value) {
-        case kCGLOGLPVersion_Legacy:
-            *kind = ContextKind::kCompatibility;
-            return true;
-        case kCGLOGLPVersion_3_2_Core:
-            *kind = ContextKind::kCore32;
-            return true;
-        case kCGLOGLPVersion_GL4_Core:
-            *kind = ContextKind::kCore41;
-            return true;
-        default:
-            return false;
-    }
+    *kind = value == kCGLOGLPVersion_3_2_Core ? ContextKind::kCore : ContextKind::kCompatibility;
+    return value == kCGLOGLPVersion_3_2_Core || value == kCGLOGLPVersion_Legacy;
 }
 
 /// No renderer if the list has other attributes or values.
@@ -90,7 +79,7 @@ CGLError CGLChoosePixelFormat(const CGLPixelFormatAttribute* attribs, CGLPixelFo
 CGLError texprobe::platform::choose_es_pixel_format(GLint rendererID, CGLPixelFormatObj* pix) {
     if (!pix) return kCGLBadAddress;
     *pix = nullptr;
-    return choose({rendererID, ContextKind::kEs30}, pix);
+    return choose({rendererID, ContextKind::kEs}, pix);
 }
 
 CGLError CGLDestroyPixelFormat(CGLPixelFormatObj pix) {

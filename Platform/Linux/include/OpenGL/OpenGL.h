@@ -27,8 +27,7 @@ typedef enum _CGLPixelFormatAttribute {
 /// Values of kCGLPFAOpenGLProfile.
 typedef enum _CGLOpenGLProfile {
     kCGLOGLPVersion_Legacy = 0x1000,
-    kCGLOGLPVersion_3_2_Core = 0x3200,
-    kCGLOGLPVersion_GL4_Core = 0x4100
+    kCGLOGLPVersion_3_2_Core = 0x3200
 } CGLOpenGLProfile;
 
 typedef enum _CGLRendererProperty {
