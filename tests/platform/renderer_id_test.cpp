@@ -8,7 +8,6 @@
 #include <string>
 
 #include "CGL/devices.h"
-#include "CGL/driver_overrides.h"
 
 namespace texprobe::tests {
 namespace {

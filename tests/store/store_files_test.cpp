@@ -15,10 +15,8 @@ namespace texprobe::tests {
 namespace {
 
 namespace fs = std::filesystem;
-using platform::DirectoryLock;
 using platform::is_local_file_system;
 using platform::is_on_local_disk;
-using platform::Status;
 
 class StoreFiles : public StoreFixture {
 protected:
@@ -180,15 +178,6 @@ TEST_F(StoreFiles, of_a_user_without_a_home_are_nowhere_and_the_messages_say_why
         "texprobe again\n";
     EXPECT_EQ(said(nullptr), beginning + "not set\n" + end);
     EXPECT_EQ(said("relative"), beginning + "no absolute path\n" + end);
-}
-
-TEST_F(StoreFiles, are_locked_alone_or_together) {
-    const DirectoryLock first(home(), DirectoryLock::kShared);
-    EXPECT_TRUE(first.status().ok());
-    EXPECT_TRUE(DirectoryLock(home(), DirectoryLock::kShared).status().ok());
-    EXPECT_EQ(DirectoryLock(home(), DirectoryLock::kAlone).status().kind, Status::kLocked);
-    EXPECT_EQ(DirectoryLock(home() / "none", DirectoryLock::kShared).status().kind,
-              Status::kUnusable);
 }
 
 TEST(FileSystems, that_machines_may_share_are_not_local) {

@@ -113,12 +113,9 @@ std::vector<Device> list_devices(const std::filesystem::path& sysfs) {
     return devices;
 }
 
-std::uint32_t renderer_id(std::string_view identity, std::string_view overrides) {
-    Fnv1a hash;
-    hash.add(identity);
-    hash.add("\n");
-    hash.add(overrides);
-    return hash.hash() == 0 ? 1 : hash.hash();
+std::uint32_t renderer_id(const std::string& identity, const std::string& overrides) {
+    const std::uint32_t hash = fnv1a(identity + '\n' + overrides);
+    return hash == 0 ? 1 : hash;
 }
 
 }  // namespace texprobe::platform

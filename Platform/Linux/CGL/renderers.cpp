@@ -13,7 +13,6 @@
 #include <system_error>
 #include <utility>
 
-#include "CGL/driver_overrides.h"
 #include "CGL/offscreen.h"
 #include "CGL/open_check.h"
 
