@@ -22,30 +22,25 @@ using namespace std::chrono_literals;
 using platform::DirectoryLock;
 
 constexpr const char* kNoMounts = "mounting is not allowed here";
-const auto kNothing = [] { return true; };
 
 class StoreFailures : public StoreFixture {
 protected:
-    /// In a process with a disk of its own at the home: `before`, which fills it, then `action`, on
-    /// a disk that is read-only if it is so wished. Returns what is printed, or nothing where
-    /// mounting is not allowed.
-    std::optional<std::string> on_own_disk(const std::string& size, bool isReadOnly,
-                                           const std::function<bool()>& before,
-                                           const std::function<bool()>& action) const {
+    bool remount(unsigned long flags, const char* size = nullptr) const {
+        return mount(nullptr, home().c_str(), nullptr, MS_REMOUNT | flags, size) == 0;
+    }
+
+    /// What `action` prints in a process with a disk of its own at the home, so many kilobytes
+    /// large; nothing where mounting is not allowed.
+    std::optional<std::string> on_own_disk(int size, const std::function<bool()>& action) const {
+        const std::string options = "size=" + std::to_string(size) + "k";
         const auto mountOwn = [&] {
             return unshare(CLONE_NEWNS) == 0 &&
                    mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == 0 &&
-                   mount("none", home().c_str(), "tmpfs", 0, ("size=" + size).c_str()) == 0;
+                   mount("none", home().c_str(), "tmpfs", 0, options.c_str()) == 0;
         };
         if (!in_child(mountOwn)) return std::nullopt;
-        return errors_of([&] {
-            EXPECT_TRUE(in_child([&] {
-                return mountOwn() && before() &&
-                       (!isReadOnly || mount(nullptr, home().c_str(), nullptr,
-                                             MS_REMOUNT | MS_RDONLY, nullptr) == 0) &&
-                       action();
-            })) << size;
-        });
+        return errors_of(
+            [&] { EXPECT_TRUE(in_child([&] { return mountOwn() && action(); })) << size; });
     }
 
     /// Sets two values, with a synchronization each; neither reaches the disk.
@@ -71,36 +66,30 @@ TEST_F(StoreFailures, of_a_folder_that_may_not_be_written_cost_one_line) {
     ASSERT_EQ(chmod(config().c_str(), 0700), 0);
 }
 
-TEST_F(StoreFailures, of_a_read_only_disk_cost_one_line_and_its_records_are_read) {
-    const auto fill = [this] {
+TEST_F(StoreFailures, of_a_read_only_disk_cost_one_line_and_end_with_it_and_records_are_read) {
+    const auto said = on_own_disk(1024, [this] {
         write("key", true);
-        return true;
-    };
-    const auto said = on_own_disk("1m", true, fill, [this] {
+        if (!remount(MS_RDONLY)) return false;
         RecordStore store(directory());
         const auto stored = store.value(kApp, "key");
-        return stored && same(*stored, true) && store.synchronize("another") &&
-               goes_on_alone(store) && store.value(kApp, "key");
+        const bool isAlone = stored && same(*stored, true) && store.synchronize("another") &&
+                             goes_on_alone(store) && store.value(kApp, "key");
+        RecordStore reader(directory());
+        if (!isAlone || !reader.value(kApp, "key") || !remount(0)) return false;
+        write("later", true);
+        return reader.synchronize(kApp) && reader.value(kApp, "later");
     });
     if (!said) GTEST_SKIP() << kNoMounts;
-    EXPECT_EQ(*said, cannot_use(database(), "Read-only file system") + missing("first, second"));
-    // They end with it.
-    on_own_disk("1m", true, fill, [this] {
-        RecordStore store(directory());
-        if (!store.value(kApp, "key")) return false;
-        if (mount(nullptr, home().c_str(), nullptr, MS_REMOUNT, nullptr) != 0) return false;
-        write("later", true);
-        return store.synchronize(kApp) && store.value(kApp, "later");
-    });
+    EXPECT_EQ(*said, cannot_use(database(), "Read-only file system"));
 }
 
 TEST_F(StoreFailures, of_a_read_only_disk_do_not_make_old_records_of_those_in_a_log) {
-    const auto leaveLog = [this] {
+    const auto said = on_own_disk(1024, [this] {
         write("key", false);
         // The log cannot be read here without its index.
-        return write_and_die({{"key", true}}) && fs::remove(database().string() + "-shm");
-    };
-    const auto said = on_own_disk("1m", true, leaveLog, [this] {
+        const bool isLogLeft =
+            write_and_die({{"key", true}}) && fs::remove(database().string() + "-shm");
+        if (!isLogLeft || !remount(MS_RDONLY)) return false;
         const auto seen = read("key");
         return !seen || same(*seen, true);
     });
@@ -111,13 +100,13 @@ TEST_F(StoreFailures, of_a_full_disk_cost_one_line_and_are_made_up_for) {
     // In kilobytes: from room for almost nothing to room for the first synchronization but not for
     // the second.
     for (const int size : {4, 8, 12, 16, 24, 32, 40, 44, 48}) {
-        const auto said = on_own_disk(std::to_string(size) + "k", false, kNothing, [this] {
+        const auto said = on_own_disk(size, [this] {
             RecordStore store(directory());
             put(store, {{"first", true}});
             const bool failed = !put(store, {{"second", std::string(10'000, 'x')}});
             return failed && store.value(kApp, "first") && store.value(kApp, "second") &&
-                   mount(nullptr, home().c_str(), nullptr, MS_REMOUNT, "size=1m") == 0 &&
-                   store.synchronize(kApp) && read("first") && read("second");
+                   remount(0, "size=1m") && store.synchronize(kApp) && read("first") &&
+                   read("second");
         });
         if (!said) GTEST_SKIP() << kNoMounts;
         // The folder may be the first thing for which there is no room.
@@ -146,7 +135,7 @@ bool stores_whole_sets_or_none(RecordStore& store) {
 TEST_F(StoreFailures, of_a_full_disk_leave_no_record_set_half_stored) {
     // In kilobytes: from room for a log and not for a set to room for three.
     for (int size = 540; size <= 760; size += 20) {
-        const auto said = on_own_disk(std::to_string(size) + "k", false, kNothing, [this] {
+        const auto said = on_own_disk(size, [this] {
             RecordStore store(directory());
             return stores_whole_sets_or_none(store);
         });
