@@ -63,7 +63,7 @@ protected:
         GLint value = kUnset;
         const CGLError error = renderers_->describe(index, property, &value);
         EXPECT_EQ(value == kUnset, error != kCGLNoError);
-        return error == kCGLNoError ? value : GLint{error};
+        return error == kCGLNoError ? value : static_cast<GLint>(error);
     }
     GLint id(std::size_t index) { return ask(index, kCGLRPRendererID); }
     GLint memory(std::size_t index) { return ask(index, kCGLRPTextureMemory); }

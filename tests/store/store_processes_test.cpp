@@ -33,6 +33,25 @@ TEST_F(StoreProcesses, lose_nothing_of_each_other) {
     EXPECT_EQ(rows("PRAGMA integrity_check"), "ok\n");
 }
 
+TEST_F(StoreProcesses, that_damage_meets_together_put_it_aside_once) {
+    for (int round = 0; round < 10; ++round) {
+        fs::create_directories(directory());
+        write_file(database(), "damage");
+        std::vector<pid_t> children;
+        for (int i = 0; i < 4; ++i) {
+            children.push_back(start([&] {
+                close(STDERR_FILENO);
+                write(std::to_string(i), true);
+                return 0;
+            }));
+        }
+        for (const pid_t child : children) EXPECT_EQ(status_of(child), 0);
+        EXPECT_EQ(rows("SELECT count(*) FROM records"), "4\n");
+        EXPECT_EQ(read_file(aside()), "damage");
+        fs::remove_all(config());
+    }
+}
+
 /// On the process's own store, which handles forks.
 class Forks : public StoreProcesses {
 protected:
