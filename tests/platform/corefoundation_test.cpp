@@ -34,6 +34,7 @@ long references(CFTypeRef object) {
 
 void run_in_four_threads(const std::function<void(int number)>& action) {
     std::vector<std::thread> threads;
+    threads.reserve(4);
     for (int i = 0; i < 4; ++i) threads.emplace_back(action, i);
     for (std::thread& thread : threads) thread.join();
 }

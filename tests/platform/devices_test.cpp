@@ -20,8 +20,10 @@ using testing::IsEmpty;
 
 /// Each device as "IDENTITY (NAME)", followed by its entries in EGL's list.
 std::vector<std::string> listed_devices(const ScriptedEgl& egl, const LaidOutMachine& machine) {
+    const std::vector<platform::Device> devices = platform::list_devices(machine.sysfs());
     std::vector<std::string> texts;
-    for (const platform::Device& device : platform::list_devices(machine.sysfs())) {
+    texts.reserve(devices.size());
+    for (const platform::Device& device : devices) {
         std::string text = device.identity + " (" + device.name + ")";
         for (std::size_t i = 0; i < egl.devices.size(); ++i) {
             const auto& entries = device.entries;

@@ -158,11 +158,13 @@ TEST_F(GraphicsBuild, survives_files_that_make_no_sense) {
 }
 
 TEST_F(GraphicsBuild, finds_vendors_directory_by_directory_in_the_order_of_their_names) {
-    add_vendor("usr/10_c.json", "c.so");
-    add_vendor("etc/90_b.json", "b.so");
+    add_vendor("usr/10_d.json", "d.so");
+    // Neither in this order nor in the reverse one.
+    add_vendor("etc/50_b.json", "b.so");
+    add_vendor("etc/90_c.json", "c.so");
     add_vendor("etc/10_a.json", "/opt/a.so");
     EXPECT_EQ(list_vendor_libraries({path("etc"), path("missing"), path("usr")}),
-              (std::vector<std::string>{"/opt/a.so", "b.so", "c.so"}));
+              (std::vector<std::string>{"/opt/a.so", "b.so", "c.so", "d.so"}));
 }
 
 TEST_F(GraphicsBuild, finds_a_library_in_the_first_directory_that_has_it) {

@@ -73,7 +73,7 @@ protected:
         EGLDeviceEXT device = nullptr;
         const CGLError error = renderers_->find_device(id, &device);
         EXPECT_EQ(device == nullptr, error != kCGLNoError);
-        if (error != kCGLNoError) return error;
+        if (error != kCGLNoError) return static_cast<int>(error);
         return static_cast<int>(static_cast<char*>(device) - static_cast<char*>(egl_->device(0)));
     }
 
@@ -206,6 +206,7 @@ TEST_F(RendererList, takes_the_memory_of_the_kernel_driver_or_an_extension_or_th
 TEST_F(RendererList, checks_once_when_many_threads_ask_at_once) {
     list({gpu128_, refusing(gpu129_)});
     std::vector<std::thread> threads;
+    threads.reserve(8);
     for (std::size_t i = 0; i < 8; ++i) {
         threads.emplace_back([this, i] {
             id(i % 2);

@@ -17,6 +17,7 @@ class StoreProcesses : public StoreFixture {};
 
 TEST_F(StoreProcesses, lose_nothing_of_each_other) {
     std::vector<pid_t> children;
+    children.reserve(4);
     for (int i = 0; i < 4; ++i) {
         children.push_back(start([&] {
             RecordStore store(directory());
@@ -38,6 +39,7 @@ TEST_F(StoreProcesses, that_damage_meets_together_put_it_aside_once) {
         fs::create_directories(directory());
         write_file(database(), "damage");
         std::vector<pid_t> children;
+        children.reserve(4);
         for (int i = 0; i < 4; ++i) {
             children.push_back(start([&] {
                 close(STDERR_FILENO);
