@@ -122,7 +122,7 @@ TEST(Page, shows_the_same_pictures_once) {
     for (const Capability capability : {kUploadSet, kUploadReset, kDownloadGet}) {
         set.verdicts[6][capability] = ctl::Verdict::kNo;
         const ctl::Pictures pictures = {"sent", capability == kDownloadGet ? "c" : "b", "d", 1.0};
-        pictured.noes.push_back({{6, capability}, "Nothing arrived.", pictures});
+        pictured.noes[6][capability] = {"Nothing arrived.", pictures};
     }
     const std::string page = page_of({set}, {pictured});
     EXPECT_EQ(times_in(page, "Nothing arrived."), 1u);
@@ -176,7 +176,8 @@ TEST(Page, keeps_text_of_strangers_text) {
     set.details = {{{6, kUploadSet}, ctl::Crashed{evil}}};
     set.survey[0].formats[0].uses[survey::Use::kBlend] = {survey::Verdict::kWrong, evil};
     set.survey[0].glVersion = evil;
-    const ctl::PicturedNoes pictured = {evil, {{{7, kUploadSet}, evil, {}}}};
+    ctl::PicturedNoes pictured = {evil, {}};
+    pictured.noes[7][kUploadSet] = {evil, {}};
     ctl::RecordSet other = set;
     other.systemBuild = "1" + evil;
     other.verdicts[8][kUploadSet] = ctl::Verdict::kNo;
