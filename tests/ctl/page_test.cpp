@@ -92,7 +92,7 @@ TEST(Page, tells_what_to_rely_on_in_each_context_and_layout) {
                                 "<li>everything: all 103 formats but the following</li>\n"
                                 "<li>GL_R8: all but blend, read, read_part"));
     // Each no in its cell, and where it leads.
-    EXPECT_THAT(page, AllOf(HasSubstr("\"#why1\">refused: blend</a>"),
+    EXPECT_THAT(page, AllOf(HasSubstr("\"crashed\"><a href=\"#why1\">refused: blend</a>"),
                             HasSubstr("\"#why2\">wrong: read, read_<wbr>part</a>"),
                             HasSubstr("id=\"why1\">refused: not blended</p>\n<ul>\n"
                                       "<li>GL_R8: blend; core profile</li>"),
