@@ -92,7 +92,7 @@ TEST(Page, tells_what_to_rely_on_in_each_context_and_layout) {
                                 "<li>everything: all 103 formats but the following</li>\n"
                                 "<li>GL_R8: all but blend, read, read_part"));
     // Each no in its cell, and where it leads.
-    EXPECT_THAT(page, AllOf(HasSubstr("\"#why1\">refused: blend</a>"),
+    EXPECT_THAT(page, AllOf(HasSubstr("\"crashed\"><a href=\"#why1\">refused: blend</a>"),
                             HasSubstr("\"#why2\">wrong: read, read_<wbr>part</a>"),
                             HasSubstr("id=\"why1\">refused: not blended</p>\n<ul>\n"
                                       "<li>GL_R8: blend; core profile</li>"),
@@ -122,7 +122,7 @@ TEST(Page, shows_the_same_pictures_once) {
     for (const Capability capability : {kUploadSet, kUploadReset, kDownloadGet}) {
         set.verdicts[6][capability] = ctl::Verdict::kNo;
         const ctl::Pictures pictures = {"sent", capability == kDownloadGet ? "c" : "b", "d", 1.0};
-        pictured.noes.push_back({{6, capability}, "Nothing arrived.", pictures});
+        pictured.noes[6][capability] = {"Nothing arrived.", pictures};
     }
     const std::string page = page_of({set}, {pictured});
     EXPECT_EQ(times_in(page, "Nothing arrived."), 1u);
@@ -176,7 +176,8 @@ TEST(Page, keeps_text_of_strangers_text) {
     set.details = {{{6, kUploadSet}, ctl::Crashed{evil}}};
     set.survey[0].formats[0].uses[survey::Use::kBlend] = {survey::Verdict::kWrong, evil};
     set.survey[0].glVersion = evil;
-    const ctl::PicturedNoes pictured = {evil, {{{7, kUploadSet}, evil, {}}}};
+    ctl::PicturedNoes pictured = {evil, {}};
+    pictured.noes[7][kUploadSet] = {evil, {}};
     ctl::RecordSet other = set;
     other.systemBuild = "1" + evil;
     other.verdicts[8][kUploadSet] = ctl::Verdict::kNo;

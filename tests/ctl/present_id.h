@@ -11,9 +11,10 @@
 namespace texprobe::tests {
 
 /// The identifier of this machine's first renderer under its present build.
-inline std::string present_id(const std::filesystem::path& ctl, const std::filesystem::path& tool) {
+inline std::string present_id(const std::filesystem::path& ctl, const std::filesystem::path& tool,
+                              const Environment& environment = {}) {
     const CtlFolder folder(ctl, tool);
-    const auto doctor = nlohmann::json::parse(folder.ctl({"doctor", "--json"}).out);
+    const auto doctor = nlohmann::json::parse(folder.ctl({"doctor", "--json"}, environment).out);
     std::string id = "org.texprobe.texprobe2.";
     id += doctor.at("renderers").at(0).at("renderer_id").get<std::string>();
     return id + '.' + doctor.at("system_build").get<std::string>();

@@ -8,7 +8,7 @@
 #include "process/output_file.h"
 #include "records/plain_text.h"
 #include "records/software.h"
-#include "text/text_matrix.h"
+#include "text/text_pieces.h"
 
 namespace texprobe::ctl {
 

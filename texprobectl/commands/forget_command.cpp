@@ -6,7 +6,7 @@
 #include "process/terminal.h"
 #include "records/forget.h"
 #include "records/plain_text.h"
-#include "text/text_matrix.h"
+#include "text/text_pieces.h"
 
 namespace texprobe::ctl {
 

@@ -62,9 +62,11 @@ void replace_folders_in(const std::string& folder, std::string* text) {
     }
 }
 
-void sort_by_length(std::vector<std::string>* names) {
-    std::sort(names->begin(), names->end(),
+/// The longest first, because one may be a part of another.
+void replace_all(std::string* text, std::vector<std::string> names, const char* replacement) {
+    std::sort(names.begin(), names.end(),
               [](const std::string& a, const std::string& b) { return a.size() > b.size(); });
+    for (const std::string& name : names) replace(text, name, replacement);
 }
 
 }  // namespace
@@ -97,15 +99,10 @@ Names names_of_system() {
 }
 
 std::string without_names(std::string text, const Names& names) {
-    Names sorted = names;
-    // One may be a part of another.
-    sort_by_length(&sorted.homes);
-    sort_by_length(&sorted.homesOfOthers);
-    sort_by_length(&sorted.users);
-    for (const std::string& home : sorted.homes) replace(&text, home, "~");
-    for (const std::string& home : sorted.homesOfOthers) replace(&text, home, "~USER");
+    replace_all(&text, names.homes, "~");
+    replace_all(&text, names.homesOfOthers, "~USER");
     for (const char* folder : {"/home/", "/Users/"}) replace_folders_in(folder, &text);
-    for (const std::string& user : sorted.users) replace(&text, user, "USER");
+    replace_all(&text, names.users, "USER");
     const std::string host = names.host.substr(0, names.host.find('.'));
     if (host != "localhost") replace(&text, host, "HOST", true);
     return text;

@@ -63,9 +63,8 @@ std::vector<std::pair<std::string, std::string>> list_variables() {
     for (char** entry = environ; *entry; ++entry) {
         const std::string text = *entry;
         const bool matters =
-            std::any_of(kVariables.begin(), kVariables.end(), [&](const char* beginning) {
-                return text.compare(0, std::strlen(beginning), beginning) == 0;
-            });
+            std::any_of(kVariables.begin(), kVariables.end(),
+                        [&](const char* beginning) { return text.rfind(beginning, 0) == 0; });
         const std::size_t equals = text.find('=');
         if (matters && equals != std::string::npos) {
             variables.emplace_back(text.substr(0, equals), text.substr(equals + 1));

@@ -3,17 +3,15 @@
 #include <fmt/format.h>
 
 #include <algorithm>
-#include <numeric>
 #include <tuple>
 
 #include "page/page_style.h"
-#include "page/rely.h"
+#include "page/sections.h"
 #include "page/set_tables.h"
-#include "page/times_section.h"
 #include "page/whys.h"
 #include "records/compare.h"
 #include "records/plain_text.h"
-#include "text/text_matrix.h"
+#include "text/text_pieces.h"
 
 namespace texprobe::ctl {
 
@@ -52,9 +50,9 @@ Written by texprobectl {1}.</p>
 
 /// Sets that a reader sees in one place: of one renderer, or with the same verdicts.
 struct SetsTogether {
-    std::size_t first = 0;
-    std::vector<std::size_t> same = {};
-    std::vector<std::size_t> others = {};
+    const RecordSet* first;
+    std::vector<const RecordSet*> same = {};
+    std::vector<const RecordSet*> others = {};
 };
 
 ComparedSets compared(const RecordSet& a, const RecordSet& b) {
@@ -69,27 +67,25 @@ bool say_the_same(const RecordSet& a, const RecordSet& b) {
 
 /// The present or the latest set of each renderer, and with it the others that say the same.
 std::vector<SetsTogether> together_in(const RecordSets& sets) {
-    std::vector<std::size_t> latest(sets.size());
-    std::iota(latest.begin(), latest.end(), 0);
-    std::sort(latest.begin(), latest.end(), [&](std::size_t a, std::size_t b) {
-        return std::tie(sets[a].isPresent, sets[a].measured, b) >
-               std::tie(sets[b].isPresent, sets[b].measured, a);
+    std::vector<const RecordSet*> latest;
+    for (const RecordSet& set : sets) latest.push_back(&set);
+    std::sort(latest.begin(), latest.end(), [](const RecordSet* a, const RecordSet* b) {
+        return std::tie(a->isPresent, a->measured, b) > std::tie(b->isPresent, b->measured, a);
     });
     std::vector<SetsTogether> found;
-    for (const std::size_t i : latest) {
+    for (const RecordSet* set : latest) {
         const auto same = std::find_if(found.begin(), found.end(), [&](const SetsTogether& each) {
-            return say_the_same(sets[each.first], sets[i]);
+            return say_the_same(*each.first, *set);
         });
-        const auto renderer =
-            std::find_if(found.begin(), found.end(), [&](const SetsTogether& each) {
-                return sets[each.first].rendererID == sets[i].rendererID;
-            });
+        const auto other = std::find_if(found.begin(), found.end(), [&](const SetsTogether& each) {
+            return each.first->rendererID == set->rendererID;
+        });
         if (same != found.end()) {
-            same->same.push_back(i);
-        } else if (renderer != found.end()) {
-            renderer->others.push_back(i);
+            same->same.push_back(set);
+        } else if (other != found.end()) {
+            other->others.push_back(set);
         } else {
-            found.push_back({i});
+            found.push_back({set});
         }
     }
     std::sort(found.begin(), found.end(),
@@ -103,9 +99,7 @@ std::string name_of(const RecordSet& set) {
 
 /// Date, system and version.
 std::string describe_origin(const RecordSet& set) {
-    const std::string measured = describe_measured(set);
-    return fmt::format("{}, system {}{}{}", short_driver(set.glVersion), set.systemBuild,
-                       measured.empty() ? "" : ", ", measured);
+    return short_driver(set.glVersion) + ", system " + describe_build(set);
 }
 
 void write_facts(const RecordSet& set, PageSection* section) {
@@ -129,7 +123,10 @@ public:
 
     std::vector<PageSection> sections() {
         std::vector<PageSection> sections;
-        if (renderers_.size() > 1) sections.push_back(sum());
+        if (renderers_.size() > 1) {
+            sections.emplace_back("sum", fmt::format("All {} sets", sets_.size()));
+            sections.back().table(table_of_sums(sets_));
+        }
         for (std::size_t i = 0; i < renderers_.size(); ++i) sections.push_back(renderer(i));
         sections.insert(sections.begin(), rely_on(sets_));
         if (!whys_.empty()) sections.push_back(whys_.section());
@@ -139,37 +136,33 @@ public:
     /// Of all sets.
     std::string origin() const {
         return renderers_.size() > 1 ? fmt::format("{} record sets", sets_.size())
-                                     : describe_origin(sets_[renderers_.front().first]);
+                                     : describe_origin(*renderers_.front().first);
     }
 
 private:
     /// `label` names the renderer.
-    SetTables tables_of(std::size_t set, const std::string& label) {
-        const PicturedNoes* const pictured = pictured_.empty() ? nullptr : &pictured_[set];
-        return {sets_[set], label, pictured, &whys_};
-    }
-
-    PageSection sum() {
-        PageSection section("sum", fmt::format("All {} sets", sets_.size()));
-        section.table(table_of_sums(sets_));
-        return section;
+    SetTables tables_of(const RecordSet& set, const std::string& label) {
+        static const PicturedNoes kNone;
+        const auto place = static_cast<std::size_t>(&set - sets_.data());
+        return {set, label, pictured_.empty() ? kNone : pictured_[place], &whys_};
     }
 
     PageSection renderer(std::size_t number) {
         const SetsTogether& together = renderers_[number];
         const bool isOnly = renderers_.size() == 1;
         const std::string label = isOnly ? "" : std::to_string(number + 1);
-        PageSection section("set" + std::to_string(number + 1),
-                            isOnly ? "Verdicts" : label + ". " + heading_of(together));
-        for (const std::size_t other : together.others) {
-            write_differences(other, together.first, label, &section);
-        }
-        tables_of(together.first, label).write(same_survey(number), &section);
-        write_facts(sets_[together.first], &section);
         std::vector<std::string> same;
-        for (const std::size_t each : together.same) {
-            same.push_back(name_of(sets_[each]) + ", " + describe_origin(sets_[each]));
+        for (const RecordSet* each : together.same) {
+            same.push_back(name_of(*each) + ", " + describe_origin(*each));
         }
+        const std::string more = same.empty() ? "" : fmt::format(", and {} more", same.size());
+        PageSection section("set" + std::to_string(number + 1),
+                            isOnly ? "Verdicts" : label + ". " + name_of(*together.first) + more);
+        for (const RecordSet* other : together.others) {
+            write_differences(*other, *together.first, label, &section);
+        }
+        tables_of(*together.first, label).write(same_survey(number), &section);
+        write_facts(*together.first, &section);
         if (!same.empty()) section.paragraph("The same verdicts:");
         section.list(same);
         return section;
@@ -177,9 +170,9 @@ private:
 
     /// The number of the first renderer before this one whose survey says the same; or empty.
     std::string same_survey(std::size_t number) const {
-        const RecordSet& set = sets_[renderers_[number].first];
+        const RecordSet& set = *renderers_[number].first;
         for (std::size_t i = 0; i < number && !set.survey.empty(); ++i) {
-            const RecordSet& before = sets_[renderers_[i].first];
+            const RecordSet& before = *renderers_[i].first;
             const bool hasBoth =
                 !before.survey.empty() &&
                 describe_missing(before.survey, {}, "") == describe_missing(set.survey, {}, "");
@@ -188,15 +181,9 @@ private:
         return {};
     }
 
-    std::string heading_of(const SetsTogether& together) const {
-        const std::size_t more = together.same.size();
-        return name_of(sets_[together.first]) +
-               (more > 0 ? fmt::format(", and {} more", more) : "");
-    }
-
-    void write_differences(std::size_t before, std::size_t now, const std::string& label,
+    void write_differences(const RecordSet& before, const RecordSet& now, const std::string& label,
                            PageSection* section) {
-        const ComparedSets pair = compared(sets_[before], sets_[now]);
+        const ComparedSets pair = compared(before, now);
         const Balance balance = balance_of(pair);
         section->subheading("Against " + describe_origin(pair.a));
         const std::string build = (label.empty() ? "" : label + " under ") + pair.a.systemBuild;
@@ -213,10 +200,10 @@ private:
 };
 
 std::string title_of(const RecordSets& sets) {
-    const bool isOne = std::all_of(sets.begin(), sets.end(), [&](const RecordSet& set) {
-        return name_of(set) == name_of(sets.front());
-    });
-    return "Texture formats on " + (isOne ? name_of(sets.front()) : "several renderers");
+    const std::string first = name_of(sets.front());
+    const bool isOne = std::all_of(sets.begin(), sets.end(),
+                                   [&](const RecordSet& set) { return name_of(set) == first; });
+    return "Texture formats on " + (isOne ? first : "several renderers");
 }
 
 }  // namespace
@@ -233,6 +220,9 @@ void write_page(const RecordSets& given, const std::vector<PicturedNoes>& pictur
     sections.push_back(explain_words(sets));
     const bool hasUnseenNo =
         std::any_of(sets.begin(), sets.end(), [](const RecordSet& set) { return set.hasUnseenNo; });
+    const char* const doubt =
+        hasUnseenNo ? " A no that was recorded without texprobectl measure may have been a crash."
+                    : "";
     std::string links;
     std::string html;
     for (const PageSection& section : sections) {
@@ -241,12 +231,7 @@ void write_page(const RecordSets& given, const std::vector<PicturedNoes>& pictur
     }
     stream << fmt::format(kBegin, TEXPROBECTL_VERSION, escaped(title_of(sets)), kPageStyle,
                           escaped(content.origin()), links)
-           << html
-           << fmt::format(kEnd,
-                          hasUnseenNo ? " A no that was recorded without texprobectl measure may "
-                                        "have been a crash."
-                                      : "",
-                          TEXPROBECTL_VERSION);
+           << html << fmt::format(kEnd, doubt, TEXPROBECTL_VERSION);
 }
 
 }  // namespace texprobe::ctl

@@ -1,16 +1,8 @@
 #include "page/pictured_no.h"
 
-#include <algorithm>
-
 #include "inspect/inspect.h"
 
 namespace texprobe::ctl {
-
-const PicturedNo* PicturedNoes::find(const Cell& cell) const {
-    const auto found = std::find_if(noes.begin(), noes.end(),
-                                    [&](const PicturedNo& no) { return no.cell == cell; });
-    return found == noes.end() ? nullptr : &*found;
-}
 
 PicturedNoes picture_noes(const std::string& self, const RecordSet& set, const RecordSets& all,
                           const Machine& machine, const std::function<void(const Cell&)>& begin) {
@@ -25,14 +17,12 @@ PicturedNoes picture_noes(const std::string& self, const RecordSet& set, const R
     for_each_cell([&](const Cell& cell) {
         if (!is_failure(set.verdict(cell))) return;
         begin(cell);
-        InspectOptions options;
-        options.self = self;
-        options.cell = cell;
-        const Inspection inspection = inspect(options, {set, all, machine});
-        PicturedNo no = {cell, inspection.sentence, std::nullopt};
-        if (inspection.analysis && !inspection.is_of_test())
+        const Inspection inspection = inspect({self, cell}, {set, all, machine});
+        PicturedNo& no = pictured.noes[cell].emplace();
+        no.sentence = inspection.sentence;
+        if (inspection.analysis && !inspection.is_of_test()) {
             no.pictures = draw_pictures(*inspection.evidence);
-        pictured.noes.push_back(std::move(no));
+        }
     });
     return pictured;
 }

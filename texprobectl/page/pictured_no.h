@@ -7,7 +7,6 @@
 #include <functional>
 #include <optional>
 #include <string>
-#include <vector>
 
 #include "inspect/pictures.h"
 #include "records/catalogue.h"
@@ -16,7 +15,6 @@
 namespace texprobe::ctl {
 
 struct PicturedNo {
-    Cell cell;
     std::string sentence;
     /// None where no pixels came back, or the right ones.
     std::optional<Pictures> pictures;
@@ -25,10 +23,8 @@ struct PicturedNo {
 struct PicturedNoes {
     /// Why this machine cannot inspect the set; empty if it can.
     std::string trouble;
-    std::vector<PicturedNo> noes;
-
     /// None for a test that was not inspected.
-    const PicturedNo* find(const Cell& cell) const;
+    CellTable<std::optional<PicturedNo>> noes;
 };
 
 /// Inspects each of them. `all` are this machine's sets; `begin` is told of each before it begins.

@@ -3,30 +3,13 @@
 #include <fmt/format.h>
 
 #include <algorithm>
-#include <optional>
 
 #include "records/plain_text.h"
-#include "text/text_matrix.h"
+#include "text/text_pieces.h"
 
 namespace texprobe::ctl {
 
 namespace {
-
-const char* word(Verdict verdict) {
-    switch (verdict) {
-        case Verdict::kUnmeasured:
-            return "untested";
-        case Verdict::kNotApplicable:
-            return "n/a";
-        default:
-            return name_of(verdict);
-    }
-}
-
-const char* word_of(std::optional<survey::Verdict> verdict) {
-    if (!verdict) return "untested";
-    return *verdict == survey::Verdict::kNotOffered ? "no" : name_of(*verdict);
-}
 
 /// One part for each verdict: "no: render, blend". It leads to the first explanation.
 void add_use(const PagePart& verdict, const std::string& use, PageCell* parts) {
@@ -47,9 +30,7 @@ PageTable table_of_formats(const std::string& caption, ToCell toCell) {
     for (const CapabilityNames& names : kCapabilities) table.columns.emplace_back(names.column);
     for (std::size_t format = 0; format < kFormatCount; ++format) {
         std::vector<PageCell> cells;
-        for (std::size_t i = 0; i < kCapabilityCount; ++i) {
-            cells.push_back(toCell(Cell{format, static_cast<Capability>(i)}));
-        }
+        for (const Cell& cell : cells_of(format)) cells.push_back(toCell(cell));
         table.rows.emplace_back(kFormats[format].name, std::move(cells));
     }
     return table;
@@ -64,20 +45,13 @@ std::string sentence_of(const survey::Judged& judged) {
     return std::string(name_of(judged.verdict)) + (judged.text.empty() ? "" : ": ") + judged.text;
 }
 
-bool are_yes(const std::vector<PageCell>& cells) {
-    return std::all_of(cells.begin(), cells.end(),
-                       [](const PageCell& cell) { return cell.front().kind == "yes"; });
-}
-
 }  // namespace
 
 /// As far as the records tell, or an inspection.
 std::string SetTables::why(const Cell& cell) const {
-    const bool isOfTest = set_.is_of_test(cell);
-    if (pictured_ && pictured_->find(cell)) {
-        return (isOfTest ? "no*: " : "") + plain(pictured_->find(cell)->sentence);
-    }
-    if (isOfTest) return std::string("no*: ") + kOfTest + ".";
+    const std::string mark = set_.is_of_test(cell) ? "no*: " : "";
+    if (const auto& no = pictured_.noes[cell]) return mark + plain(no->sentence);
+    if (!mark.empty()) return mark + kOfTest + ".";
     const Detail* const detail = set_.detail(cell);
     if (!detail) return "The test came back with a no; `texprobectl inspect` says why.";
     const bool wasEnded = std::holds_alternative<Crashed>(detail->cause);
@@ -86,14 +60,13 @@ std::string SetTables::why(const Cell& cell) const {
 
 PageCell SetTables::cell(const Cell& cell) {
     const Verdict verdict = set_.verdict(cell);
-    const bool isOfTest = set_.is_of_test(cell);
-    PagePart part = {isOfTest ? "of_test" : name_of(verdict),
-                     word(verdict) + std::string(isOfTest ? "*" : "")};
+    PagePart part = {set_.is_of_test(cell) ? "of_test" : name_of(verdict),
+                     show_cell(set_, cell, {}).text};
     if (!is_failure(verdict)) return {part};
     const CapabilityNames& names = kCapabilities[cell.capability];
     part.link = whys_.add(Whys::kOfTool, why(cell),
                           {names.words, kFormats[cell.format].name, "", "", label_});
-    const PicturedNo* const no = pictured_ ? pictured_->find(cell) : nullptr;
+    const auto& no = pictured_.noes[cell];
     if (no && no->pictures) whys_.show(words_of(cell), *no->pictures);
     return {part};
 }
@@ -107,26 +80,23 @@ PageCell SetTables::cell(const SurveyedProfile& profile, std::size_t index) {
     PageCell others;
     for (const survey::Question& question : questions_of(format, profile.profile)) {
         const auto found = record.uses.find(question);
-        const bool isThere = found != record.uses.end();
-        const auto verdict = isThere ? std::optional(found->second.verdict) : std::nullopt;
-        if (verdict == Verdict::kYes || verdict == Verdict::kNotApplicable) continue;
-        const bool isTold = verdict && is_told(*verdict);
-        PagePart part = {isTold                            ? "crashed"
-                         : verdict == Verdict::kNotOffered ? "some"
-                                                           : "unmeasured",
-                         word_of(verdict)};
         const std::string use = name_of(question.use);
-        if (isThere) {
-            const std::string layout = question.layout.is_none() ? "" : name_of(question.layout);
-            part.link = whys_.add(isTold ? Whys::kBrokenPromise : Whys::kNoPromise,
-                                  sentence_of(found->second),
-                                  {use, format.name, layout, words_of(profile.profile), label_});
+        PagePart part = {"unmeasured", word_of(record, question)};
+        if (found == record.uses.end()) {
+            add_use(part, use, &others);
+            continue;
         }
+        const survey::Judged& judged = found->second;
+        if (judged.verdict == Verdict::kYes || judged.verdict == Verdict::kNotApplicable) continue;
+        const bool isTold = is_told(judged.verdict);
+        if (judged.verdict != Verdict::kUnknown) part.kind = isTold ? "crashed" : "some";
+        const std::string layout = question.layout.is_none() ? "" : name_of(question.layout);
+        part.link = whys_.add(isTold ? Whys::kBrokenPromise : Whys::kNoPromise, sentence_of(judged),
+                              {use, format.name, layout, words_of(profile.profile), label_});
         add_use(part, use, isTold ? &told : &others);
     }
     told.insert(told.end(), others.begin(), others.end());
-    if (told.empty()) return {{"yes", "yes"}};
-    return told;
+    return told.empty() ? PageCell{{"yes", "yes"}} : told;
 }
 
 PageCell SetTables::cell(const SurveyDifference& difference, const std::string& verdict) {
@@ -152,17 +122,19 @@ void SetTables::write_survey(PageSection* section) {
                                        : survey::name_of(profile.profile));
     }
     if (contexts.empty()) return;
-    std::size_t whole = 0;
     for (std::size_t i = 0; i < survey::formats().size(); ++i) {
         std::vector<PageCell> cells;
         cells.reserve(contexts.size());
         for (const SurveyedProfile* context : contexts) cells.push_back(cell(*context, i));
-        whole += are_yes(cells);
-        if (!are_yes(cells)) table.rows.emplace_back(survey::formats()[i].name, std::move(cells));
+        const bool isWhole = std::all_of(cells.begin(), cells.end(), [](const PageCell& each) {
+            return each.front().kind == "yes";
+        });
+        if (!isWhole) table.rows.emplace_back(survey::formats()[i].name, std::move(cells));
     }
     if (!table.rows.empty()) section->table(table);
-    section->paragraph(fmt::format(
-        "Of {} formats, all that the survey asks holds in each of these contexts.", whole));
+    section->paragraph(
+        fmt::format("Of {} formats, all that the survey asks holds in each of these contexts.",
+                    survey::formats().size() - table.rows.size()));
 }
 
 void SetTables::write(const std::string& sameSurvey, PageSection* section) {
@@ -170,7 +142,7 @@ void SetTables::write(const std::string& sameSurvey, PageSection* section) {
         section->table(table_of_formats("The sixteen formats: compatibility profile",
                                         [&](const Cell& each) { return cell(each); }));
     }
-    if (pictured_ && !pictured_->trouble.empty()) section->paragraph(plain(pictured_->trouble));
+    if (!pictured_.trouble.empty()) section->paragraph(plain(pictured_.trouble));
     if (sameSurvey.empty()) return write_survey(section);
     section->paragraph("The survey says the same as of " + sameSurvey + ".");
 }

@@ -15,7 +15,7 @@ namespace texprobe::ctl {
 /// Those of one set, whose name among others is `label`.
 class SetTables {
 public:
-    SetTables(const RecordSet& set, std::string label, const PicturedNoes* pictured, Whys* whys)
+    SetTables(const RecordSet& set, std::string label, const PicturedNoes& pictured, Whys* whys)
         : set_(set), label_(std::move(label)), pictured_(pictured), whys_(*whys) {}
 
     /// Of the survey only whose it is the same as, if it is.
@@ -32,7 +32,7 @@ private:
 
     const RecordSet& set_;
     std::string label_;
-    const PicturedNoes* pictured_;
+    const PicturedNoes& pictured_;
     Whys& whys_;
 };
 

@@ -77,13 +77,21 @@ struct CellTable : std::array<std::array<Value, kCapabilityCount>, kFormatCount>
     }
 };
 
+/// Of one format.
+inline std::array<Cell, kCapabilityCount> cells_of(std::size_t format) {
+    return {{{format, kSupported},
+             {format, kRenderable},
+             {format, kUploadSet},
+             {format, kUploadReset},
+             {format, kDownloadGet},
+             {format, kDownloadRead}}};
+}
+
 /// Calls `use` with each cell, in the order of the tests.
 template <class Use>
 void for_each_cell(Use use) {
     for (std::size_t format = 0; format < kFormatCount; ++format) {
-        for (std::size_t capability = 0; capability < kCapabilityCount; ++capability) {
-            use(Cell{format, static_cast<Capability>(capability)});
-        }
+        for (const Cell& cell : cells_of(format)) use(cell);
     }
 }
 

@@ -5,7 +5,7 @@
 
 #include "records/catalogue.h"
 #include "records/plain_text.h"
-#include "text/text_matrix.h"
+#include "text/text_pieces.h"
 #include "text/write_text.h"
 
 namespace texprobe::ctl {

@@ -9,16 +9,20 @@
 
 #include "documents/merge.h"
 #include "records/plain_text.h"
-#include "text/text_matrix.h"
-#include "text/wrapped.h"
+#include "text/text_pieces.h"
 #include "text/write_text.h"
 
 namespace texprobe::ctl {
 
 namespace {
 
-const char* plural(Count count, const char* one, const char* many) {
-    return count == 1 ? one : many;
+/// "1 set", "2 sets".
+std::string amount(Count count, const std::string& what) {
+    return fmt::format("{} {}{}", count, what, count == 1 ? "" : "s");
+}
+
+std::string name_of(const Driver& driver) {
+    return driver.renderer.value_or("unknown renderer");
 }
 
 /// Does not work there: it was tried, or a capability that it needs does not work.
@@ -34,17 +38,16 @@ Shown show_counts(const Counted& counted, const Cell& cell) {
     const Count yes = counted.count(cell, Verdict::kYes);
     const Count no = failures(counted, cell);
     const bool isMarked = no > 0 && no == counted.ofTest[cell];
-    if (yes + no == 0) return {"untested", 8, "33"};
-    if (no == 0) return {"all", 3, "32"};
-    if (yes == 0) return isMarked ? Shown{"none*", 5, "2"} : Shown{"none", 4, "31"};
+    if (yes + no == 0) return {"untested", "33"};
+    if (no == 0) return {"all", "32"};
+    if (yes == 0) return isMarked ? Shown{"none*", "2"} : Shown{"none", "31"};
     std::string text = fmt::format("{}/{}{}", yes, yes + no, isMarked ? "*" : "");
     // A column is nine wide; a share says as much of large numbers.
     if (text.size() > 8) {
         const double share = 100.0 * static_cast<double>(yes) / static_cast<double>(yes + no);
         text = share > 99.9 ? ">99.9 %" : share < 0.1 ? "<0.1 %" : fmt::format("{:.1f} %", share);
     }
-    const std::size_t width = text.size();
-    return {std::move(text), width, "33"};
+    return {std::move(text), "33"};
 }
 
 /// Those that are not the test's own.
@@ -97,7 +100,7 @@ std::string list_drivers(const std::vector<const Driver*>& drivers) {
     constexpr std::size_t kMost = 5;
     std::map<std::string, std::vector<const Driver*>> byName;
     for (const Driver* driver : drivers) {
-        byName[plain(driver->renderer.value_or("unknown renderer"))].push_back(driver);
+        byName[plain(name_of(*driver))].push_back(driver);
     }
     std::string list;
     std::size_t lines = 0;
@@ -114,15 +117,13 @@ std::string list_drivers(const std::vector<const Driver*>& drivers) {
 }
 
 std::string name_group(const DriverGroup& group) {
-    const std::string sets =
-        fmt::format("{} {}:\n", group.sum.sets, plural(group.sum.sets, "set", "sets"));
+    const std::string sets = amount(group.sum.sets, "set");
     if (group.drivers.size() > 1) {
-        return fmt::format("{} drivers alike, {}", group.drivers.size(), sets) +
-               list_drivers(group.drivers);
+        return fmt::format("{} drivers alike, {}:\n{}", group.drivers.size(), sets,
+                           list_drivers(group.drivers));
     }
     const Driver& driver = *group.drivers.front();
-    return fmt::format("{}\n  {}, build {}, {}",
-                       plain(driver.renderer.value_or("unknown renderer")),
+    return fmt::format("{}\n  {}, build {}, {}:\n", plain(name_of(driver)),
                        plain(short_driver(driver.glVersion)), plain(driver.systemBuild), sets);
 }
 
@@ -130,16 +131,15 @@ std::string name_group(const DriverGroup& group) {
 std::string list_failures(const Counted& counted) {
     std::string list;
     for (std::size_t format = 0; format < kFormatCount; ++format) {
-        std::string capabilities;
-        for (std::size_t i = 0; i < kCapabilityCount; ++i) {
-            const Count failed = drivers_failures(counted, {format, static_cast<Capability>(i)});
+        std::vector<std::string> capabilities;
+        for (const Cell& cell : cells_of(format)) {
+            const Count failed = drivers_failures(counted, cell);
             if (failed == 0) continue;
-            capabilities +=
-                (capabilities.empty() ? "" : ", ") + std::string(kCapabilities[i].column);
-            if (failed != counted.sets) capabilities += fmt::format(" on {}", failed);
+            capabilities.emplace_back(kCapabilities[cell.capability].column);
+            if (failed != counted.sets) capabilities.back() += fmt::format(" on {}", failed);
         }
         if (capabilities.empty()) continue;
-        list += fmt::format("  {:<25}  {}\n", kFormats[format].name, capabilities);
+        list += fmt::format("  {:<25}  {}\n", kFormats[format].name, joined(capabilities));
     }
     return list;
 }
@@ -147,19 +147,18 @@ std::string list_failures(const Counted& counted) {
 /// As many groups as a person looks at.
 void write_groups(const Merged& merged, std::ostream& stream) {
     constexpr std::size_t kMost = 20;
-    const std::vector<DriverGroup> groups = group_drivers(merged);
+    std::size_t written = 0;
     std::size_t drivers = 0;
-    for (std::size_t i = 0; i < groups.size(); ++i) {
-        if (i >= kMost) {
-            drivers += groups[i].drivers.size();
+    for (const DriverGroup& group : group_drivers(merged)) {
+        if (written++ < kMost) {
+            stream << "\nDoes not work on " << name_group(group) << list_failures(group.sum);
         } else {
-            stream << "\nDoes not work on " << name_group(groups[i])
-                   << list_failures(groups[i].sum);
+            drivers += group.drivers.size();
         }
     }
     if (drivers == 0) return;
     stream << fmt::format("\n{} more {} in other ways; --json has them all.\n", drivers,
-                          plural(drivers, "driver fails", "drivers fail"));
+                          drivers == 1 ? "driver fails" : "drivers fail");
 }
 
 std::string list_machines(const MachineNames& machines) {
@@ -169,45 +168,27 @@ std::string list_machines(const MachineNames& machines) {
     return list;
 }
 
-/// Cells in which the same machines differ in the same way.
-struct OutlierLine {
-    std::string machines;
-    /// Their verdict, and that of the others.
-    std::string verdicts;
-    std::vector<Cell> cells;
-};
-
-std::vector<OutlierLine> outliers_of(const Counted& counted) {
-    std::vector<OutlierLine> lines;
-    for (const auto& [failure, machines] : counted.failures) {
-        if (!counted.is_outlier(failure)) continue;
-        const Verdict usual = counted.usual(failure.cell);
-        const Count others = counted.count(failure.cell, usual);
-        const std::string who = list_machines(machines);
+/// The cells in which the same machines differ in the same way: the machines, and their verdict and
+/// that of the others.
+Folded<std::pair<std::string, std::string>> outliers_of(const Counted& counts) {
+    Folded<std::pair<std::string, std::string>> outliers;
+    for (const auto& [failure, machines] : counts.failures) {
+        if (!counts.is_outlier(failure)) continue;
+        const Verdict usual = counts.usual(failure.cell);
         const std::string verdicts =
-            fmt::format("{}; {} {} with the same driver: {}", name_of(failure.verdict), others,
-                        plural(others, "machine", "machines"), name_of(usual));
-        const auto same = std::find_if(lines.begin(), lines.end(), [&](const OutlierLine& line) {
-            return line.machines == who && line.verdicts == verdicts;
-        });
-        if (same == lines.end()) {
-            lines.push_back({who, verdicts, {failure.cell}});
-        } else {
-            same->cells.push_back(failure.cell);
-        }
+            fmt::format("{}; {} with the same driver: {}", name_of(failure.verdict),
+                        amount(counts.count(failure.cell, usual), "machine"), name_of(usual));
+        fold({list_machines(machines), verdicts}, words_of(failure.cell), &outliers);
     }
-    return lines;
+    return outliers;
 }
 
 /// The first few: the list of the driver has all of them.
-std::string list_cells(const std::vector<Cell>& cells) {
+std::string list_first(std::vector<std::string> cells) {
     constexpr std::size_t kMost = 3;
-    std::vector<std::string> first;
-    for (std::size_t i = 0; i < std::min(kMost, cells.size()); ++i) {
-        first.push_back(words_of(cells[i]));
-    }
-    const std::size_t others = cells.size() - first.size();
-    return joined(first) + (others > 0 ? fmt::format(" and {} more", others) : "");
+    const std::size_t all = cells.size();
+    cells.resize(std::min(kMost, all));
+    return joined(cells) + (all > kMost ? fmt::format(" and {} more", all - kMost) : "");
 }
 
 std::string describe_machine_state(const MachineState& state) {
@@ -224,9 +205,8 @@ std::string describe_machine_state(const MachineState& state) {
 void write_outliers(const Merged& merged, std::ostream& stream) {
     bool hasSome = false;
     for (const auto& driver : merged.drivers()) {
-        for (const OutlierLine& line : outliers_of(driver.second)) {
-            stream << fmt::format("{}: {} {}\n", line.machines, list_cells(line.cells),
-                                  line.verdicts);
+        for (const auto& [said, cells] : outliers_of(driver.second)) {
+            stream << fmt::format("{}: {} {}\n", said.first, list_first(cells), said.second);
             hasSome = true;
         }
     }
@@ -244,7 +224,7 @@ std::string name_drivers_with(const SurveyFailure& failure, const Merged& merged
     std::size_t count = 0;
     for (const auto& [driver, counted] : merged.drivers()) {
         if (counted.survey.failures.count(failure) == 0) continue;
-        if (count++ == 0) first = driver.renderer.value_or("unknown renderer");
+        if (count++ == 0) first = name_of(driver);
     }
     return count == 1 ? first : fmt::format("{} and {} more", first, count - 1);
 }
@@ -252,7 +232,7 @@ std::string name_drivers_with(const SurveyFailure& failure, const Merged& merged
 void write_surveys(const Merged& merged, const SurveyCounts& total, std::ostream& stream) {
     constexpr std::size_t kMost = 20;
     if (total.sets == 0) return;
-    stream << fmt::format("\nSurveyed: {} {}. {}\n", total.sets, plural(total.sets, "set", "sets"),
+    stream << fmt::format("\nSurveyed: {}. {}\n", amount(total.sets, "set"),
                           total.failures.empty() ? "No promise is broken." : "Broken promises:");
     std::size_t lines = 0;
     for (const auto& [failure, count] : total.failures) {
@@ -276,9 +256,8 @@ void write_surveys(const Merged& merged, const SurveyCounts& total, std::ostream
 void write_merged_text(const Merged& merged, const Terminal& terminal, std::ostream& stream) {
     write_outliers(merged, stream);
     const Counted total = merged.total();
-    stream << fmt::format("{} record {} of {} {}, {} complete.{}\n", total.sets,
-                          plural(total.sets, "set", "sets"), merged.drivers().size(),
-                          plural(merged.drivers().size(), "driver", "drivers"), total.complete,
+    stream << fmt::format("{} of {}, {} complete.{}\n", amount(total.sets, "record set"),
+                          amount(merged.drivers().size(), "driver"), total.complete,
                           total.sets > 0 ? " On how many of them it works:\n" : "");
     if (total.sets == 0) return write_surveys(merged, total.survey, stream);
     bool hasMark = false;

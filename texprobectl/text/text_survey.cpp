@@ -8,42 +8,29 @@
 #include <vector>
 
 #include "records/plain_text.h"
-#include "text/folded.h"
-#include "text/text_matrix.h"
-#include "text/wrapped.h"
+#include "text/text_pieces.h"
 #include "text/write_text.h"
 
 namespace texprobe::ctl {
 
 namespace {
 
-const char* word_of(const survey::FormatRecord& record, const survey::Question& question) {
-    const auto found = record.uses.find(question);
-    if (found == record.uses.end()) return "untested";
-    switch (found->second.verdict) {
-        case survey::Verdict::kNotOffered:
-            return "no";
-        case survey::Verdict::kNotApplicable:
-            return "n/a";
-        default:
-            return name_of(found->second.verdict);
-    }
-}
-
 Shown show_use(const survey::Format& format, const survey::Question& question,
                survey::Profile profile, const survey::FormatRecord& record,
                const Terminal& terminal) {
-    const auto found = record.uses.find(question);
     if (!has_question(format, question, profile)) return {};
+    const auto found = record.uses.find(question);
     if (found == record.uses.end()) return show_verdict(Verdict::kUnmeasured, terminal);
-    const survey::Verdict verdict = found->second.verdict;
-    if (verdict == survey::Verdict::kYes) return show_verdict(Verdict::kYes, terminal);
-    if (verdict == survey::Verdict::kNotApplicable) {
-        return show_verdict(Verdict::kNotApplicable, terminal);
+    switch (found->second.verdict) {
+        case survey::Verdict::kYes:
+            return show_verdict(Verdict::kYes, terminal);
+        case survey::Verdict::kNotApplicable:
+            return show_verdict(Verdict::kNotApplicable, terminal);
+        case survey::Verdict::kUnknown:
+            return {word_of(record, question), "33"};
+        default:
+            return {word_of(record, question), is_told(found->second.verdict) ? "1;31" : ""};
     }
-    return show_word(word_of(record, question), is_told(verdict)                       ? "1;31"
-                                                : verdict == survey::Verdict::kUnknown ? "33"
-                                                                                       : "");
 }
 
 /// The verdicts in one layout: "yes", "read, read_part no; otherwise yes". Empty if nothing is
@@ -71,28 +58,32 @@ class SurveyText {
 public:
     SurveyText(const RecordSet& set, const SurveyChoice& choice, const Terminal& terminal,
                std::ostream& stream)
-        : set_(set), choice_(choice), terminal_(terminal), stream_(stream) {}
+        : set_(set), choice_(choice), terminal_(terminal), stream_(stream) {
+        for (const SurveyedProfile& profile : set.survey) {
+            if (!choice.has(profile.profile)) continue;
+            (profile.lack.empty() ? profiles_ : lacking_).push_back(&profile);
+        }
+        for (std::size_t i = 0; i < survey::formats().size(); ++i) {
+            if (choice.has(survey::formats()[i])) formats_.push_back(i);
+        }
+    }
 
     void write() {
         write_heading();
         write_sentences();
-        for (const SurveyedProfile& profile : set_.survey) {
-            if (choice_.has(profile.profile) && profile.lack.empty()) write_matrix_of(profile);
-        }
+        for (const SurveyedProfile* profile : profiles_) write_matrix_of(*profile);
         write_legend();
     }
 
 private:
     template <class Tell>
     void for_each_verdict(Tell tell) const {
-        for (const SurveyedProfile& profile : set_.survey) {
-            if (!choice_.has(profile.profile) || !profile.lack.empty()) continue;
-            for (std::size_t i = 0; i < profile.formats.size(); ++i) {
+        for (const SurveyedProfile* profile : profiles_) {
+            for (const std::size_t i : formats_) {
                 const survey::Format& format = survey::formats()[i];
-                if (!choice_.has(format)) continue;
-                for (const auto& [question, judged] : profile.formats[i].uses) {
-                    if (has_question(format, question, profile.profile)) {
-                        tell(profile, format, question, judged);
+                for (const auto& [question, judged] : profile->formats[i].uses) {
+                    if (has_question(format, question, profile->profile)) {
+                        tell(*profile, format, question, judged);
                     }
                 }
             }
@@ -108,53 +99,29 @@ private:
                 << (set_.isPresent ? "of" : "not of") << " its machine's present build\n\n";
     }
 
-    /// True if the driver is to blame for one of them.
-    bool write_contexts_that_are_not_there() {
-        bool isBroken = false;
-        for (const SurveyedProfile& profile : set_.survey) {
-            if (!choice_.has(profile.profile) || profile.lack.empty()) continue;
-            stream_ << describe_lack(profile) << '\n';
-            isBroken = isBroken || profile.lack != survey::kContextNotOffered;
-        }
-        return isBroken;
-    }
-
-    struct Sentence {
-        std::string format;
-        std::string where;
-        std::string told;
-    };
-
     /// One that holds in several contexts is told once.
-    std::vector<Sentence> find_sentences() const {
-        std::vector<Sentence> sentences;
+    void write_sentences() {
+        bool isBroken = false;
+        for (const SurveyedProfile* profile : lacking_) {
+            stream_ << describe_lack(*profile) << '\n';
+            isBroken |= profile->lack != survey::kContextNotOffered;
+        }
+        Folded<std::pair<std::string, std::string>> sentences;
         for_each_verdict([&](const SurveyedProfile& profile, const survey::Format& format,
                              const survey::Question& question, const survey::Judged& judged) {
             if (!is_told(judged.verdict)) return;
-            const char* const where = ctl::words_of(profile.profile);
             const bool hasDied = judged.verdict == survey::Verdict::kCrashed ||
                                  judged.verdict == survey::Verdict::kHung;
-            std::string told =
+            const std::string told =
                 fmt::format("{} {} {}{}{}", name_of(question), hasDied ? "has" : "is",
                             name_of(judged.verdict), judged.text.empty() ? "" : ", ", judged.text);
-            const auto same =
-                std::find_if(sentences.begin(), sentences.end(), [&](const Sentence& each) {
-                    return each.format == format.name && each.told == told;
-                });
-            if (same == sentences.end()) {
-                sentences.push_back({format.name, where, std::move(told)});
-            } else {
-                same->where += std::string(" and ") + where;
-            }
+            fold({format.name, told}, ctl::words_of(profile.profile), &sentences);
         });
-        return sentences;
-    }
-
-    void write_sentences() {
-        const bool isBroken = write_contexts_that_are_not_there();
-        const std::vector<Sentence> sentences = find_sentences();
-        for (const auto& [format, where, told] : sentences) {
-            stream_ << wrapped(fmt::format("{} in {}: {}", format, where, told), 2) << '\n';
+        for (const auto& [sentence, contexts] : sentences) {
+            stream_ << wrapped(fmt::format("{} in {}: {}", sentence.first,
+                                           joined(contexts, " and "), sentence.second),
+                               2)
+                    << '\n';
         }
         if (!isBroken && sentences.empty() && describe_missing(set_.survey, choice_, "").empty()) {
             stream_ << "No promise is broken.\n";
@@ -187,32 +154,32 @@ private:
     /// Of the formats whose names begin so, without that; nothing where there is none to show.
     void write_table(const SurveyedProfile& profile, const std::string& beginning,
                      const std::vector<std::pair<const char*, survey::Use>>& columns) {
-        bool hasHeading = false;
-        for (std::size_t i = 0; i < profile.formats.size(); ++i) {
+        std::vector<Shown> heading;
+        for (const auto& column : columns) heading.push_back({column.first});
+        for (const std::size_t i : formats_) {
             const survey::Format& format = survey::formats()[i];
-            if (!choice_.has(format) || format.is_compressed() == beginning.empty()) continue;
-            std::vector<Shown> heading;
+            if (format.is_compressed() == beginning.empty()) continue;
+            if (!heading.empty()) {
+                stream_ << row_of(beginning.empty() ? "" : beginning + "...", heading, terminal_)
+                        << '\n';
+            }
+            heading.clear();
             std::vector<Shown> row;
-            for (const auto& [column, use] : columns) {
-                heading.push_back(show_word(column));
-                row.push_back(
-                    show_use(format, use, profile.profile, profile.formats[i], terminal_));
+            for (const auto& column : columns) {
+                row.push_back(show_use(format, column.second, profile.profile, profile.formats[i],
+                                       terminal_));
             }
-            if (!std::exchange(hasHeading, true)) {
-                write_row(beginning.empty() ? "" : beginning + "...", heading, terminal_, stream_);
-            }
-            write_row(format.name + beginning.size(), row, terminal_, stream_);
+            stream_ << row_of(format.name + beginning.size(), row, terminal_) << '\n';
         }
     }
 
     /// Formats together of which the same is said in all layouts, and then the others.
     void write_layouts_of(const SurveyedProfile& profile) {
-        Folded alike;
+        Folded<> alike;
         std::vector<std::string> lines;
-        for (std::size_t i = 0; i < profile.formats.size(); ++i) {
+        for (const std::size_t i : formats_) {
             const survey::Format& format = survey::formats()[i];
-            if (!choice_.has(format)) continue;
-            Folded layouts;
+            Folded<> layouts;
             for (const survey::Layout& layout : layouts_of(format)) {
                 const std::string said =
                     describe_layout(format, layout, profile.profile, profile.formats[i]);
@@ -257,6 +224,12 @@ private:
     const SurveyChoice& choice_;
     const Terminal& terminal_;
     std::ostream& stream_;
+    /// Those that were chosen.
+    std::vector<const SurveyedProfile*> profiles_;
+    /// Without a context.
+    std::vector<const SurveyedProfile*> lacking_;
+    /// By their places in the survey's table.
+    std::vector<std::size_t> formats_;
 };
 
 }  // namespace

@@ -5,6 +5,7 @@
 #include <chrono>
 #include <map>
 #include <sstream>
+#include <stdexcept>
 #include <vector>
 
 #include "process/child.h"
@@ -73,11 +74,16 @@ private:
             run_child({options_.self, kTimeTask, words, options_.limit,
                        [&](Stream stream, auto text) { return take(stream, text); }});
         const std::string failure = describe_failure(end, options_.limit);
+        const auto failureOr = [&](const char* otherwise) {
+            return "the process " + (failure.empty() ? otherwise : failure);
+        };
         // A crash or a hang takes its own time, not that of the others.
         if (inHand_) leave_out_since();
-        if (!hasBegun_) do_without("the renderer cannot be opened: " + opening_failure(failure));
-        if (!inHand_) return false;
-        return fail("the process " + (failure.empty() ? std::string("ended too early") : failure));
+        if (!hasBegun_) {
+            do_without("the renderer cannot be opened: " +
+                       (complaint_.empty() ? failureOr("has timed nothing") : complaint_));
+        }
+        return inHand_ && fail(inHand_, failureOr("ended too early"));
     }
 
     /// A renderer that cannot be opened any more after a crash leaves its earlier times.
@@ -85,18 +91,11 @@ private:
         const bool isFirst = std::none_of(
             times_.transfers.begin(), times_.transfers.end(),
             [](const auto& transfer) { return transfer.state == TimedState::kFailed; });
-        if (isFirst) throw TimeError(reason);
+        if (isFirst) throw std::runtime_error(reason);
         for (TransferTimes& transfer : times_.transfers) {
             const bool isOpen = transfer.state == TimedState::kNoTime;
-            inHand_ = &transfer;
-            if (isOpen && rounds_.count(inHand_) == 0) fail(reason);
+            if (isOpen && rounds_.count(&transfer) == 0) fail(&transfer, reason);
         }
-        inHand_ = nullptr;
-    }
-
-    std::string opening_failure(const std::string& failure) const {
-        if (!complaint_.empty()) return complaint_;
-        return "the process " + (failure.empty() ? std::string("has timed nothing") : failure);
     }
 
     /// True for a line of the child's own.
@@ -111,7 +110,7 @@ private:
         if (word == "begin") return begin(words);
         if (!inHand_) return false;
         if (word == "way") return take_round(words);
-        if (word == "failed") return fail(std::string(text.substr(7)));
+        if (word == "failed") return fail(inHand_, std::string(text.substr(7)));
         return word == "done" && take_visit();
     }
 
@@ -152,11 +151,10 @@ private:
         return true;
     }
 
-    /// The transfer in hand has no numbers then, not even earlier ones: no application should use
-    /// it.
-    bool fail(const std::string& reason) {
-        inHand_->state = TimedState::kFailed;
-        inHand_->reason = reason;
+    /// It has no numbers then, not even earlier ones: no application should use it.
+    bool fail(TransferTimes* transfer, const std::string& reason) {
+        transfer->state = TimedState::kFailed;
+        transfer->reason = reason;
         inHand_ = nullptr;
         return true;
     }

@@ -6,7 +6,6 @@
 #include <chrono>
 #include <functional>
 #include <set>
-#include <stdexcept>
 #include <string>
 
 #include "time/times.h"
@@ -26,14 +25,8 @@ struct TimeOptions {
     std::function<void(const Cell& cell, double seconds)> watch;
 };
 
-/// Nothing could be timed; the text is one line.
-class TimeError : public std::runtime_error {
-public:
-    using std::runtime_error::runtime_error;
-};
-
 /// The transfers of the set's formats. It touches no record. A stop signal ends it with what it
-/// has. Throws TimeError where the renderer cannot be opened.
+/// has. Throws std::runtime_error, one line, where the renderer cannot be opened.
 Times time_transfers(const RecordSet& set, const TimeOptions& options);
 
 }  // namespace texprobe::ctl

@@ -1,9 +1,9 @@
 #include "time/timed_child.h"
 
+#include <fmt/format.h>
 #include <measuring/offscreen_context.h>
 
 #include <algorithm>
-#include <array>
 #include <chrono>
 #include <cmath>
 #include <cstdint>
@@ -27,22 +27,19 @@ void report(const std::string& line) {
     std::fflush(stdout);
 }
 
-void report_step(std::size_t way, double seconds) {
-    std::array<char, 64> line;
-    std::snprintf(line.data(), line.size(), "way %zu %.9g", way, seconds);
-    report(line.data());
-}
-
 /// False where the driver cannot do it.
 bool time_one(const TimedTransfer& what, double seconds) {
     report("begin " + std::to_string(number_of(what.cell)));
     try {
         const StreamImages transfer = make_transfer(what);
-        const auto stream = [&](std::size_t way, std::size_t images) {
-            transfer(kWays[way].buffers, images);
-        };
-        time_ways(seconds, {stream, seconds_now, report_step});
-    } catch (const TransferError& error) {
+        time_ways(seconds, {[&](std::size_t way, std::size_t images) {
+                                transfer(kWays[way].buffers, images);
+                            },
+                            seconds_now,
+                            [](std::size_t way, double each) {
+                                report(fmt::format("way {} {:.9g}", way, each));
+                            }});
+    } catch (const std::runtime_error& error) {
         report(std::string("failed ") + error.what());
         return false;
     } catch (const std::bad_alloc&) {

@@ -3,7 +3,9 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <charconv>
 #include <cmath>
+#include <utility>
 
 #include "records/plain_text.h"
 
@@ -96,24 +98,36 @@ std::string describe_lack(const TransferTimes& transfer) {
 }
 
 TimesRow row_of(const Times& times, const TransferTimes& transfer) {
-    TimesRow row;
-    row.format = kFormats[transfer.what.cell.format].name;
-    row.transfer = kCapabilities[transfer.what.cell.capability].column;
-    row.speeds.fill("-");
+    const Cell& cell = transfer.what.cell;
+    const std::string format = kFormats[cell.format].name;
+    const std::string column = kCapabilities[cell.capability].column;
     const TimedWay* best = fastest_of(transfer);
-    if (!best) {
-        row.lack = describe_lack(transfer);
-        return row;
-    }
+    if (!best) return {format, column, {describe_lack(transfer)}};
+    std::vector<std::string> cells(kWayCount, "-");
     const TimedWay& winner = *fastest_there(times, transfer.what);
-    for (const TimedWay& timed : transfer.ways) row.speeds[timed.way] = show_speed(timed, winner);
+    for (const TimedWay& timed : transfer.ways) cells[timed.way] = show_speed(timed, winner);
     const bool hasFewRounds = best->rounds < kFewRounds;
-    row.gain = show_gain(transfer.ways, hasFewRounds);
-    row.fits = show_fit(best->seconds) + (hasFewRounds ? "?" : "");
-    return row;
+    cells.push_back(show_gain(transfer.ways, hasFewRounds));
+    cells.push_back(show_fit(best->seconds) + (hasFewRounds ? "?" : ""));
+    return {format, column, std::move(cells)};
 }
 
 }  // namespace
+
+std::string ImageSize::name() const {
+    return std::to_string(height) + (width == height ? "" : "p");
+}
+
+std::optional<ImageSize> parse_size(std::string_view text) {
+    for (const ImageSize& video : {ImageSize{1920, 1080}, ImageSize{3840, 2160}}) {
+        if (video.name() == text) return video;
+    }
+    int side = 0;
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), side);
+    if (error != std::errc() || end != text.data() + text.size()) return std::nullopt;
+    if (side < 4 || side > 4096 || side % 4 != 0) return std::nullopt;
+    return ImageSize{side, side};
+}
 
 Quartiles quartiles_of(std::vector<double> values) {
     std::sort(values.begin(), values.end());
@@ -124,15 +138,13 @@ Quartiles quartiles_of(std::vector<double> values) {
 std::vector<TimesTable> tables_of(const Times& times) {
     std::vector<TimesTable> tables;
     for (const TransferTimes& transfer : times.transfers) {
-        const auto isOfSize = [&](const TimesTable& table) {
-            return table.size == transfer.what.size;
-        };
-        auto table = std::find_if(tables.begin(), tables.end(), isOfSize);
+        const ImageSize& size = transfer.what.size;
+        auto table = std::find_if(tables.begin(), tables.end(),
+                                  [&](const TimesTable& each) { return each.size == size; });
         if (table == tables.end()) {
-            const ImageSize& size = transfer.what.size;
-            tables.push_back(
-                {size, fmt::format("Images of {} x {} per second", size.width, size.height), {}});
-            table = tables.end() - 1;
+            const auto caption =
+                fmt::format("Images of {} x {} per second", size.width, size.height);
+            table = tables.insert(table, {size, caption, {}});
         }
         table->rows.push_back(row_of(times, transfer));
     }

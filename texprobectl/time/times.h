@@ -1,17 +1,69 @@
-// Times: the transfers of one record set's formats, and how long each way took.
+// Times: the ways in which an application streams images, the sizes of the images, and how long
+// each way took.
 
 #ifndef TEXPROBECTL_TIME_TIMES_H
 #define TEXPROBECTL_TIME_TIMES_H
 
 #include <array>
+#include <cstddef>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "records/record_set.h"
-#include "time/ways.h"
 
 namespace texprobe::ctl {
+
+struct Way {
+    std::size_t buffers;
+    /// In documents.
+    const char* uploadName;
+    const char* downloadName;
+};
+
+inline constexpr std::size_t kWayCount = 3;
+inline constexpr std::array<Way, kWayCount> kWays = {
+    {{0, "no_buffer", "no_buffer"},
+     // Fresh: new storage for each image. Mapped as it is, one buffer of an upload would have to
+     // wait until the image before is used up; three need not, nor does a download.
+     {1, "one_fresh", "one_kept"},
+     {3, "three_kept", "three_kept"}}};
+inline constexpr std::size_t kNoBuffer = 0;
+inline constexpr std::size_t kMostBuffers = 3;
+
+inline bool is_upload(Capability transfer) {
+    return transfer == kUploadSet || transfer == kUploadReset;
+}
+inline const char* name_of(std::size_t way, Capability transfer) {
+    return is_upload(transfer) ? kWays[way].uploadName : kWays[way].downloadName;
+}
+
+struct ImageSize {
+    int width = 0;
+    int height = 0;
+
+    std::size_t pixels() const {
+        return static_cast<std::size_t>(width) * static_cast<std::size_t>(height);
+    }
+    /// "128", "1080p".
+    std::string name() const;
+    bool operator==(const ImageSize&) const = default;
+};
+
+/// 1080p, 2160p, or the side of a square: a multiple of 4, so that a row of every format ends where
+/// the next may begin; at most 4096, a quarter of a gigabyte an image.
+std::optional<ImageSize> parse_size(std::string_view text);
+
+/// One transfer of one format at one size.
+struct TimedTransfer {
+    Cell cell;
+    ImageSize size;
+
+    /// Of an image, in the layout that the verdicts are about.
+    std::size_t bytes() const { return size.pixels() * kFormats[cell.format].bytesPerPixel; }
+    bool operator==(const TimedTransfer&) const = default;
+};
 
 enum class TimedState {
     kTimed,
@@ -72,14 +124,10 @@ struct Times {
 struct TimesRow {
     std::string format;
     std::string transfer;
-    /// Images per second in each way, with a mark where one is due; "-" without a number.
-    std::array<std::string, kWayCount> speeds;
-    /// Of a buffer: "nothing", or how many times as fast the better way with one is.
-    std::string gain;
-    /// "yes", "no", or "~" where some rounds do and some do not.
-    std::string fits;
-    /// Why nothing was timed; empty where something was.
-    std::string lack;
+    /// Under kTimesColumns: images per second in each way, with a mark where one is due; "nothing",
+    /// or how many times as fast the better way with a buffer is; "yes", "no", or "~" where some
+    /// rounds do and some do not. Where nothing was timed, only why.
+    std::vector<std::string> cells;
 };
 struct TimesTable {
     ImageSize size;
@@ -90,9 +138,8 @@ struct TimesTable {
 /// One for each size, the smallest first.
 std::vector<TimesTable> tables_of(const Times& times);
 
-/// Above the last columns.
-inline constexpr const char* kTimesGain = "buffer gains";
-inline constexpr const char* kTimesFit = "60/s";
+inline constexpr std::array<const char*, kWayCount + 2> kTimesColumns = {
+    "no buffer", "one", "three", "buffer gains", "60/s"};
 /// The marks and the columns.
 inline constexpr const char* kTimesLegend =
     R"(set, reset: in, by a sub-image or a redefinition. get, read: out, from a texture

@@ -4,13 +4,14 @@
 
 #include <OpenGL/gl.h>
 #include <OpenGL/glext.h>
+#include <fmt/format.h>
 #include <measuring/pattern.h>
 #include <measuring/render_target.h>
 
 #include <array>
-#include <cstdio>
 #include <cstring>
 #include <memory>
+#include <stdexcept>
 #include <vector>
 
 namespace texprobe::ctl {
@@ -23,15 +24,13 @@ constexpr std::array<GLuint, kMostBuffers> kBuffers = {1, 2, 3};
 void check_for_errors(const char* where) {
     const GLenum error = glGetError();
     if (error == GL_NO_ERROR) return;
-    std::array<char, 64> text;
-    std::snprintf(text.data(), text.size(), "OpenGL reported 0x%04X %s", error, where);
     // A lost context reports errors for ever.
     for (int i = 0; i < 100 && glGetError() != GL_NO_ERROR;) ++i;
-    throw TransferError(text.data());
+    throw std::runtime_error(fmt::format("OpenGL reported 0x{:04X} {}", error, where));
 }
 
 void* mapped(void* mapping) {
-    if (!mapping) throw TransferError("a buffer cannot be mapped");
+    if (!mapping) throw std::runtime_error("a buffer cannot be mapped");
     return mapping;
 }
 
@@ -43,7 +42,7 @@ public:
         GLint most = 0;
         glGetIntegerv(GL_MAX_TEXTURE_SIZE, &most);
         if (what.size.width > most || what.size.height > most) {
-            throw TransferError("this driver's textures end at " + std::to_string(most));
+            throw std::runtime_error("this driver's textures end at " + std::to_string(most));
         }
         unsigned bytesPerPixel = 0;
         best_pixel_format(internalFormat_, &format_, &type_, &bytesPerPixel);
@@ -59,6 +58,7 @@ public:
         glBindBuffer(target_, 0);
     }
     virtual ~TextureStream() {
+        if (target_ == GL_PIXEL_PACK_BUFFER) glBindFramebufferEXT(GL_FRAMEBUFFER_EXT, 0);
         glDeleteBuffers(kMostBuffers, kBuffers.data());
         const std::array<GLuint, 2> textures = {kTestTexture, kTargetTexture};
         glDeleteTextures(static_cast<GLsizei>(textures.size()), textures.data());
@@ -147,14 +147,6 @@ private:
     }
 };
 
-class BoundFramebuffer {
-public:
-    BoundFramebuffer() { glBindFramebufferEXT(GL_FRAMEBUFFER_EXT, kFramebuffer); }
-    ~BoundFramebuffer() { glBindFramebufferEXT(GL_FRAMEBUFFER_EXT, 0); }
-    BoundFramebuffer(const BoundFramebuffer&) = delete;
-    BoundFramebuffer& operator=(const BoundFramebuffer&) = delete;
-};
-
 /// One point is drawn into the image before each, so that the driver cannot reuse an earlier one.
 /// The image is copied out of the mapped buffer: with one buffer at once, with three when the next
 /// two are on their way.
@@ -162,6 +154,7 @@ class Download : public TextureStream {
 public:
     explicit Download(const TimedTransfer& what) : TextureStream(what, GL_PIXEL_PACK_BUFFER) {
         define_texture(kTargetTexture, source_.data());
+        glBindFramebufferEXT(GL_FRAMEBUFFER_EXT, kFramebuffer);
         glFramebufferTexture2DEXT(GL_FRAMEBUFFER_EXT, GL_COLOR_ATTACHMENT0_EXT, GL_TEXTURE_2D,
                                   kTargetTexture, 0);
         glDrawBuffer(GL_COLOR_ATTACHMENT0_EXT);
@@ -169,7 +162,7 @@ public:
         glViewport(0, 0, what.size.width, what.size.height);
         glDisable(GL_TEXTURE_2D);
         if (glCheckFramebufferStatusEXT(GL_FRAMEBUFFER_EXT) != GL_FRAMEBUFFER_COMPLETE_EXT) {
-            throw TransferError("a render target of this size is not complete");
+            throw std::runtime_error("a render target of this size is not complete");
         }
         check_for_errors("for a render target and buffers of this size");
     }
@@ -203,8 +196,6 @@ private:
         std::memcpy(sink_.data(), mapped(glMapBuffer(GL_PIXEL_PACK_BUFFER, GL_READ_ONLY)), bytes());
         glUnmapBuffer(GL_PIXEL_PACK_BUFFER);
     }
-
-    const BoundFramebuffer framebuffer_;
 };
 
 }  // namespace

@@ -2,13 +2,12 @@
 
 #include <RecordStore/location.h>
 #include <RecordStore/user_home.h>
+#include <fmt/format.h>
 #include <sqlite3.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <array>
 #include <cerrno>
-#include <cstdio>
 #include <cstring>
 #include <memory>
 
@@ -19,9 +18,7 @@ namespace texprobe::ctl {
 namespace {
 
 std::string octal(mode_t mode) {
-    std::array<char, 8> text;
-    std::snprintf(text.data(), text.size(), "%04o", static_cast<unsigned>(mode & 07777U));
-    return text.data();
+    return fmt::format("{:04o}", mode & 07777U);
 }
 
 /// "good", or SQLite's own word.

@@ -1,4 +1,4 @@
-#include "page/rely.h"
+#include "page/sections.h"
 
 #include <fmt/format.h>
 
@@ -7,8 +7,7 @@
 #include <iterator>
 
 #include "records/plain_text.h"
-#include "text/folded.h"
-#include "text/text_matrix.h"
+#include "text/text_pieces.h"
 
 namespace texprobe::ctl {
 
@@ -19,7 +18,7 @@ using Holds = std::function<bool(const survey::Question&)>;
 constexpr const char* kAll = "everything";
 constexpr const char* kNothing = "nothing";
 
-void write_folded(const Folded& folded, PageSection* section) {
+void write_folded(const Folded<>& folded, PageSection* section) {
     const std::size_t all = survey::formats().size();
     std::vector<std::string> lines;
     for (const auto& [said, formats] : folded) {
@@ -45,19 +44,18 @@ void write_tool(const RecordSets& sets, PageSection* section) {
     RecordSets measured;
     std::copy_if(sets.begin(), sets.end(), std::back_inserter(measured), is_measured);
     if (measured.empty()) return;
-    Folded folded;
+    Folded<> folded;
     for (std::size_t format = 0; format < kFormatCount; ++format) {
         std::vector<std::string> gaps;
         bool isMarked = false;
-        for (std::size_t i = 0; i < kCapabilityCount; ++i) {
-            const Cell cell = {format, static_cast<Capability>(i)};
+        for (const Cell& cell : cells_of(format)) {
             const auto marked = [&](const RecordSet& set) { return set.is_of_test(cell); };
             isMarked |= std::any_of(measured.begin(), measured.end(), marked);
             const bool holds =
                 std::all_of(measured.begin(), measured.end(), [&](const RecordSet& set) {
                     return set.verdict(cell) == Verdict::kYes || marked(set);
                 });
-            if (!holds) gaps.emplace_back(kCapabilities[i].column);
+            if (!holds) gaps.emplace_back(kCapabilities[cell.capability].column);
         }
         fold(describe_gaps(gaps, kCapabilityCount),
              std::string(kFormats[format].name) + (isMarked ? "*" : ""), &folded);
@@ -71,7 +69,7 @@ std::string describe_gaps(const survey::Format& format, survey::Profile profile,
                           const Holds& holds) {
     std::vector<survey::Layout> layouts = layouts_of(format);
     layouts.insert(layouts.begin(), survey::Layout());
-    Folded folded;
+    Folded<> folded;
     std::size_t asked = 0;
     for (const survey::Use use : survey::kUses) {
         std::vector<std::string> missing;
@@ -101,7 +99,7 @@ void write_survey(const RecordSets& sets, survey::Profile profile, PageSection* 
         }
     }
     if (surveyed.empty()) return;
-    Folded folded;
+    Folded<> folded;
     for (std::size_t i = 0; i < survey::formats().size(); ++i) {
         const survey::Format& format = survey::formats()[i];
         const auto holds = [&](const survey::Question& question) {
@@ -159,6 +157,26 @@ PageSection rely_on(const RecordSets& sets) {
     for (const survey::Profile profile : survey::kProfiles) {
         write_survey(sets, profile, &section);
     }
+    return section;
+}
+
+PageSection times_section(const Times& times, std::size_t number) {
+    PageSection section("times" + std::to_string(number),
+                        "How fast: " + plain(times.renderer.value_or("an unknown renderer")));
+    section.paragraph(plain(times.glVersion.value_or("unknown driver") + ", " + times.id));
+    for (const TimesTable& each : tables_of(times)) {
+        PageTable table = {each.caption, {"format"}, {}};
+        table.columns.insert(table.columns.end(), kTimesColumns.begin(), kTimesColumns.end());
+        for (const TimesRow& row : each.rows) {
+            std::vector<PageCell> cells;
+            for (const std::string& cell : row.cells) {
+                cells.push_back({{row.cells.size() == 1 ? "quiet" : "", cell}});
+            }
+            table.rows.emplace_back(row.format + ' ' + row.transfer, std::move(cells));
+        }
+        section.table(table);
+    }
+    section.paragraph(kTimesLegend);
     return section;
 }
 
