@@ -14,9 +14,11 @@
 
 namespace texprobe::ctl {
 
+class Merged;
 struct Times;
 
 inline constexpr const char* kRecordsSchema = "texprobe-records";
+inline constexpr const char* kMergedSchema = "texprobe-merged";
 
 /// All sets of these files; "-" is standard input. Throws DocumentError.
 RecordSets read_documents(const std::vector<std::string>& files);
@@ -38,15 +40,29 @@ public:
     const std::string& text(const Json& object, const char* name) const;
     std::optional<std::string> text_or_null(const Json& object, const char* name) const;
     bool boolean(const Json& object, const char* name) const;
-    std::int64_t integer(const Json& object, const char* name, std::int64_t least,
-                         std::int64_t most) const;
-    std::uint64_t count(const Json& object, const char* name, std::uint64_t least,
-                        std::uint64_t most) const;
+    /// Of the type of `most`.
+    template <class Number>
+    Number integer(const Json& object, const char* name, std::int64_t least, Number most) const {
+        return static_cast<Number>(
+            whole_number(object, name, least, static_cast<std::int64_t>(most)));
+    }
     const Json& array(const Json& object, const char* name) const;
+    /// What `find` has for a text; where it has nothing, fails with the complaint.
+    template <class Find>
+    auto known(const Json& object, const char* name, Find find, const char* complaint) const {
+        const auto found = find(text(object, name));
+        if (!found) refuse(object, name, complaint);
+        return *found;
+    }
+    /// Fails at a text, which the complaint has for {0}, and the member's name for {1}.
+    [[noreturn]] void refuse(const Json& object, const char* name, const char* complaint) const;
     /// The sixteen formats in the tool's order.
     const Json& formats(const Json& object) const;
 
 private:
+    std::int64_t whole_number(const Json& object, const char* name, std::int64_t least,
+                              std::int64_t most) const;
+
     const std::string file_;
     const std::string path_;
     const Json& element_;
@@ -66,6 +82,19 @@ struct DocumentKind {
 std::size_t read_document(const std::string& file, const std::vector<DocumentKind>& kinds);
 
 RecordSet read_set(const Json& value, const Expect& expect);
+
+/// The member "survey" of a record set; empty where it has none.
+Json describe_survey(const Survey& survey);
+Survey read_survey(const Json& set, const Expect& expect);
+
+/// The member "profile".
+survey::Profile read_profile_name(const Json& object, const Expect& expect);
+
+/// Adds one driver's counts. Throws DocumentError for counts that no sets can have.
+void read_merged(const Json& value, const Expect& expect, Merged* merged);
+
+/// Adds what is said of some machines as a whole.
+void read_state(const Json& value, const Expect& expect, Merged* merged);
 
 /// Adds the transfers of a file to those of their record sets, and returns how many there were.
 /// Throws DocumentError.

@@ -9,7 +9,6 @@
 #include <iostream>
 
 #include "documents/document.h"
-#include "documents/survey_document.h"
 #include "records/software.h"
 
 namespace texprobe::ctl {
@@ -17,41 +16,27 @@ namespace texprobe::ctl {
 namespace {
 
 Verdict read_verdict(const Json& format, const char* name, const Expect& expect) {
-    const std::string& text = expect.text(format, name);
-    if (const auto verdict = find_name(kVerdictNames, text)) return static_cast<Verdict>(*verdict);
-    expect.fail(
-        expect.member(format, name),
-        fmt::format("\"{}\" is {}; expected yes, no, unmeasured, not_applicable, crashed or "
-                    "hung",
-                    name, in_quotes(text)));
+    return static_cast<Verdict>(expect.known(
+        format, name, [](const auto& text) { return find_name(kVerdictNames, text); },
+        "\"{1}\" is {0}; expected yes, no, unmeasured, not_applicable, crashed or hung"));
 }
 
 Detail read_detail(const Json& value, const Expect& expect) {
-    const std::string& name = expect.text(value, "name");
-    const auto format = format_named(name);
-    if (!format) {
-        expect.fail(expect.member(value, "name"),
-                    in_quotes(name) + " is none of the sixteen formats");
-    }
-    const std::string& member = expect.text(value, "capability");
-    const auto capability = capability_named(member);
-    if (!capability) {
-        expect.fail(expect.member(value, "capability"),
-                    in_quotes(member) + " is none of the six capabilities");
-    }
     Detail detail;
-    detail.cell = {*format, *capability};
+    detail.cell = {
+        expect.known(value, "name", format_named, "{0} is none of the sixteen formats"),
+        expect.known(value, "capability", capability_named, "{0} is none of the six capabilities")};
     if (value.contains("signal")) {
         detail.cause = Crashed{expect.text(value, "signal")};
     } else if (value.contains("exit_status")) {
-        detail.cause = Exited{static_cast<int>(expect.integer(value, "exit_status", 0, 255))};
+        detail.cause = Exited{expect.integer(value, "exit_status", 0, 255)};
     } else if (value.contains("of_test")) {
         if (!expect.boolean(value, "of_test")) {
             expect.fail(expect.member(value, "of_test"), "\"of_test\" must be true");
         }
         detail.cause = Seen{Seen::Whose::kTest};
     } else {
-        detail.cause = Hung{static_cast<int>(expect.integer(value, "seconds", 0, INT32_MAX))};
+        detail.cause = Hung{expect.integer(value, "seconds", 0, INT32_MAX)};
     }
     return detail;
 }
@@ -64,7 +49,7 @@ std::optional<double> read_version(const Json& set, const Expect& expect) {
 }
 
 /// None for a number that is not whole, or too large.
-std::optional<std::int64_t> whole_number(const Json& value) {
+std::optional<std::int64_t> number_in(const Json& value) {
     const bool isWhole = value.is_number_integer() &&
                          !(value.is_number_unsigned() && value.get<std::uint64_t>() > INT64_MAX);
     return isWhole ? std::optional(value.get<std::int64_t>()) : std::nullopt;
@@ -133,7 +118,7 @@ private:
     }
 
     void take_version(const Json& value) {
-        const auto number = whole_number(value);
+        const auto number = number_in(value);
         if (!number || *number < 1) fail("schema_version: \"schema_version\" must be a number");
         if (*number > kSchemaVersion) {
             fail(
@@ -205,20 +190,19 @@ bool Expect::boolean(const Json& object, const char* name) const {
     return value.get<bool>();
 }
 
-std::int64_t Expect::integer(const Json& object, const char* name, std::int64_t least,
-                             std::int64_t most) const {
+std::int64_t Expect::whole_number(const Json& object, const char* name, std::int64_t least,
+                                  std::int64_t most) const {
     const Json& value = member(object, name);
-    const auto integer = whole_number(value);
-    if (!integer || *integer < least || *integer > most) {
+    const auto number = number_in(value);
+    if (!number || *number < least || *number > most) {
         fail(value, fmt::format("\"{}\" must be a whole number from {} to {}", name, least, most));
     }
-    return *integer;
+    return *number;
 }
 
-std::uint64_t Expect::count(const Json& object, const char* name, std::uint64_t least,
-                            std::uint64_t most) const {
-    return static_cast<std::uint64_t>(
-        integer(object, name, static_cast<std::int64_t>(least), static_cast<std::int64_t>(most)));
+void Expect::refuse(const Json& object, const char* name, const char* complaint) const {
+    fail(member(object, name),
+         fmt::format(fmt::runtime(complaint), in_quotes(text(object, name)), name));
 }
 
 const Json& Expect::array(const Json& object, const char* name) const {
@@ -230,14 +214,12 @@ const Json& Expect::array(const Json& object, const char* name) const {
 const Json& Expect::formats(const Json& object) const {
     const Json& formats = array(object, "formats");
     if (formats.size() != kFormatCount) {
-        fail(formats,
-             "\"formats\" has " + std::to_string(formats.size()) + " elements; expected sixteen");
+        fail(formats, fmt::format("\"formats\" has {} elements; expected sixteen", formats.size()));
     }
     for (std::size_t i = 0; i < kFormatCount; ++i) {
-        if (text(formats[i], "name") != kFormats[i].name) {
-            fail(member(formats[i], "name"), "expected " + in_quotes(kFormats[i].name) +
-                                                 ": the formats are in the tool's order");
-        }
+        if (text(formats[i], "name") == kFormats[i].name) continue;
+        fail(member(formats[i], "name"),
+             fmt::format("expected \"{}\": the formats are in the tool's order", kFormats[i].name));
     }
     return formats;
 }
@@ -251,14 +233,11 @@ bool read_software(const Json& value, const std::optional<std::string>& renderer
 RecordSet read_set(const Json& value, const Expect& expect) {
     RecordSet set;
     set.id = expect.text(value, "id");
-    const auto identity = parse_id(set.id);
-    if (!identity) {
-        expect.fail(expect.member(value, "id"),
-                    in_quotes(set.id) + " is no record set's identifier");
-    }
+    const SetIdentity identity =
+        expect.known(value, "id", parse_id, "{0} is no record set's identifier");
     set.rendererID = expect.text(value, "renderer_id");
     set.systemBuild = expect.text(value, "system_build");
-    if (set.rendererID != identity->rendererID || set.systemBuild != identity->systemBuild) {
+    if (set.rendererID != identity.rendererID || set.systemBuild != identity.systemBuild) {
         expect.fail(value, "\"renderer_id\" and \"system_build\" must be those of \"id\"");
     }
     set.version = read_version(value, expect);

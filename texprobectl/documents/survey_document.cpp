@@ -1,9 +1,9 @@
-#include "documents/survey_document.h"
-
 #include <fmt/format.h>
 #include <table/record_keys.h>
 
 #include <algorithm>
+
+#include "documents/document.h"
 
 namespace texprobe::ctl {
 
@@ -11,8 +11,6 @@ namespace {
 
 /// Of the member; it rises when a reader would misunderstand what has changed.
 constexpr int kSurveyVersion = 1;
-
-constexpr const char* kIndent = "            ";
 
 /// The verdicts in one layout, or without one. Adds none where nothing is asked.
 void add_verdicts(const survey::Format& format, const survey::Layout& layout,
@@ -52,9 +50,12 @@ Json detail_of(const survey::Format& format, const survey::Question& question,
     return detail;
 }
 
-void write_profile(const SurveyedProfile& profile, std::ostream& output) {
-    std::vector<Json> formats;
-    std::vector<Json> details;
+Json describe_profile(const SurveyedProfile& profile) {
+    Json object = {{"profile", name_of(profile.profile)},
+                   {"gl_version", text_or_null(profile.glVersion)}};
+    if (!profile.lack.empty()) object["context"] = profile.lack;
+    Json formats = Json::array();
+    Json details = Json::array();
     for (std::size_t i = 0; i < profile.formats.size() && profile.lack.empty(); ++i) {
         const survey::Format& format = survey::formats()[i];
         formats.push_back(describe(format, profile.profile, profile.formats[i]));
@@ -63,22 +64,14 @@ void write_profile(const SurveyedProfile& profile, std::ostream& output) {
             details.push_back(detail_of(format, question, judged.text));
         }
     }
-    output << "\n          {\n"
-           << kIndent << "\"profile\": \"" << name_of(profile.profile) << "\",\n";
-    output << kIndent << "\"gl_version\": " << line_of(text_or_null(profile.glVersion)) << ",\n";
-    if (!profile.lack.empty()) output << kIndent << "\"context\": \"" << profile.lack << "\",\n";
-    write_lines("formats", formats, kIndent, output);
-    output << ",\n";
-    write_lines("details", details, kIndent, output);
-    output << "\n          }";
+    object["formats"] = std::move(formats);
+    object["details"] = std::move(details);
+    return object;
 }
 
 const survey::Format& read_format(const Json& object, const Expect& expect) {
-    const std::string& name = expect.text(object, "name");
-    const survey::Format* const format = survey::find_format(name);
-    if (!format) {
-        expect.fail(expect.member(object, "name"), in_quotes(name) + " is no format of the survey");
-    }
+    const survey::Format* const format = survey::find_format(expect.text(object, "name"));
+    if (!format) expect.refuse(object, "name", "{0} is no format of the survey");
     return *format;
 }
 
@@ -87,10 +80,7 @@ survey::Layout read_layout(const Json& object, const Expect& expect) {
     if (!object.contains("format") && !object.contains("type")) return {};
     const std::string& format = expect.text(object, "format");
     const auto layout = survey::find_layout(format, expect.text(object, "type"));
-    if (!layout) {
-        expect.fail(expect.member(object, "format"),
-                    in_quotes(format) + " and \"type\" are no layout of the survey");
-    }
+    if (!layout) expect.refuse(object, "format", "{0} and \"type\" are no layout of the survey");
     return *layout;
 }
 
@@ -110,10 +100,9 @@ void read_verdicts(const Json& object, const survey::Format& format, const surve
         if (verdict) {
             record->uses[question] = {*verdict, ""};
         } else if (name != kUnmeasuredUse) {
-            expect.fail(expect.member(object, member),
-                        fmt::format("\"{}\" is {}; expected yes, refused, wrong, not_offered, "
-                                    "not_applicable, crashed, hung, unknown or unmeasured",
-                                    member, in_quotes(name)));
+            expect.refuse(object, member,
+                          "\"{1}\" is {0}; expected yes, refused, wrong, not_offered, "
+                          "not_applicable, crashed, hung, unknown or unmeasured");
         }
     }
 }
@@ -195,20 +184,11 @@ survey::Profile read_profile_name(const Json& object, const Expect& expect) {
     for (const survey::Profile profile : survey::kProfiles) {
         if (name == name_of(profile)) return profile;
     }
-    expect.fail(expect.member(object, "profile"),
-                in_quotes(name) + " is no profile; expected compatibility, core or es");
+    expect.refuse(object, "profile", "{0} is no profile; expected compatibility, core or es");
 }
 
-void write_survey(const Survey& survey, std::ostream& output) {
-    output << ",\n      \"survey\": {\n        \"version\": " << kSurveyVersion
-           << ",\n        \"profiles\": [";
-    const char* between = "";
-    for (const SurveyedProfile& profile : survey) {
-        output << between;
-        between = ",";
-        write_profile(profile, output);
-    }
-    output << "\n        ]\n      }";
+Json describe_survey(const Survey& survey) {
+    return {{"version", kSurveyVersion}, {"profiles", list_of(survey, describe_profile)}};
 }
 
 Survey read_survey(const Json& set, const Expect& expect) {

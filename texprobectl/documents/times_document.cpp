@@ -25,33 +25,22 @@ Json way_of(const TransferTimes& transfer, const TimedWay& timed) {
 /// Each says of which record set it is, so that the documents of several can be put together.
 Json transfer_of(const Times& times, const TransferTimes& transfer) {
     const TimedTransfer& what = transfer.what;
-    Json object = {{"id", times.id},
-                   {"renderer", text_or_null(times.renderer)},
-                   {"gl_version", text_or_null(times.glVersion)},
-                   {"name", kFormats[what.cell.format].name},
-                   {"internal_format", kFormats[what.cell.format].internalFormat},
-                   {"transfer", kCapabilities[what.cell.capability].member},
-                   {"width", what.size.width},
-                   {"height", what.size.height},
-                   {"state", name_of(transfer.state)},
-                   {"reason", transfer.reason},
-                   {"image_bytes", transfer.bytes},
-                   {"ways", Json::array()}};
-    for (const TimedWay& timed : transfer.ways) object["ways"].push_back(way_of(transfer, timed));
-    return object;
+    return {{"id", times.id},
+            {"renderer", text_or_null(times.renderer)},
+            {"gl_version", text_or_null(times.glVersion)},
+            {"name", kFormats[what.cell.format].name},
+            {"internal_format", kFormats[what.cell.format].internalFormat},
+            {"transfer", kCapabilities[what.cell.capability].member},
+            {"width", what.size.width},
+            {"height", what.size.height},
+            {"state", name_of(transfer.state)},
+            {"reason", transfer.reason},
+            {"image_bytes", transfer.bytes},
+            {"ways", list_of(transfer.ways,
+                             [&](const TimedWay& timed) { return way_of(transfer, timed); })}};
 }
 
-/// The value that `find` has for a text; fails at the member where it has none.
-template <class Find>
-auto read_name(const Json& object, const char* member, Find find, const Expect& expect) {
-    const std::string& text = expect.text(object, member);
-    const auto found = find(text);
-    if (!found) {
-        expect.fail(expect.member(object, member), '"' + std::string(member) + "\" is " +
-                                                       in_quotes(text) + ", which is not known");
-    }
-    return *found;
-}
+constexpr const char* kNotKnown = "\"{1}\" is {0}, which is not known";
 
 std::optional<Capability> find_transfer(const std::string& member) {
     const auto capability = capability_named(member);
@@ -80,13 +69,13 @@ std::optional<std::string> find_way_name(const std::string& name) {
 
 /// None for a way that older versions timed.
 std::optional<TimedWay> read_way(const Json& value, Capability transfer, const Expect& expect) {
-    const std::string name = read_name(value, "way", find_way_name, expect);
+    const std::string name = expect.known(value, "way", find_way_name, kNotKnown);
     std::size_t way = 0;
     while (way < kWayCount && name != name_of(way, transfer)) ++way;
     if (way == kWayCount) return std::nullopt;
     TimedWay timed;
     timed.way = way;
-    timed.rounds = static_cast<int>(expect.integer(value, "rounds", 1, INT32_MAX));
+    timed.rounds = expect.integer(value, "rounds", 1, INT32_MAX);
     timed.seconds = {read_seconds(value, "lower_seconds", expect),
                      read_seconds(value, "median_seconds", expect),
                      read_seconds(value, "upper_seconds", expect)};
@@ -98,13 +87,13 @@ std::optional<TimedWay> read_way(const Json& value, Capability transfer, const E
 
 TransferTimes read_transfer(const Json& value, const Expect& expect) {
     TransferTimes transfer;
-    transfer.what.cell.format = read_name(value, "name", format_named, expect);
-    transfer.what.cell.capability = read_name(value, "transfer", find_transfer, expect);
-    transfer.what.size = {static_cast<int>(expect.integer(value, "width", 1, 1 << 20)),
-                          static_cast<int>(expect.integer(value, "height", 1, 1 << 20))};
-    transfer.state = static_cast<TimedState>(read_name(
+    transfer.what.cell.format = expect.known(value, "name", format_named, kNotKnown);
+    transfer.what.cell.capability = expect.known(value, "transfer", find_transfer, kNotKnown);
+    transfer.what.size = {expect.integer(value, "width", 1, 1 << 20),
+                          expect.integer(value, "height", 1, 1 << 20)};
+    transfer.state = static_cast<TimedState>(expect.known(
         value, "state", [](const auto& name) { return find_name(kTimedStateNames, name); },
-        expect));
+        kNotKnown));
     transfer.reason = expect.text(value, "reason");
     transfer.bytes =
         static_cast<std::size_t>(expect.integer(value, "image_bytes", 0, std::int64_t{1} << 40));
@@ -123,12 +112,11 @@ TransferTimes read_transfer(const Json& value, const Expect& expect) {
 }  // namespace
 
 void write_times_json(const Times& times, std::ostream& output) {
-    begin_lines(kTimesSchema, output);
-    std::vector<Json> transfers;
-    transfers.reserve(times.transfers.size());
-    for (const TransferTimes& each : times.transfers) transfers.push_back(transfer_of(times, each));
-    write_lines("transfers", transfers, "  ", output);
-    output << "\n}\n";
+    Json document = begin_document(kTimesSchema);
+    document["transfers"] = list_of(times.transfers, [&](const TransferTimes& transfer) {
+        return transfer_of(times, transfer);
+    });
+    output << lines_of(document, "\n") << '\n';
 }
 
 std::size_t read_times(const std::string& file, std::vector<Times>* all) {
