@@ -186,26 +186,25 @@ Merged merge_files(const std::vector<MachineFile>& files, LeftOut* leftOut) {
     std::set<std::string> withoutRecords;
     bool isMachine = true;
     bool isRepeated = false;
-    const auto checkSum = [&](const Json& value, const Expect& expect) {
+    const auto checkSum = [&](const Element& value) {
         if (merged.sets() <= kMostSets) return;
-        expect.fail(value, "with this, more than " + std::to_string(kMostSets) + " record sets");
+        value.fail("with this, more than " + std::to_string(kMostSets) + " record sets");
     };
     const std::vector<DocumentKind> kinds = {
         {kRecordsSchema, "record_sets",
-         [&](const Json& value, const Expect& expect) {
-             const RecordSet set = read_set(value, expect);
+         [&](const Element& value) {
+             const RecordSet set = read_set(value);
              if (isRepeated) return;
              merged.add(set);
-             checkSum(value, expect);
+             checkSum(value);
          }},
         {kMergedSchema, "drivers",
-         [&](const Json& value, const Expect& expect) {
+         [&](const Element& value) {
              isMachine = false;
-             read_merged(value, expect, &merged);
-             checkSum(value, expect);
+             read_merged(value, &merged);
+             checkSum(value);
          },
-         "states",
-         [&](const Json& value, const Expect& expect) { read_state(value, expect, &merged); }}};
+         "states", [&](const Element& value) { read_state(value, &merged); }}};
     for (const MachineFile& each : files) {
         isMachine = true;
         isRepeated = machines.count(each.machine) != 0;

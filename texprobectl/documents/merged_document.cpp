@@ -90,60 +90,58 @@ Json describe_driver(const std::pair<const Driver, Counted>& entry) {
             {"survey_failures", survey_failures_of(counted.survey)}};
 }
 
-std::vector<std::string> read_names(const Json& value, const Expect& expect) {
+std::vector<std::string> read_names(const Element& value) {
     std::vector<std::string> names;
-    for (const Json& name : expect.array(value, "machines")) {
-        if (!name.is_string()) expect.fail(name, "a machine's name must be a text");
-        names.push_back(name.get<std::string>());
+    for (const Element& name : value.list("machines")) {
+        if (!name.json().is_string()) name.fail("a machine's name must be a text");
+        names.push_back(name.json().get<std::string>());
     }
     return names;
 }
 
 /// In documents of older versions there are none.
-void read_failures(const Json& value, const Expect& expect, Counted* counted) {
+void read_failures(const Element& value, Counted* counted) {
     if (!value.contains("failures")) return;
-    for (const Json& each : expect.array(value, "failures")) {
-        const auto format = format_named(expect.text(each, "name"));
-        const auto capability = capability_named(expect.text(each, "capability"));
-        const std::string& name = expect.text(each, "verdict");
+    for (const Element& each : value.list("failures")) {
+        const auto format = format_named(each.text("name"));
+        const auto capability = capability_named(each.text("capability"));
+        const std::string& name = each.text("verdict");
         for (const Verdict verdict : kFailures) {
             if (!format || !capability || name != name_of(verdict)) continue;
             const Cell cell = {*format, *capability};
             counted->failures[{cell, verdict}].add(
-                expect.integer(each, "machine_count", 1, counted->count(cell, verdict)),
-                read_names(each, expect));
+                each.integer("machine_count", 1, counted->count(cell, verdict)), read_names(each));
         }
     }
 }
 
 /// In documents of older versions there is none.
-SurveyCounts read_survey_counts(const Json& value, const Expect& expect) {
+SurveyCounts read_survey_counts(const Element& value) {
     SurveyCounts counts;
     if (!value.contains("surveyed")) return counts;
-    counts.sets = expect.integer(value, "surveyed", 0, kMostSets);
-    for (const Json& each : expect.array(value, "survey_failures")) {
-        const SurveyFailure failure = {read_profile_name(each, expect),
-                                       expect.text_or_null(each, "name").value_or(""),
-                                       expect.text(each, "use"), expect.text(each, "verdict")};
-        counts.failures[failure] += expect.integer(each, "sets", 1, counts.sets);
+    counts.sets = value.integer("surveyed", 0, kMostSets);
+    for (const Element& each : value.list("survey_failures")) {
+        const SurveyFailure failure = {read_profile_name(each),
+                                       each.text_or_null("name").value_or(""), each.text("use"),
+                                       each.text("verdict")};
+        counts.failures[failure] += each.integer("sets", 1, counts.sets);
     }
     return counts;
 }
 
-void read_counts(const Json& format, const Cell& cell, Counted* counted, const Expect& expect) {
+void read_counts(const Element& format, const Cell& cell, Counted* counted) {
     const char* const name = kCapabilities[cell.capability].member;
-    const Json& value = expect.member(format, name);
+    const Element value = format.member(name);
     Count sum = 0;
     for (std::size_t i = 0; i < kVerdictCount; ++i) {
-        sum += counted->cells[cell][i] = expect.integer(value, kVerdictNames[i], 0, kMostSets);
+        sum += counted->cells[cell][i] = value.integer(kVerdictNames[i], 0, kMostSets);
     }
     if (sum != counted->sets) {
-        expect.fail(value,
-                    fmt::format("\"{}\" counts {} sets; expected {}", name, sum, counted->sets));
+        value.fail(fmt::format("\"{}\" counts {} sets; expected {}", name, sum, counted->sets));
     }
     if (!value.contains(kNoesOfTest)) return;
     const Count noes = counted->count(cell, Verdict::kNo);
-    counted->ofTest[cell] = expect.integer(value, kNoesOfTest, 0, noes);
+    counted->ofTest[cell] = value.integer(kNoesOfTest, 0, noes);
 }
 
 }  // namespace
@@ -158,31 +156,28 @@ void write_merged_json(const Merged& merged, std::ostream& output) {
     write_lines(members, "drivers", merged.drivers(), describe_driver, output);
 }
 
-void read_merged(const Json& value, const Expect& expect, Merged* merged) {
-    const Driver driver{expect.text(value, "renderer_id"), expect.text(value, "system_build"),
-                        expect.text_or_null(value, "vendor"),
-                        expect.text_or_null(value, "gl_version"),
-                        expect.text_or_null(value, "renderer")};
+void read_merged(const Element& value, Merged* merged) {
+    const Driver driver{value.text("renderer_id"), value.text("system_build"),
+                        value.text_or_null("vendor"), value.text_or_null("gl_version"),
+                        value.text_or_null("renderer")};
     Counted counted;
-    counted.survey = read_survey_counts(value, expect);
-    counted.sets = expect.integer(value, "sets", counted.survey.sets > 0 ? 0 : 1, kMostSets);
-    counted.complete = expect.integer(value, "complete", 0, counted.sets);
-    const Json& formats = expect.formats(value);
-    for_each_cell(
-        [&](const Cell& cell) { read_counts(formats[cell.format], cell, &counted, expect); });
-    counted.isSoftware = read_software(value, driver.renderer, expect);
-    read_failures(value, expect, &counted);
+    counted.survey = read_survey_counts(value);
+    counted.sets = value.integer("sets", counted.survey.sets > 0 ? 0 : 1, kMostSets);
+    counted.complete = value.integer("complete", 0, counted.sets);
+    const std::vector<Element> formats = value.formats();
+    for_each_cell([&](const Cell& cell) { read_counts(formats[cell.format], cell, &counted); });
+    counted.isSoftware = read_software(value, driver.renderer);
+    read_failures(value, &counted);
     merged->add(driver, counted);
 }
 
-void read_state(const Json& value, const Expect& expect, Merged* merged) {
-    const auto kind = find_name(kStateNames, expect.text(value, "state"));
+void read_state(const Element& value, Merged* merged) {
+    const auto kind = find_name(kStateNames, value.text("state"));
     // A newer version may know more of them.
     if (!kind) return;
     MachineState state{static_cast<MachineState::Kind>(*kind), {}};
-    if (state.kind == MachineState::kSoftware) state.renderer = expect.text(value, "renderer");
-    merged->add(state, expect.integer(value, "machine_count", 1, kMostSets),
-                read_names(value, expect));
+    if (state.kind == MachineState::kSoftware) state.renderer = value.text("renderer");
+    merged->add(state, value.integer("machine_count", 1, kMostSets), read_names(value));
 }
 
 }  // namespace texprobe::ctl

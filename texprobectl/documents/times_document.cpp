@@ -47,13 +47,12 @@ std::optional<Capability> find_transfer(const std::string& member) {
     return capability && *capability >= kUploadSet ? capability : std::nullopt;
 }
 
-double read_seconds(const Json& object, const char* member, const Expect& expect) {
-    const Json& value = expect.member(object, member);
-    const double seconds = value.is_number() ? value.get<double>() : -1.0;
+double read_seconds(const Element& object, const char* member) {
+    const Element value = object.member(member);
+    const double seconds = value.json().is_number() ? value.json().get<double>() : -1.0;
     // No clock measures less, and a speed must not be infinite.
     if (!(seconds >= 1e-12 && seconds < 1e9)) {
-        expect.fail(value,
-                    '"' + std::string(member) + "\" must be a number of seconds from 1e-12 to 1e9");
+        value.fail('"' + std::string(member) + "\" must be a number of seconds from 1e-12 to 1e9");
     }
     return seconds;
 }
@@ -68,43 +67,39 @@ std::optional<std::string> find_way_name(const std::string& name) {
 }
 
 /// None for a way that older versions timed.
-std::optional<TimedWay> read_way(const Json& value, Capability transfer, const Expect& expect) {
-    const std::string name = expect.known(value, "way", find_way_name, kNotKnown);
+std::optional<TimedWay> read_way(const Element& value, Capability transfer) {
+    const std::string name = value.known("way", find_way_name, kNotKnown);
     std::size_t way = 0;
     while (way < kWayCount && name != name_of(way, transfer)) ++way;
     if (way == kWayCount) return std::nullopt;
     TimedWay timed;
     timed.way = way;
-    timed.rounds = expect.integer(value, "rounds", 1, INT32_MAX);
-    timed.seconds = {read_seconds(value, "lower_seconds", expect),
-                     read_seconds(value, "median_seconds", expect),
-                     read_seconds(value, "upper_seconds", expect)};
+    timed.rounds = value.integer("rounds", 1, INT32_MAX);
+    timed.seconds = {read_seconds(value, "lower_seconds"), read_seconds(value, "median_seconds"),
+                     read_seconds(value, "upper_seconds")};
     if (timed.seconds.lower > timed.seconds.median || timed.seconds.median > timed.seconds.upper) {
-        expect.fail(value, "the lower, median and upper seconds must be in this order");
+        value.fail("the lower, median and upper seconds must be in this order");
     }
     return timed;
 }
 
-TransferTimes read_transfer(const Json& value, const Expect& expect) {
+TransferTimes read_transfer(const Element& value) {
     TransferTimes transfer;
-    transfer.what.cell.format = expect.known(value, "name", format_named, kNotKnown);
-    transfer.what.cell.capability = expect.known(value, "transfer", find_transfer, kNotKnown);
-    transfer.what.size = {expect.integer(value, "width", 1, 1 << 20),
-                          expect.integer(value, "height", 1, 1 << 20)};
-    transfer.state = static_cast<TimedState>(expect.known(
-        value, "state", [](const auto& name) { return find_name(kTimedStateNames, name); },
-        kNotKnown));
-    transfer.reason = expect.text(value, "reason");
+    transfer.what.cell.format = value.known("name", format_named, kNotKnown);
+    transfer.what.cell.capability = value.known("transfer", find_transfer, kNotKnown);
+    transfer.what.size = {value.integer("width", 1, 1 << 20), value.integer("height", 1, 1 << 20)};
+    transfer.state = static_cast<TimedState>(value.known(
+        "state", [](const auto& name) { return find_name(kTimedStateNames, name); }, kNotKnown));
+    transfer.reason = value.text("reason");
     transfer.bytes =
-        static_cast<std::size_t>(expect.integer(value, "image_bytes", 0, std::int64_t{1} << 40));
-    for (const Json& way : expect.array(value, "ways")) {
-        if (const auto timed = read_way(way, transfer.what.cell.capability, expect)) {
+        static_cast<std::size_t>(value.integer("image_bytes", 0, std::int64_t{1} << 40));
+    for (const Element& way : value.list("ways")) {
+        if (const auto timed = read_way(way, transfer.what.cell.capability)) {
             transfer.ways.push_back(*timed);
         }
     }
     if (transfer.bytes == 0 && !transfer.ways.empty()) {
-        expect.fail(expect.member(value, "image_bytes"),
-                    "\"image_bytes\" is 0, and an image was timed");
+        value.member("image_bytes").fail("\"image_bytes\" is 0, and an image was timed");
     }
     return transfer;
 }
@@ -120,18 +115,16 @@ void write_times_json(const Times& times, std::ostream& output) {
 }
 
 std::size_t read_times(const std::string& file, std::vector<Times>* all) {
-    const auto read = [&](const Json& value, const Expect& expect) {
-        const std::string& id = expect.text(value, "id");
+    const auto read = [&](const Element& value) {
+        const std::string& id = value.text("id");
         auto found = std::find_if(all->begin(), all->end(),
                                   [&](const Times& times) { return times.id == id; });
         if (found == all->end()) {
-            all->push_back({id,
-                            expect.text_or_null(value, "renderer"),
-                            expect.text_or_null(value, "gl_version"),
-                            {}});
+            all->push_back(
+                {id, value.text_or_null("renderer"), value.text_or_null("gl_version"), {}});
             found = all->end() - 1;
         }
-        found->transfers.push_back(read_transfer(value, expect));
+        found->transfers.push_back(read_transfer(value));
     };
     return read_document(file, {{kTimesSchema, "transfers", read}});
 }
