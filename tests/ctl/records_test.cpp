@@ -239,9 +239,9 @@ TEST_F(Records, of_other_builds_and_renderers_are_outdated) {
 
 TEST_F(Records, that_are_foreign_are_left_alone) {
     folder_.prepare(SCRIPTED_TOOL, complete_set(kOld, "1.0") +
-                                       "set org.example.other KEY text value\nsync "
-                                       "org.example.other\nset org.texprobe.texprobe2.NOID.x KEY "
-                                       "true\nsync org.texprobe.texprobe2.NOID.x\n");
+                                       complete_set(kIDPrefix + "NOID.x", "1.0") +
+                                       "set org.example.other KEY text value\n"
+                                       "sync org.example.other\n");
     EXPECT_EQ(lines_of(folder_.ctl({"list"}).out).size(), 2u);
     folder_.ctl({"forget", "--all", "--yes"});
     EXPECT_EQ(folder_.records().size(), 2u);
