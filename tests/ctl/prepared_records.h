@@ -36,6 +36,12 @@ inline std::string complete_set(const std::string& id, const std::string& versio
 
 inline const std::string kIDPrefix = "org.texprobe.texprobe2.";
 
+/// What `measure` remembers beside a set, whose verdicts it does not change.
+inline std::string mark(const std::string& id, const std::string& key, const std::string& text) {
+    const std::string marks = "org.texprobe.texprobectl." + id.substr(kIDPrefix.size());
+    return "set " + marks + ' ' + key + " text " + text + "\nsync " + marks + '\n';
+}
+
 }  // namespace texprobe::tests
 
 #endif

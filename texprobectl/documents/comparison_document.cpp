@@ -7,34 +7,30 @@ namespace texprobe::ctl {
 
 namespace {
 
-Json differences_of(const ComparedSets& pair) {
-    Json array = Json::array();
-    for (const Difference& difference : pair.differences) {
-        array.push_back({{"name", kFormats[difference.cell.format].name},
-                         {"internal_format", kFormats[difference.cell.format].internalFormat},
-                         {"capability", kCapabilities[difference.cell.capability].member},
-                         {"a", name_of(difference.a)},
-                         {"b", name_of(difference.b)}});
-    }
-    return array;
+Json describe_difference(const Difference& difference) {
+    return {{"name", kFormats[difference.cell.format].name},
+            {"internal_format", kFormats[difference.cell.format].internalFormat},
+            {"capability", kCapabilities[difference.cell.capability].member},
+            {"a", name_of(difference.a)},
+            {"b", name_of(difference.b)}};
 }
 
-Json survey_differences_of(const ComparedSets& pair) {
-    Json array = Json::array();
-    for (const SurveyDifference& each : pair.ofSurvey) {
-        array.push_back({{"profile", name_of(each.profile)},
-                         {"name", each.format.empty() ? Json(nullptr) : Json(each.format)},
-                         {"use", each.use},
-                         {"a", each.a},
-                         {"b", each.b}});
-    }
-    return array;
+Json describe_survey_difference(const SurveyDifference& difference) {
+    return {{"profile", name_of(difference.profile)},
+            {"name", known_or_null(difference.format)},
+            {"use", difference.use},
+            {"a", difference.a},
+            {"b", difference.b}};
 }
 
-Json identifications(const RecordSets& sets) {
-    Json array = Json::array();
-    for (const RecordSet& set : sets) array.push_back(identification(set));
-    return array;
+Json describe_pair(const ComparedSets& pair) {
+    const Balance balance = balance_of(pair);
+    return {{"a", identification(pair.a)},
+            {"b", identification(pair.b)},
+            {"worse", balance.worse},
+            {"better", balance.better},
+            {"differences", list_of(pair.differences, describe_difference)},
+            {"survey_differences", list_of(pair.ofSurvey, describe_survey_difference)}};
 }
 
 }  // namespace
@@ -42,18 +38,9 @@ Json identifications(const RecordSets& sets) {
 void write_comparison_json(const Comparison& comparison, std::ostream& stream) {
     Json json = begin_document("texprobe-comparison");
     json["equal"] = comparison.is_equal();
-    json["pairs"] = Json::array();
-    for (const ComparedSets& pair : comparison.pairs) {
-        const Balance balance = balance_of(pair);
-        json["pairs"].push_back({{"a", identification(pair.a)},
-                                 {"b", identification(pair.b)},
-                                 {"worse", balance.worse},
-                                 {"better", balance.better},
-                                 {"differences", differences_of(pair)},
-                                 {"survey_differences", survey_differences_of(pair)}});
-    }
-    json["only_a"] = identifications(comparison.onlyA);
-    json["only_b"] = identifications(comparison.onlyB);
+    json["pairs"] = list_of(comparison.pairs, describe_pair);
+    json["only_a"] = list_of(comparison.onlyA, identification);
+    json["only_b"] = list_of(comparison.onlyB, identification);
     write_whole(json, stream);
 }
 

@@ -6,18 +6,14 @@ namespace texprobe::ctl {
 
 namespace {
 
-Json known(const std::string& text) {
-    return text.empty() ? Json(nullptr) : Json(text);
-}
-
 Json renderer_of(const ExaminedRenderer& renderer) {
     return {{"renderer_id", renderer.rendererID},
             {"can_be_opened", renderer.isOpened},
             {"megabytes", renderer.isOpened ? Json(renderer.megabytes) : Json(nullptr)},
             {"software", renderer.isSoftware},
-            {"vendor", known(renderer.vendor)},
-            {"gl_version", known(renderer.glVersion)},
-            {"renderer", known(renderer.renderer)},
+            {"vendor", known_or_null(renderer.vendor)},
+            {"gl_version", known_or_null(renderer.glVersion)},
+            {"renderer", known_or_null(renderer.renderer)},
             {"trouble", renderer.trouble},
             {"messages", renderer.messages}};
 }
@@ -36,21 +32,17 @@ void write_diagnosis_json(const Diagnosis& diagnosis, std::ostream& stream) {
     json["version"] = diagnosis.version;
     json["system"] = diagnosis.system;
     json["system_build"] = diagnosis.systemBuild;
-    json["tool"] = known(diagnosis.tool);
+    json["tool"] = known_or_null(diagnosis.tool);
     json["displays"] = diagnosis.displays;
     json["trouble"] = diagnosis.trouble;
-    json["renderers"] = Json::array();
-    for (const auto& renderer : diagnosis.renderers) {
-        json["renderers"].push_back(renderer_of(renderer));
-    }
+    json["renderers"] = list_of(diagnosis.renderers, renderer_of);
     json["store"] = store_of(diagnosis.store);
     json["record_sets"] = diagnosis.recordSets;
     json["measuring_process"] =
         diagnosis.measuring == 0 ? Json(nullptr) : Json(diagnosis.measuring);
-    json["variables"] = Json::array();
-    for (const auto& [name, value] : diagnosis.variables) {
-        json["variables"].push_back({{"name", name}, {"value", value}});
-    }
+    json["variables"] = list_of(diagnosis.variables, [](const auto& variable) -> Json {
+        return {{"name", variable.first}, {"value", variable.second}};
+    });
     write_whole(json, stream);
 }
 

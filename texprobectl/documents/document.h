@@ -14,9 +14,11 @@
 
 namespace texprobe::ctl {
 
+class Merged;
 struct Times;
 
 inline constexpr const char* kRecordsSchema = "texprobe-records";
+inline constexpr const char* kMergedSchema = "texprobe-merged";
 
 /// All sets of these files; "-" is standard input. Throws DocumentError.
 RecordSets read_documents(const std::vector<std::string>& files);
@@ -26,30 +28,51 @@ RecordSets read_documents(const std::vector<std::string>& files);
 /// The members of a set that say whose it is.
 Json identification(const RecordSet& set);
 
-/// One element of a document: throws DocumentError unless a value in it has the type; the error
-/// says where, and what was expected.
-class Expect {
-public:
-    Expect(std::string file, std::string path, const Json& element)
-        : file_(std::move(file)), path_(std::move(path)), element_(element) {}
+/// What is read of a document at a time, and where it stands.
+struct ReadElement {
+    std::string file;
+    std::string path;
+    const Json& value;
+};
 
-    [[noreturn]] void fail(const Json& value, const std::string& message) const;
-    const Json& member(const Json& object, const char* name) const;
-    const std::string& text(const Json& object, const char* name) const;
-    std::optional<std::string> text_or_null(const Json& object, const char* name) const;
-    bool boolean(const Json& object, const char* name) const;
-    std::int64_t integer(const Json& object, const char* name, std::int64_t least,
-                         std::int64_t most) const;
-    std::uint64_t count(const Json& object, const char* name, std::uint64_t least,
-                        std::uint64_t most) const;
-    const Json& array(const Json& object, const char* name) const;
+/// A value in it: throws DocumentError unless a member has the type; the error says where, and what
+/// was expected.
+class Element {
+public:
+    explicit Element(const ReadElement& root) : Element(root, root.value) {}
+
+    const Json& json() const { return *value_; }
+    bool contains(const char* name) const { return value_->contains(name); }
+    [[noreturn]] void fail(const std::string& message) const;
+    /// Fails at a text, which the complaint has for {0}, and the member's name for {1}.
+    [[noreturn]] void refuse(const char* name, const char* complaint) const;
+
+    Element member(const char* name) const;
+    const std::string& text(const char* name) const;
+    std::optional<std::string> text_or_null(const char* name) const;
+    bool boolean(const char* name) const;
+    /// Of the type of `most`.
+    template <class Number>
+    Number integer(const char* name, std::int64_t least, Number most) const {
+        return static_cast<Number>(whole_number(name, least, static_cast<std::int64_t>(most)));
+    }
+    /// What `find` has for a text; where it has nothing, refuses the text.
+    template <class Find>
+    auto known(const char* name, Find find, const char* complaint) const {
+        const auto found = find(text(name));
+        if (!found) refuse(name, complaint);
+        return *found;
+    }
+    std::vector<Element> list(const char* name) const;
     /// The sixteen formats in the tool's order.
-    const Json& formats(const Json& object) const;
+    std::vector<Element> formats() const;
 
 private:
-    const std::string file_;
-    const std::string path_;
-    const Json& element_;
+    Element(const ReadElement& root, const Json& value) : root_(&root), value_(&value) {}
+    std::int64_t whole_number(const char* name, std::int64_t least, std::int64_t most) const;
+
+    const ReadElement* root_;
+    const Json* value_;
 };
 
 /// Reads a document of one of several kinds: each names its schema and the member that holds its
@@ -58,22 +81,34 @@ private:
 struct DocumentKind {
     const char* schema;
     const char* elements;
-    std::function<void(const Json& element, const Expect& expect)> read;
+    std::function<void(const Element& element)> read;
     /// Another list, which may be missing, and whose elements are not counted.
     const char* more = nullptr;
-    std::function<void(const Json& element, const Expect& expect)> readMore = {};
+    std::function<void(const Element& element)> readMore = {};
 };
 std::size_t read_document(const std::string& file, const std::vector<DocumentKind>& kinds);
 
-RecordSet read_set(const Json& value, const Expect& expect);
+RecordSet read_set(const Element& value);
+
+/// The member "survey" of a record set; empty where it has none.
+Json describe_survey(const Survey& survey);
+Survey read_survey(const Element& set);
+
+/// The member "profile".
+survey::Profile read_profile_name(const Element& object);
+
+/// Adds one driver's counts. Throws DocumentError for counts that no sets can have.
+void read_merged(const Element& value, Merged* merged);
+
+/// Adds what is said of some machines as a whole.
+void read_state(const Element& value, Merged* merged);
 
 /// Adds the transfers of a file to those of their record sets, and returns how many there were.
 /// Throws DocumentError.
 std::size_t read_times(const std::string& file, std::vector<Times>* all);
 
 /// The member "software"; without it, as in older documents, what the renderer's name tells.
-bool read_software(const Json& value, const std::optional<std::string>& renderer,
-                   const Expect& expect);
+bool read_software(const Element& value, const std::optional<std::string>& renderer);
 
 }  // namespace texprobe::ctl
 

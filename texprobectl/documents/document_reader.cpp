@@ -9,62 +9,47 @@
 #include <iostream>
 
 #include "documents/document.h"
-#include "documents/survey_document.h"
 #include "records/software.h"
 
 namespace texprobe::ctl {
 
 namespace {
 
-Verdict read_verdict(const Json& format, const char* name, const Expect& expect) {
-    const std::string& text = expect.text(format, name);
-    if (const auto verdict = find_name(kVerdictNames, text)) return static_cast<Verdict>(*verdict);
-    expect.fail(
-        expect.member(format, name),
-        fmt::format("\"{}\" is {}; expected yes, no, unmeasured, not_applicable, crashed or "
-                    "hung",
-                    name, in_quotes(text)));
+Verdict read_verdict(const Element& format, const char* name) {
+    return static_cast<Verdict>(format.known(
+        name, [](const auto& text) { return find_name(kVerdictNames, text); },
+        "\"{1}\" is {0}; expected yes, no, unmeasured, not_applicable, crashed or hung"));
 }
 
-Detail read_detail(const Json& value, const Expect& expect) {
-    const std::string& name = expect.text(value, "name");
-    const auto format = format_named(name);
-    if (!format) {
-        expect.fail(expect.member(value, "name"),
-                    in_quotes(name) + " is none of the sixteen formats");
-    }
-    const std::string& member = expect.text(value, "capability");
-    const auto capability = capability_named(member);
-    if (!capability) {
-        expect.fail(expect.member(value, "capability"),
-                    in_quotes(member) + " is none of the six capabilities");
-    }
+Detail read_detail(const Element& value) {
     Detail detail;
-    detail.cell = {*format, *capability};
+    detail.cell = {
+        value.known("name", format_named, "{0} is none of the sixteen formats"),
+        value.known("capability", capability_named, "{0} is none of the six capabilities")};
     if (value.contains("signal")) {
-        detail.cause = Crashed{expect.text(value, "signal")};
+        detail.cause = Crashed{value.text("signal")};
     } else if (value.contains("exit_status")) {
-        detail.cause = Exited{static_cast<int>(expect.integer(value, "exit_status", 0, 255))};
+        detail.cause = Exited{value.integer("exit_status", 0, 255)};
     } else if (value.contains("of_test")) {
-        if (!expect.boolean(value, "of_test")) {
-            expect.fail(expect.member(value, "of_test"), "\"of_test\" must be true");
+        if (!value.boolean("of_test")) {
+            value.member("of_test").fail("\"of_test\" must be true");
         }
         detail.cause = Seen{Seen::Whose::kTest};
     } else {
-        detail.cause = Hung{static_cast<int>(expect.integer(value, "seconds", 0, INT32_MAX))};
+        detail.cause = Hung{value.integer("seconds", 0, INT32_MAX)};
     }
     return detail;
 }
 
-std::optional<double> read_version(const Json& set, const Expect& expect) {
-    const Json& value = expect.member(set, "version");
-    if (value.is_null()) return std::nullopt;
-    if (!value.is_number()) expect.fail(value, "\"version\" must be a number or null");
-    return value.get<double>();
+std::optional<double> read_version(const Element& set) {
+    const Element value = set.member("version");
+    if (value.json().is_null()) return std::nullopt;
+    if (!value.json().is_number()) value.fail("\"version\" must be a number or null");
+    return value.json().get<double>();
 }
 
 /// None for a number that is not whole, or too large.
-std::optional<std::int64_t> whole_number(const Json& value) {
+std::optional<std::int64_t> number_in(const Json& value) {
     const bool isWhole = value.is_number_integer() &&
                          !(value.is_number_unsigned() && value.get<std::uint64_t>() > INT64_MAX);
     return isWhole ? std::optional(value.get<std::int64_t>()) : std::nullopt;
@@ -133,7 +118,7 @@ private:
     }
 
     void take_version(const Json& value) {
-        const auto number = whole_number(value);
+        const auto number = number_in(value);
         if (!number || *number < 1) fail("schema_version: \"schema_version\" must be a number");
         if (*number > kSchemaVersion) {
             fail(
@@ -159,14 +144,14 @@ std::size_t read_stream(std::istream& text, const std::string& file,
         read_json(text, file,
                   {[&](const std::string& name, const Json& value) { header.take(name, value); },
                    [&](const std::string& name, std::size_t index, const Json& element) {
-                       const std::string path = fmt::format("{}[{}]", name, index);
-                       const DocumentKind& kind = header.kind(path);
+                       const ReadElement read{file, fmt::format("{}[{}]", name, index), element};
+                       const DocumentKind& kind = header.kind(read.path);
                        if (kind.more && name == kind.more) {
-                           kind.readMore(element, Expect(file, path, element));
+                           kind.readMore(Element(read));
                        }
                        if (name != kind.elements) return;
                        ++count;
-                       kind.read(element, Expect(file, path, element));
+                       kind.read(Element(read));
                    }});
         header.check_whole();
     } catch (const std::ios_base::failure& failure) {
@@ -177,107 +162,101 @@ std::size_t read_stream(std::istream& text, const std::string& file,
 
 }  // namespace
 
-void Expect::fail(const Json& value, const std::string& message) const {
-    throw DocumentError(file_ + ": " + find_path(value, element_, path_) + ": " + message);
+void Element::fail(const std::string& message) const {
+    throw DocumentError(fmt::format("{}: {}: {}", root_->file,
+                                    find_path(*value_, root_->value, root_->path), message));
 }
 
-const Json& Expect::member(const Json& object, const char* name) const {
-    if (!object.is_object()) fail(object, "expected an object");
-    const auto found = object.find(name);
-    if (found == object.end()) fail(object, fmt::format("\"{}\" is missing", name));
-    return *found;
+void Element::refuse(const char* name, const char* complaint) const {
+    member(name).fail(fmt::format(fmt::runtime(complaint), in_quotes(text(name)), name));
 }
 
-const std::string& Expect::text(const Json& object, const char* name) const {
-    const Json& value = member(object, name);
-    if (!value.is_string()) fail(value, fmt::format("\"{}\" must be a text", name));
-    return value.get_ref<const std::string&>();
+Element Element::member(const char* name) const {
+    if (!value_->is_object()) fail("expected an object");
+    const auto found = value_->find(name);
+    if (found == value_->end()) fail(fmt::format("\"{}\" is missing", name));
+    return {*root_, *found};
 }
 
-std::optional<std::string> Expect::text_or_null(const Json& object, const char* name) const {
-    if (member(object, name).is_null()) return std::nullopt;
-    return text(object, name);
+const std::string& Element::text(const char* name) const {
+    const Element value = member(name);
+    if (!value.json().is_string()) value.fail(fmt::format("\"{}\" must be a text", name));
+    return value.json().get_ref<const std::string&>();
 }
 
-bool Expect::boolean(const Json& object, const char* name) const {
-    const Json& value = member(object, name);
-    if (!value.is_boolean()) fail(value, fmt::format("\"{}\" must be true or false", name));
-    return value.get<bool>();
+std::optional<std::string> Element::text_or_null(const char* name) const {
+    if (member(name).json().is_null()) return std::nullopt;
+    return text(name);
 }
 
-std::int64_t Expect::integer(const Json& object, const char* name, std::int64_t least,
-                             std::int64_t most) const {
-    const Json& value = member(object, name);
-    const auto integer = whole_number(value);
-    if (!integer || *integer < least || *integer > most) {
-        fail(value, fmt::format("\"{}\" must be a whole number from {} to {}", name, least, most));
+bool Element::boolean(const char* name) const {
+    const Element value = member(name);
+    if (!value.json().is_boolean()) value.fail(fmt::format("\"{}\" must be true or false", name));
+    return value.json().get<bool>();
+}
+
+std::int64_t Element::whole_number(const char* name, std::int64_t least, std::int64_t most) const {
+    const Element value = member(name);
+    const auto number = number_in(value.json());
+    if (!number || *number < least || *number > most) {
+        value.fail(fmt::format("\"{}\" must be a whole number from {} to {}", name, least, most));
     }
-    return *integer;
+    return *number;
 }
 
-std::uint64_t Expect::count(const Json& object, const char* name, std::uint64_t least,
-                            std::uint64_t most) const {
-    return static_cast<std::uint64_t>(
-        integer(object, name, static_cast<std::int64_t>(least), static_cast<std::int64_t>(most)));
+std::vector<Element> Element::list(const char* name) const {
+    const Element value = member(name);
+    if (!value.json().is_array()) value.fail(fmt::format("\"{}\" must be an array", name));
+    std::vector<Element> elements;
+    for (const Json& each : value.json()) elements.push_back({*root_, each});
+    return elements;
 }
 
-const Json& Expect::array(const Json& object, const char* name) const {
-    const Json& value = member(object, name);
-    if (!value.is_array()) fail(value, fmt::format("\"{}\" must be an array", name));
-    return value;
-}
-
-const Json& Expect::formats(const Json& object) const {
-    const Json& formats = array(object, "formats");
+std::vector<Element> Element::formats() const {
+    std::vector<Element> formats = list("formats");
     if (formats.size() != kFormatCount) {
-        fail(formats,
-             "\"formats\" has " + std::to_string(formats.size()) + " elements; expected sixteen");
+        member("formats").fail(
+            fmt::format("\"formats\" has {} elements; expected sixteen", formats.size()));
     }
     for (std::size_t i = 0; i < kFormatCount; ++i) {
-        if (text(formats[i], "name") != kFormats[i].name) {
-            fail(member(formats[i], "name"), "expected " + in_quotes(kFormats[i].name) +
-                                                 ": the formats are in the tool's order");
-        }
+        if (formats[i].text("name") == kFormats[i].name) continue;
+        formats[i].member("name").fail(
+            fmt::format("expected \"{}\": the formats are in the tool's order", kFormats[i].name));
     }
     return formats;
 }
 
-bool read_software(const Json& value, const std::optional<std::string>& renderer,
-                   const Expect& expect) {
-    if (value.contains("software")) return expect.boolean(value, "software");
+bool read_software(const Element& value, const std::optional<std::string>& renderer) {
+    if (value.contains("software")) return value.boolean("software");
     return software_named_in(renderer.value_or("")).has_value();
 }
 
-RecordSet read_set(const Json& value, const Expect& expect) {
+RecordSet read_set(const Element& value) {
     RecordSet set;
-    set.id = expect.text(value, "id");
-    const auto identity = parse_id(set.id);
-    if (!identity) {
-        expect.fail(expect.member(value, "id"),
-                    in_quotes(set.id) + " is no record set's identifier");
+    set.id = value.text("id");
+    const SetIdentity identity = value.known("id", parse_id, "{0} is no record set's identifier");
+    set.rendererID = value.text("renderer_id");
+    set.systemBuild = value.text("system_build");
+    if (set.rendererID != identity.rendererID || set.systemBuild != identity.systemBuild) {
+        value.fail("\"renderer_id\" and \"system_build\" must be those of \"id\"");
     }
-    set.rendererID = expect.text(value, "renderer_id");
-    set.systemBuild = expect.text(value, "system_build");
-    if (set.rendererID != identity->rendererID || set.systemBuild != identity->systemBuild) {
-        expect.fail(value, "\"renderer_id\" and \"system_build\" must be those of \"id\"");
-    }
-    set.version = read_version(value, expect);
-    set.isPresent = expect.boolean(value, "present");
-    set.isComplete = expect.boolean(value, "complete");
-    set.vendor = expect.text_or_null(value, "vendor");
-    set.glVersion = expect.text_or_null(value, "gl_version");
-    set.renderer = expect.text_or_null(value, "renderer");
-    if (value.contains("measured")) set.measured = expect.text_or_null(value, "measured");
-    set.isSoftware = read_software(value, set.renderer, expect);
-    const Json& formats = expect.formats(value);
+    set.version = read_version(value);
+    set.isPresent = value.boolean("present");
+    set.isComplete = value.boolean("complete");
+    set.vendor = value.text_or_null("vendor");
+    set.glVersion = value.text_or_null("gl_version");
+    set.renderer = value.text_or_null("renderer");
+    if (value.contains("measured")) set.measured = value.text_or_null("measured");
+    set.isSoftware = read_software(value, set.renderer);
+    const std::vector<Element> formats = value.formats();
     for_each_cell([&](const Cell& cell) {
         set.verdicts[cell.format][cell.capability] =
-            read_verdict(formats[cell.format], kCapabilities[cell.capability].member, expect);
+            read_verdict(formats[cell.format], kCapabilities[cell.capability].member);
     });
-    for (const Json& detail : expect.array(value, "details")) {
-        set.details.push_back(read_detail(detail, expect));
+    for (const Element& detail : value.list("details")) {
+        set.details.push_back(read_detail(detail));
     }
-    set.survey = read_survey(value, expect);
+    set.survey = read_survey(value);
     return set;
 }
 
@@ -295,9 +274,8 @@ std::size_t read_document(const std::string& file, const std::vector<DocumentKin
 RecordSets read_documents(const std::vector<std::string>& files) {
     RecordSets sets;
     const std::vector<DocumentKind> kinds = {
-        {kRecordsSchema, "record_sets", [&](const Json& value, const Expect& expect) {
-             sets.push_back(read_set(value, expect));
-         }}};
+        {kRecordsSchema, "record_sets",
+         [&](const Element& value) { sets.push_back(read_set(value)); }}};
     for (const std::string& file : files) read_document(file, kinds);
     return sets;
 }

@@ -2,7 +2,6 @@
 
 #include "documents/document.h"
 #include "documents/json_lines.h"
-#include "documents/survey_document.h"
 #include "documents/write_json.h"
 
 namespace texprobe::ctl {
@@ -33,20 +32,14 @@ Json detail_of(const Detail& detail) {
     return object;
 }
 
-void write_set(const RecordSet& set, std::ostream& output) {
-    output << "    {\n";
-    Json members = identification(set);
-    members["software"] = set.isSoftware;
-    write_members(members, "      ", output);
-    std::vector<Json> formats;
-    for (std::size_t i = 0; i < kFormatCount; ++i) formats.push_back(format_of(set, i));
-    std::vector<Json> details;
-    for (const Detail& detail : set.details) details.push_back(detail_of(detail));
-    write_lines("formats", formats, "      ", output);
-    output << ",\n";
-    write_lines("details", details, "      ", output);
-    if (!set.survey.empty()) write_survey(set.survey, output);
-    output << "\n    }";
+Json describe_set(const RecordSet& set) {
+    Json object = identification(set);
+    object["software"] = set.isSoftware;
+    object["formats"] = Json::array();
+    for (std::size_t i = 0; i < kFormatCount; ++i) object["formats"].push_back(format_of(set, i));
+    object["details"] = list_of(set.details, detail_of);
+    if (!set.survey.empty()) object["survey"] = describe_survey(set.survey);
+    return object;
 }
 
 }  // namespace
@@ -65,14 +58,22 @@ Json identification(const RecordSet& set) {
             {"measured", text_or_null(set.measured)}};
 }
 
-void write_records_json(const RecordSets& sets, std::ostream& output) {
-    begin_lines(kRecordsSchema, output);
-    output << "  \"record_sets\": [";
-    for (std::size_t i = 0; i < sets.size(); ++i) {
-        output << (i == 0 ? "\n" : ",\n");
-        write_set(sets[i], output);
+std::string lines_of(const Json& value, const std::string& indent, bool isOfProfiles) {
+    if (!value.is_structured() || value.empty()) return dumped(value);
+    const bool isObject = value.is_object();
+    std::string lines;
+    for (const auto& [name, inner] : value.items()) {
+        lines += lines.empty() ? (isObject ? "{" : "[") : ",";
+        lines += indent + "  ";
+        if (isObject) lines += '"' + name + "\": ";
+        const bool hasLines = isObject || isOfProfiles;
+        lines += hasLines ? lines_of(inner, indent + "  ", name == "profiles") : dumped(inner);
     }
-    output << (sets.empty() ? "]\n}\n" : "\n  ]\n}\n");
+    return lines + indent + (isObject ? '}' : ']');
+}
+
+void write_records_json(const RecordSets& sets, std::ostream& output) {
+    write_lines(begin_document(kRecordsSchema), "record_sets", sets, describe_set, output);
 }
 
 }  // namespace texprobe::ctl

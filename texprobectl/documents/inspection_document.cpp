@@ -15,30 +15,22 @@ Json layout_of(const Image& image) {
     return {{"format", gl_name(image.layout.format)}, {"type", gl_name(image.layout.type)}};
 }
 
-Json channels_of(const Analysis& analysis) {
-    Json array = Json::array();
-    for (const ChannelErrors& errors : analysis.channels) {
-        Json first(nullptr);
-        if (errors.first) first = {{"row", errors.first->row}, {"column", errors.first->column}};
-        array.push_back({{"channel", name_of(errors.channel)},
-                         {"largest_error", errors.largest},
-                         {"mean_error", errors.mean},
-                         {"pixels", errors.pixels},
-                         {"first", first}});
-    }
-    return array;
+Json channel_of(const ChannelErrors& errors) {
+    Json first(nullptr);
+    if (errors.first) first = {{"row", errors.first->row}, {"column", errors.first->column}};
+    return {{"channel", name_of(errors.channel)},
+            {"largest_error", errors.largest},
+            {"mean_error", errors.mean},
+            {"pixels", errors.pixels},
+            {"first", first}};
 }
 
-Json calls_of(const Inspection& inspection) {
-    Json array = Json::array();
-    for (const InspectedCall& call : inspection.calls) {
-        array.push_back({{"call", call.text},
-                         {"result", call.result},
-                         {"chosen", call.chosen},
-                         {"errors", call.errors},
-                         {"returned", call.hasReturned}});
-    }
-    return array;
+Json call_of(const InspectedCall& call) {
+    return {{"call", call.text},
+            {"result", call.result},
+            {"chosen", call.chosen},
+            {"errors", call.errors},
+            {"returned", call.hasReturned}};
 }
 
 Json inspection_of(const Inspection& inspection, bool hasCalls) {
@@ -66,11 +58,11 @@ Json inspection_of(const Inspection& inspection, bool hasCalls) {
     if (inspection.analysis) {
         const auto& steps = inspection.analysis->steps;
         object["steps"] = steps ? Json(*steps) : Json(nullptr);
-        object["channels"] = channels_of(*inspection.analysis);
+        object["channels"] = list_of(inspection.analysis->channels, channel_of);
     }
     if (!hasCalls) return object;
     object["pending_errors"] = inspection.pendingErrors;
-    object["calls"] = calls_of(inspection);
+    object["calls"] = list_of(inspection.calls, call_of);
     return object;
 }
 
@@ -104,7 +96,7 @@ Json judged_of(const std::optional<survey::Judged>& judged) {
     return {{"verdict", name_of(judged->verdict)}, {"text", judged->text}};
 }
 
-Json inspection_of(const UseInspection& inspection) {
+Json use_inspection_of(const UseInspection& inspection) {
     const auto& [profile, format, question] = inspection.cell;
     Json object = {{"id", inspection.id},
                    {"renderer", inspection.renderer},
@@ -128,20 +120,16 @@ Json inspection_of(const UseInspection& inspection) {
 
 void write_inspections_json(const std::vector<UseInspection>& inspections, std::ostream& stream) {
     Json json = begin_document("texprobe-inspection");
-    json["inspections"] = Json::array();
-    for (const UseInspection& inspection : inspections) {
-        json["inspections"].push_back(inspection_of(inspection));
-    }
+    json["inspections"] = list_of(inspections, use_inspection_of);
     write_whole(json, stream);
 }
 
 void write_inspections_json(const std::vector<Inspection>& inspections, bool hasCalls,
                             std::ostream& stream) {
     Json json = begin_document("texprobe-inspection");
-    json["inspections"] = Json::array();
-    for (const Inspection& inspection : inspections) {
-        json["inspections"].push_back(inspection_of(inspection, hasCalls));
-    }
+    json["inspections"] = list_of(inspections, [&](const Inspection& inspection) {
+        return inspection_of(inspection, hasCalls);
+    });
     write_whole(json, stream);
 }
 

@@ -7,7 +7,6 @@
 #include <optional>
 #include <ostream>
 #include <string>
-#include <vector>
 
 namespace texprobe::ctl {
 
@@ -21,47 +20,51 @@ using Json = nlohmann::ordered_json;
 inline Json text_or_null(const std::optional<std::string>& text) {
     return text ? Json(*text) : Json(nullptr);
 }
+/// For those that are empty where nothing is known.
+inline Json known_or_null(const std::string& text) {
+    return text.empty() ? Json(nullptr) : Json(text);
+}
+
+/// A list of what `describe` makes of each.
+template <class Values, class Describe>
+Json list_of(const Values& values, Describe describe) {
+    Json list = Json::array();
+    for (const auto& value : values) list.push_back(describe(value));
+    return list;
+}
 
 inline Json begin_document(const char* schema) {
     return {{"schema", schema}, {"schema_version", kSchemaVersion}};
 }
 
-/// Bytes that are not UTF-8 are replaced.
-inline void write_whole(const Json& document, std::ostream& stream) {
-    stream << document.dump(2, ' ', false, Json::error_handler_t::replace) << '\n';
+/// One line, or lines of this indent. Bytes that are not UTF-8 are replaced.
+inline std::string dumped(const Json& value, int indent = -1) {
+    return value.dump(indent, ' ', false, Json::error_handler_t::replace);
 }
 
-/// One line; bytes that are not UTF-8 are replaced.
-inline std::string line_of(const Json& value) {
-    return value.dump(-1, ' ', false, Json::error_handler_t::replace);
+inline void write_whole(const Json& document, std::ostream& output) {
+    output << dumped(document, 2) << '\n';
 }
 
-// A document that is written piece by piece, so that a person can read it, and diff(1) shows the
-// differences.
+// Documents in which a person finds something, and diff(1) the differences.
 
-inline void begin_lines(const char* schema, std::ostream& output) {
-    output << "{\n  \"schema\": \"" << schema << "\",\n  \"schema_version\": " << kSchemaVersion
-           << ",\n";
-}
+/// The members of an object below one another, behind `indent`, which begins with a line's end; a
+/// list's elements likewise, of which only those of "profiles" have more than one line.
+std::string lines_of(const Json& value, const std::string& indent, bool isOfProfiles = false);
 
-/// The members of an object, one a line, behind this indent and each with a comma.
-inline void write_members(const Json& object, const char* indent, std::ostream& output) {
-    for (const auto& [name, value] : object.items()) {
-        output << indent << '"' << name << "\": " << line_of(value) << ",\n";
+/// Writes the document of these members and a list of objects, which are made one by one: they may
+/// be many.
+template <class Values, class Describe>
+void write_lines(const Json& members, const char* list, const Values& values, Describe describe,
+                 std::ostream& output) {
+    const std::string begin = lines_of(members, "\n");
+    output << begin.substr(0, begin.rfind('\n')) << ",\n  \"" << list << "\": [";
+    const char* between = "\n    ";
+    for (const auto& value : values) {
+        output << between << lines_of(describe(value), "\n    ");
+        between = ",\n    ";
     }
-}
-
-/// A member that is a list, with a value a line, behind this indent.
-inline void write_lines(const char* name, const std::vector<Json>& values, const char* indent,
-                        std::ostream& output) {
-    output << indent << '"' << name << "\": [";
-    const char* between = "\n";
-    for (const Json& value : values) {
-        output << between << indent << "  " << line_of(value);
-        between = ",\n";
-    }
-    if (!values.empty()) output << '\n' << indent;
-    output << ']';
+    output << (values.empty() ? "]\n}\n" : "\n  ]\n}\n");
 }
 
 }  // namespace texprobe::ctl

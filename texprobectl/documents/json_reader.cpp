@@ -14,6 +14,7 @@ namespace {
 // Limits far above any document of ours; a hostile one must not take the memory.
 constexpr std::size_t kDeepest = 10;
 constexpr std::size_t kLongestValue = 65536;
+/// Of an object: each is compared with those before it.
 constexpr std::size_t kMostMembers = 1024;
 constexpr std::size_t kLongestElement = 1048576;
 
@@ -75,7 +76,10 @@ public:
     bool take(std::size_t depth, Json::parse_event_t event, const Json& parsed) {
         using Event = Json::parse_event_t;
         text_.begin_value();
-        if (parsed.is_string()) refuse_nul(parsed.get_ref<const std::string&>());
+        // No record has one, and every reader in C would take the text for a shorter one.
+        const bool hasNul = parsed.is_string() &&
+                            parsed.get_ref<const std::string&>().find('\0') != std::string::npos;
+        if (hasNul) text_.fail("a text with a NUL");
         if (event == Event::key) {
             take_name(depth, parsed.get_ref<const std::string&>());
             return true;
@@ -91,18 +95,8 @@ public:
     }
 
 private:
-    struct OpenValue {
-        std::set<std::string> names;
-        std::size_t elements = 0;
-    };
-
-    /// No record has one, and every reader in C would take the text for a shorter one.
-    void refuse_nul(const std::string& text) const {
-        if (text.find('\0') != std::string::npos) text_.fail("a text with a NUL");
-    }
-
     void take_name(std::size_t depth, const std::string& name) {
-        std::set<std::string>& names = open_[depth - 1].names;
+        std::set<std::string>& names = names_[depth - 1];
         if (!names.insert(name).second) text_.fail(in_quotes(name) + " is given twice");
         if (names.size() > kMostMembers) text_.fail("too many members");
         if (depth > 1) return;
@@ -113,15 +107,13 @@ private:
     void begin(std::size_t depth, const Json& value) {
         if (depth == 0 && !value.is_object()) text_.fail("expected an object");
         if (depth == 1) top_.member(name_, value);
-        if (depth < 3 || !open_[depth - 1].names.empty()) return;
-        if (++open_[depth - 1].elements > kMostMembers) text_.fail("too many elements");
     }
 
     void open(std::size_t depth, const Json& empty) {
         begin(depth, empty);
         if (depth == kDeepest) text_.fail("nested too deeply");
-        open_.resize(depth);
-        open_.emplace_back();
+        names_.resize(depth);
+        names_.emplace_back();
         if (depth != 1) return;
         isInArray_ = empty.is_array();
         index_ = 0;
@@ -129,7 +121,8 @@ private:
 
     CountedText& text_;
     const TopLevel& top_;
-    std::vector<OpenValue> open_;
+    /// Of the objects that are open; none for an array.
+    std::vector<std::set<std::string>> names_;
     /// The top-level member in hand.
     std::string name_;
     bool isInArray_ = false;

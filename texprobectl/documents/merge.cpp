@@ -7,10 +7,37 @@
 #include <tuple>
 
 #include "documents/document.h"
-#include "documents/merged_document.h"
+#include "records/plain_text.h"
 #include "records/software.h"
 
 namespace texprobe::ctl {
+
+namespace {
+
+// With all that a driver can fail in, the names fit the longest element that is read back.
+constexpr std::size_t kLongestName = 64;
+
+}  // namespace
+
+void MachineNames::keep(const std::string& name) {
+    const std::string shown = plain(name.substr(0, kLongestName));
+    const auto place = std::lower_bound(names_.begin(), names_.end(), shown);
+    if (place != names_.end() && *place == shown) return;
+    names_.insert(place, shown);
+    if (names_.size() > kMost) names_.pop_back();
+}
+
+void MachineNames::add(const std::string& name, std::size_t document) {
+    if (document == lastDocument_) return;
+    lastDocument_ = document;
+    ++count_;
+    keep(name);
+}
+
+void MachineNames::add(Count count, const std::vector<std::string>& names) {
+    count_ = std::min(count_ + count, kMostSets);
+    for (const std::string& name : names) keep(name);
+}
 
 bool Driver::operator<(const Driver& other) const {
     return std::tie(rendererID, systemBuild, vendor, glVersion, renderer) <
@@ -159,26 +186,25 @@ Merged merge_files(const std::vector<MachineFile>& files, LeftOut* leftOut) {
     std::set<std::string> withoutRecords;
     bool isMachine = true;
     bool isRepeated = false;
-    const auto checkSum = [&](const Json& value, const Expect& expect) {
+    const auto checkSum = [&](const Element& value) {
         if (merged.sets() <= kMostSets) return;
-        expect.fail(value, "with this, more than " + std::to_string(kMostSets) + " record sets");
+        value.fail("with this, more than " + std::to_string(kMostSets) + " record sets");
     };
     const std::vector<DocumentKind> kinds = {
         {kRecordsSchema, "record_sets",
-         [&](const Json& value, const Expect& expect) {
-             const RecordSet set = read_set(value, expect);
+         [&](const Element& value) {
+             const RecordSet set = read_set(value);
              if (isRepeated) return;
              merged.add(set);
-             checkSum(value, expect);
+             checkSum(value);
          }},
         {kMergedSchema, "drivers",
-         [&](const Json& value, const Expect& expect) {
+         [&](const Element& value) {
              isMachine = false;
-             read_merged(value, expect, &merged);
-             checkSum(value, expect);
+             read_merged(value, &merged);
+             checkSum(value);
          },
-         "states",
-         [&](const Json& value, const Expect& expect) { read_state(value, expect, &merged); }}};
+         "states", [&](const Element& value) { read_state(value, &merged); }}};
     for (const MachineFile& each : files) {
         isMachine = true;
         isRepeated = machines.count(each.machine) != 0;

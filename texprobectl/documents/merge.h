@@ -6,19 +6,45 @@
 
 #include <array>
 #include <cstddef>
+#include <cstdint>
 #include <map>
 #include <optional>
 #include <string>
 #include <vector>
 
-#include "documents/machine_names.h"
 #include "records/record_set.h"
 
 namespace texprobe::ctl {
 
-inline constexpr Count kMostSets = kMostMachines;
+using Count = std::uint64_t;
+/// Also of machines: more than there are computers, and far below the overflow of a sum.
+inline constexpr Count kMostSets = 1'000'000'000'000;
 /// How many sets have each verdict.
 using VerdictCounts = std::array<Count, kVerdictCount>;
+
+/// The machines that something is true of: how many there are, and the first of their names. What
+/// is kept does not grow with their number, and is the same in whatever order they come.
+class MachineNames {
+public:
+    /// `document` is the number of the machine's document: what it says twice counts once.
+    void add(const std::string& name, std::size_t document);
+    /// `count` machines, of which these are some.
+    void add(Count count, const std::vector<std::string>& names);
+
+    Count count() const { return count_; }
+    /// Sorted, and at most kMost: the first.
+    const std::vector<std::string>& names() const { return names_; }
+
+private:
+    void keep(const std::string& name);
+
+    /// As many as a person looks at.
+    static constexpr std::size_t kMost = 20;
+    Count count_ = 0;
+    /// 0 before the first.
+    std::size_t lastDocument_ = 0;
+    std::vector<std::string> names_;
+};
 
 /// Sets with the same of all this are of the same driver.
 struct Driver {

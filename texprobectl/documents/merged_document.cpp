@@ -1,11 +1,10 @@
-#include "documents/merged_document.h"
-
 #include <fmt/format.h>
 
 #include <array>
 
+#include "documents/document.h"
 #include "documents/json_lines.h"
-#include "documents/survey_document.h"
+#include "documents/merge.h"
 #include "documents/write_json.h"
 
 namespace texprobe::ctl {
@@ -26,12 +25,10 @@ Json counts_of(const Counted& counted, const Cell& cell) {
     return object;
 }
 
-std::vector<Json> formats_of(const Counted& counted) {
-    std::vector<Json> formats;
-    formats.reserve(kFormatCount);
-    for (const Format& format : kFormats) {
-        formats.push_back({{"name", format.name}, {"internal_format", format.internalFormat}});
-    }
+Json formats_of(const Counted& counted) {
+    Json formats = list_of(kFormats, [](const Format& format) -> Json {
+        return {{"name", format.name}, {"internal_format", format.internalFormat}};
+    });
     for_each_cell([&](const Cell& cell) {
         formats[cell.format][kCapabilities[cell.capability].member] = counts_of(counted, cell);
     });
@@ -44,162 +41,143 @@ void add_machines(const MachineNames& machines, bool isOutlier, Json* object) {
     (*object)["machines"] = machines.names();
 }
 
-std::vector<Json> failures_of(const Counted& counted) {
-    std::vector<Json> failures;
-    for (const auto& [failure, machines] : counted.failures) {
+Json failures_of(const Counted& counted) {
+    return list_of(counted.failures, [&](const auto& entry) {
+        const auto& [failure, machines] = entry;
         Json object = {{"name", kFormats[failure.cell.format].name},
                        {"capability", kCapabilities[failure.cell.capability].member},
                        {"verdict", name_of(failure.verdict)},
                        {"usual", name_of(counted.usual(failure.cell))}};
         add_machines(machines, counted.is_outlier(failure), &object);
-        failures.push_back(std::move(object));
-    }
-    return failures;
+        return object;
+    });
 }
 
-std::vector<Json> states_of(const Merged& merged) {
-    std::vector<Json> states;
-    for (const auto& [state, machines] : merged.states()) {
+Json states_of(const Merged& merged) {
+    return list_of(merged.states(), [&](const auto& entry) {
+        const auto& [state, machines] = entry;
         Json object = {{"state", kStateNames[state.kind]}};
         if (state.kind == MachineState::kSoftware) object["renderer"] = state.renderer;
         add_machines(machines, merged.is_outlier(state), &object);
-        states.push_back(std::move(object));
-    }
-    return states;
+        return object;
+    });
 }
 
-std::vector<Json> survey_failures_of(const SurveyCounts& survey) {
-    std::vector<Json> failures;
-    for (const auto& [failure, count] : survey.failures) {
-        failures.push_back({{"profile", name_of(failure.profile)},
-                            {"name", failure.format.empty() ? Json(nullptr) : Json(failure.format)},
-                            {"use", failure.use},
-                            {"verdict", failure.verdict},
-                            {"sets", count}});
-    }
-    return failures;
+Json survey_failures_of(const SurveyCounts& survey) {
+    return list_of(survey.failures, [](const auto& entry) -> Json {
+        const auto& [failure, count] = entry;
+        return {{"profile", name_of(failure.profile)},
+                {"name", known_or_null(failure.format)},
+                {"use", failure.use},
+                {"verdict", failure.verdict},
+                {"sets", count}};
+    });
 }
 
-void write_driver(const Driver& driver, const Counted& counted, std::ostream& output) {
-    const Json members = {{"renderer_id", driver.rendererID},
-                          {"system_build", driver.systemBuild},
-                          {"vendor", text_or_null(driver.vendor)},
-                          {"gl_version", text_or_null(driver.glVersion)},
-                          {"renderer", text_or_null(driver.renderer)},
-                          {"sets", counted.sets},
-                          {"complete", counted.complete},
-                          {"surveyed", counted.survey.sets},
-                          {"software", counted.isSoftware}};
-    output << "    {\n";
-    write_members(members, "      ", output);
-    write_lines("formats", formats_of(counted), "      ", output);
-    output << ",\n";
-    write_lines("failures", failures_of(counted), "      ", output);
-    output << ",\n";
-    write_lines("survey_failures", survey_failures_of(counted.survey), "      ", output);
-    output << "\n    }";
+Json describe_driver(const std::pair<const Driver, Counted>& entry) {
+    const auto& [driver, counted] = entry;
+    return {{"renderer_id", driver.rendererID},
+            {"system_build", driver.systemBuild},
+            {"vendor", text_or_null(driver.vendor)},
+            {"gl_version", text_or_null(driver.glVersion)},
+            {"renderer", text_or_null(driver.renderer)},
+            {"sets", counted.sets},
+            {"complete", counted.complete},
+            {"surveyed", counted.survey.sets},
+            {"software", counted.isSoftware},
+            {"formats", formats_of(counted)},
+            {"failures", failures_of(counted)},
+            {"survey_failures", survey_failures_of(counted.survey)}};
 }
 
-std::vector<std::string> read_names(const Json& value, const Expect& expect) {
+std::vector<std::string> read_names(const Element& value) {
     std::vector<std::string> names;
-    for (const Json& name : expect.array(value, "machines")) {
-        if (!name.is_string()) expect.fail(name, "a machine's name must be a text");
-        names.push_back(name.get<std::string>());
+    for (const Element& name : value.list("machines")) {
+        if (!name.json().is_string()) name.fail("a machine's name must be a text");
+        names.push_back(name.json().get<std::string>());
     }
     return names;
 }
 
 /// In documents of older versions there are none.
-void read_failures(const Json& value, const Expect& expect, Counted* counted) {
+void read_failures(const Element& value, Counted* counted) {
     if (!value.contains("failures")) return;
-    for (const Json& each : expect.array(value, "failures")) {
-        const auto format = format_named(expect.text(each, "name"));
-        const auto capability = capability_named(expect.text(each, "capability"));
-        const std::string& name = expect.text(each, "verdict");
+    for (const Element& each : value.list("failures")) {
+        const auto format = format_named(each.text("name"));
+        const auto capability = capability_named(each.text("capability"));
+        const std::string& name = each.text("verdict");
         for (const Verdict verdict : kFailures) {
             if (!format || !capability || name != name_of(verdict)) continue;
             const Cell cell = {*format, *capability};
             counted->failures[{cell, verdict}].add(
-                expect.count(each, "machine_count", 1, counted->count(cell, verdict)),
-                read_names(each, expect));
+                each.integer("machine_count", 1, counted->count(cell, verdict)), read_names(each));
         }
     }
 }
 
 /// In documents of older versions there is none.
-SurveyCounts read_survey_counts(const Json& value, const Expect& expect) {
+SurveyCounts read_survey_counts(const Element& value) {
     SurveyCounts counts;
     if (!value.contains("surveyed")) return counts;
-    counts.sets = expect.count(value, "surveyed", 0, kMostSets);
-    for (const Json& each : expect.array(value, "survey_failures")) {
-        const SurveyFailure failure = {read_profile_name(each, expect),
-                                       expect.text_or_null(each, "name").value_or(""),
-                                       expect.text(each, "use"), expect.text(each, "verdict")};
-        counts.failures[failure] += expect.count(each, "sets", 1, counts.sets);
+    counts.sets = value.integer("surveyed", 0, kMostSets);
+    for (const Element& each : value.list("survey_failures")) {
+        const SurveyFailure failure = {read_profile_name(each),
+                                       each.text_or_null("name").value_or(""), each.text("use"),
+                                       each.text("verdict")};
+        counts.failures[failure] += each.integer("sets", 1, counts.sets);
     }
     return counts;
 }
 
-void read_counts(const Json& format, const Cell& cell, Counted* counted, const Expect& expect) {
+void read_counts(const Element& format, const Cell& cell, Counted* counted) {
     const char* const name = kCapabilities[cell.capability].member;
-    const Json& value = expect.member(format, name);
+    const Element value = format.member(name);
     Count sum = 0;
     for (std::size_t i = 0; i < kVerdictCount; ++i) {
-        sum += counted->cells[cell][i] = expect.count(value, kVerdictNames[i], 0, kMostSets);
+        sum += counted->cells[cell][i] = value.integer(kVerdictNames[i], 0, kMostSets);
     }
     if (sum != counted->sets) {
-        expect.fail(value,
-                    fmt::format("\"{}\" counts {} sets; expected {}", name, sum, counted->sets));
+        value.fail(fmt::format("\"{}\" counts {} sets; expected {}", name, sum, counted->sets));
     }
     if (!value.contains(kNoesOfTest)) return;
     const Count noes = counted->count(cell, Verdict::kNo);
-    counted->ofTest[cell] = expect.count(value, kNoesOfTest, 0, noes);
+    counted->ofTest[cell] = value.integer(kNoesOfTest, 0, noes);
 }
 
 }  // namespace
 
 void write_merged_json(const Merged& merged, std::ostream& output) {
     const Counted total = merged.total();
-    begin_lines(kMergedSchema, output);
-    write_members({{"sets", total.sets}, {"complete", total.complete}}, "  ", output);
-    write_lines("states", states_of(merged), "  ", output);
-    output << ",\n";
-    write_lines("formats", formats_of(total), "  ", output);
-    output << ",\n  \"drivers\": [";
-    bool isFirst = true;
-    for (const auto& [driver, counted] : merged.drivers()) {
-        output << (isFirst ? "\n" : ",\n");
-        isFirst = false;
-        write_driver(driver, counted, output);
-    }
-    output << (isFirst ? "]\n}\n" : "\n  ]\n}\n");
+    Json members = begin_document(kMergedSchema);
+    members.update({{"sets", total.sets},
+                    {"complete", total.complete},
+                    {"states", states_of(merged)},
+                    {"formats", formats_of(total)}});
+    write_lines(members, "drivers", merged.drivers(), describe_driver, output);
 }
 
-void read_merged(const Json& value, const Expect& expect, Merged* merged) {
-    const Driver driver{expect.text(value, "renderer_id"), expect.text(value, "system_build"),
-                        expect.text_or_null(value, "vendor"),
-                        expect.text_or_null(value, "gl_version"),
-                        expect.text_or_null(value, "renderer")};
+void read_merged(const Element& value, Merged* merged) {
+    const Driver driver{value.text("renderer_id"), value.text("system_build"),
+                        value.text_or_null("vendor"), value.text_or_null("gl_version"),
+                        value.text_or_null("renderer")};
     Counted counted;
-    counted.survey = read_survey_counts(value, expect);
-    counted.sets = expect.count(value, "sets", counted.survey.sets > 0 ? 0 : 1, kMostSets);
-    counted.complete = expect.count(value, "complete", 0, counted.sets);
-    const Json& formats = expect.formats(value);
-    for_each_cell(
-        [&](const Cell& cell) { read_counts(formats[cell.format], cell, &counted, expect); });
-    counted.isSoftware = read_software(value, driver.renderer, expect);
-    read_failures(value, expect, &counted);
+    counted.survey = read_survey_counts(value);
+    counted.sets = value.integer("sets", counted.survey.sets > 0 ? 0 : 1, kMostSets);
+    counted.complete = value.integer("complete", 0, counted.sets);
+    const std::vector<Element> formats = value.formats();
+    for_each_cell([&](const Cell& cell) { read_counts(formats[cell.format], cell, &counted); });
+    counted.isSoftware = read_software(value, driver.renderer);
+    read_failures(value, &counted);
     merged->add(driver, counted);
 }
 
-void read_state(const Json& value, const Expect& expect, Merged* merged) {
-    const auto kind = find_name(kStateNames, expect.text(value, "state"));
+void read_state(const Element& value, Merged* merged) {
+    const auto kind = find_name(kStateNames, value.text("state"));
     // A newer version may know more of them.
     if (!kind) return;
     MachineState state{static_cast<MachineState::Kind>(*kind), {}};
-    if (state.kind == MachineState::kSoftware) state.renderer = expect.text(value, "renderer");
-    merged->add(state, expect.count(value, "machine_count", 1, kMostSets),
-                read_names(value, expect));
+    if (state.kind == MachineState::kSoftware) state.renderer = value.text("renderer");
+    merged->add(state, value.integer("machine_count", 1, kMostSets), read_names(value));
 }
 
 }  // namespace texprobe::ctl

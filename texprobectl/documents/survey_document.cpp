@@ -1,9 +1,9 @@
-#include "documents/survey_document.h"
-
 #include <fmt/format.h>
 #include <table/record_keys.h>
 
 #include <algorithm>
+
+#include "documents/document.h"
 
 namespace texprobe::ctl {
 
@@ -11,8 +11,6 @@ namespace {
 
 /// Of the member; it rises when a reader would misunderstand what has changed.
 constexpr int kSurveyVersion = 1;
-
-constexpr const char* kIndent = "            ";
 
 /// The verdicts in one layout, or without one. Adds none where nothing is asked.
 void add_verdicts(const survey::Format& format, const survey::Layout& layout,
@@ -52,9 +50,12 @@ Json detail_of(const survey::Format& format, const survey::Question& question,
     return detail;
 }
 
-void write_profile(const SurveyedProfile& profile, std::ostream& output) {
-    std::vector<Json> formats;
-    std::vector<Json> details;
+Json describe_profile(const SurveyedProfile& profile) {
+    Json object = {{"profile", name_of(profile.profile)},
+                   {"gl_version", text_or_null(profile.glVersion)}};
+    if (!profile.lack.empty()) object["context"] = profile.lack;
+    Json formats = Json::array();
+    Json details = Json::array();
     for (std::size_t i = 0; i < profile.formats.size() && profile.lack.empty(); ++i) {
         const survey::Format& format = survey::formats()[i];
         formats.push_back(describe(format, profile.profile, profile.formats[i]));
@@ -63,165 +64,142 @@ void write_profile(const SurveyedProfile& profile, std::ostream& output) {
             details.push_back(detail_of(format, question, judged.text));
         }
     }
-    output << "\n          {\n"
-           << kIndent << "\"profile\": \"" << name_of(profile.profile) << "\",\n";
-    output << kIndent << "\"gl_version\": " << line_of(text_or_null(profile.glVersion)) << ",\n";
-    if (!profile.lack.empty()) output << kIndent << "\"context\": \"" << profile.lack << "\",\n";
-    write_lines("formats", formats, kIndent, output);
-    output << ",\n";
-    write_lines("details", details, kIndent, output);
-    output << "\n          }";
+    object["formats"] = std::move(formats);
+    object["details"] = std::move(details);
+    return object;
 }
 
-const survey::Format& read_format(const Json& object, const Expect& expect) {
-    const std::string& name = expect.text(object, "name");
-    const survey::Format* const format = survey::find_format(name);
-    if (!format) {
-        expect.fail(expect.member(object, "name"), in_quotes(name) + " is no format of the survey");
-    }
+const survey::Format& read_format(const Element& object) {
+    const survey::Format* const format = survey::find_format(object.text("name"));
+    if (!format) object.refuse("name", "{0} is no format of the survey");
     return *format;
 }
 
 /// The layout that an object names; none where it names none.
-survey::Layout read_layout(const Json& object, const Expect& expect) {
+survey::Layout read_layout(const Element& object) {
     if (!object.contains("format") && !object.contains("type")) return {};
-    const std::string& format = expect.text(object, "format");
-    const auto layout = survey::find_layout(format, expect.text(object, "type"));
-    if (!layout) {
-        expect.fail(expect.member(object, "format"),
-                    in_quotes(format) + " and \"type\" are no layout of the survey");
-    }
+    const std::string& format = object.text("format");
+    const auto layout = survey::find_layout(format, object.text("type"));
+    if (!layout) object.refuse("format", "{0} and \"type\" are no layout of the survey");
     return *layout;
 }
 
 /// Those in one layout, or in none.
-void read_verdicts(const Json& object, const survey::Format& format, const survey::Layout& layout,
-                   survey::Profile profile, survey::FormatRecord* record, const Expect& expect) {
+void read_verdicts(const Element& object, const survey::Format& format,
+                   const survey::Layout& layout, survey::Profile profile,
+                   survey::FormatRecord* record) {
     for (const survey::Use use : survey::kUses) {
         const char* const member = name_of(use);
         const survey::Question question(use, layout);
         if (!has_question(format, question, profile)) {
             if (!object.contains(member)) continue;
-            expect.fail(expect.member(object, member),
-                        fmt::format("{} has no use \"{}\"", format.name, member));
+            object.member(member).fail(fmt::format("{} has no use \"{}\"", format.name, member));
         }
-        const std::string& name = expect.text(object, member);
+        const std::string& name = object.text(member);
         const auto verdict = survey::find_verdict(name);
         if (verdict) {
             record->uses[question] = {*verdict, ""};
         } else if (name != kUnmeasuredUse) {
-            expect.fail(expect.member(object, member),
-                        fmt::format("\"{}\" is {}; expected yes, refused, wrong, not_offered, "
-                                    "not_applicable, crashed, hung, unknown or unmeasured",
-                                    member, in_quotes(name)));
+            object.refuse(member,
+                          "\"{1}\" is {0}; expected yes, refused, wrong, not_offered, "
+                          "not_applicable, crashed, hung, unknown or unmeasured");
         }
     }
 }
 
 /// A document may lack layouts, which are unmeasured then.
-void read_surveyed_format(const Json& object, const survey::Format& format, survey::Profile profile,
-                          survey::FormatRecord* record, const Expect& expect) {
+void read_surveyed_format(const Element& object, const survey::Format& format,
+                          survey::Profile profile, survey::FormatRecord* record) {
     if (!record->uses.empty()) {
-        expect.fail(object, fmt::format("\"{}\" is given twice", format.name));
+        object.fail(fmt::format("\"{}\" is given twice", format.name));
     }
-    read_verdicts(object, format, {}, profile, record, expect);
+    read_verdicts(object, format, {}, profile, record);
     std::vector<survey::Layout> seen;
-    for (const Json& each : expect.array(object, "layouts")) {
-        const survey::Layout layout = read_layout(each, expect);
+    for (const Element& each : object.list("layouts")) {
+        const survey::Layout layout = read_layout(each);
         const std::vector<survey::Layout>& known = layouts_of(format);
         if (std::find(known.begin(), known.end(), layout) == known.end()) {
-            expect.fail(each, fmt::format("this is no layout of {}", format.name));
+            each.fail(fmt::format("this is no layout of {}", format.name));
         }
         if (std::find(seen.begin(), seen.end(), layout) != seen.end()) {
-            expect.fail(each, "this layout is given twice");
+            each.fail("this layout is given twice");
         }
         seen.push_back(layout);
-        read_verdicts(each, format, layout, profile, record, expect);
+        read_verdicts(each, format, layout, profile, record);
     }
 }
 
-void read_detail(const Json& object, SurveyedProfile* profile, const Expect& expect) {
-    const survey::Format& format = read_format(object, expect);
-    const std::string& name = expect.text(object, "use");
-    const std::string& text = expect.text(object, "text");
+void read_detail(const Element& object, SurveyedProfile* profile) {
+    const survey::Format& format = read_format(object);
+    const std::string& name = object.text("use");
+    const std::string& text = object.text("text");
     auto& uses =
         profile->formats[static_cast<std::size_t>(&format - survey::formats().data())].uses;
-    const survey::Layout layout = read_layout(object, expect);
+    const survey::Layout layout = read_layout(object);
     const auto found = std::find_if(uses.begin(), uses.end(), [&](const auto& use) {
         return layout == use.first.layout && name == name_of(use.first.use);
     });
     if (found == uses.end()) {
-        expect.fail(
-            expect.member(object, "use"),
+        object.member("use").fail(
             fmt::format("{} is no use of {} that has a verdict", in_quotes(name), format.name));
     }
     if (text.empty() || !found->second.text.empty()) {
-        expect.fail(expect.member(object, "text"),
-                    text.empty() ? "\"text\" is empty" : "\"text\" is given twice for this use");
+        object.member("text").fail(text.empty() ? "\"text\" is empty"
+                                                : "\"text\" is given twice for this use");
     }
     found->second.text = text;
 }
 
-SurveyedProfile read_profile(const Json& object, const Expect& expect) {
+SurveyedProfile read_profile(const Element& object) {
     SurveyedProfile profile;
-    profile.profile = read_profile_name(object, expect);
-    profile.glVersion = expect.text_or_null(object, "gl_version");
+    profile.profile = read_profile_name(object);
+    profile.glVersion = object.text_or_null("gl_version");
     if (object.contains("context")) {
-        profile.lack = expect.text(object, "context");
+        profile.lack = object.text("context");
         if (profile.glVersion || !survey::has_no_formats(profile.lack)) {
-            expect.fail(
-                expect.member(object, "context"),
+            object.member("context").fail(
                 "\"context\" must be not_offered, crashed or hung, and \"gl_version\" null");
         }
     }
-    const Json& formats = expect.array(object, "formats");
-    const Json& details = expect.array(object, "details");
+    const std::vector<Element> formats = object.list("formats");
+    const std::vector<Element> details = object.list("details");
     if (!profile.lack.empty() && !formats.empty()) {
-        expect.fail(formats, "there are formats, and no context");
+        object.member("formats").fail("there are formats, and no context");
     }
-    for (const Json& each : formats) {
-        const survey::Format& format = read_format(each, expect);
+    for (const Element& each : formats) {
+        const survey::Format& format = read_format(each);
         const auto index = static_cast<std::size_t>(&format - survey::formats().data());
-        read_surveyed_format(each, format, profile.profile, &profile.formats[index], expect);
+        read_surveyed_format(each, format, profile.profile, &profile.formats[index]);
     }
-    for (const Json& each : details) read_detail(each, &profile, expect);
+    for (const Element& each : details) read_detail(each, &profile);
     return profile;
 }
 
 }  // namespace
 
-survey::Profile read_profile_name(const Json& object, const Expect& expect) {
-    const std::string& name = expect.text(object, "profile");
+survey::Profile read_profile_name(const Element& object) {
+    const std::string& name = object.text("profile");
     for (const survey::Profile profile : survey::kProfiles) {
         if (name == name_of(profile)) return profile;
     }
-    expect.fail(expect.member(object, "profile"),
-                in_quotes(name) + " is no profile; expected compatibility, core or es");
+    object.refuse("profile", "{0} is no profile; expected compatibility, core or es");
 }
 
-void write_survey(const Survey& survey, std::ostream& output) {
-    output << ",\n      \"survey\": {\n        \"version\": " << kSurveyVersion
-           << ",\n        \"profiles\": [";
-    const char* between = "";
-    for (const SurveyedProfile& profile : survey) {
-        output << between;
-        between = ",";
-        write_profile(profile, output);
-    }
-    output << "\n        ]\n      }";
+Json describe_survey(const Survey& survey) {
+    return {{"version", kSurveyVersion}, {"profiles", list_of(survey, describe_profile)}};
 }
 
-Survey read_survey(const Json& set, const Expect& expect) {
+Survey read_survey(const Element& set) {
     if (!set.contains("survey")) return {};
-    const Json& object = expect.member(set, "survey");
-    expect.integer(object, "version", kSurveyVersion, kSurveyVersion);
+    const Element object = set.member("survey");
+    object.integer("version", kSurveyVersion, kSurveyVersion);
     Survey survey;
-    for (const Json& each : expect.array(object, "profiles")) {
-        SurveyedProfile profile = read_profile(each, expect);
+    for (const Element& each : object.list("profiles")) {
+        SurveyedProfile profile = read_profile(each);
         // In the profiles' order, each once.
         if (!survey.empty() && survey.back().profile >= profile.profile) {
-            expect.fail(expect.member(each, "profile"),
-                        "expected compatibility, core and es in this order, each once at most");
+            each.member("profile").fail(
+                "expected compatibility, core and es in this order, each once at most");
         }
         survey.push_back(std::move(profile));
     }

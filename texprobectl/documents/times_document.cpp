@@ -25,46 +25,34 @@ Json way_of(const TransferTimes& transfer, const TimedWay& timed) {
 /// Each says of which record set it is, so that the documents of several can be put together.
 Json transfer_of(const Times& times, const TransferTimes& transfer) {
     const TimedTransfer& what = transfer.what;
-    Json object = {{"id", times.id},
-                   {"renderer", text_or_null(times.renderer)},
-                   {"gl_version", text_or_null(times.glVersion)},
-                   {"name", kFormats[what.cell.format].name},
-                   {"internal_format", kFormats[what.cell.format].internalFormat},
-                   {"transfer", kCapabilities[what.cell.capability].member},
-                   {"width", what.size.width},
-                   {"height", what.size.height},
-                   {"state", name_of(transfer.state)},
-                   {"reason", transfer.reason},
-                   {"image_bytes", transfer.bytes},
-                   {"ways", Json::array()}};
-    for (const TimedWay& timed : transfer.ways) object["ways"].push_back(way_of(transfer, timed));
-    return object;
+    return {{"id", times.id},
+            {"renderer", text_or_null(times.renderer)},
+            {"gl_version", text_or_null(times.glVersion)},
+            {"name", kFormats[what.cell.format].name},
+            {"internal_format", kFormats[what.cell.format].internalFormat},
+            {"transfer", kCapabilities[what.cell.capability].member},
+            {"width", what.size.width},
+            {"height", what.size.height},
+            {"state", name_of(transfer.state)},
+            {"reason", transfer.reason},
+            {"image_bytes", transfer.bytes},
+            {"ways", list_of(transfer.ways,
+                             [&](const TimedWay& timed) { return way_of(transfer, timed); })}};
 }
 
-/// The value that `find` has for a text; fails at the member where it has none.
-template <class Find>
-auto read_name(const Json& object, const char* member, Find find, const Expect& expect) {
-    const std::string& text = expect.text(object, member);
-    const auto found = find(text);
-    if (!found) {
-        expect.fail(expect.member(object, member), '"' + std::string(member) + "\" is " +
-                                                       in_quotes(text) + ", which is not known");
-    }
-    return *found;
-}
+constexpr const char* kNotKnown = "\"{1}\" is {0}, which is not known";
 
 std::optional<Capability> find_transfer(const std::string& member) {
     const auto capability = capability_named(member);
     return capability && *capability >= kUploadSet ? capability : std::nullopt;
 }
 
-double read_seconds(const Json& object, const char* member, const Expect& expect) {
-    const Json& value = expect.member(object, member);
-    const double seconds = value.is_number() ? value.get<double>() : -1.0;
+double read_seconds(const Element& object, const char* member) {
+    const Element value = object.member(member);
+    const double seconds = value.json().is_number() ? value.json().get<double>() : -1.0;
     // No clock measures less, and a speed must not be infinite.
     if (!(seconds >= 1e-12 && seconds < 1e9)) {
-        expect.fail(value,
-                    '"' + std::string(member) + "\" must be a number of seconds from 1e-12 to 1e9");
+        value.fail('"' + std::string(member) + "\" must be a number of seconds from 1e-12 to 1e9");
     }
     return seconds;
 }
@@ -79,43 +67,39 @@ std::optional<std::string> find_way_name(const std::string& name) {
 }
 
 /// None for a way that older versions timed.
-std::optional<TimedWay> read_way(const Json& value, Capability transfer, const Expect& expect) {
-    const std::string name = read_name(value, "way", find_way_name, expect);
+std::optional<TimedWay> read_way(const Element& value, Capability transfer) {
+    const std::string name = value.known("way", find_way_name, kNotKnown);
     std::size_t way = 0;
     while (way < kWayCount && name != name_of(way, transfer)) ++way;
     if (way == kWayCount) return std::nullopt;
     TimedWay timed;
     timed.way = way;
-    timed.rounds = static_cast<int>(expect.integer(value, "rounds", 1, INT32_MAX));
-    timed.seconds = {read_seconds(value, "lower_seconds", expect),
-                     read_seconds(value, "median_seconds", expect),
-                     read_seconds(value, "upper_seconds", expect)};
+    timed.rounds = value.integer("rounds", 1, INT32_MAX);
+    timed.seconds = {read_seconds(value, "lower_seconds"), read_seconds(value, "median_seconds"),
+                     read_seconds(value, "upper_seconds")};
     if (timed.seconds.lower > timed.seconds.median || timed.seconds.median > timed.seconds.upper) {
-        expect.fail(value, "the lower, median and upper seconds must be in this order");
+        value.fail("the lower, median and upper seconds must be in this order");
     }
     return timed;
 }
 
-TransferTimes read_transfer(const Json& value, const Expect& expect) {
+TransferTimes read_transfer(const Element& value) {
     TransferTimes transfer;
-    transfer.what.cell.format = read_name(value, "name", format_named, expect);
-    transfer.what.cell.capability = read_name(value, "transfer", find_transfer, expect);
-    transfer.what.size = {static_cast<int>(expect.integer(value, "width", 1, 1 << 20)),
-                          static_cast<int>(expect.integer(value, "height", 1, 1 << 20))};
-    transfer.state = static_cast<TimedState>(read_name(
-        value, "state", [](const auto& name) { return find_name(kTimedStateNames, name); },
-        expect));
-    transfer.reason = expect.text(value, "reason");
+    transfer.what.cell.format = value.known("name", format_named, kNotKnown);
+    transfer.what.cell.capability = value.known("transfer", find_transfer, kNotKnown);
+    transfer.what.size = {value.integer("width", 1, 1 << 20), value.integer("height", 1, 1 << 20)};
+    transfer.state = static_cast<TimedState>(value.known(
+        "state", [](const auto& name) { return find_name(kTimedStateNames, name); }, kNotKnown));
+    transfer.reason = value.text("reason");
     transfer.bytes =
-        static_cast<std::size_t>(expect.integer(value, "image_bytes", 0, std::int64_t{1} << 40));
-    for (const Json& way : expect.array(value, "ways")) {
-        if (const auto timed = read_way(way, transfer.what.cell.capability, expect)) {
+        static_cast<std::size_t>(value.integer("image_bytes", 0, std::int64_t{1} << 40));
+    for (const Element& way : value.list("ways")) {
+        if (const auto timed = read_way(way, transfer.what.cell.capability)) {
             transfer.ways.push_back(*timed);
         }
     }
     if (transfer.bytes == 0 && !transfer.ways.empty()) {
-        expect.fail(expect.member(value, "image_bytes"),
-                    "\"image_bytes\" is 0, and an image was timed");
+        value.member("image_bytes").fail("\"image_bytes\" is 0, and an image was timed");
     }
     return transfer;
 }
@@ -123,27 +107,24 @@ TransferTimes read_transfer(const Json& value, const Expect& expect) {
 }  // namespace
 
 void write_times_json(const Times& times, std::ostream& output) {
-    begin_lines(kTimesSchema, output);
-    std::vector<Json> transfers;
-    transfers.reserve(times.transfers.size());
-    for (const TransferTimes& each : times.transfers) transfers.push_back(transfer_of(times, each));
-    write_lines("transfers", transfers, "  ", output);
-    output << "\n}\n";
+    Json document = begin_document(kTimesSchema);
+    document["transfers"] = list_of(times.transfers, [&](const TransferTimes& transfer) {
+        return transfer_of(times, transfer);
+    });
+    output << lines_of(document, "\n") << '\n';
 }
 
 std::size_t read_times(const std::string& file, std::vector<Times>* all) {
-    const auto read = [&](const Json& value, const Expect& expect) {
-        const std::string& id = expect.text(value, "id");
+    const auto read = [&](const Element& value) {
+        const std::string& id = value.text("id");
         auto found = std::find_if(all->begin(), all->end(),
                                   [&](const Times& times) { return times.id == id; });
         if (found == all->end()) {
-            all->push_back({id,
-                            expect.text_or_null(value, "renderer"),
-                            expect.text_or_null(value, "gl_version"),
-                            {}});
+            all->push_back(
+                {id, value.text_or_null("renderer"), value.text_or_null("gl_version"), {}});
             found = all->end() - 1;
         }
-        found->transfers.push_back(read_transfer(value, expect));
+        found->transfers.push_back(read_transfer(value));
     };
     return read_document(file, {{kTimesSchema, "transfers", read}});
 }

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <set>
 #include <stdexcept>
+#include <utility>
 
 #include "records/causes.h"
 #include "records/preferences.h"
@@ -39,29 +40,20 @@ std::vector<std::string> list_ids(const Machine& machine) {
     return ordered;
 }
 
-/// Like strcmp, but runs of digits compare as numbers: "6.1.9" comes before "6.1.10".
-bool is_older_build(const std::string& a, const std::string& b) {
-    std::size_t i = 0;
-    std::size_t j = 0;
-    const auto isDigit = [](char c) { return c >= '0' && c <= '9'; };
-    while (i < a.size() && j < b.size()) {
-        if (!isDigit(a[i]) || !isDigit(b[j])) {
-            if (a[i] != b[j]) return a[i] < b[j];
-            ++i;
-            ++j;
+/// The build with all its numbers equally long, so that "6.1.9" is less than "6.1.10".
+std::string sortable(const std::string& build) {
+    constexpr std::size_t kWidth = 20;
+    std::string text;
+    for (std::size_t at = 0; at < build.size();) {
+        const std::size_t end = std::min(build.find_first_not_of("0123456789", at), build.size());
+        if (end == at) {
+            text += build[at++];
             continue;
         }
-        const auto digits = [&](const std::string& text, std::size_t* at) {
-            while (*at < text.size() && text[*at] == '0') ++*at;
-            const std::size_t begin = *at;
-            while (*at < text.size() && isDigit(text[*at])) ++*at;
-            return text.substr(begin, *at - begin);
-        };
-        const std::string x = digits(a, &i);
-        const std::string y = digits(b, &j);
-        if (x != y) return x.size() != y.size() ? x.size() < y.size() : x < y;
+        text.append(kWidth - std::min(kWidth, end - at), '0').append(build, at, end - at);
+        at = end;
     }
-    return a.size() - i < b.size() - j;
+    return text;
 }
 
 }  // namespace
@@ -116,19 +108,17 @@ std::string short_id(const RecordSet& set, const RecordSets& all) {
 }
 
 const RecordSet* find_predecessor(const RecordSet& set, const RecordSets& all) {
+    // A set that was measured without `measure` has no time, and counts as older.
+    using Age = std::pair<std::string, std::string>;
     const RecordSet* latest = nullptr;
-    std::string latestTime;
+    Age latestAge;
     for (const RecordSet& other : all) {
         if (other.rendererID != set.rendererID || other.id == set.id) continue;
         if (!is_measured(other)) continue;
-        // A set that was measured without `measure` has no time, and counts as older.
-        const std::string time = read_time(other.id).value_or("");
-        const bool isLater =
-            !latest || time > latestTime ||
-            (time == latestTime && is_older_build(latest->systemBuild, other.systemBuild));
-        if (!isLater) continue;
+        Age age = {read_time(other.id).value_or(""), sortable(other.systemBuild)};
+        if (latest && age <= latestAge) continue;
         latest = &other;
-        latestTime = time;
+        latestAge = std::move(age);
     }
     return latest;
 }

@@ -3,11 +3,11 @@
 #include <ApplicationServices/ApplicationServices.h>
 #include <OpenGL/OpenGL.h>
 #include <OpenGL/gl.h>
+#include <fmt/format.h>
 #include <sys/sysctl.h>
 
 #include <algorithm>
 #include <array>
-#include <charconv>
 
 #include "records/software.h"
 
@@ -184,9 +184,7 @@ Opening open_renderer(std::uint32_t renderer) {
 }
 
 std::string hexadecimal(std::uint32_t rendererID) {
-    std::array<char, 8> digits;
-    const auto end = std::to_chars(digits.data(), digits.data() + digits.size(), rendererID, 16);
-    return {digits.data(), end.ptr};
+    return fmt::format("{:x}", rendererID);
 }
 
 }  // namespace texprobe::ctl

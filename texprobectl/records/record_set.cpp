@@ -1,5 +1,7 @@
 #include "records/record_set.h"
 
+#include <fmt/format.h>
+
 #include <algorithm>
 
 namespace texprobe::ctl {
@@ -7,9 +9,8 @@ namespace texprobe::ctl {
 namespace {
 
 bool is_lower_hexadecimal(std::string_view text) {
-    return !text.empty() && text.size() <= 8 && std::all_of(text.begin(), text.end(), [](char c) {
-        return (c >= '0' && c <= '9') || (c >= 'a' && c <= 'f');
-    });
+    return !text.empty() && text.size() <= 8 &&
+           text.find_first_not_of("0123456789abcdef") == std::string_view::npos;
 }
 
 Verdict failed_by(const std::optional<Cause>& cause) {
@@ -50,10 +51,9 @@ bool RecordSet::is_of_test(const Cell& cell) const {
 }
 
 std::optional<SetIdentity> parse_id(std::string_view id) {
-    if (id.substr(0, kDomain.size()) != kDomain) return std::nullopt;
-    id.remove_prefix(kDomain.size());
-    if (id.empty() || id.front() != '.') return std::nullopt;
-    id.remove_prefix(1);
+    const std::string domain = std::string(kDomain) + '.';
+    if (id.substr(0, domain.size()) != domain) return std::nullopt;
+    id.remove_prefix(domain.size());
     const std::size_t point = id.find('.');
     if (point == std::string_view::npos || point + 1 == id.size()) return std::nullopt;
     if (!is_lower_hexadecimal(id.substr(0, point))) return std::nullopt;
@@ -61,8 +61,7 @@ std::optional<SetIdentity> parse_id(std::string_view id) {
 }
 
 std::string make_id(std::string_view rendererID, std::string_view systemBuild) {
-    std::string id(kDomain);
-    return id.append(".").append(rendererID).append(".").append(systemBuild);
+    return fmt::format("{}.{}.{}", kDomain, rendererID, systemBuild);
 }
 
 Decided decide_verdicts(const Flags& flags, const Survey& survey) {
@@ -101,19 +100,19 @@ bool is_measured(const RecordSet& set) {
 std::string describe(const Cause& cause) {
     if (const auto* crashed = std::get_if<Crashed>(&cause)) return "ended by " + crashed->signal;
     if (const auto* exited = std::get_if<Exited>(&cause)) {
-        return "ended the tool with status " + std::to_string(exited->status);
+        return fmt::format("ended the tool with status {}", exited->status);
     }
     if (const auto* hung = std::get_if<Hung>(&cause)) {
-        return "did not end within " + std::to_string(hung->seconds) + " s";
+        return fmt::format("did not end within {} s", hung->seconds);
     }
     return "is a no of the test itself";
 }
 
 std::optional<std::size_t> format_named(std::string_view name) {
-    const auto found = std::find_if(kFormats.begin(), kFormats.end(),
-                                    [&](const Format& format) { return name == format.name; });
-    if (found == kFormats.end()) return std::nullopt;
-    return static_cast<std::size_t>(found - kFormats.begin());
+    for (std::size_t i = 0; i < kFormatCount; ++i) {
+        if (name == kFormats[i].name) return i;
+    }
+    return std::nullopt;
 }
 
 std::optional<Capability> capability_named(std::string_view member) {
@@ -124,7 +123,7 @@ std::optional<Capability> capability_named(std::string_view member) {
 }
 
 std::string words_of(const Cell& cell) {
-    return std::string(kFormats[cell.format].name) + ' ' + kCapabilities[cell.capability].words;
+    return fmt::format("{} {}", kFormats[cell.format].name, kCapabilities[cell.capability].words);
 }
 
 }  // namespace texprobe::ctl

@@ -1,15 +1,14 @@
 #include "records/software.h"
 
-#include <algorithm>
-#include <cctype>
-#include <string_view>
+#include <string.h>
 
 namespace texprobe::ctl {
 
 namespace {
 
 // Zink and d3d12 name the renderer below them. "lavapipe" draws with llvmpipe, and says so.
-constexpr std::string_view kSoftware[] = {
+// In any case, which differs from version to version.
+constexpr const char* kSoftware[] = {
     "llvmpipe",
     "softpipe",
     "lavapipe",
@@ -22,22 +21,13 @@ constexpr std::string_view kSoftware[] = {
     "GDI Generic",
 };
 
-/// The case differs from version to version.
-bool has_text(std::string_view text, std::string_view part) {
-    return std::search(text.begin(), text.end(), part.begin(), part.end(),
-                       [](unsigned char a, unsigned char b) {
-                           return std::tolower(a) == std::tolower(b);
-                       }) != text.end();
-}
-
 }  // namespace
 
 std::optional<std::string> software_named_in(const std::string& renderer) {
-    const auto* found =
-        std::find_if(std::begin(kSoftware), std::end(kSoftware),
-                     [&](std::string_view name) { return has_text(renderer, name); });
-    if (found == std::end(kSoftware)) return std::nullopt;
-    return std::string(*found);
+    for (const char* name : kSoftware) {
+        if (strcasestr(renderer.c_str(), name)) return name;
+    }
+    return std::nullopt;
 }
 
 std::string trouble_without_hardware(const std::vector<NamedRenderer>& renderers) {
