@@ -12,8 +12,11 @@
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
+#include <functional>
 #include <map>
 #include <regex>
+#include <string>
+#include <vector>
 
 #include "ctl/inspect_images.h"
 #include "support/formats.h"
@@ -260,7 +263,7 @@ inline std::string said_of(const Sent& sent, const Image& came) {
     return ctl::analyse({{sent.memory.layout, sent.bytes}, came, {}, {}, false}).sentence;
 }
 
-/// In RGBA bytes, in which every fault is to be seen: of noise, and of the tool's own pattern.
+/// In RGBA bytes, of noise and of the tool's own pattern.
 inline void expect_names(const std::vector<TableFault>& faults) {
     for (const Bytes& bytes : {images::random_image().bytes, pattern_of(kRgbaBytes, 1804289383U)}) {
         const Sent sent = {kRgbaBytes, bytes};
