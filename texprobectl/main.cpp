@@ -9,7 +9,7 @@
 #include <vector>
 
 #include "commands/commands.h"
-#include "measure/find_tool.h"
+#include "measure/find_program.h"
 #include "process/child.h"
 #include "process/stop_signals.h"
 #include "records/plain_text.h"

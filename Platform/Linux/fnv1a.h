@@ -8,16 +8,11 @@
 
 namespace texprobe::platform {
 
-class Fnv1a {
-public:
-    void add(std::string_view text) {
-        for (const char c : text) hash_ = (hash_ ^ static_cast<unsigned char>(c)) * 16777619u;
-    }
-    std::uint32_t hash() const { return hash_; }
-
-private:
-    std::uint32_t hash_ = 2166136261u;
-};
+constexpr std::uint32_t fnv1a(std::string_view text) {
+    std::uint32_t hash = 2166136261u;
+    for (const char c : text) hash = (hash ^ static_cast<unsigned char>(c)) * 16777619u;
+    return hash;
+}
 
 }  // namespace texprobe::platform
 

@@ -11,7 +11,7 @@
 #include <cstdlib>
 #include <filesystem>
 
-#include "measure/find_tool.h"
+#include "measure/find_program.h"
 #include "process/private_folder.h"
 #include "process/stop_signals.h"
 #include "support/tool_folder.h"
@@ -113,7 +113,7 @@ protected:
 
     static std::string find_with(const std::string& path) {
         setenv("PATH", path.c_str(), 1);
-        return ctl::find_tool("");
+        return ctl::find_program("", "texprobe");
     }
 
     const std::string path_ = std::getenv("PATH");

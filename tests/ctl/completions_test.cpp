@@ -67,13 +67,17 @@ protected:
         return lines_of(run.shown());
     }
 
+    /// What a shell offers behind these words.
+    using Offer = std::function<Words(const std::vector<std::string>&)>;
+    void expect_what_the_program_takes(const Offer& offered) const;
+
     CtlFolder folder_{CTL, SCRIPTED_TOOL};
 };
 
-/// What a shell offers behind these words.
-using Offer = std::function<Words(const std::vector<std::string>&)>;
-
-void expect_words_and_names(const Offer& offered) {
+void Completion::expect_what_the_program_takes(const Offer& offered) const {
+    for (const std::string& command : kCommands) {
+        EXPECT_EQ(offered({command, "-"}), options_of(command)) << command;
+    }
     EXPECT_EQ(offered({"m"}), (Words{"measure", "merge"}));
     EXPECT_EQ(offered({"--v"}), (Words{"--version"}));
     for (const char* command : {"export", "forget"}) {
@@ -122,10 +126,7 @@ TEST_F(Completion, in_bash_offers_what_the_program_takes) {
         }
         return candidates;
     };
-    expect_words_and_names(offered);
-    for (const std::string& command : kCommands) {
-        EXPECT_EQ(offered({command, "-"}), options_of(command)) << command;
-    }
+    expect_what_the_program_takes(offered);
 }
 
 TEST_F(Completion, in_fish_offers_what_the_program_takes) {
@@ -144,10 +145,7 @@ TEST_F(Completion, in_fish_offers_what_the_program_takes) {
         }
         return candidates;
     };
-    expect_words_and_names(offered);
-    for (const std::string& command : kCommands) {
-        EXPECT_EQ(offered({command, "-"}), options_of(command)) << command;
-    }
+    expect_what_the_program_takes(offered);
 }
 
 TEST_F(Completion, in_zsh_completes_what_the_program_takes) {

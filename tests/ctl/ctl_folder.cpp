@@ -39,6 +39,14 @@ void CtlFolder::await_record(const std::string& key) const {
     throw std::runtime_error("there is no record of " + key);
 }
 
+bool CtlFolder::await_error(const std::string& text) const {
+    for (int i = 0; i < 6000; ++i) {
+        if (read_file(file("ctl.err")).find(text) != std::string::npos) return true;
+        usleep(10000);
+    }
+    return false;
+}
+
 void CtlFolder::prepare(const std::filesystem::path& scriptedTool, const std::string& text) const {
     std::filesystem::copy_file(scriptedTool, file("prepare"),
                                std::filesystem::copy_options::overwrite_existing);

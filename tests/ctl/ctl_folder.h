@@ -27,6 +27,9 @@ public:
     /// Waits until a set has this record, as `measure` in another process makes it.
     void await_record(const std::string& key) const;
 
+    /// Waits until texprobectl has written this to its standard error; false after a minute.
+    bool await_error(const std::string& text) const;
+
     /// Writes records by the product's own way into the preferences: a script of "set" lines.
     void prepare(const std::filesystem::path& scriptedTool, const std::string& text) const;
 

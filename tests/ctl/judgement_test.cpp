@@ -121,42 +121,35 @@ TEST(Judgement, is_of_what_the_run_itself_has_written) {
     }
 }
 
-TEST(Judgement, finds_nothing_in_hand_where_others_have_measured_all) {
-    ctl::RunFacts facts;
-    facts.now = facts.atTurn = all_true_but_the_last('0');
-    facts.wasTesting = true;
-    facts.end = kCrashEnd;
-    EXPECT_FALSE(judge(facts).inHand);
-}
-
-TEST(Judgement, finds_the_very_last_test_in_hand) {
+TEST(Judgement, finds_the_very_last_test_in_hand_and_none_where_others_have_measured_all) {
     ctl::RunFacts facts;
     facts.atTurn = facts.said = all_true_but_the_last('.');
     facts.now = all_true_but_the_last('0');
     facts.wasTesting = true;
     facts.end = kCrashEnd;
     EXPECT_EQ(judge(facts).inHand, (Cell{15, kDownloadRead}));
-}
-
-TEST(Judgement, knows_what_each_end_is_called) {
-    EXPECT_EQ(ctl::cause_of(kCrashEnd, 60), ctl::Cause(ctl::Crashed{"SIGSEGV"}));
-    EXPECT_EQ(ctl::cause_of(kFailedEnd, 60), ctl::Cause(ctl::Exited{3}));
-    EXPECT_EQ(ctl::cause_of(kLateEnd, 60), ctl::Cause(ctl::Hung{60}));
-    EXPECT_EQ(ctl::cause_of(kStoppedEnd, 60), std::nullopt);
+    facts.atTurn = facts.now;
+    facts.said = {};
+    EXPECT_FALSE(judge(facts).inHand);
 }
 
 TEST(Judgement, calls_no_run_dead_that_ended_in_order) {
-    const std::optional<ctl::Cause> exited = ctl::Exited{0};
     const std::optional<ctl::Cause> crashed = ctl::Crashed{"SIGSEGV"};
+    const std::optional<ctl::Cause> hung = ctl::Hung{60};
     const struct {
         RunEnd end;
-        bool wasInTest;
-        std::optional<ctl::Cause> death;
-    } runs[] = {{kDoneEnd, false, std::nullopt},    {kDoneEnd, true, exited},
-                {kCrashEnd, false, crashed},        {kCrashEnd, true, crashed},
-                {kStoppedEnd, false, std::nullopt}, {kStoppedEnd, true, std::nullopt}};
+        std::optional<ctl::Cause> cause;
+        std::optional<ctl::Cause> deathInTest;
+        std::optional<ctl::Cause> deathElsewhere;
+    } runs[] = {{kDoneEnd, ctl::Exited{0}, ctl::Exited{0}, std::nullopt},
+                {kFailedEnd, ctl::Exited{3}, ctl::Exited{3}, ctl::Exited{3}},
+                {kCrashEnd, crashed, crashed, crashed},
+                {kLateEnd, hung, hung, hung},
+                {kStoppedEnd, std::nullopt, std::nullopt, std::nullopt}};
     for (const auto& run : runs) {
-        EXPECT_EQ(ctl::death_of(run.end, run.wasInTest, 60), run.death) << run.wasInTest;
+        EXPECT_EQ(ctl::cause_of(run.end, 60), run.cause);
+        EXPECT_EQ(ctl::death_of(run.end, true, 60), run.deathInTest);
+        EXPECT_EQ(ctl::death_of(run.end, false, 60), run.deathElsewhere);
     }
 }
 

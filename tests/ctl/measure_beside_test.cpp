@@ -7,12 +7,10 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <chrono>
 #include <csignal>
 #include <filesystem>
 #include <map>
 #include <string>
-#include <thread>
 #include <vector>
 
 #include "ctl/scripted_measure.h"
@@ -51,38 +49,24 @@ TEST_F(MeasureBesideOthers, waits_for_a_process_that_it_cannot_see) {
     EXPECT_NE(run_in_shell(ctl + " forget --all --yes"), 0);
 }
 
-TEST_F(MeasureBesideOthers, takes_no_verdict_of_others_for_a_crash) {
-    // While the first run waits for its turn, somebody else records a verdict.
-    folder_.script(1, waiting() + "set " + *id_ + " VERSION number 0.21\n" +
-                          begin("GL_RGB32F_ARB_SUPPORTED") + opening() +
-                          begin("GL_RGBA32F_ARB_SUPPORTED") + "raise 6\n");
-    folder_.script(2,
-                   rest({{"GL_RGB32F_ARB_SUPPORTED", false}, {"GL_RGBA32F_ARB_SUPPORTED", false}}));
-    EXPECT_TRUE(folder_.ctl({"measure"}).exited_with(0));
-    EXPECT_EQ(verdict(0, "supported"), "no");
-    EXPECT_EQ(verdict(1, "supported"), "crashed");
-}
-
 TEST_F(MeasureBesideOthers, keeps_their_verdicts_when_it_is_stopped_while_it_waits) {
-    folder_.script(waiting() + "set " + *id_ + " VERSION number 0.21\n" +
-                   begin("GL_RGB32F_ARB_SUPPORTED") + "hang\n");
+    folder_.script(waiting_while_others_record_no("GL_RGB32F_ARB_SUPPORTED") + "hang\n");
     const pid_t process = folder_.start_ctl({"measure"});
-    await_run(1);
-    usleep(300000);
+    folder_.await_record("GL_RGB32F_ARB_SUPPORTED");
     kill(process, SIGTERM);
     EXPECT_TRUE(finish(process).exited_with(128 + SIGTERM));
     EXPECT_EQ(folder_.records().at(*id_).at("GL_RGB32F_ARB_SUPPORTED"), "boolean 0");
 }
 
 TEST_F(MeasureBesideOthers, removes_its_own_record_only_when_they_have_ended) {
-    folder_.script(1, opening() + begin("GL_RGB32F_ARB_SUPPORTED") + "sleep 300\nraise 9\n");
+    folder_.script(1, opening() + begin("GL_RGB32F_ARB_SUPPORTED") + "raise 9\n");
     folder_.script(2, rest());
-    const pid_t process = folder_.start_ctl({"measure"});
-    await_run(1);
+    pid_t process = -1;
     {
-        // The others begin while the tool is in its test, and before measure looks for its turn.
+        // The tool dies before `measure` looks who has the turn.
         const TurnHolder holder(folder_.file("measuring.lock"));
-        std::this_thread::sleep_for(std::chrono::milliseconds(1200));
+        process = folder_.start_ctl({"measure"});
+        EXPECT_TRUE(folder_.await_error(" is measuring; waiting for it."));
         EXPECT_EQ(folder_.records().at(*id_).at("GL_RGB32F_ARB_SUPPORTED"), "boolean 0");
         EXPECT_EQ(folder_.runs(), 1);
     }
@@ -90,26 +74,18 @@ TEST_F(MeasureBesideOthers, removes_its_own_record_only_when_they_have_ended) {
     EXPECT_EQ(verdict(0, "supported"), "yes");
 }
 
-TEST_F(MeasureBesideOthers, is_not_disturbed_by_forget) {
-    folder_.prepare(SCRIPTED_TOOL, "set " + *id_ + " VERSION number 0.21\nsync " + *id_ + "\n");
+TEST_F(MeasureBesideOthers, is_not_disturbed_by_forget_which_later_leaves_no_cause) {
+    measure_crash("GL_RGB32F_ARB_SUPPORTED");
+    EXPECT_EQ(folder_.records().size(), 2u);
     {
         const TurnHolder holder(folder_.file("measuring.lock"));
         const Finished run = folder_.ctl({"forget", "--all", "--yes"});
         EXPECT_TRUE(run.exited_with(1));
         EXPECT_THAT(run.err, HasSubstr("process " + std::to_string(holder.process()) +
                                        " is measuring; try again when it has ended"));
-        EXPECT_EQ(folder_.records().size(), 1u);
+        EXPECT_EQ(folder_.records().size(), 2u);
     }
     EXPECT_TRUE(folder_.ctl({"forget", "--all", "--yes"}).exited_with(0));
-    EXPECT_TRUE(folder_.records().empty());
-}
-
-TEST_F(MeasureBesideOthers, forgotten_leaves_no_mark) {
-    folder_.script(1, opening() + begin("GL_RGB32F_ARB_SUPPORTED") + "raise 11\n");
-    folder_.script(2, rest({{"GL_RGB32F_ARB_SUPPORTED", false}}));
-    folder_.ctl({"measure"});
-    EXPECT_EQ(folder_.records().size(), 2u);
-    folder_.ctl({"forget", "--all", "--yes"});
     EXPECT_TRUE(folder_.records().empty());
 }
 
@@ -122,8 +98,8 @@ protected:
                               test("GL_RGB32F_ARB_SUPPORTED", "GL_RGB32F_ARB supported", true) +
                               begin("GL_RGB32F_ARB_RENDERABLE") + "hang\n");
         const pid_t process = folder_.start_ctl({"measure"});
-        await_run(1);
-        usleep(500000);
+        folder_.await_record("GL_RGB32F_ARB_RENDERABLE");
+        folder_.await_record("RUNNING_TOOL");
         kill(process, SIGKILL);
         waitpid(process, nullptr, 0);
     }
@@ -146,7 +122,10 @@ TEST_F(KilledMeasure, has_the_test_that_its_tool_was_in_run_again) {
                    opening() + test("GL_RGB32F_ARB_RENDERABLE", "GL_RGB32F_ARB renderable", true));
     folder_.script(3, rest());
     EXPECT_TRUE(is_remembered());
-    EXPECT_TRUE(folder_.ctl({"measure"}).exited_with(0));
+    const Finished run = folder_.ctl({"measure"});
+    EXPECT_TRUE(run.exited_with(0));
+    // Nobody is told of a tool that has gone, or asked about it.
+    EXPECT_THAT(run.err, Not(HasSubstr("is still there")));
     EXPECT_EQ(verdict(0, "renderable"), "yes");
     EXPECT_FALSE(is_remembered());
 }
@@ -156,13 +135,11 @@ TEST_F(KilledMeasure, changes_no_record_while_others_measure) {
     folder_.script(2, rest());
     const TurnHolder holder(folder_.file("measuring.lock"));
     const pid_t process = folder_.start_ctl({"measure"});
-    usleep(500000);
-    EXPECT_EQ(folder_.records().at(*id_).at("GL_RGB32F_ARB_RENDERABLE"), "boolean 0");
+    EXPECT_TRUE(
+        folder_.await_error("Process " + std::to_string(holder.process()) + " is measuring"));
     kill(process, SIGINT);
     EXPECT_TRUE(finish(process).exited_with(130));
     EXPECT_EQ(folder_.records().at(*id_).at("GL_RGB32F_ARB_RENDERABLE"), "boolean 0");
-    EXPECT_THAT(read_file(folder_.file("ctl.err")),
-                HasSubstr("Process " + std::to_string(holder.process()) + " is measuring"));
     EXPECT_TRUE(is_remembered());
 }
 
@@ -176,17 +153,6 @@ TEST_F(KilledMeasure, is_forgotten_when_its_tool_has_gone_meanwhile) {
     EXPECT_TRUE(finish(process).exited_with(0)) << read_file(folder_.file("ctl.err"));
     EXPECT_FALSE(is_remembered());
 }
-
-/// A real tool that hangs in one test, as often as it comes to it.
-class HangingTool : public testing::Test {
-protected:
-    void SetUp() override {
-        write_file(folder_.file("faults"), std::to_string(kFormats[1].internalFormat) + " 2 0\n");
-    }
-    static constexpr const char* kHangingTest = "GL_RGBA32F_ARB_UPLOAD_SET";
-
-    CtlFolder folder_{CTL, FAILING_TOOL};
-};
 
 TEST_F(HangingTool, leaves_no_false_to_others_when_measure_is_interrupted) {
     const pid_t measure = folder_.start_ctl({"measure"});

@@ -1,13 +1,13 @@
 // texprobectl measure on a terminal: the bar, what is said meanwhile, and the question about a tool
 // that an earlier one has left behind.
 
-#include <fcntl.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <algorithm>
+#include <array>
 #include <csignal>
 #include <regex>
 
@@ -18,6 +18,7 @@
 namespace texprobe::tests {
 namespace {
 
+using testing::EndsWith;
 using testing::HasSubstr;
 using testing::Not;
 
@@ -53,7 +54,7 @@ std::vector<Frame> bar_frames(const std::string& shown) {
     return result;
 }
 
-TEST_F(MeasureOnATerminal, shows_how_far_it_is) {
+TEST_F(MeasureOnATerminal, shows_how_far_it_is_and_leaves_no_bar_behind) {
     std::string script = opening() + "sleep 300\n";
     for (std::size_t format = 0; format < 8; ++format) script += unsupported(format);
     folder_.script(script + "sleep 300\n");
@@ -73,56 +74,28 @@ TEST_F(MeasureOnATerminal, shows_how_far_it_is) {
     EXPECT_EQ(last.done, "48/96");
     EXPECT_THAT(last.left, HasSubstr(" left"));
     EXPECT_EQ(last.test, renderer_id() + " GL_LUMINANCE16 create");
-}
-
-TEST_F(MeasureOnATerminal, leaves_no_bar_behind) {
-    folder_.script(opening() + unsupported(0));
-    TerminalRun run(folder_.file("texprobectl"), {"measure", "--attempts", "1"}, kTerminal);
-    EXPECT_TRUE(run.finish().exited_with(1));
-    EXPECT_FALSE(bar_frames(run.shown()).empty());
     for (const std::string& line : screen(run.shown())) {
         EXPECT_THAT(line, Not(HasSubstr("/96"))) << run.shown();
     }
 }
 
-TEST_F(MeasureOnATerminal, names_the_test_in_80_columns) {
-    // The longest name is the fourth format's.
-    std::string script = opening();
-    for (std::size_t format = 0; format < 3; ++format) script += unsupported(format);
-    const std::string name = kFormats[3].name;
-    for (const char* test :
-         {"SUPPORTED supported", "RENDERABLE renderable", "UPLOAD_SET upload SET",
-          "UPLOAD_RESET upload RESET", "DOWNLOAD_GET download GET"}) {
-        const std::string words(test);
-        const std::size_t space = words.find(' ');
-        script += ScriptedMeasure::test(name + '_' + words.substr(0, space),
-                                        name + words.substr(space), true);
+TEST_F(MeasureOnATerminal, stays_on_one_line_which_names_the_test_where_it_has_80_columns) {
+    // The longest name.
+    folder_.prepare(SCRIPTED_TOOL, rest() + removed("GL_LUMINANCE_ALPHA32F_ARB_DOWNLOAD_READ"));
+    folder_.script(opening() + "sleep 1500\n");
+    for (const unsigned short columns : std::array<unsigned short, 2>{80, 30}) {
+        TerminalRun run(folder_.file("texprobectl"), {"measure", "--attempts", "1"}, kTerminal,
+                        columns);
+        EXPECT_TRUE(run.finish().exited_with(1));
+        std::vector<std::string> bars = frames(run.shown());
+        std::erase_if(bars, [](const auto& text) { return text.find("/96") > text.size(); });
+        ASSERT_FALSE(bars.empty()) << run.shown();
+        // In the last column, the terminal would begin a new line.
+        for (const std::string& bar : bars) EXPECT_LT(width_of(bar), columns) << bar;
+        if (columns != 80) continue;
+        EXPECT_THAT(bars.back(),
+                    EndsWith(renderer_id() + " GL_LUMINANCE_ALPHA32F_ARB download read"));
     }
-    folder_.script(script + "sleep 1500\n");
-    TerminalRun run(folder_.file("texprobectl"), {"measure", "--attempts", "1"}, kTerminal);
-    EXPECT_TRUE(run.finish().exited_with(1));
-    const std::vector<Frame> bars = bar_frames(run.shown());
-    ASSERT_FALSE(bars.empty());
-    EXPECT_EQ(bars.back().done, "23/96");
-    EXPECT_EQ(bars.back().test, renderer_id() + " GL_LUMINANCE_ALPHA32F_ARB download read");
-    // In the last column, the terminal would begin a new line.
-    for (const std::string& frame : frames(run.shown())) {
-        if (frame.find("/96") == std::string::npos) continue;
-        EXPECT_LE(width_of(frame), 79u) << frame;
-    }
-}
-
-TEST_F(MeasureOnATerminal, stays_on_one_line_of_a_narrow_one) {
-    folder_.script(opening() + unsupported(0) + "sleep 300\n");
-    TerminalRun run(folder_.file("texprobectl"), {"measure", "--attempts", "1"}, kTerminal, 30);
-    EXPECT_TRUE(run.finish().exited_with(1));
-    bool hasBar = false;
-    for (const std::string& frame : frames(run.shown())) {
-        if (frame.find("/96") == std::string::npos) continue;
-        hasBar = true;
-        EXPECT_LE(width_of(frame), 29u) << frame;
-    }
-    EXPECT_TRUE(hasBar);
 }
 
 TEST_F(MeasureOnATerminal, says_what_crashes_when_it_does) {
@@ -135,23 +108,25 @@ TEST_F(MeasureOnATerminal, says_what_crashes_when_it_does) {
               renderer_id() + ": GL_RGB32F_ARB create: ended by SIGABRT");
 }
 
-TEST_F(MeasureOnATerminal, ends_at_ctrl_c) {
+TEST_F(MeasureOnATerminal, ends_at_ctrl_c_and_records_nothing_of_the_test_in_hand) {
     folder_.script(opening() + unsupported(0) + begin(1) + "hang\n");
     TerminalRun run(folder_.file("texprobectl"), {"measure"}, kTerminal);
     ASSERT_TRUE(run.waits_until("6/96")) << run.shown();
+    folder_.await_record(std::string(kFormats[1].name) + "_SUPPORTED");
     run.type("\x03");
     EXPECT_TRUE(run.finish().exited_with(130)) << run.shown();
     EXPECT_THAT(run.shown(), HasSubstr("`texprobectl measure` continues with the 90 verdicts that "
                                        "are still missing.\n"));
+    EXPECT_EQ(verdict(1, "supported"), "unmeasured");
 }
 
 /// A real tool that hangs in one test, left behind by a `measure` that was killed.
-class LeftBehind : public testing::Test {
+class LeftBehind : public HangingTool {
 protected:
     void SetUp() override {
-        write_file(folder_.file("faults"), std::to_string(kFormats[1].internalFormat) + " 2 0\n");
+        HangingTool::SetUp();
         const pid_t measure = folder_.start_ctl({"measure"});
-        folder_.await_record(std::string(kFormats[1].name) + "_UPLOAD_SET");
+        folder_.await_record(kHangingTest);
         kill(measure, SIGKILL);
         waitpid(measure, nullptr, 0);
         ASSERT_EQ(folder_.processes().size(), 1u);
@@ -170,16 +145,6 @@ protected:
         const std::vector<pid_t> tools = folder_.processes();
         return std::find(tools.begin(), tools.end(), process) != tools.end();
     }
-    /// The process that has the turn. One that is ending has it for a moment longer than its files
-    /// in /proc.
-    pid_t turn_holder() const {
-        const int file = open(folder_.file("measuring.lock").c_str(), O_RDWR | O_CLOEXEC);
-        struct flock lock = {};
-        lock.l_type = F_WRLCK;
-        EXPECT_EQ(fcntl(file, F_GETLK, &lock), 0);
-        close(file);
-        return lock.l_type == F_UNLCK ? 0 : lock.l_pid;
-    }
     std::string said() const {
         return "The tool of an earlier `texprobectl measure` is still there, process " +
                std::to_string(hung_) + ".\n";
@@ -189,67 +154,47 @@ protected:
     }
 
     pid_t hung_ = 0;
-    CtlFolder folder_{CTL, FAILING_TOOL};
 };
 
-TEST_F(LeftBehind, is_ended_when_the_answer_is_yes_and_its_test_is_run_again) {
-    TerminalRun run(folder_.file("texprobectl"), {"measure"}, kTerminal);
-    ASSERT_TRUE(run.waits_until(said() + "End it? [y/N] ")) << run.shown();
-    EXPECT_TRUE(runs(hung_));
-    run.type("y\n");
-    EXPECT_TRUE(run.finish().exited_with(0)) << run.shown();
-    EXPECT_FALSE(runs(hung_));
-    const ToolFolder healthy(TOOL);
-    ASSERT_TRUE(healthy.run().exited_with(0));
-    const RecordSets records = folder_.records();
-    for (const auto& [id, expected] : healthy.records()) EXPECT_EQ(records.at(id), expected) << id;
-}
-
-TEST_F(LeftBehind, is_waited_for_when_the_answer_is_no_and_offered_again) {
+TEST_F(LeftBehind, is_waited_for_when_the_answer_is_no_and_ended_when_it_is_yes) {
     {
         TerminalRun run(folder_.file("texprobectl"), {"measure"}, kTerminal);
         ASSERT_TRUE(run.waits_until("End it? [y/N] ")) << run.shown();
         run.type("n\n");
         ASSERT_TRUE(run.waits_until(waiting())) << run.shown();
-        EXPECT_TRUE(runs(hung_));
         run.type("\x03");
         EXPECT_TRUE(run.finish().exited_with(130)) << run.shown();
     }
     EXPECT_TRUE(runs(hung_));
     TerminalRun next(folder_.file("texprobectl"), {"measure"}, kTerminal);
     ASSERT_TRUE(next.waits_until(said() + "End it? [y/N] ")) << next.shown();
+    EXPECT_TRUE(runs(hung_));
     next.type("y\n");
     EXPECT_TRUE(next.finish().exited_with(0)) << next.shown();
     EXPECT_FALSE(runs(hung_));
+    // Its test is run again.
+    const ToolFolder healthy(TOOL);
+    ASSERT_TRUE(healthy.run().exited_with(0));
+    const RecordSets records = folder_.records();
+    for (const auto& [id, expected] : healthy.records()) EXPECT_EQ(records.at(id), expected) << id;
 }
 
 TEST_F(LeftBehind, is_waited_for_where_nobody_can_be_asked) {
     const pid_t measure = folder_.start_ctl({"measure"});
-    const auto err = [&] { return read_file(folder_.file("ctl.err")); };
-    for (int i = 0; i < 600 && err().find(waiting()) == std::string::npos; ++i) usleep(100000);
-    EXPECT_EQ(err(), said() + waiting());
+    EXPECT_TRUE(folder_.await_error(waiting()));
+    EXPECT_EQ(read_file(folder_.file("ctl.err")), said() + waiting());
     EXPECT_TRUE(runs(hung_));
     // When it has ended, by whatever hand, measuring goes on.
     kill(hung_, SIGKILL);
     int status = -1;
     waitpid(measure, &status, 0);
-    EXPECT_EQ(status, 0) << err();
+    EXPECT_EQ(status, 0);
 }
 
-TEST_F(LeftBehind, is_not_asked_about_when_it_has_gone) {
-    kill(hung_, SIGKILL);
-    while (turn_holder() == hung_) usleep(10000);
-    TerminalRun run(folder_.file("texprobectl"), {"measure"}, kTerminal);
-    EXPECT_TRUE(run.finish().exited_with(0)) << run.shown();
-    EXPECT_THAT(run.shown(), Not(HasSubstr("End it?")));
-}
-
-TEST_F(MeasureOnATerminal, does_not_offer_to_end_the_tool_of_one_that_is_alive) {
-    const CtlFolder folder(CTL, FAILING_TOOL);
-    write_file(folder.file("faults"), std::to_string(kFormats[1].internalFormat) + " 2 0\n");
-    const pid_t first = folder.start_ctl({"measure"});
-    folder.await_record(std::string(kFormats[1].name) + "_UPLOAD_SET");
-    TerminalRun second(folder.file("texprobectl"), {"measure"}, kTerminal);
+TEST_F(HangingTool, of_a_measure_that_is_alive_is_no_matter_to_another) {
+    const pid_t first = folder_.start_ctl({"measure"});
+    folder_.await_record(kHangingTest);
+    TerminalRun second(folder_.file("texprobectl"), {"measure"}, kTerminal);
     EXPECT_TRUE(second.waits_until(" is measuring; waiting for it.")) << second.shown();
     EXPECT_THAT(second.shown(), Not(HasSubstr("End it?")));
     for (const pid_t process : {first, second.process()}) kill(process, SIGTERM);

@@ -12,10 +12,11 @@ namespace texprobe::tests {
 
 /// A complete set: every verdict is yes but these, by their key, and what needs a no has none.
 inline std::string complete_set(const std::string& id, const std::string& version,
-                                const std::map<std::string, bool>& verdicts = {}) {
+                                const std::map<std::string, bool>& verdicts = {},
+                                const std::string& renderer = "a renderer") {
     std::string text = "set " + id + " VERSION number 0.21\nset " + id +
                        " GL_VENDOR text Mesa\nset " + id + " GL_VERSION text " + version +
-                       "\nset " + id + " GL_RENDERER text a renderer\n";
+                       "\nset " + id + " GL_RENDERER text " + renderer + "\n";
     for (const Format& format : kFormats) {
         bool isSupported = true;
         bool isRenderable = true;

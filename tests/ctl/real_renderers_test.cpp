@@ -1,4 +1,5 @@
-// Every command on the real tool and on the software renderers of this machine.
+// The verdicts of the real tool on the software renderers of this machine, and the reasons of its
+// noes.
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -10,7 +11,6 @@
 #include <cstdlib>
 #include <cstring>
 #include <nlohmann/json.hpp>
-#include <sstream>
 
 #include "ctl/ctl_folder.h"
 #include "gl/mesa_renderer.h"
@@ -31,19 +31,6 @@ protected:
 
     CtlFolder folder_{CTL, TOOL};
 };
-
-/// The rows of a matrix, one blank between their words.
-std::vector<std::string> matrix_rows(const std::string& text) {
-    std::vector<std::string> rows;
-    for (const std::string& line : lines_of(text)) {
-        if (line.rfind("GL_", 0) != 0) continue;
-        std::istringstream stream(line);
-        std::string row;
-        for (std::string word; stream >> word;) row += (row.empty() ? "" : " ") + word;
-        rows.push_back(row);
-    }
-    return rows;
-}
 
 /// Whether every element that came back is the one that was sent, of the layouts in which a right
 /// driver gets a no.
@@ -66,7 +53,7 @@ bool is_element_for_element(const json& inspection, const std::filesystem::path&
     return true;
 }
 
-TEST_P(OnRenderer, every_command_does_its_work) {
+TEST_P(OnRenderer, has_its_verdicts_told_and_each_no_explained) {
     if (const std::string reason = prepare({GetParam(), {}}); !reason.empty()) {
         GTEST_SKIP() << reason;
     }
@@ -87,33 +74,8 @@ TEST_P(OnRenderer, every_command_does_its_work) {
     EXPECT_TRUE(again.exited_with(0));
     EXPECT_EQ(again.out, "Nothing has changed.\n");
 
-    // The verdicts are those in the store, read without any of our own code.
     const json set = probe["record_sets"][0];
-    EXPECT_EQ(set["complete"], true);
-    EXPECT_EQ(set["present"], true);
     const auto records = folder_.records().at(set["id"]);
-    const std::pair<const char*, const char*> capabilities[] = {
-        {"SUPPORTED", "supported"},       {"RENDERABLE", "renderable"},
-        {"UPLOAD_SET", "upload_set"},     {"UPLOAD_RESET", "upload_reset"},
-        {"DOWNLOAD_GET", "download_get"}, {"DOWNLOAD_READ", "download_read"}};
-    std::vector<std::string> rows;
-    for (const json& format : set["formats"]) {
-        std::ostringstream words;
-        words << format["name"].get<std::string>();
-        for (const auto& [key, member] : capabilities) {
-            const auto record = records.find(format["name"].get<std::string>() + '_' + key);
-            const std::string expected = record == records.end()         ? "not_applicable"
-                                         : record->second == "boolean 1" ? "yes"
-                                                                         : "no";
-            EXPECT_EQ(format[member], expected) << format["name"] << ' ' << member;
-            const json mark = {{"name", format["name"]}, {"capability", member}, {"of_test", true}};
-            const bool isMarked =
-                std::count(set["details"].begin(), set["details"].end(), mark) > 0;
-            words << ' ' << (expected == "not_applicable" ? "n/a" : expected)
-                  << (isMarked ? "*" : "");
-        }
-        rows.push_back(words.str());
-    }
 
     // Each no is the test's own, element for element, or a driver's that is explained.
     const json found =
@@ -139,19 +101,6 @@ TEST_P(OnRenderer, every_command_does_its_work) {
     std::size_t noes = 0;
     for (const auto& [key, value] : records) noes += value == "boolean 0";
     EXPECT_EQ(found["inspections"].size(), noes);
-
-    EXPECT_EQ(lines_of(ctl({"list"}).out).size(), 2u);
-    EXPECT_EQ(matrix_rows(ctl({"show"}).out), rows);
-    EXPECT_TRUE(ctl({"compare", "1", "1"}).exited_with(0));
-    write_file(folder_.file("a.json"), ctl({"export", "--present"}).out);
-    EXPECT_TRUE(ctl({"compare", "1", folder_.file("a.json")}).exited_with(0));
-    EXPECT_THAT(ctl({"inspect", "GL_RGBA16", "set"}).out,
-                HasSubstr("The driver is right to 8 bits, "));
-    EXPECT_TRUE(ctl({"report", "-o", folder_.file("a.html")}).exited_with(0));
-    EXPECT_THAT(ctl({"merge", folder_.file("a.json")}).out, HasSubstr("1 record set of 1 driver"));
-    EXPECT_THAT(ctl({"doctor"}).out, HasSubstr("can be opened"));
-    EXPECT_TRUE(ctl({"forget", "--all", "--yes"}).exited_with(0));
-    EXPECT_TRUE(folder_.records().empty());
 }
 
 INSTANTIATE_TEST_SUITE_P(Software, OnRenderer, testing::Values("llvmpipe", "softpipe", "zink"),

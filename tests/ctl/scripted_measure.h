@@ -11,6 +11,7 @@
 #include <map>
 #include <nlohmann/json.hpp>
 #include <string>
+#include <vector>
 
 #include "ctl/ctl_folder.h"
 #include "ctl/prepared_records.h"
@@ -30,6 +31,10 @@ protected:
     static std::string line(const std::string& text) { return *id_ + "[%p] " + text + "\n"; }
     /// A run that waits for its turn.
     static std::string waiting() { return "say " + line("testing renderer: 1"); }
+    /// The same, while somebody else records a no, or is in that test.
+    static std::string waiting_while_others_record_no(const std::string& key) {
+        return waiting() + "set " + *id_ + " VERSION number 0.21\n" + begin(key);
+    }
     /// A run that has it.
     static std::string opening() {
         return waiting() + "say " + line("VERSION: 0.21") + "set " + *id_ +
@@ -54,6 +59,17 @@ protected:
         return "removed " + *id_ + " " + key + "\nsync " + *id_ + "\n";
     }
 
+    /// The scripts of a folder's runs, one after the other.
+    static void script_runs(const CtlFolder& folder, const std::vector<std::string>& runs) {
+        for (std::size_t i = 0; i < runs.size(); ++i) {
+            folder.script(static_cast<int>(i) + 1, runs[i]);
+        }
+    }
+    /// A `measure` in which this test crashes.
+    void measure_crash(const std::string& key) const {
+        script_runs(folder_, {opening() + begin(key) + "raise 11\n", rest({{key, false}})});
+        EXPECT_TRUE(folder_.ctl({"measure"}).exited_with(0));
+    }
     nlohmann::json first_set() const {
         return nlohmann::json::parse(folder_.ctl({"export"}).out).at("record_sets").at(0);
     }
@@ -66,6 +82,17 @@ protected:
 
     static inline std::string* id_ = nullptr;
     CtlFolder folder_{CTL, SCRIPTED_TOOL};
+};
+
+/// A real tool that hangs in one test, as often as it comes to it.
+class HangingTool : public testing::Test {
+protected:
+    void SetUp() override {
+        write_file(folder_.file("faults"), std::to_string(kFormats[1].internalFormat) + " 2 0\n");
+    }
+    static constexpr const char* kHangingTest = "GL_RGBA32F_ARB_UPLOAD_SET";
+
+    CtlFolder folder_{CTL, FAILING_TOOL};
 };
 
 /// A process that has the turn of a folder's tools, until it is killed.

@@ -15,6 +15,7 @@
 #include <thread>
 
 #include "support/process.h"
+#include "support/text.h"
 
 namespace {
 
@@ -61,9 +62,11 @@ RunEnd run_shell(const std::string& script, Recorder& recorder,
     return run_supervised({"/bin/sh", {"-c", script}, limit, milliseconds(500)}, recorder);
 }
 
-bool is_gone(int process) {
-    for (int i = 0; i < 100; ++i) {
-        if (kill(process, 0) != 0 && errno == ESRCH) return true;
+/// An orphan's heir may be slow to reap it.
+bool is_dead(int process) {
+    for (int i = 0; i < 500; ++i) {
+        const std::string state = read_file("/proc/" + std::to_string(process) + "/stat");
+        if (state.empty() || state.find(") Z ") != std::string::npos) return true;
         std::this_thread::sleep_for(milliseconds(20));
     }
     return false;
@@ -163,14 +166,18 @@ TEST(SupervisedRun, gives_the_program_a_group_of_its_own) {
     EXPECT_EQ(std::stoi(recorder.out[0]), recorder.process);
 }
 
-TEST(SupervisedRun, kills_a_program_that_does_not_go_on) {
-    Recorder recorder;
-    const auto begin = steady_clock::now();
-    const RunEnd end = run_shell("trap '' TERM; sleep 100", recorder, milliseconds(300));
-    EXPECT_EQ(end.kind, Kind::kTimeLimit);
-    EXPECT_FALSE(end.isLeftBehind);
-    EXPECT_LT(steady_clock::now() - begin, std::chrono::seconds(5));
-    EXPECT_TRUE(is_gone(recorder.process));
+TEST(SupervisedRun, kills_a_program_that_does_not_go_on_wherever_SIGCHLD_goes) {
+    for (const auto action : {SIG_DFL, SIG_IGN}) {
+        const auto old = std::signal(SIGCHLD, action);
+        Recorder recorder;
+        const auto begin = steady_clock::now();
+        const RunEnd end = run_shell("trap '' TERM; sleep 100", recorder, milliseconds(300));
+        std::signal(SIGCHLD, old);
+        EXPECT_LT(steady_clock::now() - begin, std::chrono::seconds(50));
+        EXPECT_EQ(end.kind, Kind::kTimeLimit);
+        EXPECT_FALSE(end.isLeftBehind);
+        EXPECT_TRUE(is_dead(recorder.process));
+    }
 }
 
 /// How a caller's run ends that is stopped together with its program, for longer than any limit.
@@ -213,27 +220,23 @@ TEST(SupervisedRun, does_not_count_a_pause_as_time_to_stop_in) {
     EXPECT_EQ(unlink(file.c_str()), 0);
 }
 
-TEST(SupervisedRun, asks_a_program_to_stop_before_it_kills_it) {
-    Recorder recorder;
-    recorder.onLook = [&] {
-        return recorder.out.empty() ? RunObserver::Wish::kGoOn : RunObserver::Wish::kStop;
-    };
-    const RunEnd end = run_shell(
-        "trap 'echo ended; exit 0' TERM; echo here; while true; do sleep 0.01; done", recorder);
-    EXPECT_EQ(end.kind, Kind::kStopped);
-    EXPECT_THAT(recorder.out, ElementsAre("here", "ended"));
-    EXPECT_FALSE(recorder.hadToKill);
-}
-
-TEST(SupervisedRun, kills_a_program_that_does_not_stop) {
-    Recorder recorder;
-    recorder.onLook = [&] {
-        return recorder.out.empty() ? RunObserver::Wish::kGoOn : RunObserver::Wish::kStop;
-    };
-    const RunEnd end = run_shell("trap '' TERM; echo here; sleep 100", recorder);
-    EXPECT_EQ(end.kind, Kind::kStopped);
-    EXPECT_TRUE(recorder.hadToKill);
-    EXPECT_TRUE(is_gone(recorder.process));
+TEST(SupervisedRun, asks_a_program_to_stop_and_kills_one_that_does_not) {
+    const struct {
+        const char* script;
+        std::vector<std::string> out;
+        bool isKilled;
+    } rows[] = {{"trap 'echo ended; exit 0' TERM; echo here; while true; do sleep 0.01; done",
+                 {"here", "ended"},
+                 false},
+                {"trap '' TERM; echo here; sleep 100", {"here"}, true}};
+    for (const auto& row : rows) {
+        Recorder recorder;
+        recorder.onLook = [&] { return recorder.out.empty() ? Wish::kGoOn : Wish::kStop; };
+        EXPECT_EQ(run_shell(row.script, recorder).kind, Kind::kStopped);
+        EXPECT_EQ(recorder.out, row.out);
+        EXPECT_EQ(recorder.hadToKill, row.isKilled);
+        EXPECT_TRUE(is_dead(recorder.process));
+    }
 }
 
 TEST(SupervisedRun, ends_what_the_program_left_running) {
@@ -242,50 +245,26 @@ TEST(SupervisedRun, ends_what_the_program_left_running) {
     const RunEnd end = run_shell("sleep 100 & echo $!; exit 3", recorder);
     EXPECT_EQ(end.kind, Kind::kExited);
     EXPECT_EQ(end.number, 3);
-    EXPECT_LT(steady_clock::now() - begin, std::chrono::seconds(5));
+    EXPECT_LT(steady_clock::now() - begin, std::chrono::seconds(50));
     ASSERT_EQ(recorder.out.size(), 1u);
-    // Its parent has gone, and the process that inherits it may be slow to reap it.
-    const int orphan = std::stoi(recorder.out[0]);
-    bool isDead = false;
-    for (int i = 0; i < 100 && !isDead; ++i) {
-        Recorder state;
-        run_shell("cut -d' ' -f3 /proc/" + std::to_string(orphan) + "/stat 2>/dev/null || echo Z",
-                  state);
-        isDead = state.out == std::vector<std::string>{"Z"};
-        std::this_thread::sleep_for(milliseconds(10));
-    }
-    EXPECT_TRUE(isDead);
+    EXPECT_TRUE(is_dead(std::stoi(recorder.out[0])));
 }
 
-TEST(SupervisedRun, does_not_know_the_status_where_SIGCHLD_is_ignored) {
-    const auto old = std::signal(SIGCHLD, SIG_IGN);
-    Recorder recorder;
-    const RunEnd end = run_shell("echo done; exit 7", recorder);
-    std::signal(SIGCHLD, old);
-    EXPECT_EQ(end.kind, Kind::kUnknown);
-    EXPECT_THAT(recorder.out, ElementsAre("done"));
-}
-
-TEST(SupervisedRun, still_kills_a_hanging_program_where_SIGCHLD_is_ignored) {
-    const auto old = std::signal(SIGCHLD, SIG_IGN);
-    Recorder recorder;
-    const RunEnd end = run_shell("sleep 100", recorder, milliseconds(300));
-    std::signal(SIGCHLD, old);
-    EXPECT_EQ(end.kind, Kind::kTimeLimit);
-    EXPECT_TRUE(is_gone(recorder.process));
-}
-
-TEST(SupervisedRun, does_not_know_the_status_where_a_handler_reaps_every_child) {
-    const auto old = std::signal(SIGCHLD, [](int) {
+TEST(SupervisedRun, does_not_know_the_status_where_other_code_takes_it) {
+    const auto reapAll = [](int) {
         const int saved = errno;
         while (waitpid(-1, nullptr, WNOHANG) > 0) {
         }
         errno = saved;
-    });
-    Recorder recorder;
-    const RunEnd end = run_shell("sleep 0.2; exit 7", recorder);
-    std::signal(SIGCHLD, old);
-    EXPECT_EQ(end.kind, Kind::kUnknown);
+    };
+    for (void (*const action)(int) : {SIG_IGN, static_cast<void (*)(int)>(reapAll)}) {
+        const auto old = std::signal(SIGCHLD, action);
+        Recorder recorder;
+        const RunEnd end = run_shell("echo done; sleep 0.2; exit 7", recorder);
+        std::signal(SIGCHLD, old);
+        EXPECT_EQ(end.kind, Kind::kUnknown);
+        EXPECT_THAT(recorder.out, ElementsAre("done"));
+    }
 }
 
 TEST(SupervisedRun, works_for_a_caller_without_standard_streams) {
@@ -299,24 +278,6 @@ TEST(SupervisedRun, works_for_a_caller_without_standard_streams) {
         return right ? 0 : 1;
     });
     EXPECT_EQ(tests::status_of(child), 0);
-}
-
-TEST(SupervisedRun, serves_several_threads_at_once) {
-    std::vector<std::thread> threads;
-    threads.reserve(8);
-    std::vector<int> results(8, -1);
-    for (int i = 0; i < 8; ++i) {
-        threads.emplace_back([&results, i] {
-            Recorder recorder;
-            const RunEnd end =
-                run_shell("echo " + std::to_string(i) + "; exit " + std::to_string(i), recorder);
-            if (recorder.out == std::vector<std::string>{std::to_string(i)}) {
-                results[static_cast<std::size_t>(i)] = end.number;
-            }
-        });
-    }
-    for (std::thread& thread : threads) thread.join();
-    EXPECT_THAT(results, ElementsAre(0, 1, 2, 3, 4, 5, 6, 7));
 }
 
 TEST(SupervisedRun, leaves_no_descriptor_open) {

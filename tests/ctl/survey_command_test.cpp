@@ -11,6 +11,7 @@
 
 #include "ctl/ctl_folder.h"
 #include "ctl/prepared_records.h"
+#include "ctl/present_id.h"
 #include "ctl/terminal_run.h"
 
 namespace texprobe::tests {
@@ -27,11 +28,8 @@ const std::vector<std::string> kSurveyR8ui = {"survey",  "--profile", "core", "-
 class SurveyCommand : public testing::Test {
 protected:
     static void SetUpTestSuite() {
-        const CtlFolder folder(CTL, SCRIPTED_TOOL);
-        const json diagnosis = json::parse(folder.ctl({"doctor", "--json"}).out);
-        renderer_ = diagnosis.at("renderers").at(0).at("renderer_id");
-        const std::string build = diagnosis.at("system_build");
-        own_ = renderer_ + '.' + build;
+        own_ = present_id(CTL, SCRIPTED_TOOL).substr(kIDPrefix.size());
+        renderer_ = own_.substr(0, own_.find('.'));
     }
     void SetUp() override {
         std::filesystem::copy_file(SCRIPTED_TOOL, folder_.file("texprobe-survey"));
@@ -139,34 +137,23 @@ TEST_F(SurveyCommand, leaves_what_was_under_way_unmeasured_when_it_is_interrupte
     EXPECT_EQ(records().at("core.GL_R8UI"), "string create yes\n");
 }
 
-TEST_F(SurveyCommand, blames_no_driver_for_one_kill_from_outside) {
-    const std::string inRender = "create yes%ncreate_storage yes%nrender started%n";
-    folder_.script(1, offered() + record("core.GL_R8UI", inRender) + "raise 9\n");
-    folder_.script(2, complete_survey());
-    EXPECT_TRUE(survey().exited_with(0));
-    EXPECT_EQ(records().at("core.GL_R8UI"),
-              "string create yes\ncreate_storage yes\nrender yes\n" + transfers("\n"));
-    EXPECT_EQ(folder_.runs(), 2);
-}
-
-TEST_F(SurveyCommand, is_not_complete_when_nothing_is_recorded_and_says_why) {
-    folder_.script("say *** texprobe records: /a/file: the disk is full\nexit 1\n");
-    const Finished run = survey();
-    EXPECT_TRUE(run.exited_with(1));
-    EXPECT_EQ(run.out, "");
-    EXPECT_EQ(run.err,
-              "texprobectl: not complete: two runs in a row recorded nothing: texprobe-survey "
-              "ended with status 1 (*** texprobe records: /a/file: the disk is full); the context "
-              "of core profile of " +
-                  renderer_ + " is not recorded\n");
-}
-
-TEST_F(SurveyCommand, is_not_complete_with_a_format_that_is_left_out) {
-    folder_.script(offered());
-    const Finished run = survey();
-    EXPECT_TRUE(run.exited_with(1));
-    EXPECT_THAT(run.err, HasSubstr("GL_R8UI in core profile of " + renderer_ + " is not recorded"));
-    EXPECT_THAT(run.out, HasSubstr("GL_R8UI"));
+TEST_F(SurveyCommand, is_not_complete_when_something_is_not_recorded_and_says_why) {
+    const std::string complaint = "*** texprobe records: /a/file: the disk is full";
+    const std::string vain =
+        "texprobectl: not complete: two runs in a row recorded nothing: texprobe-survey ended with "
+        "status ";
+    const std::pair<std::string, std::string> rows[] = {
+        {"say " + complaint + "\nexit 1\n",
+         "1 (" + complaint + "); the context of core profile of " + renderer_},
+        {offered(), "0; GL_R8UI in core profile of " + renderer_}};
+    for (const auto& [script, lack] : rows) {
+        folder_.script(script);
+        const Finished run = survey();
+        EXPECT_TRUE(run.exited_with(1));
+        EXPECT_EQ(run.err, vain + lack + " is not recorded\n");
+        // What was chosen is shown as far as anything is recorded.
+        EXPECT_EQ(run.out.find("GL_R8UI") != std::string::npos, script == offered());
+    }
 }
 
 TEST_F(SurveyCommand, says_once_what_is_not_offered) {
@@ -180,13 +167,6 @@ TEST_F(SurveyCommand, says_once_what_is_not_offered) {
                                    "hung.\n"));
     EXPECT_THAT(run.out, Not(HasSubstr("GL_")));
     EXPECT_THAT(run.out, Not(HasSubstr("No promise is broken")));
-}
-
-TEST_F(SurveyCommand, ends_with_a_context_whose_opening_hangs_twice) {
-    folder_.script(1, record("core", "opening") + "hang\n");
-    folder_.script(2, record("core", "opening again") + "hang\n");
-    EXPECT_TRUE(survey().exited_with(0));
-    EXPECT_EQ(records().at("core"), "string hung");
 }
 
 TEST_F(SurveyCommand, needs_its_program_and_known_names) {
@@ -230,24 +210,24 @@ TEST_F(SurveyCommand, shows_compressed_formats_in_a_table_of_their_own) {
             "\n"));
 }
 
-TEST_F(SurveyCommand, is_listed_beside_a_set_that_stays_complete_and_forgotten_with_it) {
-    folder_.prepare(SCRIPTED_TOOL, complete_set(kIDPrefix + own_, "1.0") + complete_survey());
-    EXPECT_THAT(folder_.ctl({"list"}).out,
-                AllOf(HasSubstr("  complete, present"), HasSubstr(", partly surveyed\n")));
-    const Finished forgotten = folder_.ctl({"forget", "1", "--yes"});
-    EXPECT_TRUE(forgotten.exited_with(0));
-    EXPECT_EQ(forgotten.err,
-              kIDPrefix + own_ + ": a renderer, 1.0; and its survey\n" + "1 record set removed.\n");
-    EXPECT_EQ(folder_.records().count(survey_id()), 0u);
-}
-
-TEST_F(SurveyCommand, alone_is_no_measured_set) {
-    folder_.prepare(SCRIPTED_TOOL, complete_survey());
-    EXPECT_THAT(folder_.ctl({"list"}).out,
-                AllOf(HasSubstr("  not measured, present"), HasSubstr(", partly surveyed\n")));
-    EXPECT_THAT(folder_.ctl({"show"}).err, HasSubstr("nothing is recorded for this machine's"));
-    EXPECT_EQ(folder_.ctl({"forget", "--all", "--yes"}).err,
-              kIDPrefix + own_ + ": its survey\n1 record set removed.\n");
+TEST_F(SurveyCommand, is_listed_and_forgotten_with_the_set_that_was_measured_or_alone) {
+    const struct {
+        std::string measured;
+        const char* state;
+        const char* forgotten;
+    } rows[] = {{complete_set(kIDPrefix + own_, "1.0"), "  complete, present",
+                 ": a renderer, 1.0; and its survey"},
+                {"", "  not measured, present", ": its survey"}};
+    for (const auto& row : rows) {
+        folder_.prepare(SCRIPTED_TOOL, row.measured + complete_survey());
+        EXPECT_THAT(folder_.ctl({"list"}).out,
+                    AllOf(HasSubstr(row.state), HasSubstr(", partly surveyed\n")));
+        EXPECT_EQ(folder_.ctl({"show"}).exited_with(0), !row.measured.empty());
+        const Finished forgotten = folder_.ctl({"forget", "1", "--yes"});
+        EXPECT_TRUE(forgotten.exited_with(0));
+        EXPECT_EQ(forgotten.err, kIDPrefix + own_ + row.forgotten + "\n1 record set removed.\n");
+        EXPECT_EQ(folder_.records().count(survey_id()), 0u);
+    }
 }
 
 TEST_F(SurveyCommand, of_the_real_program_is_shown_from_the_records_and_from_a_document) {
@@ -289,8 +269,6 @@ TEST_F(SurveyCommand, of_the_real_program_is_shown_from_the_records_and_from_a_d
                               "create_storage": "yes", "filter": "yes", "upload": "yes",
                               "upload_part": "yes", "upload_buffer": "yes", "layouts": []})"));
     EXPECT_THAT(run.out, HasSubstr("\ntransfers:\n  yes in each layout: GL_R8UI\n"));
-    const int status = run_in_shell(std::string(VALIDATOR) + " " + SCHEMA + " '" + file + "'");
-    EXPECT_TRUE(status == 0 || status == 77);
 }
 
 TEST_F(SurveyCommand, shows_on_a_terminal_which_format_is_in_hand) {

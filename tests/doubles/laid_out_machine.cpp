@@ -1,46 +1,27 @@
 #include "laid_out_machine.h"
 
-#include <cstdlib>
-#include <fstream>
-#include <stdexcept>
+#include "support/text.h"
 
 namespace texprobe::tests {
 
 namespace fs = std::filesystem;
 
-TemporaryFolder::TemporaryFolder() {
-    std::string name = fs::temp_directory_path() / "texprobe-XXXXXX";
-    if (!mkdtemp(name.data())) throw std::runtime_error("mkdtemp: " + name);
-    path_ = fs::canonical(name);
-}
-
-TemporaryFolder::~TemporaryFolder() {
-    std::error_code error;
-    fs::remove_all(path_, error);
-}
-
-void TemporaryFolder::write(const fs::path& file, const std::string& text) const {
-    fs::create_directories((path_ / file).parent_path());
-    std::ofstream stream(path_ / file, std::ios::binary);
-    stream << text;
-    if (!stream.flush()) throw std::runtime_error("cannot write " + file.string());
-}
-
 void LaidOutMachine::add_connector(const std::string& name, const std::string& status,
                                    const std::string& enabled) const {
-    const fs::path directory = fs::path("class/drm") / name;
-    folder_.write(directory / "status", status + '\n');
-    folder_.write(directory / "enabled", enabled + '\n');
+    const fs::path directory = sysfs() / "class/drm" / name;
+    fs::create_directories(directory);
+    write_file(directory / "status", status + '\n');
+    write_file(directory / "enabled", enabled + '\n');
 }
 
 void LaidOutMachine::add_gpu(const std::string& slot, const std::vector<std::string>& nodes,
                              const std::string& vendor, const std::string& device,
                              const std::string& driver) const {
-    const fs::path gpu = folder_.path() / "devices" / slot;
-    const fs::path drivers = folder_.path() / "bus/pci/drivers" / driver;
+    const fs::path gpu = sysfs() / "devices" / slot;
+    const fs::path drivers = sysfs() / "bus/pci/drivers" / driver;
     fs::create_directories(gpu);
     fs::create_directories(drivers);
-    fs::create_directories(folder_.path() / "class/drm");
+    fs::create_directories(sysfs() / "class/drm");
     if (!vendor.empty()) write_attribute(slot, "vendor", vendor + '\n');
     if (!device.empty()) write_attribute(slot, "device", device + '\n');
     fs::create_directory_symlink(drivers, gpu / "driver");
@@ -48,13 +29,13 @@ void LaidOutMachine::add_gpu(const std::string& slot, const std::vector<std::str
         fs::create_directories(gpu / "drm" / node);
         fs::create_directory_symlink("../..", gpu / "drm" / node / "device");
         fs::create_directory_symlink(fs::path("../../devices") / slot / "drm" / node,
-                                     folder_.path() / "class/drm" / node);
+                                     sysfs() / "class/drm" / node);
     }
 }
 
 void LaidOutMachine::write_attribute(const std::string& slot, const std::string& name,
                                      const std::string& text) const {
-    folder_.write(fs::path("devices") / slot / name, text);
+    write_file(sysfs() / "devices" / slot / name, text);
 }
 
 }  // namespace texprobe::tests

@@ -1,14 +1,20 @@
 #include "scripted_egl.h"
 
+#include <OpenGL/gl.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <fstream>
+#include <string_view>
 #include <utility>
 
-namespace texprobe::tests {
+#include "support/text.h"
 
 namespace {
+
+using texprobe::tests::ScriptedDevice;
+using texprobe::tests::ScriptedEgl;
+using texprobe::tests::Step;
 
 ScriptedEgl* script = nullptr;
 thread_local EGLint lastError = EGL_SUCCESS;
@@ -25,104 +31,156 @@ std::size_t index_of(const void* handle) {
     return static_cast<std::size_t>(static_cast<const char*>(handle) - handles);
 }
 
+ScriptedDevice& device_at(const void* handle) {
+    return script->devices.at(index_of(handle));
+}
+
+bool passes(const void* handle, Step step, const char* call) {
+    script->log(std::string(call) + ' ' + std::to_string(index_of(handle)));
+    if (device_at(handle).failsAt != step) return true;
+    lastError = device_at(handle).error;
+    return false;
+}
+
+/// Writes at most `room` of `listed` handles, or none if there is no place for them.
+EGLBoolean list_handles(std::size_t listed, void** place, EGLint room, EGLint* count) {
+    *count = place ? std::min(room, static_cast<EGLint>(listed)) : static_cast<EGLint>(listed);
+    for (EGLint i = 0; place && i < *count; ++i) place[i] = handle_of(static_cast<std::size_t>(i));
+    return EGL_TRUE;
+}
+
+EGLBoolean query_devices(EGLint room, EGLDeviceEXT* devices, EGLint* count) {
+    script->log("query_devices");
+    if (!script->listsDevices) return EGL_FALSE;
+    return list_handles(script->devices.size(), devices, room, count);
+}
+
+const char* query_device_string(EGLDeviceEXT device, EGLint name) {
+    script->log("query_device_string " + std::to_string(index_of(device)) + ' ' +
+                std::to_string(name));
+    if (name == EGL_EXTENSIONS) return device_at(device).extensions.c_str();
+    const auto found = device_at(device).strings.find(name);
+    return found == device_at(device).strings.end() ? nullptr : found->second.c_str();
+}
+
+const GLubyte* get_string(GLenum name) {
+    const ScriptedDevice& device = script->devices.at(current);
+    if (device.failsAt == Step::kGetString) return nullptr;
+    const char* text = name == GL_EXTENSIONS ? device.glExtensions.c_str() : "scripted renderer";
+    return reinterpret_cast<const GLubyte*>(text);
+}
+
+void get_integerv(GLenum name, GLint* value) {
+    *value = script->devices.at(current).glIntegers[name];
+}
+
+/// The version that a context's attributes ask for, as "4.6"; "any" without one.
+std::string version_in(const EGLint* attributes) {
+    std::map<EGLint, EGLint> values;
+    for (; attributes && *attributes != EGL_NONE; attributes += 2) {
+        values[attributes[0]] = attributes[1];
+    }
+    if (values.empty()) return "any";
+    return std::to_string(values[EGL_CONTEXT_MAJOR_VERSION]) + '.' +
+           std::to_string(values[EGL_CONTEXT_MINOR_VERSION]);
+}
+
+template <typename Function>
+__eglMustCastToProperFunctionPointerType address_of(Function* function) {
+    return reinterpret_cast<__eglMustCastToProperFunctionPointerType>(function);
+}
+
 }  // namespace
 
-/// EGL's functions, as scripted.
-struct Script {
-    static ScriptedDevice& at(std::size_t index) { return script->devices_.at(index); }
+extern "C" {
 
-    static bool passes(std::size_t index, Step step, const char* call) {
-        script->log(std::string(call) + ' ' + std::to_string(index));
-        if (at(index).failsAt != step) return true;
-        lastError = at(index).error;
-        return false;
-    }
+const char* eglQueryString(EGLDisplay, EGLint) {
+    return script->clientExtensions.c_str();
+}
 
-    static EGLBoolean query_devices(EGLint room, EGLDeviceEXT* devices, EGLint* count) {
-        script->log("query_devices");
-        if (script->failsAt == Step::kQueryDevices) return EGL_FALSE;
-        const auto listed = static_cast<EGLint>(script->devices_.size());
-        *count = devices ? std::min(room, listed) : listed;
-        for (EGLint i = 0; devices && i < *count; ++i) {
-            devices[i] = handle_of(static_cast<std::size_t>(i));
-        }
-        return EGL_TRUE;
-    }
+__eglMustCastToProperFunctionPointerType eglGetProcAddress(const char* name) {
+    const std::string_view wanted = name;
+    if (wanted == "eglQueryDevicesEXT") return address_of(query_devices);
+    if (wanted == "eglQueryDeviceStringEXT") return address_of(query_device_string);
+    if (wanted == "glGetString") return address_of(get_string);
+    return wanted == "glGetIntegerv" ? address_of(get_integerv) : nullptr;
+}
 
-    static const char* query_device_string(EGLDeviceEXT device, EGLint name) {
-        script->log("query_device_string " + std::to_string(index_of(device)) + ' ' +
-                    std::to_string(name));
-        const ScriptedDevice& scripted = at(index_of(device));
-        if (name == EGL_EXTENSIONS) return scripted.extensions.c_str();
-        const auto found = scripted.strings.find(name);
-        return found == scripted.strings.end() ? nullptr : found->second.c_str();
-    }
+EGLDisplay eglGetPlatformDisplay(EGLenum platform, void* device, const EGLAttrib*) {
+    const bool opens = passes(device, Step::kGetPlatformDisplay, "get_platform_display");
+    return opens && platform == EGL_PLATFORM_DEVICE_EXT ? device : EGL_NO_DISPLAY;
+}
 
-    static EGLDisplay get_platform_display(EGLenum platform, void* device, const EGLAttrib*) {
-        const std::size_t index = index_of(device);
-        const bool opens = passes(index, Step::kGetPlatformDisplay, "get_platform_display");
-        return opens && platform == EGL_PLATFORM_DEVICE_EXT ? device : EGL_NO_DISPLAY;
-    }
+EGLBoolean eglInitialize(EGLDisplay display, EGLint*, EGLint*) {
+    const bool opens = passes(display, Step::kInitialize, "initialize");
+    if (device_at(display).onInitialize) device_at(display).onInitialize();
+    return opens;
+}
 
-    static EGLBoolean initialize(EGLDisplay display, EGLint*, EGLint*) {
-        const std::size_t index = index_of(display);
-        const bool opens = passes(index, Step::kInitialize, "initialize");
-        if (at(index).onInitialize) at(index).onInitialize();
-        return opens;
-    }
+EGLBoolean eglBindAPI(EGLenum) {
+    return EGL_TRUE;
+}
 
-    static EGLBoolean bind_api(EGLenum) { return EGL_TRUE; }
+EGLenum eglQueryAPI() {
+    return EGL_OPENGL_ES_API;
+}
 
-    static EGLBoolean choose_config(EGLDisplay display, const EGLint*, EGLConfig* configs,
-                                    EGLint room, EGLint* count) {
-        const std::size_t index = index_of(display);
-        if (!passes(index, Step::kChooseConfig, "choose_config")) return EGL_FALSE;
-        const auto listed = static_cast<EGLint>(at(index).configBits.size());
-        *count = configs ? std::min(room, listed) : listed;
-        for (EGLint i = 0; configs && i < *count; ++i) {
-            configs[i] = handle_of(static_cast<std::size_t>(i));
-        }
-        return EGL_TRUE;
-    }
+EGLBoolean eglChooseConfig(EGLDisplay display, const EGLint*, EGLConfig* configs, EGLint room,
+                           EGLint* count) {
+    return passes(display, Step::kChooseConfig, "choose_config") &&
+           list_handles(device_at(display).configBits.size(), configs, room, count);
+}
 
-    static EGLBoolean get_config_attrib(EGLDisplay display, EGLConfig config, EGLint,
-                                        EGLint* value) {
-        *value = at(index_of(display)).configBits.at(index_of(config));
-        return EGL_TRUE;
-    }
+EGLBoolean eglGetConfigAttrib(EGLDisplay display, EGLConfig config, EGLint, EGLint* value) {
+    *value = device_at(display).configBits.at(index_of(config));
+    return EGL_TRUE;
+}
 
-    static EGLContext create_context(EGLDisplay display, EGLConfig config, EGLContext,
-                                     const EGLint* attributes) {
-        const std::size_t index = index_of(display);
-        // With a version, EGL would choose another profile.
-        const bool versionless = !attributes || attributes[0] == EGL_NONE;
-        const bool passed = passes(index, Step::kCreateContext, "create_context");
-        script->log("config " + std::to_string(index_of(config)));
-        return passed && versionless ? handle_of(index) : EGL_NO_CONTEXT;
-    }
+EGLContext eglCreateContext(EGLDisplay display, EGLConfig config, EGLContext,
+                            const EGLint* attributes) {
+    script->log("context " + version_in(attributes) + " of config " +
+                std::to_string(index_of(config)));
+    return passes(display, Step::kCreateContext, "create_context") ? display : EGL_NO_CONTEXT;
+}
 
-    static EGLSurface create_pbuffer_surface(EGLDisplay display, EGLConfig, const EGLint*) {
-        const std::size_t index = index_of(display);
-        const bool passed = passes(index, Step::kCreateSurface, "create_surface");
-        return passed ? handle_of(index) : EGL_NO_SURFACE;
-    }
+EGLBoolean eglDestroyContext(EGLDisplay, EGLContext) {
+    return EGL_TRUE;
+}
 
-    static EGLBoolean make_current(EGLDisplay display, EGLSurface, EGLSurface, EGLContext) {
-        current = index_of(display);
-        return passes(current, Step::kMakeCurrent, "make_current");
-    }
+EGLSurface eglCreatePbufferSurface(EGLDisplay display, EGLConfig, const EGLint*) {
+    return passes(display, Step::kCreateSurface, "create_surface") ? display : EGL_NO_SURFACE;
+}
 
-    static EGLint get_error() { return std::exchange(lastError, EGL_SUCCESS); }
+EGLBoolean eglDestroySurface(EGLDisplay display, EGLSurface) {
+    return passes(display, Step::kDestroySurface, "destroy_surface");
+}
 
-    static const GLubyte* get_string(GLenum name) {
-        if (at(current).failsAt == Step::kGetString) return nullptr;
-        const char* text =
-            name == GL_EXTENSIONS ? at(current).glExtensions.c_str() : "scripted renderer";
-        return reinterpret_cast<const GLubyte*>(text);
-    }
+EGLBoolean eglMakeCurrent(EGLDisplay display, EGLSurface, EGLSurface, EGLContext) {
+    current = index_of(display);
+    return passes(display, Step::kMakeCurrent, "make_current");
+}
 
-    static void get_integerv(GLenum name, GLint* value) { *value = at(current).glIntegers[name]; }
-};
+// Nothing is ever said to be current.
+
+EGLDisplay eglGetCurrentDisplay() {
+    return EGL_NO_DISPLAY;
+}
+
+EGLSurface eglGetCurrentSurface(EGLint) {
+    return EGL_NO_SURFACE;
+}
+
+EGLContext eglGetCurrentContext() {
+    return EGL_NO_CONTEXT;
+}
+
+EGLint eglGetError() {
+    return std::exchange(lastError, EGL_SUCCESS);
+}
+
+}  // extern "C"
+
+namespace texprobe::tests {
 
 ScriptedDevice hardware(const std::string& node) {
     ScriptedDevice device;
@@ -137,7 +195,7 @@ ScriptedDevice software() {
     return device;
 }
 
-ScriptedEgl::ScriptedEgl(std::vector<ScriptedDevice> devices) : devices_(std::move(devices)) {
+ScriptedEgl::ScriptedEgl(std::vector<ScriptedDevice> itsDevices) : devices(std::move(itsDevices)) {
     script = this;
 }
 
@@ -145,25 +203,7 @@ ScriptedEgl::~ScriptedEgl() {
     script = nullptr;
 }
 
-platform::Egl ScriptedEgl::functions() const {
-    platform::Egl egl;
-    egl.queryDevices = Script::query_devices;
-    egl.queryDeviceString = Script::query_device_string;
-    egl.getPlatformDisplay = Script::get_platform_display;
-    egl.initialize = Script::initialize;
-    egl.bindApi = Script::bind_api;
-    egl.chooseConfig = Script::choose_config;
-    egl.getConfigAttrib = Script::get_config_attrib;
-    egl.createContext = Script::create_context;
-    egl.createPbufferSurface = Script::create_pbuffer_surface;
-    egl.makeCurrent = Script::make_current;
-    egl.getError = Script::get_error;
-    egl.getString = Script::get_string;
-    egl.getIntegerv = Script::get_integerv;
-    return egl;
-}
-
-EGLDeviceEXT ScriptedEgl::device(std::size_t index) {
+EGLDeviceEXT ScriptedEgl::device(std::size_t index) const {
     return handle_of(index);
 }
 
@@ -174,19 +214,15 @@ void ScriptedEgl::log(const std::string& call) const {
 }
 
 std::vector<std::string> ScriptedEgl::calls() const {
-    std::vector<std::string> calls;
-    std::ifstream stream(folder_.path() / "calls");
-    for (std::string line; std::getline(stream, line);) {
-        calls.push_back(line.substr(line.find(' ') + 1));
-    }
+    std::vector<std::string> calls = lines_of(read_file(folder_.path() / "calls"));
+    for (std::string& call : calls) call.erase(0, call.find(' ') + 1);
     return calls;
 }
 
 std::vector<std::string> ScriptedEgl::calls_here() const {
     const std::string here = std::to_string(getpid()) + ' ';
     std::vector<std::string> calls;
-    std::ifstream stream(folder_.path() / "calls");
-    for (std::string line; std::getline(stream, line);) {
+    for (const std::string& line : lines_of(read_file(folder_.path() / "calls"))) {
         if (line.rfind(here, 0) == 0) calls.push_back(line.substr(here.size()));
     }
     return calls;

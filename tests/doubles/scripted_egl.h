@@ -1,4 +1,5 @@
-// A scripted EGL, whose devices do what a test tells them.
+// A scripted EGL, whose devices do what a test tells them. Its functions replace libEGL's in the
+// program that it is linked into.
 
 #ifndef TEXPROBE_TESTS_SCRIPTED_EGL_H
 #define TEXPROBE_TESTS_SCRIPTED_EGL_H
@@ -9,19 +10,19 @@
 #include <vector>
 
 #include "CGL/egl.h"
-#include "doubles/laid_out_machine.h"
+#include "support/scratch_folder.h"
 
 namespace texprobe::tests {
 
 /// The call that fails on a device.
 enum class Step {
     kNone,
-    kQueryDevices,
     kGetPlatformDisplay,
     kInitialize,
     kChooseConfig,
     kCreateContext,
     kCreateSurface,
+    kDestroySurface,
     kMakeCurrent,
     kGetString
 };
@@ -34,7 +35,7 @@ struct ScriptedDevice {
     EGLint error = EGL_SUCCESS;          ///< What eglGetError returns for that failure.
     std::function<void()> onInitialize;  ///< Runs in eglInitialize, in any process.
     std::string glExtensions;
-    std::map<GLenum, GLint> glIntegers;
+    std::map<unsigned, int> glIntegers;
     std::vector<int> configBits = {8};  ///< The bits per channel of each configuration.
 };
 
@@ -45,27 +46,26 @@ ScriptedDevice software();
 /// There is one scripted EGL at a time. Its devices are referred to by index.
 class ScriptedEgl {
 public:
-    explicit ScriptedEgl(std::vector<ScriptedDevice> devices);
+    explicit ScriptedEgl(std::vector<ScriptedDevice> itsDevices);
     ~ScriptedEgl();
     ScriptedEgl(const ScriptedEgl&) = delete;
     ScriptedEgl& operator=(const ScriptedEgl&) = delete;
 
-    platform::Egl functions() const;
-    EGLDeviceEXT device(std::size_t index);
+    EGLDeviceEXT device(std::size_t index) const;
 
     /// The calls so far, of this process and its children, such as "initialize 0".
     std::vector<std::string> calls() const;
     /// The calls of this process only.
     std::vector<std::string> calls_here() const;
 
-    Step failsAt = Step::kNone;  ///< kQueryDevices, which is for no single device.
+    std::vector<ScriptedDevice> devices;
+    std::string clientExtensions = "EGL_EXT_device_base";
+    bool listsDevices = true;
 
-private:
-    friend struct Script;
     void log(const std::string& call) const;
 
-    std::vector<ScriptedDevice> devices_;
-    TemporaryFolder folder_;
+private:
+    ScratchFolder folder_;
 };
 
 }  // namespace texprobe::tests

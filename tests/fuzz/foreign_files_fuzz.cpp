@@ -17,7 +17,7 @@
 #include "CGL/sysfs.h"
 #include "CoreGraphics/displays.h"
 #include "sysctl/build_id.h"
-#include "sysctl/vendor_library.h"
+#include "sysctl/graphics_build.h"
 
 namespace {
 

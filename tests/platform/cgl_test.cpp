@@ -38,8 +38,8 @@ CGLPBufferObj create_pbuffer(GLsizei width, GLsizei height) {
 
 /// A context that is current and its pixel buffer; they end with it.
 struct Drawing {
-    Drawing(CGLContextObj itsContext, CGLPBufferObj itsBuffer)
-        : context(itsContext), pbuffer(itsBuffer) {
+    Drawing(CGLContextObj itsContext, GLsizei width, GLsizei height)
+        : context(itsContext), pbuffer(create_pbuffer(width, height)) {
         EXPECT_EQ(CGLSetPBuffer(context, pbuffer, 0, 0, 0), kCGLNoError);
         EXPECT_EQ(CGLSetCurrentContext(context), kCGLNoError);
     }
@@ -57,7 +57,7 @@ struct Drawing {
 Described describe_context(CGLPixelFormatObj format) {
     CGLContextObj context = nullptr;
     EXPECT_EQ(CGLCreateContext(format, nullptr, &context), kCGLNoError);
-    const Drawing drawing(context, create_pbuffer(8, 8));
+    const Drawing drawing(context, 8, 8);
     GLint version[2] = {};
     glGetIntegerv(GL_MAJOR_VERSION, &version[0]);
     glGetIntegerv(GL_MINOR_VERSION, &version[1]);
@@ -111,7 +111,7 @@ EGLint current_surface_size(EGLint dimension) {
 }
 
 TEST_F(Cgl, draws_to_a_pixel_buffer_of_the_size_asked_for) {
-    const Drawing drawing(create_context(), create_pbuffer(37, 21));
+    const Drawing drawing(create_context(), 37, 21);
     EXPECT_EQ(current_surface_size(EGL_WIDTH), 37);
     EXPECT_EQ(current_surface_size(EGL_HEIGHT), 21);
     GLint viewport[4] = {};
@@ -129,42 +129,22 @@ TEST_F(Cgl, draws_to_a_pixel_buffer_of_the_size_asked_for) {
     EXPECT_EQ(glGetError(), static_cast<GLenum>(GL_NO_ERROR));
 }
 
-TEST_F(Cgl, gives_a_compatibility_profile_with_eight_bits_a_channel) {
-    const Drawing drawing(create_context(), create_pbuffer(128, 128));
-    const auto* version = reinterpret_cast<const char*>(glGetString(GL_VERSION));
-    EXPECT_THAT(version, testing::HasSubstr("Compatibility Profile"));
-    // Only compatibility profiles have one string of all extensions.
-    EXPECT_NE(glGetString(GL_EXTENSIONS), nullptr);
-    for (const int channel : {GL_RED_BITS, GL_GREEN_BITS, GL_BLUE_BITS, GL_ALPHA_BITS}) {
-        GLint bits = 0;
-        glGetIntegerv(static_cast<GLenum>(channel), &bits);
-        EXPECT_EQ(bits, 8);
-    }
-}
-
 TEST_F(Cgl, gives_the_profile_asked_for_in_the_highest_version) {
-    for (const GLint profile : {kCGLOGLPVersion_3_2_Core, kCGLOGLPVersion_GL4_Core}) {
+    const std::pair<GLint, GLint> rows[] = {
+        {kCGLOGLPVersion_Legacy, GL_CONTEXT_COMPATIBILITY_PROFILE_BIT},
+        {kCGLOGLPVersion_3_2_Core, GL_CONTEXT_CORE_PROFILE_BIT}};
+    for (const auto& [profile, mask] : rows) {
         CGLPixelFormatObj format = nullptr;
         GLint screens = 0;
         ASSERT_EQ(choose_pixel_format({kCGLPFAOpenGLProfile, profile, kCGLPFARendererID, id_, 0},
                                       &format, &screens),
                   kCGLNoError);
-        const Described core = describe_context(format);
-        EXPECT_EQ(core.profileMask, GL_CONTEXT_CORE_PROFILE_BIT) << core.version;
+        const Described described = describe_context(format);
+        EXPECT_EQ(described.profileMask, mask) << described.version;
         // Mesa's software renderer has the same versions in both profiles, far above 3.2.
-        EXPECT_EQ(core.number, describe_context(create_pixel_format()).number) << core.version;
-        EXPECT_GE(core.number, 45);
+        EXPECT_EQ(described.number, describe_context(create_pixel_format()).number);
+        EXPECT_GE(described.number, 45);
     }
-    CGLPixelFormatObj legacy = nullptr;
-    GLint screens = 0;
-    ASSERT_EQ(choose_pixel_format(
-                  {kCGLPFARendererID, id_, kCGLPFAOpenGLProfile, kCGLOGLPVersion_Legacy, 0},
-                  &legacy, &screens),
-              kCGLNoError);
-    EXPECT_EQ(describe_context(legacy).profileMask, GL_CONTEXT_COMPATIBILITY_PROFILE_BIT);
-    EXPECT_EQ(choose_pixel_format({kCGLPFARendererID, id_, kCGLPFAOpenGLProfile, 0x2000, 0},
-                                  &legacy, &screens),
-              kCGLBadAttribute);
 }
 
 TEST_F(Cgl, gives_opengl_es_behind_a_function_of_its_own) {
@@ -197,26 +177,27 @@ TEST_F(Cgl, makes_nothing_current_for_null_and_before_it_destroys_the_current_co
     }
 }
 
-TEST_F(Cgl, remembers_the_size_of_a_pixel_buffer_while_there_is_no_context) {
-    CGLDestroyContext(create_context());
-    CGLPBufferObj pbuffer = create_pbuffer(37, 21);
-    const Drawing drawing(create_context(), pbuffer);
-    EXPECT_EQ(current_surface_size(EGL_WIDTH), 37);
-}
-
-TEST_F(Cgl, leaves_the_current_context_current_when_another_is_destroyed) {
-    CGLContextObj current = create_context();
-    CGLContextObj other = create_context();
-    CGLPBufferObj pbuffer = create_pbuffer(16, 16);
-    CGLSetPBuffer(current, pbuffer, 0, 0, 0);
-    CGLSetPBuffer(other, pbuffer, 0, 0, 0);
-    ASSERT_EQ(CGLSetCurrentContext(current), kCGLNoError);
+TEST_F(Cgl, leaves_current_what_was_when_others_are_created_and_destroyed) {
+    CGLContextObj first = create_context();
+    CGLPBufferObj small = create_pbuffer(16, 16);
+    EXPECT_EQ(eglGetCurrentContext(), EGL_NO_CONTEXT);
+    CGLSetPBuffer(first, small, 0, 0, 0);
+    ASSERT_EQ(CGLSetCurrentContext(first), kCGLNoError);
     EGLContext before = eglGetCurrentContext();
-    EXPECT_EQ(CGLDestroyContext(other), kCGLNoError);
+    CGLContextObj second = create_context();
+    CGLPBufferObj large = create_pbuffer(64, 32);
+    EXPECT_EQ(eglGetCurrentContext(), before);
+    EXPECT_EQ(current_surface_size(EGL_WIDTH), 16);
+    EXPECT_EQ(CGLSetPBuffer(second, large, 0, 0, 0), kCGLNoError);
+    EXPECT_EQ(CGLSetCurrentContext(second), kCGLNoError);
+    CGLDestroyPBuffer(large);
+    EXPECT_EQ(current_surface_size(EGL_HEIGHT), 32) << "the context lost its surface";
+    EXPECT_EQ(CGLSetCurrentContext(first), kCGLNoError);
+    EXPECT_EQ(CGLDestroyContext(second), kCGLNoError);
     EXPECT_EQ(eglGetCurrentContext(), before);
     EXPECT_NE(glGetString(GL_RENDERER), nullptr);
-    CGLDestroyContext(current);
-    CGLDestroyPBuffer(pbuffer);
+    CGLDestroyContext(first);
+    CGLDestroyPBuffer(small);
 }
 
 TEST_F(Cgl, leaves_the_display_of_the_application_initialized_and_its_context_current) {
@@ -250,55 +231,11 @@ TEST_F(Cgl, leaves_the_display_of_the_application_initialized_and_its_context_cu
 
 TEST_F(Cgl, gives_a_fresh_context_after_each_other) {
     for (int run = 0; run < 3; ++run) {
-        const Drawing drawing(create_context(), create_pbuffer(128, 128));
+        const Drawing drawing(create_context(), 128, 128);
         EXPECT_EQ(glIsTexture(1), GL_FALSE) << "a name of the context before";
         glBindTexture(GL_TEXTURE_2D, 1);
         EXPECT_EQ(glIsTexture(1), GL_TRUE);
     }
-}
-
-TEST_F(Cgl, replaces_the_pixel_buffer_of_the_current_context_at_once) {
-    CGLContextObj context = create_context();
-    CGLPBufferObj small = create_pbuffer(16, 16);
-    CGLPBufferObj large = create_pbuffer(64, 32);
-    CGLSetPBuffer(context, small, 0, 0, 0);
-    ASSERT_EQ(CGLSetCurrentContext(context), kCGLNoError);
-    EXPECT_EQ(CGLSetPBuffer(context, large, 0, 0, 0), kCGLNoError);
-    EXPECT_EQ(current_surface_size(EGL_WIDTH), 64);
-    CGLDestroyPBuffer(small);
-    CGLDestroyPBuffer(large);
-    EXPECT_EQ(current_surface_size(EGL_HEIGHT), 32) << "the context lost its surface";
-    CGLDestroyContext(context);
-}
-
-TEST_F(Cgl, leaves_current_what_was_when_a_pixel_buffer_is_created) {
-    CGLContextObj first = create_context();
-    CGLPBufferObj small = create_pbuffer(16, 16);
-    EXPECT_EQ(eglGetCurrentContext(), EGL_NO_CONTEXT);
-    CGLSetPBuffer(first, small, 0, 0, 0);
-    ASSERT_EQ(CGLSetCurrentContext(first), kCGLNoError);
-    EGLContext before = eglGetCurrentContext();
-    CGLContextObj second = create_context();
-    CGLPBufferObj large = create_pbuffer(64, 32);
-    EXPECT_EQ(eglGetCurrentContext(), before);
-    EXPECT_EQ(current_surface_size(EGL_WIDTH), 16);
-    // It was tried with the second context, and may be set on either.
-    EXPECT_EQ(CGLSetPBuffer(second, large, 0, 0, 0), kCGLNoError);
-    EXPECT_EQ(CGLSetPBuffer(first, large, 0, 0, 0), kCGLNoError);
-    EXPECT_EQ(current_surface_size(EGL_WIDTH), 64);
-    EXPECT_EQ(CGLSetCurrentContext(second), kCGLNoError);
-    EXPECT_EQ(current_surface_size(EGL_HEIGHT), 32);
-    CGLDestroyContext(first);
-    CGLDestroyContext(second);
-    CGLDestroyPBuffer(small);
-    CGLDestroyPBuffer(large);
-}
-
-TEST_F(Cgl, has_no_drawable_before_a_pixel_buffer_is_set) {
-    CGLContextObj context = create_context();
-    EXPECT_EQ(CGLSetCurrentContext(context), kCGLBadDrawable);
-    EXPECT_EQ(eglGetCurrentContext(), EGL_NO_CONTEXT);
-    EXPECT_EQ(CGLDestroyContext(context), kCGLNoError);
 }
 
 TEST_F(Cgl, has_one_virtual_screen) {
@@ -338,17 +275,17 @@ TEST_F(Cgl, lists_no_renderer_for_no_display_and_the_same_for_every_other_mask) 
 TEST_F(Cgl, refuses_attribute_lists_that_do_not_name_one_renderer) {
     CGLPixelFormatObj format = nullptr;
     GLint screens = -1;
-    EXPECT_EQ(choose_pixel_format({0}, &format, &screens), kCGLBadAttribute);
-    EXPECT_EQ(choose_pixel_format({kCGLPFARendererID, 0}, &format, &screens), kCGLBadAttribute);
-    EXPECT_EQ(
-        choose_pixel_format({kCGLPFARendererID, 0, kCGLPFARendererID, id_, 0}, &format, &screens),
-        kCGLBadAttribute);
-    EXPECT_EQ(choose_pixel_format({kCGLPFAVirtualScreenCount, 1, 0}, &format, &screens),
-              kCGLBadAttribute);
-    EXPECT_EQ(choose_pixel_format({kCGLPFARendererID, id_, 5, 0}, &format, &screens),
-              kCGLBadAttribute);
-    EXPECT_EQ(choose_pixel_format({kCGLPFARendererID, id_ + 1, 0}, &format, &screens),
-              kCGLBadPixelFormat);
+    const std::pair<std::initializer_list<GLint>, CGLError> rows[] = {
+        {{0}, kCGLBadAttribute},
+        {{kCGLPFARendererID, 0}, kCGLBadAttribute},
+        {{kCGLPFARendererID, 0, kCGLPFARendererID, id_, 0}, kCGLBadAttribute},
+        {{kCGLPFAVirtualScreenCount, 1, 0}, kCGLBadAttribute},
+        {{kCGLPFARendererID, id_, 5, 0}, kCGLBadAttribute},
+        {{kCGLPFARendererID, id_, kCGLPFAOpenGLProfile, 0x2000, 0}, kCGLBadAttribute},
+        {{kCGLPFARendererID, id_ + 1, 0}, kCGLBadPixelFormat}};
+    for (const auto& [attributes, error] : rows) {
+        EXPECT_EQ(choose_pixel_format(attributes, &format, &screens), error);
+    }
     EXPECT_EQ(format, nullptr);
     EXPECT_EQ(screens, 0);
     EXPECT_EQ(CGLChoosePixelFormat(nullptr, &format, &screens), kCGLBadAddress);
@@ -369,30 +306,38 @@ TEST_F(Cgl, refuses_contexts_without_a_pixel_format_and_shared_ones) {
     CGLDestroyPixelFormat(format);
 }
 
-TEST_F(Cgl, refuses_pixel_buffers_of_impossible_sizes_and_kinds) {
+TEST_F(Cgl, refuses_pixel_buffers_of_impossible_sizes_and_kinds_and_without_a_context) {
     CGLPBufferObj pbuffer = nullptr;
     const auto create = [&](GLsizei width, GLsizei height, GLenum target, GLenum format,
                             GLint level) {
         return CGLCreatePBuffer(width, height, target, format, level, &pbuffer);
     };
+    CGLContextObj context = create_context();
     EXPECT_EQ(create(0, 1, GL_TEXTURE_2D, GL_RGBA, 0), kCGLBadValue);
     EXPECT_EQ(create(1, -1, GL_TEXTURE_2D, GL_RGBA, 0), kCGLBadValue);
     EXPECT_EQ(create(1, 1, GL_TEXTURE_2D, GL_RGBA, -1), kCGLBadValue);
     EXPECT_EQ(create(1, 1, GL_TEXTURE_3D, GL_RGBA, 0), kCGLBadEnumeration);
     EXPECT_EQ(create(1, 1, GL_TEXTURE_2D, GL_RGBA8, 0), kCGLBadEnumeration);
-    EXPECT_EQ(pbuffer, nullptr);
     EXPECT_EQ(CGLCreatePBuffer(1, 1, GL_TEXTURE_2D, GL_RGBA, 0, nullptr), kCGLBadAddress);
+    CGLDestroyContext(context);
+    EXPECT_EQ(create(1, 1, GL_TEXTURE_2D, GL_RGBA, 0), kCGLBadContext);
+    EXPECT_EQ(pbuffer, nullptr);
 }
 
-TEST_F(Cgl, sets_one_face_and_level_of_a_pixel_buffer_on_a_context) {
+TEST_F(Cgl, sets_a_pixel_buffer_once_on_a_context_that_has_none) {
     CGLContextObj context = create_context();
     CGLPBufferObj pbuffer = create_pbuffer(16, 16);
+    CGLPBufferObj second = create_pbuffer(16, 16);
+    EXPECT_EQ(CGLSetCurrentContext(context), kCGLBadDrawable) << "it has none yet";
     EXPECT_EQ(CGLSetPBuffer(nullptr, pbuffer, 0, 0, 0), kCGLBadContext);
     EXPECT_EQ(CGLSetPBuffer(context, nullptr, 0, 0, 0), kCGLBadDrawable);
     EXPECT_EQ(CGLSetPBuffer(context, pbuffer, 1, 0, 0), kCGLBadValue);
     EXPECT_EQ(CGLSetPBuffer(context, pbuffer, 0, 1, 0), kCGLBadValue);
     EXPECT_EQ(CGLSetPBuffer(context, pbuffer, 0, 0, 1), kCGLBadValue);
-    CGLDestroyPBuffer(pbuffer);
+    EXPECT_EQ(CGLSetPBuffer(context, pbuffer, 0, 0, 0), kCGLNoError);
+    EXPECT_EQ(CGLSetPBuffer(context, pbuffer, 0, 0, 0), kCGLBadDrawable);
+    EXPECT_EQ(CGLSetPBuffer(context, second, 0, 0, 0), kCGLBadMatch);
+    for (CGLPBufferObj each : {pbuffer, second}) CGLDestroyPBuffer(each);
     CGLDestroyContext(context);
 }
 

@@ -1,13 +1,14 @@
-// Strings, numbers, booleans and arrays.
+// Strings, numbers, booleans, arrays and dictionaries.
 
 #include <CoreFoundation/CoreFoundation.h>
 #include <CoreFoundation/object.h>
 #include <gtest/gtest.h>
 
 #include <bit>
-#include <cmath>
 #include <cstdint>
+#include <functional>
 #include <limits>
+#include <set>
 #include <string>
 #include <thread>
 #include <vector>
@@ -31,15 +32,22 @@ long references(CFTypeRef object) {
     return platform::object_of(object).references;
 }
 
-TEST(Strings, hold_every_ascii_character) {
+void run_in_four_threads(const std::function<void(int number)>& action) {
+    std::vector<std::thread> threads;
+    threads.reserve(4);
+    for (int i = 0; i < 4; ++i) threads.emplace_back(action, i);
+    for (std::thread& thread : threads) thread.join();
+}
+
+TEST(Strings, are_copies_of_any_ascii_text_and_cannot_be_made_of_anything_else) {
     std::string all;
     for (char c = 1; c < 127; ++c) all += c;
     all += char{127};
-    EXPECT_EQ(take(ascii(all.c_str())), all);
+    const std::string before = all;
+    const CFStringRef string = ascii(all.c_str());
+    all[0] = 'X';
+    EXPECT_EQ(take(string), before);
     EXPECT_EQ(take(ascii("")), "");
-}
-
-TEST(Strings, cannot_be_made_of_anything_else) {
     for (const char* text : {"caf\xC3\xA9", "\x80", "\xFF", static_cast<const char*>(nullptr)}) {
         EXPECT_EQ(ascii(text), nullptr);
     }
@@ -47,21 +55,19 @@ TEST(Strings, cannot_be_made_of_anything_else) {
     EXPECT_EQ(CFSTR("\xE9"), nullptr);
 }
 
-TEST(Strings, are_copies_of_their_text) {
-    char text[] = "before";
-    const CFStringRef string = ascii(text);
-    text[0] = 'X';
-    EXPECT_EQ(take(string), "before");
-}
-
-TEST(Strings, are_read_as_the_same_text_in_every_encoding) {
-    const CFStringRef string = CFSTR("text");
-    EXPECT_STREQ(CFStringGetCStringPtr(string, kCFStringEncodingASCII), "text");
+TEST(Strings, are_read_in_every_encoding_and_copied_as_ascii_into_a_buffer_that_holds_them) {
+    const CFStringRef string = CFSTR("four");
+    EXPECT_STREQ(CFStringGetCStringPtr(string, kCFStringEncodingASCII), "four");
     EXPECT_EQ(CFStringGetCStringPtr(string, 0), CFStringGetCStringPtr(string, 0x0600));
+    EXPECT_EQ(CFStringGetLength(string), 4);
+    char buffer[5];
+    EXPECT_TRUE(CFStringGetCString(string, buffer, 5, kCFStringEncodingASCII));
+    EXPECT_STREQ(buffer, "four");
+    EXPECT_FALSE(CFStringGetCString(string, buffer, 4, kCFStringEncodingASCII));
+    EXPECT_FALSE(CFStringGetCString(string, buffer, 5, 0x08000100));
 }
 
 TEST(Strings, compare_by_code_unit_and_case) {
-    EXPECT_EQ(CFStringCompare(CFSTR("a"), CFSTR("a"), 0), kCFCompareEqualTo);
     EXPECT_EQ(CFStringCompare(CFSTR("A"), CFSTR("a"), 0), kCFCompareLessThan);
     EXPECT_EQ(CFStringCompare(CFSTR("b"), CFSTR("aa"), 0), kCFCompareGreaterThan);
     EXPECT_EQ(CFStringCompare(CFSTR("a"), CFSTR("aa"), 0), kCFCompareLessThan);
@@ -72,28 +78,24 @@ TEST(Strings, compare_by_code_unit_and_case) {
     CFRelease(made);
 }
 
-TEST(ConstantStrings, of_the_same_text_are_the_same_object) {
-    EXPECT_EQ(CFSTR("constant"), CFSTR("constant"));
-    EXPECT_NE(CFSTR("constant"), CFSTR("another"));
-}
-
-TEST(ConstantStrings, survive_any_number_of_releases) {
+TEST(Constants, of_the_same_text_are_one_object_that_survives_any_number_of_releases) {
     const CFStringRef constant = CFSTR("released");
     for (int i = 0; i < 3; ++i) CFRelease(constant);  // NOLINT(clang-analyzer-*): the point
+    for (int i = 0; i < 3; ++i) CFRelease(kCFBooleanTrue);
     EXPECT_EQ(CFSTR("released"), constant);
+    EXPECT_NE(CFSTR("released"), CFSTR("another"));
     EXPECT_STREQ(CFStringGetCStringPtr(constant, 0), "released");
+    EXPECT_NE(kCFBooleanTrue, kCFBooleanFalse);
+    CFRelease(nullptr);  // NOLINT(clang-analyzer-*): macOS would end the process
 }
 
-TEST(ConstantStrings, are_made_once_by_many_threads) {
-    std::vector<std::thread> threads;
-    threads.reserve(4);
+TEST(Constants, are_made_once_by_many_threads) {
     std::vector<CFStringRef> seen(4);
-    for (CFStringRef& string : seen) {
-        threads.emplace_back([&string] {
-            for (int i = 0; i < 1000; ++i) string = CFSTR("from many threads");
-        });
-    }
-    for (std::thread& thread : threads) thread.join();
+    run_in_four_threads([&seen](int number) {
+        for (int i = 0; i < 1000; ++i) {
+            seen.at(static_cast<std::size_t>(number)) = CFSTR("from many threads");
+        }
+    });
     for (const CFStringRef string : seen) EXPECT_EQ(string, seen[0]);
 }
 
@@ -103,7 +105,7 @@ std::string formatted(CFStringRef format, Arguments... arguments) {
     return take(CFStringCreateWithFormat(nullptr, nullptr, format, arguments...));
 }
 
-TEST(FormattedStrings, have_four_conversions) {
+TEST(FormattedStrings, have_four_conversions_and_cannot_be_made_of_anything_else) {
     EXPECT_EQ(formatted(CFSTR("%@.%x.%s"), CFSTR("org.example.tool"), 255u, "6.1-abc"),
               "org.example.tool.ff.6.1-abc");
     EXPECT_EQ(formatted(CFSTR("%x %x %x %x"), 0u, 0x00ABCDEFu, 0x80000001u, 0xFFFFFFFFu),
@@ -112,9 +114,6 @@ TEST(FormattedStrings, have_four_conversions) {
     EXPECT_EQ(formatted(CFSTR("%@ %s"), static_cast<CFStringRef>(nullptr),
                         static_cast<const char*>(nullptr)),
               "(null) (null)");
-}
-
-TEST(FormattedStrings, cannot_be_made_of_anything_else) {
     EXPECT_EQ(formatted(CFSTR("%d"), 1), "(none)");
     EXPECT_EQ(formatted(CFSTR("%08x"), 1u), "(none)");
     EXPECT_EQ(formatted(CFSTR("100 %")), "(none)");
@@ -123,86 +122,84 @@ TEST(FormattedStrings, cannot_be_made_of_anything_else) {
     EXPECT_EQ(formatted(CFSTR("%@"), kCFBooleanTrue), "(none)");
 }
 
-TEST(Numbers, keep_every_double_bit_for_bit) {
+TEST(Numbers, keep_every_double_bit_for_bit_and_have_no_other_type) {
     using Limits = std::numeric_limits<double>;
+    constexpr CFNumberType kInt = 9;
     for (const double value : {0.0, -0.0, 0.21, Limits::max(), Limits::denorm_min(),
                                Limits::infinity(), -Limits::infinity(), Limits::quiet_NaN()}) {
         const CFNumberRef number = CFNumberCreate(nullptr, kCFNumberDoubleType, &value);
         double read = 7;
+        EXPECT_FALSE(CFNumberGetValue(number, kInt, &read));
+        EXPECT_EQ(read, 7);
         EXPECT_TRUE(CFNumberGetValue(number, kCFNumberDoubleType, &read));
         EXPECT_EQ(std::bit_cast<std::uint64_t>(read), std::bit_cast<std::uint64_t>(value));
         CFRelease(number);
+        EXPECT_EQ(CFNumberCreate(nullptr, kInt, &value), nullptr);
     }
-}
-
-TEST(Numbers, of_another_type_are_neither_made_nor_read) {
-    constexpr CFNumberType kInt = 9;
-    const double value = 1;
-    EXPECT_EQ(CFNumberCreate(nullptr, kInt, &value), nullptr);
     EXPECT_EQ(CFNumberCreate(nullptr, kCFNumberDoubleType, nullptr), nullptr);
-    const CFNumberRef number = CFNumberCreate(nullptr, kCFNumberDoubleType, &value);
-    double untouched = 7;
-    EXPECT_FALSE(CFNumberGetValue(number, kInt, &untouched));
-    EXPECT_EQ(untouched, 7);
-    CFRelease(number);
 }
 
 TEST(Types, are_told_apart_by_their_ids) {
     const double value = 1;
     const CFNumberRef number = CFNumberCreate(nullptr, kCFNumberDoubleType, &value);
-    const CFArrayRef array = CFArrayCreate(nullptr, nullptr, 0, nullptr);
+    const CFArrayRef array = CFArrayCreate(nullptr, nullptr, 0, &kCFTypeArrayCallBacks);
     EXPECT_EQ(CFGetTypeID(number), CFNumberGetTypeID());
     EXPECT_EQ(CFGetTypeID(CFSTR("")), CFStringGetTypeID());
-    EXPECT_NE(CFNumberGetTypeID(), CFStringGetTypeID());
     EXPECT_EQ(CFGetTypeID(kCFBooleanTrue), CFGetTypeID(kCFBooleanFalse));
-    EXPECT_NE(CFGetTypeID(kCFBooleanTrue), CFNumberGetTypeID());
-    EXPECT_NE(CFGetTypeID(kCFBooleanTrue), CFStringGetTypeID());
-    EXPECT_NE(CFGetTypeID(array), CFGetTypeID(kCFBooleanTrue));
+    const std::set<CFTypeID> ids = {CFNumberGetTypeID(), CFStringGetTypeID(),
+                                    CFGetTypeID(kCFBooleanTrue), CFGetTypeID(array)};
+    EXPECT_EQ(ids.size(), 4u);
     CFRelease(array);
     CFRelease(number);
 }
 
-TEST(Booleans, survive_any_number_of_releases) {
-    for (int i = 0; i < 3; ++i) CFRelease(kCFBooleanTrue);
-    EXPECT_NE(kCFBooleanTrue, kCFBooleanFalse);
-    CFRelease(nullptr);  // NOLINT(clang-analyzer-*): macOS would end the process
+CFDictionaryRef create_dictionary(const void** keys, const void** values, CFIndex count,
+                                  const CFDictionaryKeyCallBacks* ofKeys,
+                                  const CFDictionaryValueCallBacks* ofValues) {
+    return CFDictionaryCreate(nullptr, keys, values, count, ofKeys, ofValues);
 }
 
-TEST(Arrays, own_a_reference_to_each_value_until_they_end) {
+TEST(Collections, own_a_reference_to_each_object_until_they_end) {
     const CFStringRef string = ascii("value");
     const void* values[] = {string, string};
     const CFArrayRef array = CFArrayCreate(nullptr, values, 2, &kCFTypeArrayCallBacks);
+    const CFDictionaryRef dictionary = create_dictionary(
+        values, values, 1, &kCFTypeDictionaryKeyCallBacks, &kCFTypeDictionaryValueCallBacks);
     values[0] = nullptr;
-    EXPECT_EQ(references(string), 3);
-    EXPECT_EQ(array->values.at(0), string);
+    EXPECT_EQ(references(string), 5);
+    EXPECT_EQ(CFArrayGetValueAtIndex(array, 0), string);
     CFRelease(array);
-    EXPECT_EQ(references(string), 1);
-    // Without callbacks they own nothing.
-    const CFArrayRef borrowing = CFArrayCreate(nullptr, values, 1, nullptr);
-    EXPECT_EQ(references(string), 1);
-    CFRelease(borrowing);
+    EXPECT_EQ(references(string), 3);
+    CFRelease(dictionary);
     EXPECT_EQ(references(string), 1);
     CFRelease(string);
 }
 
-TEST(Arrays, cannot_be_made_of_a_negative_count_or_of_no_list) {
-    EXPECT_EQ(CFArrayCreate(nullptr, nullptr, -1, nullptr), nullptr);
-    EXPECT_EQ(CFArrayCreate(nullptr, nullptr, 1, nullptr), nullptr);
+TEST(Collections, need_the_callbacks_and_as_many_objects_as_they_say) {
+    const void* one[] = {CFSTR("one")};
+    const auto* keys = &kCFTypeDictionaryKeyCallBacks;
+    const auto* values = &kCFTypeDictionaryValueCallBacks;
+    EXPECT_EQ(CFArrayCreate(nullptr, one, 1, nullptr), nullptr);
+    EXPECT_EQ(CFArrayCreate(nullptr, one, -1, &kCFTypeArrayCallBacks), nullptr);
+    EXPECT_EQ(CFArrayCreate(nullptr, nullptr, 1, &kCFTypeArrayCallBacks), nullptr);
+    EXPECT_EQ(create_dictionary(one, one, 1, nullptr, values), nullptr);
+    EXPECT_EQ(create_dictionary(one, one, 1, keys, nullptr), nullptr);
+    EXPECT_EQ(create_dictionary(one, one, -1, keys, values), nullptr);
+    EXPECT_EQ(create_dictionary(nullptr, one, 1, keys, values), nullptr);
+    EXPECT_EQ(create_dictionary(one, nullptr, 1, keys, values), nullptr);
+    const CFDictionaryRef empty = create_dictionary(nullptr, nullptr, 0, keys, values);
+    ASSERT_NE(empty, nullptr);
+    CFRelease(empty);
 }
 
 TEST(References, are_counted_across_threads) {
     const CFStringRef string = ascii("shared");
-    std::vector<std::thread> threads;
-    threads.reserve(4);
-    for (int i = 0; i < 4; ++i) {
-        threads.emplace_back([string] {
-            const void* values[] = {string};
-            for (int j = 0; j < 1000; ++j) {
-                CFRelease(CFArrayCreate(nullptr, values, 1, &kCFTypeArrayCallBacks));
-            }
-        });
-    }
-    for (std::thread& thread : threads) thread.join();
+    run_in_four_threads([string](int) {
+        const void* values[] = {string};
+        for (int i = 0; i < 1000; ++i) {
+            CFRelease(CFArrayCreate(nullptr, values, 1, &kCFTypeArrayCallBacks));
+        }
+    });
     EXPECT_EQ(references(string), 1);
     CFRelease(string);
 }

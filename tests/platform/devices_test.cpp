@@ -1,9 +1,11 @@
-// The list of devices, on a scripted EGL and laid-out machines.
+// The list of devices, on a scripted EGL and a laid-out machine.
 
 #include "CGL/devices.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+
+#include <algorithm>
 
 #include "doubles/laid_out_machine.h"
 #include "doubles/scripted_egl.h"
@@ -12,136 +14,111 @@ namespace texprobe::tests {
 namespace {
 
 using platform::can_list_devices;
-using platform::Device;
-using platform::Egl;
 using platform::has_extension;
-using platform::list_devices;
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-std::vector<std::string> identities(const std::vector<Device>& devices) {
+/// Each device as "IDENTITY (NAME)", followed by its entries in EGL's list.
+std::vector<std::string> listed_devices(const ScriptedEgl& egl, const LaidOutMachine& machine) {
+    const std::vector<platform::Device> devices = platform::list_devices(machine.sysfs());
     std::vector<std::string> texts;
     texts.reserve(devices.size());
-    for (const Device& device : devices) texts.push_back(device.identity);
+    for (const platform::Device& device : devices) {
+        std::string text = device.identity + " (" + device.name + ")";
+        for (std::size_t i = 0; i < egl.devices.size(); ++i) {
+            const auto& entries = device.entries;
+            const bool isEntry =
+                std::find(entries.begin(), entries.end(), egl.device(i)) != entries.end();
+            if (isEntry) text += " #" + std::to_string(i);
+        }
+        EXPECT_EQ(device.software, device.identity == "software");
+        texts.push_back(text);
+    }
     return texts;
 }
 
-TEST(Devices, are_none_where_egl_cannot_list_them) {
-    EXPECT_THAT(list_devices(Egl(), "/nowhere"), IsEmpty());
+ScriptedDevice by_primary_node(const std::string& node) {
+    ScriptedDevice device;
+    device.extensions = "EGL_EXT_device_drm";
+    device.strings[EGL_DRM_DEVICE_FILE_EXT] = node;
+    return device;
 }
 
-TEST(Devices, are_none_where_egl_fails_to_list_them) {
-    ScriptedEgl egl({software()});
-    egl.failsAt = Step::kQueryDevices;
-    EXPECT_THAT(list_devices(egl.functions(), "/nowhere"), IsEmpty());
+/// A device whose driver has names for it, such as it offers.
+ScriptedDevice with_names(ScriptedDevice device, const std::map<EGLint, std::string>& names) {
+    device.extensions += " EGL_EXT_device_query_name EGL_EXT_device_persistent_id";
+    device.strings.insert(names.begin(), names.end());
+    return device;
 }
 
-TEST(Devices, are_none_where_there_is_none) {
-    ScriptedEgl egl({});
-    EXPECT_THAT(list_devices(egl.functions(), "/nowhere"), IsEmpty());
-}
-
-TEST(Devices, that_are_hardware_come_before_software) {
-    const LaidOutMachine machine;
-    machine.add_gpu("pci0/a", {"card0", "renderD128"}, "0x1002", "0x73df", "amdgpu");
-    machine.add_gpu("pci0/b", {"card1", "renderD129"}, "0x8086", "0x9a49", "i915");
-    ScriptedEgl egl({software(), hardware("/dev/dri/renderD128"), hardware("/dev/dri/renderD129")});
-    const std::vector<Device> devices = list_devices(egl.functions(), machine.sysfs());
-    EXPECT_THAT(identities(devices),
-                ElementsAre("0x1002/0x73df/amdgpu", "0x8086/0x9a49/i915", "software"));
-    EXPECT_FALSE(devices.at(0).software);
-    EXPECT_TRUE(devices.at(2).software);
-    EXPECT_EQ(devices[0].name, "/dev/dri/renderD128");
-}
-
-TEST(Devices, are_one_for_a_gpu_that_two_vendors_list) {
+TEST(Devices, are_the_gpus_in_the_order_of_egl_and_then_the_software_renderer) {
     const LaidOutMachine machine;
     machine.add_gpu("pci0/a", {"card0", "renderD128"}, "0x10de", "0x2204", "nvidia");
-    ScriptedDevice byPrimaryNode;
-    byPrimaryNode.extensions = "EGL_EXT_device_drm";
-    byPrimaryNode.strings[EGL_DRM_DEVICE_FILE_EXT] = "/dev/dri/card0";
-    ScriptedEgl egl({byPrimaryNode, software(), hardware("/dev/dri/renderD128")});
-    const std::vector<Device> devices = list_devices(egl.functions(), machine.sysfs());
-    ASSERT_THAT(identities(devices), ElementsAre("0x10de/0x2204/nvidia", "software"));
-    EXPECT_THAT(devices[0].entries, ElementsAre(egl.device(0), egl.device(2)));
-    EXPECT_THAT(devices[1].entries, ElementsAre(egl.device(1)));
-}
-
-TEST(Devices, are_two_for_two_gpus_of_one_kind) {
-    const LaidOutMachine machine;
-    machine.add_gpu("pci0/a", {"renderD128"}, "0x10de", "0x2204", "nvidia");
     machine.add_gpu("pci0/b", {"renderD129"}, "0x10de", "0x2204", "nvidia");
-    ScriptedEgl egl({hardware("/dev/dri/renderD128"), hardware("/dev/dri/renderD129")});
-    const std::vector<Device> devices = list_devices(egl.functions(), machine.sysfs());
-    ASSERT_EQ(devices.size(), 2u);
-    EXPECT_EQ(devices[0].identity, devices[1].identity);
-    EXPECT_NE(devices[0].gpu.directory, devices[1].gpu.directory);
-}
-
-TEST(Devices, are_one_for_all_software_entries) {
-    ScriptedEgl egl({software(), software()});
-    const std::vector<Device> devices = list_devices(egl.functions(), "/nowhere");
-    ASSERT_THAT(identities(devices), ElementsAre("software"));
-    EXPECT_THAT(devices[0].entries, ElementsAre(egl.device(0), egl.device(1)));
-}
-
-TEST(Devices, of_the_software_renderer_are_the_same_with_and_without_a_node) {
-    const LaidOutMachine machine;
-    machine.add_gpu("platform/vgem", {"renderD128"}, "", "", "vgem");
-    ScriptedDevice withNode = hardware("/dev/dri/renderD128");
-    withNode.extensions += " EGL_MESA_device_software";
-    ScriptedEgl egl({withNode, software()});
-    EXPECT_THAT(identities(list_devices(egl.functions(), machine.sysfs())),
-                ElementsAre("software"));
-}
-
-TEST(Devices, off_the_pci_bus_are_what_the_kernel_calls_them) {
-    const LaidOutMachine machine;
-    machine.add_gpu("platform/soc/v3d", {"renderD128"}, "", "", "v3d");
+    machine.add_gpu("pci0/c", {"renderD130"}, "0x8086", "0x9a49", "i915");
+    machine.add_gpu("platform/vgem", {"renderD131"}, "", "", "vgem");
+    machine.add_gpu("platform/soc/v3d", {"renderD132"}, "", "", "v3d");
     machine.write_attribute("platform/soc/v3d", "modalias", "of:NgpuT(null)Cbrcm,2711-v3d\n");
-    ScriptedEgl egl({hardware("/dev/dri/renderD128")});
-    EXPECT_THAT(identities(list_devices(egl.functions(), machine.sysfs())),
-                ElementsAre("/of:NgpuT(null)Cbrcm,2711-v3d/v3d"));
+    const ScriptedDevice nvidia = hardware("/dev/dri/renderD128");
+    ScriptedDevice softwareWithNode = hardware("/dev/dri/renderD131");
+    softwareWithNode.extensions += " EGL_MESA_device_software";
+    const struct {
+        const char* outcome;
+        std::vector<ScriptedDevice> devices;
+        std::vector<std::string> expected;
+    } rows[] = {{"none where there is none", {}, {}},
+                {"hardware first",
+                 {software(), hardware("/dev/dri/renderD130"), nvidia},
+                 {"0x8086/0x9a49/i915 (/dev/dri/renderD130) #1",
+                  "0x10de/0x2204/nvidia (/dev/dri/renderD128) #2", "software (software) #0"}},
+                {"one for a GPU that two vendors list",
+                 {by_primary_node("/dev/dri/card0"), software(), nvidia},
+                 {"0x10de/0x2204/nvidia (/dev/dri/card0) #0 #2", "software (software) #1"}},
+                {"two for two GPUs of one kind, whatever their slots and nodes",
+                 {nvidia, hardware("/dev/dri/renderD129")},
+                 {"0x10de/0x2204/nvidia (/dev/dri/renderD128) #0",
+                  "0x10de/0x2204/nvidia (/dev/dri/renderD129) #1"}},
+                {"one for all software entries, with a node or without",
+                 {softwareWithNode, software(), software()},
+                 {"software (software) #0 #1 #2"}},
+                {"off the PCI bus called as the kernel calls them",
+                 {hardware("/dev/dri/renderD132")},
+                 {"/of:NgpuT(null)Cbrcm,2711-v3d/v3d (/dev/dri/renderD132) #0"}},
+                {"without a node called as their driver calls them",
+                 {with_names({}, {{EGL_VENDOR, "NVIDIA"},
+                                  {EGL_RENDERER_EXT, "NVIDIA H100"},
+                                  {EGL_DRIVER_NAME_EXT, "nvidia"}})},
+                 {"NVIDIA/NVIDIA H100/nvidia (NVIDIA/NVIDIA H100/nvidia) #0"}},
+                {"unknown to sysfs told apart by their drivers",
+                 {with_names(hardware("/dev/dri/renderD7"),
+                             {{EGL_VENDOR, "AMD"}, {EGL_RENDERER_EXT, "Navi 22"}}),
+                  hardware("/dev/dri/renderD8")},
+                 {"AMD/Navi 22/ (/dev/dri/renderD7) #0", "// (/dev/dri/renderD8) #1"}},
+                {"listed with null strings", {with_names({}, {})}, {"// (//) #0"}}};
+    for (const auto& row : rows) {
+        const ScriptedEgl egl(row.devices);
+        EXPECT_EQ(listed_devices(egl, machine), row.expected) << row.outcome;
+    }
 }
 
-TEST(Devices, without_a_node_are_what_their_driver_calls_them) {
-    ScriptedDevice device;
-    device.extensions = "EGL_EXT_device_query_name EGL_EXT_device_persistent_id";
-    device.strings = {
-        {EGL_VENDOR, "NVIDIA"}, {EGL_RENDERER_EXT, "NVIDIA H100"}, {EGL_DRIVER_NAME_EXT, "nvidia"}};
-    ScriptedEgl egl({device});
-    const std::vector<Device> devices = list_devices(egl.functions(), "/nowhere");
-    ASSERT_THAT(identities(devices), ElementsAre("NVIDIA/NVIDIA H100/nvidia"));
-    EXPECT_EQ(devices[0].name, "NVIDIA/NVIDIA H100/nvidia");
-}
-
-TEST(Devices, whose_node_sysfs_does_not_know_are_told_apart_by_their_driver) {
-    ScriptedDevice device = hardware("/dev/dri/renderD128");
-    device.extensions += " EGL_EXT_device_query_name";
-    device.strings[EGL_VENDOR] = "AMD";
-    device.strings[EGL_RENDERER_EXT] = "Navi 22";
-    ScriptedEgl egl({device, hardware("/dev/dri/renderD129")});
-    const std::vector<Device> devices = list_devices(egl.functions(), "/nowhere");
-    ASSERT_THAT(identities(devices), ElementsAre("AMD/Navi 22/", "//"));
-    EXPECT_EQ(devices[0].name, "/dev/dri/renderD128");
+TEST(Devices, are_none_where_egl_cannot_list_them_or_fails_to) {
+    ScriptedEgl egl({software()});
+    egl.listsDevices = false;
+    EXPECT_THAT(platform::list_devices("/nowhere"), IsEmpty());
+    egl.listsDevices = true;
+    egl.clientExtensions = "EGL_EXT_platform_base";
+    EXPECT_THAT(platform::list_devices("/nowhere"), IsEmpty());
 }
 
 TEST(Devices, are_asked_for_strings_only_and_only_for_those_that_they_offer) {
     ScriptedDevice bare;
     bare.strings[EGL_VENDOR] = "not offered";
-    ScriptedEgl egl({bare, software()});
-    list_devices(egl.functions(), "/nowhere");
+    const ScriptedEgl egl({bare, software()});
+    platform::list_devices("/nowhere");
     const std::string extensions = std::to_string(EGL_EXTENSIONS);
     EXPECT_THAT(egl.calls(),
                 ElementsAre("query_devices", "query_devices", "query_device_string 0 " + extensions,
                             "query_device_string 1 " + extensions));
-}
-
-TEST(Devices, with_null_strings_are_listed) {
-    ScriptedDevice device;
-    device.extensions = "EGL_EXT_device_query_name EGL_EXT_device_drm EGL_EXT_device_persistent_id";
-    ScriptedEgl egl({device});
-    EXPECT_THAT(identities(list_devices(egl.functions(), "/nowhere")), ElementsAre("//"));
 }
 
 TEST(Devices, can_be_listed_with_either_of_two_sets_of_extensions) {

@@ -54,13 +54,9 @@ protected:
     void make_store(bool withLog) {
         fs::remove_all(config());
         write("VERSION", 0.21);
-        const auto fill = [this] {
-            auto& store = *new RecordStore(directory());
-            for (int i = 0; i < 8; ++i) store.change(kApp, {{std::to_string(i), i % 2 == 0}});
-            if (!store.synchronize(kApp)) return false;
-            return true;
-        };
-        ASSERT_TRUE(in_child(fill));
+        RecordChanges changes;
+        for (int i = 0; i < 8; ++i) changes[std::to_string(i)] = i % 2 == 0;
+        ASSERT_TRUE(write_and_die(changes));
         if (!withLog) rows("PRAGMA wal_checkpoint(TRUNCATE)");
     }
 

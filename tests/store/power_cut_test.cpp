@@ -15,7 +15,6 @@
 
 #include "doubles/watched_disk.h"
 #include "support/fault_rows.h"
-#include "support/same_value.h"
 #include "support/scratch_folder.h"
 #include "support/text.h"
 
@@ -142,12 +141,6 @@ std::map<std::string, std::string> files_after_cut(const Recording& recording, s
 
 // 3. What the next process finds.
 
-bool equal(const Records& a, const Records& b) {
-    return std::equal(a.begin(), a.end(), b.begin(), b.end(), [](const auto& x, const auto& y) {
-        return x.first == y.first && same(x.second, y.second);
-    });
-}
-
 /// Does a store with these files hold exactly what was promised, or exactly the next state?
 bool holds_what_was_promised(const Recording& recording, std::size_t cut,
                              const std::map<std::string, std::string>& contents) {
@@ -164,8 +157,8 @@ bool holds_what_was_promised(const Recording& recording, std::size_t cut,
     const auto promised =
         std::upper_bound(recording.promisedAt.begin(), recording.promisedAt.end(), cut);
     const auto state = static_cast<std::size_t>(promised - recording.promisedAt.begin()) - 1;
-    return equal(stored, recording.states[state]) ||
-           (state + 1 < recording.states.size() && equal(stored, recording.states[state + 1]));
+    return stored == recording.states[state] ||
+           (state + 1 < recording.states.size() && stored == recording.states[state + 1]);
 }
 
 /// First the power fails at every moment on a disk that has done nothing, and on one that has done

@@ -59,11 +59,9 @@ protected:
     void make_damaged_store() {
         fs::remove_all(config());
         write("VERSION", 0.21);
-        ASSERT_TRUE(in_child([this] {
-            auto& store = *new RecordStore(directory());
-            for (int i = 0; i < 51; ++i) store.change(kApp, {{std::to_string(i), true}});
-            return store.synchronize(kApp);
-        }));
+        RecordChanges changes;
+        for (int i = 0; i < 51; ++i) changes[std::to_string(i)] = true;
+        ASSERT_TRUE(write_and_die(changes));
         old_database_ = "damage" + read_file(database()).substr(6);
         old_log_ = read_file(log());
         std::ofstream(database(), std::ios::binary) << old_database_;

@@ -12,10 +12,9 @@
 #include <cstdlib>
 #include <fstream>
 #include <string>
+#include <utility>
 
-#include "support/process.h"
-#include "support/scratch_folder.h"
-#include "support/text.h"
+#include "store/store_fixture.h"
 
 namespace texprobe::tests {
 namespace {
@@ -33,30 +32,21 @@ TEST(RecordsDirectory, is_below_the_home_of_the_password_entry_whatever_the_envi
     EXPECT_EQ(records_directory(), expected);
 }
 
-/// What records_directory() returns in a process of a user without a password entry.
-std::string directory_of_unknown_user(const char* home) {
-    int ends[2];
-    if (pipe(ends) != 0) return "no pipe";
-    const pid_t child = start([&] {
-        constexpr uid_t kUnknown = 3999999999;
-        if (setuid(kUnknown) != 0 || clearenv() != 0) return 1;
-        if (home) setenv("HOME", home, 1);
-        const std::string directory = records_directory();
-        return write(ends[1], directory.data(), directory.size()) < 0 ? 1 : 0;
-    });
-    close(ends[1]);
-    const int status = status_of(child);
-    const std::string directory = read_all(ends[0]);
-    close(ends[0]);
-    return status == 0 ? directory : "failed";
-}
-
 TEST(RecordsDirectory, of_a_user_without_a_password_entry_is_below_HOME) {
     if (geteuid() != 0) GTEST_SKIP() << "only root can become another user";
-    EXPECT_EQ(directory_of_unknown_user("/somewhere"), "/somewhere/.config/texprobe");
-    EXPECT_EQ(directory_of_unknown_user(nullptr), "");
-    EXPECT_EQ(directory_of_unknown_user(""), "");
-    EXPECT_EQ(directory_of_unknown_user("relative"), "");
+    constexpr uid_t kUnknown = 3999999999;
+    const std::pair<const char*, const char*> rows[] = {
+        {"/somewhere", "/somewhere/.config/texprobe"}, {nullptr, ""}, {"", ""}, {"relative", ""}};
+    for (const auto& [home, directory] : rows) {
+        EXPECT_TRUE(in_child(
+            [home = home, directory = directory] {
+                clearenv();
+                if (home) setenv("HOME", home, 1);
+                return records_directory() == directory;
+            },
+            kUnknown))
+            << (home ? home : "no HOME");
+    }
 }
 
 /// Gives this process a password database of its own. False where it may not.

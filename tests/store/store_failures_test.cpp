@@ -22,115 +22,74 @@ using namespace std::chrono_literals;
 using platform::DirectoryLock;
 
 constexpr const char* kNoMounts = "mounting is not allowed here";
-const auto kNothing = [] { return true; };
 
 class StoreFailures : public StoreFixture {
 protected:
-    std::string line(const fs::path& path, const std::string& reason) const {
-        return "*** texprobe records: cannot use " + path.string() + ": " + reason + "\n";
+    bool remount(unsigned long flags, const char* size = nullptr) const {
+        return mount(nullptr, home().c_str(), nullptr, MS_REMOUNT | flags, size) == 0;
     }
 
-    /// What a process that could not store two records prints when it ends.
-    std::string missing(const std::string& keys) const {
-        return "*** texprobe records: 2 records are missing or in doubt in " + database().string() +
-               ": " + keys + "; remove that file and run texprobe to measure everything again\n";
-    }
-
-    /// An ordinary user, who gets the folders of the test.
-    uid_t ordinary_user() const {
-        if (geteuid() != 0) return geteuid();
-        for (const auto& entry : fs::recursive_directory_iterator(home())) {
-            if (lchown(entry.path().c_str(), kAnotherUser, kAnotherUser) != 0) throw errno;
-        }
-        if (chown(home().c_str(), kAnotherUser, kAnotherUser) != 0) throw errno;
-        return kAnotherUser;
-    }
-
-    /// In a process with a disk of its own at the home: `before`, which fills it, then `action`, on
-    /// a disk that is read-only if it is so wished. Returns what is printed, or nothing where
-    /// mounting is not allowed.
-    std::optional<std::string> on_own_disk(const std::string& size, bool isReadOnly,
-                                           const std::function<bool()>& before,
-                                           const std::function<bool()>& action) const {
+    /// What `action` prints in a process with a disk of its own at the home, so many kilobytes
+    /// large; nothing where mounting is not allowed.
+    std::optional<std::string> on_own_disk(int size, const std::function<bool()>& action) const {
+        const std::string options = "size=" + std::to_string(size) + "k";
         const auto mountOwn = [&] {
             return unshare(CLONE_NEWNS) == 0 &&
                    mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == 0 &&
-                   mount("none", home().c_str(), "tmpfs", 0, ("size=" + size).c_str()) == 0;
+                   mount("none", home().c_str(), "tmpfs", 0, options.c_str()) == 0;
         };
         if (!in_child(mountOwn)) return std::nullopt;
-        return errors_of([&] {
-            EXPECT_TRUE(in_child([&] {
-                return mountOwn() && before() &&
-                       (!isReadOnly || mount(nullptr, home().c_str(), nullptr,
-                                             MS_REMOUNT | MS_RDONLY, nullptr) == 0) &&
-                       action();
-            })) << size;
-        });
+        return errors_of(
+            [&] { EXPECT_TRUE(in_child([&] { return mountOwn() && action(); })) << size; });
     }
 
     /// Sets two values, with a synchronization each; neither reaches the disk.
     static bool goes_on_alone(RecordStore& store) {
-        store.change(kApp, {{"first", true}});
-        const bool first = store.synchronize(kApp);
-        store.change(kApp, {{"second", true}});
-        const bool second = store.synchronize(kApp);
+        const bool first = put(store, {{"first", true}});
+        const bool second = put(store, {{"second", true}});
         return !first && !second && store.value(kApp, "first") && store.value(kApp, "second");
     }
 };
 
 TEST_F(StoreFailures, of_a_folder_that_may_not_be_written_cost_one_line) {
-    write("key", true);
-    const uid_t user = ordinary_user();
     // The store restores write permission on its own folder, so the parent must refuse.
-    fs::remove_all(directory());
-    ASSERT_EQ(chmod(config().c_str(), 0500), 0);
-    const std::string said = errors_of([this, user] {
-        EXPECT_TRUE(in_child(
-            [this] {
-                RecordStore store(directory());
-                return goes_on_alone(store);
-            },
-            user));
-    });
-    EXPECT_EQ(said, line(directory(), "Permission denied") + missing("first, second"));
+    fs::create_directory(config());
+    ASSERT_EQ(chmod(home().c_str(), 0755), 0);
+    ASSERT_EQ(chmod(config().c_str(), 0555), 0);
+    const auto goOn = [this] {
+        RecordStore store(directory());
+        return goes_on_alone(store);
+    };
+    const uid_t user = geteuid() == 0 ? kAnotherUser : geteuid();
+    EXPECT_EQ(errors_of([&] { EXPECT_TRUE(in_child(goOn, user)); }),
+              cannot_use(directory(), "Permission denied") + missing("first, second"));
     ASSERT_EQ(chmod(config().c_str(), 0700), 0);
 }
 
-TEST_F(StoreFailures, of_a_read_only_disk_cost_one_line_and_its_records_are_read) {
-    const auto fill = [this] {
+TEST_F(StoreFailures, of_a_read_only_disk_cost_one_line_and_end_with_it_and_records_are_read) {
+    const auto said = on_own_disk(1024, [this] {
         write("key", true);
-        return true;
-    };
-    const auto said = on_own_disk("1m", true, fill, [this] {
+        if (!remount(MS_RDONLY)) return false;
         RecordStore store(directory());
         const auto stored = store.value(kApp, "key");
-        return stored && same(*stored, true) && store.synchronize("another") &&
-               goes_on_alone(store) && store.value(kApp, "key");
+        const bool isAlone = stored && same(*stored, true) && store.synchronize("another") &&
+                             goes_on_alone(store) && store.value(kApp, "key");
+        RecordStore reader(directory());
+        if (!isAlone || !reader.value(kApp, "key") || !remount(0)) return false;
+        write("later", true);
+        return reader.synchronize(kApp) && reader.value(kApp, "later");
     });
     if (!said) GTEST_SKIP() << kNoMounts;
-    EXPECT_EQ(*said, line(database(), "Read-only file system") + missing("first, second"));
-    // They end with it.
-    on_own_disk("1m", true, fill, [this] {
-        RecordStore store(directory());
-        if (!store.value(kApp, "key")) return false;
-        if (mount(nullptr, home().c_str(), nullptr, MS_REMOUNT, nullptr) != 0) return false;
-        write("later", true);
-        return store.synchronize(kApp) && store.value(kApp, "later");
-    });
+    EXPECT_EQ(*said, cannot_use(database(), "Read-only file system"));
 }
 
 TEST_F(StoreFailures, of_a_read_only_disk_do_not_make_old_records_of_those_in_a_log) {
-    const auto leaveLog = [this] {
+    const auto said = on_own_disk(1024, [this] {
         write("key", false);
-        // A process that dies leaves its log, which cannot be read here without its index.
-        const bool isWritten = in_child([this] {
-            auto& store = *new RecordStore(directory());
-            store.change(kApp, {{"key", true}});
-            return store.synchronize(kApp);
-        });
-        return isWritten && fs::remove(database().string() + "-shm");
-    };
-    const auto said = on_own_disk("1m", true, leaveLog, [this] {
+        // The log cannot be read here without its index.
+        const bool isLogLeft =
+            write_and_die({{"key", true}}) && fs::remove(database().string() + "-shm");
+        if (!isLogLeft || !remount(MS_RDONLY)) return false;
         const auto seen = read("key");
         return !seen || same(*seen, true);
     });
@@ -141,15 +100,13 @@ TEST_F(StoreFailures, of_a_full_disk_cost_one_line_and_are_made_up_for) {
     // In kilobytes: from room for almost nothing to room for the first synchronization but not for
     // the second.
     for (const int size : {4, 8, 12, 16, 24, 32, 40, 44, 48}) {
-        const auto said = on_own_disk(std::to_string(size) + "k", false, kNothing, [this] {
+        const auto said = on_own_disk(size, [this] {
             RecordStore store(directory());
-            store.change(kApp, {{"first", true}});
-            store.synchronize(kApp);
-            store.change(kApp, {{"second", std::string(10'000, 'x')}});
-            const bool failed = !store.synchronize(kApp);
+            put(store, {{"first", true}});
+            const bool failed = !put(store, {{"second", std::string(10'000, 'x')}});
             return failed && store.value(kApp, "first") && store.value(kApp, "second") &&
-                   mount(nullptr, home().c_str(), nullptr, MS_REMOUNT, "size=1m") == 0 &&
-                   store.synchronize(kApp) && read("first") && read("second");
+                   remount(0, "size=1m") && store.synchronize(kApp) && read("first") &&
+                   read("second");
         });
         if (!said) GTEST_SKIP() << kNoMounts;
         // The folder may be the first thing for which there is no room.
@@ -178,7 +135,7 @@ bool stores_whole_sets_or_none(RecordStore& store) {
 TEST_F(StoreFailures, of_a_full_disk_leave_no_record_set_half_stored) {
     // In kilobytes: from room for a log and not for a set to room for three.
     for (int size = 540; size <= 760; size += 20) {
-        const auto said = on_own_disk(std::to_string(size) + "k", false, kNothing, [this] {
+        const auto said = on_own_disk(size, [this] {
             RecordStore store(directory());
             return stores_whole_sets_or_none(store);
         });
@@ -208,54 +165,32 @@ TEST_F(StoreFailures, of_a_file_size_limit_cost_one_line_and_not_the_process) {
     }
 }
 
-/// Another process's transaction, as long as this object exists.
-class Holder {
-public:
-    explicit Holder(const fs::path& database) {
-        sqlite3_open(database.c_str(), &opened_);
-        sqlite3_exec(opened_, "BEGIN IMMEDIATE", nullptr, nullptr, nullptr);
-    }
-    ~Holder() { sqlite3_close(opened_); }
-    Holder(const Holder&) = delete;
-    Holder& operator=(const Holder&) = delete;
-
-private:
-    sqlite3* opened_ = nullptr;
-};
-
 TEST_F(StoreFailures, of_a_lock_that_is_held_too_long_cost_one_line_and_are_made_up_for) {
     write("key", true);
-    std::optional<Holder> holder(database());
+    std::optional<HeldLock> holder(database());
+    EXPECT_EQ(errors_of([this] { EXPECT_TRUE(same(*read("key"), true)); }), "");
     RecordStore store(directory(), {100ms, 100ms});
     const std::string said = errors_of([&store] {
         const auto begin = std::chrono::steady_clock::now();
-        store.change(kApp, {{"late", true}});
-        EXPECT_FALSE(store.synchronize(kApp));
+        EXPECT_FALSE(put(store, {{"late", true}}));
         EXPECT_GE(std::chrono::steady_clock::now() - begin, 100ms);
         for (int i = 0; i < 3; ++i) EXPECT_FALSE(store.synchronize(kApp));
         EXPECT_TRUE(store.value(kApp, "late").has_value());
         EXPECT_TRUE(store.value(kApp, "key").has_value());
     });
-    EXPECT_EQ(said, line(database(), "another process keeps it locked"));
+    EXPECT_EQ(said, cannot_use(database(), "another process keeps it locked"));
     holder.reset();
     EXPECT_TRUE(store.synchronize(kApp));
     EXPECT_TRUE(read("late").has_value());
     EXPECT_EQ(errors_of([&store] { store.close(); }), "");
 }
 
-TEST_F(StoreFailures, of_a_lock_do_not_keep_anybody_from_looking) {
-    write("key", true);
-    const Holder holder(database());
-    EXPECT_EQ(errors_of([this] { EXPECT_TRUE(same(*read("key"), true)); }), "");
-}
-
 TEST_F(StoreFailures, of_a_lock_that_ends_before_the_process_does_lose_nothing) {
     write("key", true);
-    std::optional<Holder> holder(database());
+    std::optional<HeldLock> holder(database());
     RecordStore store(directory(), {0ms, 10s});
     const std::string said = errors_of([&] {
-        store.change(kApp, {{"late", true}});
-        EXPECT_FALSE(store.synchronize(kApp));
+        EXPECT_FALSE(put(store, {{"late", true}}));
         std::thread freed([&holder] {
             std::this_thread::sleep_for(200ms);
             holder.reset();
@@ -263,40 +198,41 @@ TEST_F(StoreFailures, of_a_lock_that_ends_before_the_process_does_lose_nothing) 
         store.close();
         freed.join();
     });
-    EXPECT_EQ(said, line(database(), "another process keeps it locked"));
+    EXPECT_EQ(said, cannot_use(database(), "another process keeps it locked"));
     EXPECT_TRUE(read("late").has_value());
 }
 
 TEST_F(StoreFailures, that_last_until_the_end_name_what_is_missing) {
     write("GL_RGB8_SUPPORTED", false);
-    const Holder holder(database());
+    const HeldLock holder(database());
     RecordStore store(directory(), {0ms, 0ms});
-    errors_of([&store] {
-        store.change(kApp, {{"GL_RGB8_SUPPORTED", true}});
-        EXPECT_FALSE(store.synchronize(kApp));
-    });
+    errors_of([&store] { EXPECT_FALSE(put(store, {{"GL_RGB8_SUPPORTED", true}})); });
     const std::string place = " missing or in doubt in " + database().string() + ": ";
     const std::string advice = "; remove that file and run texprobe to measure everything again\n";
     EXPECT_EQ(errors_of([&store] { store.close(); }),
               "*** texprobe records: 1 record is" + place + "GL_RGB8_SUPPORTED" + advice);
     // Printed once, until more records are missing.
     EXPECT_EQ(errors_of([&store] { store.close(); }), "");
-    errors_of([&store] {
-        store.change(kApp, {{"a", true}, {"b", true}, {"c", true}});
-        EXPECT_FALSE(store.synchronize(kApp));
-    });
+    errors_of([&store] { EXPECT_FALSE(put(store, {{"a", true}, {"b", true}, {"c", true}})); });
     EXPECT_EQ(
         errors_of([&store] { store.close(); }),
         "*** texprobe records: 4 records are" + place + "GL_RGB8_SUPPORTED, a, b, ..." + advice);
 }
 
-TEST_F(StoreFailures, at_the_end_are_no_concern_of_somebody_who_only_looked) {
+TEST_F(StoreFailures, of_a_store_that_is_being_put_aside_for_ever_cost_one_line) {
     write("key", true);
     const DirectoryLock alone(directory(), DirectoryLock::kAlone);
-    RecordStore store(directory(), {0ms, 0ms});
-    EXPECT_EQ(errors_of([&store] { EXPECT_FALSE(store.synchronize(kApp)); }),
-              line(directory(), "another process keeps it locked"));
-    EXPECT_EQ(errors_of([&store] { store.close(); }), "");
+    const std::string line = cannot_use(directory(), "another process keeps it locked");
+    EXPECT_EQ(errors_of([this] {
+                  RecordStore store(directory(), {0ms, 0ms});
+                  EXPECT_FALSE(store.synchronize(kApp)) << "to look";
+              }),
+              line);
+    EXPECT_EQ(errors_of([this] {
+                  RecordStore store(directory(), {0ms, 0ms});
+                  EXPECT_TRUE(goes_on_alone(store));
+              }),
+              line + missing("first, second"));
 }
 
 TEST_F(StoreFailures, at_the_end_do_not_store_what_nobody_synchronized) {
@@ -305,18 +241,6 @@ TEST_F(StoreFailures, at_the_end_do_not_store_what_nobody_synchronized) {
         store.change(kApp, {{"key", true}});
     }
     EXPECT_FALSE(fs::exists(config()));
-}
-
-TEST_F(StoreFailures, of_a_store_that_is_being_put_aside_for_ever_cost_one_line) {
-    write("key", true);
-    const DirectoryLock alone(directory(), DirectoryLock::kAlone);
-    ASSERT_TRUE(alone.status().ok());
-    EXPECT_EQ(errors_of([this] {
-                  RecordStore store(directory(), {50ms, 0ms});
-                  EXPECT_TRUE(goes_on_alone(store));
-              }).substr(0, 200),
-              (line(directory(), "another process keeps it locked") + missing("first, second"))
-                  .substr(0, 200));
 }
 
 TEST_F(StoreFailures, of_a_process_without_descriptors_cost_one_line) {
@@ -330,7 +254,7 @@ TEST_F(StoreFailures, of_a_process_without_descriptors_cost_one_line) {
         EXPECT_TRUE(goes_on_alone(store));
         setrlimit(RLIMIT_NOFILE, &before);
     });
-    EXPECT_EQ(said, line(directory(), "Too many open files"));
+    EXPECT_EQ(said, cannot_use(directory(), "Too many open files"));
     EXPECT_TRUE(store.synchronize(kApp));
     EXPECT_TRUE(read("second").has_value());
 }

@@ -47,6 +47,21 @@ inline std::string query(const std::filesystem::path& database, const std::strin
     return rows;
 }
 
+/// Another program's transaction, as long as this object exists.
+class HeldLock {
+public:
+    explicit HeldLock(const std::filesystem::path& database) {
+        sqlite3_open(database.c_str(), &opened_);
+        sqlite3_exec(opened_, "BEGIN IMMEDIATE", nullptr, nullptr, nullptr);
+    }
+    ~HeldLock() { sqlite3_close(opened_); }
+    HeldLock(const HeldLock&) = delete;
+    HeldLock& operator=(const HeldLock&) = delete;
+
+private:
+    sqlite3* opened_ = nullptr;
+};
+
 /// What `action` writes to standard error.
 inline std::string errors_of(const std::function<void()>& action) {
     testing::internal::CaptureStderr();
@@ -78,16 +93,36 @@ protected:
 
     std::string rows(const std::string& sql) const { return query(database(), sql); }
 
-    /// Sets one value and synchronizes, as a separate process would.
+    /// Sets and removes values, and synchronizes.
+    static bool put(RecordStore& store, const RecordChanges& changes) {
+        store.change(kApp, changes);
+        return store.synchronize(kApp);
+    }
+
+    /// Sets one value, as a separate process would.
     void write(const std::string& key, const Value& value) const {
         RecordStore store(directory());
-        store.change(kApp, {{key, value}});
-        if (!store.synchronize(kApp)) throw std::runtime_error("cannot write " + key);
+        if (!put(store, {{key, value}})) throw std::runtime_error("cannot write " + key);
+    }
+
+    /// Sets values in a process that dies then. It leaves its log.
+    bool write_and_die(const RecordChanges& changes) const {
+        return in_child([&] { return put(*new RecordStore(directory()), changes); });
     }
 
     /// The value as another process sees it.
     std::optional<Value> read(const std::string& key) const {
         return RecordStore(directory()).value(kApp, key);
+    }
+
+    static std::string cannot_use(const std::filesystem::path& path, const std::string& reason) {
+        return "*** texprobe records: cannot use " + path.string() + ": " + reason + "\n";
+    }
+
+    /// What a process prints at its end that could not store these two records.
+    std::string missing(const std::string& keys) const {
+        return "*** texprobe records: 2 records are missing or in doubt in " + database().string() +
+               ": " + keys + "; remove that file and run texprobe to measure everything again\n";
     }
 
     mode_t mode_of(const std::filesystem::path& path) const {

@@ -1,8 +1,7 @@
 // Several processes that use one store, forks, and deaths.
 
 #include <atomic>
-#include <csignal>
-#include <fstream>
+#include <optional>
 #include <thread>
 #include <vector>
 
@@ -14,29 +13,17 @@ namespace {
 namespace fs = std::filesystem;
 using namespace std::chrono_literals;
 
-class StoreProcesses : public StoreFixture {
-protected:
-    /// Holds the write lock in this process until it is destroyed.
-    bool lock_database() const {
-        sqlite3* opened = nullptr;
-        return sqlite3_open(database().c_str(), &opened) == SQLITE_OK &&
-               sqlite3_exec(opened, "BEGIN IMMEDIATE; UPDATE records SET value = 0", nullptr,
-                            nullptr, nullptr) == SQLITE_OK;
-    }
-};
+class StoreProcesses : public StoreFixture {};
 
 TEST_F(StoreProcesses, lose_nothing_of_each_other) {
-    constexpr int kProcesses = 4;
-    constexpr int kRecords = 25;
     std::vector<pid_t> children;
-    children.reserve(kProcesses);
-    for (int i = 0; i < kProcesses; ++i) {
+    children.reserve(4);
+    for (int i = 0; i < 4; ++i) {
         children.push_back(start([&] {
             RecordStore store(directory());
             bool good = true;
-            for (int j = 0; j < kRecords; ++j) {
-                store.change(kApp, {{std::to_string(kRecords * i + j), true}});
-                good = store.synchronize(kApp) && good;
+            for (int j = 0; j < 25; ++j) {
+                good = put(store, {{std::to_string(25 * i + j), true}}) && good;
             }
             store.close();
             return good ? 0 : 1;
@@ -50,7 +37,7 @@ TEST_F(StoreProcesses, lose_nothing_of_each_other) {
 TEST_F(StoreProcesses, that_damage_meets_together_put_it_aside_once) {
     for (int round = 0; round < 10; ++round) {
         fs::create_directories(directory());
-        std::ofstream(database()) << "damage";
+        write_file(database(), "damage");
         std::vector<pid_t> children;
         children.reserve(4);
         for (int i = 0; i < 4; ++i) {
@@ -65,31 +52,6 @@ TEST_F(StoreProcesses, that_damage_meets_together_put_it_aside_once) {
         EXPECT_EQ(read_file(aside()), "damage");
         fs::remove_all(config());
     }
-}
-
-TEST_F(StoreProcesses, that_are_killed_while_they_hold_the_lock_free_it) {
-    write("key", true);
-    int ends[2];
-    ASSERT_EQ(pipe(ends), 0);
-    const pid_t child = start([&] {
-        const bool locked = lock_database();
-        if (::write(ends[1], locked ? "1" : "0", 1) == 1) pause();
-        return 1;
-    });
-    char locked = '?';
-    ASSERT_EQ(::read(ends[0], &locked, 1), 1);
-    EXPECT_EQ(locked, '1');
-    RecordStore impatient(directory(), {50ms, 50ms});
-    impatient.change(kApp, {{"other", true}});
-    testing::internal::CaptureStderr();
-    EXPECT_FALSE(impatient.synchronize(kApp));
-    testing::internal::GetCapturedStderr();
-    kill(child, SIGKILL);
-    status_of(child);
-    EXPECT_TRUE(impatient.synchronize(kApp));
-    EXPECT_TRUE(same(*read("key"), true));
-    close(ends[0]);
-    close(ends[1]);
 }
 
 /// On the process's own store, which handles forks.
@@ -167,10 +129,7 @@ TEST_F(Forks, while_another_thread_synchronizes_leave_both_processes_working) {
 TEST_F(Forks, do_not_wait_for_a_lock_that_another_thread_waits_for) {
     store().change(app_, {{"before", true}});
     ASSERT_TRUE(store().synchronize(app_));
-    sqlite3* holder = nullptr;
-    ASSERT_EQ(sqlite3_open((directory_of_process() / "records.sqlite3").c_str(), &holder),
-              SQLITE_OK);
-    ASSERT_EQ(sqlite3_exec(holder, "BEGIN IMMEDIATE", nullptr, nullptr, nullptr), SQLITE_OK);
+    std::optional<HeldLock> lock(directory_of_process() / "records.sqlite3");
     testing::internal::CaptureStderr();
     std::atomic<bool> waits{false};
     std::thread busy([this, &waits] {
@@ -187,7 +146,7 @@ TEST_F(Forks, do_not_wait_for_a_lock_that_another_thread_waits_for) {
     status_of(child);
     busy.join();
     testing::internal::GetCapturedStderr();
-    sqlite3_close(holder);
+    lock.reset();
     EXPECT_TRUE(store().synchronize(app_));
 }
 

@@ -1,4 +1,4 @@
-// The tasks of a child of this program: one row for each.
+// The tasks of a child of this program.
 
 #include <cstdio>
 
@@ -9,25 +9,10 @@
 
 namespace texprobe::ctl {
 
-namespace {
-
-struct Task {
-    const char* name;
-    int (*run)(const std::vector<std::string>& arguments);
-};
-
-constexpr Task kTasks[] = {
-    {kInspectTask, inspect_as_child},
-    {kOpenTask, open_for_doctor},
-    {kTimeTask, run_timed_child},
-};
-
-}  // namespace
-
 int run_child_task(const std::string& task, const std::vector<std::string>& arguments) {
-    for (const Task& known : kTasks) {
-        if (task == known.name) return known.run(arguments);
-    }
+    if (task == kInspectTask) return inspect_as_child(arguments);
+    if (task == kOpenTask) return open_for_doctor(arguments);
+    if (task == kTimeTask) return run_timed_child(arguments);
     std::fprintf(stderr, "texprobectl: there is no task %s\n", task.c_str());
     return 2;
 }

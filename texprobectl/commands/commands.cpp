@@ -5,7 +5,6 @@
 #include <iostream>
 #include <vector>
 
-#include "commands/command_options.h"
 #include "process/output_file.h"
 #include "records/plain_text.h"
 #include "records/software.h"

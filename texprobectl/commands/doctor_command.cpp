@@ -1,10 +1,9 @@
 #include <memory>
 
-#include "commands/command_options.h"
 #include "commands/commands.h"
 #include "doctor/doctor.h"
 #include "documents/write_json.h"
-#include "measure/find_tool.h"
+#include "measure/find_program.h"
 #include "process/stop_signals.h"
 #include "text/write_text.h"
 
@@ -17,7 +16,8 @@ void add_doctor(CLI::App* app, Session* session) {
     add_json(command, json.get());
     command->callback([=] {
         const StopSignals stopSignals;
-        const Diagnosis diagnosis = examine(session->self, find_tool(session->self));
+        const Diagnosis diagnosis =
+            examine(session->self, find_program(session->self, kToolProgram));
         print([&](const Terminal&, std::ostream& stream) {
             if (*json) return write_diagnosis_json(diagnosis, stream);
             write_diagnosis_text(diagnosis, stream);

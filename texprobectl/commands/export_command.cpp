@@ -1,6 +1,5 @@
 #include <memory>
 
-#include "commands/command_options.h"
 #include "commands/commands.h"
 #include "commands/selection.h"
 #include "documents/write_json.h"

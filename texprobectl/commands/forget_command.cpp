@@ -1,7 +1,6 @@
 #include <iostream>
 #include <memory>
 
-#include "commands/command_options.h"
 #include "commands/commands.h"
 #include "commands/selection.h"
 #include "process/terminal.h"
@@ -24,8 +23,10 @@ RecordSets sets_to_forget(const ForgetArguments& arguments, const RecordSets& al
     const int ways = (arguments.names.empty() ? 0 : 1) + arguments.all + arguments.outdated;
     if (ways != 1) throw UsageError("forget expects record sets, --all or --outdated");
     if (arguments.all) return all;
-    if (arguments.outdated) return outdated_sets(all);
-    return find_sets(arguments.names, all);
+    if (!arguments.outdated) return find_sets(arguments.names, all);
+    RecordSets outdated = all;
+    std::erase_if(outdated, [](const RecordSet& set) { return set.isPresent; });
+    return outdated;
 }
 
 /// Identifiers are numbers: the renderer and the driver tell which set it is.

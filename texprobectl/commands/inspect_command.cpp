@@ -5,15 +5,13 @@
 #include <system_error>
 #include <vector>
 
-#include "commands/cell_names.h"
-#include "commands/command_options.h"
 #include "commands/commands.h"
 #include "commands/selection.h"
 #include "documents/write_json.h"
 #include "inspect/inspect.h"
 #include "inspect/inspected_use.h"
 #include "inspect/pictures.h"
-#include "measure/find_tool.h"
+#include "measure/find_program.h"
 #include "process/stop_signals.h"
 #include "text/write_text.h"
 

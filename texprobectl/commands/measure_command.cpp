@@ -6,10 +6,9 @@
 #include <stdexcept>
 #include <string>
 
-#include "commands/command_options.h"
 #include "commands/commands.h"
 #include "inspect/whose_noes.h"
-#include "measure/find_tool.h"
+#include "measure/find_program.h"
 #include "process/stop_signals.h"
 #include "text/progress.h"
 #include "text/write_text.h"
@@ -36,9 +35,9 @@ int report_measuring(const MeasureResult& result) {
 }
 
 int run_measure(MeasureArguments arguments, const Session& session) {
-    if (arguments.tool.empty()) arguments.tool = find_tool(session.self);
+    if (arguments.tool.empty()) arguments.tool = find_program(session.self, kToolProgram);
     const Machine machine = look_at_machine();
-    const std::string lack = describe_lack("texprobe", arguments.tool, machine);
+    const std::string lack = describe_lack(kToolProgram, arguments.tool, machine);
     if (!lack.empty()) {
         std::cerr << "texprobectl: " << lack << '\n';
         return 1;

@@ -4,7 +4,6 @@
 #include <memory>
 #include <system_error>
 
-#include "commands/command_options.h"
 #include "commands/commands.h"
 #include "commands/selection.h"
 #include "documents/merge.h"

@@ -3,7 +3,6 @@
 #include <iostream>
 #include <memory>
 
-#include "commands/command_options.h"
 #include "commands/commands.h"
 #include "commands/selection.h"
 #include "documents/document.h"

@@ -1,9 +1,9 @@
 #include "commands/selection.h"
 
 #include <algorithm>
+#include <cctype>
 #include <charconv>
 #include <filesystem>
-#include <iterator>
 #include <string_view>
 
 #include "documents/document.h"
@@ -25,10 +25,7 @@ std::string_view own_part(std::string_view id) {
 
 /// No identifier is: a file that is missing is said to be.
 bool is_named_as_file(std::string_view text) {
-    constexpr std::string_view kEnd = ".json";
-    const bool hasEnd =
-        text.size() >= kEnd.size() && text.substr(text.size() - kEnd.size()) == kEnd;
-    return hasEnd || text.find('/') != std::string_view::npos;
+    return text.ends_with(".json") || text.find('/') != std::string_view::npos;
 }
 
 bool has_component(std::string_view text, std::string_view component) {
@@ -45,6 +42,21 @@ bool has_part(const RecordSet& set, const std::string& part) {
     const std::string_view own = own_part(set.id);
     if (is_number(part)) return has_component(own, part);
     return !part.empty() && own.find(part) != std::string_view::npos;
+}
+
+std::string simplified(const std::string& name) {
+    std::string text;
+    for (const char c : name) {
+        const bool isJoint = c == ' ' || c == '-';
+        text += isJoint ? '_' : static_cast<char>(std::toupper(static_cast<unsigned char>(c)));
+    }
+    return text;
+}
+
+std::string without_affixes(std::string_view name) {
+    if (name.starts_with("GL_")) name.remove_prefix(3);
+    if (name.ends_with("_ARB")) name.remove_suffix(4);
+    return std::string(name);
 }
 
 }  // namespace
@@ -107,21 +119,12 @@ RecordSets present_sets(RecordSets all) {
     return all;
 }
 
-RecordSets present_measured_sets(RecordSets all) {
-    std::erase_if(all, [](const RecordSet& set) { return !set.isPresent || !is_measured(set); });
-    return all;
-}
-
-RecordSets outdated_sets(RecordSets all) {
-    std::erase_if(all, [](const RecordSet& set) { return set.isPresent; });
-    return all;
-}
-
 const RecordSet& only_present_set(const RecordSets& all, bool isSurveyed) {
-    RecordSets present;
-    std::copy_if(all.begin(), all.end(), std::back_inserter(present), [=](const RecordSet& set) {
-        return set.isPresent && (isSurveyed ? !set.survey.empty() : is_measured(set));
-    });
+    std::vector<const RecordSet*> present;
+    for (const RecordSet& set : all) {
+        const bool isWanted = isSurveyed ? !set.survey.empty() : is_measured(set);
+        if (set.isPresent && isWanted) present.push_back(&set);
+    }
     if (present.empty()) {
         throw UsageError(
             std::string("nothing is recorded for this machine's present build; ") +
@@ -131,7 +134,45 @@ const RecordSet& only_present_set(const RecordSets& all, bool isSurveyed) {
         throw UsageError("there are " + std::to_string(present.size()) +
                          " record sets of this machine's present build; choose one with --set");
     }
-    return find_set(present.front().id, all);
+    return *present.front();
+}
+
+std::size_t find_format(const std::string& name) {
+    const std::string wanted = without_affixes(simplified(name));
+    for (std::size_t format = 0; format < kFormatCount; ++format) {
+        if (wanted == without_affixes(kFormats[format].name)) return format;
+    }
+    throw UsageError("there is no format \"" + name +
+                     "\"; expected one of the sixteen that `texprobectl show` lists, such as "
+                     "GL_RGBA8");
+}
+
+Capability find_capability(const std::string& name) {
+    const std::string wanted = simplified(name);
+    for (std::size_t i = 0; i < kCapabilityCount; ++i) {
+        const CapabilityNames& names = kCapabilities[i];
+        for (const char* known :
+             {names.key, names.printed, names.member, names.words, names.column}) {
+            if (wanted == simplified(known)) return static_cast<Capability>(i);
+        }
+    }
+    throw UsageError("there is no capability \"" + name +
+                     "\"; expected create, render, set, reset, get or read");
+}
+
+SurveyChoice find_choice(const std::string& profile, const std::string& format) {
+    SurveyChoice choice;
+    for (const survey::Profile each : survey::kProfiles) {
+        if (profile == name_of(each)) choice.profile = each;
+    }
+    choice.format = survey::find_format(format);
+    if (!profile.empty() && !choice.profile) {
+        throw UsageError("--profile expects compatibility, core or es, not \"" + profile + '"');
+    }
+    if (!format.empty() && !choice.format) {
+        throw UsageError("\"" + format + "\" is no format of the survey");
+    }
+    return choice;
 }
 
 }  // namespace texprobe::ctl

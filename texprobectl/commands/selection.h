@@ -1,5 +1,5 @@
-// Which record sets an argument means: an identifier, a part of one, the number that `list` shows,
-// or an exported file.
+// What an argument means. A record set: an identifier, a part of one, the number that `list` shows,
+// or an exported file. A format or a capability: its name, as users write it.
 
 #ifndef TEXPROBECTL_SELECTION_H
 #define TEXPROBECTL_SELECTION_H
@@ -12,6 +12,8 @@
 #include <vector>
 
 #include "records/catalogue.h"
+#include "records/cells.h"
+#include "records/survey_set.h"
 
 namespace texprobe::ctl {
 
@@ -47,15 +49,24 @@ private:
     std::optional<RecordSets> all_;
 };
 
-/// Those of this machine's renderers and present build, of which the tool has recorded something.
-RecordSets present_measured_sets(RecordSets all);
-/// Those of this machine's renderers and present build, or all others.
+/// Those of this machine's renderers and present build.
 RecordSets present_sets(RecordSets all);
-RecordSets outdated_sets(RecordSets all);
 
 /// The measured set of this machine's present build, or the surveyed one. Throws UsageError if
 /// there is none, or more than one.
 const RecordSet& only_present_set(const RecordSets& all, bool isSurveyed = false);
+
+// Formats and capabilities.
+
+/// By its name in any case; GL_ and _ARB may be left out. Throws UsageError.
+std::size_t find_format(const std::string& name);
+
+/// By the name of its column, or by its words, joined in any way: "set", "upload set",
+/// "UPLOAD_SET". Throws UsageError.
+Capability find_capability(const std::string& name);
+
+/// Of the survey, by their own names; empty ones choose nothing. Throws UsageError.
+SurveyChoice find_choice(const std::string& profile, const std::string& format);
 
 }  // namespace texprobe::ctl
 

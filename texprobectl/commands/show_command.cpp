@@ -1,6 +1,5 @@
 #include <memory>
 
-#include "commands/command_options.h"
 #include "commands/commands.h"
 #include "commands/selection.h"
 #include "documents/write_json.h"
@@ -20,20 +19,16 @@ struct ShowArguments {
 RecordSets shown_sets(const std::vector<std::string>& names) {
     KnownSets known([] { return read_all_record_sets(look_at_machine()); });
     if (names.size() > 1) throw UsageError("show expects one record set or exported file, or none");
-    if (names.empty()) return present_measured_sets(known.all());
-    RecordSets sets = known.find_or_read(names.front());
+    RecordSets sets = names.empty() ? present_sets(known.all()) : known.find_or_read(names.front());
     std::erase_if(sets, [](const RecordSet& set) { return !is_measured(set); });
-    if (sets.empty()) throw UsageError(names.front() + " has no verdicts to show");
-    return sets;
+    if (!sets.empty()) return sets;
+    throw UsageError(names.empty() ? "nothing is recorded for this machine's present build; "
+                                     "`texprobectl measure` measures it"
+                                   : names.front() + " has no verdicts to show");
 }
 
 void run_show(const ShowArguments& arguments) {
     const RecordSets sets = shown_sets(arguments.names);
-    if (sets.empty()) {
-        throw UsageError(
-            "nothing is recorded for this machine's present build; "
-            "`texprobectl measure` measures it");
-    }
     print([&](const Terminal& terminal, std::ostream& stream) {
         if (arguments.json) return write_records_json(sets, stream);
         if (arguments.markdown) return write_sets_markdown(sets, arguments.isOneTable, stream);

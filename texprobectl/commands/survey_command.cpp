@@ -3,13 +3,11 @@
 #include <iostream>
 #include <memory>
 
-#include "commands/cell_names.h"
-#include "commands/command_options.h"
 #include "commands/commands.h"
 #include "commands/selection.h"
 #include "doctor/doctor.h"
 #include "documents/write_json.h"
-#include "measure/find_tool.h"
+#include "measure/find_program.h"
 #include "measure/survey_runs.h"
 #include "process/stop_signals.h"
 #include "records/plain_text.h"
@@ -69,10 +67,10 @@ RunsResult survey_present(const SurveyArguments& arguments, const SurveyChoice& 
 RunsResult look_at_others(const SurveyChoice& choice, RecordSets* sets) {
     std::erase_if(*sets, [](const RecordSet& set) { return set.survey.empty(); });
     if (sets->empty()) throw UsageError("there is no survey to show");
-    RunsResult result{RunsResult::Kind::kComplete, "", 0};
+    RunsResult result{RunsResult::Kind::kComplete, ""};
     for (const RecordSet& set : *sets) {
         const std::string missing = describe_missing(set.survey, choice, set.rendererID);
-        if (!missing.empty()) result = {RunsResult::Kind::kGivenUp, missing, 0};
+        if (!missing.empty()) result = {RunsResult::Kind::kGivenUp, missing};
     }
     return result;
 }
@@ -86,10 +84,7 @@ int run_survey_command(const SurveyArguments& arguments, const Session& session)
     RecordSets sets;
     std::vector<std::string> ids;
     if (names.empty()) {
-        const Machine machine = look_at_machine();
-        for (const std::uint32_t renderer : machine.renderers) {
-            ids.push_back(make_id(hexadecimal(renderer), machine.systemBuild));
-        }
+        ids = present_ids(look_at_machine());
     } else {
         KnownSets known([] { return read_all_record_sets(look_at_machine()); });
         sets = known.find_or_read(names.front());

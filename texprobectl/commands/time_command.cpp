@@ -6,8 +6,6 @@
 #include <iostream>
 #include <memory>
 
-#include "commands/cell_names.h"
-#include "commands/command_options.h"
 #include "commands/commands.h"
 #include "commands/selection.h"
 #include "documents/write_json.h"

@@ -1,9 +1,10 @@
 #include "measure/measure.h"
 
+#include <fmt/chrono.h>
+#include <fmt/format.h>
 #include <unistd.h>
 
 #include <algorithm>
-#include <array>
 #include <csignal>
 #include <ctime>
 #include <map>
@@ -21,34 +22,10 @@ namespace texprobe::ctl {
 
 namespace {
 
-std::string time_now() {
-    std::array<char, 32> text;
-    const std::time_t now = std::time(nullptr);
-    std::tm parts;
-    gmtime_r(&now, &parts);
-    return {text.data(), std::strftime(text.data(), text.size(), "%Y-%m-%dT%H:%M:%SZ", &parts)};
-}
-
-/// The missing part of one renderer's set; empty when it is complete.
-std::string describe_missing(const std::string& id, const std::optional<RecordSet>& set) {
-    const auto identity = parse_id(id);
-    const std::string of = " of " + (identity ? identity->rendererID : id);
-    if (!set || !is_measured(*set)) return "nothing is recorded" + of;
-    if (const std::size_t open = set->unmeasured()) {
-        return std::to_string(open) + " of 96 verdicts" + of + " are not recorded";
-    }
-    if (is_complete(*set)) return {};
-    return "the driver's names" + of + " are not recorded, which applications look for";
-}
-
 class Measuring : public RepeatedRuns {
 public:
     Measuring(const MeasureOptions& options, const Machine& machine, MeasureWatcher& watcher)
-        : RepeatedRuns("texprobe", options, watcher), machine_(machine) {
-        for (const std::uint32_t renderer : machine.renderers) {
-            ids_.push_back(make_id(hexadecimal(renderer), machine.systemBuild));
-        }
-    }
+        : RepeatedRuns("texprobe", options, present_ids(machine), watcher), machine_(machine) {}
 
     MeasureResult run() {
         result_.before = read_sets();
@@ -56,7 +33,7 @@ public:
         see_to_leftover();
         remove_old_names();
         if (watcher_.is_interrupted()) interrupt();
-        doneAtBegin_ = count_done(read_flags());
+        begin_.done = count_done(read_flags());
         static_cast<RunsResult&>(result_) = run_until_complete();
         if (result_.kind == RunsResult::Kind::kComplete) remember_times();
         result_.after = read_sets();
@@ -74,7 +51,8 @@ private:
     }
 
     void remember_times() const {
-        const std::string now = time_now();
+        const std::string now =
+            fmt::format("{:%Y-%m-%dT%H:%M:%SZ}", fmt::gmtime(std::time(nullptr)));
         for (const RecordSet& set : read_sets()) {
             const auto isSame = [&](const RecordSet& before) {
                 return before.id == set.id && before.version == set.version &&
@@ -107,13 +85,16 @@ private:
         return flags;
     }
 
-    /// The first missing part of a set that applications look for; empty when all is there.
-    std::string find_missing() const override {
-        for (const std::string& id : ids_) {
-            std::string missing = describe_missing(id, read_record_set(id, machine_));
-            if (!missing.empty()) return missing;
+    std::string describe_missing(const std::string& id) const override {
+        const auto identity = parse_id(id);
+        const auto set = read_record_set(id, machine_);
+        const std::string of = " of " + (identity ? identity->rendererID : id);
+        if (!set || !is_measured(*set)) return "nothing is recorded" + of;
+        if (const std::size_t open = set->unmeasured()) {
+            return std::to_string(open) + " of 96 verdicts" + of + " are not recorded";
         }
-        return {};
+        if (is_complete(*set)) return {};
+        return "the driver's names" + of + " are not recorded, which applications look for";
     }
 
     /// A `measure` that was killed has not seen its tool's end. A failure of its last test may
@@ -193,7 +174,7 @@ private:
 
     bool run_once() override {
         const FlagsByID before = read_flags();
-        RunWatch watch({before, begin_, doneAtBegin_}, runningTool_, watcher_);
+        RunWatch watch(before, begin_, runningTool_, watcher_);
         // The tool has the turn then, and the next run to get it finds no record of the test.
         watch.onKill = [&] { remove_stopped_test(watch); };
         const RunEnd end = run_program(watch, {});
@@ -207,23 +188,20 @@ private:
     static std::size_t count_recorded(const FlagsByID& flags) {
         std::size_t count = 0;
         for (const auto& [id, ofSet] : flags) {
-            for (const auto& format : ofSet.recorded) {
-                for (const auto& flag : format) count += flag.has_value();
-            }
+            for_each_cell([&](const Cell& cell) { count += ofSet.recorded[cell].has_value(); });
         }
         return count;
     }
 
-    RunFacts facts_of(const std::string& id, const RunWatch& watch, const RunEnd& end) const {
+    RunFacts facts_of(const std::string& id, const RunWatch& watch, const RunEnd& end) {
         RunFacts facts = watch.facts(id);
-        const auto former = endedFromOutside_.find(id);
-        if (former != endedFromOutside_.end()) facts.endedFromOutside = former->second;
+        facts.endedFromOutside = endedFromOutside_[id];
         facts.end = end;
         facts.seconds = options_.seconds;
         return facts;
     }
 
-    void remove_stopped_test(const RunWatch& watch) const {
+    void remove_stopped_test(const RunWatch& watch) {
         if (!is_in_group(turn_holder(), watch.process())) return;
         const std::string& id = watch.current_id();
         const Judgement judgement = judge(facts_of(id, watch, {RunEnd::Kind::kStopped}));
@@ -245,11 +223,7 @@ private:
             if (judgement.inHand) endedFromOutside_[id].push_back(*judgement.inHand);
             isDone &= test_again(id, judgement.again);
         }
-        const auto death = death_of(end, inHand.has_value(), options_.seconds);
-        const auto identity = parse_id(watch.current_id());
-        if (death && identity) {
-            watcher_.died(identity->rendererID, inHand ? words_of(*inHand) : "", *death);
-        }
+        tell_death(watch, end, inHand ? words_of(*inHand) : "");
         return isDone;
     }
 
@@ -281,14 +255,19 @@ private:
 
     const Machine& machine_;
     RunningTool runningTool_;
-    std::vector<std::string> ids_;
     MeasureResult result_;
     std::map<std::string, std::vector<Cell>> endedFromOutside_;
-    std::size_t doneAtBegin_ = 0;
-    const std::chrono::steady_clock::time_point begin_ = std::chrono::steady_clock::now();
 };
 
 }  // namespace
+
+std::vector<std::string> present_ids(const Machine& machine) {
+    std::vector<std::string> ids;
+    for (const std::uint32_t renderer : machine.renderers) {
+        ids.push_back(make_id(hexadecimal(renderer), machine.systemBuild));
+    }
+    return ids;
+}
 
 MeasureResult measure(const MeasureOptions& options, const Machine& machine,
                       MeasureWatcher& watcher) {

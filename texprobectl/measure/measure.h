@@ -8,6 +8,7 @@
 #include <cstddef>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "records/catalogue.h"
 #include "records/record_set.h"
@@ -19,6 +20,12 @@ struct MeasureOptions {
     /// How long a test may take.
     int seconds = 60;
     int attempts = 200;
+};
+
+/// When it began, with how much done.
+struct Beginning {
+    std::chrono::steady_clock::time_point time = std::chrono::steady_clock::now();
+    std::size_t done = 0;
 };
 
 /// How far measuring has come.
@@ -37,8 +44,7 @@ struct MeasureProgress {
     /// None before there is something to estimate it from.
     std::optional<int> secondsLeft;
 
-    /// `done` was `doneAtBegin` then.
-    void estimate(std::chrono::steady_clock::time_point begin, std::size_t doneAtBegin);
+    void estimate(const Beginning& begin);
 };
 
 /// Watches measuring. Called on the caller's thread.
@@ -67,7 +73,6 @@ struct RunsResult {
     Kind kind = Kind::kGivenUp;
     /// Why it was given up: one line.
     std::string reason;
-    int runs = 0;
 };
 
 struct MeasureResult : RunsResult {
@@ -77,6 +82,9 @@ struct MeasureResult : RunsResult {
     /// Those of the build before the present one.
     RecordSets predecessors;
 };
+
+/// The record sets of this machine's renderers and present build.
+std::vector<std::string> present_ids(const Machine& machine);
 
 MeasureResult measure(const MeasureOptions& options, const Machine& machine,
                       MeasureWatcher& watcher);

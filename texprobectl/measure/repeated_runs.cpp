@@ -5,15 +5,38 @@
 
 #include <cstring>
 
+#include "measure/judgement.h"
 #include "records/turn.h"
 
 namespace texprobe::ctl {
+
+RunObserver::Wish WatchedRun::look() {
+    if (watcher_.is_interrupted()) return Wish::kStop;
+    // Once a second is enough to see who has the turn, and to move the time left.
+    if (++looks_ % 10 != 0) return Wish::kGoOn;
+    const int holder = turn_holder();
+    if (holder != 0 && !is_in_group(holder, process_)) {
+        wait_for_other();
+        watcher_.waits_for(holder);
+        return Wish::kGoOnAnew;
+    }
+    go_on();
+    return Wish::kGoOn;
+}
+
+bool WatchedRun::has_trouble_with_records() const {
+    return trouble_.starts_with("*** texprobe records: ");
+}
+
+/// The first of the records says which file and which error, those after it the consequences.
+void WatchedRun::take_trouble(const std::string& text) {
+    if (!has_trouble_with_records()) trouble_ = text;
+}
 
 RunsResult RepeatedRuns::run_until_complete() {
     for (Attempts attempts(options_.attempts, 2); !isOver_;) {
         attempts.begin_run();
         attempts.end_run(run_once());
-        result_.runs = attempts.runs();
         if (!isOver_ && attempts.are_in_vain()) {
             give_up("two runs in a row recorded nothing: " + describe_last_end());
         }
@@ -37,6 +60,20 @@ RunEnd RepeatedRuns::run_program(WatchedRun& watch, const std::vector<std::strin
     lastEnd_ = std::string(program_) + ' ' + describe_end(end, "made no progress and was killed");
     if (!watch.trouble().empty()) lastEnd_ += " (" + watch.trouble() + ")";
     return end;
+}
+
+void RepeatedRuns::tell_death(const WatchedRun& watch, const RunEnd& end, const std::string& test) {
+    const auto death = death_of(end, !test.empty(), options_.seconds);
+    const auto identity = parse_id(watch.current_id());
+    if (death && identity) watcher_.died(identity->rendererID, test, *death);
+}
+
+std::string RepeatedRuns::find_missing() const {
+    std::string missing;
+    for (std::size_t i = 0; missing.empty() && i < ids_.size(); ++i) {
+        missing = describe_missing(ids_[i]);
+    }
+    return missing;
 }
 
 void RepeatedRuns::conclude(const RunEnd& end) {

@@ -2,16 +2,14 @@
 
 #include <cmath>
 
-#include "measure/judgement.h"
 #include "records/preferences.h"
 
 namespace texprobe::ctl {
 
-void MeasureProgress::estimate(std::chrono::steady_clock::time_point begin,
-                               std::size_t doneAtBegin) {
-    if (done <= doneAtBegin) return;
-    const std::chrono::duration<double> elapsed = std::chrono::steady_clock::now() - begin;
-    const double each = elapsed.count() / static_cast<double>(done - doneAtBegin);
+void MeasureProgress::estimate(const Beginning& begin) {
+    if (done <= begin.done) return;
+    const std::chrono::duration<double> elapsed = std::chrono::steady_clock::now() - begin.time;
+    const double each = elapsed.count() / static_cast<double>(done - begin.done);
     secondsLeft = static_cast<int>(std::lround(each * static_cast<double>(all - done)));
 }
 
@@ -19,9 +17,7 @@ std::size_t count_done(const FlagsByID& flags) {
     std::size_t done = 0;
     for (const auto& [id, ofSet] : flags) {
         const VerdictTable verdicts = decide_verdicts(ofSet).verdicts;
-        for (const auto& format : verdicts) {
-            for (const Verdict verdict : format) done += verdict != Verdict::kUnmeasured;
-        }
+        for_each_cell([&](const Cell& cell) { done += verdicts[cell] != Verdict::kUnmeasured; });
     }
     return done;
 }
@@ -65,7 +61,7 @@ bool RunWatch::line(Stream, std::string_view text) {
             if (!currentID_.empty() && currentID_ != line.text) show_recorded();
             currentID_ = line.text;
             hasTurn_ = isTesting_ = false;
-            run_.flags[currentID_];
+            flags_[currentID_];
             break;
         case ToolLine::kRendererSpokenOf:
             begin_turn(line.text);
@@ -81,7 +77,7 @@ bool RunWatch::line(Stream, std::string_view text) {
             currentID_ = line.text;
             hasTurn_ = isTesting_ = true;
             said_[currentID_].recorded[line.cell] = line.verdict;
-            run_.flags[currentID_].recorded[line.cell] = line.verdict;
+            flags_[currentID_].recorded[line.cell] = line.verdict;
     }
     tell_progress();
     return true;
@@ -98,9 +94,9 @@ void RunWatch::begin_turn(const std::string& id) {
     const auto last = last_recorded(flags, next_unmeasured(flags));
     if (last) {
         auto& flag = flags.recorded[*last];
-        if (flag && !*flag) flag = run_.flags[id].recorded[*last];
+        if (flag && !*flag) flag = flags_[id].recorded[*last];
     }
-    run_.flags[id] = flags;
+    flags_[id] = flags;
 }
 
 void RunWatch::go_on() {
@@ -110,7 +106,7 @@ void RunWatch::go_on() {
 
 void RunWatch::show_recorded() {
     if (currentID_.empty()) return;
-    run_.flags[currentID_] = read_current_flags(currentID_);
+    flags_[currentID_] = read_current_flags(currentID_);
     tell_progress();
 }
 
@@ -119,13 +115,13 @@ void RunWatch::tell_progress() {
     if (!identity) return;
     MeasureProgress progress;
     progress.rendererID = identity->rendererID;
-    const auto next = next_unmeasured(run_.flags[currentID_]);
+    const auto next = next_unmeasured(flags_[currentID_]);
     if (next) progress.test = words_of(*next);
-    progress.done = count_done(run_.flags);
-    progress.all = run_.flags.size() * kCellCount;
-    progress.doneHere = count_done({{currentID_, run_.flags[currentID_]}});
+    progress.done = count_done(flags_);
+    progress.all = flags_.size() * kCellCount;
+    progress.doneHere = count_done({{currentID_, flags_[currentID_]}});
     progress.allHere = kCellCount;
-    progress.estimate(run_.begin, run_.doneAtBegin);
+    progress.estimate(begin_);
     watcher_.progress(progress);
 }
 

@@ -4,15 +4,13 @@
 #ifndef TEXPROBECTL_RUN_WATCH_H
 #define TEXPROBECTL_RUN_WATCH_H
 
-#include <chrono>
 #include <map>
 #include <string>
 
 #include "measure/judgement.h"
-#include "measure/measure.h"
+#include "measure/repeated_runs.h"
 #include "measure/running_tool.h"
 #include "measure/tool_output.h"
-#include "measure/watched_run.h"
 
 namespace texprobe::ctl {
 
@@ -22,26 +20,22 @@ using FlagsByID = std::map<std::string, Flags>;
 /// The flags as they are recorded now; none of a set that the tool will clear before it measures.
 Flags read_current_flags(const std::string& id);
 
-/// The state at a run's beginning.
-struct RunBegin {
-    /// As they were before the run.
-    FlagsByID flags;
-    /// Of the whole measurement.
-    std::chrono::steady_clock::time_point begin;
-    std::size_t doneAtBegin = 0;
-};
-
 class RunWatch : public WatchedRun {
 public:
-    RunWatch(RunBegin run, RunningTool& runningTool, MeasureWatcher& watcher)
-        : WatchedRun(watcher), run_(std::move(run)), runningTool_(runningTool) {}
+    /// `flags` are those before the run.
+    RunWatch(const FlagsByID& flags, const Beginning& begin, RunningTool& runningTool,
+             MeasureWatcher& watcher)
+        : WatchedRun(watcher),
+          begin_(begin),
+          runningTool_(runningTool),
+          atStart_(flags),
+          flags_(flags) {}
 
     void started(int processID) override;
     bool line(Stream stream, std::string_view text) override;
 
     /// The facts of the run for the judgement on one set.
     RunFacts facts(const std::string& id) const;
-    const std::string& current_id() const { return currentID_; }
 
     /// Shows the recorded progress instead of the one in the tool's lines.
     void show_recorded();
@@ -55,15 +49,16 @@ private:
     void begin_turn(const std::string& id);
     void tell_progress();
 
-    RunBegin run_;
+    const Beginning begin_;
     RunningTool& runningTool_;
-    const FlagsByID atStart_ = run_.flags;
+    const FlagsByID atStart_;
+    /// As far as they are known now.
+    FlagsByID flags_;
     FlagsByID atTurn_;
     FlagsByID said_;
     // As far as the tool's lines and the last look tell.
     bool hasTurn_ = false;
     bool isTesting_ = false;
-    std::string currentID_;
 };
 
 /// How many verdicts of these sets are decided.

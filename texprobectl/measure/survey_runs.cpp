@@ -8,7 +8,8 @@
 
 #include "measure/judgement.h"
 #include "measure/repeated_runs.h"
-#include "measure/survey_watch.h"
+#include "measure/tool_output.h"
+#include "records/survey_set.h"
 #include "records/turn.h"
 
 namespace texprobe::ctl {
@@ -52,14 +53,101 @@ KeyChange judge_format(survey::FormatRecord record, const std::string& text, boo
     return KeyChange(write_record(record));
 }
 
+/// A format in a profile of a renderer.
+struct SurveyStep {
+    std::string id;
+    survey::Profile profile = survey::Profile::kCompatibility;
+    const survey::Format* format = nullptr;
+    bool isDone = false;
+};
+
+std::size_t count_done(const std::vector<SurveyStep>& steps) {
+    return static_cast<std::size_t>(std::count_if(
+        steps.begin(), steps.end(), [](const SurveyStep& step) { return step.isDone; }));
+}
+
+/// "core GL_RGBA8"
+std::string words_of(const SurveyStep& step) {
+    return std::string(name_of(step.profile)) + ' ' + step.format->name;
+}
+
+/// One run of the program while it lasts: its lines and its progress.
+class SurveyWatch : public WatchedRun {
+public:
+    SurveyWatch(std::vector<SurveyStep> steps, const Beginning& begin, MeasureWatcher& watcher)
+        : WatchedRun(watcher), steps_(std::move(steps)), begin_(begin) {}
+
+    bool line(Stream, std::string_view text) override {
+        const ToolLine line = parse_line(text);
+        if (line.kind != ToolLine::kTrouble) return take_step(text);
+        take_trouble(line.text);
+        return true;
+    }
+    /// Shows how far it is, as it is recorded, once the program has spoken.
+    void show(std::vector<SurveyStep> steps) {
+        steps_ = std::move(steps);
+        if (!currentID_.empty()) tell_progress();
+    }
+
+protected:
+    void go_on() override { tell_progress(); }
+
+private:
+    bool take_step(std::string_view text);
+    void tell_progress();
+
+    std::vector<SurveyStep> steps_;
+    const Beginning begin_;
+};
+
+/// "<application>[4711] core GL_RGBA8: create yes, ..." or "<application>[4711] core: 4.6 ..."
+bool SurveyWatch::take_step(std::string_view line) {
+    const auto spoken = find_line_of(survey::kDomain, line);
+    const std::string id = spoken ? set_of_survey(spoken->application) : "";
+    if (id.empty()) return false;
+    currentID_ = id;
+    const std::string text(spoken->text);
+    const std::size_t colon = text.find(": ");
+    const std::string subject = text.substr(0, colon);
+    const bool hasNoFormats =
+        colon != std::string::npos && survey::has_no_formats(text.substr(colon + 2));
+    for (SurveyStep& step : steps_) {
+        if (step.id != id) continue;
+        step.isDone |=
+            subject == words_of(step) || (hasNoFormats && subject == name_of(step.profile));
+    }
+    tell_progress();
+    return true;
+}
+
+void SurveyWatch::tell_progress() {
+    // The first one of this renderer that is not done is in hand.
+    const SurveyStep* inHand = nullptr;
+    MeasureProgress progress;
+    progress.unit = "formats";
+    progress.done = count_done(steps_);
+    progress.all = steps_.size();
+    const std::string id = currentID_.empty() && !steps_.empty() ? steps_.front().id : currentID_;
+    for (const SurveyStep& step : steps_) {
+        if (step.id != id) continue;
+        ++progress.allHere;
+        progress.doneHere += step.isDone;
+        if (!step.isDone && !inHand) inHand = &step;
+    }
+    const auto identity = parse_id(id);
+    if (!identity) return;
+    progress.rendererID = identity->rendererID;
+    if (inHand) progress.test = words_of(*inHand);
+    progress.estimate(begin_);
+    watcher_.progress(progress);
+}
+
 class Surveying : public RepeatedRuns {
 public:
     Surveying(const MeasureOptions& options, const SurveyChoice& choice,
-              std::vector<std::string> ids, MeasureWatcher& watcher)
-        : RepeatedRuns("texprobe-survey", options, watcher),
-          choice_(choice),
-          ids_(std::move(ids)),
-          doneAtBegin_(count_done(find_steps())) {
+              const std::vector<std::string>& ids, MeasureWatcher& watcher)
+        : RepeatedRuns("texprobe-survey", options, ids, watcher), choice_(choice) {
+        begin_.done = count_done(find_steps());
         if (choice.profile) arguments_ = {"--profile", name_of(*choice.profile)};
         if (choice.format) {
             arguments_.insert(arguments_.end(), {"--format", choice.format->name});
@@ -87,7 +175,8 @@ private:
             for (const survey::Profile profile : survey::kProfiles) {
                 for (const survey::Format& format : survey::formats()) {
                     if (!choice_.has(profile) || !choice_.has(format)) continue;
-                    const bool isDone = describe_missing(survey, {profile, &format}, "").empty();
+                    const bool isDone =
+                        ctl::describe_missing(survey, {profile, &format}, "").empty();
                     steps.push_back({id, profile, &format, isDone});
                 }
             }
@@ -95,18 +184,14 @@ private:
         return steps;
     }
 
-    std::string find_missing() const override {
-        for (const std::string& id : ids_) {
-            std::string missing = describe_missing(parse_survey(read_survey_texts(id)), choice_,
-                                                   parse_id(id).value_or(SetIdentity{}).rendererID);
-            if (!missing.empty()) return missing;
-        }
-        return {};
+    std::string describe_missing(const std::string& id) const override {
+        return ctl::describe_missing(parse_survey(read_survey_texts(id)), choice_,
+                                     parse_id(id).value_or(SetIdentity{}).rendererID);
     }
 
     bool run_once() override {
         const Texts before = read_texts();
-        SurveyWatch watch(find_steps(), begin_, doneAtBegin_, watcher_);
+        SurveyWatch watch(find_steps(), begin_, watcher_);
         // The program has the turn then, and the next run to get it finds no record of the format.
         watch.onKill = [&] {
             if (!is_in_group(turn_holder(), watch.process())) return;
@@ -121,9 +206,7 @@ private:
                         .inHand.empty();
         });
         if (isUnderWay) change_records([&] { inHand = settle(before, watch, end); });
-        const auto death = death_of(end, !inHand.empty(), options_.seconds);
-        const auto identity = parse_id(watch.current_id());
-        if (death && identity) watcher_.died(identity->rendererID, inHand, *death);
+        tell_death(watch, end, inHand);
         watch.show(find_steps());
         conclude(end);
         return read_texts() != before;
@@ -143,11 +226,8 @@ private:
     }
 
     const SurveyChoice& choice_;
-    const std::vector<std::string> ids_;
     std::vector<std::string> arguments_;
     std::map<std::string, std::set<std::string>> endedFromOutside_;
-    const std::size_t doneAtBegin_;
-    const std::chrono::steady_clock::time_point begin_ = std::chrono::steady_clock::now();
 };
 
 }  // namespace

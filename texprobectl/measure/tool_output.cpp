@@ -8,19 +8,15 @@ namespace texprobe::ctl {
 
 namespace {
 
-bool starts_with(std::string_view text, std::string_view beginning) {
-    return text.substr(0, beginning.size()) == beginning;
-}
-
 /// "GL_RGBA8 upload SET: 1" and so on.
 std::optional<ToolLine> parse_result(const std::string& id, std::string_view text) {
     for (std::size_t format = 0; format < kFormatCount; ++format) {
         const std::string_view name = kFormats[format].name;
-        if (!starts_with(text, name) || text.substr(name.size(), 1) != " ") continue;
+        if (!text.starts_with(std::string(name) + ' ')) continue;
         const std::string_view rest = text.substr(name.size() + 1);
         for (std::size_t i = 0; i < kCapabilityCount; ++i) {
             const std::string_view label = kCapabilities[i].printed;
-            if (!starts_with(rest, label)) continue;
+            if (!rest.starts_with(label)) continue;
             const std::string_view outcome = rest.substr(label.size());
             if (outcome != ": 0" && outcome != ": 1") continue;
             const Cell cell = {format, static_cast<Capability>(i)};
@@ -51,9 +47,9 @@ ToolLine parse_line(std::string_view line) {
     if (!spoken || !parse_id(spoken->application)) return {};
     const std::string& id = spoken->application;
     const std::string_view text = spoken->text;
-    if (starts_with(text, "testing renderer: ")) return {ToolLine::kRendererBegun, id};
-    if (starts_with(text, "GL_ARB_pixel_buffer_object : ")) return {ToolLine::kTestsBegun, id};
-    if (starts_with(text, "GL_VENDOR: ")) return {ToolLine::kTestsDone, id};
+    if (text.starts_with("testing renderer: ")) return {ToolLine::kRendererBegun, id};
+    if (text.starts_with("GL_ARB_pixel_buffer_object : ")) return {ToolLine::kTestsBegun, id};
+    if (text.starts_with("GL_VENDOR: ")) return {ToolLine::kTestsDone, id};
     return parse_result(id, text).value_or(ToolLine{ToolLine::kRendererSpokenOf, id});
 }
 

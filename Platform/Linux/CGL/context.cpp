@@ -1,14 +1,22 @@
+// Pixel formats, contexts and pixel buffers.
+
 #include <OpenGL/OpenGL.h>
 
 #include <cstdio>
+#include <cstring>
 #include <memory>
 #include <utility>
 
 #include "CGL/egl.h"
-#include "CGL/objects.h"
+#include "CGL/es_pixel_format.h"
 #include "CGL/offscreen.h"
+#include "CGL/renderers.h"
 
 using namespace texprobe::platform;
+
+struct _CGLPixelFormatObject {
+    Offscreen offscreen;
+};
 
 struct _CGLContextObject {
     Offscreen offscreen;
@@ -17,29 +25,76 @@ struct _CGLContextObject {
 };
 
 struct _CGLPBufferObject {
-    EGLint width;
-    EGLint height;
-    Offscreen offscreen;                  ///< The display and configuration of the surface.
-    EGLSurface surface = EGL_NO_SURFACE;  ///< Until a context takes it.
+    Offscreen offscreen;  ///< Of the context that it is for.
+    EGLSurface surface;   ///< Until a context takes it.
 };
 
 namespace {
+
+/// Attribute lists hold plain integers, such as renderer IDs, which are not in the enumeration.
+GLint read_attribute(const CGLPixelFormatAttribute* attribute) {
+    static_assert(sizeof(GLint) == sizeof(CGLPixelFormatAttribute));
+    GLint value = 0;
+    std::memcpy(&value, attribute, sizeof value);
+    return value;
+}
+
+/// What an attribute list asks for.
+struct Wish {
+    GLint id = 0;  ///< 0, which no renderer has: the list does not name one.
+    ContextKind kind = ContextKind::kCompatibility;
+};
+
+bool read_profile(GLint value, ContextKind* kind) {
+    *kind = value == kCGLOGLPVersion_3_2_Core ? ContextKind::kCore : ContextKind::kCompatibility;
+    return value == kCGLOGLPVersion_3_2_Core || value == kCGLOGLPVersion_Legacy;
+}
+
+/// No renderer if the list has other attributes or values.
+Wish read_attributes(const CGLPixelFormatAttribute* attribs) {
+    Wish wish;
+    for (; read_attribute(attribs) != 0; attribs += 2) {
+        const GLint value = read_attribute(attribs + 1);
+        const GLint name = read_attribute(attribs);
+        if (name == kCGLPFAOpenGLProfile) {
+            if (!read_profile(value, &wish.kind)) return {};
+        } else if (name == kCGLPFARendererID && value != 0) {
+            wish.id = value;
+        } else {
+            return {};
+        }
+    }
+    return wish;
+}
+
+CGLError choose(const Wish& wish, CGLPixelFormatObj* pix) {
+    EGLDeviceEXT device = nullptr;
+    const CGLError error = system_renderers().find_device(wish.id, &device);
+    if (error != kCGLNoError) return error;
+    Offscreen offscreen = open_device(device, wish.kind);
+    if (!offscreen.failure.empty()) {
+        std::fprintf(stderr, "*** EGL: %s\n", offscreen.failure.c_str());
+        return kCGLBadPixelFormat;
+    }
+    *pix = new _CGLPixelFormatObject{std::move(offscreen)};
+    return kCGLNoError;
+}
 
 /// The context that this thread created last, if it still exists. A pixel buffer is created without
 /// a context, but the context decides whether there can be one.
 thread_local CGLContextObj lastContext = nullptr;
 
 void complain(const char* call) {
-    std::fprintf(stderr, "*** EGL: %s\n", describe_failure(system_egl(), call).c_str());
+    std::fprintf(stderr, "*** EGL: %s\n", describe_failure(call).c_str());
 }
 
 bool is_current(const _CGLContextObject& ctx) {
-    const BoundApi desktopGl(system_egl(), EGL_OPENGL_API);
+    const BoundApi desktopGl(EGL_OPENGL_API);
     return eglGetCurrentContext() == ctx.context;
 }
 
 CGLError make_current(EGLDisplay display, EGLSurface surface, EGLContext context) {
-    const BoundApi desktopGl(system_egl(), EGL_OPENGL_API);
+    const BoundApi desktopGl(EGL_OPENGL_API);
     if (eglMakeCurrent(display, surface, surface, context)) return kCGLNoError;
     complain("eglMakeCurrent");
     return kCGLBadState;
@@ -58,23 +113,9 @@ void destroy_surface(Owner& owner) {
     owner.surface = EGL_NO_SURFACE;
 }
 
-EGLSurface make_surface(const Offscreen& offscreen, const _CGLPBufferObject& pbuffer) {
-    EGLSurface surface = create_surface(system_egl(), offscreen, pbuffer.width, pbuffer.height);
-    if (surface == EGL_NO_SURFACE) complain("eglCreatePbufferSurface");
-    return surface;
-}
-
-/// The pixel buffer's own surface if it fits the context, otherwise a new one.
-EGLSurface take_surface(_CGLPBufferObject& pbuffer, const Offscreen& offscreen) {
-    const bool fits = pbuffer.surface != EGL_NO_SURFACE &&
-                      pbuffer.offscreen.display == offscreen.display &&
-                      pbuffer.offscreen.config == offscreen.config;
-    return fits ? std::exchange(pbuffer.surface, EGL_NO_SURFACE) : make_surface(offscreen, pbuffer);
-}
-
 /// Makes the context current with the surface, and then restores the context of before.
 CGLError try_surface(const _CGLContextObject& ctx, EGLSurface surface) {
-    const BoundApi desktopGl(system_egl(), EGL_OPENGL_API);
+    const BoundApi desktopGl(EGL_OPENGL_API);
     EGLDisplay display = eglGetCurrentDisplay();
     EGLSurface draw = eglGetCurrentSurface(EGL_DRAW);
     EGLSurface read = eglGetCurrentSurface(EGL_READ);
@@ -90,12 +131,35 @@ CGLError try_surface(const _CGLContextObject& ctx, EGLSurface surface) {
 
 }  // namespace
 
+CGLError CGLChoosePixelFormat(const CGLPixelFormatAttribute* attribs, CGLPixelFormatObj* pix,
+                              GLint* npix) {
+    if (!attribs || !pix || !npix) return kCGLBadAddress;
+    *pix = nullptr;
+    *npix = 0;
+    const Wish wish = read_attributes(attribs);
+    if (wish.id == 0) return kCGLBadAttribute;
+    const CGLError error = choose(wish, pix);
+    if (error == kCGLNoError) *npix = 1;
+    return error;
+}
+
+CGLError texprobe::platform::choose_es_pixel_format(GLint rendererID, CGLPixelFormatObj* pix) {
+    if (!pix) return kCGLBadAddress;
+    *pix = nullptr;
+    return choose({rendererID, ContextKind::kEs}, pix);
+}
+
+CGLError CGLDestroyPixelFormat(CGLPixelFormatObj pix) {
+    delete pix;
+    return kCGLNoError;
+}
+
 CGLError CGLCreateContext(CGLPixelFormatObj pix, CGLContextObj share, CGLContextObj* ctx) {
     if (!ctx) return kCGLBadAddress;
     *ctx = nullptr;
     if (!pix) return kCGLBadPixelFormat;
     if (share) return kCGLBadMatch;
-    EGLContext context = create_context(system_egl(), pix->offscreen);
+    EGLContext context = create_context(pix->offscreen);
     if (context == EGL_NO_CONTEXT) {
         complain("eglCreateContext");
         return kCGLBadAlloc;
@@ -138,18 +202,18 @@ CGLError CGLCreatePBuffer(GLsizei width, GLsizei height, GLenum target, GLenum i
         return kCGLBadEnumeration;
     }
     if (width <= 0 || height <= 0 || maxLevel < 0) return kCGLBadValue;
+    if (!lastContext) return kCGLBadContext;
     auto made = std::make_unique<_CGLPBufferObject>();
-    made->width = width;
-    made->height = height;
-    if (lastContext) {
-        made->offscreen = lastContext->offscreen;
-        made->surface = make_surface(made->offscreen, *made);
-        if (made->surface == EGL_NO_SURFACE) return kCGLBadAlloc;
-        const CGLError error = try_surface(*lastContext, made->surface);
-        if (error != kCGLNoError) {
-            destroy_surface(*made);
-            return error;
-        }
+    made->offscreen = lastContext->offscreen;
+    made->surface = create_surface(made->offscreen, width, height);
+    if (made->surface == EGL_NO_SURFACE) {
+        complain("eglCreatePbufferSurface");
+        return kCGLBadAlloc;
+    }
+    const CGLError error = try_surface(*lastContext, made->surface);
+    if (error != kCGLNoError) {
+        destroy_surface(*made);
+        return error;
     }
     *pbuffer = made.release();
     return kCGLNoError;
@@ -164,12 +228,9 @@ CGLError CGLDestroyPBuffer(CGLPBufferObj pbuffer) {
 CGLError CGLSetPBuffer(CGLContextObj ctx, CGLPBufferObj pbuffer, GLenum face, GLint level,
                        GLint screen) {
     if (!ctx) return kCGLBadContext;
-    if (!pbuffer) return kCGLBadDrawable;
+    if (!pbuffer || pbuffer->surface == EGL_NO_SURFACE) return kCGLBadDrawable;
     if (face != 0 || level != 0 || screen != 0) return kCGLBadValue;
-    EGLSurface surface = take_surface(*pbuffer, ctx->offscreen);
-    if (surface == EGL_NO_SURFACE) return kCGLBadAlloc;
-    // The old surface lives on in EGL while it is current.
-    destroy_surface(*ctx);
-    ctx->surface = surface;
-    return is_current(*ctx) ? CGLSetCurrentContext(ctx) : kCGLNoError;
+    if (ctx->surface != EGL_NO_SURFACE) return kCGLBadMatch;
+    ctx->surface = std::exchange(pbuffer->surface, EGL_NO_SURFACE);
+    return kCGLNoError;
 }

@@ -8,12 +8,23 @@ namespace texprobe::platform {
 
 namespace {
 
+// Extensions, which EGL may lack: can_list_devices().
+
+EGLBoolean query_devices(EGLint room, EGLDeviceEXT* devices, EGLint* count) {
+    return load<PFNEGLQUERYDEVICESEXTPROC>("eglQueryDevicesEXT")(room, devices, count);
+}
+
+const char* query_device_string(EGLDeviceEXT device, EGLint name) {
+    static const auto query = load<PFNEGLQUERYDEVICESTRINGEXTPROC>("eglQueryDeviceStringEXT");
+    return query(device, name);
+}
+
 /// One entry of EGL's list. Names are queried only if the entry's extensions offer them: a failed
 /// query would leave an EGL error on the application's thread.
 class Entry {
 public:
-    Entry(const Egl& egl, EGLDeviceEXT device)
-        : egl_(egl), device_(device), extensions_(egl.queryDeviceString(device, EGL_EXTENSIONS)) {}
+    explicit Entry(EGLDeviceEXT device)
+        : device_(device), extensions_(query_device_string(device, EGL_EXTENSIONS)) {}
 
     bool is_software() const { return has_extension(extensions_, "EGL_MESA_device_software"); }
 
@@ -34,23 +45,22 @@ public:
 private:
     std::string string(const char* extension, EGLint name) const {
         if (!has_extension(extensions_, extension)) return {};
-        const char* text = egl_.queryDeviceString(device_, name);
+        const char* text = query_device_string(device_, name);
         return text ? text : "";
     }
 
-    const Egl& egl_;
     EGLDeviceEXT device_;
     const char* extensions_;
 };
 
-std::vector<EGLDeviceEXT> list_entries(const Egl& egl) {
+std::vector<EGLDeviceEXT> list_entries() {
     EGLint count = 0;
-    if (!egl.queryDevices || !egl.queryDeviceString || !egl.queryDevices(0, nullptr, &count) ||
-        count <= 0) {
+    if (!can_list_devices(eglQueryString(EGL_NO_DISPLAY, EGL_EXTENSIONS)) ||
+        !query_devices(0, nullptr, &count) || count <= 0) {
         return {};
     }
     std::vector<EGLDeviceEXT> entries(static_cast<std::size_t>(count));
-    if (!egl.queryDevices(count, entries.data(), &count) || count <= 0) return {};
+    if (!query_devices(count, entries.data(), &count) || count <= 0) return {};
     entries.resize(std::min(entries.size(), static_cast<std::size_t>(count)));
     return entries;
 }
@@ -81,10 +91,16 @@ bool same_device(const Device& a, const Device& b) {
 
 }  // namespace
 
-std::vector<Device> list_devices(const Egl& egl, const std::filesystem::path& sysfs) {
+bool can_list_devices(const char* clientExtensions) {
+    return has_extension(clientExtensions, "EGL_EXT_device_base") ||
+           (has_extension(clientExtensions, "EGL_EXT_device_enumeration") &&
+            has_extension(clientExtensions, "EGL_EXT_device_query"));
+}
+
+std::vector<Device> list_devices(const std::filesystem::path& sysfs) {
     std::vector<Device> devices;
-    for (EGLDeviceEXT entry : list_entries(egl)) {
-        Device device = describe(Entry(egl, entry), sysfs);
+    for (EGLDeviceEXT entry : list_entries()) {
+        Device device = describe(Entry(entry), sysfs);
         auto known = std::find_if(devices.begin(), devices.end(),
                                   [&](const Device& other) { return same_device(device, other); });
         if (known == devices.end()) known = devices.insert(devices.end(), std::move(device));
@@ -97,12 +113,9 @@ std::vector<Device> list_devices(const Egl& egl, const std::filesystem::path& sy
     return devices;
 }
 
-std::uint32_t renderer_id(std::string_view identity, std::string_view overrides) {
-    Fnv1a hash;
-    hash.add(identity);
-    hash.add("\n");
-    hash.add(overrides);
-    return hash.hash() == 0 ? 1 : hash.hash();
+std::uint32_t renderer_id(const std::string& identity, const std::string& overrides) {
+    const std::uint32_t hash = fnv1a(identity + '\n' + overrides);
+    return hash == 0 ? 1 : hash;
 }
 
 }  // namespace texprobe::platform

@@ -6,7 +6,6 @@
 #include <cstdint>
 #include <filesystem>
 #include <string>
-#include <string_view>
 #include <vector>
 
 #include "CGL/egl.h"
@@ -24,12 +23,21 @@ struct Device {
     std::vector<EGLDeviceEXT> entries;
 };
 
+/// Can EGL list devices? EGL_EXT_device_base offers that, and so do the two extensions that it was
+/// split into.
+bool can_list_devices(const char* clientExtensions);
+
 /// Hardware first, then software, each in EGL's order. Empty if EGL cannot list devices.
-std::vector<Device> list_devices(const Egl& egl, const std::filesystem::path& sysfs);
+std::vector<Device> list_devices(const std::filesystem::path& sysfs);
+
+/// The environment variables that turn the same device into another renderer: one line "NAME=value"
+/// for each variable of a table that is set and not empty, in the table's order. If there is none,
+/// the device keeps its own ID.
+std::string driver_overrides();
 
 /// A stable hash of the device and the driver_overrides(). Never 0, because 0 ends CGL's attribute
 /// lists.
-std::uint32_t renderer_id(std::string_view identity, std::string_view overrides);
+std::uint32_t renderer_id(const std::string& identity, const std::string& overrides);
 
 }  // namespace texprobe::platform
 

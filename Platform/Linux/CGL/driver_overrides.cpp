@@ -1,6 +1,6 @@
-#include "CGL/driver_overrides.h"
-
 #include <cstdlib>
+
+#include "CGL/devices.h"
 
 namespace texprobe::platform {
 

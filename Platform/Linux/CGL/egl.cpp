@@ -1,40 +1,6 @@
 #include "CGL/egl.h"
 
-#include <cstdio>
-#include <iterator>
-
 namespace texprobe::platform {
-
-namespace {
-
-template <typename Function>
-void load(Function& function, const char* name) {
-    function = reinterpret_cast<Function>(eglGetProcAddress(name));
-}
-
-Egl load_egl() {
-    Egl egl;
-    if (can_list_devices(eglQueryString(EGL_NO_DISPLAY, EGL_EXTENSIONS))) {
-        load(egl.queryDevices, "eglQueryDevicesEXT");
-        load(egl.queryDeviceString, "eglQueryDeviceStringEXT");
-    }
-    load(egl.getString, "glGetString");
-    load(egl.getIntegerv, "glGetIntegerv");
-    return egl;
-}
-
-}  // namespace
-
-const Egl& system_egl() {
-    static const Egl egl = load_egl();
-    return egl;
-}
-
-bool can_list_devices(const char* clientExtensions) {
-    return has_extension(clientExtensions, "EGL_EXT_device_base") ||
-           (has_extension(clientExtensions, "EGL_EXT_device_enumeration") &&
-            has_extension(clientExtensions, "EGL_EXT_device_query"));
-}
 
 bool has_extension(const char* extensions, std::string_view name) {
     std::string_view rest = extensions ? extensions : "";
@@ -46,14 +12,14 @@ bool has_extension(const char* extensions, std::string_view name) {
     return false;
 }
 
-std::string describe_failure(const Egl& egl, std::string_view call) {
+std::string describe_failure(std::string_view call) {
     static constexpr const char* kNames[] = {
         "EGL_SUCCESS",       "EGL_NOT_INITIALIZED",     "EGL_BAD_ACCESS",
         "EGL_BAD_ALLOC",     "EGL_BAD_ATTRIBUTE",       "EGL_BAD_CONFIG",
         "EGL_BAD_CONTEXT",   "EGL_BAD_CURRENT_SURFACE", "EGL_BAD_DISPLAY",
         "EGL_BAD_MATCH",     "EGL_BAD_NATIVE_PIXMAP",   "EGL_BAD_NATIVE_WINDOW",
         "EGL_BAD_PARAMETER", "EGL_BAD_SURFACE",         "EGL_CONTEXT_LOST"};
-    const EGLint error = egl.getError();
+    const EGLint error = eglGetError();
     std::string text(call);
     text += " failed";
     // Some drivers fail without setting an error.

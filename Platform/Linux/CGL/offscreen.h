@@ -10,8 +10,8 @@
 
 namespace texprobe::platform {
 
-/// Which contexts a device is opened for. The numbers are the lowest version that will do.
-enum class ContextKind { kCompatibility, kCore32, kCore41, kEs30 };
+/// Which contexts a device is opened for: of the core profile from 3.2 on, of ES from 3.0 on.
+enum class ContextKind { kCompatibility, kCore, kEs };
 
 /// An open device, or the reason why it could not be opened.
 struct Offscreen {
@@ -24,15 +24,14 @@ struct Offscreen {
 /// Opens the device's driver and chooses a configuration with eight bits per channel that can draw
 /// to pbuffers. The display is never terminated: EGL has one per device, and terminating it would
 /// destroy the application's contexts, too.
-Offscreen open_device(const Egl& egl, EGLDeviceEXT device,
-                      ContextKind kind = ContextKind::kCompatibility);
+Offscreen open_device(EGLDeviceEXT device, ContextKind kind = ContextKind::kCompatibility);
 
 /// A context of that kind and of the highest version. For the compatibility profile EGL creates
 /// that if no version is requested; of the other kinds, each version is asked for, the highest
 /// first.
-EGLContext create_context(const Egl& egl, const Offscreen& offscreen);
+EGLContext create_context(const Offscreen& offscreen);
 
-EGLSurface create_surface(const Egl& egl, const Offscreen& offscreen, EGLint width, EGLint height);
+EGLSurface create_surface(const Offscreen& offscreen, EGLint width, EGLint height);
 
 }  // namespace texprobe::platform
 

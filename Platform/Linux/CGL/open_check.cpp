@@ -1,5 +1,6 @@
 #include "CGL/open_check.h"
 
+#include <OpenGL/gl.h>
 #include <fcntl.h>
 #include <poll.h>
 #include <sys/prctl.h>
@@ -33,34 +34,38 @@ struct CheckReport {
     char failure[256];
 };
 
-std::uint64_t read_memory(const Egl& egl) {
-    const auto* extensions = reinterpret_cast<const char*>(egl.getString(GL_EXTENSIONS));
+/// A string of the current context. OpenGL's library need not be linked.
+const char* gl_string(GLenum name) {
+    return reinterpret_cast<const char*>(load<decltype(&glGetString)>("glGetString")(name));
+}
+
+std::uint64_t read_memory() {
+    const char* extensions = gl_string(GL_EXTENSIONS);
+    const auto getIntegerv = load<decltype(&glGetIntegerv)>("glGetIntegerv");
     GLint kibibytes[4] = {};
     if (has_extension(extensions, "GL_NVX_gpu_memory_info")) {
-        egl.getIntegerv(kTotalMemoryNvx, kibibytes);
+        getIntegerv(kTotalMemoryNvx, kibibytes);
     } else if (has_extension(extensions, "GL_ATI_meminfo")) {
-        egl.getIntegerv(kTextureFreeMemoryAti, kibibytes);
+        getIntegerv(kTextureFreeMemoryAti, kibibytes);
     }
     return static_cast<std::uint64_t>(std::max(kibibytes[0], 0)) * 1024;
 }
 
-OpenCheck open_here(const Egl& egl, EGLDeviceEXT device) {
-    const Offscreen offscreen = open_device(egl, device);
+OpenCheck open_here(EGLDeviceEXT device) {
+    const Offscreen offscreen = open_device(device);
     if (!offscreen.failure.empty()) return {offscreen.failure, 0};
-    EGLContext context = create_context(egl, offscreen);
-    if (context == EGL_NO_CONTEXT) return {describe_failure(egl, "eglCreateContext"), 0};
-    EGLSurface surface = create_surface(egl, offscreen, 16, 16);
-    if (surface == EGL_NO_SURFACE) return {describe_failure(egl, "eglCreatePbufferSurface"), 0};
-    if (!egl.makeCurrent(offscreen.display, surface, surface, context)) {
-        return {describe_failure(egl, "eglMakeCurrent"), 0};
+    EGLContext context = create_context(offscreen);
+    if (context == EGL_NO_CONTEXT) return {describe_failure("eglCreateContext"), 0};
+    EGLSurface surface = create_surface(offscreen, 16, 16);
+    if (surface == EGL_NO_SURFACE) return {describe_failure("eglCreatePbufferSurface"), 0};
+    if (!eglMakeCurrent(offscreen.display, surface, surface, context)) {
+        return {describe_failure("eglMakeCurrent"), 0};
     }
-    if (!egl.getString || !egl.getIntegerv || !egl.getString(GL_RENDERER)) {
-        return {"its context has no renderer string", 0};
-    }
-    return {"", read_memory(egl)};
+    if (!gl_string(GL_RENDERER)) return {"its context has no renderer string", 0};
+    return {"", read_memory()};
 }
 
-[[noreturn]] void run_child(const Egl& egl, EGLDeviceEXT device, int pipeEnd) {
+[[noreturn]] void run_child(EGLDeviceEXT device, int pipeEnd) {
     // A child whose driver hangs must not outlive a parent that is killed.
     prctl(PR_SET_PDEATHSIG, SIGKILL);
     // The parent reports the signal, so the application's crash handler must not run, and no core
@@ -74,7 +79,7 @@ OpenCheck open_here(const Egl& egl, EGLDeviceEXT device) {
     const int null = open("/dev/null", O_WRONLY | O_CLOEXEC);
     if (null >= 0) dup2(null, STDOUT_FILENO);
 
-    const OpenCheck check = open_here(egl, device);
+    const OpenCheck check = open_here(device);
     CheckReport report = {check.memory, {}};
     std::snprintf(report.failure, sizeof report.failure, "%s", check.failure.c_str());
     const bool sent = write(pipeEnd, &report, sizeof report) == sizeof report;
@@ -135,11 +140,11 @@ std::string describe_death(std::optional<int> status) {
 
 }  // namespace
 
-OpenCheck check_device(const Egl& egl, EGLDeviceEXT device, std::chrono::milliseconds limit) {
+OpenCheck check_device(EGLDeviceEXT device, std::chrono::milliseconds limit) {
     int ends[2];
     if (pipe2(ends, O_CLOEXEC) != 0) return {std::string("pipe: ") + std::strerror(errno), 0};
     const pid_t child = fork();
-    if (child == 0) run_child(egl, device, ends[1]);
+    if (child == 0) run_child(device, ends[1]);
     const int forkError = errno;
     close(ends[1]);
     if (child < 0) {

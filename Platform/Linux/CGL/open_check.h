@@ -19,7 +19,7 @@ struct OpenCheck {
 /// Opens the device in a child process and makes a context current there. Returns within `limit`
 /// plus one second. The child does not affect this process, not even its streams or random numbers.
 /// Call this before the process opens a driver itself: the child would inherit that driver's locks.
-OpenCheck check_device(const Egl& egl, EGLDeviceEXT device, std::chrono::milliseconds limit);
+OpenCheck check_device(EGLDeviceEXT device, std::chrono::milliseconds limit);
 
 }  // namespace texprobe::platform
 

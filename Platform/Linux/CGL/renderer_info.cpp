@@ -2,20 +2,17 @@
 
 #include "CGL/renderers.h"
 
-using texprobe::platform::Renderers;
 using texprobe::platform::system_renderers;
 
 struct _CGLRendererInfoObject {
-    Renderers* renderers;
     GLint count;
 };
 
 CGLError CGLQueryRendererInfo(GLuint displayMask, CGLRendererInfoObj* rend, GLint* nrend) {
     if (!rend || !nrend) return kCGLBadAddress;
-    Renderers& renderers = system_renderers();
     // Every renderer can drive every display. An empty mask names no display.
-    *nrend = displayMask == 0 ? 0 : renderers.count();
-    *rend = new _CGLRendererInfoObject{&renderers, *nrend};
+    *nrend = displayMask == 0 ? 0 : system_renderers().count();
+    *rend = new _CGLRendererInfoObject{*nrend};
     return kCGLNoError;
 }
 
@@ -29,15 +26,5 @@ CGLError CGLDescribeRenderer(CGLRendererInfoObj rend, GLint rendNum, CGLRenderer
     if (!rend) return kCGLBadRendererInfo;
     if (!value) return kCGLBadAddress;
     if (rendNum < 0 || rendNum >= rend->count) return kCGLBadValue;
-    const auto index = static_cast<std::size_t>(rendNum);
-    switch (prop) {
-        case kCGLRPRendererID:
-            return rend->renderers->describe_id(index, value);
-        case kCGLRPTextureMemory:
-            return rend->renderers->describe_texture_memory(index, value);
-        case kCGLRPAccelerated:
-            return rend->renderers->describe_accelerated(index, value);
-        default:
-            return kCGLBadProperty;
-    }
+    return system_renderers().describe(static_cast<std::size_t>(rendNum), prop, value);
 }

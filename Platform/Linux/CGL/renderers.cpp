@@ -13,7 +13,6 @@
 #include <system_error>
 #include <utility>
 
-#include "CGL/driver_overrides.h"
 #include "CGL/offscreen.h"
 #include "CGL/open_check.h"
 
@@ -76,7 +75,7 @@ Renderers* list_renderers() {
 
 Renderers::Renderers(System system) : system_(std::move(system)) {
     const std::string overrides = driver_overrides();
-    for (Device& device : list_devices(system_.egl, system_.sysfs)) {
+    for (Device& device : list_devices(system_.sysfs)) {
         Renderer renderer;
         renderer.id = static_cast<GLint>(renderer_id(device.identity, overrides));
         renderer.device = std::move(device);
@@ -84,27 +83,23 @@ Renderers::Renderers(System system) : system_(std::move(system)) {
     }
 }
 
-bool Renderers::is_unusable(std::size_t index) const {
-    return checked_.load(std::memory_order_acquire) && !renderers_[index].usable;
-}
-
-CGLError Renderers::describe_id(std::size_t index, GLint* id) const {
-    if (is_unusable(index)) return kCGLBadRendererInfo;
-    *id = renderers_[index].id;
-    return kCGLNoError;
-}
-
-CGLError Renderers::describe_accelerated(std::size_t index, GLint* accelerated) const {
-    if (is_unusable(index)) return kCGLBadRendererInfo;
-    *accelerated = renderers_[index].device.software ? 0 : 1;
-    return kCGLNoError;
-}
-
-CGLError Renderers::describe_texture_memory(std::size_t index, GLint* bytes) {
-    check_all();
-    if (is_unusable(index)) return kCGLBadRendererInfo;
-    *bytes = renderers_[index].memory;
-    return kCGLNoError;
+CGLError Renderers::describe(std::size_t index, CGLRendererProperty property, GLint* value) {
+    if (property == kCGLRPTextureMemory) check_all();
+    const Renderer& renderer = renderers_[index];
+    if (checked_.load(std::memory_order_acquire) && !renderer.usable) return kCGLBadRendererInfo;
+    switch (property) {
+        case kCGLRPRendererID:
+            *value = renderer.id;
+            return kCGLNoError;
+        case kCGLRPAccelerated:
+            *value = renderer.device.software ? 0 : 1;
+            return kCGLNoError;
+        case kCGLRPTextureMemory:
+            *value = renderer.memory;
+            return kCGLNoError;
+        default:
+            return kCGLBadProperty;
+    }
 }
 
 CGLError Renderers::find_device(GLint id, EGLDeviceEXT* device) {
@@ -137,9 +132,9 @@ void Renderers::check(Renderer& renderer) const {
         if (renderer.device.software) {
             // The software device is last in the list, has no hardware that could hang, and is
             // needed by this process next. So it is opened here.
-            result.failure = open_device(system_.egl, entry).failure;
+            result.failure = open_device(entry).failure;
         } else {
-            result = check_device(system_.egl, entry, system_.openLimit);
+            result = check_device(entry, system_.openLimit);
         }
         if (result.failure.empty()) {
             renderer.usable = true;
@@ -157,18 +152,14 @@ void Renderers::check(Renderer& renderer) const {
     if (const std::uint64_t videoMemory = read_video_memory(renderer.device.gpu)) {
         memory = videoMemory;
     }
-    renderer.memory = clamp_bytes(memory ? memory : system_memory());
+    constexpr std::uint64_t kMost = std::numeric_limits<GLint>::max();
+    renderer.memory = static_cast<GLint>(std::min(memory ? memory : system_memory(), kMost));
 }
 
 Renderers& system_renderers() {
     // Never destroyed: another thread may be using it while the process exits.
     static Renderers& renderers = *list_renderers();
     return renderers;
-}
-
-GLint clamp_bytes(std::uint64_t bytes) {
-    constexpr std::uint64_t kMost = std::numeric_limits<GLint>::max();
-    return static_cast<GLint>(std::min(bytes, kMost));
 }
 
 }  // namespace texprobe::platform

@@ -23,7 +23,6 @@ namespace texprobe::platform {
 class Renderers {
 public:
     struct System {
-        Egl egl = system_egl();
         std::filesystem::path sysfs = "/sys";
         std::chrono::milliseconds openLimit = std::chrono::seconds(30);
     };
@@ -32,21 +31,14 @@ public:
 
     GLint count() const { return static_cast<GLint>(renderers_.size()); }
 
-    /// The renderer ID, without opening anything. kCGLBadRendererInfo for a renderer that
-    /// check_all() has found unusable.
-    CGLError describe_id(std::size_t index, GLint* id) const;
-
-    /// Is it a GPU? Opens nothing.
-    CGLError describe_accelerated(std::size_t index, GLint* accelerated) const;
-
-    /// The texture memory in bytes, at most 2^31 - 1; checks all renderers first.
-    CGLError describe_texture_memory(std::size_t index, GLint* bytes);
+    /// The renderer ID or, 1 or 0, whether it is a GPU, without opening anything; or the texture
+    /// memory in bytes, at most 2^31 - 1, which checks all renderers first. kCGLBadRendererInfo for
+    /// a renderer that a check has found unusable.
+    CGLError describe(std::size_t index, CGLRendererProperty property, GLint* value);
 
     /// The device of the renderer with this ID; checks all renderers first. kCGLBadPixelFormat when
     /// there is no such renderer.
     CGLError find_device(GLint id, EGLDeviceEXT* device);
-
-    const Egl& egl() const { return system_.egl; }
 
 private:
     struct Renderer {
@@ -61,7 +53,6 @@ private:
     /// harm. Prints on standard error why a renderer cannot be used.
     void check_all();
     void check(Renderer& renderer) const;
-    bool is_unusable(std::size_t index) const;
 
     System system_;
     std::vector<Renderer> renderers_;
@@ -71,9 +62,6 @@ private:
 
 /// The renderers of this machine.
 Renderers& system_renderers();
-
-/// A number of bytes as CGL returns it.
-GLint clamp_bytes(std::uint64_t bytes);
 
 }  // namespace texprobe::platform
 

@@ -71,15 +71,14 @@ struct __CFBoolean final : texprobe::platform::Object {
 
 struct __CFArray final : texprobe::platform::Object {
     static constexpr auto kKind = texprobe::platform::ObjectKind::kArray;
-    __CFArray(std::vector<const void*> itsValues, const CFArrayCallBacks& itsCallbacks);
+    explicit __CFArray(std::vector<CFTypeRef> itsValues);
     ~__CFArray() override;
-    const std::vector<const void*> values;
-    const CFArrayCallBacks callbacks;
+    const std::vector<CFTypeRef> values;
 };
 
 struct __CFDictionary final : texprobe::platform::Object {
     static constexpr auto kKind = texprobe::platform::ObjectKind::kDictionary;
-    using Pairs = std::vector<std::pair<const void*, const void*>>;
+    using Pairs = std::vector<std::pair<CFTypeRef, CFTypeRef>>;
     explicit __CFDictionary(Pairs itsPairs);
     ~__CFDictionary() override;
     const Pairs pairs;

@@ -97,6 +97,11 @@ int Database::configure() {
                        .c_str());
 }
 
+/// Another process may have made the table since. Without a database there is none.
+int Database::look_for_table() {
+    return has_table_ || !is_open() ? SQLITE_OK : learn_layout();
+}
+
 /// Finds out whether our table exists and can be used.
 int Database::learn_layout() {
     int tables = 0;
@@ -180,47 +185,49 @@ int Database::ask(Query query, int* number) {
 
 Status Database::read(std::string_view application, Records* records) {
     Records fresh;
-    std::vector<std::string> tooLong;
-    const int code = read_records(application, &fresh, &tooLong);
+    const int code = read_records(application, &fresh);
     if (code == SQLITE_OK) *records = std::move(fresh);
     return status_of(code);
 }
 
+int Database::read_records(std::string_view application, Records* records) {
+    return read_range(application, "", [records](std::string_view key, Value value) {
+        records->insert_or_assign(std::string(key), std::move(value));
+    });
+}
+
 Status Database::read_texts(std::string_view application, std::string_view prefix, Texts* texts) {
-    int code = has_table_ ? SQLITE_OK : learn_layout();
-    if (code != SQLITE_OK) return status_of(code);
     Texts fresh;
-    if (has_table_) code = read_range(application, prefix, &fresh);
+    const int code = read_range(application, prefix, [&fresh](std::string_view key, Value value) {
+        auto* text = std::get_if<std::string>(&value);
+        if (text) fresh.emplace_hint(fresh.end(), key, std::move(*text));
+    });
     if (code == SQLITE_OK) *texts = std::move(fresh);
     return status_of(code);
 }
 
-int Database::read_range(std::string_view application, std::string_view prefix, Texts* texts) {
+/// Passes on the application's records whose keys begin with `prefix`, in the keys' order.
+int Database::read_range(std::string_view application, std::string_view prefix,
+                         const std::function<void(std::string_view key, Value value)>& take) {
+    int code = look_for_table();
+    if (code != SQLITE_OK || !has_table_) return code;
     sqlite3_stmt* statement = nullptr;
-    int code = begin_to_read(application, prefix, &statement);
+    code = prepare(kRead, &statement);
+    if (code == SQLITE_OK) code = bind_value(statement, 1, application);
+    if (code == SQLITE_OK) code = bind_value(statement, 2, prefix);
     if (code != SQLITE_OK) return code;
     while ((code = sqlite3_step(statement)) == SQLITE_ROW) {
         const std::string_view key = bytes_of(statement, 0);
         if (key.substr(0, prefix.size()) != prefix) break;
         auto value = value_of(statement, 1, 2);
-        auto* text = value ? std::get_if<std::string>(&*value) : nullptr;
-        if (text && is_string(key)) texts->emplace_hint(texts->end(), key, std::move(*text));
+        if (value && is_string(key)) take(key, std::move(*value));
     }
     sqlite3_reset(statement);
     return code == SQLITE_DONE || code == SQLITE_ROW ? SQLITE_OK : code;
 }
 
-/// The application's records from that key on, in their order.
-int Database::begin_to_read(std::string_view application, std::string_view first,
-                            sqlite3_stmt** statement) {
-    int code = prepare(kRead, statement);
-    if (code == SQLITE_OK) code = bind_value(*statement, 1, application);
-    if (code == SQLITE_OK) code = bind_value(*statement, 2, first);
-    return code;
-}
-
 Status Database::read_applications(std::set<std::string>* names) {
-    int code = has_table_ ? SQLITE_OK : learn_layout();
+    int code = look_for_table();
     if (code != SQLITE_OK || !has_table_) return status_of(code);
     sqlite3_stmt* statement = nullptr;
     code = prepare(kApplications, &statement);
@@ -233,41 +240,17 @@ Status Database::read_applications(std::set<std::string>* names) {
     return status_of(code == SQLITE_DONE ? SQLITE_OK : code);
 }
 
-int Database::read_records(std::string_view application, Records* records,
-                           std::vector<std::string>* tooLong) {
-    if (!has_table_) {
-        const int code = learn_layout();
-        if (code != SQLITE_OK || !has_table_) return code;
-    }
-    sqlite3_stmt* statement = nullptr;
-    int code = begin_to_read(application, "", &statement);
-    if (code != SQLITE_OK) return code;
-    while ((code = sqlite3_step(statement)) == SQLITE_ROW) {
-        const std::string_view key = bytes_of(statement, 0);
-        auto value = value_of(statement, 1, 2);
-        if (value && is_string(key)) records->insert_or_assign(std::string(key), *value);
-        if (bytes_of(statement, 2).size() > kLongestString) tooLong->emplace_back(key);
-    }
-    sqlite3_reset(statement);
-    return code == SQLITE_DONE ? SQLITE_OK : code;
-}
-
 Status Database::write(std::string_view application, const RecordChanges& changes,
                        Records* records) {
     Records fresh;
-    std::vector<std::string> tooLong;
     int code = begin();
     const int before = sqlite3_total_changes(database_.get());
     for (const auto& [key, value] : changes) {
         if (code == SQLITE_OK) code = change(application, key, value);
     }
-    if (code == SQLITE_OK) code = read_records(application, &fresh, &tooLong);
-    // SQLite loads a whole record when it only passes by it, so a writer removes overlong ones.
-    for (const std::string& key : tooLong) {
-        if (code == SQLITE_OK) code = change(application, key, std::nullopt);
-    }
-    if (code == SQLITE_OK) {
-        if (sqlite3_total_changes(database_.get()) != before) code = reserve_room(application);
+    if (code == SQLITE_OK) code = read_records(application, &fresh);
+    if (code == SQLITE_OK && sqlite3_total_changes(database_.get()) != before) {
+        code = reserve_room(application);
     }
     if (code == SQLITE_OK) code = execute("COMMIT");
     if (code == SQLITE_OK) {
@@ -291,7 +274,7 @@ int Database::begin() {
         has_journal_ = true;
     }
     int code = execute("BEGIN IMMEDIATE");
-    if (code == SQLITE_OK && !has_table_) code = learn_layout();
+    if (code == SQLITE_OK) code = look_for_table();
     if (code == SQLITE_OK && !has_table_) {
         code = execute(kLayout);
         has_table_ = code == SQLITE_OK;

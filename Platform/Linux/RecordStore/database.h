@@ -18,14 +18,14 @@
 #include <set>
 #include <string>
 #include <string_view>
-#include <vector>
 
 #include "status.h"
 #include "value.h"
 
 namespace texprobe::platform {
 
-/// Never waits for another process: returns kLocked instead. Not thread-safe.
+/// Never waits for another process: returns kLocked instead. Not thread-safe. Until it is opened,
+/// there is nothing to read in it.
 class Database {
 public:
     enum Purpose { kLook, kWrite };
@@ -89,11 +89,10 @@ private:
     int configure();
     int learn_layout();
     int check_all(int code);
-    int read_records(std::string_view application, Records* records,
-                     std::vector<std::string>* tooLong);
-    int begin_to_read(std::string_view application, std::string_view first,
-                      sqlite3_stmt** statement);
-    int read_range(std::string_view application, std::string_view prefix, Texts* texts);
+    int look_for_table();
+    int read_records(std::string_view application, Records* records);
+    int read_range(std::string_view application, std::string_view prefix,
+                   const std::function<void(std::string_view key, Value value)>& take);
     int begin();
     int change(std::string_view application, std::string_view key,
                const std::optional<Value>& value);

@@ -77,9 +77,8 @@ std::optional<Texts> RecordStore::read_texts(const std::string& application,
                                              const std::string& prefix) {
     Texts texts;
     const Status status = patiently(patience_.usual, [&] {
-        return look([&](Database* database) {
-            return database ? database->read_texts(application, prefix, &texts) : Status();
-        });
+        return look(
+            [&](Database& database) { return database.read_texts(application, prefix, &texts); });
     });
     const std::lock_guard lock(mutex_);
     return report(status) ? std::optional(std::move(texts)) : std::nullopt;
@@ -88,9 +87,7 @@ std::optional<Texts> RecordStore::read_texts(const std::string& application,
 std::set<std::string> RecordStore::applications() {
     std::set<std::string> names;
     const Status status = patiently(patience_.usual, [&] {
-        return look([&](Database* database) {
-            return database ? database->read_applications(&names) : Status();
-        });
+        return look([&](Database& database) { return database.read_applications(&names); });
     });
     const std::lock_guard lock(mutex_);
     for (const auto& [name, application] : applications_) {
@@ -159,11 +156,7 @@ Status RecordStore::attempt(Application& application, const std::string& name,
                             Database::Purpose purpose) {
     Status status;
     if (purpose == Database::kLook || application.pending.empty()) {
-        status = look([&](Database* database) {
-            if (database) return database->read(name, &application.stored);
-            application.stored.clear();
-            return Status();
-        });
+        status = look([&](Database& database) { return database.read(name, &application.stored); });
     } else {
         status = write(application, name);
         if (status.kind == Status::kDamaged) {
@@ -175,18 +168,18 @@ Status RecordStore::attempt(Application& application, const std::string& name,
     return status;
 }
 
-/// Has the database read; a null one stands for a store that is not there yet.
-Status RecordStore::look(const std::function<Status(Database*)>& read) {
-    if (access(path().c_str(), F_OK) != 0 && errno == ENOENT) return read(nullptr);
+/// Has the database read; one that is not open stands for a store that is not there yet.
+Status RecordStore::look(const std::function<Status(Database&)>& read) {
+    Database lookedAt;
+    if (access(path().c_str(), F_OK) != 0 && errno == ENOENT) return read(lookedAt);
     Status status = check(directory(), S_IFDIR);
     if (status.ok()) status = check(path(), S_IFREG);
     if (!status.ok()) return status;
     const DirectoryLock lock(directory(), DirectoryLock::kShared);
     if (!lock.status().ok()) return lock.status();
-    if (database_.is_open()) return read(&database_);
-    Database lookedAt;
+    if (database_.is_open()) return read(database_);
     status = lookedAt.open(path(), Database::kLook);
-    if (status.ok()) status = read(&lookedAt);
+    if (status.ok()) status = read(lookedAt);
     lookedAt.close(true);
     return status;
 }

@@ -89,7 +89,7 @@ private:
     Status settle(const std::string& application, Database::Purpose purpose,
                   std::chrono::milliseconds patience);
     Status attempt(Application& application, const std::string& name, Database::Purpose purpose);
-    Status look(const std::function<Status(Database*)>& read);
+    Status look(const std::function<Status(Database&)>& read);
     Status write(Application& application, const std::string& name);
     Status begin_anew(const Status& damage);
     const std::string& directory();

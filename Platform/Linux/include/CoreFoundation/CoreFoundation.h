@@ -112,18 +112,15 @@ extern const CFBooleanRef kCFBooleanFalse;
 
 typedef struct {
     CFIndex version;
-    const void* (*retain)(CFAllocatorRef allocator, const void* value);
-    void (*release)(CFAllocatorRef allocator, const void* value);
-    CFStringRef (*copyDescription)(const void* value);
-    Boolean (*equal)(const void* a, const void* b);
 } CFArrayCallBacks;
 
-/// Callbacks that retain and release CoreFoundation objects.
-/// Differs from macOS: copyDescription and equal are null, since nothing here calls them.
+/// Has an array retain its values. Differs from macOS: it has no functions, since nothing here
+/// calls them.
 extern const CFArrayCallBacks kCFTypeArrayCallBacks;
 
-/// A new array that the caller owns, holding `count` values, each retained through `callBacks`
-/// (null: not retained). Null for a negative `count`, and for null `values` unless there are none.
+/// A new array that the caller owns, holding `count` values, each retained. Null for a negative
+/// `count`, and for null `values` unless there are none.
+/// Differs from macOS: the callbacks must be the ones above.
 CFArrayRef CFArrayCreate(CFAllocatorRef allocator, const void** values, CFIndex count,
                          const CFArrayCallBacks* callBacks);
 
@@ -134,27 +131,15 @@ const void* CFArrayGetValueAtIndex(CFArrayRef array, CFIndex index);
 
 // Dictionaries.
 
-typedef unsigned long CFHashCode;
-
 typedef struct {
     CFIndex version;
-    const void* (*retain)(CFAllocatorRef allocator, const void* value);
-    void (*release)(CFAllocatorRef allocator, const void* value);
-    CFStringRef (*copyDescription)(const void* value);
-    Boolean (*equal)(const void* a, const void* b);
-    CFHashCode (*hash)(const void* value);
 } CFDictionaryKeyCallBacks;
 
 typedef struct {
     CFIndex version;
-    const void* (*retain)(CFAllocatorRef allocator, const void* value);
-    void (*release)(CFAllocatorRef allocator, const void* value);
-    CFStringRef (*copyDescription)(const void* value);
-    Boolean (*equal)(const void* a, const void* b);
 } CFDictionaryValueCallBacks;
 
-/// Callbacks that retain and release CoreFoundation objects.
-/// Differs from macOS: copyDescription, equal and hash are null, since nothing here calls them.
+/// As for arrays.
 extern const CFDictionaryKeyCallBacks kCFTypeDictionaryKeyCallBacks;
 extern const CFDictionaryValueCallBacks kCFTypeDictionaryValueCallBacks;
 

@@ -27,8 +27,7 @@ typedef enum _CGLPixelFormatAttribute {
 /// Values of kCGLPFAOpenGLProfile.
 typedef enum _CGLOpenGLProfile {
     kCGLOGLPVersion_Legacy = 0x1000,
-    kCGLOGLPVersion_3_2_Core = 0x3200,
-    kCGLOGLPVersion_GL4_Core = 0x4100
+    kCGLOGLPVersion_3_2_Core = 0x3200
 } CGLOpenGLProfile;
 
 typedef enum _CGLRendererProperty {
@@ -106,18 +105,17 @@ CGLError CGLGetVirtualScreen(CGLContextObj ctx, GLint* screen);
 
 /// Creates an offscreen drawable of that size, in pixels. The current context stays current.
 /// Differs from macOS: it is a surface of the context that this thread created last, which is made
-/// current with it once. kCGLBadAlloc if EGL cannot make it, kCGLBadState if it cannot make it
-/// current. While there is no such context, only the size is remembered. It cannot be used as a
-/// texture: `target`, `internalFormat` (GL_RGB or GL_RGBA) and `maxLevel` are checked and otherwise
-/// ignored.
+/// current with it once. kCGLBadContext while there is no such context, kCGLBadAlloc if EGL cannot
+/// make it, kCGLBadState if it cannot make it current. It cannot be used as a texture: `target`,
+/// `internalFormat` (GL_RGB or GL_RGBA) and `maxLevel` are checked and otherwise ignored.
 CGLError CGLCreatePBuffer(GLsizei width, GLsizei height, GLenum target, GLenum internalFormat,
                           GLint maxLevel, CGLPBufferObj* pbuffer);
 CGLError CGLDestroyPBuffer(CGLPBufferObj pbuffer);
 
-/// Makes the pixel buffer the context's drawable, at once if the context is current. The pixel
-/// buffer may be destroyed before the context. Differs from macOS: `face`, `level` and `screen`
-/// must be 0, and each context draws to a surface of its own: the one that the pixel buffer was
-/// created with, if it fits and is not taken, otherwise a new one.
+/// Makes the pixel buffer the drawable of the context that it was created for. The pixel buffer may
+/// be destroyed before the context. Differs from macOS: `face`, `level` and `screen` must be 0, and
+/// a pixel buffer is set once, on a context that has none: kCGLBadDrawable if it was set before,
+/// kCGLBadMatch if the context has one.
 CGLError CGLSetPBuffer(CGLContextObj ctx, CGLPBufferObj pbuffer, GLenum face, GLint level,
                        GLint screen);
 

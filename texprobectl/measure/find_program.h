@@ -1,7 +1,7 @@
-// Where the tool is.
+// Where programs are.
 
-#ifndef TEXPROBECTL_FIND_TOOL_H
-#define TEXPROBECTL_FIND_TOOL_H
+#ifndef TEXPROBECTL_FIND_PROGRAM_H
+#define TEXPROBECTL_FIND_PROGRAM_H
 
 #include <string>
 
@@ -14,8 +14,6 @@ std::string find_self(const std::string& name);
 /// A program of this name: the one beside `self`, the installed one, the first in PATH; empty when
 /// there is none.
 std::string find_program(const std::string& self, const std::string& name);
-/// The tool, in the same way.
-std::string find_tool(const std::string& self);
 
 }  // namespace texprobe::ctl
 

@@ -1,4 +1,4 @@
-#include "measure/find_tool.h"
+#include "measure/find_program.h"
 
 #include <runs/programs.h>
 
@@ -22,10 +22,6 @@ std::string find_program(const std::string& self, const std::string& name) {
     if (!self.empty() && is_program(beside)) return beside.string();
     const std::string installed = std::string(TEXPROBECTL_INSTALLED_PROGRAMS) + '/' + name;
     return is_program(installed) ? installed : find_in_path(name);
-}
-
-std::string find_tool(const std::string& self) {
-    return find_program(self, "texprobe");
 }
 
 }  // namespace texprobe::ctl
