@@ -33,11 +33,6 @@ const std::string kToolDomain = "org.texprobe.texprobe2";
 
 class WhoseNoes : public testing::Test {
 protected:
-    /// This test of a format fails so, in the tool and in `inspect`.
-    void fail(const std::string& format, int capability, const std::string& fault) const {
-        write_file(folder_.file("faults"), std::to_string(number_of(format)) + ' ' +
-                                               std::to_string(capability) + ' ' + fault + '\n');
-    }
     void measure() const {
         const Finished run = folder_.ctl({"measure"});
         EXPECT_TRUE(run.exited_with(0)) << run.err;
@@ -78,7 +73,7 @@ TEST_F(WhoseNoes, are_the_tests_where_the_driver_is_right) {
 }
 
 TEST_F(WhoseNoes, are_the_drivers_where_it_is_wrong) {
-    fail("GL_RGBA16", kSet, "exchanged");
+    fail(folder_, "GL_RGBA16", kSet, "exchanged");
     measure();
     std::set<std::string> expected = kNoesOfTheTest;
     expected.erase("GL_RGBA16 upload_set");
@@ -94,7 +89,7 @@ TEST_F(WhoseNoes, are_the_drivers_where_it_is_wrong) {
 }
 
 TEST_F(WhoseNoes, are_found_out_behind_a_test_that_crashes) {
-    fail("GL_RGB8", kSet, "11");
+    fail(folder_, "GL_RGB8", kSet, "11");
     measure();
     EXPECT_EQ(first_set().at("formats").at(6).at("upload_set"), "crashed");
     EXPECT_EQ(marked(), kNoesOfTheTest);
@@ -103,7 +98,7 @@ TEST_F(WhoseNoes, are_found_out_behind_a_test_that_crashes) {
 TEST_F(WhoseNoes, cost_no_verdict_where_the_driver_dies_and_are_asked_once) {
     // The tool gets through, and dies only when its tests are repeated.
     const CtlFolder dying(FAILING_CTL, TOOL);
-    write_file(dying.file("faults"), std::to_string(number_of("GL_RGB8")) + " 2 11\n");
+    fail(dying, "GL_RGB8", kSet, "11");
     const Finished first = dying.ctl({"measure"});
     EXPECT_TRUE(first.exited_with(0)) << first.err;
     const json set = json::parse(dying.ctl({"export"}).out).at("record_sets").at(0);

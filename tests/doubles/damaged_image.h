@@ -9,13 +9,10 @@ namespace texprobe::tests {
 
 /// Damages it by a word; remembers the image, as damaged, for "stale". The words:
 ///   exchanged  the first and the third element of each pixel
-///   opaque     the last element of each pixel is the largest, or 1
-///   shifted    each row holds the row before it; the first one stays
 ///   rounded    each value is kept at 8 bits
 ///   zeros      nothing arrives
 ///   stale      the image that was read before
 ///   half       nothing arrives from row 64 on
-///   bytes      the bytes of each element are in reverse order
 /// Without a word it stays as it is.
 void damage_image(const std::string& damage, unsigned format, unsigned type, unsigned char* pixels);
 

@@ -5,8 +5,8 @@
 #include <fmt/format.h>
 
 #include <algorithm>
-#include <array>
 #include <cmath>
+#include <initializer_list>
 #include <limits>
 
 #include "inspect/faults.h"
@@ -86,14 +86,13 @@ using Find = std::optional<std::string> (*)(const ComparedImages&);
 // In this order: the first that fits is the sentence. Values that are nearly right come before all
 // that moves, because a pattern fits a small error by chance; a part that is wrong comes last,
 // because it fits whatever leaves a part right (find_part).
-constexpr std::array<Find, 5> kUnmoved = {find_lost_buffer, find_exact, find_constant,
-                                          find_precision, find_small_errors};
-constexpr std::array<Find, 10> kMoved = {find_byte_order,    find_channels,  find_shift, find_turn,
-                                         find_stride,        find_row_shift, find_stale, find_srgb,
-                                         find_premultiplied, find_gain};
+constexpr std::initializer_list<Find> kUnmoved = {find_lost_buffer, find_exact, find_constant,
+                                                  find_precision, find_small_errors};
+constexpr std::initializer_list<Find> kMoved = {
+    find_byte_order, find_channels, find_shift, find_turn,          find_stride,
+    find_row_shift,  find_stale,    find_srgb,  find_premultiplied, find_gain};
 
-template <std::size_t size>
-std::optional<std::string> first_of(const std::array<Find, size>& finds,
+std::optional<std::string> first_of(std::initializer_list<Find> finds,
                                     const ComparedImages& images) {
     for (const Find find : finds) {
         if (auto found = find(images)) return found;

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstdio>
 #include <fstream>
+#include <iterator>
 #include <sstream>
 
 #include "measure/tool_output.h"
@@ -46,32 +47,28 @@ std::optional<bool> ChildReport::verdict(const Cell& cell) const {
 void ChildReport::take_own(const std::string& text) {
     std::istringstream words(text);
     std::string kind;
-    words >> kind;
-    std::string rest;
-    std::getline(words >> std::ws, rest);
+    words >> kind >> std::ws;
+    std::size_t number = 0;
     if (kind == "test") {
-        std::size_t number = 0;
-        const bool isCell = std::istringstream(rest) >> number && number < kCellCount;
-        if (isCell) lastTest = cell_of(number);
+        if (words >> number && number < kCellCount) lastTest = cell_of(number);
     } else if (kind == "verdict") {
-        std::size_t number = 0;
         bool verdict = false;
-        if (std::istringstream(rest) >> number >> verdict) verdicts[number] = verdict;
+        if (words >> number >> verdict) verdicts[number] = verdict;
     } else if (kind == "image") {
-        std::istringstream fields(rest);
         NamedImage image;
-        fields >> image.name >> image.test >> image.layout.format >> image.layout.type;
-        if (fields && bytes_per_pixel(image.layout) != 0) images.push_back(image);
-    } else if (kind == line::kPending) {
-        pendingErrors.push_back(rest);
-    } else if (kind == line::kCall) {
-        calls.push_back({rest, {}, {}, {}, false});
-    } else if (!calls.empty()) {
-        take_outcome(kind, rest);
+        words >> image.name >> image.test >> image.layout.format >> image.layout.type;
+        if (words) images.push_back(image);
+    } else {
+        std::string rest;
+        std::getline(words, rest);
+        take_of_recorder(kind, rest);
     }
 }
 
-void ChildReport::take_outcome(const std::string& kind, const std::string& rest) {
+void ChildReport::take_of_recorder(const std::string& kind, const std::string& rest) {
+    if (kind == line::kPending) pendingErrors.push_back(rest);
+    if (kind == line::kCall) calls.push_back({rest, {}, {}, {}, false});
+    if (calls.empty()) return;
     InspectedCall& call = calls.back();
     if (kind == line::kResult) call.result = rest;
     if (kind == line::kError) call.errors.push_back(rest);
@@ -98,7 +95,7 @@ ChildRun::ChildRun(const InspectOptions& options, const std::vector<Cell>& cells
                    InspectionMode mode, const KnownMachine& known) {
     InspectionOrder order;
     order.folder = folder_.path();
-    order.renderer = static_cast<std::uint32_t>(std::stoul(known.set.rendererID, nullptr, 16));
+    order.renderer = known.set.rendererID;
     order.cells = cells;
     order.patternsBefore = count_patterns_before(known);
     order.mode = mode;
@@ -116,37 +113,27 @@ ChildRun::ChildRun(const InspectOptions& options, const std::vector<Cell>& cells
 Image ChildRun::read_image(const NamedImage& named) const {
     std::ifstream stream(folder_.file(named.name + '.' + std::to_string(named.test)),
                          std::ios::binary);
-    Image image = {named.layout, {}};
-    image.bytes.resize(bytes_per_pixel(named.layout) * kPixels);
-    stream.read(reinterpret_cast<char*>(image.bytes.data()),
-                static_cast<std::streamsize>(image.bytes.size()));
-    image.bytes.resize(static_cast<std::size_t>(stream.gcount()));
-    return image;
+    return {named.layout, {std::istreambuf_iterator<char>(stream), {}}};
 }
 
 std::optional<Evidence> ChildRun::evidence(const Cell& cell) const {
     Evidence evidence;
-    bool hasSent = false;
-    bool hasReturned = false;
     for (const NamedImage& named : report_.images) {
         if (named.test > number_of(cell)) break;
         Image image = read_image(named);
-        if (image.bytes.size() < bytes_per_pixel(image.layout) * kPixels) continue;
         if (named.test != number_of(cell)) {
             if (named.name != kKeptImage) {
                 evidence.earlier.push_back({words_of(cell_of(named.test)), std::move(image)});
             }
         } else if (named.name == kSentImage) {
-            hasSent = true;
             evidence.sent = std::move(image);
         } else if (named.name == kReturnedImage) {
-            hasReturned = true;
             evidence.returned = std::move(image);
         } else {
             evidence.kept = std::move(image);
         }
     }
-    if (!hasSent || !hasReturned) return std::nullopt;
+    if (evidence.sent.bytes.empty() || evidence.returned.bytes.empty()) return std::nullopt;
     evidence.verdict = report_.verdict(cell).value_or(false);
     return evidence;
 }

@@ -40,7 +40,7 @@ struct ChildReport {
 
 private:
     void take_own(const std::string& text);
-    void take_outcome(const std::string& kind, const std::string& rest);
+    void take_of_recorder(const std::string& kind, const std::string& rest);
     void take_tool(const std::string& text);
 };
 

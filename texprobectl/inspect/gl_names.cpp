@@ -96,8 +96,4 @@ std::string gl_name(unsigned value) {
     return fmt::format("{:#06x}", value);
 }
 
-std::string primitive_name(unsigned mode) {
-    return mode == GL_QUADS ? "GL_QUADS" : fmt::format("{}", mode);
-}
-
 }  // namespace texprobe::ctl

@@ -10,9 +10,6 @@ namespace texprobe::ctl {
 /// "GL_TEXTURE_2D", or the number in hexadecimal for one without a name here.
 std::string gl_name(unsigned value);
 
-/// "GL_QUADS"; a primitive's number is small, and means other things elsewhere.
-std::string primitive_name(unsigned mode);
-
 }  // namespace texprobe::ctl
 
 #endif

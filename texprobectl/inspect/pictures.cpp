@@ -29,15 +29,10 @@ std::string encode(const std::vector<std::uint8_t>& bytes, png_uint_32 format,
     image.width = static_cast<png_uint_32>(width);
     image.height = static_cast<png_uint_32>(height);
     image.format = format;
-    png_alloc_size_t size = 0;
-    std::string file;
-    for (int pass = 0; pass < 2; ++pass) {
-        // The first pass asks for the size.
-        file.resize(size);
-        if (png_image_write_to_memory(&image, pass == 0 ? nullptr : file.data(), &size, 0,
-                                      bytes.data(), 0, nullptr) == 0) {
-            throw std::runtime_error(std::string("cannot make a picture: ") + image.message);
-        }
+    png_alloc_size_t size = PNG_IMAGE_PNG_SIZE_MAX(image);
+    std::string file(size, 0);
+    if (png_image_write_to_memory(&image, file.data(), &size, 0, bytes.data(), 0, nullptr) == 0) {
+        throw std::runtime_error(std::string("cannot make a picture: ") + image.message);
     }
     file.resize(size);
     return file;
@@ -110,11 +105,10 @@ std::string describe_files(const Inspection& inspection, const Pictures& picture
 
 void make_folder(const std::string& folder) {
     std::error_code error;
-    if (std::filesystem::is_directory(folder, error)) return;
-    error.clear();
     std::filesystem::create_directory(folder, error);
-    if (error)
+    if (error) {
         throw std::runtime_error("cannot make the folder " + folder + ": " + error.message());
+    }
 }
 
 /// The expected values of all texels; those between 0 and 1 are drawn as they are.

@@ -3,7 +3,6 @@
 #include <fmt/format.h>
 
 #include <algorithm>
-#include <array>
 #include <set>
 
 #include "inspect/faults.h"
@@ -11,6 +10,9 @@
 namespace texprobe::ctl {
 
 namespace {
+
+/// Where there is no source. So is all that lies outside the image.
+constexpr auto kNone = static_cast<std::size_t>(-1);
 
 /// Whether the image is what one makes of the sent bytes who takes byte `source(i)` for byte i,
 /// as far as there is such a byte; a pixel without tells nothing, nor does a value that is no
@@ -24,8 +26,8 @@ bool comes_from_bytes(const ComparedImages& images, std::size_t step, Source sou
     for (std::size_t place = 0; place < kPixels; place += step) {
         std::vector<std::uint8_t> pixel;
         for (std::size_t i = place * size; i < (place + 1) * size; ++i) {
-            const std::optional<std::size_t> from = source(i);
-            if (from && *from < kPixels * size) pixel.push_back(sent.bytes[*from]);
+            const std::size_t from = source(i);
+            if (from < kPixels * size) pixel.push_back(sent.bytes[from]);
         }
         if (pixel.size() < size) continue;
         places.push_back(place);
@@ -53,10 +55,10 @@ bool comes_from_bytes(const ComparedImages& images, Source source) {
 template <class Source>
 bool comes_from(const ComparedImages& images, Source source) {
     for (std::size_t i = 0; i < kPixels; ++i) {
-        const std::optional<std::size_t> from = source(i);
-        if (!from) continue;
+        const std::size_t from = source(i);
+        if (from >= kPixels) continue;
         for (std::size_t c = 0; c < images.expected.values.size(); ++c) {
-            const double expected = images.expected.values[c][*from];
+            const double expected = images.expected.values[c][from];
             if (!is_equal(expected, images.returned.values[c][i], images.tolerance)) return false;
         }
     }
@@ -68,12 +70,8 @@ std::string count(std::size_t number, const char* one) {
 }
 
 /// A shift by so many pixels in memory, as far as the image has a source for it.
-bool is_shifted(const ComparedImages& images, std::ptrdiff_t by) {
-    return comes_from(images, [=](std::size_t i) -> std::optional<std::size_t> {
-        const std::ptrdiff_t from = static_cast<std::ptrdiff_t>(i) - by;
-        if (from < 0 || from >= static_cast<std::ptrdiff_t>(kPixels)) return std::nullopt;
-        return static_cast<std::size_t>(from);
-    });
+bool is_shifted(const ComparedImages& images, std::size_t by) {
+    return comes_from(images, [=](std::size_t i) { return i - by; });
 }
 
 /// The part of the image that is wrong.
@@ -121,55 +119,46 @@ std::string describe_lines(const std::set<std::size_t>& lines, const std::string
 
 std::optional<std::string> find_byte_order(const ComparedImages& images) {
     const std::size_t size = element_size(images.evidence.sent.layout.type);
-    const auto isFrom = [&](auto source) {
-        return comes_from_bytes(
-            images, [=](std::size_t i) -> std::optional<std::size_t> { return source(i); });
-    };
     // Where few bits came back, a shift by half an element may look the same.
     const auto describe = [&](const char* order) {
-        const bool isEither = isFrom([=](std::size_t i) { return i - size / 2; });
+        const bool isEither = comes_from_bytes(images, [=](std::size_t i) { return i - size / 2; });
         return fmt::format("The {} of each element are in {}.", order,
                            isEither ? fmt::format("reverse order, or the image is shifted by {} "
                                                   "towards its end; 8 bits do not tell",
                                                   count(size / 2, "byte"))
                                     : "reverse order");
     };
-    if (isFrom([=](std::size_t i) { return i - i % size + size - 1 - i % size; })) {
-        return describe("bytes");
-    }
-    if (size == 4 && isFrom([](std::size_t i) { return i ^ 2; })) return describe("halves");
+    const auto reversed = [=](std::size_t i) { return i - i % size + size - 1 - i % size; };
+    if (comes_from_bytes(images, reversed)) return describe("bytes");
+    const auto exchanged = [](std::size_t i) { return i ^ 2; };
+    if (size == 4 && comes_from_bytes(images, exchanged)) return describe("halves");
     return std::nullopt;
 }
 
 std::optional<std::string> find_shift(const ComparedImages& images) {
+    const auto signedBy = [](std::size_t by, bool isToEnd) { return isToEnd ? by : 0 - by; };
     for (std::size_t rows = 1; rows <= kRows / 2; ++rows) {
-        const auto by = static_cast<std::ptrdiff_t>(rows * kColumns);
-        if (is_shifted(images, by)) {
-            return fmt::format("The image is shifted by {}: row {} holds the sent row 0.",
-                               count(rows, "row"), rows);
-        }
-        if (is_shifted(images, -by)) {
-            return fmt::format("The image is shifted by {}: row 0 holds the sent row {}.",
-                               count(rows, "row"), rows);
+        for (const bool isToEnd : {true, false}) {
+            if (!is_shifted(images, signedBy(rows * kColumns, isToEnd))) continue;
+            return fmt::format("The image is shifted by {}: row {} holds the sent row {}.",
+                               count(rows, "row"), isToEnd ? rows : 0, isToEnd ? 0 : rows);
         }
     }
+    const auto describe = [](const std::string& by, bool isToEnd) {
+        return fmt::format("The image is shifted by {} towards its {}.", by,
+                           isToEnd ? "end" : "beginning");
+    };
     for (std::size_t pixels = 1; pixels < kColumns; ++pixels) {
-        const auto by = static_cast<std::ptrdiff_t>(pixels);
-        for (const std::ptrdiff_t shift : {by, -by}) {
-            if (!is_shifted(images, shift)) continue;
-            return fmt::format("The image is shifted by {} towards its {}.", count(pixels, "pixel"),
-                               shift > 0 ? "end" : "beginning");
+        for (const bool isToEnd : {true, false}) {
+            if (!is_shifted(images, signedBy(pixels, isToEnd))) continue;
+            return describe(count(pixels, "pixel"), isToEnd);
         }
     }
-    for (std::ptrdiff_t bytes = 1; bytes <= 64; ++bytes) {
-        for (const std::ptrdiff_t shift : {bytes, -bytes}) {
-            const auto source = [=](std::size_t i) -> std::optional<std::size_t> {
-                return i - static_cast<std::size_t>(shift);
-            };
-            if (!comes_from_bytes(images, source)) continue;
-            return fmt::format("The image is shifted by {} towards its {}.",
-                               count(static_cast<std::size_t>(bytes), "byte"),
-                               shift > 0 ? "end" : "beginning");
+    for (std::size_t bytes = 1; bytes <= 64; ++bytes) {
+        for (const bool isToEnd : {true, false}) {
+            const std::size_t by = signedBy(bytes, isToEnd);
+            if (!comes_from_bytes(images, [=](std::size_t i) { return i - by; })) continue;
+            return describe(count(bytes, "byte"), isToEnd);
         }
     }
     return std::nullopt;
@@ -179,24 +168,21 @@ std::optional<std::string> find_stride(const ComparedImages& images) {
     const std::size_t row = kColumns * bytes_per_pixel(images.evidence.sent.layout);
     std::set<std::size_t> strides;
     for (std::size_t bytes = 1; bytes <= 64; ++bytes) strides.insert({row - bytes, row + bytes});
-    for (const std::size_t unit : {256U, 512U, 1024U, 2048U, 4096U}) {
-        strides.insert((row + unit - 1) / unit * unit);
-    }
-    // As if a pixel had another size.
-    for (const std::size_t pixel : {1U, 2U, 3U, 4U, 6U, 8U, 12U, 16U})
+    // As if a pixel had another size, or padded to a page, which is longer than any.
+    for (const std::size_t pixel : {1U, 2U, 3U, 4U, 6U, 8U, 12U, 16U, 32U}) {
         strides.insert(kColumns * pixel);
+    }
     strides.erase(row);
     for (const std::size_t stride : strides) {
-        if (comes_from_bytes(images, [=](std::size_t i) -> std::optional<std::size_t> {
-                return i / row * stride + i % row;
-            })) {
+        const auto taken = [=](std::size_t i) { return i / row * stride + i % row; };
+        if (comes_from_bytes(images, taken)) {
             return fmt::format("The sent rows were taken to be {} bytes apart; they are {}.",
                                stride, row);
         }
-        if (stride > row && comes_from_bytes(images, [=](std::size_t i) {
-                return i % stride < row ? std::optional(i / stride * row + i % stride)
-                                        : std::nullopt;
-            })) {
+        const auto written = [=](std::size_t i) {
+            return i % stride < row ? i / stride * row + i % stride : kNone;
+        };
+        if (stride > row && comes_from_bytes(images, written)) {
             return fmt::format("The rows came back {} bytes apart instead of {}.", stride, row);
         }
     }
@@ -226,9 +212,7 @@ std::optional<std::string> find_turn(const ComparedImages& images) {
          "Each column holds the sent column 0."},
     };
     for (const auto& turn : turns) {
-        const auto source = [&](std::size_t i) {
-            return std::optional(turn.source(i / kColumns, i % kColumns));
-        };
+        const auto source = [&](std::size_t i) { return turn.source(i / kColumns, i % kColumns); };
         if (comes_from(images, source)) return turn.sentence;
     }
     return std::nullopt;
@@ -238,9 +222,9 @@ std::optional<std::string> find_turn(const ComparedImages& images) {
 std::optional<std::string> find_row_shift(const ComparedImages& images) {
     for (std::size_t by = 1; by <= kColumns / 2; ++by) {
         const auto isShifted = [&](bool isToEnd) {
-            return comes_from(images, [=](std::size_t i) -> std::optional<std::size_t> {
+            return comes_from(images, [=](std::size_t i) {
                 const std::size_t column = i % kColumns;
-                if (isToEnd ? column < by : column + by >= kColumns) return std::nullopt;
+                if (isToEnd ? column < by : column + by >= kColumns) return kNone;
                 return isToEnd ? i - by : i + by;
             });
         };

@@ -113,25 +113,24 @@ std::optional<std::string> describe_precision(const ComparedImages& images,
 
 /// The contents of a returned channel.
 struct Content {
-    bool isKnown = false;
     /// None: one value everywhere.
     std::optional<Channel> source;
     double constant = 0.0;
 };
 
-Content find_content(const ComparedImages& images, std::size_t index) {
+std::optional<Content> find_content(const ComparedImages& images, std::size_t index) {
     const Planes& expected = images.expected;
     const Plane& plane = images.returned.values[index];
     if (are_equal(expected.values[index], plane, images.tolerance)) {
-        return {true, expected.channels[index]};
+        return Content{expected.channels[index]};
     }
-    if (is_constant(plane)) return {true, std::nullopt, plane.front()};
+    if (is_constant(plane)) return Content{std::nullopt, plane.front()};
     for (std::size_t other = 0; other < expected.channels.size(); ++other) {
         if (are_equal(expected.values[other], plane, images.tolerance)) {
-            return {true, expected.channels[other]};
+            return Content{expected.channels[other]};
         }
     }
-    return {};
+    return std::nullopt;
 }
 
 std::string describe_contents(const std::vector<Channel>& channels,
@@ -322,9 +321,10 @@ std::optional<std::string> find_channels(const ComparedImages& images) {
     std::vector<Content> contents;
     std::vector<std::size_t> moved;
     for (std::size_t i = 0; i < channels.size(); ++i) {
-        contents.push_back(find_content(images, i));
-        if (!contents.back().isKnown) return std::nullopt;
-        if (contents.back().source != channels[i]) moved.push_back(i);
+        const std::optional<Content> content = find_content(images, i);
+        if (!content) return std::nullopt;
+        contents.push_back(*content);
+        if (content->source != channels[i]) moved.push_back(i);
     }
     const bool isExchange = moved.size() == 2 && contents[moved[0]].source == channels[moved[1]] &&
                             contents[moved[1]].source == channels[moved[0]];

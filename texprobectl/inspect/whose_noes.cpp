@@ -13,12 +13,6 @@ bool is_not_asked(const RecordSet& set, const Cell& cell) {
     return read_cause(set.id, cell) == Cause(Seen{});
 }
 
-/// The driver was right, and the test said no.
-bool is_of_test(const ChildRun& run, const Cell& cell) {
-    const std::optional<Evidence> evidence = run.evidence(cell);
-    return run.report().verdict(cell) == false && evidence && is_right(*evidence);
-}
-
 /// False if there was nothing to find out.
 bool find_whose(const InspectOptions& options, const KnownMachine& known) {
     std::vector<Cell> cells;
@@ -34,7 +28,9 @@ bool find_whose(const InspectOptions& options, const KnownMachine& known) {
     KeyChanges changes;
     for (const Cell& cell : cells) {
         if (!is_not_asked(known.set, cell)) continue;
-        const Seen seen{is_of_test(run, cell) ? Seen::Whose::kTest : Seen::Whose::kOther};
+        const std::optional<Evidence> evidence = run.evidence(cell);
+        const bool isOfTest = evidence && !evidence->verdict && is_right(*evidence);
+        const Seen seen{isOfTest ? Seen::Whose::kTest : Seen::Whose::kOther};
         changes[key_of(cell)] = cause_text(seen);
     }
     return write(causes_of(known.set.id), changes);

@@ -7,8 +7,9 @@
 #include <measuring/offscreen_context.h>
 #include <measuring/render_target.h>
 
+#include <fmt/format.h>
+
 #include <algorithm>
-#include <array>
 #include <cstdio>
 #include <cstdlib>
 #include <fstream>
@@ -29,13 +30,12 @@ void say(const std::string& text) {
 void write_image(const std::string& folder, const char* name, std::size_t test,
                  const std::optional<Image>& image) {
     if (!image) return;
-    const std::string file = std::string(name) + '.' + std::to_string(test);
-    std::ofstream stream(folder + '/' + file, std::ios::binary);
+    const std::string file = fmt::format("{}/{}.{}", folder, name, test);
+    std::ofstream stream(file, std::ios::binary);
     stream.write(reinterpret_cast<const char*>(image->bytes.data()),
                  static_cast<std::streamsize>(image->bytes.size()));
-    if (!stream.flush()) throw std::runtime_error("cannot write " + folder + '/' + file);
-    say("image " + std::string(name) + ' ' + std::to_string(test) + ' ' +
-        std::to_string(image->layout.format) + ' ' + std::to_string(image->layout.type));
+    if (!stream.flush()) throw std::runtime_error("cannot write " + file);
+    say(fmt::format("image {} {} {} {}", name, test, image->layout.format, image->layout.type));
 }
 
 bool has_cell(const std::vector<Cell>& cells, const Cell& cell) {
@@ -53,7 +53,7 @@ void keep_images(const InspectionOrder& order, const Cell& cell) {
 /// Runs one test as in a first run of the tool: nothing is recorded yet.
 bool run(const CapabilityTest& test, const Cell& cell, const InspectionOrder& order) {
     const bool verdict = test.run(kFormats[cell.format].internalFormat);
-    say("verdict " + std::to_string(number_of(cell)) + (verdict ? " 1" : " 0"));
+    say(fmt::format("verdict {} {:d}", number_of(cell), verdict));
     keep_images(order, cell);
     return verdict;
 }
@@ -102,7 +102,7 @@ InspectionOrder order_from(const std::vector<std::string>& words) {
     if (words.size() != 6) throw std::invalid_argument("inspect expects six arguments");
     InspectionOrder order;
     order.folder = words[0];
-    order.renderer = static_cast<std::uint32_t>(std::stoul(words[1], nullptr, 16));
+    order.renderer = words[1];
     order.cells = cells_from(words[2]);
     order.patternsBefore = static_cast<unsigned>(std::stoul(words[3]));
     order.mode = static_cast<InspectionMode>(std::stoi(words[4]));
@@ -114,10 +114,8 @@ InspectionOrder order_from(const std::vector<std::string>& words) {
 }  // namespace
 
 std::vector<std::string> words_of(const InspectionOrder& order) {
-    std::array<char, 16> renderer;
-    std::snprintf(renderer.data(), renderer.size(), "%x", order.renderer);
     return {order.folder,
-            renderer.data(),
+            order.renderer,
             words_of(order.cells),
             std::to_string(order.patternsBefore),
             std::to_string(static_cast<int>(order.mode)),
@@ -128,7 +126,7 @@ std::vector<std::string> words_of(const InspectionOrder& order) {
 int inspect_as_child(const std::vector<std::string>& arguments) {
     const InspectionOrder order = order_from(arguments);
     for (unsigned i = 0; i < order.patternsBefore; ++i) static_cast<void>(random());
-    const OffscreenContext context(static_cast<GLint>(order.renderer));
+    const OffscreenContext context(static_cast<GLint>(std::stoul(order.renderer, nullptr, 16)));
     read_extensions([](const char*, bool) {});
     set_up_render_target();
     if (order.mode == InspectionMode::kAlone) {

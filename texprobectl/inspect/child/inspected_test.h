@@ -4,7 +4,6 @@
 #ifndef TEXPROBECTL_INSPECTED_TEST_H
 #define TEXPROBECTL_INSPECTED_TEST_H
 
-#include <cstdint>
 #include <string>
 #include <vector>
 
@@ -27,7 +26,8 @@ enum class InspectionMode {
 struct InspectionOrder {
     /// Where it leaves the images.
     std::string folder;
-    std::uint32_t renderer = 0;
+    /// Its ID, in hexadecimal.
+    std::string renderer;
     /// In the order of the tests; the last one ends the pass.
     std::vector<Cell> cells;
     /// How many patterns the tool's process had made before it came to this renderer.
