@@ -7,7 +7,6 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <atomic>
 #include <chrono>
 #include <filesystem>
@@ -222,13 +221,7 @@ protected:
 
     /// Runs the tool until the call with this text.
     void run_until(const std::string& call) {
-        const std::vector<std::string> calls = golden_first_run();
-        const auto found =
-            std::find_if(calls.begin(), calls.end(), [&](const std::string& candidate) {
-                return candidate.find(call) != std::string::npos;
-            });
-        ASSERT_NE(found, calls.end());
-        const auto number = static_cast<unsigned>(found - calls.begin()) + 1;
+        const unsigned number = golden_call(call);
         tool_.set_script(kOneRenderer + "log\npause " + std::to_string(number + 1) + " 60000\n");
         process_ = tool_.start();
         while (tool_.calls().size() < number + 2) {
