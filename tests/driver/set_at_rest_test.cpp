@@ -52,10 +52,11 @@ public:
     Worker(const Worker&) = delete;
     Worker& operator=(const Worker&) = delete;
 
-    void do_next() const {
-        char report = 0;
-        ASSERT_EQ(write(orders_[1], "", 1), 1);
-        ASSERT_EQ(read(reports_[0], &report, 1), 1);
+    void do_next(int steps = 1) const {
+        for (char report = 0; steps > 0; --steps) {
+            ASSERT_EQ(write(orders_[1], "", 1), 1);
+            ASSERT_EQ(read(reports_[0], &report, 1), 1);
+        }
     }
     void end() {
         kill(process_, SIGKILL);
@@ -135,8 +136,7 @@ TEST_F(SetAtRestTest, is_none_while_an_older_tool_measures) {
 
 TEST_F(SetAtRestTest, is_the_set_of_a_run_that_was_killed) {
     Worker run({take_turn(), name(kThisSet)});
-    run.do_next();
-    run.do_next();
+    run.do_next(2);
     EXPECT_FALSE(is_at_rest(kThisSet));
     run.end();
     EXPECT_TRUE(is_at_rest(kThisSet));
@@ -145,22 +145,20 @@ TEST_F(SetAtRestTest, is_the_set_of_a_run_that_was_killed) {
 TEST_F(SetAtRestTest, has_not_lasted_when_a_run_began_ended_or_came_and_went) {
     const Worker run({take_turn(), name(kThisSet), leave(), take_turn(), name(kThisSet), leave()});
     const SetAtRest beforeAll(file_, kThisSet);
-    run.do_next();
-    run.do_next();
+    run.do_next(2);
     EXPECT_FALSE(beforeAll.has_lasted());
     const SetAtRest meanwhile(file_, kThisSet);
     run.do_next();
     EXPECT_FALSE(meanwhile.has_lasted());
     const SetAtRest between(file_, kThisSet);
     EXPECT_TRUE(between.has_lasted());
-    for (int i = 0; i < 3; ++i) run.do_next();
+    run.do_next(3);
     EXPECT_FALSE(between.has_lasted());
 }
 
 TEST_F(SetAtRestTest, has_lasted_while_a_run_went_on_with_another_set) {
     const Worker run({take_turn(), name(kOtherSet), advance()});
-    run.do_next();
-    run.do_next();
+    run.do_next(2);
     const SetAtRest rest(file_, kThisSet);
     run.do_next();
     EXPECT_TRUE(rest.has_lasted());
@@ -169,19 +167,17 @@ TEST_F(SetAtRestTest, has_lasted_while_a_run_went_on_with_another_set) {
 TEST_F(SetAtRestTest, has_not_lasted_when_the_turn_was_taken_from_one_who_hangs) {
     const Worker run({take_turn(), name(kThisSet), leave()});
     const Worker next({[] {}, take_turn(), name(kThisSet), leave()});
-    run.do_next();
-    run.do_next();
+    run.do_next(2);
     std::filesystem::remove(file_);
     const SetAtRest rest(file_, kThisSet);
     EXPECT_TRUE(rest.has_lasted()) << "what hangs in its test will not change it any more";
-    for (int i = 0; i < 4; ++i) next.do_next();
+    next.do_next(4);
     EXPECT_FALSE(rest.has_lasted());
 }
 
 TEST_F(SetAtRestTest, is_waited_for_again_and_named_again_after_the_turn_was_lost) {
     const Worker run({take_turn(), name(kOtherSet), advance(), name(kOtherSet)});
-    run.do_next();
-    run.do_next();
+    run.do_next(2);
     std::filesystem::remove(file_);
     run.do_next();
     EXPECT_FALSE(is_at_rest(kThisSet)) << "it may be any";
@@ -192,8 +188,7 @@ TEST_F(SetAtRestTest, is_waited_for_again_and_named_again_after_the_turn_was_los
 
 TEST_F(SetAtRestTest, looking_takes_nothing_from_the_run) {
     const Worker run({take_turn(), name(kThisSet), leave()});
-    run.do_next();
-    run.do_next();
+    run.do_next(2);
     for (int i = 0; i < 100; ++i) ASSERT_FALSE(is_at_rest(kThisSet));
     const Worker other({take_turn()});
     EXPECT_FALSE(is_at_rest(kThisSet));
