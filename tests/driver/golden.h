@@ -14,6 +14,19 @@
 
 namespace texprobe::tests {
 
+/// One test of a first pass; those that transfer nothing have no random value and no distance.
+struct GoldenTest {
+    const Format& format;
+    std::string capability;
+    std::string key;
+    long random = 0;
+    unsigned long long distance = 0;
+    std::vector<std::string> calls = {};
+
+    bool verdict() const { return distance <= 2684354; }
+};
+const std::vector<GoldenTest>& golden_tests();
+
 /// All calls of a first run of kOneRenderer in which the format query supports everything, without
 /// the first line of its process.
 std::vector<std::string> golden_first_run();

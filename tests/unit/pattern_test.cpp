@@ -11,15 +11,25 @@
 
 #include "guarded_image.h"
 #include "measuring/pattern.h"
-#include "scripted_random.h"
 
 namespace texprobe {
 namespace {
 
+long scriptedRandom = 0;
+int randomCalls = 0;
+
+}  // namespace
+
+/// Replaces the library's in the whole program.
+extern "C" long random() {
+    ++randomCalls;
+    return scriptedRandom;
+}
+
+namespace {
+
 using tests::GuardedImage;
 using tests::kPixels;
-using tests::randomCalls;
-using tests::scriptedRandom;
 
 constexpr GLenum kTypes[] = {GL_UNSIGNED_BYTE, GL_FLOAT, GL_HALF_FLOAT_ARB};
 constexpr GLenum kIntegerTypes[] = {GL_UNSIGNED_BYTE, GL_UNSIGNED_SHORT,
