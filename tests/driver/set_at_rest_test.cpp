@@ -214,12 +214,11 @@ protected:
         finish(process_);
     }
 
-    /// Runs the tool until the call with this text.
-    void run_until(const std::string& call) {
-        const unsigned number = golden_call(call);
-        tool_.set_script(kOneRenderer + "log\npause " + std::to_string(number + 1) + " 60000\n");
+    /// Runs the tool until this call, counted from 1.
+    void run_until(unsigned call) {
+        tool_.set_script(kOneRenderer + "log\npause " + std::to_string(call + 1) + " 60000\n");
         process_ = tool_.start();
-        while (tool_.calls().size() < number + 2) {
+        while (tool_.calls().size() < call + 2) {
             std::this_thread::sleep_for(milliseconds(1));
         }
     }
@@ -233,21 +232,19 @@ protected:
 };
 
 TEST_F(SetOfTheTool, is_in_hand_during_a_test) {
-    run_until("CFPreferencesSetAppValue(GL_RGBA32F_ARB_UPLOAD_SET, false");
+    run_until(golden_call("CFPreferencesSetAppValue(GL_RGBA32F_ARB_UPLOAD_SET, false"));
     EXPECT_FALSE(is_at_rest(kAppID));
     EXPECT_TRUE(is_at_rest(kOtherSet));
 }
 
 TEST_F(SetOfTheTool, is_in_hand_while_old_records_are_removed) {
-    run_until("CFPreferencesSetMultiple");
+    run_until(golden_call("CFPreferencesSetMultiple"));
     EXPECT_FALSE(is_at_rest(kAppID));
 }
 
 TEST_F(SetOfTheTool, is_at_rest_while_a_complete_set_is_looked_at) {
     ASSERT_TRUE(tool_.run().exited_with(0));
-    tool_.set_script(kOneRenderer + "log\npause 20 60000\n");
-    process_ = tool_.start();
-    while (tool_.calls().size() < 21) std::this_thread::sleep_for(milliseconds(1));
+    run_until(19);
     EXPECT_TRUE(is_at_rest(kAppID));
 }
 
