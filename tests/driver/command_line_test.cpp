@@ -85,14 +85,6 @@ TEST(CommandLineTest, six_characters_select_safe_mode) {
     }
 }
 
-TEST(SafeModeTest, direct_run_reads_the_records_that_safe_mode_wrote) {
-    const FakeTool tool(kOneRenderer);
-    ASSERT_TRUE(tool.run({"--safe"}).exited_with(0));
-    const Finished run = tool.run();
-    EXPECT_NE(run.err.find("UP TO DATE"), std::string::npos);
-    EXPECT_EQ(run.err.find("supported:"), std::string::npos);
-}
-
 // The other ways of dying, at any call, are tried in tests/crash.
 TEST(SafeModeTest, death_is_followed_by_a_child_that_goes_on_behind_the_test) {
     for (const std::string way : {"SIGSEGV", "exit(255)", "SIGSTOP"}) {

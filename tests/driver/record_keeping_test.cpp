@@ -100,40 +100,11 @@ TEST(FlagTest, value_that_is_no_boolean_is_measured_again_and_replaced) {
         << run.err;
 }
 
-TEST(FlagTest, stored_flags_decide_which_tests_run) {
-    const Values downloads = {{"DOWNLOAD_GET", ""}, {"DOWNLOAD_READ", ""}};
-    const Values uploads = {{"UPLOAD_SET", ""}, {"UPLOAD_RESET", ""}};
-    Values all = uploads;
-    all.insert(downloads.begin(), downloads.end());
-    all["RENDERABLE"] = "";
-    const struct {
-        Values stored;
-        Values absent;
-    } rows[] = {{{{"SUPPORTED", "false"}}, all},
-                {{{"RENDERABLE", "false"}}, downloads},
-                {{{"SUPPORTED", "false"}, {"RENDERABLE", "true"}}, uploads}};
-    for (const auto& row : rows) {
-        const FakeTool tool(kOneRenderer);
-        tool.set_record("VERSION", "double", "0.21");
-        Values expected = golden_records();
-        for (const auto& [capability, verdict] : row.stored) {
-            tool.set_record("GL_RGB8_" + capability, "boolean", verdict);
-            expected["GL_RGB8_" + capability] = verdict;
-        }
-        for (const auto& each : row.absent) expected.erase("GL_RGB8_" + each.first);
-        const Finished run = tool.run();
-        EXPECT_TRUE(run.exited_with(0));
-        EXPECT_EQ(tool.records(), expected);
-        // In silence, where nothing is tested.
-        EXPECT_EQ(run.err.find("GL_RGB8 ") == std::string::npos, row.absent == all);
-    }
-}
-
 TEST(FlagTest, single_absent_flag_is_the_only_one_measured) {
+    FakeTool tool(kOneRenderer);
+    ASSERT_TRUE(tool.run().exited_with(0));
     for (const char* capability : kCapabilities) {
         SCOPED_TRACE(capability);
-        FakeTool tool(kOneRenderer);
-        ASSERT_TRUE(tool.run().exited_with(0));
         tool.set_record(std::string("GL_RGB8_") + capability, "none", "");
         tool.set_script(kOneRenderer + "log\n");
         ASSERT_TRUE(tool.run().exited_with(0));
@@ -152,17 +123,13 @@ TEST(SynchronizationTest, version_provisional_falses_and_earlier_verdicts_are_on
     ASSERT_TRUE(tool.run().exited_with(0));
     const auto observations = tool.observations();
     ASSERT_EQ(observations.size(), 98u);
-    const Values verdicts = golden_verdicts();
     Values expected = {{"VERSION", "0.20999999999999999"}};
     EXPECT_EQ(observations.front(), std::make_pair(std::string(), expected));
     std::size_t next = 1;
-    for (const Format& format : kFormats) {
-        for (const char* capability : kCapabilities) {
-            const std::string key = std::string(format.name) + "_" + capability;
-            expected[key] = "false";
-            EXPECT_EQ(observations[next++], std::make_pair(key, expected));
-            expected[key] = verdicts.at(key);
-        }
+    for (const GoldenTest& test : golden_tests()) {
+        expected[test.key] = "false";
+        EXPECT_EQ(observations[next++], std::make_pair(test.key, expected));
+        expected[test.key] = test.verdict() ? "true" : "false";
     }
     EXPECT_EQ(observations.back(), std::make_pair(std::string(), golden_records()));
 }

@@ -10,18 +10,8 @@
 namespace texprobe::tests {
 namespace {
 
-/// The records of a run without the keys of `format` that are not in `kept`.
-Values without(const std::string& format, const std::string& kept, Values values) {
-    for (const std::string capability : kCapabilities) {
-        std::string key = format;
-        key.append("_").append(capability);
-        if (kept.find(capability) == std::string::npos) values.erase(key);
-    }
-    return values;
-}
-
 TEST(VerdictsTest, good_renderer_passes_wherever_the_comparison_can) {
-    const Values verdicts = golden_verdicts();
+    const Values verdicts = golden_records();
     for (const char* key :
          {"GL_RGB32F_ARB_UPLOAD_SET", "GL_LUMINANCE8_UPLOAD_RESET",
           "GL_LUMINANCE8_ALPHA8_UPLOAD_SET", "GL_RGB8_DOWNLOAD_GET", "GL_RGBA8_UPLOAD_SET",
@@ -33,38 +23,61 @@ TEST(VerdictsTest, good_renderer_passes_wherever_the_comparison_can) {
     EXPECT_EQ(verdicts.at("GL_LUMINANCE8_ALPHA8_DOWNLOAD_GET"), "false");
 }
 
+/// Removes the records of the capabilities of `format` that are not in `kept`.
+void keep_only(const std::string& kept, const std::string& format, Values* records) {
+    for (const std::string capability : kCapabilities) {
+        if (kept.find(capability) == std::string::npos) records->erase(format + "_" + capability);
+    }
+}
+const std::string kUploadsAlone = "SUPPORTED RENDERABLE UPLOAD_SET UPLOAD_RESET";
+
 TEST(VerdictsTest, a_no_leaves_what_needs_it_without_a_record) {
-    const std::string uploads = "SUPPORTED RENDERABLE UPLOAD_SET UPLOAD_RESET";
     const struct {
         std::string order;
         std::string format;  ///< "" for all.
         const char* no;
         std::string kept;
-    } rows[] = {{"substitute 1 GL_RGB8 GL_RGBA8", "GL_RGB8", "SUPPORTED", "SUPPORTED"},
-                {"substitute 2 GL_RGB8 GL_RGBA8", "GL_RGB8", "RENDERABLE", uploads},
-                {"incomplete GL_LUMINANCE16", "GL_LUMINANCE16", "RENDERABLE", uploads},
-                {"string GL_EXTENSIONS GL_ARB_pixel_buffer_object", "", "RENDERABLE", uploads}};
+    } rows[] = {
+        {"substitute 1 GL_RGB8 GL_RGBA8", "GL_RGB8", "SUPPORTED", "SUPPORTED"},
+        {"substitute 2 GL_RGB8 GL_RGBA8", "GL_RGB8", "RENDERABLE", kUploadsAlone},
+        {"incomplete GL_LUMINANCE16", "GL_LUMINANCE16", "RENDERABLE", kUploadsAlone},
+        {"string GL_EXTENSIONS GL_ARB_pixel_buffer_object", "", "RENDERABLE", kUploadsAlone}};
     for (const auto& row : rows) {
         const FakeTool tool(kOneRenderer + row.order + "\n");
         ASSERT_TRUE(tool.run().exited_with(0));
         Values expected = golden_records();
         for (const Format& format : kFormats) {
             if (!row.format.empty() && row.format != format.name) continue;
-            expected = without(format.name, row.kept, expected);
+            keep_only(row.kept, format.name, &expected);
             expected[std::string(format.name) + "_" + row.no] = "false";
         }
         EXPECT_EQ(tool.records(), expected) << row.order;
     }
 }
 
-TEST(VerdictsTest, transfers_are_false_without_pixel_buffer_objects) {
-    const FakeTool tool(kOneRenderer + "string GL_EXTENSIONS GL_EXT_framebuffer_object\n");
-    ASSERT_TRUE(tool.run().exited_with(0));
-    Values expected = golden_records();
-    for (auto& [key, value] : expected) {
-        if (key.find("LOAD_") != std::string::npos) value = "false";
+TEST(VerdictsTest, stored_ones_decide_which_tests_run) {
+    const struct {
+        Values stored;
+        std::string kept;
+    } rows[] = {{{{"SUPPORTED", "false"}}, "SUPPORTED"},
+                {{{"RENDERABLE", "false"}}, kUploadsAlone},
+                {{{"SUPPORTED", "false"}, {"RENDERABLE", "true"}},
+                 "SUPPORTED RENDERABLE DOWNLOAD_GET DOWNLOAD_READ"}};
+    for (const auto& row : rows) {
+        const FakeTool tool(kOneRenderer);
+        tool.set_record("VERSION", "double", "0.21");
+        Values expected = golden_records();
+        keep_only(row.kept, "GL_RGB8", &expected);
+        for (const auto& [capability, verdict] : row.stored) {
+            tool.set_record("GL_RGB8_" + capability, "boolean", verdict);
+            expected["GL_RGB8_" + capability] = verdict;
+        }
+        const Finished run = tool.run();
+        EXPECT_TRUE(run.exited_with(0));
+        EXPECT_EQ(tool.records(), expected);
+        // In silence, where nothing is tested.
+        EXPECT_EQ(run.err.find("GL_RGB8 ") == std::string::npos, row.kept == "SUPPORTED");
     }
-    EXPECT_EQ(tool.records(), expected);
 }
 
 TEST(VerdictsTest, distance_up_to_2684354_matches) {
