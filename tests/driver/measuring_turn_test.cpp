@@ -245,14 +245,6 @@ TEST_F(MeasuringTurnTest, stays_when_the_stopped_process_is_another_one) {
 
 class UnlockablePlaceTest : public MeasuringTurnTest {
 protected:
-    static void expect_run_without_turn(const TurnSettings& place, const std::string& trouble) {
-        MeasuringTurn turn(place, [] { ADD_FAILURE() << "it waits"; });
-        EXPECT_FALSE(turn.had_to_wait());
-        EXPECT_TRUE(turn.advance());
-        EXPECT_EQ(turn.trouble(), trouble);
-        take_turn_from(getpid(), place);
-    }
-
     /// What has been laid in the place of the file does not keep runs from going one at a time.
     void expect_place_is_put_right() {
         {
@@ -275,11 +267,21 @@ protected:
     const std::filesystem::path place_ = settings().file;
 };
 
-TEST_F(UnlockablePlaceTest, no_place_costs_the_turn_alone) {
-    TurnSettings place = settings();
-    for (const auto& file : {std::filesystem::path(), folder_.path() / "missing" / "lock"}) {
+TEST_F(UnlockablePlaceTest, costs_the_turn_alone_and_is_told_if_its_folder_is_there) {
+    std::filesystem::create_directories(place_ / "with something in it");
+    const std::pair<std::filesystem::path, std::string> rows[] = {
+        {"", ""},
+        {folder_.path() / "missing" / "lock", ""},
+        {place_, "cannot lock " + place_.string() +
+                     ": Directory not empty; do not measure twice at the same time"}};
+    for (const auto& [file, trouble] : rows) {
+        TurnSettings place = settings();
         place.file = file;
-        expect_run_without_turn(place, "");
+        MeasuringTurn turn(place, [] { ADD_FAILURE() << "it waits"; });
+        EXPECT_FALSE(turn.had_to_wait());
+        EXPECT_TRUE(turn.advance());
+        EXPECT_EQ(turn.trouble(), trouble);
+        take_turn_from(getpid(), place);
     }
 }
 
@@ -296,26 +298,18 @@ TEST_F(UnlockablePlaceTest, something_else_in_the_place_is_removed) {
 TEST_F(UnlockablePlaceTest, file_of_root_or_without_rights_is_put_right) {
     if (geteuid() != 0) GTEST_SKIP() << "only root can give files away";
     constexpr uid_t kNobody = 65534;
-    const std::string file = settings().file;
     ASSERT_EQ(chown(folder_.path().c_str(), kNobody, kNobody), 0);
-    close(creat(file.c_str(), 0600));
+    close(creat(place_.c_str(), 0600));
     EXPECT_TRUE(run_as(kNobody, [this] { expect_place_is_put_right(); }));
-    close(creat(file.c_str(), 0600));
-    ASSERT_EQ(chown(file.c_str(), kNobody, kNobody), 0);
-    ASSERT_EQ(chmod(file.c_str(), 0), 0);
+    close(creat(place_.c_str(), 0600));
+    ASSERT_EQ(chown(place_.c_str(), kNobody, kNobody), 0);
+    ASSERT_EQ(chmod(place_.c_str(), 0), 0);
     EXPECT_TRUE(run_as(kNobody, [this] { expect_place_is_put_right(); }));
     // Nor does the umask take the rights of the file that is made.
     EXPECT_TRUE(run_as(kNobody, [this] {
         umask(0777);
         expect_place_is_put_right();
     }));
-}
-
-TEST_F(UnlockablePlaceTest, something_that_cannot_be_removed_costs_the_turn_and_is_told) {
-    std::filesystem::create_directories(place_ / "with something in it");
-    expect_run_without_turn(settings(), "cannot lock " + place_.string() +
-                                            ": Directory not empty; do not measure twice at the "
-                                            "same time");
 }
 
 TEST_F(UnlockablePlaceTest, crowd_that_finds_it_goes_one_at_a_time) {
