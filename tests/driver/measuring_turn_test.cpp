@@ -12,7 +12,9 @@
 #include <chrono>
 #include <functional>
 #include <new>
+#include <string>
 #include <thread>
+#include <utility>
 #include <vector>
 
 #include "runs/measuring_turn.h"

@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <utility>
+
 #include "doubles/fake_tool.h"
 #include "golden.h"
 

@@ -1,4 +1,4 @@
-// The test pattern.
+// The test pattern, and the transfer format of each texture format.
 
 #include <gtest/gtest.h>
 
@@ -7,10 +7,12 @@
 #include <cmath>
 #include <cstdint>
 #include <cstring>
+#include <iterator>
 #include <vector>
 
 #include "guarded_image.h"
 #include "measuring/pattern.h"
+#include "support/formats.h"
 
 namespace texprobe {
 namespace {
@@ -117,8 +119,9 @@ TEST(Pattern, of_halves_is_truncated_toward_zero_for_every_element_from_3_up) {
 TEST(Pattern, draws_one_random_value_and_writes_nothing_past_its_last_whole_word) {
     constexpr std::uint32_t kUntouched = 0xA5A5A5A5u;
     scriptedRandom = 0;
-    for (const GLenum type : {GL_UNSIGNED_BYTE, GL_UNSIGNED_SHORT, GL_UNSIGNED_INT_8_8_8_8_REV,
-                              GL_UNSIGNED_INT, 0, GL_FLOAT}) {
+    std::vector<GLenum> types(std::begin(kIntegerTypes), std::end(kIntegerTypes));
+    types.push_back(GL_FLOAT);
+    for (const GLenum type : types) {
         for (std::size_t size = 0; size <= 9; ++size) {
             std::vector<std::uint32_t> words(3, kUntouched);
             std::vector<std::uint32_t> expected = words;
@@ -160,6 +163,23 @@ TEST(Pattern, is_the_same_at_any_address_and_stays_in_its_memory) {
                     << type << " " << size << " " << offset;
             }
         }
+    }
+}
+
+TEST(BestPixelFormat, is_that_of_the_sixteen_and_leaves_its_outputs_untouched_for_any_other) {
+    for (unsigned internalFormat = 0; internalFormat < 0x10000; ++internalFormat) {
+        const auto& listed = tests::kFormats;
+        const auto row = std::find_if(listed.begin(), listed.end(), [&](const auto& format) {
+            return format.internalFormat == internalFormat;
+        });
+        const bool isListed = row != listed.end();
+        unsigned format = 11;
+        unsigned type = 22;
+        unsigned bytesPerPixel = 33;
+        ASSERT_EQ(best_pixel_format(internalFormat, &format, &type, &bytesPerPixel), isListed);
+        ASSERT_EQ(format, isListed ? row->format : 11) << std::hex << internalFormat;
+        ASSERT_EQ(type, isListed ? row->type : 22) << std::hex << internalFormat;
+        ASSERT_EQ(bytesPerPixel, isListed ? row->bytesPerPixel : 33) << std::hex << internalFormat;
     }
 }
 

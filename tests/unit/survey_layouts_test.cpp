@@ -9,6 +9,8 @@
 #include <map>
 #include <set>
 #include <sstream>
+#include <string>
+#include <vector>
 
 #include "gl_numbers.h"
 #include "pixels/sent_texels.h"
