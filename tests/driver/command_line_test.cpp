@@ -87,12 +87,12 @@ TEST(CommandLineTest, six_characters_select_safe_mode) {
 
 // The other ways of dying, at any call, are tried in tests/crash.
 TEST(SafeModeTest, death_is_followed_by_a_child_that_goes_on_behind_the_test) {
-    for (const std::string way : {"SIGSEGV", "exit(255)", "SIGSTOP"}) {
+    for (const char* way : {"SIGSEGV", "exit(255)", "SIGSTOP"}) {
         SCOPED_TRACE(way);
         const FakeTool tool(kOneRenderer + "die " + way + " in GL_RGB8_UPLOAD_SET 5\nlog\n");
         const Finished run = tool.run({"--safe"});
         EXPECT_TRUE(run.exited_with(0));
-        EXPECT_EQ(tool.has_stopped(), way == "SIGSTOP");
+        EXPECT_EQ(tool.has_stopped(), way == std::string("SIGSTOP"));
         Values expected = golden_records();
         expected["GL_RGB8_UPLOAD_SET"] = "false";
         EXPECT_EQ(tool.records(), expected);

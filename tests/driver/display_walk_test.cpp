@@ -21,14 +21,14 @@ std::size_t occurrences(const std::string& text, const std::string& word) {
 }
 
 TEST(DisplaysTest, failed_list_prints_its_code_and_still_exits_with_0) {
-    for (const std::string code : {"1001", "-50"}) {
+    for (const char* code : {"1001", "-50"}) {
         const FakeTool tool(kOneRenderer + "fail CGGetActiveDisplayList " + code + "\n");
         const Finished run = tool.run();
         EXPECT_TRUE(run.exited_with(0));
         EXPECT_EQ(run.out, of_run(run.pid,
                                   "texprobe[{P}] testing...\n"
                                   "org.texprobe.texprobe2[{P}] testing...\n"));
-        EXPECT_EQ(run.err, "*** cannot get active display list (" + code + ")\n");
+        EXPECT_EQ(run.err, std::string("*** cannot get active display list (") + code + ")\n");
     }
 }
 

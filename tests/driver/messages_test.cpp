@@ -77,23 +77,24 @@ TEST(MessagesTest, without_pixel_buffer_objects_the_transfer_tests_print_no_scor
 }
 
 TEST(MessagesTest, without_extensions_the_downloads_are_not_mentioned) {
+    const std::string expected = kFreshStart +
+                                 "{A}[{P}] GL_EXT_framebuffer_object : UNSUPPORTED\n"
+                                 "{A}[{P}] GL_ARB_pixel_buffer_object : UNSUPPORTED\n" +
+                                 sixteen_times(
+                                     "{A}[{P}] {N} supported: 1\n"
+                                     "{A}[{P}] {N} renderable: 0\n"
+                                     "Testing UPLOAD SET...\n"
+                                     "{A}[{P}] {N} upload SET: 0\n"
+                                     "Testing UPLOAD RESET...\n"
+                                     "{A}[{P}] {N} upload RESET: 0\n") +
+                                 kStrings;
     // A name that only begins like an extension's, and no names at all.
     for (const char* order :
          {"string GL_EXTENSIONS GL_EXT_framebuffer_objects\n", "null GL_EXTENSIONS\n"}) {
         const FakeTool tool(kOneRenderer + order);
         const Finished run = tool.run();
         EXPECT_TRUE(run.exited_with(0));
-        EXPECT_EQ(run.err,
-                  of_run(run.pid, kFreshStart +
-                                      "{A}[{P}] GL_EXT_framebuffer_object : UNSUPPORTED\n"
-                                      "{A}[{P}] GL_ARB_pixel_buffer_object : UNSUPPORTED\n" +
-                                      sixteen_times("{A}[{P}] {N} supported: 1\n"
-                                                    "{A}[{P}] {N} renderable: 0\n"
-                                                    "Testing UPLOAD SET...\n"
-                                                    "{A}[{P}] {N} upload SET: 0\n"
-                                                    "Testing UPLOAD RESET...\n"
-                                                    "{A}[{P}] {N} upload RESET: 0\n") +
-                                      kStrings));
+        EXPECT_EQ(run.err, of_run(run.pid, expected));
     }
 }
 

@@ -159,7 +159,7 @@ TEST(Dispatch, is_that_of_the_slow_comparison_and_all_ones_with_nothing_read_whe
     // packed source against bytes has the packed code's 3 pairs, and two packed images have one,
     // whatever the formats are called.
     constexpr std::size_t kNames = std::size(kFormats);
-    EXPECT_EQ(compared, 19 * 30 + kNames * 3 + kNames * kNames);
+    EXPECT_EQ(compared, std::size_t{19} * 30 + kNames * 3 + kNames * kNames);
 }
 
 }  // namespace
