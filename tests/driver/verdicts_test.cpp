@@ -25,8 +25,10 @@ TEST(VerdictsTest, good_renderer_passes_wherever_the_comparison_can) {
 
 /// Removes the records of the capabilities of `format` that are not in `kept`.
 void keep_only(const std::string& kept, const std::string& format, Values* records) {
-    for (const std::string capability : kCapabilities) {
-        if (kept.find(capability) == std::string::npos) records->erase(format + ("_" + capability));
+    for (const char* capability : kCapabilities) {
+        std::string key = format;
+        key.append("_").append(capability);
+        if (kept.find(capability) == std::string::npos) records->erase(key);
     }
 }
 const std::string kUploadsAlone = "SUPPORTED RENDERABLE UPLOAD_SET UPLOAD_RESET";
