@@ -8,7 +8,8 @@
 
 #include <array>
 #include <cstdlib>
-#include <utility>
+#include <string>
+#include <vector>
 
 #include "doubles/fake_tool.h"
 #include "driver/golden.h"
@@ -30,54 +31,37 @@ struct Call {
     std::string test;   ///< The key whose verdict it costs; empty: none.
 };
 
-bool begins_with(const std::string& text, const std::string& word) {
-    return text.compare(0, word.size(), word) == 0;
-}
-
-/// The key of a flag that a call writes; empty for any other call.
-std::string written_flag(const std::string& call) {
-    const std::string write = "CFPreferencesSetAppValue(";
-    if (!begins_with(call, write)) return {};
-    const std::string rest = call.substr(write.size());
-    const bool isFlag = rest.find(", true, ") != rest.npos || rest.find(", false, ") != rest.npos;
-    return isFlag ? rest.substr(0, rest.find(',')) : std::string();
-}
-
 /// The calls of a run and their cost, by the recording rule. Of each test:
-///   write KEY false      costs the test before, whose verdict is not on disk yet
+///   read KEY             costs the test before, whose verdict is not on disk yet
+///   write KEY false      the same
 ///   synchronize          the same
 ///   the test's calls     cost KEY: its false is on disk
 ///   write KEY verdict    the same, until the next synchronize
 std::vector<Call> calls_of_a_run() {
-    const FakeTool tool(kOneRenderer + "log\n");
-    tool.run();
+    const std::vector<std::string> run = golden_first_run();
     std::vector<Call> calls;
-    std::string provisional;  // Written as false, not on disk yet.
-    std::string unsettled;    // False on disk, with any verdict.
-    unsigned callsInTest = 0;
-    bool isInTest = false;
-    const std::vector<std::string> lines = tool.calls();
-    for (std::size_t i = 1; i < lines.size(); ++i) {
-        const std::string& line = lines[i];
-        const std::string flag = written_flag(line);
-        if (isInTest && flag.empty()) {
-            const std::string order = "in " + unsettled + " " + std::to_string(++callsInTest);
-            calls.push_back({Call::Place::kTest, order, unsettled});
-            continue;
+    std::string unsettled;  // False on disk, with any verdict.
+    const auto add_until = [&](std::size_t end) {
+        while (calls.size() < end) {
+            const std::string& call = run[calls.size()];
+            const bool isStore = call.compare(0, 13, "CFPreferences") == 0;
+            calls.push_back({isStore ? Call::Place::kStore : Call::Place::kOutside,
+                             "once at " + std::to_string(calls.size() + 1), unsettled});
         }
-        const bool isStore = begins_with(line, "CFPreferences");
-        calls.push_back({isStore ? Call::Place::kStore : Call::Place::kOutside,
-                         "once at " + std::to_string(i), unsettled});
-        if (isInTest) {
-            isInTest = false;
-        } else if (!flag.empty()) {
-            provisional = flag;
-        } else if (begins_with(line, "CFPreferencesAppSynchronize")) {
-            unsettled = std::exchange(provisional, {});
-            isInTest = !unsettled.empty();
-            callsInTest = 0;
+    };
+    add_until(golden_call("CFPreferencesGetAppBooleanValue") - 1);
+    for (const GoldenTest& test : golden_tests()) {
+        add_until(calls.size() + 3);
+        unsettled = test.key;
+        for (std::size_t i = 1; i <= test.calls.size(); ++i) {
+            calls.push_back(
+                {Call::Place::kTest, "in " + test.key + " " + std::to_string(i), test.key});
         }
+        add_until(calls.size() + 1);
     }
+    add_until(golden_call("CGLDestroyContext") - 1);
+    unsettled.clear();
+    add_until(run.size());
     return calls;
 }
 
@@ -177,24 +161,6 @@ INSTANTIATE_TEST_SUITE_P(Ways, WayOfDyingTest, testing::ValuesIn(kWays), [](cons
     }
     return name;
 });
-
-TEST(CallsOfARun, are_of_a_known_number_at_each_place) {
-    std::array<std::size_t, 3> counts = {};
-    std::size_t unsettled = 0;
-    for (const Call& call : calls_of_a_run()) {
-        ++counts[static_cast<std::size_t>(call.place)];
-        unsettled += call.place == Call::Place::kOutside && !call.test.empty();
-    }
-    // Six tests of 3, 4, 35, 33, 29 and 29 calls. Per flag: a read, a write, a synchronize and a
-    // write. Besides: the version's read, write and synchronize, sixteen removals, three strings
-    // and the last synchronize.
-    EXPECT_EQ(counts[0], 16u * (3 + 4 + 35 + 33 + 29 + 29));
-    EXPECT_EQ(counts[1], 96u * 4 + 3 + 16 + 4);
-    // 7 for listing, 16 for setting up, 3 strings, 4 at the end. Only the strings are between a
-    // verdict and its synchronize.
-    EXPECT_EQ(counts[2], 7u + 16 + 3 + 4);
-    EXPECT_EQ(unsettled, 3u);
-}
 
 }  // namespace
 }  // namespace texprobe::tests

@@ -1,6 +1,7 @@
 // The expected distance of a test on the fakes: the pattern, as their renderer draws it, and the
 // slow comparison.
 
+#include <bit>
 #include <cstdint>
 #include <cstring>
 
@@ -13,7 +14,7 @@ namespace texprobe::tests {
 namespace {
 
 /// h / 65536 as a half float, for h from 1 to 65536.
-std::uint16_t half_of(unsigned h) {
+std::uint32_t half_of(unsigned h) {
     if (h == 65536) return 0x3C00;
     if (h < 4) return h == 3 ? 0x0300 : 0x0200;
     unsigned power = 1;
@@ -22,33 +23,20 @@ std::uint16_t half_of(unsigned h) {
         power *= 2;
         ++exponent;
     }
-    return static_cast<std::uint16_t>((exponent - 1) * 1024 + (h - power) * 1024 / power);
-}
-
-template <typename Element>
-void store(std::vector<unsigned char>* bytes, std::size_t index, Element element) {
-    std::memcpy(bytes->data() + index * sizeof element, &element, sizeof element);
-}
-
-template <typename Element>
-Element load(const std::vector<unsigned char>& bytes, std::size_t index) {
-    Element element;
-    std::memcpy(&element, bytes.data() + index * sizeof element, sizeof element);
-    return element;
+    return (exponent - 1) * 1024 + (h - power) * 1024 / power;
 }
 
 std::vector<unsigned char> pattern(std::size_t size, unsigned type, long random) {
     std::vector<unsigned char> bytes(size);
-    const std::uint64_t step = static_cast<std::uint64_t>(random) % 4294967296u;
-    for (std::size_t i = 0; i < size / 4; ++i) {
-        const std::uint64_t word = i * step % 4294967296u;
-        store(&bytes, i, static_cast<std::uint32_t>(word));
+    for (std::size_t i = 0; i < size; i += 4) {
+        std::uint32_t word = static_cast<std::uint32_t>(i / 4 * static_cast<std::size_t>(random));
         if (type == kFloat) {
-            store(&bytes, i, static_cast<float>(static_cast<double>(word + 1) / 4294967296.0));
+            const double exact = (static_cast<double>(word) + 1) / 4294967296.0;
+            word = std::bit_cast<std::uint32_t>(static_cast<float>(exact));
+        } else if (type == kHalf) {
+            word = half_of((word & 65535) + 1) | half_of((word >> 16) + 1) << 16;
         }
-    }
-    for (std::size_t i = 0; type == kHalf && i < size / 2; ++i) {
-        store(&bytes, i, half_of(load<std::uint16_t>(bytes, i) + 1u));
+        std::memcpy(&bytes[i], &word, sizeof word);
     }
     return bytes;
 }

@@ -3,17 +3,14 @@
 #include <stdlib.h>
 
 #include <cstdio>
-#include <sstream>
+#include <stdexcept>
+#include <utility>
 
 #include "doubles/fake_tool.h"
 
 namespace texprobe::tests {
 
 namespace {
-
-bool is_transfer(const std::string& capability) {
-    return capability.find("LOAD_") != std::string::npos;
-}
 
 const char* const kListing = R"(CGGetActiveDisplayList(32)
 CGDisplayIDToOpenGLDisplayMask(1)
@@ -73,43 +70,36 @@ void append(std::vector<std::string>* lines, const std::string& text,
     for (const std::string& line : lines_of(filled(text, values))) lines->push_back(line);
 }
 
-/// The lines that one test prints.
-std::string test_lines(const Format& format, const std::string& capability, bool verdict,
-                       const std::string& score, const std::string& prefix) {
-    static const std::map<std::string, std::string> labels = {
-        {"SUPPORTED", "supported"},       {"RENDERABLE", "renderable"},
-        {"UPLOAD_SET", "upload SET"},     {"UPLOAD_RESET", "upload RESET"},
-        {"DOWNLOAD_GET", "download GET"}, {"DOWNLOAD_READ", "download READ"}};
-    std::string text;
-    if (capability == "UPLOAD_SET") text += "Testing UPLOAD SET...\n";
-    if (capability == "UPLOAD_RESET") text += "Testing UPLOAD RESET...\n";
-    return text + score + prefix + format.name + " " + labels.at(capability) + ": " +
-           (verdict ? "1" : "0") + "\n";
-}
-
-std::string score_line(unsigned long long distance) {
+std::string score_line(const GoldenTest& test) {
     char text[128];
     std::snprintf(text, sizeof text,
                   "test_check_data score: %g%% (dist: %llu size: 268435456) match: %d\n",
-                  100.0 * (1.0 - static_cast<double>(distance) / 268435456.0), distance,
-                  is_match(distance) ? 1 : 0);
+                  100.0 * (1.0 - static_cast<double>(test.distance) / 268435456.0), test.distance,
+                  test.verdict());
     return text;
 }
 
-std::map<std::string, std::string> slow_verdicts() {
-    std::map<std::string, std::string> verdicts;
-    RandomSequence random;
-    for (const Format& format : kFormats) {
-        for (const std::string capability : kCapabilities) {
-            const bool verdict = !is_transfer(capability) ||
-                                 is_match(expected_distance(format, capability, random.next()));
-            verdicts[std::string(format.name) + "_" + capability] = verdict ? "true" : "false";
-        }
-    }
-    return verdicts;
-}
-
 }  // namespace
+
+const std::vector<GoldenTest>& golden_tests() {
+    static const auto tests = [] {
+        std::vector<GoldenTest> all;
+        srandom(1);  // The default seed.
+        for (const Format& format : kFormats) {
+            for (const std::string capability : kCapabilities) {
+                GoldenTest test = {format, capability, format.name + ("_" + capability)};
+                if (capability.find("LOAD_") != std::string::npos) {
+                    test.random = random();
+                    test.distance = expected_distance(format, capability, test.random);
+                }
+                test.calls = expected_calls(format, capability, test.random);
+                all.push_back(std::move(test));
+            }
+        }
+        return all;
+    }();
+    return tests;
+}
 
 std::vector<std::string> golden_first_run() {
     std::vector<std::string> lines;
@@ -118,78 +108,69 @@ std::vector<std::string> golden_first_run() {
     append(&lines, "CFPreferencesSetAppValue(VERSION, 0.20999999999999999, {A})\n");
     append(&lines, "CFPreferencesAppSynchronize({A})\n");
     append(&lines, kSetUp);
-    const std::map<std::string, std::string> verdicts = golden_verdicts();
-    RandomSequence random;
-    for (const Format& format : kFormats) {
-        for (const std::string capability : kCapabilities) {
-            const std::string key = std::string(format.name) + "_" + capability;
-            append(&lines, kBegin, {{"K", key}});
-            const long value = is_transfer(capability) ? random.next() : 0;
-            for (const std::string& call : expected_calls(format, capability, value)) {
-                lines.push_back(call);
-            }
-            append(&lines, kVerdict, {{"K", key}, {"V", verdicts.at(key)}});
-        }
+    for (const GoldenTest& test : golden_tests()) {
+        append(&lines, kBegin, {{"K", test.key}});
+        lines.insert(lines.end(), test.calls.begin(), test.calls.end());
+        append(&lines, kVerdict, {{"K", test.key}, {"V", test.verdict() ? "true" : "false"}});
     }
     append(&lines, kEnd);
     return lines;
+}
+
+unsigned golden_call(const std::string& text) {
+    unsigned number = 0;
+    for (const std::string& call : golden_first_run()) {
+        ++number;
+        if (call.find(text) != std::string::npos) return number;
+    }
+    throw std::runtime_error("no call has " + text);
 }
 
 std::vector<std::string> golden_second_run() {
     std::vector<std::string> lines;
     append(&lines, kListing);
     append(&lines, kSetUp);
-    for (const Format& format : kFormats) {
-        for (const std::string capability : kCapabilities) {
-            append(&lines, "CFPreferencesGetAppBooleanValue({N}_{C}, {A})\n",
-                   {{"N", format.name}, {"C", capability}});
-        }
+    for (const GoldenTest& test : golden_tests()) {
+        append(&lines, "CFPreferencesGetAppBooleanValue({K}, {A})\n", {{"K", test.key}});
     }
     append(&lines, kEnd);
     return lines;
 }
 
-std::map<std::string, std::string> golden_verdicts() {
-    static const std::map<std::string, std::string> verdicts = slow_verdicts();
-    return verdicts;
+std::string of_run(pid_t pid, const std::string& text) {
+    return filled(text, {{"A", kAppID}, {"P", std::to_string(pid)}});
 }
 
-bool is_match(unsigned long long distance) {
-    return distance <= 2684354;
+std::string golden_out(pid_t pid, int displays, const std::string& renderers) {
+    return of_run(pid,
+                  "texprobe[{P}] testing...\norg.texprobe.texprobe2[{P}] testing...\n"
+                  "org.texprobe.texprobe2[{P}] found " +
+                      std::to_string(displays) + " displays:\n" + renderers);
 }
 
-RandomSequence::RandomSequence() {
-    srandom(1);  // The default seed.
-}
-
-long RandomSequence::next() {
-    return random();
-}
-
-std::string golden_pass_text(const std::string& application, pid_t pid,
-                             const std::map<std::string, unsigned long long>& distances) {
-    const std::string prefix = application + "[" + std::to_string(pid) + "] ";
-    RandomSequence random;
+std::string golden_pass_text(pid_t pid) {
+    static const std::map<std::string, std::string> printed = {
+        {"SUPPORTED", "{L} supported"},
+        {"RENDERABLE", "{L} renderable"},
+        {"UPLOAD_SET", "Testing UPLOAD SET...\n{S}{L} upload SET"},
+        {"UPLOAD_RESET", "Testing UPLOAD RESET...\n{S}{L} upload RESET"},
+        {"DOWNLOAD_GET", "{S}{L} download GET"},
+        {"DOWNLOAD_READ", "{S}{L} download READ"}};
     std::string text;
-    for (const Format& format : kFormats) {
-        for (const std::string capability : kCapabilities) {
-            if (!is_transfer(capability)) {
-                text += test_lines(format, capability, true, "", prefix);
-                continue;
-            }
-            const long value = random.next();
-            const auto set = distances.find(std::string(format.name) + "_" + capability);
-            const unsigned long long distance =
-                set != distances.end() ? set->second : expected_distance(format, capability, value);
-            text +=
-                test_lines(format, capability, is_match(distance), score_line(distance), prefix);
-        }
+    for (const GoldenTest& test : golden_tests()) {
+        text +=
+            filled(printed.at(test.capability),
+                   {{"L", of_run(pid, "{A}[{P}] ") + test.format.name}, {"S", score_line(test)}});
+        text += test.verdict() ? ": 1\n" : ": 0\n";
     }
     return text;
 }
 
 std::map<std::string, std::string> golden_records() {
-    std::map<std::string, std::string> records = golden_verdicts();
+    std::map<std::string, std::string> records;
+    for (const GoldenTest& test : golden_tests()) {
+        records[test.key] = test.verdict() ? "true" : "false";
+    }
     records["VERSION"] = "0.20999999999999999";
     records["GL_VENDOR"] = "\"Fake Vendor\"";
     records["GL_VERSION"] = "\"2.1 Fake\"";

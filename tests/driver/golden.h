@@ -6,7 +6,6 @@
 #include <sys/types.h>
 
 #include <map>
-#include <set>
 #include <string>
 #include <vector>
 
@@ -15,9 +14,25 @@
 
 namespace texprobe::tests {
 
+/// One test of a first pass; those that transfer nothing have no random value and no distance.
+struct GoldenTest {
+    const Format& format;
+    std::string capability;
+    std::string key;
+    long random = 0;
+    unsigned long long distance = 0;
+    std::vector<std::string> calls = {};
+
+    bool verdict() const { return distance <= 2684354; }
+};
+const std::vector<GoldenTest>& golden_tests();
+
 /// All calls of a first run of kOneRenderer in which the format query supports everything, without
 /// the first line of its process.
 std::vector<std::string> golden_first_run();
+
+/// The number, from 1, of the first of these calls that has this text.
+unsigned golden_call(const std::string& text);
 
 /// All calls of a run of kOneRenderer that finds all records and a current version.
 std::vector<std::string> golden_second_run();
@@ -26,25 +41,18 @@ std::vector<std::string> golden_second_run();
 unsigned long long expected_distance(const Format& format, const std::string& capability,
                                      long random);
 
-/// The verdict for a distance.
-bool is_match(unsigned long long distance);
+/// `text` with "{A}" for kAppID and "{P}" for the process.
+std::string of_run(pid_t pid, const std::string& text);
 
-/// The values that an unseeded generator returns, in order.
-class RandomSequence {
-public:
-    RandomSequence();
-    long next();
-};
+/// What a run prints on its output: the banner, the number of displays and the renderers.
+std::string golden_out(
+    pid_t pid, int displays = 1,
+    const std::string& renderers = "found display 1 (1) renderer ID: 20400 VRAM: 256 MB\n");
 
-/// The lines of a first pass over the sixteen formats, printed by `application` and `pid`.
-/// `distances` overrides the fakes' distances, by flag key.
-std::string golden_pass_text(const std::string& application, pid_t pid,
-                             const std::map<std::string, unsigned long long>& distances = {});
+/// The lines of a first pass over the sixteen formats, printed by process `pid`.
+std::string golden_pass_text(pid_t pid);
 
-/// The verdicts of that pass, by flag key, as records_program prints them.
-std::map<std::string, std::string> golden_verdicts();
-
-/// All records after a first run of kOneRenderer.
+/// All records after a first run of kOneRenderer, as records_program prints them.
 std::map<std::string, std::string> golden_records();
 
 }  // namespace texprobe::tests

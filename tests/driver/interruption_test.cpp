@@ -5,7 +5,6 @@
 #include <signal.h>
 #include <sys/wait.h>
 
-#include <algorithm>
 #include <chrono>
 #include <thread>
 
@@ -15,8 +14,6 @@
 namespace texprobe::tests {
 namespace {
 
-// The calls of golden_first_run(), counted from 1.
-constexpr unsigned kFirstCall = 1;
 const std::string kTest = "GL_RGBA32F_ARB_UPLOAD_SET";
 
 bool ended_by(const Finished& run, int signal) {
@@ -25,11 +22,7 @@ bool ended_by(const Finished& run, int signal) {
 
 /// The number of the call that is `offset` calls after the first synchronize of kTest.
 unsigned call_in_test(unsigned offset) {
-    const std::vector<std::string> calls = golden_first_run();
-    const std::string write = "CFPreferencesSetAppValue(" + kTest + ", false, " + kAppID + ")";
-    const auto found = std::find(calls.begin(), calls.end(), write);
-    EXPECT_NE(found, calls.end());
-    return static_cast<unsigned>(found - calls.begin()) + kFirstCall + 1 + offset;
+    return golden_call("(" + kTest + ", false, ") + 1 + offset;
 }
 
 std::string interrupt_in_test(const std::string& signals) {

@@ -12,7 +12,9 @@
 #include <chrono>
 #include <functional>
 #include <new>
+#include <string>
 #include <thread>
+#include <utility>
 #include <vector>
 
 #include "runs/measuring_turn.h"
@@ -70,16 +72,20 @@ protected:
         return children_.back();
     }
 
-    /// A process that takes the turn and keeps it until it is killed.
-    pid_t start_holder(unsigned patience = kNever) {
+    /// A process that has the turn during `work`; by default until it is killed.
+    pid_t start_holder(const std::function<void(MeasuringTurn&)>& work = keep,
+                       unsigned patience = kNever) {
         const int before = counts_.started;
-        const pid_t child = start([this, patience] {
-            const MeasuringTurn turn(settings(patience), [] {});
+        const pid_t child = start([&] {
+            MeasuringTurn turn(settings(patience), [] {});
             ++counts_.started;
-            for (;;) pause();
+            work(turn);
         });
         EXPECT_TRUE(wait_for([&] { return counts_.started > before; }));
         return child;
+    }
+    static void keep(const MeasuringTurn& /*turn*/) {
+        for (;;) pause();
     }
 
     /// A process that takes the turn, keeps it for a while, and leaves.
@@ -111,8 +117,9 @@ protected:
 
     bool gets_turn_at_once() {
         bool waited = false;
-        const MeasuringTurn turn(settings(1), [&] { waited = true; });
-        return !waited;
+        MeasuringTurn turn(settings(1), [&] { waited = true; });
+        EXPECT_EQ(turn.had_to_wait(), waited);
+        return !waited && turn.advance();
     }
 
     const ScratchFolder folder_;
@@ -121,48 +128,28 @@ protected:
     std::vector<pid_t> children_;
 };
 
-TEST_F(MeasuringTurnTest, is_had_at_once_when_nobody_measures) {
-    MeasuringTurn turn(settings(), [] { ADD_FAILURE() << "it waits"; });
-    EXPECT_FALSE(turn.had_to_wait());
-    EXPECT_TRUE(turn.advance());
-}
-
 TEST_F(MeasuringTurnTest, comes_when_the_one_before_leaves) {
-    const pid_t holder = start([this] {
-        const MeasuringTurn turn(settings(), [] {});
-        ++counts_.started;
+    EXPECT_TRUE(gets_turn_at_once()) << "there is none";
+    start_holder([this](MeasuringTurn&) {
         wait_for([this] { return counts_.mayGoOn.load(); });
         counts_.through = 1;
     });
-    ASSERT_TRUE(wait_for([&] { return counts_.started == 1; }));
     const MeasuringTurn turn(settings(), [this] { counts_.mayGoOn = true; });
     EXPECT_TRUE(turn.had_to_wait());
-    EXPECT_EQ(counts_.through, 1) << holder;
-}
-
-TEST_F(MeasuringTurnTest, is_one_process_s_at_a_time) {
-    for (int i = 0; i < 24; ++i) start_visitor(kNever);
-    EXPECT_TRUE(wait_for([&] { return counts_.through == 24; }));
-    EXPECT_EQ(counts_.most, 1);
-}
-
-TEST_F(MeasuringTurnTest, is_free_when_its_process_is_killed) {
-    end(start_holder());
-    EXPECT_TRUE(gets_turn_at_once());
+    EXPECT_EQ(counts_.through, 1);
 }
 
 TEST_F(MeasuringTurnTest, is_not_kept_by_a_child_of_a_dead_process) {
-    const pid_t holder = start([this] {
-        const MeasuringTurn turn(settings(), [] {});
+    const pid_t holder = start_holder([this](const MeasuringTurn& turn) {
         if (fork() == 0) {
-            ++counts_.started;
+            ++counts_.inside;
             wait_for([this] { return counts_.mayGoOn.load(); });
             ++counts_.through;
             _exit(0);
         }
-        for (;;) pause();
+        keep(turn);
     });
-    ASSERT_TRUE(wait_for([&] { return counts_.started == 1; }));
+    ASSERT_TRUE(wait_for([&] { return counts_.inside == 1; }));
     end(holder);
     EXPECT_TRUE(gets_turn_at_once());
     counts_.mayGoOn = true;
@@ -170,41 +157,25 @@ TEST_F(MeasuringTurnTest, is_not_kept_by_a_child_of_a_dead_process) {
 }
 
 TEST_F(MeasuringTurnTest, stays_with_a_process_whose_child_ends) {
-    start([this] {
-        const MeasuringTurn turn(settings(), [] {});
+    start_holder([this](const MeasuringTurn& turn) {
         status_of(texprobe::tests::start([] { return 0; }));
-        ++counts_.started;
-        for (;;) pause();
+        ++counts_.through;
+        keep(turn);
     });
-    ASSERT_TRUE(wait_for([&] { return counts_.started == 1; }));
+    ASSERT_TRUE(wait_for([&] { return counts_.through == 1; }));
     EXPECT_FALSE(gets_turn_at_once());
 }
 
-TEST_F(MeasuringTurnTest, is_taken_from_a_process_that_hangs_and_goes_to_one_at_a_time) {
-    start_holder();
+TEST_F(MeasuringTurnTest, is_taken_from_processes_that_hang_and_goes_to_one_at_a_time) {
+    for (int i = 0; i < 4; ++i) start_holder(keep, 50);
     for (int i = 0; i < 12; ++i) start_visitor(300);
     EXPECT_TRUE(wait_for([&] { return counts_.through == 12; }));
     EXPECT_EQ(counts_.most, 1);
-}
-
-TEST_F(MeasuringTurnTest, is_taken_from_one_process_that_hangs_after_the_other) {
-    for (int i = 0; i < 4; ++i) start_holder(50);
-    for (int i = 0; i < 6; ++i) start_visitor(300);
-    EXPECT_TRUE(wait_for([&] { return counts_.through == 6; }));
-    EXPECT_EQ(counts_.most, 1);
-}
-
-TEST_F(MeasuringTurnTest, comes_at_once_after_it_was_taken_from_one_that_hangs) {
-    start_holder();
-    start_visitor(20);
-    ASSERT_TRUE(wait_for([&] { return counts_.through == 1; }));
-    EXPECT_TRUE(gets_turn_at_once());
+    EXPECT_TRUE(gets_turn_at_once()) << "from then on";
 }
 
 TEST_F(MeasuringTurnTest, stays_with_a_slow_process_that_goes_on) {
-    const pid_t holder = start([this] {
-        MeasuringTurn turn(settings(), [] {});
-        ++counts_.started;
+    const pid_t holder = start_holder([this](MeasuringTurn& turn) {
         for (int i = 0; i < 50; ++i) {
             std::this_thread::sleep_for(milliseconds(20));
             if (!turn.advance()) _exit(1);
@@ -212,7 +183,6 @@ TEST_F(MeasuringTurnTest, stays_with_a_slow_process_that_goes_on) {
         counts_.through = 1;
         _exit(0);
     });
-    ASSERT_TRUE(wait_for([&] { return counts_.started == 1; }));
     // The other process measures for a second. If it hung, it would lose its turn after a fifth of
     // one.
     const MeasuringTurn turn(settings(200), [] {});
@@ -223,15 +193,12 @@ TEST_F(MeasuringTurnTest, stays_with_a_slow_process_that_goes_on) {
 }
 
 TEST_F(MeasuringTurnTest, stays_with_a_process_that_was_stopped_together_with_those_who_wait) {
-    const pid_t holder = start([this] {
-        MeasuringTurn turn(settings(), [] {});
-        ++counts_.started;
+    const pid_t holder = start_holder([this](MeasuringTurn& turn) {
         for (;;) {
             std::this_thread::sleep_for(milliseconds(20));
             if (!turn.advance()) ++counts_.most;
         }
     });
-    ASSERT_TRUE(wait_for([&] { return counts_.started == 1; }));
     const pid_t visitor = start([this] {
         const MeasuringTurn turn(settings(400), [this] { counts_.inside = 1; });
         ++counts_.through;
@@ -248,14 +215,11 @@ TEST_F(MeasuringTurnTest, stays_with_a_process_that_was_stopped_together_with_th
 }
 
 TEST_F(MeasuringTurnTest, is_waited_for_again_by_one_who_lost_it_and_comes_back_to_life) {
-    start([this] {
-        MeasuringTurn turn(settings(), [] {});
-        ++counts_.started;
+    start_holder([this](MeasuringTurn& turn) {
         wait_for([this] { return counts_.mayGoOn.load(); });
         if (!turn.advance()) ++counts_.through;
-        for (;;) pause();
+        keep(turn);
     });
-    ASSERT_TRUE(wait_for([&] { return counts_.started == 1; }));
     {
         MeasuringTurn turn(settings(20), [] {});
         counts_.mayGoOn = true;
@@ -283,14 +247,6 @@ TEST_F(MeasuringTurnTest, stays_when_the_stopped_process_is_another_one) {
 
 class UnlockablePlaceTest : public MeasuringTurnTest {
 protected:
-    static void expect_run_without_turn(const TurnSettings& place, const std::string& trouble) {
-        MeasuringTurn turn(place, [] { ADD_FAILURE() << "it waits"; });
-        EXPECT_FALSE(turn.had_to_wait());
-        EXPECT_TRUE(turn.advance());
-        EXPECT_EQ(turn.trouble(), trouble);
-        take_turn_from(getpid(), place);
-    }
-
     /// What has been laid in the place of the file does not keep runs from going one at a time.
     void expect_place_is_put_right() {
         {
@@ -313,11 +269,21 @@ protected:
     const std::filesystem::path place_ = settings().file;
 };
 
-TEST_F(UnlockablePlaceTest, no_place_costs_the_turn_alone) {
-    TurnSettings place = settings();
-    for (const auto& file : {std::filesystem::path(), folder_.path() / "missing" / "lock"}) {
+TEST_F(UnlockablePlaceTest, costs_the_turn_alone_and_is_told_if_its_folder_is_there) {
+    std::filesystem::create_directories(place_ / "with something in it");
+    const std::pair<std::filesystem::path, std::string> rows[] = {
+        {"", ""},
+        {folder_.path() / "missing" / "lock", ""},
+        {place_, "cannot lock " + place_.string() +
+                     ": Directory not empty; do not measure twice at the same time"}};
+    for (const auto& [file, trouble] : rows) {
+        TurnSettings place = settings();
         place.file = file;
-        expect_run_without_turn(place, "");
+        MeasuringTurn turn(place, [] { ADD_FAILURE() << "it waits"; });
+        EXPECT_FALSE(turn.had_to_wait());
+        EXPECT_TRUE(turn.advance());
+        EXPECT_EQ(turn.trouble(), trouble);
+        take_turn_from(getpid(), place);
     }
 }
 
@@ -334,26 +300,18 @@ TEST_F(UnlockablePlaceTest, something_else_in_the_place_is_removed) {
 TEST_F(UnlockablePlaceTest, file_of_root_or_without_rights_is_put_right) {
     if (geteuid() != 0) GTEST_SKIP() << "only root can give files away";
     constexpr uid_t kNobody = 65534;
-    const std::string file = settings().file;
     ASSERT_EQ(chown(folder_.path().c_str(), kNobody, kNobody), 0);
-    close(creat(file.c_str(), 0600));
+    close(creat(place_.c_str(), 0600));
     EXPECT_TRUE(run_as(kNobody, [this] { expect_place_is_put_right(); }));
-    close(creat(file.c_str(), 0600));
-    ASSERT_EQ(chown(file.c_str(), kNobody, kNobody), 0);
-    ASSERT_EQ(chmod(file.c_str(), 0), 0);
+    close(creat(place_.c_str(), 0600));
+    ASSERT_EQ(chown(place_.c_str(), kNobody, kNobody), 0);
+    ASSERT_EQ(chmod(place_.c_str(), 0), 0);
     EXPECT_TRUE(run_as(kNobody, [this] { expect_place_is_put_right(); }));
     // Nor does the umask take the rights of the file that is made.
     EXPECT_TRUE(run_as(kNobody, [this] {
         umask(0777);
         expect_place_is_put_right();
     }));
-}
-
-TEST_F(UnlockablePlaceTest, something_that_cannot_be_removed_costs_the_turn_and_is_told) {
-    std::filesystem::create_directories(place_ / "with something in it");
-    expect_run_without_turn(settings(), "cannot lock " + place_.string() +
-                                            ": Directory not empty; do not measure twice at the "
-                                            "same time");
 }
 
 TEST_F(UnlockablePlaceTest, crowd_that_finds_it_goes_one_at_a_time) {
@@ -370,14 +328,14 @@ TEST_F(UnlockablePlaceTest, crowd_that_finds_it_goes_one_at_a_time) {
 TEST_F(UnlockablePlaceTest, folder_that_cannot_be_changed_ends_the_wait_behind_one_that_hangs) {
     if (geteuid() != 0) GTEST_SKIP() << "needs a folder of another user's";
     constexpr uid_t kNobody = 65534;
-    const pid_t holder = start([this] {
+    start([this] {
         std::filesystem::permissions(folder_.path(), std::filesystem::perms::all);
         if (setuid(kNobody) != 0) _exit(1);
         const MeasuringTurn turn(settings(), [] {});
         ++counts_.started;
-        for (;;) pause();
+        keep(turn);
     });
-    ASSERT_TRUE(wait_for([&] { return counts_.started == 1; })) << holder;
+    ASSERT_TRUE(wait_for([&] { return counts_.started == 1; }));
     std::filesystem::permissions(folder_.path(), std::filesystem::perms(0755));
     start([this] {
         if (setuid(kNobody) != 0) _exit(1);

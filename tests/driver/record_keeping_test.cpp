@@ -2,12 +2,8 @@
 
 #include <gtest/gtest.h>
 
-#include <cmath>
-#include <limits>
-
 #include "doubles/fake_tool.h"
 #include "golden.h"
-#include "records/records.h"
 
 namespace texprobe::tests {
 namespace {
@@ -40,48 +36,31 @@ TEST(RecordKeepingTest, second_run_rewrites_the_identification_strings_and_nothi
     EXPECT_EQ(tool.records(), expected);
 }
 
-struct Version {
-    const char* label;
-    const char* type;
-    const char* value;
-    bool current;
-};
-
-class VersionTest : public testing::TestWithParam<Version> {};
-
-TEST_P(VersionTest, current_records_are_kept_and_others_measured_again) {
+TEST(VersionTest, current_records_are_kept_and_others_measured_again) {
+    const struct {
+        const char* type;
+        const char* value;
+        bool isCurrent;
+    } rows[] = {{"double", "0.21", true},    {"double", "0.22", true},
+                {"double", "inf", true},     {"double", "0.20999999999999996", false},
+                {"double", "0.2099", false}, {"double", "0.2", false},
+                {"double", "-inf", false},   {"double", "nan", false},
+                {"string", "0.21", false},   {"boolean", "true", false},
+                {"none", "", false}};
     const FakeTool tool(kOneRenderer);
     ASSERT_TRUE(tool.run().exited_with(0));
-    tool.set_record("VERSION", GetParam().type, GetParam().value);
-    tool.set_record("GL_RGBA8_UPLOAD_SET", "boolean", "false");
-    const Finished run = tool.run();
-    EXPECT_TRUE(run.exited_with(0));
-    EXPECT_EQ(tool.record("GL_RGBA8_UPLOAD_SET"), GetParam().current ? "false" : "true");
-    EXPECT_EQ(second_line(run).substr(0, 10), GetParam().current ? "UP TO DATE" : "VERSION: 0");
-    if (!GetParam().current) {
-        EXPECT_EQ(tool.record("VERSION"), "0.20999999999999999");
+    for (const auto& row : rows) {
+        SCOPED_TRACE(std::string(row.type) + " " + row.value);
+        tool.set_record("VERSION", row.type, row.value);
+        tool.set_record("GL_RGBA8_UPLOAD_SET", "boolean", "false");
+        const Finished run = tool.run();
+        EXPECT_TRUE(run.exited_with(0));
+        EXPECT_EQ(tool.record("GL_RGBA8_UPLOAD_SET"), row.isCurrent ? "false" : "true");
+        EXPECT_EQ(second_line(run).substr(0, 10), row.isCurrent ? "UP TO DATE" : "VERSION: 0");
+        if (!row.isCurrent) {
+            EXPECT_EQ(tool.record("VERSION"), "0.20999999999999999");
+        }
     }
-}
-
-INSTANTIATE_TEST_SUITE_P(
-    Rule, VersionTest,
-    testing::Values(
-        Version{"ours", "double", "0.21", true}, Version{"newer", "double", "0.22", true},
-        Version{"infinite", "double", "inf", true},
-        Version{"just_below", "double", "0.20999999999999996", false},
-        Version{"older", "double", "0.2099", false}, Version{"much_older", "double", "0.2", false},
-        Version{"negative_infinity", "double", "-inf", false},
-        Version{"not_a_number", "double", "nan", false}, Version{"text", "string", "0.21", false},
-        Version{"boolean", "boolean", "true", false}, Version{"missing", "none", "", false}),
-    [](const auto& test) { return std::string(test.param.label); });
-
-TEST(VersionRuleTest, not_a_number_is_not_current) {
-    const double nan = std::numeric_limits<double>::quiet_NaN();
-    const CFNumberRef number = CFNumberCreate(nullptr, kCFNumberDoubleType, &nan);
-    double version = 0.0;
-    EXPECT_FALSE(is_current_version(number, &version));
-    EXPECT_TRUE(std::isnan(version));
-    CFRelease(number);
 }
 
 TEST(ResetTest, removes_the_96_flags_and_keeps_everything_else) {
@@ -110,48 +89,22 @@ TEST(FlagTest, value_that_is_no_boolean_is_measured_again_and_replaced) {
     const Finished run = tool.run();
     EXPECT_TRUE(run.exited_with(0));
     EXPECT_EQ(tool.records(), golden_records());
-    const std::vector<std::string> lines = lines_of(run.err);
-    const std::string prefix = kAppID + "[" + std::to_string(run.pid) + "] ";
-    ASSERT_EQ(lines.size(), 9u) << run.err;
-    EXPECT_EQ(lines[4], "test_check_data score: 100% (dist: 0 size: 268435456) match: 1");
-    EXPECT_EQ(lines[5], prefix + "GL_RGB8 download READ: 1");
-    EXPECT_EQ(lines[6], prefix + "GL_RGBA8 supported: 1");
-}
-
-TEST(FlagTest, stored_flags_decide_which_tests_run) {
-    const Values downloads = {{"DOWNLOAD_GET", ""}, {"DOWNLOAD_READ", ""}};
-    const Values uploads = {{"UPLOAD_SET", ""}, {"UPLOAD_RESET", ""}};
-    Values all = uploads;
-    all.insert(downloads.begin(), downloads.end());
-    all["RENDERABLE"] = "";
-    const struct {
-        Values stored;
-        Values absent;
-    } rows[] = {{{{"SUPPORTED", "false"}}, all},
-                {{{"RENDERABLE", "false"}}, downloads},
-                {{{"SUPPORTED", "false"}, {"RENDERABLE", "true"}}, uploads}};
-    for (const auto& row : rows) {
-        const FakeTool tool(kOneRenderer);
-        tool.set_record("VERSION", "double", "0.21");
-        Values expected = golden_records();
-        for (const auto& [capability, verdict] : row.stored) {
-            tool.set_record("GL_RGB8_" + capability, "boolean", verdict);
-            expected["GL_RGB8_" + capability] = verdict;
-        }
-        for (const auto& each : row.absent) expected.erase("GL_RGB8_" + each.first);
-        const Finished run = tool.run();
-        EXPECT_TRUE(run.exited_with(0));
-        EXPECT_EQ(tool.records(), expected);
-        // In silence, where nothing is tested.
-        EXPECT_EQ(run.err.find("GL_RGB8 ") == std::string::npos, row.absent == all);
-    }
+    // Between the two lines of the extensions and those of the strings.
+    EXPECT_NE(run.err.find(of_run(run.pid,
+                                  "_object : SUPPORTED\n"
+                                  "test_check_data score: 100% (dist: 0 size: 268435456) match: 1\n"
+                                  "{A}[{P}] GL_RGB8 download READ: 1\n"
+                                  "{A}[{P}] GL_RGBA8 supported: 1\n"
+                                  "{A}[{P}] GL_VENDOR")),
+              std::string::npos)
+        << run.err;
 }
 
 TEST(FlagTest, single_absent_flag_is_the_only_one_measured) {
+    FakeTool tool(kOneRenderer);
+    ASSERT_TRUE(tool.run().exited_with(0));
     for (const char* capability : kCapabilities) {
         SCOPED_TRACE(capability);
-        FakeTool tool(kOneRenderer);
-        ASSERT_TRUE(tool.run().exited_with(0));
         tool.set_record(std::string("GL_RGB8_") + capability, "none", "");
         tool.set_script(kOneRenderer + "log\n");
         ASSERT_TRUE(tool.run().exited_with(0));
@@ -170,53 +123,40 @@ TEST(SynchronizationTest, version_provisional_falses_and_earlier_verdicts_are_on
     ASSERT_TRUE(tool.run().exited_with(0));
     const auto observations = tool.observations();
     ASSERT_EQ(observations.size(), 98u);
-    const Values verdicts = golden_verdicts();
     Values expected = {{"VERSION", "0.20999999999999999"}};
     EXPECT_EQ(observations.front(), std::make_pair(std::string(), expected));
     std::size_t next = 1;
-    for (const Format& format : kFormats) {
-        for (const char* capability : kCapabilities) {
-            const std::string key = std::string(format.name) + "_" + capability;
-            expected[key] = "false";
-            EXPECT_EQ(observations[next++], std::make_pair(key, expected));
-            expected[key] = verdicts.at(key);
-        }
+    for (const GoldenTest& test : golden_tests()) {
+        expected[test.key] = "false";
+        EXPECT_EQ(observations[next++], std::make_pair(test.key, expected));
+        expected[test.key] = test.verdict() ? "true" : "false";
     }
     EXPECT_EQ(observations.back(), std::make_pair(std::string(), golden_records()));
 }
 
-struct MissingString {
-    const char* key;
-    const char* order;
-    const char* label;
-};
-
-class MissingStringTest : public testing::TestWithParam<MissingString> {};
-
-TEST_P(MissingStringTest, leaves_no_record_and_removes_a_stale_one) {
+TEST(IdentificationTest, missing_string_leaves_no_record_and_removes_a_stale_one) {
+    const std::pair<std::string, std::string> rows[] = {
+        {"GL_VENDOR", "null GL_VENDOR"},
+        {"GL_VERSION", "null GL_VERSION"},
+        {"GL_RENDERER", "null GL_RENDERER"},
+        // Not ASCII.
+        {"GL_VENDOR", "string GL_VENDOR V\xC3\xA9ndor"},
+        {"GL_VERSION", "string GL_VERSION 2.1\x80"},
+        {"GL_RENDERER", "string GL_RENDERER \xFF"}};
     FakeTool tool(kOneRenderer);
     ASSERT_TRUE(tool.run().exited_with(0));
-    tool.set_script(kOneRenderer + GetParam().order + "\n");
-    const Finished run = tool.run();
-    EXPECT_TRUE(run.exited_with(0));
-    Values expected = golden_records();
-    expected.erase(GetParam().key);
-    EXPECT_EQ(tool.records(), expected);
-    const bool printed = std::string(GetParam().key) != "GL_RENDERER";
-    EXPECT_EQ(run.err.find(std::string("] ") + GetParam().key + ": (null)\n") != std::string::npos,
-              printed);
+    for (const auto& [key, order] : rows) {
+        SCOPED_TRACE(order);
+        tool.set_script(kOneRenderer + order + "\n");
+        const Finished run = tool.run();
+        EXPECT_TRUE(run.exited_with(0));
+        Values expected = golden_records();
+        expected.erase(key);
+        EXPECT_EQ(tool.records(), expected);
+        const bool isPrinted = run.err.find("] " + key + ": (null)\n") != std::string::npos;
+        EXPECT_EQ(isPrinted, key != "GL_RENDERER");
+    }
 }
-
-INSTANTIATE_TEST_SUITE_P(
-    ThreeStrings, MissingStringTest,
-    testing::Values(MissingString{"GL_VENDOR", "null GL_VENDOR", "null_vendor"},
-                    MissingString{"GL_VERSION", "null GL_VERSION", "null_version"},
-                    MissingString{"GL_RENDERER", "null GL_RENDERER", "null_renderer"},
-                    MissingString{"GL_VENDOR", "string GL_VENDOR V\xC3\xA9ndor",
-                                  "vendor_not_ascii"},
-                    MissingString{"GL_VERSION", "string GL_VERSION 2.1\x80", "version_not_ascii"},
-                    MissingString{"GL_RENDERER", "string GL_RENDERER \xFF", "renderer_not_ascii"}),
-    [](const auto& test) { return std::string(test.param.label); });
 
 TEST(IdentificationTest, empty_string_is_stored_as_one) {
     const FakeTool tool(kOneRenderer + "string GL_RENDERER\n");

@@ -7,7 +7,6 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <atomic>
 #include <chrono>
 #include <filesystem>
@@ -53,10 +52,11 @@ public:
     Worker(const Worker&) = delete;
     Worker& operator=(const Worker&) = delete;
 
-    void do_next() const {
-        char report = 0;
-        ASSERT_EQ(write(orders_[1], "", 1), 1);
-        ASSERT_EQ(read(reports_[0], &report, 1), 1);
+    void do_next(int steps = 1) const {
+        for (char report = 0; steps > 0; --steps) {
+            ASSERT_EQ(write(orders_[1], "", 1), 1);
+            ASSERT_EQ(read(reports_[0], &report, 1), 1);
+        }
     }
     void end() {
         kill(process_, SIGKILL);
@@ -136,8 +136,7 @@ TEST_F(SetAtRestTest, is_none_while_an_older_tool_measures) {
 
 TEST_F(SetAtRestTest, is_the_set_of_a_run_that_was_killed) {
     Worker run({take_turn(), name(kThisSet)});
-    run.do_next();
-    run.do_next();
+    run.do_next(2);
     EXPECT_FALSE(is_at_rest(kThisSet));
     run.end();
     EXPECT_TRUE(is_at_rest(kThisSet));
@@ -146,22 +145,20 @@ TEST_F(SetAtRestTest, is_the_set_of_a_run_that_was_killed) {
 TEST_F(SetAtRestTest, has_not_lasted_when_a_run_began_ended_or_came_and_went) {
     const Worker run({take_turn(), name(kThisSet), leave(), take_turn(), name(kThisSet), leave()});
     const SetAtRest beforeAll(file_, kThisSet);
-    run.do_next();
-    run.do_next();
+    run.do_next(2);
     EXPECT_FALSE(beforeAll.has_lasted());
     const SetAtRest meanwhile(file_, kThisSet);
     run.do_next();
     EXPECT_FALSE(meanwhile.has_lasted());
     const SetAtRest between(file_, kThisSet);
     EXPECT_TRUE(between.has_lasted());
-    for (int i = 0; i < 3; ++i) run.do_next();
+    run.do_next(3);
     EXPECT_FALSE(between.has_lasted());
 }
 
 TEST_F(SetAtRestTest, has_lasted_while_a_run_went_on_with_another_set) {
     const Worker run({take_turn(), name(kOtherSet), advance()});
-    run.do_next();
-    run.do_next();
+    run.do_next(2);
     const SetAtRest rest(file_, kThisSet);
     run.do_next();
     EXPECT_TRUE(rest.has_lasted());
@@ -170,19 +167,17 @@ TEST_F(SetAtRestTest, has_lasted_while_a_run_went_on_with_another_set) {
 TEST_F(SetAtRestTest, has_not_lasted_when_the_turn_was_taken_from_one_who_hangs) {
     const Worker run({take_turn(), name(kThisSet), leave()});
     const Worker next({[] {}, take_turn(), name(kThisSet), leave()});
-    run.do_next();
-    run.do_next();
+    run.do_next(2);
     std::filesystem::remove(file_);
     const SetAtRest rest(file_, kThisSet);
     EXPECT_TRUE(rest.has_lasted()) << "what hangs in its test will not change it any more";
-    for (int i = 0; i < 4; ++i) next.do_next();
+    next.do_next(4);
     EXPECT_FALSE(rest.has_lasted());
 }
 
 TEST_F(SetAtRestTest, is_waited_for_again_and_named_again_after_the_turn_was_lost) {
     const Worker run({take_turn(), name(kOtherSet), advance(), name(kOtherSet)});
-    run.do_next();
-    run.do_next();
+    run.do_next(2);
     std::filesystem::remove(file_);
     run.do_next();
     EXPECT_FALSE(is_at_rest(kThisSet)) << "it may be any";
@@ -193,8 +188,7 @@ TEST_F(SetAtRestTest, is_waited_for_again_and_named_again_after_the_turn_was_los
 
 TEST_F(SetAtRestTest, looking_takes_nothing_from_the_run) {
     const Worker run({take_turn(), name(kThisSet), leave()});
-    run.do_next();
-    run.do_next();
+    run.do_next(2);
     for (int i = 0; i < 100; ++i) ASSERT_FALSE(is_at_rest(kThisSet));
     const Worker other({take_turn()});
     EXPECT_FALSE(is_at_rest(kThisSet));
@@ -220,18 +214,11 @@ protected:
         finish(process_);
     }
 
-    /// Runs the tool until the call with this text.
-    void run_until(const std::string& call) {
-        const std::vector<std::string> calls = golden_first_run();
-        const auto found =
-            std::find_if(calls.begin(), calls.end(), [&](const std::string& candidate) {
-                return candidate.find(call) != std::string::npos;
-            });
-        ASSERT_NE(found, calls.end());
-        const auto number = static_cast<unsigned>(found - calls.begin()) + 1;
-        tool_.set_script(kOneRenderer + "log\npause " + std::to_string(number + 1) + " 60000\n");
+    /// Runs the tool until this call, counted from 1.
+    void run_until(unsigned call) {
+        tool_.set_script(kOneRenderer + "log\npause " + std::to_string(call + 1) + " 60000\n");
         process_ = tool_.start();
-        while (tool_.calls().size() < number + 2) {
+        while (tool_.calls().size() < call + 2) {
             std::this_thread::sleep_for(milliseconds(1));
         }
     }
@@ -245,21 +232,19 @@ protected:
 };
 
 TEST_F(SetOfTheTool, is_in_hand_during_a_test) {
-    run_until("CFPreferencesSetAppValue(GL_RGBA32F_ARB_UPLOAD_SET, false");
+    run_until(golden_call("CFPreferencesSetAppValue(GL_RGBA32F_ARB_UPLOAD_SET, false"));
     EXPECT_FALSE(is_at_rest(kAppID));
     EXPECT_TRUE(is_at_rest(kOtherSet));
 }
 
 TEST_F(SetOfTheTool, is_in_hand_while_old_records_are_removed) {
-    run_until("CFPreferencesSetMultiple");
+    run_until(golden_call("CFPreferencesSetMultiple"));
     EXPECT_FALSE(is_at_rest(kAppID));
 }
 
 TEST_F(SetOfTheTool, is_at_rest_while_a_complete_set_is_looked_at) {
     ASSERT_TRUE(tool_.run().exited_with(0));
-    tool_.set_script(kOneRenderer + "log\npause 20 60000\n");
-    process_ = tool_.start();
-    while (tool_.calls().size() < 21) std::this_thread::sleep_for(milliseconds(1));
+    run_until(19);
     EXPECT_TRUE(is_at_rest(kAppID));
 }
 

@@ -128,16 +128,10 @@ void expect_conversions_equal_the_slow_ones(Conversion<QORFloat16> convertHalves
     }
 }
 
-TEST(Vectors, convert_alike_on_any_processor) {
+TEST(Vectors, convert_alike_whatever_the_processor_has) {
     expect_conversions_equal_the_slow_ones(convert, convert);
-}
-
-TEST(Vectors, convert_alike_on_wide_ones) {
     expect_conversions_equal_the_slow_ones(call_on_wide_vectors<convert<QORFloat16>>,
                                            call_on_wide_vectors<convert<float>>);
-}
-
-TEST(Vectors, convert_alike_on_the_widest) {
     expect_conversions_equal_the_slow_ones(call_on_widest_vectors<convert<QORFloat16>>,
                                            call_on_widest_vectors<convert<float>>);
 }
@@ -150,22 +144,6 @@ TEST(Vectors, convert_as_many_elements_as_they_are_told) {
         for (std::size_t i = 0; i < bytes.size(); ++i) ASSERT_EQ(bytes[i], i < count ? 127 : 1);
     }
 }
-
-#ifdef TEXPROBE_X86_VECTORS
-
-TEST(Vectors, convert_alike_on_avx2) {
-    if (!has_avx2()) GTEST_SKIP() << "this processor has no AVX2";
-    expect_conversions_equal_the_slow_ones(call_on_avx2<convert<QORFloat16>>,
-                                           call_on_avx2<convert<float>>);
-}
-
-TEST(Vectors, convert_alike_on_avx512) {
-    if (!has_avx512()) GTEST_SKIP() << "this processor has no AVX-512";
-    expect_conversions_equal_the_slow_ones(call_on_avx512<convert<QORFloat16>>,
-                                           call_on_avx512<convert<float>>);
-}
-
-#endif
 
 }  // namespace
 }  // namespace texprobe

@@ -2,5 +2,4 @@
 
 #define TEXPROBE_PORTABLE_LOOPS
 #define Dispatch PortableDispatch
-#define DispatchAgainstSlowComparison PortableDispatchAgainstSlowComparison
 #include "dispatch_test.cpp"  // NOLINT(bugprone-suspicious-include)

@@ -8,7 +8,6 @@
 
 #include <cstddef>
 #include <new>
-#include <random>
 
 namespace texprobe::tests {
 
@@ -29,9 +28,8 @@ public:
         if (mapping == MAP_FAILED) throw std::bad_alloc();
         mapping_ = static_cast<unsigned char*>(mapping);
         // Systems differ in what mprotect returns for zero pages.
-        if (accessible_ > 0 &&
-            mprotect(mapping_ + page_, accessible_, PROT_READ | PROT_WRITE) != 0) {
-            munmap(mapping_, accessible_ + 2 * page_);
+        if (accessible_ == 0) return;
+        if (mprotect(mapping_ + page_, accessible_, PROT_READ | PROT_WRITE) != 0) {
             throw std::bad_alloc();
         }
     }
@@ -42,17 +40,6 @@ public:
     std::size_t size() const { return size_; }
     unsigned char* data() { return mapping_ + page_ + accessible_ - size_; }
     const unsigned char* data() const { return mapping_ + page_ + accessible_ - size_; }
-
-    /// The image as elements; `size` must be a multiple of the element's.
-    template <typename Element>
-    Element* elements() {
-        return static_cast<Element*>(static_cast<void*>(data()));
-    }
-
-    void fill_randomly(unsigned seed) {
-        std::mt19937 bits(seed);
-        for (std::size_t i = 0; i < size_; ++i) data()[i] = static_cast<unsigned char>(bits());
-    }
 
 private:
     std::size_t size_;

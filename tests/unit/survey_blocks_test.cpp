@@ -1,12 +1,12 @@
 // Blocks of compressed formats with one color: bytes worked out by hand from the formats'
-// documents, and slow decoders of all their texels.
+// documents. In tests/gl, Mesa decodes the blocks of all colors of the pattern.
 
 #include <gtest/gtest.h>
 
 #include <cstdio>
 #include <set>
+#include <vector>
 
-#include "decoded_blocks.h"
 #include "pixels/compressed_blocks.h"
 
 namespace texprobe::survey {
@@ -68,6 +68,15 @@ TEST(SurveyBlocks, of_eac_have_eleven_bits_by_a_modifier) {
     EXPECT_EQ(block_in_hex("GL_COMPRESSED_R11_EAC", {1, 0, 0, 0}), "FF 0E 92 49 24 92 49 24");
     EXPECT_EQ(block_in_hex("GL_COMPRESSED_RG11_EAC", {0, 1028 / 2047.0, 0, 0}),
               "00 0E 00 00 00 00 00 00 80 0D 92 49 24 92 49 24");
+    // Less than the tolerance: from -4 to 3 around the middle of the base's unit, 128 * 8 + 4.
+    const char* const modified[] = {"80 0E 00 00 00 00 00 00", "80 0D 49 24 92 49 24 92",
+                                    "80 0D 24 92 49 24 92 49", "80 0D 00 00 00 00 00 00",
+                                    "80 0D 92 49 24 92 49 24", "80 0D B6 DB 6D B6 DB 6D",
+                                    "80 0D DB 6D B6 DB 6D B6", "80 0E 92 49 24 92 49 24"};
+    for (int i = 0; i < 8; ++i) {
+        EXPECT_EQ(block_in_hex("GL_COMPRESSED_R11_EAC", {(1024 + i) / 2047.0, 0, 0, 0}),
+                  modified[i]);
+    }
     // The lowest of signed ones is -1019: -127 * 8 - 3.
     EXPECT_EQ(block_in_hex("GL_COMPRESSED_SIGNED_R11_EAC", {-1, 0, 0, 0}),
               "81 0D 49 24 92 49 24 92");
@@ -81,24 +90,11 @@ TEST(SurveyBlocks, of_astc_are_void_extents) {
     }
 }
 
-TEST(SurveyBlocks, are_decoded_to_the_color_that_they_were_made_of) {
+TEST(SurveyBlocks, are_of_many_colors) {
     for (const Format& format : formats()) {
         if (!format.is_compressed()) continue;
         std::set<Texel> colors;
-        for (int i = 0; i < 32 * 32; ++i) {
-            const Texel color = block_pattern(format, i % 32, i / 32);
-            colors.insert(color);
-            const BlockBytes bytes = blocks_of(format, {1, 1, {color}});
-            ASSERT_EQ(bytes.size(), static_cast<std::size_t>(format.block.bytes)) << format.name;
-            for (Texel texel : decode_block(format, bytes.data())) {
-                for (std::size_t c = 0; c < 4; ++c) {
-                    if (!format.has(c)) continue;
-                    const bool isSrgb = format.kind_of(c) == Kind::kSrgb;
-                    const double expected = isSrgb ? linear_to_srgb(color[c]) : color[c];
-                    ASSERT_NEAR(texel[c], expected, 1e-9) << format.name << ' ' << i << ' ' << c;
-                }
-            }
-        }
+        for (int i = 0; i < 32 * 32; ++i) colors.insert(block_pattern(format, i % 32, i / 32));
         // With one bit of alpha, half of them are transparent.
         EXPECT_GE(colors.size(), 120u) << format.name;
     }

@@ -4,10 +4,13 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 #include <map>
 #include <set>
 #include <sstream>
+#include <string>
+#include <vector>
 
 #include "gl_numbers.h"
 #include "pixels/sent_texels.h"
@@ -16,19 +19,13 @@
 namespace texprobe::survey {
 namespace {
 
-using testing::ElementsAre;
-
-const Format& format_named(const char* name) {
-    return *find_format(name);
-}
-
 Layout layout_named(const char* format, const char* type) {
     return find_layout(format, type).value();
 }
 
 std::string layouts_text(const char* name) {
     std::string text;
-    for (const Layout& layout : layouts_of(format_named(name))) text += name_of(layout) + "; ";
+    for (const Layout& layout : layouts_of(*find_format(name))) text += name_of(layout) + "; ";
     return text;
 }
 
@@ -126,21 +123,21 @@ TEST(SurveyLayouts, of_opengl_es_are_the_rows_of_its_table) {
     EXPECT_EQ(rows, expected);
 }
 
-TEST(SurveyLayouts, have_those_of_the_tool) {
+TEST(SurveyLayouts, have_those_of_the_formats_of_the_tool) {
     for (const texprobe::Format& row : texprobe::kFormats) {
         const Layout ofTool = {static_cast<unsigned>(row.order), static_cast<unsigned>(row.type)};
-        for (const Format& format : formats()) {
-            if (format.value != row.internalFormat) continue;
-            EXPECT_TRUE(has_question(format, {Use::kUpload, ofTool}, Profile::kCompatibility))
-                << row.name;
-        }
+        const auto isAsked = [&](const Format& format) {
+            return format.value == row.internalFormat &&
+                   has_question(format, {Use::kUpload, ofTool}, Profile::kCompatibility);
+        };
+        EXPECT_EQ(std::count_if(formats().begin(), formats().end(), isAsked), 1) << row.name;
     }
 }
 
 std::string asked(const char* name, const Layout& layout, Profile profile) {
     std::string text;
     for (const Use use : kUses) {
-        if (has_question(format_named(name), {use, layout}, profile)) {
+        if (has_question(*find_format(name), {use, layout}, profile)) {
             text += std::string(name_of(use)) + ' ';
         }
     }
@@ -166,7 +163,7 @@ TEST(SurveyQuestions, are_only_those_that_a_context_can_be_asked) {
     EXPECT_EQ(asked("GL_LUMINANCE8", luminance, Profile::kCore), "");
     EXPECT_EQ(asked("GL_LUMINANCE8", luminance, Profile::kCompatibility),
               uploads + reads + "get get_buffer ");
-    EXPECT_EQ(questions_of(format_named("GL_R8"), Profile::kCore).size(), 6u + 10);
+    EXPECT_EQ(questions_of(*find_format("GL_R8"), Profile::kCore).size(), 6u + 10);
     for (const Format& format : formats()) {
         for (const Profile profile : kProfiles) {
             EXPECT_EQ(count_questions(format, profile), questions_of(format, profile).size())
@@ -180,7 +177,7 @@ TEST(SurveyQuestions, of_reading_are_promised_by_opengl_es_in_one_layout_only) {
     const ContextFacts core = {Profile::kCore, 45, {}};
     const auto who = [](const ContextFacts& facts, const char* name, const char* format,
                         const char* type) {
-        return who_promises(facts, format_named(name), {Use::kRead, layout_named(format, type)});
+        return who_promises(facts, *find_format(name), {Use::kRead, layout_named(format, type)});
     };
     EXPECT_EQ(who(es32, "GL_R8", "GL_RGBA", "GL_UNSIGNED_BYTE"), "OpenGL ES 3.0");
     EXPECT_EQ(who(es32, "GL_R8", "GL_RED", "GL_UNSIGNED_BYTE"), "");
@@ -195,52 +192,72 @@ TEST(SurveyQuestions, of_reading_are_promised_by_opengl_es_in_one_layout_only) {
     EXPECT_EQ(who(withBgra, "GL_RGBA8", "GL_BGRA", "GL_UNSIGNED_BYTE"), "GL_EXT_read_format_bgra");
 }
 
-std::vector<unsigned> bytes_in(const char* name, const char* format, const char* type,
-                               const Texel& texel) {
-    std::vector<unsigned char> bytes;
-    const TexelCodec codec(format_named(name), layout_named(format, type));
-    codec.append_texel(texel, &bytes);
-    EXPECT_EQ(bytes.size(), codec.texel_size());
-    return {bytes.begin(), bytes.end()};
+/// The lowest byte first.
+std::vector<unsigned> bytes_of_word(unsigned word) {
+    return {word & 255, word >> 8 & 255, word >> 16 & 255, word >> 24};
 }
 
-TEST(SurveyBytes, are_packed_as_the_type_says) {
-    // The first component has the highest bits: 31 << 11 | 1 << 5 | 2.
-    EXPECT_THAT(
-        bytes_in("GL_RGB565", "GL_RGB", "GL_UNSIGNED_SHORT_5_6_5", {1, 1 / 63.0, 2 / 31.0, 0}),
-        ElementsAre(0x22, 0xF8));
-    EXPECT_THAT(
-        bytes_in("GL_RGB5_A1", "GL_RGBA", "GL_UNSIGNED_SHORT_5_5_5_1", {1 / 31.0, 0, 3 / 31.0, 1}),
-        ElementsAre(0x07, 0x08));
-    EXPECT_THAT(bytes_in("GL_RGBA4", "GL_RGBA", "GL_UNSIGNED_SHORT_4_4_4_4",
-                         {1 / 15.0, 2 / 15.0, 3 / 15.0, 4 / 15.0}),
-                ElementsAre(0x34, 0x12));
-    // Blue has the lowest bits.
-    EXPECT_THAT(bytes_in("GL_RGBA8", "GL_BGRA", "GL_UNSIGNED_INT_8_8_8_8_REV",
-                         {1 / 255.0, 2 / 255.0, 3 / 255.0, 4 / 255.0}),
-                ElementsAre(3, 2, 1, 4));
-    EXPECT_THAT(
-        bytes_in("GL_RGB10_A2", "GL_BGRA", "GL_UNSIGNED_INT_2_10_10_10_REV", {0, 0, 5 / 1023.0, 1}),
-        ElementsAre(5, 0, 0, 0xC0));
-    EXPECT_THAT(bytes_in("GL_RGB8", "GL_BGR", "GL_UNSIGNED_BYTE", {1, 0, 2 / 255.0, 0}),
-                ElementsAre(2, 0, 255));
-}
-
-TEST(SurveyBytes, of_small_floats_have_their_bits) {
-    // 1.5 is 0 01111 1000000000, and -0.75 is 1 01110 1000000000.
-    EXPECT_THAT(bytes_in("GL_RG16F", "GL_RG", "GL_HALF_FLOAT", {1.5, -0.75, 0, 0}),
-                ElementsAre(0x00, 0x3E, 0x00, 0xBA));
-    // 1 is 01111 000000 (0x3C0), 3 is 10000 100000 (0x420), and 0.5 in ten bits 01110 00000
-    // (0x1C0).
-    const unsigned word = 0x3C0u | 0x420u << 11 | 0x1C0u << 22;
-    EXPECT_THAT(
-        bytes_in("GL_R11F_G11F_B10F", "GL_RGB", "GL_UNSIGNED_INT_10F_11F_11F_REV", {1, 3, 0.5, 0}),
-        ElementsAre(word & 255, word >> 8 & 255, word >> 16 & 255, word >> 24));
+TEST(SurveyBytes, are_those_of_the_layout) {
+    // 3 is 10000 100000 in eleven bits, and 0.5 is 01110 00000 in ten.
+    const unsigned packed = 0x3C0u | 0x420u << 11 | 0x1C0u << 22;
     // 1 is 256/512 * 2^1, which is exponent 16; the unit is then 1/256.
     const unsigned shared = 256u | 128u << 9 | 1u << 18 | 16u << 27;
-    EXPECT_THAT(
-        bytes_in("GL_RGB9_E5", "GL_RGB", "GL_UNSIGNED_INT_5_9_9_9_REV", {1, 0.5, 1 / 256.0, 0}),
-        ElementsAre(shared & 255, shared >> 8 & 255, shared >> 16 & 255, shared >> 24));
+    const struct {
+        const char* format;
+        std::string layout;  ///< "" for the plain one.
+        Texel texel;
+        std::vector<unsigned> bytes;
+    } rows[] = {
+        {"GL_RGBA8", "", {1, 0, 128 / 255.0, 1 / 255.0}, {255, 0, 128, 1}},
+        {"GL_BGRA8_EXT", "", {1, 0, 128 / 255.0, 1 / 255.0}, {128, 0, 255, 1}},
+        {"GL_RG8_SNORM", "", {-1, 1 / 127.0, 0, 0}, {0x81, 1}},
+        {"GL_R16", "", {0x1234 / 65535.0, 0, 0, 0}, {0x34, 0x12}},
+        {"GL_R32I", "", {-2, 0, 0, 0}, {0xFE, 0xFF, 0xFF, 0xFF}},
+        {"GL_R16F", "", {1, 0, 0, 0}, {0, 0, 0x80, 0x3F}},
+        // 3 in two bits, then 0, 1 and 1023 in ten each: 0xC0000000 | 1 << 10 | 1023.
+        {"GL_RGB10_A2UI", "", {1023, 1, 0, 3}, {0xFF, 0x07, 0, 0xC0}},
+        {"GL_DEPTH24_STENCIL8", "", {1, 0, 0, 0}, {0x5A, 0xFF, 0xFF, 0xFF}},
+        {"GL_DEPTH_COMPONENT24", "", {1, 0, 0, 0}, {0xFF, 0xFF, 0xFF, 0xFF}},
+        {"GL_LUMINANCE8_ALPHA8", "", {1, 0, 0, 2 / 255.0}, {255, 2}},
+        // 188 of 255 on sRGB's curve.
+        {"GL_SRGB8", "", {0.502886, 0, 1, 0}, {188, 0, 255}},
+        // The first component has the highest bits: 31 << 11 | 1 << 5 | 2.
+        {"GL_RGB565", "GL_RGB GL_UNSIGNED_SHORT_5_6_5", {1, 1 / 63.0, 2 / 31.0, 0}, {0x22, 0xF8}},
+        {"GL_RGB5_A1", "GL_RGBA GL_UNSIGNED_SHORT_5_5_5_1", {1 / 31.0, 0, 3 / 31.0, 1}, {7, 8}},
+        {"GL_RGBA4",
+         "GL_RGBA GL_UNSIGNED_SHORT_4_4_4_4",
+         {1 / 15.0, 2 / 15.0, 3 / 15.0, 4 / 15.0},
+         {0x34, 0x12}},
+        // Blue has the lowest bits.
+        {"GL_RGBA8",
+         "GL_BGRA GL_UNSIGNED_INT_8_8_8_8_REV",
+         {1 / 255.0, 2 / 255.0, 3 / 255.0, 4 / 255.0},
+         {3, 2, 1, 4}},
+        {"GL_RGB10_A2",
+         "GL_BGRA GL_UNSIGNED_INT_2_10_10_10_REV",
+         {0, 0, 5 / 1023.0, 1},
+         {5, 0, 0, 0xC0}},
+        {"GL_RGB8", "GL_BGR GL_UNSIGNED_BYTE", {1, 0, 2 / 255.0, 0}, {2, 0, 255}},
+        // 1.5 is 0 01111 1000000000, and -0.75 is 1 01110 1000000000.
+        {"GL_RG16F", "GL_RG GL_HALF_FLOAT", {1.5, -0.75, 0, 0}, {0x00, 0x3E, 0x00, 0xBA}},
+        {"GL_R11F_G11F_B10F",
+         "GL_RGB GL_UNSIGNED_INT_10F_11F_11F_REV",
+         {1, 3, 0.5, 0},
+         bytes_of_word(packed)},
+        {"GL_RGB9_E5",
+         "GL_RGB GL_UNSIGNED_INT_5_9_9_9_REV",
+         {1, 0.5, 1 / 256.0, 0},
+         bytes_of_word(shared)}};
+    for (const auto& [name, names, texel, expected] : rows) {
+        const Format& format = *find_format(name);
+        const std::size_t blank = names.find(' ');
+        const Layout layout =
+            names.empty() ? plain_layout(format)
+                          : find_layout(names.substr(0, blank), names.substr(blank + 1)).value();
+        const auto bytes = bytes_of(format, layout, {1, 1, {texel}});
+        EXPECT_THAT(bytes, testing::ElementsAreArray(expected)) << name << ' ' << names;
+        EXPECT_EQ(bytes.size(), TexelCodec(format, layout).texel_size()) << name;
+    }
 }
 
 TEST(SurveyBytes, are_read_as_they_were_written) {
@@ -264,7 +281,7 @@ TEST(SurveyBytes, are_read_as_they_were_written) {
     }
     // The smallest half, an infinity, and the smallest packed floats.
     const unsigned char halves[] = {0x01, 0x00, 0x00, 0xFC};
-    const TexelCodec codec(format_named("GL_RG16F"), layout_named("GL_RG", "GL_HALF_FLOAT"));
+    const TexelCodec codec(*find_format("GL_RG16F"), layout_named("GL_RG", "GL_HALF_FLOAT"));
     const Texel read = codec.read_texel(halves);
     EXPECT_EQ(read[0], std::ldexp(1, -24));
     EXPECT_EQ(read[1], -HUGE_VAL);
@@ -294,7 +311,7 @@ TEST(SurveyTransfer, is_the_same_step_in_as_many_bits_and_less_than_one_in_other
 
 TEST(SurveyTransfer, sends_every_value_of_eight_bits_and_the_smallest_and_largest_steps) {
     const auto sent = [](const char* name, const char* format, const char* type) {
-        const SentTexels texels(format_named(name), layout_named(format, type));
+        const SentTexels texels(*find_format(name), layout_named(format, type));
         std::set<double> values;
         for (int i = 0; i < 128 * 128; ++i) values.insert(texels.at(0, i % 128, i / 128)[0]);
         return values;
@@ -307,7 +324,7 @@ TEST(SurveyTransfer, sends_every_value_of_eight_bits_and_the_smallest_and_larges
 }
 
 TEST(SurveyTransfer, lies_in_memory_as_it_is_told_and_leaves_the_rest) {
-    const Format& format = format_named("GL_R8");
+    const Format& format = *find_format("GL_R8");
     const Layout layout = layout_named("GL_RED", "GL_UNSIGNED_BYTE");
     const SentTexels sent(format, layout);
     ImageMemory memory({3, 2, 5, 1, 2, 7}, sent.codec());

@@ -1,16 +1,13 @@
-// What the survey's formats hold, the pattern, the tolerances, and the bytes that are sent.
+// What the survey's formats hold, the pattern, and the tolerances.
 // Expected values are worked out by hand from OpenGL's documents.
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <cmath>
-#include <cstdint>
-#include <cstring>
 #include <set>
 
 #include "pixels/compressed_blocks.h"
-#include "pixels/texel_bytes.h"
 #include "pixels/texels.h"
 
 namespace texprobe::survey {
@@ -18,12 +15,8 @@ namespace {
 
 using testing::ElementsAre;
 
-const Format& texel_row(const char* name) {
-    return *find_format(name);
-}
-
 double quantized(const char* name, double value) {
-    return quantize(texel_row(name), {value, value, value, value})[0];
+    return quantize(*find_format(name), {value, value, value, value})[0];
 }
 
 TEST(SurveyQuantize, gives_the_nearest_step_of_normalized_formats) {
@@ -34,9 +27,9 @@ TEST(SurveyQuantize, gives_the_nearest_step_of_normalized_formats) {
     EXPECT_DOUBLE_EQ(quantized("GL_R8_SNORM", -2), -1);
     EXPECT_DOUBLE_EQ(quantized("GL_R16", 1 / 3.0), 21845 / 65535.0);
     EXPECT_DOUBLE_EQ(quantized("GL_RGBA4", 0.49), 7 / 15.0);
-    EXPECT_THAT(quantize(texel_row("GL_RGB5_A1"), {0.5, 0.1, 0.9, 0.6}),
+    EXPECT_THAT(quantize(*find_format("GL_RGB5_A1"), {0.5, 0.1, 0.9, 0.6}),
                 ElementsAre(16 / 31.0, 3 / 31.0, 28 / 31.0, 1));
-    EXPECT_THAT(quantize(texel_row("GL_RG8"), {1, 1, 1, 1}), ElementsAre(1, 1, 0, 0));
+    EXPECT_THAT(quantize(*find_format("GL_RG8"), {1, 1, 1, 1}), ElementsAre(1, 1, 0, 0));
 }
 
 TEST(SurveyQuantize, keeps_integers_in_their_range) {
@@ -44,7 +37,7 @@ TEST(SurveyQuantize, keeps_integers_in_their_range) {
     EXPECT_EQ(quantized("GL_R8I", -300), -128);
     EXPECT_EQ(quantized("GL_R32UI", 4294967295.0), 4294967295.0);
     EXPECT_EQ(quantized("GL_R32I", -2147483648.0), -2147483648.0);
-    EXPECT_EQ(quantize(texel_row("GL_RGB10_A2UI"), {2000, 1, 2, 9})[3], 3);
+    EXPECT_EQ(quantize(*find_format("GL_RGB10_A2UI"), {2000, 1, 2, 9})[3], 3);
 }
 
 TEST(SurveyQuantize, rounds_floats_to_their_mantissa) {
@@ -53,18 +46,17 @@ TEST(SurveyQuantize, rounds_floats_to_their_mantissa) {
     EXPECT_EQ(quantized("GL_R16F", 1 + 0.4 / 1024), 1);
     EXPECT_EQ(quantized("GL_R16F", -2051), -2052);
     // Eleven bits have 1/64 there, ten 1/32, and neither has a sign.
-    EXPECT_EQ(quantize(texel_row("GL_R11F_G11F_B10F"), {1.01, -3, 1.02, 0})[0], 1 + 1 / 64.0);
-    EXPECT_EQ(quantize(texel_row("GL_R11F_G11F_B10F"), {1.01, -3, 1.02, 0})[1], 0);
-    EXPECT_EQ(quantize(texel_row("GL_R11F_G11F_B10F"), {1.01, -3, 1.02, 0})[2], 1 + 1 / 32.0);
+    EXPECT_THAT(quantize(*find_format("GL_R11F_G11F_B10F"), {1.01, -3, 1.02, 0}),
+                ElementsAre(1 + 1 / 64.0, 0, 1 + 1 / 32.0, 0));
     EXPECT_EQ(quantized("GL_R32F", 0.1), static_cast<double>(0.1F));
 }
 
 TEST(SurveyQuantize, shares_the_exponent_of_the_largest) {
     // The largest is 1 = 256/512 * 2^1, so the unit is 1/256.
-    EXPECT_THAT(quantize(texel_row("GL_RGB9_E5"), {1, 0.001, 0.003, 0}),
+    EXPECT_THAT(quantize(*find_format("GL_RGB9_E5"), {1, 0.001, 0.003, 0}),
                 ElementsAre(1, 0, 1 / 256.0, 0));
     // 511.6/512 rounds to 512, which needs the next exponent.
-    EXPECT_THAT(quantize(texel_row("GL_RGB9_E5"), {511.6 / 512, 3 / 512.0, 0, 0}),
+    EXPECT_THAT(quantize(*find_format("GL_RGB9_E5"), {511.6 / 512, 3 / 512.0, 0, 0}),
                 ElementsAre(1, 2 / 256.0, 0, 0));
     // The largest value of all.
     EXPECT_EQ(quantized("GL_RGB9_E5", 1e9), 65408);
@@ -75,7 +67,7 @@ TEST(SurveyQuantize, takes_the_steps_of_srgb_on_its_curve_and_of_its_alpha_not) 
     EXPECT_NEAR(quantized("GL_SRGB8", 0.499), 0.496933, 1e-6);
     EXPECT_NEAR(quantized("GL_SRGB8", 0.5), 0.502886, 1e-6);
     EXPECT_NEAR(srgb_to_linear(10 / 255.0), 10 / 255.0 / 12.92, 1e-12);
-    EXPECT_NEAR(quantize(texel_row("GL_SRGB8_ALPHA8"), {0, 0, 0, 0.5})[3], 128 / 255.0, 1e-12);
+    EXPECT_NEAR(quantize(*find_format("GL_SRGB8_ALPHA8"), {0, 0, 0, 0.5})[3], 128 / 255.0, 1e-12);
 }
 
 TEST(SurveyPattern, is_held_exactly_by_every_format) {
@@ -98,7 +90,7 @@ TEST(SurveyPattern, has_every_value_of_small_components_but_the_lowest_signed_on
     const auto values = [](const char* name, std::size_t component) {
         std::set<double> found;
         for (int i = 0; i < 64 * 64; ++i) {
-            found.insert(pattern(texel_row(name), i % 64, i / 64)[component]);
+            found.insert(pattern(*find_format(name), i % 64, i / 64)[component]);
         }
         return found;
     };
@@ -131,20 +123,20 @@ TEST(SurveyPattern, is_split_into_two_that_the_format_holds_and_that_add_up) {
         }
     }
     // 255 is 127 and 128; -3 is -1 and -2.
-    EXPECT_DOUBLE_EQ(split(texel_row("GL_R8"), {1, 0, 0, 0})[0][0], 127 / 255.0);
-    EXPECT_DOUBLE_EQ(split(texel_row("GL_R8_SNORM"), {-3 / 127.0, 0, 0, 0})[0][0], -1 / 127.0);
-    EXPECT_EQ(split(texel_row("GL_R16F"), {3, 0, 0, 0})[1][0], 1.5);
+    EXPECT_DOUBLE_EQ(split(*find_format("GL_R8"), {1, 0, 0, 0})[0][0], 127 / 255.0);
+    EXPECT_DOUBLE_EQ(split(*find_format("GL_R8_SNORM"), {-3 / 127.0, 0, 0, 0})[0][0], -1 / 127.0);
+    EXPECT_EQ(split(*find_format("GL_R16F"), {3, 0, 0, 0})[1][0], 1.5);
 }
 
 TEST(SurveyTolerance, is_a_step_of_normalized_formats_and_nothing_of_others) {
     const double lastBit = std::ldexp(1, -24);
     const auto allowed = [](const char* name, double value) {
-        return tolerance(texel_row(name), 0, {value, 0, 0, 0});
+        return tolerance(*find_format(name), 0, {value, 0, 0, 0});
     };
     EXPECT_DOUBLE_EQ(allowed("GL_R8", 0.5), 1 / 255.0 + lastBit);
     EXPECT_DOUBLE_EQ(allowed("GL_R16_SNORM", -0.5), 1 / 32767.0 + lastBit);
     EXPECT_DOUBLE_EQ(allowed("GL_RGB565", 0.5), 1 / 31.0 + lastBit);
-    EXPECT_DOUBLE_EQ(tolerance(texel_row("GL_RGB10_A2"), 3, {0, 0, 0, 1}), 1 / 3.0 + lastBit);
+    EXPECT_DOUBLE_EQ(tolerance(*find_format("GL_RGB10_A2"), 3, {0, 0, 0, 1}), 1 / 3.0 + lastBit);
     EXPECT_EQ(allowed("GL_R16F", 0.5), 0);
     EXPECT_EQ(allowed("GL_R32UI", 5), 0);
     EXPECT_EQ(allowed("GL_RGB9_E5", 1), 0);
@@ -152,50 +144,21 @@ TEST(SurveyTolerance, is_a_step_of_normalized_formats_and_nothing_of_others) {
     EXPECT_NEAR(allowed("GL_SRGB8", 0.496933), 0.502886 - 0.496933, 1e-6);
     EXPECT_NEAR(allowed("GL_SRGB8", 1), 1 - 0.991102, 1e-6);
     // An absent component is what it is.
-    EXPECT_EQ(tolerance(texel_row("GL_R8"), 3, {0, 0, 0, 1}), lastBit);
-    EXPECT_DOUBLE_EQ(tolerance(texel_row("GL_LUMINANCE8"), 2, {1, 1, 1, 1}), 1 / 255.0 + lastBit);
+    EXPECT_EQ(tolerance(*find_format("GL_R8"), 3, {0, 0, 0, 1}), lastBit);
+    EXPECT_DOUBLE_EQ(tolerance(*find_format("GL_LUMINANCE8"), 2, {1, 1, 1, 1}),
+                     1 / 255.0 + lastBit);
 }
 
 TEST(SurveyStep, is_the_distance_to_the_next_value) {
-    EXPECT_EQ(step(texel_row("GL_R16F"), 0, {3, 0, 0, 0}), 2 / 1024.0);
-    EXPECT_EQ(step(texel_row("GL_R11F_G11F_B10F"), 2, {0, 0, 0.75, 0}), 0.5 / 32);
-    EXPECT_EQ(step(texel_row("GL_RGB9_E5"), 1, {1, 0.1, 0, 0}), 1 / 256.0);
+    EXPECT_EQ(step(*find_format("GL_R16F"), 0, {3, 0, 0, 0}), 2 / 1024.0);
+    EXPECT_EQ(step(*find_format("GL_R11F_G11F_B10F"), 2, {0, 0, 0.75, 0}), 0.5 / 32);
+    EXPECT_EQ(step(*find_format("GL_RGB9_E5"), 1, {1, 0.1, 0, 0}), 1 / 256.0);
 }
 
 TEST(SurveySample, has_luminance_thrice_and_alpha_where_there_is_none) {
-    EXPECT_THAT(as_sampled(texel_row("GL_RG8"), {0.1, 0.2, 0, 0}), ElementsAre(0.1, 0.2, 0, 1));
-    EXPECT_THAT(as_sampled(texel_row("GL_LUMINANCE8_ALPHA8"), {0.1, 0, 0, 0.4}),
+    EXPECT_THAT(as_sampled(*find_format("GL_RG8"), {0.1, 0.2, 0, 0}), ElementsAre(0.1, 0.2, 0, 1));
+    EXPECT_THAT(as_sampled(*find_format("GL_LUMINANCE8_ALPHA8"), {0.1, 0, 0, 0.4}),
                 ElementsAre(0.1, 0.1, 0.1, 0.4));
-}
-
-/// One texel's bytes, in the order of memory.
-std::vector<unsigned> bytes_of_one(const char* name, const Texel& texel) {
-    const Format& format = texel_row(name);
-    std::vector<unsigned> bytes;
-    for (const unsigned char byte : bytes_of(format, plain_layout(format), {1, 1, {texel}})) {
-        bytes.push_back(byte);
-    }
-    return bytes;
-}
-
-TEST(SurveyBytes, are_those_of_the_layout) {
-    EXPECT_THAT(bytes_of_one("GL_RGBA8", {1, 0, 128 / 255.0, 1 / 255.0}),
-                ElementsAre(255, 0, 128, 1));
-    EXPECT_THAT(bytes_of_one("GL_BGRA8_EXT", {1, 0, 128 / 255.0, 1 / 255.0}),
-                ElementsAre(128, 0, 255, 1));
-    EXPECT_THAT(bytes_of_one("GL_RG8_SNORM", {-1, 1 / 127.0, 0, 0}), ElementsAre(0x81, 1));
-    EXPECT_THAT(bytes_of_one("GL_R16", {0x1234 / 65535.0, 0, 0, 0}), ElementsAre(0x34, 0x12));
-    EXPECT_THAT(bytes_of_one("GL_R32I", {-2, 0, 0, 0}), ElementsAre(0xFE, 0xFF, 0xFF, 0xFF));
-    EXPECT_THAT(bytes_of_one("GL_R16F", {1, 0, 0, 0}), ElementsAre(0, 0, 0x80, 0x3F));
-    // 3 in two bits, then 0, 1 and 1023 in ten each: 0xC0000000 | 1 << 10 | 1023.
-    EXPECT_THAT(bytes_of_one("GL_RGB10_A2UI", {1023, 1, 0, 3}), ElementsAre(0xFF, 0x07, 0, 0xC0));
-    EXPECT_THAT(bytes_of_one("GL_DEPTH24_STENCIL8", {1, 0, 0, 0}),
-                ElementsAre(0x5A, 0xFF, 0xFF, 0xFF));
-    EXPECT_THAT(bytes_of_one("GL_DEPTH_COMPONENT24", {1, 0, 0, 0}),
-                ElementsAre(0xFF, 0xFF, 0xFF, 0xFF));
-    EXPECT_THAT(bytes_of_one("GL_LUMINANCE8_ALPHA8", {1, 0, 0, 2 / 255.0}), ElementsAre(255, 2));
-    // The 188th step of sRGB's curve, see above.
-    EXPECT_THAT(bytes_of_one("GL_SRGB8", {0.502886, 0, 1, 0}), ElementsAre(188, 0, 255));
 }
 
 }  // namespace
