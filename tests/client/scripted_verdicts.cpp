@@ -4,7 +4,6 @@
 
 #include <chrono>
 #include <set>
-#include <sstream>
 
 #include "support/formats.h"
 
@@ -44,6 +43,7 @@ ScriptedVerdicts::ScriptedVerdicts() {
 }
 
 ScriptedVerdicts::~ScriptedVerdicts() {
+    verdicts_.reset();
     const std::string printed = testing::internal::GetCapturedStdout();
     // GoogleTest says there why it skips.
     if (!testing::Test::IsSkipped()) {
@@ -54,23 +54,18 @@ ScriptedVerdicts::~ScriptedVerdicts() {
     EXPECT_EQ(tools(), std::vector<pid_t>());
 }
 
-std::string ScriptedVerdicts::verdict(const std::string& application, const std::string& key,
-                                      bool verdict) {
-    return "set " + application + " " + key + (verdict ? " true" : " false") + "\n";
-}
-
-std::string ScriptedVerdicts::complete_set(const std::string& application,
-                                           const std::string& renderer, const std::string& except) {
-    std::string lines = "set " + application + " VERSION number 0.21\n";
+std::string ScriptedVerdicts::complete_set(const std::string& except,
+                                           const std::string& application,
+                                           const std::string& renderer) {
+    const std::string set = "set " + application + " ";
+    std::string lines = set + "VERSION number 0.21\n";
     for (const Format& format : kFormats) {
         for (const char* capability : kCapabilities) {
-            lines += verdict(application, std::string(format.name) + "_" + capability, true);
+            lines += set + format.name + "_" + capability + " true\n";
         }
     }
-    lines += "set " + application + " GL_VENDOR text Vendor\n";
-    lines += "set " + application + " GL_VERSION text 2.1 Version\n";
-    lines += "set " + application + " GL_RENDERER text " + renderer + "\n";
-    return lines + except + "sync " + application + "\n";
+    return lines + set + "GL_VENDOR text Vendor\n" + set + "GL_VERSION text 2.1 Version\n" + set +
+           "GL_RENDERER text " + renderer + "\n" + except + "sync " + application + "\n";
 }
 
 void ScriptedVerdicts::record(const std::string& lines) const {
@@ -80,18 +75,41 @@ void ScriptedVerdicts::record(const std::string& lines) const {
     std::filesystem::remove(folder_.path() / "runs");
 }
 
-texprobe_verdicts* ScriptedVerdicts::open(int limit) {
-    const texprobe_options options = {sizeof options, tool_.c_str(), limit, write_log, this, 0,
-                                      nullptr};
-    return texprobe_verdicts_open(&options);
+void ScriptedVerdicts::be_in(const char* version, int profile, const char* vendor,
+                             const char* renderer) {
+    machine().version = version;
+    machine().profile = profile;
+    machine().vendor = vendor;
+    machine().renderer = renderer;
 }
 
-texprobe_state ScriptedVerdicts::measure(int limit) {
-    texprobe_verdicts* verdicts = open(limit);
-    const texprobe_state state = texprobe_verdicts_wait(verdicts, -1);
-    reason_ = texprobe_verdicts_reason(verdicts);
-    texprobe_verdicts_close(verdicts);
+texprobe_options ScriptedVerdicts::options(int limit) {
+    return {sizeof(texprobe_options), tool_.c_str(), limit, write_log, this, 0, nullptr};
+}
+
+void ScriptedVerdicts::open(int limit) {
+    const texprobe_options wish = options(limit);
+    verdicts_.emplace(&wish);
+}
+
+texprobe_state ScriptedVerdicts::measure(const texprobe_options& options) {
+    verdicts_.emplace(&options);
+    const texprobe_state state = verdicts_->wait();
+    reason_ = verdicts_->reason();
     return state;
+}
+
+std::vector<double> ScriptedVerdicts::progress_until_over() {
+    std::vector<double> seen;
+    while (verdicts_->wait(20) == TEXPROBE_MEASURING) {
+        const double progress = verdicts_->progress();
+        if (seen.empty() || progress != seen.back()) seen.push_back(progress);
+    }
+    return seen;
+}
+
+void ScriptedVerdicts::await_tool() const {
+    while (tools().empty()) std::this_thread::sleep_for(std::chrono::milliseconds(1));
 }
 
 void ScriptedVerdicts::write_log(void* user, const char* line) {

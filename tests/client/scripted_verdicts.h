@@ -7,6 +7,7 @@
 #include <sys/types.h>
 
 #include <mutex>
+#include <optional>
 #include <string>
 #include <thread>
 #include <vector>
@@ -14,6 +15,7 @@
 #include "TexProbeVerdicts.h"
 #include "doubles/scripted_machine.h"
 #include "records_of_test.h"
+#include "support/answers.h"
 #include "support/tool_folder.h"
 
 namespace texprobe::tests {
@@ -29,12 +31,21 @@ protected:
     ScriptedVerdicts();
     ~ScriptedVerdicts() override;
 
-    /// The lines of a script that records a complete set with these strings: every verdict is yes,
-    /// but for what `except` says.
-    static std::string complete_set(const std::string& application, const std::string& renderer,
-                                    const std::string& except = "");
-    static std::string verdict(const std::string& application, const std::string& key,
-                               bool verdict);
+    // Lines of a script.
+
+    /// Records a complete set with these strings: every verdict is yes, but for what `except` says.
+    static std::string complete_set(const std::string& except = "",
+                                    const std::string& application = kFirst,
+                                    const std::string& renderer = "Renderer");
+    static std::string no(const std::string& key) { return set_of_first(key, "false"); }
+    static std::string old_version() { return set_of_first("VERSION", "number 0.2"); }
+    static std::string removed(const std::string& key) {
+        return std::string("removed ") + kFirst + " " + key + "\n";
+    }
+    static std::string set_of_first(const std::string& key, const std::string& value) {
+        return std::string("set ") + kFirst + " " + key + " " + value + "\n";
+    }
+    static std::string sync_first() { return std::string("sync ") + kFirst + "\n"; }
 
     /// What the tool does in all its runs, or only in the given one.
     void script(const std::string& lines) const { folder_.script(lines); }
@@ -43,18 +54,34 @@ protected:
     /// Has the tool record all this now.
     void record(const std::string& lines) const;
 
-    /// Opens with the scripted tool and a log that is kept.
-    texprobe_verdicts* open(int limit = 0);
-    /// Opens, waits until it is over, and closes. Keeps the reason.
-    texprobe_state measure(int limit = 0);
+    /// Makes another context current.
+    static void be_in(const char* version, int profile = 0, const char* vendor = "Vendor",
+                      const char* renderer = "Renderer");
+
+    /// With the scripted tool and a log that is kept.
+    texprobe_options options(int limit = 0);
+    void open(int limit = 0);
+    /// Opens, and waits until it is over. Keeps the reason.
+    texprobe_state measure(const texprobe_options& options);
+    texprobe_state measure(int limit = 0) { return measure(options(limit)); }
+    /// Waits until it is over; returns each progress that was seen, and nothing twice in a row.
+    std::vector<double> progress_until_over();
+
+    texprobe_answer answer(unsigned format, texprobe_capability capability) const {
+        return verdicts_->answer(format, capability);
+    }
+    /// "yyynyy" of one format, and "?" for what is unknown.
+    std::string answers(unsigned format = kRGBA8) const { return answers_of(*verdicts_, format); }
 
     std::vector<std::string> log();
     std::vector<std::thread::id> log_threads();
 
     std::vector<pid_t> tools() const { return folder_.processes(); }
+    void await_tool() const;
 
     const ToolFolder& folder_ = empty_folder(SCRIPTED_TOOL);
     std::string tool_ = folder_.tool();
+    std::optional<qor::TexProbeVerdicts> verdicts_;
     std::string reason_;
 
 private:

@@ -69,19 +69,19 @@ std::vector<std::string> masks_of_other_threads() {
 using UndisturbedProcess = ScriptedVerdicts;
 
 TEST_F(UndisturbedProcess, is_as_it_was_before_during_and_after) {
-    script("sleep 300\n" + complete_set(kFirst, "Renderer"));
+    script("sleep 300\n" + complete_set());
     const auto state = state_of_process();
     const auto files = descriptors();
-    texprobe_verdicts* verdicts = open();
-    while (tools().empty()) std::this_thread::yield();
+    open();
+    await_tool();
     // The C library blocks its own signals, too, until the start has returned.
     std::this_thread::sleep_for(std::chrono::milliseconds(100));
     EXPECT_EQ(state_of_process(), state);
     // Every signal but the two that cannot be blocked, and those of the C library.
     EXPECT_THAT(masks_of_other_threads(), testing::ElementsAre("fffffffe7ffbfeff"));
-    ASSERT_EQ(texprobe_verdicts_wait(verdicts, -1), TEXPROBE_READY);
+    ASSERT_EQ(verdicts_->wait(), TEXPROBE_READY);
     EXPECT_EQ(state_of_process(), state);
-    texprobe_verdicts_close(verdicts);
+    verdicts_.reset();
     EXPECT_EQ(state_of_process(), state);
     EXPECT_EQ(descriptors(), files);
 }
