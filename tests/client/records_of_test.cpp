@@ -6,6 +6,7 @@
 #include <cstdlib>
 
 #include "runs/turn_settings.h"
+#include "support/formats.h"
 
 namespace {
 
@@ -64,14 +65,10 @@ std::chrono::milliseconds& least_test_time() {
     return time;
 }
 
-void use_records_in(const std::filesystem::path& directory) {
-    records_of_test() = directory;
-}
-
 const ToolFolder& empty_folder(const char* executable) {
     static const ToolFolder folder(executable);
     const std::filesystem::path records = folder.database().parent_path();
-    use_records_in(records);
+    records_of_test() = records;
     least_test_time() = TurnSettings().leastTestTime;
     for (const auto& entry : std::filesystem::directory_iterator(folder.path())) {
         if (entry.path() != folder.tool() && entry.path() != records) {
@@ -100,6 +97,19 @@ void write_identity(const std::string& application, const char* vendor, const ch
     write_string(application, "GL_VENDOR", vendor);
     write_string(application, "GL_VERSION", version);
     write_string(application, "GL_RENDERER", renderer);
+}
+
+std::string complete_set(const std::string& except, const std::string& application,
+                         const std::string& renderer) {
+    const std::string set = "set " + application + " ";
+    std::string lines = set + "VERSION number 0.21\n";
+    for (const Format& format : kFormats) {
+        for (const char* capability : kCapabilities) {
+            lines += set + format.name + "_" + capability + " true\n";
+        }
+    }
+    return lines + set + "GL_VENDOR text Vendor\n" + set + "GL_VERSION text 2.1 Version\n" + set +
+           "GL_RENDERER text " + renderer + "\n" + except + "sync " + application + "\n";
 }
 
 }  // namespace texprobe::tests

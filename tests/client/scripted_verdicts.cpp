@@ -5,8 +5,6 @@
 #include <chrono>
 #include <set>
 
-#include "support/formats.h"
-
 namespace texprobe::tests {
 
 namespace {
@@ -52,20 +50,6 @@ ScriptedVerdicts::~ScriptedVerdicts() {
     EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
     EXPECT_EQ(threads_that_stay(), 1u);
     EXPECT_EQ(tools(), std::vector<pid_t>());
-}
-
-std::string ScriptedVerdicts::complete_set(const std::string& except,
-                                           const std::string& application,
-                                           const std::string& renderer) {
-    const std::string set = "set " + application + " ";
-    std::string lines = set + "VERSION number 0.21\n";
-    for (const Format& format : kFormats) {
-        for (const char* capability : kCapabilities) {
-            lines += set + format.name + "_" + capability + " true\n";
-        }
-    }
-    return lines + set + "GL_VENDOR text Vendor\n" + set + "GL_VERSION text 2.1 Version\n" + set +
-           "GL_RENDERER text " + renderer + "\n" + except + "sync " + application + "\n";
 }
 
 void ScriptedVerdicts::record(const std::string& lines) const {

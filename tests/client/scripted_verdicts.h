@@ -21,8 +21,6 @@
 namespace texprobe::tests {
 
 constexpr unsigned kRGBA8 = 0x8058;
-constexpr char kFirst[] = "org.texprobe.texprobe2.ff.22G120";
-constexpr char kSecond[] = "org.texprobe.texprobe2.1021a00.22G120";
 
 /// The machine has two renderers; the context is of the first one, and none is measured. After each
 /// test, nothing may be on the streams, and neither a thread nor a process may be left.
@@ -33,10 +31,6 @@ protected:
 
     // Lines of a script.
 
-    /// Records a complete set with these strings: every verdict is yes, but for what `except` says.
-    static std::string complete_set(const std::string& except = "",
-                                    const std::string& application = kFirst,
-                                    const std::string& renderer = "Renderer");
     static std::string no(const std::string& key) { return set_of_first(key, "false"); }
     static std::string old_version() { return set_of_first("VERSION", "number 0.2"); }
     static std::string removed(const std::string& key) {

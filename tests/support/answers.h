@@ -23,25 +23,24 @@ inline std::string answers_of(const qor::TexProbeVerdicts& verdicts, unsigned fo
     return line;
 }
 
-inline std::string answers_of(const qor::TexProbeVerdicts& verdicts) {
+/// What the class answers, which knows no unknown.
+inline std::string answers_of(const qor::TexProbe& probe, unsigned format) {
     std::string line;
-    for (const Format& format : kFormats) line += answers_of(verdicts, format.internalFormat);
+    for (const bool answer :
+         {probe.IsTextureFormatSupported(format, false),
+          probe.IsTextureFormatSupported(format, true), probe.IsTextureFormatSettable(format),
+          probe.IsTextureFormatResettable(format), probe.IsTextureFormatGettable(format),
+          probe.IsTextureFormatReadable(format)}) {
+        line += answer ? 'y' : 'n';
+    }
     return line;
 }
 
-/// What the class answers, which knows no unknown.
-inline std::string answers_of(const qor::TexProbe& probe) {
+/// Of a TexProbe or a TexProbeVerdicts.
+template <class Asked>
+std::string answers_of(const Asked& asked) {
     std::string line;
-    for (const Format& format : kFormats) {
-        const unsigned name = format.internalFormat;
-        for (const bool answer :
-             {probe.IsTextureFormatSupported(name, false),
-              probe.IsTextureFormatSupported(name, true), probe.IsTextureFormatSettable(name),
-              probe.IsTextureFormatResettable(name), probe.IsTextureFormatGettable(name),
-              probe.IsTextureFormatReadable(name)}) {
-            line += answer ? 'y' : 'n';
-        }
-    }
+    for (const Format& format : kFormats) line += answers_of(asked, format.internalFormat);
     return line;
 }
 

@@ -74,21 +74,31 @@ std::map<std::string, std::string> answers_in(const std::string& output) {
     return answers;
 }
 
-/// A user whose records are in a folder of the test.
-class Applications : public testing::Test {
+/// Of a user whose records are in a folder of the test.
+class AnyToolkit : public testing::TestWithParam<std::tuple<MesaRenderer, Toolkit, const char*>> {
 protected:
-    Applications() {
+    AnyToolkit() {
         std::filesystem::create_directories(folder_.path() / ".config/texprobe");
         std::filesystem::create_directory_symlink(".config/texprobe", folder_.path() / "records");
         std::filesystem::copy_file(SURVEY, folder_.path() / "texprobe-survey");
     }
 
-    /// A survey takes long: what one application has surveyed serves the others.
-    void use_survey_of(const std::filesystem::path& file) const {
-        std::error_code ignored;
-        std::filesystem::copy_file(file, folder_.database(), ignored);
+    const MesaRenderer& renderer() const { return std::get<0>(GetParam()); }
+    const Toolkit& toolkit() const { return std::get<1>(GetParam()); }
+    std::string context() const { return std::get<2>(GetParam()); }
+
+    // A survey takes long: what one application has surveyed serves the others.
+
+    std::filesystem::path kept_survey() const {
+        const char* const kind = context() == "es_3" ? "_es" : "_core";
+        return std::filesystem::path(SURVEYS) / (renderer().name + kind + ".sqlite3");
     }
-    void keep_survey_in(const std::filesystem::path& file) const {
+    void use_kept_survey() const {
+        std::error_code ignored;
+        std::filesystem::copy_file(kept_survey(), folder_.database(), ignored);
+    }
+    void keep_survey() const {
+        const std::filesystem::path file = kept_survey();
         if (std::filesystem::exists(file)) return;
         std::filesystem::create_directories(file.parent_path());
         // A survey that was interrupted leaves its log.
@@ -97,42 +107,6 @@ protected:
         std::filesystem::copy_file(folder_.database(), whole);
         std::filesystem::rename(whole, file);
     }
-
-    Environment environment() const {
-        const std::string home = folder_.path();
-        // Shaders compiled in one test serve the others.
-        const std::string shaders = SHADERS;
-        const std::string preloaded = OTHER_HOME_LIBRARY;
-        return {"MESA_SHADER_CACHE_DIR=" + shaders, "LD_PRELOAD=" + preloaded, "OTHER_HOME=" + home,
-                "HOME=" + home, "PATH=" + home + ":/usr/bin:/bin"};
-    }
-
-    /// Sixteen times six of y, n and ?, of the only renderer of that name that is recorded.
-    std::string recorded_answers(const std::string& renderer) const {
-        std::string line;
-        for (const auto& [application, records] : folder_.records()) {
-            const auto found = records.find("GL_RENDERER");
-            if (found == records.end() || found->second != "string " + renderer) continue;
-            EXPECT_EQ(line, "") << "two of the name " << renderer;
-            line = answers_of(records);
-        }
-        return line;
-    }
-
-    ToolFolder folder_{TOOL};
-};
-
-void add(Environment* environment, const Environment& more) {
-    environment->insert(environment->end(), more.begin(), more.end());
-}
-
-class AnyToolkit
-    : public Applications,
-      public testing::WithParamInterface<std::tuple<MesaRenderer, Toolkit, const char*>> {
-protected:
-    const MesaRenderer& renderer() const { return std::get<0>(GetParam()); }
-    const Toolkit& toolkit() const { return std::get<1>(GetParam()); }
-    std::string context() const { return std::get<2>(GetParam()); }
 
     /// Why this cannot be tried here; empty if it can.
     std::string start_servers() {
@@ -153,10 +127,16 @@ protected:
     }
 
     Finished run_application() const {
-        Environment variables = environment();
+        const std::string home = folder_.path();
+        // Shaders compiled in one test serve the others.
+        const std::string shaders = SHADERS;
+        const std::string preloaded = OTHER_HOME_LIBRARY;
+        Environment variables = {"MESA_SHADER_CACHE_DIR=" + shaders, "LD_PRELOAD=" + preloaded,
+                                 "OTHER_HOME=" + home, "HOME=" + home,
+                                 "PATH=" + home + ":/usr/bin:/bin"};
         // The first one of a name counts.
         for (const Environment& more : {display_, toolkit().environment, renderer().environment}) {
-            add(&variables, more);
+            variables.insert(variables.end(), more.begin(), more.end());
         }
         return run({toolkit().application, {context(), toolkit().api, folder_.tool()}, variables});
     }
@@ -170,6 +150,7 @@ protected:
         }
     }
 
+    ToolFolder folder_{TOOL};
     std::unique_ptr<XServer> x_;
     std::unique_ptr<WaylandServer> wayland_;
     Environment display_;
@@ -178,14 +159,11 @@ protected:
 TEST_P(AnyToolkit, gets_verdicts_on_its_context_that_hold_there) {
     const std::string missing = start_servers();
     if (!missing.empty()) GTEST_SKIP() << missing;
-    const std::string kind = context() == "es_3" ? "es" : "core";
-    const std::filesystem::path survey =
-        std::filesystem::path(SURVEYS) / (renderer().name + "_" + kind + ".sqlite3");
-    if (context() != "compatibility") use_survey_of(survey);
+    if (context() != "compatibility") use_kept_survey();
     const Finished finished = run_application();
     if (finished.exited_with(kNoSuchContext)) GTEST_SKIP() << finished.err;
     ASSERT_TRUE(finished.exited_with(0)) << finished.status << finished.err;
-    if (context() != "compatibility") keep_survey_in(survey);
+    if (context() != "compatibility") keep_survey();
     EXPECT_THAT(finished.err, testing::Not(HasSubstr("texprobe")));
 
     auto answers = answers_in(finished.out);
@@ -198,7 +176,7 @@ TEST_P(AnyToolkit, gets_verdicts_on_its_context_that_hold_there) {
     for (std::size_t i = 0; i < verdicts.size(); i += 6) tried += verdicts.substr(i, 2);
     EXPECT_EQ(tried, answers["tried"]);
     if (context() == "compatibility") {
-        const std::string expected = recorded_answers(answers["renderer"]);
+        const std::string expected = recorded_answers(folder_.records(), answers["renderer"]);
         EXPECT_EQ(verdicts, expected);
         // The class knows no unknown.
         std::string known = expected;
