@@ -6,7 +6,6 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <limits>
 
 #include "run_at_work.h"
 #include "scripted_application.h"
@@ -165,24 +164,6 @@ TEST_F(Lookup, needs_all_four_records_of_their_types) {
         write_boolean(kFirst, key, true);
         EXPECT_EQ(find(), "none") << key;
         EXPECT_EQ(messages_, "");
-    }
-}
-
-TEST_F(Lookup, needs_a_current_version_of_the_records) {
-    const struct {
-        double version;
-        bool isCurrent;
-    } rows[] = {{0.21, true},
-                {0.22, true},
-                {std::numeric_limits<double>::infinity(), true},
-                {0.2099, false},
-                {0.2, false},
-                {-1.0, false},
-                {std::numeric_limits<double>::quiet_NaN(), false}};
-    write_identity(kFirst);
-    for (const auto& row : rows) {
-        write_number(kFirst, "VERSION", row.version);
-        EXPECT_EQ(find(), row.isCurrent ? kFirst : "none") << row.version;
     }
 }
 

@@ -80,17 +80,6 @@ TEST_F(Queries, of_a_listed_format_are_false_in_silence_and_of_others_print_thei
     }
 }
 
-TEST_F(Queries, of_an_empty_object_print_their_messages_for_every_format) {
-    folder_.execute("DELETE FROM records");
-    const auto probe = ScriptedApplication::construct("/bin/true");
-    EXPECT_EQ(messages_, "*** cannot get renderer\n");
-    for (const Format& format : kFormats) {
-        EXPECT_EQ(hear(*probe, format.internalFormat), "nnnnnn") << format.name;
-        EXPECT_EQ(lines_of(messages_).size(), 6u) << format.name;
-    }
-    EXPECT_EQ(messages_, messages_of("0x881a"));
-}
-
 TEST_F(Queries, do_not_touch_the_records) {
     record("GL_RGBA8_SUPPORTED", true);
     const auto probe = construct();

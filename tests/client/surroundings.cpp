@@ -7,8 +7,6 @@
 #include <filesystem>
 #include <fstream>
 
-#include "egl_calls.h"
-
 // GLX, declared without X's headers.
 extern "C" {
 void* glXGetCurrentContext(void);

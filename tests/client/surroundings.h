@@ -16,6 +16,10 @@ namespace texprobe::tests {
 /// The drivers and devices that this process has loaded or opened.
 std::set<std::string> drivers_and_devices();
 
+/// How often this program's own code has opened, initialized or terminated a display, created a
+/// context, or changed what is current. The calls are counted in egl_calls.cpp, and passed on.
+int disturbing_egl_calls();
+
 /// Of the current context and its process.
 struct Surroundings {
     /// By which GLX and EGL name what is current on this thread.

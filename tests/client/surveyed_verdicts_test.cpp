@@ -9,7 +9,7 @@
 #include <string>
 #include <thread>
 
-#include "scripted_survey.h"
+#include "scripted_verdicts.h"
 
 namespace texprobe::tests {
 namespace {

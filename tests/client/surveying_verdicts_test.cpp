@@ -10,7 +10,7 @@
 #include <utility>
 #include <vector>
 
-#include "scripted_survey.h"
+#include "scripted_verdicts.h"
 
 namespace texprobe::tests {
 namespace {
@@ -76,15 +76,7 @@ TEST_F(SurveyingVerdicts, need_only_a_survey_of_the_core_profile_in_a_core_conte
     EXPECT_EQ(survey_runs().size(), 1u);
 }
 
-TEST_F(SurveyingVerdicts, need_only_the_tool_in_a_compatibility_context) {
-    be_in_a_compatibility_context();
-    script(complete_set());
-    EXPECT_EQ(measure(), TEXPROBE_READY) << reason_;
-    EXPECT_EQ(runs(), 1);
-    EXPECT_THAT(survey_runs(), IsEmpty());
-}
-
-TEST_F(SurveyingVerdicts, measure_all_or_nothing_as_the_application_wishes) {
+TEST_F(SurveyingVerdicts, are_of_the_tool_alone_of_all_or_nothing_as_the_application_wishes) {
     be_in_a_compatibility_context();
     script(complete_set());
     script_survey(compatibility_survey());
@@ -94,6 +86,9 @@ TEST_F(SurveyingVerdicts, measure_all_or_nothing_as_the_application_wishes) {
               "\"2.1 Version\"; recorded: nothing of nothing, version nothing, nothing of nothing, "
               "version nothing");
     EXPECT_EQ(runs(), 0);
+    EXPECT_EQ(measure(), TEXPROBE_READY) << reason_;
+    EXPECT_EQ(runs(), 1);
+    EXPECT_THAT(survey_runs(), IsEmpty());
     EXPECT_EQ(measure_as_wished(kAll), TEXPROBE_READY) << reason_;
     EXPECT_EQ(runs(), 1);
     EXPECT_THAT(survey_runs(), ElementsAre("run --profile compatibility --first Renderer"));

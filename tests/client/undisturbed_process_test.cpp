@@ -1,6 +1,5 @@
 // The application's process is its own: what verdicts leave as it is.
 
-#include <fcntl.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <pthread.h>
@@ -11,7 +10,6 @@
 #include <chrono>
 #include <clocale>
 #include <fstream>
-#include <iterator>
 #include <map>
 
 #include "scripted_verdicts.h"
@@ -84,18 +82,6 @@ TEST_F(UndisturbedProcess, is_as_it_was_before_during_and_after) {
     verdicts_.reset();
     EXPECT_EQ(state_of_process(), state);
     EXPECT_EQ(descriptors(), files);
-}
-
-TEST_F(UndisturbedProcess, gives_the_tool_no_descriptors) {
-    const std::string seen = folder_.path() / "seen";
-    tool_ = folder_.write_program("look", "exec >" + seen + "\nls /proc/$$/fd");
-    const int inherited = ::open("/dev/null", O_RDONLY);
-    EXPECT_EQ(measure(), TEXPROBE_FAILED);
-    close(inherited);
-    std::ifstream stream(seen);
-    const std::vector<std::string> words{std::istream_iterator<std::string>(stream), {}};
-    // 10 is the shell's own script.
-    EXPECT_THAT(words, testing::ElementsAre("0", "1", "10", "2"));
 }
 
 }  // namespace
