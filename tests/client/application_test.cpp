@@ -11,16 +11,18 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <memory>
+#include <optional>
 #include <ostream>
 #include <vector>
 
 #include "TexProbe.h"
 #include "TexProbeVerdicts.h"
 #include "application_context.h"
+#include "display_servers.h"
 #include "records_of_test.h"
 #include "support/answers.h"
 #include "surroundings.h"
-#include "x_server.h"
 
 namespace texprobe::tests {
 namespace {
@@ -83,16 +85,13 @@ class AnyContext : public Application, public testing::WithParamInterface<Contex
 protected:
     void SetUp() override {
         const ContextKind& kind = GetParam();
-        if (kind.isWindow) {
-            server_ = std::make_unique<XServer>();
-            if (!server_->runs()) GTEST_SKIP() << "Xvfb does not run here";
-        }
+        if (kind.isWindow && !server_.emplace().runs()) GTEST_SKIP() << "Xvfb does not run here";
         context_ = kind.isWindow ? open_window(kind.wish) : open_surfaceless(kind.wish);
         if (!context_) GTEST_SKIP() << "built without GLFW";
         draw();
     }
 
-    std::unique_ptr<XServer> server_;
+    std::optional<XServer> server_;
     std::unique_ptr<ApplicationContext> context_;
 };
 
@@ -167,26 +166,6 @@ INSTANTIATE_TEST_SUITE_P(On, CompatibilityContext, testing::ValuesIn(kCompatibil
 INSTANTIATE_TEST_SUITE_P(On, AnyContext, testing::ValuesIn(kCompatibilityKinds), name_of_kind);
 INSTANTIATE_TEST_SUITE_P(OnAnother, AnyContext, testing::ValuesIn(kOtherKinds), name_of_kind);
 
-TEST_F(Application, gets_no_verdict_that_a_test_under_way_may_still_change) {
-    const auto context = open_surfaceless();
-    ASSERT_TRUE(folder_.run().exited_with(0));
-    const std::string expected = recorded();
-    for (const char* change : {"UPDATE records SET value = 0.2 WHERE key = 'VERSION'",
-                               "DELETE FROM records WHERE key LIKE 'GL_RGB%'"}) {
-        folder_.execute(change);
-        const pid_t run = start({folder_.tool()});
-        int opened = 0;
-        for (; !has_ended(run); ++opened) {
-            auto verdicts = open("/no/such/tool");
-            const bool isReady = verdicts.wait() == TEXPROBE_READY;
-            EXPECT_EQ(isReady ? answers_of(verdicts) : expected, expected) << change;
-        }
-        EXPECT_TRUE(finish(run).exited_with(0));
-        EXPECT_GT(opened, 10);
-        EXPECT_EQ(recorded(), expected);
-    }
-}
-
 int constructionsByPlugin = 0;
 
 }  // namespace
@@ -206,16 +185,6 @@ bool constructs_while_a_plugin_is_loaded() {
     dlopen(PLUGIN, RTLD_NOW);
     alarm(0);
     return constructionsByPlugin == 1;
-}
-
-TEST_F(Application, finds_nothing_with_a_core_profile) {
-    const auto context = open_surfaceless(kCore33);
-    const auto probe = construct(tool());
-    EXPECT_EQ(messages_, "*** cannot get renderer\n");
-    EXPECT_EQ(folder_.runs(), 1);
-    // Every construction runs the tool again, which finds all verdicts recorded.
-    construct(tool());
-    EXPECT_EQ(folder_.runs(), 2);
 }
 
 // An error of EGL itself, and one of its vendor's library. Only a process's first lookup lists

@@ -15,19 +15,16 @@ std::filesystem::path& records_of_test() {
     return directory;
 }
 
-CFStringRef create_string(const char* text) {
-    return CFStringCreateWithCString(nullptr, text, kCFStringEncodingASCII);
+/// A constant string, which nobody releases.
+CFStringRef string_of(const std::string& text) {
+    return __CFStringMakeConstantString(text.c_str());
 }
 
 /// Stores `value` and takes ownership of it.
 void write(const std::string& application, const char* key, CFTypeRef value) {
-    const CFStringRef applicationID = create_string(application.c_str());
-    const CFStringRef keyName = create_string(key);
-    CFPreferencesSetAppValue(keyName, value, applicationID);
-    CFPreferencesAppSynchronize(applicationID);
+    CFPreferencesSetAppValue(string_of(key), value, string_of(application));
+    CFPreferencesAppSynchronize(string_of(application));
     CFRelease(value);
-    CFRelease(keyName);
-    CFRelease(applicationID);
 }
 
 }  // namespace
@@ -84,7 +81,7 @@ void write_number(const std::string& application, const char* key, double value)
 }
 
 void write_string(const std::string& application, const char* key, const char* value) {
-    write(application, key, create_string(value));
+    write(application, key, string_of(value));
 }
 
 void write_boolean(const std::string& application, const char* key, bool value) {

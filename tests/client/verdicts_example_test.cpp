@@ -3,10 +3,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <cstdlib>
-
+#include "display_servers.h"
 #include "support/tool_folder.h"
-#include "x_server.h"
 
 namespace texprobe::tests {
 namespace {
@@ -23,9 +21,9 @@ protected:
     Finished run(const std::vector<std::string>& arguments) const {
         // It ends with its client.
         const XServer server;
-        return folder_.run(arguments,
-                           {std::string("DISPLAY=") + std::getenv("DISPLAY"),
-                            "XDG_RUNTIME_DIR=" + folder_.path().string(), "PATH=/nowhere"});
+        return folder_.run(
+            arguments, {server.environment().at(0), "XDG_RUNTIME_DIR=" + folder_.path().string(),
+                        "PATH=/nowhere"});
     }
 
     const ToolFolder folder_{EXAMPLE};

@@ -5,20 +5,17 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <cctype>
-#include <cstdlib>
 #include <map>
-#include <memory>
+#include <optional>
 #include <ostream>
 #include <string>
 #include <tuple>
 #include <vector>
 
-#include "client/x_server.h"
+#include "client/display_servers.h"
 #include "gl/mesa_renderer.h"
 #include "support/answers.h"
 #include "support/tool_folder.h"
-#include "wayland_server.h"
 
 namespace texprobe::tests {
 namespace {
@@ -113,15 +110,11 @@ protected:
         std::string missing = prepare(renderer());
         if (!missing.empty()) return missing;
         if (*toolkit().application == '\0') return "built without this toolkit";
-        if (toolkit().server == Server::kX) {
-            x_ = std::make_unique<XServer>();
-            if (!x_->runs()) return "Xvfb does not run here";
-            display_ = {std::string("DISPLAY=") + std::getenv("DISPLAY")};
+        if (toolkit().server == Server::kX && !x_.emplace().runs()) {
+            return "Xvfb does not run here";
         }
-        if (toolkit().server == Server::kWayland) {
-            wayland_ = std::make_unique<WaylandServer>(folder_.path());
-            if (!wayland_->runs()) return "weston does not run here";
-            display_ = wayland_->environment();
+        if (toolkit().server == Server::kWayland && !wayland_.emplace(folder_.path()).runs()) {
+            return "weston does not run here";
         }
         return {};
     }
@@ -135,7 +128,10 @@ protected:
                                  "OTHER_HOME=" + home, "HOME=" + home,
                                  "PATH=" + home + ":/usr/bin:/bin"};
         // The first one of a name counts.
-        for (const Environment& more : {display_, toolkit().environment, renderer().environment}) {
+        const Environment display = x_         ? x_->environment()
+                                    : wayland_ ? wayland_->environment()
+                                               : Environment();
+        for (const Environment& more : {display, toolkit().environment, renderer().environment}) {
             variables.insert(variables.end(), more.begin(), more.end());
         }
         return run({toolkit().application, {context(), toolkit().api, folder_.tool()}, variables});
@@ -151,9 +147,8 @@ protected:
     }
 
     ToolFolder folder_{TOOL};
-    std::unique_ptr<XServer> x_;
-    std::unique_ptr<WaylandServer> wayland_;
-    Environment display_;
+    std::optional<XServer> x_;
+    std::optional<WaylandServer> wayland_;
 };
 
 TEST_P(AnyToolkit, gets_verdicts_on_its_context_that_hold_there) {
