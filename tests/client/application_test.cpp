@@ -6,7 +6,9 @@
 #include <dlfcn.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <sched.h>
 #include <sqlite3.h>
+#include <sys/mount.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -22,10 +24,18 @@
 #include "display_servers.h"
 #include "records_of_test.h"
 #include "support/answers.h"
+#include "support/process.h"
+#include "support/text.h"
 #include "surroundings.h"
 
 namespace texprobe::tests {
 namespace {
+
+using testing::AllOf;
+using testing::AnyOf;
+using testing::EndsWith;
+using testing::HasSubstr;
+using testing::StartsWith;
 
 class Application : public testing::Test {
 protected:
@@ -64,7 +74,8 @@ protected:
 
     /// Of the current context's renderer.
     std::string recorded() const {
-        return recorded_answers(folder_.records(), gl_text(GL_RENDERER));
+        const auto* renderer = reinterpret_cast<const char*>(glGetString(GL_RENDERER));
+        return recorded_answers(folder_.records(), renderer);
     }
 
     const ToolFolder& folder_ = empty_folder(TOOL);
@@ -103,7 +114,7 @@ TEST_P(CompatibilityContext, gets_the_verdicts_on_its_renderer_and_the_tool_runs
     const auto first = construct(tool);
     EXPECT_EQ(messages_, "");
     const std::string expected = recorded();
-    EXPECT_THAT(expected, testing::HasSubstr("yyyyyy"));
+    EXPECT_THAT(expected, HasSubstr("yyyyyy"));
     // The class knows no unknown.
     std::string known = expected;
     std::replace(known.begin(), known.end(), '?', 'n');
@@ -241,6 +252,63 @@ TEST_F(Application, opens_no_driver_and_no_device_without_a_context) {
     EXPECT_EQ(messages_, "*** cannot get renderer\n");
     EXPECT_EQ(drivers_and_devices(), before);
     EXPECT_EQ(disturbing_egl_calls(), calls);
+}
+
+/// In a process with a disk of its own at `folder`.
+bool mount_disk(const std::filesystem::path& folder, const std::string& size) {
+    std::filesystem::create_directories(folder);
+    return unshare(CLONE_NEWNS) == 0 &&
+           mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == 0 &&
+           mount("none", folder.c_str(), "tmpfs", 0, ("mode=700,size=" + size).c_str()) == 0;
+}
+
+class FullDisk : public Application {
+protected:
+    /// What an application gets: "ready " and y, n and ? for each verdict, or "failed"; and why.
+    std::string measure() const {
+        const auto context = open_surfaceless();
+        auto verdicts = open(folder_.tool());
+        const bool isReady = verdicts.wait() == TEXPROBE_READY;
+        return (isReady ? "ready " + answers_of(verdicts) : "failed") + " " + verdicts.reason() +
+               "\n";
+    }
+
+    /// The same on a disk of that size; and again after it has grown. Nothing if mounting is not
+    /// allowed.
+    std::vector<std::string> measure_on_disk(const std::string& size) const {
+        const std::filesystem::path file = folder_.path() / "answers";
+        std::filesystem::remove(file);
+        status_of(start([&] {
+            const std::filesystem::path records = folder_.database().parent_path();
+            if (!mount_disk(records, size)) return 1;
+            const std::string small = measure();
+            mount(nullptr, records.c_str(), nullptr, MS_REMOUNT, "size=10m");
+            write_file(file, small + measure());
+            return 0;
+        }));
+        return lines_of(read_file(file));
+    }
+};
+
+TEST_F(FullDisk, gives_the_right_verdicts_with_a_reason_and_costs_none) {
+    const std::vector<std::string> whole = measure_on_disk("10m");
+    if (whole.empty()) GTEST_SKIP() << "mounting is not allowed here";
+    const std::string& right = whole.at(0);
+    ASSERT_THAT(right, AllOf(StartsWith("ready "), HasSubstr("yyyyyy"), EndsWith(" ")));
+    const std::string file = folder_.database().parent_path();
+    const auto hasReason =
+        AllOf(StartsWith(right + "the verdicts are not recorded, and will be measured again: "),
+              HasSubstr("cannot use " + file),
+              AnyOf(EndsWith(": No space left on device"), EndsWith(": database or disk is full")));
+    int reasons = 0;
+    for (const int kilobytes : {4, 16, 48, 128, 400, 600}) {
+        const auto lines = measure_on_disk(std::to_string(kilobytes) + "k");
+        ASSERT_EQ(lines.size(), 2u) << kilobytes;
+        EXPECT_THAT(lines[0], AnyOf(right, hasReason)) << kilobytes;
+        EXPECT_EQ(lines[1], right) << kilobytes;
+        reasons += lines[0] != right ? 1 : 0;
+    }
+    EXPECT_GT(reasons, 2);
 }
 
 }  // namespace

@@ -108,8 +108,4 @@ void draw() {
     EXPECT_EQ(name, 1u);
 }
 
-std::string gl_text(GLenum name) {
-    return reinterpret_cast<const char*>(glGetString(name));
-}
-
 }  // namespace texprobe::tests

@@ -41,9 +41,6 @@ void expect_undisturbed(const Surroundings& before);
 /// it bound.
 void draw();
 
-/// A string of the current context, such as GL_RENDERER's.
-std::string gl_text(GLenum name);
-
 }  // namespace texprobe::tests
 
 #endif
