@@ -6,7 +6,6 @@
 #include <chrono>
 #include <set>
 
-#include "support/text.h"
 #include "table/record_keys.h"
 
 namespace texprobe::tests {
@@ -174,18 +173,6 @@ std::string ScriptedSurvey::core_survey(const std::vector<ExceptUse>& except,
 std::string ScriptedSurvey::compatibility_survey(const std::vector<ExceptUse>& except) {
     return survey_of(survey::Profile::kCompatibility, "4.6 (Compatibility Profile) Version",
                      except);
-}
-
-void ScriptedSurvey::script_survey(const std::string& lines) const {
-    write_file(folder_.path() / "survey-script", lines);
-}
-
-void ScriptedSurvey::script_survey(const std::string& lines, int run) const {
-    write_file(folder_.path() / ("survey-script." + std::to_string(run)), lines);
-}
-
-std::vector<std::string> ScriptedSurvey::survey_runs() const {
-    return lines_of(read_file(folder_.path() / "survey-runs"));
 }
 
 texprobe_state ScriptedSurvey::measure_as_wished(int what) {

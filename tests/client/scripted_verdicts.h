@@ -17,6 +17,7 @@
 #include "doubles/scripted_machine.h"
 #include "records_of_test.h"
 #include "support/answers.h"
+#include "support/text.h"
 #include "support/tool_folder.h"
 #include "table/record_text.h"
 
@@ -126,12 +127,21 @@ protected:
                kFirstSurvey + "\n";
     }
 
-    void script_survey(const std::string& lines) const;
-    void script_survey(const std::string& lines, int run) const;
+    void script_survey(const std::string& lines) const { write_survey_script("", lines); }
+    void script_survey(const std::string& lines, int run) const {
+        write_survey_script("." + std::to_string(run), lines);
+    }
     /// The arguments of each run, as "run --profile core".
-    std::vector<std::string> survey_runs() const;
+    std::vector<std::string> survey_runs() const {
+        return lines_of(read_file(folder_.path() / "survey-runs"));
+    }
 
     texprobe_state measure_as_wished(int what);
+
+private:
+    void write_survey_script(const std::string& ofRun, const std::string& lines) const {
+        write_file(folder_.path() / ("survey-script" + ofRun), lines);
+    }
 };
 
 }  // namespace texprobe::tests
