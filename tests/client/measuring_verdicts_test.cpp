@@ -271,6 +271,7 @@ TEST_F(MeasuringVerdicts, may_be_eight_at_once) {
     script("sleep 100\n" + complete_set());
     const texprobe_options wish = options();
     std::vector<qor::TexProbeVerdicts> all;
+    all.reserve(8);
     for (int i = 0; i < 8; ++i) all.emplace_back(&wish);
     for (qor::TexProbeVerdicts& verdicts : all) {
         EXPECT_EQ(verdicts.wait(), TEXPROBE_READY) << verdicts.reason();

@@ -17,7 +17,7 @@ namespace {
 using qor::TexProbe;
 
 constexpr GLenum kRGBA8 = 0x8058;
-constexpr GLenum kRGBA = 0x1908;
+constexpr GLenum kUnlisted = 0x1908;
 
 /// What the queries print of a format that is not known.
 std::string messages_of(const std::string& format) {
@@ -73,7 +73,7 @@ TEST_F(Queries, of_rendering_look_at_supported_and_those_of_transfers_do_not) {
 TEST_F(Queries, of_a_listed_format_are_false_in_silence_and_of_others_print_their_messages) {
     const auto probe = construct();
     const std::pair<GLenum, std::string> rows[] = {
-        {kRGBA8, ""}, {kRGBA, messages_of("0x1908")}, {0, messages_of("0")}};
+        {kRGBA8, ""}, {kUnlisted, messages_of("0x1908")}, {0, messages_of("0")}};
     for (const auto& [format, messages] : rows) {
         EXPECT_EQ(hear(*probe, format), "nnnnnn");
         EXPECT_EQ(messages_, messages);
@@ -99,7 +99,7 @@ TEST_F(Queries, may_come_from_several_threads_at_once) {
     for (std::string& result : results) {
         threads.emplace_back([&probe, &result] {
             for (int i = 0; i < 100; ++i)
-                result = answers_of(*probe, kRGBA8) + answers_of(*probe, kRGBA);
+                result = answers_of(*probe, kRGBA8) + answers_of(*probe, kUnlisted);
         });
     }
     for (std::thread& thread : threads) thread.join();
