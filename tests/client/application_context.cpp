@@ -1,16 +1,10 @@
 #include "application_context.h"
 
-#include <EGL/egl.h>
 #include <EGL/eglext.h>
 
 #include <stdexcept>
-
-// GLX, declared without X's headers.
-extern "C" {
-void* glXGetCurrentContext(void);
-void* glXGetCurrentDisplay(void);
-unsigned long glXGetCurrentDrawable(void);
-}
+#include <string>
+#include <vector>
 
 namespace texprobe::tests {
 
@@ -20,78 +14,63 @@ void must(bool succeeded, const char* call) {
     if (!succeeded) throw std::runtime_error(std::string(call) + " failed");
 }
 
-class SurfacelessContext : public ApplicationContext {
+std::vector<EGLint> attributes_of(const Wish& wish) {
+    std::vector<EGLint> attributes;
+    if (wish.major > 0) {
+        attributes = {EGL_CONTEXT_MAJOR_VERSION, wish.major, EGL_CONTEXT_MINOR_VERSION, wish.minor};
+    }
+    if (wish.major > 0 && !wish.isES) {
+        attributes.push_back(EGL_CONTEXT_OPENGL_PROFILE_MASK);
+        attributes.push_back(wish.isCore ? EGL_CONTEXT_OPENGL_CORE_PROFILE_BIT
+                                         : EGL_CONTEXT_OPENGL_COMPATIBILITY_PROFILE_BIT);
+    }
+    attributes.push_back(EGL_NONE);
+    return attributes;
+}
+
+class EglContext : public ApplicationContext {
 public:
-    explicit SurfacelessContext(const EGLint* attributes, EGLenum api = EGL_OPENGL_API)
-        : display_(
-              eglGetPlatformDisplay(EGL_PLATFORM_SURFACELESS_MESA, EGL_DEFAULT_DISPLAY, nullptr)) {
+    EglContext(EGLDisplay display, const Wish& wish, std::optional<EGLNativeWindowType> window)
+        : display_(display) {
         must(eglInitialize(display_, nullptr, nullptr), "eglInitialize");
-        must(eglBindAPI(api), "eglBindAPI");
-        const EGLint kind = api == EGL_OPENGL_API ? EGL_OPENGL_BIT : EGL_OPENGL_ES3_BIT;
-        const EGLint wanted[] = {EGL_SURFACE_TYPE, 0, EGL_RENDERABLE_TYPE, kind, EGL_NONE};
+        must(eglBindAPI(wish.isES ? EGL_OPENGL_ES_API : EGL_OPENGL_API), "eglBindAPI");
+        const EGLint wanted[] = {EGL_SURFACE_TYPE, window ? EGL_WINDOW_BIT : 0, EGL_RENDERABLE_TYPE,
+                                 wish.isES ? EGL_OPENGL_ES3_BIT : EGL_OPENGL_BIT, EGL_NONE};
         EGLConfig config = nullptr;
         EGLint count = 0;
         must(eglChooseConfig(display_, wanted, &config, 1, &count) && count == 1,
              "eglChooseConfig");
-        context_ = eglCreateContext(display_, config, EGL_NO_CONTEXT, attributes);
-        must(eglMakeCurrent(display_, EGL_NO_SURFACE, EGL_NO_SURFACE, context_), "eglMakeCurrent");
+        EGLSurface surface = EGL_NO_SURFACE;
+        if (window) surface = eglCreateWindowSurface(display_, config, *window, nullptr);
+        must(!window || surface != EGL_NO_SURFACE, "eglCreateWindowSurface");
+        context_ = eglCreateContext(display_, config, EGL_NO_CONTEXT, attributes_of(wish).data());
+        must(context_ != EGL_NO_CONTEXT, "eglCreateContext");
+        must(eglMakeCurrent(display_, surface, surface, context_), "eglMakeCurrent");
     }
-    ~SurfacelessContext() override {
+    ~EglContext() override {
         eglMakeCurrent(display_, EGL_NO_SURFACE, EGL_NO_SURFACE, EGL_NO_CONTEXT);
         eglDestroyContext(display_, context_);
         eglTerminate(display_);
     }
-    SurfacelessContext(const SurfacelessContext&) = delete;
-    SurfacelessContext& operator=(const SurfacelessContext&) = delete;
+    EglContext(const EglContext&) = delete;
+    EglContext& operator=(const EglContext&) = delete;
 
 private:
     EGLDisplay display_;
     EGLContext context_ = EGL_NO_CONTEXT;
 };
 
-std::unique_ptr<ApplicationContext> open_core(EGLint major, EGLint minor) {
-    const EGLint attributes[] = {EGL_CONTEXT_MAJOR_VERSION,
-                                 major,
-                                 EGL_CONTEXT_MINOR_VERSION,
-                                 minor,
-                                 EGL_CONTEXT_OPENGL_PROFILE_MASK,
-                                 EGL_CONTEXT_OPENGL_CORE_PROFILE_BIT,
-                                 EGL_NONE};
-    return std::make_unique<SurfacelessContext>(attributes);
-}
-
-std::uintptr_t handle(const void* pointer) {
-    return reinterpret_cast<std::uintptr_t>(pointer);
-}
-
 }  // namespace
 
-std::unique_ptr<ApplicationContext> open_surfaceless() {
-    return std::make_unique<SurfacelessContext>(nullptr);
+std::unique_ptr<ApplicationContext> open_egl(EGLDisplay display, const Wish& wish,
+                                             std::optional<EGLNativeWindowType> window) {
+    return std::make_unique<EglContext>(display, wish, window);
 }
 
-std::unique_ptr<ApplicationContext> open_surfaceless_core() {
-    return open_core(3, 3);
-}
-
-std::unique_ptr<ApplicationContext> open_surfaceless_core_45() {
-    return open_core(4, 5);
-}
-
-std::unique_ptr<ApplicationContext> open_surfaceless_es() {
-    const EGLint attributes[] = {EGL_CONTEXT_MAJOR_VERSION, 3, EGL_NONE};
-    return std::make_unique<SurfacelessContext>(attributes, EGL_OPENGL_ES_API);
-}
-
-std::vector<std::uintptr_t> current_handles() {
-    return {handle(glXGetCurrentContext()),
-            handle(glXGetCurrentDisplay()),
-            static_cast<std::uintptr_t>(glXGetCurrentDrawable()),
-            handle(eglGetCurrentContext()),
-            handle(eglGetCurrentDisplay()),
-            handle(eglGetCurrentSurface(EGL_DRAW)),
-            handle(eglGetCurrentSurface(EGL_READ)),
-            static_cast<std::uintptr_t>(eglQueryAPI())};
+std::unique_ptr<ApplicationContext> open_surfaceless(const Wish& wish) {
+    return open_egl(
+        eglGetPlatformDisplay(EGL_PLATFORM_SURFACELESS_MESA, EGL_DEFAULT_DISPLAY, nullptr), wish,
+        std::nullopt);
 }
 
 }  // namespace texprobe::tests

@@ -1,13 +1,12 @@
-// A context that an application opens for itself, and what is current on its thread.
+// A context that an application opens for itself.
 
 #ifndef TEXPROBE_TESTS_APPLICATION_CONTEXT_H
 #define TEXPROBE_TESTS_APPLICATION_CONTEXT_H
 
-#include <cstdint>
+#include <EGL/egl.h>
+
 #include <memory>
-#include <ostream>
-#include <string>
-#include <vector>
+#include <optional>
 
 namespace texprobe::tests {
 
@@ -17,37 +16,32 @@ public:
     virtual ~ApplicationContext() = default;
 };
 
-// All throw std::runtime_error if the context cannot be created.
-
-/// An invisible GLFW window of the X server, on GLX or on EGL.
-std::unique_ptr<ApplicationContext> open_glx_window();
-std::unique_ptr<ApplicationContext> open_egl_window();
-/// False if this was built without GLFW.
-bool has_glfw();
-
-/// An EGL context without a surface or a display.
-std::unique_ptr<ApplicationContext> open_surfaceless();
-/// The same with a core profile.
-std::unique_ptr<ApplicationContext> open_surfaceless_core();
-std::unique_ptr<ApplicationContext> open_surfaceless_core_45();
-/// The same for OpenGL ES 3.
-std::unique_ptr<ApplicationContext> open_surfaceless_es();
-
-/// A way to open one, for the name of a test. `window` if it needs an X server, `isOfTool` if it is
-/// one of the kind that the tool measures.
-struct ContextKind {
-    const char* name;
-    std::unique_ptr<ApplicationContext> (*open)();
-    bool window;
-    bool isOfTool;
+/// What an application asks for; by default, the compatibility context that it gets without a word.
+struct Wish {
+    bool isES = false;
+    int major = 0;
+    int minor = 0;
+    /// Of a context that is not OpenGL ES: the core profile.
+    bool isCore = false;
+    /// Of a toolkit that offers both and reads no variable for it: EGL instead of GLX.
+    bool isEGL = false;
 };
 
-inline void PrintTo(const ContextKind& kind, std::ostream* stream) {
-    *stream << kind.name;
-}
+inline constexpr Wish kCore33 = {false, 3, 3, true};
+inline constexpr Wish kCore45 = {false, 4, 5, true};
+inline constexpr Wish kES3 = {true, 3, 0};
 
-/// All the handles by which GLX and EGL name what is current on this thread.
-std::vector<std::uintptr_t> current_handles();
+// All throw std::runtime_error if the context cannot be created.
+
+/// In an invisible window of the toolkit that the program is built with.
+std::unique_ptr<ApplicationContext> open_window(const Wish& wish);
+
+/// On EGL, with a surface for the window if there is one.
+std::unique_ptr<ApplicationContext> open_egl(EGLDisplay display, const Wish& wish,
+                                             std::optional<EGLNativeWindowType> window);
+
+/// On EGL without a surface or a display.
+std::unique_ptr<ApplicationContext> open_surfaceless(const Wish& wish = {});
 
 }  // namespace texprobe::tests
 

@@ -1,58 +1,45 @@
-// qor::TexProbe in applications that have a context of their own, with the real tool.
+// Applications that have a context of their own ask the class and TexProbeVerdicts, with the real
+// tool.
 
 #include <EGL/egl.h>
-#include <EGL/eglext.h>
 #include <OpenGL/gl.h>
 #include <dlfcn.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <sched.h>
 #include <sqlite3.h>
+#include <sys/mount.h>
 #include <unistd.h>
 
-#include <array>
+#include <algorithm>
 #include <cstdlib>
-#include <fstream>
-#include <latch>
+#include <memory>
+#include <optional>
 #include <ostream>
-#include <set>
-#include <thread>
 #include <vector>
 
 #include "TexProbe.h"
+#include "TexProbeVerdicts.h"
 #include "application_context.h"
-#include "drawing.h"
-#include "egl_calls.h"
+#include "display_servers.h"
 #include "records_of_test.h"
-#include "support/formats.h"
-#include "support/tool_folder.h"
-#include "x_server.h"
+#include "support/answers.h"
+#include "support/process.h"
+#include "support/text.h"
+#include "surroundings.h"
 
 namespace texprobe::tests {
 namespace {
 
-/// The drivers and devices that this process has loaded or opened.
-std::set<std::string> drivers_and_devices() {
-    std::set<std::string> result;
-    const auto keep = [&result](const std::string& file) {
-        for (const char* part : {"/dev/dri", "/dev/nvidia", "_dri.so", "libgallium", "libLLVM"}) {
-            if (file.find(part) != std::string::npos) result.insert(file);
-        }
-    };
-    for (const auto& entry : std::filesystem::directory_iterator("/proc/self/fd")) {
-        std::error_code closedMeanwhile;
-        keep(std::filesystem::read_symlink(entry.path(), closedMeanwhile));
-    }
-    std::ifstream maps("/proc/self/maps");
-    for (std::string line; std::getline(maps, line);) {
-        const std::size_t path = line.find('/');
-        if (path != std::string::npos) keep(line.substr(path));
-    }
-    return result;
-}
+using testing::AllOf;
+using testing::AnyOf;
+using testing::EndsWith;
+using testing::HasSubstr;
+using testing::StartsWith;
 
-class ApplicationFixture : public testing::Test {
+class Application : public testing::Test {
 protected:
-    ApplicationFixture() {
+    Application() {
         unsetenv("DISPLAY");
         unsetenv("WAYLAND_DISPLAY");
     }
@@ -65,6 +52,19 @@ protected:
         return probe;
     }
 
+    static qor::TexProbeVerdicts open(const std::string& tool) {
+        const texprobe_options options = {sizeof options, tool.c_str(), 0, nullptr, nullptr, 0,
+                                          nullptr};
+        return qor::TexProbeVerdicts(&options);
+    }
+
+    void expect_kept_error(EGLint error) {
+        construct("/bin/true");
+        EXPECT_EQ(messages_, "*** cannot get renderer\n");
+        EXPECT_EQ(eglGetError(), error);
+        EXPECT_EQ(eglGetError(), EGL_SUCCESS);
+    }
+
     /// The real tool, with its runs counted and its messages discarded.
     std::string tool() const {
         return folder_.write_program("tool",
@@ -72,102 +72,110 @@ protected:
                                      "exec \"${0%/*}/texprobe\" >/dev/null 2>&1");
     }
 
-    /// The records under the identification strings of the current context.
-    Records records_of_context() const {
-        for (const auto& [application, records] : folder_.records()) {
-            const auto renderer = records.find("GL_RENDERER");
-            if (renderer != records.end() && renderer->second == "string " + gl_text(GL_RENDERER)) {
-                EXPECT_EQ(records.at("GL_VENDOR"), "string " + gl_text(GL_VENDOR));
-                EXPECT_EQ(records.at("GL_VERSION"), "string " + gl_text(GL_VERSION));
-                return records;
-            }
-        }
-        ADD_FAILURE() << "no records of " << gl_text(GL_RENDERER);
-        return {};
+    /// Of the current context's renderer.
+    std::string recorded() const {
+        const auto* renderer = reinterpret_cast<const char*>(glGetString(GL_RENDERER));
+        return recorded_answers(folder_.records(), renderer);
     }
 
     const ToolFolder& folder_ = empty_folder(TOOL);
     std::string messages_;
 };
 
-void expect_answers_equal_records(const qor::TexProbe& probe, const Records& records) {
-    for (const Format& tested : kFormats) {
-        const GLenum format = tested.internalFormat;
-        const std::string name = tested.name;
-        const auto recorded = [&records, key = name](const char* capability) {
-            const auto found = records.find(key + capability);
-            EXPECT_NE(found, records.end()) << key << capability;
-            return found != records.end() && found->second == "boolean 1";
-        };
-        const bool supported = recorded("_SUPPORTED");
-        EXPECT_EQ(probe.IsTextureFormatSupported(format, false), supported) << name;
-        EXPECT_EQ(probe.IsTextureFormatSupported(format, true),
-                  supported && recorded("_RENDERABLE"))
-            << name;
-        EXPECT_EQ(probe.IsTextureFormatSettable(format), recorded("_UPLOAD_SET")) << name;
-        EXPECT_EQ(probe.IsTextureFormatResettable(format), recorded("_UPLOAD_RESET")) << name;
-        EXPECT_EQ(probe.IsTextureFormatGettable(format), recorded("_DOWNLOAD_GET")) << name;
-        EXPECT_EQ(probe.IsTextureFormatReadable(format), recorded("_DOWNLOAD_READ")) << name;
-    }
+struct ContextKind {
+    const char* name;
+    Wish wish;
+    bool isWindow;
+};
+
+void PrintTo(const ContextKind& kind, std::ostream* stream) {
+    *stream << kind.name;
 }
 
-class Application : public ApplicationFixture, public testing::WithParamInterface<ContextKind> {
+class AnyContext : public Application, public testing::WithParamInterface<ContextKind> {
 protected:
     void SetUp() override {
-        if (GetParam().window) {
-            if (!has_glfw()) GTEST_SKIP() << "built without GLFW";
-            server_ = std::make_unique<XServer>();
-            if (!server_->runs()) GTEST_SKIP() << "Xvfb does not run here";
-        }
-        context_ = GetParam().open();
-        set_up_drawing();
+        const ContextKind& kind = GetParam();
+        if (kind.isWindow && !server_.emplace().runs()) GTEST_SKIP() << "Xvfb does not run here";
+        context_ = kind.isWindow ? open_window(kind.wish) : open_surfaceless(kind.wish);
+        if (!context_) GTEST_SKIP() << "built without GLFW";
+        draw();
     }
 
-    std::unique_ptr<XServer> server_;
+    std::optional<XServer> server_;
     std::unique_ptr<ApplicationContext> context_;
 };
 
-TEST_P(Application, runs_the_tool_at_the_first_construction_only) {
-    const auto first = construct(tool());
-    EXPECT_EQ(messages_, "");
-    EXPECT_EQ(folder_.runs(), 1);
-    expect_answers_equal_records(*first, records_of_context());
+/// What others are answered is tried in asking_context_test.cpp.
+class CompatibilityContext : public AnyContext {};
 
-    const auto second = construct(tool());
+TEST_P(CompatibilityContext, gets_the_verdicts_on_its_renderer_and_the_tool_runs_once) {
+    const std::string tool = this->tool();
+    const auto first = construct(tool);
     EXPECT_EQ(messages_, "");
+    const std::string expected = recorded();
+    EXPECT_THAT(expected, HasSubstr("yyyyyy"));
+    // The class knows no unknown.
+    std::string known = expected;
+    std::replace(known.begin(), known.end(), '?', 'n');
+    EXPECT_EQ(answers_of(*first), known);
+
+    const auto second = construct(tool);
+    EXPECT_EQ(messages_, "");
+    EXPECT_EQ(answers_of(*second), known);
+    auto verdicts = open(tool);
+    EXPECT_EQ(verdicts.wait(0), TEXPROBE_READY);
+    EXPECT_EQ(answers_of(verdicts), expected);
     EXPECT_EQ(folder_.runs(), 1);
-    expect_answers_equal_records(*second, records_of_context());
 }
 
-TEST_P(Application, keeps_its_context_as_it_is) {
-    EXPECT_EQ(draw(), expected_image());
-    const auto handles = current_handles();
-    const auto state = context_state();
-    const auto files = drivers_and_devices();
-    const int calls = disturbing_egl_calls();
+TEST_P(CompatibilityContext, is_as_it_was_after_the_class_is_constructed) {
+    const Surroundings before = surroundings();
     // An error that the application has not read yet.
-    ASSERT_EQ(glGetError(), static_cast<GLenum>(GL_NO_ERROR));
     glEnable(0xdead);
-
     construct(tool());
     ASSERT_EQ(folder_.runs(), 1);
-
     EXPECT_EQ(glGetError(), static_cast<GLenum>(GL_INVALID_ENUM));
-    EXPECT_EQ(glGetError(), static_cast<GLenum>(GL_NO_ERROR));
-    EXPECT_EQ(current_handles(), handles);
-    EXPECT_EQ(context_state(), state);
-    EXPECT_EQ(drivers_and_devices(), files);
-    EXPECT_EQ(disturbing_egl_calls(), calls);
-    EXPECT_EQ(draw(), expected_image());
+    expect_undisturbed(before);
 }
 
-INSTANTIATE_TEST_SUITE_P(On, Application,
-                         testing::Values(ContextKind{"glx_window", open_glx_window, true, true},
-                                         ContextKind{"egl_window", open_egl_window, true, true},
-                                         ContextKind{"surfaceless", open_surfaceless, false, true}),
-                         [](const auto& param) { return param.param.name; });
+TEST_P(AnyContext, is_as_it_was_before_during_and_after_the_verdicts) {
+    // Only what the library does is of interest here.
+    folder_.write_program("texprobe-survey", "sleep 1");
+    const Surroundings before = surroundings();
+    EXPECT_GT(before.values.size(), 200u);
+    EXPECT_FALSE(before.drivers.empty());
+    EXPECT_TRUE(before.disturbingCalls > 0 || GetParam().isWindow) << "they are counted";
+    glEnable(0xdead);
+    testing::internal::CaptureStdout();
+    testing::internal::CaptureStderr();
+    {
+        auto verdicts = open(folder_.tool());
+        EXPECT_EQ(glGetError(), static_cast<GLenum>(GL_INVALID_ENUM));
+        expect_undisturbed(before);
+        const bool isOfTool = !GetParam().wish.isES && !GetParam().wish.isCore;
+        EXPECT_EQ(verdicts.wait(), isOfTool ? TEXPROBE_READY : TEXPROBE_FAILED);
+        expect_undisturbed(before);
+    }
+    EXPECT_EQ(testing::internal::GetCapturedStdout(), "");
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
+    expect_undisturbed(before);
+}
 
-class SurfacelessApplication : public ApplicationFixture {};
+constexpr Wish kDefaultOnEGL = {false, 0, 0, false, true};
+const ContextKind kCompatibilityKinds[] = {
+    {"glx_window", {}, true}, {"egl_window", kDefaultOnEGL, true}, {"surfaceless", {}, false}};
+const ContextKind kOtherKinds[] = {
+    {"core_33", kCore33, false}, {"core_45", kCore45, false}, {"es_3", kES3, false}};
+
+std::string name_of_kind(const testing::TestParamInfo<ContextKind>& kind) {
+    return kind.param.name;
+}
+
+INSTANTIATE_TEST_SUITE_P(On, CompatibilityContext, testing::ValuesIn(kCompatibilityKinds),
+                         name_of_kind);
+INSTANTIATE_TEST_SUITE_P(On, AnyContext, testing::ValuesIn(kCompatibilityKinds), name_of_kind);
+INSTANTIATE_TEST_SUITE_P(OnAnother, AnyContext, testing::ValuesIn(kOtherKinds), name_of_kind);
 
 int constructionsByPlugin = 0;
 
@@ -190,95 +198,34 @@ bool constructs_while_a_plugin_is_loaded() {
     return constructionsByPlugin == 1;
 }
 
-TEST_F(SurfacelessApplication, is_the_one_whose_calls_are_counted) {
-    const auto context = open_surfaceless();
-    EXPECT_GT(disturbing_egl_calls(), 0);
-    EXPECT_NE(drivers_and_devices(), std::set<std::string>{});
-}
-
-TEST_F(SurfacelessApplication, finds_nothing_with_a_core_profile) {
-    const auto context = open_surfaceless_core();
-    const auto probe = construct(tool());
-    EXPECT_EQ(messages_, "*** cannot get renderer\n");
-    EXPECT_EQ(folder_.runs(), 1);
-    testing::internal::CaptureStderr();
-    EXPECT_FALSE(probe->IsTextureFormatSupported(GL_RGBA8, false));
-    EXPECT_EQ(testing::internal::GetCapturedStderr(), "unsupported texture format: 0x8058\n");
-    // Every construction runs the tool again, which finds all verdicts recorded.
-    construct(tool());
-    EXPECT_EQ(folder_.runs(), 2);
-}
-
-TEST_F(SurfacelessApplication, keeps_its_other_displays) {
-    const auto context = open_surfaceless();
-    const auto queryDevices =
-        reinterpret_cast<PFNEGLQUERYDEVICESEXTPROC>(eglGetProcAddress("eglQueryDevicesEXT"));
-    EGLDeviceEXT device = nullptr;
-    EGLint count = 0;
-    ASSERT_TRUE(queryDevices(1, &device, &count));
-    EGLDisplay display = eglGetPlatformDisplay(EGL_PLATFORM_DEVICE_EXT, device, nullptr);
-    ASSERT_TRUE(eglInitialize(display, nullptr, nullptr));
-    construct(tool()).reset();
-    EXPECT_NE(eglQueryString(display, EGL_VERSION), nullptr);
-    EXPECT_NE(eglQueryString(eglGetCurrentDisplay(), EGL_VERSION), nullptr);
-    eglTerminate(display);
-}
-
 // An error of EGL itself, and one of its vendor's library. Only a process's first lookup lists
 // EGL's devices.
-TEST_F(SurfacelessApplication, keeps_a_pending_error_of_egl) {
+
+TEST_F(Application, keeps_a_pending_error_of_egl) {
     const auto context = open_surfaceless();
     eglQueryString(reinterpret_cast<EGLDisplay>(1), EGL_VERSION);
-    construct("/bin/true");
-    EXPECT_EQ(messages_, "*** cannot get renderer\n");
-    EXPECT_EQ(eglGetError(), EGL_BAD_DISPLAY);
-    EXPECT_EQ(eglGetError(), EGL_SUCCESS);
+    expect_kept_error(EGL_BAD_DISPLAY);
 }
 
-TEST_F(SurfacelessApplication, keeps_a_pending_error_of_egl_s_vendor) {
+TEST_F(Application, keeps_a_pending_error_of_egl_s_vendor) {
     const auto context = open_surfaceless();
     EGLint value = 0;
     eglQueryContext(eglGetCurrentDisplay(), eglGetCurrentContext(), EGL_NONE, &value);
-    construct("/bin/true");
-    EXPECT_EQ(messages_, "*** cannot get renderer\n");
-    EXPECT_EQ(eglGetError(), EGL_BAD_ATTRIBUTE);
-    EXPECT_EQ(eglGetError(), EGL_SUCCESS);
-}
-
-TEST_F(SurfacelessApplication, may_construct_on_several_threads_at_once) {
-    ASSERT_TRUE(folder_.run().exited_with(0));
-    std::array<bool, 4> found{};
-    // They also wait for each other at the end: they share EGL's one display, and the first to
-    // finish terminates it.
-    std::latch opened(found.size());
-    std::latch asked(found.size());
-    std::vector<std::thread> threads;
-    threads.reserve(found.size());
-    for (bool& isFound : found) {
-        threads.emplace_back([&] {
-            const auto context = open_surfaceless();
-            opened.arrive_and_wait();
-            const qor::TexProbe probe(nullptr);
-            isFound = probe.IsTextureFormatSupported(GL_RGBA8, true);
-            asked.arrive_and_wait();
-        });
-    }
-    for (std::thread& thread : threads) thread.join();
-    EXPECT_THAT(found, testing::Each(true));
+    expect_kept_error(EGL_BAD_ATTRIBUTE);
 }
 
 // The loader's lock is held meanwhile. A first construction that waited for another thread to load
 // something would wait forever.
-TEST_F(SurfacelessApplication, may_construct_while_a_plugin_is_loaded) {
+TEST_F(Application, may_construct_while_a_plugin_is_loaded) {
     const auto context = open_surfaceless();
     EXPECT_TRUE(constructs_while_a_plugin_is_loaded());
 }
 
-TEST_F(SurfacelessApplication, may_construct_while_a_plugin_is_loaded_before_it_uses_egl) {
+TEST_F(Application, may_construct_while_a_plugin_is_loaded_before_it_uses_egl) {
     EXPECT_TRUE(constructs_while_a_plugin_is_loaded());
 }
 
-TEST_F(SurfacelessApplication, keeps_its_own_sqlite) {
+TEST_F(Application, keeps_its_own_sqlite) {
     sqlite3* database = nullptr;
     ASSERT_EQ(sqlite3_open(":memory:", &database), SQLITE_OK);
     sqlite3_exec(database, "CREATE TABLE t(x); BEGIN; INSERT INTO t VALUES (7)", nullptr, nullptr,
@@ -295,18 +242,73 @@ TEST_F(SurfacelessApplication, keeps_its_own_sqlite) {
     EXPECT_EQ(sqlite3_close(database), SQLITE_OK);
 }
 
-TEST(ApplicationWithoutContext, opens_no_driver_and_no_device) {
-    empty_folder(TOOL);
+TEST_F(Application, opens_no_driver_and_no_device_without_a_context) {
     // Loads the vendors' EGL libraries, from which the list of devices comes, and their
     // dependencies. Nothing else may be loaded later.
     eglQueryString(EGL_NO_DISPLAY, EGL_EXTENSIONS);
     const auto before = drivers_and_devices();
     const int calls = disturbing_egl_calls();
-    testing::internal::CaptureStderr();
-    const qor::TexProbe probe("/bin/true");
-    EXPECT_EQ(testing::internal::GetCapturedStderr(), "*** cannot get renderer\n");
+    construct("/bin/true");
+    EXPECT_EQ(messages_, "*** cannot get renderer\n");
     EXPECT_EQ(drivers_and_devices(), before);
     EXPECT_EQ(disturbing_egl_calls(), calls);
+}
+
+/// In a process with a disk of its own at `folder`.
+bool mount_disk(const std::filesystem::path& folder, const std::string& size) {
+    std::filesystem::create_directories(folder);
+    return unshare(CLONE_NEWNS) == 0 &&
+           mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == 0 &&
+           mount("none", folder.c_str(), "tmpfs", 0, ("mode=700,size=" + size).c_str()) == 0;
+}
+
+class FullDisk : public Application {
+protected:
+    /// What an application gets: "ready " and y, n and ? for each verdict, or "failed"; and why.
+    std::string measure() const {
+        const auto context = open_surfaceless();
+        auto verdicts = open(folder_.tool());
+        const bool isReady = verdicts.wait() == TEXPROBE_READY;
+        return (isReady ? "ready " + answers_of(verdicts) : "failed") + " " + verdicts.reason() +
+               "\n";
+    }
+
+    /// The same on a disk of that size; and again after it has grown. Nothing if mounting is not
+    /// allowed.
+    std::vector<std::string> measure_on_disk(const std::string& size) const {
+        const std::filesystem::path file = folder_.path() / "answers";
+        std::filesystem::remove(file);
+        status_of(start([&] {
+            const std::filesystem::path records = folder_.database().parent_path();
+            if (!mount_disk(records, size)) return 1;
+            const std::string small = measure();
+            mount(nullptr, records.c_str(), nullptr, MS_REMOUNT, "size=10m");
+            write_file(file, small + measure());
+            return 0;
+        }));
+        return lines_of(read_file(file));
+    }
+};
+
+TEST_F(FullDisk, gives_the_right_verdicts_with_a_reason_and_costs_none) {
+    const std::vector<std::string> whole = measure_on_disk("10m");
+    if (whole.empty()) GTEST_SKIP() << "mounting is not allowed here";
+    const std::string& right = whole.at(0);
+    ASSERT_THAT(right, AllOf(StartsWith("ready "), HasSubstr("yyyyyy"), EndsWith(" ")));
+    const std::string file = folder_.database().parent_path();
+    const auto hasReason =
+        AllOf(StartsWith(right + "the verdicts are not recorded, and will be measured again: "),
+              HasSubstr("cannot use " + file),
+              AnyOf(EndsWith(": No space left on device"), EndsWith(": database or disk is full")));
+    int reasons = 0;
+    for (const int kilobytes : {4, 16, 48, 128, 400, 600}) {
+        const auto lines = measure_on_disk(std::to_string(kilobytes) + "k");
+        ASSERT_EQ(lines.size(), 2u) << kilobytes;
+        EXPECT_THAT(lines[0], AnyOf(right, hasReason)) << kilobytes;
+        EXPECT_EQ(lines[1], right) << kilobytes;
+        reasons += lines[0] != right ? 1 : 0;
+    }
+    EXPECT_GT(reasons, 2);
 }
 
 }  // namespace

@@ -1,9 +1,9 @@
-#include "egl_calls.h"
-
 #include <EGL/egl.h>
 #include <dlfcn.h>
 
 #include <atomic>
+
+#include "surroundings.h"
 
 namespace {
 

@@ -4,15 +4,7 @@
 
 namespace texprobe::tests {
 
-bool has_glfw() {
-    return false;
-}
-
-std::unique_ptr<ApplicationContext> open_glx_window() {
-    return nullptr;
-}
-
-std::unique_ptr<ApplicationContext> open_egl_window() {
+std::unique_ptr<ApplicationContext> open_window(const Wish& /*wish*/) {
     return nullptr;
 }
 

@@ -6,6 +6,7 @@
 #include <cstdlib>
 
 #include "runs/turn_settings.h"
+#include "support/formats.h"
 
 namespace {
 
@@ -14,19 +15,16 @@ std::filesystem::path& records_of_test() {
     return directory;
 }
 
-CFStringRef create_string(const char* text) {
-    return CFStringCreateWithCString(nullptr, text, kCFStringEncodingASCII);
+/// A constant string, which nobody releases.
+CFStringRef string_of(const std::string& text) {
+    return __CFStringMakeConstantString(text.c_str());
 }
 
 /// Stores `value` and takes ownership of it.
 void write(const std::string& application, const char* key, CFTypeRef value) {
-    const CFStringRef applicationID = create_string(application.c_str());
-    const CFStringRef keyName = create_string(key);
-    CFPreferencesSetAppValue(keyName, value, applicationID);
-    CFPreferencesAppSynchronize(applicationID);
+    CFPreferencesSetAppValue(string_of(key), value, string_of(application));
+    CFPreferencesAppSynchronize(string_of(application));
     CFRelease(value);
-    CFRelease(keyName);
-    CFRelease(applicationID);
 }
 
 }  // namespace
@@ -64,14 +62,10 @@ std::chrono::milliseconds& least_test_time() {
     return time;
 }
 
-void use_records_in(const std::filesystem::path& directory) {
-    records_of_test() = directory;
-}
-
 const ToolFolder& empty_folder(const char* executable) {
     static const ToolFolder folder(executable);
     const std::filesystem::path records = folder.database().parent_path();
-    use_records_in(records);
+    records_of_test() = records;
     least_test_time() = TurnSettings().leastTestTime;
     for (const auto& entry : std::filesystem::directory_iterator(folder.path())) {
         if (entry.path() != folder.tool() && entry.path() != records) {
@@ -87,7 +81,7 @@ void write_number(const std::string& application, const char* key, double value)
 }
 
 void write_string(const std::string& application, const char* key, const char* value) {
-    write(application, key, create_string(value));
+    write(application, key, string_of(value));
 }
 
 void write_boolean(const std::string& application, const char* key, bool value) {
@@ -100,6 +94,19 @@ void write_identity(const std::string& application, const char* vendor, const ch
     write_string(application, "GL_VENDOR", vendor);
     write_string(application, "GL_VERSION", version);
     write_string(application, "GL_RENDERER", renderer);
+}
+
+std::string complete_set(const std::string& except, const std::string& application,
+                         const std::string& renderer) {
+    const std::string set = "set " + application + " ";
+    std::string lines = set + "VERSION number 0.21\n";
+    for (const Format& format : kFormats) {
+        for (const char* capability : kCapabilities) {
+            lines += set + format.name + "_" + capability + " true\n";
+        }
+    }
+    return lines + set + "GL_VENDOR text Vendor\n" + set + "GL_VERSION text 2.1 Version\n" + set +
+           "GL_RENDERER text " + renderer + "\n" + except + "sync " + application + "\n";
 }
 
 }  // namespace texprobe::tests

@@ -12,8 +12,9 @@
 
 namespace texprobe::tests {
 
-/// Sets the location of this process's records. Must be called before any record is used.
-void use_records_in(const std::filesystem::path& directory);
+// The identifiers of the scripted machine's renderers.
+constexpr char kFirst[] = "org.texprobe.texprobe2.ff.22G120";
+constexpr char kSecond[] = "org.texprobe.texprobe2.1021a00.22G120";
 
 /// The least that this process may give a test; each call of empty_folder() puts it back.
 std::chrono::milliseconds& least_test_time();
@@ -28,8 +29,13 @@ void write_string(const std::string& application, const char* key, const char* v
 void write_boolean(const std::string& application, const char* key, bool value);
 
 /// The version and the three identification strings: all that a match needs.
-void write_identity(const std::string& application, const char* vendor, const char* version,
-                    const char* renderer);
+void write_identity(const std::string& application, const char* vendor = "Vendor",
+                    const char* version = "2.1 Version", const char* renderer = "Renderer");
+
+/// The lines of a script by which the tool records a complete set with these strings: every verdict
+/// is yes, but for what the lines `except` say.
+std::string complete_set(const std::string& except = "", const std::string& application = kFirst,
+                         const std::string& renderer = "Renderer");
 
 }  // namespace texprobe::tests
 

@@ -18,14 +18,20 @@ namespace texprobe::tests {
 
 class RunAtWork {
 public:
-    explicit RunAtWork(const std::string& set) {
+    enum class Kind { kOneThatStays, kManyThatFindNothingToDo };
+
+    /// Returns when the first run is at work.
+    explicit RunAtWork(const std::string& set, Kind kind = Kind::kOneThatStays) {
         int ready[2];
         if (pipe2(ready, O_CLOEXEC) != 0) std::abort();
         process_ = start([&]() -> int {
-            MeasuringTurn turn(turn_settings(), [] {});
-            turn.take_in_hand(set);
-            if (write(ready[1], "", 1) != 1) return 1;
-            for (;;) pause();
+            for (bool isFirst = true;; isFirst = false) {
+                MeasuringTurn turn(turn_settings(), [] {});
+                turn.take_in_hand(set);
+                if (isFirst && write(ready[1], "", 1) != 1) return 1;
+                while (kind == Kind::kOneThatStays) pause();
+                usleep(100);
+            }
         });
         char byte = 0;
         if (read(ready[0], &byte, 1) != 1) std::abort();

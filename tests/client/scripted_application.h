@@ -1,5 +1,4 @@
-// An application on the scripted machine, which has one renderer, and its tool, which writes the
-// complete records of that unless it is told something else.
+// The class on the scripted machine, with a tool that does what a script tells it.
 
 #ifndef TEXPROBE_TESTS_SCRIPTED_APPLICATION_H
 #define TEXPROBE_TESTS_SCRIPTED_APPLICATION_H
@@ -12,37 +11,31 @@
 #include "TexProbe.h"
 #include "doubles/scripted_machine.h"
 #include "records_of_test.h"
-#include "support/tool_folder.h"
 
 namespace texprobe::tests {
 
-constexpr int kScriptedRendererID = 0xff;
-constexpr char kScriptedApplication[] = "org.texprobe.texprobe2.ff.22G120";
-constexpr char kScriptedVendor[] = "Vendor";
-constexpr char kScriptedVersion[] = "2.1 Version";
-constexpr char kScriptedRenderer[] = "Renderer";
-
+/// The machine has one renderer, and the tool records a complete set of it.
 class ScriptedApplication : public testing::Test {
 protected:
-    ScriptedApplication();
-
-    /// What the tool does then.
-    static std::string measured();
-    void write_identity_of_renderer() const;
-
-    /// Constructs the class and keeps everything written to standard error meanwhile.
-    std::unique_ptr<qor::TexProbe> construct(const std::string& toolPath);
-
-    /// The answer of one query; keeps what it writes to standard error.
-    template <typename Query>
-    bool ask(Query query) {
-        testing::internal::CaptureStderr();
-        const bool answer = query();
-        messages_ = testing::internal::GetCapturedStderr();
-        return answer;
+    ScriptedApplication() {
+        machine() = {};
+        machine().displays = {{1, {{0xff}}}};
+        folder_.script(complete_set());
     }
 
-    const ToolFolder& folder_;
+    /// The result of an action; keeps what it writes to standard error.
+    template <typename Action>
+    auto heard(Action action) {
+        testing::internal::CaptureStderr();
+        auto result = action();
+        messages_ = testing::internal::GetCapturedStderr();
+        return result;
+    }
+    std::unique_ptr<qor::TexProbe> construct(const char* toolPath) {
+        return heard([&] { return std::make_unique<qor::TexProbe>(toolPath); });
+    }
+
+    const ToolFolder& folder_ = empty_folder(SCRIPTED_TOOL);
     std::string messages_;
 };
 

@@ -2,11 +2,11 @@
 
 #include <unistd.h>
 
+#include <algorithm>
 #include <chrono>
 #include <set>
-#include <sstream>
 
-#include "support/formats.h"
+#include "table/record_keys.h"
 
 namespace texprobe::tests {
 
@@ -44,6 +44,7 @@ ScriptedVerdicts::ScriptedVerdicts() {
 }
 
 ScriptedVerdicts::~ScriptedVerdicts() {
+    verdicts_.reset();
     const std::string printed = testing::internal::GetCapturedStdout();
     // GoogleTest says there why it skips.
     if (!testing::Test::IsSkipped()) {
@@ -54,25 +55,6 @@ ScriptedVerdicts::~ScriptedVerdicts() {
     EXPECT_EQ(tools(), std::vector<pid_t>());
 }
 
-std::string ScriptedVerdicts::verdict(const std::string& application, const std::string& key,
-                                      bool verdict) {
-    return "set " + application + " " + key + (verdict ? " true" : " false") + "\n";
-}
-
-std::string ScriptedVerdicts::complete_set(const std::string& application,
-                                           const std::string& renderer, const std::string& except) {
-    std::string lines = "set " + application + " VERSION number 0.21\n";
-    for (const Format& format : kFormats) {
-        for (const char* capability : kCapabilities) {
-            lines += verdict(application, std::string(format.name) + "_" + capability, true);
-        }
-    }
-    lines += "set " + application + " GL_VENDOR text Vendor\n";
-    lines += "set " + application + " GL_VERSION text 2.1 Version\n";
-    lines += "set " + application + " GL_RENDERER text " + renderer + "\n";
-    return lines + except + "sync " + application + "\n";
-}
-
 void ScriptedVerdicts::record(const std::string& lines) const {
     script(lines);
     ASSERT_TRUE(folder_.run().exited_with(0));
@@ -80,18 +62,41 @@ void ScriptedVerdicts::record(const std::string& lines) const {
     std::filesystem::remove(folder_.path() / "runs");
 }
 
-texprobe_verdicts* ScriptedVerdicts::open(int limit) {
-    const texprobe_options options = {sizeof options, tool_.c_str(), limit, write_log, this, 0,
-                                      nullptr};
-    return texprobe_verdicts_open(&options);
+void ScriptedVerdicts::be_in(const char* version, int profile, const char* vendor,
+                             const char* renderer) {
+    machine().version = version;
+    machine().profile = profile;
+    machine().vendor = vendor;
+    machine().renderer = renderer;
 }
 
-texprobe_state ScriptedVerdicts::measure(int limit) {
-    texprobe_verdicts* verdicts = open(limit);
-    const texprobe_state state = texprobe_verdicts_wait(verdicts, -1);
-    reason_ = texprobe_verdicts_reason(verdicts);
-    texprobe_verdicts_close(verdicts);
+texprobe_options ScriptedVerdicts::options(int limit) {
+    return {sizeof(texprobe_options), tool_.c_str(), limit, write_log, this, 0, nullptr};
+}
+
+void ScriptedVerdicts::open(int limit) {
+    const texprobe_options wish = options(limit);
+    verdicts_.emplace(&wish);
+}
+
+texprobe_state ScriptedVerdicts::measure(const texprobe_options& options) {
+    verdicts_.emplace(&options);
+    const texprobe_state state = verdicts_->wait();
+    reason_ = verdicts_->reason();
     return state;
+}
+
+std::vector<double> ScriptedVerdicts::progress_until_over() {
+    std::vector<double> seen;
+    while (verdicts_->wait(20) == TEXPROBE_MEASURING) {
+        const double progress = verdicts_->progress();
+        if (seen.empty() || progress != seen.back()) seen.push_back(progress);
+    }
+    return seen;
+}
+
+void ScriptedVerdicts::await_tool() const {
+    while (tools().empty()) std::this_thread::sleep_for(std::chrono::milliseconds(1));
 }
 
 void ScriptedVerdicts::write_log(void* user, const char* line) {
@@ -126,6 +131,54 @@ std::size_t threads_that_stay() {
         std::this_thread::sleep_for(std::chrono::milliseconds(1));
     }
     return threads_of_process().size();
+}
+
+ScriptedSurvey::ScriptedSurvey() {
+    // The tool's program does both.
+    std::filesystem::create_hard_link(folder_.tool(), folder_.path() / "texprobe-survey");
+    write_file(folder_.path() / "survey-runs", "");
+    be_in("4.5 (Core Profile) Driver 1.2", 1);
+}
+
+std::string ScriptedSurvey::survey_of(survey::Profile profile, const std::string& version,
+                                      const std::vector<ExceptUse>& except,
+                                      const std::string& application) {
+    const std::string set = "set " + application + " ";
+    std::string lines = set + key_of(profile) + " text " + version + "\n" + set +
+                        survey::vendor_key_of(profile) + " text Vendor\n" + set +
+                        survey::renderer_key_of(profile) + " text Renderer\n";
+    for (const survey::Format& format : survey::formats()) {
+        lines += set + key_of(profile, format) + " text ";
+        for (const survey::Question& question : questions_of(format, profile)) {
+            const auto found =
+                std::find_if(except.begin(), except.end(), [&](const ExceptUse& each) {
+                    return (!each.format || std::string(format.name) == each.format) &&
+                           question.use == each.use &&
+                           (each.layout.is_none() || question.layout == each.layout);
+                });
+            const bool isYes = found == except.end();
+            lines += name_of(question) + ' ' +
+                     name_of(isYes ? survey::Verdict::kYes : found->verdict) + "%n";
+        }
+        lines += "\n";
+    }
+    return lines + "sync " + application + "\n";
+}
+
+std::string ScriptedSurvey::core_survey(const std::vector<ExceptUse>& except,
+                                        const std::string& application) {
+    return survey_of(survey::Profile::kCore, "4.6 (Core Profile) Driver 1.2", except, application);
+}
+
+std::string ScriptedSurvey::compatibility_survey(const std::vector<ExceptUse>& except) {
+    return survey_of(survey::Profile::kCompatibility, "4.6 (Compatibility Profile) Version",
+                     except);
+}
+
+texprobe_state ScriptedSurvey::measure_as_wished(int what) {
+    texprobe_options wish = options();
+    wish.measure = what;
+    return measure(wish);
 }
 
 }  // namespace texprobe::tests

@@ -5,21 +5,24 @@
 
 #include <algorithm>
 #include <atomic>
-#include <chrono>
 #include <string>
 #include <thread>
 #include <utility>
 #include <vector>
 
-#include "scripted_survey.h"
+#include "scripted_verdicts.h"
 
 namespace texprobe::tests {
 namespace {
 
+using testing::AllOf;
+using testing::Contains;
 using testing::Each;
 using testing::ElementsAre;
+using testing::Gt;
 using testing::HasSubstr;
 using testing::IsEmpty;
+using testing::Lt;
 
 constexpr int kAll = TEXPROBE_MEASURE_ALL;
 constexpr int kNothing = TEXPROBE_MEASURE_NOTHING;
@@ -32,6 +35,11 @@ struct Told {
     std::atomic<bool> isOpened{false};
     bool wasOpened = false;
 
+    texprobe_options options(const std::string& tool) {
+        return {sizeof(texprobe_options), tool.c_str(), 0, log, this, 0, done};
+    }
+
+private:
     static void done(void* user) {
         auto& self = *static_cast<Told*>(user);
         self.thread = std::this_thread::get_id();
@@ -45,30 +53,16 @@ struct Told {
 
 class SurveyingVerdicts : public ScriptedSurvey {
 protected:
-    texprobe_state open_to_measure(int what) {
-        texprobe_options wish = options();
-        wish.measure = what;
-        return open_and_wait(wish);
-    }
-    void be_in_a_compatibility_context() {
-        machine().version = "2.1 Version";
-        machine().profile = 0;
-    }
-    static std::string compatibility_survey() {
-        return complete_survey(kFirstSurvey, survey::Profile::kCompatibility,
-                               "4.6 (Compatibility Profile) Version");
-    }
-    /// What a survey says and writes before it hangs or dies in a use.
-    static std::string begin_format(const std::string& text) {
-        const std::string set = std::string(kFirstSurvey);
-        return "set " + set + " core.GL_R8 text " + text + "\nsync " + set + "\n";
+    static void be_in_a_compatibility_context() { be_in("2.1 Version"); }
+    /// The first lines of a script that records, until about its half.
+    static std::string half_of(const std::string& lines, const std::string& application) {
+        return lines.substr(0, lines.find("set ", lines.size() / 2)) + "sync " + application + "\n";
     }
 };
 
 TEST_F(SurveyingVerdicts, need_only_a_survey_of_the_core_profile_in_a_core_context) {
     script_survey("sleep 300\n" + core_survey());
-    const texprobe_options wish = options();
-    verdicts_.emplace(&wish);
+    open();
     EXPECT_EQ(verdicts_->state(), TEXPROBE_MEASURING);
     EXPECT_EQ(verdicts_->use(kRGBA8, TEXPROBE_CREATE), TEXPROBE_UNKNOWN);
     EXPECT_STREQ(verdicts_->reason(), "texprobe measures this machine's renderers");
@@ -78,42 +72,37 @@ TEST_F(SurveyingVerdicts, need_only_a_survey_of_the_core_profile_in_a_core_conte
     EXPECT_THAT(survey_runs(), ElementsAre("run --profile core --first Renderer"));
     EXPECT_EQ(runs(), 0) << "of the tool";
 
-    EXPECT_EQ(open_and_wait(), TEXPROBE_READY);
+    EXPECT_EQ(measure(), TEXPROBE_READY);
     EXPECT_EQ(survey_runs().size(), 1u);
 }
 
-TEST_F(SurveyingVerdicts, need_only_the_tool_in_a_compatibility_context) {
+TEST_F(SurveyingVerdicts, are_of_the_tool_alone_of_all_or_nothing_as_the_application_wishes) {
     be_in_a_compatibility_context();
-    script(complete_set(kFirst, "Renderer"));
-    EXPECT_EQ(open_and_wait(), TEXPROBE_READY) << reason_;
-    EXPECT_EQ(runs(), 1);
-    EXPECT_THAT(survey_runs(), IsEmpty());
-}
-
-TEST_F(SurveyingVerdicts, measure_all_or_nothing_as_the_application_wishes) {
-    be_in_a_compatibility_context();
-    script(complete_set(kFirst, "Renderer"));
+    script(complete_set());
     script_survey(compatibility_survey());
-    EXPECT_EQ(open_to_measure(kNothing), TEXPROBE_FAILED);
+    EXPECT_EQ(measure_as_wished(kNothing), TEXPROBE_FAILED);
     EXPECT_EQ(reason_,
               "no renderer of this machine is the context's, \"Renderer\" of \"Vendor\", version "
               "\"2.1 Version\"; recorded: nothing of nothing, version nothing, nothing of nothing, "
               "version nothing");
     EXPECT_EQ(runs(), 0);
-    EXPECT_EQ(open_to_measure(kAll), TEXPROBE_READY) << reason_;
+    EXPECT_EQ(measure(), TEXPROBE_READY) << reason_;
+    EXPECT_EQ(runs(), 1);
+    EXPECT_THAT(survey_runs(), IsEmpty());
+    EXPECT_EQ(measure_as_wished(kAll), TEXPROBE_READY) << reason_;
     EXPECT_EQ(runs(), 1);
     EXPECT_THAT(survey_runs(), ElementsAre("run --profile compatibility --first Renderer"));
     EXPECT_EQ(verdicts_->use(kRGBA8, TEXPROBE_FILTER), TEXPROBE_YES);
     EXPECT_EQ(answer(kRGBA8, TEXPROBE_RENDERABLE), TEXPROBE_YES);
-    EXPECT_EQ(open_to_measure(kNothing), TEXPROBE_READY);
-    EXPECT_EQ(open_to_measure(3), TEXPROBE_FAILED);
+    EXPECT_EQ(measure_as_wished(kNothing), TEXPROBE_READY);
+    EXPECT_EQ(measure_as_wished(3), TEXPROBE_FAILED);
     EXPECT_EQ(reason_, "texprobe_options.measure is 3; it must be a texprobe_measure");
 }
 
 TEST_F(SurveyingVerdicts, answer_from_a_survey_alone_where_nothing_is_measured) {
     be_in_a_compatibility_context();
     record(compatibility_survey());
-    EXPECT_EQ(open_to_measure(kNothing), TEXPROBE_READY) << reason_;
+    EXPECT_EQ(measure_as_wished(kNothing), TEXPROBE_READY) << reason_;
     EXPECT_EQ(verdicts_->use(kRGBA8, TEXPROBE_FILTER), TEXPROBE_YES);
     EXPECT_EQ(answer(kRGBA8, TEXPROBE_RENDERABLE), TEXPROBE_UNKNOWN);
     EXPECT_THAT(reason_, HasSubstr("the tool's verdicts are unknown: no renderer of this machine"));
@@ -122,83 +111,69 @@ TEST_F(SurveyingVerdicts, answer_from_a_survey_alone_where_nothing_is_measured) 
 TEST_F(SurveyingVerdicts, are_ready_without_what_the_context_does_not_need) {
     script("raise 11\n");
     script_survey(core_survey());
-    EXPECT_EQ(open_to_measure(kAll), TEXPROBE_READY) << reason_;
+    EXPECT_EQ(measure_as_wished(kAll), TEXPROBE_READY) << reason_;
     EXPECT_THAT(reason_, HasSubstr("the tool's verdicts are unknown: texprobe was ended by signal "
                                    "11; "));
     EXPECT_EQ(answer(kRGBA8, TEXPROBE_SUPPORTED), TEXPROBE_YES);
 
     be_in_a_compatibility_context();
-    script(complete_set(kFirst, "Renderer"));
+    script(complete_set());
     std::filesystem::remove(folder_.path() / "texprobe-survey");
-    EXPECT_EQ(open_to_measure(kAll), TEXPROBE_READY) << reason_;
+    EXPECT_EQ(measure_as_wished(kAll), TEXPROBE_READY) << reason_;
     EXPECT_EQ(reason_, "the survey's verdicts are unknown: \"" + folder_.path().string() +
                            "/texprobe-survey\" was not found");
 }
 
-TEST_F(SurveyingVerdicts, say_that_the_survey_cannot_be_started) {
-    std::filesystem::remove(folder_.path() / "texprobe-survey");
-    EXPECT_EQ(open_and_wait(), TEXPROBE_FAILED);
-    EXPECT_EQ(reason_, "\"" + folder_.path().string() + "/texprobe-survey\" was not found");
-}
-
 TEST_F(SurveyingVerdicts, continue_after_a_crash_and_after_a_hang_of_the_survey) {
-    script_survey(begin_format("measuring%n") + "raise 11\n", 1);
-    script_survey(begin_format("create started%n") + "hang\n", 2);
+    script_survey(format_record("measuring%n") + "raise 11\n", 1);
+    script_survey(format_record("create started%n") + "hang\n", 2);
     script_survey(core_survey(), 3);
-    texprobe_options wish = options();
-    wish.test_time_limit_ms = 1500;
-    EXPECT_EQ(open_and_wait(wish), TEXPROBE_READY) << reason_;
+    EXPECT_EQ(measure(1500), TEXPROBE_READY) << reason_;
     EXPECT_THAT(survey_runs(), ElementsAre("run --profile core --first Renderer",
                                            "run --profile core --first Renderer",
                                            "run --profile core --first Renderer --after-hang"));
 }
 
-TEST_F(SurveyingVerdicts, give_up_after_a_survey_that_recorded_nothing) {
+TEST_F(SurveyingVerdicts, say_why_there_are_none_after_one_survey) {
     script_survey("raise 11\n");
-    EXPECT_EQ(open_and_wait(), TEXPROBE_FAILED);
+    EXPECT_EQ(measure(), TEXPROBE_FAILED);
     EXPECT_EQ(survey_runs().size(), 1u);
     EXPECT_THAT(reason_, HasSubstr("texprobe-survey was ended by signal 11; no core context of "));
     script_survey("say *** texprobe records: cannot use /home: No space left on device\nexit 1\n");
-    EXPECT_EQ(open_and_wait(), TEXPROBE_FAILED);
+    EXPECT_EQ(measure(), TEXPROBE_FAILED);
     EXPECT_THAT(reason_,
                 HasSubstr("; texprobe-survey says: *** texprobe records: cannot use /home: "));
+    std::filesystem::remove(folder_.path() / "texprobe-survey");
+    EXPECT_EQ(measure(), TEXPROBE_FAILED);
+    EXPECT_EQ(reason_, "\"" + folder_.path().string() + "/texprobe-survey\" was not found");
 }
 
 TEST_F(SurveyingVerdicts, show_the_progress_of_both_which_never_falls) {
     be_in_a_compatibility_context();
     machine().displays = {{1, {{0xff}}}};
-    const std::string tool = complete_set(kFirst, "Renderer");
-    script(tool.substr(0, tool.find("set ", tool.size() / 2)) + "sync " + kFirst + "\nsleep 700\n" +
-           tool);
-    const std::string surveyed = compatibility_survey();
-    const std::size_t half = surveyed.find("set ", surveyed.size() / 2);
-    script_survey("sleep 700\n" + surveyed.substr(0, half) + "sync " + kFirstSurvey +
-                  "\nsleep 700\n" + surveyed);
+    script(half_of(complete_set(), kFirst) + "sleep 700\n" + complete_set());
+    script_survey("sleep 700\n" + half_of(compatibility_survey(), kFirstSurvey) + "sleep 700\n" +
+                  compatibility_survey());
     texprobe_options wish = options();
     wish.measure = kAll;
     verdicts_.emplace(&wish);
-    std::vector<double> seen;
-    while (verdicts_->wait(20) == TEXPROBE_MEASURING) {
-        const double progress = verdicts_->progress();
-        if (seen.empty() || progress != seen.back()) seen.push_back(progress);
-    }
+    const std::vector<double> seen = progress_until_over();
     EXPECT_EQ(verdicts_->state(), TEXPROBE_READY) << verdicts_->reason();
     EXPECT_TRUE(std::is_sorted(seen.begin(), seen.end())) << testing::PrintToString(seen);
-    EXPECT_THAT(seen, Each(testing::Lt(1.0)));
-    EXPECT_THAT(seen, testing::Contains(testing::AllOf(testing::Gt(0.0), testing::Lt(0.1))));
-    EXPECT_THAT(seen, testing::Contains(testing::AllOf(testing::Gt(0.3), testing::Lt(0.9))));
+    EXPECT_THAT(seen, Each(Lt(1.0)));
+    EXPECT_THAT(seen, Contains(AllOf(Gt(0.0), Lt(0.1))));
+    EXPECT_THAT(seen, Contains(AllOf(Gt(0.3), Lt(0.9))));
     EXPECT_EQ(verdicts_->progress(), 1.0);
 }
 
 TEST_F(SurveyingVerdicts, are_ready_while_another_renderer_is_measured_which_is_interrupted) {
     constexpr int kLessThanATest = 20000;
-    const texprobe_options wish = options();
     script_survey(core_survey() + "hang\n");
-    verdicts_.emplace(&wish);
+    open();
     EXPECT_EQ(verdicts_->wait(kLessThanATest), TEXPROBE_READY);
     be_in_a_compatibility_context();
-    script(complete_set(kFirst, "Renderer") + "hang\n");
-    verdicts_.emplace(&wish);
+    script(complete_set() + "hang\n");
+    open();
     EXPECT_EQ(verdicts_->wait(kLessThanATest), TEXPROBE_READY);
     verdicts_.reset();
     EXPECT_EQ(runs(), 1);
@@ -209,10 +184,7 @@ TEST_F(SurveyingVerdicts, tell_once_that_they_are_done_on_the_log_s_thread_and_a
     const auto tell = [this](const std::string& lines) {
         Told told;
         script_survey(lines);
-        texprobe_options wish = options();
-        wish.done = Told::done;
-        wish.log = Told::log;
-        wish.user = &told;
+        const texprobe_options wish = told.options(tool_);
         verdicts_.emplace(&wish);
         told.isOpened = true;
         verdicts_->wait();
@@ -233,9 +205,7 @@ TEST_F(SurveyingVerdicts, tell_once_that_they_are_done_on_the_log_s_thread_and_a
 TEST_F(SurveyingVerdicts, tell_that_they_are_done_although_they_are_closed_at_once) {
     record(core_survey());
     Told told;
-    texprobe_options wish = options();
-    wish.done = Told::done;
-    wish.user = &told;
+    const texprobe_options wish = told.options(tool_);
     for (int i = 1; i <= 20; ++i) {
         verdicts_.emplace(&wish);
         verdicts_.reset();
@@ -246,9 +216,7 @@ TEST_F(SurveyingVerdicts, tell_that_they_are_done_although_they_are_closed_at_on
 TEST_F(SurveyingVerdicts, tell_nothing_when_they_are_closed_while_measuring) {
     Told told;
     script_survey("hang\n");
-    texprobe_options wish = options();
-    wish.done = Told::done;
-    wish.user = &told;
+    const texprobe_options wish = told.options(tool_);
     verdicts_.emplace(&wish);
     EXPECT_EQ(verdicts_->wait(50), TEXPROBE_MEASURING);
     verdicts_.reset();
@@ -266,9 +234,6 @@ TEST_F(SurveyingVerdicts, can_be_moved) {
     third = std::move(second);
     EXPECT_EQ(third.answer(kRGBA8, TEXPROBE_SUPPORTED), TEXPROBE_YES);
     EXPECT_EQ(second.progress(), 0.0);  // NOLINT(bugprone-use-after-move)
-    std::vector<qor::TexProbeVerdicts> several;
-    several.push_back(std::move(third));
-    EXPECT_EQ(several.front().state(), TEXPROBE_READY);
 }
 
 TEST_F(SurveyingVerdicts, are_of_a_library_with_the_version_of_the_release) {

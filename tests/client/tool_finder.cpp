@@ -1,6 +1,5 @@
-// Prints where an application finds the tool, and the survey: as a program, after it has become for
-// real whom its file makes it, root where "root" is asked for; as a library, wherever that was
-// loaded from.
+// Prints where an application finds the tool, and the survey: as a program, after it has become
+// root for real, as its file makes it; as a library, wherever that was loaded from.
 
 #include "runs/tool_path.h"
 
@@ -17,14 +16,13 @@ extern "C" __attribute__((visibility("default"))) const char* texprobe_installed
 
 #else
 
-int main(int argc, char**) {
-    const uid_t user = geteuid();
-    if (argc > 1 && user != 0) return 2;
+int main() {
+    if (geteuid() != 0) return 2;
     const gid_t group = getegid();
-    if (setresgid(group, group, group) != 0 || setresuid(user, user, user) != 0) return 3;
+    if (setresgid(group, group, group) != 0 || setresuid(0, 0, 0) != 0) return 3;
     std::puts(texprobe::find_tool(nullptr).c_str());
-    std::puts(texprobe::describe_search().c_str());
     std::puts(texprobe::find_survey(nullptr).c_str());
+    std::puts(texprobe::describe_search().c_str());
 }
 
 #endif

@@ -1,5 +1,7 @@
 // Where an application finds the tool without a wish of its own.
 
+#include "runs/tool_path.h"
+
 #include <dlfcn.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -16,6 +18,7 @@ namespace texprobe::tests {
 namespace {
 
 namespace fs = std::filesystem;
+using testing::ElementsAre;
 
 class ToolPath : public testing::Test {
 protected:
@@ -25,17 +28,13 @@ protected:
         fs::permissions(folder_, fs::perms(0755));
         for (const char* inside : {"bin", "lib", "elsewhere"})
             fs::create_directory(folder_ / inside);
-        fs::copy_file("/bin/true", folder_ / "bin" / "texprobe");
-        fs::copy_file(TOOL_FINDER, finder());
+        for (const char* program : {"texprobe", "texprobe-survey"}) {
+            fs::copy_file("/bin/true", folder_ / "bin" / program);
+        }
     }
     ~ToolPath() override {
         fs::current_path("/");
         fs::remove_all(folder_);
-    }
-
-    fs::path finder() const { return folder_ / "finder"; }
-    std::vector<std::string> find() const {
-        return lines_of(run({finder(), {}, {"PATH=" + (folder_ / "bin").string()}}).out);
     }
 
     fs::path folder_;
@@ -54,36 +53,63 @@ TEST_F(ToolPath, is_beside_a_library_that_was_loaded_by_a_relative_name) {
     EXPECT_EQ(found, folder_ / "lib" / "../bin/texprobe");
 }
 
+/// What a process finds whose rights are changed so: the tool and the survey, and what it would say
+/// of a tool that is not there. PATH begins with a folder of a relative name, and with none.
+std::vector<std::string> found_with(const fs::path& folder, bool (*change)()) {
+    const fs::path out = folder / "out";
+    const pid_t process = start([&] {
+        fs::current_path(folder);
+        setenv("PATH", ("bin::" + (folder / "bin").string()).c_str(), 1);
+        std::FILE* stream = std::fopen(out.c_str(), "w");
+        if (!change()) return 1;
+        std::fprintf(stream, "%s\n%s\n%s\n", find_tool(nullptr).c_str(),
+                     find_survey(nullptr).c_str(), describe_search().c_str());
+        return std::fclose(stream);
+    });
+    EXPECT_EQ(status_of(process), 0);
+    return lines_of(read_file(out));
+}
+
+constexpr char kRefusal[] =
+    "texprobe was not found: not as /no/such/texprobe; a set-user-ID process does not look in PATH";
+
 TEST_F(ToolPath, is_the_first_in_path) {
-    fs::copy_file("/bin/true", folder_ / "bin" / "texprobe-survey");
-    EXPECT_THAT(find(), testing::ElementsAre((folder_ / "bin" / "texprobe").string(), testing::_,
-                                             (folder_ / "bin" / "texprobe-survey").string()));
+    EXPECT_THAT(found_with(folder_, [] { return true; }),
+                ElementsAre((folder_ / "bin" / "texprobe").string(),
+                            (folder_ / "bin" / "texprobe-survey").string(),
+                            "texprobe was not found: not as /no/such/texprobe, and not in PATH"));
+}
+
+TEST_F(ToolPath, is_not_the_caller_s_in_a_process_that_has_taken_another_s_rights) {
+    if (geteuid() != 0) GTEST_SKIP() << "only root can become such a process";
+    constexpr uid_t kAnother = 54321;
+    EXPECT_THAT(found_with(folder_, [] { return setresgid(kAnother, 0, 0) == 0; }),
+                ElementsAre("", "", kRefusal));
+    EXPECT_THAT(found_with(folder_, [] { return setresuid(0, kAnother, 0) == 0; }),
+                ElementsAre("", "", kRefusal));
 }
 
 TEST_F(ToolPath, is_not_the_caller_s_in_a_set_user_id_program_that_has_become_root_for_real) {
     if (geteuid() != 0) GTEST_SKIP() << "only root can make such a program";
-    ASSERT_EQ(chmod(finder().c_str(), 04755), 0);
+    const fs::path finder = folder_ / "finder";
+    fs::copy_file(TOOL_FINDER, finder);
+    ASSERT_EQ(chmod(finder.c_str(), 04755), 0);
     const std::string out = folder_ / "out";
     const pid_t caller = start([&]() -> int {
         constexpr uid_t kNobody = 65534;
         const std::string path = "PATH=" + (folder_ / "bin").string();
-        const char* const arguments[] = {finder().c_str(), "root", nullptr};
         const char* const environment[] = {path.c_str(), nullptr};
         if (!freopen(out.c_str(), "w", stdout) || setresgid(kNobody, kNobody, kNobody) != 0 ||
             setresuid(kNobody, kNobody, kNobody) != 0) {
             return 3;
         }
-        execve(finder().c_str(), const_cast<char**>(arguments), const_cast<char**>(environment));
+        execle(finder.c_str(), finder.c_str(), nullptr, environment);
         return 4;
     });
     const int status = status_of(caller);
     if (status == 2 << 8) GTEST_SKIP() << "set-user-ID programs have no effect here";
     EXPECT_EQ(status, 0);
-    EXPECT_THAT(lines_of(read_file(out)),
-                testing::ElementsAre("",
-                                     "texprobe was not found: not as /no/such/texprobe; a "
-                                     "set-user-ID process does not look in PATH",
-                                     ""));
+    EXPECT_THAT(lines_of(read_file(out)), ElementsAre("", "", kRefusal));
 }
 
 }  // namespace

@@ -1,45 +1,50 @@
-// The application's process is its own: what verdicts leave as it is.
+// The application's process is its own: what verdicts leave as it is, and that at any moment
+// texprobe_verdicts_close() leaves neither a process nor a thread.
 
-#include <fcntl.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <pthread.h>
 #include <signal.h>
-#include <sys/stat.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
+#include <atomic>
+#include <cerrno>
 #include <chrono>
 #include <clocale>
-#include <fstream>
-#include <iterator>
+#include <cstdlib>
 #include <map>
 
 #include "scripted_verdicts.h"
+#include "support/process.h"
+#include "support/text.h"
 
 namespace texprobe::tests {
 namespace {
 
-/// What belongs to a process, by name.
-std::map<std::string, std::string> state_of_process() {
-    std::map<std::string, std::string> state;
+using std::chrono::milliseconds;
+
+/// Of one of this process's threads, as "fffffffe7ffbfeff" for "SigBlk:".
+std::string status_of_thread(const std::string& thread, const std::string& name) {
+    for (const std::string& line : lines_of(read_file("/proc/self/task/" + thread + "/status"))) {
+        if (line.rfind(name, 0) == 0) return line.substr(name.size() + 1);
+    }
+    return {};
+}
+
+/// What belongs to the process, and the signals that its main thread blocks.
+std::vector<std::string> state_of_process() {
+    const std::string self = std::to_string(getpid());
+    std::vector<std::string> state = {
+        std::setlocale(LC_ALL, nullptr), std::filesystem::current_path(),
+        status_of_thread(self, "Umask:"), status_of_thread(self, "SigBlk:")};
     for (int number = 1; number < NSIG; ++number) {
         struct sigaction action = {};
-        if (sigaction(number, nullptr, &action) != 0) continue;
-        state["signal " + std::to_string(number)] =
-            std::to_string(reinterpret_cast<std::uintptr_t>(action.sa_handler)) + " " +
-            std::to_string(action.sa_flags);
+        sigaction(number, nullptr, &action);
+        const auto handler = reinterpret_cast<std::uintptr_t>(action.sa_handler);
+        state.push_back(std::to_string(handler) + " " + std::to_string(action.sa_flags));
     }
-    sigset_t mask;
-    pthread_sigmask(SIG_SETMASK, nullptr, &mask);
-    for (int number = 1; number < NSIG; ++number) {
-        if (sigismember(&mask, number) == 1) state["blocked " + std::to_string(number)] = "yes";
-    }
-    state["locale"] = std::setlocale(LC_ALL, nullptr);
-    state["folder"] = std::filesystem::current_path();
-    const mode_t mode = umask(0);
-    umask(mode);
-    state["mode"] = std::to_string(mode);
-    for (char** variable = environ; *variable; ++variable) state[*variable] = "set";
+    for (char** variable = environ; *variable; ++variable) state.emplace_back(*variable);
     return state;
 }
 
@@ -53,15 +58,11 @@ std::map<std::string, std::string> descriptors() {
     return open;
 }
 
-/// A line "SigBlk: fffffffe7ffbfeff" of each of the process's other threads.
 std::vector<std::string> masks_of_other_threads() {
     std::vector<std::string> masks;
     for (const std::string& thread : threads_of_process()) {
         if (thread == std::to_string(getpid())) continue;
-        std::ifstream status("/proc/self/task/" + thread + "/status");
-        for (std::string line; std::getline(status, line);) {
-            if (line.rfind("SigBlk:\t", 0) == 0) masks.push_back(line.substr(8));
-        }
+        masks.push_back(status_of_thread(thread, "SigBlk:"));
     }
     return masks;
 }
@@ -69,33 +70,110 @@ std::vector<std::string> masks_of_other_threads() {
 using UndisturbedProcess = ScriptedVerdicts;
 
 TEST_F(UndisturbedProcess, is_as_it_was_before_during_and_after) {
-    script("sleep 300\n" + complete_set(kFirst, "Renderer"));
+    script("sleep 300\n" + complete_set());
     const auto state = state_of_process();
     const auto files = descriptors();
-    texprobe_verdicts* verdicts = open();
-    while (tools().empty()) std::this_thread::yield();
+    open();
+    await_tool();
     // The C library blocks its own signals, too, until the start has returned.
-    std::this_thread::sleep_for(std::chrono::milliseconds(100));
+    std::this_thread::sleep_for(milliseconds(100));
     EXPECT_EQ(state_of_process(), state);
     // Every signal but the two that cannot be blocked, and those of the C library.
     EXPECT_THAT(masks_of_other_threads(), testing::ElementsAre("fffffffe7ffbfeff"));
-    ASSERT_EQ(texprobe_verdicts_wait(verdicts, -1), TEXPROBE_READY);
+    ASSERT_EQ(verdicts_->wait(), TEXPROBE_READY);
     EXPECT_EQ(state_of_process(), state);
-    texprobe_verdicts_close(verdicts);
+    verdicts_.reset();
     EXPECT_EQ(state_of_process(), state);
     EXPECT_EQ(descriptors(), files);
 }
 
-TEST_F(UndisturbedProcess, gives_the_tool_no_descriptors) {
-    const std::string seen = folder_.path() / "seen";
-    tool_ = folder_.write_program("look", "exec >" + seen + "\nls /proc/$$/fd");
-    const int inherited = ::open("/dev/null", O_RDONLY);
-    EXPECT_EQ(measure(), TEXPROBE_FAILED);
-    close(inherited);
-    std::ifstream stream(seen);
-    const std::vector<std::string> words{std::istream_iterator<std::string>(stream), {}};
-    // 10 is the shell's own script.
-    EXPECT_THAT(words, testing::ElementsAre("0", "1", "10", "2"));
+class ClosingVerdicts : public ScriptedVerdicts {
+protected:
+    void expect_no_children() const {
+        EXPECT_EQ(waitpid(-1, nullptr, WNOHANG), -1);
+        EXPECT_EQ(errno, ECHILD);
+        EXPECT_EQ(tools(), std::vector<pid_t>());
+    }
+};
+
+TEST_F(ClosingVerdicts, end_the_tool_and_the_log) {
+    std::string chatter;
+    for (int i = 0; i < 2000; ++i) chatter += "say still here\nsleep 1\n";
+    script(chatter);
+    for (int delay = 0; delay < 300; delay += 30) {
+        open();
+        std::this_thread::sleep_for(milliseconds(delay));
+        verdicts_.reset();
+        const std::size_t lines = log().size();
+        expect_no_children();
+        EXPECT_EQ(threads_that_stay(), 1u);
+        std::this_thread::sleep_for(milliseconds(5));
+        EXPECT_EQ(log().size(), lines);
+    }
+}
+
+TEST_F(ClosingVerdicts, end_a_tool_that_hangs_while_another_thread_waits) {
+    script("hang\n");
+    texprobe_options wish = options();
+    texprobe_verdicts* verdicts = texprobe_verdicts_open(&wish);
+    std::atomic<bool> isWaiting{false};
+    std::thread waiting([&] {
+        isWaiting = true;
+        EXPECT_EQ(texprobe_verdicts_wait(verdicts, -1), TEXPROBE_MEASURING);
+    });
+    await_tool();
+    while (!isWaiting) std::this_thread::yield();
+    std::this_thread::sleep_for(milliseconds(50));
+    std::thread([&] { texprobe_verdicts_close(verdicts); }).join();
+    waiting.join();
+    expect_no_children();
+}
+
+TEST_F(ClosingVerdicts, work_after_a_thread_was_cancelled_while_it_waited) {
+    script("hang\n");
+    const pid_t application = start([&]() -> int {
+        alarm(20);
+        open();
+        pthread_t waiting;
+        const auto wait = [](void* opened) -> void* {
+            static_cast<qor::TexProbeVerdicts*>(opened)->wait();
+            return nullptr;
+        };
+        if (pthread_create(&waiting, nullptr, wait, &*verdicts_) != 0) return 1;
+        std::this_thread::sleep_for(milliseconds(50));
+        void* end = nullptr;
+        pthread_cancel(waiting);
+        pthread_join(waiting, &end);
+        verdicts_.reset();
+        return end == PTHREAD_CANCELED ? 0 : 2;
+    });
+    EXPECT_EQ(status_of(application), 0);
+    expect_no_children();
+}
+
+TEST_F(ClosingVerdicts, work_at_the_end_of_the_process) {
+    script("hang\n");
+    const pid_t application = start([&]() -> int {
+        const texprobe_options wish = options();
+        static const qor::TexProbeVerdicts closedAtExit(&wish);
+        await_tool();
+        std::exit(0);
+    });
+    EXPECT_EQ(status_of(application), 0);
+    expect_no_children();
+}
+
+TEST_F(ClosingVerdicts, do_nothing_in_a_child_of_the_process) {
+    script("hang\n");
+    open();
+    await_tool();
+    const pid_t child = start([&] {
+        const bool isMeasuring = verdicts_->wait() == TEXPROBE_MEASURING;
+        verdicts_.reset();
+        return isMeasuring ? 0 : 1;
+    });
+    EXPECT_EQ(status_of(child), 0);
+    EXPECT_EQ(tools().size(), 1u);
 }
 
 }  // namespace

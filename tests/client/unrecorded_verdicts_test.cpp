@@ -39,113 +39,91 @@ protected:
                 lines += say(set, std::string(format.name) + " " + label + (isNo ? ": 0" : ": 1"));
             }
         }
-        return lines + say(set, "GL_VENDOR: " + vendor) + say(set, "GL_VERSION: 2.1 Version");
+        return lines + renderer_strings(set, vendor);
     }
     static std::string trouble() { return std::string("say ") + kTrouble + "\n"; }
-
-    /// "yyynyy" of RGBA8, and "?" for what is unknown.
-    std::string measure_rgba8() {
-        texprobe_verdicts* verdicts = open();
-        texprobe_verdicts_wait(verdicts, -1);
-        reason_ = texprobe_verdicts_reason(verdicts);
-        std::string answers;
-        for (int i = 0; i < 6; ++i) {
-            const auto answer =
-                texprobe_verdicts_answer(verdicts, kRGBA8, static_cast<texprobe_capability>(i));
-            answers += answer == TEXPROBE_YES ? 'y' : answer == TEXPROBE_NO ? 'n' : '?';
-        }
-        texprobe_verdicts_close(verdicts);
-        return answers;
+    static std::string renderer_strings(const std::string& set, const std::string& vendor) {
+        return say(set, "GL_VENDOR: " + vendor) + say(set, "GL_VERSION: 2.1 Version");
     }
 };
 
-TEST_F(UnrecordedVerdicts, are_what_the_tool_has_said) {
-    script(trouble() + measured(kFirst, "upload RESET") + measured(kSecond, "none", "Another") +
-           "say *** texprobe records: 200 records are missing or in doubt\n");
-    EXPECT_EQ(measure_rgba8(), "yyynyy");
-    EXPECT_EQ(reason_, std::string("the verdicts are not recorded, and will be measured again: ") +
-                           kTrouble);
-    EXPECT_EQ(runs(), 1);
-    EXPECT_EQ(folder_.records().size(), 0u);
-}
-
-TEST_F(UnrecordedVerdicts, are_those_of_the_records_with_which_the_tool_went_on) {
-    // Recorded before: all but the strings, and RGBA8's last test, under way.
-    record(complete_set(kFirst, "Renderer",
-                        verdict(kFirst, "GL_RGBA8_UPLOAD_SET", false) +
-                            verdict(kFirst, "GL_RGBA8_DOWNLOAD_READ", false) + "removed " + kFirst +
-                            " GL_RENDERER\n"));
-    script(say(kFirst, "UP TO DATE (version: 0.21 >= 0.21)") +
-           say(kFirst, "GL_RGBA8 download READ: 1") + say(kFirst, "GL_VENDOR: Vendor") +
-           say(kFirst, "GL_VERSION: 2.1 Version"));
-    EXPECT_EQ(measure_rgba8(), "yynyyy");
-    EXPECT_EQ(reason_, "the verdicts are not recorded, and will be measured again");
-}
-
-TEST_F(UnrecordedVerdicts, are_not_those_of_records_that_the_tool_has_begun_anew) {
-    record(
-        complete_set(kFirst, "Renderer", std::string("set ") + kFirst + " VERSION number 0.2\n"));
-    script(trouble() + say(kFirst, "VERSION: 0.21") + say(kFirst, "GL_VENDOR: Vendor") +
-           say(kFirst, "GL_VERSION: 2.1 Version"));
-    EXPECT_EQ(measure_rgba8(), "??????");
-    EXPECT_THAT(reason_, HasSubstr(kTrouble));
-}
-
-TEST_F(UnrecordedVerdicts, are_unknown_where_two_renderers_of_these_strings_differ) {
-    script(measured(kFirst, "upload SET") + measured(kSecond));
-    EXPECT_EQ(measure_rgba8(), "yy?yyy");
-    EXPECT_THAT(reason_, HasSubstr("; unknown where two renderers of this machine differ"));
-}
-
-TEST_F(UnrecordedVerdicts, are_not_those_of_a_renderer_that_is_recorded_by_another_name) {
-    record(complete_set(kFirst, "Another renderer"));
-    script(measured(kFirst));
-    EXPECT_EQ(measure_rgba8(), "??????");
-    EXPECT_THAT(reason_, StartsWith("no renderer of this machine is the context's, \"Renderer\""));
-}
-
-TEST_F(UnrecordedVerdicts, are_of_the_context_s_vendor_and_version) {
-    script(trouble() + measured(kFirst, "none", "Another"));
-    EXPECT_EQ(measure_rgba8(), "??????");
-    EXPECT_EQ(reason_,
-              std::string("no renderer of this machine is the context's, \"Renderer\" of "
-                          "\"Vendor\", version \"2.1 Version\"; recorded: nothing of \"Another\", "
-                          "version \"2.1 Version\", nothing of nothing, version nothing; texprobe "
-                          "says: ") +
-                  kTrouble);
-    script(measured(kFirst));
-    machine().version = "2.1 Another";
-    EXPECT_EQ(measure_rgba8(), "??????");
-}
-
-TEST_F(UnrecordedVerdicts, are_not_taken_from_a_run_that_died_or_left_something_out) {
-    script(trouble() + measured(kFirst) + "raise 11\n");
-    EXPECT_EQ(measure_rgba8(), "??????");
-    EXPECT_THAT(reason_, HasSubstr(kTrouble));
+TEST_F(UnrecordedVerdicts, are_what_the_tool_has_said_of_the_context_s_renderer) {
+    const std::string unrecorded = "the verdicts are not recorded, and will be measured again";
+    const std::string noRenderer =
+        "no renderer of this machine is the context's, \"Renderer\" of \"Vendor\", version \"2.1 "
+        "Version\"; recorded: ";
     const std::string whole = measured(kFirst);
-    const std::string left = say(kFirst, "GL_RGBA8 renderable: 1");
-    script(std::string(whole).erase(whole.find(left), left.size()));
-    EXPECT_EQ(measure_rgba8(), "??????");
-    EXPECT_EQ(runs(), 2);
+    const std::string one = say(kFirst, "GL_RGBA8 renderable: 1");
+    const struct {
+        const char* name;
+        std::string recorded;
+        std::string script;
+        const char* answers;
+        testing::Matcher<std::string> reason;
+    } rows[] = {
+        {"nothing is recorded", "",
+         trouble() + measured(kFirst, "upload RESET") + measured(kSecond, "none", "Another") +
+             "say *** texprobe records: 200 records are missing or in doubt\n",
+         "yyynyy", unrecorded + ": " + kTrouble},
+        {"all was recorded but the strings, and RGBA8's last test, under way",
+         complete_set(no("GL_RGBA8_UPLOAD_SET") + no("GL_RGBA8_DOWNLOAD_READ") +
+                      removed("GL_RENDERER")),
+         say(kFirst, "UP TO DATE (version: 0.21 >= 0.21)") +
+             say(kFirst, "GL_RGBA8 download READ: 1") + renderer_strings(kFirst, "Vendor"),
+         "yynyyy", unrecorded},
+        {"the tool has begun old records anew", complete_set(old_version()),
+         trouble() + say(kFirst, "VERSION: 0.21") + renderer_strings(kFirst, "Vendor"), "??????",
+         HasSubstr(kTrouble)},
+        {"two renderers of these strings differ", "",
+         measured(kFirst, "upload SET") + measured(kSecond), "yy?yyy",
+         HasSubstr("; unknown where two renderers of this machine differ")},
+        {"the renderer is recorded by another name", complete_set("", kFirst, "Another renderer"),
+         whole, "??????", StartsWith(noRenderer + "\"Another renderer\"")},
+        {"the vendor is another", "", trouble() + measured(kFirst, "none", "Another"), "??????",
+         noRenderer +
+             "nothing of \"Another\", version \"2.1 Version\", nothing of nothing, version "
+             "nothing; texprobe says: " +
+             kTrouble},
+        {"the run has died", "", trouble() + whole + "raise 11\n", "??????", HasSubstr(kTrouble)},
+        {"a verdict was left out", "", std::string(whole).erase(whole.find(one), one.size()),
+         "??????", StartsWith("no renderer")},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.name);
+        empty_folder(SCRIPTED_TOOL);
+        if (!row.recorded.empty()) record(row.recorded);
+        script(row.script);
+        measure();
+        EXPECT_EQ(answers(), row.answers);
+        EXPECT_THAT(reason_, row.reason);
+        EXPECT_EQ(runs(), 1);
+        EXPECT_EQ(folder_.records().empty(), row.recorded.empty());
+    }
+    be_in("2.1 Another");
+    script(whole);
+    measure();
+    EXPECT_EQ(answers(), "??????") << "of another version";
 }
 
 TEST_F(UnrecordedVerdicts, are_measured_where_the_store_is_damaged_and_the_tool_heals_it) {
-    record(complete_set(kFirst, "Renderer"));
+    record(complete_set());
     for (const char* suffix : {"-wal", "-shm"}) {
         std::filesystem::remove(folder_.database().string() + suffix);
     }
     std::ofstream(folder_.database()) << std::string(10000, 'x');
-    script(complete_set(kFirst, "Renderer"));
-    EXPECT_EQ(measure_rgba8(), "yyyyyy");
+    script(complete_set());
+    measure();
+    EXPECT_EQ(answers(), "yyyyyy");
     EXPECT_EQ(reason_, "");
     EXPECT_EQ(runs(), 1);
-    EXPECT_EQ(measure_rgba8(), "yyyyyy");
+    measure();
+    EXPECT_EQ(answers(), "yyyyyy");
     EXPECT_EQ(runs(), 1);
     std::filesystem::remove(folder_.database().string() + ".damaged");
 }
 
 TEST_F(UnrecordedVerdicts, are_read_again_before_the_tool_where_the_store_was_locked) {
-    record(complete_set(kFirst, "Renderer"));
+    record(complete_set());
     machine().displays = {{1, {{0xff}}}};
     const int directory = ::open(folder_.database().parent_path().c_str(), O_RDONLY | O_CLOEXEC);
     ASSERT_EQ(flock(directory, LOCK_EX), 0);
@@ -153,7 +131,8 @@ TEST_F(UnrecordedVerdicts, are_read_again_before_the_tool_where_the_store_was_lo
         std::this_thread::sleep_for(std::chrono::milliseconds(1300));
         flock(directory, LOCK_UN);
     });
-    EXPECT_EQ(measure_rgba8(), "yyyyyy");
+    measure();
+    EXPECT_EQ(answers(), "yyyyyy");
     EXPECT_EQ(runs(), 0);
     unlocking.join();
     close(directory);

@@ -3,10 +3,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <cstdlib>
-
+#include "display_servers.h"
 #include "support/tool_folder.h"
-#include "x_server.h"
 
 namespace texprobe::tests {
 namespace {
@@ -16,16 +14,16 @@ using testing::HasSubstr;
 class VerdictsExample : public testing::Test {
 protected:
     void SetUp() override {
-        unsetenv("WAYLAND_DISPLAY");
         if (!XServer().runs()) GTEST_SKIP() << "Xvfb does not run here";
     }
 
     /// The folder's "tool" is the example, which keeps its records beside itself.
-    Finished run(const std::string& tool) const {
+    Finished run(const std::vector<std::string>& arguments) const {
         // It ends with its client.
         const XServer server;
-        return folder_.run({tool}, {std::string("DISPLAY=") + std::getenv("DISPLAY"),
-                                    "XDG_RUNTIME_DIR=" + folder_.path().string()});
+        return folder_.run(
+            arguments, {server.environment().at(0), "XDG_RUNTIME_DIR=" + folder_.path().string(),
+                        "PATH=/nowhere"});
     }
 
     const ToolFolder folder_{EXAMPLE};
@@ -37,7 +35,7 @@ TEST_F(VerdictsExample, prints_the_table_with_a_core_profile) {
     std::filesystem::copy_file(TOOL, tool);
     std::filesystem::copy_file(SURVEY, folder_.path() / "texprobe-survey");
     for (const std::string& path : {tool, std::string("/no/such/tool")}) {
-        const Finished finished = run(path);
+        const Finished finished = run({path});
         EXPECT_TRUE(finished.exited_with(0)) << finished.err;
         EXPECT_EQ(finished.err, "");
         const auto all = lines_of(finished.out);
@@ -53,22 +51,14 @@ TEST_F(VerdictsExample, prints_the_table_with_a_core_profile) {
 }
 
 TEST_F(VerdictsExample, prints_why_there_are_no_verdicts) {
-    const Finished finished = run("/no/such/tool");
+    const Finished finished = run({"/no/such/tool"});
     EXPECT_TRUE(finished.exited_with(1));
     EXPECT_EQ(finished.err, "texverdicts: \"/no/such/texprobe-survey\" was not found\n");
 }
 
 TEST_F(VerdictsExample, finds_what_it_runs_beside_it) {
-    const ToolFolder build(TOOL);
-    const std::string example = build.path() / "texverdicts";
-    std::filesystem::copy_file(EXAMPLE, example);
-    build.write_program("texprobe-survey", "echo it was I >&2");
-    const XServer server;
-    const Finished finished =
-        tests::run({example,
-                    {},
-                    {std::string("DISPLAY=") + std::getenv("DISPLAY"),
-                     "XDG_RUNTIME_DIR=" + build.path().string(), "PATH=/nowhere"}});
+    folder_.write_program("texprobe-survey", "echo it was I >&2");
+    const Finished finished = run({});
     // A survey that records nothing.
     EXPECT_TRUE(finished.exited_with(1));
     EXPECT_THAT(finished.err, HasSubstr("no core context of this machine's renderers is"));

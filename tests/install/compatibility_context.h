@@ -5,6 +5,7 @@
 
 #include <EGL/egl.h>
 #include <EGL/eglext.h>
+#include <stddef.h>
 
 static inline int open_compatibility_context(void) {
     const EGLint wanted[] = {EGL_SURFACE_TYPE, 0, EGL_RENDERABLE_TYPE, EGL_OPENGL_BIT, EGL_NONE};

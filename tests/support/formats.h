@@ -40,6 +40,13 @@ inline constexpr std::array<Format, 16> kFormats = {{
     {"GL_RGBA16F_ARB", 0x881A, "GL_RGBA", 0x1908, "GL_HALF_FLOAT_ARB", 0x140B, 8},
 }};
 
+/// The names in the order in which applications are told of them.
+inline constexpr std::array<const char*, 16> kNamesForApplications = {
+    "GL_LUMINANCE8",       "GL_LUMINANCE8_ALPHA8",      "GL_RGB8",       "GL_RGBA8",
+    "GL_LUMINANCE16",      "GL_LUMINANCE16_ALPHA16",    "GL_RGB16",      "GL_RGBA16",
+    "GL_LUMINANCE16F_ARB", "GL_LUMINANCE_ALPHA16F_ARB", "GL_RGB16F_ARB", "GL_RGBA16F_ARB",
+    "GL_LUMINANCE32F_ARB", "GL_LUMINANCE_ALPHA32F_ARB", "GL_RGB32F_ARB", "GL_RGBA32F_ARB"};
+
 inline constexpr std::array<const char*, 6> kCapabilities = {
     "SUPPORTED", "RENDERABLE", "UPLOAD_SET", "UPLOAD_RESET", "DOWNLOAD_GET", "DOWNLOAD_READ"};
 

@@ -9,23 +9,23 @@
 
 #include <cstdio>
 #include <map>
+#include <memory>
+#include <stdexcept>
 #include <string>
 
+#include "client/application_context.h"
 #include "client/format_trial.h"
 #include "support/answers.h"
-#include "window.h"
 
 namespace {
 
 using texprobe::tests::answers_of;
-using texprobe::tests::Format;
-using texprobe::tests::kFormats;
 using texprobe::tests::Wish;
 
-const std::map<std::string, Wish> kContexts = {{"core_33", {false, 3, 3, true, false}},
-                                               {"core_45", {false, 4, 5, true, false}},
-                                               {"compatibility", {false, 3, 3, false, false}},
-                                               {"es_3", {true, 3, 0, false, false}}};
+const std::map<std::string, Wish> kContexts = {{"core_33", texprobe::tests::kCore33},
+                                               {"core_45", texprobe::tests::kCore45},
+                                               {"compatibility", {false, 3, 3}},
+                                               {"es_3", texprobe::tests::kES3}};
 
 void print(const char* what, const std::string& text) {
     std::printf("%s: %s\n", what, text.c_str());
@@ -36,32 +36,6 @@ void print_string(const char* what, GLenum name) {
     print(what, text ? text : "null");
 }
 
-std::string answers_of_class(const qor::TexProbe& probe) {
-    std::string line;
-    for (const Format& format : kFormats) {
-        const GLenum name = format.internalFormat;
-        for (const bool answer :
-             {probe.IsTextureFormatSupported(name, false),
-              probe.IsTextureFormatSupported(name, true), probe.IsTextureFormatSettable(name),
-              probe.IsTextureFormatResettable(name), probe.IsTextureFormatGettable(name),
-              probe.IsTextureFormatReadable(name)}) {
-            line += answer ? 'y' : 'n';
-        }
-    }
-    return line;
-}
-
-/// Creating and rendering, as y and n.
-std::string tried_by_context() {
-    std::string line;
-    for (const Format& format : kFormats) {
-        const texprobe::tests::FormatTrial trial(format);
-        line += trial.is_created() ? 'y' : 'n';
-        line += trial.is_rendered() ? 'y' : 'n';
-    }
-    return line;
-}
-
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -69,20 +43,25 @@ int main(int argc, char** argv) {
     if (context == kContexts.end()) return 1;
     Wish wish = context->second;
     wish.isEGL = std::string(argv[2]) == "egl";
-    const std::string failure = open_window(wish);
-    if (!failure.empty()) {
-        std::fprintf(stderr, "%s\n", failure.c_str());
+    try {
+        // Current until the process ends.
+        static const auto window = open_window(wish);
+    } catch (const std::runtime_error& failure) {
+        std::fprintf(stderr, "%s\n", failure.what());
         return 77;
     }
     print_string("renderer", GL_RENDERER);
     print_string("version", GL_VERSION);
     const texprobe_options options = {sizeof options, argv[3], 0, nullptr, nullptr, 0, nullptr};
-    texprobe_verdicts* verdicts = texprobe_verdicts_open(&options);
-    texprobe_verdicts_wait(verdicts, -1);
-    print("reason", texprobe_verdicts_reason(verdicts));
+    qor::TexProbeVerdicts verdicts(&options);
+    verdicts.wait();
+    print("reason", verdicts.reason());
     print("verdicts", answers_of(verdicts));
-    texprobe_verdicts_close(verdicts);
-    print("tried", tried_by_context());
+    std::string tried;
+    for (const auto& format : texprobe::tests::kFormats) {
+        tried += texprobe::tests::try_format(format);
+    }
+    print("tried", tried);
     // The records are there now, so it needs no tool.
-    if (context->first == "compatibility") print("class", answers_of_class(qor::TexProbe("false")));
+    if (context->first == "compatibility") print("class", answers_of(qor::TexProbe("false")));
 }

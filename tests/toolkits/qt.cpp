@@ -1,8 +1,9 @@
 #include <QGuiApplication>
 #include <QOpenGLContext>
 #include <QWindow>
+#include <stdexcept>
 
-#include "window.h"
+#include "client/application_context.h"
 
 namespace texprobe::tests {
 
@@ -23,7 +24,7 @@ QSurfaceFormat format_of(const Wish& wish) {
 
 }  // namespace
 
-std::string open_window(const Wish& wish) {
+std::unique_ptr<ApplicationContext> open_window(const Wish& wish) {
     static int argc = 1;
     static char name[] = "application";
     static char* argv[] = {name, nullptr};
@@ -35,9 +36,10 @@ std::string open_window(const Wish& wish) {
     window->create();
     auto* context = new QOpenGLContext(application);
     context->setFormat(format_of(wish));
-    if (!context->create()) return "Qt gives no such context";
-    if (!context->makeCurrent(window)) return "Qt cannot make the context current";
-    return {};
+    if (!context->create()) throw std::runtime_error("Qt gives no such context");
+    if (!context->makeCurrent(window))
+        throw std::runtime_error("Qt cannot make the context current");
+    return std::make_unique<ApplicationContext>();
 }
 
 }  // namespace texprobe::tests

@@ -1,13 +1,9 @@
-#include "egl.h"
-
-#include <EGL/eglext.h>
+#include "client/application_context.h"
 
 namespace texprobe::tests {
 
-std::string open_window(const Wish& wish) {
-    return make_current(
-        eglGetPlatformDisplay(EGL_PLATFORM_SURFACELESS_MESA, EGL_DEFAULT_DISPLAY, nullptr), wish,
-        std::nullopt);
+std::unique_ptr<ApplicationContext> open_window(const Wish& wish) {
+    return open_surfaceless(wish);
 }
 
 }  // namespace texprobe::tests

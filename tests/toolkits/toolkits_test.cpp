@@ -5,20 +5,17 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <cctype>
-#include <cstdlib>
 #include <map>
-#include <memory>
+#include <optional>
 #include <ostream>
 #include <string>
 #include <tuple>
 #include <vector>
 
-#include "client/x_server.h"
+#include "client/display_servers.h"
 #include "gl/mesa_renderer.h"
 #include "support/answers.h"
 #include "support/tool_folder.h"
-#include "wayland_server.h"
 
 namespace texprobe::tests {
 namespace {
@@ -74,21 +71,31 @@ std::map<std::string, std::string> answers_in(const std::string& output) {
     return answers;
 }
 
-/// A user whose records are in a folder of the test.
-class Applications : public testing::Test {
+/// Of a user whose records are in a folder of the test.
+class AnyToolkit : public testing::TestWithParam<std::tuple<MesaRenderer, Toolkit, const char*>> {
 protected:
-    Applications() {
+    AnyToolkit() {
         std::filesystem::create_directories(folder_.path() / ".config/texprobe");
         std::filesystem::create_directory_symlink(".config/texprobe", folder_.path() / "records");
         std::filesystem::copy_file(SURVEY, folder_.path() / "texprobe-survey");
     }
 
-    /// A survey takes long: what one application has surveyed serves the others.
-    void use_survey_of(const std::filesystem::path& file) const {
-        std::error_code ignored;
-        std::filesystem::copy_file(file, folder_.database(), ignored);
+    const MesaRenderer& renderer() const { return std::get<0>(GetParam()); }
+    const Toolkit& toolkit() const { return std::get<1>(GetParam()); }
+    std::string context() const { return std::get<2>(GetParam()); }
+
+    // A survey takes long: what one application has surveyed serves the others.
+
+    std::filesystem::path kept_survey() const {
+        const char* const kind = context() == "es_3" ? "_es" : "_core";
+        return std::filesystem::path(SURVEYS) / (renderer().name + kind + ".sqlite3");
     }
-    void keep_survey_in(const std::filesystem::path& file) const {
+    void use_kept_survey() const {
+        std::error_code ignored;
+        std::filesystem::copy_file(kept_survey(), folder_.database(), ignored);
+    }
+    void keep_survey() const {
+        const std::filesystem::path file = kept_survey();
         if (std::filesystem::exists(file)) return;
         std::filesystem::create_directories(file.parent_path());
         // A survey that was interrupted leaves its log.
@@ -98,65 +105,34 @@ protected:
         std::filesystem::rename(whole, file);
     }
 
-    Environment environment() const {
-        const std::string home = folder_.path();
-        // Shaders compiled in one test serve the others.
-        const std::string shaders = SHADERS;
-        const std::string preloaded = OTHER_HOME_LIBRARY;
-        return {"MESA_SHADER_CACHE_DIR=" + shaders, "LD_PRELOAD=" + preloaded, "OTHER_HOME=" + home,
-                "HOME=" + home, "PATH=" + home + ":/usr/bin:/bin"};
-    }
-
-    /// Sixteen times six of y, n and ?, of the only renderer of that name that is recorded.
-    std::string recorded_answers(const std::string& renderer) const {
-        std::string line;
-        for (const auto& [application, records] : folder_.records()) {
-            const auto found = records.find("GL_RENDERER");
-            if (found == records.end() || found->second != "string " + renderer) continue;
-            EXPECT_EQ(line, "") << "two of the name " << renderer;
-            line = answers_of(records);
-        }
-        return line;
-    }
-
-    ToolFolder folder_{TOOL};
-};
-
-void add(Environment* environment, const Environment& more) {
-    environment->insert(environment->end(), more.begin(), more.end());
-}
-
-class AnyToolkit
-    : public Applications,
-      public testing::WithParamInterface<std::tuple<MesaRenderer, Toolkit, const char*>> {
-protected:
-    const MesaRenderer& renderer() const { return std::get<0>(GetParam()); }
-    const Toolkit& toolkit() const { return std::get<1>(GetParam()); }
-    std::string context() const { return std::get<2>(GetParam()); }
-
     /// Why this cannot be tried here; empty if it can.
     std::string start_servers() {
         std::string missing = prepare(renderer());
         if (!missing.empty()) return missing;
         if (*toolkit().application == '\0') return "built without this toolkit";
-        if (toolkit().server == Server::kX) {
-            x_ = std::make_unique<XServer>();
-            if (!x_->runs()) return "Xvfb does not run here";
-            display_ = {std::string("DISPLAY=") + std::getenv("DISPLAY")};
+        if (toolkit().server == Server::kX && !x_.emplace().runs()) {
+            return "Xvfb does not run here";
         }
-        if (toolkit().server == Server::kWayland) {
-            wayland_ = std::make_unique<WaylandServer>(folder_.path());
-            if (!wayland_->runs()) return "weston does not run here";
-            display_ = wayland_->environment();
+        if (toolkit().server == Server::kWayland && !wayland_.emplace(folder_.path()).runs()) {
+            return "weston does not run here";
         }
         return {};
     }
 
     Finished run_application() const {
-        Environment variables = environment();
+        const std::string home = folder_.path();
+        // Shaders compiled in one test serve the others.
+        const std::string shaders = SHADERS;
+        const std::string preloaded = OTHER_HOME_LIBRARY;
+        Environment variables = {"MESA_SHADER_CACHE_DIR=" + shaders, "LD_PRELOAD=" + preloaded,
+                                 "OTHER_HOME=" + home, "HOME=" + home,
+                                 "PATH=" + home + ":/usr/bin:/bin"};
         // The first one of a name counts.
-        for (const Environment& more : {display_, toolkit().environment, renderer().environment}) {
-            add(&variables, more);
+        const Environment display = x_         ? x_->environment()
+                                    : wayland_ ? wayland_->environment()
+                                               : Environment();
+        for (const Environment& more : {display, toolkit().environment, renderer().environment}) {
+            variables.insert(variables.end(), more.begin(), more.end());
         }
         return run({toolkit().application, {context(), toolkit().api, folder_.tool()}, variables});
     }
@@ -170,22 +146,19 @@ protected:
         }
     }
 
-    std::unique_ptr<XServer> x_;
-    std::unique_ptr<WaylandServer> wayland_;
-    Environment display_;
+    ToolFolder folder_{TOOL};
+    std::optional<XServer> x_;
+    std::optional<WaylandServer> wayland_;
 };
 
 TEST_P(AnyToolkit, gets_verdicts_on_its_context_that_hold_there) {
     const std::string missing = start_servers();
     if (!missing.empty()) GTEST_SKIP() << missing;
-    const std::string kind = context() == "es_3" ? "es" : "core";
-    const std::filesystem::path survey =
-        std::filesystem::path(SURVEYS) / (renderer().name + "_" + kind + ".sqlite3");
-    if (context() != "compatibility") use_survey_of(survey);
+    if (context() != "compatibility") use_kept_survey();
     const Finished finished = run_application();
     if (finished.exited_with(kNoSuchContext)) GTEST_SKIP() << finished.err;
     ASSERT_TRUE(finished.exited_with(0)) << finished.status << finished.err;
-    if (context() != "compatibility") keep_survey_in(survey);
+    if (context() != "compatibility") keep_survey();
     EXPECT_THAT(finished.err, testing::Not(HasSubstr("texprobe")));
 
     auto answers = answers_in(finished.out);
@@ -198,7 +171,7 @@ TEST_P(AnyToolkit, gets_verdicts_on_its_context_that_hold_there) {
     for (std::size_t i = 0; i < verdicts.size(); i += 6) tried += verdicts.substr(i, 2);
     EXPECT_EQ(tried, answers["tried"]);
     if (context() == "compatibility") {
-        const std::string expected = recorded_answers(answers["renderer"]);
+        const std::string expected = recorded_answers(folder_.records(), answers["renderer"]);
         EXPECT_EQ(verdicts, expected);
         // The class knows no unknown.
         std::string known = expected;

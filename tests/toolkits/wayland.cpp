@@ -5,8 +5,9 @@
 
 #include <cstdint>
 #include <cstring>
+#include <stdexcept>
 
-#include "egl.h"
+#include "client/application_context.h"
 
 namespace texprobe::tests {
 
@@ -25,18 +26,18 @@ constexpr wl_registry_listener kListener = {bind_compositor, forget};
 
 }  // namespace
 
-std::string open_window(const Wish& wish) {
+std::unique_ptr<ApplicationContext> open_window(const Wish& wish) {
     wl_display* connection = wl_display_connect(nullptr);
-    if (!connection) return "there is no Wayland server";
+    if (!connection) throw std::runtime_error("there is no Wayland server");
     void* compositor = nullptr;
     wl_registry_add_listener(wl_display_get_registry(connection), &kListener, &compositor);
     wl_display_roundtrip(connection);
-    if (!compositor) return "the Wayland server has no compositor";
+    if (!compositor) throw std::runtime_error("the Wayland server has no compositor");
     wl_surface* surface = wl_compositor_create_surface(static_cast<wl_compositor*>(compositor));
     constexpr int kSize = 64;
     wl_egl_window* window = wl_egl_window_create(surface, kSize, kSize);
-    return make_current(eglGetPlatformDisplay(EGL_PLATFORM_WAYLAND_KHR, connection, nullptr), wish,
-                        reinterpret_cast<EGLNativeWindowType>(window));
+    return open_egl(eglGetPlatformDisplay(EGL_PLATFORM_WAYLAND_KHR, connection, nullptr), wish,
+                    reinterpret_cast<EGLNativeWindowType>(window));
 }
 
 }  // namespace texprobe::tests
