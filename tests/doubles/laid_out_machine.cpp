@@ -1,30 +1,8 @@
 #include "laid_out_machine.h"
 
-#include <cstdlib>
-#include <fstream>
-#include <stdexcept>
-
 namespace texprobe::tests {
 
 namespace fs = std::filesystem;
-
-TemporaryFolder::TemporaryFolder() {
-    std::string name = fs::temp_directory_path() / "texprobe-XXXXXX";
-    if (!mkdtemp(name.data())) throw std::runtime_error("mkdtemp: " + name);
-    path_ = fs::canonical(name);
-}
-
-TemporaryFolder::~TemporaryFolder() {
-    std::error_code error;
-    fs::remove_all(path_, error);
-}
-
-void TemporaryFolder::write(const fs::path& file, const std::string& text) const {
-    fs::create_directories((path_ / file).parent_path());
-    std::ofstream stream(path_ / file, std::ios::binary);
-    stream << text;
-    if (!stream.flush()) throw std::runtime_error("cannot write " + file.string());
-}
 
 void LaidOutMachine::add_connector(const std::string& name, const std::string& status,
                                    const std::string& enabled) const {

@@ -7,24 +7,9 @@
 #include <string>
 #include <vector>
 
+#include "support/scratch_folder.h"
+
 namespace texprobe::tests {
-
-/// A folder that exists as long as this object.
-class TemporaryFolder {
-public:
-    TemporaryFolder();
-    ~TemporaryFolder();
-    TemporaryFolder(const TemporaryFolder&) = delete;
-    TemporaryFolder& operator=(const TemporaryFolder&) = delete;
-
-    const std::filesystem::path& path() const { return path_; }
-
-    /// Writes a file below the folder, and creates the directories that lead to it.
-    void write(const std::filesystem::path& file, const std::string& text) const;
-
-private:
-    std::filesystem::path path_;
-};
 
 class LaidOutMachine {
 public:
@@ -44,7 +29,7 @@ public:
                          const std::string& text) const;
 
 private:
-    TemporaryFolder folder_;
+    ScratchFolder folder_;
 };
 
 }  // namespace texprobe::tests

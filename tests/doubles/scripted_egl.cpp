@@ -173,23 +173,23 @@ void ScriptedEgl::log(const std::string& call) const {
     std::ofstream(folder_.path() / "calls", std::ios::app) << getpid() << ' ' << call << std::endl;
 }
 
-std::vector<std::string> ScriptedEgl::calls() const {
+std::vector<std::string> ScriptedEgl::calls_of(const std::string& process) const {
     std::vector<std::string> calls;
-    std::ifstream stream(folder_.path() / "calls");
-    for (std::string line; std::getline(stream, line);) {
-        calls.push_back(line.substr(line.find(' ') + 1));
+    for (const std::string& line : lines_of(read_file(folder_.path() / "calls"))) {
+        const std::size_t space = line.find(' ');
+        if (process.empty() || process == line.substr(0, space)) {
+            calls.push_back(line.substr(space + 1));
+        }
     }
     return calls;
 }
 
+std::vector<std::string> ScriptedEgl::calls() const {
+    return calls_of("");
+}
+
 std::vector<std::string> ScriptedEgl::calls_here() const {
-    const std::string here = std::to_string(getpid()) + ' ';
-    std::vector<std::string> calls;
-    std::ifstream stream(folder_.path() / "calls");
-    for (std::string line; std::getline(stream, line);) {
-        if (line.rfind(here, 0) == 0) calls.push_back(line.substr(here.size()));
-    }
-    return calls;
+    return calls_of(std::to_string(getpid()));
 }
 
 }  // namespace texprobe::tests

@@ -9,7 +9,7 @@
 #include <vector>
 
 #include "CGL/egl.h"
-#include "doubles/laid_out_machine.h"
+#include "support/scratch_folder.h"
 
 namespace texprobe::tests {
 
@@ -63,9 +63,10 @@ public:
 private:
     friend struct Script;
     void log(const std::string& call) const;
+    std::vector<std::string> calls_of(const std::string& process) const;
 
     std::vector<ScriptedDevice> devices_;
-    TemporaryFolder folder_;
+    ScratchFolder folder_;
 };
 
 }  // namespace texprobe::tests

@@ -14,24 +14,15 @@ namespace {
 sqlite3_vfs* realVfs = nullptr;
 WatchedDisk::Listener listener;
 
-/// What SQLite sees as a file: the methods come first, followed by the real file.
-struct File {
-    sqlite3_file base;
+/// What the real VFS's file is followed by.
+struct Watch {
     const char* path;
-
-    sqlite3_file* real() { return reinterpret_cast<sqlite3_file*>(this + 1); }
+    const sqlite3_io_methods* methods;  ///< The real ones.
+    sqlite3_io_methods watched;         ///< Those with ours.
 };
 
-File& file_of(sqlite3_file* file) {
-    return *reinterpret_cast<File*>(file);
-}
-
-sqlite3_file* real(sqlite3_file* file) {
-    return file_of(file).real();
-}
-
-const sqlite3_io_methods& methods(sqlite3_file* file) {
-    return *real(file)->pMethods;
+Watch& watch_of(sqlite3_file* file) {
+    return *reinterpret_cast<Watch*>(reinterpret_cast<char*>(file) + realVfs->szOsFile);
 }
 
 int tell(DiskEvent::Kind kind, const char* path, sqlite3_int64 offset = 0,
@@ -42,112 +33,44 @@ int tell(DiskEvent::Kind kind, const char* path, sqlite3_int64 offset = 0,
     return code;
 }
 
-int file_close(sqlite3_file* file) {
-    return methods(file).xClose(real(file));
-}
-
-int file_read(sqlite3_file* file, void* buffer, int size, sqlite3_int64 offset) {
-    return methods(file).xRead(real(file), buffer, size, offset);
-}
-
 int file_write(sqlite3_file* file, const void* bytes, int size, sqlite3_int64 offset) {
+    const Watch& watch = watch_of(file);
     const std::string_view view(static_cast<const char*>(bytes), static_cast<std::size_t>(size));
-    const int code = tell(DiskEvent::kWrite, file_of(file).path, offset, view);
-    return code != SQLITE_OK ? code : methods(file).xWrite(real(file), bytes, size, offset);
+    const int code = tell(DiskEvent::kWrite, watch.path, offset, view);
+    return code != SQLITE_OK ? code : watch.methods->xWrite(file, bytes, size, offset);
 }
 
 int file_truncate(sqlite3_file* file, sqlite3_int64 size) {
-    const int code = tell(DiskEvent::kTruncate, file_of(file).path, size);
-    return code != SQLITE_OK ? code : methods(file).xTruncate(real(file), size);
+    const Watch& watch = watch_of(file);
+    const int code = tell(DiskEvent::kTruncate, watch.path, size);
+    return code != SQLITE_OK ? code : watch.methods->xTruncate(file, size);
 }
 
 /// Reported but not done: no test cuts the power, and most of them would only wait for syncs.
 int file_sync(sqlite3_file* file, int) {
-    return tell(DiskEvent::kSync, file_of(file).path);
-}
-
-int file_size(sqlite3_file* file, sqlite3_int64* size) {
-    return methods(file).xFileSize(real(file), size);
-}
-
-int file_lock(sqlite3_file* file, int level) {
-    return methods(file).xLock(real(file), level);
-}
-
-int file_unlock(sqlite3_file* file, int level) {
-    return methods(file).xUnlock(real(file), level);
-}
-
-int file_check_reserved_lock(sqlite3_file* file, int* reserved) {
-    return methods(file).xCheckReservedLock(real(file), reserved);
-}
-
-int file_control(sqlite3_file* file, int operation, void* argument) {
-    return methods(file).xFileControl(real(file), operation, argument);
-}
-
-int file_sector_size(sqlite3_file* file) {
-    return methods(file).xSectorSize(real(file));
-}
-
-int file_device_characteristics(sqlite3_file* file) {
-    return methods(file).xDeviceCharacteristics(real(file));
+    return tell(DiskEvent::kSync, watch_of(file).path);
 }
 
 int file_shm_map(sqlite3_file* file, int region, int size, int extend, void volatile** mapped) {
-    const int code = extend ? tell(DiskEvent::kShare, file_of(file).path) : SQLITE_OK;
-    return code != SQLITE_OK ? code
-                             : methods(file).xShmMap(real(file), region, size, extend, mapped);
+    const Watch& watch = watch_of(file);
+    const int code = extend ? tell(DiskEvent::kShare, watch.path) : SQLITE_OK;
+    return code != SQLITE_OK ? code : watch.methods->xShmMap(file, region, size, extend, mapped);
 }
-
-int file_shm_lock(sqlite3_file* file, int offset, int count, int flags) {
-    return methods(file).xShmLock(real(file), offset, count, flags);
-}
-
-void file_shm_barrier(sqlite3_file* file) {
-    methods(file).xShmBarrier(real(file));
-}
-
-int file_shm_unmap(sqlite3_file* file, int remove) {
-    return methods(file).xShmUnmap(real(file), remove);
-}
-
-int file_fetch(sqlite3_file* file, sqlite3_int64 offset, int size, void** fetched) {
-    return methods(file).xFetch(real(file), offset, size, fetched);
-}
-
-int file_unfetch(sqlite3_file* file, sqlite3_int64 offset, void* fetched) {
-    return methods(file).xUnfetch(real(file), offset, fetched);
-}
-
-constexpr sqlite3_io_methods kMethods = {3,
-                                         file_close,
-                                         file_read,
-                                         file_write,
-                                         file_truncate,
-                                         file_sync,
-                                         file_size,
-                                         file_lock,
-                                         file_unlock,
-                                         file_check_reserved_lock,
-                                         file_control,
-                                         file_sector_size,
-                                         file_device_characteristics,
-                                         file_shm_map,
-                                         file_shm_lock,
-                                         file_shm_barrier,
-                                         file_shm_unmap,
-                                         file_fetch,
-                                         file_unfetch};
 
 int disk_open(sqlite3_vfs*, const char* path, sqlite3_file* file, int flags, int* outFlags) {
-    File* opened = new (file) File{{nullptr}, path};
+    file->pMethods = nullptr;
     if (path && (flags & SQLITE_OPEN_CREATE) && access(path, F_OK) != 0) {
         const int code = tell(DiskEvent::kCreate, path);
         if (code != SQLITE_OK) return code;
     }
-    const int code = realVfs->xOpen(realVfs, path, opened->real(), flags, outFlags);
-    if (code == SQLITE_OK) file->pMethods = &kMethods;
+    const int code = realVfs->xOpen(realVfs, path, file, flags, outFlags);
+    if (code != SQLITE_OK) return code;
+    Watch& watch = *new (&watch_of(file)) Watch{path, file->pMethods, *file->pMethods};
+    watch.watched.xWrite = file_write;
+    watch.watched.xTruncate = file_truncate;
+    watch.watched.xSync = file_sync;
+    watch.watched.xShmMap = file_shm_map;
+    file->pMethods = &watch.watched;
     return code;
 }
 
@@ -165,7 +88,7 @@ WatchedDisk::WatchedDisk(Listener itsListener) {
     if (!realVfs) throw std::runtime_error("SQLite has no file layer named unix");
     listener = std::move(itsListener);
     vfs_ = *realVfs;
-    vfs_.szOsFile = static_cast<int>(sizeof(File)) + realVfs->szOsFile;
+    vfs_.szOsFile += static_cast<int>(sizeof(Watch));
     vfs_.xOpen = disk_open;
     vfs_.xDelete = disk_delete;
     // As the default it takes precedence over the real one of the same name.

@@ -13,7 +13,7 @@
 #include <set>
 #include <string>
 
-#include "doubles/laid_out_machine.h"
+#include "support/scratch_folder.h"
 #include "support/process.h"
 #include "sysctl/build_id.h"
 #include "sysctl/graphics_build.h"
@@ -28,7 +28,7 @@ using texprobe::platform::identify_library;
 using texprobe::platform::list_vendor_libraries;
 using texprobe::platform::read_build_id;
 using texprobe::platform::read_library_path;
-using texprobe::tests::TemporaryFolder;
+using texprobe::tests::ScratchFolder;
 
 template <typename Struct>
 std::string bytes_of(const Struct& value) {
@@ -88,7 +88,7 @@ protected:
     }
     std::filesystem::path path(const std::string& name) const { return folder_.path() / name; }
 
-    TemporaryFolder folder_;
+    ScratchFolder folder_;
 };
 
 TEST_F(GraphicsBuild, is_the_kernel_release_and_eight_digits) {

@@ -19,8 +19,6 @@ namespace fakes {
 
 namespace {
 
-constexpr std::size_t kLongestLine = 1024;
-
 unsigned calls = 0;
 unsigned callsInTest = 0;
 std::string test;
@@ -33,13 +31,9 @@ std::string words_of(const char* path) {
     return text;
 }
 
-int open_log() {
-    return open(beside_executable(".calls").c_str(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC,
-                0600);
-}
-
 void write_line(const std::string& line) {
-    static const int file = open_log();
+    static const int file =
+        open(beside_executable(".calls").c_str(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0600);
     const std::string text = line + "\n";
     if (write(file, text.data(), text.size()) < 0) std::abort();
 }
@@ -52,8 +46,10 @@ void write_first_line() {
                words_of("/proc/self/environ"));
 }
 
-void log_line(const char* line) {
+__attribute__((format(printf, 1, 0))) void log_line(const char* format, va_list arguments) {
     if (!script().log) return;
+    char line[1024];
+    std::vsnprintf(line, sizeof line, format, arguments);
     write_first_line();
     write_line(line);
 }
@@ -61,11 +57,14 @@ void log_line(const char* line) {
 int signal_named(const std::string& name) {
     constexpr std::pair<const char*, int> kSignals[] = {
         {"SIGINT", SIGINT},   {"SIGTERM", SIGTERM}, {"SIGHUP", SIGHUP},   {"SIGQUIT", SIGQUIT},
-        {"SIGXCPU", SIGXCPU}, {"SIGALRM", SIGALRM}, {"SIGUSR1", SIGUSR1}, {"SIGUSR2", SIGUSR2}};
+        {"SIGXCPU", SIGXCPU}, {"SIGALRM", SIGALRM}, {"SIGUSR1", SIGUSR1}, {"SIGUSR2", SIGUSR2},
+        {"SIGSEGV", SIGSEGV}, {"SIGABRT", SIGABRT}, {"SIGBUS", SIGBUS},   {"SIGKILL", SIGKILL},
+        {"SIGSTOP", SIGSTOP}};
     for (const auto& [known, signal] : kSignals) {
         if (name == known) return signal;
     }
-    return 0;
+    std::fprintf(stderr, "no such signal: %s\n", name.c_str());
+    std::abort();
 }
 
 /// Returns when the other process has sent all signals.
@@ -94,28 +93,15 @@ bool is_first_death() {
     return true;
 }
 
-void raise_fatal(int signal) {
-    // A sanitizer's handler would turn the signal into an exit.
-    ::signal(signal, SIG_DFL);
-    raise(signal);
-}
-
 void die(const std::string& way) {
     if (way == "_exit(1)") _exit(1);
     if (way == "exit(255)") std::exit(255);
-    if (way == "SIGSEGV") raise_fatal(SIGSEGV);
-    if (way == "SIGABRT") raise_fatal(SIGABRT);
-    if (way == "SIGBUS") raise_fatal(SIGBUS);
-    if (way == "SIGKILL") raise(SIGKILL);
-    if (way == "SIGSTOP") {
-        std::ofstream(beside_executable(".stopped")) << getpid();
-        raise(SIGSTOP);
-        return;
-    }
-    // As a driver that gives up does, with handlers in place.
-    if (const int signal = signal_named(way)) raise(signal);
-    std::fprintf(stderr, "no way to die: %s\n", way.c_str());
-    std::abort();
+    const int signal = signal_named(way);
+    if (signal == SIGSTOP) std::ofstream(beside_executable(".stopped")) << getpid();
+    // A sanitizer's handler would turn these into an exit. Others are raised as by a driver that
+    // gives up, with handlers in place.
+    if (signal == SIGSEGV || signal == SIGABRT || signal == SIGBUS) ::signal(signal, SIG_DFL);
+    raise(signal);
 }
 
 bool is_time(const Death& death) {
@@ -126,12 +112,10 @@ bool is_time(const Death& death) {
 }  // namespace
 
 void call(const char* format, ...) {
-    char line[kLongestLine];
     va_list arguments;
     va_start(arguments, format);
-    std::vsnprintf(line, sizeof line, format, arguments);
+    log_line(format, arguments);
     va_end(arguments);
-    log_line(line);
     ++calls;
     if (!test.empty()) ++callsInTest;
     const std::optional<Interruption>& interruption = script().interruption;
@@ -145,12 +129,10 @@ void call(const char* format, ...) {
 }
 
 void note(const char* format, ...) {
-    char line[kLongestLine];
     va_list arguments;
     va_start(arguments, format);
-    std::vsnprintf(line, sizeof line, format, arguments);
+    log_line(format, arguments);
     va_end(arguments);
-    log_line(line);
 }
 
 int failure(const char* name) {

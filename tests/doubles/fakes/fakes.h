@@ -8,6 +8,7 @@
 //
 //   EXECUTABLE.script   the orders, one per line, see below
 //   EXECUTABLE.calls    every call as a line of text, when the script says "log"
+//   EXECUTABLE.observed       "in" and a test, and a line for each record, when it says "observe"
 //   EXECUTABLE.died     created by a death that happens only once
 //   EXECUTABLE.stopped  the process that stopped itself
 //
@@ -29,6 +30,7 @@
 //   pause N MS                the process's N-th call takes MS milliseconds longer
 //   pause once N MS           the same, but only in the first process that gets there
 //   records DIRECTORY         where the records are; beside the executable by default
+//   observe                   writes the records after each synchronization
 //   log                       writes the calls
 
 #ifndef TEXPROBE_TESTS_FAKES_H
@@ -41,6 +43,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <map>
+#include <memory>
 #include <optional>
 #include <set>
 #include <string>
@@ -106,7 +109,7 @@ struct Script {
     std::optional<Interruption> interruption;
     std::optional<Pause> pause;
     std::string records;
-    std::string observer;
+    bool observes = false;
     bool log = false;
 };
 
@@ -140,29 +143,11 @@ GLenum enumerant(const std::string& word);
 
 // The renderer.
 
-/// The bytes of a buffer object. They end at an inaccessible page, so that reading past a mapping
-/// crashes.
-class GuardedMemory {
-public:
-    explicit GuardedMemory(std::size_t size);
-    ~GuardedMemory();
-    GuardedMemory(GuardedMemory&& other) noexcept;
-    GuardedMemory& operator=(GuardedMemory&& other) noexcept;
-    GuardedMemory(const GuardedMemory&) = delete;
-    GuardedMemory& operator=(const GuardedMemory&) = delete;
-
-    unsigned char* data() const { return data_; }
-    std::size_t size() const { return size_; }
-
-private:
-    void* pages_ = nullptr;
-    std::size_t length_ = 0;
-    unsigned char* data_ = nullptr;
-    std::size_t size_ = 0;
-};
+/// Memory that ends at an inaccessible page, so that reading past a mapping crashes.
+std::shared_ptr<unsigned char> guarded_memory(std::size_t size);
 
 struct Buffer {
-    GuardedMemory memory{0};
+    std::shared_ptr<unsigned char> memory;
     bool mapped = false;
 };
 
@@ -193,8 +178,6 @@ struct Context {
 
 /// The current context. Ends the process if there is none, because no call is allowed then.
 Context& context();
-/// Whether a context is current.
-bool has_context();
 
 }  // namespace fakes
 

@@ -83,7 +83,7 @@ void obey(const std::string& order, std::istringstream& line, Script* script) {
     } else if (order == "records") {
         script->records = rest_of(line);
     } else if (order == "observe") {
-        script->observer = rest_of(line);
+        script->observes = true;
     } else if (order == "log") {
         script->log = true;
     } else if (order == "null") {
