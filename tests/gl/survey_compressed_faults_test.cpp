@@ -76,11 +76,11 @@ TEST_F(CompressedFault, ignored_offset_of_a_part_is_found_in_upload_part) {
 
 TEST_F(CompressedFault,
        part_of_storage_that_is_lost_below_the_full_height_is_found_in_upload_part) {
-    static bool isStorage = false;
+    static bool isOfStorage = false;
     const FaultyVerdicts found = verdicts_with([](Gl* gl) {
-        change_definitions(gl, [](SendingCall* call) { isStorage = call->isStorage; });
+        change_definitions(gl, [](SendingCall* call) { isOfStorage = call->isStorage; });
         change_parts(gl, [](SendingCall* call) {
-            if (isStorage && call->y > 0) call->width = call->height = call->blockBytes = 0;
+            if (isOfStorage && call->y > 0) call->width = call->height = call->blockBytes = 0;
         });
     });
     EXPECT_EQ(found, each({{"upload_part", "wrong"}}));

@@ -1,17 +1,15 @@
-// The log of calls, and the deaths.
+// The log of calls, and what happens at them.
 
 #include <fcntl.h>
 #include <signal.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <chrono>
 #include <cstdarg>
 #include <cstdio>
 #include <cstdlib>
 #include <fstream>
 #include <iterator>
-#include <thread>
 
 #include "fakes.h"
 
@@ -67,24 +65,6 @@ int signal_named(const std::string& name) {
     std::abort();
 }
 
-/// Returns when the other process has sent all signals.
-void interrupt(const Interruption& interruption) {
-    const pid_t interrupted = getpid();
-    const pid_t sender = __real_fork();
-    if (sender == 0) {
-        for (const auto& [signal, milliseconds] : interruption.signals) {
-            usleep(1000 * milliseconds);
-            kill(interrupted, signal_named(signal));
-        }
-        // Not _exit, which under a sanitizer would print the parent's buffered output.
-        raise(SIGKILL);
-    }
-    // The thread sanitizer delivers signals while a thread sleeps.
-    do {
-        usleep(1000);
-    } while (__real_waitpid(sender, nullptr, WNOHANG) == 0);
-}
-
 /// True in exactly one process.
 bool is_first_death() {
     const int file = open(beside_executable(".died").c_str(), O_WRONLY | O_CREAT | O_EXCL, 0600);
@@ -92,6 +72,13 @@ bool is_first_death() {
     close(file);
     return true;
 }
+
+bool is_time(const Event& event) {
+    const unsigned count = event.key.empty() ? calls : event.key == test ? callsInTest : 0;
+    return count == event.call && (!event.once || is_first_death());
+}
+
+}  // namespace
 
 void die(const std::string& way) {
     if (way == "_exit(1)") _exit(1);
@@ -104,12 +91,22 @@ void die(const std::string& way) {
     raise(signal);
 }
 
-bool is_time(const Death& death) {
-    if (death.place == Death::Place::kTest) return test == death.key && callsInTest == death.call;
-    return calls == death.call && (death.place == Death::Place::kCall || is_first_death());
+void interrupt(const std::vector<std::pair<std::string, unsigned>>& signals) {
+    const pid_t interrupted = getpid();
+    const pid_t sender = __real_fork();
+    if (sender == 0) {
+        for (const auto& [signal, milliseconds] : signals) {
+            usleep(1000 * milliseconds);
+            kill(interrupted, signal_named(signal));
+        }
+        // Not _exit, which under a sanitizer would print the parent's buffered output.
+        raise(SIGKILL);
+    }
+    // Until it has sent all of them. The thread sanitizer delivers signals while a thread sleeps.
+    do {
+        usleep(1000);
+    } while (__real_waitpid(sender, nullptr, WNOHANG) == 0);
 }
-
-}  // namespace
 
 void call(const char* format, ...) {
     va_list arguments;
@@ -118,14 +115,9 @@ void call(const char* format, ...) {
     va_end(arguments);
     ++calls;
     if (!test.empty()) ++callsInTest;
-    const std::optional<Interruption>& interruption = script().interruption;
-    if (interruption && interruption->call == calls) interrupt(*interruption);
-    const std::optional<Pause>& pause = script().pause;
-    if (pause && pause->call == calls && (!pause->once || is_first_death())) {
-        std::this_thread::sleep_for(std::chrono::milliseconds(pause->milliseconds));
+    for (const Event& event : script().events) {
+        if (is_time(event)) event.happens();
     }
-    const std::optional<Death>& death = script().death;
-    if (death && is_time(*death)) die(death->way);
 }
 
 void note(const char* format, ...) {

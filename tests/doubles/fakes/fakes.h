@@ -42,6 +42,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <map>
 #include <memory>
 #include <optional>
@@ -77,24 +78,12 @@ struct Failure {
     std::optional<unsigned> call;
 };
 
-struct Death {
-    enum class Place { kCall, kCallOnce, kTest };
-    std::string way;
-    Place place;
-    std::string key;
-    unsigned call;
-};
-
-/// Signals from another process. Each is sent some milliseconds after the previous one.
-struct Interruption {
-    std::vector<std::pair<std::string, unsigned>> signals;
-    unsigned call;
-};
-
-struct Pause {
-    unsigned milliseconds;
-    unsigned call;
-    bool once;
+/// What happens at a call of the process, or of each test of a key.
+struct Event {
+    unsigned call = 0;
+    std::string key = {};
+    bool once = false;  ///< Only in the first process that gets there.
+    std::function<void()> happens = {};
 };
 
 struct Script {
@@ -105,9 +94,7 @@ struct Script {
     std::map<std::pair<GLuint, GLenum>, GLenum> substitutes;
     std::set<GLenum> incomplete;
     std::map<std::string, unsigned long> changes;
-    std::optional<Death> death;
-    std::optional<Interruption> interruption;
-    std::optional<Pause> pause;
+    std::vector<Event> events;
     std::string records;
     bool observes = false;
     bool log = false;
@@ -121,8 +108,14 @@ std::string beside_executable(const char* suffix);
 
 // Calls.
 
-/// Counts a call and logs it. If the script says so, dies here, before the call has any effect.
+/// Counts a call and logs it. The script's events happen here, before the call has any effect.
 void call(const char* format, ...) __attribute__((format(printf, 1, 2)));
+
+/// Ends the process, or stops it.
+void die(const std::string& way);
+
+/// Sends this process signals from another one, each some milliseconds after the previous one.
+void interrupt(const std::vector<std::pair<std::string, unsigned>>& signals);
 
 /// Logs a line that is no call and is not counted.
 void note(const char* format, ...) __attribute__((format(printf, 1, 2)));
