@@ -41,7 +41,7 @@ public:
 std::string golden_pass_text(const std::string& application, pid_t pid,
                              const std::map<std::string, unsigned long long>& distances = {});
 
-/// The verdicts of that pass, by flag key, as records_program prints them.
+/// The verdicts of that pass, by flag key, as FakeTool reads them.
 std::map<std::string, std::string> golden_verdicts();
 
 /// All records after a first run of kOneRenderer.
