@@ -13,8 +13,8 @@
 #include <set>
 #include <string>
 
-#include "support/scratch_folder.h"
 #include "support/process.h"
+#include "support/scratch_folder.h"
 #include "sysctl/build_id.h"
 #include "sysctl/graphics_build.h"
 
