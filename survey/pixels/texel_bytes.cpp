@@ -93,11 +93,6 @@ std::uint32_t integer_of(const Format& format, std::size_t component, double val
     return static_cast<std::uint32_t>(static_cast<std::int64_t>(number));
 }
 
-/// The other way round.
-double value_of_integer(const Format& format, std::size_t component, double number, int bits) {
-    return value_of(format.kind_of(component), bits, number);
-}
-
 void append_component(const Format& format, std::size_t c, const LayoutType& type, double value,
                       Bytes* bytes) {
     if (type.value == kTypeFloat || type.value == kTypeFloat248Rev) {
@@ -135,7 +130,7 @@ double component_at(const Format& format, std::size_t c, const LayoutType& type,
                      : type.bytes == 2 ? take<std::uint16_t>(bytes)
                                        : take<std::uint32_t>(bytes);
     }
-    return value_of_integer(format, c, number, 8 * type.bytes);
+    return value_of(format.kind_of(c), 8 * type.bytes, number);
 }
 
 /// How far to the left the component at that place in a packed word is.
@@ -212,7 +207,7 @@ Texel TexelCodec::read_texel(const unsigned char* bytes) const {
         if (type_.is_packed()) {
             const int bits = type_.packed[place];
             const std::uint32_t number = word >> shift_of(type_, place) & ((1u << bits) - 1);
-            texel[c] = value_of_integer(format_, c, number, bits);
+            texel[c] = value_of(format_.kind_of(c), bits, number);
         } else {
             texel[c] = component_at(format_, c, type_, bytes);
             bytes += type_.bytes;

@@ -20,6 +20,9 @@ struct TexelImage {
     int width = 0;
     int height = 0;
     std::vector<Texel> texels = {};
+    // Where it is in the texture.
+    int left = 0;
+    int top = 0;
 
     const Texel& at(int x, int y) const { return texels[static_cast<unsigned>(y * width + x)]; }
 };
@@ -117,7 +120,9 @@ std::string first_mismatch(const Format& format, const TexelImage& came, Expecte
                 ++c;
             }
             const bool isWrong = c < components;
-            if (isWrong && first.empty()) first = describe_difference(format, expected, x, y, here);
+            if (isWrong && first.empty()) {
+                first = describe_difference(format, expected, came.left + x, came.top + y, here);
+            }
             if (seenTexels) {
                 seenTexels->pairs.push_back({expected, here, isWrong});
             } else if (isWrong) {
@@ -128,15 +133,19 @@ std::string first_mismatch(const Format& format, const TexelImage& came, Expecte
     return first;
 }
 
-/// The first texel that is farther from `expectedAt(x, y)` than `allowed(component, expected, x,
-/// y)`; empty if there is none.
-template <typename Expected, typename Allowed>
-std::string first_difference(const Format& format, const TexelImage& came, Expected expectedAt,
-                             Allowed allowed) {
+/// What a texel must be, and how far from it each component may be.
+struct ExpectedTexel {
+    Texel value;
+    Texel allowed;
+};
+
+/// The first texel that is farther from `at(x, y)` than that allows; empty if there is none.
+template <typename At>
+std::string first_difference(const Format& format, const TexelImage& came, At at) {
     return first_mismatch(
-        format, came, expectedAt,
+        format, came, [&](int x, int y) -> const Texel& { return at(x, y).value; },
         [&](std::size_t c, const Texel& expected, const Texel& here, int x, int y) {
-            return std::abs(expected[c] - here[c]) <= allowed(c, expected, x, y);
+            return std::abs(expected[c] - here[c]) <= at(x, y).allowed[c];
         });
 }
 

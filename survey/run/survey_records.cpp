@@ -11,22 +11,9 @@ namespace texprobe::survey {
 
 namespace {
 
-/// A string that is released with the object.
-class String {
-public:
-    explicit String(const std::string& text)
-        : string_(CFStringCreateWithCString(nullptr, text.c_str(), kCFStringEncodingASCII)) {}
-    ~String() {
-        if (string_) CFRelease(string_);
-    }
-    String(const String&) = delete;
-    String& operator=(const String&) = delete;
-
-    CFStringRef get() const { return string_; }
-
-private:
-    CFStringRef string_;
-};
+OwnedString owned(const std::string& text) {
+    return {CFStringCreateWithCString(nullptr, text.c_str(), kCFStringEncodingASCII), CFRelease};
+}
 
 std::string system_build() {
     std::size_t size = 0;
@@ -45,15 +32,10 @@ std::string set_name(int rendererID) {
 }  // namespace
 
 SurveyRecords::SurveyRecords(int rendererID)
-    : name_(set_name(rendererID)),
-      application_(CFStringCreateWithCString(nullptr, name_.c_str(), kCFStringEncodingASCII)) {}
-
-SurveyRecords::~SurveyRecords() {
-    if (application_) CFRelease(application_);
-}
+    : name_(set_name(rendererID)), application_(owned(name_)) {}
 
 std::optional<std::string> SurveyRecords::read(const std::string& key) const {
-    const CFTypeRef value = CFPreferencesCopyAppValue(String(key).get(), application_);
+    const CFTypeRef value = CFPreferencesCopyAppValue(owned(key).get(), application_.get());
     if (!value) return std::nullopt;
     std::optional<std::string> text;
     if (CFGetTypeID(value) == CFStringGetTypeID()) {
@@ -69,8 +51,8 @@ std::optional<std::string> SurveyRecords::read(const std::string& key) const {
 }
 
 void SurveyRecords::write(const std::string& key, const std::optional<std::string>& text) {
-    const String value(text.value_or(""));
-    CFPreferencesSetAppValue(String(key).get(), text ? value.get() : nullptr, application_);
+    const OwnedString value = owned(text.value_or(""));
+    CFPreferencesSetAppValue(owned(key).get(), text ? value.get() : nullptr, application_.get());
 }
 
 std::optional<std::string> SurveyRecords::profile(Profile profile) const {
@@ -101,7 +83,7 @@ void SurveyRecords::set_format(Profile profile, const Format& format, const Form
 }
 
 bool SurveyRecords::synchronize() {
-    return CFPreferencesAppSynchronize(application_) != 0;
+    return CFPreferencesAppSynchronize(application_.get()) != 0;
 }
 
 }  // namespace texprobe::survey

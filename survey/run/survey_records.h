@@ -5,20 +5,22 @@
 
 #include <CoreFoundation/CoreFoundation.h>
 
+#include <memory>
 #include <optional>
 #include <string>
+#include <type_traits>
 
 #include "table/promises.h"
 #include "table/record_text.h"
 
 namespace texprobe::survey {
 
+/// A string that is released with the object.
+using OwnedString = std::unique_ptr<std::remove_pointer_t<CFStringRef>, void (*)(CFTypeRef)>;
+
 class SurveyRecords {
 public:
     explicit SurveyRecords(int rendererID);
-    ~SurveyRecords();
-    SurveyRecords(const SurveyRecords&) = delete;
-    SurveyRecords& operator=(const SurveyRecords&) = delete;
 
     /// The application identifier.
     const std::string& name() const { return name_; }
@@ -42,7 +44,7 @@ private:
     void write(const std::string& key, const std::optional<std::string>& text);
 
     std::string name_;
-    CFStringRef application_;
+    OwnedString application_;
 };
 
 }  // namespace texprobe::survey

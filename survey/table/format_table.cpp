@@ -6,92 +6,73 @@ namespace texprobe::survey {
 
 namespace {
 
+/// Of formats that are filtered wherever there are textures of them, and blended wherever they are
+/// rendered to.
+constexpr Promises promised(const char* textures, const char* rendering = "") {
+    return {textures, rendering, textures, rendering};
+}
+
 // Desktop OpenGL filters and blends whatever it can hold, except integers; what must be renderable
-// is in its tables of required formats. OpenGL ES says all four of each format.
-constexpr const char* kGlAndEs =
-    "OpenGL 4.6, tables 8.12 and 8.13; OpenGL ES 3.0.6, table 3.13; OpenGL ES 3.2, table 8.10";
-constexpr const char* kNorm16 = "OpenGL 4.6, table 8.12; GL_EXT_texture_norm16";
-constexpr const char* kSnorm =
-    "OpenGL 4.6, table 8.12; OpenGL ES 3.0.6, table 3.13; "
-    "GL_EXT_texture_norm16; GL_EXT_render_snorm";
-constexpr const char* kFloats =
-    "OpenGL 4.6, table 8.12; OpenGL ES 3.0.6, table 3.13; OpenGL ES 3.2, table 8.10 and section "
-    "15.1.5; GL_EXT_color_buffer_float; GL_EXT_color_buffer_half_float; GL_EXT_float_blend; "
-    "GL_OES_texture_float_linear";
-
-#define HALF_RENDER "gl3.0 es3.2 GL_EXT_color_buffer_float GL_EXT_color_buffer_half_float"
-#define FULL_RENDER "gl3.0 es3.2 GL_EXT_color_buffer_float"
-
-constexpr Promises kAll = {"gl3.0 es3.0", "gl3.0 es3.0", "gl3.0 es3.0", "gl3.0 es3.0", kGlAndEs};
-constexpr Promises kTextureOnly = {"gl3.0 es3.0", "", "gl3.0 es3.0", "", kGlAndEs};
-constexpr Promises kRgb8 = {"gl3.0 es3.0", "es3.0", "gl3.0 es3.0", "es3.0", kGlAndEs};
-constexpr Promises kUnorm16 = {"gl3.0 GL_EXT_texture_norm16", "gl3.0 GL_EXT_texture_norm16",
-                               "gl3.0 GL_EXT_texture_norm16", "gl3.0 GL_EXT_texture_norm16",
-                               kNorm16};
-constexpr Promises kRgb16 = {"gl3.0 GL_EXT_texture_norm16", "", "gl3.0 GL_EXT_texture_norm16", "",
-                             kNorm16};
-constexpr Promises kSnorm8 = {"gl3.1 es3.0", "GL_EXT_render_snorm", "gl3.1 es3.0",
-                              "GL_EXT_render_snorm", kSnorm};
-constexpr Promises kRgb8Snorm = {"gl3.1 es3.0", "", "gl3.1 es3.0", "", kSnorm};
-constexpr Promises kSnorm16 = {"gl3.1 GL_EXT_texture_norm16", "GL_EXT_render_snorm",
-                               "gl3.1 GL_EXT_texture_norm16", "GL_EXT_render_snorm", kSnorm};
-constexpr Promises kRgb16Snorm = {"gl3.1 GL_EXT_texture_norm16", "", "gl3.1 GL_EXT_texture_norm16",
-                                  "", kSnorm};
-constexpr Promises kInteger = {"gl3.0 es3.0", "gl3.0 es3.0", "", "", kGlAndEs};
-constexpr Promises kIntegersOfThree = {"gl3.0 es3.0", "", "", "", kGlAndEs};
-constexpr Promises kRgb10A2ui = {"gl3.3 es3.0", "gl3.3 es3.0", "", "", kGlAndEs};
-constexpr Promises kHalfFloat = {"gl3.0 es3.0", HALF_RENDER, "gl3.0 es3.0", HALF_RENDER, kFloats};
-constexpr Promises kRgbHalf = {"gl3.0 es3.0", "GL_EXT_color_buffer_half_float", "gl3.0 es3.0",
-                               "GL_EXT_color_buffer_half_float", kFloats};
-constexpr Promises kFull = {"gl3.0 es3.0", FULL_RENDER, "gl3.0 GL_OES_texture_float_linear",
-                            "gl3.0 GL_EXT_float_blend", kFloats};
-constexpr Promises kRgbFull = {"gl3.0 es3.0", "", "gl3.0 GL_OES_texture_float_linear", "", kFloats};
-constexpr Promises kPackedFloat = {"gl3.0 es3.0", FULL_RENDER, "gl3.0 es3.0", FULL_RENDER, kFloats};
-constexpr Promises kRgb565 = {
-    "gl4.1 GL_ARB_ES2_compatibility es3.0", "gl4.1 GL_ARB_ES2_compatibility es3.0",
-    "gl4.1 GL_ARB_ES2_compatibility es3.0", "gl4.1 GL_ARB_ES2_compatibility es3.0", kGlAndEs};
+// is in its tables of required formats. OpenGL ES says all four of each format. The documents are
+// OpenGL 4.6, tables 8.12 and 8.13; OpenGL ES 3.0.6, table 3.13; OpenGL ES 3.2, table 8.10.
+constexpr const char* kBoth = "gl3.0 es3.0";
+constexpr Promises kAll = promised(kBoth, kBoth);
+constexpr Promises kTextureOnly = promised(kBoth);
+constexpr Promises kRgb8 = promised(kBoth, "es3.0");
+constexpr Promises kInteger = {kBoth, kBoth, "", ""};
+constexpr Promises kIntegersOfThree = {kBoth, "", "", ""};
+constexpr Promises kRgb10A2ui = {"gl3.3 es3.0", "gl3.3 es3.0", "", ""};
+constexpr Promises kDepths = {kBoth, kBoth, "gl3.0", ""};
+constexpr const char* kEs2Words = "gl4.1 GL_ARB_ES2_compatibility es3.0";
+constexpr Promises kRgb565 = promised(kEs2Words, kEs2Words);
 // OpenGL 4.3 takes up what OpenGL ES 3.0 requires (GL_ARB_ES3_compatibility), and these two are
 // among its formats to render to. Whether an earlier version required them is not certain, so this
 // one is the promise.
-constexpr Promises kSmall = {"gl4.3 es3.0", "gl4.3 es3.0", "gl4.3 es3.0", "gl4.3 es3.0", kGlAndEs};
-constexpr Promises kBgraOfEs = {"GL_EXT_texture_format_BGRA8888", "",
-                                "GL_EXT_texture_format_BGRA8888", "",
-                                "GL_EXT_texture_format_BGRA8888"};
-constexpr Promises kDepths = {"gl3.0 es3.0", "gl3.0 es3.0", "gl3.0", "", kGlAndEs};
-constexpr Promises kLegacy = {"compat1.1", "", "compat1.1", "",
-                              "OpenGL 4.6 compatibility profile, table 8.14"};
-constexpr Promises kLegacyFloat = {"compat:GL_ARB_texture_float", "", "compat:GL_ARB_texture_float",
-                                   "", "GL_ARB_texture_float"};
+constexpr Promises kSmall = promised("gl4.3 es3.0", "gl4.3 es3.0");
+constexpr Promises kBgraOfEs = promised("GL_EXT_texture_format_BGRA8888");
+
+// OpenGL 4.6, table 8.12; GL_EXT_texture_norm16. Signed ones also OpenGL ES 3.0.6, table 3.13;
+// GL_EXT_render_snorm.
+constexpr const char* kNorm16Words = "gl3.0 GL_EXT_texture_norm16";
+constexpr Promises kUnorm16 = promised(kNorm16Words, kNorm16Words);
+constexpr Promises kRgb16 = promised(kNorm16Words);
+constexpr Promises kSnorm8 = promised("gl3.1 es3.0", "GL_EXT_render_snorm");
+constexpr Promises kRgb8Snorm = promised("gl3.1 es3.0");
+constexpr Promises kSnorm16 = promised("gl3.1 GL_EXT_texture_norm16", "GL_EXT_render_snorm");
+constexpr Promises kRgb16Snorm = promised("gl3.1 GL_EXT_texture_norm16");
+
+// OpenGL 4.6, table 8.12; OpenGL ES 3.0.6, table 3.13; OpenGL ES 3.2, table 8.10 and section
+// 15.1.5; GL_EXT_color_buffer_float; GL_EXT_color_buffer_half_float; GL_EXT_float_blend;
+// GL_OES_texture_float_linear.
+constexpr const char* kFullRendering = "gl3.0 es3.2 GL_EXT_color_buffer_float";
+constexpr const char* kFullFilter = "gl3.0 GL_OES_texture_float_linear";
+constexpr Promises kHalfFloat =
+    promised(kBoth, "gl3.0 es3.2 GL_EXT_color_buffer_float GL_EXT_color_buffer_half_float");
+constexpr Promises kRgbHalf = promised(kBoth, "GL_EXT_color_buffer_half_float");
+constexpr Promises kFull = {kBoth, kFullRendering, kFullFilter, "gl3.0 GL_EXT_float_blend"};
+constexpr Promises kRgbFull = {kBoth, "", kFullFilter, ""};
+constexpr Promises kPackedFloat = promised(kBoth, kFullRendering);
+
+// OpenGL 4.6 compatibility profile, table 8.14; GL_ARB_texture_float.
+constexpr Promises kLegacy = promised("compat1.1");
+constexpr Promises kLegacyFloat = promised("compat:GL_ARB_texture_float");
 
 // Compressed formats are filtered wherever they exist: what no filter may sample are integers and
 // those sized formats that OpenGL ES lists as not filterable, and no compressed one is among them.
-#define COMPRESSED(words, source) \
-    { words, "", words, "", source }
-
+// Beside the extensions' documents: OpenGL 4.6, table 8.14; OpenGL ES 3.0.6, section 3.8.6 and
+// appendix C; OpenGL ES 3.2, appendix C.
 constexpr Promises kS3tcRgb1 =
-    COMPRESSED("GL_EXT_texture_compression_s3tc GL_EXT_texture_compression_dxt1",
-               "GL_EXT_texture_compression_s3tc; GL_EXT_texture_compression_dxt1");
-constexpr Promises kS3tc =
-    COMPRESSED("GL_EXT_texture_compression_s3tc", "GL_EXT_texture_compression_s3tc");
-constexpr Promises kS3tcSrgb = COMPRESSED(
-    "GL_EXT_texture_compression_s3tc_srgb GL_EXT_texture_sRGB+GL_EXT_texture_compression_s3tc",
-    "GL_EXT_texture_sRGB; GL_EXT_texture_compression_s3tc_srgb");
+    promised("GL_EXT_texture_compression_s3tc GL_EXT_texture_compression_dxt1");
+constexpr Promises kS3tc = promised("GL_EXT_texture_compression_s3tc");
+constexpr Promises kS3tcSrgb = promised(
+    "GL_EXT_texture_compression_s3tc_srgb GL_EXT_texture_sRGB+GL_EXT_texture_compression_s3tc");
 constexpr Promises kRgtc =
-    COMPRESSED("gl3.0 GL_ARB_texture_compression_rgtc GL_EXT_texture_compression_rgtc",
-               "OpenGL 4.6, table 8.14; GL_EXT_texture_compression_rgtc");
+    promised("gl3.0 GL_ARB_texture_compression_rgtc GL_EXT_texture_compression_rgtc");
 constexpr Promises kBptc =
-    COMPRESSED("gl4.2 GL_ARB_texture_compression_bptc GL_EXT_texture_compression_bptc",
-               "OpenGL 4.6, table 8.14; GL_EXT_texture_compression_bptc");
-constexpr Promises kEtc =
-    COMPRESSED("gl4.3 es3.0 GL_ARB_ES3_compatibility",
-               "OpenGL 4.6, table 8.14; OpenGL ES 3.0.6, section 3.8.6 and appendix C");
+    promised("gl4.2 GL_ARB_texture_compression_bptc GL_EXT_texture_compression_bptc");
+constexpr Promises kEtc = promised("gl4.3 es3.0 GL_ARB_ES3_compatibility");
 constexpr Promises kAstcLdr =
-    COMPRESSED("es3.2 GL_KHR_texture_compression_astc_ldr GL_OES_texture_compression_astc",
-               "OpenGL ES 3.2, appendix C; GL_KHR_texture_compression_astc_ldr");
-
-#undef COMPRESSED
-#undef HALF_RENDER
-#undef FULL_RENDER
+    promised("es3.2 GL_KHR_texture_compression_astc_ldr GL_OES_texture_compression_astc");
 
 constexpr Block kBc1 = {Scheme::kBc1, 4, 8}, kBc2 = {Scheme::kBc2, 4, 16},
                 kBc3 = {Scheme::kBc3, 4, 16}, kBc4 = {Scheme::kBc4, 4, 8},

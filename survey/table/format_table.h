@@ -35,7 +35,6 @@ struct Promises {
     const char* render;
     const char* filter;
     const char* blend;
-    const char* source;  ///< The documents that say so.
 };
 
 /// How a block of texels is encoded; with one component fewer where the format has one fewer.

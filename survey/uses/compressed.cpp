@@ -82,19 +82,15 @@ void make_texture(const Work& work, const BlockWay& way, const ImagePart& size,
 std::string difference_from_blocks(const Format& format, const TexelImage& colors,
                                    const TexelImage& came) {
     const int side = format.block.side;
-    TexelImage expected = colors;
-    TexelImage allowed = colors;
-    for (std::size_t i = 0; i < colors.texels.size(); ++i) {
-        expected.texels[i] = as_sampled(format, colors.texels[i]);
-        for (std::size_t c = 0; c < 4; ++c) {
-            allowed.texels[i][c] = tolerance(format, c, expected.texels[i]);
-        }
+    std::vector<ExpectedTexel> expected;
+    for (const Texel& color : colors.texels) {
+        ExpectedTexel texel = {as_sampled(format, color), {}};
+        for (std::size_t c = 0; c < 4; ++c) texel.allowed[c] = tolerance(format, c, texel.value);
+        expected.push_back(texel);
     }
-    return first_difference(
-        format, came, [&](int x, int y) { return expected.at(x / side, y / side); },
-        [&](std::size_t c, const Texel&, int x, int y) {
-            return allowed.at(x / side, y / side)[c];
-        });
+    return first_difference(format, came, [&](int x, int y) -> const ExpectedTexel& {
+        return expected[static_cast<std::size_t>(y / side * colors.width + x / side)];
+    });
 }
 
 /// Blocks of `before` in the whole image, and then some of `sent`.

@@ -22,19 +22,14 @@ Texel row_texel(const Format& format, int x) {
     return quantize(format, ramp(format, part));
 }
 
-/// What is between two texels, and how far from it a sample may be.
-struct Between {
-    Texel value;
-    Texel allowed;
-};
-
 /// sRGB may be filtered before or after it is decoded.
 double after_decoding(double a, double b, double weight) {
     return srgb_to_linear(linear_to_srgb(a) * (1 - weight) + linear_to_srgb(b) * weight);
 }
 
-Between between(const Format& format, const Texel& a, const Texel& b, double weight) {
-    Between result = {};
+/// What is between two texels.
+ExpectedTexel between(const Format& format, const Texel& a, const Texel& b, double weight) {
+    ExpectedTexel result = {};
     for (std::size_t c = 0; c < 4; ++c) {
         const double value = a[c] + (b[c] - a[c]) * weight;
         const bool isSrgb = format.kind_of(c) == Kind::kSrgb && format.has(c);
@@ -61,16 +56,15 @@ Finding filter(const Work& work) {
     texture.set(gl::kMinFilter, gl::kLinear);
     texture.set(gl::kMagFilter, gl::kLinear);
     const TexelImage came = work.judge.sample_row(texture, kRowWidth);
-    std::vector<Between> expected;
+    std::vector<ExpectedTexel> expected;
     for (int x = 0; x < came.width; ++x) {
         const int left = x / 4;
         const int right = std::min(left + 1, kRowWidth - 1);
         expected.push_back(between(format, row.at(left, 0), row.at(right, 0), x % 4 / 4.0));
     }
-    const auto at = [&](int x) -> const Between& { return expected[static_cast<std::size_t>(x)]; };
     const std::string difference = first_difference(
-        format, came, [&](int x, int) -> const Texel& { return at(x).value; },
-        [&](std::size_t c, const Texel&, int x, int) { return at(x).allowed[c]; });
+        format, came,
+        [&](int x, int) -> const ExpectedTexel& { return expected[static_cast<std::size_t>(x)]; });
     const Errors errors = take_errors(work.gl());
     if (!errors.empty()) return with_errors(refused("sampling gives "), errors);
     return of_difference(difference, "quarters between texels: ");

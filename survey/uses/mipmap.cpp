@@ -83,21 +83,15 @@ double allowed(const Format& format, const MipmapBase& base, std::size_t compone
     return slope + step(format, component, expected) * (1 + level) / 2;
 }
 
-/// What texels of a level must be, and how far from it they may be.
-struct LevelTexel {
-    Texel expected;
-    Texel allowed;
-};
-
-LevelTexel level_texel(const Format& format, const MipmapBase& base, int level, int index,
-                       int count) {
-    LevelTexel texel = {ramp_at(format, base, index, count), {}};
+ExpectedTexel level_texel(const Format& format, const MipmapBase& base, int level, int index,
+                          int count) {
+    ExpectedTexel texel = {ramp_at(format, base, index, count), {}};
     for (std::size_t c = 0; c < 4; ++c) {
-        const double expected = texel.expected[c];
+        const double expected = texel.value[c];
         const bool isSrgb = format.has(c) && format.kind_of(c) == Kind::kSrgb;
         const double other = isSrgb ? mean_of_encoded(format, base, c, index, count) : expected;
         texel.allowed[c] =
-            allowed(format, base, c, level, texel.expected) + std::abs(other - expected);
+            allowed(format, base, c, level, texel.value) + std::abs(other - expected);
     }
     return texel;
 }
@@ -105,18 +99,15 @@ LevelTexel level_texel(const Format& format, const MipmapBase& base, int level, 
 std::string compare_level(const Format& format, const MipmapBase& base, int level,
                           const Texel& oneColor, const TexelImage& came) {
     const int count = base.isAlongX ? came.width : came.height;
-    std::vector<LevelTexel> texels;
+    std::vector<ExpectedTexel> texels;
     texels.reserve(static_cast<std::size_t>(count));
     for (int i = 0; i < count; ++i) {
         texels.push_back(base.isRamp ? level_texel(format, base, level, i, count)
-                                     : LevelTexel{oneColor, {}});
+                                     : ExpectedTexel{oneColor, {}});
     }
-    const auto at = [&](int x, int y) -> const LevelTexel& {
+    return first_difference(format, came, [&](int x, int y) -> const ExpectedTexel& {
         return texels[static_cast<std::size_t>(base.place(x, y))];
-    };
-    return first_difference(
-        format, came, [&](int x, int y) -> const Texel& { return at(x, y).expected; },
-        [&](std::size_t c, const Texel&, int x, int y) { return at(x, y).allowed[c]; });
+    });
 }
 
 Finding try_base(const Work& work, const MipmapBase& base) {

@@ -11,19 +11,8 @@ namespace texprobe::survey {
 
 namespace {
 
-/// One use of reading.
-struct Reading {
-    bool isPart = false;
-    bool isToBuffer = false;
-    bool isGet = false;
-};
-
-Reading reading_of(Use use) {
-    Reading reading;
-    reading.isPart = use == Use::kReadPart;
-    reading.isToBuffer = use == Use::kReadBuffer || use == Use::kGetBuffer;
-    reading.isGet = use == Use::kGet || use == Use::kGetBuffer;
-    return reading;
+bool is_get(Use use) {
+    return use == Use::kGet || use == Use::kGetBuffer;
 }
 
 class Receiving {
@@ -33,22 +22,22 @@ public:
           format_(work.format),
           layout_(question.layout),
           codec_(work.format, question.layout),
-          reading_(reading_of(question.use)),
+          isGet_(is_get(question.use)),
+          isPart_(question.use == Use::kReadPart),
+          isToBuffer_(question.use == Use::kReadBuffer || question.use == Use::kGetBuffer),
           size_(size),
-          part_(reading_.isPart ? size.part : size.whole()) {}
+          part_(isPart_ ? size.part : size.whole()) {}
 
     Finding run(SeenTexture& source) const {
-        Placement placement =
-            reading_.isPart ? placement_of_part(part_) : placement_of_whole(part_);
-        if (reading_.isToBuffer) placement.offset = offset_in_buffer(layout_);
+        Placement placement = isPart_ ? placement_of_part(part_) : placement_of_whole(part_);
+        if (isToBuffer_) placement.offset = offset_in_buffer(layout_);
         ImageMemory memory(placement, codec_);
         source.texture().bind();
-        const bool isInRows = reading_.isPart;
-        if (isInRows) set_rows(placement);
+        if (isPart_) set_rows(placement);
         const bool isMapped = receive(&memory);
-        if (isInRows) set_rows({});
+        if (isPart_) set_rows({});
         const Errors errors = take_errors(gl_);
-        const std::string call = reading_.isGet ? "glGetTexImage" : "glReadPixels";
+        const std::string call = isGet_ ? "glGetTexImage" : "glReadPixels";
         if (!errors.empty()) return with_errors(refused(call + " gives "), errors);
         if (!isMapped) return cannot_tell("the buffer cannot be mapped");
         const std::string difference = compare(memory, &source);
@@ -66,7 +55,7 @@ private:
 
     /// False if the buffer's bytes cannot be had.
     bool receive(ImageMemory* memory) const {
-        if (!reading_.isToBuffer) {
+        if (!isToBuffer_) {
             call(memory->begin());
             return true;
         }
@@ -77,7 +66,7 @@ private:
     }
 
     void call(void* pixels) const {
-        if (reading_.isGet) {
+        if (isGet_) {
             gl_.GetTexImage(gl::kTexture2D, 0, layout_.format, layout_.type, pixels);
         } else {
             gl_.ReadPixels(part_.x, part_.y, part_.width, part_.height, layout_.format,
@@ -86,62 +75,62 @@ private:
     }
 
     std::string compare(const ImageMemory& memory, SeenTexture* source) const {
-        if (seenTexels) show(memory, source->seen());
-        const std::size_t size = codec_.texel_size();
-        const std::size_t rowSize = static_cast<std::size_t>(part_.width) * size;
         std::vector<unsigned char>& accepted = source->accepted(layout_);
-        for (int y = 0; y < part_.height; ++y) {
-            const unsigned char* bytes = memory.row(y);
-            const auto place = static_cast<unsigned>((part_.y + y) * size_.width + part_.x);
-            const bool isKnown =
-                !accepted.empty() && std::memcmp(bytes, &accepted[place * size], rowSize) == 0;
-            for (int x = 0; x < part_.width && !isKnown; ++x, bytes += size) {
-                const Texel& expected = source->seen().at(part_.x + x, part_.y + y);
-                const Texel came = codec_.read_texel(bytes);
-                if (is_read(expected, came)) continue;
-                return describe_difference(format_, expected, part_.x + x, part_.y + y, came);
-            }
-        }
-        if (!reading_.isPart && accepted.empty()) {
+        if (!seenTexels && !accepted.empty() && is_same(memory, accepted)) return "";
+        TexelImage came = make_image(part_.width, part_.height, [&](int x, int y) {
+            return codec_.read_texel(memory.row(y) + bytes_of(x));
+        });
+        came.left = part_.x;
+        came.top = part_.y;
+        std::string difference = first_mismatch(
+            format_, came,
+            [&](int x, int y) -> const Texel& {
+                return source->seen().at(part_.x + x, part_.y + y);
+            },
+            [&](std::size_t c, const Texel& expected, const Texel& here, int, int) {
+                const int bits = codec_.bits_of(c);
+                return bits == 0 || is_transferred(format_.kind_of(c), format_.bits[c], bits,
+                                                   expected[c], here[c]);
+            });
+        if (difference.empty() && !isPart_ && accepted.empty()) {
             // Rows without gaps.
-            accepted.assign(memory.row(0), memory.row(part_.height - 1) + rowSize);
+            accepted.assign(memory.row(0), memory.row(part_.height - 1) + bytes_of(part_.width));
         }
-        return "";
+        if (seenTexels) show_missing_as_expected();
+        return difference;
     }
 
-    /// What the layout lacks is as it was expected.
-    void show(const ImageMemory& memory, const TexelImage& seen) const {
-        *seenTexels = {part_.width, sampled_components(format_)};
-        for (int i = 0; i < part_.width * part_.height; ++i) {
-            const int x = i % part_.width;
-            const int y = i / part_.width;
-            const Texel& expected = seen.at(part_.x + x, part_.y + y);
-            Texel came = codec_.read_texel(memory.row(y) +
-                                           static_cast<std::size_t>(x) * codec_.texel_size());
-            const bool isWrong = !is_read(expected, came);
-            for (std::size_t c = 0; c < came.size(); ++c) {
-                if (codec_.bits_of(c) == 0) came[c] = expected[c];
-            }
-            seenTexels->pairs.push_back({expected, came, isWrong});
-        }
+    std::size_t bytes_of(int texels) const {
+        return static_cast<std::size_t>(texels) * codec_.texel_size();
     }
 
-    bool is_read(const Texel& expected, const Texel& came) const {
-        for (std::size_t c = 0; c < sampled_components(format_); ++c) {
-            const int bits = codec_.bits_of(c);
-            if (bits != 0 &&
-                !is_transferred(format_.kind_of(c), format_.bits[c], bits, expected[c], came[c])) {
+    /// Is this, or this part, what was accepted as the whole image?
+    bool is_same(const ImageMemory& memory, const std::vector<unsigned char>& accepted) const {
+        for (int y = 0; y < part_.height; ++y) {
+            const std::size_t place = bytes_of((part_.y + y) * size_.width + part_.x);
+            if (std::memcmp(memory.row(y), &accepted[place], bytes_of(part_.width)) != 0) {
                 return false;
             }
         }
         return true;
     }
 
+    /// Of what the layout lacks nothing came.
+    void show_missing_as_expected() const {
+        for (auto& [expected, came, isWrong] : seenTexels->pairs) {
+            for (std::size_t c = 0; c < came.size(); ++c) {
+                if (codec_.bits_of(c) == 0) came[c] = expected[c];
+            }
+        }
+    }
+
     const Gl& gl_;
     const Format& format_;
     const Layout layout_;
     const TexelCodec codec_;
-    const Reading reading_;
+    const bool isGet_;
+    const bool isPart_;
+    const bool isToBuffer_;
     const TriedImage& size_;
     const ImagePart part_;
 };
@@ -167,7 +156,7 @@ Finding read_image(const Work& work, const Question& question, const TriedImage&
     const bool isEs = work.context.facts.profile == Profile::kEs;
     std::string promise;
     const auto receive = [&]() -> Finding {
-        if (reading_of(question.use).isGet) return receiving.run(source);
+        if (is_get(question.use)) return receiving.run(source);
         const Framebuffer framebuffer(work.gl(), work.format, source.texture());
         if (framebuffer.status() != gl::kComplete) return {Finding::Kind::kNotApplicable};
         if (isEs) promise = who_promises_beside(work.gl(), question.layout);

@@ -1,29 +1,10 @@
 // Texels on their way into a texture.
 
-#include <algorithm>
-
 #include "uses/transfer_uses.h"
 
 namespace texprobe::survey {
 
 namespace {
-
-/// One use of uploading.
-struct Sending {
-    bool isPart = false;
-    bool hasStorage = false;
-    bool isFromBuffer = false;
-    bool isDefinition = false;  ///< With glTexImage2D.
-};
-
-Sending sending_of(Use use) {
-    Sending sending;
-    sending.isPart = use == Use::kUploadPart || use == Use::kUploadPartStorage;
-    sending.hasStorage = use == Use::kUploadPartStorage;
-    sending.isFromBuffer = use == Use::kUploadBuffer || use == Use::kDefineBuffer;
-    sending.isDefinition = use == Use::kDefineBuffer;
-    return sending;
-}
 
 // Texels of the pattern with which the images begin, so that the part is not what was there.
 constexpr int kFirstOfBackground = 2000;
@@ -35,14 +16,17 @@ public:
         : work_(work),
           gl_(work.gl()),
           format_(work.format),
-          sending_(sending_of(question.use)),
+          hasStorage_(question.use == Use::kUploadPartStorage),
+          isPart_(question.use == Use::kUploadPart || hasStorage_),
+          isDefinition_(question.use == Use::kDefineBuffer),
+          isFromBuffer_(question.use == Use::kUploadBuffer || isDefinition_),
           size_(size),
-          part_(sending_.isPart ? size.part : size.whole()),
+          part_(isPart_ ? size.part : size.whole()),
           sent_(work.samples->sent(work.format, question.layout)),
           texture_(work.gl()) {}
 
     Finding run() {
-        if (!sending_.isDefinition) {
+        if (!isDefinition_) {
             make_texture();
             const Errors errors = take_errors(gl_);
             if (!errors.empty()) {
@@ -50,18 +34,17 @@ public:
             }
         }
         TexelImage before;
-        if (sending_.isPart) {
+        if (isPart_) {
             const ImagePart whole = size_.whole();
             send(whole, placement_of_whole(whole), kFirstOfBackground);
             before = look();
         }
-        Placement placement =
-            sending_.isPart ? placement_of_part(part_) : placement_of_whole(part_);
-        if (sending_.isFromBuffer) placement.offset = offset_in_buffer(sent_.layout());
+        Placement placement = isPart_ ? placement_of_part(part_) : placement_of_whole(part_);
+        if (isFromBuffer_) placement.offset = offset_in_buffer(sent_.layout());
         send(part_, placement, kFirstOfImage);
         const Errors errors = take_errors(gl_);
         if (!errors.empty()) {
-            const char* const call = sending_.isDefinition ? "glTexImage2D" : "glTexSubImage2D";
+            const char* const call = isDefinition_ ? "glTexImage2D" : "glTexSubImage2D";
             return with_errors(refused(std::string(call) + " gives "), errors);
         }
         return of_difference(compare(before, look()), size_.name());
@@ -69,7 +52,7 @@ public:
 
 private:
     void make_texture() const {
-        if (sending_.hasStorage) {
+        if (hasStorage_) {
             gl_.TexStorage2D(gl::kTexture2D, 1, format_.value, size_.width, size_.height);
         } else {
             define_texture(gl_, format_, sent_.layout(), size_.width, size_.height, nullptr);
@@ -97,7 +80,7 @@ private:
     void call(const ImagePart& part, const void* pixels) const {
         const auto [format, type] = sent_.layout();
         texture_.bind();
-        if (sending_.isDefinition) {
+        if (isDefinition_) {
             define_texture(gl_, format_, sent_.layout(), part.width, part.height, pixels);
         } else {
             gl_.TexSubImage2D(gl::kTexture2D, 0, part.x, part.y, part.width, part.height, format,
@@ -112,42 +95,27 @@ private:
     }
 
     std::string compare(const TexelImage& before, const TexelImage& came) const {
-        std::string first;
-        if (seenTexels) *seenTexels = {came.width, sampled_components(format_)};
-        for (int y = 0; y < came.height; ++y) {
-            for (int x = 0; x < came.width; ++x) {
-                const Texel& here = came.at(x, y);
-                const bool isInPart = part_.has(x, y);
-                const Texel& expected =
-                    isInPart ? sent_.at(kFirstOfImage, x - part_.x, y - part_.y) : before.at(x, y);
-                const bool isRight = isInPart
-                                         ? has_arrived(x - part_.x, y - part_.y, expected, here)
-                                         : has_stayed(expected, here);
-                if (seenTexels) seenTexels->pairs.push_back({expected, here, !isRight});
-                if (isRight || !first.empty()) continue;
-                first = describe_difference(format_, expected, x, y, here);
-                if (!seenTexels) return first;
-            }
-        }
-        return first;
-    }
-
-    bool has_stayed(const Texel& before, const Texel& here) const {
-        const auto end = before.begin() + static_cast<std::ptrdiff_t>(sampled_components(format_));
-        return std::equal(before.begin(), end, here.begin());
+        return first_mismatch(
+            format_, came,
+            [&](int x, int y) -> const Texel& {
+                if (!part_.has(x, y)) return before.at(x, y);
+                return sent_.at(kFirstOfImage, x - part_.x, y - part_.y);
+            },
+            [&](std::size_t c, const Texel& expected, const Texel& here, int x, int y) {
+                return part_.has(x, y) &&
+                       has_arrived(x - part_.x, y - part_.y, c, expected[c], here[c]);
+            });
     }
 
     /// The same texels come again and again, and are judged once.
-    bool has_arrived(int x, int y, const Texel& expected, const Texel& here) const {
-        Texel& accepted = sent_.accepted(kFirstOfImage, x, y);
+    bool has_arrived(int x, int y, std::size_t c, double expected, double here) const {
+        double& accepted = sent_.accepted(kFirstOfImage, x, y)[c];
         if (here == accepted) return true;
-        for (std::size_t c = 0; c < sampled_components(format_); ++c) {
-            // Luminance is sampled as three components.
-            const std::size_t own = format_.base == Base::kLuminance && c < 3 ? 0 : c;
-            if (!is_transferred(format_.kind_of(own), sent_.codec().bits_of(own), format_.bits[own],
-                                expected[c], here[c])) {
-                return false;
-            }
+        // Luminance is sampled as three components.
+        const std::size_t own = format_.base == Base::kLuminance && c < 3 ? 0 : c;
+        if (!is_transferred(format_.kind_of(own), sent_.codec().bits_of(own), format_.bits[own],
+                            expected, here)) {
+            return false;
         }
         accepted = here;
         return true;
@@ -156,7 +124,10 @@ private:
     const Work& work_;
     const Gl& gl_;
     const Format& format_;
-    const Sending sending_;
+    const bool hasStorage_;
+    const bool isPart_;
+    const bool isDefinition_;  ///< With glTexImage2D.
+    const bool isFromBuffer_;
     const TriedImage& size_;
     const ImagePart part_;
     SentTexels& sent_;

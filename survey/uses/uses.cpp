@@ -90,9 +90,11 @@ Answer answer(const Work& work, const Question& question, const FormatRecord& re
 
 std::string difference_from(const Format& format, const TexelImage& expected,
                             const TexelImage& came) {
-    return first_difference(
+    return first_mismatch(
         format, came, [&](int x, int y) { return as_sampled(format, expected.at(x, y)); },
-        [&](std::size_t c, const Texel& texel, int, int) { return tolerance(format, c, texel); });
+        [&](std::size_t c, const Texel& texel, const Texel& here, int, int) {
+            return std::abs(texel[c] - here[c]) <= tolerance(format, c, texel);
+        });
 }
 
 std::optional<Finding> upload(const Work& work, const Texture& texture, const TexelImage& image,

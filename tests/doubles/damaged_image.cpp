@@ -6,35 +6,17 @@
 #include <cstring>
 #include <vector>
 
+#include "support/slow_distance.h"
+
 namespace texprobe::tests {
 
 namespace {
 
 constexpr std::size_t kPixels = 128 * 128;
 
-constexpr unsigned kUnsignedShort = 0x1403;
-constexpr unsigned kFloat = 0x1406;
-constexpr unsigned kHalfFloat = 0x140B;
-
-std::size_t elements_of(unsigned format) {
-    constexpr unsigned kLuminance = 0x1909;
-    constexpr unsigned kLuminanceAlpha = 0x190A;
-    constexpr unsigned kRgb = 0x1907;
-    constexpr unsigned kBgr = 0x80E0;
-    if (format == kLuminance) return 1;
-    if (format == kLuminanceAlpha) return 2;
-    return format == kRgb || format == kBgr ? 3 : 4;
-}
-
-/// Of the elements of a packed pixel, each of which is a byte.
-std::size_t size_of(unsigned type) {
-    if (type == kFloat) return 4;
-    return type == kUnsignedShort || type == kHalfFloat ? 2 : 1;
-}
-
 /// Of 16-bit integers and floats.
 void round_to_8_bits(unsigned type, unsigned char* element) {
-    if (type == kUnsignedShort) {
+    if (type == kShort) {
         std::uint16_t value = 0;
         std::memcpy(&value, element, sizeof value);
         value = static_cast<std::uint16_t>((value >> 8) * 257);
@@ -52,8 +34,8 @@ void round_to_8_bits(unsigned type, unsigned char* element) {
 void damage_image(const std::string& damage, unsigned format, unsigned type,
                   unsigned char* pixels) {
     static std::vector<unsigned char> last;
-    const std::size_t element = size_of(type);
-    const std::size_t pixel = element * elements_of(format);
+    const std::size_t element = element_size(type);
+    const std::size_t pixel = element * elements_per_pixel(format);
     const std::size_t size = pixel * kPixels;
     if (damage == "zeros") std::memset(pixels, 0, size);
     if (damage == "half") std::memset(pixels + size / 2, 0, size / 2);

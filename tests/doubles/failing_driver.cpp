@@ -81,9 +81,10 @@ void damage(GLenum format, GLenum type, void* pixels) {
                                   static_cast<unsigned char*>(pixels));
 }
 
+/// The system's own function of that name.
 template <typename Function>
-Function next(const char* name) {
-    return reinterpret_cast<Function>(dlsym(RTLD_NEXT, name));
+Function* next(const char* name) {
+    return reinterpret_cast<Function*>(dlsym(RTLD_NEXT, name));
 }
 
 /// What a call has written into the pack buffer, or into client memory.
@@ -93,8 +94,8 @@ void damage_fetched(GLenum format, GLenum type, void* pixels) {
         return;
     }
     constexpr GLenum kReadWrite = 0x88BA;
-    static const auto map = next<void* (*)(GLenum, GLenum)>("glMapBuffer");
-    static const auto unmap = next<GLboolean (*)(GLenum)>("glUnmapBuffer");
+    static const auto map = next<void*(GLenum, GLenum)>("glMapBuffer");
+    static const auto unmap = next<GLboolean(GLenum)>("glUnmapBuffer");
     damage(format, type, map(kPackBuffer, kReadWrite));
     unmap(kPackBuffer);
 }
@@ -107,14 +108,14 @@ extern "C" {
 
 EXPORTED void glBindTexture(GLenum target, GLuint texture) {
     boundTexture = texture;
-    static const auto real = next<void (*)(GLenum, GLuint)>("glBindTexture");
+    static const auto real = next<decltype(glBindTexture)>("glBindTexture");
     real(target, texture);
 }
 
 EXPORTED void glBindBuffer(GLenum target, GLuint buffer) {
     if (target == kUnpackBuffer) unpackBuffer = buffer;
     if (target == kPackBuffer) packBuffer = buffer;
-    static const auto real = next<void (*)(GLenum, GLuint)>("glBindBuffer");
+    static const auto real = next<decltype(glBindBuffer)>("glBindBuffer");
     real(target, buffer);
 }
 
@@ -126,15 +127,12 @@ EXPORTED void glTexImage2D(GLenum target, GLint level, GLint internalFormat, GLs
     if (boundTexture == 1 || isDefined) testedFormat = static_cast<GLenum>(internalFormat);
     if (isDefined) fail_in(boundTexture == 1 ? kSupported : kRenderable);
     if (boundTexture == 1 && unpackBuffer != 0) fail_in(kUploadReset);
-    static const auto real =
-        next<void (*)(GLenum, GLint, GLint, GLsizei, GLsizei, GLint, GLenum, GLenum, const void*)>(
-            "glTexImage2D");
+    static const auto real = next<decltype(glTexImage2D)>("glTexImage2D");
     real(target, level, internalFormat, width, height, border, format, type, pixels);
 }
 
 EXPORTED void glGetTexLevelParameteriv(GLenum target, GLint level, GLenum name, GLint* value) {
-    static const auto real =
-        next<void (*)(GLenum, GLint, GLenum, GLint*)>("glGetTexLevelParameteriv");
+    static const auto real = next<decltype(glGetTexLevelParameteriv)>("glGetTexLevelParameteriv");
     real(target, level, name, value);
     const auto found = faults().find({testedFormat, boundTexture == 1 ? kSupported : kRenderable});
     if (found != faults().end() && found->second == "smaller") *value = GL_RGB5;
@@ -143,15 +141,13 @@ EXPORTED void glGetTexLevelParameteriv(GLenum target, GLint level, GLenum name, 
 EXPORTED void glTexSubImage2D(GLenum target, GLint level, GLint x, GLint y, GLsizei width,
                               GLsizei height, GLenum format, GLenum type, const void* pixels) {
     fail_in(kUploadSet);
-    static const auto real =
-        next<void (*)(GLenum, GLint, GLint, GLint, GLsizei, GLsizei, GLenum, GLenum, const void*)>(
-            "glTexSubImage2D");
+    static const auto real = next<decltype(glTexSubImage2D)>("glTexSubImage2D");
     real(target, level, x, y, width, height, format, type, pixels);
 }
 
 EXPORTED void glGetTexImage(GLenum target, GLint level, GLenum format, GLenum type, void* pixels) {
     fail_in(kDownloadGet);
-    static const auto real = next<void (*)(GLenum, GLint, GLenum, GLenum, void*)>("glGetTexImage");
+    static const auto real = next<decltype(glGetTexImage)>("glGetTexImage");
     real(target, level, format, type, pixels);
     damage_fetched(format, type, pixels);
 }
@@ -159,8 +155,7 @@ EXPORTED void glGetTexImage(GLenum target, GLint level, GLenum format, GLenum ty
 EXPORTED void glReadPixels(GLint x, GLint y, GLsizei width, GLsizei height, GLenum format,
                            GLenum type, void* pixels) {
     if (packBuffer != 0) fail_in(kDownloadRead);
-    static const auto real =
-        next<void (*)(GLint, GLint, GLsizei, GLsizei, GLenum, GLenum, void*)>("glReadPixels");
+    static const auto real = next<decltype(glReadPixels)>("glReadPixels");
     real(x, y, width, height, format, type, pixels);
     damage_fetched(format, type, pixels);
 }

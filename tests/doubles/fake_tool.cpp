@@ -4,10 +4,9 @@
 #include <stdlib.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <chrono>
+#include <cstdio>
 #include <fstream>
-#include <sstream>
 #include <stdexcept>
 #include <thread>
 
@@ -17,26 +16,29 @@ namespace {
 
 namespace fs = std::filesystem;
 
-fs::path make_folder(const fs::path& parent) {
-    std::string name = parent / "texprobe-fakes-XXXXXX";
+/// Beside the test, so that the tool can be a hard link, if that is possible.
+fs::path make_folder() {
+    const fs::path beside = fs::read_symlink("/proc/self/exe").parent_path();
+    const bool isWritable = access(beside.c_str(), W_OK) == 0;
+    std::string name = (isWritable ? beside : fs::temp_directory_path()) / "texprobe-fakes-XXXXXX";
     if (!mkdtemp(name.data())) throw std::runtime_error("cannot make the folder " + name);
     return name;
 }
 
-fs::path writable(const fs::path& folder) {
-    return access(folder.c_str(), W_OK) == 0 ? folder : fs::temp_directory_path();
+/// A record of the store, such as "double 0.21".
+std::string value_of(const std::string& record) {
+    const std::size_t space = record.find(' ');
+    const std::string text = record.substr(space + 1);
+    if (record[0] == 'b') return text == "1" ? "true" : "false";
+    if (record[0] == 's') return '"' + text + '"';
+    char number[32];
+    std::snprintf(number, sizeof number, "%.17g", std::stod(text));
+    return number;
 }
 
-Values read_values(std::istream& stream, std::string* heading) {
+Values values_of(const Records& records) {
     Values values;
-    for (std::string line; std::getline(stream, line);) {
-        const std::size_t space = line.find(' ');
-        if (line.compare(0, 3, "in ") == 0) {
-            if (heading) *heading = line.substr(3);
-            break;
-        }
-        values[line.substr(0, space)] = line.substr(space + 1);
-    }
+    for (const auto& [key, record] : records) values[key] = value_of(record);
     return values;
 }
 
@@ -54,11 +56,7 @@ unsigned differences(const Values& actual, const Values& expected) {
 
 FakeTool::FakeTool(const std::string& script) : FakeTool(script, TOOL_ON_FAKES) {}
 
-FakeTool::FakeTool(const std::string& script, const fs::path& executable)
-    // The folder is beside the executable, so that the tool can be a hard link. The records are in
-    // memory if possible, because thousands of runs synchronize before each test.
-    : folder_(make_folder(writable(fs::read_symlink("/proc/self/exe").parent_path()))),
-      records_(make_folder(writable("/dev/shm"))) {
+FakeTool::FakeTool(const std::string& script, const fs::path& executable) : folder_(make_folder()) {
     std::error_code failed;
     fs::create_hard_link(executable, path(), failed);
     if (failed) fs::copy_file(executable, path());
@@ -68,7 +66,6 @@ FakeTool::FakeTool(const std::string& script, const fs::path& executable)
 FakeTool::~FakeTool() {
     std::error_code ignored;
     fs::remove_all(folder_, ignored);
-    fs::remove_all(records_, ignored);
 }
 
 std::filesystem::path FakeTool::file(const char* suffix) const {
@@ -79,8 +76,7 @@ void FakeTool::set_script(const std::string& script) {
     for (const char* suffix : {".calls", ".died", ".stopped", ".observed"}) {
         fs::remove(file(suffix));
     }
-    std::ofstream(file(".script")) << "records " << (records_ / "records").string() << "\n"
-                                   << script;
+    std::ofstream(file(".script")) << "records " << records_folder().string() << "\n" << script;
 }
 
 void FakeTool::set_patience(unsigned looks) const {
@@ -88,7 +84,7 @@ void FakeTool::set_patience(unsigned looks) const {
 }
 
 void FakeTool::remove_records() {
-    fs::remove_all(records_ / "records");
+    fs::remove_all(records_folder());
 }
 
 pid_t FakeTool::start(const std::vector<std::string>& arguments, const std::string& program) const {
@@ -122,37 +118,36 @@ std::vector<std::string> FakeTool::calls() const {
     return lines_of(read_file(file(".calls")));
 }
 
-Values FakeTool::read_records(std::vector<std::string> arguments) const {
-    arguments.insert(arguments.begin(), records_ / "records");
-    const Finished finished = tests::run({RECORDS_PROGRAM, arguments});
-    if (finished.status != 0) throw std::runtime_error("records_program failed: " + finished.err);
-    std::istringstream stream(finished.out);
-    return read_values(stream, nullptr);
-}
-
 Values FakeTool::records(const std::string& appID) const {
-    return read_records({appID});
+    return values_of(read_store(database())[appID]);
 }
 
 std::string FakeTool::record(const std::string& key, const std::string& appID) const {
-    return read_records({appID, key})[key];
+    return records(appID)[key];
 }
 
 void FakeTool::set_record(const std::string& key, const std::string& type, const std::string& value,
                           const std::string& appID) const {
-    read_records({appID, key, type, value});
+    const std::string literal = type == "string" ? "'" + value + "'" : value;
+    execute_on_store(database(), "REPLACE INTO records VALUES ('" + appID + "', '" + key + "', '" +
+                                     type + "', " + literal + ")");
+}
+
+void FakeTool::remove_record(const std::string& key) const {
+    execute_on_store(database(), "DELETE FROM records WHERE key = '" + key + "'");
 }
 
 std::vector<std::pair<std::string, Values>> FakeTool::observations() const {
-    std::ifstream stream(file(".observed"));
     std::vector<std::pair<std::string, Values>> result;
-    std::string heading;
-    read_values(stream, &heading);
-    while (stream) {
-        std::string next;
-        const Values values = read_values(stream, &next);
-        result.emplace_back(heading, values);
-        heading = next;
+    for (const std::string& line : lines_of(read_file(file(".observed")))) {
+        const std::size_t space = line.find(' ');
+        const std::string word = line.substr(0, space);
+        const std::string rest = line.substr(space + 1);
+        if (word == "in") {
+            result.emplace_back(rest, Values());
+        } else {
+            result.back().second[word] = value_of(rest);
+        }
     }
     return result;
 }

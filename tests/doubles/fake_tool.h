@@ -11,11 +11,13 @@
 #include <vector>
 
 #include "support/process.h"
+#include "support/scratch_folder.h"
+#include "support/stored_records.h"
 #include "support/text.h"
 
 namespace texprobe::tests {
 
-/// Values as records_program prints them, such as "true", "0.20999999999999999" or "\"text\"".
+/// Values such as "true", "0.20999999999999999" or "\"text\"".
 using Values = std::map<std::string, std::string>;
 
 /// The number of keys that only one of them has, or that have another value in each.
@@ -62,14 +64,15 @@ public:
     /// All calls, a line each. Each process's begin with a line "process PID WORDS | VARIABLES".
     std::vector<std::string> calls() const;
 
-    /// The records that the tool keeps.
     Values records(const std::string& appID = kAppID) const;
-    /// One record, whatever its key; empty if there is none.
+    /// One record; empty if there is none.
     std::string record(const std::string& key, const std::string& appID = kAppID) const;
+    /// The value of a boolean or double as a literal of SQL.
     void set_record(const std::string& key, const std::string& type, const std::string& value,
                     const std::string& appID = kAppID) const;
+    void remove_record(const std::string& key) const;
 
-    /// What another process sees after each synchronize: the test that then starts, if any, and the
+    /// What others see after each synchronize: the test that then starts, if any, and the
     /// records.
     std::vector<std::pair<std::string, Values>> observations() const;
 
@@ -79,11 +82,13 @@ public:
     bool has_died() const;
 
 private:
-    Values read_records(std::vector<std::string> arguments) const;
     std::filesystem::path file(const char* suffix) const;
+    std::filesystem::path records_folder() const { return scratch_.path() / "records"; }
+    std::filesystem::path database() const { return records_folder() / "records.sqlite3"; }
 
     std::filesystem::path folder_;
-    std::filesystem::path records_;
+    /// In memory, because thousands of runs synchronize before each test.
+    ScratchFolder scratch_;
 };
 
 }  // namespace texprobe::tests

@@ -213,19 +213,23 @@ void ScriptedEgl::log(const std::string& call) const {
     std::ofstream(folder_.path() / "calls", std::ios::app) << getpid() << ' ' << call << std::endl;
 }
 
-std::vector<std::string> ScriptedEgl::calls() const {
-    std::vector<std::string> calls = lines_of(read_file(folder_.path() / "calls"));
-    for (std::string& call : calls) call.erase(0, call.find(' ') + 1);
+std::vector<std::string> ScriptedEgl::calls_of(const std::string& process) const {
+    std::vector<std::string> calls;
+    for (const std::string& line : lines_of(read_file(folder_.path() / "calls"))) {
+        const std::size_t space = line.find(' ');
+        if (process.empty() || process == line.substr(0, space)) {
+            calls.push_back(line.substr(space + 1));
+        }
+    }
     return calls;
 }
 
+std::vector<std::string> ScriptedEgl::calls() const {
+    return calls_of("");
+}
+
 std::vector<std::string> ScriptedEgl::calls_here() const {
-    const std::string here = std::to_string(getpid()) + ' ';
-    std::vector<std::string> calls;
-    for (const std::string& line : lines_of(read_file(folder_.path() / "calls"))) {
-        if (line.rfind(here, 0) == 0) calls.push_back(line.substr(here.size()));
-    }
-    return calls;
+    return calls_of(std::to_string(getpid()));
 }
 
 }  // namespace texprobe::tests

@@ -65,6 +65,7 @@ public:
     void log(const std::string& call) const;
 
 private:
+    std::vector<std::string> calls_of(const std::string& process) const;
     ScratchFolder folder_;
 };
 

@@ -29,6 +29,12 @@ void log(const char* call, unsigned argument) {
     machine().calls.emplace_back(text);
 }
 
+/// The part of CGL that only the tool uses: in an application it would disturb the current context.
+CGLError disturb(const char* call) {
+    log(call, 0);
+    return kCGLBadContext;
+}
+
 const ScriptedDisplay& display_of(CGLRendererInfoObj info) {
     return *reinterpret_cast<const ScriptedDisplay*>(info);
 }
@@ -114,43 +120,32 @@ const GLubyte* glGetStringi(GLenum name, GLuint index) {
     return reinterpret_cast<const GLubyte*>(machine().extensions.at(index).c_str());
 }
 
-// The part of CGL that only the tool uses: in an application, it would disturb the current context.
-
 CGLError CGLChoosePixelFormat(const CGLPixelFormatAttribute*, CGLPixelFormatObj*, GLint*) {
-    log("CGLChoosePixelFormat", 0);
-    return kCGLBadPixelFormat;
+    return disturb("CGLChoosePixelFormat");
 }
 CGLError CGLDestroyPixelFormat(CGLPixelFormatObj) {
-    log("CGLDestroyPixelFormat", 0);
-    return kCGLBadPixelFormat;
+    return disturb("CGLDestroyPixelFormat");
 }
 CGLError CGLCreateContext(CGLPixelFormatObj, CGLContextObj, CGLContextObj*) {
-    log("CGLCreateContext", 0);
-    return kCGLBadContext;
+    return disturb("CGLCreateContext");
 }
 CGLError CGLDestroyContext(CGLContextObj) {
-    log("CGLDestroyContext", 0);
-    return kCGLBadContext;
+    return disturb("CGLDestroyContext");
 }
 CGLError CGLSetCurrentContext(CGLContextObj) {
-    log("CGLSetCurrentContext", 0);
-    return kCGLBadContext;
+    return disturb("CGLSetCurrentContext");
 }
 CGLError CGLGetVirtualScreen(CGLContextObj, GLint*) {
-    log("CGLGetVirtualScreen", 0);
-    return kCGLBadContext;
+    return disturb("CGLGetVirtualScreen");
 }
 CGLError CGLCreatePBuffer(GLsizei, GLsizei, GLenum, GLenum, GLint, CGLPBufferObj*) {
-    log("CGLCreatePBuffer", 0);
-    return kCGLBadAlloc;
+    return disturb("CGLCreatePBuffer");
 }
 CGLError CGLDestroyPBuffer(CGLPBufferObj) {
-    log("CGLDestroyPBuffer", 0);
-    return kCGLBadAlloc;
+    return disturb("CGLDestroyPBuffer");
 }
 CGLError CGLSetPBuffer(CGLContextObj, CGLPBufferObj, GLenum, GLint, GLint) {
-    log("CGLSetPBuffer", 0);
-    return kCGLBadContext;
+    return disturb("CGLSetPBuffer");
 }
 
 }  // extern "C"

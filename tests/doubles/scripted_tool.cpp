@@ -41,6 +41,12 @@ std::string rest_of(std::istringstream& line) {
     return text;
 }
 
+int number_of(std::istringstream& line) {
+    int number = 0;
+    line >> number;
+    return number;
+}
+
 void set_record(std::istringstream& line) {
     std::string application;
     std::string key;
@@ -88,21 +94,16 @@ void carry_out(const std::string& command, std::istringstream& line) {
     } else if (command == "turn") {
         take_turn(rest_of(line));
     } else if (command == "sleep") {
-        int milliseconds = 0;
-        line >> milliseconds;
-        std::this_thread::sleep_for(std::chrono::milliseconds(milliseconds));
+        std::this_thread::sleep_for(std::chrono::milliseconds(number_of(line)));
     } else if (command == "hang") {
         while (true) pause();
     } else if (command == "raise") {
-        int number = 0;
-        line >> number;
+        const int number = number_of(line);
         // A sanitizer would report it and exit.
         std::signal(number, SIG_DFL);
         std::raise(number);
     } else if (command == "exit") {
-        int status = 0;
-        line >> status;
-        std::exit(status);
+        std::exit(number_of(line));
     } else if (command == "mute") {
         close(1);
         close(2);

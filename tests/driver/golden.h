@@ -52,7 +52,7 @@ std::string golden_out(
 /// The lines of a first pass over the sixteen formats, printed by process `pid`.
 std::string golden_pass_text(pid_t pid);
 
-/// All records after a first run of kOneRenderer, as records_program prints them.
+/// All records after a first run of kOneRenderer.
 std::map<std::string, std::string> golden_records();
 
 }  // namespace texprobe::tests

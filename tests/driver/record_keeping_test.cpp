@@ -42,16 +42,17 @@ TEST(VersionTest, current_records_are_kept_and_others_measured_again) {
         const char* value;
         bool isCurrent;
     } rows[] = {{"double", "0.21", true},    {"double", "0.22", true},
-                {"double", "inf", true},     {"double", "0.20999999999999996", false},
+                {"double", "9e999", true},   {"double", "0.20999999999999996", false},
                 {"double", "0.2099", false}, {"double", "0.2", false},
-                {"double", "-inf", false},   {"double", "nan", false},
+                {"double", "-9e999", false}, {"double", "x'7FF8000000000000'", false},
                 {"string", "0.21", false},   {"boolean", "true", false},
-                {"none", "", false}};
+                {nullptr, nullptr, false}};
     const FakeTool tool(kOneRenderer);
     ASSERT_TRUE(tool.run().exited_with(0));
     for (const auto& row : rows) {
-        SCOPED_TRACE(std::string(row.type) + " " + row.value);
-        tool.set_record("VERSION", row.type, row.value);
+        SCOPED_TRACE(row.type ? std::string(row.type) + " " + row.value : "missing");
+        tool.remove_record("VERSION");
+        if (row.type) tool.set_record("VERSION", row.type, row.value);
         tool.set_record("GL_RGBA8_UPLOAD_SET", "boolean", "false");
         const Finished run = tool.run();
         EXPECT_TRUE(run.exited_with(0));
@@ -76,8 +77,8 @@ TEST(ResetTest, removes_the_96_flags_and_keeps_everything_else) {
     EXPECT_EQ(tool.records(), (Values{{"VERSION", "0.20999999999999999"},
                                       {"GL_VENDOR", "\"Fake Vendor\""},
                                       {"GL_VERSION", "\"2.1 Fake\""},
-                                      {"GL_RENDERER", "\"Fake Renderer\""}}));
-    EXPECT_EQ(tool.record("GL_RGBA8_OTHER"), "true");
+                                      {"GL_RENDERER", "\"Fake Renderer\""},
+                                      {"GL_RGBA8_OTHER", "true"}}));
     EXPECT_EQ(tool.record("GL_RGBA8_SUPPORTED", other), "true");
 }
 
@@ -105,7 +106,7 @@ TEST(FlagTest, single_absent_flag_is_the_only_one_measured) {
     ASSERT_TRUE(tool.run().exited_with(0));
     for (const char* capability : kCapabilities) {
         SCOPED_TRACE(capability);
-        tool.set_record(std::string("GL_RGB8_") + capability, "none", "");
+        tool.remove_record(std::string("GL_RGB8_") + capability);
         tool.set_script(kOneRenderer + "log\n");
         ASSERT_TRUE(tool.run().exited_with(0));
         std::size_t synchronizations = 0;
@@ -117,9 +118,9 @@ TEST(FlagTest, single_absent_flag_is_the_only_one_measured) {
     }
 }
 
-// Another process reads the records after each synchronization.
+// As another connection reads them after each synchronization.
 TEST(SynchronizationTest, version_provisional_falses_and_earlier_verdicts_are_on_disk) {
-    const FakeTool tool(kOneRenderer + "observe " RECORDS_PROGRAM "\n");
+    const FakeTool tool(kOneRenderer + "observe\n");
     ASSERT_TRUE(tool.run().exited_with(0));
     const auto observations = tool.observations();
     ASSERT_EQ(observations.size(), 98u);

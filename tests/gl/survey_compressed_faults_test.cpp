@@ -18,7 +18,7 @@ const std::vector<const char*> kCompressedSample = {"GL_COMPRESSED_RGBA_S3TC_DXT
 
 class CompressedFault : public SurveyWithFault {
 protected:
-    static FaultyVerdicts verdicts_with(const std::function<void(Gl*)>& fault) {
+    static FaultyVerdicts verdicts_with(const Fault& fault) {
         return find_faulty(kCompressedSample, Profile::kCompatibility, fault,
                            [](const Question&) { return true; });
     }
@@ -33,132 +33,88 @@ protected:
     }
 };
 
-TEST_F(CompressedFault, is_not_found_where_there_is_none) {
-    EXPECT_EQ(verdicts_with([](Gl*) {}), FaultyVerdicts{});
-}
+std::vector<unsigned char> wrongBlocks;
 
-/// The blocks with the sixth as the seventh.
-std::vector<unsigned char> with_wrong_block(Enum number, int size, const void* blocks) {
-    const auto* const first = static_cast<const unsigned char*>(blocks);
-    std::vector<unsigned char> wrong(first, first + size);
-    const auto format = std::find_if(formats().begin(), formats().end(),
-                                     [&](const Format& each) { return each.value == number; });
+/// The sixth block is as the seventh.
+void send_wrong_block(SendingCall* call) {
+    const auto* const first = static_cast<const unsigned char*>(call->from);
+    wrongBlocks.assign(first, first + call->blockBytes);
+    const auto format = std::find_if(formats().begin(), formats().end(), [&](const Format& each) {
+        return each.value == call->internalFormat;
+    });
     const auto bytes = static_cast<std::size_t>(format->block.bytes);
-    if (wrong.size() >= 7 * bytes)
-        std::copy_n(first + 6 * bytes, bytes,
-                    wrong.begin() + 5 * static_cast<std::ptrdiff_t>(bytes));
-    return wrong;
+    if (wrongBlocks.size() < 7 * bytes) return;
+    std::copy_n(&wrongBlocks[6 * bytes], bytes, &wrongBlocks[5 * bytes]);
+    call->from = wrongBlocks.data();
 }
 
-/// The pointer is a place in a buffer.
-bool is_place(const void* blocks) {
-    return reinterpret_cast<std::uintptr_t>(blocks) < 4096;
+/// The call is from a place in a buffer.
+bool is_from_buffer(const SendingCall& call) {
+    return reinterpret_cast<std::uintptr_t>(call.from) < 4096;
 }
 
 TEST_F(CompressedFault, wrong_block_of_an_image_is_found_in_what_shows_it) {
-    const FaultyVerdicts found = verdicts_with([](Gl* gl) {
-        gl->CompressedTexImage2D = [](Enum target, int level, Enum format, int width, int height,
-                                      int border, int size, const void* blocks) {
-            real.CompressedTexImage2D(target, level, format, width, height, border, size,
-                                      with_wrong_block(format, size, blocks).data());
-        };
-    });
     // What comes from a buffer covers all of it.
-    EXPECT_EQ(found, each({{"upload", "wrong"}, {"upload_part", "wrong"}, {"filter", "unknown"}}));
+    EXPECT_EQ(verdicts_with(fault_of_definitions([](SendingCall* call) {
+                  if (call->blockBytes != 0) send_wrong_block(call);
+              })),
+              each({{"upload", "wrong"}, {"upload_part", "wrong"}, {"filter", "unknown"}}));
 }
 
 TEST_F(CompressedFault,
        wrong_block_of_what_is_sent_from_memory_is_found_in_upload_and_upload_part) {
-    const FaultyVerdicts found = verdicts_with([](Gl* gl) {
-        gl->CompressedTexSubImage2D = [](Enum target, int level, int x, int y, int width,
-                                         int height, Enum format, int size, const void* blocks) {
-            std::vector<unsigned char> wrong;
-            if (!is_place(blocks)) wrong = with_wrong_block(format, size, blocks);
-            real.CompressedTexSubImage2D(target, level, x, y, width, height, format, size,
-                                         wrong.empty() ? blocks : wrong.data());
-        };
-    });
-    EXPECT_EQ(found, each({{"upload", "wrong"}, {"upload_part", "wrong"}}));
+    EXPECT_EQ(verdicts_with(fault_of_parts([](SendingCall* call) {
+                  if (!is_from_buffer(*call)) send_wrong_block(call);
+              })),
+              each({{"upload", "wrong"}, {"upload_part", "wrong"}}));
 }
 
 TEST_F(CompressedFault, ignored_offset_of_a_part_is_found_in_upload_part) {
-    const FaultyVerdicts found = verdicts_with([](Gl* gl) {
-        gl->CompressedTexSubImage2D = [](Enum target, int level, int, int, int width, int height,
-                                         Enum format, int size, const void* blocks) {
-            real.CompressedTexSubImage2D(target, level, 0, 0, width, height, format, size, blocks);
-        };
-    });
-    EXPECT_EQ(found, each({{"upload_part", "wrong"}}));
+    EXPECT_EQ(verdicts_with(fault_of_parts([](SendingCall* call) { call->x = call->y = 0; })),
+              each({{"upload_part", "wrong"}}));
 }
-
-bool isStorageBound = false;
 
 TEST_F(CompressedFault,
        part_of_storage_that_is_lost_below_the_full_height_is_found_in_upload_part) {
+    static bool isOfStorage = false;
     const FaultyVerdicts found = verdicts_with([](Gl* gl) {
-        gl->CompressedTexImage2D = [](Enum target, int level, Enum format, int width, int height,
-                                      int border, int size, const void* blocks) {
-            isStorageBound = false;
-            real.CompressedTexImage2D(target, level, format, width, height, border, size, blocks);
-        };
-        gl->TexStorage2D = [](Enum target, int levels, Enum format, int width, int height) {
-            isStorageBound = true;
-            real.TexStorage2D(target, levels, format, width, height);
-        };
-        gl->CompressedTexSubImage2D = [](Enum target, int level, int x, int y, int width,
-                                         int height, Enum format, int size, const void* blocks) {
-            if (isStorageBound && y > 0) return;
-            real.CompressedTexSubImage2D(target, level, x, y, width, height, format, size, blocks);
-        };
+        change_definitions(gl, [](SendingCall* call) { isOfStorage = call->isStorage; });
+        change_parts(gl, [](SendingCall* call) {
+            if (isOfStorage && call->y > 0) call->width = call->height = call->blockBytes = 0;
+        });
     });
     EXPECT_EQ(found, each({{"upload_part", "wrong"}}));
 }
 
 TEST_F(CompressedFault, ignored_place_in_a_buffer_is_found_in_upload_buffer) {
-    const FaultyVerdicts found = verdicts_with([](Gl* gl) {
-        gl->CompressedTexSubImage2D = [](Enum target, int level, int x, int y, int width,
-                                         int height, Enum format, int size, const void* blocks) {
-            real.CompressedTexSubImage2D(target, level, x, y, width, height, format, size,
-                                         is_place(blocks) ? nullptr : blocks);
-        };
-    });
-    EXPECT_EQ(found, each({{"upload_buffer", "wrong"}}));
+    EXPECT_EQ(verdicts_with(fault_of_parts([](SendingCall* call) {
+                  if (is_from_buffer(*call)) call->from = nullptr;
+              })),
+              each({{"upload_buffer", "wrong"}}));
 }
 
 TEST_F(CompressedFault, error_of_what_is_sent_is_found_in_each_upload) {
-    const FaultyVerdicts found = verdicts_with([](Gl* gl) {
-        gl->CompressedTexSubImage2D = [](Enum target, int level, int x, int y, int width,
-                                         int height, Enum format, int size, const void* blocks) {
-            real.CompressedTexSubImage2D(target, level, x, y, width, height, format, size - 1,
-                                         blocks);
-        };
-    });
     EXPECT_EQ(
-        found,
+        verdicts_with(fault_of_parts([](SendingCall* call) { --call->blockBytes; })),
         each({{"upload", "refused"}, {"upload_part", "refused"}, {"upload_buffer", "refused"}}));
 }
 
 TEST_F(CompressedFault, refused_image_is_found_in_create_and_leaves_nothing_else_to_try) {
-    const FaultyVerdicts found = verdicts_with([](Gl* gl) {
-        gl->CompressedTexImage2D = [](Enum, int level, Enum format, int width, int height,
-                                      int border, int size, const void* blocks) {
-            real.CompressedTexImage2D(0, level, format, width, height, border, size, blocks);
-        };
-    });
-    EXPECT_EQ(found, each({{"create", "refused"},
-                           {"filter", "not_applicable"},
-                           {"upload", "not_applicable"},
-                           {"upload_part", "not_applicable"},
-                           {"upload_buffer", "not_applicable"}}));
+    EXPECT_EQ(verdicts_with(fault_of_definitions([](SendingCall* call) {
+                  if (call->blockBytes != 0) call->target = 0;
+              })),
+              each({{"create", "refused"},
+                    {"filter", "not_applicable"},
+                    {"upload", "not_applicable"},
+                    {"upload_part", "not_applicable"},
+                    {"upload_buffer", "not_applicable"}}));
 }
 
 TEST_F(CompressedFault, refused_storage_is_found_in_create_storage_alone) {
-    const FaultyVerdicts found = verdicts_with([](Gl* gl) {
-        gl->TexStorage2D = [](Enum, int levels, Enum format, int width, int height) {
-            real.TexStorage2D(0, levels, format, width, height);
-        };
-    });
-    EXPECT_EQ(found, each({{"create_storage", "refused"}}));
+    EXPECT_EQ(verdicts_with(fault_of_definitions([](SendingCall* call) {
+                  if (call->isStorage) call->target = 0;
+              })),
+              each({{"create_storage", "refused"}}));
 }
 
 TEST_F(CompressedFault, another_format_than_was_asked_for_is_found_in_both_creates) {
@@ -173,12 +129,7 @@ TEST_F(CompressedFault, another_format_than_was_asked_for_is_found_in_both_creat
 }
 
 TEST_F(CompressedFault, nearest_instead_of_linear_is_found_in_filter) {
-    const FaultyVerdicts found = verdicts_with([](Gl* gl) {
-        gl->TexParameteri = [](Enum target, Enum name, int value) {
-            real.TexParameteri(target, name, value == gl::kLinear ? gl::kNearest : value);
-        };
-    });
-    EXPECT_EQ(found, each({{"filter", "wrong"}}));
+    EXPECT_EQ(verdicts_with(sample_nearest), each({{"filter", "wrong"}}));
 }
 
 }  // namespace

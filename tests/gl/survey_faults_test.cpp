@@ -16,224 +16,182 @@ const std::vector<const char*> kSample = {
     "GL_RGBA32F", "GL_SRGB8_ALPHA8", "GL_RGB10_A2",         "GL_RGB565",
     "GL_RGBA8UI", "GL_R32I",         "GL_DEPTH_COMPONENT16"};
 
-// What softpipe itself cannot do: blending clamps signed values.
-const FaultyVerdicts kSoftpipeItself = {{"GL_RGBA8_SNORM blend", "wrong"}};
-
+/// On softpipe with a fault; of what has no layout.
 class SurveyFault : public SurveyWithFault {
 protected:
-    /// Of what has no layout.
-    static FaultyVerdicts verdicts_with(const std::function<void(Gl*)>& fault,
+    static FaultyVerdicts verdicts_with(const Fault& fault,
                                         Profile profile = Profile::kCompatibility) {
         return find_faulty(kSample, profile, fault,
                            [](const Question& question) { return question.layout.is_none(); });
     }
 
-    static FaultyVerdicts and_softpipe_itself(FaultyVerdicts verdicts) {
-        verdicts.insert(kSoftpipeItself.begin(), kSoftpipeItself.end());
-        return verdicts;
+    /// The verdict on those of the uses that these formats have, and what softpipe itself cannot
+    /// do: blending clamps signed values.
+    static FaultyVerdicts each(const std::vector<const char*>& names, const std::vector<Use>& uses,
+                               const char* verdict) {
+        FaultyVerdicts expected;
+        for (const std::string name : names) {
+            for (const Use use : uses) {
+                if (has_use(*find_format(name), use)) expected[name + ' ' + name_of(use)] = verdict;
+            }
+        }
+        expected.insert({"GL_RGBA8_SNORM blend", "wrong"});
+        return expected;
     }
 };
 
 TEST_F(SurveyFault, is_not_found_where_there_is_none) {
-    EXPECT_EQ(verdicts_with([](Gl*) {}), kSoftpipeItself);
+    EXPECT_EQ(verdicts_with([](Gl*) {}), each({}, {}, ""));
 }
 
 TEST_F(SurveyFault, blending_ignored_is_found_in_blend) {
     const FaultyVerdicts found = verdicts_with(
         [](Gl* gl) { gl->BlendFunc = [](Enum source, Enum) { real.BlendFunc(source, 0); }; });
-    FaultyVerdicts expected = kSoftpipeItself;
-    for (const char* name : {"GL_RGBA8", "GL_R16", "GL_R16F", "GL_RGBA32F", "GL_SRGB8_ALPHA8",
-                             "GL_RGB10_A2", "GL_RGB565"}) {
-        expected[std::string(name) + " blend"] = "wrong";
-    }
-    EXPECT_EQ(found, expected);
+    EXPECT_EQ(found, each(kSample, {Use::kBlend}, "wrong"));
 }
 
 TEST_F(SurveyFault, nearest_instead_of_linear_is_found_in_filter) {
-    const FaultyVerdicts found = verdicts_with([](Gl* gl) {
-        gl->TexParameteri = [](Enum target, Enum name, int value) {
-            real.TexParameteri(target, name, value == gl::kLinear ? gl::kNearest : value);
-        };
-    });
-    FaultyVerdicts expected = kSoftpipeItself;
-    for (const char* name : kSample) {
-        if (has_use(*find_format(name), Use::kFilter)) {
-            expected[std::string(name) + " filter"] = "wrong";
-        }
-    }
-    EXPECT_EQ(found, expected);
+    EXPECT_EQ(verdicts_with(sample_nearest), each(kSample, {Use::kFilter}, "wrong"));
 }
 
-// The base image of four bytes a texel that was sent last.
+// The base image that was sent last, if it has four bytes a texel.
+SendingCall sentBase;
 std::vector<std::uint32_t> sentTexels;
-int sentWidth = 0;
-int sentHeight = 0;
-int sentInternalFormat = 0;
-Enum sentFormat = 0;
-Enum sentType = 0;
 
-void keep_sent_texels(Enum target, int level, int internalFormat, int width, int height, int border,
-                      Enum format, Enum type, const void* pixels) {
-    real.TexImage2D(target, level, internalFormat, width, height, border, format, type, pixels);
-    const bool isFourBytes = (format == gl::kRgba && type == gl::kUnsignedByte) ||
-                             (format == 0x1903 && type == gl::kFloat);
-    if (!pixels) return;
-    sentTexels.clear();
-    if (!isFourBytes) return;
-    sentTexels.resize(static_cast<std::size_t>(width) * static_cast<std::size_t>(height));
-    std::memcpy(sentTexels.data(), pixels, sentTexels.size() * 4);
-    sentWidth = width;
-    sentHeight = height;
-    sentInternalFormat = internalFormat;
-    sentFormat = format;
-    sentType = type;
+void keep_sent_texels(SendingCall* call) {
+    if (!call->from) return;
+    const bool isFourBytes = (call->format == gl::kRgba && call->type == gl::kUnsignedByte) ||
+                             (call->format == 0x1903 && call->type == gl::kFloat);
+    sentBase = *call;
+    sentTexels.resize(isFourBytes ? static_cast<std::size_t>(call->width * call->height) : 0);
+    std::memcpy(sentTexels.data(), call->from, sentTexels.size() * 4);
 }
 
-/// Of odd sizes: takes the first of the texels that each covers.
-void generate_from_wrong_texel(Enum target) {
-    real.GenerateMipmap(target);
-    if (sentTexels.empty() || sentWidth % 2 == 0) return;
-    for (int level = 1; sentWidth >> level > 0 || sentHeight >> level > 0; ++level) {
-        const int width = std::max(1, sentWidth >> level);
-        const int height = std::max(1, sentHeight >> level);
-        std::vector<std::uint32_t> texels;
-        for (int i = 0; i < width * height; ++i) {
-            const int first = (i / width << level) * sentWidth + (i % width << level);
-            texels.push_back(sentTexels[static_cast<std::size_t>(first)]);
-        }
-        real.TexImage2D(target, level, sentInternalFormat, width, height, 0, sentFormat, sentType,
-                        texels.data());
-    }
+void send_level(int level, int width, int height, const std::vector<std::uint32_t>& texels) {
+    real.TexImage2D(gl::kTexture2D, level, static_cast<int>(sentBase.internalFormat), width, height,
+                    0, sentBase.format, sentBase.type, texels.data());
 }
+
+/// After the driver's own mipmaps are made, these are, of the base that was kept.
+Fault fault_of_mipmaps(void (*generate)()) {
+    static void (*generateWrong)() = nullptr;
+    generateWrong = generate;
+    return [](Gl* gl) {
+        change_definitions(gl, keep_sent_texels);
+        gl->GenerateMipmap = [](Enum target) {
+            real.GenerateMipmap(target);
+            if (!sentTexels.empty()) generateWrong();
+        };
+    };
+}
+
+// Only these are sent as four bytes a texel.
+const std::vector<const char*> kKept = {"GL_RGBA8", "GL_SRGB8_ALPHA8", "GL_R16F"};
 
 TEST_F(SurveyFault, mipmaps_of_odd_sizes_from_the_wrong_texel_are_found_in_mipmap) {
-    const FaultyVerdicts found = verdicts_with([](Gl* gl) {
-        gl->TexImage2D = keep_sent_texels;
-        gl->GenerateMipmap = generate_from_wrong_texel;
-    });
-    // Only these are sent as four bytes a texel.
-    EXPECT_EQ(found, and_softpipe_itself({{"GL_RGBA8 mipmap", "wrong"},
-                                          {"GL_SRGB8_ALPHA8 mipmap", "wrong"},
-                                          {"GL_R16F mipmap", "wrong"}}));
+    const FaultyVerdicts found = verdicts_with(fault_of_mipmaps([] {
+        const int baseWidth = sentBase.width;
+        if (baseWidth % 2 == 0) return;
+        // The first of the texels that each covers.
+        for (int level = 1; baseWidth >> level > 0 || sentBase.height >> level > 0; ++level) {
+            const int width = std::max(1, baseWidth >> level);
+            const int height = std::max(1, sentBase.height >> level);
+            std::vector<std::uint32_t> texels;
+            for (int i = 0; i < width * height; ++i) {
+                const int first = (i / width << level) * baseWidth + (i % width << level);
+                texels.push_back(sentTexels[static_cast<std::size_t>(first)]);
+            }
+            send_level(level, width, height, texels);
+        }
+    }));
+    EXPECT_EQ(found, each(kKept, {Use::kMipmap}, "wrong"));
 }
 
 TEST_F(SurveyFault, mipmaps_after_the_first_that_are_not_made_are_found_in_mipmap) {
-    const FaultyVerdicts found = verdicts_with([](Gl* gl) {
-        gl->TexImage2D = keep_sent_texels;
-        gl->GenerateMipmap = [](Enum target) {
-            real.GenerateMipmap(target);
-            for (int level = 2; !sentTexels.empty() && sentWidth >> level > 0; ++level) {
-                const std::vector<std::uint32_t> black(sentTexels.size());
-                real.TexImage2D(target, level, sentInternalFormat, sentWidth >> level,
-                                std::max(1, sentHeight >> level), 0, sentFormat, sentType,
-                                black.data());
-            }
-        };
-    });
-    EXPECT_EQ(found, and_softpipe_itself({{"GL_RGBA8 mipmap", "wrong"},
-                                          {"GL_SRGB8_ALPHA8 mipmap", "wrong"},
-                                          {"GL_R16F mipmap", "wrong"}}));
+    const FaultyVerdicts found = verdicts_with(fault_of_mipmaps([] {
+        const std::vector<std::uint32_t> black(sentTexels.size());
+        for (int level = 2; sentBase.width >> level > 0; ++level) {
+            send_level(level, sentBase.width >> level, std::max(1, sentBase.height >> level),
+                       black);
+        }
+    }));
+    EXPECT_EQ(found, each(kKept, {Use::kMipmap}, "wrong"));
 }
 
 TEST_F(SurveyFault, a_wrong_mipmap_says_which_rule_it_breaks) {
-    const auto textWith = [](void (*generateMipmap)(Enum target)) {
-        return text_of_wrong("GL_RGBA8", Use::kMipmap, [&](Gl* gl) {
-            gl->TexImage2D = keep_sent_texels;
-            gl->GenerateMipmap = generateMipmap;
-        });
+    const auto textWith = [](void (*generate)()) {
+        const FaultyContext faulty(Profile::kCore, fault_of_mipmaps(generate));
+        const Work work(faulty.context, faulty.judge, *find_format("GL_RGBA8"));
+        FormatRecord record;
+        record.uses[Use::kCreate] = {Verdict::kYes, ""};
+        return answer(work, Use::kMipmap, record).judged.text;
     };
-    EXPECT_THAT(textWith([](Enum target) {
-                    real.GenerateMipmap(target);
-                    const std::vector<std::uint32_t> black(std::size_t{64} * 64);
-                    real.TexSubImage2D(target, 1, 0, 0, sentWidth / 2, sentHeight / 2, gl::kRgba,
-                                       gl::kUnsignedByte, black.data());
+    EXPECT_THAT(textWith([] {
+                    send_level(1, sentBase.width / 2, sentBase.height / 2,
+                               std::vector<std::uint32_t>(std::size_t{64} * 64));
                 }),
                 testing::StartsWith("level 1 of a ramp along x, 128 x 128, is farther off than one "
                                     "base texel's slope: expected ("));
     // A step is less than a ramp's slope.
-    EXPECT_THAT(textWith([](Enum target) {
-                    real.GenerateMipmap(target);
-                    if (sentTexels.empty() || sentTexels.front() != sentTexels.back()) return;
-                    const std::vector<std::uint32_t> lighter(64, sentTexels.front() + 1);
-                    real.TexSubImage2D(target, 3, 0, 0, sentWidth >> 3, sentHeight >> 3, gl::kRgba,
-                                       gl::kUnsignedByte, lighter.data());
+    EXPECT_THAT(textWith([] {
+                    if (sentTexels.front() != sentTexels.back()) return;
+                    send_level(3, sentBase.width >> 3, sentBase.height >> 3,
+                               std::vector<std::uint32_t>(64, sentTexels.front() + 1));
                 }),
                 testing::StartsWith("level 3 of one color, 61 x 37, is not exactly that color: "
                                     "expected ("));
 }
 
-/// A table in which textures without pixels of one format are of another.
-template <Enum kFrom, Enum kTo, Enum kFormat, Enum kType>
-void define_empty_as_other(Enum target, int level, int internalFormat, int width, int height,
-                           int border, Enum format, Enum type, const void* pixels) {
-    const bool isOther = internalFormat == static_cast<int>(kFrom) && !pixels;
-    if (isOther) {
-        real.TexImage2D(target, level, kTo, width, height, border, kFormat, kType, pixels);
-    } else {
-        real.TexImage2D(target, level, internalFormat, width, height, border, format, type, pixels);
-    }
+/// Textures without pixels of one format are of another, which has four components of bytes.
+Fault empty_as_other(Enum from, Enum to) {
+    return fault_of_definitions([=](SendingCall* call) {
+        if (call->internalFormat != from || call->from || call->isStorage) return;
+        call->internalFormat = to;
+        call->format = gl::kRgba;
+        call->type = gl::kUnsignedByte;
+    });
 }
 
 TEST_F(SurveyFault, sixteen_bits_rendered_as_eight_are_found_in_render_and_blend) {
-    constexpr Enum kR16 = 0x822A, kR8 = 0x8229, kRed = 0x1903;
+    constexpr Enum kR16 = 0x822A, kR8 = 0x8229;
     const FaultyVerdicts found = verdicts_with([](Gl* gl) {
-        gl->TexImage2D = define_empty_as_other<kR16, kR8, kRed, gl::kUnsignedByte>;
+        empty_as_other(kR16, kR8)(gl);
         gl->GetTexLevelParameteriv = [](Enum target, int level, Enum name, int* value) {
             real.GetTexLevelParameteriv(target, level, name, value);
             if (name == gl::kRedSize && *value == 8) *value = 16;
         };
     });
-    EXPECT_EQ(found, and_softpipe_itself({{"GL_R16 render", "wrong"}, {"GL_R16 blend", "wrong"}}));
+    EXPECT_EQ(found, each({"GL_R16"}, {Use::kRender, Use::kBlend}, "wrong"));
 }
 
 TEST_F(SurveyFault, integers_that_are_normalized_are_found_in_render) {
-    constexpr Enum kRgba8Ui = 0x8D7C;
-    const FaultyVerdicts found = verdicts_with([](Gl* gl) {
-        gl->TexImage2D = define_empty_as_other<kRgba8Ui, gl::kRgba8, gl::kRgba, gl::kUnsignedByte>;
-    });
-    EXPECT_EQ(found, and_softpipe_itself({{"GL_RGBA8UI render", "wrong"}}));
+    EXPECT_EQ(verdicts_with(empty_as_other(0x8D7C, gl::kRgba8)),
+              each({"GL_RGBA8UI"}, {Use::kRender}, "wrong"));
 }
 
 TEST_F(SurveyFault, srgb_that_is_not_encoded_is_found_in_render_and_blend) {
-    const FaultyVerdicts found = verdicts_with([](Gl* gl) { gl->Disable(gl::kFramebufferSrgb); });
-    EXPECT_EQ(found, and_softpipe_itself({{"GL_SRGB8_ALPHA8 render", "wrong"},
-                                          {"GL_SRGB8_ALPHA8 blend", "wrong"}}));
+    EXPECT_EQ(verdicts_with([](Gl* gl) { gl->Disable(gl::kFramebufferSrgb); }),
+              each({"GL_SRGB8_ALPHA8"}, {Use::kRender, Use::kBlend}, "wrong"));
 }
 
 TEST_F(SurveyFault, clamped_negative_values_are_found_in_render_and_blend) {
-    const FaultyVerdicts found =
-        verdicts_with([](Gl* gl) { gl->ClampColor(gl::kClampFragmentColor, 1); });
-    FaultyVerdicts expected;
-    for (const char* name : {"GL_RGBA8_SNORM", "GL_R16F", "GL_RGBA32F"}) {
-        expected[std::string(name) + " render"] = "wrong";
-        expected[std::string(name) + " blend"] = "wrong";
-    }
-    EXPECT_EQ(found, expected);
+    EXPECT_EQ(
+        verdicts_with([](Gl* gl) { gl->ClampColor(gl::kClampFragmentColor, 1); }),
+        each({"GL_RGBA8_SNORM", "GL_R16F", "GL_RGBA32F"}, {Use::kRender, Use::kBlend}, "wrong"));
 }
 
 TEST_F(SurveyFault, incomplete_framebuffer_is_found_in_render_and_blend) {
     const FaultyVerdicts found = verdicts_with(
         [](Gl* gl) { gl->CheckFramebufferStatus = [](Enum) { return Enum{0x8CDD}; }; });
-    FaultyVerdicts expected;
-    for (const char* name : kSample) {
-        for (const Use use : {Use::kRender, Use::kBlend}) {
-            const Format& format = *find_format(name);
-            if (has_use(format, use)) expected[std::string(name) + ' ' + name_of(use)] = "refused";
-        }
-    }
-    EXPECT_EQ(found, expected);
+    EXPECT_EQ(found, each(kSample, {Use::kRender, Use::kBlend}, "refused"));
 }
 
 TEST_F(SurveyFault, smaller_format_is_found_in_create_and_leaves_nothing_else_to_try) {
     constexpr Enum kRgb10A2 = 0x8059, kRgba4 = 0x8056;
-    const FaultyVerdicts found = verdicts_with([](Gl* gl) {
-        gl->TexImage2D = define_empty_as_other<kRgb10A2, kRgba4, gl::kRgba, gl::kUnsignedByte>;
-    });
-    EXPECT_EQ(found, and_softpipe_itself({{"GL_RGB10_A2 create", "refused"},
-                                          {"GL_RGB10_A2 filter", "not_applicable"},
-                                          {"GL_RGB10_A2 mipmap", "not_applicable"},
-                                          {"GL_RGB10_A2 render", "not_applicable"},
-                                          {"GL_RGB10_A2 blend", "not_applicable"}}));
+    FaultyVerdicts expected = each(
+        {"GL_RGB10_A2"}, {Use::kFilter, Use::kMipmap, Use::kRender, Use::kBlend}, "not_applicable");
+    expected["GL_RGB10_A2 create"] = "refused";
+    EXPECT_EQ(verdicts_with(empty_as_other(kRgb10A2, kRgba4)), expected);
 }
 
 TEST_F(SurveyFault, memory_that_is_used_up_while_the_judge_looks_is_on_no_driver) {
@@ -244,25 +202,17 @@ TEST_F(SurveyFault, memory_that_is_used_up_while_the_judge_looks_is_on_no_driver
             return std::exchange(isUsedUp, false) ? gl::kOutOfMemory : real.GetError();
         };
     });
-    FaultyVerdicts expected;
-    for (const char* name : kSample) {
-        for (const Use use : {Use::kFilter, Use::kMipmap, Use::kRender, Use::kBlend}) {
-            const Format& format = *find_format(name);
-            if (has_use(format, use)) expected[std::string(name) + ' ' + name_of(use)] = "unknown";
-        }
-    }
-    EXPECT_EQ(found, expected);
+    EXPECT_EQ(found,
+              each(kSample, {Use::kFilter, Use::kMipmap, Use::kRender, Use::kBlend}, "unknown"));
 }
 
 TEST_F(SurveyFault, error_of_storage_is_found_in_create_storage) {
-    const FaultyVerdicts found = verdicts_with(
-        [](Gl* gl) {
-            gl->TexStorage2D = [](Enum target, int levels, Enum format, int width, int height) {
-                constexpr Enum kRgba32f = 0x8814;
-                real.TexStorage2D(format == kRgba32f ? 0 : target, levels, format, width, height);
-            };
-        },
-        Profile::kEs);
+    const FaultyVerdicts found =
+        verdicts_with(fault_of_definitions([](SendingCall* call) {
+                          constexpr Enum kRgba32f = 0x8814;
+                          if (call->isStorage && call->internalFormat == kRgba32f) call->target = 0;
+                      }),
+                      Profile::kEs);
     EXPECT_EQ(found.at("GL_RGBA32F create_storage"), "refused");
     EXPECT_EQ(found.count("GL_RGBA32F render") + found.count("GL_RGBA32F create"), 0u);
     EXPECT_EQ(found.count("GL_RGBA8 create_storage"), 0u);

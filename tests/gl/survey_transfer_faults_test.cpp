@@ -26,12 +26,11 @@ constexpr Enum kBgrFormat = 0x80E0, kRgbFormat = 0x1907;
 Enum boundBuffer = 0;  // As which target; 0 for none.
 int packRowLength = 0;
 int unpackRowLength = 0;
-int heightOfStorage = 0;  // Of the texture that was made last; 0 if that has no storage.
-Enum lastInternalFormat = 0;
+SendingCall lastDefinition;  // Of a texture that is not the judge's own.
 
 void remember_state(Gl* gl) {
     boundBuffer = 0;
-    packRowLength = unpackRowLength = heightOfStorage = 0;
+    packRowLength = unpackRowLength = 0;
     gl->BindBuffer = [](Enum target, unsigned buffer) {
         boundBuffer = buffer == 0 ? 0 : target;
         real.BindBuffer(target, buffer);
@@ -41,20 +40,9 @@ void remember_state(Gl* gl) {
         if (name == gl::kUnpackRowLength) unpackRowLength = value;
         real.PixelStorei(name, value);
     };
-    gl->TexStorage2D = [](Enum target, int levels, Enum format, int width, int height) {
-        heightOfStorage = height;
-        lastInternalFormat = format;
-        real.TexStorage2D(target, levels, format, width, height);
-    };
-    gl->TexImage2D = [](Enum target, int level, int internalFormat, int width, int height,
-                        int border, Enum format, Enum type, const void* pixels) {
-        // The judge's own is another matter.
-        if (internalFormat != static_cast<int>(gl::kRgba32ui)) {
-            heightOfStorage = 0;
-            lastInternalFormat = static_cast<Enum>(internalFormat);
-        }
-        real.TexImage2D(target, level, internalFormat, width, height, border, format, type, pixels);
-    };
+    change_definitions(gl, [](SendingCall* call) {
+        if (call->internalFormat != gl::kRgba32ui) lastDefinition = *call;
+    });
 }
 
 /// One pixel-store parameter that the driver ignores.
@@ -68,10 +56,17 @@ void ignore_parameter(Gl* gl) {
 
 class SurveyTransferFault : public SurveyWithFault {
 protected:
-    static FaultyVerdicts verdicts_with(const std::function<void(Gl*)>& fault,
+    static FaultyVerdicts verdicts_with(const Fault& fault,
                                         Profile profile = Profile::kCompatibility) {
         return find_faulty(kTransferSample, profile, fault, [](const Question& question) {
             return question.use <= Use::kCreateStorage || is_transfer(question.use);
+        });
+    }
+
+    static FaultyVerdicts verdicts_with_parts(const Change& change) {
+        return verdicts_with([&](Gl* gl) {
+            remember_state(gl);
+            change_parts(gl, change);
         });
     }
 
@@ -123,15 +118,10 @@ TEST_F(SurveyTransferFault, alignment_of_4_is_found_where_rows_have_other_length
 }
 
 TEST_F(SurveyTransferFault, offset_in_a_buffer_that_is_ignored_is_found_in_buffers) {
-    const FaultyVerdicts uploads = verdicts_with([](Gl* gl) {
-        remember_state(gl);
-        gl->TexSubImage2D = [](Enum target, int level, int x, int y, int width, int height,
-                               Enum format, Enum type, const void* pixels) {
-            if (boundBuffer == gl::kPixelUnpackBuffer) pixels = nullptr;
-            real.TexSubImage2D(target, level, x, y, width, height, format, type, pixels);
-        };
-    });
-    EXPECT_EQ(uploads, wrong_in({Use::kUploadBuffer}));
+    EXPECT_EQ(verdicts_with_parts([](SendingCall* call) {
+                  if (boundBuffer == gl::kPixelUnpackBuffer) call->from = nullptr;
+              }),
+              wrong_in({Use::kUploadBuffer}));
     const FaultyVerdicts reads = verdicts_with([](Gl* gl) {
         remember_state(gl);
         gl->GetTexImage = [](Enum target, int level, Enum format, Enum type, void* pixels) {
@@ -143,130 +133,101 @@ TEST_F(SurveyTransferFault, offset_in_a_buffer_that_is_ignored_is_found_in_buffe
 }
 
 TEST_F(SurveyTransferFault, part_with_storage_that_is_lost_below_the_full_height_is_found_there) {
-    const FaultyVerdicts found = verdicts_with([](Gl* gl) {
-        remember_state(gl);
-        gl->TexSubImage2D = [](Enum target, int level, int x, int y, int width, int height,
-                               Enum format, Enum type, const void* pixels) {
-            if (height < heightOfStorage) return;
-            real.TexSubImage2D(target, level, x, y, width, height, format, type, pixels);
-        };
-    });
-    EXPECT_EQ(found, wrong_in({Use::kUploadPartStorage}));
+    EXPECT_EQ(verdicts_with_parts([](SendingCall* call) {
+                  const bool isPart = call->height < lastDefinition.height;
+                  if (lastDefinition.isStorage && isPart) call->height = 0;
+              }),
+              wrong_in({Use::kUploadPartStorage}));
 }
 
 TEST_F(SurveyTransferFault, neighbours_of_a_part_that_are_overwritten_are_found_in_parts) {
-    const FaultyVerdicts found = verdicts_with([](Gl* gl) {
-        gl->TexSubImage2D = [](Enum target, int level, int x, int y, int width, int height,
-                               Enum format, Enum type, const void* pixels) {
-            // One texel more in each row; what is behind it in memory is ours.
-            real.TexSubImage2D(target, level, x, y, width + (x == 0 ? 0 : 1), height, format, type,
-                               pixels);
-        };
-    });
-    EXPECT_EQ(found, wrong_in(kParts));
+    EXPECT_EQ(verdicts_with_parts([](SendingCall* call) {
+                  // One texel more in each row; what is behind it in memory is ours.
+                  if (call->x != 0) ++call->width;
+              }),
+              wrong_in(kParts));
 }
 
 TEST_F(SurveyTransferFault, exchange_of_red_and_blue_is_found_in_that_layout) {
-    const FaultyVerdicts found = verdicts_with([](Gl* gl) {
-        gl->TexSubImage2D = [](Enum target, int level, int x, int y, int width, int height,
-                               Enum format, Enum type, const void* pixels) {
-            real.TexSubImage2D(target, level, x, y, width, height,
-                               format == kBgrFormat ? kRgbFormat : format, type, pixels);
-        };
-    });
-    EXPECT_EQ(found, wrong_in({Use::kUpload, Use::kUploadPart, Use::kUploadPartStorage,
-                               Use::kUploadBuffer},
-                              {"GL_RGB8"}, {"GL_BGR GL_UNSIGNED_BYTE"}));
+    EXPECT_EQ(
+        verdicts_with_parts([](SendingCall* call) {
+            if (call->format == kBgrFormat) call->format = kRgbFormat;
+        }),
+        wrong_in({Use::kUpload, Use::kUploadPart, Use::kUploadPartStorage, Use::kUploadBuffer},
+                 {"GL_RGB8"}, {"GL_BGR GL_UNSIGNED_BYTE"}));
 }
 
 /// Textures of one format are of another, and say that they are not.
 template <Enum kFrom, Enum kTo, Enum kSizeName, int kSize>
 void replace_format(Gl* gl) {
-    gl->TexStorage2D = [](Enum target, int levels, Enum format, int width, int height) {
-        real.TexStorage2D(target, levels, format == kFrom ? kTo : format, width, height);
-    };
-    gl->TexImage2D = [](Enum target, int level, int internalFormat, int width, int height,
-                        int border, Enum format, Enum type, const void* pixels) {
-        const int used = internalFormat == int{kFrom} ? int{kTo} : internalFormat;
-        real.TexImage2D(target, level, used, width, height, border, format, type, pixels);
-    };
+    change_definitions(gl, [](SendingCall* call) {
+        if (call->internalFormat == kFrom) call->internalFormat = kTo;
+    });
     gl->GetTexLevelParameteriv = [](Enum target, int level, Enum name, int* value) {
         real.GetTexLevelParameteriv(target, level, name, value);
         if (name == kSizeName && *value != 0) *value = kSize;
     };
 }
 
-TEST_F(SurveyTransferFault, sixteen_bits_cut_to_eight_are_found_in_uploads) {
+TEST_F(SurveyTransferFault, bits_that_are_cut_are_found_in_uploads) {
     EXPECT_EQ(verdicts_with(replace_format<0x822A, 0x8229, gl::kRedSize, 16>),
               wrong_in(kUploads, {"GL_R16"}));
-}
-
-TEST_F(SurveyTransferFault, depth_cut_to_sixteen_bits_is_found_in_uploads) {
     EXPECT_EQ(verdicts_with(replace_format<0x81A6, 0x81A5, gl::kDepthSize, 24>),
               wrong_in(kUploads, {"GL_DEPTH_COMPONENT24"}));
 }
 
 TEST_F(SurveyTransferFault, srgb_that_is_decoded_twice_is_found_in_its_uploads) {
-    const FaultyVerdicts found = verdicts_with([](Gl* gl) {
-        remember_state(gl);
-        gl->TexSubImage2D = [](Enum target, int level, int x, int y, int width, int height,
-                               Enum format, Enum type, const void* pixels) {
-            constexpr Enum kSrgb8Alpha8 = 0x8C43;
-            std::vector<unsigned char> decoded;
-            if (lastInternalFormat == kSrgb8Alpha8 && boundBuffer == 0 && unpackRowLength == 0) {
-                const auto* bytes = static_cast<const unsigned char*>(pixels);
-                for (int i = 0; i < width * height * 4; ++i) {
-                    const double value = bytes[i] / 255.0;
-                    const double linear =
-                        value <= 0.04045 ? value / 12.92 : std::pow((value + 0.055) / 1.055, 2.4);
-                    decoded.push_back(i % 4 == 3
-                                          ? bytes[i]
-                                          : static_cast<unsigned char>(std::lround(linear * 255)));
-                }
-                pixels = decoded.data();
-            }
-            real.TexSubImage2D(target, level, x, y, width, height, format, type, pixels);
-        };
-    });
-    EXPECT_EQ(found, wrong_in({Use::kUpload}, {"GL_SRGB8_ALPHA8"}));
+    constexpr Enum kSrgb8Alpha8 = 0x8C43;
+    std::vector<unsigned char> decoded;
+    const auto decode = [&](SendingCall* call) {
+        const bool isSrgb = lastDefinition.internalFormat == kSrgb8Alpha8;
+        if (!isSrgb || boundBuffer != 0 || unpackRowLength != 0) return;
+        const auto* const bytes = static_cast<const unsigned char*>(call->from);
+        decoded.assign(bytes, bytes + call->width * call->height * 4);
+        for (std::size_t i = 0; i < decoded.size(); ++i) {
+            const double value = decoded[i] / 255.0;
+            const double linear =
+                value <= 0.04045 ? value / 12.92 : std::pow((value + 0.055) / 1.055, 2.4);
+            if (i % 4 != 3) decoded[i] = static_cast<unsigned char>(std::lround(linear * 255));
+        }
+        call->from = decoded.data();
+    };
+    EXPECT_EQ(verdicts_with_parts(decode), wrong_in({Use::kUpload}, {"GL_SRGB8_ALPHA8"}));
 }
 
-std::size_t size_of_rgb8(int width, int height) {
-    return std::size_t{3} * static_cast<unsigned>(width) * static_cast<unsigned>(height);
+/// What becomes of whole images of bytes that are read in GL_RGB to memory.
+void (*spoilRead)(int width, std::size_t size, unsigned char* bytes) = nullptr;
+
+Fault fault_of_rgb_reads(void (*spoil)(int width, std::size_t size, unsigned char* bytes)) {
+    spoilRead = spoil;
+    return [](Gl* gl) {
+        remember_state(gl);
+        gl->ReadPixels = [](int x, int y, int width, int height, Enum format, Enum type,
+                            void* pixels) {
+            real.ReadPixels(x, y, width, height, format, type, pixels);
+            if (format != kRgbFormat || boundBuffer != 0 || packRowLength != 0) return;
+            spoilRead(width, static_cast<std::size_t>(3 * width * height),
+                      static_cast<unsigned char*>(pixels));
+        };
+    };
 }
 
 TEST_F(SurveyTransferFault, read_that_writes_past_the_image_is_found_in_it) {
-    const FaultyVerdicts found = verdicts_with([](Gl* gl) {
-        remember_state(gl);
-        gl->ReadPixels = [](int x, int y, int width, int height, Enum format, Enum type,
-                            void* pixels) {
-            real.ReadPixels(x, y, width, height, format, type, pixels);
-            if (format != kRgbFormat || boundBuffer != 0 || packRowLength != 0) return;
-            static_cast<unsigned char*>(pixels)[size_of_rgb8(width, height)] ^= 1;
-        };
-    });
+    const FaultyVerdicts found = verdicts_with(
+        fault_of_rgb_reads([](int, std::size_t size, unsigned char* bytes) { bytes[size] ^= 1; }));
     EXPECT_EQ(found, wrong_in({Use::kRead}, {"GL_RGB8"}, {"GL_RGB GL_UNSIGNED_BYTE"}));
 }
 
-/// The images that were read first, by their size and format.
-std::map<std::vector<unsigned>, std::vector<unsigned char>> firstReads;
+/// The images that were read first, by their width.
+std::map<int, std::vector<unsigned char>> firstReads;
 
 TEST_F(SurveyTransferFault, stale_read_is_found_in_it) {
-    const FaultyVerdicts found = verdicts_with([](Gl* gl) {
-        remember_state(gl);
-        firstReads.clear();
-        gl->ReadPixels = [](int x, int y, int width, int height, Enum format, Enum type,
-                            void* pixels) {
-            real.ReadPixels(x, y, width, height, format, type, pixels);
-            if (format != kRgbFormat || boundBuffer != 0 || packRowLength != 0) return;
-            const auto* bytes = static_cast<const unsigned char*>(pixels);
-            const auto size = size_of_rgb8(width, height);
-            const auto& first =
-                firstReads.try_emplace({static_cast<unsigned>(width), format}, bytes, bytes + size)
-                    .first->second;
-            std::memcpy(pixels, first.data(), size);
-        };
-    });
+    firstReads.clear();
+    const FaultyVerdicts found =
+        verdicts_with(fault_of_rgb_reads([](int width, std::size_t size, unsigned char* bytes) {
+            const auto& first = firstReads.try_emplace(width, bytes, bytes + size).first->second;
+            std::memcpy(bytes, first.data(), size);
+        }));
     EXPECT_EQ(found, wrong_in({Use::kRead}, {"GL_RGB8"}, {"GL_RGB GL_UNSIGNED_BYTE"}));
 }
 

@@ -10,6 +10,8 @@
 #include <stdexcept>
 #include <string>
 
+#include "support/text.h"
+
 namespace texprobe::tests {
 
 class ScratchFolder {
@@ -30,6 +32,12 @@ public:
     ScratchFolder& operator=(const ScratchFolder&) = delete;
 
     const std::filesystem::path& path() const { return path_; }
+
+    /// Writes a file below the folder, and creates the directories that lead to it.
+    void write(const std::filesystem::path& file, const std::string& text) const {
+        std::filesystem::create_directories((path_ / file).parent_path());
+        write_file(path_ / file, text);
+    }
 
 private:
     std::filesystem::path path_;

@@ -1,51 +1,10 @@
 #include "tool_folder.h"
 
-#include <sqlite3.h>
 #include <stdlib.h>
 
 #include <stdexcept>
 
 namespace texprobe::tests {
-
-namespace {
-
-class Database {
-public:
-    explicit Database(const std::filesystem::path& file) {
-        if (sqlite3_open_v2(file.c_str(), &handle_, SQLITE_OPEN_READWRITE, nullptr) != SQLITE_OK) {
-            const std::string message = sqlite3_errmsg(handle_);
-            sqlite3_close(handle_);
-            throw std::runtime_error(file.string() + ": " + message);
-        }
-        sqlite3_busy_timeout(handle_, 10000);
-    }
-    ~Database() { sqlite3_close(handle_); }
-    Database(const Database&) = delete;
-    Database& operator=(const Database&) = delete;
-
-    sqlite3* handle() const { return handle_; }
-
-private:
-    sqlite3* handle_ = nullptr;
-};
-
-int collect(void* sets, int /*columns*/, char** values, char** /*names*/) {
-    Records& records = (*static_cast<RecordSets*>(sets))[values[0]];
-    records[values[1]] = std::string(values[2]) + " " + (values[3] ? values[3] : "NULL");
-    return 0;
-}
-
-void must_execute(const Database& database, const std::string& sql,
-                  int (*callback)(void*, int, char**, char**), void* argument) {
-    char* message = nullptr;
-    if (sqlite3_exec(database.handle(), sql.c_str(), callback, argument, &message) != SQLITE_OK) {
-        const std::string text = message ? message : "unknown error";
-        sqlite3_free(message);
-        throw std::runtime_error(sql + ": " + text);
-    }
-}
-
-}  // namespace
 
 ToolFolder::ToolFolder(const std::filesystem::path& executable) {
     std::string name = std::filesystem::temp_directory_path() / "texprobe-test-XXXXXX";
@@ -97,15 +56,11 @@ std::vector<pid_t> ToolFolder::processes() const {
 }
 
 RecordSets ToolFolder::records() const {
-    RecordSets sets;
-    if (!std::filesystem::exists(database())) return sets;
-    must_execute(Database(database()), "SELECT application, key, type, value FROM records", collect,
-                 &sets);
-    return sets;
+    return read_store(database());
 }
 
 void ToolFolder::execute(const std::string& sql) const {
-    must_execute(Database(database()), sql, nullptr, nullptr);
+    execute_on_store(database(), sql);
 }
 
 }  // namespace texprobe::tests

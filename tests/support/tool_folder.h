@@ -6,19 +6,14 @@
 #include <unistd.h>
 
 #include <filesystem>
-#include <map>
 #include <string>
 #include <vector>
 
 #include "support/process.h"
+#include "support/stored_records.h"
 #include "support/text.h"
 
 namespace texprobe::tests {
-
-/// One record as its type and text, such as "boolean 1" or "string Mesa".
-using Records = std::map<std::string, std::string>;
-/// Records by application identifier.
-using RecordSets = std::map<std::string, Records>;
 
 class ToolFolder {
 public:

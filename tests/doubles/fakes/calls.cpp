@@ -1,25 +1,21 @@
-// The log of calls, and the deaths.
+// The log of calls, and what happens at them.
 
 #include <fcntl.h>
 #include <signal.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <chrono>
 #include <cstdarg>
 #include <cstdio>
 #include <cstdlib>
 #include <fstream>
 #include <iterator>
-#include <thread>
 
 #include "fakes.h"
 
 namespace fakes {
 
 namespace {
-
-constexpr std::size_t kLongestLine = 1024;
 
 unsigned calls = 0;
 unsigned callsInTest = 0;
@@ -33,13 +29,9 @@ std::string words_of(const char* path) {
     return text;
 }
 
-int open_log() {
-    return open(beside_executable(".calls").c_str(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC,
-                0600);
-}
-
 void write_line(const std::string& line) {
-    static const int file = open_log();
+    static const int file =
+        open(beside_executable(".calls").c_str(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0600);
     const std::string text = line + "\n";
     if (write(file, text.data(), text.size()) < 0) std::abort();
 }
@@ -52,8 +44,10 @@ void write_first_line() {
                words_of("/proc/self/environ"));
 }
 
-void log_line(const char* line) {
+__attribute__((format(printf, 1, 0))) void log_line(const char* format, va_list arguments) {
     if (!script().log) return;
+    char line[1024];
+    std::vsnprintf(line, sizeof line, format, arguments);
     write_first_line();
     write_line(line);
 }
@@ -61,29 +55,14 @@ void log_line(const char* line) {
 int signal_named(const std::string& name) {
     constexpr std::pair<const char*, int> kSignals[] = {
         {"SIGINT", SIGINT},   {"SIGTERM", SIGTERM}, {"SIGHUP", SIGHUP},   {"SIGQUIT", SIGQUIT},
-        {"SIGXCPU", SIGXCPU}, {"SIGALRM", SIGALRM}, {"SIGUSR1", SIGUSR1}, {"SIGUSR2", SIGUSR2}};
+        {"SIGXCPU", SIGXCPU}, {"SIGALRM", SIGALRM}, {"SIGUSR1", SIGUSR1}, {"SIGUSR2", SIGUSR2},
+        {"SIGSEGV", SIGSEGV}, {"SIGABRT", SIGABRT}, {"SIGBUS", SIGBUS},   {"SIGKILL", SIGKILL},
+        {"SIGSTOP", SIGSTOP}};
     for (const auto& [known, signal] : kSignals) {
         if (name == known) return signal;
     }
-    return 0;
-}
-
-/// Returns when the other process has sent all signals.
-void interrupt(const Interruption& interruption) {
-    const pid_t interrupted = getpid();
-    const pid_t sender = __real_fork();
-    if (sender == 0) {
-        for (const auto& [signal, milliseconds] : interruption.signals) {
-            usleep(1000 * milliseconds);
-            kill(interrupted, signal_named(signal));
-        }
-        // Not _exit, which under a sanitizer would print the parent's buffered output.
-        raise(SIGKILL);
-    }
-    // The thread sanitizer delivers signals while a thread sleeps.
-    do {
-        usleep(1000);
-    } while (__real_waitpid(sender, nullptr, WNOHANG) == 0);
+    std::fprintf(stderr, "no such signal: %s\n", name.c_str());
+    std::abort();
 }
 
 /// True in exactly one process.
@@ -94,63 +73,58 @@ bool is_first_death() {
     return true;
 }
 
-void raise_fatal(int signal) {
-    // A sanitizer's handler would turn the signal into an exit.
-    ::signal(signal, SIG_DFL);
-    raise(signal);
-}
-
-void die(const std::string& way) {
-    if (way == "_exit(1)") _exit(1);
-    if (way == "exit(255)") std::exit(255);
-    if (way == "SIGSEGV") raise_fatal(SIGSEGV);
-    if (way == "SIGABRT") raise_fatal(SIGABRT);
-    if (way == "SIGBUS") raise_fatal(SIGBUS);
-    if (way == "SIGKILL") raise(SIGKILL);
-    if (way == "SIGSTOP") {
-        std::ofstream(beside_executable(".stopped")) << getpid();
-        raise(SIGSTOP);
-        return;
-    }
-    // As a driver that gives up does, with handlers in place.
-    if (const int signal = signal_named(way)) raise(signal);
-    std::fprintf(stderr, "no way to die: %s\n", way.c_str());
-    std::abort();
-}
-
-bool is_time(const Death& death) {
-    if (death.place == Death::Place::kTest) return test == death.key && callsInTest == death.call;
-    return calls == death.call && (death.place == Death::Place::kCall || is_first_death());
+bool is_time(const Event& event) {
+    const unsigned count = event.key.empty() ? calls : event.key == test ? callsInTest : 0;
+    return count == event.call && (!event.once || is_first_death());
 }
 
 }  // namespace
 
+void die(const std::string& way) {
+    if (way == "_exit(1)") _exit(1);
+    if (way == "exit(255)") std::exit(255);
+    const int signal = signal_named(way);
+    if (signal == SIGSTOP) std::ofstream(beside_executable(".stopped")) << getpid();
+    // A sanitizer's handler would turn these into an exit. Others are raised as by a driver that
+    // gives up, with handlers in place.
+    if (signal == SIGSEGV || signal == SIGABRT || signal == SIGBUS) ::signal(signal, SIG_DFL);
+    raise(signal);
+}
+
+void interrupt(const std::vector<std::pair<std::string, unsigned>>& signals) {
+    const pid_t interrupted = getpid();
+    const pid_t sender = __real_fork();
+    if (sender == 0) {
+        for (const auto& [signal, milliseconds] : signals) {
+            usleep(1000 * milliseconds);
+            kill(interrupted, signal_named(signal));
+        }
+        // Not _exit, which under a sanitizer would print the parent's buffered output.
+        raise(SIGKILL);
+    }
+    // Until it has sent all of them. The thread sanitizer delivers signals while a thread sleeps.
+    do {
+        usleep(1000);
+    } while (__real_waitpid(sender, nullptr, WNOHANG) == 0);
+}
+
 void call(const char* format, ...) {
-    char line[kLongestLine];
     va_list arguments;
     va_start(arguments, format);
-    std::vsnprintf(line, sizeof line, format, arguments);
+    log_line(format, arguments);
     va_end(arguments);
-    log_line(line);
     ++calls;
     if (!test.empty()) ++callsInTest;
-    const std::optional<Interruption>& interruption = script().interruption;
-    if (interruption && interruption->call == calls) interrupt(*interruption);
-    const std::optional<Pause>& pause = script().pause;
-    if (pause && pause->call == calls && (!pause->once || is_first_death())) {
-        std::this_thread::sleep_for(std::chrono::milliseconds(pause->milliseconds));
+    for (const Event& event : script().events) {
+        if (is_time(event)) event.happens();
     }
-    const std::optional<Death>& death = script().death;
-    if (death && is_time(*death)) die(death->way);
 }
 
 void note(const char* format, ...) {
-    char line[kLongestLine];
     va_list arguments;
     va_start(arguments, format);
-    std::vsnprintf(line, sizeof line, format, arguments);
+    log_line(format, arguments);
     va_end(arguments);
-    log_line(line);
 }
 
 int failure(const char* name) {

@@ -62,10 +62,6 @@ const fakes::Renderer* find_renderer(int id) {
 
 namespace fakes {
 
-bool has_context() {
-    return current != nullptr;
-}
-
 Context& context() {
     if (!current) {
         std::fputs("a GL call without a current context\n", stderr);

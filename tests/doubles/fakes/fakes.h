@@ -8,6 +8,7 @@
 //
 //   EXECUTABLE.script   the orders, one per line, see below
 //   EXECUTABLE.calls    every call as a line of text, when the script says "log"
+//   EXECUTABLE.observed       "in" and a test, and a line for each record, when it says "observe"
 //   EXECUTABLE.died     created by a death that happens only once
 //   EXECUTABLE.stopped  the process that stopped itself
 //
@@ -29,6 +30,7 @@
 //   pause N MS                the process's N-th call takes MS milliseconds longer
 //   pause once N MS           the same, but only in the first process that gets there
 //   records DIRECTORY         where the records are; beside the executable by default
+//   observe                   writes the records after each synchronization
 //   log                       writes the calls
 
 #ifndef TEXPROBE_TESTS_FAKES_H
@@ -40,7 +42,9 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <map>
+#include <memory>
 #include <optional>
 #include <set>
 #include <string>
@@ -74,24 +78,12 @@ struct Failure {
     std::optional<unsigned> call;
 };
 
-struct Death {
-    enum class Place { kCall, kCallOnce, kTest };
-    std::string way;
-    Place place;
-    std::string key;
-    unsigned call;
-};
-
-/// Signals from another process. Each is sent some milliseconds after the previous one.
-struct Interruption {
-    std::vector<std::pair<std::string, unsigned>> signals;
-    unsigned call;
-};
-
-struct Pause {
-    unsigned milliseconds;
-    unsigned call;
-    bool once;
+/// What happens at a call of the process, or of each test of a key.
+struct Event {
+    unsigned call = 0;
+    std::string key = {};
+    bool once = false;  ///< Only in the first process that gets there.
+    std::function<void()> happens = {};
 };
 
 struct Script {
@@ -102,11 +94,9 @@ struct Script {
     std::map<std::pair<GLuint, GLenum>, GLenum> substitutes;
     std::set<GLenum> incomplete;
     std::map<std::string, unsigned long> changes;
-    std::optional<Death> death;
-    std::optional<Interruption> interruption;
-    std::optional<Pause> pause;
+    std::vector<Event> events;
     std::string records;
-    std::string observer;
+    bool observes = false;
     bool log = false;
 };
 
@@ -118,8 +108,14 @@ std::string beside_executable(const char* suffix);
 
 // Calls.
 
-/// Counts a call and logs it. If the script says so, dies here, before the call has any effect.
+/// Counts a call and logs it. The script's events happen here, before the call has any effect.
 void call(const char* format, ...) __attribute__((format(printf, 1, 2)));
+
+/// Ends the process, or stops it.
+void die(const std::string& way);
+
+/// Sends this process signals from another one, each some milliseconds after the previous one.
+void interrupt(const std::vector<std::pair<std::string, unsigned>>& signals);
 
 /// Logs a line that is no call and is not counted.
 void note(const char* format, ...) __attribute__((format(printf, 1, 2)));
@@ -140,29 +136,11 @@ GLenum enumerant(const std::string& word);
 
 // The renderer.
 
-/// The bytes of a buffer object. They end at an inaccessible page, so that reading past a mapping
-/// crashes.
-class GuardedMemory {
-public:
-    explicit GuardedMemory(std::size_t size);
-    ~GuardedMemory();
-    GuardedMemory(GuardedMemory&& other) noexcept;
-    GuardedMemory& operator=(GuardedMemory&& other) noexcept;
-    GuardedMemory(const GuardedMemory&) = delete;
-    GuardedMemory& operator=(const GuardedMemory&) = delete;
-
-    unsigned char* data() const { return data_; }
-    std::size_t size() const { return size_; }
-
-private:
-    void* pages_ = nullptr;
-    std::size_t length_ = 0;
-    unsigned char* data_ = nullptr;
-    std::size_t size_ = 0;
-};
+/// Memory that ends at an inaccessible page, so that reading past a mapping crashes.
+std::shared_ptr<unsigned char> guarded_memory(std::size_t size);
 
 struct Buffer {
-    GuardedMemory memory{0};
+    std::shared_ptr<unsigned char> memory;
     bool mapped = false;
 };
 
@@ -193,8 +171,6 @@ struct Context {
 
 /// The current context. Ends the process if there is none, because no call is allowed then.
 Context& context();
-/// Whether a context is current.
-bool has_context();
 
 }  // namespace fakes
 

@@ -36,17 +36,10 @@ std::string pointer_text(const void* pointer, GLuint buffer) {
     return pointer ? "memory" : "NULL";
 }
 
-/// The pixels of an upload: client memory, or an offset into the bound unpack buffer.
-const unsigned char* source_of(const void* pointer) {
-    const GLuint buffer = context().unpackBuffer;
-    if (buffer == 0) return static_cast<const unsigned char*>(pointer);
-    return context().buffers[buffer].memory.data() + reinterpret_cast<std::uintptr_t>(pointer);
-}
-
-unsigned char* destination_of(void* pointer) {
-    const GLuint buffer = context().packBuffer;
-    if (buffer == 0) return static_cast<unsigned char*>(pointer);
-    return context().buffers[buffer].memory.data() + reinterpret_cast<std::uintptr_t>(pointer);
+/// What that pointer means: client memory, or an offset into a bound buffer.
+unsigned char* memory_at(const void* pointer, GLuint buffer) {
+    if (buffer == 0) return static_cast<unsigned char*>(const_cast<void*>(pointer));
+    return context().buffers[buffer].memory.get() + reinterpret_cast<std::uintptr_t>(pointer);
 }
 
 void upload(fakes::Image* image, GLenum format, GLenum type, const unsigned char* pixels) {
@@ -100,7 +93,7 @@ void read_back(const fakes::Image& image, GLenum format, GLenum type, void* pixe
     }
     bytes.resize(size, 0);
     change(bytes.data(), size);
-    std::memcpy(destination_of(pixels), bytes.data(), size);
+    std::memcpy(memory_at(pixels, context().packBuffer), bytes.data(), size);
 }
 
 }  // namespace
@@ -133,14 +126,14 @@ void glTexImage2D(GLenum target, GLint level, GLint internalFormat, GLsizei widt
     const auto substitute = fakes::script().substitutes.find({context().texture, asked});
     bound_texture().internalFormat =
         substitute == fakes::script().substitutes.end() ? asked : substitute->second;
-    upload(&bound_texture(), format, type, source_of(pixels));
+    upload(&bound_texture(), format, type, memory_at(pixels, context().unpackBuffer));
 }
 
 void glTexSubImage2D(GLenum target, GLint level, GLint x, GLint y, GLsizei width, GLsizei height,
                      GLenum format, GLenum type, const void* pixels) {
     call("glTexSubImage2D(%s, %d, %d, %d, %d, %d, %s, %s, %s)", NAME(target), level, x, y, width,
          height, NAME(format), NAME(type), pointer_text(pixels, context().unpackBuffer).c_str());
-    upload(&bound_texture(), format, type, source_of(pixels));
+    upload(&bound_texture(), format, type, memory_at(pixels, context().unpackBuffer));
 }
 
 void glGetTexLevelParameteriv(GLenum target, GLint level, GLenum parameter, GLint* value) {
@@ -169,7 +162,7 @@ void glBindBuffer(GLenum target, GLuint buffer) {
 void glBufferData(GLenum target, GLsizeiptr size, const void* data, GLenum usage) {
     call("glBufferData(%s, %td, %s, %s)", NAME(target), size, data ? "memory" : "NULL",
          NAME(usage));
-    bound_buffer(target) = {fakes::GuardedMemory(static_cast<std::size_t>(size)), false};
+    bound_buffer(target) = {fakes::guarded_memory(static_cast<std::size_t>(size)), false};
 }
 
 void* glMapBuffer(GLenum target, GLenum access) {
@@ -177,7 +170,7 @@ void* glMapBuffer(GLenum target, GLenum access) {
     fakes::Buffer& buffer = bound_buffer(target);
     if (buffer.mapped) return nullptr;
     buffer.mapped = true;
-    return buffer.memory.data();
+    return buffer.memory.get();
 }
 
 GLboolean glUnmapBuffer(GLenum target) {

@@ -6,7 +6,6 @@
 #include <cmath>
 #include <cstdlib>
 #include <cstring>
-#include <utility>
 
 #include "fakes.h"
 
@@ -84,33 +83,16 @@ unsigned char byte_at(const unsigned char* data, GLenum type) {
 
 }  // namespace
 
-GuardedMemory::GuardedMemory(std::size_t size) : size_(size) {
+std::shared_ptr<unsigned char> guarded_memory(std::size_t size) {
     const std::size_t page = static_cast<std::size_t>(sysconf(_SC_PAGESIZE));
     const std::size_t used = (size + page - 1) / page * page;
-    length_ = used + page;
+    const std::size_t length = used + page;
     // cppcheck-suppress invalidFunctionArg  // No file.
-    pages_ = mmap(nullptr, length_, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
-    if (pages_ == MAP_FAILED) std::abort();
-    mprotect(static_cast<unsigned char*>(pages_) + used, page, PROT_NONE);
-    data_ = static_cast<unsigned char*>(pages_) + (used - size);
-}
-
-GuardedMemory::~GuardedMemory() {
-    if (pages_) munmap(pages_, length_);
-}
-
-GuardedMemory::GuardedMemory(GuardedMemory&& other) noexcept
-    : pages_(std::exchange(other.pages_, nullptr)),
-      length_(other.length_),
-      data_(other.data_),
-      size_(other.size_) {}
-
-GuardedMemory& GuardedMemory::operator=(GuardedMemory&& other) noexcept {
-    std::swap(pages_, other.pages_);
-    std::swap(length_, other.length_);
-    std::swap(data_, other.data_);
-    std::swap(size_, other.size_);
-    return *this;
+    void* pages = mmap(nullptr, length, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+    if (pages == MAP_FAILED) std::abort();
+    unsigned char* const end = static_cast<unsigned char*>(pages) + used;
+    mprotect(end, page, PROT_NONE);
+    return {end - size, [=](unsigned char*) { munmap(pages, length); }};
 }
 
 std::size_t bytes_per_pixel(GLenum format, GLenum type) {

@@ -1,9 +1,11 @@
 #include "fakes.h"
 
+#include <chrono>
 #include <filesystem>
 #include <fstream>
 #include <sstream>
 #include <stdexcept>
+#include <thread>
 
 namespace fakes {
 
@@ -31,40 +33,41 @@ Renderer default_renderer(std::istringstream& line) {
              {"GL_EXTENSIONS", "GL_EXT_framebuffer_object GL_ARB_pixel_buffer_object"}}};
 }
 
-Death death(std::istringstream& line) {
-    Death result;
-    std::string place;
-    line >> result.way >> place;
-    if (place == "in") {
-        result.place = Death::Place::kTest;
-        line >> result.key;
-    } else if (place == "once") {
-        result.place = Death::Place::kCallOnce;
-        line >> place;
-    } else {
-        result.place = Death::Place::kCall;
-    }
+Event death(std::istringstream& line) {
+    Event result;
+    std::string way, place;
+    line >> way >> place;
+    if (place == "in") line >> result.key;
+    result.once = place == "once";
+    if (result.once) line >> place;
     line >> result.call;
+    result.happens = [way] { die(way); };
     return result;
 }
 
-Interruption interruption(std::istringstream& line) {
-    Interruption result;
+Event interruption(std::istringstream& line) {
+    Event result;
     line >> result.call;
+    std::vector<std::pair<std::string, unsigned>> signals;
     std::string signal;
     for (unsigned milliseconds = 0; line >> signal; line >> milliseconds) {
-        result.signals.emplace_back(signal, milliseconds);
+        signals.emplace_back(signal, milliseconds);
     }
+    result.happens = [signals] { interrupt(signals); };
     return result;
 }
 
-Pause pause(std::istringstream& line) {
+Event pause(std::istringstream& line) {
+    Event result;
     std::string word;
     line >> word;
-    const bool once = word == "once";
-    if (once) line >> word;
-    Pause result = {0, static_cast<unsigned>(number(word)), once};
-    line >> result.milliseconds;
+    result.once = word == "once";
+    if (result.once) line >> word;
+    result.call = static_cast<unsigned>(number(word));
+    int milliseconds = 0;
+    line >> milliseconds;
+    const std::chrono::milliseconds length(milliseconds);
+    result.happens = [length] { std::this_thread::sleep_for(length); };
     return result;
 }
 
@@ -73,17 +76,17 @@ void obey(const std::string& order, std::istringstream& line, Script* script) {
     if (order == "renderer") {
         script->renderers.push_back(default_renderer(line));
     } else if (order == "die") {
-        script->death = death(line);
+        script->events.push_back(death(line));
     } else if (order == "interrupt") {
-        script->interruption = interruption(line);
+        script->events.push_back(interruption(line));
     } else if (order == "pause") {
-        script->pause = pause(line);
+        script->events.push_back(pause(line));
     } else if (order == "build") {
         script->build = rest_of(line);
     } else if (order == "records") {
         script->records = rest_of(line);
     } else if (order == "observe") {
-        script->observer = rest_of(line);
+        script->observes = true;
     } else if (order == "log") {
         script->log = true;
     } else if (order == "null") {

@@ -5,9 +5,10 @@
 #include <RecordStore/location.h>
 
 #include <cstdio>
-#include <cstdlib>
+#include <fstream>
 
 #include "fakes.h"
+#include "support/stored_records.h"
 
 using fakes::call;
 
@@ -32,15 +33,15 @@ std::string describe(CFTypeRef value) {
     return text;
 }
 
-/// What another process sees at this moment.
+/// What others see at this moment.
 void observe(CFStringRef appID) {
-    const std::string& program = fakes::script().observer;
-    if (program.empty()) return;
-    const std::string file = fakes::beside_executable(".observed");
-    const std::string command = "(echo 'in " + fakes::current_test() + "'; '" + program + "' '" +
-                                fakes::script().records + "' '" + text_of(appID) + "') >>'" + file +
-                                "'";
-    if (std::system(command.c_str()) != 0) std::abort();
+    if (!fakes::script().observes) return;
+    std::ofstream file(fakes::beside_executable(".observed"), std::ios::app);
+    file << "in " << fakes::current_test() << '\n';
+    auto sets = texprobe::tests::read_store(fakes::script().records + "/records.sqlite3");
+    for (const auto& [key, record] : sets[text_of(appID)]) {
+        file << key << ' ' << record << '\n';
+    }
 }
 
 }  // namespace
