@@ -120,11 +120,13 @@ bool run_survey(const SurveyWish& wish) {
     }
     if (renderers.empty()) std::fputs("*** no renderer\n", stderr);
     bool isRecorded = isComplete && !renderers.empty();
-    std::vector<GLint> ordered(renderers.begin(), renderers.end());
-    if (!wish.firstRenderer.empty() && ordered.size() > 1) {
-        std::stable_partition(ordered.begin(), ordered.end(),
-                              [&](GLint id) { return is_wanted_first(id, wish); });
+    std::vector<GLint> ordered;
+    std::vector<GLint> later;
+    const bool hasChoice = !wish.firstRenderer.empty() && renderers.size() > 1;
+    for (const GLint id : renderers) {
+        (hasChoice && !is_wanted_first(id, wish) ? later : ordered).push_back(id);
     }
+    ordered.insert(ordered.end(), later.begin(), later.end());
     for (const GLint id : ordered) isRecorded = survey_renderer(id, wish) && isRecorded;
     return isRecorded;
 }
