@@ -89,7 +89,8 @@ std::string difference_from_blocks(const Format& format, const TexelImage& color
         expected.push_back(texel);
     }
     return first_difference(format, came, [&](int x, int y) -> const ExpectedTexel& {
-        return expected[static_cast<std::size_t>(y / side * colors.width + x / side)];
+        const int block = y / side * colors.width + x / side;
+        return expected[static_cast<std::size_t>(block)];
     });
 }
 

@@ -41,7 +41,7 @@ std::vector<Call> calls_of_a_run() {
     const std::vector<std::string> run = golden_first_run();
     std::vector<Call> calls;
     std::string unsettled;  // False on disk, with any verdict.
-    const auto add_until = [&](std::size_t end) {
+    const auto addUntil = [&](std::size_t end) {
         while (calls.size() < end) {
             const std::string& call = run[calls.size()];
             const bool isStore = call.compare(0, 13, "CFPreferences") == 0;
@@ -49,19 +49,19 @@ std::vector<Call> calls_of_a_run() {
                              "once at " + std::to_string(calls.size() + 1), unsettled});
         }
     };
-    add_until(golden_call("CFPreferencesGetAppBooleanValue") - 1);
+    addUntil(golden_call("CFPreferencesGetAppBooleanValue") - 1);
     for (const GoldenTest& test : golden_tests()) {
-        add_until(calls.size() + 3);
+        addUntil(calls.size() + 3);
         unsettled = test.key;
         for (std::size_t i = 1; i <= test.calls.size(); ++i) {
             calls.push_back(
                 {Call::Place::kTest, "in " + test.key + " " + std::to_string(i), test.key});
         }
-        add_until(calls.size() + 1);
+        addUntil(calls.size() + 1);
     }
-    add_until(golden_call("CGLDestroyContext") - 1);
+    addUntil(golden_call("CGLDestroyContext") - 1);
     unsettled.clear();
-    add_until(run.size());
+    addUntil(run.size());
     return calls;
 }
 

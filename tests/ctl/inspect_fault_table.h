@@ -51,7 +51,8 @@ inline Memory memory_of(unsigned order, unsigned type, std::size_t bytesPerPixel
         {GL_RGB, {0, 1, 2, -1}},       {GL_BGR, {2, 1, 0, -1}},
         {GL_RGBA, {0, 1, 2, 3}},       {GL_BGRA, {2, 1, 0, 3}}};
     const std::array<int, 4>& place = places.at(order);
-    const auto elements = std::size_t(*std::max_element(place.begin(), place.end()) + 1);
+    const auto elements =
+        1 + static_cast<std::size_t>(*std::max_element(place.begin(), place.end()));
     return {{order, type}, place, elements, bytesPerPixel / elements};
 }
 

@@ -123,8 +123,9 @@ TEST_F(Terminal, of_80_columns_keeps_renderers_apart) {
         const std::string own = std::string(card) + ".6.1.0-18-amd64-16eee710";
         const std::string marks = "org.texprobe.texprobectl." + own;
         script += complete_set(kIDPrefix + own, "4.6.0 NVIDIA 535.183.01", {},
-                               std::string("NVIDIA GeForce RTX ") + card + "/PCIe/SSE2") +
-                  "set " + marks + " RECORDED text 2026-11-21T19:56:43Z\nsync " + marks + '\n';
+                               std::string("NVIDIA GeForce RTX ") + card + "/PCIe/SSE2");
+        script.append("set ").append(marks).append(" RECORDED text 2026-11-21T19:56:43Z\n");
+        script.append("sync ").append(marks).append("\n");
     }
     folder_.prepare(SCRIPTED_TOOL, script);
     EXPECT_THAT(shown_by({"list"}, kUnicode),

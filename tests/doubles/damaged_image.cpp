@@ -12,7 +12,7 @@ namespace texprobe::tests {
 
 namespace {
 
-constexpr std::size_t kPixels = 128 * 128;
+constexpr std::size_t kPixels = 16384;
 
 /// Of 16-bit integers and floats.
 void round_to_8_bits(unsigned type, unsigned char* element) {

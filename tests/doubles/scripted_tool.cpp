@@ -127,9 +127,9 @@ int main(int argc, char** argv) {
     runs << std::endl;
     std::ifstream all(folder / (own + "runs"));
     const auto run = std::count(std::istreambuf_iterator<char>(all), {}, '\n');
-    std::filesystem::path script = folder / (own + "script." + std::to_string(run));
-    if (!std::filesystem::exists(script)) script = folder / (own + "script");
-    std::ifstream stream(script);
+    std::filesystem::path orders = folder / (own + "script." + std::to_string(run));
+    if (!std::filesystem::exists(orders)) orders = folder / (own + "script");
+    std::ifstream stream(orders);
     for (std::string text; std::getline(stream, text);) {
         std::istringstream line(text);
         std::string command;

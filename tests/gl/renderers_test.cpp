@@ -133,7 +133,8 @@ TEST(SafeMode, costs_the_verdict_in_which_a_real_driver_dies_and_no_other) {
     for (const auto& [application, records] : folder.records()) {
         EXPECT_EQ(records.size(), undisturbed[application].size());
         for (const auto& [key, value] : records) {
-            if (value != undisturbed[application][key]) changed.push_back(key + ' ' + value);
+            if (value != undisturbed[application][key])
+                changed.push_back(std::string(key).append(" ").append(value));
         }
     }
     EXPECT_THAT(changed, testing::ElementsAre("GL_RGB8_UPLOAD_SET boolean 0"));

@@ -183,7 +183,8 @@ TEST_F(SurveyTransferFault, srgb_that_is_decoded_twice_is_found_in_its_uploads) 
         const bool isSrgb = lastDefinition.internalFormat == kSrgb8Alpha8;
         if (!isSrgb || boundBuffer != 0 || unpackRowLength != 0) return;
         const auto* const bytes = static_cast<const unsigned char*>(call->from);
-        decoded.assign(bytes, bytes + call->width * call->height * 4);
+        const int size = call->width * call->height * 4;
+        decoded.assign(bytes, bytes + size);
         for (std::size_t i = 0; i < decoded.size(); ++i) {
             const double value = decoded[i] / 255.0;
             const double linear =
@@ -206,8 +207,8 @@ Fault fault_of_rgb_reads(void (*spoil)(int width, std::size_t size, unsigned cha
                             void* pixels) {
             real.ReadPixels(x, y, width, height, format, type, pixels);
             if (format != kRgbFormat || boundBuffer != 0 || packRowLength != 0) return;
-            spoilRead(width, static_cast<std::size_t>(3 * width * height),
-                      static_cast<unsigned char*>(pixels));
+            const int size = 3 * width * height;
+            spoilRead(width, static_cast<std::size_t>(size), static_cast<unsigned char*>(pixels));
         };
     };
 }

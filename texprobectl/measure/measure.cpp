@@ -187,8 +187,9 @@ private:
 
     static std::size_t count_recorded(const FlagsByID& flags) {
         std::size_t count = 0;
-        for (const auto& [id, ofSet] : flags) {
-            for_each_cell([&](const Cell& cell) { count += ofSet.recorded[cell].has_value(); });
+        for (const auto& each : flags) {
+            for_each_cell(
+                [&](const Cell& cell) { count += each.second.recorded[cell].has_value(); });
         }
         return count;
     }

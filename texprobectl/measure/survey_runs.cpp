@@ -67,7 +67,7 @@ std::size_t count_done(const std::vector<SurveyStep>& steps) {
 }
 
 /// "core GL_RGBA8"
-std::string words_of(const SurveyStep& step) {
+std::string name_of_step(const SurveyStep& step) {
     return std::string(name_of(step.profile)) + ' ' + step.format->name;
 }
 
@@ -114,7 +114,7 @@ bool SurveyWatch::take_step(std::string_view line) {
     for (SurveyStep& step : steps_) {
         if (step.id != id) continue;
         step.isDone |=
-            subject == words_of(step) || (hasNoFormats && subject == name_of(step.profile));
+            subject == name_of_step(step) || (hasNoFormats && subject == name_of(step.profile));
     }
     tell_progress();
     return true;
@@ -137,7 +137,7 @@ void SurveyWatch::tell_progress() {
     const auto identity = parse_id(id);
     if (!identity) return;
     progress.rendererID = identity->rendererID;
-    if (inHand) progress.test = words_of(*inHand);
+    if (inHand) progress.test = name_of_step(*inHand);
     progress.estimate(begin_);
     watcher_.progress(progress);
 }

@@ -24,7 +24,7 @@ namespace {
 
 bool write_all(int descriptor, std::string_view text) {
     while (!text.empty()) {
-        const ssize_t written = write(descriptor, text.data(), text.size());
+        const ssize_t written = ::write(descriptor, text.data(), text.size());
         if (written < 0 && errno != EINTR) return false;
         if (written > 0) text.remove_prefix(static_cast<std::size_t>(written));
     }

@@ -133,7 +133,7 @@ std::string recorded_words(const UseInspection& inspection) {
 
 std::string present_words(const UseInspection& inspection) {
     if (!inspection.now) return "none";
-    const std::string words = spaced_name(inspection.now->verdict);
+    std::string words = spaced_name(inspection.now->verdict);
     if (!inspection.recorded) return words;
     return words + describe_agreement(inspection.recorded->verdict == inspection.now->verdict);
 }
