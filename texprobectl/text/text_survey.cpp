@@ -155,6 +155,7 @@ private:
     void write_table(const SurveyedProfile& profile, const std::string& beginning,
                      const std::vector<std::pair<const char*, survey::Use>>& columns) {
         std::vector<Shown> heading;
+        heading.reserve(columns.size());
         for (const auto& column : columns) heading.push_back({column.first});
         for (const std::size_t i : formats_) {
             const survey::Format& format = survey::formats()[i];
@@ -165,6 +166,7 @@ private:
             }
             heading.clear();
             std::vector<Shown> row;
+            row.reserve(columns.size());
             for (const auto& column : columns) {
                 row.push_back(show_use(format, column.second, profile.profile, profile.formats[i],
                                        terminal_));
