@@ -115,6 +115,12 @@ TEST(Document, that_is_wrong_gets_its_place) {
          ": record_sets[0].id: \"org.example.other\" is no record set's identifier"},
         {changed("\"of_test\":true", "\"of_test\":false"),
          ": record_sets[0].details[0].of_test: \"of_test\" must be true"},
+        {changed("\"upload_set\":\"no\"", "\"upload_set\":\"yes\""),
+         ": record_sets[0].details[0]: \"of_test\" must be of a no, once for each"},
+        {changed("\"of_test\":true}",
+                 "\"of_test\":true}, {\"name\":\"GL_RGB8\","
+                 "\"capability\":\"upload_set\",\"of_test\":true}"),
+         ": record_sets[0].details[1]: \"of_test\" must be of a no, once for each"},
         {changed("\"exit_status\":3", "\"exit_status\":256"),
          ": record_sets[0].details[2].exit_status: \"exit_status\" must be a whole number from 0 "
          "to 255"}};

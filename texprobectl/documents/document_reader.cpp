@@ -253,8 +253,13 @@ RecordSet read_set(const Element& value) {
         set.verdicts[cell.format][cell.capability] =
             read_verdict(formats[cell.format], kCapabilities[cell.capability].member);
     });
-    for (const Element& detail : value.list("details")) {
-        set.details.push_back(read_detail(detail));
+    for (const Element& each : value.list("details")) {
+        const Detail detail = read_detail(each);
+        const bool isNewNo = set.verdict(detail.cell) == Verdict::kNo && !set.detail(detail.cell);
+        if (detail.is_of_test() && !isNewNo) {
+            each.fail("\"of_test\" must be of a no, once for each");
+        }
+        set.details.push_back(detail);
     }
     set.survey = read_survey(value);
     return set;
