@@ -9,6 +9,8 @@
 
 #include <cstring>
 #include <string>
+#include <utility>
+#include <vector>
 
 #include "CGL/es_pixel_format.h"
 
@@ -16,10 +18,10 @@ namespace texprobe::tests {
 namespace {
 
 /// An attribute list as applications write them: plain integers.
-CGLError choose_pixel_format(std::initializer_list<GLint> attributes, CGLPixelFormatObj* format,
+CGLError choose_pixel_format(const std::vector<GLint>& attributes, CGLPixelFormatObj* format,
                              GLint* count) {
     CGLPixelFormatAttribute list[8] = {};
-    std::memcpy(list, std::data(attributes), attributes.size() * sizeof(GLint));
+    std::memcpy(list, attributes.data(), attributes.size() * sizeof(GLint));
     return CGLChoosePixelFormat(list, format, count);
 }
 
@@ -275,7 +277,7 @@ TEST_F(Cgl, lists_no_renderer_for_no_display_and_the_same_for_every_other_mask) 
 TEST_F(Cgl, refuses_attribute_lists_that_do_not_name_one_renderer) {
     CGLPixelFormatObj format = nullptr;
     GLint screens = -1;
-    const std::pair<std::initializer_list<GLint>, CGLError> rows[] = {
+    const std::pair<std::vector<GLint>, CGLError> rows[] = {
         {{0}, kCGLBadAttribute},
         {{kCGLPFARendererID, 0}, kCGLBadAttribute},
         {{kCGLPFARendererID, 0, kCGLPFARendererID, id_, 0}, kCGLBadAttribute},
