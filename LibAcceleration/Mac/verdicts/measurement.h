@@ -10,7 +10,6 @@
 #include <utility>
 #include <vector>
 
-#include "runs/attempts.h"
 #include "verdicts/background_program.h"
 #include "verdicts/record_sets.h"
 #include "verdicts/said_by_tool.h"
@@ -29,48 +28,13 @@ public:
 
     BackgroundRuns(const SetsOfMachine& sets, Program program, const Background& background,
                    Found found)
-        : BackgroundProgram("texprobe", std::move(program), background),
+        : BackgroundProgram("texprobe", "test", kMostRuns, std::move(program), background),
           sets_(sets),
           found_(std::move(found)) {}
 
-    /// Returns why there are no verdicts; empty when they were found, or are being closed.
-    /// `isRead`: have the records been read before? `messages` were printed by that.
-    std::string run(bool isRead, const std::vector<std::string>& messages) {
-        say(messages);
-        // Another process may have held the store only for a moment.
-        if (!isRead && find()) return {};
-        std::size_t decided = count_decided();
-        for (Attempts attempts(kMostRuns, 1); !outcome_.is_closing();) {
-            attempts.begin_run();
-            said_ = {};
-            const RunEnd end = run_once();
-            using Kind = RunEnd::Kind;
-            if (end.kind == Kind::kStopped) return {};
-            if (end.kind == Kind::kNotStarted) {
-                return describe_failed_start(program_.path, end.number) +
-                       (isStoreRead_ ? "" : "; " + describe_unread());
-            }
-            if (find()) return {};
-            if (isInHand_ && !attempts.are_used_up()) {
-                log_(
-                    "another run of texprobe has begun; texprobe is started again and waits for "
-                    "it");
-                continue;
-            }
-            const bool isWhole = end.kind == Kind::kExited && end.number == 0;
-            if (isWhole && find_said_verdicts()) return {};
-            const std::size_t before = std::exchange(decided, count_decided());
-            attempts.end_run(decided > before);
-            if (isWhole || attempts.are_in_vain() || attempts.are_used_up()) {
-                return describe(end, isWhole);
-            }
-            log_(BackgroundProgram::describe(end) +
-                 "; it is started again and continues with the next test");
-        }
-        return {};
-    }
-
 private:
+    void begin_run(bool /*hasHung*/) override { said_ = {}; }
+
     bool find() override {
         const PlatformMessages messages;
         const Finding finding = sets_.look();
@@ -82,8 +46,7 @@ private:
         return true;
     }
 
-    /// After a run that has measured everything, and could not record it.
-    bool find_said_verdicts() {
+    bool find_unrecorded() override {
         const Finding finding = sets_.look(said_);
         if (!finding.verdicts) return false;
         std::string reason = "the verdicts are not recorded, and will be measured again";
@@ -92,6 +55,11 @@ private:
         if (!differences.empty()) reason += "; " + differences;
         found_(*finding.verdicts, reason);
         return true;
+    }
+
+    bool records_more() override {
+        const std::size_t before = std::exchange(decided_, count_decided());
+        return decided_ > before;
     }
 
     void tell_progress() override { count_decided(); }
@@ -104,18 +72,16 @@ private:
         return count;
     }
 
-    /// Why there are no verdicts after a run that was the last one.
-    std::string describe(const RunEnd& end, bool isWhole) const {
+    std::string describe_mismatch() const override { return sets_.describe_mismatch(said_); }
+
+    std::string describe_failure(const RunEnd& end, bool isWhole) const override {
         const std::string build = get_system_version();
         if (!toolBuild_.empty() && toolBuild_ != build) {
             return "\"" + program_.path +
                    "\" is of another architecture: it measures for the system's build " +
                    toolBuild_ + ", and this process is of " + build;
         }
-        std::string reason;
-        if (!isWhole) reason = BackgroundProgram::describe(end) + "; ";
-        reason += isStoreRead_ ? sets_.describe_mismatch(said_) : describe_unread();
-        return reason + describe_trouble();
+        return BackgroundProgram::describe_failure(end, isWhole);
     }
 
     bool take(std::string_view line) override {
@@ -135,8 +101,7 @@ private:
 
     const SetsOfMachine& sets_;
     const Found found_;
-    bool isStoreRead_ = true;
-    bool isInHand_ = false;
+    std::size_t decided_ = 0;
     SaidByTool said_;
     std::string toolBuild_;
 };

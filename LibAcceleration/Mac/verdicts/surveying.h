@@ -9,7 +9,6 @@
 #include <utility>
 #include <vector>
 
-#include "runs/attempts.h"
 #include "verdicts/background_program.h"
 #include "verdicts/survey_sets.h"
 
@@ -28,45 +27,18 @@ public:
     /// Only the asking context's profile is surveyed, and first its renderer.
     BackgroundSurvey(SurveysOfMachine& surveys, Program program, const Background& background,
                      Found found)
-        : BackgroundProgram("texprobe-survey", std::move(program), background),
+        : BackgroundProgram("texprobe-survey", "use", kMostSurveyRuns, std::move(program),
+                            background),
           surveys_(surveys),
           found_(std::move(found)) {}
 
-    /// Returns why there are no verdicts; empty when they were found, or are being closed. `isRead`
-    /// and `messages`: as with the tool.
-    std::string run(bool isRead, const std::vector<std::string>& messages) {
-        say(messages);
-        if (!isRead && find()) return {};
-        std::size_t recorded = surveys_.fingerprint();
-        bool hasHung = false;
-        for (Attempts attempts(kMostSurveyRuns, 1); !outcome_.is_closing();) {
-            attempts.begin_run();
-            program_.arguments = {"--profile", name_of(surveys_.profile()), "--first",
-                                  surveys_.renderer()};
-            if (hasHung) program_.arguments.emplace_back("--after-hang");
-            const RunEnd end = run_once();
-            using Kind = RunEnd::Kind;
-            if (end.kind == Kind::kStopped) return {};
-            if (end.kind == Kind::kNotStarted) {
-                return describe_failed_start(program_.path, end.number) +
-                       (isStoreRead_ ? "" : "; " + describe_unread());
-            }
-            if (find()) return {};
-            const std::size_t before = std::exchange(recorded, surveys_.fingerprint());
-            attempts.end_run(recorded != before);
-            const bool isWhole = end.kind == Kind::kExited && end.number == 0;
-            if (isWhole || attempts.are_in_vain() || attempts.are_used_up()) {
-                std::string reason = isWhole ? "" : describe(end) + "; ";
-                reason += isStoreRead_ ? surveys_.describe_mismatch() : describe_unread();
-                return reason + describe_trouble();
-            }
-            hasHung = end.kind == Kind::kTimeLimit;
-            log_(describe(end) + "; it is started again and continues with the next use");
-        }
-        return {};
+private:
+    void begin_run(bool hasHung) override {
+        program_.arguments = {"--profile", name_of(surveys_.profile()), "--first",
+                              surveys_.renderer()};
+        if (hasHung) program_.arguments.emplace_back("--after-hang");
     }
 
-private:
     bool find() override {
         const PlatformMessages messages;
         SurveyFinding finding = surveys_.look();
@@ -76,6 +48,13 @@ private:
         found_(std::move(*finding.answers), surveys_.describe_differences(finding.differences));
         return true;
     }
+
+    bool records_more() override {
+        const std::size_t before = std::exchange(recorded_, surveys_.fingerprint());
+        return recorded_ != before;
+    }
+
+    std::string describe_mismatch() const override { return surveys_.describe_mismatch(); }
 
     void tell_progress() override {
         const PlatformMessages messages;
@@ -99,7 +78,7 @@ private:
 
     SurveysOfMachine& surveys_;
     const Found found_;
-    bool isStoreRead_ = true;
+    std::size_t recorded_ = 0;
 };
 
 }  // namespace
