@@ -134,6 +134,15 @@ TEST_F(SurveyingVerdicts, continue_after_a_crash_and_after_a_hang_of_the_survey)
                                            "run --profile core --first Renderer --after-hang"));
 }
 
+TEST_F(SurveyingVerdicts, are_prolonged_by_the_survey_s_own_lines) {
+    std::string steps;
+    for (int i = 0; i < 20; ++i) {
+        steps += std::string("say ") + kFirstSurvey + "[%p] core GL_R8: step\nsleep 100\n";
+    }
+    script_survey(steps + core_survey());
+    EXPECT_EQ(measure(1500), TEXPROBE_READY) << reason_;
+}
+
 TEST_F(SurveyingVerdicts, say_why_there_are_none_after_one_survey) {
     script_survey("raise 11\n");
     EXPECT_EQ(measure(), TEXPROBE_FAILED);
