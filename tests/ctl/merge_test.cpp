@@ -226,6 +226,29 @@ TEST_F(MergeOfMachines, names_the_same_ones_from_sums_of_parts) {
         "machines": ["n8"]}])"));
 }
 
+TEST_F(MergeOfMachines, loses_no_failure_whose_name_it_does_not_know) {
+    const std::string text = merge({"fleet/n8.json"});
+    const struct {
+        std::string old;
+        std::string now;
+        const char* complaint;
+    } kCases[] = {{"\"GL_RGBA8\",\"capability", "\"GL_RGBA9\",\"capability",
+                   "name: \"GL_RGBA9\" is none of the sixteen formats"},
+                  {"\"capability\":\"upload_set", "\"capability\":\"upload",
+                   "capability: \"upload\" is none of the six capabilities"},
+                  {"\"verdict\":\"hung", "\"verdict\":\"yes",
+                   "verdict: \"verdict\" is \"yes\"; expected no, crashed or hung"}};
+    for (const auto& [old, now, complaint] : kCases) {
+        std::string changed = text;
+        changed.replace(changed.find(old), old.size(), now);
+        write_file(folder_.file("changed.json"), changed);
+        const Finished run = folder_.ctl({"merge", folder_.file("changed.json")});
+        EXPECT_TRUE(run.exited_with(2));
+        EXPECT_THAT(run.err, HasSubstr(std::string("changed.json: drivers[0].failures[0].") +
+                                       complaint + '\n'));
+    }
+}
+
 TEST_F(MergeOfMachines, counts_one_that_is_given_twice_once) {
     const std::string copy = folder_.file("n8.json");
     std::filesystem::copy(file("n8.json"), copy);

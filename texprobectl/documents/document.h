@@ -90,6 +90,9 @@ std::size_t read_document(const std::string& file, const std::vector<DocumentKin
 
 RecordSet read_set(const Element& value);
 
+/// The members "name" and "capability".
+Cell read_cell(const Element& object);
+
 /// The member "survey" of a record set; empty where it has none.
 Json describe_survey(const Survey& survey);
 Survey read_survey(const Element& set);

@@ -23,9 +23,7 @@ Verdict read_verdict(const Element& format, const char* name) {
 
 Detail read_detail(const Element& value) {
     Detail detail;
-    detail.cell = {
-        value.known("name", format_named, "{0} is none of the sixteen formats"),
-        value.known("capability", capability_named, "{0} is none of the six capabilities")};
+    detail.cell = read_cell(value);
     if (value.contains("signal")) {
         detail.cause = Crashed{value.text("signal")};
     } else if (value.contains("exit_status")) {
@@ -229,6 +227,11 @@ std::vector<Element> Element::formats() const {
 bool read_software(const Element& value, const std::optional<std::string>& renderer) {
     if (value.contains("software")) return value.boolean("software");
     return software_named_in(renderer.value_or("")).has_value();
+}
+
+Cell read_cell(const Element& object) {
+    return {object.known("name", format_named, "{0} is none of the sixteen formats"),
+            object.known("capability", capability_named, "{0} is none of the six capabilities")};
 }
 
 RecordSet read_set(const Element& value) {

@@ -99,19 +99,22 @@ std::vector<std::string> read_names(const Element& value) {
     return names;
 }
 
+std::optional<Verdict> failure_named(const std::string& name) {
+    for (const Verdict failure : kFailures) {
+        if (name == name_of(failure)) return failure;
+    }
+    return std::nullopt;
+}
+
 /// In documents of older versions there are none.
 void read_failures(const Element& value, Counted* counted) {
     if (!value.contains("failures")) return;
     for (const Element& each : value.list("failures")) {
-        const auto format = format_named(each.text("name"));
-        const auto capability = capability_named(each.text("capability"));
-        const std::string& name = each.text("verdict");
-        for (const Verdict verdict : kFailures) {
-            if (!format || !capability || name != name_of(verdict)) continue;
-            const Cell cell = {*format, *capability};
-            counted->failures[{cell, verdict}].add(
-                each.integer("machine_count", 1, counted->count(cell, verdict)), read_names(each));
-        }
+        const Cell cell = read_cell(each);
+        const Verdict verdict =
+            each.known("verdict", failure_named, "\"{1}\" is {0}; expected no, crashed or hung");
+        counted->failures[{cell, verdict}].add(
+            each.integer("machine_count", 1, counted->count(cell, verdict)), read_names(each));
     }
 }
 
