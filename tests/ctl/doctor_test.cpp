@@ -100,6 +100,12 @@ TEST_F(Doctor, names_what_the_contexts_of_the_renderers_say) {
                                  sets[0]["gl_version"].get<std::string>() + "\n"));
 }
 
+TEST_F(Doctor, shows_the_variables_that_choose_a_driver_and_what_the_driver_says) {
+    const std::string text = folder_.ctl({"doctor"}, {"EGL_LOG_LEVEL=debug"}).out;
+    EXPECT_THAT(text, testing::HasSubstr("\nvariable       EGL_LOG_LEVEL=debug\n"));
+    EXPECT_THAT(text, testing::HasSubstr("\n               libEGL debug: "));
+}
+
 TEST_F(Doctor, does_not_open_what_is_no_file_in_the_store_s_place) {
     ASSERT_EQ(mkfifo(store().c_str(), 0600), 0);
     EXPECT_EQ(doctor()["store"]["health"], "it is not a regular file");

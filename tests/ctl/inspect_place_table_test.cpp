@@ -173,6 +173,10 @@ std::vector<TableFault> place_rows() {
                 true, [](size_t r, size_t) { return r < 64; }),
         by_part("all but a row", {"Wrong in rows 1 to 127: nothing arrived there."}, true,
                 [](size_t r, size_t) { return r > 0; }),
+        by_part(
+            "all but two rows",
+            {"Right only in rows 7 to 8, without a pattern elsewhere.", "Right only in |Wrong in "},
+            false, [](size_t r, size_t) { return r < 7 || r > 8; }),
         by_part("odd rows", {"Wrong in every odd row."}, false,
                 [](size_t r, size_t) { return r % 2 == 1; }),
         by_part("even rows", {"Wrong in every even row.", kNotTried}, false,

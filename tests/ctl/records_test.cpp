@@ -148,6 +148,9 @@ TEST_F(Records, are_tables_of_a_forge_in_which_strangers_have_no_markup) {
                             HasSubstr("| GL_RGB8 | yes | yes | no | yes | yes | yes |\n")));
     EXPECT_THAT(folder_.ctl({"show", "1", "--markdown", "--all-renderers"}).out,
                 HasSubstr("\n| GL_RGB8 | set | no |\n"));
+    folder_.prepare(SCRIPTED_TOOL, mark(kOld, "GL_RGB8_UPLOAD_SET", "signal SIGSEGV"));
+    EXPECT_THAT(folder_.ctl({"show", "1", "--markdown"}).out,
+                HasSubstr("|\n\n- GL_RGB8 upload set `ended by SIGSEGV`\n"));
 }
 
 TEST_F(Records, of_an_older_version_or_without_a_string_are_not_complete) {

@@ -6,6 +6,8 @@
 
 #include "ctl/written_sets.h"
 #include "records/compare.h"
+#include "records/survey_store.h"
+#include "table/record_keys.h"
 #include "text/write_text.h"
 
 namespace texprobe::tests {
@@ -105,6 +107,19 @@ TEST(SurveyDocument, that_is_wrong_gets_its_place) {
         EXPECT_EQ(complaint(changed(old, now, "\"survey\"")),
                   ": record_sets[0].survey" + std::string(expected));
     }
+}
+
+TEST(RecordedSurvey, of_a_context_that_is_being_opened_is_missing) {
+    const auto missing = [](const std::string& record) {
+        const ctl::Survey survey =
+            ctl::parse_survey({{survey::key_of(survey::Profile::kCore), record}});
+        return ctl::describe_missing(survey, {survey::Profile::kCore}, "ff");
+    };
+    const std::string context = "the context of core profile of ff is not recorded";
+    EXPECT_EQ(missing(survey::kOpening), context);
+    EXPECT_EQ(missing(survey::kOpeningAgain), context);
+    EXPECT_EQ(missing("4.6 Driver"), "GL_R8 in core profile of ff is not recorded");
+    EXPECT_EQ(missing(survey::kContextNotOffered), "");
 }
 
 TEST(ComparedSurveys, differ_in_what_both_have_asked) {

@@ -106,6 +106,7 @@ TEST(Preferences, read_booleans_and_four_words_as_booleans_and_nothing_else) {
     set("no", kCFBooleanFalse);
     EXPECT_EQ(boolean("yes"), "true");
     EXPECT_EQ(boolean("no"), "false");
+    EXPECT_EQ(seen("no"), "boolean false");
     EXPECT_EQ(boolean("never"), "none");
     const std::pair<const char*, std::vector<const char*>> rows[] = {
         {"true", {"true", "TRUE", "True", "yes", "YES", "yEs"}},
