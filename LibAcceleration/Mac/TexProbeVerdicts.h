@@ -65,11 +65,11 @@ typedef enum {
 
 /* Why an answer is no. */
 typedef enum {
-    TEXPROBE_NO_DETAIL, /* it is no no, or nobody knows why */
+    TEXPROBE_NO_DETAIL, /* the answer is not no, or the reason is unknown */
     TEXPROBE_TOOL_RULE, /* only the tool's own comparison: the survey says yes to the same */
     TEXPROBE_WRONG,     /* no error, and other pixels: the dangerous one */
     TEXPROBE_REFUSED,   /* promised, and an error, an incomplete framebuffer or a smaller format */
-    TEXPROBE_NOT_OFFERED, /* nobody promises it, or this kind of context has no such call */
+    TEXPROBE_NOT_OFFERED, /* not promised, or this kind of context has no such call */
     TEXPROBE_CRASHED,     /* the process died in it */
     TEXPROBE_HUNG         /* it did not come back */
 } texprobe_detail;

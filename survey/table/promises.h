@@ -29,7 +29,7 @@ struct ContextFacts {
     bool has(const char* extension) const { return extensions.count(extension) != 0; }
 };
 
-/// Who promises, as "OpenGL 3.0" or the extension's name; empty where nobody does.
+/// Who promises, as "OpenGL 3.0" or the extension's name; empty without a promise.
 std::string who_promises(const ContextFacts& facts, const char* words);
 
 /// The same for a use of a format. What the documents' tables do not say follows from them.

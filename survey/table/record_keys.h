@@ -30,7 +30,7 @@ inline std::string key_of(Profile profile, const Format& format) {
 }
 
 // A profile's record: what the context says of its version, or one of these. Who ends while it
-// opens a context has opened it twice before the driver is blamed: somebody may have killed it.
+// opens a context has opened it twice before the driver is blamed: a user may have killed it.
 inline constexpr const char* kOpening = "opening";
 inline constexpr const char* kOpeningAgain = "opening again";
 inline constexpr const char* kContextNotOffered = "not_offered";

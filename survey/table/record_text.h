@@ -25,7 +25,7 @@ namespace texprobe::survey {
 /// A question that is being answered, or was when the process ended.
 struct UnderWay {
     Question question;
-    bool isAgain = false;  ///< For the second time, after an end that nobody has explained.
+    bool isAgain = false;  ///< For the second time, after an unexplained end.
 
     bool operator==(const UnderWay&) const = default;
 };

@@ -50,7 +50,7 @@ struct Judged {
     bool operator==(const Judged&) const = default;
 };
 
-/// `promise` says who promised the use; empty for nobody.
+/// `promise` says who promised the use; empty without a promise.
 Judged judge(const Finding& finding, const std::string& promise);
 
 }  // namespace texprobe::survey

@@ -139,7 +139,7 @@ PageSection explain_words(const RecordSets& sets) {
                     [](const RecordSet& set) { return !set.survey.empty(); })) {
         section.subheading("In the survey");
         section.terms(
-            {{"no", "It does not work, and nobody has promised it."},
+            {{"no", "It does not work, and was not promised."},
              {"wrong, refused",
               "It was promised, by a document, an extension or the driver itself."},
              {"upload, read, get", "In the memory of the application, each in its own layouts."},

@@ -39,8 +39,7 @@ PageTable table_of_formats(const std::string& caption, ToCell toCell) {
 std::string sentence_of(const survey::Judged& judged) {
     using survey::Verdict;
     if (judged.verdict == Verdict::kNotOffered) {
-        return (judged.text.empty() ? "It does not work" : judged.text) +
-               "; nobody has promised it.";
+        return (judged.text.empty() ? "It does not work" : judged.text) + "; it was not promised.";
     }
     return std::string(name_of(judged.verdict)) + (judged.text.empty() ? "" : ": ") + judged.text;
 }

@@ -211,7 +211,7 @@ private:
             if (judged.verdict == survey::Verdict::kUnknown) ++unknown[judged.text];
         });
         if (verdicts.count(survey::Verdict::kNotOffered) != 0) {
-            stream_ << "no: it does not work, and nobody has promised it\n";
+            stream_ << "no: it does not work, and was not promised\n";
         }
         if (verdicts.count(survey::Verdict::kNotApplicable) != 0) {
             stream_ << show_verdict(Verdict::kNotApplicable, terminal_).text
