@@ -19,7 +19,7 @@ install(FILES LibAcceleration/Mac/TexProbe.h LibAcceleration/Mac/TexProbeVerdict
 install(FILES docs/man/texprobe.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)
 install(FILES docs/man/TexProbe.3 docs/man/TexProbeVerdicts.3 DESTINATION ${CMAKE_INSTALL_MANDIR}/man3)
 
-# What `cmake --install --prefix` gives does not reach what is compiled.
+# The prefix of `cmake --install --prefix` does not reach compiled code.
 if(texprobe_library_type STREQUAL "STATIC_LIBRARY")
   install(CODE "if(NOT CMAKE_INSTALL_PREFIX STREQUAL \"${CMAKE_INSTALL_PREFIX}\")
   message(\"The static library was configured for ${CMAKE_INSTALL_PREFIX}: TexProbeVerdicts.h looks for the tool there and in PATH. To have it look here, configure with -DCMAKE_INSTALL_PREFIX=\${CMAKE_INSTALL_PREFIX}\")
@@ -42,9 +42,9 @@ install(FILES ${texprobe_package_files}/TexProbeConfig.cmake
               ${texprobe_package_files}/TexProbeConfigVersion.cmake
         DESTINATION ${texprobe_package_dir})
 
-# pkg-config texprobe. An application has to link what a static library needs, so these are public: the same command
-# works for both kinds, with or without --static. Beside a shared library they are private, for whoever links a static
-# one that a package installs along with it.
+# pkg-config texprobe. An application has to link the libraries that a static library needs, so these are public: the
+# same command works for both kinds, with or without --static. Beside a shared library they are private, for
+# applications that link a static one that a package installs along with it.
 set(texprobe_requires "")
 set(texprobe_libs "-lTexProbe")
 set(texprobe_private_libs "")

@@ -1,5 +1,6 @@
-// texprobe-survey: what the formats of today can do in each kind of context. Everything that is
-// missing, on every renderer of every display, under the measuring turn, one format at a time.
+// texprobe-survey: what the formats of today can do in each kind of context. It surveys whatever
+// has no record, on every renderer of every display, under the measuring turn, one format at a
+// time.
 
 #include <ApplicationServices/ApplicationServices.h>
 #include <OpenGL/OpenGL.h>
@@ -21,7 +22,7 @@ namespace {
 
 using namespace texprobe::survey;
 
-/// What is asked for.
+/// The arguments.
 struct SurveyWish {
     std::vector<Profile> profiles = {kProfiles.begin(), kProfiles.end()};
     std::vector<const Format*> formats;
@@ -164,7 +165,7 @@ int main(int argc, char** argv) {
         } else if (option == "--first" && wish.firstRenderer.empty() && !value.empty()) {
             wish.firstRenderer = value;
         } else if (option == "--try" && !wish.formats.empty() && wish.profiles.size() == 1) {
-            // What texprobectl alone asks; the usage does not name it.
+            // Only texprobectl asks for this; the usage does not name it.
             const std::size_t space = value.find(' ');
             wish.renderer = static_cast<GLint>(std::strtoul(value.c_str(), nullptr, 16));
             wish.question = value.substr(space == std::string::npos ? value.size() : space + 1);

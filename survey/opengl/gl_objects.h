@@ -68,7 +68,7 @@ private:
     unsigned name_ = 0;
 };
 
-/// What OpenGL takes for a pointer where a buffer is bound.
+/// An offset in the bound buffer, as the pointer that OpenGL takes there.
 inline void* place_in_buffer(std::size_t offset) {
     void* place = nullptr;
     std::memcpy(&place, &offset, sizeof place);

@@ -23,7 +23,7 @@ void define_texture(const Gl& gl, const Format& format, const Layout& layout, in
 
 class Judge {
 public:
-    /// Checks itself with known clears; trouble() says what it found.
+    /// Checks itself with known clears; trouble() tells the result.
     explicit Judge(const SurveyContext& context);
 
     /// Why nothing can be judged here; empty if it can.
@@ -35,7 +35,7 @@ public:
     TexelImage look(const Texture& texture, const Format& format, int level, int width,
                     int height) const;
 
-    /// What linear sampling gives between the texels of the first row: at 0, 1/4, 1/2 and 3/4 of
+    /// Linear samples between the texels of the first row: at 0, 1/4, 1/2 and 3/4 of
     /// the way from each to the next.
     TexelImage sample_row(const Texture& texture, int width) const;
 

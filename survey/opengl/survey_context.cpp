@@ -57,8 +57,8 @@ void set_state(const SurveyContext& context) {
         gl.Enable(gl::kFramebufferSrgb);
         // Otherwise negative values of signed normalized formats are read as 0.
         gl.ClampColor(gl::kClampReadColor, 0);
-        // Otherwise the compatibility profile clamps to 0 what is drawn to signed normalized
-        // formats.
+        // Otherwise the compatibility profile clamps drawing to signed normalized formats at
+        // 0.
         if (context.facts.profile == Profile::kCompatibility) {
             gl.ClampColor(gl::kClampFragmentColor, 0);
         }

@@ -13,7 +13,7 @@
 
 namespace texprobe::survey {
 
-/// What the uses work with.
+/// A context with the functions and facts that the uses need.
 struct SurveyContext {
     Gl gl;
     ContextFacts facts;

@@ -34,7 +34,7 @@ Numbers kept_bits(Scheme scheme) {
     }
 }
 
-/// The format without compression whose texels are what a block keeps.
+/// The format without compression that has as many bits as a block keeps.
 Format kept_format(const Format& format) {
     Format kept = format;
     kept.block = {};
@@ -160,7 +160,7 @@ void put_bc7(const Numbers& numbers, BlockWriter* writer) {
 }
 
 /// The planar mode, with the same color at all three corners. It is known by a difference of blue
-/// that overflows, where those of red and green must not: that is what the bits between are for.
+/// that overflows, where those of red and green must not: the bits between see to that.
 void put_planar(const Numbers& numbers, BlockWriter* writer) {
     const auto [red, green, blue, alpha] = numbers;
     const auto bits = [](int number, int first, int count) {

@@ -15,9 +15,9 @@ public:
 
     const Layout& layout() const { return layout_; }
     const TexelCodec& codec() const { return codec_; }
-    /// What a shader must get, in an image that begins with texel `first` of the pattern.
+    /// The texel that a shader must get, in an image that begins with texel `first` of the pattern.
     const Texel& at(int first, int x, int y) const { return texels_[index(first, x, y)]; }
-    /// What came there, and was found to be right; at first what was sent.
+    /// The texel that came there and was found right; at first the sent one.
     Texel& accepted(int first, int x, int y) { return accepted_[index(first, x, y)]; }
     /// The bytes from there on to the end of a row of up to 128 texels.
     const unsigned char* bytes(int first, int x, int y) const {
@@ -56,7 +56,7 @@ public:
 
     std::vector<unsigned char>& bytes() { return bytes_; }
     const std::vector<unsigned char>& bytes() const { return bytes_; }
-    /// Where the image begins, before what is skipped.
+    /// Where the image begins, before the skipped rows and texels.
     unsigned char* begin() { return bytes_.data() + placement_.offset; }
     const unsigned char* row(int y) const { return bytes_.data() + row_offset(y); }
 
@@ -74,7 +74,7 @@ private:
     std::vector<unsigned char> bytes_;
 };
 
-/// Is `came` what must be there of a component that had `bitsBefore` bits and now has `bits`? In as
+/// Is `came` the right value of a component that had `bitsBefore` bits and now has `bits`? In as
 /// many bits a normalized value must be the same step, in others it is less than a step away; all
 /// others are the same.
 bool is_transferred(Kind kind, int bitsBefore, int bits, double expected, double came);

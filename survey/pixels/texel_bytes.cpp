@@ -13,7 +13,7 @@ constexpr unsigned kTypeByte = 0x1400, kTypeShort = 0x1402, kTypeInt = 0x1404, k
                    kTypeHalf = 0x140B, kTypeUnsignedByte = 0x1401, kType101111Rev = 0x8C3B,
                    kType5999Rev = 0x8C3E, kTypeFloat248Rev = 0x8DAD;
 
-// What stencil bits are filled with; they are not judged.
+// Fills the stencil bits, which are not judged.
 constexpr std::uint32_t kStencil = 0x5A;
 
 using Bytes = std::vector<unsigned char>;

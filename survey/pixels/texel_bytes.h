@@ -16,7 +16,7 @@ namespace texprobe::survey {
 /// The layout that every API accepts for the format, and that loses nothing.
 Layout plain_layout(const Format& format);
 
-/// What one texel of the format is in a layout, which is looked up once for many texels.
+/// One texel of the format in a layout, which is looked up once for many texels.
 class TexelCodec {
 public:
     /// The format must outlive the object.
@@ -27,10 +27,10 @@ public:
     /// How many bits the layout has for the component; 0 where it has none.
     int bits_of(std::size_t component) const { return bits_[component]; }
 
-    /// Adds the texel, which is in the format's own scale, rounded to what the layout holds.
+    /// Adds the texel, which is in the format's own scale, rounded to the values of the layout.
     void append_texel(const Texel& texel, std::vector<unsigned char>* bytes) const;
-    /// The texel in the format's own scale; what the layout does not have is as as_sampled() has
-    /// it.
+    /// The texel in the format's own scale; components that the layout lacks are those of
+    /// as_sampled().
     Texel read_texel(const unsigned char* bytes) const;
 
 private:

@@ -1,5 +1,5 @@
-// Texels of any format as four doubles, which hold 32-bit integers and floats exactly; and what a
-// format can hold of them.
+// Texels of any format as four doubles, which hold 32-bit integers and floats exactly; and their
+// values in a format.
 
 #ifndef TEXPROBE_SURVEY_TEXELS_H
 #define TEXPROBE_SURVEY_TEXELS_H
@@ -38,7 +38,7 @@ TexelImage make_image(int width, int height, Function texel) {
     return image;
 }
 
-/// The texels of a comparison, for whoever shows them.
+/// The texels of a comparison, to be shown.
 struct SeenTexels {
     struct Pair {
         Texel expected;
@@ -86,11 +86,11 @@ std::array<Texel, 2> split(const Format& format, const Texel& texel);
 /// integers.
 double step(const Format& format, std::size_t component, const Texel& texel);
 
-/// How far a drawn or blended component may be from what was drawn: one step of normalized formats;
-/// the others hold the pattern exactly.
+/// How far a drawn or blended component may be from its right value: one step of normalized
+/// formats; the others hold the pattern exactly.
 double tolerance(const Format& format, std::size_t component, const Texel& expected);
 
-/// What a shader gets for the texel: luminance in three components, absent components as 0, and
+/// The texel that a shader gets: luminance in three components, absent components as 0, and
 /// absent alpha as 1.
 Texel as_sampled(const Format& format, Texel texel);
 
@@ -133,7 +133,7 @@ std::string first_mismatch(const Format& format, const TexelImage& came, Expecte
     return first;
 }
 
-/// What a texel must be, and how far from it each component may be.
+/// The right value of a texel, and how far from it each component may be.
 struct ExpectedTexel {
     Texel value;
     Texel allowed;

@@ -66,7 +66,7 @@ bool is_deadly(const FormatRecord& record) {
            });
 }
 
-/// Whoever has ended the run knows that what was under way hung.
+/// The process that ended the run knows that the use under way hung.
 FormatRecord with_hangs(FormatRecord left) {
     if (left.underWay) left.uses[left.underWay->question] = {Verdict::kHung, ""};
     left.underWay.reset();
@@ -107,7 +107,7 @@ void ProfileSurvey::survey(const Format& format) {
                  format.name, describe(*records_.format(profile_, format)).c_str());
 }
 
-/// Opens a context, once, and records what it says.
+/// Opens a context, once, and records its strings.
 bool ProfileSurvey::is_offered() {
     if (opened_) return opened_->offscreen.is_current();
     const auto former = records_.profile(profile_);
@@ -141,7 +141,7 @@ bool ProfileSurvey::record(const Format& format, const FormatRecord& record) {
     return records_.synchronize();
 }
 
-/// What an older survey has recorded stays.
+/// The records of an older survey stay.
 bool ProfileSurvey::survey_at_once(const Format& format, FormatRecord left) {
     FormatRecord result = left;
     left.isMeasuring = true;

@@ -14,15 +14,14 @@ namespace texprobe::survey {
 
 class ProfileSurvey {
 public:
-    /// `ofDeath` is the verdict on what was under way when an earlier run ended.
+    /// `ofDeath` is the verdict on the use under way when an earlier run ended.
     ProfileSurvey(int rendererID, Profile profile, SurveyRecords* records, Verdict ofDeath)
         : rendererID_(rendererID), profile_(profile), records_(*records), ofDeath_(ofDeath) {}
 
     /// Surveys the format, unless that is recorded.
     void survey(const Format& format);
     bool is_recorded(const Format& format) const;
-    /// What the context says that it is, which is opened unless that is recorded; empty if there is
-    /// none.
+    /// The context's GL_RENDERER. Opens the context unless it is recorded; empty if there is none.
     std::string renderer();
 
 private:

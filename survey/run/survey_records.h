@@ -28,7 +28,7 @@ public:
     std::optional<std::string> profile(Profile profile) const;
     /// Nothing removes the record.
     void set_profile(Profile profile, const std::optional<std::string>& text);
-    /// What the profile's context has said that it is.
+    /// The recorded GL_RENDERER of the profile's context.
     std::optional<std::string> renderer(Profile profile) const;
     void set_strings(Profile profile, const std::string& vendor, const std::string& renderer);
 
@@ -36,7 +36,7 @@ public:
     std::optional<FormatRecord> format(Profile profile, const Format& format) const;
     void set_format(Profile profile, const Format& format, const FormatRecord& record);
 
-    /// Makes what was set durable, and sees what others have written. False if it could not.
+    /// Makes these changes durable, and sees those of others. False if it could not.
     bool synchronize();
 
 private:

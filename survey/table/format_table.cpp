@@ -12,9 +12,10 @@ constexpr Promises promised(const char* textures, const char* rendering = "") {
     return {textures, rendering, textures, rendering};
 }
 
-// Desktop OpenGL filters and blends whatever it can hold, except integers; what must be renderable
-// is in its tables of required formats. OpenGL ES says all four of each format. The documents are
-// OpenGL 4.6, tables 8.12 and 8.13; OpenGL ES 3.0.6, table 3.13; OpenGL ES 3.2, table 8.10.
+// Desktop OpenGL filters and blends whatever it can hold, except integers; the formats that must be
+// renderable are in its tables of required formats. OpenGL ES says all four of each format. The
+// documents are OpenGL 4.6, tables 8.12 and 8.13; OpenGL ES 3.0.6, table 3.13; OpenGL ES 3.2,
+// table 8.10.
 constexpr const char* kBoth = "gl3.0 es3.0";
 constexpr Promises kAll = promised(kBoth, kBoth);
 constexpr Promises kTextureOnly = promised(kBoth);
@@ -25,7 +26,7 @@ constexpr Promises kRgb10A2ui = {"gl3.3 es3.0", "gl3.3 es3.0", "", ""};
 constexpr Promises kDepths = {kBoth, kBoth, "gl3.0", ""};
 constexpr const char* kEs2Words = "gl4.1 GL_ARB_ES2_compatibility es3.0";
 constexpr Promises kRgb565 = promised(kEs2Words, kEs2Words);
-// OpenGL 4.3 takes up what OpenGL ES 3.0 requires (GL_ARB_ES3_compatibility), and these two are
+// OpenGL 4.3 takes up the formats of OpenGL ES 3.0 (GL_ARB_ES3_compatibility), and these two are
 // among its formats to render to. Whether an earlier version required them is not certain, so this
 // one is the promise.
 constexpr Promises kSmall = promised("gl4.3 es3.0", "gl4.3 es3.0");
@@ -57,8 +58,8 @@ constexpr Promises kPackedFloat = promised(kBoth, kFullRendering);
 constexpr Promises kLegacy = promised("compat1.1");
 constexpr Promises kLegacyFloat = promised("compat:GL_ARB_texture_float");
 
-// Compressed formats are filtered wherever they exist: what no filter may sample are integers and
-// those sized formats that OpenGL ES lists as not filterable, and no compressed one is among them.
+// Compressed formats are filtered wherever they exist: no filter may sample integers and those
+// sized formats that OpenGL ES lists as not filterable, and no compressed one is among them.
 // Beside the extensions' documents: OpenGL 4.6, table 8.14; OpenGL ES 3.0.6, section 3.8.6 and
 // appendix C; OpenGL ES 3.2, appendix C.
 constexpr Promises kS3tcRgb1 =

@@ -1,4 +1,4 @@
-// The formats that are surveyed: what each consists of, and who promises what of it.
+// The formats that are surveyed: the components of each, and who promises which uses.
 //
 // Nothing here needs OpenGL; names and numbers are those of its documents.
 
@@ -66,7 +66,7 @@ struct Format {
     Base base;
     Kind kind;
     /// Of red, green, blue and alpha; luminance and depth are the first. 0: there is none. Of a
-    /// compressed format what its decoded texels have, not what a block keeps of them.
+    /// compressed format those of its decoded texels, not those that a block keeps.
     std::array<int, 4> bits;
     const Promises* promises;
     Block block = {};
@@ -87,7 +87,7 @@ const std::vector<Format>& formats();
 /// Null for a name that is not in the table.
 const Format* find_format(const std::string& name);
 
-// What a format can be used for; from kUpload on, how its texels travel.
+// The uses of a format; from kUpload on, how its texels travel.
 enum class Use : unsigned char {
     kCreate,
     kCreateStorage,

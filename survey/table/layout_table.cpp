@@ -100,7 +100,7 @@ std::vector<unsigned> own_types(const Format& format) {
     return {std::array{kUnsignedByte, kUnsignedShort, kUnsignedInt}[size]};
 }
 
-/// What desktop applications send besides: blue first, of colors with eight bits and more.
+/// Desktop applications send these besides: blue first, of colors with eight bits and more.
 std::vector<Layout> blue_first_layouts(const Format& format) {
     const bool isNormalized = format.kind == Kind::kUnorm || format.kind == Kind::kSrgb;
     if (!isNormalized || format.base != Base::kColor || format.value == kBgra8) return {};
@@ -194,7 +194,7 @@ bool has_way(const Format& format, const Layout& layout, Way way, Profile profil
     return layout.format == own_format(format) && is_sent(format, layout);
 }
 
-/// Reading what a complete framebuffer has. Desktop OpenGL converts it to every layout, but no
+/// Reading a complete framebuffer. Desktop OpenGL converts it to every layout, but no
 /// document says what luminance is there. In OpenGL ES two layouts are always allowed of RGB10_A2,
 /// and one of others (OpenGL ES 3.2, section 16.1.2); extensions and the driver's own query promise
 /// more.

@@ -1,5 +1,5 @@
-// How texels travel to a format and back: OpenGL's pairs of format and type, and what the survey
-// asks of each.
+// How texels travel to a format and back: OpenGL's pairs of format and type, and the
+// questions of the survey to each.
 
 #ifndef TEXPROBE_SURVEY_LAYOUT_TABLE_H
 #define TEXPROBE_SURVEY_LAYOUT_TABLE_H
@@ -24,7 +24,7 @@ struct Layout {
     bool operator==(const Layout&) const = default;
 };
 
-/// What a verdict is about: a use, and of most transfers the layout.
+/// The subject of a verdict: a use, and of most transfers the layout.
 struct Question {
     Question(Use asked, Layout how = {}) : use(asked), layout(how) {}
 
@@ -32,7 +32,7 @@ struct Question {
     Layout layout;
 
     bool operator==(const Question&) const = default;
-    /// First what has no layout, then layout by layout.
+    /// First the uses without a layout, then layout by layout.
     bool operator<(const Question& other) const {
         return std::tie(layout.format, layout.type, use) <
                std::tie(other.layout.format, other.layout.type, other.use);
@@ -61,14 +61,14 @@ std::string name_of(const Layout& layout);
 std::string name_of(const Question& question);
 std::optional<Layout> find_layout(std::string_view format, std::string_view type);
 
-/// What a layout's first number says.
+/// A layout's first number.
 struct LayoutFormat {
     const char* name;
     unsigned value;
     const char* components;  ///< In their order in memory: '0' is red, luminance or depth.
 };
 
-/// What its second number says.
+/// Its second number.
 struct LayoutType {
     const char* name;
     unsigned value;

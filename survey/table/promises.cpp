@@ -45,7 +45,7 @@ std::string who_promises_storage(const ContextFacts& facts, const Format& format
     return itself.empty() ? itself : storage;
 }
 
-/// OpenGL ES generates mipmaps of what its own table says can be both filtered and rendered;
+/// OpenGL ES generates mipmaps of formats that its own table both filters and renders to;
 /// desktop OpenGL of all colors that it filters. No document says so of depth.
 std::string who_promises_mipmap(const ContextFacts& facts, const Format& format) {
     if (format.is_depth()) return "";

@@ -32,7 +32,7 @@ struct ContextFacts {
 /// Who promises, as "OpenGL 3.0" or the extension's name; empty without a promise.
 std::string who_promises(const ContextFacts& facts, const char* words);
 
-/// The same for a use of a format. What the documents' tables do not say follows from them.
+/// The same for a use of a format. It follows from the documents' tables where they do not say it.
 std::string who_promises(const ContextFacts& facts, const Format& format, Use use);
 
 }  // namespace texprobe::survey

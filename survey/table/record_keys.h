@@ -17,7 +17,7 @@ inline std::string key_of(Profile profile) {
     return name_of(profile);
 }
 
-// What the profile's context says of itself, so that applications find their own.
+// The strings of the profile's context, so that applications find their own.
 inline std::string vendor_key_of(Profile profile) {
     return key_of(profile) + ".GL_VENDOR";
 }
@@ -29,8 +29,8 @@ inline std::string key_of(Profile profile, const Format& format) {
     return std::string(name_of(profile)) + '.' + format.name;
 }
 
-// A profile's record: what the context says of its version, or one of these. Who ends while it
-// opens a context has opened it twice before the driver is blamed: a user may have killed it.
+// A profile's record: the context's version, or one of these. The driver is blamed only when a
+// second run has ended in opening the context: a user may have killed the first.
 inline constexpr const char* kOpening = "opening";
 inline constexpr const char* kOpeningAgain = "opening again";
 inline constexpr const char* kContextNotOffered = "not_offered";

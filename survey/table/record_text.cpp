@@ -32,7 +32,7 @@ std::string_view take_word(std::string_view* text) {
     return word;
 }
 
-/// What a line asks before its verdict: a use, or a use and the two words of a layout.
+/// The question in a line, before its verdict: a use, or a use and the two words of a layout.
 struct Words {
     std::array<std::string_view, 4> all;
     std::size_t count = 0;

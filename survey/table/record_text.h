@@ -54,7 +54,7 @@ FormatRecord after_end(FormatRecord record);
 /// The same after an end that is no fault of the driver's.
 FormatRecord after_outside_end(FormatRecord record);
 
-/// What is recorded before it is tried, where that record was left.
+/// Recorded before the use is tried, where that record was left.
 UnderWay begin_use(const FormatRecord& left, const Question& question);
 
 }  // namespace texprobe::survey

@@ -37,9 +37,9 @@ struct Finding {
         kNotApplicable  ///< Something is missing that it needs, and that has a verdict of its own.
     };
     Kind kind = Kind::kHolds;
-    std::string text = {};     ///< What was expected and what came.
+    std::string text = {};     ///< The expected value and the one that came.
     std::string promise = {};  ///< Who promised it, beside the documents.
-    bool isPromised = true;    ///< False: what failed is no part of what the documents promise.
+    bool isPromised = true;    ///< False: the documents do not promise the part that failed.
     Errors errors = {};        ///< Which the text names.
 };
 

@@ -27,7 +27,7 @@ double after_decoding(double a, double b, double weight) {
     return srgb_to_linear(linear_to_srgb(a) * (1 - weight) + linear_to_srgb(b) * weight);
 }
 
-/// What is between two texels.
+/// A texel between two others.
 ExpectedTexel between(const Format& format, const Texel& a, const Texel& b, double weight) {
     ExpectedTexel result = {};
     for (std::size_t c = 0; c < 4; ++c) {

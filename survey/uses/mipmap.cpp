@@ -59,7 +59,7 @@ Texel ramp_at(const Format& format, const MipmapBase& base, int index, int count
     return as_sampled(format, texel);
 }
 
-/// The mean of what a texel of a level covers, if sRGB is reduced without decoding it.
+/// The mean under a texel of a level, if sRGB is reduced without decoding it.
 double mean_of_encoded(const Format& format, const MipmapBase& base, std::size_t component,
                        int index, int count) {
     const int first = index * base.length() / count;
@@ -71,8 +71,8 @@ double mean_of_encoded(const Format& format, const MipmapBase& base, std::size_t
     return srgb_to_linear(sum / (end - first));
 }
 
-/// One base texel's slope; half a step for what the base texels were rounded by, and half a step
-/// for each level.
+/// One base texel's slope; half a step for the rounding of the base texels, and half a step for
+/// each level.
 double allowed(const Format& format, const MipmapBase& base, std::size_t component, int level,
                Texel expected) {
     const bool isLuminance = format.base == Base::kLuminance && component < 3;

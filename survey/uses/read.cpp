@@ -1,5 +1,5 @@
-// Texels on their way back: glReadPixels, and glGetTexImage. They are compared with what the judge
-// has seen in the texture, so that a bad upload is not blamed on them.
+// Texels on their way back: glReadPixels, and glGetTexImage. They are compared with the texels
+// that the judge saw in the texture, so that a bad upload is not blamed on them.
 
 #include <cstring>
 #include <utility>
@@ -104,7 +104,7 @@ private:
         return static_cast<std::size_t>(texels) * codec_.texel_size();
     }
 
-    /// Is this, or this part, what was accepted as the whole image?
+    /// Is this, or this part, the same as the accepted whole image?
     bool is_same(const ImageMemory& memory, const std::vector<unsigned char>& accepted) const {
         for (int y = 0; y < part_.height; ++y) {
             const std::size_t place = bytes_of((part_.y + y) * size_.width + part_.x);
@@ -115,7 +115,7 @@ private:
         return true;
     }
 
-    /// Of what the layout lacks nothing came.
+    /// Components that the layout lacks did not come.
     void show_missing_as_expected() const {
         for (auto& [expected, came, isWrong] : seenTexels->pairs) {
             for (std::size_t c = 0; c < came.size(); ++c) {
@@ -135,7 +135,7 @@ private:
     const ImagePart part_;
 };
 
-/// Beside the documents, the driver says what it can return from the framebuffer that is bound.
+/// Beside the documents, the driver names a layout in which it returns the bound framebuffer.
 std::string who_promises_beside(const Gl& gl, const Layout& layout) {
     int format = 0;
     int type = 0;
@@ -163,7 +163,7 @@ Finding read_image(const Work& work, const Question& question, const TriedImage&
         return receiving.run(source);
     };
     Finding finding = receive();
-    // Other texels in the same texture: what was read before must not come again.
+    // Other texels in the same texture: those read before must not come again.
     if (finding.kind == Finding::Kind::kHolds && &size == &kOddImage) {
         source.renew(work);
         finding = receive();

@@ -1,4 +1,4 @@
-// Drawing to a texture of the format, and adding to what is there.
+// Drawing to a texture of the format, and adding to the texels there.
 
 #include "uses/uses.h"
 

@@ -61,7 +61,7 @@ public:
 
     const Texture& texture() const { return texture_; }
     const TexelImage& seen() const { return seen_; }
-    /// What OpenGL said when the texels were sent.
+    /// OpenGL's errors when the texels were sent.
     const Errors& errors() const { return errors_; }
     /// Sends other texels, and looks at them.
     void renew(const Work& work);
@@ -80,7 +80,7 @@ private:
     Errors errors_;
 };
 
-/// What the transfers of one format need again and again, made when it is first asked for.
+/// The samples that the transfers of one format share, made when first asked for.
 class TransferSamples {
 public:
     SentTexels& sent(const Format& format, const Layout& layout);

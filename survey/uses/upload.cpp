@@ -6,7 +6,7 @@ namespace texprobe::survey {
 
 namespace {
 
-// Texels of the pattern with which the images begin, so that the part is not what was there.
+// Texels of the pattern with which the images begin, so that the part differs from them.
 constexpr int kFirstOfBackground = 2000;
 constexpr int kFirstOfImage = 0;
 

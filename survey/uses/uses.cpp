@@ -74,7 +74,7 @@ Answer answer(const Work& work, const Question& question, const FormatRecord& re
         }
     }
     Finding finding = find(work, question, record);
-    // Errors of what was tried are in the finding; these are the judge's.
+    // The use's own errors are in the finding; these are the judge's.
     const Errors late = take_errors(work.gl());
     if (!late.empty() && finding.kind == Finding::Kind::kOtherPixels) {
         finding = with_errors(cannot_tell("looking at the pixels gives "), late);

@@ -15,7 +15,7 @@ namespace texprobe::survey {
 
 class TransferSamples;
 
-/// What the uses of a format work with.
+/// The context, the judge and the format that the uses work with.
 struct Work {
     Work(const SurveyContext& on, const Judge& by, const Format& of);
 
@@ -38,13 +38,13 @@ Finding upload_blocks(const Work& work, Use use, bool hasStorage);
 
 struct Answer {
     Judged judged;
-    Errors errors;  ///< What OpenGL has said meanwhile.
+    Errors errors;  ///< OpenGL's, meanwhile.
 };
 
 /// The verdict on one question; those on the ones before it are in `record`.
 Answer answer(const Work& work, const Question& question, const FormatRecord& record);
 
-// What the uses share.
+// Shared by the uses.
 
 inline Finding refused(std::string text) {
     return {Finding::Kind::kRefused, std::move(text)};
@@ -65,12 +65,12 @@ inline Finding of_difference(const std::string& difference, const std::string& w
     return {Finding::Kind::kOtherPixels, where + difference};
 }
 
-/// Where what came is not what was sent or drawn; empty if it is. Absent components are ignored in
-/// what is expected.
+/// Where the texels that came differ from those sent or drawn; empty if nowhere. Components that
+/// the expected ones lack are ignored.
 std::string difference_from(const Format& format, const TexelImage& expected,
                             const TexelImage& came);
 
-/// Defines the texture with the image, and looks at what has arrived. A finding if that is not the
+/// Defines the texture with the image, and looks at the texels there. A finding if they are not the
 /// image: then nothing that follows can be told.
 std::optional<Finding> upload(const Work& work, const Texture& texture, const TexelImage& image,
                               TexelImage* arrived);

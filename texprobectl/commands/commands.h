@@ -1,4 +1,4 @@
-// The commands: one file each, with its arguments and what it does with them. A command's arguments
+// The commands: one file each, with its arguments and its work. A command's arguments
 // are shared, because it runs later.
 
 #ifndef TEXPROBECTL_COMMANDS_H
@@ -39,7 +39,7 @@ void add_time(CLI::App* app, Session* session);
 void add_forget(CLI::App* app, Session* session);
 void add_doctor(CLI::App* app, Session* session);
 
-// What several commands share.
+// Shared by several commands.
 
 inline constexpr const char* kSet = "an identifier, a part of it, or a number of `list`";
 inline constexpr const char* kSetOrFile = "a record set, an exported file, or - for stdin";

@@ -58,7 +58,7 @@ int run_measure(MeasureArguments arguments, const Session& session) {
         write_changes_text(result, terminal, stream);
     });
     const int status = report_measuring(result);
-    // What was measured stays recorded.
+    // The new verdicts stay recorded.
     return arguments.requiresHardware && status == 0 ? require_hardware(result.after) : status;
 }
 

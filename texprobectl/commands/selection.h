@@ -1,5 +1,5 @@
-// What an argument means. A record set: an identifier, a part of one, the number that `list` shows,
-// or an exported file. A format or a capability: its name, as users write it.
+// The meaning of an argument. A record set: an identifier, a part of one, the number that `list`
+// shows, or an exported file. A format or a capability: its name, as users write it.
 
 #ifndef TEXPROBECTL_SELECTION_H
 #define TEXPROBECTL_SELECTION_H

@@ -39,7 +39,7 @@ void name_by_context(const std::string& self, RecordSet* set) {
     if (!name.empty()) set->renderer = name;
 }
 
-/// Surveys what is missing of these sets, and reads them.
+/// Surveys the missing parts of these sets, and reads them.
 RunsResult survey_present(const SurveyArguments& arguments, const SurveyChoice& choice,
                           const std::vector<std::string>& ids, const Session& session,
                           RecordSets* sets) {

@@ -28,7 +28,7 @@ RecordSets read_documents(const std::vector<std::string>& files);
 /// The members of a set that say whose it is.
 Json identification(const RecordSet& set);
 
-/// What is read of a document at a time, and where it stands.
+/// One part of a document, and where it stands.
 struct ReadElement {
     std::string file;
     std::string path;
@@ -56,7 +56,7 @@ public:
     Number integer(const char* name, std::int64_t least, Number most) const {
         return static_cast<Number>(whole_number(name, least, static_cast<std::int64_t>(most)));
     }
-    /// What `find` has for a text; where it has nothing, refuses the text.
+    /// `find`'s result for a text; refuses a text for which it has none.
     template <class Find>
     auto known(const char* name, Find find, const char* complaint) const {
         const auto found = find(text(name));
@@ -103,14 +103,14 @@ survey::Profile read_profile_name(const Element& object);
 /// Adds one driver's counts. Throws DocumentError for counts that no sets can have.
 void read_merged(const Element& value, Merged* merged);
 
-/// Adds what is said of some machines as a whole.
+/// Adds a statement about some machines as a whole.
 void read_state(const Element& value, Merged* merged);
 
 /// Adds the transfers of a file to those of their record sets, and returns how many there were.
 /// Throws DocumentError.
 std::size_t read_times(const std::string& file, std::vector<Times>* all);
 
-/// The member "software"; without it, as in older documents, what the renderer's name tells.
+/// The member "software"; without it, as in older documents, the renderer's name tells.
 bool read_software(const Element& value, const std::optional<std::string>& renderer);
 
 }  // namespace texprobe::ctl

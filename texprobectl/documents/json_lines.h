@@ -25,7 +25,7 @@ inline Json known_or_null(const std::string& text) {
     return text.empty() ? Json(nullptr) : Json(text);
 }
 
-/// A list of what `describe` makes of each.
+/// A list of `describe`'s result for each.
 template <class Values, class Describe>
 Json list_of(const Values& values, Describe describe) {
     Json list = Json::array();

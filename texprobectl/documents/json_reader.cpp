@@ -67,12 +67,12 @@ private:
     std::size_t sinceElement_ = 0;
 };
 
-/// Follows the parser: refuses what is hostile, and hands over what stands at the top.
+/// Follows the parser: refuses hostile text, and hands over the values at the top.
 class ParserWatch {
 public:
     ParserWatch(CountedText& text, const TopLevel& top) : text_(text), top_(top) {}
 
-    /// `depth` objects and arrays are open around what is parsed. False for what is not kept.
+    /// `depth` objects and arrays are open around the value. False for a value that is not kept.
     bool take(std::size_t depth, Json::parse_event_t event, const Json& parsed) {
         using Event = Json::parse_event_t;
         text_.begin_value();

@@ -26,7 +26,7 @@ using VerdictCounts = std::array<Count, kVerdictCount>;
 /// is kept does not grow with their number, and is the same in whatever order they come.
 class MachineNames {
 public:
-    /// `document` is the number of the machine's document: what it says twice counts once.
+    /// `document` is the number of the machine's document, whose repetitions count once.
     void add(const std::string& name, std::size_t document);
     /// `count` machines, of which these are some.
     void add(Count count, const std::vector<std::string>& names);
@@ -91,7 +91,7 @@ struct Counted {
     Count complete = 0;
     bool isSoftware = false;
     CellTable<VerdictCounts> cells = {};
-    /// How many of the noes are the test's own.
+    /// In how many sets a no is the test's own.
     CellTable<Count> ofTest = {};
     /// Whose they are.
     std::map<Failure, MachineNames> failures;
@@ -171,7 +171,7 @@ struct LeftOut {
 
 /// Reads exported and merged documents. An exported one is of the machine that it is given with,
 /// which counts once; a merged one is of no machine, and counts whenever it is given. Throws
-/// DocumentError, also for more than kMostSets: what is merged can be merged again.
+/// DocumentError, also for more than kMostSets: a merged document can be merged again.
 Merged merge_files(const std::vector<MachineFile>& files, LeftOut* leftOut);
 
 }  // namespace texprobe::ctl

@@ -13,7 +13,7 @@ namespace {
 
 constexpr std::array<const char*, 3> kStateNames = {"no_records", "not_complete", "software"};
 
-/// Of one cell. Those of the test are some of the noes.
+/// Of one cell; counted as a no, too.
 constexpr const char* kNoesOfTest = "no_of_test";
 
 Json counts_of(const Counted& counted, const Cell& cell) {

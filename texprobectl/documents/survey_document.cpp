@@ -9,7 +9,7 @@ namespace texprobe::ctl {
 
 namespace {
 
-/// Of the member; it rises when a reader would misunderstand what has changed.
+/// Of the member; it rises when an old reader would misunderstand a change.
 constexpr int kSurveyVersion = 1;
 
 /// The verdicts in one layout, or without one. Adds none where nothing is asked.

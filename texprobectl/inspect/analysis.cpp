@@ -39,7 +39,7 @@ double rounding(const Layout& sent, const Layout& returned) {
     return steps && steps_of(sent) != steps ? 1.0 / *steps + 1e-9 : 0.0;
 }
 
-/// What the tool's comparison does, where it does not find two equal images equal.
+/// Describes the tool's comparison where it does not find two equal images equal.
 std::string describe_pairing(const Layout& sent, const Layout& returned) {
     if (sent.format == GL_LUMINANCE_ALPHA && returned.format == GL_LUMINANCE_ALPHA) {
         return "each alpha with the next pixel's luminance";

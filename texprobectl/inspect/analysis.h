@@ -50,8 +50,8 @@ struct Analysis {
     std::string sentence;
 };
 
-/// Whether what came back is what OpenGL defines. Throws std::invalid_argument for images that it
-/// cannot read.
+/// Whether the image that came back is the one that OpenGL defines. Throws std::invalid_argument
+/// for images that it cannot read.
 bool is_right(const Evidence& evidence);
 
 /// Throws as is_right.

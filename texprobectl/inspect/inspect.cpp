@@ -49,7 +49,7 @@ std::string describe_errors(const ChildReport& report) {
     return "";
 }
 
-/// What the driver has made of a texture that holds no image.
+/// The texture as the driver defined it; it holds no image.
 std::string describe_definition(const ChildReport& report, const Cell& cell) {
     const char* const format = kFormats[cell.format].name;
     if (report.calls.empty()) {

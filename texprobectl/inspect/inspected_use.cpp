@@ -10,7 +10,7 @@ namespace texprobe::ctl {
 
 namespace {
 
-/// What the program writes: a record, and texels.
+/// The program's output: a record, and texels.
 class TrialLines {
 public:
     bool take(Stream stream, std::string_view text) {

@@ -1,4 +1,4 @@
-// Faults of places: what belongs elsewhere, comes from elsewhere, or is wrong only there.
+// Faults of places: pixels that belong elsewhere, come from elsewhere, or are wrong only there.
 
 #include <fmt/format.h>
 
@@ -14,9 +14,9 @@ namespace {
 /// Where there is no source. So is all that lies outside the image.
 constexpr auto kNone = static_cast<std::size_t>(-1);
 
-/// Whether the image is what one makes of the sent bytes who takes byte `source(i)` for byte i,
-/// as far as there is such a byte; a pixel without tells nothing, nor does a value that is no
-/// number. Looks at each `step`-th pixel.
+/// Whether the image is the sent bytes with byte `source(i)` at the place of byte i, as far as
+/// there is such a byte; a pixel without one tells nothing, nor does a value that is no number.
+/// Looks at each `step`-th pixel.
 template <class Source>
 bool comes_from_bytes(const ComparedImages& images, std::size_t step, Source source) {
     const Image& sent = images.evidence.sent;

@@ -24,8 +24,8 @@ std::string join(const std::vector<std::string>& parts) {
     return text;
 }
 
-/// The fewest bits of an integer that could hold each value, each of which is near what it should
-/// be; 0 for none.
+/// The fewest bits of an integer that could hold each value, each of which is near its right value;
+/// 0 for none.
 unsigned find_integer_bits(const Plane& expected, const Plane& returned, double resolution) {
     for (unsigned bits = 1; bits <= 16; ++bits) {
         const double steps = std::ldexp(1.0, static_cast<int>(bits)) - 1;
@@ -149,7 +149,7 @@ std::string describe_contents(const std::vector<Channel>& channels,
 
 // Other values
 
-/// Whether each returned colour is what `of` makes of the exact one, and alpha is right.
+/// Whether each returned colour is `of` of the exact one, and alpha is right.
 template <class Of>
 bool are_colours_of(const ComparedImages& images, Of of) {
     for (std::size_t c = 0; c < images.exact.values.size(); ++c) {
@@ -357,7 +357,7 @@ std::optional<std::string> find_premultiplied(const ComparedImages& images) {
 }
 
 std::optional<std::string> find_gain(const ComparedImages& images) {
-    // Floats may keep what is beyond 0 and 1.
+    // Floats may keep values beyond 0 and 1.
     if (!images.analysis.steps) {
         if (auto found = describe_gain(images, false)) return found;
     }

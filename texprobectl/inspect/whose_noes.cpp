@@ -23,7 +23,7 @@ bool find_whose(const InspectOptions& options, const KnownMachine& known) {
     const ChildRun run(options, cells, InspectionMode::kImages, known);
     // Where the renderer could not be set up, nothing was found out.
     if (!run.report().lastTest) return false;
-    // What was forgotten meanwhile stays so.
+    // A set that was forgotten meanwhile stays so.
     refresh(causes_of(known.set.id));
     KeyChanges changes;
     for (const Cell& cell : cells) {

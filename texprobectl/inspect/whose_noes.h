@@ -11,10 +11,10 @@
 
 namespace texprobe::ctl {
 
-/// Finds it out for the transfers of this machine's sets that `measure` has seen come back with a
-/// no, and for which it was not found out before, and remembers it beside their causes. One run of
-/// the tests for each set that has some; a driver that dies in it leaves what was not reached as it
-/// is not the test's own. Throws Interrupted. The sets are as they are remembered then.
+/// Finds out which noes of transfers, seen by `measure` on this machine and not looked into before,
+/// are the test's own, and remembers it beside their causes. One run of the tests for each set that
+/// has some; if the driver dies in it, tests that were not reached count as the driver's. Throws
+/// Interrupted. Updates the sets.
 void find_whose_noes(const std::string& self, std::chrono::seconds limit, const Machine& machine,
                      RecordSets* sets);
 

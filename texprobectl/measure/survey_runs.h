@@ -24,7 +24,7 @@ RunsResult run_survey(const MeasureOptions& options, const SurveyChoice& choice,
 /// How a run ended that may have left records under way.
 struct SurveyEnd {
     RunEnd end;
-    /// It could not write its records, so those do not tell what was under way.
+    /// It could not write its records, so those do not tell which use was under way.
     bool hasTroubleWithRecords = false;
     /// How long a format may take.
     int seconds = 0;
@@ -36,9 +36,9 @@ struct SurveyJudgement {
     KeyChanges changes;
 };
 
-/// What becomes of one renderer's records that a run has left under way: of what differs from
-/// `before`. Remembers in `endedFromOutside` what was under way when a signal ended the run that
-/// may have come from outside: twice the same is no accident.
+/// Settles one renderer's records that a run has left under way: those that differ from `before`.
+/// Remembers in `endedFromOutside` the use under way when a signal ended the run that may have come
+/// from outside: twice the same is no accident.
 SurveyJudgement judge_survey(const SurveyTexts& before, const SurveyTexts& now,
                              const SurveyEnd& end, std::set<std::string>* endedFromOutside);
 

@@ -60,7 +60,7 @@ ComparedSets compared(const RecordSet& a, const RecordSet& b) {
 }
 
 bool say_the_same(const RecordSet& a, const RecordSet& b) {
-    // First what costs little: surveys are long.
+    // The cheap comparisons first: surveys are long.
     return a.verdicts == b.verdicts && a.survey.empty() == b.survey.empty() &&
            is_measured(a) == is_measured(b) && compared(a, b).is_equal();
 }

@@ -39,7 +39,7 @@ public:
     /// Cells may link to it by its ID.
     void paragraph(const std::string& text, const std::string& id = "");
     void list(const std::vector<std::string>& lines);
-    /// Terms and what is said of each.
+    /// Terms and their explanations.
     void terms(const Pairs& pairs);
     void table(const PageTable& table);
     /// PNG files with their names.

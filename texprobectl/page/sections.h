@@ -9,7 +9,7 @@
 
 namespace texprobe::ctl {
 
-/// By kind of context: what holds on each of the renderers.
+/// By kind of context: the uses that hold on every renderer.
 PageSection rely_on(const RecordSets& sets);
 
 /// The tables that `time` prints. `number` tells several sections of one page apart.

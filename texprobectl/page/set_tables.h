@@ -21,7 +21,7 @@ public:
     /// Of the survey only whose it is the same as, if it is.
     void write(const std::string& sameSurvey, PageSection* section);
     PageCell cell(const Cell& cell);
-    /// What is said of a format in one kind of context; "yes" where all holds.
+    /// A sentence about a format in one kind of context; "yes" where all holds.
     PageCell cell(const SurveyedProfile& profile, std::size_t format);
     /// Of a format of which a verdict differs, or of the context, whose verdict is `verdict`.
     PageCell cell(const SurveyDifference& difference, const std::string& verdict);

@@ -18,7 +18,7 @@ struct Difference {
     Verdict b;
 };
 
-/// Of what both surveys have asked.
+/// Of a question that both surveys have asked.
 struct SurveyDifference {
     survey::Profile profile = survey::Profile::kCompatibility;
     /// Empty for the context itself.

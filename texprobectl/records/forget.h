@@ -15,8 +15,8 @@ struct Forgotten {
     std::string trouble;
 };
 
-/// Removes the version, the strings, the verdicts, what `measure` remembered of each set and its
-/// survey; does nothing while a process measures.
+/// Removes the version, the strings, the verdicts, the causes and the survey of each set; does
+/// nothing while a process measures.
 Forgotten forget(const RecordSets& sets);
 
 }  // namespace texprobe::ctl

@@ -56,8 +56,8 @@ struct SurveyChoice {
 /// layout and use; none where it has not judged it.
 std::optional<bool> transfer_holds(const Survey& survey, const Cell& cell);
 
-/// "GL_R8 in core profile of be457c6e is not recorded": the first missing part of what was chosen
-/// of a renderer's survey; empty when it is complete.
+/// "GL_R8 in core profile of be457c6e is not recorded": the first missing part of the chosen
+/// parts of a renderer's survey; empty when none is.
 std::string describe_missing(const Survey& survey, const SurveyChoice& choice,
                              const std::string& rendererID);
 

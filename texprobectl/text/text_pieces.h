@@ -46,14 +46,14 @@ constexpr const char* kBold = "1";
 /// In colour where there are colours.
 std::string coloured(const std::string& text, const char* colour, const Terminal& terminal);
 
-/// A row of a table: a name, and what is shown, each at the right of its column.
+/// A row of a table: a name, and the cells, each at the right of its column.
 std::string row_of(const std::string& name, const std::vector<Shown>& row, const Terminal& terminal,
                    std::size_t nameWidth = 25, std::size_t columnWidth = 9);
 
 void write_matrix(const std::function<Shown(const Cell&)>& show, const Terminal& terminal,
                   std::ostream& stream);
 
-/// What is said, and of whom, in the order in which they came.
+/// Sentences, and the names that each is said of, in the order in which they came.
 template <class Said = std::string>
 using Folded = std::vector<std::pair<Said, std::vector<std::string>>>;
 

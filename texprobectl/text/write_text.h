@@ -32,7 +32,7 @@ void write_renderers_text(const RecordSets& sets, const Terminal& terminal, std:
 /// For a forge: a table of each set, or one of all.
 void write_sets_markdown(const RecordSets& sets, bool isOneTable, std::ostream& stream);
 
-/// Of each set what was chosen of its survey: first what is not as it was promised.
+/// The chosen part of each set's survey: broken promises first.
 void write_survey_text(const RecordSets& sets, const SurveyChoice& choice, const Terminal& terminal,
                        std::ostream& stream);
 
@@ -43,7 +43,7 @@ void write_comparison_text(const Comparison& comparison, const Terminal& termina
 void write_changes_text(const MeasureResult& result, const Terminal& terminal,
                         std::ostream& stream);
 
-/// The machines that differ, the answer, then who is behind what does not work everywhere.
+/// The machines that differ, the answer, then the machines behind each no.
 void write_merged_text(const Merged& merged, const Terminal& terminal, std::ostream& stream);
 
 /// Its calls are many.
@@ -52,7 +52,7 @@ void write_inspection_text(const Inspection& inspection, bool hasCalls, const Te
 /// Of a question of the survey.
 void write_inspection_text(const UseInspection& inspection, const Terminal& terminal,
                            std::ostream& stream);
-/// Of several, what each has found.
+/// The findings of several.
 void write_findings_text(const std::vector<Inspection>& inspections, std::ostream& stream);
 
 /// The fastest verified ways first, then every way, then how far the numbers can be trusted.

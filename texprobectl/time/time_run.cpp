@@ -176,7 +176,7 @@ private:
     const std::string rendererID_;
     const TimeOptions& options_;
     std::chrono::steady_clock::time_point begin_ = std::chrono::steady_clock::now();
-    /// When the child was started, or when what is in hand was begun.
+    /// When the child was started, or when the transfer in hand was begun.
     std::chrono::steady_clock::time_point since_;
     /// Of a transfer without an end yet, the state is kNoTime.
     Times times_;

@@ -25,8 +25,8 @@ struct TimeOptions {
     std::function<void(const Cell& cell, double seconds)> watch;
 };
 
-/// The transfers of the set's formats. It touches no record. A stop signal ends it with what it
-/// has. Throws std::runtime_error, one line, where the renderer cannot be opened.
+/// The transfers of the set's formats. It touches no record. A stop signal ends it with the
+/// transfers so far. Throws std::runtime_error, one line, where the renderer cannot be opened.
 Times time_transfers(const RecordSet& set, const TimeOptions& options);
 
 }  // namespace texprobe::ctl

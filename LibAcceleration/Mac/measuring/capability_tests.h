@@ -220,7 +220,7 @@ constexpr CapabilityTest kCapabilityTests[] = {
 };
 
 /// Calls `verdictOf(test, applies)` for each of one format's tests in order. A test applies if
-/// what it needs is a yes.
+/// the capability that it needs is a yes.
 template <typename VerdictOf>
 void for_each_test(VerdictOf verdictOf) {
     bool verdicts[kCapabilityCount] = {};

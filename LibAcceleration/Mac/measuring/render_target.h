@@ -1,4 +1,4 @@
-// What the current renderer offers to the tests, and the target that they render to.
+// The features of the current renderer that the tests need, and the target that they render to.
 
 #ifndef TEXPROBE_RENDER_TARGET_H
 #define TEXPROBE_RENDER_TARGET_H
@@ -13,7 +13,7 @@ namespace texprobe {
 
 namespace {
 
-// What the current renderer offers; read once for each.
+// Features of the current renderer; read once for each.
 bool __hasFBO = false;
 bool __hasPBO = false;
 

@@ -1,5 +1,5 @@
 // The one table of the sixteen formats and the six capabilities. It needs no header of the
-// platform's, so that whoever only names them can include it. The tests have a copy of their own.
+// platform's, so that code that only names them can include it. The tests have a copy of their own.
 
 #ifndef TEXPROBE_FORMATS_H
 #define TEXPROBE_FORMATS_H
@@ -90,7 +90,7 @@ enum Capability : std::size_t {
 };
 
 struct CapabilityRow {
-    /// What follows the format's name in a record's key.
+    /// The end of a record's key, after the format's name.
     const char* key;
     /// In the tool's result line.
     const char* printed;

@@ -34,7 +34,7 @@ struct Log {
     }
 };
 
-/// What all programs in the background share. Everything is borrowed.
+/// Shared by all programs in the background. Everything is borrowed.
 struct Background {
     const TurnSettings& turn;
     const Log& log;
@@ -163,7 +163,7 @@ private:
         // Seldom enough to cost nothing, often enough for a progress bar.
         if (++looks_ % 3 != 0) return Wish::kGoOn;
         tell_progress();
-        // What it measures now is another renderer's.
+        // If they are there, it measures another renderer by now.
         if (find()) return Wish::kStop;
         const pid_t holder = turn_holder(turn_);
         // A program that is a script may have started the one that measures.

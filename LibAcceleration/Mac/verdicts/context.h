@@ -43,8 +43,8 @@ inline int number_of_version(const std::string& version) {
     return static_cast<int>(major * 10 + minor);
 }
 
-/// "Mesa 22.3.6": what a version string says of the driver, beside the context's own version and
-/// profile. Two contexts of one kind and of one driver have the same.
+/// "Mesa 22.3.6": the driver in a version string, without the context's own version and profile.
+/// Two contexts of one kind and of one driver have the same.
 inline std::string driver_of_version(const std::string& version) {
     const std::size_t space = version.find(' ', begin_of_number(version));
     std::string driver = space == std::string::npos ? "" : version.substr(space + 1);
@@ -69,8 +69,8 @@ inline void read_extensions_of_context(survey::ContextFacts* facts) {
     }
 }
 
-/// What the current context says of itself. The extensions are only read where the version does not
-/// bring every call that can be asked about.
+/// The current context's version, profile and extensions. The extensions are only read where the
+/// version does not bring every call that can be asked about.
 inline survey::ContextFacts facts_of_context() {
     survey::ContextFacts facts;
     const std::string version = string_of_context(GL_VERSION);

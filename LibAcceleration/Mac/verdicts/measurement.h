@@ -23,7 +23,7 @@ constexpr int kMostRuns = 200;
 
 class BackgroundRuns : public BackgroundProgram {
 public:
-    /// Called once, with the verdicts and with what is to be said of them.
+    /// Called once, with the verdicts and the line about them.
     using Found = std::function<void(const Answers& verdicts, const std::string& reason)>;
 
     BackgroundRuns(const SetsOfMachine& sets, Program program, const Background& background,

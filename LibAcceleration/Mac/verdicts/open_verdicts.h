@@ -1,4 +1,4 @@
-// What an application holds: it looks, has measured in the background what is missing, and answers.
+// The verdicts of one context: looked up, measured in the background if missing, and answered.
 
 #ifndef TEXPROBE_VERDICTS_OPEN_VERDICTS_H
 #define TEXPROBE_VERDICTS_OPEN_VERDICTS_H
@@ -75,7 +75,7 @@ struct WantedPart {
     std::string trouble = {};
 };
 
-/// What the application holds.
+/// Behind the handle that an application holds.
 class OpenVerdicts {
 public:
     explicit OpenVerdicts(const texprobe_options* given) {

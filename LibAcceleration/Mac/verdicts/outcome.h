@@ -30,7 +30,7 @@ public:
 
     /// A literal: the application may hold the pointer until the verdicts are closed.
     void measuring(const char* reason) { reason_ = reason; }
-    /// What follows is this part of the whole.
+    /// The next step is this part of the whole.
     void begin_part(float from, float to) {
         from_ = from;
         to_ = to;

@@ -24,7 +24,7 @@ namespace texprobe {
 
 namespace {
 
-/// What is asked of the survey about one format.
+/// A question to the survey about one format.
 struct SurveyQuestion {
     unsigned internalFormat;
     survey::Question question;
@@ -119,8 +119,8 @@ public:
           texts_(std::move(texts)),
           read_(std::make_unique<Read>(texts_.size())) {}
 
-    /// None for what the survey does not ask. The other uses of a format that cannot be created
-    /// have that verdict.
+    /// None for a question that the survey does not ask. The other uses of a format that cannot be
+    /// created have that verdict.
     std::optional<survey::Verdict> verdict(const SurveyQuestion& asked) const {
         const auto& formats = survey::formats();
         const auto format = std::find_if(
@@ -170,7 +170,7 @@ private:
                                            const survey::Question& question) const {
         if (!is_asked_somewhere(format, question)) return std::nullopt;
         const bool hasCalls = !survey::who_promises(facts_, words_of_calls(question.use)).empty();
-        // What the profile lacks is not asked there.
+        // A layout or format that the profile lacks is not asked there.
         if (!hasCalls || !has_question(format, question, facts_.profile)) {
             return survey::Verdict::kNotOffered;
         }

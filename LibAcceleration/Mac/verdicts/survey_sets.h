@@ -60,7 +60,8 @@ public:
     survey::Profile profile() const { return facts_.profile; }
     const std::string& renderer() const { return renderer_; }
 
-    /// Reads all records anew. A record that is under way is not complete, whoever writes it.
+    /// Reads all records anew. A record that is under way is not complete, whichever process writes
+    /// it.
     SurveyFinding look() {
         SurveyFinding finding;
         finding.isRead = refresh();
@@ -89,7 +90,7 @@ public:
         return isRead;
     }
 
-    // Of what was read last, after a look that found nothing.
+    // Of the last reading, after a look that found nothing.
 
     /// Would another run find nothing to do?
     bool are_all_surveyed() const { return count_done() == count_all(); }

@@ -21,7 +21,7 @@ constexpr int kMostSurveyRuns = 2000;
 
 class BackgroundSurvey : public BackgroundProgram {
 public:
-    /// Called once, with the verdicts and with what is to be said of them.
+    /// Called once, with the verdicts and the line about them.
     using Found = std::function<void(SurveyAnswers verdicts, const std::string& reason)>;
 
     /// Only the asking context's profile is surveyed, and first its renderer.

@@ -39,7 +39,7 @@ GLint read_attribute(const CGLPixelFormatAttribute* attribute) {
     return value;
 }
 
-/// What an attribute list asks for.
+/// The wishes in an attribute list.
 struct Wish {
     GLint id = 0;  ///< 0, which no renderer has: the list does not name one.
     ContextKind kind = ContextKind::kCompatibility;

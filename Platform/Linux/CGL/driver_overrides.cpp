@@ -39,7 +39,7 @@ constexpr const char* kVariables[] = {
     "D3D_ALWAYS_SOFTWARE",                         // d3d12: the software adapter.
     "VTEST_SOCKET_NAME",                           // virpipe: the server that renders.
 
-    // What every Mesa context reports and checks.
+    // For every Mesa context.
     "MESA_EXTENSION_OVERRIDE",     // Adds and removes extensions.
     "MESA_EXTENSION_MAX_YEAR",     // Removes newer extensions.
     "MESA_GL_VERSION_OVERRIDE",    // The version string, by which records are found.

@@ -1,5 +1,4 @@
-// What the records' user is told: one line at a time, on standard error unless a thread keeps its
-// own.
+// Messages about the records: one line at a time, on standard error unless a thread keeps its own.
 
 #ifndef TEXPROBE_PLATFORM_MESSAGES_H
 #define TEXPROBE_PLATFORM_MESSAGES_H

@@ -1,6 +1,6 @@
 // The records of all applications: this process's view and its changes, over one database in one
-// directory. Decides how long to wait for a locked store, what happens to a damaged one, and what
-// the user is told.
+// directory. Decides how long to wait for a locked store, what happens to a damaged one, and which
+// messages the user gets.
 
 #ifndef TEXPROBE_PLATFORM_RECORD_STORE_H
 #define TEXPROBE_PLATFORM_RECORD_STORE_H

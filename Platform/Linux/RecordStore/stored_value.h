@@ -1,4 +1,4 @@
-// A record's value in a row of the database: its type's name and what SQLite stores.
+// A record's value in a row of the database: its type's name and SQLite's value.
 
 #ifndef TEXPROBE_PLATFORM_STORED_VALUE_H
 #define TEXPROBE_PLATFORM_STORED_VALUE_H

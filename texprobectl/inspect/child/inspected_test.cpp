@@ -58,7 +58,7 @@ bool run(const CapabilityTest& test, const Cell& cell, const InspectionOrder& or
     return verdict;
 }
 
-/// Before each test, whether it applies or not. What is recorded is the inspected one.
+/// Before each test, whether it applies or not. Only the inspected one is recorded.
 void reach(const Cell& cell, const InspectionOrder& order) {
     say("test " + std::to_string(number_of(cell)));
     if (order.mode == InspectionMode::kImages || cell != order.cells.back()) return;

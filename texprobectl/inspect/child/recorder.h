@@ -32,7 +32,7 @@ public:
     static Recorder& instance();
 
     /// Writes, from now on, a line to standard output for each call, before it is made, and lines
-    /// for what comes of it: those of inspected_test.h.
+    /// for its outcome: those of inspected_test.h.
     void turn_on();
     void turn_off() { isOn_ = false; }
 
