@@ -91,6 +91,8 @@ TEST(Document, that_is_wrong_gets_its_place) {
         {"{\"schema\": \"texprobe-records\",\n\"record_sets\": []}",
          ": record_sets: \"schema\" and \"schema_version\" must come first: this is no document of "
          "texprobectl"},
+        {changed("\"schema_version\": 2", "\"schema_version\": \"two\""),
+         ": schema_version: \"schema_version\" must be a number"},
         {changed("\"schema_version\": 2", "\"schema_version\": 3"),
          ": schema_version: \"schema_version\" is 3: this texprobectl reads versions up to 2; use "
          "a newer one"},

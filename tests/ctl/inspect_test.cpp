@@ -134,6 +134,7 @@ TEST_F(Inspect, sees_the_patterns_of_a_first_run) {
         EXPECT_THAT(fact(finished.out, "score"), HasSubstr("distance " + distances[test.place]))
             << test.format;
     }
+    EXPECT_THAT(inspect({"GL_RGBA16F_ARB", "create"}).out, Not(HasSubstr("\nscore ")));
 }
 
 TEST(InspectedTest, makes_no_call_of_opengl_that_is_not_recorded) {

@@ -278,5 +278,13 @@ TEST_F(SurveyCommand, shows_on_a_terminal_which_format_is_in_hand) {
     EXPECT_THAT(run.shown(), HasSubstr("] 0/1  " + renderer_ + " core GL_R8UI"));
 }
 
+TEST_F(SurveyCommand, counts_the_formats_of_a_context_that_is_not_offered) {
+    // Nothing is recorded: only the line tells.
+    folder_.script(offered() + said("core: not_offered") + "sleep 300\n");
+    TerminalRun run(folder_.file("texprobectl"), kSurveyR8ui, {"LC_ALL=C.UTF-8", "TERM=xterm"});
+    EXPECT_TRUE(run.finish().exited_with(1)) << run.shown();
+    EXPECT_THAT(run.shown(), HasSubstr("] 1/1"));
+}
+
 }  // namespace
 }  // namespace texprobe::tests
