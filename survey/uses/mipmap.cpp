@@ -59,7 +59,7 @@ Texel ramp_at(const Format& format, const MipmapBase& base, int index, int count
     return as_sampled(format, texel);
 }
 
-/// The mean under a texel of a level, if sRGB is reduced without decoding it.
+/// The mean of the base texels under a texel of a level, if sRGB is reduced without decoding it.
 double mean_of_encoded(const Format& format, const MipmapBase& base, std::size_t component,
                        int index, int count) {
     const int first = index * base.length() / count;

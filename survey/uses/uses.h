@@ -38,7 +38,7 @@ Finding upload_blocks(const Work& work, Use use, bool hasStorage);
 
 struct Answer {
     Judged judged;
-    Errors errors;  ///< OpenGL's, meanwhile.
+    Errors errors;  ///< OpenGL's errors meanwhile.
 };
 
 /// The verdict on one question; those on the ones before it are in `record`.

@@ -49,7 +49,7 @@ public:
         say(messages);
         // Another process may have held the store only for a moment.
         if (!isRead && find()) return {};
-        records_more();
+        records_more();  // The next call compares with this one.
         bool hasHung = false;
         for (Attempts attempts(mostRuns_, 1); !outcome_.is_closing();) {
             attempts.begin_run();
